@@ -1,0 +1,31 @@
+# What tests, bench and host use from the system's packages. The library itself uses nothing but the standard
+# library and the platform.
+
+# Header-only packages serve both targets. For a cross build their folders are copied, since /usr/include as a
+# whole must never be on a cross compiler's path.
+set(ORV_HEADER_ROOT ${CMAKE_BINARY_DIR}/header-packages)
+foreach(folder CLI nlohmann toml++)
+  if(NOT EXISTS /usr/include/${folder})
+    message(FATAL_ERROR "header package folder '${folder}' is missing; run tools/install-packages")
+  endif()
+  file(COPY /usr/include/${folder} DESTINATION ${ORV_HEADER_ROOT})
+endforeach()
+add_library(orv_header_packages INTERFACE)
+target_include_directories(orv_header_packages SYSTEM INTERFACE ${ORV_HEADER_ROOT})
+
+if(ORV_BUILD_TESTS)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
+  set(gtest_disable_pthreads OFF CACHE BOOL "" FORCE)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  foreach(lib gtest gmock gtest_main gmock_main)
+    if(TARGET ${lib})
+      # Its headers are not held to this tree's warnings.
+      get_target_property(dirs ${lib} INTERFACE_INCLUDE_DIRECTORIES)
+      set_target_properties(${lib} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${dirs}")
+      if(NOT TARGET GTest::${lib})
+        add_library(GTest::${lib} ALIAS ${lib})
+      endif()
+    endif()
+  endforeach()
+endif()

@@ -1,0 +1,93 @@
+# How every target of this tree is made: one place for flags, include root and test registration.
+
+add_library(orv_flags INTERFACE)
+target_include_directories(orv_flags INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(orv_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wconversion -Wsign-conversion -Wshadow -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wunused -Wformat=2 -Wundef
+  -Wimplicit-fallthrough -Wdouble-promotion)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(orv_flags INTERFACE -Wduplicated-cond -Wlogical-op -Wuseless-cast)
+endif()
+# Results that a recording depends on must not change with the optimiser's mood.
+target_compile_options(orv_flags INTERFACE -ffp-contract=off)
+
+if(WIN32)
+  target_compile_definitions(orv_flags INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
+  # Self-contained binaries: nothing but system libraries is imported.
+  target_link_options(orv_flags INTERFACE -static)
+else()
+  find_package(Threads REQUIRED)
+  target_link_libraries(orv_flags INTERFACE Threads::Threads ${CMAKE_DL_LIBS})
+endif()
+
+if(ORV_SANITIZE)
+  target_compile_options(orv_flags INTERFACE -fsanitize=${ORV_SANITIZE} -fno-omit-frame-pointer -g)
+  target_link_options(orv_flags INTERFACE -fsanitize=${ORV_SANITIZE})
+  if(ORV_SANITIZE MATCHES "undefined")
+    target_compile_options(orv_flags INTERFACE -fno-sanitize-recover=undefined)
+  endif()
+endif()
+if(ORV_COVERAGE)
+  target_compile_options(orv_flags INTERFACE --coverage -O0 -g)
+  target_link_options(orv_flags INTERFACE --coverage)
+endif()
+
+# orv_static(<name> SOURCES ... [DEPENDS ...]): one folder of the tree as a static library.
+function(orv_static name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;DEPENDS")
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC orv_flags ${ARG_DEPENDS})
+endfunction()
+
+# orv_program(<name> SOURCES ... [DEPENDS ...])
+function(orv_program name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;DEPENDS")
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS})
+endfunction()
+
+# orv_loadable(<name> EXPORTS <symbol>... SOURCES ... [DEPENDS ...]): a library that is loaded by its bare
+# name (<name>.dll or <name>.so) and exports exactly the symbols named.
+function(orv_loadable name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;DEPENDS;EXPORTS")
+  add_library(${name} MODULE ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS})
+  set_target_properties(${name} PROPERTIES PREFIX "" OUTPUT_NAME ${name})
+  if(WIN32)
+    string(REPLACE ";" "\n  " lines "${ARG_EXPORTS}")
+    file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${name}.def CONTENT "EXPORTS\n  @lines@\n" @ONLY)
+    target_sources(${name} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${name}.def)
+  else()
+    string(REPLACE ";" ";\n    " lines "${ARG_EXPORTS}")
+    file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${name}.map
+         CONTENT "{\n  global:\n    @lines@;\n  local:\n    *;\n};\n" @ONLY)
+    target_link_options(${name} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_BINARY_DIR}/${name}.map)
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/${name}.map)
+  endif()
+endfunction()
+
+# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [ISOLATED]): a GoogleTest program.
+# Natively each case is a test of its own. Starting a process under Wine costs more than most cases do, so there
+# the whole program is one test, unless ISOLATED says that its cases need a fresh process each.
+function(orv_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED" "TIMEOUT;LOCK" "SOURCES;DEPENDS")
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS} GTest::gmock_main)
+  # GoogleTest's macros index arrays of static texts and compare literals in ways these two complain about.
+  set(properties TIMEOUT ${ARG_TIMEOUT})
+  if(ARG_LOCK)
+    list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
+  endif()
+  if(WIN32 AND NOT ARG_ISOLATED)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES ${properties})
+  else()
+    include(GoogleTest)
+    gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+                         PROPERTIES ${properties})
+  endif()
+endfunction()

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+
+// The receiver as the trace framework holds it, and the two functions by which it is reached.
+
+namespace Vx::Qrs::Trace {
+
+class CChannelDriver;
+class IFileDataSource;
+class IXmtrLibrary;
+
+/// Events that the framework passes on. Call them on the thread that drives the channels.
+class CTargetStateNotification {
+public:
+    /// The debugger's numbers for what a CPU does.
+    enum TargetState : unsigned {
+        eDisconnectedByUser = 3,
+        eDisconnected = 4,
+        eRunning = 5,
+        eRunningFree = 6,
+        eHalted = 7,
+        eHaltedByEvent = 8,
+    };
+
+    /// A CPU's state changed. With the channel's `targetSync` on this starts and stops recordings. May throw
+    /// Vx::Qrs::Zarn::cZarnError when the start or stop fails.
+    virtual void OnTargetStateChange(const char* cpuName, unsigned state) = 0;
+    /// State 0: the trace job was modified. Never throws.
+    virtual void OnTraceSystemStateChange(const char* cpuName, unsigned state) = 0;
+    /// Not used by this receiver.
+    virtual void OnTraceJobChange(const char* /*cpuName*/, unsigned /*value*/) {}
+    virtual ~CTargetStateNotification() = default;
+};
+
+/// One per process, counted by CreateRcvr and DestroyRcvr. Its operations are not to be called concurrently.
+/// Errors are thrown as Vx::Qrs::Zarn::cZarnError.
+class CReceiver : public CTargetStateNotification {
+public:
+    /// How many channels are allocated.
+    virtual unsigned GetNumAttachedCpus() = 0;
+    /// Copies each channel's CPU name with its terminating zero into `names[i]`. The caller provides one buffer per
+    /// attached CPU, each large enough: no length is checked. Null `names` is ignored.
+    virtual void GetAttachedCpuNames(char** names) = 0;
+    /// Makes the channel of one CPU. `xmtrLibrary` is the framework's access to the target's trace export; it is not
+    /// owned and has to live until ReleaseChannel; null is accepted here but makes SetConfiguration fail. `xmtrChannel` and
+    /// `xmtrCookie` are handed to it as they are. Returns null when a failure below was only logged.
+    virtual CChannelDriver* AllocateChannel(const char* cpuName, IXmtrLibrary* xmtrLibrary, unsigned xmtrChannel,
+                                            unsigned xmtrCookie) = 0;
+    /// Ends a channel: stops its recording, joins its thread. Null is ignored; an unknown pointer throws.
+    virtual void ReleaseChannel(CChannelDriver* driver) = 0;
+    /// How many channels the capture unit can serve at once with the present configuration.
+    virtual unsigned GetNumChannels() = 0;
+    /// Always throws: replay goes through GetFileDataSource.
+    virtual void* GetDataSourceForCpuName(const char* cpuName) = 0;
+    /// The first channel, whatever the name; null when there is none.
+    virtual CChannelDriver* GetChannelDriverForCpuName(const char* cpuName) = 0;
+    /// Number of channels plus 1.
+    virtual unsigned GetNextAvailableChannelNum() = 0;
+    /// Always 0.
+    virtual unsigned GetTotalNumPins(const char* cpuName) = 0;
+    /// Does nothing.
+    virtual void GetPinsForFunction(const char* function, unsigned* pins) = 0;
+    /// Replay of saved files; null when its libraries are not installed.
+    virtual IFileDataSource* GetFileDataSource() = 0;
+};
+
+} // namespace Vx::Qrs::Trace
+
+extern "C" {
+
+/// Gives the process's receiver, made at the first call, and counts the user. Never null; throws
+/// Vx::Qrs::Zarn::cZarnError on failure. The first call starts the data server process, which may take some seconds.
+/// Look it up by this name in the loaded library.
+Vx::Qrs::Trace::CReceiver* CreateRcvr();
+
+/// Gives back one CreateRcvr. At the last one all channels and the receiver are gone. Throws nothing.
+void DestroyRcvr(Vx::Qrs::Trace::CReceiver* receiver);
+
+using CreateRcvrFunction = Vx::Qrs::Trace::CReceiver* (*)();
+using DestroyRcvrFunction = void (*)(Vx::Qrs::Trace::CReceiver*);
+}

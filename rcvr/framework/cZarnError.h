@@ -1,0 +1,94 @@
+#pragma once
+
+#include <string>
+
+// The error class family that every library of the trace system throws at its boundary.
+//
+// A host catches `const Vx::Qrs::Zarn::cZarnError&` (or cZarnErrorIF). Errors are thrown by value; the pointers that
+// the text operations give stay valid as long as the caught object and until its text is next changed.
+// Neither class derives from std::exception: a host that catches only std::exception does not see these.
+
+namespace Vx::Qrs::Zarn {
+
+/// How grave an error is. The receiver uses the value 2 only.
+enum Severity_Type : unsigned { eSeverityError = 2 };
+
+class cZarnErrorIF {
+public:
+    /// Short caption for a message box; "error" for the receiver's own failures. Never null.
+    virtual const char* GetTitle() const = 0;
+    virtual void SetTitle(const char* title) = 0;
+    virtual Severity_Type GetSeverity() const = 0;
+    virtual void SetSeverity(Severity_Type severity) = 0;
+    /// What went wrong, for the user. Never null.
+    virtual const char* GetErrorText() const = 0;
+    virtual void SetErrorText(const char* text) = 0;
+    /// Where it went wrong, for a developer; null when nothing was added.
+    virtual const char* GetDetailedText() const = 0;
+    /// Appends to the detailed text.
+    virtual void AddDetailedInfo(const char* text) = 0;
+    /// Puts a text ahead of the error text, with " : " between them.
+    virtual void PushText(const char* text) = 0;
+    /// Does nothing; kept for hosts that call it on every error they have shown.
+    virtual void Delete() = 0;
+    virtual ~cZarnErrorIF() = default;
+};
+
+class cZarnError : public cZarnErrorIF {
+public:
+    cZarnError() = default;
+    cZarnError(const char* text, Severity_Type grade)
+        : severity(grade), errorText(text != nullptr ? text : "") {}
+    cZarnError(const cZarnError& other) : cZarnErrorIF(other) { copyFields(other); }
+    cZarnError& operator=(const cZarnError& other) {
+        Copy(other);
+        return *this;
+    }
+
+    const char* GetTitle() const override { return title.c_str(); }
+    void SetTitle(const char* text) override { title = text != nullptr ? text : ""; }
+    Severity_Type GetSeverity() const override { return severity; }
+    void SetSeverity(Severity_Type value) override { severity = value; }
+    const char* GetErrorText() const override { return errorText.c_str(); }
+    void SetErrorText(const char* text) override { errorText = text != nullptr ? text : ""; }
+    const char* GetDetailedText() const override { return hasDetail ? detailedText.c_str() : nullptr; }
+    void AddDetailedInfo(const char* text) override {
+        if (text != nullptr) {
+            detailedText += text;
+            hasDetail = true;
+        }
+    }
+    void PushText(const char* text) override {
+        if (text != nullptr)
+            errorText = errorText.empty() ? std::string(text) : text + (" : " + errorText);
+    }
+    // Hosts look this one up in the library by name, so it keeps default visibility.
+    __attribute__((visibility("default"))) void Delete() override;
+
+    ~cZarnError() override = default;
+
+    void SetErrorText(const std::string& text) { SetErrorText(text.c_str()); }
+    void AddDetailedInfo(const std::string& text) { AddDetailedInfo(text.c_str()); }
+
+protected:
+    virtual void Copy(const cZarnError& other) { copyFields(other); }
+
+private:
+    void copyFields(const cZarnError& other) {
+        title = other.title;
+        severity = other.severity;
+        errorText = other.errorText;
+        detailedText = other.detailedText;
+        hasDetail = other.hasDetail;
+    }
+
+    std::string title;
+    Severity_Type severity = eSeverityError;
+    std::string errorText;
+    std::string detailedText;
+    bool hasDetail = false;
+};
+
+inline void cZarnError::Delete() {}
+
+} // namespace Vx::Qrs::Zarn
