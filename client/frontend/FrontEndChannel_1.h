@@ -1,0 +1,269 @@
+#pragma once
+
+#include "client/FrontEndChannel.h"
+#include "client/Transmitter.h"
+#include "client/analysis/Cal.h"
+#include "client/analysis/Metrics.h"
+#include "client/frontend/FrontEnd_1.h"
+#include "client/frontend/Registers.h"
+#include "common/source/source_utilities/PropertyParser.h"
+#include "common/source/source_utilities/uMutex.h"
+#include "common/source/source_utilities/uRunnable.h"
+#include "common/source/source_utilities/uThread.h"
+#include "mpx/MpxEcomServer/DataClient.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace VX_QRS::ORV::CLIENT {
+
+/// The capture channel. Failures are thrown as Exception of the source unit `orv_client_frontend`.
+///
+/// Locks: `mutex`, recursive, is held by calibrate for its whole run and by the control thread for each pass; the data
+/// client's lock nests inside it. Public operations that need it take it; private members expect it held unless they
+/// say otherwise. Data client callbacks come on the thread that made the request, inside it.
+class FrontEndChannel_1 final : public FrontEndChannel, public uRunnable, public DataClient::Callback {
+public:
+    FrontEndChannel_1(FrontEnd_1* frontEnd, Transmitter* transmitter);
+    ~FrontEndChannel_1() override;
+    FrontEndChannel_1(const FrontEndChannel_1&) = delete;
+    FrontEndChannel_1& operator=(const FrontEndChannel_1&) = delete;
+
+    void setProperty(const char* name, const char* value) override;
+    void getProperty(const char* name, const char** value) override;
+    void applySettings() override;
+    void calibrate() override;
+    void start(bool flag) override;
+    void stop() override;
+    void endTransmission(bool flag) override;
+    void status(ChannelMetrics& out) override;
+    std::uint32_t ovs(bool capture, bool clearError) override;
+
+    /// The control thread's body; calibration runs it on its own thread for the verification recording.
+    void run() override;
+
+    void onData(const void* data, std::uint32_t size) override;
+    void onError(std::uint32_t code, const char* first, const char* second) override;
+    void onStatus(std::uint32_t value) override;
+
+    std::uint32_t getChannelNumber() const { return channelNumber; }
+
+    /// Lets tests reach the members below; defined by them only.
+    friend struct ChannelInspector;
+
+private:
+    // ---- channel_properties.cpp ----
+    void computeOrvBufSizes();
+    bool setEnumeratedProperty(const std::string& name, const char* value);
+    void setBufferSize(const char* value);
+    void setPropsFile(const char* value);
+
+    // ---- channel_lifecycle.cpp ----
+    void open();
+    void close();
+    void internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program, bool prepare,
+                       bool enableTransmitter, bool bypassProtocol);
+    void internalStop(bool stopCapture, bool stopTransmitter);
+    void initializeThreadState();
+    void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
+    void terminateThread(); // without the mutex: the thread needs it to end
+    void pass(bool& firstStop, std::uint32_t& ticks);
+
+    // ---- channel_datapath.cpp ----
+    void allocSelf();
+    void freeSelf();
+    void rotateDataFile();
+    void sync();
+    bool openDataFile();
+    void closeDataFile();
+
+    // ---- channel_registers.cpp ----
+    bool applyPinSettings();
+    void setupPins(Cal& target);
+    std::uint32_t disableClock();
+    void flushStm();
+    void waitForCommsIdle(unsigned polls);
+    std::uint32_t convertPeriod(std::uint32_t words, std::uint32_t low, std::uint32_t high) const;
+    void programRecordingRegisters(const std::string& bufferMode, bool bypassProtocol, std::uint32_t clockRegister);
+    std::uint32_t readRegister(std::uint32_t kind, std::uint32_t address);
+    void writeRegister(std::uint32_t kind, std::uint32_t address, std::uint32_t value);
+
+    // ---- channel_calibration.cpp ----
+    void autoCal(Metrics& results, Cal& target, std::uint32_t startSetting);
+    void attemptCal(Metrics& results, const Cal& start, Cal& work);
+    void commit(Metrics& results, Cal& work);
+    void manualCal(Cal& target);
+    void assertCal(const Cal& target) const;
+    void writeCal(const Cal& target);
+    void readCal(Cal& target);
+    void applyFrequencyChange(double frequency);
+    void computeFreqBasedCal(Cal& target) const;
+    void getCalFromMetrics(const Metrics& results, Cal& target) const;
+
+    // ---- channel_frequency.cpp ----
+    double measureFreq();
+    void measureAndVerifyFreq();
+    void findAllFrequencySettings(Metrics& results, Cal& target);
+    void findStartFrequencySetting(std::uint32_t& setting) const;
+
+    // ---- channel_oversampling.cpp ----
+    void captureOvs();
+    void clearOvs();
+    void triggerOvs();
+    void readOvs();
+    void readOvsStats(OvsStats& stats);
+    void clearOvsError();
+    std::uint32_t readOvsError();
+
+    // ---- channel_margins.cpp: members that hand the burst to the analysis functions ----
+    void detectSamplingPosition();
+    void stretch(Metrics& m);
+    void align(Metrics& m, std::uint32_t strategy);
+    void alignDataWithClock(Metrics& m);
+    void alignDataWithData(Metrics& m);
+    void findMargin(Metrics& m);
+    void adjustClockDelay(Metrics& m);
+    void computeOvsDataCorrelation(Metrics& m);
+    void formatDelaysForFpga(Metrics& m);
+    double findPeakCorrelation(const ProcMetrics& p, std::int32_t& delay, std::uint32_t range) const;
+    void verifyOvsMargin(const Cal& target, std::int32_t margin);
+
+    // ---- channel_verification.cpp ----
+    void verifyCal();
+
+    // ---- channel_diagnostics.cpp ----
+    void deleteDiagnosticFiles();
+    void logCal(const Metrics& results, const Cal& target);
+    void logOvs(const Cal& target, const char* suffix = nullptr);
+    void logRegs();
+    void formatMetrics(std::string& text) const;
+    void correlationString(const ProcMetrics& p, std::string& text) const;
+    void checkTriggerFile();
+
+    /// What the user asked for. Written by setProperty on the controlling thread (and by calibrate, which fixes
+    /// `samplingPos` and `calMode` in some cases); acted on at the next applySettings, calibrate or start.
+    struct Settings {
+        std::string file; ///< stem of the data file and of all diagnostic files
+        std::vector<std::string> delays, stretches, plateaus, debounces, filters; ///< per pin; converted by open
+        std::int32_t ovsMargin = 0; ///< not 0: margins are watched while recording
+        double frequencyLimit = 0.0; ///< Hz; 0 for none
+        std::string testPattern = "none"; ///< transmitter program of a recording
+        std::string verifyPattern = "verification"; ///< transmitter program of the calibration check
+        std::string samplingPos = "detect";
+        std::string calMode = "automatic";
+        std::string drmXmtr; ///< kind of trace export
+        std::string targetSync = "true"; ///< read back by the channel driver
+        std::string orvBufMode = "stop";
+        std::string pinMap; ///< EMU pins, clock first
+        std::uint32_t numPins = 0; ///< counting the clock
+        std::uint32_t startPort = 0; ///< stored and not acted on
+        std::uint32_t orvBufSize = 0x400000; ///< bytes
+        std::uint32_t referencePin = 1;
+        std::uint32_t archive = 0; ///< how many older recordings may still be kept
+        std::uint32_t deskewStrategy = 1; ///< 0 "clock", 1 "data"
+        bool verifyCalEnabled = true;
+        std::uint32_t cpi = 1000000; ///< length of the frequency measurement
+        std::uint32_t stmTimeoutPeriod = notSet; ///< words
+        std::uint32_t stmSyncPeriod = notSet; ///< words
+        bool stmClockTimeoutEnable = true;
+        bool stmZeroTimeoutEnable = true;
+        bool stmPeriodicSyncEnable = false;
+        bool stmDiagnosticTimingEnable = false;
+        bool stm32BitDataLimit = false;
+    };
+
+    /// Fixed limits and what follows from them; never changes behind the constructor.
+    struct BufferLimits {
+        std::uint32_t orvBufSizeMin = 0x40000;
+        std::uint32_t orvBufSizeMax = 0x8000000;
+        std::vector<std::uint32_t> orvBufSizes; ///< the legal buffer sizes, ascending
+    };
+
+    /// From open to close. Written by the controlling thread under the mutex.
+    struct Session {
+        bool opened = false;
+        DataClient::Channel* dataChannel = nullptr; ///< the data client's; set by each start
+        std::vector<std::uint32_t> rcvrPins; ///< receiver input of each pin, clock first
+        std::vector<std::uint32_t> emuPins; ///< EMU pin of each pin, clock first
+        std::string orvBufHasWrapped = "false"; ///< result of the last recording
+        bool keepFiles = false; ///< diagnostic files survive the object
+        std::string propertyText; ///< behind getProperty
+        std::vector<std::string> diagnosticStems; ///< every stem used since the last deletion
+    };
+
+    /// Rates. Written under the mutex, read by status without it.
+    struct Clocking {
+        std::atomic<double> exportFrequency{0.0}; ///< Hz, of the trace clock
+        std::atomic<double> dataFrequency{0.0}; ///< words per second on each pin, in Hz
+        std::atomic<double> dataRate{0.0}; ///< bits per second over all data pins
+        std::atomic<double> wordClockFrequency{0.0}; ///< Hz, of the unit
+        double oversampling = 0.0; ///< samples in a clock period
+        std::uint32_t bitSamples = 0; ///< samples in half a clock period
+        bool doubleDataRate = true;
+        std::vector<double> frequencies; ///< measured rate of each usable setting, index = setting
+        std::uint32_t frequencySetting = 0; ///< the one in use
+    };
+
+    /// Host side of the burst of samples. Made by open, freed by close; used under the mutex.
+    struct Oversampling {
+        std::uint32_t ovsStart = 16; ///< samples at the start of a burst that analysis skips
+        std::uint32_t ovsDepth = 0; ///< words per proc, 512 once opened
+        std::uint32_t ovsWordBits = 16;
+        std::array<std::vector<std::uint16_t>, registers::maxProcs> ovsWords; ///< bit 0 of a word is the earliest sample
+        std::array<std::vector<RegisterAccess>, registers::maxProcs> ovsAccess; ///< read list of each proc's FIFO
+    };
+
+    /// Result of the last calibration and the state of a running one; under the mutex, apart from the atomics, which
+    /// status reads.
+    struct Calibration {
+        Cal cal;
+        Metrics metrics;
+        std::string baseFile; ///< the stem as it was when calibrate began
+        std::atomic<bool> calInProgress{false};
+        std::atomic<double> calProgress{0.0};
+    };
+
+    /// Bytes of the running recording; zeroed when one starts. One writer at a time, on the thread that talks to the
+    /// data client; read by status at any time.
+    struct Counters {
+        std::atomic<std::uint32_t> bytesReady{0}; ///< on the unit, as last seen
+        std::atomic<std::uint32_t> bytesPending{0}; ///< requested and not yet received
+        std::atomic<std::uint32_t> bytesTotal{0}; ///< received and written
+    };
+
+    /// State and control thread. `errorText` is written before `hasError` is set and then left alone until the next
+    /// recording starts, which is what lets status hand it out without the mutex.
+    struct Control {
+        std::atomic<std::int32_t> state{Uncalibrated};
+        std::atomic<bool> exitThread{false}; ///< tells the control thread to leave
+        std::atomic<bool> threadDone{false};
+        std::atomic<bool> hasError{false};
+        std::string errorText; ///< first error wins
+        std::atomic<std::uint32_t> verifyTimeoutTicks{0}; ///< passes; 0 for no limit
+        std::FILE* dataFile = nullptr; ///< open from the start of run, or from verification, to the end of run
+    };
+
+    Settings settings;
+    BufferLimits limits;
+    Session session;
+    Clocking clocking;
+    Oversampling oversampling;
+    Calibration calibration;
+    Counters counters;
+    Control control;
+
+    FrontEnd_1* frontEnd; // not owned
+    Transmitter* transmitter; // shared, handed back to the factory
+    std::uint32_t channelNumber; // number on the unit; scales register addresses
+    PropertyParser* parser; // shared by the process
+    std::unique_ptr<uMutex> mutex;
+    std::unique_ptr<uThread> thread;
+};
+
+} // namespace VX_QRS::ORV::CLIENT
