@@ -1,0 +1,16 @@
+#pragma once
+
+namespace VX_QRS::ORV::CLIENT {
+
+// Settings by name, text in both directions. Failures are Exception; a name that an object does not know is eNAME.
+class Property {
+public:
+    virtual void setProperty(const char* name, const char* value) = 0;
+
+    // The text belongs to the object and is good until the next call.
+    virtual void getProperty(const char* name, const char** value) = 0;
+
+    virtual ~Property() = default;
+};
+
+} // namespace VX_QRS::ORV::CLIENT

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace VX_QRS {
+
+// A TCP socket, client or server, over the platform's own. Nothing is thrown: operations give a status number and
+// leave a text in lastError(). read and write do one platform call each and may move fewer bytes than asked for.
+// Calls block without a limit unless told otherwise. One thread at a time; a lost peer raises no signal, and
+// processes that are started do not inherit the handle.
+class uSocket {
+public:
+    // What the operations give.
+    static constexpr int done = 0;
+    static constexpr int setUpFailed = 1;
+    static constexpr int nullBuffer = 2;
+    static constexpr int failed = 4;
+    static constexpr int connectionGone = 5;
+
+    using Handle = std::intptr_t;
+    static constexpr Handle invalidHandle = -1;
+
+    struct Peer {
+        std::string address; // dotted
+        std::uint16_t port = 0;
+    };
+
+    uSocket() = default;
+
+    // Takes over a connected handle.
+    uSocket(Handle connected, const Peer& from);
+
+    uSocket(const uSocket&) = delete;
+    uSocket& operator=(const uSocket&) = delete;
+
+    // Closes.
+    virtual ~uSocket();
+
+    // `host` is a dotted address; names are not looked up. Status 0, 1 or 4. An open handle is closed first, and a
+    // failed one does not stay open.
+    int connect(const char* host, std::uint16_t port);
+
+    // Listens at all addresses of this machine with a backlog of 1. Port 0 takes a free one. Status 0 or 1.
+    int listen(std::uint16_t port);
+
+    // Waits for the next connection; null on failure, and at once on a client.
+    std::unique_ptr<uSocket> accept();
+
+    // Ends the connection in both directions. May be repeated.
+    void close();
+
+    // At most `size` bytes to or from `buffer` + `offset`. `count` is the number moved, or -1. Status 0, 2, 4 or 5;
+    // 5 means that the connection is gone. A read waits for the first byte; an orderly end of the peer gives
+    // status 5 with a count of 0.
+    int read(void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count);
+    int write(const void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count);
+
+    // Waits at most so long (negative: without a limit) until there is something to read, a connection to accept, or
+    // a failure that the next call will report. False only when the time has run out.
+    bool waitReadable(int milliseconds);
+
+    bool isOpen() const { return handle != invalidHandle; }
+    std::uint16_t localPort() const { return local; }
+    std::uint16_t remotePort() const { return remote; }
+    const std::string& peerAddress() const { return peer; }
+    const std::string& lastError() const { return error; }
+
+    // The words for a platform's error number, which is one of Windows Sockets on all systems, or -1.
+    static std::string errorText(int code);
+
+private:
+    bool openHandle();
+    int failOpen(const char* prefix, int status);
+    int recordError(const char* prefix);
+
+    bool isServer = false;
+    Handle handle = invalidHandle;
+    std::uint16_t local = 0;
+    std::uint16_t remote = 0;
+    std::string peer;
+    std::string error;
+};
+
+} // namespace VX_QRS
