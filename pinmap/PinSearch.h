@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+// The search for emulation pins that carry the trace of several channels at once: functions on plain maps.
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+/// One possible assignment, as emulation pin numbers: the clock first, then the data pins.
+using PinList = std::vector<std::uint32_t>;
+
+/// The assignments of one way of programming a device's pins, by trace kind and in the order read.
+using Pinout = std::map<std::string, std::vector<PinList>>;
+/// By pin-out name.
+using Pinouts = std::map<std::string, Pinout>;
+/// Which part of the device owns the trace source, by trace kind.
+using OwnerNames = std::map<std::string, std::string>;
+
+struct PinRequest {
+    std::string kind;
+    std::uint32_t dataPins = 0;
+    bool exact = false; ///< false: at least that many data pins
+};
+
+struct PinGrant {
+    PinList pins;
+    std::string owner;
+};
+
+/// By request name, which is the channel's.
+using PinRequests = std::map<std::string, PinRequest>;
+using PinGrants = std::map<std::string, PinGrant>;
+
+/// The first list of one pin-out that serves one request with no excluded pin and, when `required` is not empty, with
+/// required pins only. A grant enters the kind into `owners` when it is not there. False leaves `grant` alone.
+bool tryPinout(PinGrant& grant, const Pinouts& pinouts, OwnerNames& owners, const std::string& pinoutName,
+               const PinRequest& request, const PinList& excluded, const PinList& required);
+
+/// One pin-out that serves all requests with no pin used twice: exact fits first, and then the requests' own wish;
+/// within each without pins 0 and 1, without pin 0, without pin 1, with both. False leaves in `grants` what the last
+/// attempt granted, and `pinoutName` alone.
+bool searchPinouts(PinGrants& grants, std::string& pinoutName, const Pinouts& pinouts, OwnerNames& owners,
+                   const PinRequests& requests, const PinList& excluded, const PinList& required);
+
+} // namespace Vx::Qrs::Trace::OrvRcvr
