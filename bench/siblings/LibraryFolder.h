@@ -1,0 +1,10 @@
+#pragma once
+
+#include <filesystem>
+
+namespace bench {
+
+/// Folder of the library that holds this code, absolute. Empty when the system does not tell. Any thread.
+std::filesystem::path libraryFolder();
+
+} // namespace bench

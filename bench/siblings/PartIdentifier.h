@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "bench/siblings/DeviceDatabase.h"
+#include "rcvr/framework/IPartIdentifier.h"
+
+namespace bench {
+
+/// Device identification over the bench's data base. All objects that it gives out are its own and live with it.
+/// One thread at a time.
+class PartIdentifier : public Vx::Qrs::Trace::IPartIdentifier {
+public:
+    explicit PartIdentifier(DeviceDatabase data);
+    ~PartIdentifier() override;
+
+    std::vector<Vx::Qrs::Trace::IDeviceEntry*> getDeviceEntries(const char* deviceName) override;
+    const char* getDeviceText(const char* deviceName, unsigned selector) override;
+
+private:
+    struct Shown;
+    DeviceDatabase base;
+    std::vector<std::unique_ptr<Shown>> shown; ///< made when a device is first asked for
+    std::string text;
+};
+
+} // namespace bench

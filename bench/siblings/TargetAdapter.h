@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bench/siblings/DeviceDatabase.h"
+#include "rcvr/framework/ITargetAdapter.h"
+
+namespace bench {
+
+/// Target adapter over the bench's data base. A CPU that the data base does not hold, or that it marks as not
+/// reachable, has no CPU information.
+class TargetAdapter : public Vx::Qrs::Trace::ITargetAdapter {
+public:
+    TargetAdapter(const DeviceDatabase& base, std::string cpuName);
+    ~TargetAdapter() override;
+
+    const char* getCpuName() override { return name.c_str(); }
+    Vx::Qrs::Trace::ICpuInfo* getCpuInfo() override;
+
+private:
+    std::string name;
+    std::unique_ptr<Vx::Qrs::Trace::ICpuInfo> info;
+};
+
+} // namespace bench
