@@ -1,0 +1,145 @@
+#include "mpx/MpxEcomServer/OrvEcomProxy.h"
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uLog.h"
+#include "link/GdbTcpipIo.h"
+#include "mpx/MpxEcomServer/EcomWire.h"
+#include "mpx/MpxEcomServer/ProxyNames.h"
+#include "mpx/MpxEcomServer/ServerStart.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace VX_QRS::ORV {
+
+namespace {
+
+constexpr const char* serverHost = "127.0.0.1";
+constexpr const char* serverFolderVariable = "COMMON_HELIX";
+constexpr std::uint32_t bufferReservation = 0x100000;
+constexpr double pollingIntervalSeconds = 1.0;
+constexpr double pollDelaySeconds = 5.0;
+// With this count the timer never fires and its thread ends by itself: records are delivered in front of the replies
+// to the client's own requests only.
+constexpr std::uint32_t pollRepeats = 0;
+
+} // namespace
+
+OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(chunk)
+{
+    sendBuffer.create(chunkSize + 1);
+    receiveBuffer.create(chunkSize + 1);
+
+    // The server is started by its bare name, so its folder has to be the working directory.
+    uEnvironment::ScopedDirectoryChanger directory(nullptr);
+    const std::string folder = uEnvironment::get(serverFolderVariable);
+    if (!folder.empty()) {
+        logMessage("MpxEcomProxy: changing directory to %s", folder.c_str());
+        directory.change(folder.c_str());
+    }
+    const StartedServer server = startServer(platformProcesses(), port);
+    serverPid = server.id;
+    serverPort = server.port;
+    connectServer();
+    try {
+        spareSocket.connect(serverHost, static_cast<std::uint16_t>(serverPort));
+        beginTalk();
+    } catch (...) {
+        logError("MpxEcomProxy: version check failed");
+        closeLink();
+        terminateServer();
+        throw;
+    }
+    timer.setPollingInterval(pollingIntervalSeconds);
+    timer.registerCallable(this, pollDelaySeconds, pollRepeats);
+    timer.start();
+}
+
+OrvEcomProxy::OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunk)
+    : link(std::move(connected)), chunkSize(chunk)
+{
+    sendBuffer.create(chunkSize + 1);
+    receiveBuffer.create(chunkSize + 1);
+    try {
+        beginTalk();
+    } catch (...) {
+        logError("MpxEcomProxy: version check failed");
+        closeLink();
+        throw;
+    }
+}
+
+OrvEcomProxy::~OrvEcomProxy()
+{
+    logEntry(proxySourceName, "OrvEcomProxy::~OrvEcomProxy");
+    timer.stop();
+    try {
+        beginRequest(wire::command::quit);
+        endRequest();
+        sendRequest();
+    } catch (...) {
+        // The server may be gone already; its process is ended below in any case.
+    }
+    closeLink();
+    terminateServer();
+}
+
+void OrvEcomProxy::connectServer()
+{
+    try {
+        link = std::make_unique<MPX_GDB_AGENT::GdbTcpipIo>(serverPort);
+    } catch (const std::exception&) {
+        terminateServer();
+        throw std::runtime_error("failed to create io");
+    }
+    if (link->connectTo(serverHost) != MPX_GDB_AGENT::IoOk) {
+        logError("MpxEcomProxy: failed to connect to server");
+        closeLink();
+        terminateServer();
+        throw std::runtime_error("failed to connect to server");
+    }
+}
+
+void OrvEcomProxy::beginTalk()
+{
+    // Both find their storage present, so that the buffers keep the size of a chunk.
+    sendBuffer.reserve(bufferReservation);
+    receiveBuffer.reserve(bufferReservation);
+    const std::uint32_t version = queryVersion();
+    logError("MpxEcomProxy: server version is %u", version);
+    if (version != wire::serverVersion) {
+        terminateServer();
+        throw std::runtime_error("ecom version mismatch");
+    }
+}
+
+void OrvEcomProxy::terminateServer() noexcept
+{
+    if (serverPid != 0)
+        uEnvironment::terminateProcess(serverPid);
+    serverPid = 0;
+}
+
+void OrvEcomProxy::closeLink() noexcept
+{
+    if (link != nullptr)
+        link->closeClient();
+    link.reset();
+}
+
+DataClient* createDataClient(std::uint32_t port)
+{
+    try {
+        return new OrvEcomProxy(port, OrvEcomProxy::defaultChunkSize);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void destroyDataClient(DataClient* client)
+{
+    delete client;
+}
+
+} // namespace VX_QRS::ORV

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "common/source/source_utilities/SourceLocation.h"
+#include "common/source/source_utilities/uMutex.h"
+#include "common/source/source_utilities/uSocket.h"
+#include "common/source/source_utilities/uTimer.h"
+#include "link/IGdbIo.h"
+#include "link/PacketBuffer.h"
+#include "mpx/MpxEcomServer/DataClient.h"
+#include "mpx/MpxEcomServer/Scratch.h"
+
+#include <memory>
+#include <sstream>
+
+namespace VX_QRS::ORV {
+
+/// The client of one data server process, which it starts, owns and ends. It is its own single recording stream.
+///
+/// Contract, threads, blocking and errors are those of `DataClient`. The server process is never shared: it lives
+/// from construction to destruction.
+class OrvEcomProxy : public DataClient, public DataClient::Channel, private uTimer::Callable {
+public:
+    static constexpr std::uint32_t defaultChunkSize = 0x10000;
+
+    /// Starts the server, connects and checks its version. Throws `std::runtime_error` with no server left running.
+    /// @param chunkSize the most bytes asked of the socket in one read.
+    OrvEcomProxy(std::uint32_t port, std::uint32_t chunkSize);
+    /// Talks over a link that is connected already, to a server that somebody else owns, and checks its version.
+    OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunkSize);
+    /// Says goodbye to the server, closes the link and terminates the process. Up to a second.
+    ~OrvEcomProxy() override;
+    OrvEcomProxy(const OrvEcomProxy&) = delete;
+    OrvEcomProxy& operator=(const OrvEcomProxy&) = delete;
+
+    void connect(const char* url) override;
+    void disconnect() override;
+    void read(RegisterAccess* list, std::uint32_t count) override;
+    void write(const RegisterAccess* list, std::uint32_t count) override;
+    DataClient::Channel* openChannel(std::uint32_t bufferSize, std::uint32_t mode, Callback* receiver) override;
+    void closeChannel(DataClient::Channel* channel) override;
+
+    void start() override;
+    void status(std::uint32_t* ready) override;
+    void peek(std::uint32_t first, std::uint32_t second, void* data, std::uint32_t* size) override;
+    void stop() override;
+    void request(std::uint32_t count) override;
+    void cancel() override;
+    void flush() override;
+
+    /// Asks the server for callback records only; failures are swallowed. What the timer would call.
+    void pollServer();
+
+private:
+    void call() override;
+
+    // OrvEcomProxy.cpp: life cycle.
+    void connectServer();
+    void beginTalk();
+    void terminateServer() noexcept;
+    void closeLink() noexcept;
+
+    // OrvEcomProxyRequests.cpp: requests. The mutex is held, or no other thread knows this object.
+    template <class Arguments, class Payload>
+    void exchange(char command, Arguments&& arguments, Payload&& payload);
+    template <class Arguments, class Payload>
+    void transact(char command, Arguments&& arguments, Payload&& payload);
+    void transactPlain(const char* function, char command,
+                       const SourceLocation& where = SourceLocation::current());
+    std::uint32_t queryVersion();
+    void beginRequest(char command);
+    void endRequest();
+    void appendWord(std::uint32_t value);
+    void appendBytes(const void* bytes, std::uint32_t count);
+    void appendAccess(const RegisterAccess& access);
+    void appendPointerStorage(const void* pointer, std::uint32_t count);
+    void sendRequest();
+
+    // OrvEcomProxyReplies.cpp: replies.
+    void awaitReply();
+    void dropLateChecksum();
+    void parseReplyHead();
+    void takeServerText();
+    void parseRecord();
+    bool parseDataRecord();
+    bool parseErrorRecord();
+    bool parseStatusRecord();
+    bool takeText(Scratch& scratch);
+    bool takeWord(std::uint32_t& value);
+    bool takeBytes(void* to, std::uint32_t count);
+    bool takeAccess(RegisterAccess& access);
+    void expect(bool decoded);
+    void finishReply();
+    void note(const char* text);
+    void throwNoted() const;
+
+    std::uint32_t serverPort = 0;
+    std::unique_ptr<MPX_GDB_AGENT::IGdbIo> link;
+    MPX_GDB_AGENT::PacketBuffer sendBuffer;
+    MPX_GDB_AGENT::PacketBuffer receiveBuffer;
+    std::uint32_t serverPid = 0; // 0: no process is held
+    uSocket spareSocket;         // the second connection: open for the object's life, never read or written
+    Callback* callback = nullptr; // null while no channel is open
+    std::ostringstream errorText; // what went wrong with the reply at hand; guarded by the mutex, as are the buffers
+    Scratch firstScratch;         // data, and first texts
+    Scratch secondScratch;        // second texts
+    std::uint32_t chunkSize;
+    uTimer timer;
+    uMutex mutex;
+    // Checksum characters that had not arrived when the last reply ended.
+    std::uint32_t lateChecksum = 0;
+};
+
+} // namespace VX_QRS::ORV
