@@ -12,8 +12,10 @@
 #include "common/source/source_utilities/uThread.h"
 #include "mpx/MpxEcomServer/DataClient.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -53,16 +55,20 @@ public:
     void onStatus(std::uint32_t value) override;
 
     std::uint32_t getChannelNumber() const { return channelNumber; }
+    /// Pins in use, counting the clock, and never more than there are procs: what loops over procs have to use, since
+    /// the count comes from a property that is only checked when the channel opens.
+    std::uint32_t procsInUse() const { return std::min(settings.numPins, registers::maxProcs); }
 
     /// Lets tests reach the members below; defined by them only.
     friend struct ChannelInspector;
 
 private:
     // ---- channel_properties.cpp ----
+    struct Properties; // the property table
     void computeOrvBufSizes();
-    bool setEnumeratedProperty(const std::string& name, const char* value);
     void setBufferSize(const char* value);
     void setPropsFile(const char* value);
+    void setPinMap(const char* value);
 
     // ---- channel_lifecycle.cpp ----
     void open();
@@ -73,7 +79,17 @@ private:
     void initializeThreadState();
     void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
     void terminateThread(); // without the mutex: the thread needs it to end
-    void pass(bool& firstStop, std::uint32_t& ticks);
+    struct Run {
+        bool firstStop = true; // the capture is still to be closed
+        std::uint32_t ticks = 0; // passes, for the time limit of a verification
+        bool settled = false; // leaving was seen inside a pass, which has done what there is to do about it
+    };
+    void pass(Run& run);
+    void pollRecording();
+    void drain(Run& run);
+    void cancelRest();
+    void cancelBehindLoop();
+    void convertLists();
 
     // ---- channel_datapath.cpp ----
     void allocSelf();
@@ -90,7 +106,7 @@ private:
     void flushStm();
     void waitForCommsIdle(unsigned polls);
     std::uint32_t convertPeriod(std::uint32_t words, std::uint32_t low, std::uint32_t high) const;
-    void programRecordingRegisters(const std::string& bufferMode, bool bypassProtocol, std::uint32_t clockRegister);
+    void programRecordingRegisters(bool bypassProtocol, std::uint32_t clockRegister);
     std::uint32_t readRegister(std::uint32_t kind, std::uint32_t address);
     void writeRegister(std::uint32_t kind, std::uint32_t address, std::uint32_t value);
 
@@ -237,14 +253,18 @@ private:
         std::atomic<std::uint32_t> bytesTotal{0}; ///< received and written
     };
 
-    /// State and control thread. `errorText` is written before `hasError` is set and then left alone until the next
-    /// recording starts, which is what lets status hand it out without the mutex.
+    /// State and control thread. `publishedError` is set before `hasError`, which is what lets status hand it out
+    /// without the mutex.
     struct Control {
         std::atomic<std::int32_t> state{Uncalibrated};
         std::atomic<bool> exitThread{false}; ///< tells the control thread to leave
         std::atomic<bool> threadDone{false};
         std::atomic<bool> hasError{false};
-        std::string errorText; ///< first error wins
+        std::string errorText; ///< first error wins; under the mutex
+        /// Copies of errorText for status: the newest and the one before it, which a reader may still hold.
+        std::array<std::string, 2> publishedTexts;
+        std::size_t nextPublished = 0;
+        std::atomic<const char*> publishedError{""};
         std::atomic<std::uint32_t> verifyTimeoutTicks{0}; ///< passes; 0 for no limit
         std::FILE* dataFile = nullptr; ///< open from the start of run, or from verification, to the end of run
     };

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "common/source/source_utilities/printfChecked.h"
+
+#include <source_location>
+
+// Log lines of the front end and its channels: "ORV Receiver (orv_client_frontend:<line>) <message>".
+
+namespace VX_QRS::ORV::CLIENT {
+
+inline constexpr const char* programLabel = "ORV Receiver";
+
+/// The source unit that exceptions and log lines of front end and channels name, whatever file they come from.
+inline constexpr const char* frontEndUnit = "orv_client_frontend";
+
+/// The line it is called from.
+inline int here(const std::source_location& location = std::source_location::current()) {
+    return static_cast<int>(location.line());
+}
+
+/// A step that was taken: class M, threshold 1. Use as logStep(here(), "called ds_start").
+void logStep(int line, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
+/// A failure: class E, threshold 1.
+void logStepError(int line, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
+
+} // namespace VX_QRS::ORV::CLIENT
