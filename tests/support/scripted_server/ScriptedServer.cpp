@@ -1,0 +1,136 @@
+#include "tests/support/scripted_server/ScriptedServer.h"
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "tests/support/scripted_server/Frames.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <fstream>
+#include <set>
+
+using VX_QRS::uEnvironment;
+
+namespace {
+
+constexpr const char* folderVariable = "COMMON_HELIX";
+constexpr const char* scriptVariable = "SCRIPTED_SERVER_SCRIPT";
+
+std::filesystem::path uniqueName(const char* stem)
+{
+    static int counter = 0;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    return std::filesystem::temp_directory_path() /
+           (std::string(stem) + "-" + std::to_string(uEnvironment::getCurrentProcessId()) + "-" +
+            std::to_string(now) + "-" + std::to_string(++counter));
+}
+
+} // namespace
+
+ScopedVariable::ScopedVariable(const char* variable, const std::string& value)
+    : name(variable), saved(uEnvironment::get(variable))
+{
+    uEnvironment::set(name.c_str(), value.c_str());
+}
+
+ScopedVariable::~ScopedVariable()
+{
+    uEnvironment::set(name.c_str(), saved.c_str());
+}
+
+ScratchFolder::ScratchFolder() : folder(uniqueName("orv-folder"))
+{
+    std::filesystem::create_directories(folder);
+}
+
+ScratchFolder::~ScratchFolder()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+}
+
+ScriptedServer::ScriptedServer() : scriptPath(uniqueName("orv-script"))
+{
+    uEnvironment::set(folderVariable, folder().c_str());
+    uEnvironment::set(scriptVariable, scriptPath.string().c_str());
+}
+
+ScriptedServer::~ScriptedServer()
+{
+    uEnvironment::set(folderVariable, "");
+    uEnvironment::set(scriptVariable, "");
+    std::error_code ignored;
+    std::filesystem::remove(scriptPath, ignored);
+    std::filesystem::remove(scriptPath.string() + ".report", ignored);
+}
+
+std::string ScriptedServer::folder()
+{
+    return std::filesystem::absolute(SCRIPTED_SERVER_FOLDER).string();
+}
+
+ScriptedServer& ScriptedServer::step(std::string_view verb, std::string_view bytes)
+{
+    script << verb << ' ' << frames::toHex(bytes) << '\n';
+    ++steps;
+    return *this;
+}
+
+ScriptedServer& ScriptedServer::forPort(std::uint32_t port)
+{
+    script << '[' << port << "]\n";
+    steps = 0;
+    return *this;
+}
+
+ScriptedServer& ScriptedServer::drip(std::uint32_t ms, std::string_view bytes)
+{
+    return step("drip " + std::to_string(ms), bytes);
+}
+
+ScriptedServer& ScriptedServer::wait(std::uint32_t ms)
+{
+    return step("wait " + std::to_string(ms));
+}
+
+ScriptedServer& ScriptedServer::greet()
+{
+    return listen().accept().accept().expect("$v#00").send(frames::reply(frames::word(1)));
+}
+
+void ScriptedServer::arm()
+{
+    std::ofstream(scriptPath, std::ios::binary) << script.str();
+}
+
+std::string ScriptedServer::report() const
+{
+    std::ifstream file(scriptPath.string() + ".report", std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+std::string ScriptedServer::startedPorts() const
+{
+    std::istringstream lines(report());
+    std::string ports;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("started "))
+            ports += (ports.empty() ? "" : " ") + line.substr(8);
+    }
+    return ports;
+}
+
+void ScriptedServer::verify() const
+{
+    std::istringstream lines(report());
+    std::set<std::size_t> used;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("used "))
+            used.insert(std::stoul(line.substr(5)));
+        else
+            EXPECT_TRUE(line.starts_with("started ") || line == "goodbye") << line;
+    }
+    EXPECT_EQ(used.size(), steps) << "steps of the script were not used; the server reports:\n" << report();
+}

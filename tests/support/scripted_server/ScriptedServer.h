@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+/// A data server process that does what is written here. The client under test starts it, since it finds it under
+/// the server's image name in the folder that the environment names while this object lives.
+class ScriptedServer {
+public:
+    /// Sets COMMON_HELIX and the script's variable.
+    ScriptedServer();
+    ScriptedServer(const ScriptedServer&) = delete;
+    ScriptedServer& operator=(const ScriptedServer&) = delete;
+    /// Restores the environment and removes the files.
+    ~ScriptedServer();
+
+    /// Steps, in order; see the server program.
+    ScriptedServer& forPort(std::uint32_t port);
+    ScriptedServer& listen() { return step("listen"); }
+    ScriptedServer& accept() { return step("accept"); }
+    ScriptedServer& refuse() { return step("refuse"); }
+    ScriptedServer& expect(std::string_view bytes) { return step("expect", bytes); }
+    ScriptedServer& send(std::string_view bytes) { return step("send", bytes); }
+    ScriptedServer& drip(std::uint32_t ms, std::string_view bytes);
+    ScriptedServer& wait(std::uint32_t ms);
+    ScriptedServer& close() { return step("close"); }
+    ScriptedServer& exit() { return step("exit"); }
+    ScriptedServer& hang() { return step("hang"); }
+    /// Listens, takes both connections and answers the version check.
+    ScriptedServer& greet();
+
+    /// Writes the script; to be called before the client starts the process.
+    void arm();
+    /// Every step was used and no other bytes came.
+    void verify() const;
+    /// What the processes of this script have reported so far.
+    std::string report() const;
+    /// Ports of the processes that were started, in order.
+    std::string startedPorts() const;
+
+    /// The folder that holds the server program, and its image name.
+    static std::string folder();
+    static constexpr const char* image = "mpx_ecom_server.exe";
+
+private:
+    ScriptedServer& step(std::string_view verb, std::string_view bytes = {});
+
+    std::filesystem::path scriptPath;
+    std::ostringstream script;
+    std::size_t steps = 0;
+};
+
+/// Sets a variable of the environment for the scope of a test.
+class ScopedVariable {
+public:
+    ScopedVariable(const char* name, const std::string& value);
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+    ~ScopedVariable();
+
+private:
+    std::string name;
+    std::string saved;
+};
+
+/// A folder of its own below the temporary one, removed with all it holds.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    ~ScratchFolder();
+    const std::filesystem::path& path() const { return folder; }
+
+private:
+    std::filesystem::path folder;
+};

@@ -1,0 +1,191 @@
+#include "link/GdbTcpipIo.h"
+
+#include "common/source/source_utilities/uThread.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <string>
+#include <thread>
+
+using namespace MPX_GDB_AGENT;
+using VX_QRS::uSocket;
+
+namespace {
+
+constexpr std::int32_t patience = 20000; // ms; only a defect makes a test wait this long
+
+std::uint32_t freePort()
+{
+    uSocket probe;
+    EXPECT_EQ(probe.listen(0), uSocket::done);
+    return probe.localPort();
+}
+
+// A listening end and a connected one, both of the class under test.
+class GdbTcpipIoTest : public ::testing::Test {
+protected:
+    GdbTcpipIoTest() : portNumber(freePort()), server(portNumber), client(portNumber) {}
+    ~GdbTcpipIoTest() override
+    {
+        client.closeClient();
+        server.closeClient();
+    }
+
+    void pair()
+    {
+        ASSERT_EQ(server.listenOn(), IoOk);
+        ASSERT_EQ(client.connectTo("127.0.0.1"), IoOk);
+        ASSERT_EQ(server.acceptClient(patience), IoOk);
+    }
+
+    std::string receive(GdbTcpipIo& io, std::uint32_t expected)
+    {
+        std::uint32_t count = 99;
+        char bytes[64] = {};
+        EXPECT_EQ(io.receive(bytes, sizeof bytes, count), expected);
+        return {bytes, count};
+    }
+
+    std::uint32_t portNumber;
+    GdbTcpipIo server;
+    GdbTcpipIo client;
+};
+
+} // namespace
+
+TEST_F(GdbTcpipIoTest, UnconnectedEverythingAnswersNotConnected)
+{
+    std::uint32_t count = 5;
+    char byte = 0;
+    EXPECT_EQ(client.port(), portNumber);
+    EXPECT_EQ(client.send(&byte, 1, count), IoNotConnected);
+    EXPECT_EQ(count, 0u);
+    count = 5;
+    EXPECT_EQ(client.receive(&byte, 1, count), IoNotConnected);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(client.waitReadable(patience), IoNotConnected);
+    EXPECT_EQ(client.waitWritable(patience), IoNotConnected);
+    EXPECT_STREQ(client.peerName(), "");
+    client.closeClient();
+}
+
+TEST_F(GdbTcpipIoTest, BytesPassBothWays)
+{
+    pair();
+    std::uint32_t count = 0;
+    EXPECT_EQ(client.waitWritable(0), IoOk);
+    EXPECT_EQ(client.send("$v#00", 5, count), IoOk);
+    EXPECT_EQ(count, 5u);
+    ASSERT_EQ(server.waitReadable(patience), IoOk);
+    EXPECT_EQ(receive(server, IoOk), "$v#00");
+    EXPECT_EQ(server.send("$OK", 3, count), IoOk);
+    ASSERT_EQ(client.waitReadable(-1), IoOk);
+    EXPECT_EQ(receive(client, IoOk), "$OK");
+}
+
+TEST_F(GdbTcpipIoTest, ASecondConnectOrAcceptFindsTheFirst)
+{
+    pair();
+    EXPECT_EQ(client.connectTo("127.0.0.1"), IoOk);
+    EXPECT_EQ(server.acceptClient(0), IoOk);
+    std::uint32_t count = 0;
+    EXPECT_EQ(client.send("x", 1, count), IoOk);
+    ASSERT_EQ(server.waitReadable(patience), IoOk);
+    EXPECT_EQ(receive(server, IoOk), "x");
+}
+
+TEST_F(GdbTcpipIoTest, AQuietPeerTimesOut)
+{
+    pair();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(client.waitReadable(30), IoTimeout);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(25));
+    EXPECT_EQ(client.waitReadable(0), IoTimeout);
+}
+
+TEST_F(GdbTcpipIoTest, NobodyToAcceptTimesOut)
+{
+    ASSERT_EQ(server.listenOn(), IoOk);
+    EXPECT_EQ(server.acceptClient(20), IoTimeout);
+}
+
+TEST_F(GdbTcpipIoTest, AcceptWithoutListeningFails)
+{
+    EXPECT_EQ(server.acceptClient(20), IoFailed);
+}
+
+TEST_F(GdbTcpipIoTest, AnOrderlyEndOfThePeerIsReportedOnceAndTheSocketIsGone)
+{
+    pair();
+    server.closeClient();
+    ASSERT_EQ(client.waitReadable(patience), IoOk);
+    EXPECT_EQ(receive(client, IoDisconnected), "");
+    EXPECT_EQ(receive(client, IoNotConnected), "");
+    std::uint32_t count = 0;
+    EXPECT_EQ(client.send("x", 1, count), IoNotConnected);
+}
+
+TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd)
+{
+    pair();
+    server.closeClient();
+    std::uint32_t count = 0;
+    std::uint32_t result = IoOk;
+    // The first bytes may still go out: the peer's refusal of them is what tells.
+    for (int i = 0; i < 2000 && result == IoOk; ++i) {
+        result = client.send("x", 1, count);
+        if (result == IoOk)
+            VX_QRS::uThread::sleep(10);
+    }
+    EXPECT_EQ(result, IoDisconnected);
+    EXPECT_EQ(client.send("x", 1, count), IoNotConnected);
+}
+
+TEST_F(GdbTcpipIoTest, ANullBufferIsAFailureThatKeepsTheConnection)
+{
+    pair();
+    std::uint32_t count = 0;
+    EXPECT_EQ(client.send(nullptr, 1, count), IoFailed);
+    EXPECT_EQ(client.receive(nullptr, 1, count), IoFailed);
+    EXPECT_EQ(client.send("x", 1, count), IoOk);
+}
+
+TEST_F(GdbTcpipIoTest, ConnectingToNobodyFailsAndMayBeTriedAgain)
+{
+    EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
+    EXPECT_STREQ(client.peerName(), "");
+    EXPECT_EQ(client.waitWritable(0), IoOk) << "the socket object stays in place";
+    ASSERT_EQ(server.listenOn(), IoOk);
+    EXPECT_EQ(client.connectTo("127.0.0.1"), IoOk);
+    EXPECT_EQ(server.acceptClient(patience), IoOk);
+}
+
+TEST_F(GdbTcpipIoTest, AHostNameIsNotResolved)
+{
+    ASSERT_EQ(server.listenOn(), IoOk);
+    EXPECT_EQ(client.connectTo("localhost"), IoFailed);
+}
+
+TEST_F(GdbTcpipIoTest, ListeningOnATakenPortFails)
+{
+    ASSERT_EQ(server.listenOn(), IoOk);
+    GdbTcpipIo second(portNumber);
+    EXPECT_EQ(second.listenOn(), IoListenFailed);
+    EXPECT_EQ(second.stopListening(), IoOk);
+}
+
+TEST_F(GdbTcpipIoTest, StoppedListeningRefusesConnections)
+{
+    ASSERT_EQ(server.listenOn(), IoOk);
+    EXPECT_EQ(server.stopListening(), IoOk);
+    EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
+}
+
+TEST_F(GdbTcpipIoTest, ThePeersNameEndsInThePortsLowByte)
+{
+    pair();
+    const std::string expected = "127.0.0.1:" + std::string(1, static_cast<char>(portNumber & 0xFF));
+    EXPECT_STREQ(client.peerName(), expected.c_str());
+}
