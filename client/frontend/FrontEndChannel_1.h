@@ -19,6 +19,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <source_location>
 #include <span>
 #include <string>
 #include <vector>
@@ -88,7 +89,9 @@ private:
     void pollRecording();
     void drain(Run& run);
     void cancelRest();
-    void cancelBehindLoop();
+    void cancelBehindLoop(const Run& run);
+    void readBytesReady();
+    void recordError(const char* text);
     void convertLists();
 
     // ---- channel_datapath.cpp ----
@@ -109,6 +112,8 @@ private:
     void programRecordingRegisters(bool bypassProtocol, std::uint32_t clockRegister);
     std::uint32_t readRegister(std::uint32_t kind, std::uint32_t address);
     void writeRegister(std::uint32_t kind, std::uint32_t address, std::uint32_t value);
+    void writeLogged(const char* what, std::uint32_t address, std::uint32_t value,
+                     const std::source_location& location = std::source_location::current());
 
     // ---- channel_calibration.cpp ----
     void autoCal(Metrics& results, Cal& target, std::uint32_t startSetting);

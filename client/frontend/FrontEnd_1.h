@@ -52,6 +52,7 @@ public:
     Waits& waits() const { return waiting; }
 
 private:
+    void lookUp(const char* name, const char** value);
     void readPll();
 
     std::uint32_t maxChnls = 1; // number of channel sections of the properties file
