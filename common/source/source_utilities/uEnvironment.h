@@ -41,6 +41,9 @@ public:
     // Creates every directory of the path; -1 when the last one is not there in the end, otherwise 0.
     static int createDirectories(const char* path);
 
+    // Creates one directory; true when it is there in the end.
+    static bool makeDirectory(const char* path);
+
     // Bytes that the caller may still write to the directory's volume; false when the directory is not there.
     static bool getFreeSpace(const char* directory, std::uint64_t& bytes);
 

@@ -2,6 +2,7 @@
 
 #include "common/source/source_utilities/uMutex.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <string>
@@ -33,7 +34,7 @@ public:
     const std::string& getPath() const { return path; }
 
 private:
-    bool opened = false;
+    std::atomic<bool> opened{false};
     std::string path;
     std::string mode;
     std::FILE* stream = nullptr;

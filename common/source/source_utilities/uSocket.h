@@ -51,9 +51,9 @@ public:
     // Ends the connection in both directions. May be repeated.
     void close();
 
-    // At most `size` bytes to or from `buffer` + `offset`. `count` is the number moved, or -1. Status 0, 2, 4 or 5;
-    // 5 means that the connection is gone. A read waits for the first byte; an orderly end of the peer gives
-    // status 5 with a count of 0.
+    // At most `size` bytes to or from `buffer` + `offset`. `count` is the number moved; a failed read gives -1,
+    // a failed write 0. Status 0, 2, 4 or 5; 5 means that the connection is gone. A read waits for the first byte; an
+    // orderly end of the peer gives status 5 with a count of 0.
     int read(void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count);
     int write(const void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count);
 
@@ -71,7 +71,7 @@ public:
     static std::string errorText(int code);
 
 private:
-    bool openHandle();
+    void openHandle();
     int failOpen(const char* prefix, int status);
     int recordError(const char* prefix);
 

@@ -1,0 +1,100 @@
+#include "common/source/source_utilities/uTimer.h"
+
+#include "common/source/source_utilities/source_utilities_error.h"
+
+#include <new>
+
+namespace VX_QRS {
+
+uTimer::uTimer() {
+    try {
+        thread = std::make_unique<uThread>(this);
+    } catch (const std::bad_alloc&) {
+        throw source_utilities_error("uTimer failed to allocate its thread");
+    }
+}
+
+uTimer::~uTimer() {
+    uTimer::stop();
+}
+
+void uTimer::setPollingInterval(double seconds) {
+    if (!stopFlag) {
+        throw source_utilities_error("uTimer cannot change polling interval while running");
+    }
+    thread->wait(); // a thread that has ended the timer may still be on its way out
+    pollingInterval = seconds;
+}
+
+void uTimer::registerCallable(Callable* callable, double delay, std::uint32_t repeats) {
+    if (!stopFlag) {
+        throw source_utilities_error("uTimer cannot register while running");
+    }
+    if (callable == nullptr) {
+        throw source_utilities_error("uTimer cannot register a null callable");
+    }
+    if (delay < 0) {
+        throw source_utilities_error("uTimer cannot register a negative delay");
+    }
+    thread->wait();
+    entries.push_back({callable, delay, repeats, 0, 0.0});
+}
+
+std::size_t uTimer::size() const { return entries.size(); }
+
+bool uTimer::start() {
+    if (!stopFlag || thread->isCurrent()) {
+        return false;
+    }
+    // The last thing that a run does is to set the flag again, which must not end the next one.
+    thread->wait();
+    stopFlag = false;
+    const bool started = thread->start();
+    if (!started) {
+        stopFlag = true;
+    }
+    return started;
+}
+
+void uTimer::stop() {
+    stopFlag = true;
+    thread->wait();
+    entries.clear();
+}
+
+void uTimer::wait() { thread->wait(); }
+
+void uTimer::run() {
+    stopwatch.mark();
+    const auto pause = static_cast<std::uint32_t>(pollingInterval * 1000.0);
+    while (!stopFlag) {
+        uThread::sleep(pause);
+        const double seconds = stopwatch.elapsed();
+        stopwatch.mark();
+        if (!fireDueEntries(seconds)) {
+            stopFlag = true;
+        }
+    }
+}
+
+// False when no entry had firings left.
+bool uTimer::fireDueEntries(double seconds) {
+    bool anyActive = false;
+    // By index: a callable that stops the timer empties the list.
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        Entry& entry = entries[i];
+        if (entry.fired >= entry.repeats) {
+            continue;
+        }
+        anyActive = true;
+        entry.elapsed += seconds;
+        if (entry.elapsed > entry.delay) {
+            ++entry.fired;
+            entry.elapsed = 0.0;
+            entry.callable->call();
+        }
+    }
+    return anyActive;
+}
+
+} // namespace VX_QRS
