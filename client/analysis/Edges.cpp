@@ -71,7 +71,7 @@ int prevEdge(Samples samples, std::uint32_t& position) {
     for (std::uint32_t word = last / samplesPerWord + 1; word-- > 0;) {
         const std::uint32_t found = differing(samples[word], level) & mask;
         if (found != 0) {
-            position = word * samplesPerWord + static_cast<std::uint32_t>(std::bit_width(found)) - 1;
+            position = word * samplesPerWord + 31 - static_cast<std::uint32_t>(std::countl_zero(found));
             return result;
         }
         mask = allOnes;
