@@ -1,0 +1,197 @@
+#include "bench/unit/DataPath.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <numbers>
+
+namespace bench {
+
+namespace {
+
+// The chance that a normal variable is below z.
+double below(double z) {
+    return 0.5 * std::erfc(-z / std::numbers::sqrt2);
+}
+
+// The chance that a value with that mean and spread is below a limit.
+double chanceBelow(double mean, double spread, double limit) {
+    if (spread > 0.0) {
+        return below((limit - mean) / spread);
+    }
+    return mean < limit ? 1.0 : 0.0;
+}
+
+// The samples in which a clock edge can be seen, each with its chance.
+template <class Visit>
+void forEachSample(double edge, double jitter, Visit&& visit) {
+    if (jitter <= 0.0) {
+        visit(std::ceil(edge), 1.0);
+        return;
+    }
+    constexpr double reach = 6.0;
+    double lower = 0.0;
+    for (double sample = std::ceil(edge - reach * jitter); sample < edge + reach * jitter + 1.0;
+         sample += 1.0) {
+        const double upper = below((sample - edge) / jitter);
+        visit(sample, upper - lower);
+        lower = upper;
+    }
+}
+
+// Enough clock edges to meet every position that they take against the samples.
+constexpr int edgesLookedAt = 128;
+
+struct Chances {
+    double early = 0.0;
+    double late = 0.0;
+};
+
+// A sample is early when the slot's first edge is still to come, late when the next slot's has already been.
+Chances chancesOf(const PathTiming& clock, const PathTiming& data, double half, std::int64_t slot) {
+    Chances sum;
+    for (int edge = 0; edge < edgesLookedAt; ++edge) {
+        const double at = edge * half + clock.phase + (edge % 2 == 0 ? clock.rise : clock.fall);
+        const double begin = (edge + static_cast<double>(slot)) * half + data.phase;
+        forEachSample(at, clock.jitter, [&](double sample, double weight) {
+            for (const double shift : {data.rise, data.fall}) {
+                sum.early +=
+                    weight * (1.0 - chanceBelow(begin + shift, data.jitter, std::nextafter(sample, 1e300)));
+                sum.late +=
+                    weight * chanceBelow(begin + half + shift, data.jitter, std::nextafter(sample, 1e300));
+            }
+        });
+    }
+    sum.early /= 2.0 * edgesLookedAt;
+    sum.late /= 2.0 * edgesLookedAt;
+    return sum;
+}
+
+} // namespace
+
+PathTiming timePath(const Transmission& transmission, const Line& line, const ProcSettings& settings) {
+    const EdgeShift shift = shiftOf(settings);
+    PathTiming timing;
+    timing.source = line.source;
+    timing.phase = line.source == LineSource::Clock ? transmission.clockPhase() : transmission.dataPhase();
+    timing.rise = line.timing.skew + shift.rise;
+    timing.fall = line.timing.skew + line.timing.lateFall + shift.fall;
+    timing.jitter = line.timing.jitter;
+    const double shortest = 0.5 * settings.debounce;
+    if (line.source == LineSource::Clock || line.source == LineSource::Data) {
+        const double spread = std::numbers::sqrt2 * timing.jitter;
+        // Jitter can turn a pulse round, which takes it out as surely as the debounce does.
+        const double limit = std::max(shortest, std::numeric_limits<double>::min());
+        const double one = transmission.halfPeriod + line.timing.lateFall;
+        const double zero = transmission.halfPeriod - line.timing.lateFall;
+        // Stretching can close what debouncing has left.
+        const double stretch = shift.fall - shift.rise;
+        timing.lostOnes = chanceBelow(one, spread, std::max(limit, -stretch));
+        timing.lostZeros = chanceBelow(zero, spread, std::max(limit, stretch));
+    }
+    if (line.timing.glitchEvery > 0.0 && line.timing.glitchLength >= shortest) {
+        timing.glitchEvery = line.timing.glitchEvery;
+        timing.glitchLength = line.timing.glitchLength;
+    }
+    return timing;
+}
+
+PathQuality judgePath(const PathTiming& clock, const PathTiming& data, double half) {
+    PathQuality quality;
+    quality.flip = data.glitchEvery > 0.0 ? data.glitchLength / data.glitchEvery : 0.0;
+    if (data.source == LineSource::Constant || data.source == LineSource::Floating) {
+        return quality;
+    }
+    double sum = 0.0;
+    double lowest = std::numeric_limits<double>::max();
+    double highest = std::numeric_limits<double>::lowest();
+    for (int edge = 0; edge < edgesLookedAt; ++edge) {
+        const double shift = edge % 2 == 0 ? clock.rise : clock.fall;
+        const double start = edge * half;
+        const double at = std::ceil(start + clock.phase + shift) - start - data.phase;
+        sum += at;
+        lowest = std::min(lowest, at);
+        highest = std::max(highest, at);
+    }
+    const double mean = sum / edgesLookedAt;
+    const auto middle = static_cast<std::int64_t>(std::floor((mean - 0.5 * (data.rise + data.fall)) / half));
+    double best = std::numeric_limits<double>::max();
+    for (std::int64_t slot = middle - 1; slot <= middle + 1; ++slot) {
+        const Chances chances = chancesOf(clock, data, half, slot);
+        if (chances.early + chances.late < best) {
+            best = chances.early + chances.late;
+            quality.slot = slot;
+            quality.early = chances.early;
+            quality.late = chances.late;
+        }
+    }
+    const double begin = static_cast<double>(quality.slot) * half + std::max(data.rise, data.fall);
+    quality.offset = mean - begin;
+    quality.offsetMin = lowest - begin;
+    quality.offsetMax = highest - begin;
+    quality.eye = half - std::abs(data.rise - data.fall);
+    return quality;
+}
+
+Segment makeSegment(TransmissionPointer transmission, const Line& clock, const ProcSettings& clockSettings,
+                    const std::vector<Line>& data, const std::vector<ProcSettings>& dataSettings) {
+    Segment segment;
+    segment.transmission = std::move(transmission);
+    const Transmission& sent = *segment.transmission;
+    segment.clock.line = clock;
+    segment.clock.timing = timePath(sent, clock, clockSettings);
+    std::map<std::int64_t, int> votes;
+    for (std::size_t index = 0; index < data.size(); ++index) {
+        ProcPath& path = segment.data.emplace_back();
+        path.line = data[index];
+        path.timing = timePath(sent, data[index], dataSettings[index]);
+        path.quality = judgePath(segment.clock.timing, path.timing, sent.halfPeriod);
+        if (path.line.source == LineSource::Data) {
+            ++votes[path.quality.slot];
+        }
+    }
+    if (!votes.empty()) {
+        const auto winner = std::max_element(
+            votes.begin(), votes.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+        for (ProcPath& path : segment.data) {
+            path.quality.slot -= winner->first;
+        }
+    }
+    return segment;
+}
+
+double clockEdgesPerSlot(const Transmission& transmission, const ProcPath& clock, std::int64_t aroundSlot) {
+    double edges = 0.0;
+    switch (clock.line.source) {
+    case LineSource::Clock:
+        edges = 1.0;
+        break;
+    case LineSource::Data: {
+        constexpr std::int64_t slots = 4096;
+        std::int64_t changes = 0;
+        for (std::int64_t slot = aroundSlot; slot < aroundSlot + slots; ++slot) {
+            changes +=
+                slotLevel(transmission, clock.line, slot) != slotLevel(transmission, clock.line, slot - 1)
+                    ? 1
+                    : 0;
+        }
+        edges = static_cast<double>(changes) / static_cast<double>(slots);
+        break;
+    }
+    case LineSource::Constant:
+        break;
+    case LineSource::Floating:
+        edges = transmission.halfPeriod / floatingEdgeDistance;
+        break;
+    }
+    // Each pulse that is taken out costs both its edges, each glitch that is left adds two.
+    edges *= std::max(0.0, 1.0 - clock.timing.lostOnes - clock.timing.lostZeros);
+    if (clock.timing.glitchEvery > 0.0) {
+        edges += 2.0 * transmission.halfPeriod / clock.timing.glitchEvery;
+    }
+    return edges;
+}
+
+} // namespace bench

@@ -1,0 +1,236 @@
+#include "bench/unit/Recorder.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace bench {
+
+namespace {
+
+constexpr std::size_t packetWords = packetBytes / 2;
+constexpr std::size_t payloadWords = packetWords - 1;
+constexpr std::size_t packetsPerBlock = blockBytes / packetBytes;
+
+void putWord(std::uint8_t* out, std::uint16_t word) {
+    out[0] = static_cast<std::uint8_t>(word & 0xFF);
+    out[1] = static_cast<std::uint8_t>(word >> 8);
+}
+
+// A synchronisation sequence whose further word is missing would be taken for a whole one.
+void mendCutSequence(const Segment& segment, std::uint64_t words, std::uint16_t& last) {
+    const WordStream& stream = segment.transmission->words;
+    if (stream.positionInSequence(segment.firstWord + words) == syncSequence.size() - 1) {
+        last = 0;
+    }
+}
+
+} // namespace
+
+void Recorder::open(std::uint32_t size, bool wrapping) {
+    capacity = size;
+    wraps = wrapping;
+    open_ = false;
+    done = false;
+    hasWrapped = false;
+    pieces.clear();
+    fetched = 0;
+    cursorReady = false;
+}
+
+void Recorder::begin(Segment segment, double from, double wordsPerSample) {
+    pieces.push_back({std::move(segment), from, wordsPerSample, 0});
+    open_ = true;
+    done = false;
+}
+
+std::uint64_t Recorder::wordsOf(const Piece& piece, bool current, double now) const {
+    if (!current) {
+        return piece.words;
+    }
+    const double words = (now - piece.from) * piece.rate;
+    return words > 0.0 ? static_cast<std::uint64_t>(words) : 0;
+}
+
+std::uint64_t Recorder::nextWord(double now) const {
+    return pieces.back().segment.firstWord + wordsOf(pieces.back(), open_, now);
+}
+
+std::uint64_t Recorder::total(double now) const {
+    std::uint64_t sum = 0;
+    for (const Piece& piece : pieces) {
+        sum += wordsOf(piece, open_ && &piece == &pieces.back(), now);
+    }
+    return wraps ? sum : std::min(sum, capacityWords());
+}
+
+void Recorder::end(double now) {
+    if (!open_) {
+        return;
+    }
+    // A full buffer took no more, whenever that is noticed.
+    std::uint64_t before = 0;
+    for (std::size_t index = 0; index + 1 < pieces.size(); ++index) {
+        before += pieces[index].words;
+    }
+    Piece& last = pieces.back();
+    last.words = wordsOf(last, true, now);
+    if (!wraps) {
+        last.words = std::min(last.words, capacityWords() - std::min(before, capacityWords()));
+    }
+    open_ = false;
+}
+
+std::uint64_t Recorder::wordsPerBlock() const {
+    return format == Framing::Packets ? packetsPerBlock * payloadWords : blockBytes / 2;
+}
+
+std::uint64_t Recorder::capacityWords() const {
+    return capacity / blockBytes * wordsPerBlock();
+}
+
+bool Recorder::full(double now) const {
+    return !wraps && capacity != 0 && total(now) >= capacityWords();
+}
+
+bool Recorder::wrapped(double now) const {
+    return wraps && capacity != 0 && (hasWrapped || total(now) >= capacityWords());
+}
+
+void Recorder::finish(double now) {
+    end(now);
+    hasWrapped = wrapped(now);
+    done = true;
+}
+
+std::uint64_t Recorder::lastBlock() const {
+    return (total(0.0) + wordsPerBlock() - 1) / wordsPerBlock();
+}
+
+std::uint64_t Recorder::firstBlock() const {
+    const std::uint64_t last = lastBlock();
+    const std::uint64_t kept = hasWrapped ? capacity / blockBytes - 1 : last;
+    return last - std::min(last, kept);
+}
+
+std::uint32_t Recorder::bytesHeld(double now) const {
+    std::uint64_t blocks = 0;
+    if (done) {
+        blocks = lastBlock() - firstBlock();
+    } else {
+        blocks = wrapped(now) ? capacity / blockBytes - 1 : total(now) / wordsPerBlock();
+    }
+    return static_cast<std::uint32_t>(blocks * blockBytes - fetched);
+}
+
+void Recorder::seek(Cursor& cursor, std::uint64_t word) const {
+    cursor = Cursor{};
+    while (cursor.piece < pieces.size() && word >= pieces[cursor.piece].words) {
+        word -= pieces[cursor.piece].words;
+        ++cursor.piece;
+    }
+    cursor.done = word;
+    if (cursor.piece < pieces.size()) {
+        cursor.reader = readSegment(pieces[cursor.piece].segment, word);
+    }
+}
+
+void Recorder::makeBlock(Cursor& cursor) const {
+    std::vector<std::uint16_t> payload(wordsPerBlock(), 0);
+    std::size_t filled = 0;
+    while (filled < payload.size() && cursor.piece < pieces.size()) {
+        const Piece& piece = pieces[cursor.piece];
+        const std::size_t count = std::min<std::size_t>(payload.size() - filled, piece.words - cursor.done);
+        if (count != 0) {
+            cursor.reader->fill(std::span(payload).subspan(filled, count));
+            filled += count;
+            cursor.done += count;
+        }
+        if (cursor.done == piece.words) {
+            if (filled != 0) {
+                mendCutSequence(piece.segment, piece.words, payload[filled - 1]);
+            }
+            ++cursor.piece;
+            cursor.done = 0;
+            cursor.reader =
+                cursor.piece < pieces.size() ? readSegment(pieces[cursor.piece].segment, 0) : nullptr;
+        }
+    }
+    cursor.block.resize(blockBytes);
+    cursor.blockAt = 0;
+    std::uint8_t* out = cursor.block.data();
+    if (format == Framing::Words) {
+        for (const std::uint16_t word : payload) {
+            putWord(out, word);
+            out += 2;
+        }
+        return;
+    }
+    for (std::size_t packet = 0; packet < packetsPerBlock; ++packet) {
+        const std::size_t first = packet * payloadWords;
+        for (std::size_t index = 0; index < payloadWords; ++index, out += 2) {
+            putWord(out, payload[first + index]);
+        }
+        putWord(out, first < filled ? traceTrailer : otherTrailer);
+        out += 2;
+    }
+}
+
+std::size_t Recorder::copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const {
+    std::size_t given = 0;
+    const std::size_t wanted = std::min<std::size_t>(out.size(), left);
+    while (given < wanted) {
+        if (cursor.blockAt == blockBytes) {
+            makeBlock(cursor);
+        }
+        const std::size_t count = std::min(wanted - given, blockBytes - cursor.blockAt);
+        std::copy_n(cursor.block.begin() + static_cast<std::ptrdiff_t>(cursor.blockAt), count,
+                    out.begin() + static_cast<std::ptrdiff_t>(given));
+        cursor.blockAt += count;
+        given += count;
+    }
+    return given;
+}
+
+std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
+    if (!done) {
+        return 0;
+    }
+    if (!cursorReady) {
+        seek(fetchCursor, firstBlock() * wordsPerBlock());
+        cursorReady = true;
+    }
+    const std::size_t given = copyOut(fetchCursor, bytesHeld(0.0), out);
+    fetched += given;
+    return given;
+}
+
+std::size_t Recorder::look(std::span<std::uint8_t> out) const {
+    if (!done) {
+        return 0;
+    }
+    Cursor cursor;
+    seek(cursor, (firstBlock() + fetched / blockBytes) * wordsPerBlock());
+    std::array<std::uint8_t, blockBytes> ahead{};
+    copyOut(cursor, bytesHeld(0.0), std::span(ahead).first(fetched % blockBytes));
+    return copyOut(cursor, bytesHeld(0.0), out);
+}
+
+void Recorder::discard(double now) {
+    if (open_) {
+        Piece current = std::move(pieces.back());
+        const std::uint64_t words = wordsOf(current, true, now);
+        current.segment.firstWord += words;
+        current.from += static_cast<double>(words) / current.rate;
+        pieces.clear();
+        pieces.push_back(std::move(current));
+    } else {
+        pieces.clear();
+    }
+    hasWrapped = false;
+    fetched = 0;
+    cursorReady = false;
+}
+
+} // namespace bench

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "bench/unit/DataPath.h"
+#include "bench/unit/SegmentReader.h"
+
+namespace bench {
+
+// Packets of 255 payload words and a trailer, or payload and nothing else.
+enum class Framing { Packets, Words };
+
+inline constexpr std::uint32_t blockBytes = 16384;
+inline constexpr std::size_t packetBytes = 512;
+inline constexpr std::uint16_t traceTrailer = 0x08FF;
+inline constexpr std::uint16_t otherTrailer = 0x10FF;
+
+// The unit's buffer. It is not a store: which words it holds follows from when recording began, at what rate
+// words come in, and how many were fetched; the words themselves are made when they are fetched. All times
+// are the unit's samples. Contents are counted in whole blocks of 16 KiB; the last one is filled up when
+// recording stops.
+class Recorder {
+public:
+    // Empties the buffer. `size` is at least two blocks, a multiple of a block. A wrapping buffer keeps, once
+    // it has wrapped, the newest `size` less one block.
+    void open(std::uint32_t size, bool wrapping);
+    void setFraming(Framing framing) { format = framing; }
+
+    // Words come in from sample `from` on.
+    void begin(Segment segment, double from, double wordsPerSample);
+    // No more words come in until the next `begin`.
+    void end(double now);
+    bool running() const { return open_; }
+    // The stream word that comes next, while running.
+    std::uint64_t nextWord(double now) const;
+
+    // A buffer that does not wrap and has no more room.
+    bool full(double now) const;
+    bool wrapped(double now) const;
+
+    // Recording is over: the last block is filled up and the contents can be fetched.
+    void finish(double now);
+    bool finished() const { return done; }
+
+    std::uint32_t bytesHeld(double now) const;
+    // The next bytes of a finished recording; as many as are held at most. Returns how many.
+    std::size_t fetch(std::span<std::uint8_t> out);
+    // Like fetch, but they stay.
+    std::size_t look(std::span<std::uint8_t> out) const;
+
+    // What was recorded so far is gone.
+    void discard(double now);
+
+private:
+    struct Piece {
+        Segment segment;
+        double from = 0.0;
+        double rate = 0.0;       // words a sample
+        std::uint64_t words = 0; // once it has ended
+    };
+
+    // Reads on through the pieces.
+    struct Cursor {
+        std::size_t piece = 0;
+        std::uint64_t done = 0; // words of that piece
+        std::unique_ptr<SegmentReader> reader;
+        std::vector<std::uint8_t> block;
+        std::size_t blockAt = blockBytes; // bytes of the block that were given out
+    };
+
+    std::uint64_t wordsOf(const Piece& piece, bool current, double now) const;
+    std::uint64_t total(double now) const;
+    std::uint64_t wordsPerBlock() const;
+    std::uint64_t capacityWords() const;
+    std::uint64_t firstBlock() const; // of a finished recording
+    std::uint64_t lastBlock() const;  // one behind
+    void makeBlock(Cursor& cursor) const;
+    std::size_t copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const;
+    void seek(Cursor& cursor, std::uint64_t word) const;
+
+    std::uint32_t capacity = 0;
+    bool wraps = false;
+    Framing format = Framing::Packets;
+    bool open_ = false;
+    bool done = false;
+    bool hasWrapped = false;
+    std::deque<Piece> pieces;
+    Cursor fetchCursor;
+    bool cursorReady = false;
+    std::uint64_t fetched = 0; // bytes
+};
+
+} // namespace bench

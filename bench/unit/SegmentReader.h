@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "bench/unit/DataPath.h"
+
+namespace bench {
+
+// The payload words of a segment, in order, as the recorder puts them together: what was sent, with what the
+// pins did to it.
+class SegmentReader {
+public:
+    virtual ~SegmentReader() = default;
+    virtual void fill(std::span<std::uint16_t> out) = 0;
+};
+
+// Starts `skip` words behind the segment's first. The segment has to outlive the reader. The clock must have
+// edges.
+//
+// Whole words are moved as long as every clock edge takes one slot; a clock that drops or adds edges, or pins
+// that do not fit the words sent, are followed slot by slot.
+std::unique_ptr<SegmentReader> readSegment(const Segment& segment, std::uint64_t skip);
+
+} // namespace bench

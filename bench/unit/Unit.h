@@ -1,0 +1,179 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bench/scenarios/Scenario.h"
+#include "bench/unit/Burst.h"
+#include "bench/unit/Recorder.h"
+#include "bench/unit/Registers.h"
+#include "bench/wiring/Line.h"
+
+namespace bench {
+
+// What the target's transmitter was told to send. `pins` are EMU pins: the clock, then bit 0, bit 1 and so
+// on.
+struct TargetProgram {
+    std::string pattern; // "none", "f0", "a5", "ramp", "walk" or "lfsr"; "none" is trace
+    unsigned frequency = 0;
+    ExportKind kind = ExportKind::Pti;
+    std::vector<unsigned> pins;
+};
+
+// The bench's own view of one data pin at the start of a recording.
+struct PinTruth {
+    unsigned proc = 0;
+    unsigned input = 0;
+    std::optional<unsigned> emu; // none for the unit's own generator
+    double offset = 0.0;         // samples from the beginning of the eye to the taken sample, mean
+    double eye = 0.0;            // samples
+    double fraction = 0.0;       // offset / eye, mean and extremes over the clock edges
+    double fractionMin = 0.0;
+    double fractionMax = 0.0;
+    std::int64_t slot = 0;  // against where most data pins are
+    double errorRate = 0.0; // chance that a bit that differs from its neighbours is taken wrong
+    double skew = 0.0;      // the wiring's skew of this pin
+};
+
+struct RecordingTruth {
+    std::string pattern;
+    double frequency = 0.0; // Hz of the trace clock
+    double halfPeriod = 0.0;
+    std::uint32_t bufferSize = 0;
+    bool wrapping = false;
+    Framing framing = Framing::Packets;
+    std::vector<PinTruth> pins;
+};
+
+// The callback records of the recording stream.
+class RecordSink {
+public:
+    virtual ~RecordSink() = default;
+    virtual void onData(std::span<const std::uint8_t> bytes) = 0;
+    virtual void onStatus(std::uint32_t value) = 0;
+};
+
+struct UnitError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// The capture unit with what is wired to it: registers, conditioning, oversample FIFOs, frequency counters,
+// buffer. It neither waits nor sleeps: time comes from outside, in nanoseconds that never go back, and
+// everything is worked out for the moment of a call. It is used by one thread at a time.
+class Unit {
+public:
+    using TimeSource = std::function<std::uint64_t()>;
+
+    // The scenario is copied. `play` is what the target sends as trace; trace is generated when there is
+    // none.
+    Unit(const Scenario& scenario, TimeSource time,
+         std::optional<std::vector<std::uint8_t>> play = std::nullopt);
+
+    // Called once for each recording, when its first word can be taken.
+    std::function<void(const RecordingTruth&)> onRecording;
+
+    // --- registers ---
+    std::uint32_t read(std::uint32_t kind, reg::Address address);
+    void write(std::uint32_t kind, reg::Address address, std::uint32_t value);
+
+    // --- the recording stream ---
+    // Throws UnitError when the size is not a multiple of 16 KiB or below two of them.
+    void openChannel(std::uint32_t size, std::uint32_t mode); // mode 0 stops when full, any other wraps
+    void closeChannel();
+    bool channelOpen() const { return opened; }
+    void start(); // throws UnitError when no channel is open
+    void stop();
+    std::uint32_t status(); // bytes held and not yet delivered
+    void request(std::uint32_t bytes);
+    void cancel();
+    void flush();
+    std::vector<std::uint8_t> peek(std::uint32_t bytes);
+
+    // Hands over what may stand in front of a reply: data that were asked for, at most `limit` bytes of them,
+    // and, in front of a reply to `status`, that the unit has stopped by itself. Nothing while no channel is
+    // open.
+    void deliver(RecordSink& sink, bool inFrontOfStatus, std::size_t limit = defaultDelivery);
+    static constexpr std::size_t defaultDelivery = 0x200000;
+    static constexpr std::size_t recordBytes = 0x40000;
+
+    // --- the target ---
+    void programTarget(const TargetProgram& program); // throws UnitError
+    void shutdownTarget();
+    std::uint32_t traceStatus() const { return scenario.transmitter.traceStatus; }
+
+    // --- for tests and diagnosis ---
+    static constexpr double sampleRate = 1.4e9;
+    std::int64_t sampleNow() const;
+    ProcInput inputOf(unsigned channel, unsigned proc) const;
+    // What a recording with the present settings takes; nothing while no transmitter runs or no data proc is
+    // enabled.
+    std::optional<Segment> segmentNow(unsigned channel) const;
+
+private:
+    struct Counter {
+        std::int64_t windowStart = 0;
+        bool pending = false;
+        std::uint32_t count = 0;
+    };
+
+    std::uint16_t stored(reg::Address address) const;
+    ProcSettings procSettings(unsigned channel, unsigned proc) const;
+    std::uint32_t readComms(unsigned channel) const;
+    std::uint32_t readError(unsigned channel, bool registerA) const;
+    std::uint32_t readCount(unsigned channel, bool high);
+    std::uint32_t countEdges(unsigned channel, std::int64_t from, std::int64_t to) const;
+    void writeCapture(std::uint16_t value);
+    void programGenerator(std::uint16_t control);
+
+    // UnitTarget.cpp
+    Line lineOf(unsigned channel, unsigned proc) const;
+    std::optional<unsigned> capturingChannel() const;
+    // Brings the recorder up to date; `changed`: something that recording depends on is about to be, or was,
+    // altered.
+    void update(bool changed);
+    void beginSegment(unsigned channel, std::int64_t now, bool goesOn);
+    void reportTruth(const Segment& segment, unsigned channel);
+
+    Scenario scenario;
+    TimeSource timeSource;
+    std::uint64_t epoch;
+    ContentPointer trace;
+
+    std::map<reg::Address, std::uint16_t> registers;
+    std::map<reg::Address, std::uint32_t> bridge;
+    std::array<OversampleFifo, reg::procs> fifos;
+    std::array<std::uint16_t, 2> captureHistory{};
+    mutable std::array<Counter, reg::channels> counters;
+    std::array<std::optional<std::int64_t>, reg::channels> commsCleared;
+
+    // What sends, and where it is wired to. The generator wins over the target.
+    TransmissionPointer target;
+    std::vector<unsigned> targetPins;
+    std::string targetPattern;
+    bool targetSendsTrace = false;
+    TransmissionPointer generator;
+    std::string generatorPattern;
+
+    bool opened = false;
+    bool started = false;
+    std::uint32_t bufferSize = 0;
+    bool wrapping = false;
+    Recorder recorder;
+    TransmissionPointer lastRecorded; // the transmission of the newest segment
+    std::int64_t segmentStart = 0;
+    std::optional<std::int64_t> recordingSince;
+    bool errorsCleared = false;
+    bool stoppedByItself = false;
+    std::uint64_t requested = 0;
+    std::uint64_t segments = 0;
+};
+
+} // namespace bench

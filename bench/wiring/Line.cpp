@@ -1,0 +1,112 @@
+#include "bench/wiring/Line.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "bench/signal/Random.h"
+
+namespace bench {
+
+namespace {
+
+// An input that hangs in the air picks up something slow.
+constexpr double floatingCell = floatingEdgeDistance / 2.0; // every other boundary of a cell is an edge
+// Conditioning moves edges by up to 31 + 4 samples and joins pulses of up to 16; noise adds a few more.
+constexpr double reach = 96.0;
+constexpr double gaussReach = 8.0;
+// Noise of edges, of glitches and of floating inputs are drawn apart.
+constexpr std::uint64_t glitchSeed = 0x676C;
+constexpr std::uint64_t floatSeed = 0x666C;
+
+void drawEdges(const Transmission& transmission, const Line& line, double from, double to, Waveform& wave) {
+    const double half = transmission.halfPeriod;
+    const double phase =
+        line.source == LineSource::Clock ? transmission.clockPhase() : transmission.dataPhase();
+    const LineTiming& timing = line.timing;
+    const double spread = gaussReach * timing.jitter + std::abs(timing.lateFall);
+    const auto first =
+        static_cast<std::int64_t>(std::floor((from - phase - timing.skew - spread) / half)) - 1;
+    const auto last = static_cast<std::int64_t>(std::ceil((to - phase - timing.skew + spread) / half)) + 1;
+    bool level = slotLevel(transmission, line, first - 1);
+    wave.first = level;
+    for (std::int64_t slot = first; slot <= last; ++slot) {
+        const bool now = slotLevel(transmission, line, slot);
+        if (now == level) {
+            continue;
+        }
+        level = now;
+        double time = static_cast<double>(slot) * half + phase + timing.skew + (now ? 0.0 : timing.lateFall);
+        if (timing.jitter > 0.0) {
+            time += timing.jitter * gaussOf(timing.seed, static_cast<std::uint64_t>(slot));
+        }
+        wave.toggles.push_back(time);
+    }
+}
+
+void drawFloating(const Line& line, double from, double to, Waveform& wave) {
+    const std::uint64_t seed = line.timing.seed + floatSeed;
+    const auto level = [&](std::int64_t cell) {
+        return (hashOf(seed, static_cast<std::uint64_t>(cell)) & 1) != 0;
+    };
+    const auto first = static_cast<std::int64_t>(std::floor(from / floatingCell)) - 1;
+    const auto last = static_cast<std::int64_t>(std::ceil(to / floatingCell)) + 1;
+    wave.first = level(first - 1);
+    for (std::int64_t cell = first; cell <= last; ++cell) {
+        if (level(cell) != level(cell - 1)) {
+            const double inside = uniformOf(seed, ~static_cast<std::uint64_t>(cell));
+            wave.toggles.push_back((static_cast<double>(cell) + inside) * floatingCell);
+        }
+    }
+}
+
+void addGlitches(const LineTiming& timing, double from, double to, Waveform& wave) {
+    const double every = timing.glitchEvery;
+    const auto first = static_cast<std::int64_t>(std::floor(from / every));
+    const auto last = static_cast<std::int64_t>(std::ceil(to / every));
+    for (std::int64_t index = first; index <= last; ++index) {
+        const double inside = uniformOf(timing.seed + glitchSeed, static_cast<std::uint64_t>(index));
+        const double start = static_cast<double>(index) * every + inside * (every - timing.glitchLength);
+        invertBetween(wave, start, start + timing.glitchLength);
+    }
+}
+
+} // namespace
+
+bool slotLevel(const Transmission& transmission, const Line& line, std::int64_t slot) {
+    switch (line.source) {
+    case LineSource::Clock:
+        return slot >= 0 && slot % 2 == 0;
+    case LineSource::Data:
+        return slot >= 0 && line.bit < transmission.dataPins &&
+               lineBit(transmission.words, transmission.dataPins, static_cast<std::uint64_t>(slot), line.bit);
+    case LineSource::Constant:
+    case LineSource::Floating:
+        break;
+    }
+    return line.level;
+}
+
+Waveform drawLine(const Transmission& transmission, const Line& line, double from, double to) {
+    Waveform wave;
+    from -= reach;
+    to += reach;
+    switch (line.source) {
+    case LineSource::Clock:
+    case LineSource::Data:
+        drawEdges(transmission, line, from, to, wave);
+        break;
+    case LineSource::Constant:
+        wave.first = line.level;
+        break;
+    case LineSource::Floating:
+        drawFloating(line, from, to, wave);
+        break;
+    }
+    if (line.timing.glitchEvery > 0.0 && line.timing.glitchLength > 0.0) {
+        addGlitches(line.timing, from, to, wave);
+    }
+    putInOrder(wave);
+    return wave;
+}
+
+} // namespace bench
