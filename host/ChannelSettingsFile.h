@@ -1,0 +1,33 @@
+#pragma once
+
+#include <array>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace host {
+
+/// What a user can choose about a channel. The receiver reads it from a small XML file.
+struct ChannelSettings {
+    unsigned dataPins = 4;        ///< 1, 2 or 4
+    std::string pinMap;           ///< EMU pins, clock first, separated by ","; empty: the receiver looks for one
+    std::string exportKind = "pti"; ///< "pti", "tpiu", "tpiulite"
+    unsigned bufferIndex = 0;     ///< index into bufferSizes
+    bool stopOnFull = true;       ///< false: the buffer wraps
+    bool followTarget = true;     ///< the recording follows the target's run and halt
+};
+
+/// Names of the capture unit's buffer sizes, 256 KiB times two to the power of the index.
+inline constexpr std::array bufferSizes{"256 kB", "512 kB", "1 MB",  "2 MB",  "4 MB",
+                                        "8 MB",   "16 MB",  "32 MB", "64 MB", "128 MB"};
+
+/// Index of a size given as "4M", "4 MB", "4MB" or "256k", in any case; nothing when there is no such size.
+std::optional<unsigned> bufferIndexOf(const std::string& text);
+
+/// The text of a settings file, in the form that the receiver writes itself.
+std::string channelSettingsText(const ChannelSettings& settings);
+
+/// Throws Failure (OutputUnwritable).
+void writeChannelSettings(const ChannelSettings& settings, const std::filesystem::path& file);
+
+} // namespace host

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+// What the receiver's log tells about one configuration.
+
+namespace host {
+
+/// One frequency setting of the transmitter, as far as the log names it.
+struct FrequencySetting {
+    enum class Verdict {
+        Measured,  ///< usable, but not tried
+        Chosen,    ///< the calibration ended with it
+        Rejected,  ///< tried, or measured, and found unusable
+    };
+    unsigned setting = 0;
+    double hertz = 0.0;
+    Verdict verdict = Verdict::Measured;
+    std::string reason; ///< of a rejected one
+};
+
+struct RunLog {
+    std::vector<FrequencySetting> frequencies; ///< slow to fast
+    /// Why the settings file was overwritten with defaults; nothing when it was good.
+    std::optional<std::string> settingsReplaced;
+    const FrequencySetting* chosen() const;
+};
+
+/// Reads the last configuration in a log's text: everything behind the last line that starts a new one.
+/// `calibrated` tells whether it succeeded: without success no setting is the chosen one.
+RunLog parseRunLog(const std::string& text, bool calibrated);
+
+} // namespace host
