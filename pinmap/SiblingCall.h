@@ -10,9 +10,6 @@
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
-/// Stands for something thrown by a sibling library that is of none of the known families.
-struct SiblingFailure {};
-
 /// A copy of an error whose code and type information lie in this module.
 inline Zarn::cZarnError copyOfError(const Zarn::cZarnErrorIF& error) {
     Zarn::cZarnError copy(error.GetErrorText(), error.GetSeverity());
@@ -34,7 +31,7 @@ decltype(auto) callSibling(Call&& call) {
         const char* text = error.what();
         throw std::runtime_error(text != nullptr ? text : "");
     } catch (...) {
-        throw SiblingFailure{};
+        throw Zarn::cZarnError("unknown exception", Zarn::eSeverityError);
     }
 }
 

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "client/FrontEnd.h"
+#include "client/FrontEndChannel.h"
+#include "common/source/ChannelSettings.h"
+#include "common/source/source_utilities/uMutex.h"
+#include "rcvr/framework/CChannelDriver.h"
+#include "rcvr/framework/IXmtrLibrary.h"
+
+#include <atomic>
+#include <cstdint>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+class Receiver;
+class TracePinMapper;
+
+/// One CPU's trace: a thin and careful wrapper around one channel of the front end. It turns the framework's calls into
+/// front end calls and exceptions into Error, and keeps the list of CPUs whose halt ends a recording.
+///
+/// Threads: as CChannelDriver says. The lock is held for the whole of SetConfiguration, so that GetChannelStatus and
+/// GetAttribute wait for a calibration; GetProgress does not take it.
+class ChannelDriver : public CChannelDriver {
+public:
+    /// State of OnTraceSystemStateChange: the trace job was modified, there is nothing to resume.
+    static constexpr unsigned jobModifiedDisableResume = 0;
+
+    /// Asks the target adapter for the CPU's class and allocates a channel. Nothing is owned but the channel; `receiver`
+    /// and `frontEnd` have to outlive the driver. Throws Error, or cZarnError for a target adapter that fails.
+    ChannelDriver(Receiver* receiver, VX_QRS::ORV::CLIENT::FrontEnd* frontEnd, const char* cpuName,
+                  IXmtrLibrary* xmtrLibrary, unsigned xmtrChannel, unsigned xmtrCookie);
+    ChannelDriver(const ChannelDriver&) = delete;
+    ChannelDriver& operator=(const ChannelDriver&) = delete;
+    ~ChannelDriver() override;
+
+    void GetAttribute(const char* name, TraceAttribute* out) override;
+    void GetProgress(unsigned* first, int* percent, std::string* text) override;
+
+    bool GetUserConfiguration(const char* path) override;
+    void SetConfiguration(const char* path) override;
+    void StartRecording(bool flag) override;
+    void StopRecording() override;
+    void ResumeRecording() override;
+    void SaveFile(std::string path, unsigned format) override;
+    void LoadFile(const char* path) override;
+    void SeekReadTraceData(unsigned startSample, unsigned numSamples, std::uint64_t* buffer,
+                           unsigned* numRead) override;
+    unsigned GetNumSamples() override;
+    const char* CpuName() override;
+    void GetChannelStatus(ChannelStatus* out) override;
+    std::string NotImplementedText(unsigned number, std::uint64_t value) override;
+
+    /// Acts on jobModifiedDisableResume only: the recording is ended and started anew. What comes from below passes.
+    virtual void NotifySystemStateChange(unsigned state);
+    /// 3 and 4 mean disconnected: recordings are refused and the status is not told.
+    virtual void SetTargetState(unsigned state);
+    /// Tells the transmitter that the trace ends. What comes from below passes.
+    virtual void ApplyTraceEnd(bool flag);
+    /// True with no CPU registered as well.
+    virtual bool AreAllCpusHalted();
+    virtual void RegisterCpuHalt(const char* cpuName, bool halted);
+    virtual void UnregisterCPU(const char* cpuName);
+    virtual VX_QRS::ORV::CLIENT::FrontEndChannel* GetFrontEndChannel();
+    /// Writes the channel's section of the front end's properties file, for the first channel with a new global section
+    /// ahead of it, from a settings file, and takes the settings over. The caller holds the lock.
+    virtual void ConvertXmlToFrontEndPropsFile(const char* xmlPath, const char* propsPath);
+
+    /// The CPU's name as messages about pins give it: what stands behind the only "/", or else the whole name.
+    const std::string& ShortCpuName() const { return shortCpuName; }
+    const VX_QRS::ORV::CLIENT::ChannelSettings& Settings() const { return settings; }
+
+private:
+    using FrontEnd = VX_QRS::ORV::CLIENT::FrontEnd;
+    using FrontEndChannel = VX_QRS::ORV::CLIENT::FrontEndChannel;
+    using ChannelMetrics = VX_QRS::ORV::CLIENT::ChannelMetrics;
+    using ChannelSettings = VX_QRS::ORV::CLIENT::ChannelSettings;
+    using Property = VX_QRS::ORV::CLIENT::Property;
+
+    struct CpuHaltEntry {
+        std::string name;
+        bool halted;
+    };
+
+    // ChannelDriver.cpp
+    static std::string propertyText(Property& object, const char* name);
+
+    // ChannelDriverControl.cpp
+    bool isDisconnected() const;
+    enum class StartState { Ready, Recording, Ending };
+    StartState startState();
+    bool startUnlessEnding();
+    void closeReadStream();
+
+    // ChannelDriverConfiguration.cpp
+    void refuseTooManyChannels();
+    std::uint32_t channelIndex();
+    std::string prepareChannelSection(const char* xmlPath, ChannelSettings& local);
+    void findPins(TracePinMapper& mapper, unsigned traceClass, ChannelSettings& local);
+    void checkPins(TracePinMapper& mapper, const ChannelSettings& local);
+    void writePropertiesFile(const char* propsPath, const std::string& channelSection);
+
+    // ChannelDriverAttributes.cpp
+    void answerAttribute(const std::string& name, const ChannelMetrics& metrics, std::uint32_t& type);
+    bool answerFrequency(const std::string& name, const ChannelMetrics& metrics);
+    bool answerList(const std::string& name, std::uint32_t& type);
+    bool needsEtbDataFlip();
+
+    // ChannelDriverData.cpp
+    struct ReadResult {
+        std::uint64_t available = 0; // samples in the file
+        std::uint32_t count = 0;     // samples read
+    };
+    ReadResult readFromFile(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer);
+    void readWhileUploading(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer,
+                            unsigned* numRead);
+    void refuseTarget(const std::string& path);
+    void saveTraceDataFile(const std::string& path);
+    void saveRaw(const std::string& path);
+    template <class Sink>
+    void saveSamples(Sink&& sink);
+
+    // Written by the controlling thread, read by polls of the status.
+    std::atomic<std::uint32_t> targetState{0};
+    std::unique_ptr<VX_QRS::uMutex> lock;
+    Receiver* receiver;
+    FrontEnd* frontEnd;
+    FrontEndChannel* channel = nullptr; // handed back to the front end
+    std::string cpuName;
+    std::string shortCpuName;
+    std::string attributeText; // behind GetAttribute
+    std::string dataFilePath;  // the upload file, empty until configured
+    std::vector<CpuHaltEntry> cpus;
+    std::uint32_t orvBufSizeBytes = 0;
+    ChannelSettings settings; // the channel keeps a pointer to this member
+    IXmtrLibrary* xmtrLibrary;
+    std::uint32_t xmtrCookie;
+    std::ifstream readStream; // guarded by readLock, so that a start cannot close it under a read
+    VX_QRS::uMutex readLock;
+    std::uint32_t adapterKind = 0;
+};
+
+} // namespace Vx::Qrs::Trace::OrvRcvr

@@ -1,0 +1,105 @@
+#include "rcvr/ChannelDriver.h"
+
+#include "common/source/source_utilities/uThread.h"
+#include "rcvr/Guard.h"
+#include "rcvr/framework/CReceiver.h"
+
+// Starting and stopping a recording.
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+using VX_QRS::logEntry;
+using namespace VX_QRS::ORV::CLIENT;
+
+namespace {
+
+constexpr std::uint32_t endingPollMilliseconds = 5;
+
+} // namespace
+
+void ChannelDriver::SetTargetState(unsigned state) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::SetTargetState");
+    targetState = state;
+}
+
+bool ChannelDriver::isDisconnected() const {
+    const std::uint32_t state = targetState;
+    return state == CTargetStateNotification::eDisconnectedByUser || state == CTargetStateNotification::eDisconnected;
+}
+
+// A channel must not be started while the thread of its last recording lives, nor while it records: a start would then
+// be ignored but keep the channel's lock.
+ChannelDriver::StartState ChannelDriver::startState() {
+    ChannelMetrics metrics;
+    channel->status(metrics);
+    if (metrics.state == Recording)
+        return StartState::Recording;
+    const bool ended = metrics.state >= Failed && metrics.state <= Stopped;
+    return ended && !metrics.threadDone ? StartState::Ending : StartState::Ready;
+}
+
+bool ChannelDriver::startUnlessEnding() {
+    switch (startState()) {
+    case StartState::Ending:
+        return false;
+    case StartState::Recording:
+        logStep("StartRecording", "already recording, call ignored");
+        return true;
+    case StartState::Ready:
+        break;
+    }
+    logStep("StartRecording", "calling FE start");
+    channel->start(false);
+    logStep("StartRecording", "done calling FE start");
+    return true;
+}
+
+void ChannelDriver::StartRecording(bool /*flag*/) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::StartRecording");
+    if (isDisconnected())
+        throwError(channelDriverUnit, eBadTarget, "StartRecording bad state - disconnected");
+    closeReadStream();
+    // The lock is free during the waits, so that an upload can be watched meanwhile.
+    while (!guarded("StartRecording", lock.get(), [this] { return startUnlessEnding(); }))
+        VX_QRS::uThread::sleep(endingPollMilliseconds);
+    logStep("StartRecording", "success");
+}
+
+void ChannelDriver::StopRecording() {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::StopRecording");
+    if (isDisconnected())
+        throwError(channelDriverUnit, eBadTarget, "StopRecording bad state - disconnected");
+    guarded("StopRecording", lock.get(), [this] { channel->stop(); });
+    logStep("StopRecording", "success");
+}
+
+void ChannelDriver::ApplyTraceEnd(bool flag) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::ApplyTraceEnd");
+    channel->endTransmission(flag);
+}
+
+void ChannelDriver::NotifySystemStateChange(unsigned state) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::NotifySystemStateChange");
+    if (state != jobModifiedDisableResume)
+        return;
+    ChannelStatus status;
+    GetChannelStatus(&status);
+    if (status.code == ChannelStatus::eBusy)
+        ApplyTraceEnd(true);
+    VX_QRS::logMessage("OrvRcvr::ChannelDriver NotifySystemStateChange eJOB_MODIFIED_DISABLE_RESUME");
+    channel->stop();
+    StartState ready = startState();
+    while (ready == StartState::Ending) {
+        VX_QRS::uThread::sleep(endingPollMilliseconds);
+        ready = startState();
+    }
+    if (ready == StartState::Ready)
+        channel->start(false);
+}
+
+void ChannelDriver::ResumeRecording() {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::ResumeRecording");
+    throwError(channelDriverUnit, eFailed, "ResumeRecording not supported");
+}
+
+} // namespace Vx::Qrs::Trace::OrvRcvr

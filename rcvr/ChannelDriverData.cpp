@@ -1,0 +1,225 @@
+#include "rcvr/ChannelDriver.h"
+
+#include "common/source/source_utilities/uThread.h"
+#include "rcvr/Guard.h"
+#include "tdf/TdfFile.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <system_error>
+
+// Reading the upload file, also while it grows, and copying it.
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+using VX_QRS::logEntry;
+using VX_QRS::logError;
+using VX_QRS::logMessage;
+
+namespace {
+
+constexpr std::uint32_t sampleSize = 8;
+constexpr unsigned uploadPollMilliseconds = 100;
+constexpr unsigned mostPollsWithoutGrowth = 10;
+constexpr unsigned chunkSamples = 8192;
+constexpr const char* tdfSectionName = "BinTraceData";
+constexpr std::uint32_t tdfSectionVersion = 1;
+constexpr const char* saveFailed = "Internal error saving file";
+
+using Chunk = std::array<std::uint64_t, chunkSamples>;
+
+// A partial sample at the end counts as a whole one.
+constexpr std::uint64_t samplesIn(std::uint64_t bytes) { return (bytes + sampleSize - 1) / sampleSize; }
+
+} // namespace
+
+void ChannelDriver::closeReadStream() {
+    const VX_QRS::uMutexLock held(readLock);
+    if (readStream.is_open())
+        readStream.close();
+}
+
+unsigned ChannelDriver::GetNumSamples() {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::GetNumSamples");
+    return guarded("GetNumSamples", nullptr, [this] {
+        ChannelMetrics metrics;
+        channel->status(metrics);
+        const std::uint32_t bytes = metrics.bytesReady + metrics.bytesTotal;
+        return static_cast<unsigned>(samplesIn(bytes));
+    });
+}
+
+ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample, std::uint32_t numSamples,
+                                                      std::uint64_t* buffer) {
+    const VX_QRS::uMutexLock held(readLock);
+    if (!readStream.is_open())
+        readStream.open(dataFilePath, std::ios::binary);
+    ReadResult result;
+    // A read that met the end of the growing file left the stream failed.
+    readStream.clear();
+    readStream.seekg(0, std::ios::end);
+    const std::streamoff length = readStream.is_open() ? static_cast<std::streamoff>(readStream.tellg()) : 0;
+    result.available = samplesIn(length > 0 ? static_cast<std::uint64_t>(length) : 0);
+    if (startSample >= result.available) {
+        logMessage("%s : seek read start sample out of range", programLabel);
+        return result;
+    }
+    const auto count =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(numSamples, result.available - startSample));
+    if (count == 0)
+        return result;
+    readStream.seekg(static_cast<std::streamoff>(startSample) * sampleSize);
+    buffer[count - 1] = 0;
+    readStream.read(reinterpret_cast<char*>(buffer), static_cast<std::streamsize>(count) * sampleSize);
+    result.count = static_cast<std::uint32_t>(std::max<std::streamsize>(readStream.gcount(), 0) / sampleSize);
+    if (result.count != count)
+        logError("%s : seek read file failed with numSamplesActual=%u, numSamplesRead=%u", programLabel, count,
+                 result.count);
+    return result;
+}
+
+void ChannelDriver::SeekReadTraceData(unsigned startSample, unsigned numSamples, std::uint64_t* buffer,
+                                      unsigned* numRead) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::SeekReadTraceData");
+    if (numRead == nullptr || (buffer == nullptr && numSamples != 0))
+        throwError(channelDriverUnit, eNullParameter);
+    *numRead = 0;
+    std::string message = "Internal software error while reading trace data ";
+    try {
+        readWhileUploading(startSample, numSamples, buffer, numRead);
+        return;
+    } catch (const Error& error) {
+        message.append(" : ").append(error.GetErrorText());
+    } catch (const std::exception& exception) {
+        message.append(" : ").append(exception.what());
+    } catch (...) { // nothing is known of it
+    }
+    logError("OrvRcvr : %s", message.c_str());
+    Error error;
+    error.SetErrorText(message);
+    throw error;
+}
+
+void ChannelDriver::readWhileUploading(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer,
+                                       unsigned* numRead) {
+    ReadResult result = readFromFile(startSample, numSamples, buffer);
+    *numRead = result.count;
+    const std::uint32_t total = GetNumSamples();
+    unsigned tries = mostPollsWithoutGrowth;
+    ChannelMetrics metrics;
+    channel->status(metrics);
+    while (*numRead != numSamples && !metrics.threadDone && tries != 0) {
+        VX_QRS::uThread::sleep(uploadPollMilliseconds);
+        result = readFromFile(startSample, numSamples, buffer);
+        *numRead = result.count;
+        if (result.available != total) {
+            // Still growing: a live upload is waited for without a limit.
+            tries = mostPollsWithoutGrowth;
+        } else if (--tries == 0) {
+            logMessage("%s : seek read timeout, numSamplesRequested=%u, numSamplesRead=%u, numSamplesTotal=%u, "
+                       "numSamplesAvailable=%u",
+                       programLabel, numSamples, *numRead, total, static_cast<unsigned>(result.available));
+        }
+        channel->status(metrics);
+    }
+    logMessage("%s : seek read complete startSample=%u, numSamplesRequested=%u, numSamplesTotal=%u, "
+               "numSamplesAvailable=%u, numSamplesRead=%u",
+               programLabel, startSample, numSamples, total, static_cast<unsigned>(result.available), *numRead);
+}
+
+void ChannelDriver::SaveFile(std::string path, unsigned format) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::SaveFile");
+    if (path.empty())
+        throwError(channelDriverUnit, eBadFile, "Cannot save to empty file name");
+    if (format == eSaveUncompressed || format == eSaveUncompressedText)
+        throwError(channelDriverUnit, eBadFile, "Internal error.  Cannot save uncompressed trace data format");
+    refuseTarget(path);
+    guarded("SaveFile", nullptr, [&] {
+        if (format == eSaveRaw)
+            saveRaw(path);
+        else
+            saveTraceDataFile(path);
+    });
+    logStep("SaveFile", "success");
+}
+
+// Proves that the target can be written, and that it is not the recording itself.
+void ChannelDriver::refuseTarget(const std::string& path) {
+    int failure = 0;
+    std::error_code none;
+    if (std::filesystem::equivalent(path, dataFilePath, none)) {
+        failure = EACCES;
+    } else {
+        errno = 0;
+        if (std::FILE* file = std::fopen(path.c_str(), "ab"))
+            std::fclose(file);
+        else
+            failure = errno;
+    }
+    if (failure == 0)
+        return;
+    const std::string text = std::string("Could not open file") + std::strerror(failure);
+    logError("%s : %s : %s", programLabel, text.c_str(), path.c_str());
+    throwError(channelDriverUnit, eBadFile, text);
+}
+
+template <class Sink>
+void ChannelDriver::saveSamples(Sink&& sink) {
+    Chunk chunk;
+    const unsigned total = GetNumSamples();
+    // 64 bits, so that the last step cannot wrap to the start.
+    for (std::uint64_t start = 0; start < total; start += chunkSamples) {
+        unsigned count = 0;
+        SeekReadTraceData(static_cast<unsigned>(start), chunkSamples, chunk.data(), &count);
+        if (count == 0)
+            throwError(channelDriverUnit, eBadFile, saveFailed);
+        sink(chunk, count);
+    }
+}
+
+void ChannelDriver::saveRaw(const std::string& path) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    const auto require = [](bool written) {
+        if (!written)
+            throwError(channelDriverUnit, eBadFile, saveFailed);
+    };
+    saveSamples([&](const Chunk& chunk, unsigned count) {
+        file.write(reinterpret_cast<const char*>(chunk.data()), std::streamsize{count} * sampleSize);
+        require(file.good());
+    });
+    file.close();
+    require(file.good());
+}
+
+void ChannelDriver::saveTraceDataFile(const std::string& path) {
+    // The trace data file's failures are of the framework's base class; here they become this library's own.
+    const auto asError = [](auto&& step) {
+        try {
+            step();
+        } catch (const Zarn::cZarnError& failure) {
+            Error error;
+            error.SetErrorText(failure.GetErrorText());
+            throw error;
+        }
+    };
+    std::uint32_t offset = 0;
+    asError([&] { TdfFile::beginSection(path.c_str(), tdfSectionName, tdfSectionVersion, &offset); });
+    saveSamples([&](const Chunk& chunk, unsigned count) {
+        std::uint32_t size = 0;
+        asError([&] {
+            TdfFile::appendSectionData(path.c_str(), tdfSectionName, offset, chunk.data(), sampleSize, count, &size);
+        });
+    });
+}
+
+void ChannelDriver::LoadFile(const char* /*path*/) {
+    logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::LoadFile");
+    throwError(channelDriverUnit, eFailed, "load file not supported");
+}
+
+} // namespace Vx::Qrs::Trace::OrvRcvr

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "common/source/source_utilities/SourceLocation.h"
+#include "rcvr/framework/cZarnError.h"
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+/// Names of the source units, as they stand in errors and log lines.
+inline constexpr const char* receiverUnit = "OrvRcvr_Receiver";
+inline constexpr const char* channelDriverUnit = "OrvRcvr_ChannelDriver";
+inline constexpr const char* utilitiesUnit = "OrvRcvr_Utilities";
+
+/// What stands in front of all that the receiver says.
+inline constexpr const char* programLabel = "ORV Receiver";
+
+/// Picks the first words of an error's text. The numbers are not those of the layers below.
+enum ErrorCode : std::uint32_t {
+    eFailed = 1,
+    eNoMemory = 2,
+    eNullParameter = 3,
+    eBadName = 4,
+    eBadIndex = 5, ///< has no words of its own
+    eBadFile = 6,
+    eBadSequence = 7,
+    eBadTarget = 8,
+    eNoLibrary = 9,
+};
+
+/// What the framework sees of a failure. Its title is always "error" and its severity 2. An error is logged when it is
+/// made, not when it is copied.
+class Error : public Zarn::cZarnError {
+public:
+    /// "operation failed".
+    Error();
+    /// The words of the code with " : " and the detail behind them; `file` and `line` become the detailed text. Both
+    /// pointers may be null.
+    Error(const char* file, std::uint32_t line, std::uint32_t code, const char* detail);
+    /// Takes the texts of a failure from below: of an Exception its message, detail and place, of any other its what().
+    explicit Error(const std::exception& exception);
+    Error(const Error& other);
+    Error& operator=(const Error&) = delete;
+    ~Error() override;
+
+    std::uint32_t GetCode() const { return code; }
+
+    /// Title, severity and texts in one line. The text lives in the object and is good as long as that.
+    const char* FormatForLog();
+
+private:
+    void addPlace(const char* file, std::uint32_t line);
+    void log();
+
+    std::uint32_t code;
+    std::string logText;
+};
+
+/// Throws an Error from the line that calls.
+[[noreturn]] void throwError(const char* unit, ErrorCode code, const char* detail = nullptr,
+                             const VX_QRS::SourceLocation& location = VX_QRS::SourceLocation::current());
+[[noreturn]] void throwError(const char* unit, ErrorCode code, const std::string& detail,
+                             const VX_QRS::SourceLocation& location = VX_QRS::SourceLocation::current());
+
+} // namespace Vx::Qrs::Trace::OrvRcvr

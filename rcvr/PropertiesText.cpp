@@ -1,0 +1,46 @@
+#include "rcvr/PropertiesText.h"
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uString.h"
+
+#include <algorithm>
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+std::uint32_t bufferSizeBytes(std::uint32_t index) {
+    constexpr std::uint32_t smallest = 0x40000;
+    constexpr std::uint32_t lastChoice = 9;
+    return smallest << std::min(index, lastChoice);
+}
+
+std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CLIENT::ChannelSettings& settings) {
+    std::string text = "[Channel " + std::to_string(channelIndex) + "]\n";
+    const auto line = [&](const char* key, const std::string& value) {
+        text.append(key).append("=").append(value).append("\n");
+    };
+    line("xmtrType", "");
+    line("targetSync", settings.isSync ? "true" : "false");
+    line("orvBufMode", settings.isStopOnFull ? "stop" : "wrap");
+    // Setting the count empties the map, so the count stands first.
+    line("numPins", std::to_string(settings.numPins));
+    line("pinMap", settings.pinMap);
+    line("orvBufSize", std::to_string(bufferSizeBytes(settings.bufferSizeIndex)));
+    line("startPort", std::to_string(settings.startPort));
+    line("drmXmtr", settings.transmitter);
+    return text;
+}
+
+std::string globalSectionText(const std::string& unitName, std::uint32_t unitPort) {
+    return "[Global]\norv=" + unitName + std::to_string(unitPort) + "," + unitName + ".out\n\n";
+}
+
+std::string propertiesPathFor(const std::string& settingsPath, const std::string& directory) {
+    const std::size_t separator = settingsPath.find_last_of("\\/");
+    std::string name = separator == std::string::npos ? settingsPath : settingsPath.substr(separator);
+    VX_QRS::uString::replace(name, ".xml", ".cfg");
+    std::string path = directory;
+    VX_QRS::uEnvironment::joinPath(path, name.c_str());
+    return path;
+}
+
+} // namespace Vx::Qrs::Trace::OrvRcvr

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "common/source/ChannelSettings.h"
+
+#include <cstdint>
+#include <string>
+
+// The text of the front end's properties file.
+
+namespace Vx::Qrs::Trace::OrvRcvr {
+
+/// Bytes of the capture buffer for an index into the settings' choices: 262144 for 0, doubling up to 134217728 for 9,
+/// which stands for every greater index too.
+std::uint32_t bufferSizeBytes(std::uint32_t index);
+
+/// "[Channel N]" and its eight keys.
+std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CLIENT::ChannelSettings& settings);
+
+/// "[Global]" with the capture unit's address, and an empty line.
+std::string globalSectionText(const std::string& unitName, std::uint32_t unitPort);
+
+/// Where the properties file for a settings file lies: its file name with ".xml" replaced by ".cfg", in `directory`.
+std::string propertiesPathFor(const std::string& settingsPath, const std::string& directory);
+
+} // namespace Vx::Qrs::Trace::OrvRcvr
