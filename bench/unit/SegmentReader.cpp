@@ -11,10 +11,8 @@ namespace bench {
 
 namespace {
 
-// Below these a fault is not met in any recording that fits the unit; following the clock slot by slot costs
-// more than putting single faults right.
+// Below this a fault is not met in any recording that fits the unit.
 constexpr double negligible = 1e-15;
-constexpr double negligibleClock = 1e-11;
 
 std::int64_t floorDivide(std::int64_t value, std::int64_t by) {
     return value >= 0 ? value / by : -((by - 1 - value) / by);
@@ -30,23 +28,32 @@ void fillSigned(const WordStream& stream, std::int64_t first, std::span<std::uin
     }
 }
 
+// Moves whole words as long as nothing happens to the clock. Where a clock pulse is lost or a glitch is taken
+// for one, the groups behind it come too early or too late by two, until the next synchronisation sequence.
 class WordReader final : public SegmentReader {
 public:
     WordReader(const Segment& segment, std::uint64_t skip)
         : stream(segment.transmission->words), pins(static_cast<unsigned>(segment.data.size())),
-          position(segment.firstWord + skip) {
-        const auto signedPins = static_cast<std::int64_t>(pins);
+          bit((segment.firstWord + skip) * wordBits) {
+        const PathTiming& clock = segment.clock.timing;
+        const std::uint64_t place = hashOf(segment.seed, skip);
+        lostPulse = makeEvent((clock.lostOnes + clock.lostZeros) / 2.0, hashOf(place, 1));
+        const double halfPeriod = segment.transmission->halfPeriod;
+        addedPulse =
+            makeEvent(clock.glitchEvery > 0.0 ? halfPeriod / clock.glitchEvery : 0.0, hashOf(place, 2));
+        const auto group = static_cast<std::int64_t>(pins);
         for (unsigned index = 0; index < pins; ++index) {
             const ProcPath& path = segment.data[index];
             Pin& pin = lines.emplace_back();
             pin.constant = path.line.source != LineSource::Data;
             pin.level = path.line.level;
-            pin.shift = path.quality.slot * signedPins + static_cast<std::int64_t>(path.line.bit) - index;
-            addFaults(pin, FaultKind::Neighbour, path.quality.early, -signedPins, segment.seed);
-            addFaults(pin, FaultKind::Neighbour, path.quality.late, signedPins, segment.seed);
-            addFaults(pin, FaultKind::Flip, path.quality.flip, 0, segment.seed);
-            addFaults(pin, FaultKind::LostOne, path.timing.lostOnes, 0, segment.seed);
-            addFaults(pin, FaultKind::LostZero, path.timing.lostZeros, 0, segment.seed);
+            pin.shift = path.quality.slot * group + static_cast<std::int64_t>(path.line.bit) - index;
+            const std::uint64_t seed = hashOf(place, 16 + index);
+            addFault(pin, FaultKind::Neighbour, path.quality.early, -group, seed);
+            addFault(pin, FaultKind::Neighbour, path.quality.late, group, seed);
+            addFault(pin, FaultKind::Flip, path.quality.flip, 0, seed);
+            addFault(pin, FaultKind::LostOne, path.timing.lostOnes, 0, seed);
+            addFault(pin, FaultKind::LostZero, path.timing.lostZeros, 0, seed);
         }
         plain = std::all_of(lines.begin(), lines.end(), [](const Pin& pin) {
             return !pin.constant && pin.shift == 0 && pin.faults.empty();
@@ -54,25 +61,35 @@ public:
     }
 
     void fill(std::span<std::uint16_t> out) override {
-        if (plain) {
-            stream.fill(position, out);
-        } else {
-            std::fill(out.begin(), out.end(), std::uint16_t{0});
-            for (unsigned index = 0; index < pins; ++index) {
-                fillLine(index, out);
+        while (!out.empty()) {
+            std::size_t words = std::min<std::uint64_t>(out.size(), undisturbedBits() / wordBits);
+            if (words != 0) {
+                fillRun(out.first(words), words * wordBits);
+                bit += words * wordBits;
+            } else {
+                words = 1;
+                out.front() = wordBitByBit();
             }
+            out = out.subspan(words);
         }
-        position += out.size();
     }
 
 private:
-    // Slots in which a line takes the wrong thing: a neighbouring slot's bit, or (move 0) the opposite of its
-    // own.
+    // Something that happens in a slot with a given chance.
+    struct Event {
+        double chance = 0.0;
+        RandomSequence random{0};
+        std::uint64_t slot = never;
+    };
+
+    enum class FaultKind { Neighbour, Flip, LostOne, LostZero };
+
+    // A line takes the wrong thing: the bit `move` further on, the opposite of its own, or that of its
+    // neighbours when a pulse of a single slot was lost.
     struct Fault {
-        double chance;
-        std::int64_t move; // bits
-        RandomSequence random;
-        std::uint64_t nextSlot;
+        Event event;
+        FaultKind kind = FaultKind::Flip;
+        std::int64_t move = 0;
     };
 
     struct Pin {
@@ -82,34 +99,107 @@ private:
         std::vector<Fault> faults;
     };
 
-    void addFaults(Pin& pin, double chance, std::int64_t move, std::uint64_t seed) {
+    static constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max() / 16;
+
+    Event makeEvent(double chance, std::uint64_t seed) const {
+        Event event{chance, RandomSequence(seed), bit / pins};
         if (chance < negligible) {
-            return;
+            event.slot = never;
+        } else {
+            event.slot += event.random.failuresBeforeSuccess(chance);
         }
-        const std::uint64_t place =
-            lines.size() * 4 + static_cast<std::uint64_t>(move == 0 ? 0 : (move < 0 ? 1 : 2));
-        Fault fault{chance, move, RandomSequence(hashOf(seed, place)), position * wordBits / pins};
-        fault.nextSlot += fault.random.failuresBeforeSuccess(chance);
-        pin.faults.push_back(fault);
+        return event;
     }
 
-    // The places of a line's bits in a word whose first bit is the stream's `bit`.
-    std::uint16_t maskOf(unsigned line, std::uint64_t bit) const {
+    static void advance(Event& event) { event.slot += 1 + event.random.failuresBeforeSuccess(event.chance); }
+
+    void addFault(Pin& pin, FaultKind kind, double chance, std::int64_t move, std::uint64_t seed) {
+        const Event event = makeEvent(chance, hashOf(seed, pin.faults.size()));
+        if (event.slot != never) {
+            pin.faults.push_back({event, kind, move});
+        }
+    }
+
+    bool slipped() const { return bit % wordBits != 0; }
+
+    std::uint64_t undisturbedBits() const {
+        const std::uint64_t slot = std::min(lostPulse.slot, addedPulse.slot);
+        std::uint64_t end = slot == never ? never : slot * pins;
+        if (slipped() && stream.framed()) {
+            end = std::min(end, stream.nextSequence(bit / wordBits + 1) * wordBits);
+        }
+        return repeats != 0 || end < bit ? 0 : end - bit;
+    }
+
+    std::uint16_t wordBitByBit() {
+        unsigned word = 0;
+        for (unsigned count = 0; count < wordBits;) {
+            if (bit % pins == 0) {
+                passClockEvents();
+            }
+            // Where a sequence starts, a word starts, whatever was collected.
+            if (count != 0 && bit % wordBits == 0 && stream.positionInSequence(bit / wordBits) == 0U) {
+                count = 0;
+            }
+            std::uint16_t first = 0;
+            fillRun(std::span(&first, 1), 1);
+            word = (word << 1) | (first >> (wordBits - 1));
+            ++bit;
+            ++count;
+        }
+        return static_cast<std::uint16_t>(word & 0xFFFFU);
+    }
+
+    void passClockEvents() {
+        if (repeats != 0) {
+            --repeats;
+            bit -= pins;
+            return;
+        }
+        while (lostPulse.slot <= bit / pins) {
+            if (lostPulse.slot == bit / pins) {
+                bit += 2 * static_cast<std::uint64_t>(pins);
+            }
+            advance(lostPulse);
+        }
+        while (addedPulse.slot < bit / pins) {
+            repeats += 2;
+            advance(addedPulse);
+        }
+    }
+
+    // The places of a line's bits in a word that begins at a bit of the stream.
+    std::uint16_t maskOf(unsigned line, std::uint64_t begin) const {
         unsigned mask = 0;
         for (unsigned place = 0; place < wordBits; ++place) {
-            if ((bit + place) % pins == line) {
+            if ((begin + place) % pins == line) {
                 mask |= 0x8000U >> place;
             }
         }
         return static_cast<std::uint16_t>(mask);
     }
 
+    // Words from the present bit on; faults are met in the first `bits` bits only.
+    void fillRun(std::span<std::uint16_t> out, std::uint64_t bits) {
+        if (plain && !slipped()) {
+            stream.fill(bit / wordBits, out);
+            return;
+        }
+        std::fill(out.begin(), out.end(), std::uint16_t{0});
+        for (unsigned line = 0; line < pins; ++line) {
+            fillLine(line, out);
+            for (Fault& fault : lines[line].faults) {
+                putFault(line, fault, out, bits);
+            }
+        }
+    }
+
     void fillLine(unsigned line, std::span<std::uint16_t> out) {
-        Pin& pin = lines[line];
+        const Pin& pin = lines[line];
         // The places repeat after as many words as there are lines.
         std::array<std::uint16_t, 7> masks{};
         for (unsigned word = 0; word < pins; ++word) {
-            masks[word] = maskOf(line, (position + word) * wordBits);
+            masks[word] = maskOf(line, bit + word * wordBits);
         }
         std::size_t phase = 0;
         const auto nextPhase = [&] { phase = phase + 1 == pins ? 0 : phase + 1; };
@@ -118,55 +208,66 @@ private:
                 word = static_cast<std::uint16_t>(word | (pin.level ? masks[phase] : 0));
                 nextPhase();
             }
-        } else {
-            const std::int64_t wordShift = floorDivide(pin.shift, wordBits);
-            const auto bitShift = static_cast<unsigned>(pin.shift - wordShift * wordBits);
-            source.resize(out.size() + 1);
-            fillSigned(stream, static_cast<std::int64_t>(position) + wordShift, source);
-            for (std::size_t index = 0; index < out.size(); ++index) {
-                const unsigned both = (static_cast<unsigned>(source[index]) << wordBits) | source[index + 1];
-                const unsigned moved = (both >> (wordBits - bitShift)) & 0xFFFFU;
-                out[index] = static_cast<std::uint16_t>(out[index] | (moved & masks[phase]));
-                nextPhase();
-            }
+            return;
         }
-        for (Fault& fault : pin.faults) {
-            putFaults(line, pin, fault, out);
+        const std::int64_t from = static_cast<std::int64_t>(bit) + pin.shift;
+        const std::int64_t firstWord = floorDivide(from, wordBits);
+        const auto bitShift = static_cast<unsigned>(from - firstWord * wordBits);
+        source.resize(out.size() + 1);
+        fillSigned(stream, firstWord, source);
+        for (std::size_t index = 0; index < out.size(); ++index) {
+            const unsigned both = (static_cast<unsigned>(source[index]) << wordBits) | source[index + 1];
+            const unsigned moved = (both >> (wordBits - bitShift)) & 0xFFFFU;
+            out[index] = static_cast<std::uint16_t>(out[index] | (moved & masks[phase]));
+            nextPhase();
         }
     }
 
-    bool sourceBit(std::int64_t bit) const {
-        if (bit < 0) {
+    bool sourceBit(std::int64_t at) const {
+        if (at < 0) {
             return false;
         }
-        const auto place = static_cast<std::uint64_t>(bit);
+        const auto place = static_cast<std::uint64_t>(at);
         return ((stream.at(place / wordBits) >> (wordBits - 1 - place % wordBits)) & 1) != 0;
     }
 
-    void putFaults(unsigned line, const Pin& pin, Fault& fault, std::span<std::uint16_t> out) {
-        const std::uint64_t end = (position + out.size()) * wordBits;
-        for (;;) {
-            const std::uint64_t bit = fault.nextSlot * pins + line;
-            if (bit >= end) {
-                return;
+    bool faulty(const Pin& pin, const Fault& fault, std::int64_t at, bool value) const {
+        const auto other = [&](std::int64_t move) {
+            return pin.constant ? pin.level : sourceBit(at + pin.shift + move);
+        };
+        switch (fault.kind) {
+        case FaultKind::Neighbour:
+            return other(fault.move);
+        case FaultKind::Flip:
+            return !value;
+        case FaultKind::LostOne:
+        case FaultKind::LostZero:
+            break;
+        }
+        const bool lost = fault.kind == FaultKind::LostOne;
+        const bool alone = other(-static_cast<std::int64_t>(pins)) != lost && other(pins) != lost;
+        return value == lost && alone ? !lost : value;
+    }
+
+    void putFault(unsigned line, Fault& fault, std::span<std::uint16_t> out, std::uint64_t bits) {
+        for (; fault.event.slot * pins + line < bit + bits; advance(fault.event)) {
+            const std::uint64_t at = fault.event.slot * pins + line;
+            if (at < bit) {
+                continue;
             }
-            if (bit >= position * wordBits) {
-                std::uint16_t& word = out[bit / wordBits - position];
-                const auto mask = static_cast<std::uint16_t>(0x8000U >> (bit % wordBits));
-                bool value = (word & mask) == 0;
-                if (fault.move != 0) {
-                    value = pin.constant ? pin.level
-                                         : sourceBit(static_cast<std::int64_t>(bit) + pin.shift + fault.move);
-                }
-                word = static_cast<std::uint16_t>(value ? word | mask : word & ~mask);
-            }
-            fault.nextSlot += 1 + fault.random.failuresBeforeSuccess(fault.chance);
+            std::uint16_t& word = out[(at - bit) / wordBits];
+            const auto mask = static_cast<std::uint16_t>(0x8000U >> ((at - bit) % wordBits));
+            const bool value = faulty(lines[line], fault, static_cast<std::int64_t>(at), (word & mask) != 0);
+            word = static_cast<std::uint16_t>(value ? word | mask : word & ~mask);
         }
     }
 
     const WordStream& stream;
     unsigned pins;
-    std::uint64_t position; // in the stream, words
+    std::uint64_t bit; // of the stream, the next to be taken
+    Event lostPulse;   // the clock
+    Event addedPulse;
+    unsigned repeats = 0; // groups that are still to be taken once more
     std::vector<Pin> lines;
     std::vector<std::uint16_t> source;
     bool plain = false;
@@ -271,15 +372,10 @@ private:
 };
 
 bool needsSlots(const Segment& segment) {
-    const PathTiming& clock = segment.clock.timing;
-    const auto loses = [](const PathTiming& timing) {
-        return timing.lostOnes > negligible || timing.lostZeros > negligible;
-    };
-    return segment.clock.line.source != LineSource::Clock || loses(clock) || clock.glitchEvery > 0.0 ||
+    return segment.clock.line.source != LineSource::Clock ||
            segment.data.size() != segment.transmission->dataPins ||
-           std::any_of(segment.data.begin(), segment.data.end(), [&](const ProcPath& path) {
-               return path.line.source == LineSource::Clock || path.line.source == LineSource::Floating ||
-                      loses(path.timing);
+           std::any_of(segment.data.begin(), segment.data.end(), [](const ProcPath& path) {
+               return path.line.source == LineSource::Clock || path.line.source == LineSource::Floating;
            });
 }
 

@@ -19,8 +19,8 @@ public:
 // Starts `skip` words behind the segment's first. The segment has to outlive the reader. The clock must have
 // edges.
 //
-// Whole words are moved as long as every clock edge takes one slot; a clock that drops or adds edges, or pins
-// that do not fit the words sent, are followed slot by slot.
+// Where the procs are the transmitter's clock and data pins, whole words are moved and single faults put in.
+// Pins that do not fit what is sent (swapped with the clock, hanging in the air) are followed slot by slot.
 std::unique_ptr<SegmentReader> readSegment(const Segment& segment, std::uint64_t skip);
 
 } // namespace bench
