@@ -20,9 +20,9 @@ std::filesystem::path uniqueName(const char* stem)
 {
     static int counter = 0;
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    return std::filesystem::temp_directory_path() /
-           (std::string(stem) + "-" + std::to_string(uEnvironment::getCurrentProcessId()) + "-" +
-            std::to_string(now) + "-" + std::to_string(++counter));
+    std::ostringstream name;
+    name << stem << '-' << uEnvironment::getCurrentProcessId() << '-' << now << '-' << ++counter;
+    return std::filesystem::temp_directory_path() / name.str();
 }
 
 } // namespace
@@ -116,8 +116,11 @@ std::string ScriptedServer::startedPorts() const
     std::istringstream lines(report());
     std::string ports;
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("started "))
-            ports += (ports.empty() ? "" : " ") + line.substr(8);
+        if (line.starts_with("started ")) {
+            if (!ports.empty())
+                ports += ' ';
+            ports.append(line, 8);
+        }
     }
     return ports;
 }

@@ -1,0 +1,100 @@
+// Memory that cannot be had. The program has an allocator that refuses blocks of the sizes a test names.
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "link/GdbTcpipIo.h"
+#include "mpx/MpxEcomServer/Scratch.h"
+#include "tests/support/scripted_server/ScriptedServer.h"
+#include "tests/unit/mpx/ProxyOverScript.h"
+#include "tests/unit/mpx/RefusingAllocator.h"
+
+namespace {
+class ProxyAllocation : public ProxyOverScript {};
+} // namespace
+
+TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes)
+{
+    openChannel();
+    const std::string payload(100001, 'x');
+    const std::string tail = "$cb" + frames::word(7778) + frames::word(100001);
+    {
+        const std::string raw = frames::reply({}, frames::dataRecord(payload));
+        const Refusing refusing(100008, 100008); // rounded up to a multiple of 8
+        EXPECT_EQ(startAnswered(raw), "internal error allocating buffer");
+        EXPECT_TRUE(refusing.hasRefused());
+    }
+    // The payload is still there and in the way of everything, so the same server cannot be talked to any more.
+    script->expect("$S#00");
+    EXPECT_EQ(failureOf([this] { proxy->stop(); }), "invalid rsp response");
+}
+
+TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds)
+{
+    VX_QRS::ORV::Scratch scratch;
+    scratch.ensure(10);
+    EXPECT_EQ(scratch.size(), 10u);
+    {
+        const Refusing refusing(5000, 6000);
+        EXPECT_THROW(scratch.ensure(5001), std::runtime_error);
+        EXPECT_TRUE(refusing.hasRefused());
+    }
+    EXPECT_EQ(scratch.size(), 0u);
+    EXPECT_EQ(scratch.data(), nullptr);
+    scratch.ensure(5001);
+    EXPECT_EQ(scratch.size(), 5001u);
+    scratch.data()[5000] = 1;
+}
+
+TEST(Scratch, ASmallerNeedKeepsTheBlock)
+{
+    VX_QRS::ORV::Scratch scratch;
+    scratch.ensure(0);
+    EXPECT_EQ(scratch.size(), 0u);
+    scratch.ensure(100);
+    const std::uint8_t* const before = scratch.data();
+    scratch.ensure(100);
+    scratch.ensure(7);
+    EXPECT_EQ(scratch.data(), before);
+    EXPECT_EQ(scratch.size(), 100u);
+}
+
+TEST(Scratch, SizesBeyondThirtyTwoBitsAreRefused)
+{
+    VX_QRS::ORV::Scratch scratch;
+    EXPECT_THROW(scratch.ensure(0x100000000u), std::runtime_error);
+    EXPECT_EQ(scratch.size(), 0u);
+}
+
+TEST(GdbTcpipIoAllocation, AListenerThatWasNeverCreated)
+{
+    std::unique_ptr<MPX_GDB_AGENT::GdbTcpipIo> io;
+    {
+        const Refusing refusing(sizeof(VX_QRS::uSocket), sizeof(VX_QRS::uSocket));
+        io = std::make_unique<MPX_GDB_AGENT::GdbTcpipIo>(1);
+        EXPECT_EQ(io->connectTo("127.0.0.1"), MPX_GDB_AGENT::IoFailed);
+    }
+    EXPECT_EQ(io->listenOn(), 1u);
+    EXPECT_EQ(io->acceptClient(0), MPX_GDB_AGENT::IoFailed);
+    EXPECT_EQ(io->stopListening(), MPX_GDB_AGENT::IoOk);
+}
+
+TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer)
+{
+    ScriptedServer server;
+    server.hang();
+    server.arm();
+    // Blocks of the link's size are refused one after the other, until it is the link's own turn.
+    constexpr std::size_t size = sizeof(MPX_GDB_AGENT::GdbTcpipIo);
+    std::string text;
+    for (int spare = 0; spare < 200 && text != "failed to create io"; ++spare) {
+        const Refusing refusing(size, size, spare);
+        try {
+            VX_QRS::ORV::OrvEcomProxy proxy(55760, 65536);
+            break;
+        } catch (const std::exception& e) {
+            text = e.what();
+        }
+        ASSERT_TRUE(refusing.hasRefused()) << text;
+    }
+    EXPECT_EQ(text, "failed to create io");
+    EXPECT_EQ(VX_QRS::uEnvironment::findProcess(ScriptedServer::image, 0), 0u);
+}

@@ -1,0 +1,436 @@
+// The proxy against server processes of its own. These tests have the server's first port for themselves.
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uSocket.h"
+#include "common/source/source_utilities/uThread.h"
+#include "tests/support/scripted_server/ScriptedServer.h"
+#include "tests/unit/mpx/ProxyOverScript.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+using frames::dataRecord;
+using frames::errorRecord;
+using frames::reply;
+using frames::request;
+using frames::statusRecord;
+using frames::word;
+using testing::AnyOf;
+using testing::ElementsAre;
+using VX_QRS::uEnvironment;
+using VX_QRS::uSocket;
+using VX_QRS::uThread;
+using namespace VX_QRS::ORV;
+
+namespace {
+
+constexpr std::uint32_t firstPort = 55760;
+
+class ProxyProcess : public ::testing::Test {
+protected:
+    ProxyProcess() : directoryBefore(std::filesystem::current_path()) {}
+
+    ~ProxyProcess() override
+    {
+        EXPECT_EQ(std::filesystem::current_path(), directoryBefore);
+        EXPECT_TRUE(serversAreGone());
+    }
+
+    // The process list may show an ended process for a moment.
+    static bool serversAreGone()
+    {
+        for (int i = 0; i < 200; ++i) {
+            if (uEnvironment::findProcess(ScriptedServer::image, 0) == 0)
+                return true;
+            uThread::sleep(25);
+        }
+        return false;
+    }
+
+    static std::string failureOf(const std::function<void()>& action)
+    {
+        try {
+            action();
+        } catch (const std::runtime_error& e) {
+            return e.what();
+        }
+        return {};
+    }
+
+    std::string failureToConstruct()
+    {
+        return failureOf([this] { make(); });
+    }
+
+    void make() { proxy = std::make_unique<OrvEcomProxy>(firstPort, OrvEcomProxy::defaultChunkSize); }
+
+    void openChannel() { proxy->openChannel(4096, 0, &callback); }
+
+    static std::string openRequest() { return request('o', word(4096) + word(0)); }
+
+    std::filesystem::path directoryBefore;
+    ScriptedServer server;
+    std::unique_ptr<OrvEcomProxy> proxy;
+    RecordingCallback callback;
+};
+
+struct Operation {
+    const char* name;
+    char command;
+    std::string arguments;
+    std::string payload;
+    std::function<void(OrvEcomProxy&)> run;
+};
+
+std::uint32_t word77 = 77;
+std::array<RegisterAccess, 1> oneAccess{};
+RecordingCallback ignoredCallback;
+
+// Every operation of the interface that can be the first one on a fresh client.
+const std::vector<Operation>& operations()
+{
+    static const std::vector<Operation> all{
+        {"connect", 'c', word(3) + "orv", "", [](OrvEcomProxy& p) { p.connect("orv"); }},
+        {"disconnect", 'C', "", "", [](OrvEcomProxy& p) { p.disconnect(); }},
+        {"read", 'm', word(1) + std::string(12, '\0'), std::string(12, '\x23'),
+         [](OrvEcomProxy& p) {
+             oneAccess = {};
+             p.read(oneAccess.data(), 1);
+         }},
+        {"write", 'M', word(1) + std::string(12, '\0'), "",
+         [](OrvEcomProxy& p) {
+             oneAccess = {};
+             p.write(oneAccess.data(), 1);
+         }},
+        {"openChannel", 'o', word(1) + word(1), "", [](OrvEcomProxy& p) { p.openChannel(1, 1, &ignoredCallback); }},
+        {"start", 's', "", "", [](OrvEcomProxy& p) { p.start(); }},
+        {"status", '?', word(77), word(78),
+         [](OrvEcomProxy& p) {
+             word77 = 77;
+             p.status(&word77);
+         }},
+        {"stop", 'S', "", "", [](OrvEcomProxy& p) { p.stop(); }},
+        {"request", 'r', word(16384), "", [](OrvEcomProxy& p) { p.request(16384); }},
+        {"cancel", 'x', "", "", [](OrvEcomProxy& p) { p.cancel(); }},
+        {"flush", 'f', "", "", [](OrvEcomProxy& p) { p.flush(); }},
+    };
+    return all;
+}
+
+} // namespace
+
+TEST_F(ProxyProcess, AWholeSessionAgainstAServerProcess)
+{
+    server.greet()
+        .expect(request('c', word(5) + "usb:0")).send(reply())
+        .expect(request('m', word(1) + frames::access(1, 0x40, 0))).send(reply(frames::access(1, 0x40, 0xBEEF)))
+        .expect(openRequest()).send(reply())
+        .expect("$s#00").send(reply())
+        .expect(request('r', word(8))).send(reply({}, dataRecord("8 bytes}") + statusRecord(0)))
+        .expect("$S#00").send(reply())
+        .expect("$O#00").send(reply())
+        .expect("$C#00").send(reply());
+    server.arm();
+    make();
+    proxy->connect("usb:0");
+    RegisterAccess access{1, 0x40, 0};
+    proxy->read(&access, 1);
+    EXPECT_EQ(access.value, 0xBEEFu);
+    openChannel();
+    proxy->start();
+    proxy->request(8);
+    EXPECT_THAT(callback.calls, ElementsAre("data 8 bytes}", "status 0"));
+    proxy->stop();
+    proxy->closeChannel(nullptr);
+    proxy->disconnect();
+    proxy.reset();
+    server.verify();
+    EXPECT_EQ(server.startedPorts(), "55760");
+}
+
+TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer)
+{
+    server.greet();
+    server.arm();
+    DataClient* const client = createDataClient(firstPort);
+    ASSERT_NE(client, nullptr);
+    EXPECT_NE(uEnvironment::findProcess(ScriptedServer::image, 0), 0u);
+    destroyDataClient(client);
+    EXPECT_TRUE(serversAreGone());
+    server.verify();
+}
+
+TEST_F(ProxyProcess, FactoryGivesNullWhereConstructionFails)
+{
+    server.listen().accept().expect("$v#00").send(reply(word(2)));
+    server.arm();
+    EXPECT_EQ(createDataClient(firstPort), nullptr);
+    destroyDataClient(nullptr);
+}
+
+TEST_F(ProxyProcess, RepliesInSinglesAndWithLateChecksumsAreWhole)
+{
+    server.greet()
+        .expect(openRequest()).drip(1, reply({}, dataRecord("#}")))
+        .expect("$s#00").send("$OK#").wait(50).send("00")
+        .expect("$f#00").send("$OK#0").wait(50).send("0")
+        .expect("$x#00").send("$OK#")
+        .expect("$S#00").wait(50).send(reply());
+    server.arm();
+    make();
+    openChannel();
+    EXPECT_THAT(callback.calls, ElementsAre("data #}"));
+    proxy->start();
+    proxy->flush();
+    proxy->cancel();
+    proxy->stop();
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, AReplySlowerThanTheWaitIsWaitedFor)
+{
+    server.greet().expect("$s#00").wait(1300).send(reply());
+    server.arm();
+    make();
+    EXPECT_EQ(failureOf([this] { proxy->start(); }), "");
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, ALargeRecordPassesTheSocket)
+{
+    std::string payload(3000000, '\0');
+    std::uint32_t state = 1;
+    for (char& c : payload) {
+        state = state * 1664525u + 1013904223u;
+        c = static_cast<char>(state >> 24);
+    }
+    server.greet().expect(openRequest()).send(reply({}, dataRecord(payload)));
+    server.arm();
+    make();
+    openChannel();
+    ASSERT_EQ(callback.calls.size(), 1u);
+    EXPECT_TRUE(callback.calls[0] == "data " + payload);
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, AServerThatDiesBeforeTheReplyOfAnyOperation)
+{
+    for (const Operation& operation : operations()) {
+        ScriptedServer own;
+        own.greet().expect(request(operation.command, operation.arguments)).exit();
+        own.arm();
+        make();
+        EXPECT_EQ(failureOf([&] { operation.run(*proxy); }), "disconnected from server") << operation.name;
+        EXPECT_EQ(failureOf([&] { operation.run(*proxy); }),
+                  operation.command == 'o' ? "internal channel open error" : "failed to write to server")
+            << operation.name;
+        proxy.reset();
+        own.verify();
+    }
+}
+
+TEST_F(ProxyProcess, AServerThatDiesInTheMiddleOfAReply)
+{
+    for (const char* part : {"$", "$O", "$OK", "$cb", "$err", "$errtext"}) {
+        ScriptedServer own;
+        own.greet().expect("$s#00").send(part).exit();
+        own.arm();
+        make();
+        EXPECT_EQ(failureOf([&] { proxy->start(); }), "disconnected from server") << part;
+        proxy.reset();
+        own.verify();
+    }
+}
+
+TEST_F(ProxyProcess, AServerThatDiesRightBehindAReplyIsNoticedByALaterRequest)
+{
+    server.greet().expect("$s#00").send(reply()).exit();
+    server.arm();
+    make();
+    EXPECT_EQ(failureOf([&] { proxy->start(); }), "");
+    // The first bytes to a peer that is gone may still go out.
+    EXPECT_EQ(failureOf([&] { proxy->stop(); }), "disconnected from server");
+    EXPECT_EQ(failureOf([&] { proxy->stop(); }), "failed to write to server");
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, ClosingTheConnectionFreesACallerThatHangs)
+{
+    server.greet().expect("$s#00").wait(1500).close();
+    server.arm();
+    make();
+    EXPECT_EQ(failureOf([&] { proxy->start(); }), "disconnected from server");
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, ADeadServerIsNoTroubleForTheDestructor)
+{
+    server.greet().exit();
+    server.arm();
+    make();
+    ASSERT_TRUE(serversAreGone());
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, AServerThatHangsIsTerminatedWithTheClient)
+{
+    server.greet().hang();
+    server.arm();
+    make();
+    proxy.reset();
+    EXPECT_TRUE(serversAreGone());
+    server.verify();
+}
+
+TEST_F(ProxyProcess, AnotherVersion)
+{
+    server.listen().accept().accept().expect("$v#00").send(reply(word(2))).hang();
+    server.arm();
+    EXPECT_EQ(failureToConstruct(), "ecom version mismatch");
+    EXPECT_TRUE(serversAreGone());
+}
+
+TEST_F(ProxyProcess, AVersionCheckThatFails)
+{
+    for (const auto& [answer, text] : std::vector<std::pair<std::string, std::string>>{
+             {"$E#00", "internal rsp error"}, {"$errno unit#00", "no unit"}, {"$OK#00", "invalid rsp response data"}}) {
+        ScriptedServer own;
+        own.listen().accept().accept().expect("$v#00").send(answer).hang();
+        own.arm();
+        EXPECT_EQ(failureToConstruct(), text);
+        EXPECT_TRUE(serversAreGone());
+    }
+}
+
+TEST_F(ProxyProcess, AServerThatDoesNotListen)
+{
+    server.hang();
+    server.arm();
+    EXPECT_EQ(failureToConstruct(), "failed to connect to server");
+    EXPECT_TRUE(serversAreGone());
+}
+
+TEST_F(ProxyProcess, AServerThatTakesTheFirstConnectionAndDropsIt)
+{
+    server.listen().accept().close().hang();
+    server.arm();
+    EXPECT_THAT(failureToConstruct(), AnyOf("disconnected from server", "failed to write to server"));
+}
+
+TEST_F(ProxyProcess, AServerThatRefusesTheSecondConnectionServesOnTheFirst)
+{
+    server.listen().accept().refuse().expect("$v#00").send(reply(word(1))).expect("$s#00").send(reply());
+    server.arm();
+    make();
+    EXPECT_EQ(failureOf([&] { proxy->start(); }), "");
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNothingBehind)
+{
+    server.exit();
+    server.arm();
+    // Whether it was still seen in the process list is its luck.
+    EXPECT_THAT(failureToConstruct(), AnyOf("failed to connect to server", "failed to start server"));
+}
+
+TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection)
+{
+    const ScratchFolder empty;
+    const ScopedVariable folder("COMMON_HELIX", empty.path().string());
+    EXPECT_EQ(failureToConstruct(), "failed to connect to server");
+    EXPECT_EQ(server.report(), "");
+}
+
+TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart)
+{
+    {
+        const ScopedVariable noScript("SCRIPTED_SERVER_SCRIPT", "");
+        const uEnvironment::ScopedDirectoryChanger there(ScriptedServer::folder().c_str());
+        const std::uint32_t other = uEnvironment::startProcess(ScriptedServer::image, "", uEnvironment::detachedMode);
+        ASSERT_NE(other, 0u);
+    }
+    const ScratchFolder empty;
+    const ScopedVariable folder("COMMON_HELIX", empty.path().string());
+    std::uint32_t other = 0;
+    for (int i = 0; i < 200 && other == 0; ++i) {
+        other = uEnvironment::findProcess(ScriptedServer::image, 0);
+        uThread::sleep(25);
+    }
+    EXPECT_EQ(failureToConstruct(), "failed to start server");
+    EXPECT_TRUE(uEnvironment::processExists(other)) << "the other's server is left alone";
+    EXPECT_TRUE(uEnvironment::terminateProcess(other));
+}
+
+TEST_F(ProxyProcess, AServersFolderThatIsNotThereFailsAndTheDirectoryStays)
+{
+    const ScratchFolder empty;
+    const ScopedVariable folder("COMMON_HELIX", (empty.path() / "missing").string());
+    EXPECT_THAT(failureToConstruct(),
+                testing::StartsWith("failed to temporarily change the working directory to \""));
+}
+
+TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText)
+{
+    // The server cannot have the port and ends; the connection reaches whoever holds it, who hangs up.
+    uSocket holder;
+    ASSERT_EQ(holder.listen(static_cast<std::uint16_t>(firstPort)), uSocket::done);
+    std::atomic<bool> done{false};
+    std::thread hangingUp([&] {
+        while (!done) {
+            if (holder.waitReadable(50))
+                holder.accept();
+        }
+    });
+    server.listen();
+    server.arm();
+    EXPECT_THAT(failureToConstruct(), AnyOf("disconnected from server", "failed to write to server"));
+    done = true;
+    hangingUp.join();
+    EXPECT_THAT(server.report(), testing::HasSubstr("port is taken"));
+}
+
+TEST_F(ProxyProcess, TheTimerDoesNotPoll)
+{
+    server.greet().expect("$s#00").send(reply());
+    server.arm();
+    make();
+    uThread::sleep(1200); // beyond the timer's first and only interval
+    proxy->start();
+    proxy.reset();
+    server.verify();
+}
+
+TEST_F(ProxyProcess, RequestsFromTwoThreadsExcludeEachOther)
+{
+    server.greet();
+    constexpr int each = 40;
+    for (int i = 0; i < 2 * each; ++i)
+        server.expect(request('?', word(5))).send(reply(word(6)));
+    server.arm();
+    make();
+    std::atomic<int> good{0};
+    const auto ask = [&] {
+        for (int i = 0; i < each; ++i) {
+            std::uint32_t ready = 5;
+            proxy->status(&ready);
+            good += ready == 6 ? 1 : 0;
+        }
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
+    EXPECT_EQ(good, 2 * each);
+    proxy.reset();
+    server.verify();
+}
