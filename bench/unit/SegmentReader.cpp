@@ -37,7 +37,8 @@ public:
           bit((segment.firstWord + skip) * wordBits) {
         const PathTiming& clock = segment.clock.timing;
         const std::uint64_t place = hashOf(segment.seed, skip);
-        lostPulse = makeEvent((clock.lostOnes + clock.lostZeros) / 2.0, hashOf(place, 1));
+        // A clock of which nothing is left is not recorded from at all.
+        lostPulse = makeEvent(std::min((clock.lostOnes + clock.lostZeros) / 2.0, 0.9), hashOf(place, 1));
         const double halfPeriod = segment.transmission->halfPeriod;
         addedPulse =
             makeEvent(clock.glitchEvery > 0.0 ? halfPeriod / clock.glitchEvery : 0.0, hashOf(place, 2));

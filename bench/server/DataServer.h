@@ -1,0 +1,73 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/faults/FaultScript.h"
+#include "bench/scenarios/Scenario.h"
+#include "bench/server/LoopbackSocket.h"
+#include "bench/server/Service.h"
+#include "bench/unit/Unit.h"
+
+namespace bench {
+
+struct ServerOptions {
+    std::uint16_t port = 0;
+    Scenario scenario;
+    std::filesystem::path folder; // of this run: side.port, truth.jsonl and server.log go there
+    std::optional<std::vector<std::uint8_t>> play; // what the target sends as trace
+};
+
+struct ServerError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// The process: the data client's two connections, the side connections, the unit behind them, and the faults
+// that the scenario asks for. The first connection is served; those that follow on the same port are accepted
+// and left silent.
+class DataServer {
+public:
+    // Both ports listen when this returns; throws ServerError when the port is taken or a file cannot be
+    // written.
+    explicit DataServer(ServerOptions options);
+    ~DataServer();
+
+    // Serves until the client says goodbye or is gone, or until nobody came for two minutes.
+    void run();
+
+    std::uint16_t sidePort() const { return side; }
+
+private:
+    void serveClient(LoopbackSocket connection);
+    // False when the connection is to be given up.
+    bool serveRequest(const LoopbackSocket& connection, const Request& request);
+    bool misbehave(const LoopbackSocket& connection, const Request& request, const FaultStep& step);
+    void waitForClientToGo(const LoopbackSocket& connection) const;
+    void acceptSides();
+    void serveSide(LoopbackSocket connection);
+    void openSidePort();
+    void log(const std::string& line);
+
+    ServerOptions options;
+    LoopbackSocket listener;
+    LoopbackSocket sideListener;
+    std::uint16_t side = 0;
+    std::ofstream truth;
+    std::ofstream logFile;
+    std::mutex logMutex;
+    std::mutex unitMutex;
+    Unit unit;
+    Service service;
+    FaultScript faults;
+    std::atomic<bool> stopping{false};
+    std::vector<LoopbackSocket> silent;
+    std::thread sideThread;
+};
+
+} // namespace bench

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+
+#include "bench/server/Codec.h"
+#include "bench/unit/Unit.h"
+
+namespace bench {
+
+// What the data server answers: one request, one reply. The unit is shared with the side connections, so that
+// each request runs under the mutex.
+class Service {
+public:
+    Service(Unit& sharedUnit, std::mutex& unitMutex, std::uint32_t reportedVersion)
+        : unit(sharedUnit), mutex(unitMutex), version(reportedVersion) {}
+
+    // The command 'D' has no reply: the result is empty and `ended` holds from then on. What stands in the writer
+    // already goes out in front.
+    Bytes answer(const Request& request, ReplyWriter reply = {});
+    bool ended() const { return over; }
+
+private:
+    void carryOut(const Request& request, ReplyWriter& reply);
+    void readRegisters(ArgumentReader& in, ReplyWriter& reply);
+    void writeRegisters(ArgumentReader& in, ReplyWriter& reply);
+
+    Unit& unit;
+    std::mutex& mutex;
+    std::uint32_t version;
+    bool over = false;
+};
+
+} // namespace bench

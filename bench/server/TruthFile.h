@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "bench/unit/Unit.h"
+
+namespace bench {
+
+// One recording as one line of JSON, without the line end. An EMU pin of -1 stands for the unit's own
+// generator.
+std::string truthLine(const RecordingTruth& truth);
+
+} // namespace bench
