@@ -83,7 +83,12 @@ public:
                     out = item;
                     return;
                 }
-                all += (all.empty() ? "\"" : ", \"") + std::string(name) + "\"";
+                if (!all.empty()) {
+                    all += ", ";
+                }
+                all += '"';
+                all += name;
+                all += '"';
             }
             fail(*node, key, "must be one of " + all);
         }
@@ -186,7 +191,10 @@ private:
         require(node.is_array(), node, key, "must be a text, a number, a truth value or a list of these");
         std::string all;
         for (const toml::node& item : *node.as_array()) {
-            all += (all.empty() ? "" : ",") + asText(item, key);
+            if (!all.empty()) {
+                all += ',';
+            }
+            all += asText(item, key);
         }
         return all;
     }
