@@ -1,0 +1,68 @@
+#include "host/ChannelSettingsFile.h"
+
+#include <gtest/gtest.h>
+
+#include "host/ExitCode.h"
+#include "host/TextFile.h"
+#include "tests/unit/host/TempFolder.h"
+
+namespace host {
+namespace {
+
+TEST(ChannelSettingsFile, TheTextHasTheReceiversOwnForm) {
+    ChannelSettings settings;
+    settings.dataPins = 2;
+    settings.pinMap = "5,2,3";
+    settings.exportKind = "tpiu";
+    settings.bufferIndex = 4;
+    settings.stopOnFull = false;
+    EXPECT_EQ(channelSettingsText(settings), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                             "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->\n"
+                                             "<CHANNEL-SETUP>\n"
+                                             "\t<RCVRNAME>Kite R2 Trace</RCVRNAME>\n"
+                                             "\t<no_emu0>false</no_emu0>\n"
+                                             "\t<no_emu1>false</no_emu1>\n"
+                                             "\t<drm_type></drm_type>\n"
+                                             "\t<drm_key></drm_key>\n"
+                                             "\t<num_pins>2</num_pins>\n"
+                                             "\t<pin_map>5,2,3</pin_map>\n"
+                                             "\t<is_stop_on_full>false</is_stop_on_full>\n"
+                                             "\t<is_sync>true</is_sync>\n"
+                                             "\t<bufsize_current>4</bufsize_current>\n"
+                                             "\t<drm_xmtr>tpiu</drm_xmtr>\n"
+                                             "\t<start_port>0</start_port>\n"
+                                             "</CHANNEL-SETUP>\n");
+}
+
+TEST(ChannelSettingsFile, TheFileHoldsTheTextByteForByte) {
+    const TempFolder folder;
+    writeChannelSettings(ChannelSettings(), folder.file("a.xml"));
+    EXPECT_EQ(readText(folder.file("a.xml")), channelSettingsText(ChannelSettings()));
+}
+
+TEST(ChannelSettingsFile, AFolderThatIsNotThereIsAnUnwritableOutput) {
+    const TempFolder folder;
+    try {
+        writeChannelSettings(ChannelSettings(), folder.file("none") / "a.xml");
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code, ExitCode::OutputUnwritable);
+    }
+}
+
+TEST(BufferSize, EveryNameAndItsShortFormsAreUnderstood) {
+    for (unsigned index = 0; index < bufferSizes.size(); ++index)
+        EXPECT_EQ(bufferIndexOf(bufferSizes[index]), index);
+    EXPECT_EQ(bufferIndexOf("4M"), 4U);
+    EXPECT_EQ(bufferIndexOf("4mb"), 4U);
+    EXPECT_EQ(bufferIndexOf("256K"), 0U);
+    EXPECT_EQ(bufferIndexOf("128 MB"), 9U);
+}
+
+TEST(BufferSize, WhatTheUnitDoesNotHaveIsNone) {
+    for (const char* text : {"", "3M", "256", "256M", "M", "4 MiB", "-4M"})
+        EXPECT_FALSE(bufferIndexOf(text)) << text;
+}
+
+} // namespace
+} // namespace host

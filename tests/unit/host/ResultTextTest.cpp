@@ -1,0 +1,120 @@
+#include "host/ResultText.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+namespace host {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+RecordResult sample() {
+    RecordResult result;
+    result.scenario = "bench-cable";
+    result.cpu = "bench/app";
+    result.pinMap = "0,1,2";
+    result.calibrated = true;
+    result.log.frequencies = {{0, 1.25e7, FrequencySetting::Verdict::Measured, ""},
+                              {1, 5e7, FrequencySetting::Verdict::Chosen, ""},
+                              {2, 1e8, FrequencySetting::Verdict::Rejected,
+                               "eCALIBRATE(12) : failed to calibrate channel : clock margin too low"}};
+    result.calibration.emplace();
+    result.calibration->exportFrequency = "50.00 MHz";
+    result.calibration->dataRate = "200.00 Mbits/second";
+    for (const char* name : {"Clock", "Data 1", "Data 2"}) {
+        PinReport pin;
+        pin.name = name;
+        pin.delay = 7;
+        pin.stretch = -1;
+        result.calibration->pins.push_back(pin);
+    }
+    result.calibration->pins[1].marginBefore = 5;
+    result.calibration->pins[1].marginAfter = 6;
+    result.recorded = true;
+    result.state = "Stopped by user : upload complete";
+    result.samples = 1024;
+    result.checksum = 0xCBF43926;
+    result.files.emplace_back("samples", "x.bin");
+    return result;
+}
+
+TEST(Places, TheLastDataPinOfTheMapIsSampledFirst) {
+    const auto places = placesOf("0,1,2,3,4");
+    ASSERT_EQ(places.size(), 5U);
+    EXPECT_EQ(places[0].emu, 0U);
+    EXPECT_FALSE(places[0].bit);
+    EXPECT_EQ(places[1].emu, 4U);
+    EXPECT_EQ(places[1].bit, 3U);
+    EXPECT_EQ(places[4].emu, 1U);
+    EXPECT_EQ(places[4].bit, 0U);
+}
+
+TEST(Places, AMapThatCannotBeReadHasNone) {
+    EXPECT_TRUE(placesOf("").empty());
+    EXPECT_TRUE(placesOf("a,b").empty());
+}
+
+TEST(ResultText, TellsChosenRejectedPinsAndFiles) {
+    const std::string text = resultText(sample());
+    EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 of 3"));
+    EXPECT_THAT(text, HasSubstr("rejected: setting 2, 100 MHz: failed to calibrate channel : clock margin too low\n"));
+    EXPECT_THAT(text, HasSubstr("Data 1     2   1      7       -1        -5 +6"));
+    EXPECT_THAT(text, HasSubstr("recorded 8.00 kB (1024 samples)"));
+    EXPECT_THAT(text, HasSubstr("checksum cbf43926"));
+    EXPECT_THAT(text, HasSubstr("x.bin\n"));
+}
+
+TEST(ResultText, AFailedCalibrationNamesNoChosenSetting) {
+    RecordResult result = sample();
+    result.calibrated = false;
+    result.recorded = false;
+    result.log.frequencies[1].verdict = FrequencySetting::Verdict::Measured;
+    const std::string text = resultText(result);
+    EXPECT_THAT(text, HasSubstr("not calibrated\n"));
+    EXPECT_THAT(text, Not(HasSubstr("calibrated at")));
+    EXPECT_THAT(text, Not(HasSubstr("recorded")));
+}
+
+TEST(ResultJson, HoldsTheSameForAScript) {
+    const auto json = nlohmann::json::parse(resultJson(sample()));
+    EXPECT_EQ(json["outcome"], "done");
+    EXPECT_EQ(json["exitCode"], 0);
+    EXPECT_EQ(json["calibration"]["setting"], 1);
+    EXPECT_EQ(json["calibration"]["frequencies"][2]["verdict"], "rejected");
+    EXPECT_EQ(json["calibration"]["pins"][1]["emu"], 2);
+    EXPECT_EQ(json["calibration"]["pins"][1]["marginAfter"], 6);
+    EXPECT_TRUE(json["calibration"]["pins"][0]["marginAfter"].is_null());
+    EXPECT_EQ(json["recording"]["bytes"], 8192);
+    EXPECT_EQ(json["recording"]["crc32"], 0xCBF43926U);
+    EXPECT_FALSE(json.contains("error"));
+}
+
+TEST(ResultJson, AFailureIsNamed) {
+    RecordResult result;
+    result.code = ExitCode::CalibrationRefused;
+    result.failure = "failed to calibrate channel";
+    const auto json = nlohmann::json::parse(resultJson(result));
+    EXPECT_EQ(json["outcome"], "calibration-refused");
+    EXPECT_EQ(json["exitCode"], 5);
+    EXPECT_EQ(json["error"]["text"], "failed to calibrate channel");
+    EXPECT_FALSE(json.contains("recording"));
+}
+
+TEST(Units, FrequenciesAndSizesAreScaled) {
+    EXPECT_EQ(frequencyText(1.25e7), "12.5 MHz");
+    EXPECT_EQ(frequencyText(999.0), "999 Hz");
+    EXPECT_EQ(frequencyText(1.4e9), "1.4 GHz");
+    EXPECT_EQ(sizeText(0), "0 bytes");
+    EXPECT_EQ(sizeText(1536), "1.50 kB");
+    EXPECT_EQ(sizeText(std::uint64_t{128} << 20), "128.00 MB");
+}
+
+TEST(Reason, StatusNameAndNumberAreDropped) {
+    EXPECT_EQ(plainReason("eOVS(13) : over sampling error : x"), "over sampling error : x");
+    EXPECT_EQ(plainReason("exceeds frequency limits"), "exceeds frequency limits");
+    EXPECT_EQ(plainReason(""), "");
+}
+
+} // namespace
+} // namespace host
