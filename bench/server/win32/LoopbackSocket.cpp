@@ -78,7 +78,7 @@ bool LoopbackSocket::readable(int milliseconds) const {
     fd_set set;
     set.fd_count = 1;
     set.fd_array[0] = native(handle);
-    const timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000};
+    timeval wait{milliseconds / 1000, milliseconds % 1000 * 1000};
     return ::select(0, &set, nullptr, nullptr, &wait) != 0;
 }
 
