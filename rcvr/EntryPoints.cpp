@@ -50,9 +50,12 @@ void makeReceiver() {
 
 } // namespace
 
+// Symbols are hidden unless told otherwise.
+#define RCVR_EXPORT __attribute__((visibility("default")))
+
 extern "C" {
 
-CReceiver* CreateRcvr() {
+RCVR_EXPORT CReceiver* CreateRcvr() {
     if (g_refCnt != 0) {
         logCall("CreateRcvr");
         ++g_refCnt;
@@ -69,7 +72,7 @@ CReceiver* CreateRcvr() {
     return g_receiver;
 }
 
-void DestroyRcvr(CReceiver* receiver) {
+RCVR_EXPORT void DestroyRcvr(CReceiver* receiver) {
     try {
         logCall("DestroyRcvr");
         if (g_refCnt == 0 || receiver != g_receiver)

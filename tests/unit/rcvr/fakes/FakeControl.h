@@ -1,0 +1,37 @@
+#pragma once
+
+#include "common/source/source_utilities/uEnvironment.h"
+#include "rcvr/framework/cZarnError.h"
+
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+// How tests steer the stand-ins of the sibling libraries: by environment variables, which work across the libraries'
+// edges on both systems.
+
+// Symbols are hidden unless told otherwise.
+#define FAKE_EXPORT __attribute__((visibility("default")))
+
+namespace fake {
+
+/// One line into the file that FAKE_TRACE names, so that a test sees what was called and in which order.
+inline void trace(const std::string& line) {
+    const std::string path = VX_QRS::uEnvironment::get("FAKE_TRACE");
+    if (!path.empty())
+        std::ofstream(path, std::ios::app) << line << "\n";
+}
+
+/// What a function is told to do: "" for its work, "null" for no result, or something to throw.
+inline std::string behaviour(const char* variable) {
+    const std::string wish = VX_QRS::uEnvironment::get(variable);
+    if (wish == "std")
+        throw std::runtime_error("thrown by the sibling");
+    if (wish == "zarn")
+        throw Vx::Qrs::Zarn::cZarnError("sibling's own error", Vx::Qrs::Zarn::eSeverityError);
+    if (wish == "int")
+        throw 42;
+    return wish;
+}
+
+} // namespace fake
