@@ -1,8 +1,7 @@
 #pragma once
 
+#include "common/source/source_utilities/SourceLocation.h"
 #include "common/source/source_utilities/printfChecked.h"
-
-#include <source_location>
 
 // Log lines of the front end and its channels: "ORV Receiver (orv_client_frontend:<line>) <message>".
 
@@ -14,7 +13,7 @@ inline constexpr const char* programLabel = "ORV Receiver";
 inline constexpr const char* frontEndUnit = "orv_client_frontend";
 
 /// The line it is called from.
-inline int here(const std::source_location& location = std::source_location::current()) {
+inline int here(const SourceLocation& location = SourceLocation::current()) {
     return static_cast<int>(location.line());
 }
 

@@ -7,19 +7,18 @@
 #include "client/frontend/FrontEnd_1.h"
 #include "client/frontend/Registers.h"
 #include "common/source/source_utilities/PropertyParser.h"
+#include "common/source/source_utilities/SourceLocation.h"
 #include "common/source/source_utilities/uMutex.h"
 #include "common/source/source_utilities/uRunnable.h"
 #include "common/source/source_utilities/uThread.h"
 #include "mpx/MpxEcomServer/DataClient.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <source_location>
 #include <span>
 #include <string>
 #include <vector>
@@ -56,9 +55,6 @@ public:
     void onStatus(std::uint32_t value) override;
 
     std::uint32_t getChannelNumber() const { return channelNumber; }
-    /// Pins in use, counting the clock, and never more than there are procs: what loops over procs have to use, since
-    /// the count comes from a property that is only checked when the channel opens.
-    std::uint32_t procsInUse() const { return std::min(settings.numPins, registers::maxProcs); }
 
     /// Lets tests reach the members below; defined by them only.
     friend struct ChannelInspector;
@@ -113,7 +109,7 @@ private:
     std::uint32_t readRegister(std::uint32_t kind, std::uint32_t address);
     void writeRegister(std::uint32_t kind, std::uint32_t address, std::uint32_t value);
     void writeLogged(const char* what, std::uint32_t address, std::uint32_t value,
-                     const std::source_location& location = std::source_location::current());
+                     const SourceLocation& location = SourceLocation::current());
 
     // ---- channel_calibration.cpp ----
     void autoCal(Metrics& results, Cal& target, std::uint32_t startSetting);

@@ -26,7 +26,7 @@ constexpr std::uint32_t dataServerPort = 55760;
 FrontEnd_1* singleton = nullptr;
 std::uint32_t useCount = 0;
 
-void entry(const char* function, const std::source_location& location = std::source_location::current()) {
+void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
     logEntry(frontEndUnit, function, location);
 }
 

@@ -1,3 +1,4 @@
+#include "client/analysis/Burst.h"
 #include "client/frontend/ChannelLog.h"
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
@@ -12,7 +13,7 @@ namespace VX_QRS::ORV::CLIENT {
 void FrontEndChannel_1::allocSelf() {
     const std::uint32_t depth = oversampling.ovsDepth;
     try {
-        for (std::uint32_t p = 0; p < procsInUse(); ++p) {
+        for (std::uint32_t p = 0; p < analysis::usedPins(settings.numPins); ++p) {
             oversampling.ovsWords[p].assign(depth, 0);
             oversampling.ovsAccess[p].assign(depth, RegisterAccess{registers::kindUnit, 0, 0});
         }

@@ -21,7 +21,7 @@ constexpr std::uint32_t requestGranularity = 16384;
 
 constexpr std::uint32_t samplesDepth = 512; // words in a proc's FIFO
 
-void entry(const char* function, const std::source_location& location = std::source_location::current()) {
+void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
     logEntry(frontEndUnit, function, location);
 }
 

@@ -45,7 +45,7 @@ void FrontEndChannel_1::writeRegister(std::uint32_t kind, std::uint32_t address,
 }
 
 void FrontEndChannel_1::writeLogged(const char* what, std::uint32_t address, std::uint32_t value,
-                                    const std::source_location& location) {
+                                    const SourceLocation& location) {
     writeRegister(registers::kindUnit, address, value);
     logStep(here(location), "%s [0x%08x]=0x%04x", what, address, value);
 }

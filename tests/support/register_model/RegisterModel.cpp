@@ -15,6 +15,13 @@ constexpr std::uint32_t commandTrigger = 0x801F;
 constexpr std::uint32_t fifoStatus = 0x0800820C;
 constexpr std::uint32_t fifoEnd = 0x0800824C;
 
+/// A write to these clears what the unit has found wrong.
+bool isErrorStatus(std::uint32_t address) {
+    constexpr std::uint32_t a = 0x08008010;
+    constexpr std::uint32_t b = 0x08008020;
+    return (address >= a && address < a + 2 * numChannels) || (address >= b && address < b + 2 * numChannels);
+}
+
 std::string addressText(const VX_QRS::ORV::RegisterAccess& access) {
     char text[24];
     std::snprintf(text, sizeof text, "%s%08x", access.kind == 2 ? "2:" : "", access.address);
@@ -207,7 +214,8 @@ std::uint32_t RegisterModel::readOne(const RegisterAccess& access) {
 void RegisterModel::writeOne(const RegisterAccess& access) {
     if (accessOf(access.kind, access.address) != Access::ReadWrite)
         refuse("write", access);
-    values[{access.kind, access.address}] = access.value;
+    const bool clears = access.kind == 1 && isErrorStatus(access.address);
+    values[{access.kind, access.address}] = clears ? 0 : access.value;
     writes[access.address].push_back(access.value);
     if (access.kind == 1 && access.address == command && access.value == commandTrigger) {
         if (triggerHook)
@@ -236,7 +244,7 @@ void RegisterModel::read(RegisterAccess* list, std::uint32_t count) {
     Guard guard(mutex);
     std::string line = "read";
     for (std::uint32_t i = 0; i < count; ++i)
-        line += " " + addressText(list[i]);
+        (line += ' ') += addressText(list[i]);
     enter(Call::Read, line);
     for (std::uint32_t i = 0; i < count; ++i)
         list[i].value = readOne(list[i]);
@@ -246,7 +254,7 @@ void RegisterModel::write(const RegisterAccess* list, std::uint32_t count) {
     Guard guard(mutex);
     std::string line = "write";
     for (std::uint32_t i = 0; i < count; ++i)
-        line += " " + accessText(list[i]);
+        (line += ' ') += accessText(list[i]);
     enter(Call::Write, line);
     for (std::uint32_t i = 0; i < count; ++i)
         writeOne(list[i]);

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "client/frontend/FrontEndChannel_1.h"
+#include "client/frontend/FrontEnd_1.h"
+#include "common/source/Exception.h"
+#include "tests/support/register_model/ChannelInspector.h"
+#include "tests/support/register_model/CountingWaits.h"
+#include "tests/support/register_model/MockTransmitter.h"
+#include "tests/support/register_model/RegisterModel.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace client_test {
+
+using namespace VX_QRS::ORV::CLIENT;
+using register_model::Call;
+using register_model::CountingWaits;
+using register_model::MockTransmitter;
+using register_model::RegisterModel;
+
+/// A folder of its own, gone with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string file(const std::string& name) const { return (path / name).string(); }
+
+    std::filesystem::path path;
+};
+
+std::string readText(const std::string& path);
+void writeText(const std::string& path, const std::string& text);
+bool exists(const std::string& path);
+
+/// What the product logged since the object was made: the messages alone, with the numbers of lines replaced by "#".
+class LogCapture {
+public:
+    LogCapture();
+    /// Lines of class M (or E), without class and time.
+    std::vector<std::string> messages() const { return lines('M'); }
+    std::vector<std::string> errors() const { return lines('E'); }
+    /// The messages that begin with "ORV Receiver (orv_client_frontend:#) ", without that.
+    std::vector<std::string> steps() const { return strip(messages()); }
+    std::vector<std::string> errorSteps() const { return strip(errors()); }
+
+private:
+    std::vector<std::string> lines(char kind) const;
+    static std::vector<std::string> strip(const std::vector<std::string>& full);
+
+    std::uintmax_t from;
+};
+
+/// Expects an Exception of that status and detail, from the front end's source unit.
+void expectFailure(const std::function<void()>& action, Status status, const std::string& detail);
+
+/// The data client that front ends of the tests get.
+DataClientFactory modelFactory(RegisterModel& model);
+
+/// The 51 registers of the dump of channel 0, as the model logs their read.
+extern const std::string registerDumpLine;
+
+/// A channel 0 over a model of the unit, with a stub for its transmitter.
+class ChannelTest : public testing::Test {
+protected:
+    ChannelTest();
+    ~ChannelTest() override;
+
+    /// Writes the properties file and gives it to front end and channel.
+    void configure(const std::string& channelLines, const std::string& globalLines = "orv=unit7\n");
+    /// Configures for five pins, opens the channel and forgets what was asked of the model so far.
+    void openChannel(const std::string& moreLines = {});
+    /// The same, and as if a calibration had ended.
+    void openCalibrated(const std::string& moreLines = {});
+    /// Starts the capture as a recording does, without a thread.
+    void beginRecording();
+    /// Waits for the control thread to say that it is done.
+    void waitUntilDone();
+    std::int32_t state() { return inside().control().state; }
+    ChannelMetrics status();
+    std::string get(const char* name);
+    std::string binPath() const { return stem + ".bin"; }
+
+    TemporaryFolder folder;
+    std::string stem;
+    std::string propsPath;
+    RegisterModel model;
+    CountingWaits waits;
+    testing::NiceMock<MockTransmitter> transmitter{model};
+    std::unique_ptr<FrontEnd_1> frontEnd;
+    std::unique_ptr<FrontEndChannel_1> channel;
+    ChannelInspector inside() { return {*channel}; }
+    /// A fresh channel in place of the present one.
+    void remakeChannel();
+};
+
+} // namespace client_test
