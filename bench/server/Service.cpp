@@ -133,7 +133,6 @@ void Service::carryOut(const Request& request, ReplyWriter& reply) {
 void Service::readRegisters(ArgumentReader& in, ReplyWriter& reply) {
     const std::uint32_t count = listCount(in);
     reply.ok();
-    reply.u32(count);
     for (std::uint32_t index = 0; index < count; ++index) {
         const std::uint32_t kind = need(in.u32());
         const std::uint32_t address = need(in.u32());
