@@ -1,0 +1,74 @@
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// Installations that lack a part end in the system's own words and with exit code 4.
+
+namespace {
+
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+/// A copy of the installation without one file; the copy's orvtrace.
+fs::path copyWithout(const RunSpace& space, const std::string& missing) {
+    const fs::path source = orvtraceProgram().parent_path();
+    const fs::path target = space.file("installed");
+    fs::create_directories(target);
+    for (const char* stem : {"OrvRcvr", "PartIdentifier", "HaloTargetAdapter", "zarn_xmtr", "AmbitFileChannelDriver",
+                             "OrvDataSource", "mpx_ecom_server", "orvtrace", "devices"}) {
+        for (const auto& entry : fs::directory_iterator(source)) {
+            const fs::path file = entry.path();
+            if (file.stem() == stem && stem != missing && entry.is_regular_file())
+                fs::copy_file(file, target / file.filename());
+        }
+    }
+    fs::copy(source / "scenarios", target / "scenarios", fs::copy_options::recursive);
+    return target / orvtraceProgram().filename();
+}
+
+Outcome recordWithout(const RunSpace& space, const std::string& missing) {
+    return space.record("one-pin", {}, copyWithout(space, missing));
+}
+
+TEST(MissingParts, TheReceiverLibraryIsNamed) {
+    const RunSpace space;
+    const Outcome run = recordWithout(space, "OrvRcvr");
+    EXPECT_EQ(run.code, 4);
+    EXPECT_THAT(run.errors, HasSubstr("cannot load "));
+}
+
+TEST(MissingParts, TheServerCannotBeStarted) {
+    const RunSpace space;
+    const Outcome run = recordWithout(space, "mpx_ecom_server");
+    EXPECT_EQ(run.code, 4);
+    EXPECT_THAT(run.errors, HasSubstr("data server failure : failed to connect to data server"));
+}
+
+TEST(MissingParts, DeviceIdentificationIsRequired) {
+    const RunSpace space;
+    const Outcome run = recordWithout(space, "PartIdentifier");
+    EXPECT_EQ(run.code, 4);
+    EXPECT_THAT(run.errors, HasSubstr("dll load failure : PartIdentifier"));
+}
+
+TEST(MissingParts, TheTargetAdapterIsRequired) {
+    const RunSpace space;
+    const Outcome run = recordWithout(space, "HaloTargetAdapter");
+    EXPECT_EQ(run.code, 4);
+    EXPECT_THAT(run.errors, HasSubstr("Cannot load target adapter library. Bad installation."));
+}
+
+TEST(MissingParts, FileReplayIsNot) {
+    const RunSpace space;
+    const Outcome run = recordWithout(space, "AmbitFileChannelDriver");
+    EXPECT_EQ(run.code, 0) << run.errors;
+}
+
+TEST(MissingParts, AnUnknownCpuIsRefused) {
+    const RunSpace space;
+    const Outcome run = space.record("one-pin", {"--cpu", "bench/no-trace"});
+    EXPECT_EQ(run.code, 5) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("This device is not supported by the receiver."));
+}
+
+} // namespace

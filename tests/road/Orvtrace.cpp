@@ -1,0 +1,63 @@
+#include "tests/road/Orvtrace.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+#include "tests/road/Shell.h"
+
+namespace fs = std::filesystem;
+
+RunSpace::RunSpace() {
+    static unsigned next = 0;
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    folder = fs::temp_directory_path() / ("orv-road-" + std::to_string(now) + "-" + std::to_string(next++));
+    fs::create_directories(folder);
+}
+
+RunSpace::~RunSpace() {
+    if (std::getenv("ORV_KEEP_RUNS") != nullptr)
+        return;
+    std::error_code ignored;
+    fs::remove_all(folder, ignored);
+}
+
+fs::path RunSpace::write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(file(name), std::ios::binary) << bytes;
+    return file(name);
+}
+
+Outcome RunSpace::run(const std::vector<std::string>& arguments, const fs::path& program) const {
+    Outcome result;
+    const fs::path what = program.empty() ? orvtraceProgram() : program;
+    result.code = runProgram(what, arguments, file("stdout.txt"), file("stderr.txt"));
+    result.output = readBytes(file("stdout.txt"));
+    result.errors = readBytes(file("stderr.txt"));
+    result.json = nlohmann::json::parse(result.output, nullptr, false);
+    return result;
+}
+
+Outcome RunSpace::record(const std::string& scenario, std::vector<std::string> more, const fs::path& program) const {
+    std::vector<std::string> arguments{"record", "--json", "--scenario", scenario, "--out", file("run").string()};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return run(arguments, program);
+}
+
+fs::path orvtraceProgram() {
+    return fs::absolute(ORV_PROGRAM).make_preferred();
+}
+
+std::string readBytes(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::vector<nlohmann::json> truthOf(const Outcome& run) {
+    std::vector<nlohmann::json> all;
+    std::istringstream in(readBytes(fs::path(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
+    for (std::string line; std::getline(in, line);)
+        all.push_back(nlohmann::json::parse(line));
+    return all;
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+/// What one run of orvtrace gave.
+struct Outcome {
+    int code = -1;
+    std::string output;
+    std::string errors;
+    nlohmann::json json; ///< of `output`, when it is JSON
+};
+
+/// A folder of its own for the runs of one test, removed with the object. When the environment variable
+/// ORV_KEEP_RUNS is set it stays.
+class RunSpace {
+public:
+    RunSpace();
+    ~RunSpace();
+    RunSpace(const RunSpace&) = delete;
+    RunSpace& operator=(const RunSpace&) = delete;
+
+    std::filesystem::path file(const std::string& name) const { return folder / name; }
+    std::filesystem::path write(const std::string& name, const std::string& bytes) const;
+    /// Runs orvtrace, or a copy of it.
+    Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program = {}) const;
+    /// `record --json --out <folder>/run` and so on.
+    Outcome record(const std::string& scenario, std::vector<std::string> more = {},
+               const std::filesystem::path& program = {}) const;
+
+private:
+    std::filesystem::path folder;
+};
+
+/// The delivered program.
+std::filesystem::path orvtraceProgram();
+
+std::string readBytes(const std::filesystem::path& file);
+
+/// What the bench knows about each recording of the run, the last one last.
+std::vector<nlohmann::json> truthOf(const Outcome& run);

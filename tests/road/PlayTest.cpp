@@ -1,0 +1,48 @@
+#include <random>
+
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// What the target sends comes back unchanged and in order.
+
+namespace {
+
+void playAndFind(const std::string& scenario, const std::filesystem::path& file) {
+    const RunSpace space;
+    const Outcome run = space.record(scenario, {"--play", file.string(), "--raw", space.file("out.bin").string()});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    const std::string sent = readBytes(file);
+    const std::string recorded = readBytes(space.file("out.bin"));
+    ASSERT_FALSE(sent.empty());
+    EXPECT_NE(recorded.find(sent), std::string::npos)
+        << sent.size() << " bytes were sent, " << recorded.size() << " recorded";
+}
+
+std::string noise(std::size_t size) {
+    std::mt19937 source(20240229);
+    std::string bytes;
+    while (bytes.size() < size)
+        bytes += static_cast<char>(source() & 0xFF);
+    return bytes;
+}
+
+TEST(Play, ARealTraceComesBackUnchanged) {
+    const std::filesystem::path file = std::filesystem::path(ORV_SHARED_DATA) / "stm" / "trace.bin";
+    if (!std::filesystem::exists(file))
+        GTEST_SKIP() << "the folder shared/data does not lie beside the source tree";
+    playAndFind("tpiu", file);
+}
+
+TEST(Play, AGeneratedFileComesBackUnchanged) {
+    const RunSpace space;
+    playAndFind("tpiu", space.write("noise.bin", noise(200000)));
+}
+
+TEST(Play, AFileWithoutScenarioIsWrongUsage) {
+    const RunSpace space;
+    const Outcome run = space.run({"record", "--play", "x.bin", "--cpu", "x"});
+    EXPECT_EQ(run.code, 2);
+}
+
+} // namespace
