@@ -118,18 +118,15 @@ int uEnvironment::createDirectories(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    const std::string_view text(path);
+    std::string text(path);
+    normalisePath(text);
     int result = -1;
-    for (std::size_t end = 0; end < text.size();) {
-        const std::size_t begin = end;
-        while (end < text.size() && !isSeparator(text[end])) {
-            ++end;
+    for (std::size_t end = 0; end < text.size(); ++end) {
+        end = std::min(text.find(nativeEnvironment::separator, end), text.size());
+        // Nothing stands ahead of a leading separator.
+        if (end > 0) {
+            result = nativeEnvironment::makeDirectory(text.substr(0, end).c_str()) ? 0 : -1;
         }
-        // Nothing stands ahead of a leading separator, nor between two in a row.
-        if (end > begin) {
-            result = nativeEnvironment::makeDirectory(std::string(text.substr(0, end)).c_str()) ? 0 : -1;
-        }
-        ++end;
     }
     return result;
 }

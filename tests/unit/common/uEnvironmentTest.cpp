@@ -1,0 +1,216 @@
+#include "common/source/source_utilities/uEnvironment.h"
+
+#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/unit/common/failureText.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <thread>
+#include <vector>
+
+namespace VX_QRS {
+namespace {
+
+using test::failureText;
+
+// A path as this platform writes it.
+std::string native(std::string path) {
+    std::replace(path.begin(), path.end(), '/', uEnvironment::separator()[0]);
+    return path;
+}
+
+std::string normalised(std::string path) {
+    uEnvironment::normalisePath(path);
+    return path;
+}
+
+std::string joined(std::string path, const char* part) {
+    uEnvironment::joinPath(path, part);
+    return path;
+}
+
+std::string parent(const char* path) {
+    std::string text = "old";
+    uEnvironment::getParentDirectory(text, path);
+    return text;
+}
+
+std::filesystem::path workingDirectory() {
+    std::string directory;
+    uEnvironment::getCurrentDirectory(directory);
+    return std::filesystem::canonical(directory);
+}
+
+TEST(uEnvironment, WhatIsSetIsRead) {
+    uEnvironment::set("ORV_TEST_VARIABLE", "value");
+    EXPECT_STREQ(uEnvironment::get("ORV_TEST_VARIABLE"), "value");
+    uEnvironment::set("ORV_TEST_VARIABLE", "");
+    EXPECT_STREQ(uEnvironment::get("ORV_TEST_VARIABLE"), "");
+    EXPECT_STREQ(uEnvironment::get("ORV_NO_SUCH_VARIABLE"), "");
+}
+
+TEST(uEnvironment, NullNamesAndValuesFail) {
+    EXPECT_EQ(failureText<source_utilities_error>([] { uEnvironment::get(nullptr); }),
+              "failed set an environment variable name to null");
+    EXPECT_EQ(failureText<source_utilities_error>([] { uEnvironment::set(nullptr, "v"); }),
+              "failed set an environment variable name to null");
+    EXPECT_EQ(failureText<source_utilities_error>([] { uEnvironment::set("n", nullptr); }),
+              "failed set an environment variable value to null");
+}
+
+TEST(uEnvironment, TextStaysUntilTheSameThreadsNextQuery) {
+    uEnvironment::set("ORV_TEST_VARIABLE", "mine");
+    const char* text = uEnvironment::get("ORV_TEST_VARIABLE");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([t] {
+            const std::string name = "ORV_TEST_" + std::to_string(t);
+            for (int i = 0; i < 200; ++i) {
+                const std::string value = name + "=" + std::to_string(i);
+                uEnvironment::set(name.c_str(), value.c_str());
+                ASSERT_EQ(uEnvironment::get(name.c_str()), value);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_STREQ(text, "mine");
+}
+
+TEST(uEnvironment, LongValuesAreReadWhole) {
+    const std::string value(32000, 'v');
+    uEnvironment::set("ORV_TEST_VARIABLE", value.c_str());
+    EXPECT_EQ(uEnvironment::get("ORV_TEST_VARIABLE"), value);
+    uEnvironment::set("ORV_TEST_VARIABLE", "");
+}
+
+TEST(uEnvironmentPaths, MixedSeparatorsBecomeSingleOnes) {
+    EXPECT_EQ(normalised("a/b//c///d"), native("a/b/c/d"));
+    EXPECT_EQ(normalised("//////"), native("/"));
+    const std::string mixed = std::string("a/") + uEnvironment::separator() + "b/" + uEnvironment::separator() + "/c";
+    EXPECT_EQ(normalised(mixed), native("a/b/c"));
+    EXPECT_EQ(normalised(""), "");
+}
+
+TEST(uEnvironmentPaths, JoinPutsOneSeparatorBetween) {
+    EXPECT_EQ(joined("", "part"), "part");
+    EXPECT_EQ(joined("a", "part"), native("a/part"));
+    EXPECT_EQ(joined(native("a/"), "part"), native("a/part"));
+    EXPECT_EQ(joined("a/", "part"), native("a/part"));
+    EXPECT_EQ(joined("a/b", "/c//d"), native("a/b/c/d"));
+    EXPECT_EQ(joined("", ""), "");
+    EXPECT_EQ(joined("a", nullptr), native("a/"));
+}
+
+TEST(uEnvironmentPaths, ParentIsWhatStandsAheadOfTheLastSeparator) {
+    EXPECT_EQ(parent(native("a/b/c").c_str()), native("a/b"));
+    EXPECT_EQ(parent("a/b/"), "a/b");
+    EXPECT_EQ(parent("file"), "");
+    EXPECT_EQ(parent(""), "");
+    EXPECT_EQ(parent(nullptr), "");
+}
+
+class uEnvironmentDirectories : public testing::Test {
+protected:
+    test::TemporaryFolder folder;
+};
+
+TEST_F(uEnvironmentDirectories, CreatesEveryPartOfAPath) {
+    const std::string deep = folder.path() + "/a/b//c/";
+    EXPECT_EQ(uEnvironment::createDirectories(deep.c_str()), 0);
+    EXPECT_TRUE(std::filesystem::is_directory(deep));
+    EXPECT_EQ(uEnvironment::createDirectories(deep.c_str()), 0) << "being there already is no failure";
+}
+
+TEST_F(uEnvironmentDirectories, FailsWhereAFileIsInTheWay) {
+    folder.write("file", "x");
+    EXPECT_EQ(uEnvironment::createDirectories((folder.path() + "/file").c_str()), -1);
+    EXPECT_EQ(uEnvironment::createDirectories((folder.path() + "/file/below").c_str()), -1);
+    EXPECT_EQ(uEnvironment::createDirectories(nullptr), -1);
+    EXPECT_EQ(uEnvironment::createDirectories(""), -1);
+    EXPECT_FALSE(uEnvironment::makeDirectory(nullptr));
+}
+
+TEST_F(uEnvironmentDirectories, TraceDirectoriesLieInTheProfile) {
+    const std::string before = uEnvironment::get("USERPROFILE");
+    uEnvironment::set("USERPROFILE", folder.path().c_str());
+    const std::string base = folder.path() + uEnvironment::separator() + ".VX-trace";
+    std::string directory;
+    uEnvironment::getTraceDirectory(directory);
+    EXPECT_EQ(directory, base);
+    EXPECT_FALSE(std::filesystem::exists(base)) << "naming it makes nothing";
+    uEnvironment::getTraceSettingsDirectory(directory);
+    EXPECT_EQ(directory, base + uEnvironment::separator() + "settings");
+    EXPECT_TRUE(std::filesystem::is_directory(directory));
+    uEnvironment::getTraceDataDirectory(directory);
+    EXPECT_EQ(directory, base + uEnvironment::separator() + "data");
+    EXPECT_TRUE(std::filesystem::is_directory(directory));
+    uEnvironment::set("USERPROFILE", before.c_str());
+}
+
+TEST_F(uEnvironmentDirectories, WithoutAProfileThereIsNoTraceDirectory) {
+    const std::string profile = uEnvironment::get("USERPROFILE");
+    const std::string home = uEnvironment::get("HOME");
+    uEnvironment::set("USERPROFILE", "");
+    uEnvironment::set("HOME", "");
+    std::string directory;
+    EXPECT_EQ(failureText<source_utilities_error>([&] { uEnvironment::getTraceDirectory(directory); }),
+              "failed to read environment variable \"USERPROFILE\"");
+    EXPECT_THROW(uEnvironment::getTraceDataDirectory(directory), source_utilities_error);
+    uEnvironment::set("USERPROFILE", profile.c_str());
+    uEnvironment::set("HOME", home.c_str());
+}
+
+TEST_F(uEnvironmentDirectories, FreeSpaceIsToldForDirectoriesThatAreThere) {
+    std::uint64_t bytes = 0;
+    EXPECT_TRUE(uEnvironment::getFreeSpace(folder.path().c_str(), bytes));
+    EXPECT_GT(bytes, 0U);
+    EXPECT_FALSE(uEnvironment::getFreeSpace(folder.path("none").c_str(), bytes));
+}
+
+TEST_F(uEnvironmentDirectories, ScopedChangeEndsWithItsScope) {
+    const std::filesystem::path before = workingDirectory();
+    {
+        const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+        EXPECT_EQ(workingDirectory(), std::filesystem::canonical(folder.path()));
+    }
+    EXPECT_EQ(workingDirectory(), before);
+}
+
+TEST_F(uEnvironmentDirectories, ScopedChangeIsMadeOnce) {
+    const std::filesystem::path before = workingDirectory();
+    {
+        uEnvironment::ScopedDirectoryChanger changer;
+        changer.change(nullptr);
+        changer.change(folder.path().c_str());
+        EXPECT_EQ(failureText<source_utilities_error>([&] { changer.change(folder.path().c_str()); }),
+                  "can't temporarily change the working directory again until its restored");
+        changer.change(nullptr);
+    }
+    EXPECT_EQ(workingDirectory(), before);
+}
+
+TEST_F(uEnvironmentDirectories, ChangeToAMissingDirectoryFails) {
+    const std::filesystem::path before = workingDirectory();
+    const std::string missing = folder.path("none");
+    uEnvironment::ScopedDirectoryChanger changer;
+    EXPECT_EQ(failureText<source_utilities_error>([&] { changer.change(missing.c_str()); }),
+              "failed to temporarily change the working directory to \"" + missing + "\"");
+    EXPECT_EQ(workingDirectory(), before);
+}
+
+TEST_F(uEnvironmentDirectories, ScopedChangeThatWasNeverMadeRestoresNothing) {
+    const std::filesystem::path before = workingDirectory();
+    {
+        const uEnvironment::ScopedDirectoryChanger idle;
+        std::filesystem::current_path(folder.path());
+    }
+    EXPECT_EQ(workingDirectory(), std::filesystem::canonical(folder.path()));
+    std::filesystem::current_path(before);
+}
+
+} // namespace
+} // namespace VX_QRS

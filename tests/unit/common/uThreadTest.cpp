@@ -1,0 +1,156 @@
+#include "common/source/source_utilities/uStopwatch.h"
+#include "common/source/source_utilities/uThread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <utility>
+
+namespace VX_QRS {
+namespace {
+
+class Body : public uRunnable {
+public:
+    explicit Body(std::function<void()> action) : work(std::move(action)) {}
+    void run() override { work(); }
+
+private:
+    std::function<void()> work;
+};
+
+TEST(uThread, RunsItsRunnableAndIsJoined) {
+    int result = 0;
+    Body body([&] { result = 42; });
+    uThread thread(&body);
+    EXPECT_EQ(thread.threadId(), 0U);
+    EXPECT_TRUE(thread.start());
+    EXPECT_NE(thread.threadId(), 0U);
+    EXPECT_TRUE(thread.wait());
+    EXPECT_EQ(result, 42);
+    EXPECT_TRUE(thread.wait()) << "a thread that has ended may be waited for again";
+}
+
+TEST(uThread, WaitWithoutAThreadIsFalse) {
+    Body body([] {});
+    uThread thread(&body);
+    EXPECT_FALSE(thread.wait());
+    EXPECT_FALSE(thread.wait(0));
+    EXPECT_FALSE(thread.isCurrent());
+}
+
+TEST(uThread, WaitGivesUpWhenTheTimeHasRunOut) {
+    std::atomic<bool> go{false};
+    Body body([&] {
+        while (!go) {
+            uThread::sleep(1);
+        }
+    });
+    uThread thread(&body);
+    ASSERT_TRUE(thread.start());
+    EXPECT_FALSE(thread.wait(0));
+    EXPECT_FALSE(thread.wait(10));
+    EXPECT_FALSE(thread.start()) << "it still runs";
+    go = true;
+    EXPECT_TRUE(thread.wait(60000));
+}
+
+TEST(uThread, MayBeStartedAgainAfterItsEnd) {
+    int runs = 0;
+    Body body([&] { ++runs; });
+    uThread thread(&body);
+    for (int i = 1; i <= 3; ++i) {
+        ASSERT_TRUE(thread.start());
+        ASSERT_TRUE(thread.wait());
+        EXPECT_EQ(runs, i);
+    }
+}
+
+TEST(uThread, NullRunnableEndsAtOnce) {
+    uThread thread(nullptr);
+    EXPECT_TRUE(thread.start());
+    EXPECT_TRUE(thread.wait());
+}
+
+TEST(uThread, WaitingOnItselfIsRefused) {
+    uThread* self = nullptr;
+    bool waited = true;
+    bool current = false;
+    bool started = true;
+    Body body([&] {
+        waited = self->wait();
+        current = self->isCurrent();
+        started = self->start();
+    });
+    uThread thread(&body);
+    self = &thread;
+    ASSERT_TRUE(thread.start());
+    EXPECT_TRUE(thread.wait());
+    EXPECT_FALSE(waited);
+    EXPECT_TRUE(current);
+    EXPECT_FALSE(started);
+    EXPECT_FALSE(thread.isCurrent());
+}
+
+TEST(uThread, DestructorDoesNotWait) {
+    std::atomic<bool> go{false};
+    std::atomic<bool> ended{false};
+    Body body([&] {
+        while (!go) {
+            uThread::sleep(1);
+        }
+        ended = true;
+    });
+    {
+        uThread thread(&body);
+        ASSERT_TRUE(thread.start());
+    }
+    EXPECT_FALSE(ended);
+    go = true;
+    while (!ended) {
+        uThread::sleep(1);
+    }
+}
+
+TEST(uThread, PriorityAndStackSizeAreAccepted) {
+    std::atomic<bool> deep{false};
+    Body body([&] {
+        volatile char room[300000];
+        room[0] = 1;
+        room[sizeof room - 1] = 1;
+        deep = room[0] == room[sizeof room - 1];
+    });
+    for (const int priority : {-1, 0, 1}) {
+        deep = false;
+        uThread thread(&body, priority, 1000001);
+        EXPECT_TRUE(thread.start());
+        EXPECT_TRUE(thread.wait());
+        EXPECT_TRUE(deep);
+    }
+    Body shallow([] {});
+    uThread small(&shallow, 0, 1);
+    EXPECT_TRUE(small.start()) << "less than the least stack is made enough";
+    EXPECT_TRUE(small.wait());
+}
+
+TEST(uThread, SleepLastsAtLeastAsLongAsAsked) {
+    uStopwatch watch;
+    uThread::sleep(30);
+    EXPECT_GE(watch.elapsed(), 0.029);
+}
+
+TEST(uStopwatch, MeasuresFromTheLatestMark) {
+    uStopwatch watch;
+    const double first = watch.elapsed();
+    EXPECT_GE(first, 0.0);
+    uThread::sleep(20);
+    const double second = watch.elapsed();
+    EXPECT_GE(second, 0.019);
+    EXPECT_GE(watch.elapsed(), second);
+    watch.mark();
+    uStopwatch other;
+    EXPECT_GE(watch.elapsed(), other.elapsed()) << "marked earlier";
+}
+
+} // namespace
+} // namespace VX_QRS
