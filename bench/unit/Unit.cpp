@@ -199,8 +199,9 @@ void Unit::writeCapture(std::uint16_t value) {
     // The trigger is three writes: all FIFOs chosen, the same with bit 15, none. Bit 11 synchronises the
     // samplers, which has no effect that could be seen from outside.
     if (captureHistory == std::array<std::uint16_t, 2>{0x001F, 0x801F} && value == 0) {
+        const std::int64_t start = sampleNow(); // one moment for all pins: that is what a burst is for
         for (unsigned proc = 0; proc < reg::procs; ++proc) {
-            fifos[proc].trigger(inputOf(0, proc), sampleNow());
+            fifos[proc].trigger(inputOf(0, proc), start);
         }
     }
     captureHistory = {captureHistory[1], value};
