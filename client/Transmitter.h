@@ -36,5 +36,8 @@ Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs:
                                const ChannelSettings* traceSetup);
 /// Gives one use back; an unknown pointer is ignored.
 void destroyTransmitter(Transmitter* transmitter);
+/// The same for a caller that knows whose settings may go now. `traceSetup` of the first use serves all others, so
+/// when its owner goes first the transmitter keeps a copy; without this knowledge it keeps one whenever a user goes.
+void destroyTransmitter(Transmitter* transmitter, const ChannelSettings* leaving);
 
 } // namespace VX_QRS::ORV::CLIENT

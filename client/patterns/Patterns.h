@@ -4,88 +4,90 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
+
+// The test patterns, each by its image in 16-bit trace words. The image depends on how many pins the word is spread over.
 
 namespace VX_QRS::ORV::CLIENT {
 
-/// The source unit that pattern failures name.
-inline constexpr char patternsUnit[] = "orv_client_patterns";
+/// The source unit that failures of the patterns name.
+inline constexpr const char* patternsUnit = "orv_client_patterns";
 
-/// Nothing is expected: every word is right. Base of all the others.
+/// Nothing is known of the stream, so nothing is a fault. Base of all the others.
 class PatternNone_1 : public Pattern {
 public:
-    explicit PatternNone_1(std::uint32_t dataPins) : numPins(dataPins) {}
+    explicit PatternNone_1(std::uint32_t pins) : numPins(pins) {}
+
     double onesRatio() override { return ratio; }
     bool check(std::uint16_t previous, std::uint16_t current, bool& synced) override;
 
 protected:
-    /// The frame that every check runs in: `words` is the cyclic sequence of the pattern.
-    static bool checkSequence(std::span<const std::uint16_t> words, std::uint16_t previous, std::uint16_t current,
-                              bool& synced);
-
-    std::uint32_t numPins;
+    std::uint32_t numPins; // data pins
     double ratio = 0.5;
 };
 
-/// A pattern that is one cyclic sequence of words for each supported number of data pins.
-class SequencePattern : public PatternNone_1 {
+/// The words of a pattern for each number of data pins; behind the last word the first follows again.
+struct PatternImages {
+    std::span<const std::uint16_t> onePin;
+    std::span<const std::uint16_t> twoPins;
+    std::span<const std::uint16_t> fourPins;
+    const char* unsupported; // text of the failure for any other number of pins
+
+    /// Empty when there is no image for that number of pins.
+    std::span<const std::uint16_t> forPins(std::uint32_t numPins) const;
+};
+
+/// A pattern that repeats a short sequence of words.
+class PatternCycle : public PatternNone_1 {
 public:
-    /// The sequences for 1, 2 and 4 data pins, and the failure for any other number.
-    struct Images {
-        std::span<const std::uint16_t> onePin;
-        std::span<const std::uint16_t> twoPins;
-        std::span<const std::uint16_t> fourPins;
-        const char* unsupported;
-    };
-    SequencePattern(std::uint32_t dataPins, const Images& images) : PatternNone_1(dataPins), sequences(images) {}
     bool check(std::uint16_t previous, std::uint16_t current, bool& synced) override;
+
+protected:
+    PatternCycle(std::uint32_t numPins, const PatternImages& images);
 
 private:
-    Images sequences;
+    std::span<const std::uint16_t> words; // static storage
+    const char* unsupported;
 };
 
-class PatternF0_1 final : public SequencePattern {
+class PatternF0_1 : public PatternCycle {
 public:
-    explicit PatternF0_1(std::uint32_t dataPins);
+    explicit PatternF0_1(std::uint32_t numPins);
 };
 
-class PatternA5_1 final : public SequencePattern {
+class PatternA5_1 : public PatternCycle {
 public:
-    explicit PatternA5_1(std::uint32_t dataPins);
+    explicit PatternA5_1(std::uint32_t numPins);
 };
 
-/// The same three words for every number of pins.
-class PatternFF0_1 final : public PatternNone_1 {
+/// Looks the same for every number of pins.
+class PatternFF0_1 : public PatternCycle {
 public:
-    explicit PatternFF0_1(std::uint32_t dataPins);
-    bool check(std::uint16_t previous, std::uint16_t current, bool& synced) override;
+    explicit PatternFF0_1(std::uint32_t numPins);
 };
 
 /// The target's ramp, which begins at 0.
-class PatternRamp_0 final : public SequencePattern {
+class PatternRamp_0 : public PatternCycle {
 public:
-    explicit PatternRamp_0(std::uint32_t dataPins);
+    explicit PatternRamp_0(std::uint32_t numPins);
 };
 
-/// The capture unit's own ramp, which begins at 1.
-class PatternRamp_1 final : public SequencePattern {
+/// The ramp of the unit's own generator, which begins at 1.
+class PatternRamp_1 : public PatternCycle {
 public:
-    explicit PatternRamp_1(std::uint32_t dataPins);
+    explicit PatternRamp_1(std::uint32_t numPins);
 };
 
-class PatternWalk_1 final : public SequencePattern {
+class PatternWalk_1 : public PatternCycle {
 public:
-    explicit PatternWalk_1(std::uint32_t dataPins);
+    explicit PatternWalk_1(std::uint32_t numPins);
 };
 
-/// Can be sent but not verified: every check throws.
-class PatternLfsr_1 final : public PatternNone_1 {
+/// Can be sent but not verified: check always throws.
+class PatternLfsr_1 : public PatternNone_1 {
 public:
-    explicit PatternLfsr_1(std::uint32_t dataPins) : PatternNone_1(dataPins) {}
+    explicit PatternLfsr_1(std::uint32_t pins) : PatternNone_1(pins) {}
+
     bool check(std::uint16_t previous, std::uint16_t current, bool& synced) override;
-
-private:
-    std::uint16_t lfsr = 0xFFFF;
 };
 
 } // namespace VX_QRS::ORV::CLIENT

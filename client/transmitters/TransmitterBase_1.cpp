@@ -4,49 +4,74 @@
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
 
-#include <new>
+#include <string_view>
 
 namespace VX_QRS::ORV::CLIENT {
 
-TransmitterBase_1::TransmitterBase_1(FrontEnd* front, std::uint32_t channel) : frontEnd(front), xmtrChannel(channel) {
+namespace {
+
+constexpr const char* defaultExport = exportPti;
+
+void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
+    logEntry(transmitterUnit, function, location);
+}
+
+FrontEnd* needed(FrontEnd* frontEnd) {
     if (frontEnd == nullptr)
         fail(transmitterUnit, eNULL);
-    channelNumber = frontEnd->numChannels();
-    parser = createPropertyParser();
+    return frontEnd;
+}
+
+void readPins(std::vector<std::uint32_t>& pins, const char* list) {
+    pins.clear();
+    std::vector<std::string> items;
+    uString::split(items, list, ",");
+    try {
+        for (const std::string& item : items)
+            pins.push_back(uString::toNumber<std::uint32_t>(item));
+    } catch (const uString::error& e) {
+        fail(transmitterUnit, eVALUE, e.what());
+    }
+}
+
+} // namespace
+
+TransmitterBase_1::TransmitterBase_1(FrontEnd* unit, std::uint32_t channel)
+    : frontEnd(needed(unit)), xmtrChannel(channel), channelNumber(unit->numChannels()),
+      parser(createPropertyParser()) {
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::TransmitterBase_1");
 }
 
 TransmitterBase_1::~TransmitterBase_1() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::~TransmitterBase_1");
     destroyPropertyParser(parser);
 }
 
 void TransmitterBase_1::setProperty(const char* name, const char* value) {
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::setProperty");
     if (name == nullptr || value == nullptr)
         fail(transmitterUnit, eNULL, "property name or storage");
-    const std::string key = name;
-    if (key == "drmXmtr") {
+    const std::string_view key(name);
+    if (key == "drmXmtr")
         drmXmtr = value;
-    } else if (key == "xmtrType") {
+    else if (key == "pins")
+        readPins(pins, value);
+    else if (key == "xmtrType")
         xmtrType = value;
-    } else if (key == "numPins") {
+    else if (key == "numPins")
         numPins = value;
-    } else if (key == "xmtrMode") {
+    else if (key == "xmtrMode")
         xmtrMode = value;
-    } else if (key == "pins") {
-        pins.clear();
-        std::vector<std::string> items;
-        uString::split(items, value, ",");
-        for (const std::string& item : items)
-            pins.push_back(uString::toNumber<std::uint32_t>(item));
-    } else {
-        fail(transmitterUnit, eNAME, key);
-    }
+    else
+        fail(transmitterUnit, eNAME, name);
     dirty = true;
 }
 
 void TransmitterBase_1::getProperty(const char* name, const char** value) {
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::getProperty");
     if (name == nullptr || value == nullptr)
         fail(transmitterUnit, eNULL, "property name or storage");
-    const std::string key = name;
+    const std::string_view key(name);
     if (key == "drmXmtr")
         *value = drmXmtr.c_str();
     else if (key == "xmtrType")
@@ -54,51 +79,52 @@ void TransmitterBase_1::getProperty(const char* name, const char** value) {
     else if (key == "numPins")
         *value = numPins.c_str();
     else
-        fail(transmitterUnit, eNAME, key);
+        fail(transmitterUnit, eNAME, name);
 }
 
 void TransmitterBase_1::applySettings() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::applySettings");
-    // The global section twice: the channel's own section reaches a transmitter through the channel, which applies it
-    // to both, and existing property files rely on nothing else being read here.
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::applySettings");
     parser->setSection("Global");
     parser->apply(this);
+    // The channel's own section is not for here: a channel hands it to its transmitter when it applies its settings.
+    // The Global section is set twice; nothing that it sets depends on how often.
     parser->apply(this);
     if (drmXmtr.empty())
-        drmXmtr = "pti";
+        drmXmtr = defaultExport;
 }
 
 void TransmitterBase_1::program(const char*, std::uint32_t) {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::program");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::program");
 }
 
 void TransmitterBase_1::end(bool) {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::end");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::end");
 }
 
 void TransmitterBase_1::flush() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::flush");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::flush");
 }
 
 void TransmitterBase_1::shutdown() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::shutdown");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::shutdown");
 }
 
 void TransmitterBase_1::reset() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::reset");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::reset");
 }
 
 std::uint32_t TransmitterBase_1::numFrequencySettings() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::numFrequencySettings");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::numFrequencySettings");
     return 1;
 }
 
 bool TransmitterBase_1::hasTriggered() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::hasTriggered");
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::hasTriggered");
     return false;
 }
 
 Pattern* TransmitterBase_1::getPattern() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::getPattern");
     if (pattern == nullptr)
         fail(transmitterUnit, eSEQUENCE, "no pattern programmed");
     return pattern.get();
@@ -106,10 +132,10 @@ Pattern* TransmitterBase_1::getPattern() {
 
 void TransmitterBase_1::updatePattern() {
     pattern.reset();
-    if (progName == "none") // trace: there is nothing to compare with
+    if (progName == patternNone)
         return;
-    const bool framed = progName == "f0" && drmXmtr == "trace";
-    pattern.reset(createPattern(framed ? "ff0" : progName.c_str(), numDataPins()));
+    const bool tracePattern = progName == patternF0 && drmXmtr == exportTrace;
+    pattern.reset(createPattern(tracePattern ? patternFF0 : progName.c_str(), numDataPins()));
 }
 
 std::uint32_t TransmitterBase_1::numDataPins() const {

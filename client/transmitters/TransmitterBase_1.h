@@ -10,21 +10,40 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-/// The source unit that transmitter failures and log lines name.
-inline constexpr char transmitterUnit[] = "orv_client_transmitter";
+/// The source unit that exceptions and log lines of all transmitters name.
+inline constexpr const char* transmitterUnit = "orv_client_transmitter";
 
-/// A signal that comes from elsewhere and that nothing here controls, and the base of the transmitters that do. Every
-/// operation succeeds and does nothing unless told otherwise.
+// Export kinds.
+inline constexpr const char* exportPti = "pti";
+inline constexpr const char* exportTpiu = "tpiu";
+inline constexpr const char* exportTpiulite = "tpiulite";
+inline constexpr const char* exportTrace = "trace"; ///< its "f0" looks like the pattern "ff0"
+
+// Names that patterns have once a transmitter has translated what it was asked for.
+inline constexpr const char* patternNone = "none";
+inline constexpr const char* patternF0 = "f0";
+inline constexpr const char* patternFF0 = "ff0";
+inline constexpr const char* patternA5 = "a5";
+inline constexpr const char* patternWalk = "walk";
+inline constexpr const char* patternLfsr = "lfsr";
+inline constexpr const char* patternRampFrom0 = "ramp0";
+inline constexpr const char* patternRampFrom1 = "ramp1";
+
+/// A signal that comes from elsewhere and that nothing here controls; base of the transmitters that are controlled.
 class TransmitterBase_1 : public Transmitter {
 public:
-    /// `front` is not owned and must not be null. `channel` is this channel's handle in the transmitter library.
-    TransmitterBase_1(FrontEnd* front, std::uint32_t channel);
-    ~TransmitterBase_1() override;
+    /// Throws eNULL without a front end. `frontEnd` is not owned.
+    TransmitterBase_1(FrontEnd* frontEnd, std::uint32_t xmtrChannel);
     TransmitterBase_1(const TransmitterBase_1&) = delete;
     TransmitterBase_1& operator=(const TransmitterBase_1&) = delete;
+    ~TransmitterBase_1() override;
 
+    /// `drmXmtr`, `pins`, `xmtrType`, `numPins`, `xmtrMode`. Throws eNAME for others, eVALUE for a pin that is no
+    /// number; the pins ahead of that one stay.
     void setProperty(const char* name, const char* value) override;
+    /// `drmXmtr`, `xmtrType`, `numPins`.
     void getProperty(const char* name, const char** value) override;
+    /// Reads the Global section of the properties file.
     void applySettings() override;
     void program(const char* name, std::uint32_t frequencySetting) override;
     void end(bool flag) override;
@@ -35,27 +54,24 @@ public:
     bool hasTriggered() override;
     Pattern* getPattern() override;
 
-    /// The users of a shared transmitter change; one of them may own what another still needs. See TransmitterZarn_1.
-    virtual void userLeaves() {}
-
 protected:
-    /// Makes the expected-data model of `progName`.
+    /// Makes `pattern` follow `progName`.
     void updatePattern();
-    /// Data pins now set; 0 when there are none.
+    /// 0 without pins.
     std::uint32_t numDataPins() const;
 
     FrontEnd* frontEnd;
-    std::vector<std::uint32_t> pins; // EMU pins, clock first
-    std::string drmXmtr; // export kind
+    std::vector<std::uint32_t> pins; // EMU pins, the clock's first
+    std::string drmXmtr;             // export kind
     std::string xmtrType;
-    std::string progName; // the pattern now set
-    std::string numPins; // text of the property
-    std::string xmtrMode; // "pause" or anything else
-    std::uint32_t xmtrChannel;
+    std::string progName; // of the pattern now set
+    std::string numPins;  // as text
+    std::string xmtrMode;
+    std::uint32_t xmtrChannel; // of this channel in the transmitter library
     std::uint32_t channelNumber;
-    bool dirty = true; // a property changed since the last applySettings
-    std::unique_ptr<Pattern> pattern;
-    PropertyParser* parser; // shared by the process
+    bool dirty = true;                // a property changed since settings were last applied
+    std::unique_ptr<Pattern> pattern; // what the present program is expected to look like
+    PropertyParser* parser;           // shared and counted
 };
 
 } // namespace VX_QRS::ORV::CLIENT

@@ -1,58 +1,64 @@
-#include "client/transmitters/TransmitterBase_1.h"
+#include "client/transmitters/TransmitterFactory.h"
+
 #include "client/transmitters/TransmitterFpga_1.h"
 #include "client/transmitters/TransmitterZarn_1.h"
 #include "common/source/Exception.h"
+#include "common/source/source_utilities/uLog.h"
 
-#include <memory>
 #include <new>
-#include <string>
 #include <vector>
 
 namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-class RefCountedXmtrImpl {
-public:
-    RefCountedXmtrImpl(const char* cpuName, std::unique_ptr<TransmitterBase_1> made)
-        : name(cpuName), xmtr(std::move(made)) {}
-    virtual ~RefCountedXmtrImpl() = default;
+constexpr const char* fpgaName = "fpga";
+constexpr const char* externalName = "external";
 
-    std::string name;
-    std::unique_ptr<TransmitterBase_1> xmtr;
-    std::uint32_t refCount = 1;
-};
+using Table = std::vector<std::unique_ptr<RefCountedXmtrImpl>>;
 
-/// One entry for each CPU name in use. Never destroyed: at unload the libraries that an entry reaches may be gone.
-std::vector<std::unique_ptr<RefCountedXmtrImpl>>& table() {
-    static auto* entries = new std::vector<std::unique_ptr<RefCountedXmtrImpl>>;
+/// Of the process. Never destroyed: an entry that is left at the process's end refers to libraries that may be gone.
+Table& table() {
+    static Table* const entries = new Table;
     return *entries;
 }
 
 } // namespace
 
+RefCountedXmtrImpl::RefCountedXmtrImpl(FrontEnd* frontEnd, const char* cpuName,
+                                       Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary, std::uint32_t xmtrChannel,
+                                       std::uint32_t xmtrCookie, std::uint32_t adapterKind,
+                                       const ChannelSettings* traceSetup)
+    : name(cpuName) {
+    if (name == fpgaName) {
+        xmtr = std::make_unique<TransmitterFpga_1>(frontEnd, xmtrCookie);
+    } else if (name == externalName) {
+        xmtr = std::make_unique<TransmitterBase_1>(frontEnd, xmtrCookie);
+    } else {
+        auto made = std::make_unique<TransmitterZarn_1>(frontEnd, cpuName, xmtrLibrary, xmtrCookie, xmtrChannel,
+                                                        adapterKind, traceSetup);
+        target = made.get();
+        xmtr = std::move(made);
+    }
+}
+
+RefCountedXmtrImpl::~RefCountedXmtrImpl() = default;
+
 Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
                                std::uint32_t xmtrChannel, std::uint32_t xmtrCookie, std::uint32_t adapterKind,
                                const ChannelSettings* traceSetup) {
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::createTransmitter");
     if (cpuName == nullptr)
         fail(transmitterUnit, eNULL);
-    const std::string name = cpuName;
     for (const auto& entry : table()) {
-        if (entry->name == name) {
+        if (entry->name == cpuName) {
             ++entry->refCount;
             return entry->xmtr.get();
         }
     }
     try {
-        std::unique_ptr<TransmitterBase_1> made;
-        if (name == "fpga")
-            made = std::make_unique<TransmitterFpga_1>(frontEnd, xmtrCookie);
-        else if (name == "external")
-            made = std::make_unique<TransmitterBase_1>(frontEnd, xmtrCookie);
-        else
-            made = std::make_unique<TransmitterZarn_1>(frontEnd, cpuName, xmtrLibrary, xmtrCookie, xmtrChannel,
-                                                       adapterKind, traceSetup);
-        table().push_back(std::make_unique<RefCountedXmtrImpl>(cpuName, std::move(made)));
+        table().push_back(std::make_unique<RefCountedXmtrImpl>(frontEnd, cpuName, xmtrLibrary, xmtrChannel,
+                                                               xmtrCookie, adapterKind, traceSetup));
     } catch (const std::bad_alloc&) {
         fail(transmitterUnit, eALLOC);
     }
@@ -60,15 +66,20 @@ Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs:
 }
 
 void destroyTransmitter(Transmitter* transmitter) {
-    auto& entries = table();
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+    destroyTransmitter(transmitter, nullptr);
+}
+
+void destroyTransmitter(Transmitter* transmitter, const ChannelSettings* leaving) {
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::destroyTransmitter");
+    for (auto entry = table().begin(); entry != table().end(); ++entry) {
         if ((*entry)->xmtr.get() != transmitter)
             continue;
         if (--(*entry)->refCount == 0) {
-            entries.erase(entry);
+            table().erase(entry);
             return;
         }
-        (*entry)->xmtr->userLeaves();
+        if ((*entry)->target != nullptr)
+            (*entry)->target->setupLeaves(leaving);
     }
 }
 

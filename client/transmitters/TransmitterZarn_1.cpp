@@ -3,169 +3,108 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uLog.h"
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
+#include <string_view>
 
 namespace VX_QRS::ORV::CLIENT {
 
-using Vx::Qrs::Trace::ITargetAdapter;
-
 namespace {
 
-constexpr int noTestMode = -1;
-constexpr unsigned testBlock = 5; // the library's number of the pattern generator
-constexpr std::uint32_t armKind = 2; // the CPU class that has the trace settings of ChannelSettings
-constexpr unsigned defaultFrameSize = 64;
+constexpr const char* programLabel = "ORV Receiver";
+
+// Result codes from 0 to this one are success.
+constexpr int lastSuccess = 2;
+
+/// The CPU class whose trace export has settings of its own.
+constexpr std::uint32_t armAdapterKind = 2;
+
+constexpr std::uint32_t testBlock = 5;
+constexpr std::uint32_t clockBit = 0;
+constexpr std::uint32_t defaultFrameSize = 64;
+
 constexpr std::uint32_t statusTriggered = 1u << 30;
-constexpr std::uint32_t characterFlushOnTrigger = 1u << 3;
+constexpr std::uint32_t characterNeedsFlush = 1u << 3;
+
+struct ExportKind {
+    std::uint32_t code; // as the library reports it
+    std::string_view name;
+    std::uint32_t clockPinMode;
+    std::uint32_t dataPinMode;
+    std::uint32_t functionMode;
+    std::uint32_t pausedFunctionMode;
+};
+
+constexpr ExportKind exportKinds[] = {
+    {1, exportPti, 13, 12, 3, 1},
+    {4, exportTpiu, 18, 19, 9, 8},
+    {5, exportTpiulite, 18, 19, 3, 1},
+};
 
 struct Program {
-    const char* name;
-    int testMode;
-    const char* becomes;
+    std::string_view name;
+    std::optional<std::uint32_t> testMode;
+    const char* pattern;
 };
+
 constexpr Program programs[] = {
-    {"a5", 0, "a5"},     {"walk", 1, "walk"}, {"ramp", 2, "ramp0"},     {"verification", 2, "ramp0"},
-    {"lfsr", 3, "lfsr"}, {"f0", 4, "f0"},     {"calibration", 4, "f0"}, {"none", noTestMode, "none"},
+    {"a5", 0, patternA5},     {"walk", 1, patternWalk},
+    {"ramp", 2, patternRampFrom0}, {"verification", 2, patternRampFrom0},
+    {"lfsr", 3, patternLfsr}, {"f0", 4, patternF0},
+    {"calibration", 4, patternF0}, {"none", std::nullopt, patternNone},
 };
 
-const Program* findProgram(const std::string& name) {
-    for (const Program& candidate : programs) {
-        if (name == candidate.name)
-            return &candidate;
-    }
-    return nullptr;
-}
+constexpr const char* pauseMode = "pause";
 
-/// How the library wants the pins of an export kind to be driven.
-struct PinModes {
-    unsigned clock;
-    unsigned data;
-};
-
-PinModes pinModes(const std::string& drmXmtr) {
-    if (drmXmtr == "pti")
-        return {13, 12};
-    if (drmXmtr == "tpiu" || drmXmtr == "tpiulite")
-        return {18, 19};
-    fail(transmitterUnit, eTYPE, drmXmtr);
-}
-
-unsigned functionMode(const std::string& drmXmtr, const std::string& xmtrMode) {
-    const bool pause = xmtrMode == "pause";
-    if (drmXmtr == "tpiu")
-        return pause ? 8 : 9;
-    return pause ? 1 : 3;
-}
-
-/// The export kind behind the library's number; null for one that this receiver cannot trace.
-const char* exportKind(unsigned kind) {
-    switch (kind) {
-    case 1:
-        return "pti";
-    case 4:
-        return "tpiu";
-    case 5:
-        return "tpiulite";
-    default:
-        return nullptr;
-    }
-}
-
-void checkResult(int code, const char* text, const std::source_location& location = std::source_location::current()) {
-    if (code < 0 || code > 2)
+void checkResult(int code, const char* text, const SourceLocation& location = SourceLocation::current()) {
+    if (code < 0 || code > lastSuccess)
         fail(transmitterUnit, eXMTR, text, location);
 }
 
-template <typename Function>
-Function lookUp(uDll& dll, const char* symbol, const char* failure) {
-    void* address = dll.GetSymbol(symbol);
-    if (address == nullptr)
-        fail(transmitterUnit, eXMTR, failure);
-    return reinterpret_cast<Function>(address);
-}
-
-void load(uDll& dll, const char* name) {
-    if (!dll.FindAndLoad(name))
-        fail(transmitterUnit, eXMTR, dll.GetLastErrorText());
+void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
+    logEntry(transmitterUnit, function, location);
 }
 
 } // namespace
 
-TransmitterZarn_1::TransmitterZarn_1(FrontEnd* front, const char* cpu, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
+TransmitterZarn_1::TransmitterZarn_1(FrontEnd* unit, const char* name, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
                                      std::uint32_t cookie, std::uint32_t channel, std::uint32_t kind,
                                      const ChannelSettings* setup)
-    : TransmitterBase_1(front, channel), cpuName(cpu), library(xmtrLibrary), xmtrCookie(cookie), adapterKind(kind),
-      traceSetup(setup) {
-    if (library == nullptr)
-        loadOwnLibrary();
-}
-
-void TransmitterZarn_1::loadOwnLibrary() {
-    load(xmtrDll, "zarn_xmtr");
-    library = lookUp<CreateXmtrFunction>(xmtrDll, "CreateXmtr", "failed to look up CreateXmtr")(0, 0);
-    if (library == nullptr)
-        fail(transmitterUnit, eXMTR, "failed to create Transmitter");
-    load(adapterDll, "HaloTargetAdapter");
-    lookUp<NewTargetAdapterFunction>(adapterDll, "NewTargetAdapter",
-                                     "failed to look up NewTargetAdapter")(cpuName.c_str(), &targetAdapter);
-    if (targetAdapter == nullptr)
-        fail(transmitterUnit, eXMTR,
-             "failed to create TargetAdapter : check that the debugger is running and connected to the correct tap");
-    ownsLibrary = true;
+    : TransmitterBase_1(unit, channel), cpuName(name != nullptr ? name : ""), library(xmtrLibrary),
+      xmtrCookie(cookie), adapterKind(kind), traceSetup(setup) {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::TransmitterZarn_1");
+    if (library == nullptr) {
+        ownLibrary.load(cpuName);
+        library = ownLibrary.library();
+    }
 }
 
 TransmitterZarn_1::~TransmitterZarn_1() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::~TransmitterZarn_1");
-    // Nothing can be done about a failure here, and nobody is left who could be told.
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::~TransmitterZarn_1");
     try {
         closeLink();
-        if (library != nullptr && ownsLibrary)
-            freeOwnLibrary();
     } catch (const std::exception& e) {
-        logError("ORV Receiver : failed to free transmitter : %s", e.what());
+        logError("%s : %s", programLabel, e.what());
+    } catch (...) {
+        logError("%s : unknown exception", programLabel);
     }
-}
-
-void TransmitterZarn_1::freeOwnLibrary() {
-    lookUp<DestroyXmtrFunction>(xmtrDll, "DestroyXmtr", "failed to look up DestroyXmtr")(library);
-    library = nullptr;
-    xmtrDll.Unload();
-    if (targetAdapter == nullptr)
-        fail(transmitterUnit, eNULL, "invalid storage for TargetAdapter");
-    lookUp<FreeTargetAdapterFunction>(adapterDll, "FreeTargetAdapter",
-                                      "failed to look up dll FreeTargetAdapter")(targetAdapter);
-    targetAdapter = nullptr;
-    adapterDll.Unload();
-}
-
-void TransmitterZarn_1::userLeaves() {
-    if (traceSetup != nullptr && traceSetup != &keptSetup) {
-        keptSetup = *traceSetup;
-        traceSetup = &keptSetup;
-    }
-}
-
-void TransmitterZarn_1::closeLink() {
-    if (!linkOpen)
-        return;
-    linkOpen = false;
-    library->closeChannel(xmtrChannel);
 }
 
 void TransmitterZarn_1::applySettings() {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::applySettings");
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::applySettings");
     if (!dirty)
         return;
     closeLink();
     TransmitterBase_1::applySettings();
     unsigned kind = 0;
-    if (library == nullptr)
-        fail(transmitterUnit, eSEQUENCE, "transmitter handle not set");
     library->getTransmitterKind(xmtrChannel, &kind);
-    const char* name = exportKind(kind);
-    if (name == nullptr)
-        fail(transmitterUnit, eXMTR, "this receiver does not support tracing this device : code " + std::to_string(kind));
-    drmXmtr = name;
+    const auto found = std::find_if(std::begin(exportKinds), std::end(exportKinds),
+                                    [kind](const ExportKind& known) { return known.code == kind; });
+    if (found == std::end(exportKinds))
+        fail(transmitterUnit, eXMTR,
+             "this receiver does not support tracing this device : code " + std::to_string(kind));
+    drmXmtr = found->name;
     open();
     dirty = false;
 }
@@ -180,58 +119,75 @@ void TransmitterZarn_1::open() {
     linkOpen = true;
 }
 
+void TransmitterZarn_1::closeLink() {
+    if (!linkOpen)
+        return;
+    linkOpen = false;
+    library->closeChannel(xmtrChannel);
+}
+
 void TransmitterZarn_1::program(const char* name, std::uint32_t frequencySetting) {
-    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::program");
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::program");
     if (pins.empty())
         fail(transmitterUnit, eSEQUENCE, "pins not set");
     if (name != nullptr)
         progName = name;
-    logMessage("%s %s progName=%s, frequencySetting=%d", "ORV Receiver", "TransmitterZarn_1::program", progName.c_str(),
-               static_cast<int>(frequencySetting));
-    const Program* chosen = findProgram(progName);
-    if (chosen == nullptr)
+    logMessage("%s %s progName=%s, frequencySetting=%d", programLabel, "TransmitterZarn_1::program",
+               progName.c_str(), static_cast<int>(frequencySetting));
+    const auto found = std::find_if(std::begin(programs), std::end(programs),
+                                    [this](const Program& known) { return known.name == progName; });
+    if (found == std::end(programs))
         fail(transmitterUnit, eXMTR, "invalid program");
-    progName = chosen->becomes;
+    progName = found->pattern;
     updatePattern();
+    releasePins();
     allocatePins();
-    if (drmXmtr != "tpiulite")
-        setUpExport(frequencySetting, chosen->testMode);
-    if (adapterKind == armKind)
-        setUpArm();
+    checkResult(library->setPortWidth(xmtrChannel, numDataPins()), "failed setting port width");
+    if (drmXmtr != exportTpiulite)
+        setModes(found->testMode, frequencySetting);
+    if (adapterKind == armAdapterKind)
+        applyTraceSetup();
     checkResult(library->programChannel(xmtrChannel), "failed programming channel");
     checkResult(library->enablePort(xmtrChannel), "failed enabling port");
     checkResult(library->enablePins(xmtrChannel), "failed enabling pins");
 }
 
-/// The pin written first behind the clock carries bit 0.
-void TransmitterZarn_1::allocatePins() {
+void TransmitterZarn_1::releasePins() {
     for (const std::uint32_t pin : pins)
         checkResult(library->releasePin(xmtrChannel, pin, 0), "failed releasing pin");
-    const PinModes modes = pinModes(drmXmtr);
-    const auto allocate = [this](unsigned mode, std::uint32_t bit, std::uint32_t pin, const char* failure) {
-        checkResult(library->allocatePin(xmtrChannel, mode, bit, pin, 0), failure);
-        logMessage("%s : transmitter allocated EMU%d to bit%d in mode %d", "ORV Receiver", static_cast<int>(pin),
-                   static_cast<int>(bit), static_cast<int>(mode));
-    };
-    allocate(modes.clock, 0, pins[0], "failed allocating clock pin");
-    for (std::uint32_t i = numDataPins(); i >= 1; --i)
-        allocate(modes.data, i - 1, pins[i], "failed allocating data pin");
-    checkResult(library->setPortWidth(xmtrChannel, numDataPins()), "failed setting port width");
 }
 
-void TransmitterZarn_1::setUpExport(std::uint32_t frequencySetting, int testMode) {
+void TransmitterZarn_1::allocatePins() {
+    const auto kind = std::find_if(std::begin(exportKinds), std::end(exportKinds),
+                                   [this](const ExportKind& known) { return known.name == drmXmtr; });
+    if (kind == std::end(exportKinds))
+        fail(transmitterUnit, eTYPE, drmXmtr);
+    const auto allocate = [this](std::uint32_t mode, std::uint32_t bit, std::uint32_t pin, const char* failure) {
+        checkResult(library->allocatePin(xmtrChannel, mode, bit, pin, 0), failure);
+        logMessage("%s : transmitter allocated EMU%d to bit%d in mode %d", programLabel, static_cast<int>(pin),
+                   static_cast<int>(bit), static_cast<int>(mode));
+    };
+    allocate(kind->clockPinMode, clockBit, pins.front(), "failed allocating clock pin");
+    // The pin that stands first behind the clock carries bit 0 and is allocated last.
+    for (std::uint32_t i = numDataPins(); i > 0; --i)
+        allocate(kind->dataPinMode, i - 1, pins[i], "failed allocating data pin");
+}
+
+void TransmitterZarn_1::setModes(std::optional<std::uint32_t> testMode, std::uint32_t frequencySetting) {
+    const auto kind = std::find_if(std::begin(exportKinds), std::end(exportKinds),
+                                   [this](const ExportKind& known) { return known.name == drmXmtr; });
     library->setOption(xmtrChannel, 0);
-    checkResult(library->setFunctionMode(xmtrChannel, functionMode(drmXmtr, xmtrMode)),
+    checkResult(library->setFunctionMode(xmtrChannel, xmtrMode == pauseMode ? kind->pausedFunctionMode
+                                                                            : kind->functionMode),
                 "failed setting stm function mode");
-    if (testMode != noTestMode)
-        checkResult(library->setTestMode(xmtrChannel, testBlock, static_cast<unsigned>(testMode)),
-                    "failed setting stm test mode");
+    if (testMode)
+        checkResult(library->setTestMode(xmtrChannel, testBlock, *testMode), "failed setting stm test mode");
     checkResult(library->applyFrequency(xmtrChannel, frequencySetting), "failed applying frequency setting");
 }
 
-void TransmitterZarn_1::setUpArm() {
+void TransmitterZarn_1::applyTraceSetup() {
     if (traceSetup == nullptr)
-        fail(transmitterUnit, eNULL, "trace setup");
+        fail(transmitterUnit, eNULL);
     library->setStallCpu(xmtrChannel, traceSetup->stallCpu);
     library->setMonitorCprt(xmtrChannel, traceSetup->monitorCprt);
     library->setNoDataTraceOnFifoFull(xmtrChannel, traceSetup->noDataTraceOnFifoFull);
@@ -239,46 +195,59 @@ void TransmitterZarn_1::setUpArm() {
     unsigned value = 0;
     unsigned frameSize = 0;
     library->getExportFrameLimits(xmtrChannel, &value, &frameSize);
-    // The setting only chooses between the library's size and a fixed one; its own number is not passed on.
-    if (frameSize != 0)
+    if (frameSize != 0) // the setting only chooses: its own number is not passed on
         library->setExportFrameSize(xmtrChannel, traceSetup->exportFrameSize != 0 ? frameSize : defaultFrameSize);
 }
 
 void TransmitterZarn_1::end(bool flag) {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::end");
     checkResult(library->applyEnd(xmtrChannel, flag), "failed applying end of trace");
 }
 
 void TransmitterZarn_1::flush() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::flush");
     checkResult(library->flushBuffer(xmtrChannel), "failed flushing buffer");
 }
 
 void TransmitterZarn_1::shutdown() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::shutdown");
     checkResult(library->shutdownPort(xmtrChannel), "failed shutting down port");
 }
 
 void TransmitterZarn_1::reset() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::reset");
+    constexpr const char* failure = "failed resetting trace status";
     std::uint32_t status = 0;
-    checkResult(library->getTraceStatus(xmtrChannel, &status), "failed resetting trace status");
+    checkResult(library->getTraceStatus(xmtrChannel, &status), failure);
     if (status != 0)
-        checkResult(library->clearTraceStatus(xmtrChannel, status), "failed resetting trace status");
+        checkResult(library->clearTraceStatus(xmtrChannel, status), failure);
 }
 
 std::uint32_t TransmitterZarn_1::numFrequencySettings() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::numFrequencySettings");
     unsigned count = 0;
     checkResult(library->getNumFrequencySettings(xmtrChannel, &count), "failed getting transmitter character");
     return count;
 }
 
 bool TransmitterZarn_1::hasTriggered() {
+    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::hasTriggered");
     std::uint32_t status = 0;
     checkResult(library->getTraceStatus(xmtrChannel, &status), "failed getting trace status");
     if ((status & statusTriggered) == 0)
         return false;
     std::uint32_t character = 0;
     checkResult(library->getCharacter(xmtrChannel, &character), "failed getting transmitter character");
-    if ((character & characterFlushOnTrigger) != 0)
+    if ((character & characterNeedsFlush) != 0)
         flush();
     return true;
+}
+
+void TransmitterZarn_1::setupLeaves(const ChannelSettings* leaving) {
+    if (keptSetup || traceSetup == nullptr || (leaving != nullptr && leaving != traceSetup))
+        return;
+    keptSetup = *traceSetup;
+    traceSetup = &*keptSetup;
 }
 
 } // namespace VX_QRS::ORV::CLIENT

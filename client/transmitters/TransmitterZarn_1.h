@@ -1,22 +1,27 @@
 #pragma once
 
+#include "client/transmitters/LoadedXmtrLibrary.h"
 #include "client/transmitters/TransmitterBase_1.h"
 #include "common/source/ChannelSettings.h"
-#include "common/source/source_utilities/uDll.h"
-#include "rcvr/framework/ITargetAdapter.h"
 #include "rcvr/framework/IXmtrLibrary.h"
+
+#include <optional>
+#include <string>
 
 namespace VX_QRS::ORV::CLIENT {
 
-/// Programs the target chip's trace export through the transmitter library. Every failure there is eXMTR.
-class TransmitterZarn_1 final : public TransmitterBase_1 {
+/// The trace export of a target chip, programmed through the transmitter library. Every failure of that library that
+/// matters is thrown as eXMTR.
+class TransmitterZarn_1 : public TransmitterBase_1 {
 public:
-    /// With `xmtrLibrary` given, that object is used and not owned; otherwise the library `zarn_xmtr` and a target
-    /// adapter for `cpu` are loaded and kept. `setup` is read at every program and is not owned.
-    TransmitterZarn_1(FrontEnd* front, const char* cpu, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary, std::uint32_t cookie,
-                      std::uint32_t channel, std::uint32_t kind, const ChannelSettings* setup);
+    /// Without `xmtrLibrary` (not owned) the class loads one of its own. `traceSetup` is read by each `program`; see
+    /// `setupLeaves`.
+    TransmitterZarn_1(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
+                      std::uint32_t xmtrCookie, std::uint32_t xmtrChannel, std::uint32_t adapterKind,
+                      const ChannelSettings* traceSetup);
     ~TransmitterZarn_1() override;
 
+    /// Does nothing unless a property was set since the last time. The library decides the export kind.
     void applySettings() override;
     void program(const char* name, std::uint32_t frequencySetting) override;
     void end(bool flag) override;
@@ -26,29 +31,26 @@ public:
     std::uint32_t numFrequencySettings() override;
     bool hasTriggered() override;
 
-    /// A user of this shared transmitter goes, perhaps the one whose settings are in use: they are kept as they stand.
-    void userLeaves() override;
+    /// A channel that shares this transmitter goes, and its record of settings may go with it. If that is the one in
+    /// use here, or if the caller does not know (null), what it says now is kept and used from here on.
+    void setupLeaves(const ChannelSettings* leaving);
 
 private:
-    void loadOwnLibrary();
-    void freeOwnLibrary();
     void open();
     void closeLink();
     void allocatePins();
-    void setUpExport(std::uint32_t frequencySetting, int testMode);
-    void setUpArm();
+    void releasePins();
+    void setModes(std::optional<std::uint32_t> testMode, std::uint32_t frequencySetting);
+    void applyTraceSetup();
 
     std::string cpuName;
     Vx::Qrs::Trace::IXmtrLibrary* library;
-    std::uint32_t xmtrCookie; // stored and not used further
-    bool ownsLibrary = false;
-    Vx::Qrs::Trace::ITargetAdapter* targetAdapter = nullptr; // kept alive for the library's sake
-    uDll adapterDll;
-    uDll xmtrDll;
-    bool linkOpen = false; // the library's channel is in use
-    std::uint32_t adapterKind; // class of the CPU
+    [[maybe_unused]] std::uint32_t xmtrCookie; // only stored
+    LoadedXmtrLibrary ownLibrary; // empty when the framework gave the object
+    bool linkOpen = false;        // the library's channel is in use
+    std::uint32_t adapterKind;    // class of the CPU
     const ChannelSettings* traceSetup;
-    ChannelSettings keptSetup; // stands in for a setup whose owner has gone
+    std::optional<ChannelSettings> keptSetup; // what traceSetup points to once its owner is gone
 };
 
 } // namespace VX_QRS::ORV::CLIENT
