@@ -1,0 +1,174 @@
+#include "bench/scenarios/Scenario.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace bench {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string failureOf(std::string_view text) {
+    try {
+        parseScenario(text, "file.toml");
+    } catch (const ScenarioError& error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+TEST(Scenario, AnEmptyFileGivesTheDefaults) {
+    const Scenario scenario = parseScenario("", "file.toml");
+    EXPECT_EQ(scenario.kind, ExportKind::Pti);
+    EXPECT_EQ(scenario.pins, 4U);
+    EXPECT_THAT(scenario.transmitter.frequencies, ElementsAre(50e6));
+    EXPECT_EQ(scenario.transmitter.syncEvery, 64U);
+    EXPECT_EQ(scenario.wiring.alignment, Alignment::Center);
+    EXPECT_EQ(scenario.faults.version, 1U);
+    EXPECT_TRUE(scenario.expect.empty());
+}
+
+TEST(Scenario, EveryKeyIsRead) {
+    const Scenario scenario = parseScenario(R"(
+name = "a"
+about = "b"
+cpu = "c"
+kind = "tpiu"
+pins = 2
+pin_map = "0,1,2"
+[settings]
+buffer = 3
+stop_on_full = true
+sync = true
+[transmitter]
+frequencies = [1e6, 2000000]
+sync_every = 0
+fail = ["enablePort"]
+idle_word = 0x7FFF
+idle_before = 5
+trace_status = 9
+[unit]
+generator_frequency = 25e6
+error_a = 0x8000
+error_b = 1
+error_after = 0.5
+comms_stuck = true
+bridge_needs_reset = true
+[wiring]
+alignment = "edge"
+jitter = 0.25
+seed = 7
+[[wiring.pin]]
+emu = 2
+skew = -1
+late_fall = 0.5
+jitter = 0
+stuck = 1
+open = true
+swapped_with = 3
+glitch_every = 100
+glitch_length = 2
+drift = 4
+[server]
+speed = 10
+[faults]
+version = 2
+refuse_second = true
+exit_at_start = true
+[[faults.at]]
+command = "m"
+nth = 3
+action = "cut"
+seconds = 0.5
+byte = 4
+code = 5
+text = "t"
+detail = "d"
+)",
+                                            "file.toml");
+    EXPECT_EQ(scenario.name + scenario.about + scenario.cpu + scenario.pinMap, "abc0,1,2");
+    EXPECT_EQ(scenario.kind, ExportKind::Tpiu);
+    EXPECT_EQ(scenario.pins, 2U);
+    EXPECT_EQ(scenario.settings.buffer, 3U);
+    EXPECT_TRUE(scenario.settings.stopOnFull && scenario.settings.sync);
+    EXPECT_THAT(scenario.transmitter.frequencies, ElementsAre(1e6, 2e6));
+    EXPECT_EQ(scenario.transmitter.syncEvery, 0U);
+    EXPECT_THAT(scenario.transmitter.fail, ElementsAre("enablePort"));
+    EXPECT_EQ(scenario.transmitter.idleWord, 0x7FFF);
+    EXPECT_EQ(scenario.transmitter.idleBefore, 5U);
+    EXPECT_EQ(scenario.transmitter.traceStatus, 9U);
+    EXPECT_EQ(scenario.unit.generatorFrequency, 25e6);
+    EXPECT_EQ(scenario.unit.errorA, 0x8000);
+    EXPECT_EQ(scenario.unit.errorB, 1);
+    EXPECT_EQ(scenario.unit.errorAfter, 0.5);
+    EXPECT_TRUE(scenario.unit.commsStuck && scenario.unit.bridgeNeedsReset);
+    EXPECT_EQ(scenario.wiring.alignment, Alignment::Edge);
+    EXPECT_EQ(scenario.wiring.seed, 7U);
+    const PinWiring pin = scenario.wiring.pin(2);
+    EXPECT_EQ(pin.skew, -1.0);
+    EXPECT_EQ(pin.lateFall, 0.5);
+    EXPECT_EQ(pin.jitter, 0.0);
+    EXPECT_EQ(pin.stuck, 1U);
+    EXPECT_TRUE(pin.open);
+    EXPECT_EQ(pin.swappedWith, 3U);
+    EXPECT_EQ(pin.glitchEvery, 100.0);
+    EXPECT_EQ(pin.glitchLength, 2.0);
+    EXPECT_EQ(pin.drift, 4.0);
+    EXPECT_EQ(scenario.server.speed, 10.0);
+    EXPECT_EQ(scenario.faults.version, 2U);
+    EXPECT_TRUE(scenario.faults.refuseSecond && scenario.faults.exitAtStart);
+    ASSERT_EQ(scenario.faults.steps.size(), 1U);
+    const FaultStep& step = scenario.faults.steps[0];
+    EXPECT_EQ(step.command + step.action + step.text + step.detail, "mcuttd");
+    EXPECT_EQ(step.nth, 3U);
+    EXPECT_EQ(step.seconds, 0.5);
+    EXPECT_EQ(step.byte, 4U);
+    EXPECT_EQ(step.code, 5U);
+}
+
+TEST(Scenario, ExpectationsAreFree) {
+    const Scenario scenario = parseScenario(
+        "[expect]\noutcome = 'calibrated'\nfrequency = 50e6\nsetting = 2\nthin = false\ntexts = ['a', 'b']\n",
+        "f");
+    EXPECT_EQ(scenario.expect.at("outcome"), "calibrated");
+    EXPECT_EQ(std::stod(scenario.expect.at("frequency")), 50e6);
+    EXPECT_EQ(scenario.expect.at("setting"), "2");
+    EXPECT_EQ(scenario.expect.at("thin"), "false");
+    EXPECT_EQ(scenario.expect.at("texts"), "a,b");
+}
+
+TEST(Scenario, AnUnknownKeyIsNamedWithFileAndLine) {
+    EXPECT_EQ(failureOf("name = \"x\"\nnaem = \"y\"\n"), "file.toml:2: 'naem' is not known here");
+    EXPECT_EQ(failureOf("[wiring]\n[[wiring.pin]]\nemu = 1\nslew = 2\n"),
+              "file.toml:4: 'wiring.pin.slew' is not known here");
+}
+
+TEST(Scenario, WrongValuesAreNamed) {
+    EXPECT_THAT(failureOf("kind = \"stm\"\n"),
+                StartsWith("file.toml:1: 'kind' must be one of \"pti\", \"tpiu\""));
+    EXPECT_THAT(failureOf("pins = 8\n"), HasSubstr("'pins' must be a whole number from 1 to 7"));
+    EXPECT_THAT(failureOf("pins = \"4\"\n"), HasSubstr("'pins' must be a whole number"));
+    EXPECT_THAT(failureOf("[transmitter]\nfrequencies = [1e6, \"a\"]\n"),
+                HasSubstr("file.toml:2: 'transmitter.frequencies'"));
+    EXPECT_THAT(failureOf("[[faults.at]]\naction = \"vanish\"\n"),
+                HasSubstr("'faults.at.action' must name a fault"));
+    EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
+}
+
+TEST(Scenario, BrokenTomlIsReportedWithItsLine) {
+    EXPECT_THAT(failureOf("name = \"x\"\npins = = 4\n"), StartsWith("file.toml:2: "));
+}
+
+TEST(Scenario, AMissingFileIsNamed) {
+    try {
+        loadScenario("no-such-scenario.toml");
+        FAIL();
+    } catch (const ScenarioError& error) {
+        EXPECT_THAT(error.what(), HasSubstr("no-such-scenario.toml: cannot be opened"));
+    }
+}
+
+} // namespace
+} // namespace bench
