@@ -1,0 +1,89 @@
+#pragma once
+
+#include "bench/unit/Unit.h"
+#include "client/Pattern.h"
+#include "client/Transmitter.h"
+#include "client/frontend/Waits.h"
+#include "mpx/MpxEcomServer/DataClient.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// What stands between a channel and the bench's unit when both are in one process.
+
+namespace bench_client {
+
+/// Time that only waits and requests let pass, and what was waited for.
+class BenchTime final : public VX_QRS::ORV::CLIENT::Waits {
+public:
+    void sleep(std::uint32_t milliseconds) override;
+    void pass(std::uint64_t nanoseconds) { now += nanoseconds; }
+
+    std::uint64_t now = 0; ///< nanoseconds
+    std::uint64_t waited = 0; ///< milliseconds
+    std::uint64_t waits = 0;
+};
+
+/// The unit behind the data client's interface. One thread.
+class BenchClient final : public VX_QRS::ORV::DataClient, public VX_QRS::ORV::DataClient::Channel {
+public:
+    using RegisterAccess = VX_QRS::ORV::RegisterAccess;
+
+    BenchClient(bench::Unit& benchUnit, BenchTime& benchTime) : unit(benchUnit), time(benchTime) {}
+
+    void connect(const char* url) override;
+    void disconnect() override;
+    void read(RegisterAccess* list, std::uint32_t count) override;
+    void write(const RegisterAccess* list, std::uint32_t count) override;
+    VX_QRS::ORV::DataClient::Channel* openChannel(std::uint32_t bufferSize, std::uint32_t mode,
+                                                  Callback* callback) override;
+    void closeChannel(VX_QRS::ORV::DataClient::Channel* channel) override;
+
+    void start() override;
+    void status(std::uint32_t* ready) override;
+    void peek(std::uint32_t first, std::uint32_t second, void* data, std::uint32_t* size) override;
+    void stop() override;
+    void request(std::uint32_t count) override;
+    void cancel() override;
+    void flush() override;
+
+private:
+    void tick() { time.pass(roundTrip); }
+
+    static constexpr std::uint64_t roundTrip = 20000; // nanoseconds
+
+    bench::Unit& unit;
+    BenchTime& time;
+    Callback* sink = nullptr;
+};
+
+/// A target whose transmitter does what it is told. "calibration" is f0, "verification" is ramp.
+class BenchTransmitter final : public VX_QRS::ORV::CLIENT::Transmitter {
+public:
+    BenchTransmitter(bench::Unit& benchUnit, const bench::Scenario& benchScenario)
+        : unit(benchUnit), scenario(benchScenario) {}
+
+    void setProperty(const char* name, const char* value) override;
+    void getProperty(const char* name, const char** value) override;
+    void applySettings() override {}
+    void program(const char* name, std::uint32_t frequencySetting) override;
+    void end(bool) override {}
+    void flush() override {}
+    void shutdown() override { unit.shutdownTarget(); }
+    void reset() override {}
+    std::uint32_t numFrequencySettings() override;
+    bool hasTriggered() override { return false; }
+    VX_QRS::ORV::CLIENT::Pattern* getPattern() override;
+
+private:
+    bench::Unit& unit;
+    const bench::Scenario& scenario;
+    std::vector<unsigned> pins;
+    std::string kind;
+    std::unique_ptr<VX_QRS::ORV::CLIENT::Pattern> pattern;
+};
+
+} // namespace bench_client

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "client/frontend/FrontEndChannel_1.h"
+#include "client/frontend/FrontEnd_1.h"
+#include "tests/support/bench_client/BenchClient.h"
+#include "tests/support/register_model/ChannelInspector.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace bench_client {
+
+/// A channel 0 over a unit of the bench with a scenario's wiring and target, opened and ready to calibrate. One at a
+/// time in a process, on one thread.
+class BenchRig {
+public:
+    /// `folder` exists and is the caller's; `lines` are further settings of the channel.
+    BenchRig(const bench::Scenario& chosen, const std::filesystem::path& folder, const std::string& lines = {});
+    ~BenchRig();
+    BenchRig(const BenchRig&) = delete;
+    BenchRig& operator=(const BenchRig&) = delete;
+
+    VX_QRS::ORV::CLIENT::ChannelInspector inside() { return {*channel}; }
+    /// Records the verification pattern at the present settings; null when it comes back as sent, or what is wrong.
+    std::optional<std::string> recordPattern(std::uint32_t bytes);
+
+    bench::Scenario scenario;
+    BenchTime time;
+    bench::Unit unit;
+    BenchClient client;
+    BenchTransmitter transmitter;
+    std::string stem;
+    std::optional<bench::RecordingTruth> truth; ///< of the last recording
+    std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEnd_1> frontEnd;
+    std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEndChannel_1> channel;
+};
+
+} // namespace bench_client
