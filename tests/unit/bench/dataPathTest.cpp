@@ -79,9 +79,8 @@ Counted count(const PathSetup& setup, int bursts) {
             const double shift = level ? clock.rise : clock.fall;
             const double place =
                 (static_cast<double>(start + sample) - 0.5 - clock.phase - shift) / setup.halfPeriod;
-            const auto edge =
-                2 * static_cast<std::int64_t>(std::llround((place - (level ? 0.0 : 1.0)) / 2.0)) +
-                (level ? 0 : 1);
+            const auto edge = 2 * static_cast<std::int64_t>(std::round((place - (level ? 0.0 : 1.0)) / 2.0)) +
+                              (level ? 0 : 1);
             const std::int64_t slot = edge + quality.slot;
             const bool taken = sampleOf(dataWords, sample);
             const bool sentBit = slotLevel(*sent, dataLine, slot);

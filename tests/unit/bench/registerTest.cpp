@@ -131,6 +131,18 @@ TEST_F(UnitRegisters, ABurstFillsAllFifosAndEachReadPops) {
     EXPECT_EQ(read(reg::fifoStatus(2)), 0x200U);
 }
 
+TEST_F(UnitRegisters, ABurstBeginsAtOneMomentForAllPinsWhileTimeGoesOn) {
+    unit.emplace(scenario, [this] { return now += 12345; });
+    setProcs(4);
+    // Two procs look at the same input.
+    write(reg::procFirst(0, 2), read(reg::procFirst(0, 1)));
+    program("ramp");
+    trigger();
+    for (unsigned word = 0; word < 512; ++word) {
+        ASSERT_EQ(read(reg::fifoData(1)), read(reg::fifoData(2))) << word;
+    }
+}
+
 TEST_F(UnitRegisters, ATriggerDropsWhatIsLeftAndASyncDoesNot) {
     make();
     setProcs(4);
