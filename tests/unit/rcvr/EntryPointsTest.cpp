@@ -1,0 +1,204 @@
+#include "DriverFixture.h"
+#include "rcvr/framework/CReceiver.h"
+
+#include "common/source/source_utilities/uTime.h"
+
+#include <gtest/gtest.h>
+
+// What a process does once is tested in processes of their own.
+
+namespace {
+
+using namespace rcvr_test;
+using testing::Contains;
+
+class EntryPoints : public DriverFixture {
+protected:
+    EntryPoints() : DriverFixture({"part", "adapter", "driver", "source"}) {}
+    ~EntryPoints() override {
+        if (auto* logger = VX_QRS::getLogManager()->getLogger())
+            logger->setEnabled(false);
+    }
+
+    std::string base() const { return (std::filesystem::path(folder.folder()) / ".VX-trace").string(); }
+    std::string logPath(const std::string& pidText) const {
+        const VX_QRS::uTime now;
+        return (std::filesystem::path(base()) / ("vx_trace_log_" + std::to_string(now.getMonth()) +
+                                                 std::to_string(now.getDay()) + std::to_string(now.getYear()) + "_" +
+                                                 pid + ".txt"))
+            .string();
+    }
+    static std::string ownPid() { return std::to_string(uEnvironment::getCurrentProcessId()); }
+    std::vector<std::string> messages(const std::string& path) {
+        std::vector<std::string> found;
+        for (const std::string& line : readLines(path)) {
+            const std::size_t bar = line.find("| ");
+            found.push_back(bar != std::string::npos ? line.substr(bar + 2) : line.substr(7));
+        }
+        return found;
+    }
+
+    ScopedVariable level{"VX_TRACE_LOGGING", "1"};
+    ScopedVariable pid{"VX_TRACE_DEBUGCLIENT_PID", ""};
+};
+
+TEST_F(EntryPoints, TheSecondCreateGivesTheSameReceiverAndTheLastDestroyEndsIt) {
+    CReceiver* first = CreateRcvr();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(CreateRcvr(), first);
+    EXPECT_EQ(frontEndSource().created, 1);
+    DestroyRcvr(first);
+    EXPECT_EQ(frontEndSource().destroyed, 0);
+    EXPECT_EQ(first->GetNumAttachedCpus(), 0U);
+    DestroyRcvr(first);
+    EXPECT_EQ(frontEndSource().destroyed, 1);
+}
+
+TEST_F(EntryPoints, ADestroyWithAForeignPointerOrWithoutAUserChangesNothing) {
+    DestroyRcvr(nullptr);
+    DestroyRcvr(reinterpret_cast<CReceiver*>(std::uintptr_t{8}));
+    CReceiver* made = CreateRcvr();
+    DestroyRcvr(reinterpret_cast<CReceiver*>(std::uintptr_t{8}));
+    DestroyRcvr(nullptr);
+    EXPECT_EQ(frontEndSource().destroyed, 0);
+    DestroyRcvr(made);
+    EXPECT_EQ(frontEndSource().destroyed, 1);
+    DestroyRcvr(made);
+    EXPECT_EQ(frontEndSource().destroyed, 1);
+}
+
+TEST_F(EntryPoints, TheFirstCreateSettlesTheEnvironment) {
+    CReceiver* made = CreateRcvr();
+    const std::filesystem::path tree = base();
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_LOGGING_DIR"), tree.string());
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_DATA_DIR"), (tree / "data").string());
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_SETTINGS_DIR"), (tree / "settings").string());
+    EXPECT_TRUE(std::filesystem::is_directory(tree / "data"));
+    EXPECT_TRUE(std::filesystem::is_directory(tree / "settings"));
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_DEBUGCLIENT_PID"), ownPid());
+    DestroyRcvr(made);
+    const auto lines = messages(logPath(ownPid()));
+    ASSERT_GT(lines.size(), 4U);
+    EXPECT_EQ(lines[0], "Logger : trace user settings directory is " + (tree / "settings").string());
+    EXPECT_EQ(lines[1], "Logger : trace temporary data directory is " + (tree / "data").string());
+    EXPECT_EQ(lines[2], "on entry g_refCnt=0");
+    EXPECT_THAT(lines, Contains("created"));
+    EXPECT_THAT(lines, Contains("on entry g_refCnt=1"));
+    EXPECT_THAT(lines, Contains("destroyed"));
+}
+
+TEST_F(EntryPoints, AStaleDebugClientIsReplacedByThisProcess) {
+    // No process has the greatest number.
+    uEnvironment::set("VX_TRACE_DEBUGCLIENT_PID", "4294967294");
+    DestroyRcvr(CreateRcvr());
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_DEBUGCLIENT_PID"), ownPid());
+    EXPECT_TRUE(std::filesystem::exists(logPath(ownPid())));
+}
+
+TEST_F(EntryPoints, RubbishForADebugClientIsReplacedByThisProcess) {
+    uEnvironment::set("VX_TRACE_DEBUGCLIENT_PID", "rubbish");
+    DestroyRcvr(CreateRcvr());
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_DEBUGCLIENT_PID"), ownPid());
+}
+
+TEST_F(EntryPoints, ALivingDebugClientIsKeptWithItsNumberInTheLogsName) {
+    // Written with a leading blank it is the same process, but another text.
+    const std::string living = " " + ownPid();
+    uEnvironment::set("VX_TRACE_DEBUGCLIENT_PID", living.c_str());
+    DestroyRcvr(CreateRcvr());
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_DEBUGCLIENT_PID"), living);
+    EXPECT_TRUE(std::filesystem::exists(logPath(living)));
+}
+
+TEST_F(EntryPoints, ASecondLifeIsANewReceiverInTheSameEnvironmentAndLog) {
+    DestroyRcvr(CreateRcvr());
+    TempFolder elsewhere;
+    uEnvironment::set("USERPROFILE", elsewhere.folder().c_str());
+    uEnvironment::set("VX_TRACE_LOGGING_DIR", "changed");
+    CReceiver* second = CreateRcvr();
+    EXPECT_EQ(frontEndSource().created, 2);
+    EXPECT_STREQ(uEnvironment::get("VX_TRACE_LOGGING_DIR"), "changed");
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(elsewhere.folder()) / ".VX-trace"));
+    DestroyRcvr(second);
+    const auto lines = messages(logPath(ownPid()));
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "created"), 2);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "destroyed"), 2);
+}
+
+TEST_F(EntryPoints, WithoutAProfileItWorksWithoutALogAndTriesAgain) {
+    const ScopedVariable home("HOME", "");
+    uEnvironment::set("USERPROFILE", "");
+    DestroyRcvr(CreateRcvr());
+    EXPECT_EQ(VX_QRS::getLogManager()->getLogger(), nullptr);
+    uEnvironment::set("USERPROFILE", folder.folder().c_str());
+    DestroyRcvr(CreateRcvr());
+    EXPECT_TRUE(std::filesystem::exists(logPath(ownPid())));
+}
+
+TEST_F(EntryPoints, AFailedConstructionThrowsAnErrorAndLeavesNoReceiver) {
+    frontEndSource().onCreate = [] { throw failure(); };
+    EXPECT_EQ(failureOf([] { CreateRcvr(); }), "Error 1: data server failure : no answer");
+    frontEndSource().onCreate = [] { throw 42; };
+    EXPECT_EQ(failureOf([] { CreateRcvr(); }),
+              "Error 1: operation failed : unknown exception while creating receiver");
+    frontEndSource().onCreate = nullptr;
+    {
+        const ScopedVariable behaviour("FAKE_PART", "zarn");
+        EXPECT_EQ(failureOf([] { CreateRcvr(); }),
+                  "Error 1: operation failed : unknown exception while creating receiver");
+    }
+    {
+        const Siblings nothing({"nowhere"});
+        EXPECT_EQ(failureOf([] { CreateRcvr(); }), "Error 9: dll load failure : PartIdentifier");
+    }
+    CReceiver* made = CreateRcvr(); // the count is as it was
+    DestroyRcvr(made);
+    EXPECT_EQ(frontEndSource().created, frontEndSource().destroyed + 2);
+}
+
+TEST_F(EntryPoints, ATeardownThatFailsLetsNothingOutAndTheNextLifeWorks) {
+    uEnvironment::set("VX_TRACE_LOGGING", "3");
+    CReceiver* made = CreateRcvr();
+    made->AllocateChannel("a", &xmtr, 0, 0);
+    EXPECT_CALL(frontEnd, release).Times(1);
+    frontEndSource().onDestroy = [] { throw failure(); };
+    DestroyRcvr(made);
+    DestroyRcvr(made); // no user any more
+    frontEndSource().onDestroy = [] { throw 42; };
+    CReceiver* second = CreateRcvr();
+    DestroyRcvr(second);
+    frontEndSource().onDestroy = [] { throw Error(); };
+    DestroyRcvr(CreateRcvr());
+    frontEndSource().onDestroy = nullptr;
+    DestroyRcvr(CreateRcvr());
+    EXPECT_EQ(frontEndSource().created, 4);
+    EXPECT_EQ(frontEndSource().destroyed, 4);
+    const auto lines = messages(logPath(ownPid()));
+    EXPECT_THAT(lines, Contains("eDATASERVER(14) : data server failure : no answer"));
+    EXPECT_THAT(lines, Contains("unknown exception"));
+}
+
+TEST_F(EntryPoints, AFailedCreateAfterAFailedTeardownDeletesNothingTwice) {
+    CReceiver* made = CreateRcvr();
+    frontEndSource().onDestroy = [] { throw failure(); };
+    DestroyRcvr(made);
+    frontEndSource().onCreate = [] { throw failure(); };
+    EXPECT_NE(failureOf([] { CreateRcvr(); }), "");
+    EXPECT_NE(failureOf([] { CreateRcvr(); }), "");
+    EXPECT_EQ(frontEndSource().destroyed, 1);
+}
+
+TEST_F(EntryPoints, EntryLinesNameTheFunctions) {
+    uEnvironment::set("VX_TRACE_LOGGING", "6");
+    testing::internal::CaptureStdout();
+    DestroyRcvr(CreateRcvr());
+    testing::internal::GetCapturedStdout();
+    const std::string log = readText(logPath(ownPid()));
+    for (const char* name : {"  CreateRcvr(...)\n", "  DestroyRcvr(...)\n",
+                             "  Vx::Qrs::Trace::OrvRcvr::Receiver::Receiver(...)\n",
+                             "  Vx::Qrs::Trace::OrvRcvr::Receiver::~Receiver(...)\n"})
+        EXPECT_NE(log.find(name), std::string::npos) << name;
+    EXPECT_NE(log.find("  F    OrvRcvr_Receiver #"), std::string::npos);
+}
+
+} // namespace
