@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace bench_client {
 
@@ -16,6 +17,9 @@ public:
     void addSkewError(double samples);
     unsigned count(Outcome outcome) const;
     std::string text(const std::string& title) const;
+
+    std::vector<std::uint64_t> torn; ///< calibrated wrong, with pins in different bit slots
+    std::vector<std::uint64_t> marginal; ///< calibrated wrong, in the same slot but too near to an eye's edge
 
 private:
     std::map<unsigned, std::array<unsigned, 4>> byRate; // by tens of MHz
