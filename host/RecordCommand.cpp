@@ -164,9 +164,13 @@ void RecordRun::collect(Receiver& receiver) {
     std::error_code failed;
     const std::string text = fs::exists(logFile, failed) ? readText(logFile) : std::string();
     result.log = parseRunLog(text, result.calibrated);
-    if (result.log.settingsReplaced)
+    if (result.log.settingsReplaced) {
+        // What was calibrated with the defaults is nothing that the user asked for.
+        result.calibrated = false;
+        result.log.frequencies.clear();
         throw Failure(ExitCode::BadInput, settingsFile.string() + ": the receiver cannot use these settings: " +
                                               *result.log.settingsReplaced);
+    }
     const fs::path report = reportFile();
     if (!report.empty()) {
         result.calibration = readCalibrationReport(report);

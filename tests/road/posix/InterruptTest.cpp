@@ -6,19 +6,38 @@
 
 namespace {
 
+// Runs orvtrace in the background, waits until the receiver has opened its file of samples and a while longer, and
+// sends the signal.
+constexpr const char* interruptWhileRecording =
+    "program=$1; folder=$2; shift 2\n"
+    "\"$program\" \"$@\" &\n"
+    "for i in $(seq 600); do [ -e \"$folder/.VX-trace/data/stop-by-user.bin\" ] && break; sleep 0.1; done\n"
+    "sleep 0.5\n"
+    "kill -INT $!\n"
+    "wait $!\n";
+
 TEST(Interrupt, StopsInOrderAndKeepsWhatWasCaptured) {
     const RunSpace space;
-    // The recording would last ten minutes; four seconds are enough to calibrate and record for a while.
-    const Outcome run = space.run({"--preserve-status", "-s", "INT", "4", orvtraceProgram().string(), "record", "--json",
-                               "--scenario", "stop-by-user", "--seconds", "600", "--out", space.file("run").string(),
-                               "--raw", space.file("out.bin").string()},
-                              "/usr/bin/timeout");
+    const std::string folder = space.file("run").string();
+    const Outcome run = space.run({"-c", interruptWhileRecording, "sh", orvtraceProgram().string(), folder, "record",
+                                   "--json", "--scenario", "stop-by-user", "--seconds", "600", "--out", folder, "--raw",
+                                   space.file("out.bin").string()},
+                                  "/bin/sh");
     EXPECT_EQ(run.code, 7) << run.errors;
     ASSERT_TRUE(run.json.is_object()) << run.output;
     EXPECT_EQ(run.json.at("outcome"), "interrupted");
     EXPECT_EQ(run.json.at("recording").at("state"), "Stopped by user : upload complete");
     EXPECT_GT(run.json.at("recording").at("bytes").get<unsigned>(), 0U);
     EXPECT_EQ(readBytes(space.file("out.bin")).size(), run.json.at("recording").at("bytes").get<std::size_t>());
+}
+
+TEST(Interrupt, TheServerEndsWithTheProgram) {
+    const RunSpace space;
+    ASSERT_EQ(space.record("one-pin").code, 0);
+    const Outcome left = space.run({"-c", "sleep 1; for p in /proc/[0-9]*; do tr '\\0' ' ' <$p/cmdline 2>/dev/null | "
+                                          "grep -c '^mpx_ecom_server.exe 1 5576[0-7]'; done | grep -c 1"},
+                                   "/bin/sh");
+    EXPECT_EQ(left.output, "0\n");
 }
 
 } // namespace
