@@ -47,6 +47,7 @@ void FrontEndChannel_1::sync() {
 }
 
 bool FrontEndChannel_1::openDataFile() {
+    uMutexLock lock(*mutex); // a calibration that is refused meanwhile touches the stem
     const std::string path = settings.file + ".bin";
     control.dataFile = std::fopen(path.c_str(), "wb");
     if (control.dataFile == nullptr) {

@@ -177,6 +177,7 @@ void ChannelTest::remakeChannel() {
 }
 
 void ChannelTest::beginRecording() {
+    VX_QRS::uMutexLock lock(inside().mutex());
     inside().internalStart(0x400000, "stop", "none", true, true, false);
 }
 
