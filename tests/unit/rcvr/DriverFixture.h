@@ -64,18 +64,26 @@ protected:
     }
 
     std::string settingsFile(const std::string& name = "chan.xml", const std::string& changes = "") {
-        const auto keyOr = [&](const std::string& key, const std::string& value) {
+        std::string text = "<CHANNEL-SETUP>\n";
+        text.append(changes);
+        const auto add = [&](const char* key, const char* value) {
             const std::string tag = std::string("<").append(key).append(">");
-            if (changes.find(tag) != std::string::npos)
-                return std::string();
-            return std::string(tag).append(value).append("</").append(key).append(">\n");
+            if (changes.find(tag) == std::string::npos)
+                text.append(tag).append(value).append("</").append(key).append(">\n");
         };
+        add("no_emu0", "false");
+        add("drm_type", "");
+        add("drm_key", "");
+        add("num_pins", "2");
+        add("pin_map", "");
+        add("is_stop_on_full", "true");
+        add("is_sync", "true");
+        add("bufsize_current", "0");
+        add("drm_xmtr", "pti");
+        add("start_port", "0");
+        text.append("</CHANNEL-SETUP>\n");
         const std::string path = folder.file(name);
-        writeBytes(path, "<CHANNEL-SETUP>\n" + changes + keyOr("no_emu0", "false") + keyOr("drm_type", "") +
-                             keyOr("drm_key", "") + keyOr("num_pins", "2") + keyOr("pin_map", "") +
-                             keyOr("is_stop_on_full", "true") + keyOr("is_sync", "true") +
-                             keyOr("bufsize_current", "0") + keyOr("drm_xmtr", "pti") + keyOr("start_port", "0") +
-                             "</CHANNEL-SETUP>\n");
+        writeBytes(path, text);
         return path;
     }
 

@@ -23,10 +23,10 @@ protected:
     std::string base() const { return (std::filesystem::path(folder.folder()) / ".VX-trace").string(); }
     std::string logPath(const std::string& pidText) const {
         const VX_QRS::uTime now;
-        return (std::filesystem::path(base()) / ("vx_trace_log_" + std::to_string(now.getMonth()) +
-                                                 std::to_string(now.getDay()) + std::to_string(now.getYear()) + "_" +
-                                                 pid + ".txt"))
-            .string();
+        std::string name = "vx_trace_log_";
+        name.append(std::to_string(now.getMonth())).append(std::to_string(now.getDay()));
+        name.append(std::to_string(now.getYear())).append("_").append(pidText).append(".txt");
+        return (std::filesystem::path(base()) / name).string();
     }
     static std::string ownPid() { return std::to_string(uEnvironment::getCurrentProcessId()); }
     std::vector<std::string> messages(const std::string& path) {

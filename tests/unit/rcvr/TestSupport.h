@@ -92,8 +92,11 @@ inline std::string searchPathOf(const std::vector<std::string>& folders) {
     const std::filesystem::path root =
         std::filesystem::absolute(testing::internal::GetArgvs()[0]).parent_path() / "fakes";
     std::string path;
-    for (const std::string& folder : folders)
-        path += (path.empty() ? "" : delimiter) + (root / folder).string();
+    for (const std::string& folder : folders) {
+        if (!path.empty())
+            path.append(delimiter);
+        path.append((root / folder).string());
+    }
     return path;
 }
 
