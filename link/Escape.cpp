@@ -27,17 +27,21 @@ void store(std::uint8_t* to, const Block& block)
     std::memcpy(to, &block, blockSize);
 }
 
-// Index of the first byte of a comparison's result that is set; blockSize when there is none.
+// Index of the first byte of a comparison's result that is set; blockSize when there is none. One branch only: where
+// in the block the byte stands is nothing that a processor could guess.
 template <class Mask> std::size_t firstSet(const Mask& mask)
 {
     static_assert(sizeof(Mask) == blockSize);
     static_assert(std::endian::native == std::endian::little, "the first byte is the lowest one");
     const auto halves = std::bit_cast<Halves>(mask);
-    if (halves[0] != 0)
-        return static_cast<std::size_t>(std::countr_zero(halves[0])) / 8;
-    if (halves[1] != 0)
-        return 8 + static_cast<std::size_t>(std::countr_zero(halves[1])) / 8;
-    return blockSize;
+    if ((halves[0] | halves[1]) == 0)
+        return blockSize;
+    // One bit for each byte, the first byte's lowest.
+    constexpr std::uint64_t lowest = 0x0101010101010101u;
+    constexpr std::uint64_t gather = 0x0102040810204080u;
+    const std::uint64_t low = ((halves[0] & lowest) * gather) >> 56;
+    const std::uint64_t high = ((halves[1] & lowest) * gather) >> 56;
+    return static_cast<std::size_t>(std::countr_zero(low | high << 8));
 }
 
 std::size_t firstToEscape(const Block& block)

@@ -2,6 +2,15 @@
 
 namespace frames {
 
+namespace {
+
+int valueOf(char digit)
+{
+    return digit <= '9' ? digit - '0' : digit - 'a' + 10;
+}
+
+} // namespace
+
 std::string bytes(std::initializer_list<int> values)
 {
     std::string text;
@@ -109,7 +118,7 @@ std::string fromHex(std::string_view digits)
 {
     std::string raw;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
-        raw.push_back(static_cast<char>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16)));
+        raw.push_back(static_cast<char>(16 * valueOf(digits[i]) + valueOf(digits[i + 1])));
     return raw;
 }
 

@@ -1,10 +1,12 @@
 #include "tests/support/scripted_server/ScriptedServer.h"
 
 #include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uThread.h"
 #include "tests/support/scripted_server/Frames.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <set>
@@ -57,6 +59,7 @@ ScriptedServer::ScriptedServer() : scriptPath(uniqueName("orv-script"))
 
 ScriptedServer::~ScriptedServer()
 {
+    EXPECT_TRUE(allEnded()) << "a server process was left behind; it reports:\n" << report();
     uEnvironment::set(folderVariable, "");
     uEnvironment::set(scriptVariable, "");
     std::error_code ignored;
@@ -93,6 +96,12 @@ ScriptedServer& ScriptedServer::wait(std::uint32_t ms)
     return step("wait " + std::to_string(ms));
 }
 
+ScriptedServer& ScriptedServer::hang()
+{
+    script << "hang\n";
+    return *this;
+}
+
 ScriptedServer& ScriptedServer::greet()
 {
     return listen().accept().accept().expect("$v#00").send(frames::reply(frames::word(1)));
@@ -111,18 +120,39 @@ std::string ScriptedServer::report() const
     return text.str();
 }
 
-std::string ScriptedServer::startedPorts() const
+std::vector<ScriptedServer::Started> ScriptedServer::started() const
 {
     std::istringstream lines(report());
-    std::string ports;
+    std::vector<Started> all;
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("started ")) {
-            if (!ports.empty())
-                ports += ' ';
-            ports.append(line, 8);
-        }
+        std::istringstream fields(line);
+        std::string word;
+        Started one;
+        if (fields >> word >> one.port >> one.pid && word == "started")
+            all.push_back(one);
     }
+    return all;
+}
+
+std::vector<std::uint32_t> ScriptedServer::startedPorts() const
+{
+    std::vector<std::uint32_t> ports;
+    for (const Started& one : started())
+        ports.push_back(one.port);
     return ports;
+}
+
+bool ScriptedServer::allEnded() const
+{
+    const std::vector<Started> all = started();
+    const auto runs = [](const Started& one) { return uEnvironment::processExists(one.pid); };
+    // The process list may show an ended process for a moment.
+    for (int i = 0; i < 400; ++i) {
+        if (std::none_of(all.begin(), all.end(), runs))
+            return true;
+        VX_QRS::uThread::sleep(25);
+    }
+    return false;
 }
 
 void ScriptedServer::verify() const
@@ -130,10 +160,13 @@ void ScriptedServer::verify() const
     std::istringstream lines(report());
     std::set<std::size_t> used;
     for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with("used "))
-            used.insert(std::stoul(line.substr(5)));
-        else
+        if (line.starts_with("used ")) {
+            const std::size_t index = std::stoul(line.substr(5));
+            if (index < steps)
+                used.insert(index);
+        } else {
             EXPECT_TRUE(line.starts_with("started ") || line == "goodbye") << line;
+        }
     }
     EXPECT_EQ(used.size(), steps) << "steps of the script were not used; the server reports:\n" << report();
 }

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// A data server process that does what is written here. The client under test starts it, since it finds it under
 /// the server's image name in the folder that the environment names while this object lives.
@@ -14,7 +15,7 @@ public:
     ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
-    /// Restores the environment and removes the files.
+    /// Sees to it that none of its processes is left, restores the environment and removes the files.
     ~ScriptedServer();
 
     /// Steps, in order; see the server program.
@@ -28,7 +29,8 @@ public:
     ScriptedServer& wait(std::uint32_t ms);
     ScriptedServer& close() { return step("close"); }
     ScriptedServer& exit() { return step("exit"); }
-    ScriptedServer& hang() { return step("hang"); }
+    /// The last step. Nobody waits for the server to get there, so it does not count as unused.
+    ScriptedServer& hang();
     /// Listens, takes both connections and answers the version check.
     ScriptedServer& greet();
 
@@ -39,13 +41,20 @@ public:
     /// What the processes of this script have reported so far.
     std::string report() const;
     /// Ports of the processes that were started, in order.
-    std::string startedPorts() const;
+    std::vector<std::uint32_t> startedPorts() const;
+    /// Whether all processes that were started have ended. Waits a while for that.
+    bool allEnded() const;
 
     /// The folder that holds the server program, and its image name.
     static std::string folder();
     static constexpr const char* image = "mpx_ecom_server.exe";
 
 private:
+    struct Started {
+        std::uint32_t port = 0;
+        std::uint32_t pid = 0;
+    };
+    std::vector<Started> started() const;
     ScriptedServer& step(std::string_view verb, std::string_view bytes = {});
 
     std::filesystem::path scriptPath;

@@ -26,6 +26,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -36,7 +37,7 @@ using VX_QRS::uThread;
 struct Step {
     std::string verb;
     std::uint32_t ms = 0;
-    std::string bytes;
+    std::string digits;
 };
 
 class Server {
@@ -45,7 +46,9 @@ public:
 
     void run()
     {
-        report("started " + std::to_string(port));
+        std::ostringstream started;
+        started << "started " << port << ' ' << VX_QRS::uEnvironment::getCurrentProcessId();
+        report(started.str());
         const std::vector<Step> steps = load();
         for (std::size_t i = 0; i < steps.size(); ++i) {
             // Told ahead of the doing: the client may end this process as soon as it has what it waited for.
@@ -88,16 +91,16 @@ private:
             fields >> step.verb;
             if (step.verb == "wait" || step.verb == "drip")
                 fields >> step.ms;
-            std::string digits;
-            fields >> digits;
-            step.bytes = frames::fromHex(digits);
-            part->push_back(step);
+            fields >> step.digits;
+            part->push_back(std::move(step));
         }
         return hasOwn ? own : common;
     }
 
     bool perform(const Step& step)
     {
+        // Not before its turn: the client does not wait long for the port to open.
+        const std::string bytes = frames::fromHex(step.digits);
         if (step.verb == "listen") {
             if (listener.listen(port) != uSocket::done) {
                 report("port is taken");
@@ -113,11 +116,11 @@ private:
         } else if (step.verb == "refuse") {
             listener.close();
         } else if (step.verb == "expect") {
-            return expect(step.bytes);
+            return expect(bytes);
         } else if (step.verb == "send") {
-            send(step.bytes);
+            send(bytes);
         } else if (step.verb == "drip") {
-            for (const char c : step.bytes) {
+            for (const char c : bytes) {
                 send(std::string(1, c));
                 uThread::sleep(step.ms);
             }

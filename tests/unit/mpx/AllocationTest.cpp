@@ -1,6 +1,5 @@
 // Memory that cannot be had. The program has an allocator that refuses blocks of the sizes a test names.
 
-#include "common/source/source_utilities/uEnvironment.h"
 #include "link/GdbTcpipIo.h"
 #include "mpx/MpxEcomServer/Scratch.h"
 #include "tests/support/scripted_server/ScriptedServer.h"
@@ -84,11 +83,15 @@ TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer)
     server.arm();
     // Blocks of the link's size are refused one after the other, until it is the link's own turn.
     constexpr std::size_t size = sizeof(MPX_GDB_AGENT::GdbTcpipIo);
+    VX_QRS::uSocket probe;
+    ASSERT_EQ(probe.listen(0), VX_QRS::uSocket::done);
+    const std::uint32_t port = probe.localPort();
+    probe.close();
     std::string text;
     for (int spare = 0; spare < 200 && text != "failed to create io"; ++spare) {
         const Refusing refusing(size, size, spare);
         try {
-            VX_QRS::ORV::OrvEcomProxy proxy(55760, 65536);
+            VX_QRS::ORV::OrvEcomProxy proxy(port, 65536);
             break;
         } catch (const std::exception& e) {
             text = e.what();
@@ -96,5 +99,5 @@ TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer)
         ASSERT_TRUE(refusing.hasRefused()) << text;
     }
     EXPECT_EQ(text, "failed to create io");
-    EXPECT_EQ(VX_QRS::uEnvironment::findProcess(ScriptedServer::image, 0), 0u);
+    EXPECT_TRUE(server.allEnded());
 }

@@ -1,4 +1,4 @@
-// The proxy against server processes of its own. These tests have the server's first port for themselves.
+// The proxy against server processes of its own.
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uSocket.h"
@@ -27,7 +27,13 @@ using namespace VX_QRS::ORV;
 
 namespace {
 
-constexpr std::uint32_t firstPort = 55760;
+// A port that nobody listens at, so that no server of somebody else is met.
+std::uint32_t freePort()
+{
+    uSocket probe;
+    EXPECT_EQ(probe.listen(0), uSocket::done);
+    return probe.localPort();
+}
 
 class ProxyProcess : public ::testing::Test {
 protected:
@@ -35,19 +41,8 @@ protected:
 
     ~ProxyProcess() override
     {
+        proxy.reset();
         EXPECT_EQ(std::filesystem::current_path(), directoryBefore);
-        EXPECT_TRUE(serversAreGone());
-    }
-
-    // The process list may show an ended process for a moment.
-    static bool serversAreGone()
-    {
-        for (int i = 0; i < 200; ++i) {
-            if (uEnvironment::findProcess(ScriptedServer::image, 0) == 0)
-                return true;
-            uThread::sleep(25);
-        }
-        return false;
     }
 
     static std::string failureOf(const std::function<void()>& action)
@@ -60,18 +55,32 @@ protected:
         return {};
     }
 
-    std::string failureToConstruct()
+    std::string constructOnce()
     {
-        return failureOf([this] { make(); });
+        return failureOf([this] { proxy = std::make_unique<OrvEcomProxy>(firstPort, OrvEcomProxy::defaultChunkSize); });
     }
 
-    void make() { proxy = std::make_unique<OrvEcomProxy>(firstPort, OrvEcomProxy::defaultChunkSize); }
+    // The client gives a server 100 ms to open its port and tries the connection once. A machine that starts a
+    // process more slowly than that is no failure of what is tested here: then the next attempt counts.
+    std::string failureToConstruct()
+    {
+        std::string text;
+        for (int attempt = 0; attempt < 20; ++attempt) {
+            text = constructOnce();
+            if (text != "failed to connect to server")
+                break;
+        }
+        return text;
+    }
+
+    void make() { ASSERT_EQ(failureToConstruct(), ""); }
 
     void openChannel() { proxy->openChannel(4096, 0, &callback); }
 
     static std::string openRequest() { return request('o', word(4096) + word(0)); }
 
     std::filesystem::path directoryBefore;
+    std::uint32_t firstPort = freePort();
     ScriptedServer server;
     std::unique_ptr<OrvEcomProxy> proxy;
     RecordingCallback callback;
@@ -134,7 +143,7 @@ TEST_F(ProxyProcess, AWholeSessionAgainstAServerProcess)
         .expect("$O#00").send(reply())
         .expect("$C#00").send(reply());
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     proxy->connect("usb:0");
     RegisterAccess access{1, 0x40, 0};
     proxy->read(&access, 1);
@@ -148,18 +157,20 @@ TEST_F(ProxyProcess, AWholeSessionAgainstAServerProcess)
     proxy->disconnect();
     proxy.reset();
     server.verify();
-    EXPECT_EQ(server.startedPorts(), "55760");
+    EXPECT_EQ(server.startedPorts().front(), firstPort);
 }
 
 TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer)
 {
     server.greet();
     server.arm();
-    DataClient* const client = createDataClient(firstPort);
+    DataClient* client = nullptr;
+    for (int attempt = 0; attempt < 20 && client == nullptr; ++attempt)
+        client = createDataClient(firstPort);
     ASSERT_NE(client, nullptr);
-    EXPECT_NE(uEnvironment::findProcess(ScriptedServer::image, 0), 0u);
+    EXPECT_FALSE(server.startedPorts().empty());
     destroyDataClient(client);
-    EXPECT_TRUE(serversAreGone());
+    EXPECT_TRUE(server.allEnded());
     server.verify();
 }
 
@@ -180,7 +191,7 @@ TEST_F(ProxyProcess, RepliesInSinglesAndWithLateChecksumsAreWhole)
         .expect("$x#00").send("$OK#")
         .expect("$S#00").wait(50).send(reply());
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     openChannel();
     EXPECT_THAT(callback.calls, ElementsAre("data #}"));
     proxy->start();
@@ -195,7 +206,7 @@ TEST_F(ProxyProcess, AReplySlowerThanTheWaitIsWaitedFor)
 {
     server.greet().expect("$s#00").wait(1300).send(reply());
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     EXPECT_EQ(failureOf([this] { proxy->start(); }), "");
     proxy.reset();
     server.verify();
@@ -211,7 +222,7 @@ TEST_F(ProxyProcess, ALargeRecordPassesTheSocket)
     }
     server.greet().expect(openRequest()).send(reply({}, dataRecord(payload)));
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     openChannel();
     ASSERT_EQ(callback.calls.size(), 1u);
     EXPECT_TRUE(callback.calls[0] == "data " + payload);
@@ -225,7 +236,7 @@ TEST_F(ProxyProcess, AServerThatDiesBeforeTheReplyOfAnyOperation)
         ScriptedServer own;
         own.greet().expect(request(operation.command, operation.arguments)).exit();
         own.arm();
-        make();
+        ASSERT_NO_FATAL_FAILURE(make());
         EXPECT_EQ(failureOf([&] { operation.run(*proxy); }), "disconnected from server") << operation.name;
         EXPECT_EQ(failureOf([&] { operation.run(*proxy); }),
                   operation.command == 'o' ? "internal channel open error" : "failed to write to server")
@@ -241,7 +252,7 @@ TEST_F(ProxyProcess, AServerThatDiesInTheMiddleOfAReply)
         ScriptedServer own;
         own.greet().expect("$s#00").send(part).exit();
         own.arm();
-        make();
+        ASSERT_NO_FATAL_FAILURE(make());
         EXPECT_EQ(failureOf([&] { proxy->start(); }), "disconnected from server") << part;
         proxy.reset();
         own.verify();
@@ -252,7 +263,7 @@ TEST_F(ProxyProcess, AServerThatDiesRightBehindAReplyIsNoticedByALaterRequest)
 {
     server.greet().expect("$s#00").send(reply()).exit();
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     EXPECT_EQ(failureOf([&] { proxy->start(); }), "");
     // The first bytes to a peer that is gone may still go out.
     EXPECT_EQ(failureOf([&] { proxy->stop(); }), "disconnected from server");
@@ -265,7 +276,7 @@ TEST_F(ProxyProcess, ClosingTheConnectionFreesACallerThatHangs)
 {
     server.greet().expect("$s#00").wait(1500).close();
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     EXPECT_EQ(failureOf([&] { proxy->start(); }), "disconnected from server");
     proxy.reset();
     server.verify();
@@ -275,8 +286,8 @@ TEST_F(ProxyProcess, ADeadServerIsNoTroubleForTheDestructor)
 {
     server.greet().exit();
     server.arm();
-    make();
-    ASSERT_TRUE(serversAreGone());
+    ASSERT_NO_FATAL_FAILURE(make());
+    ASSERT_TRUE(server.allEnded());
     proxy.reset();
     server.verify();
 }
@@ -285,9 +296,9 @@ TEST_F(ProxyProcess, AServerThatHangsIsTerminatedWithTheClient)
 {
     server.greet().hang();
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     proxy.reset();
-    EXPECT_TRUE(serversAreGone());
+    EXPECT_TRUE(server.allEnded());
     server.verify();
 }
 
@@ -296,7 +307,7 @@ TEST_F(ProxyProcess, AnotherVersion)
     server.listen().accept().accept().expect("$v#00").send(reply(word(2))).hang();
     server.arm();
     EXPECT_EQ(failureToConstruct(), "ecom version mismatch");
-    EXPECT_TRUE(serversAreGone());
+    EXPECT_TRUE(server.allEnded());
 }
 
 TEST_F(ProxyProcess, AVersionCheckThatFails)
@@ -307,7 +318,7 @@ TEST_F(ProxyProcess, AVersionCheckThatFails)
         own.listen().accept().accept().expect("$v#00").send(answer).hang();
         own.arm();
         EXPECT_EQ(failureToConstruct(), text);
-        EXPECT_TRUE(serversAreGone());
+        EXPECT_TRUE(own.allEnded());
     }
 }
 
@@ -315,8 +326,8 @@ TEST_F(ProxyProcess, AServerThatDoesNotListen)
 {
     server.hang();
     server.arm();
-    EXPECT_EQ(failureToConstruct(), "failed to connect to server");
-    EXPECT_TRUE(serversAreGone());
+    EXPECT_EQ(constructOnce(), "failed to connect to server");
+    EXPECT_TRUE(server.allEnded());
 }
 
 TEST_F(ProxyProcess, AServerThatTakesTheFirstConnectionAndDropsIt)
@@ -330,7 +341,7 @@ TEST_F(ProxyProcess, AServerThatRefusesTheSecondConnectionServesOnTheFirst)
 {
     server.listen().accept().refuse().expect("$v#00").send(reply(word(1))).expect("$s#00").send(reply());
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     EXPECT_EQ(failureOf([&] { proxy->start(); }), "");
     proxy.reset();
     server.verify();
@@ -341,33 +352,32 @@ TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNothingBehind)
     server.exit();
     server.arm();
     // Whether it was still seen in the process list is its luck.
-    EXPECT_THAT(failureToConstruct(), AnyOf("failed to connect to server", "failed to start server"));
+    EXPECT_THAT(constructOnce(), AnyOf("failed to connect to server", "failed to start server"));
 }
 
 TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection)
 {
     const ScratchFolder empty;
     const ScopedVariable folder("COMMON_HELIX", empty.path().string());
-    EXPECT_EQ(failureToConstruct(), "failed to connect to server");
+    // A server that somebody else runs on this machine is seen, and then it ends at the start already.
+    EXPECT_THAT(constructOnce(), AnyOf("failed to connect to server", "failed to start server"));
     EXPECT_EQ(server.report(), "");
 }
 
 TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart)
 {
+    std::uint32_t other = 0;
     {
         const ScopedVariable noScript("SCRIPTED_SERVER_SCRIPT", "");
         const uEnvironment::ScopedDirectoryChanger there(ScriptedServer::folder().c_str());
-        const std::uint32_t other = uEnvironment::startProcess(ScriptedServer::image, "", uEnvironment::detachedMode);
-        ASSERT_NE(other, 0u);
+        other = uEnvironment::startProcess(ScriptedServer::image, "", uEnvironment::detachedMode);
     }
+    ASSERT_NE(other, 0u);
+    for (int i = 0; i < 400 && uEnvironment::findProcess(ScriptedServer::image, other) != other; ++i)
+        uThread::sleep(25);
     const ScratchFolder empty;
     const ScopedVariable folder("COMMON_HELIX", empty.path().string());
-    std::uint32_t other = 0;
-    for (int i = 0; i < 200 && other == 0; ++i) {
-        other = uEnvironment::findProcess(ScriptedServer::image, 0);
-        uThread::sleep(25);
-    }
-    EXPECT_EQ(failureToConstruct(), "failed to start server");
+    EXPECT_EQ(constructOnce(), "failed to start server");
     EXPECT_TRUE(uEnvironment::processExists(other)) << "the other's server is left alone";
     EXPECT_TRUE(uEnvironment::terminateProcess(other));
 }
@@ -382,7 +392,8 @@ TEST_F(ProxyProcess, AServersFolderThatIsNotThereFailsAndTheDirectoryStays)
 
 TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText)
 {
-    // The server cannot have the port and ends; the connection reaches whoever holds it, who hangs up.
+    // The server cannot have the port and ends. Where it was seen before that, the connection reaches whoever holds
+    // the port, who hangs up; where it was not, the next port is good.
     uSocket holder;
     ASSERT_EQ(holder.listen(static_cast<std::uint16_t>(firstPort)), uSocket::done);
     std::atomic<bool> done{false};
@@ -392,9 +403,9 @@ TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText)
                 holder.accept();
         }
     });
-    server.listen();
+    server.greet();
     server.arm();
-    EXPECT_THAT(failureToConstruct(), AnyOf("disconnected from server", "failed to write to server"));
+    EXPECT_THAT(failureToConstruct(), AnyOf("disconnected from server", "failed to write to server", ""));
     done = true;
     hangingUp.join();
     EXPECT_THAT(server.report(), testing::HasSubstr("port is taken"));
@@ -404,7 +415,7 @@ TEST_F(ProxyProcess, TheTimerDoesNotPoll)
 {
     server.greet().expect("$s#00").send(reply());
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     uThread::sleep(1200); // beyond the timer's first and only interval
     proxy->start();
     proxy.reset();
@@ -418,7 +429,7 @@ TEST_F(ProxyProcess, RequestsFromTwoThreadsExcludeEachOther)
     for (int i = 0; i < 2 * each; ++i)
         server.expect(request('?', word(5))).send(reply(word(6)));
     server.arm();
-    make();
+    ASSERT_NO_FATAL_FAILURE(make());
     std::atomic<int> good{0};
     const auto ask = [&] {
         for (int i = 0; i < each; ++i) {
