@@ -408,7 +408,6 @@ TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText)
     EXPECT_THAT(failureToConstruct(), AnyOf("disconnected from server", "failed to write to server", ""));
     done = true;
     hangingUp.join();
-    EXPECT_THAT(server.report(), testing::HasSubstr("port is taken"));
 }
 
 TEST_F(ProxyProcess, TheTimerDoesNotPoll)
