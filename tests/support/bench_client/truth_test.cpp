@@ -55,8 +55,8 @@ std::string describe(const bench::RecordingTruth& truth) {
     std::string text;
     for (const bench::PinTruth& pin : truth.pins) {
         char item[160];
-        std::snprintf(item, sizeof item, " proc %u: slot %lld, eye %.2f, at %.2f to %.2f, errors %.2g;", pin.proc,
-                      static_cast<long long>(pin.slot), pin.eye, pin.fractionMin, pin.fractionMax, pin.errorRate);
+        std::snprintf(item, sizeof item, " proc %u: slot %s, eye %.2f, at %.2f to %.2f, errors %.2g;", pin.proc,
+                      std::to_string(pin.slot).c_str(), pin.eye, pin.fractionMin, pin.fractionMax, pin.errorRate);
         text += item;
     }
     return text;
@@ -112,8 +112,8 @@ void calibrateOne(std::uint64_t seed, bench::ExportKind kind, const std::filesys
     }
     table.add(chosen, Outcome::wrong, "");
     (position.sameSlot ? table.marginal : table.torn).push_back(seed);
-    std::printf("wrong: seed %llu, %u pins at %.1f MHz, jitter %.2f, %s-aligned: %s;%s\n",
-                static_cast<unsigned long long>(seed), scenario.pins, chosen, scenario.wiring.jitter,
+    std::printf("wrong: seed %s, %u pins at %.1f MHz, jitter %.2f, %s-aligned: %s;%s\n",
+                std::to_string(seed).c_str(), scenario.pins, chosen, scenario.wiring.jitter,
                 scenario.wiring.alignment == bench::Alignment::Edge ? "edge" : "centre", fault->c_str(),
                 describe(*rig.truth).c_str());
 }
@@ -199,7 +199,7 @@ TEST(CalibrationOnTheBench, OfFiveRatesWaitsNoLongerThanItIsToldTo) {
     // Ten measurements of 21 ms; the verification's passes of 5 ms are the rest.
     EXPECT_GE(rig.time.waited, 210U);
     EXPECT_LE(rig.time.waited, 210U + 200U);
-    std::printf("waited for %llu ms\n", static_cast<unsigned long long>(rig.time.waited));
+    std::printf("waited for %s ms\n", std::to_string(rig.time.waited).c_str());
 }
 
 TEST(RandomWirings, OfPtiAreNeverCalibratedToDifferentSlots) {

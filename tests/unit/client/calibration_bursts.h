@@ -74,7 +74,7 @@ public:
     explicit Generator(std::uint32_t seed) : random(seed) {}
 
     std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(random() % n); }
-    double uniform() { return static_cast<double>(random()) / 4294967296.0; }
+    double uniform() { return static_cast<double>(random() >> 32) / 4294967296.0; }
 
     OwnedBurst next() {
         const std::uint32_t words = below(100) == 0 ? 512 : 1 + below(48);
@@ -169,7 +169,7 @@ private:
         }
     }
 
-    std::mt19937 random;
+    std::mt19937_64 random;
 };
 
 } // namespace bursts
