@@ -55,6 +55,8 @@ public:
 
     const Counts& counts() const { return count; }
     bool failed() const { return errorCount != 0 || !invalidPackets.empty(); }
+    /// Packets of no known type; none is added once more than ten errors were found.
+    const std::vector<std::uint32_t>& invalid() const { return invalidPackets; }
     /// "failed to verify pattern" and the first few faults.
     std::string report() const;
 

@@ -1,0 +1,31 @@
+#include "rcvr/framework/ITargetAdapter.h"
+#include "tests/unit/client/fakes/FakeTrace.h"
+
+namespace {
+
+class Adapter : public Vx::Qrs::Trace::ITargetAdapter {
+public:
+    const char* getCpuName() override {
+        fake::trace("getCpuName");
+        return "";
+    }
+    Vx::Qrs::Trace::ICpuInfo* getCpuInfo() override {
+        fake::trace("getCpuInfo");
+        return nullptr;
+    }
+};
+
+} // namespace
+
+extern "C" {
+
+FAKE_EXPORT void NewTargetAdapter(const char* cpuName, Vx::Qrs::Trace::ITargetAdapter** out) {
+    fake::trace(std::string("NewTargetAdapter ") + cpuName);
+    *out = fake::makesNothing("FAKE_ADAPTER") ? nullptr : new Adapter;
+}
+
+FAKE_EXPORT void FreeTargetAdapter(Vx::Qrs::Trace::ITargetAdapter* adapter) {
+    fake::trace("FreeTargetAdapter");
+    delete adapter;
+}
+}
