@@ -30,7 +30,8 @@ protected:
 
     // Mostly what the syntaxes care for. The byte that ends a text file on some systems is left to its own test.
     char likelyByte() {
-        constexpr std::string_view likely("[]==#$<<>>/\r\n\n\n  \t\0\xFF" "aabbc1", 28);
+        using namespace std::string_view_literals;
+        constexpr std::string_view likely = "[]==#$<<>>/\r\n\n\n  \t\0\xFF" "aabbc1"sv;
         if (below(20) == 0) {
             const char byte = anyByte();
             return byte == '\x1A' ? 'z' : byte;

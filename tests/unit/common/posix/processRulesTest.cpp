@@ -79,16 +79,19 @@ TEST(ProcessRules, StartedProcessHasASessionOfItsOwn) {
 
 TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
     const test::TemporaryFolder folder;
-    const std::string program = folder.path("a_program_with_a_long_name.exe");
+    // Other runs of this test may be under way; this one's program has its own name.
+    const std::string number = std::to_string(getpid());
+    const std::string name = "a_program_with_a_long_name_" + number;
+    const std::string program = folder.path(name + ".exe");
     std::filesystem::copy_file("/bin/sleep", program);
     const std::uint32_t child = startSleeper(program);
     ASSERT_NE(child, 0U);
-    EXPECT_EQ(uEnvironment::findProcess("A_Program_With_A_Long_Name.EXE", child), child);
-    EXPECT_EQ(uEnvironment::findProcess("a_program_with_a_long_name", 0), child);
+    EXPECT_EQ(uEnvironment::findProcess(("A_Program_With_A_Long_NAME_" + number + ".EXE").c_str(), child), child);
+    EXPECT_EQ(uEnvironment::findProcess(name.c_str(), 0), child);
     EXPECT_EQ(uEnvironment::findProcess("a_program_with_", child), 0U);
-    EXPECT_EQ(uEnvironment::findProcess("a_program_with_a_long_nam", child), 0U);
+    EXPECT_EQ(uEnvironment::findProcess("a_program_with_a_long_name_", child), 0U);
     std::filesystem::remove(program);
-    EXPECT_EQ(uEnvironment::findProcess("a_program_with_a_long_name.exe", child), child) << "its file is gone";
+    EXPECT_EQ(uEnvironment::findProcess(name.c_str(), child), child) << "its file is gone";
     uEnvironment::terminateProcess(child);
 }
 
