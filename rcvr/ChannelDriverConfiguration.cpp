@@ -89,8 +89,7 @@ void ChannelDriver::SetConfiguration(const char* path) {
     guarded("SetConfiguration", lock.get(), [&] {
         refuseTooManyChannels();
         std::string dataDirectory;
-        uEnvironment::getTraceDirectory(dataDirectory);
-        uEnvironment::joinPath(dataDirectory, "data");
+        uEnvironment::getTraceDataDirectory(dataDirectory);
         const std::string propsPath = propertiesPathFor(path, dataDirectory);
         ConvertXmlToFrontEndPropsFile(path, propsPath.c_str());
         // Only the "pti" export can be set up on a running CPU.

@@ -215,19 +215,16 @@ TEST_F(ChannelDriverTest, TraceEndGoesToTheChannelAndItsFailurePasses) {
 TEST_F(ChannelDriverTest, AModifiedJobRestartsTheRecording) {
     makeDriver();
     const LogCapture log(folder, "1");
-    channel.metrics.state = client::Recording;
-    channel.metrics.threadDone = false;
+    bool stopped = false;
     int polls = 0;
+    ON_CALL(channel, status).WillByDefault([&](client::ChannelMetrics& out) {
+        out.state = stopped ? client::Stopped : client::Recording;
+        out.threadDone = stopped && ++polls > 2;
+    });
     InSequence order;
     EXPECT_CALL(channel, endTransmission(true));
-    EXPECT_CALL(channel, stop()).WillOnce([&] {
-        EXPECT_CALL(channel, status).WillRepeatedly([&](client::ChannelMetrics& out) {
-            out.state = client::Stopped;
-            out.threadDone = ++polls > 2;
-        });
-    });
+    EXPECT_CALL(channel, stop()).WillOnce([&] { stopped = true; });
     EXPECT_CALL(channel, start(false)).WillOnce([&](bool) { EXPECT_EQ(polls, 3); });
-    EXPECT_CALL(channel, status).Times(testing::AnyNumber());
     driver->NotifySystemStateChange(0);
     EXPECT_THAT(log.lines(),
                 testing::Contains("M OrvRcvr::ChannelDriver NotifySystemStateChange eJOB_MODIFIED_DISABLE_RESUME"));
