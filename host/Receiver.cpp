@@ -1,7 +1,9 @@
 #include "host/Receiver.h"
 
 #include <array>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 namespace host {
 
@@ -18,6 +20,10 @@ constexpr std::array systemTexts{"data server failure",      "dll load failure",
                                  "internal rsp",             "invalid rsp",
                                  "invald rsp",               "Cannot load target adapter",
                                  "Cannot get target adapter"};
+
+constexpr unsigned attempts = 5;
+constexpr auto quickRefusal = std::chrono::seconds(3);
+constexpr auto pauseBetweenAttempts = std::chrono::milliseconds(500);
 
 constexpr unsigned xmtrChannel = 0;
 constexpr unsigned xmtrCookie = 0;
@@ -52,8 +58,26 @@ Receiver::Receiver(const std::string& library) {
         file = programFolder() / libraryFileName(library);
     folder = std::filesystem::absolute(file).parent_path();
     receiverLibrary = std::make_unique<LoadedLibrary>(std::filesystem::absolute(file));
-    const auto create = receiverLibrary->symbol<CreateRcvrFunction>("CreateRcvr");
-    guarded(ExitCode::NoSystem, [&] { receiver = create(); });
+    create();
+}
+
+void Receiver::create() {
+    const auto createRcvr = receiverLibrary->symbol<CreateRcvrFunction>("CreateRcvr");
+    for (unsigned attempt = 1;; ++attempt) {
+        const auto start = std::chrono::steady_clock::now();
+        try {
+            guarded(ExitCode::NoSystem, [&] { receiver = createRcvr(); });
+            return;
+        } catch (const Failure& failure) {
+            // The receiver connects as soon as it sees the server's process. On a busy machine that can be before the
+            // server listens, which shows as a quick refusal; a server that cannot be started takes far longer.
+            const bool quick = std::chrono::steady_clock::now() - start < quickRefusal;
+            const std::string text = failure.what();
+            if (attempt == attempts || !quick || text.find("failed to connect to data server") == std::string::npos)
+                throw;
+        }
+        std::this_thread::sleep_for(pauseBetweenAttempts);
+    }
 }
 
 Receiver::~Receiver() {

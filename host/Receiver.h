@@ -35,6 +35,7 @@ public:
     std::string attribute(const std::string& name);
 
 private:
+    void create();
     void releaseQuietly();
 
     std::filesystem::path folder;

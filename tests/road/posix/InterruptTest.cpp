@@ -34,8 +34,9 @@ TEST(Interrupt, StopsInOrderAndKeepsWhatWasCaptured) {
 TEST(Interrupt, TheServerEndsWithTheProgram) {
     const RunSpace space;
     ASSERT_EQ(space.record("one-pin").code, 0);
-    const Outcome left = space.run({"-c", "sleep 1; for p in /proc/[0-9]*; do tr '\\0' ' ' <$p/cmdline 2>/dev/null | "
-                                          "grep -c '^mpx_ecom_server.exe 1 5576[0-7]'; done | grep -c 1"},
+    // The server inherits the run's folder in its environment.
+    const Outcome left = space.run({"-c", "sleep 1; grep -ls \"ORV_BENCH_DIR=$1\" /proc/[0-9]*/environ | wc -l", "sh",
+                                    space.file("run").string()},
                                    "/bin/sh");
     EXPECT_EQ(left.output, "0\n");
 }
