@@ -97,12 +97,16 @@ void DataServer::run() {
             silent.push_back(std::move(connection));
             continue;
         }
+        const bool refuse = options.scenario.faults.refuseSecond;
+        if (refuse) {
+            // Ahead of the first reply, so that a client that got one finds nobody listening.
+            listener.close();
+        }
         client = std::thread([this, accepted = std::move(connection)]() mutable {
             serveClient(std::move(accepted));
             stopping = true;
         });
-        if (options.scenario.faults.refuseSecond) {
-            listener.close();
+        if (refuse) {
             break;
         }
     }
