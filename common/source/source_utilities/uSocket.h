@@ -38,7 +38,8 @@ public:
     // Closes.
     virtual ~uSocket();
 
-    // `host` is a dotted address; names are not looked up. Status 0, 1 or 4. An open handle is closed first, and a
+    // `host` is a dotted address; names are not looked up. A refusal is reported after about a second, since the
+    // platform (on Linux: this class in its place) knocks again first. Status 0, 1 or 4. An open handle is closed first, and a
     // failed one does not stay open.
     int connect(const char* host, std::uint16_t port);
 
