@@ -1,6 +1,7 @@
 #include "tests/unit/client/channel_fixture.h"
 
 #include <chrono>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <thread>
@@ -164,10 +165,10 @@ protected:
     }
 
     std::int32_t channelState() { return inside().control().state; }
-    unsigned random() { return static_cast<unsigned>(generator()); }
+    unsigned random() { return generator(); }
 
     Expected expected;
-    std::minstd_rand generator{GetParam()};
+    std::linear_congruential_engine<std::uint32_t, 48271, 0, 2147483647> generator{GetParam()};
 };
 
 } // namespace
