@@ -229,7 +229,7 @@ TEST_F(PinMapFile, OfAnyBytesGivesPinsOrTheStatedError) {
     int good = 0;
     for (int round = 0; round < RCVR_TEST_RANDOM_FILES; ++round) {
         std::string text = random() % 2 != 0 ? "a=pti=1,2" : "";
-        for (std::uint32_t length = static_cast<std::uint32_t>(random() % 60); length != 0; --length)
+        for (auto length = random() % 60; length != 0; --length)
             text += alphabet[random() % alphabet.size()];
         const std::string path = file(text);
         const std::string failure = textOfFailure([&] { mapper.readPinMapFile(path.c_str()); });
