@@ -227,7 +227,9 @@ private:
 class Draw {
 public:
     explicit Draw(std::uint32_t seed) : engine(seed) {}
-    std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(engine() % n); }
+    std::uint32_t below(std::uint32_t n) {
+        return static_cast<std::uint32_t>(std::uint64_t{engine()} % n);
+    }
     bool oneIn(std::uint32_t n) { return below(n) == 0; }
 
 private:

@@ -3,6 +3,8 @@
 #include "client/transmitters/TransmitterZarn_1.h"
 #include "tests/unit/client/transmitter_support.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 
 namespace transmitter_test {
@@ -28,7 +30,7 @@ protected:
 };
 
 /// How often destructors ran.
-long destructions(const LogCapture& log) {
+std::ptrdiff_t destructions(const LogCapture& log) {
     const auto functions = log.functions();
     return std::count(functions.begin(), functions.end(), "TransmitterBase_1::~TransmitterBase_1");
 }
