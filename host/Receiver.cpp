@@ -21,9 +21,9 @@ constexpr std::array systemTexts{"data server failure",      "dll load failure",
                                  "invald rsp",               "Cannot load target adapter",
                                  "Cannot get target adapter"};
 
-constexpr unsigned attempts = 5;
+constexpr unsigned attempts = 20;
 constexpr auto quickRefusal = std::chrono::seconds(3);
-constexpr auto pauseBetweenAttempts = std::chrono::milliseconds(500);
+constexpr auto pauseBetweenAttempts = std::chrono::milliseconds(200);
 
 constexpr unsigned xmtrChannel = 0;
 constexpr unsigned xmtrCookie = 0;

@@ -10,7 +10,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 std::size_t lines(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
@@ -120,7 +119,9 @@ TEST(Outputs, TextTellsPinsRateAndFiles) {
     EXPECT_THAT(run.output, HasSubstr("\nData 2 "));
     EXPECT_THAT(run.output, HasSubstr("recorded 256.00 kB"));
     EXPECT_THAT(run.output, HasSubstr("two-pin.bin"));
-    EXPECT_THAT(run.output, Not(HasSubstr("\r"))) << "no progress line when piped";
+    // A carriage return may only be a part of the system's line end.
+    for (std::size_t at = run.output.find('\r'); at != std::string::npos; at = run.output.find('\r', at + 1))
+        EXPECT_EQ(run.output.substr(at, 2), "\r\n") << "no progress line when piped";
 }
 
 TEST(Outputs, NothingOfTheUsersProfileIsTouched) {
