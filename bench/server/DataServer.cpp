@@ -27,13 +27,18 @@ std::uint64_t nanoseconds() {
 
 } // namespace
 
-DataServer::DataServer(ServerOptions chosen)
-    : options(std::move(chosen)), listener(LoopbackSocket::listenOn(options.port)),
+LoopbackSocket DataServer::listenAt(std::uint16_t port) {
+    LoopbackSocket listening = LoopbackSocket::listenOn(port);
+    if (!listening) {
+        throw ServerError("port " + std::to_string(port) + " is taken");
+    }
+    return listening;
+}
+
+DataServer::DataServer(LoopbackSocket listening, ServerOptions chosen)
+    : options(std::move(chosen)), listener(std::move(listening)),
       unit(options.scenario, nanoseconds, std::move(options.play)),
       service(unit, unitMutex, options.scenario.faults.version), faults(options.scenario.faults) {
-    if (!listener) {
-        throw ServerError("port " + std::to_string(options.port) + " is taken");
-    }
     logFile.open(options.folder / "server.log", std::ios::app);
     truth.open(options.folder / "truth.jsonl", std::ios::app);
     if (!logFile || !truth) {

@@ -18,7 +18,7 @@
 namespace bench {
 
 struct ServerOptions {
-    std::uint16_t port = 0;
+    std::uint16_t port = 0; // for messages
     Scenario scenario;
     std::filesystem::path folder; // of this run: side.port, truth.jsonl and server.log go there
     std::optional<std::vector<std::uint8_t>> play; // what the target sends as trace
@@ -33,9 +33,12 @@ struct ServerError : std::runtime_error {
 // and left silent.
 class DataServer {
 public:
-    // Both ports listen when this returns; throws ServerError when the port is taken or a file cannot be
-    // written.
-    explicit DataServer(ServerOptions options);
+    // Listens at a port; throws ServerError when it is taken. A program does this first of all, since its client
+    // may knock while the scenario and what is to be played are still being read.
+    static LoopbackSocket listenAt(std::uint16_t port);
+
+    // Both ports listen when this returns; throws ServerError when a file cannot be written.
+    DataServer(LoopbackSocket listening, ServerOptions options);
     ~DataServer();
 
     // Serves until the client says goodbye or is gone, or until nobody came for two minutes.

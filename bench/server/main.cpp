@@ -60,12 +60,13 @@ int main(int argc, char** argv) {
         return badUse;
     }
     try {
+        bench::LoopbackSocket listening = bench::DataServer::listenAt(*port);
         bench::ServerOptions options = optionsOf(*port);
         if (options.scenario.faults.exitAtStart) {
             std::cerr << "mpx_ecom_server: ending at once, as the scenario says\n";
             return failed;
         }
-        bench::DataServer server(std::move(options));
+        bench::DataServer server(std::move(listening), std::move(options));
         server.run();
     } catch (const std::exception& error) {
         std::cerr << "mpx_ecom_server: " << error.what() << "\n";

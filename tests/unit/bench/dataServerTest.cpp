@@ -42,7 +42,7 @@ public:
             options.scenario = scenario;
             options.folder = folder.path;
             try {
-                server = std::make_unique<DataServer>(std::move(options));
+                server = std::make_unique<DataServer>(DataServer::listenAt(port), std::move(options));
                 chosen = port;
             } catch (const ServerError&) {
             }
@@ -125,11 +125,8 @@ TEST(DataServer, AnswersTheFirstConnectionAndKeepsTheSecondSilent) {
 
 TEST(DataServer, RefusesToStartOnATakenPort) {
     RunningServer server;
-    ServerOptions options;
-    options.port = server.chosen;
-    options.folder = server.folder.path;
     try {
-        const DataServer other(std::move(options));
+        DataServer::listenAt(server.chosen);
         FAIL();
     } catch (const ServerError& error) {
         EXPECT_EQ(error.what(), "port " + std::to_string(server.chosen) + " is taken");
