@@ -1,0 +1,94 @@
+#include "tests/tree/SourceTree.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+// The rules on small trees made up here, so that it is known that each of them can be broken.
+
+namespace tree {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+TEST(TreeRules, IncludesPointDownwards) {
+    const Files files{
+        {"common/source/a.h", ""},
+        {"common/source/source_utilities/u.h", "#include \"common/source/a.h\"\n"},
+        {"common/source/source_utilities/PropertyParser.h", "#include \"common/source/a.h\"\n"},
+        {"rcvr/framework/f.h", ""},
+        {"rcvr/r.h", "#include \"rcvr/framework/f.h\"\n#include \"client/c.h\"\n"},
+        {"client/c.h", "\n#include \"rcvr/framework/f.h\"\n#include \"rcvr/r.h\"\n"},
+        {"link/l.h", "#include \"common/source/a.h\"\n  #  include \"mpx/m.h\"\n"},
+        {"mpx/m.h", "#include \"link/l.h\"\n"},
+        {"bench/b.cpp", "#include \"common/source/a.h\"\n#include \"link/l.h\"\n"},
+        {"host/h.cpp", "#include \"rcvr/framework/f.h\"\n#include \"rcvr/r.h\"\n#include \"common/source/a.h\"\n"},
+        {"tests/t.cpp", "#include \"rcvr/r.h\"\n#include \"bench/b.cpp\"\n"},
+    };
+    EXPECT_THAT(upwardIncludes(files),
+                ElementsAre("bench/b.cpp:2: includes link/l.h", "client/c.h:3: includes rcvr/r.h",
+                            "common/source/source_utilities/u.h:1: includes common/source/a.h",
+                            "host/h.cpp:2: includes rcvr/r.h", "host/h.cpp:3: includes common/source/a.h",
+                            "link/l.h:2: includes mpx/m.h"));
+}
+
+TEST(TreeRules, IncludesAreNamedFromTheRoot) {
+    const Files files{
+        {"link/a.h", "#include <vector>\n#include \"link/b.h\"\n"},
+        {"link/b.h", "#include \"a.h\"\n"},
+        {"common/u.cpp", "#include \"own.h\"\n#include \"half.h\"\n"},
+        {"common/win32/own.h", ""},
+        {"common/posix/own.h", ""},
+        {"common/win32/half.h", ""},
+        {"tests/t.cpp", "#include \"made.h\"\n"},
+    };
+    EXPECT_THAT(includesThatAreNotFromTheRoot(files),
+                ElementsAre("common/u.cpp:2: half.h is not there", "link/b.h:1: a.h is not there"));
+}
+
+TEST(TreeRules, NoHeaderIncludesItself) {
+    EXPECT_THAT(includeCycles({{"link/a.h", "#include \"link/b.h\"\n"}, {"link/b.h", ""}, {"link/c.h", ""}}),
+                IsEmpty());
+    EXPECT_THAT(includeCycles({{"link/a.h", "#include \"link/b.h\"\n"},
+                               {"link/b.h", "#include \"c.h\"\n"},
+                               {"link/c.h", "#include \"link/b.h\"\n"}}),
+                ElementsAre("link/b.h: includes itself by way of link/b.h link/c.h"));
+}
+
+TEST(TreeRules, PlatformsAreNamedInTheirFoldersOnly) {
+    const Files files{
+        {"common/a.h", "#ifdef __clang__\n#endif\n#include <vector>\n"},
+        {"common/b.cpp", "#include <vector>\n#  if defined(_WIN32)\n#elif defined(__linux__)\n#endif\n"},
+        {"common/c.cpp", "#include <unistd.h>\n#include <sys/stat.h>\n#include <windows.h>\n"},
+        {"common/win32/d.cpp", "#include <windows.h>\n#ifdef _WIN64\n"},
+        {"link/posix/e.cpp", "#include <unistd.h>\n"},
+        {"host/f.cpp", "#ifdef _WIN32\n"},
+    };
+    EXPECT_THAT(platformDependence(files),
+                ElementsAre("common/b.cpp:2: #  if defined(_WIN32)", "common/b.cpp:3: #elif defined(__linux__)",
+                            "common/c.cpp:1: includes <unistd.h>", "common/c.cpp:2: includes <sys/stat.h>",
+                            "common/c.cpp:3: includes <windows.h>"));
+}
+
+TEST(TreeRules, UnfinishedWorkIsFound) {
+    const std::string mark = std::string("TO") + "DO";
+    EXPECT_THAT(unfinishedWork({{"a.cpp", "int a;\n// " + mark + ": more\n"}, {"b.bin", mark}, {"c.md", "x" + mark}}),
+                ElementsAre(StartsWith("a.cpp:2: ")));
+}
+
+TEST(TreeRules, LongFilesAreFound) {
+    EXPECT_THAT(longFiles({{"a.cpp", "\n\n\n"}, {"b.cpp", "\n\n"}, {"c.txt", "\n\n\n\n"}}, 3),
+                ElementsAre("a.cpp: has 3 lines"));
+}
+
+TEST(TreeRules, DeadLinksAreFound) {
+    const Files files{
+        {"README.md", "[a](docs/a.md) and [b](docs/b.md#part) [c](docs/) [d](#here) [e](https://example.org/x)\n"},
+        {"docs/a.md", "[up](../README.md)\n[out](../missing.md) [beside](b.md)\n"},
+    };
+    EXPECT_THAT(deadLinks(files), ElementsAre("README.md:1: links to docs/b.md, which is not there",
+                                              "docs/a.md:2: links to ../missing.md, which is not there",
+                                              "docs/a.md:2: links to b.md, which is not there"));
+}
+
+} // namespace tree

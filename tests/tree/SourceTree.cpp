@@ -1,0 +1,281 @@
+#include "tests/tree/SourceTree.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <fstream>
+#include <functional>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string_view>
+#include <utility>
+
+namespace tree {
+
+namespace {
+
+struct Room {
+    std::string_view name;
+    std::vector<std::string_view> below;
+};
+
+const std::vector<Room>& rooms() {
+    static const std::vector<Room> all{
+        {"common/source/source_utilities", {}},
+        {"common", {}},
+        {"rcvr/framework", {}},
+        {"link", {"common"}},
+        {"pinmap", {"common", "rcvr/framework"}},
+        {"tdf", {"common", "rcvr/framework"}},
+        {"mpx", {"common", "rcvr/framework", "link"}},
+        {"client", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx"}},
+        {"rcvr", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx", "client"}},
+        {"bench", {"common", "rcvr/framework"}},
+        {"host", {"rcvr/framework"}},
+    };
+    return all;
+}
+
+bool isIn(std::string_view path, std::string_view folder) {
+    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
+}
+
+/// Null for files above all rooms, such as tests.
+const Room* roomOf(std::string_view path) {
+    // Stands with the utilities, but works on the records that all layers share.
+    const bool overRecords = path.find("/source_utilities/PropertyParser.") != std::string_view::npos;
+    for (const Room& room : rooms()) {
+        if (isIn(path, room.name) && !(overRecords && room.name.ends_with("source_utilities")))
+            return &room;
+    }
+    return nullptr;
+}
+
+bool isOfAPlatform(const std::string& path) {
+    return path.find("/win32/") != std::string::npos || path.find("/posix/") != std::string::npos;
+}
+
+template <class Visit>
+void forEachLine(const std::string& text, Visit visit) {
+    std::istringstream in(text);
+    std::size_t number = 0;
+    for (std::string line; std::getline(in, line);)
+        visit(++number, line);
+}
+
+std::string at(const std::string& path, std::size_t line) {
+    return path + ":" + std::to_string(line) + ": ";
+}
+
+struct Include {
+    std::size_t line;
+    std::string target;
+};
+
+std::vector<Include> includesOf(const std::string& text, char open, char close) {
+    std::vector<Include> found;
+    forEachLine(text, [&](std::size_t number, const std::string& line) {
+        const std::size_t hash = line.find_first_not_of(" \t");
+        if (hash == std::string::npos || line[hash] != '#')
+            return;
+        const std::size_t word = line.find_first_not_of(" \t", hash + 1);
+        if (word == std::string::npos || line.compare(word, 7, "include") != 0)
+            return;
+        const std::size_t begin = line.find(open, word + 7);
+        const std::size_t end = begin == std::string::npos ? begin : line.find(close, begin + 1);
+        if (end != std::string::npos)
+            found.push_back({number, line.substr(begin + 1, end - begin - 1)});
+    });
+    return found;
+}
+
+/// The file that an include names, empty when it is none of the tree's.
+std::string resolve(const Files& files, const std::string& from, const std::string& target) {
+    const std::string beside =
+        (std::filesystem::path(from).parent_path() / target).lexically_normal().generic_string();
+    if (files.contains(beside))
+        return beside;
+    return files.contains(target) ? target : "";
+}
+
+/// A header that each platform has one of; the build chooses.
+bool isOfEachPlatform(const Files& files, const std::string& from, const std::string& target) {
+    const std::string folder = std::filesystem::path(from).parent_path().generic_string();
+    return files.contains(folder + "/win32/" + target) && files.contains(folder + "/posix/" + target);
+}
+
+} // namespace
+
+bool isSource(const std::string& path) {
+    return path.ends_with(".cpp") || path.ends_with(".h");
+}
+
+Files readFiles(const std::filesystem::path& root) {
+    Files files;
+    for (auto entry = std::filesystem::recursive_directory_iterator(root);
+         entry != std::filesystem::recursive_directory_iterator(); ++entry) {
+        const std::string name = entry->path().filename().string();
+        if (entry->is_directory()) {
+            if (name.starts_with(".") || (entry.depth() == 0 && name.starts_with("build")))
+                entry.disable_recursion_pending();
+            continue;
+        }
+        if (!entry->is_regular_file() || name.starts_with("."))
+            continue;
+        std::ifstream in(entry->path(), std::ios::binary);
+        std::ostringstream text;
+        text << in.rdbuf();
+        files[entry->path().lexically_relative(root).generic_string()] = text.str();
+    }
+    return files;
+}
+
+Breaches upwardIncludes(const Files& files) {
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        const Room* const room = roomOf(path);
+        if (!isSource(path) || room == nullptr)
+            continue;
+        for (const Include& include : includesOf(text, '"', '"')) {
+            const std::string target = resolve(files, path, include.target);
+            if (target.empty() || isIn(target, room->name))
+                continue;
+            if (!std::any_of(room->below.begin(), room->below.end(),
+                             [&](std::string_view below) { return isIn(target, below); }))
+                breaches.push_back(at(path, include.line) + "includes " + target);
+        }
+    }
+    return breaches;
+}
+
+Breaches includesThatAreNotFromTheRoot(const Files& files) {
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        if (!isSource(path) || roomOf(path) == nullptr)
+            continue;
+        for (const Include& include : includesOf(text, '"', '"')) {
+            if (!files.contains(include.target) && !isOfEachPlatform(files, path, include.target))
+                breaches.push_back(at(path, include.line) + include.target + " is not there");
+        }
+    }
+    return breaches;
+}
+
+Breaches includeCycles(const Files& files) {
+    enum class State { Open, Done };
+    std::map<std::string, State> states;
+    std::vector<std::string> chain;
+    Breaches breaches;
+    const std::function<void(const std::string&)> visit = [&](const std::string& path) {
+        const auto known = states.find(path);
+        if (known != states.end()) {
+            if (known->second == State::Done)
+                return;
+            std::string text = path + ": includes itself by way of";
+            for (auto link = std::find(chain.begin(), chain.end(), path); link != chain.end(); ++link)
+                text += " " + *link;
+            breaches.push_back(text);
+            return;
+        }
+        states[path] = State::Open;
+        chain.push_back(path);
+        for (const Include& include : includesOf(files.at(path), '"', '"')) {
+            const std::string target = resolve(files, path, include.target);
+            if (!target.empty())
+                visit(target);
+        }
+        chain.pop_back();
+        states[path] = State::Done;
+    };
+    for (const auto& [path, text] : files) {
+        if (isSource(path))
+            visit(path);
+    }
+    return breaches;
+}
+
+Breaches platformDependence(const Files& files) {
+    constexpr std::array<std::string_view, 7> neutral{"common", "rcvr", "client", "mpx", "link", "pinmap", "tdf"};
+    static const std::regex test("^\\s*#\\s*(if|ifdef|ifndef|elif)\\b.*\\b(_WIN32|_WIN64|WIN32|__linux__|__linux|linux|"
+                                 "__unix__|unix|__APPLE__|_MSC_VER|__MINGW32__|__MINGW64__|__CYGWIN__|_POSIX_VERSION)\\b");
+    static const std::regex header("^(windows|winsock2|ws2tcpip|tlhelp32|process|io|direct|share|unistd|dlfcn|pthread|"
+                                   "fcntl|netdb|poll|spawn|sys/.*|netinet/.*|arpa/.*)(\\.h)?$");
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        const bool watched = std::any_of(neutral.begin(), neutral.end(),
+                                         [&p = path](std::string_view room) { return isIn(p, room); });
+        if (!isSource(path) || isOfAPlatform(path) || !watched)
+            continue;
+        forEachLine(text, [&, &p = path](std::size_t number, const std::string& line) {
+            if (std::regex_search(line, test))
+                breaches.push_back(at(p, number) + line);
+        });
+        for (const Include& include : includesOf(text, '<', '>')) {
+            if (std::regex_match(include.target, header))
+                breaches.push_back(at(path, include.line) + "includes <" + include.target + ">");
+        }
+    }
+    return breaches;
+}
+
+Breaches unfinishedWork(const Files& files) {
+    // In two halves, so that this file does not find itself.
+    static const std::regex marks("\\b(TO" "DO|FIX" "ME|XX" "X|HA" "CK)\\b");
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        const bool read = isSource(path) || path.ends_with(".txt") || path.ends_with(".cmake") ||
+                          path.ends_with(".md") || path.ends_with(".toml") || path.ends_with(".json");
+        if (!read)
+            continue;
+        forEachLine(text, [&, &p = path](std::size_t number, const std::string& line) {
+            if (std::regex_search(line, marks))
+                breaches.push_back(at(p, number) + line);
+        });
+    }
+    return breaches;
+}
+
+Breaches longFiles(const Files& files, std::size_t lines) {
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        const auto count = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+        if (isSource(path) && count >= lines)
+            breaches.push_back(path + ": has " + std::to_string(count) + " lines");
+    }
+    return breaches;
+}
+
+Breaches deadLinks(const Files& files) {
+    static const std::regex link("\\]\\(([^)\\s]+)\\)");
+    std::set<std::string> folders;
+    for (const auto& [path, text] : files) {
+        for (auto folder = std::filesystem::path(path).parent_path(); !folder.empty(); folder = folder.parent_path())
+            folders.insert(folder.generic_string());
+    }
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        if (!path.ends_with(".md"))
+            continue;
+        forEachLine(text, [&, &p = path](std::size_t number, const std::string& line) {
+            for (auto match = std::sregex_iterator(line.begin(), line.end(), link); match != std::sregex_iterator();
+                 ++match) {
+                std::string target = (*match)[1].str();
+                if (target.find("://") != std::string::npos || target.starts_with("mailto:"))
+                    continue;
+                target = target.substr(0, target.find('#'));
+                if (target.empty())
+                    continue;
+                std::string file =
+                    (std::filesystem::path(p).parent_path() / target).lexically_normal().generic_string();
+                if (file.ends_with("/"))
+                    file.pop_back();
+                if (!files.contains(file) && !folders.contains(file))
+                    breaches.push_back(at(p, number) + "links to " + target + ", which is not there");
+            }
+        });
+    }
+    return breaches;
+}
+
+} // namespace tree

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
+
+// The tree as texts, and the rules that it keeps. Every rule gives one line per breach: "file:line: what is wrong", or
+// "file: ..." where there is no line.
+
+namespace tree {
+
+/// Paths from the root, with "/", and the files' texts.
+using Files = std::map<std::string, std::string>;
+using Breaches = std::vector<std::string>;
+
+/// Everything below `root` but what is hidden or built.
+Files readFiles(const std::filesystem::path& root);
+
+bool isSource(const std::string& path);
+
+/// A room includes itself and the rooms below it, nothing else.
+Breaches upwardIncludes(const Files& files);
+/// In the rooms of the product every quoted include is a file, named from the root.
+Breaches includesThatAreNotFromTheRoot(const Files& files);
+Breaches includeCycles(const Files& files);
+/// Tests for the platform and headers of one platform, outside win32/ and posix/.
+Breaches platformDependence(const Files& files);
+Breaches unfinishedWork(const Files& files);
+/// Sources of so many lines or more.
+Breaches longFiles(const Files& files, std::size_t lines);
+/// Links in documents to files that are not there.
+Breaches deadLinks(const Files& files);
+
+} // namespace tree
