@@ -56,6 +56,8 @@ void RunFolder::enterBench(const Scenario& scenario, const std::string& play,
     setEnvironment("USERPROFILE", folder.string());
     setEnvironment("HOME", folder.string());
     setEnvironment("VX_TRACE_DEBUGCLIENT_PID", std::to_string(processId()));
+    for (const auto& [name, value] : scenario.environment)
+        setEnvironment(name.c_str(), value);
     // Level 1 writes the log, and makes the receiver leave its diagnostic files.
     setEnvironment("VX_TRACE_LOGGING", "1");
 }

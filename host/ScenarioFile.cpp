@@ -28,6 +28,15 @@ std::string valueText(const toml::node& node) {
     return out.str();
 }
 
+std::map<std::string, std::string> textTable(const toml::node_view<const toml::node>& section) {
+    std::map<std::string, std::string> texts;
+    if (const toml::table* table = section.as_table()) {
+        for (const auto& [key, value] : *table)
+            texts[std::string(key.str())] = valueText(value);
+    }
+    return texts;
+}
+
 } // namespace
 
 Scenario readScenario(const std::filesystem::path& file) {
@@ -47,10 +56,8 @@ Scenario readScenario(const std::filesystem::path& file) {
         scenario.settings.bufferIndex = root["settings"]["buffer"].value_or(0U);
         scenario.settings.stopOnFull = root["settings"]["stop_on_full"].value_or(false);
         scenario.settings.followTarget = root["settings"]["sync"].value_or(false);
-        if (const toml::table* expected = root["expect"].as_table()) {
-            for (const auto& [key, value] : *expected)
-                scenario.expect[std::string(key.str())] = valueText(value);
-        }
+        scenario.environment = textTable(root["environment"]);
+        scenario.expect = textTable(root["expect"]);
     } catch (const toml::parse_error& error) {
         std::ostringstream text;
         text << scenario.file.string() << ":" << error.source().begin.line << ": " << error.description();

@@ -311,6 +311,7 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
         table.sections("at",
                        [&](TableReader& step) { readFault(step, scenario.faults.steps.emplace_back()); });
     });
+    in.freeTable("environment", scenario.environment);
     in.freeTable("expect", scenario.expect);
     in.finish();
     return scenario;

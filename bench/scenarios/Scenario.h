@@ -27,6 +27,7 @@ namespace bench {
 //     [wiring]       alignment, jitter, seed, and [[wiring.pin]] tables (see PinWiring)
 //     [server]       speed
 //     [faults]       version, refuse_second, exit_at_start, and [[faults.at]] tables (see FaultStep)
+//     [environment]  variables that the host sets for the run, as they stand
 //     [expect]       a free table that only tests read
 enum class ExportKind { Pti, Tpiu, TpiuLite };
 enum class Alignment { Center, Edge };
@@ -139,6 +140,7 @@ struct Scenario {
     FaultSettings faults;
     // The free table, as text: numbers in their shortest form, booleans as "true" and "false", the items of
     // an array joined by ','.
+    std::map<std::string, std::string> environment;
     std::map<std::string, std::string> expect;
 };
 
