@@ -3,11 +3,11 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <fstream>
 #include <random>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -47,6 +47,19 @@ public:
 std::string logPath() {
     static const ProcessLog log;
     return log.folder.file("client_test_log");
+}
+
+/// Puts "#" in place of the number behind the source unit.
+std::string withoutLineNumber(std::string message) {
+    const std::string unit = "orv_client_frontend:";
+    const std::size_t found = message.find(unit);
+    if (found != std::string::npos) {
+        const std::size_t begin = found + unit.size();
+        const std::size_t end = std::min(message.find_first_not_of("0123456789", begin), message.size());
+        if (end > begin)
+            message.replace(begin, end - begin, 1, '#');
+    }
+    return message;
 }
 
 } // namespace
@@ -93,8 +106,7 @@ std::vector<std::string> LogCapture::lines(char kind) const {
         const std::size_t bar = line.find(" | ");
         if (bar == std::string::npos || line.substr(0, 5).find(kind) == std::string::npos)
             continue;
-        static const std::regex number("orv_client_frontend:[0-9]+");
-        std::string message = std::regex_replace(line.substr(bar + 3), number, "orv_client_frontend:#");
+        std::string message = withoutLineNumber(line.substr(bar + 3));
         if (!message.empty() && message.back() == '\r')
             message.pop_back();
         found.push_back(message);
