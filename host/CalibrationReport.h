@@ -13,9 +13,10 @@ namespace host {
 /// One sampled pin. Lengths are in samples of the capture unit.
 struct PinReport {
     std::string name; ///< "Clock", "Data 1", ...
-    std::optional<double> correlation; ///< at the delay's own lag, and at lag 0; data pins only
-    std::optional<double> correlationAtZero;
-    std::optional<unsigned> edges;
+    /// At the delay taken as a lag, which is on the far side of the peak. Data pins only.
+    std::optional<double> correlation;
+    std::optional<double> correlationAtZero; ///< with the pins as they are set in the end
+    std::optional<unsigned> edges; ///< reserved by the receiver, always 0
     std::optional<unsigned> glitches;
     std::optional<unsigned> ringing;
     std::optional<std::uint32_t> marginBefore; ///< room ahead of the sampling point; nothing when not measured

@@ -38,16 +38,16 @@ std::string marginText(const PinReport& pin) {
 
 void addPins(std::ostringstream& out, const CalibrationReport& report, std::vector<PinPlace> places) {
     places.resize(report.pins.size());
-    out << print("%-8s %3s %3s %6s %8s %12s %12s %6s\n", "pin", "emu", "bit", "delay", "stretch", "margin",
-                 "correlation", "edges");
+    out << print("%-8s %3s %3s %6s %8s %12s %12s\n", "pin", "emu", "bit", "delay", "stretch", "margin", "correlation");
     for (std::size_t i = 0; i < report.pins.size(); ++i) {
         const PinReport& pin = report.pins[i];
         const PinPlace& place = places[i];
-        out << print("%-8s %3s %3s %6s %8s %12s %12s %6s\n", pin.name.c_str(), orDash(place.emu).c_str(),
+        out << print("%-8s %3s %3s %6s %8s %12s %12s\n", pin.name.c_str(), orDash(place.emu).c_str(),
                      orDash(place.bit).c_str(), orDash(pin.delay).c_str(), orDash(pin.stretch).c_str(),
-                     marginText(pin).c_str(), orDash(pin.correlation).c_str(), orDash(pin.edges).c_str());
+                     marginText(pin).c_str(), orDash(pin.correlationAtZero).c_str());
     }
-    out << "lengths are in samples of the capture unit; the margin is the room around the sampling point\n";
+    out << "lengths are in samples of the capture unit; the margin is the room around the sampling point, the\n"
+           "correlation is with the first data pin, 1 when both change together\n";
 }
 
 void addCalibration(std::ostringstream& out, const RecordResult& result) {
