@@ -225,7 +225,8 @@ TEST_F(PinMapFile, ServesASearch) {
 
 TEST_F(PinMapFile, OfAnyBytesGivesPinsOrTheStatedError) {
     std::mt19937 random(61);
-    const std::string alphabet("ptiu=;,,0123x \n\r\t[]#\0\xff", 24);
+    using namespace std::string_literals;
+    const std::string alphabet = "ptiu=;,,0123x \n\r\t[]#\0\xff"s;
     int good = 0;
     for (int round = 0; round < RCVR_TEST_RANDOM_FILES; ++round) {
         std::string text = random() % 2 != 0 ? "a=pti=1,2" : "";
