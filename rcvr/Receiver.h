@@ -53,6 +53,8 @@ public:
 
 private:
     void acquire();
+    void makeFileDataSource();
+    void destroyFileChannelDriver();
 
     CreatePartIdentifierFunction createPartIdentifier = nullptr;
     DestroyPartIdentifierFunction destroyPartIdentifier = nullptr;

@@ -120,15 +120,30 @@ void Receiver::LoadFileLibraries() {
     fileChannelDriver = callSibling([&] { return createDriver(""); });
     if (fileChannelDriver == nullptr)
         throwError(receiverUnit, eNoMemory, "failed to allocate file channel driver");
+    try {
+        makeFileDataSource();
+    } catch (...) {
+        // The teardown looks at the driver only where there is a data source to serve.
+        destroyFileChannelDriver();
+        throw;
+    }
+    callSibling([&] { fileDataSource->setFileChannelDriver(fileChannelDriver); });
+}
 
+void Receiver::makeFileDataSource() {
     const auto createSource = symbol<CreateDataSourceFunction>(dataSourceLibrary, "CreateDataSource");
     if (createSource == nullptr)
         throwError(receiverUnit, eNoLibrary, "missing exports in file data source dll");
     fileDataSource = callSibling([&] { return createSource(""); });
     if (fileDataSource == nullptr)
         throwError(receiverUnit, eNoMemory, "failed to allocate file data source");
+}
 
-    callSibling([&] { fileDataSource->setFileChannelDriver(fileChannelDriver); });
+void Receiver::destroyFileChannelDriver() {
+    IFileChannelDriver* driver = std::exchange(fileChannelDriver, nullptr);
+    const auto destroy = symbol<DestroyChannelDriverFunction>(fileChannelDriverLibrary, "DestroyChannelDriver");
+    if (destroy != nullptr)
+        callSibling([&] { destroy(driver); });
 }
 
 void Receiver::TearDown() {
@@ -146,14 +161,8 @@ void Receiver::TearDown() {
         if (auto* object = std::exchange(partIdentifier, nullptr))
             callSibling([&] { destroyPartIdentifier(object, 0); });
     });
-    IFileChannelDriver* driver = std::exchange(fileChannelDriver, nullptr);
     if (IFileDataSource* source = std::exchange(fileDataSource, nullptr)) {
-        steps.run([&] {
-            const auto destroy =
-                symbol<DestroyChannelDriverFunction>(fileChannelDriverLibrary, "DestroyChannelDriver");
-            if (destroy != nullptr)
-                callSibling([&] { destroy(driver); });
-        });
+        steps.run([&] { destroyFileChannelDriver(); });
         steps.run([&] {
             const auto destroy = symbol<DestroyDataSourceFunction>(dataSourceLibrary, "DestroyDataSource");
             if (destroy != nullptr)

@@ -77,6 +77,7 @@ TEST_F(ReceiverTest, EveryFailureOfTheFileLibrariesOnlyCostsReplay) {
               prefix + "dll load failure : missing exports in file channel driver dll");
     EXPECT_EQ(errorWith({"part", "driver", "source-bare"}),
               prefix + "dll load failure : missing exports in file data source dll");
+    EXPECT_THAT(calls(), Contains("DestroyChannelDriver")); // it has nobody to serve
     {
         const ScopedVariable behaviour("FAKE_FILE_DRIVER", "null");
         EXPECT_EQ(errorWith({"part", "driver", "source"}),

@@ -4,8 +4,11 @@
 #include "rcvr/framework/cZarnError.h"
 
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 // How tests steer the stand-ins of the sibling libraries: by environment variables, which work across the libraries'
 // edges on both systems.
@@ -21,6 +24,23 @@ inline void trace(const std::string& line) {
     if (!path.empty())
         std::ofstream(path, std::ios::app) << line << "\n";
 }
+
+/// The objects that a library has given out. What a host never gives back goes when the library is unloaded, so that
+/// only what the host itself loses shows as lost.
+template <class Object>
+class Given {
+public:
+    Object* add(std::unique_ptr<Object> object) {
+        objects.push_back(std::move(object));
+        return objects.back().get();
+    }
+    void remove(const void* object) {
+        std::erase_if(objects, [&](const auto& held) { return held.get() == object; });
+    }
+
+private:
+    std::vector<std::unique_ptr<Object>> objects;
+};
 
 /// What a function is told to do: "" for its work, "null" for no result, or something to throw.
 inline std::string behaviour(const char* variable) {

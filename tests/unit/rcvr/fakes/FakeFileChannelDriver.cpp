@@ -3,15 +3,23 @@
 
 using namespace Vx::Qrs::Trace;
 
+namespace {
+
+fake::Given<IFileChannelDriver> drivers;
+
+} // namespace
+
 extern "C" {
 
 FAKE_EXPORT IFileChannelDriver* CreateChannelDriver(const char* text) {
     fake::trace("CreateChannelDriver \"" + std::string(text) + "\"");
-    return fake::behaviour("FAKE_FILE_DRIVER") == "null" ? nullptr : new IFileChannelDriver;
+    if (fake::behaviour("FAKE_FILE_DRIVER") == "null")
+        return nullptr;
+    return drivers.add(std::make_unique<IFileChannelDriver>());
 }
 
 FAKE_EXPORT void DestroyChannelDriver(IFileChannelDriver* object) {
     fake::trace("DestroyChannelDriver");
-    delete object;
+    drivers.remove(object);
 }
 }

@@ -25,6 +25,8 @@ private:
     CpuInfo info;
 };
 
+fake::Given<ITargetAdapter> adapters;
+
 } // namespace
 
 extern "C" {
@@ -32,11 +34,11 @@ extern "C" {
 FAKE_EXPORT void NewTargetAdapter(const char* cpuName, ITargetAdapter** out) {
     fake::trace("NewTargetAdapter " + std::string(cpuName).substr(0, 100));
     if (fake::behaviour("FAKE_ADAPTER") != "null")
-        *out = new Adapter(cpuName);
+        *out = adapters.add(std::make_unique<Adapter>(cpuName));
 }
 
 FAKE_EXPORT void FreeTargetAdapter(ITargetAdapter* adapter) {
     fake::trace("FreeTargetAdapter");
-    delete adapter;
+    adapters.remove(adapter);
 }
 }
