@@ -20,7 +20,8 @@ if(ORV_BUILD_TESTS)
   add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
   foreach(lib gtest gmock gtest_main gmock_main)
     if(TARGET ${lib})
-      # Its headers are not held to this tree's warnings.
+      # Neither it nor its headers are held to this tree's warnings.
+      target_compile_options(${lib} PRIVATE -w)
       get_target_property(dirs ${lib} INTERFACE_INCLUDE_DIRECTORIES)
       set_target_properties(${lib} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${dirs}")
       if(NOT TARGET GTest::${lib})

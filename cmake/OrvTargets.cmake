@@ -79,7 +79,8 @@ function(orv_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS} GTest::gmock_main)
-  # GoogleTest's macros index arrays of static texts and compare literals in ways these two complain about.
+  # Compiling a test takes longer than running it; half the optimisation is much less than half of the time.
+  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   set(properties TIMEOUT ${ARG_TIMEOUT})
   if(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})

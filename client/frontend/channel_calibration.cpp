@@ -107,6 +107,8 @@ void FrontEndChannel_1::calibrate() {
     } catch (...) {
         // A verification recording moves the state; what the channel was before still holds.
         control.state = stateAtEntry;
+        if (stateAtEntry != Recording)
+            control.threadDone = true; // a verification that never ran has left no thread to wait for
         cal = calAtEntry;
         settings.file = calibration.baseFile;
         try {

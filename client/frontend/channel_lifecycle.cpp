@@ -125,7 +125,12 @@ void FrontEndChannel_1::start(bool) {
         thread->wait();
     if (settings.archive != 0 && control.state != Calibrated)
         rotateDataFile();
-    internalStart(settings.orvBufSize, settings.orvBufMode, settings.testPattern.c_str(), true, true, false);
+    try {
+        internalStart(settings.orvBufSize, settings.orvBufMode, settings.testPattern.c_str(), true, true, false);
+    } catch (...) {
+        control.threadDone = true; // there is none, and whoever waits for it must not wait for ever
+        throw;
+    }
     logStep(here(), "starting collection thread");
     if (!thread->start() && alone) {
         signalStop(Failed, "failed to start collection thread");

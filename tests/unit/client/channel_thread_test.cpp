@@ -72,6 +72,22 @@ TEST_F(ThreadTest, StartIsPossibleFromEveryEndOfARecording) {
 
 // ---- archives ----
 
+TEST_F(ThreadTest, StartThatFailsLeavesNoThreadToWaitForAndCanBeRepeatedBehindAStop) {
+    openCalibrated();
+    EXPECT_CALL(transmitter, program)
+        .WillOnce(testing::Throw(Exception("transmitter", 1, eXMTR, "failed enabling port")))
+        .WillRepeatedly(testing::Return());
+    EXPECT_THROW(channel->start(false), Exception);
+    EXPECT_EQ(state(), Recording);
+    EXPECT_TRUE(status().threadDone);
+    channel->stop();
+    EXPECT_EQ(state(), Stopped);
+    channel->start(false);
+    EXPECT_FALSE(status().threadDone);
+    channel->stop();
+    waitUntilDone();
+}
+
 TEST_F(ThreadTest, ArchiveIsABudgetThatIsSpent) {
     openCalibrated();
     channel->setProperty("archive", "3");
