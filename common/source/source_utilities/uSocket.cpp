@@ -1,6 +1,8 @@
 #include "common/source/source_utilities/uSocket.h"
 
 #include "common/source/source_utilities/nativeSocket.h"
+#include "common/source/source_utilities/uStopwatch.h"
+#include "common/source/source_utilities/uThread.h"
 
 #include <algorithm>
 #include <array>
@@ -15,6 +17,7 @@ namespace {
 constexpr int brokenPipe = -1;
 constexpr int connectionAborted = 10053;
 constexpr int connectionReset = 10054;
+constexpr int connectionRefused = 10061;
 
 struct ErrorText {
     int code;
@@ -90,6 +93,27 @@ int uSocket::failOpen(const char* prefix, int status) {
     return status;
 }
 
+// Windows' own stack knocks for about two seconds before it reports a refusal, and callers have come to rely on it
+// when they connect to a process that has only just been started. Where a refusal comes at once, this class knocks.
+bool uSocket::knock(std::uint16_t port) {
+    constexpr int attempts = 4;
+    constexpr std::uint32_t pauseMilliseconds = 500;
+    constexpr double atOnce = 0.25; // seconds
+    for (int attempt = 1;; ++attempt) {
+        openHandle();
+        uStopwatch watch;
+        if (nativeSocket::connect(handle, peer.c_str(), port)) {
+            return true;
+        }
+        const bool refused = nativeSocket::lastError() == connectionRefused;
+        if (!refused || attempt == attempts || watch.elapsed() > atOnce) {
+            return false;
+        }
+        close();
+        uThread::sleep(pauseMilliseconds);
+    }
+}
+
 int uSocket::connect(const char* host, std::uint16_t port) {
     close();
     peer = std::string(host != nullptr ? host : "");
@@ -98,8 +122,7 @@ int uSocket::connect(const char* host, std::uint16_t port) {
     if (!nativeSocket::startLayer()) {
         return failOpen("Error starting WinSock", setUpFailed);
     }
-    openHandle();
-    if (!nativeSocket::connect(handle, peer.c_str(), port)) {
+    if (!knock(port)) {
         return failOpen("Error on socket connect", failed);
     }
     local = nativeSocket::localPort(handle);

@@ -38,8 +38,8 @@ public:
     // Closes.
     virtual ~uSocket();
 
-    // `host` is a dotted address; names are not looked up. A refusal is reported after about a second, since the
-    // platform (on Linux: this class in its place) knocks again first. Status 0, 1 or 4. An open handle is closed first, and a
+    // `host` is a dotted address; names are not looked up. A refusal is reported after one to two seconds, since
+    // the platform, or this class in its place, knocks again first. Status 0, 1 or 4. An open handle is closed first, and a
     // failed one does not stay open.
     int connect(const char* host, std::uint16_t port);
 
@@ -73,6 +73,7 @@ public:
 
 private:
     void openHandle();
+    bool knock(std::uint16_t port);
     int failOpen(const char* prefix, int status);
     int recordError(const char* prefix);
 

@@ -2,7 +2,10 @@
 
 namespace VX_QRS {
 
-uStopwatch::uStopwatch() : hasCounter(readFrequency(frequency)) { mark(); }
+uStopwatch::uStopwatch() {
+    hasCounter = readFrequency(frequency);
+    mark();
+}
 
 void uStopwatch::mark() {
     if (hasCounter) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <utility>
 
@@ -137,6 +138,21 @@ TEST(uThread, SleepLastsAtLeastAsLongAsAsked) {
     uStopwatch watch;
     uThread::sleep(30);
     EXPECT_GE(watch.elapsed(), 0.029);
+}
+
+TEST(uStopwatch, AgreesWithTheSystemsSteadyClock) {
+    using Clock = std::chrono::steady_clock;
+    const auto seconds = [](Clock::duration span) { return std::chrono::duration<double>(span).count(); };
+    const auto before = Clock::now();
+    const uStopwatch watch;
+    const auto marked = Clock::now();
+    uThread::sleep(30);
+    const auto asked = Clock::now();
+    const double measured = watch.elapsed();
+    const auto after = Clock::now();
+    constexpr double clocksDiffer = 0.002;
+    EXPECT_GE(measured, seconds(asked - marked) - clocksDiffer);
+    EXPECT_LE(measured, seconds(after - before) + clocksDiffer);
 }
 
 TEST(uStopwatch, MeasuresFromTheLatestMark) {

@@ -104,6 +104,23 @@ TEST(uTimer, DelayHasToPassBetweenFirings) {
     }
 }
 
+TEST(uTimer, DelayThatHasNotPassedDoesNotFire) {
+    std::atomic<int> ticks{0};
+    std::atomic<int> fired{0};
+    Action tick([&] { ++ticks; });
+    Action late([&] { ++fired; });
+    uTimer timer;
+    timer.setPollingInterval(0.002);
+    timer.registerCallable(&tick, 0.0, endless);
+    timer.registerCallable(&late, 3600.0, 1);
+    ASSERT_TRUE(timer.start());
+    while (ticks < 5) {
+        uThread::sleep(1);
+    }
+    timer.stop();
+    EXPECT_EQ(fired, 0);
+}
+
 TEST(uTimer, RefusesChangesWhileRunning) {
     Action action(nothing);
     uTimer timer;

@@ -112,23 +112,11 @@ Handle create() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP
 bool setNoDelay(Handle handle) { return setOn(handle, IPPROTO_TCP, TCP_NODELAY); }
 
 bool connect(Handle handle, const char* address, std::uint16_t port) {
-    // Windows' own stack knocks again, twice and half a second apart, before it reports a refusal. Callers there have
-    // come to rely on it when they connect to a process that has only just been started.
-    constexpr int attempts = 3;
-    constexpr useconds_t pauseMicroseconds = 500000;
     sockaddr_in record = addressOf(inet_addr(address), port);
-    for (int attempt = 1;; ++attempt) {
-        if (::connect(descriptor(handle), general(&record), sizeof record) == 0) {
-            return true;
-        }
-        if (errno == EINTR && finishConnect(handle)) {
-            return true;
-        }
-        if (errno != ECONNREFUSED || attempt == attempts) {
-            return false;
-        }
-        usleep(pauseMicroseconds);
+    if (::connect(descriptor(handle), general(&record), sizeof record) == 0) {
+        return true;
     }
+    return errno == EINTR && finishConnect(handle);
 }
 
 bool bindToAnyAddress(Handle handle, std::uint16_t port) {
