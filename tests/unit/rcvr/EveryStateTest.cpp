@@ -1,5 +1,7 @@
 #include "DriverFixture.h"
 
+#include "common/source/source_utilities/uEnvironment.h"
+
 // Every operation in every state, with whatever a host may pass: an Error or an effect, and nothing else.
 
 namespace {
@@ -8,6 +10,10 @@ using namespace rcvr_test;
 
 class EveryState : public DriverFixture {
 protected:
+    // A bare name is a file in the working directory.
+    const std::string place = folder.folder();
+    VX_QRS::uEnvironment::ScopedDirectoryChanger inside{place.c_str()};
+
     EveryState() {
         makeDriver();
         driver->SetConfiguration(settingsFile().c_str());
