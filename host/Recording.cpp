@@ -80,7 +80,8 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEa
             break;
         if (read == 0)
             throw Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(total) +
-                                                        " samples but gives only " + std::to_string(start));
+                                                        " samples but its file holds only " + std::to_string(start) +
+                                                        "; is the disk full?");
         bytes.clear();
         for (unsigned i = 0; i < read; ++i) {
             for (unsigned shift = 0; shift < 64; shift += 8)
