@@ -2,9 +2,20 @@
 
 #include "common/source/source_utilities/source_utilities_error.h"
 
+#include <algorithm>
 #include <new>
 
 namespace VX_QRS {
+
+namespace {
+
+// Truncated. What no sleep can take becomes the nearest that one can; a negative time is none.
+std::uint32_t wholeMilliseconds(double seconds) {
+    constexpr double longest = 0xFFFFFFFE; // one more would be without an end
+    return seconds > 0 ? static_cast<std::uint32_t>(std::min(seconds * 1000.0, longest)) : 0;
+}
+
+} // namespace
 
 uTimer::uTimer() {
     try {
@@ -66,7 +77,7 @@ void uTimer::wait() { thread->wait(); }
 
 void uTimer::run() {
     stopwatch.mark();
-    const auto pause = static_cast<std::uint32_t>(pollingInterval * 1000.0);
+    const std::uint32_t pause = wholeMilliseconds(pollingInterval);
     while (!stopFlag) {
         uThread::sleep(pause);
         const double seconds = stopwatch.elapsed();

@@ -20,6 +20,8 @@ struct ScriptedPlatform {
     std::int64_t counterStep = 0; // by which every reading moves the counter on
     int counterReadings = 0;
 
+    bool threadsAreThere = true; // otherwise the memory for one is refused
+    bool threadsStart = true;
     std::vector<std::uint32_t> sleeps; // milliseconds
     std::vector<std::string> debugger; // lines
 
@@ -37,5 +39,8 @@ struct ScriptedPlatform {
 
 // The one in force. A test begins with a new one.
 ScriptedPlatform& platform();
+
+// The next piece of memory that is asked for is refused.
+void refuseNextMemory();
 
 } // namespace VX_QRS::test

@@ -1,4 +1,6 @@
-// Rules about time, on a clock that the test sets.
+// Rules about time, on a clock that the test sets, and what follows when threads and memory are refused.
+#include "common/source/Exception.h"
+#include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uStopwatch.h"
@@ -6,6 +8,7 @@
 #include "common/source/source_utilities/uTimer.h"
 
 #include "tests/unit/common/TemporaryFolder.h"
+#include "tests/unit/common/failureText.h"
 #include "tests/unit/common/scriptedPlatform.h"
 
 #include <gtest/gtest.h>
@@ -181,13 +184,45 @@ TEST_F(ScriptedTimer, RoundFollowsTheLastFiringAndEndsTheTimer) {
 
 TEST_F(ScriptedTimer, IntervalIsCutToWholeMilliseconds) {
     for (const auto& [seconds, milliseconds] :
-         {std::pair{0.0299, 29U}, std::pair{0.0009, 0U}, std::pair{2.0, 2000U}, std::pair{0.0, 0U}}) {
+         {std::pair{0.0299, 29U}, std::pair{0.0009, 0U}, std::pair{2.0, 2000U}, std::pair{0.0, 0U},
+          std::pair{-1.0, 0U}, std::pair{1e12, 0xFFFFFFFEU}}) {
         platform().sleeps.clear();
         uTimer timer;
         timer.setPollingInterval(seconds);
         ASSERT_TRUE(timer.start());
         EXPECT_EQ(platform().sleeps, std::vector<std::uint32_t>{milliseconds});
     }
+}
+
+TEST_F(ScriptedTimer, WithoutMemoryForItsThreadThereIsNoTimer) {
+    platform().threadsAreThere = false;
+    EXPECT_EQ(test::failureText<source_utilities_error>([] { uTimer timer; }), "uTimer failed to allocate its thread");
+}
+
+TEST_F(ScriptedTimer, ThreadThatDoesNotStartLeavesTheTimerStopped) {
+    platform().threadsStart = false;
+    uTimer timer;
+    EXPECT_FALSE(timer.start());
+    EXPECT_NO_THROW(timer.setPollingInterval(1.0));
+    platform().threadsStart = true;
+    EXPECT_TRUE(timer.start());
+}
+
+TEST(ScriptedMemory, ParserThatCannotBeMadeIsAFailureAndNoUse) {
+    using namespace ORV::CLIENT;
+    test::refuseNextMemory();
+    try {
+        createPropertyParser();
+        ADD_FAILURE() << "no failure was thrown";
+    } catch (const Exception& e) {
+        EXPECT_EQ(e.status(), eALLOC);
+        EXPECT_STREQ(e.detail(), "");
+    }
+    PropertyParser_1 foreign;
+    EXPECT_NO_THROW(destroyPropertyParser(&foreign)) << "nothing is in use";
+    PropertyParser* parser = createPropertyParser();
+    EXPECT_NE(parser, nullptr);
+    destroyPropertyParser(parser);
 }
 
 } // namespace

@@ -232,7 +232,7 @@ TEST_F(uLoggerTest, TwoLogsOfTwoThreadsDoNotDisturbEachOther) {
     EXPECT_EQ(lines().size(), 300U);
 }
 
-TEST_F(uLoggerTest, SwitchingOffAndOnAmidLinesLosesNoneInTheMiddle) {
+TEST_F(uLoggerTest, SwitchingOffAndOnAmidLinesBreaksNone) {
     std::thread thread([&] {
         for (int i = 0; i < 500; ++i) {
             logger.log(1, 0, "line");
@@ -242,7 +242,13 @@ TEST_F(uLoggerTest, SwitchingOffAndOnAmidLinesLosesNoneInTheMiddle) {
         logger.setEnabled(i % 2 != 0);
     }
     thread.join();
-    EXPECT_THAT(lines(), testing::Each("M      line"));
+    EXPECT_TRUE(logger.isEnabled());
+    logger.log(1, 0, "last");
+    std::vector<std::string> got = lines();
+    ASSERT_FALSE(got.empty());
+    EXPECT_EQ(got.back(), "M      last");
+    got.pop_back();
+    EXPECT_THAT(got, testing::Each("M      line"));
 }
 
 } // namespace

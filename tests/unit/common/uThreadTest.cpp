@@ -1,8 +1,11 @@
 #include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uThread.h"
 
+#include "tests/unit/common/ownPriority.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -50,7 +53,9 @@ TEST(uThread, WaitGivesUpWhenTheTimeHasRunOut) {
     uThread thread(&body);
     ASSERT_TRUE(thread.start());
     EXPECT_FALSE(thread.wait(0));
-    EXPECT_FALSE(thread.wait(10));
+    uStopwatch watch;
+    EXPECT_FALSE(thread.wait(30));
+    EXPECT_GE(watch.elapsed(), 0.029);
     EXPECT_FALSE(thread.start()) << "it still runs";
     go = true;
     EXPECT_TRUE(thread.wait(60000));
@@ -134,10 +139,29 @@ TEST(uThread, PriorityAndStackSizeAreAccepted) {
     EXPECT_TRUE(small.wait());
 }
 
-TEST(uThread, SleepLastsAtLeastAsLongAsAsked) {
-    uStopwatch watch;
-    uThread::sleep(30);
-    EXPECT_GE(watch.elapsed(), 0.029);
+TEST(uThread, PriorityReachesTheThread) {
+    for (const std::int32_t wanted : {0, -15}) { // the latter is the platform's least
+        const int expected = wanted == 0 ? test::ownPriority() : wanted;
+        std::atomic<int> seen{99};
+        Body body([&] { seen = test::ownPriority(); });
+        uThread thread(&body, wanted);
+        ASSERT_TRUE(thread.start());
+        ASSERT_TRUE(thread.wait());
+        EXPECT_EQ(seen, expected);
+    }
+}
+
+TEST(uThread, SleepLastsAtLeastAsLongAsAskedAndNotTwice) {
+    double shortest = 1e9;
+    // A busy machine may wake a sleeper late, though not every time.
+    for (int i = 0; i < 20 && shortest >= 0.06; ++i) {
+        uStopwatch watch;
+        uThread::sleep(30);
+        const double seconds = watch.elapsed();
+        EXPECT_GE(seconds, 0.029);
+        shortest = std::min(shortest, seconds);
+    }
+    EXPECT_LT(shortest, 0.06);
 }
 
 TEST(uStopwatch, AgreesWithTheSystemsSteadyClock) {

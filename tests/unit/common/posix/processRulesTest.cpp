@@ -117,6 +117,19 @@ TEST(ProcessRules, FolderOfTheNameIsPassedOver) {
     uEnvironment::terminateProcess(child);
 }
 
+TEST(WorkingDirectory, OneThatIsGoneCannotBeTold) {
+    const test::TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path("gone"));
+    std::string before;
+    uEnvironment::getCurrentDirectory(before);
+    std::filesystem::current_path(folder.path("gone"));
+    std::filesystem::remove(folder.path("gone"));
+    std::string directory;
+    EXPECT_EQ(test::failureText<source_utilities_error>([&] { uEnvironment::getCurrentDirectory(directory); }),
+              "failed to get current working directory");
+    std::filesystem::current_path(before);
+}
+
 TEST(ProfileDirectory, HomeStandsInForAnEmptyProfile) {
     const std::string profile = uEnvironment::get("USERPROFILE");
     const std::string home = uEnvironment::get("HOME");
