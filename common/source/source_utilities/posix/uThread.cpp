@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <utility>
 
 #include <pthread.h>
 #include <sys/resource.h>
@@ -84,14 +85,17 @@ bool uThread::start() {
         pthread_attr_setstacksize(&attributes, (wanted + page - 1) / page * page);
     }
     auto holder = std::make_unique<std::shared_ptr<Course>>(course);
+    // In place ahead of the thread, which may ask about itself at once.
+    const std::shared_ptr<Course> before = std::exchange(native->course, course);
+    native->joined = false;
     const bool made = pthread_create(&native->handle, &attributes, enter, holder.get()) == 0;
     pthread_attr_destroy(&attributes);
     if (!made) {
+        native->course = before;
+        native->joined = true;
         return false;
     }
     static_cast<void>(holder.release()); // the thread's now
-    native->course = course;
-    native->joined = false;
     std::unique_lock lock(course->mutex);
     course->changed.wait(lock, [&] { return course->threadId != 0; });
     return true;
