@@ -11,7 +11,13 @@ namespace host {
 
 namespace {
 
-__attribute__((format(gnu_printf, 1, 2))) std::string print(const char* format, ...) {
+// The C++ run-time used here formats in the GNU way on both systems, which only GCC has a name for.
+#ifdef __clang__
+__attribute__((format(printf, 1, 2)))
+#else
+__attribute__((format(gnu_printf, 1, 2)))
+#endif
+std::string print(const char* format, ...) {
     std::array<char, 512> text{};
     va_list values;
     va_start(values, format);
