@@ -50,6 +50,7 @@ TEST_F(uProcessTest, StartsABareNameFromTheCurrentDirectoryWithItsArguments) {
     start("0 one  two \"with blank\" \"\" end");
     ASSERT_NE(child, 0U);
     awaitReport();
+    awaitEnd(); // a file that has only just been renamed cannot always be opened at once
     EXPECT_EQ(folder.read("report"), "one\ntwo\nwith blank\n\nend\n");
     awaitEnd();
     EXPECT_EQ(uEnvironment::findProcess(childName, child), 0U);
@@ -59,6 +60,7 @@ TEST_F(uProcessTest, OtherModesStartAsWell) {
     start("0 one", childName, 0);
     ASSERT_NE(child, 0U);
     awaitReport();
+    awaitEnd(); // a file that has only just been renamed cannot always be opened at once
     EXPECT_EQ(folder.read("report"), "one\n");
     awaitEnd();
 }
@@ -127,6 +129,7 @@ TEST_F(uProcessTest, StartsAlongThePath) {
     uEnvironment::set("PATH", before.c_str());
     ASSERT_NE(child, 0U);
     awaitReport();
+    awaitEnd(); // a file that has only just been renamed cannot always be opened at once
     EXPECT_EQ(folder.read("report"), "found\n");
     awaitEnd();
 }
