@@ -14,9 +14,9 @@ enum ChannelState : std::int32_t {
     Calibrating = 1, ///< reported by status while calibrate runs, never stored
     Calibrated = 2,
     Recording = 3,
-    Failed = 4, ///< a recording ended by a channel error
-    Idle = 5, ///< the unit's buffer filled in stop mode
-    Stopped = 6, ///< stopped by request or by the trigger file
+    Failed = 4,    ///< a recording ended by a channel error
+    Idle = 5,      ///< the unit's buffer filled in stop mode
+    Stopped = 6,   ///< stopped by request or by the trigger file
     Triggered = 7, ///< requested by status and never accepted
 };
 

@@ -16,7 +16,7 @@ struct PinReport {
     /// At the delay taken as a lag, which is on the far side of the peak. Data pins only.
     std::optional<double> correlation;
     std::optional<double> correlationAtZero; ///< with the pins as they are set in the end
-    std::optional<unsigned> edges; ///< reserved by the receiver, always 0
+    std::optional<unsigned> edges;           ///< reserved by the receiver, always 0
     std::optional<unsigned> glitches;
     std::optional<unsigned> ringing;
     std::optional<std::uint32_t> marginBefore; ///< room ahead of the sampling point; nothing when not measured

@@ -9,12 +9,12 @@ namespace host {
 
 /// What a user can choose about a channel. The receiver reads it from a small XML file.
 struct ChannelSettings {
-    unsigned dataPins = 4;        ///< 1, 2 or 4
-    std::string pinMap;           ///< EMU pins, clock first, separated by ","; empty: the receiver looks for one
+    unsigned dataPins = 4;          ///< 1, 2 or 4
+    std::string pinMap;             ///< EMU pins, clock first, separated by ","; empty: the receiver looks for one
     std::string exportKind = "pti"; ///< "pti", "tpiu", "tpiulite"
-    unsigned bufferIndex = 0;     ///< index into bufferSizes
-    bool stopOnFull = true;       ///< false: the buffer wraps
-    bool followTarget = true;     ///< the recording follows the target's run and halt
+    unsigned bufferIndex = 0;       ///< index into bufferSizes
+    bool stopOnFull = true;         ///< false: the buffer wraps
+    bool followTarget = true;       ///< the recording follows the target's run and halt
 };
 
 /// Names of the capture unit's buffer sizes, 256 KiB times two to the power of the index.

@@ -13,12 +13,18 @@ using Vx::Qrs::Zarn::cZarnErrorIF;
 namespace {
 
 // What the receiver says when the fault lies with a process or library around it.
-constexpr std::array systemTexts{"data server failure",      "dll load failure",
-                                 "disconnected from server", "failed to write to server",
-                                 "failed to start server",   "failed to connect to server",
-                                 "ecom version mismatch",    "failed to create io",
-                                 "internal rsp",             "invalid rsp",
-                                 "invald rsp",               "Cannot load target adapter",
+constexpr std::array systemTexts{"data server failure",
+                                 "dll load failure",
+                                 "disconnected from server",
+                                 "failed to write to server",
+                                 "failed to start server",
+                                 "failed to connect to server",
+                                 "ecom version mismatch",
+                                 "failed to create io",
+                                 "internal rsp",
+                                 "invalid rsp",
+                                 "invald rsp",
+                                 "Cannot load target adapter",
                                  "Cannot get target adapter"};
 
 constexpr unsigned attempts = 20;

@@ -125,8 +125,7 @@ void RecordRun::prepareSettings() {
 void RecordRun::calibrate(Receiver& receiver) {
     const auto start = std::chrono::steady_clock::now();
     const auto finish = [&] {
-        result.calibrationSeconds =
-            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        result.calibrationSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         collect(receiver);
     };
     try {
@@ -247,8 +246,8 @@ void RecordRun::run() {
     if (!interrupted())
         record(receiver);
     if (interrupted())
-        throw Failure(ExitCode::Interrupted, result.recorded ? "interrupted; what was captured is kept"
-                                                             : "interrupted before the recording");
+        throw Failure(ExitCode::Interrupted,
+                      result.recorded ? "interrupted; what was captured is kept" : "interrupted before the recording");
 }
 
 } // namespace

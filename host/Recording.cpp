@@ -74,8 +74,7 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEa
     std::vector<unsigned char> bytes;
     for (unsigned start = 0; start < total;) {
         unsigned read = 0;
-        guarded(ExitCode::RecordingError,
-                [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
+        guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
         if (read == 0 && mayEndEarly)
             break;
         if (read == 0)

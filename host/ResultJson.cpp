@@ -85,9 +85,9 @@ std::string resultJson(const RecordResult& result) {
     out["pinMap"] = result.pinMap;
     out["calibration"] = calibrationJson(result);
     if (result.recorded)
-        out["recording"] = {{"state", result.state},     {"samples", result.samples},
+        out["recording"] = {{"state", result.state},       {"samples", result.samples},
                             {"bytes", result.samples * 8}, {"seconds", result.recordingSeconds},
-                            {"wrapped", result.wrapped}, {"crc32", result.checksum}};
+                            {"wrapped", result.wrapped},   {"crc32", result.checksum}};
     json files = json::object();
     for (const auto& [what, where] : result.files)
         files[what] = where;

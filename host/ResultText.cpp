@@ -17,7 +17,8 @@ __attribute__((format(printf, 1, 2)))
 #else
 __attribute__((format(gnu_printf, 1, 2)))
 #endif
-std::string print(const char* format, ...) {
+std::string
+print(const char* format, ...) {
     std::array<char, 512> text{};
     va_list values;
     va_start(values, format);

@@ -50,8 +50,7 @@ void RunFolder::enterBench(const Scenario& scenario, const std::string& play,
         throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + benchFolder().string());
     setEnvironment("ORV_BENCH_SCENARIO", scenario.file.string());
     setEnvironment("ORV_BENCH_DIR", benchFolder().string());
-    setEnvironment("ORV_BENCH_PLAY",
-                   play.empty() ? play : std::filesystem::absolute(play).make_preferred().string());
+    setEnvironment("ORV_BENCH_PLAY", play.empty() ? play : std::filesystem::absolute(play).make_preferred().string());
     setEnvironment("COMMON_HELIX", programs.string());
     setEnvironment("USERPROFILE", folder.string());
     setEnvironment("HOME", folder.string());

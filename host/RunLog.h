@@ -12,9 +12,9 @@ namespace host {
 /// One frequency setting of the transmitter, as far as the log names it.
 struct FrequencySetting {
     enum class Verdict {
-        Measured,  ///< usable, but not tried
-        Chosen,    ///< the calibration ended with it
-        Rejected,  ///< tried, or measured, and found unusable
+        Measured, ///< usable, but not tried
+        Chosen,   ///< the calibration ended with it
+        Rejected, ///< tried, or measured, and found unusable
     };
     unsigned setting = 0;
     double hertz = 0.0;

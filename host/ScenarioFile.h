@@ -17,7 +17,7 @@ struct Scenario {
     std::string cpu;
     ChannelSettings settings;
     std::map<std::string, std::string> environment; ///< variables of the run, by name
-    std::map<std::string, std::string> expect; ///< what its author says will come of it
+    std::map<std::string, std::string> expect;      ///< what its author says will come of it
 };
 
 /// Throws Failure (BadInput) for a file that is missing or damaged.

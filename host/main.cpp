@@ -32,8 +32,8 @@ CLI::App* addRecord(CLI::App& app, RecordOptions& options) {
     record->add_option("--cpu", options.cpu, "Full CPU name; a scenario brings its own");
     record->add_option("--play", options.play, "File that the simulated target sends once recording starts")
         ->needs(scenario);
-    auto* seconds = record->add_option("--seconds", options.seconds, "Length of the recording (1)")
-                        ->check(CLI::Range(0.0, 1e6));
+    auto* seconds =
+        record->add_option("--seconds", options.seconds, "Length of the recording (1)")->check(CLI::Range(0.0, 1e6));
     auto* full = record->add_flag("--until-full", options.untilFull, "Record until the unit's buffer is full")
                      ->excludes(seconds);
     record->add_flag("--trigger-file", options.triggerFile, "End it by the trigger file instead of a stop")

@@ -15,22 +15,20 @@ using Block __attribute__((vector_size(16))) = std::uint8_t;
 using Halves = std::array<std::uint64_t, 2>;
 constexpr std::size_t blockSize = sizeof(Block);
 
-Block load(const std::uint8_t* from)
-{
+Block load(const std::uint8_t* from) {
     Block block;
     std::memcpy(&block, from, blockSize);
     return block;
 }
 
-void store(std::uint8_t* to, const Block& block)
-{
+void store(std::uint8_t* to, const Block& block) {
     std::memcpy(to, &block, blockSize);
 }
 
 // Index of the first byte of a comparison's result that is set; blockSize when there is none. One branch only: where
 // in the block the byte stands is nothing that a processor could guess.
-template <class Mask> std::size_t firstSet(const Mask& mask)
-{
+template <class Mask>
+std::size_t firstSet(const Mask& mask) {
     static_assert(sizeof(Mask) == blockSize);
     static_assert(std::endian::native == std::endian::little, "the first byte is the lowest one");
     const auto halves = std::bit_cast<Halves>(mask);
@@ -44,15 +42,13 @@ template <class Mask> std::size_t firstSet(const Mask& mask)
     return static_cast<std::size_t>(std::countr_zero(low | high << 8));
 }
 
-std::size_t firstToEscape(const Block& block)
-{
+std::size_t firstToEscape(const Block& block) {
     return firstSet((block == escapeByte) | (block == packetEnd) | (block == packetStart) | (block == runLengthByte));
 }
 
 } // namespace
 
-std::size_t escapeBytes(std::span<const std::uint8_t> in, std::uint8_t* out)
-{
+std::size_t escapeBytes(std::span<const std::uint8_t> in, std::uint8_t* out) {
     const std::uint8_t* from = in.data();
     const std::uint8_t* const end = from + in.size();
     std::uint8_t* to = out;
@@ -78,8 +74,7 @@ std::size_t escapeBytes(std::span<const std::uint8_t> in, std::uint8_t* out)
     return static_cast<std::size_t>(to - out);
 }
 
-Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out)
-{
+Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
     const std::uint8_t* from = in.data();
     const std::uint8_t* const end = from + in.size();
     std::uint8_t* to = out.data();

@@ -14,8 +14,7 @@ inline constexpr std::uint8_t packetEnd = 0x23;   // #
 /// Not used by this framing, but reserved by the protocol whose packet shape it has.
 inline constexpr std::uint8_t runLengthByte = 0x2A; // *
 
-constexpr bool needsEscape(std::uint8_t value)
-{
+constexpr bool needsEscape(std::uint8_t value) {
     return value == escapeByte || value == packetEnd || value == packetStart || value == runLengthByte;
 }
 

@@ -6,8 +6,7 @@ namespace {
 constexpr int baseVerbosity = 0; // nothing in this system asks for more
 }
 
-int traceVerbosity()
-{
+int traceVerbosity() {
     static const int verbosity = baseVerbosity + 2;
     return verbosity;
 }

@@ -7,7 +7,8 @@ namespace MPX_GDB_AGENT {
 
 /// Text stream that collects what is written to it and hands it to `Policy::output` when it is destroyed.
 /// @tparam Policy has a static `void output(const std::string& text)` that does not throw.
-template <class Policy> class GdbDisplay : public std::ostringstream {
+template <class Policy>
+class GdbDisplay : public std::ostringstream {
 public:
     GdbDisplay() = default;
     GdbDisplay(const GdbDisplay&) = delete;

@@ -13,14 +13,12 @@ namespace {
 constexpr std::uint32_t neverCreated = 1;
 
 // A socket moves its counts as signed numbers.
-std::uint32_t oneCall(std::uint32_t size)
-{
+std::uint32_t oneCall(std::uint32_t size) {
     constexpr auto most = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
     return size < most ? size : most;
 }
 
-std::uint32_t moved(std::int32_t count)
-{
+std::uint32_t moved(std::int32_t count) {
     return count > 0 ? static_cast<std::uint32_t>(count) : 0;
 }
 
@@ -30,27 +28,23 @@ GdbTcpipIo::GdbTcpipIo(std::uint32_t port) : listener(new (std::nothrow) uSocket
 
 GdbTcpipIo::~GdbTcpipIo() = default;
 
-bool GdbTcpipIo::isConnected() const
-{
+bool GdbTcpipIo::isConnected() const {
     return client != nullptr && client->isOpen();
 }
 
-std::uint32_t GdbTcpipIo::listenOn()
-{
+std::uint32_t GdbTcpipIo::listenOn() {
     if (listener == nullptr)
         return neverCreated;
     return listener->listen(static_cast<std::uint16_t>(portNumber)) == uSocket::done ? IoOk : IoListenFailed;
 }
 
-std::uint32_t GdbTcpipIo::stopListening()
-{
+std::uint32_t GdbTcpipIo::stopListening() {
     if (listener != nullptr)
         listener->close();
     return IoOk;
 }
 
-std::uint32_t GdbTcpipIo::acceptClient(std::int32_t waitMs)
-{
+std::uint32_t GdbTcpipIo::acceptClient(std::int32_t waitMs) {
     if (isConnected())
         return IoOk;
     if (listener == nullptr || !listener->isOpen())
@@ -65,8 +59,7 @@ std::uint32_t GdbTcpipIo::acceptClient(std::int32_t waitMs)
     return IoOk;
 }
 
-const char* GdbTcpipIo::peerName()
-{
+const char* GdbTcpipIo::peerName() {
     static std::string name;
     name.clear();
     if (isConnected()) {
@@ -78,16 +71,14 @@ const char* GdbTcpipIo::peerName()
     return name.c_str();
 }
 
-void GdbTcpipIo::closeClient()
-{
+void GdbTcpipIo::closeClient() {
     if (client != nullptr)
         client->close();
     delete client;
     client = nullptr;
 }
 
-std::uint32_t GdbTcpipIo::receive(void* buffer, std::uint32_t size, std::uint32_t& count)
-{
+std::uint32_t GdbTcpipIo::receive(void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
     if (client == nullptr)
         return IoNotConnected;
@@ -103,15 +94,13 @@ std::uint32_t GdbTcpipIo::receive(void* buffer, std::uint32_t size, std::uint32_
     return IoOk;
 }
 
-std::uint32_t GdbTcpipIo::waitReadable(std::int32_t waitMs)
-{
+std::uint32_t GdbTcpipIo::waitReadable(std::int32_t waitMs) {
     if (client == nullptr)
         return IoNotConnected;
     return client->waitReadable(waitMs) ? IoOk : IoTimeout;
 }
 
-std::uint32_t GdbTcpipIo::send(const void* buffer, std::uint32_t size, std::uint32_t& count)
-{
+std::uint32_t GdbTcpipIo::send(const void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
     if (client == nullptr)
         return IoNotConnected;
@@ -127,13 +116,11 @@ std::uint32_t GdbTcpipIo::send(const void* buffer, std::uint32_t size, std::uint
     return IoOk;
 }
 
-std::uint32_t GdbTcpipIo::waitWritable(std::int32_t)
-{
+std::uint32_t GdbTcpipIo::waitWritable(std::int32_t) {
     return client == nullptr ? IoNotConnected : IoOk;
 }
 
-std::uint32_t GdbTcpipIo::connectTo(const char* host)
-{
+std::uint32_t GdbTcpipIo::connectTo(const char* host) {
     if (isConnected())
         return IoOk;
     if (client == nullptr)

@@ -4,8 +4,7 @@
 
 namespace MPX_GDB_AGENT {
 
-char hexDigit(int value)
-{
+char hexDigit(int value) {
     if (value < 0 || value >= 16) {
         if (traceVerbosity() >= 0)
             CLIENTOut() << "Internal error: invalid hex value: " << value;

@@ -15,20 +15,17 @@ namespace {
 constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
 
 // Zeroed by the platform where it can: pages that were never used need no pass over them.
-std::uint8_t* allocateZeroed(std::size_t size)
-{
+std::uint8_t* allocateZeroed(std::size_t size) {
     return static_cast<std::uint8_t*>(std::calloc(size, 1));
 }
 
 } // namespace
 
-PacketBuffer::~PacketBuffer()
-{
+PacketBuffer::~PacketBuffer() {
     std::free(storage);
 }
 
-bool PacketBuffer::create(std::uint32_t size)
-{
+bool PacketBuffer::create(std::uint32_t size) {
     std::free(storage);
     capacity = 0;
     offset = 0;
@@ -43,21 +40,18 @@ bool PacketBuffer::create(std::uint32_t size)
     return true;
 }
 
-bool PacketBuffer::reserve(std::uint32_t size)
-{
+bool PacketBuffer::reserve(std::uint32_t size) {
     return storage == nullptr && create(size);
 }
 
-void PacketBuffer::clear()
-{
+void PacketBuffer::clear() {
     offset = 0;
     length = 0;
     if (capacity != 0)
         std::memset(storage, 0, capacity);
 }
 
-bool PacketBuffer::ensureSpace(std::uint32_t count)
-{
+bool PacketBuffer::ensureSpace(std::uint32_t count) {
     const std::uint32_t room = capacity - length;
     if (count > room) {
         const std::uint64_t needed = std::uint64_t{length} + count + 1;
@@ -71,8 +65,7 @@ bool PacketBuffer::ensureSpace(std::uint32_t count)
     return true;
 }
 
-bool PacketBuffer::growTo(std::uint32_t newCapacity)
-{
+bool PacketBuffer::growTo(std::uint32_t newCapacity) {
     const std::size_t needed = std::size_t{newCapacity} + 1;
     if (needed <= allocated) {
         if (offset != 0)
@@ -98,8 +91,7 @@ bool PacketBuffer::growTo(std::uint32_t newCapacity)
     return true;
 }
 
-bool PacketBuffer::appendByte(std::uint8_t value)
-{
+bool PacketBuffer::appendByte(std::uint8_t value) {
     if (!ensureSpace(1))
         return false;
     *space() = value;
@@ -107,8 +99,7 @@ bool PacketBuffer::appendByte(std::uint8_t value)
     return true;
 }
 
-bool PacketBuffer::appendEscaped(const void* bytes, std::uint32_t count)
-{
+bool PacketBuffer::appendEscaped(const void* bytes, std::uint32_t count) {
     if (count > largest / 2 || !ensureSpace(2 * count))
         return false;
     if (count != 0) {
@@ -118,8 +109,7 @@ bool PacketBuffer::appendEscaped(const void* bytes, std::uint32_t count)
     return true;
 }
 
-bool PacketBuffer::appendChecksum(std::uint8_t value)
-{
+bool PacketBuffer::appendChecksum(std::uint8_t value) {
     if (!ensureSpace(2))
         return false;
     *space() = static_cast<std::uint8_t>(hexDigit(value >> 4));
@@ -129,8 +119,7 @@ bool PacketBuffer::appendChecksum(std::uint8_t value)
     return true;
 }
 
-bool PacketBuffer::startsWith(const char* text, std::uint32_t count, bool consume)
-{
+bool PacketBuffer::startsWith(const char* text, std::uint32_t count, bool consume) {
     if (count > length || (count != 0 && std::memcmp(unread(), text, count) != 0))
         return false;
     if (consume) {
@@ -140,8 +129,7 @@ bool PacketBuffer::startsWith(const char* text, std::uint32_t count, bool consum
     return true;
 }
 
-bool PacketBuffer::findByte(std::uint8_t value, std::uint32_t& index, std::uint32_t from) const
-{
+bool PacketBuffer::findByte(std::uint8_t value, std::uint32_t& index, std::uint32_t from) const {
     if (from >= length)
         return false;
     const void* const found = std::memchr(unread() + from, value, length - from);
@@ -151,16 +139,14 @@ bool PacketBuffer::findByte(std::uint8_t value, std::uint32_t& index, std::uint3
     return true;
 }
 
-bool PacketBuffer::peekByte(std::uint32_t index, std::uint8_t& value) const
-{
+bool PacketBuffer::peekByte(std::uint32_t index, std::uint8_t& value) const {
     if (index > length || storage == nullptr)
         return false;
     value = unread()[index];
     return true;
 }
 
-void PacketBuffer::drop(std::uint32_t count)
-{
+void PacketBuffer::drop(std::uint32_t count) {
     if (count < length) {
         const std::uint32_t rest = length - count;
         std::memmove(storage, storage + offset + count, rest);
@@ -172,8 +158,7 @@ void PacketBuffer::drop(std::uint32_t count)
     offset = 0;
 }
 
-std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t& decoded)
-{
+std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t& decoded) {
     decoded = 0;
     if (count == 0 || length == 0)
         return 0;
@@ -192,8 +177,7 @@ std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t
     return used;
 }
 
-void PacketBuffer::terminate()
-{
+void PacketBuffer::terminate() {
     if (storage != nullptr)
         *space() = 0;
 }

@@ -14,16 +14,14 @@ constexpr int packetVerbosity = 7;
 constexpr std::size_t sentLimit = 200;
 constexpr std::size_t receivedLimit = 80;
 
-void tracePacket(const char* prefix, const PacketBuffer& buffer, std::size_t limit)
-{
+void tracePacket(const char* prefix, const PacketBuffer& buffer, std::size_t limit) {
     if (traceVerbosity() >= packetVerbosity)
         CLIENTOut() << describePacket(prefix, {buffer.unread(), buffer.length}, limit);
 }
 
 } // namespace
 
-std::string describePacket(const char* prefix, std::span<const std::uint8_t> bytes, std::size_t limit)
-{
+std::string describePacket(const char* prefix, std::span<const std::uint8_t> bytes, std::size_t limit) {
     std::ostringstream line;
     line << prefix;
     for (const std::uint8_t byte : bytes.first(std::min(bytes.size(), limit))) {
@@ -38,8 +36,7 @@ std::string describePacket(const char* prefix, std::span<const std::uint8_t> byt
     return line.str();
 }
 
-std::uint32_t writePacket(IGdbIo& io, PacketBuffer& buffer)
-{
+std::uint32_t writePacket(IGdbIo& io, PacketBuffer& buffer) {
     const std::uint32_t total = buffer.length;
     std::uint32_t sent = 0;
     while (sent < total) {
@@ -54,8 +51,7 @@ std::uint32_t writePacket(IGdbIo& io, PacketBuffer& buffer)
     return IoOk;
 }
 
-std::uint32_t readPacket(IGdbIo& io, PacketBuffer& buffer, std::uint32_t chunkSize, std::int32_t waitMs)
-{
+std::uint32_t readPacket(IGdbIo& io, PacketBuffer& buffer, std::uint32_t chunkSize, std::int32_t waitMs) {
     if (!buffer.ensureSpace(chunkSize + 1))
         return IoOk;
     if (chunkSize != 0) {

@@ -75,12 +75,11 @@ WorkingOrder orderRequests(const PinRequests& requests) {
     return order;
 }
 
-bool grantAll(PinGrants& grants, const Pinout& pinout, OwnerNames& owners, const WorkingOrder& order,
-              bool allExact, Limits limits) {
+bool grantAll(PinGrants& grants, const Pinout& pinout, OwnerNames& owners, const WorkingOrder& order, bool allExact,
+              Limits limits) {
     grants.clear();
     for (const auto* request : order) {
-        const PinList* list =
-            findList(pinout, request->second, allExact || request->second.exact, limits);
+        const PinList* list = findList(pinout, request->second, allExact || request->second.exact, limits);
         if (list == nullptr)
             return false;
         limits.excluded.add(*list);

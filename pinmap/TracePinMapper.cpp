@@ -18,7 +18,9 @@ namespace {
 constexpr const char* pinoutGroup = "program.pinouts";
 constexpr const char* blanks = " \t\r\n";
 
-[[noreturn]] void failWith(const std::string& text) { throw cZarnError(text.c_str(), Zarn::eSeverityError); }
+[[noreturn]] void failWith(const std::string& text) {
+    throw cZarnError(text.c_str(), Zarn::eSeverityError);
+}
 
 // A data base that breaks its promises counts as corrupted.
 template <class Pointer>
@@ -119,7 +121,9 @@ void TracePinMapper::readPinMapFile(const char* path) {
     }
 }
 
-const std::string& TracePinMapper::getOwnerName(const std::string& kind) { return ownerNames[kind]; }
+const std::string& TracePinMapper::getOwnerName(const std::string& kind) {
+    return ownerNames[kind];
+}
 
 void TracePinMapper::getDataPinCounts(std::vector<std::uint32_t>& counts, const std::string& kind,
                                       const PinList& allowed) {

@@ -35,8 +35,7 @@ public:
     virtual const std::string& getOwnerName(const std::string& kind);
 
     /// The counts of data pins, ascending, that the kind can have with pins out of `allowed` only.
-    virtual void getDataPinCounts(std::vector<std::uint32_t>& counts, const std::string& kind,
-                                  const PinList& allowed);
+    virtual void getDataPinCounts(std::vector<std::uint32_t>& counts, const std::string& kind, const PinList& allowed);
 
     virtual bool findPinMap(PinGrants& grants, std::string& pinoutName, const PinRequests& requests,
                             const PinList& excluded);

@@ -76,7 +76,8 @@ const PinList& allEmulationPins() {
 }
 
 std::string deviceText(Receiver& receiver, const std::string& cpuName, unsigned selector) {
-    const char* text = callSibling([&] { return receiver.GetPartIdentifier()->getDeviceText(cpuName.c_str(), selector); });
+    const char* text =
+        callSibling([&] { return receiver.GetPartIdentifier()->getDeviceText(cpuName.c_str(), selector); });
     return text != nullptr ? text : "";
 }
 

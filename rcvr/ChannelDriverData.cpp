@@ -34,7 +34,9 @@ constexpr const char* saveFailed = "Internal error saving file";
 using Chunk = std::array<std::uint64_t, chunkSamples>;
 
 // A partial sample at the end counts as a whole one.
-constexpr std::uint64_t samplesIn(std::uint64_t bytes) { return (bytes + sampleSize - 1) / sampleSize; }
+constexpr std::uint64_t samplesIn(std::uint64_t bytes) {
+    return (bytes + sampleSize - 1) / sampleSize;
+}
 
 } // namespace
 
@@ -69,8 +71,7 @@ ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample,
         logMessage("%s : seek read start sample out of range", programLabel);
         return result;
     }
-    const auto count =
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(numSamples, result.available - startSample));
+    const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(numSamples, result.available - startSample));
     if (count == 0)
         return result;
     readStream.seekg(static_cast<std::streamoff>(startSample) * sampleSize);

@@ -17,8 +17,7 @@ using Vx::Qrs::Trace::CReceiver;
 std::int32_t g_refCnt = 0;
 Receiver* g_receiver = nullptr;
 
-void logCall(const char* function,
-             const VX_QRS::SourceLocation& location = VX_QRS::SourceLocation::current()) {
+void logCall(const char* function, const VX_QRS::SourceLocation& location = VX_QRS::SourceLocation::current()) {
     VX_QRS::logEntry(receiverUnit, function, location);
     VX_QRS::logMessage("on entry g_refCnt=%d", g_refCnt);
 }

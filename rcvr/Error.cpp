@@ -39,7 +39,9 @@ std::string withDetail(const char* words, const char* detail) {
 
 } // namespace
 
-Error::Error() : cZarnError(wordsFor(eFailed), Zarn::eSeverityError), code(eFailed) { SetTitle("error"); }
+Error::Error() : cZarnError(wordsFor(eFailed), Zarn::eSeverityError), code(eFailed) {
+    SetTitle("error");
+}
 
 Error::Error(const char* file, std::uint32_t line, std::uint32_t number, const char* detail) : Error() {
     code = number;
@@ -88,8 +90,7 @@ void throwError(const char* unit, ErrorCode code, const char* detail, const VX_Q
     throw Error(unit, location.line(), code, detail);
 }
 
-void throwError(const char* unit, ErrorCode code, const std::string& detail,
-                const VX_QRS::SourceLocation& location) {
+void throwError(const char* unit, ErrorCode code, const std::string& detail, const VX_QRS::SourceLocation& location) {
     throw Error(unit, location.line(), code, detail.c_str());
 }
 

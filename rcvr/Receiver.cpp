@@ -16,7 +16,9 @@ using VX_QRS::ORV::CLIENT::FrontEnd;
 
 namespace {
 
-const char* printable(const char* text) { return text != nullptr ? text : "(null)"; }
+const char* printable(const char* text) {
+    return text != nullptr ? text : "(null)";
+}
 
 } // namespace
 
@@ -113,11 +115,17 @@ void Receiver::GetPinsForFunction(const char* /*function*/, unsigned* /*pins*/) 
     logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::GetPinsForFunction");
 }
 
-IFileDataSource* Receiver::GetFileDataSource() { return fileDataSource; }
+IFileDataSource* Receiver::GetFileDataSource() {
+    return fileDataSource;
+}
 
-IPartIdentifier* Receiver::GetPartIdentifier() { return partIdentifier; }
+IPartIdentifier* Receiver::GetPartIdentifier() {
+    return partIdentifier;
+}
 
-FrontEnd* Receiver::GetFrontEnd() { return frontEnd; }
+FrontEnd* Receiver::GetFrontEnd() {
+    return frontEnd;
+}
 
 CChannelDriver* Receiver::ChannelDriverForCpu(const char* cpuName) {
     logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::ChannelDriverForCpu");

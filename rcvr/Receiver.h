@@ -60,7 +60,7 @@ private:
     DestroyPartIdentifierFunction destroyPartIdentifier = nullptr;
     VX_QRS::ORV::CLIENT::FrontEnd* frontEnd = nullptr;
     IPartIdentifier* partIdentifier = nullptr;
-    std::vector<ChannelDriver*> drivers; // owned, in order of allocation
+    std::vector<ChannelDriver*> drivers;           // owned, in order of allocation
     VX_QRS::uDll* partIdentifierLibrary = nullptr; // owned, as are the next two
     VX_QRS::uDll* dataSourceLibrary = nullptr;
     VX_QRS::uDll* fileChannelDriverLibrary = nullptr;

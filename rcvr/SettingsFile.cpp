@@ -27,13 +27,17 @@ constexpr const char* sectionName = "CHANNEL-SETUP";
 constexpr const char* fileHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                    "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->";
 
-void readValue(uConfig& file, const char* key, bool& value) { value = uString::toBool(file.getVariable(key).value); }
+void readValue(uConfig& file, const char* key, bool& value) {
+    value = uString::toBool(file.getVariable(key).value);
+}
 
 void readValue(uConfig& file, const char* key, std::uint32_t& value) {
     value = uString::toNumber<std::uint32_t>(file.getVariable(key).value);
 }
 
-void readValue(uConfig& file, const char* key, std::string& value) { value = file.getVariable(key).value; }
+void readValue(uConfig& file, const char* key, std::string& value) {
+    value = file.getVariable(key).value;
+}
 
 void readRequired(uConfig& file, ChannelSettings& settings) {
     readValue(file, "no_emu0", g_noEmu0);
@@ -80,7 +84,9 @@ void check(const ChannelSettings& settings) {
         throw std::runtime_error("unsupported number of pins requested (" + std::to_string(settings.numPins) + ")");
 }
 
-const char* textOf(bool value) { return value ? "true" : "false"; }
+const char* textOf(bool value) {
+    return value ? "true" : "false";
+}
 
 void setAllKeys(uConfig& file, const ChannelSettings& settings) {
     const auto set = [&](const char* key, const std::string& value) {
@@ -105,11 +111,15 @@ void setAllKeys(uConfig& file, const ChannelSettings& settings) {
     set("ARM_EXPORT_FRAMESIZE", std::to_string(settings.exportFrameSize));
 }
 
-const char* printable(const char* text) { return text != nullptr ? text : "(null)"; }
+const char* printable(const char* text) {
+    return text != nullptr ? text : "(null)";
+}
 
 } // namespace
 
-void SetDefaults(ChannelSettings& settings) { settings = ChannelSettings(); }
+void SetDefaults(ChannelSettings& settings) {
+    settings = ChannelSettings();
+}
 
 void LoadSettings(ChannelSettings& settings, const char* path, const char* cpuName) {
     logMessage("%s : loading settings from %s", programLabel, printable(path));
@@ -122,8 +132,7 @@ void LoadSettings(ChannelSettings& settings, const char* path, const char* cpuNa
         check(settings);
         return;
     } catch (const std::exception& exception) {
-        logWarning("%s : failed to load settings, overwriting file with defaults : %s", programLabel,
-                   exception.what());
+        logWarning("%s : failed to load settings, overwriting file with defaults : %s", programLabel, exception.what());
     } catch (...) {
         logWarning("%s : failed to load settings, overwriting file with defaults", programLabel);
     }

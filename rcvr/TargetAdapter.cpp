@@ -14,7 +14,9 @@ namespace {
 
 constexpr const char* libraryName = "HaloTargetAdapter";
 
-[[noreturn]] void failWith(const char* text) { throw Zarn::cZarnError(text, Zarn::eSeverityError); }
+[[noreturn]] void failWith(const char* text) {
+    throw Zarn::cZarnError(text, Zarn::eSeverityError);
+}
 
 [[noreturn]] void logAndFail(const char* text) {
     VX_QRS::logError("%s: %s", programLabel, text);

@@ -59,7 +59,9 @@ bool getWord(std::FILE* file, std::uint32_t& value) {
     return true;
 }
 
-bool seek(std::FILE* file, std::int64_t position) { return fseeko(file, position, SEEK_SET) == 0; }
+bool seek(std::FILE* file, std::int64_t position) {
+    return fseeko(file, position, SEEK_SET) == 0;
+}
 
 // The size field stands at the section's start; sizes and offsets of this format have 32 bits. Flushed at once, so that
 // a full disk shows here and not at the closing, where nobody could be told.
@@ -88,16 +90,14 @@ void TdfFile::beginSection(const char* fileName, const char* sectionName, std::u
     require(putWord(file.get(), 0) && std::fflush(file.get()) == 0, "Write error -  TDF section header size.");
     const std::string_view name = sectionName != nullptr ? sectionName : "";
     require(putWord(file.get(), version) && putWord(file.get(), static_cast<std::uint32_t>(name.size())) &&
-                std::fwrite(name.data(), 1, name.size(), file.get()) == name.size() &&
-                std::fflush(file.get()) == 0,
+                std::fwrite(name.data(), 1, name.size(), file.get()) == name.size() && std::fflush(file.get()) == 0,
             "Write error -  TDF section name and version.");
     std::uint32_t size = 0;
     putSectionSize(file.get(), *offset, size);
 }
 
 void TdfFile::appendSectionData(const char* fileName, const char* /*sectionName*/, std::uint32_t offset,
-                                const void* data, std::uint32_t elementSize, std::uint32_t count,
-                                std::uint32_t* size) {
+                                const void* data, std::uint32_t elementSize, std::uint32_t count, std::uint32_t* size) {
     *size = 0;
     checkFileName(fileName);
     require(offset >= identifierSize, "Section header offset to save data is not valid.");

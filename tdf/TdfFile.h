@@ -21,9 +21,8 @@ public:
 
     /// Adds `count` elements of `elementSize` bytes to the section that begins at `offset`, which has to be the last of
     /// the file; the section's new size comes back in `*size`. The section's name is not looked at.
-    static void appendSectionData(const char* fileName, const char* sectionName, std::uint32_t offset,
-                                  const void* data, std::uint32_t elementSize, std::uint32_t count,
-                                  std::uint32_t* size);
+    static void appendSectionData(const char* fileName, const char* sectionName, std::uint32_t offset, const void* data,
+                                  std::uint32_t elementSize, std::uint32_t count, std::uint32_t* size);
 };
 
 } // namespace Vx::Qrs::Trace::OrvRcvr

@@ -57,14 +57,12 @@ public:
         if (const toml::node* node = take(key)) {
             const auto value = node->value_exact<std::int64_t>();
             require(value.has_value() && *value >= lowest && *value <= highest, *node, key,
-                    "must be a whole number from " + std::to_string(lowest) + " to " +
-                        std::to_string(highest));
+                    "must be a whole number from " + std::to_string(lowest) + " to " + std::to_string(highest));
             out = static_cast<Integer>(*value);
         }
     }
 
-    void integer(std::string_view key, std::optional<unsigned>& out, std::int64_t lowest,
-                 std::int64_t highest) {
+    void integer(std::string_view key, std::optional<unsigned>& out, std::int64_t lowest, std::int64_t highest) {
         if (table.contains(key)) {
             unsigned value = 0;
             integer(key, value, lowest, highest);
@@ -73,8 +71,7 @@ public:
     }
 
     template <class Enum>
-    void choice(std::string_view key, Enum& out,
-                std::initializer_list<std::pair<std::string_view, Enum>> choices) {
+    void choice(std::string_view key, Enum& out, std::initializer_list<std::pair<std::string_view, Enum>> choices) {
         if (const toml::node* node = take(key)) {
             const auto value = node->value_exact<std::string>();
             std::string all;
@@ -213,8 +210,8 @@ private:
     }
 
     [[noreturn]] void fail(const toml::node& node, std::string_view key, const std::string& what) const {
-        throw ScenarioError(file + ":" + std::to_string(node.source().begin.line) + ": '" + prefix +
-                            std::string(key) + "' " + what);
+        throw ScenarioError(file + ":" + std::to_string(node.source().begin.line) + ": '" + prefix + std::string(key) +
+                            "' " + what);
     }
 
     const toml::table& table;
@@ -284,8 +281,7 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
         table.texts("fail", scenario.transmitter.fail);
         table.integer("idle_word", scenario.transmitter.idleWord, 0, 0xFFFF);
         table.integer("idle_before", scenario.transmitter.idleBefore, 0, 1 << 20);
-        table.integer("trace_status", scenario.transmitter.traceStatus, 0,
-                      std::numeric_limits<std::uint32_t>::max());
+        table.integer("trace_status", scenario.transmitter.traceStatus, 0, std::numeric_limits<std::uint32_t>::max());
     });
     in.section("unit", [&](TableReader& table) {
         table.number("generator_frequency", scenario.unit.generatorFrequency, 1.0, 350e6);
@@ -302,14 +298,12 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
         table.integer("seed", scenario.wiring.seed, 0, std::numeric_limits<std::int64_t>::max());
         table.sections("pin", [&](TableReader& pin) { readPin(pin, scenario.wiring.pins.emplace_back()); });
     });
-    in.section("server",
-               [&](TableReader& table) { table.number("speed", scenario.server.speed, 1e-6, 1e6); });
+    in.section("server", [&](TableReader& table) { table.number("speed", scenario.server.speed, 1e-6, 1e6); });
     in.section("faults", [&](TableReader& table) {
         table.integer("version", scenario.faults.version, 0, std::numeric_limits<std::uint32_t>::max());
         table.flag("refuse_second", scenario.faults.refuseSecond);
         table.flag("exit_at_start", scenario.faults.exitAtStart);
-        table.sections("at",
-                       [&](TableReader& step) { readFault(step, scenario.faults.steps.emplace_back()); });
+        table.sections("at", [&](TableReader& step) { readFault(step, scenario.faults.steps.emplace_back()); });
     });
     in.freeTable("environment", scenario.environment);
     in.freeTable("expect", scenario.expect);

@@ -55,8 +55,8 @@ struct TargetSettings {
 // The capture unit.
 struct UnitSettings {
     double generatorFrequency = 50e6; // Hz of the clock that the unit's own pattern generator sends
-    std::uint16_t errorA = 0; // what the two error registers show `errorAfter` seconds into each recording,
-    std::uint16_t errorB = 0; // until they are written
+    std::uint16_t errorA = 0;         // what the two error registers show `errorAfter` seconds into each recording,
+    std::uint16_t errorB = 0;         // until they are written
     double errorAfter = 0.0;
     bool commsStuck = false;       // the comms status never reads idle
     bool bridgeNeedsReset = false; // the bridge asks for a reset until it gets one
@@ -73,13 +73,12 @@ struct PinWiring {
     std::optional<unsigned> swappedWith; // this pin carries that EMU pin's signal and the other way round
     double glitchEvery = 0.0;            // mean distance of short pulses, 0 for none
     double glitchLength = 0.0;           // how long such a pulse is
-    double drift = 0.0; // samples a second by which the skew grows while the target sends trace
+    double drift = 0.0;                  // samples a second by which the skew grows while the target sends trace
 };
 
 struct WiringSettings {
-    Alignment alignment =
-        Alignment::Center; // data change in the middle between clock edges, or together with them
-    double jitter = 0.0;   // samples rms, each edge of each pin
+    Alignment alignment = Alignment::Center; // data change in the middle between clock edges, or together with them
+    double jitter = 0.0;                     // samples rms, each edge of each pin
     std::uint64_t seed = 1;
     std::vector<PinWiring> pins; // pins that are not listed are ideal but for the bus's jitter
 

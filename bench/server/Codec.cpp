@@ -134,8 +134,7 @@ void ReplyWriter::failure(std::string_view text) {
     raw("$err");
     const std::size_t start = out.size();
     raw(text);
-    std::replace(out.begin() + static_cast<std::ptrdiff_t>(start), out.end(), std::uint8_t{'#'},
-                 std::uint8_t{' '});
+    std::replace(out.begin() + static_cast<std::ptrdiff_t>(start), out.end(), std::uint8_t{'#'}, std::uint8_t{' '});
 }
 
 Bytes ReplyWriter::finish() {

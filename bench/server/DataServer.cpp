@@ -20,9 +20,9 @@ constexpr std::uint16_t lastSidePort = 56999;
 constexpr int exitByFault = 3;
 
 std::uint64_t nanoseconds() {
-    return static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                          std::chrono::steady_clock::now().time_since_epoch())
-                                          .count());
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
+            .count());
 }
 
 } // namespace
@@ -44,12 +44,10 @@ DataServer::DataServer(LoopbackSocket listening, ServerOptions chosen)
     if (!logFile || !truth) {
         throw ServerError("cannot write into " + options.folder.string());
     }
-    unit.onRecording = [this](const RecordingTruth& recording) {
-        truth << truthLine(recording) << std::endl;
-    };
+    unit.onRecording = [this](const RecordingTruth& recording) { truth << truthLine(recording) << std::endl; };
     openSidePort();
-    log("listening at " + std::to_string(options.port) + ", siblings at " + std::to_string(side) +
-        ", scenario " + options.scenario.name);
+    log("listening at " + std::to_string(options.port) + ", siblings at " + std::to_string(side) + ", scenario " +
+        options.scenario.name);
 }
 
 DataServer::~DataServer() {

@@ -20,7 +20,7 @@ namespace bench {
 struct ServerOptions {
     std::uint16_t port = 0; // for messages
     Scenario scenario;
-    std::filesystem::path folder; // of this run: side.port, truth.jsonl and server.log go there
+    std::filesystem::path folder;                  // of this run: side.port, truth.jsonl and server.log go there
     std::optional<std::vector<std::uint8_t>> play; // what the target sends as trace
 };
 

@@ -122,8 +122,8 @@ std::filesystem::path DeviceDatabase::defaultFile() {
 }
 
 const Device* DeviceDatabase::find(const std::string& name) const {
-    const auto found = std::find_if(devices.begin(), devices.end(),
-                                    [&](const Device& device) { return device.name == name; });
+    const auto found =
+        std::find_if(devices.begin(), devices.end(), [&](const Device& device) { return device.name == name; });
     return found == devices.end() ? nullptr : &*found;
 }
 

@@ -15,9 +15,9 @@ namespace bench {
 
 /// One part of a device as the identification library shows it. A plain core has a part name and no trace part.
 struct DeviceEntry {
-    std::string part; ///< the entry's own name, for people only
+    std::string part;   ///< the entry's own name, for people only
     std::string parent; ///< name of the part that owns the trace part; empty: no owner
-    std::string trace; ///< name of the part that exports trace; empty: none
+    std::string trace;  ///< name of the part that exports trace; empty: none
     /// Pin-out name and its assignments, in the form `kind=clock,bit 0,bit 1,...;kind=...`.
     std::vector<std::pair<std::string, std::string>> pinouts;
 };
@@ -27,8 +27,8 @@ struct Device {
     std::string note; ///< one line for a person
     std::uint32_t cpuId = 0;
     bool reachable = true; ///< false: the target adapter finds no CPU behind the name
-    std::string unitName; ///< the capture unit that the device is wired to
-    std::string unitPort; ///< its port, double quotes included where the file has them
+    std::string unitName;  ///< the capture unit that the device is wired to
+    std::string unitPort;  ///< its port, double quotes included where the file has them
     std::map<std::string, std::string> characteristics;
     std::vector<DeviceEntry> entries;
 };

@@ -88,8 +88,8 @@ int ExportProgram::setTestMode(unsigned block, unsigned mode) {
     if (!functionSet)
         return refuse(xmtr_result::outOfOrder, "a test mode needs the function mode first");
     if (block != patternBlock || mode >= patterns.size())
-        return refuse(xmtr_result::badArgument, "there is no test mode " + std::to_string(mode) + " in block " +
-                                                    std::to_string(block));
+        return refuse(xmtr_result::badArgument,
+                      "there is no test mode " + std::to_string(mode) + " in block " + std::to_string(block));
     pattern = patterns[mode];
     reopen();
     return xmtr_result::done;

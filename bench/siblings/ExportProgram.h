@@ -28,8 +28,7 @@ class ExportProgram {
 public:
     static constexpr unsigned emuPins = 6;
 
-    ExportProgram(ExportKind exportKind, unsigned frequencySettings)
-        : kind(exportKind), settings(frequencySettings) {}
+    ExportProgram(ExportKind exportKind, unsigned frequencySettings) : kind(exportKind), settings(frequencySettings) {}
 
     // Each gives a result code and leaves the reason of a refusal in reason().
     int releasePin(unsigned emu);

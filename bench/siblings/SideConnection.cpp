@@ -26,8 +26,8 @@ bool SideConnection::exchange(const std::string& line, std::string& answer) {
     const std::string sent = line + "\n";
     std::int32_t count = 0;
     for (std::size_t done = 0; done < sent.size(); done += static_cast<std::size_t>(count)) {
-        if (socket.write(sent.data(), static_cast<std::uint32_t>(sent.size() - done),
-                         static_cast<std::uint32_t>(done), count) != VX_QRS::uSocket::done) {
+        if (socket.write(sent.data(), static_cast<std::uint32_t>(sent.size() - done), static_cast<std::uint32_t>(done),
+                         count) != VX_QRS::uSocket::done) {
             error = "bench server: " + socket.lastError();
             return false;
         }

@@ -148,8 +148,8 @@ std::vector<std::uint16_t> patternCycle(PatternName name, unsigned dataPins) {
 } // namespace
 
 std::optional<PatternName> patternFromName(std::string_view name) {
-    const auto found = std::find_if(patternNames.begin(), patternNames.end(),
-                                    [&](const auto& entry) { return entry.first == name; });
+    const auto found =
+        std::find_if(patternNames.begin(), patternNames.end(), [&](const auto& entry) { return entry.first == name; });
     return found == patternNames.end() ? std::nullopt : std::optional(found->second);
 }
 

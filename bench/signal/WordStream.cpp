@@ -5,8 +5,7 @@
 
 namespace bench {
 
-WordStream::WordStream(ContentPointer content, unsigned syncEvery)
-    : source(std::move(content)), every(syncEvery) {}
+WordStream::WordStream(ContentPointer content, unsigned syncEvery) : source(std::move(content)), every(syncEvery) {}
 
 void WordStream::fill(std::uint64_t first, std::span<std::uint16_t> out) const {
     if (!framed()) {

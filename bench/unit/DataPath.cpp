@@ -33,8 +33,7 @@ void forEachSample(double edge, double jitter, Visit&& visit) {
     }
     constexpr double reach = 6.0;
     double lower = 0.0;
-    for (double sample = std::ceil(edge - reach * jitter); sample < edge + reach * jitter + 1.0;
-         sample += 1.0) {
+    for (double sample = std::ceil(edge - reach * jitter); sample < edge + reach * jitter + 1.0; sample += 1.0) {
         const double upper = below((sample - edge) / jitter);
         visit(sample, upper - lower);
         lower = upper;
@@ -57,10 +56,8 @@ Chances chancesOf(const PathTiming& clock, const PathTiming& data, double half, 
         const double begin = (edge + static_cast<double>(slot)) * half + data.phase;
         forEachSample(at, clock.jitter, [&](double sample, double weight) {
             for (const double shift : {data.rise, data.fall}) {
-                sum.early +=
-                    weight * (1.0 - chanceBelow(begin + shift, data.jitter, std::nextafter(sample, 1e300)));
-                sum.late +=
-                    weight * chanceBelow(begin + half + shift, data.jitter, std::nextafter(sample, 1e300));
+                sum.early += weight * (1.0 - chanceBelow(begin + shift, data.jitter, std::nextafter(sample, 1e300)));
+                sum.late += weight * chanceBelow(begin + half + shift, data.jitter, std::nextafter(sample, 1e300));
             }
         });
     }
@@ -153,8 +150,8 @@ Segment makeSegment(TransmissionPointer transmission, const Line& clock, const P
         }
     }
     if (!votes.empty()) {
-        const auto winner = std::max_element(
-            votes.begin(), votes.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+        const auto winner = std::max_element(votes.begin(), votes.end(),
+                                             [](const auto& a, const auto& b) { return a.second < b.second; });
         for (ProcPath& path : segment.data) {
             path.quality.slot -= winner->first;
         }
@@ -173,9 +170,7 @@ double clockEdgesPerSlot(const Transmission& transmission, const ProcPath& clock
         std::int64_t changes = 0;
         for (std::int64_t slot = aroundSlot; slot < aroundSlot + slots; ++slot) {
             changes +=
-                slotLevel(transmission, clock.line, slot) != slotLevel(transmission, clock.line, slot - 1)
-                    ? 1
-                    : 0;
+                slotLevel(transmission, clock.line, slot) != slotLevel(transmission, clock.line, slot - 1) ? 1 : 0;
         }
         edges = static_cast<double>(changes) / static_cast<double>(slots);
         break;

@@ -153,8 +153,7 @@ void Recorder::makeBlock(Cursor& cursor) const {
             }
             ++cursor.piece;
             cursor.done = 0;
-            cursor.reader =
-                cursor.piece < pieces.size() ? readSegment(pieces[cursor.piece].segment, 0) : nullptr;
+            cursor.reader = cursor.piece < pieces.size() ? readSegment(pieces[cursor.piece].segment, 0) : nullptr;
         }
     }
     cursor.block.resize(blockBytes);

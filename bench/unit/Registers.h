@@ -79,7 +79,7 @@ static_assert(procSecond(0, 0) == 0x800813E && procSecond(1, 1) == 0x8008160);
 static_assert(countHigh(0) == 0x80080F2 && fifoData(7) == 0x8008246);
 
 // Fields.
-inline constexpr unsigned enableBit = 0x8000; // proc register 1; that of proc 0 starts and stops the capture
+inline constexpr unsigned enableBit = 0x8000;        // proc register 1; that of proc 0 starts and stops the capture
 inline constexpr unsigned captureEnableBit = 0x1;    // stm control
 inline constexpr unsigned protocolBypassBit = 0x100; // stm control
 inline constexpr unsigned protocolWordsBit = 0x2;    // protocol: every word is payload

@@ -20,8 +20,7 @@ std::int64_t floorDivide(std::int64_t value, std::int64_t by) {
 
 // Bits of the stream's words, top bit first, with zeros ahead of the start.
 void fillSigned(const WordStream& stream, std::int64_t first, std::span<std::uint16_t> out) {
-    const auto ahead =
-        std::min<std::int64_t>(std::max<std::int64_t>(-first, 0), static_cast<std::int64_t>(out.size()));
+    const auto ahead = std::min<std::int64_t>(std::max<std::int64_t>(-first, 0), static_cast<std::int64_t>(out.size()));
     std::fill_n(out.begin(), ahead, std::uint16_t{0});
     if (ahead < static_cast<std::int64_t>(out.size())) {
         stream.fill(static_cast<std::uint64_t>(first + ahead), out.subspan(static_cast<std::size_t>(ahead)));
@@ -40,8 +39,7 @@ public:
         // A clock of which nothing is left is not recorded from at all.
         lostPulse = makeEvent(std::min((clock.lostOnes + clock.lostZeros) / 2.0, 0.9), hashOf(place, 1));
         const double halfPeriod = segment.transmission->halfPeriod;
-        addedPulse =
-            makeEvent(clock.glitchEvery > 0.0 ? halfPeriod / clock.glitchEvery : 0.0, hashOf(place, 2));
+        addedPulse = makeEvent(clock.glitchEvery > 0.0 ? halfPeriod / clock.glitchEvery : 0.0, hashOf(place, 2));
         const auto group = static_cast<std::int64_t>(pins);
         for (unsigned index = 0; index < pins; ++index) {
             const ProcPath& path = segment.data[index];
@@ -56,9 +54,8 @@ public:
             addFault(pin, FaultKind::LostOne, path.timing.lostOnes, 0, seed);
             addFault(pin, FaultKind::LostZero, path.timing.lostZeros, 0, seed);
         }
-        plain = std::all_of(lines.begin(), lines.end(), [](const Pin& pin) {
-            return !pin.constant && pin.shift == 0 && pin.faults.empty();
-        });
+        plain = std::all_of(lines.begin(), lines.end(),
+                            [](const Pin& pin) { return !pin.constant && pin.shift == 0 && pin.faults.empty(); });
     }
 
     void fill(std::span<std::uint16_t> out) override {
@@ -301,8 +298,7 @@ private:
     void step() {
         // The unit looks for sequences all the time: where one starts, a word starts.
         const auto bit = static_cast<std::uint64_t>(slot) * sent.dataPins;
-        if (sent.words.framed() && bit % wordBits == 0 &&
-            sent.words.positionInSequence(bit / wordBits) == 0U) {
+        if (sent.words.framed() && bit % wordBits == 0 && sent.words.positionInSequence(bit / wordBits) == 0U) {
             bits -= bits % wordBits;
             collected = bits == 0 ? 0 : collected;
         }
@@ -373,8 +369,7 @@ private:
 };
 
 bool needsSlots(const Segment& segment) {
-    return segment.clock.line.source != LineSource::Clock ||
-           segment.data.size() != segment.transmission->dataPins ||
+    return segment.clock.line.source != LineSource::Clock || segment.data.size() != segment.transmission->dataPins ||
            std::any_of(segment.data.begin(), segment.data.end(), [](const ProcPath& path) {
                return path.line.source == LineSource::Clock || path.line.source == LineSource::Floating;
            });

@@ -48,8 +48,7 @@ bool isFifo(reg::Address address, unsigned& proc, bool& data) {
 
 Unit::Unit(const Scenario& chosen, TimeSource time, std::optional<std::vector<std::uint8_t>> play)
     : scenario(chosen), timeSource(std::move(time)), epoch(timeSource()),
-      trace(play ? makePlayback(std::move(*play), scenario.transmitter.idleWord,
-                                scenario.transmitter.idleBefore)
+      trace(play ? makePlayback(std::move(*play), scenario.transmitter.idleWord, scenario.transmitter.idleBefore)
                  : makeGeneratedTrace(scenario.wiring.seed)) {
     registers[reg::referenceLow] = referenceClock & 0xFFFF;
     registers[reg::referenceHigh] = referenceClock >> 16;

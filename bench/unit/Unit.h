@@ -74,8 +74,7 @@ public:
 
     // The scenario is copied. `play` is what the target sends as trace; trace is generated when there is
     // none.
-    Unit(const Scenario& scenario, TimeSource time,
-         std::optional<std::vector<std::uint8_t>> play = std::nullopt);
+    Unit(const Scenario& scenario, TimeSource time, std::optional<std::vector<std::uint8_t>> play = std::nullopt);
 
     // Called once for each recording, when its first word can be taken.
     std::function<void(const RecordingTruth&)> onRecording;

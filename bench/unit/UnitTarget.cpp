@@ -118,8 +118,8 @@ Line Unit::lineOf(unsigned channel, unsigned proc) const {
         seconds = static_cast<double>(sampleNow() - target->start) / sampleRate;
     }
     static const std::vector<unsigned> nothingDriven;
-    return lineAtReceiver(scenario.wiring, target ? targetPins : nothingDriven,
-                          procSettings(channel, proc).rcvrpin, seconds);
+    return lineAtReceiver(scenario.wiring, target ? targetPins : nothingDriven, procSettings(channel, proc).rcvrpin,
+                          seconds);
 }
 
 ProcInput Unit::inputOf(unsigned channel, unsigned proc) const {
@@ -207,16 +207,16 @@ void Unit::beginSegment(unsigned channel, std::int64_t now, bool goesOn) {
         const auto begun = static_cast<std::uint64_t>(std::ceil(static_cast<double>(slot) / slotsAWord));
         segment->firstWord = sent.words.nextSequence(begun);
     }
-    const double sentAt = static_cast<double>(sent.start) +
-                          static_cast<double>(segment->firstWord) * slotsAWord * sent.halfPeriod;
+    const double sentAt =
+        static_cast<double>(sent.start) + static_cast<double>(segment->firstWord) * slotsAWord * sent.halfPeriod;
     const double from = std::max(static_cast<double>(now), sentAt);
     const double rate = scenario.server.speed * edges / (slotsAWord * sent.halfPeriod);
     segment->seed = hashOf(scenario.wiring.seed, ++segments);
     lastRecorded = segment->transmission;
     segmentStart = now;
     const std::uint16_t control = stored(reg::stmControl(channel));
-    const bool everyWord = (stored(reg::protocol(channel)) & reg::protocolWordsBit) != 0 ||
-                           (control & reg::protocolBypassBit) != 0;
+    const bool everyWord =
+        (stored(reg::protocol(channel)) & reg::protocolWordsBit) != 0 || (control & reg::protocolBypassBit) != 0;
     if (first) {
         recorder.setFraming(everyWord ? Framing::Words : Framing::Packets);
         reportTruth(*segment, channel);

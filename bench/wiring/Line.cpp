@@ -20,12 +20,10 @@ constexpr std::uint64_t floatSeed = 0x666C;
 
 void drawEdges(const Transmission& transmission, const Line& line, double from, double to, Waveform& wave) {
     const double half = transmission.halfPeriod;
-    const double phase =
-        line.source == LineSource::Clock ? transmission.clockPhase() : transmission.dataPhase();
+    const double phase = line.source == LineSource::Clock ? transmission.clockPhase() : transmission.dataPhase();
     const LineTiming& timing = line.timing;
     const double spread = gaussReach * timing.jitter + std::abs(timing.lateFall);
-    const auto first =
-        static_cast<std::int64_t>(std::floor((from - phase - timing.skew - spread) / half)) - 1;
+    const auto first = static_cast<std::int64_t>(std::floor((from - phase - timing.skew - spread) / half)) - 1;
     const auto last = static_cast<std::int64_t>(std::ceil((to - phase - timing.skew + spread) / half)) + 1;
     bool level = slotLevel(transmission, line, first - 1);
     wave.first = level;
@@ -45,9 +43,7 @@ void drawEdges(const Transmission& transmission, const Line& line, double from, 
 
 void drawFloating(const Line& line, double from, double to, Waveform& wave) {
     const std::uint64_t seed = line.timing.seed + floatSeed;
-    const auto level = [&](std::int64_t cell) {
-        return (hashOf(seed, static_cast<std::uint64_t>(cell)) & 1) != 0;
-    };
+    const auto level = [&](std::int64_t cell) { return (hashOf(seed, static_cast<std::uint64_t>(cell)) & 1) != 0; };
     const auto first = static_cast<std::int64_t>(std::floor(from / floatingCell)) - 1;
     const auto last = static_cast<std::int64_t>(std::ceil(to / floatingCell)) + 1;
     wave.first = level(first - 1);

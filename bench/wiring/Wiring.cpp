@@ -38,8 +38,7 @@ std::optional<unsigned> emuOfReceiverInput(unsigned input) {
     return static_cast<unsigned>(found - inputOfEmu.begin());
 }
 
-Line lineAtReceiver(const WiringSettings& wiring, const std::vector<unsigned>& pins, unsigned input,
-                    double seconds) {
+Line lineAtReceiver(const WiringSettings& wiring, const std::vector<unsigned>& pins, unsigned input, double seconds) {
     Line line;
     const auto emu = emuOfReceiverInput(input);
     if (!emu) {

@@ -65,9 +65,9 @@ void alignDataWithData(const Burst& burst, std::uint32_t referencePin, Metrics& 
         found.correlation.fill(0.0);
         for (std::int32_t lag = -lags; lag <= lags; ++lag) {
             const std::uint32_t shifted = start + static_cast<std::uint32_t>(lag);
-            found.correlation[lagIndex(lag)] = correlationOfCounts(
-                n, onesOfReference, static_cast<double>(pin.countOnes(shifted, count)),
-                static_cast<double>(reference.countCommonOnes(start, pin, shifted, count)));
+            found.correlation[lagIndex(lag)] =
+                correlationOfCounts(n, onesOfReference, static_cast<double>(pin.countOnes(shifted, count)),
+                                    static_cast<double>(reference.countCommonOnes(start, pin, shifted, count)));
         }
     }
     for (std::uint32_t p = 1; p < usedPins(burst.numPins); ++p) {

@@ -90,14 +90,13 @@ std::uint64_t PackedBits::countOnes(std::uint32_t position, std::uint32_t count)
             continue;
         }
         const std::uint64_t* first = words.data() + from / packedBits;
-        ones += countStretch(run.count,
-                             [&](std::uint32_t i) { return window(first + i, from % packedBits); });
+        ones += countStretch(run.count, [&](std::uint32_t i) { return window(first + i, from % packedBits); });
     }
     return ones;
 }
 
-std::uint64_t PackedBits::countCommonOnes(std::uint32_t position, const PackedBits& other,
-                                          std::uint32_t otherPosition, std::uint32_t count) const {
+std::uint64_t PackedBits::countCommonOnes(std::uint32_t position, const PackedBits& other, std::uint32_t otherPosition,
+                                          std::uint32_t count) const {
     std::uint64_t ones = 0;
     for (const Run& mine : runsInside(position, count, length).run) {
         const std::uint32_t shifted = otherPosition + mine.first;
@@ -127,18 +126,16 @@ double countCommonOnes(Samples a, Samples b, std::uint32_t start, std::uint32_t 
 }
 
 double correlationOfCounts(double n, double onesA, double onesB, double common) {
-    return (n * common - onesA * onesB) / std::sqrt(n * onesA - onesA * onesA) /
-           std::sqrt(n * onesB - onesB * onesB);
+    return (n * common - onesA * onesB) / std::sqrt(n * onesA - onesA * onesA) / std::sqrt(n * onesB - onesB * onesB);
 }
 
 double correlateBits(Samples a, Samples b, std::uint32_t start, std::uint32_t count, std::int32_t lag) {
     const PackedBits packedA(a);
     const PackedBits packedB(b);
     const std::uint32_t shifted = start + static_cast<std::uint32_t>(lag);
-    return correlationOfCounts(
-        static_cast<double>(count), static_cast<double>(packedA.countOnes(start, count)),
-        static_cast<double>(packedB.countOnes(shifted, count)),
-        static_cast<double>(packedA.countCommonOnes(start, packedB, shifted, count)));
+    return correlationOfCounts(static_cast<double>(count), static_cast<double>(packedA.countOnes(start, count)),
+                               static_cast<double>(packedB.countOnes(shifted, count)),
+                               static_cast<double>(packedA.countCommonOnes(start, packedB, shifted, count)));
 }
 
 } // namespace VX_QRS::ORV::CLIENT::analysis

@@ -22,11 +22,11 @@ constexpr std::uint32_t usedPins(std::uint32_t numPins) {
 
 struct Burst {
     std::array<Samples, maxPins> pin; ///< 0 is the trace clock
-    std::uint32_t numPins = 0; ///< with the clock, 8 at most
-    std::uint32_t length = 0; ///< samples per pin
-    std::uint32_t skip = 0; ///< samples at the start that are not looked at
-    double oversampling = 0.0; ///< samples in a clock period
-    std::uint32_t bitSamples = 0; ///< whole samples in half a clock period
+    std::uint32_t numPins = 0;        ///< with the clock, 8 at most
+    std::uint32_t length = 0;         ///< samples per pin
+    std::uint32_t skip = 0;           ///< samples at the start that are not looked at
+    double oversampling = 0.0;        ///< samples in a clock period
+    std::uint32_t bitSamples = 0;     ///< whole samples in half a clock period
 };
 
 } // namespace VX_QRS::ORV::CLIENT::analysis

@@ -14,11 +14,11 @@ inline constexpr std::uint32_t notSet = 0x7FFFFFFF;
 class ProcCal {
 public:
     virtual ~ProcCal() = default;
-    std::uint32_t rcvrpin = 0; ///< the unit's input that this proc samples
-    std::uint32_t filter = notSet; ///< 0 to 7
-    std::uint32_t plateau = notSet; ///< 3, 5 or 7
-    std::uint32_t debounce = notSet; ///< 0 to 8 samples
-    std::uint32_t delay = notSet; ///< 0 to 31 samples
+    std::uint32_t rcvrpin = 0;                                ///< the unit's input that this proc samples
+    std::uint32_t filter = notSet;                            ///< 0 to 7
+    std::uint32_t plateau = notSet;                           ///< 3, 5 or 7
+    std::uint32_t debounce = notSet;                          ///< 0 to 8 samples
+    std::uint32_t delay = notSet;                             ///< 0 to 31 samples
     std::int32_t stretch = static_cast<std::int32_t>(notSet); ///< -5 to 5 samples per clock period
     std::uint32_t enable = 0;
 };

@@ -41,10 +41,9 @@ CalRegisters toRegisters(const ProcCal& pin) {
     const auto stretch = static_cast<std::uint32_t>(pin.stretch);
     const std::uint32_t magnitude = pin.stretch < 0 ? 0U - stretch : stretch;
     CalRegisters registers{};
-    registers.input = (pin.enable != 0 ? enableBit : 0) | ((pin.rcvrpin & inputMask) << inputShift) |
-                      (pin.delay & delayMask);
-    registers.conditioning = ((pin.filter & filterMask) << filterShift) |
-                             (pin.stretch >= 0 ? notNegativeBit : 0) |
+    registers.input =
+        (pin.enable != 0 ? enableBit : 0) | ((pin.rcvrpin & inputMask) << inputShift) | (pin.delay & delayMask);
+    registers.conditioning = ((pin.filter & filterMask) << filterShift) | (pin.stretch >= 0 ? notNegativeBit : 0) |
                              ((magnitude & stretchMask) << stretchShift) |
                              (plateauToRegister(pin.plateau) << plateauShift) | (pin.debounce & debounceMask);
     return registers;

@@ -12,7 +12,7 @@ std::uint32_t plateauToRegister(std::uint32_t plateau);
 std::uint32_t plateauFromRegister(std::uint32_t code);
 
 struct CalRegisters {
-    std::uint32_t input; ///< enable, receiver input, delay
+    std::uint32_t input;        ///< enable, receiver input, delay
     std::uint32_t conditioning; ///< filter, stretch, plateau, debounce
 };
 CalRegisters toRegisters(const ProcCal& pin);

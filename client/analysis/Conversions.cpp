@@ -7,7 +7,7 @@ namespace VX_QRS::ORV::CLIENT::analysis {
 
 std::uint32_t integerPart(double value) {
     constexpr double limit = 9223372036854775808.0; // 2^63
-    if (!(value >= -limit && value < limit)) { // also for what is not a number
+    if (!(value >= -limit && value < limit)) {      // also for what is not a number
         return 0;
     }
     return static_cast<std::uint32_t>(static_cast<std::uint64_t>(static_cast<std::int64_t>(value)));

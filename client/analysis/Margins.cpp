@@ -49,9 +49,8 @@ ClockCentring clockMargins(const Burst& burst, const Metrics& m) {
 
 void centreClock(std::uint32_t referencePin, Metrics& m) {
     const ProcMetrics& reference = m.proc[referencePin];
-    m.proc[0].delay =
-        wrappingSum(m.proc[0].delay,
-                    static_cast<std::uint32_t>(halfDifference(reference.marginBefore, reference.marginAfter)));
+    m.proc[0].delay = wrappingSum(
+        m.proc[0].delay, static_cast<std::uint32_t>(halfDifference(reference.marginBefore, reference.marginAfter)));
 }
 
 MarginFault findMarginFault(const Burst& burst, std::int32_t margin) {

@@ -16,7 +16,7 @@ class ProcMetrics {
 public:
     virtual ~ProcMetrics() = default;
     std::array<double, 64> correlation{}; ///< against the reference pin; the last entry is unused
-    double correlationAtZero = 0.0; ///< at lag 0, at the final setting
+    double correlationAtZero = 0.0;       ///< at lag 0, at the final setting
     std::uint32_t ringing = 0;
     std::uint32_t reserved = 0;
     std::uint32_t glitches = 0;
@@ -26,7 +26,7 @@ public:
     std::uint32_t ones = 0;
     std::uint32_t zeros = 0;
     std::uint32_t marginBefore = notSet; ///< least distance from a data edge back to a clock edge
-    std::uint32_t marginAfter = notSet; ///< least distance from a data edge on to a clock edge
+    std::uint32_t marginAfter = notSet;  ///< least distance from a data edge on to a clock edge
 };
 
 class Metrics {

@@ -18,11 +18,11 @@ struct UnitClock {
 
 /// What follows from the rate of the trace clock.
 struct Rates {
-    double exportFrequency; ///< Hz
-    double dataFrequency; ///< Hz
-    double dataRate; ///< bits per second over all data pins
-    double oversampling; ///< samples in a clock period
-    std::uint32_t bitSamples; ///< whole samples in half a clock period
+    double exportFrequency;    ///< Hz
+    double dataFrequency;      ///< Hz
+    double dataRate;           ///< bits per second over all data pins
+    double oversampling;       ///< samples in a clock period
+    std::uint32_t bitSamples;  ///< whole samples in half a clock period
     double wordClockFrequency; ///< Hz
 };
 Rates ratesOf(double exportFrequency, const UnitClock& clock, std::uint32_t numPins, bool doubleDataRate);
@@ -39,11 +39,11 @@ CounterWindow counterWindow(std::uint32_t cpi, const UnitClock& clock);
 double frequencyOfCount(std::uint32_t count, std::uint32_t cpi, const UnitClock& clock);
 
 // Limits of the unit.
-inline constexpr double lowestMeasured = 11.0; ///< Hz, as a frequency
-inline constexpr double highestCounted = 3.5e8; ///< Hz
+inline constexpr double lowestMeasured = 11.0;   ///< Hz, as a frequency
+inline constexpr double highestCounted = 3.5e8;  ///< Hz
 inline constexpr double highestRecorded = 1.2e8; ///< Hz
 inline constexpr double highestDataRate = 9.6e8; ///< bits per second, over all data pins
-inline constexpr double stableWithin = 0.5; ///< percent of the mean, between two measurements
+inline constexpr double stableWithin = 0.5;      ///< percent of the mean, between two measurements
 inline constexpr double lowestAnalysed = 1.01e7; ///< Hz; slower clocks are not analysed
 
 /// Two measurements, one behind the other.

@@ -6,8 +6,8 @@ namespace VX_QRS::ORV::CLIENT::analysis {
 
 enum class SamplingPosition {
     undetected, ///< no data edges, or less than three to one for either
-    center, ///< the data change in the middle between clock edges
-    edge, ///< the data change together with the clock
+    center,     ///< the data change in the middle between clock edges
+    edge,       ///< the data change together with the clock
 };
 
 struct SamplingPositionCounts {

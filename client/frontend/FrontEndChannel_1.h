@@ -75,11 +75,11 @@ private:
     void internalStop(bool stopCapture, bool stopTransmitter);
     void initializeThreadState();
     void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
-    void terminateThread(); // without the mutex: the thread needs it to end
+    void terminateThread();                                    // without the mutex: the thread needs it to end
     struct Run {
-        bool firstStop = true; // the capture is still to be closed
+        bool firstStop = true;   // the capture is still to be closed
         std::uint32_t ticks = 0; // passes, for the time limit of a verification
-        bool settled = false; // leaving was seen inside a pass, which has done what there is to do about it
+        bool settled = false;    // leaving was seen inside a pass, which has done what there is to do about it
     };
     void pass(Run& run);
     void pollRecording();
@@ -168,26 +168,26 @@ private:
     struct Settings {
         std::string file; ///< stem of the data file and of all diagnostic files
         std::vector<std::string> delays, stretches, plateaus, debounces, filters; ///< per pin; converted by open
-        std::int32_t ovsMargin = 0; ///< not 0: margins are watched while recording
-        double frequencyLimit = 0.0; ///< Hz; 0 for none
-        std::string testPattern = "none"; ///< transmitter program of a recording
+        std::int32_t ovsMargin = 0;                 ///< not 0: margins are watched while recording
+        double frequencyLimit = 0.0;                ///< Hz; 0 for none
+        std::string testPattern = "none";           ///< transmitter program of a recording
         std::string verifyPattern = "verification"; ///< transmitter program of the calibration check
         std::string samplingPos = "detect";
         std::string calMode = "automatic";
-        std::string drmXmtr; ///< kind of trace export
+        std::string drmXmtr;             ///< kind of trace export
         std::string targetSync = "true"; ///< read back by the channel driver
         std::string orvBufMode = "stop";
-        std::string pinMap; ///< EMU pins, clock first
-        std::uint32_t numPins = 0; ///< counting the clock
-        std::uint32_t startPort = 0; ///< stored and not acted on
+        std::string pinMap;                  ///< EMU pins, clock first
+        std::uint32_t numPins = 0;           ///< counting the clock
+        std::uint32_t startPort = 0;         ///< stored and not acted on
         std::uint32_t orvBufSize = 0x400000; ///< bytes
         std::uint32_t referencePin = 1;
-        std::uint32_t archive = 0; ///< how many older recordings may still be kept
+        std::uint32_t archive = 0;        ///< how many older recordings may still be kept
         std::uint32_t deskewStrategy = 1; ///< 0 "clock", 1 "data"
         bool verifyCalEnabled = true;
-        std::uint32_t cpi = 1000000; ///< length of the frequency measurement
+        std::uint32_t cpi = 1000000;             ///< length of the frequency measurement
         std::uint32_t stmTimeoutPeriod = notSet; ///< words
-        std::uint32_t stmSyncPeriod = notSet; ///< words
+        std::uint32_t stmSyncPeriod = notSet;    ///< words
         bool stmClockTimeoutEnable = true;
         bool stmZeroTimeoutEnable = true;
         bool stmPeriodicSyncEnable = false;
@@ -206,33 +206,34 @@ private:
     struct Session {
         bool opened = false;
         DataClient::Channel* dataChannel = nullptr; ///< the data client's; set by each start
-        std::vector<std::uint32_t> rcvrPins; ///< receiver input of each pin, clock first
-        std::vector<std::uint32_t> emuPins; ///< EMU pin of each pin, clock first
-        std::string orvBufHasWrapped = "false"; ///< result of the last recording
-        bool keepFiles = false; ///< diagnostic files survive the object
-        std::string propertyText; ///< behind getProperty
-        std::vector<std::string> diagnosticStems; ///< every stem used since the last deletion
+        std::vector<std::uint32_t> rcvrPins;        ///< receiver input of each pin, clock first
+        std::vector<std::uint32_t> emuPins;         ///< EMU pin of each pin, clock first
+        std::string orvBufHasWrapped = "false";     ///< result of the last recording
+        bool keepFiles = false;                     ///< diagnostic files survive the object
+        std::string propertyText;                   ///< behind getProperty
+        std::vector<std::string> diagnosticStems;   ///< every stem used since the last deletion
     };
 
     /// Rates. Written under the mutex, read by status without it.
     struct Clocking {
-        std::atomic<double> exportFrequency{0.0}; ///< Hz, of the trace clock
-        std::atomic<double> dataFrequency{0.0}; ///< words per second on each pin, in Hz
-        std::atomic<double> dataRate{0.0}; ///< bits per second over all data pins
+        std::atomic<double> exportFrequency{0.0};    ///< Hz, of the trace clock
+        std::atomic<double> dataFrequency{0.0};      ///< words per second on each pin, in Hz
+        std::atomic<double> dataRate{0.0};           ///< bits per second over all data pins
         std::atomic<double> wordClockFrequency{0.0}; ///< Hz, of the unit
-        double oversampling = 0.0; ///< samples in a clock period
-        std::uint32_t bitSamples = 0; ///< samples in half a clock period
+        double oversampling = 0.0;                   ///< samples in a clock period
+        std::uint32_t bitSamples = 0;                ///< samples in half a clock period
         bool doubleDataRate = true;
-        std::vector<double> frequencies; ///< measured rate of each usable setting, index = setting
+        std::vector<double> frequencies;    ///< measured rate of each usable setting, index = setting
         std::uint32_t frequencySetting = 0; ///< the one in use
     };
 
     /// Host side of the burst of samples. Made by open, freed by close; used under the mutex.
     struct Oversampling {
         std::uint32_t ovsStart = 16; ///< samples at the start of a burst that analysis skips
-        std::uint32_t ovsDepth = 0; ///< words per proc, 512 once opened
+        std::uint32_t ovsDepth = 0;  ///< words per proc, 512 once opened
         std::uint32_t ovsWordBits = 16;
-        std::array<std::vector<std::uint16_t>, registers::maxProcs> ovsWords; ///< bit 0 of a word is the earliest sample
+        std::array<std::vector<std::uint16_t>, registers::maxProcs>
+            ovsWords; ///< bit 0 of a word is the earliest sample
         std::array<std::vector<RegisterAccess>, registers::maxProcs> ovsAccess; ///< read list of each proc's FIFO
     };
 
@@ -249,9 +250,9 @@ private:
     /// Bytes of the running recording; zeroed when one starts. One writer at a time, on the thread that talks to the
     /// data client; read by status at any time.
     struct Counters {
-        std::atomic<std::uint32_t> bytesReady{0}; ///< on the unit, as last seen
+        std::atomic<std::uint32_t> bytesReady{0};   ///< on the unit, as last seen
         std::atomic<std::uint32_t> bytesPending{0}; ///< requested and not yet received
-        std::atomic<std::uint32_t> bytesTotal{0}; ///< received and written
+        std::atomic<std::uint32_t> bytesTotal{0};   ///< received and written
     };
 
     /// State and control thread. `publishedError` is set before `hasError`, which is what lets status hand it out
@@ -279,10 +280,10 @@ private:
     Counters counters;
     Control control;
 
-    FrontEnd_1* frontEnd; // not owned
-    Transmitter* transmitter; // shared, handed back to the factory
+    FrontEnd_1* frontEnd;        // not owned
+    Transmitter* transmitter;    // shared, handed back to the factory
     std::uint32_t channelNumber; // number on the unit; scales register addresses
-    PropertyParser* parser; // shared by the process
+    PropertyParser* parser;      // shared by the process
     std::unique_ptr<uMutex> mutex;
     std::unique_ptr<uThread> thread;
 };

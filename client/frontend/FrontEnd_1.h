@@ -57,12 +57,12 @@ private:
 
     std::uint32_t maxChnls = 1; // number of channel sections of the properties file
     DataClientFactory clientFactory;
-    DataClient* dataClient = nullptr; // owned, given back through the factory
-    std::string propertyText; // behind getProperty
-    std::string url = "0"; // the unit as the data server knows it
+    DataClient* dataClient = nullptr;       // owned, given back through the factory
+    std::string propertyText;               // behind getProperty
+    std::string url = "0";                  // the unit as the data server knows it
     std::vector<FrontEndChannel*> channels; // owned; the index is not the channel's number once one was released
-    PropertyParser* parser = nullptr; // shared by the process
-    std::unique_ptr<uDll> library; // kept for the object's life, nothing is loaded by it
+    PropertyParser* parser = nullptr;       // shared by the process
+    std::unique_ptr<uDll> library;          // kept for the object's life, nothing is loaded by it
     PllSettings pllSettings;
     Waits& waiting;
 };

@@ -66,7 +66,7 @@ inline constexpr std::uint32_t stmTimeoutClockEnable = 1u << 0;
 inline constexpr Block stmControl{0x08008050, 2};
 inline constexpr std::uint32_t stmControlBypassProtocol = 1u << 8;
 inline constexpr std::uint32_t stmControlSyncPeriodMask = 0x3C00; // of the period, before the shift
-inline constexpr std::uint32_t stmControlSyncPeriodShift = 6; // down
+inline constexpr std::uint32_t stmControlSyncPeriodShift = 6;     // down
 inline constexpr std::uint32_t stmControlPeriodicSync = 1u << 3;
 inline constexpr std::uint32_t stmControlDiagnosticTiming = 1u << 2;
 inline constexpr std::uint32_t stmControl32BitDataLimit = 1u << 1;

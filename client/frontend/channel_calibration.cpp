@@ -45,10 +45,11 @@ void logPins(const Metrics& m, const Cal& cal, std::uint32_t numPins) {
         }
         std::int32_t moved = 0;
         const double peak = analysis::findPeakCorrelation(pin, moved, maxLag);
-        logStep(here(),
-                "data %u : input=%u, delay=%u, stretch=%d, margin=-%s,+%s, correlation peak=%.3f at lag %d, at zero=%.3f",
-                p, set.rcvrpin, set.delay, set.stretch, marginText(pin.marginBefore).c_str(),
-                marginText(pin.marginAfter).c_str(), peak, -moved, pin.correlationAtZero);
+        logStep(
+            here(),
+            "data %u : input=%u, delay=%u, stretch=%d, margin=-%s,+%s, correlation peak=%.3f at lag %d, at zero=%.3f",
+            p, set.rcvrpin, set.delay, set.stretch, marginText(pin.marginBefore).c_str(),
+            marginText(pin.marginAfter).c_str(), peak, -moved, pin.correlationAtZero);
     }
 }
 

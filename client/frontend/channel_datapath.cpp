@@ -70,8 +70,9 @@ void FrontEndChannel_1::closeDataFile() {
 
 void FrontEndChannel_1::onData(const void* data, std::uint32_t size) {
     if (control.dataFile == nullptr || size > counters.bytesPending) {
-        const std::string text = "software error : data received from orv before host storage was ready : " +
-                                 std::to_string(size) + " bytes of data lost";
+        const std::string text =
+            "software error : data received from orv before host storage was ready : " + std::to_string(size) +
+            " bytes of data lost";
         signalStop(Failed, text.c_str());
         return;
     }

@@ -92,8 +92,7 @@ void FrontEndChannel_1::findMargin(Metrics& m) {
 }
 
 void FrontEndChannel_1::adjustClockDelay(Metrics& m) {
-    const analysis::ClockCentring margins =
-        analysis::clockMargins(burstOf(settings, clocking, oversampling), m);
+    const analysis::ClockCentring margins = analysis::clockMargins(burstOf(settings, clocking, oversampling), m);
     logStep(here(), "clock margins : %u before, %u after, %u samples needed", margins.before, margins.after,
             margins.need);
     if (!margins.enough) {
@@ -116,8 +115,7 @@ double FrontEndChannel_1::findPeakCorrelation(const ProcMetrics& p, std::int32_t
 }
 
 void FrontEndChannel_1::verifyOvsMargin(const Cal& target, std::int32_t margin) {
-    const analysis::MarginFault fault =
-        analysis::findMarginFault(burstOf(settings, clocking, oversampling), margin);
+    const analysis::MarginFault fault = analysis::findMarginFault(burstOf(settings, clocking, oversampling), margin);
     if (fault.kind == analysis::MarginFault::Kind::none) {
         return;
     }

@@ -57,9 +57,9 @@ struct FrontEndChannel_1::Properties {
 
     struct Entry {
         const char* name;
-        const char* choices; // null: any text
+        const char* choices;                // null: any text
         void (*set)(Channel&, const char*); // null: read only
-        const char* (*get)(Channel&); // null: read from the file
+        const char* (*get)(Channel&);       // null: read from the file
     };
 
     template <std::string Settings::*field>

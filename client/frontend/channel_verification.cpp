@@ -1,6 +1,6 @@
+#include "client/Pattern.h"
 #include "client/frontend/ChannelLog.h"
 #include "client/frontend/FrontEndChannel_1.h"
-#include "client/Pattern.h"
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uLog.h"
 

@@ -60,9 +60,9 @@ struct FactoryEntry {
 };
 
 constexpr FactoryEntry factoryTable[] = {
-    {"none", make<PatternNone_1>},   {"f0", make<PatternF0_1>},     {"a5", make<PatternA5_1>},
-    {"ff0", make<PatternFF0_1>},     {"ramp0", make<PatternRamp_0>}, {"ramp", make<PatternRamp_0>},
-    {"ramp1", make<PatternRamp_1>}, {"walk", make<PatternWalk_1>}, {"lfsr", make<PatternLfsr_1>},
+    {"none", make<PatternNone_1>},  {"f0", make<PatternF0_1>},      {"a5", make<PatternA5_1>},
+    {"ff0", make<PatternFF0_1>},    {"ramp0", make<PatternRamp_0>}, {"ramp", make<PatternRamp_0>},
+    {"ramp1", make<PatternRamp_1>}, {"walk", make<PatternWalk_1>},  {"lfsr", make<PatternLfsr_1>},
 };
 
 } // namespace

@@ -37,8 +37,7 @@ void readPins(std::vector<std::uint32_t>& pins, const char* list) {
 } // namespace
 
 TransmitterBase_1::TransmitterBase_1(FrontEnd* unit, std::uint32_t channel)
-    : frontEnd(needed(unit)), xmtrChannel(channel), channelNumber(unit->numChannels()),
-      parser(createPropertyParser()) {
+    : frontEnd(needed(unit)), xmtrChannel(channel), channelNumber(unit->numChannels()), parser(createPropertyParser()) {
     entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::TransmitterBase_1");
 }
 

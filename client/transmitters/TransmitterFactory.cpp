@@ -57,8 +57,8 @@ Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs:
         }
     }
     try {
-        table().push_back(std::make_unique<RefCountedXmtrImpl>(frontEnd, cpuName, xmtrLibrary, xmtrChannel,
-                                                               xmtrCookie, adapterKind, traceSetup));
+        table().push_back(std::make_unique<RefCountedXmtrImpl>(frontEnd, cpuName, xmtrLibrary, xmtrChannel, xmtrCookie,
+                                                               adapterKind, traceSetup));
     } catch (const std::bad_alloc&) {
         fail(transmitterUnit, eALLOC);
     }

@@ -20,7 +20,7 @@ struct Program {
 };
 
 constexpr Program programs[] = {
-    {"f0", 5, patternF0},         {"calibration", 5, patternF0},         {"a5", 6, patternA5},
+    {"f0", 5, patternF0},          {"calibration", 5, patternF0},         {"a5", 6, patternA5},
     {"ramp", 7, patternRampFrom1}, {"verification", 7, patternRampFrom1}, {"none", 7, patternRampFrom1},
 };
 

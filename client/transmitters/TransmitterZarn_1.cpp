@@ -49,9 +49,9 @@ struct Program {
 };
 
 constexpr Program programs[] = {
-    {"a5", 0, patternA5},     {"walk", 1, patternWalk},
+    {"a5", 0, patternA5},          {"walk", 1, patternWalk},
     {"ramp", 2, patternRampFrom0}, {"verification", 2, patternRampFrom0},
-    {"lfsr", 3, patternLfsr}, {"f0", 4, patternF0},
+    {"lfsr", 3, patternLfsr},      {"f0", 4, patternF0},
     {"calibration", 4, patternF0}, {"none", std::nullopt, patternNone},
 };
 
@@ -71,8 +71,8 @@ void entry(const char* function, const SourceLocation& location = SourceLocation
 TransmitterZarn_1::TransmitterZarn_1(FrontEnd* unit, const char* name, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
                                      std::uint32_t cookie, std::uint32_t channel, std::uint32_t kind,
                                      const ChannelSettings* setup)
-    : TransmitterBase_1(unit, channel), cpuName(name != nullptr ? name : ""), library(xmtrLibrary),
-      xmtrCookie(cookie), adapterKind(kind), traceSetup(setup) {
+    : TransmitterBase_1(unit, channel), cpuName(name != nullptr ? name : ""), library(xmtrLibrary), xmtrCookie(cookie),
+      adapterKind(kind), traceSetup(setup) {
     entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::TransmitterZarn_1");
     if (library == nullptr) {
         ownLibrary.load(cpuName);
@@ -132,8 +132,8 @@ void TransmitterZarn_1::program(const char* name, std::uint32_t frequencySetting
         fail(transmitterUnit, eSEQUENCE, "pins not set");
     if (name != nullptr)
         progName = name;
-    logMessage("%s %s progName=%s, frequencySetting=%d", programLabel, "TransmitterZarn_1::program",
-               progName.c_str(), static_cast<int>(frequencySetting));
+    logMessage("%s %s progName=%s, frequencySetting=%d", programLabel, "TransmitterZarn_1::program", progName.c_str(),
+               static_cast<int>(frequencySetting));
     const auto found = std::find_if(std::begin(programs), std::end(programs),
                                     [this](const Program& known) { return known.name == progName; });
     if (found == std::end(programs))
@@ -177,9 +177,9 @@ void TransmitterZarn_1::setModes(std::optional<std::uint32_t> testMode, std::uin
     const auto kind = std::find_if(std::begin(exportKinds), std::end(exportKinds),
                                    [this](const ExportKind& known) { return known.name == drmXmtr; });
     library->setOption(xmtrChannel, 0);
-    checkResult(library->setFunctionMode(xmtrChannel, xmtrMode == pauseMode ? kind->pausedFunctionMode
-                                                                            : kind->functionMode),
-                "failed setting stm function mode");
+    checkResult(
+        library->setFunctionMode(xmtrChannel, xmtrMode == pauseMode ? kind->pausedFunctionMode : kind->functionMode),
+        "failed setting stm function mode");
     if (testMode)
         checkResult(library->setTestMode(xmtrChannel, testBlock, *testMode), "failed setting stm test mode");
     checkResult(library->applyFrequency(xmtrChannel, frequencySetting), "failed applying frequency setting");

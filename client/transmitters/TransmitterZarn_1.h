@@ -46,9 +46,9 @@ private:
     std::string cpuName;
     Vx::Qrs::Trace::IXmtrLibrary* library;
     [[maybe_unused]] std::uint32_t xmtrCookie; // only stored
-    LoadedXmtrLibrary ownLibrary; // empty when the framework gave the object
-    bool linkOpen = false;        // the library's channel is in use
-    std::uint32_t adapterKind;    // class of the CPU
+    LoadedXmtrLibrary ownLibrary;              // empty when the framework gave the object
+    bool linkOpen = false;                     // the library's channel is in use
+    std::uint32_t adapterKind;                 // class of the CPU
     const ChannelSettings* traceSetup;
     std::optional<ChannelSettings> keptSetup; // what traceSetup points to once its owner is gone
 };

@@ -33,15 +33,23 @@ constexpr std::array<StatusEntry, 17> statusTable{{
 }};
 static_assert(statusTable.size() == eLOAD + 1);
 
-const StatusEntry& entryOf(std::uint32_t status) { return statusTable[status < statusTable.size() ? status : 0]; }
+const StatusEntry& entryOf(std::uint32_t status) {
+    return statusTable[status < statusTable.size() ? status : 0];
+}
 
-const char* orEmpty(const char* text) { return text != nullptr ? text : ""; }
+const char* orEmpty(const char* text) {
+    return text != nullptr ? text : "";
+}
 
 } // namespace
 
-const char* statusName(std::uint32_t status) { return entryOf(status).name; }
+const char* statusName(std::uint32_t status) {
+    return entryOf(status).name;
+}
 
-const char* statusText(std::uint32_t status) { return entryOf(status).text; }
+const char* statusText(std::uint32_t status) {
+    return entryOf(status).text;
+}
 
 Exception::Exception(const char* file, std::uint32_t line, std::uint32_t status, const char* detail)
     : statusNumber(status), detailText(orEmpty(detail)), fileName(orEmpty(file)), lineNumber(line) {
@@ -54,13 +62,27 @@ Exception::Exception(const char* file, std::uint32_t line, std::uint32_t status,
 
 Exception::~Exception() = default;
 
-const char* Exception::what() const noexcept { return fullText.c_str(); }
-std::uint32_t Exception::status() const { return statusNumber; }
-const char* Exception::statusName() const { return entryOf(statusNumber).name; }
-const char* Exception::statusText() const { return entryOf(statusNumber).text; }
-const char* Exception::file() const { return fileName.c_str(); }
-std::uint32_t Exception::line() const { return lineNumber; }
-const char* Exception::detail() const { return detailText.c_str(); }
+const char* Exception::what() const noexcept {
+    return fullText.c_str();
+}
+std::uint32_t Exception::status() const {
+    return statusNumber;
+}
+const char* Exception::statusName() const {
+    return entryOf(statusNumber).name;
+}
+const char* Exception::statusText() const {
+    return entryOf(statusNumber).text;
+}
+const char* Exception::file() const {
+    return fileName.c_str();
+}
+std::uint32_t Exception::line() const {
+    return lineNumber;
+}
+const char* Exception::detail() const {
+    return detailText.c_str();
+}
 
 void fail(const char* unit, Status status, const std::string& detail, const SourceLocation& location) {
     throw Exception(unit, location.line(), status, detail.c_str());

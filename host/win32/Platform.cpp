@@ -70,8 +70,7 @@ LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
     // Its siblings are looked for in its own folder too.
     handle = LoadLibraryExW(file.c_str(), nullptr, file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
     if (handle == nullptr)
-        throw Failure(ExitCode::NoSystem,
-                      "cannot load " + file.string() + ": error " + std::to_string(GetLastError()));
+        throw Failure(ExitCode::NoSystem, "cannot load " + file.string() + ": error " + std::to_string(GetLastError()));
 }
 
 LoadedLibrary::~LoadedLibrary() {

@@ -26,8 +26,7 @@ constexpr std::uint32_t pollRepeats = 0;
 
 } // namespace
 
-OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(chunk)
-{
+OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(chunk) {
     sendBuffer.create(chunkSize + 1);
     receiveBuffer.create(chunkSize + 1);
 
@@ -57,8 +56,7 @@ OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(
 }
 
 OrvEcomProxy::OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunk)
-    : link(std::move(connected)), chunkSize(chunk)
-{
+    : link(std::move(connected)), chunkSize(chunk) {
     sendBuffer.create(chunkSize + 1);
     receiveBuffer.create(chunkSize + 1);
     try {
@@ -70,8 +68,7 @@ OrvEcomProxy::OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std
     }
 }
 
-OrvEcomProxy::~OrvEcomProxy()
-{
+OrvEcomProxy::~OrvEcomProxy() {
     logEntry(proxySourceName, "OrvEcomProxy::~OrvEcomProxy");
     timer.stop();
     try {
@@ -85,8 +82,7 @@ OrvEcomProxy::~OrvEcomProxy()
     terminateServer();
 }
 
-void OrvEcomProxy::connectServer()
-{
+void OrvEcomProxy::connectServer() {
     try {
         link = std::make_unique<MPX_GDB_AGENT::GdbTcpipIo>(serverPort);
     } catch (const std::exception&) {
@@ -101,8 +97,7 @@ void OrvEcomProxy::connectServer()
     }
 }
 
-void OrvEcomProxy::beginTalk()
-{
+void OrvEcomProxy::beginTalk() {
     // Both find their storage present, so that the buffers keep the size of a chunk.
     sendBuffer.reserve(bufferReservation);
     receiveBuffer.reserve(bufferReservation);
@@ -114,22 +109,19 @@ void OrvEcomProxy::beginTalk()
     }
 }
 
-void OrvEcomProxy::terminateServer() noexcept
-{
+void OrvEcomProxy::terminateServer() noexcept {
     if (serverPid != 0)
         uEnvironment::terminateProcess(serverPid);
     serverPid = 0;
 }
 
-void OrvEcomProxy::closeLink() noexcept
-{
+void OrvEcomProxy::closeLink() noexcept {
     if (link != nullptr)
         link->closeClient();
     link.reset();
 }
 
-DataClient* createDataClient(std::uint32_t port)
-{
+DataClient* createDataClient(std::uint32_t port) {
     try {
         return new OrvEcomProxy(port, OrvEcomProxy::defaultChunkSize);
     } catch (...) {
@@ -137,8 +129,7 @@ DataClient* createDataClient(std::uint32_t port)
     }
 }
 
-void destroyDataClient(DataClient* client)
-{
+void destroyDataClient(DataClient* client) {
     delete client;
 }
 

@@ -64,8 +64,7 @@ private:
     void exchange(char command, Arguments&& arguments, Payload&& payload);
     template <class Arguments, class Payload>
     void transact(char command, Arguments&& arguments, Payload&& payload);
-    void transactPlain(const char* function, char command,
-                       const SourceLocation& where = SourceLocation::current());
+    void transactPlain(const char* function, char command, const SourceLocation& where = SourceLocation::current());
     std::uint32_t queryVersion();
     void beginRequest(char command);
     void endRequest();
@@ -97,8 +96,8 @@ private:
     std::unique_ptr<MPX_GDB_AGENT::IGdbIo> link;
     MPX_GDB_AGENT::PacketBuffer sendBuffer;
     MPX_GDB_AGENT::PacketBuffer receiveBuffer;
-    std::uint32_t serverPid = 0; // 0: no process is held
-    uSocket spareSocket;         // the second connection: open for the object's life, never read or written
+    std::uint32_t serverPid = 0;  // 0: no process is held
+    uSocket spareSocket;          // the second connection: open for the object's life, never read or written
     Callback* callback = nullptr; // null while no channel is open
     std::ostringstream errorText; // what went wrong with the reply at hand; guarded by the mutex, as are the buffers
     Scratch firstScratch;         // data, and first texts

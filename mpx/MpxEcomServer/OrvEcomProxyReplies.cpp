@@ -15,15 +15,14 @@ namespace {
 constexpr std::int32_t receiveWaitMs = 1000;
 
 // Takes a marker, given as a text without its NUL, off the front.
-template <std::size_t size> bool take(MPX_GDB_AGENT::PacketBuffer& buffer, const char (&marker)[size])
-{
+template <std::size_t size>
+bool take(MPX_GDB_AGENT::PacketBuffer& buffer, const char (&marker)[size]) {
     return buffer.startsWith(marker, static_cast<std::uint32_t>(size - 1), true);
 }
 
 } // namespace
 
-void OrvEcomProxy::awaitReply()
-{
+void OrvEcomProxy::awaitReply() {
     // An end mark in a payload is escaped, so the raw byte tells that the whole reply is here. What has been looked
     // at once is not looked at again.
     std::uint32_t searched = 0;
@@ -41,8 +40,7 @@ void OrvEcomProxy::awaitReply()
 
 // Checksum characters of the last reply that arrive only now stand in front of this one. A server that never sends
 // them must not lose the opening of its reply instead.
-void OrvEcomProxy::dropLateChecksum()
-{
+void OrvEcomProxy::dropLateChecksum() {
     std::uint8_t first = 0;
     while (lateChecksum != 0 && receiveBuffer.length != 0) {
         receiveBuffer.peekByte(0, first);
@@ -55,8 +53,7 @@ void OrvEcomProxy::dropLateChecksum()
     }
 }
 
-void OrvEcomProxy::parseReplyHead()
-{
+void OrvEcomProxy::parseReplyHead() {
     errorText.str({});
     while (take(receiveBuffer, wire::marker::record))
         parseRecord();
@@ -72,8 +69,7 @@ void OrvEcomProxy::parseReplyHead()
     throwNoted();
 }
 
-void OrvEcomProxy::takeServerText()
-{
+void OrvEcomProxy::takeServerText() {
     std::uint32_t size = receiveBuffer.length;
     receiveBuffer.findByte(MPX_GDB_AGENT::packetEnd, size);
     errorText.write(reinterpret_cast<const char*>(receiveBuffer.unread()), static_cast<std::streamsize>(size));
@@ -82,8 +78,7 @@ void OrvEcomProxy::takeServerText()
         note("internal rsp exception");
 }
 
-void OrvEcomProxy::parseRecord()
-{
+void OrvEcomProxy::parseRecord() {
     std::uint32_t type = 0;
     bool done = false;
     if (callback != nullptr && takeWord(type)) {
@@ -98,8 +93,7 @@ void OrvEcomProxy::parseRecord()
         note("invalid rsp callback response");
 }
 
-bool OrvEcomProxy::parseDataRecord()
-{
+bool OrvEcomProxy::parseDataRecord() {
     std::uint32_t size = 0;
     if (!takeWord(size))
         return false;
@@ -115,8 +109,7 @@ bool OrvEcomProxy::parseDataRecord()
     return true;
 }
 
-bool OrvEcomProxy::parseErrorRecord()
-{
+bool OrvEcomProxy::parseErrorRecord() {
     std::uint32_t code = 0;
     if (!takeWord(code) || !takeText(firstScratch) || !takeText(secondScratch))
         return false;
@@ -125,8 +118,7 @@ bool OrvEcomProxy::parseErrorRecord()
     return true;
 }
 
-bool OrvEcomProxy::parseStatusRecord()
-{
+bool OrvEcomProxy::parseStatusRecord() {
     std::uint32_t value = 0;
     if (!takeWord(value))
         return false;
@@ -135,8 +127,7 @@ bool OrvEcomProxy::parseStatusRecord()
 }
 
 // A length and that many bytes, which get a NUL.
-bool OrvEcomProxy::takeText(Scratch& scratch)
-{
+bool OrvEcomProxy::takeText(Scratch& scratch) {
     std::uint32_t size = 0;
     if (!takeWord(size))
         return false;
@@ -151,8 +142,7 @@ bool OrvEcomProxy::takeText(Scratch& scratch)
     return true;
 }
 
-bool OrvEcomProxy::takeWord(std::uint32_t& value)
-{
+bool OrvEcomProxy::takeWord(std::uint32_t& value) {
     wire::Word word{};
     if (!takeBytes(word.data(), wire::wordSize))
         return false;
@@ -160,15 +150,13 @@ bool OrvEcomProxy::takeWord(std::uint32_t& value)
     return true;
 }
 
-bool OrvEcomProxy::takeBytes(void* to, std::uint32_t count)
-{
+bool OrvEcomProxy::takeBytes(void* to, std::uint32_t count) {
     std::uint32_t decoded = 0;
     receiveBuffer.decode(to, count, decoded);
     return decoded == count;
 }
 
-bool OrvEcomProxy::takeAccess(RegisterAccess& access)
-{
+bool OrvEcomProxy::takeAccess(RegisterAccess& access) {
     wire::Access record{};
     if (!takeBytes(record.data(), wire::accessSize))
         return false;
@@ -179,14 +167,12 @@ bool OrvEcomProxy::takeAccess(RegisterAccess& access)
     return true;
 }
 
-void OrvEcomProxy::expect(bool decoded)
-{
+void OrvEcomProxy::expect(bool decoded) {
     if (!decoded)
         note("invalid rsp response data");
 }
 
-void OrvEcomProxy::finishReply()
-{
+void OrvEcomProxy::finishReply() {
     // The two characters behind the end mark may still be on their way.
     constexpr std::uint32_t tailSize = 1 + wire::checksumSize;
     const std::uint32_t present = std::min(receiveBuffer.length, tailSize);
@@ -200,13 +186,11 @@ void OrvEcomProxy::finishReply()
     throwNoted();
 }
 
-void OrvEcomProxy::note(const char* text)
-{
+void OrvEcomProxy::note(const char* text) {
     errorText << text;
 }
 
-void OrvEcomProxy::throwNoted() const
-{
+void OrvEcomProxy::throwNoted() const {
     if (!errorText.view().empty())
         throw std::runtime_error(errorText.str());
 }

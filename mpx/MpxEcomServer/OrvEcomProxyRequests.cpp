@@ -18,8 +18,7 @@ namespace {
 
 constexpr auto nothing = [] {};
 
-void require(bool appended)
-{
+void require(bool appended) {
     if (!appended)
         throw std::runtime_error("internal error allocating buffer");
 }
@@ -28,8 +27,7 @@ void require(bool appended)
 
 // One request and its reply, the lock being no matter of this.
 template <class Arguments, class Payload>
-void OrvEcomProxy::exchange(char command, Arguments&& arguments, Payload&& payload)
-{
+void OrvEcomProxy::exchange(char command, Arguments&& arguments, Payload&& payload) {
     beginRequest(command);
     arguments();
     endRequest();
@@ -41,27 +39,23 @@ void OrvEcomProxy::exchange(char command, Arguments&& arguments, Payload&& paylo
 }
 
 template <class Arguments, class Payload>
-void OrvEcomProxy::transact(char command, Arguments&& arguments, Payload&& payload)
-{
+void OrvEcomProxy::transact(char command, Arguments&& arguments, Payload&& payload) {
     const uMutexLock locked(mutex);
     exchange(command, std::forward<Arguments>(arguments), std::forward<Payload>(payload));
 }
 
-void OrvEcomProxy::transactPlain(const char* function, char command, const SourceLocation& where)
-{
+void OrvEcomProxy::transactPlain(const char* function, char command, const SourceLocation& where) {
     logEntry(proxySourceName, function, where);
     transact(command, nothing, nothing);
 }
 
-std::uint32_t OrvEcomProxy::queryVersion()
-{
+std::uint32_t OrvEcomProxy::queryVersion() {
     std::uint32_t version = 0;
     exchange(wire::command::version, nothing, [&] { expect(takeWord(version)); });
     return version;
 }
 
-void OrvEcomProxy::connect(const char* url)
-{
+void OrvEcomProxy::connect(const char* url) {
     logEntry(proxySourceName, "OrvEcomProxy::connect");
     const auto size = static_cast<std::uint32_t>(std::strlen(url));
     const auto arguments = [&] {
@@ -71,13 +65,11 @@ void OrvEcomProxy::connect(const char* url)
     transact(wire::command::connect, arguments, nothing);
 }
 
-void OrvEcomProxy::disconnect()
-{
+void OrvEcomProxy::disconnect() {
     transactPlain("OrvEcomProxy::disconnect", wire::command::disconnect);
 }
 
-void OrvEcomProxy::read(RegisterAccess* list, std::uint32_t count)
-{
+void OrvEcomProxy::read(RegisterAccess* list, std::uint32_t count) {
     logEntry(proxySourceName, "OrvEcomProxy::read");
     const auto arguments = [&] {
         appendWord(count);
@@ -89,8 +81,7 @@ void OrvEcomProxy::read(RegisterAccess* list, std::uint32_t count)
     transact(wire::command::read, arguments, payload);
 }
 
-void OrvEcomProxy::write(const RegisterAccess* list, std::uint32_t count)
-{
+void OrvEcomProxy::write(const RegisterAccess* list, std::uint32_t count) {
     logEntry(proxySourceName, "OrvEcomProxy::write");
     const auto arguments = [&] {
         appendWord(count);
@@ -99,8 +90,7 @@ void OrvEcomProxy::write(const RegisterAccess* list, std::uint32_t count)
     transact(wire::command::write, arguments, nothing);
 }
 
-DataClient::Channel* OrvEcomProxy::openChannel(std::uint32_t bufferSize, std::uint32_t mode, Callback* receiver)
-{
+DataClient::Channel* OrvEcomProxy::openChannel(std::uint32_t bufferSize, std::uint32_t mode, Callback* receiver) {
     logEntry(proxySourceName, "OrvEcomProxy::openChannel");
     const uMutexLock locked(mutex);
     if (callback != nullptr)
@@ -115,8 +105,7 @@ DataClient::Channel* OrvEcomProxy::openChannel(std::uint32_t bufferSize, std::ui
     return this;
 }
 
-void OrvEcomProxy::closeChannel(DataClient::Channel*)
-{
+void OrvEcomProxy::closeChannel(DataClient::Channel*) {
     logEntry(proxySourceName, "OrvEcomProxy::closeChannel");
     const uMutexLock locked(mutex);
     if (callback == nullptr)
@@ -125,19 +114,17 @@ void OrvEcomProxy::closeChannel(DataClient::Channel*)
     callback = nullptr;
 }
 
-void OrvEcomProxy::start()
-{
+void OrvEcomProxy::start() {
     transactPlain("OrvEcomProxy::start", wire::command::start);
 }
 
-void OrvEcomProxy::status(std::uint32_t* ready)
-{
+void OrvEcomProxy::status(std::uint32_t* ready) {
     logEntry(proxySourceName, "OrvEcomProxy::status");
-    transact(wire::command::status, [&] { appendWord(*ready); }, [&] { expect(takeWord(*ready)); });
+    transact(
+        wire::command::status, [&] { appendWord(*ready); }, [&] { expect(takeWord(*ready)); });
 }
 
-void OrvEcomProxy::peek(std::uint32_t first, std::uint32_t second, void* data, std::uint32_t* size)
-{
+void OrvEcomProxy::peek(std::uint32_t first, std::uint32_t second, void* data, std::uint32_t* size) {
     logEntry(proxySourceName, "OrvEcomProxy::peek");
     const auto arguments = [&] {
         appendWord(first);
@@ -152,29 +139,25 @@ void OrvEcomProxy::peek(std::uint32_t first, std::uint32_t second, void* data, s
     transact(wire::command::peek, arguments, payload);
 }
 
-void OrvEcomProxy::stop()
-{
+void OrvEcomProxy::stop() {
     transactPlain("OrvEcomProxy::stop", wire::command::stop);
 }
 
-void OrvEcomProxy::request(std::uint32_t count)
-{
+void OrvEcomProxy::request(std::uint32_t count) {
     logEntry(proxySourceName, "OrvEcomProxy::request");
-    transact(wire::command::request, [&] { appendWord(count); }, nothing);
+    transact(
+        wire::command::request, [&] { appendWord(count); }, nothing);
 }
 
-void OrvEcomProxy::cancel()
-{
+void OrvEcomProxy::cancel() {
     transactPlain("OrvEcomProxy::cancel", wire::command::cancel);
 }
 
-void OrvEcomProxy::flush()
-{
+void OrvEcomProxy::flush() {
     transactPlain("OrvEcomProxy::flush", wire::command::flush);
 }
 
-void OrvEcomProxy::pollServer()
-{
+void OrvEcomProxy::pollServer() {
     try {
         transactPlain("OrvEcomProxy::pollServer", wire::command::poll);
     } catch (...) {
@@ -182,38 +165,32 @@ void OrvEcomProxy::pollServer()
     }
 }
 
-void OrvEcomProxy::call()
-{
+void OrvEcomProxy::call() {
     pollServer();
 }
 
-void OrvEcomProxy::beginRequest(char command)
-{
+void OrvEcomProxy::beginRequest(char command) {
     sendBuffer.clear();
     require(sendBuffer.appendByte(MPX_GDB_AGENT::packetStart));
     require(sendBuffer.appendByte(static_cast<std::uint8_t>(command)));
 }
 
-void OrvEcomProxy::endRequest()
-{
+void OrvEcomProxy::endRequest() {
     require(sendBuffer.appendByte(MPX_GDB_AGENT::packetEnd));
     require(sendBuffer.appendChecksum(wire::checksum));
 }
 
-void OrvEcomProxy::appendWord(std::uint32_t value)
-{
+void OrvEcomProxy::appendWord(std::uint32_t value) {
     wire::Word word{};
     wire::put(value, word);
     appendBytes(word.data(), wire::wordSize);
 }
 
-void OrvEcomProxy::appendBytes(const void* bytes, std::uint32_t count)
-{
+void OrvEcomProxy::appendBytes(const void* bytes, std::uint32_t count) {
     require(sendBuffer.appendEscaped(bytes, count));
 }
 
-void OrvEcomProxy::appendAccess(const RegisterAccess& access)
-{
+void OrvEcomProxy::appendAccess(const RegisterAccess& access) {
     wire::Access record{};
     const std::span<std::uint8_t, wire::accessSize> fields(record);
     wire::put(access.kind, fields.subspan<0, wire::wordSize>());
@@ -224,8 +201,7 @@ void OrvEcomProxy::appendAccess(const RegisterAccess& access)
 
 // The server is owed `count` bytes to which it gives no meaning. They begin with the pointer's own bytes; what would
 // lie behind those in storage is nobody's to send, so zeros follow.
-void OrvEcomProxy::appendPointerStorage(const void* pointer, std::uint32_t count)
-{
+void OrvEcomProxy::appendPointerStorage(const void* pointer, std::uint32_t count) {
     std::array<std::uint8_t, 256> block{};
     const auto value = reinterpret_cast<std::uintptr_t>(pointer);
     constexpr std::uint32_t pointerSize = 8;
@@ -240,8 +216,7 @@ void OrvEcomProxy::appendPointerStorage(const void* pointer, std::uint32_t count
     }
 }
 
-void OrvEcomProxy::sendRequest()
-{
+void OrvEcomProxy::sendRequest() {
     switch (MPX_GDB_AGENT::writePacket(*link, sendBuffer)) {
     case MPX_GDB_AGENT::IoOk:
         return;

@@ -6,8 +6,7 @@
 
 namespace VX_QRS::ORV {
 
-void Scratch::ensure(std::uint64_t needed)
-{
+void Scratch::ensure(std::uint64_t needed) {
     if (needed <= capacity)
         return;
     block.reset();

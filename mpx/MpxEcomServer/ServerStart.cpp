@@ -18,8 +18,7 @@ constexpr std::uint32_t lookMs = 100;
 
 class PlatformProcesses : public ProcessAccess {
 public:
-    std::uint32_t start(const char* image, const char* arguments) override
-    {
+    std::uint32_t start(const char* image, const char* arguments) override {
         return uEnvironment::startProcess(image, arguments, uEnvironment::detachedMode);
     }
     std::uint32_t find(const char* image, std::uint32_t id) override { return uEnvironment::findProcess(image, id); }
@@ -29,8 +28,7 @@ public:
 
 // The wait ends at the first sight of the process, and behind each look, that one too, stands a sleep. In it a server
 // gets the time to open its port: the connection is tried only once.
-std::uint32_t lookFor(ProcessAccess& processes, std::uint32_t id)
-{
+std::uint32_t lookFor(ProcessAccess& processes, std::uint32_t id) {
     std::uint32_t found = 0;
     for (std::uint32_t look = 0; look < looksPerTry && found == 0; ++look) {
         found = processes.find(serverImage, id);
@@ -41,14 +39,12 @@ std::uint32_t lookFor(ProcessAccess& processes, std::uint32_t id)
 
 } // namespace
 
-ProcessAccess& platformProcesses()
-{
+ProcessAccess& platformProcesses() {
     static PlatformProcesses processes;
     return processes;
 }
 
-StartedServer startServer(ProcessAccess& processes, std::uint32_t firstPort)
-{
+StartedServer startServer(ProcessAccess& processes, std::uint32_t firstPort) {
     StartedServer server{0, firstPort};
     for (std::uint32_t attempt = 0; attempt < portTries; ++attempt, ++server.port) {
         const std::string arguments = "1 " + std::to_string(server.port);

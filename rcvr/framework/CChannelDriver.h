@@ -20,9 +20,9 @@ namespace Vx::Qrs::Trace {
 /// One attribute's value. The pointers stay valid until the next GetAttribute on the same driver.
 struct TraceAttribute {
     enum Type : std::uint32_t {
-        eBoolean = 0, ///< "0" or "1"
-        eInteger = 2, ///< decimal digits
-        eListText = 5, ///< an entry of a list
+        eBoolean = 0,    ///< "0" or "1"
+        eInteger = 2,    ///< decimal digits
+        eListText = 5,   ///< an entry of a list
         eNumberText = 6, ///< a number or a property in text form
     };
     const char* name = nullptr;

@@ -37,8 +37,7 @@ public:
 class cZarnError : public cZarnErrorIF {
 public:
     cZarnError() = default;
-    cZarnError(const char* text, Severity_Type grade)
-        : severity(grade), errorText(text != nullptr ? text : "") {}
+    cZarnError(const char* text, Severity_Type grade) : severity(grade), errorText(text != nullptr ? text : "") {}
     cZarnError(const cZarnError& other) : cZarnErrorIF(other) { copyFields(other); }
     cZarnError& operator=(const cZarnError& other) {
         Copy(other);

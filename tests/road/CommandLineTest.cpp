@@ -38,16 +38,17 @@ TEST(CommandLine, VersionNamesSystemAndCompiler) {
 
 TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
     const RunSpace space;
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
-                                                      {"bogus"},
-                                                      {"record"},
-                                                      {"record", "--bogus"},
-                                                      {"record", "--cpu", "x"},
-                                                      {"record", "--scenario", "clean", "--seconds", "soon"},
-                                                      {"record", "--scenario", "clean", "--save", "x.bin"},
-                                                      {"record", "--scenario", "clean", "--buffer", "3M"},
-                                                      {"record", "--scenario", "clean", "--until-full", "--wrap"},
-                                                      {"record", "--scenario", "clean", "--settings", "x.xml", "--wrap"}}) {
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{},
+          {"bogus"},
+          {"record"},
+          {"record", "--bogus"},
+          {"record", "--cpu", "x"},
+          {"record", "--scenario", "clean", "--seconds", "soon"},
+          {"record", "--scenario", "clean", "--save", "x.bin"},
+          {"record", "--scenario", "clean", "--buffer", "3M"},
+          {"record", "--scenario", "clean", "--until-full", "--wrap"},
+          {"record", "--scenario", "clean", "--settings", "x.xml", "--wrap"}}) {
         const Outcome run = space.run(arguments);
         EXPECT_EQ(run.code, 2) << run.errors;
         EXPECT_THAT(run.output, IsEmpty());
@@ -59,11 +60,10 @@ TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
 TEST(Inputs, MissingAndDamagedFilesAreCodeThreeAndNamed) {
     const RunSpace space;
     const std::string damaged = space.write("damaged.toml", "name = \"x\ncpu = 1").string();
-    for (const std::vector<std::string>& more :
-         {std::vector<std::string>{"--scenario", "no-such"},
-          {"--scenario", damaged},
-          {"--scenario", "clean", "--settings", "no-such.xml"},
-          {"--scenario", "clean", "--play", "no-such.bin"}}) {
+    for (const std::vector<std::string>& more : {std::vector<std::string>{"--scenario", "no-such"},
+                                                 {"--scenario", damaged},
+                                                 {"--scenario", "clean", "--settings", "no-such.xml"},
+                                                 {"--scenario", "clean", "--play", "no-such.bin"}}) {
         std::vector<std::string> arguments{"record", "--out", space.file("run").string()};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const Outcome run = space.run(arguments);

@@ -29,7 +29,7 @@ public:
     Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program = {}) const;
     /// `record --json --out <folder>/run` and so on.
     Outcome record(const std::string& scenario, std::vector<std::string> more = {},
-               const std::filesystem::path& program = {}) const;
+                   const std::filesystem::path& program = {}) const;
 
 private:
     std::filesystem::path folder;

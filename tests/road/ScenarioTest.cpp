@@ -150,9 +150,9 @@ TEST_P(Scenarios, EndAsTheirAuthorSays) {
 
 INSTANTIATE_TEST_SUITE_P(Bench, Scenarios,
                          testing::Values("clean", "bench-cable", "step-down", "slow", "one-pin", "two-pin", "tpiu",
-                                         "tpiulite", "self-test", "no-clock", "too-fast", "too-many-bits",
-                                         "stuck-pin", "swapped-pins", "glitches", "wrap", "stop-on-full",
-                                         "stop-by-user", "trigger-file"),
+                                         "tpiulite", "self-test", "no-clock", "too-fast", "too-many-bits", "stuck-pin",
+                                         "swapped-pins", "glitches", "wrap", "stop-on-full", "stop-by-user",
+                                         "trigger-file"),
                          [](const testing::TestParamInfo<const char*>& scenario) {
                              std::string name = scenario.param;
                              std::replace(name.begin(), name.end(), '-', '_');
@@ -169,10 +169,10 @@ TEST(ScenarioList, NamesEveryScenarioThatIsTested) {
         EXPECT_FALSE(scenario.at("about").get<std::string>().empty());
         EXPECT_TRUE(scenario.at("expect").contains("outcome")) << scenario;
     }
-    EXPECT_THAT(names, testing::UnorderedElementsAre(
-                           "clean", "bench-cable", "step-down", "slow", "one-pin", "two-pin", "tpiu", "tpiulite",
-                           "self-test", "no-clock", "too-fast", "too-many-bits", "stuck-pin", "swapped-pins",
-                           "glitches", "wrap", "stop-on-full", "stop-by-user", "trigger-file"));
+    EXPECT_THAT(names, testing::UnorderedElementsAre("clean", "bench-cable", "step-down", "slow", "one-pin", "two-pin",
+                                                     "tpiu", "tpiulite", "self-test", "no-clock", "too-fast",
+                                                     "too-many-bits", "stuck-pin", "swapped-pins", "glitches", "wrap",
+                                                     "stop-on-full", "stop-by-user", "trigger-file"));
 }
 
 } // namespace

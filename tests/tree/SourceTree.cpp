@@ -92,8 +92,7 @@ std::vector<Include> includesOf(const std::string& text, char open, char close) 
 
 /// The file that an include names, empty when it is none of the tree's.
 std::string resolve(const Files& files, const std::string& from, const std::string& target) {
-    const std::string beside =
-        (std::filesystem::path(from).parent_path() / target).lexically_normal().generic_string();
+    const std::string beside = (std::filesystem::path(from).parent_path() / target).lexically_normal().generic_string();
     if (files.contains(beside))
         return beside;
     return files.contains(target) ? target : "";
@@ -197,14 +196,15 @@ Breaches includeCycles(const Files& files) {
 
 Breaches platformDependence(const Files& files) {
     constexpr std::array<std::string_view, 7> neutral{"common", "rcvr", "client", "mpx", "link", "pinmap", "tdf"};
-    static const std::regex test("^\\s*#\\s*(if|ifdef|ifndef|elif)\\b.*\\b(_WIN32|_WIN64|WIN32|__linux__|__linux|linux|"
-                                 "__unix__|unix|__APPLE__|_MSC_VER|__MINGW32__|__MINGW64__|__CYGWIN__|_POSIX_VERSION)\\b");
+    static const std::regex test(
+        "^\\s*#\\s*(if|ifdef|ifndef|elif)\\b.*\\b(_WIN32|_WIN64|WIN32|__linux__|__linux|linux|"
+        "__unix__|unix|__APPLE__|_MSC_VER|__MINGW32__|__MINGW64__|__CYGWIN__|_POSIX_VERSION)\\b");
     static const std::regex header("^(windows|winsock2|ws2tcpip|tlhelp32|process|io|direct|share|unistd|dlfcn|pthread|"
                                    "fcntl|netdb|poll|spawn|sys/.*|netinet/.*|arpa/.*)(\\.h)?$");
     Breaches breaches;
     for (const auto& [path, text] : files) {
-        const bool watched = std::any_of(neutral.begin(), neutral.end(),
-                                         [&p = path](std::string_view room) { return isIn(p, room); });
+        const bool watched =
+            std::any_of(neutral.begin(), neutral.end(), [&p = path](std::string_view room) { return isIn(p, room); });
         if (!isSource(path) || isOfAPlatform(path) || !watched)
             continue;
         forEachLine(text, [&, &p = path](std::size_t number, const std::string& line) {
@@ -221,7 +221,11 @@ Breaches platformDependence(const Files& files) {
 
 Breaches unfinishedWork(const Files& files) {
     // In two halves, so that this file does not find itself.
-    static const std::regex marks("\\b(TO" "DO|FIX" "ME|XX" "X|HA" "CK)\\b");
+    static const std::regex marks("\\b(TO"
+                                  "DO|FIX"
+                                  "ME|XX"
+                                  "X|HA"
+                                  "CK)\\b");
     Breaches breaches;
     for (const auto& [path, text] : files) {
         const bool read = isSource(path) || path.ends_with(".txt") || path.ends_with(".cmake") ||

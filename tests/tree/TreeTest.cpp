@@ -26,9 +26,9 @@ TEST(Tree, IsThere) {
     EXPECT_TRUE(sources().contains("CMakeLists.txt"));
     for (const char* room : {"common/", "rcvr/framework/", "rcvr/", "link/", "pinmap/", "tdf/", "mpx/", "client/",
                              "bench/", "host/", "tests/"}) {
-        EXPECT_TRUE(std::any_of(sources().begin(), sources().end(),
-                                [&](const auto& file) { return isSource(file.first) && file.first.starts_with(room); }))
-            << room;
+        EXPECT_TRUE(std::any_of(sources().begin(), sources().end(), [&](const auto& file) {
+            return isSource(file.first) && file.first.starts_with(room);
+        })) << room;
     }
 }
 

@@ -51,8 +51,7 @@ LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     // Connections of an earlier run that are still winding up do not keep the port.
     setOption(socket, SOL_SOCKET, SO_REUSEADDR);
     const sockaddr_in address = loopback(port);
-    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(socket, 8) != 0) {
+    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(socket, 8) != 0) {
         result.close();
     }
     return result;

@@ -56,8 +56,7 @@ LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     const SOCKET socket = native(result.handle);
     setOption(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE);
     const sockaddr_in address = loopback(port);
-    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(socket, 8) != 0) {
+    if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(socket, 8) != 0) {
         result.close();
     }
     return result;

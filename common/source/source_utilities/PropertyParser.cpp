@@ -13,7 +13,9 @@ namespace {
 constexpr const char* unit = "orv_client_utilities";
 constexpr std::size_t lineLimit = 1023; // characters
 
-bool isHeader(const std::string& line) { return line.front() == '['; }
+bool isHeader(const std::string& line) {
+    return line.front() == '[';
+}
 
 void requirePointer(const void* pointer) {
     if (pointer == nullptr) {
@@ -44,7 +46,9 @@ void expandVariable(std::string& value) {
 
 } // namespace
 
-PropertyParser_1::PropertyParser_1() { PropertyParser_1::readFile(nullptr); }
+PropertyParser_1::PropertyParser_1() {
+    PropertyParser_1::readFile(nullptr);
+}
 
 void PropertyParser_1::readFile(const char* path) {
     lines.clear();
@@ -76,7 +80,9 @@ void PropertyParser_1::addLine(std::string_view line) {
     }
 }
 
-const char* PropertyParser_1::getFileName() const { return fileName.empty() ? nullptr : fileName.c_str(); }
+const char* PropertyParser_1::getFileName() const {
+    return fileName.empty() ? nullptr : fileName.c_str();
+}
 
 void PropertyParser_1::needFile() const {
     if (fileName.empty()) {

@@ -11,7 +11,6 @@ bool read(const std::string& path, std::string& text);
 
 // Takes the next line off the front of the text. A line ends at the first of the characters `ends`, which is removed
 // with it, or behind `limit` characters. False at the end of the text.
-bool takeLine(std::string_view& text, std::string_view ends, std::string_view::size_type limit,
-              std::string_view& line);
+bool takeLine(std::string_view& text, std::string_view ends, std::string_view::size_type limit, std::string_view& line);
 
 } // namespace VX_QRS::textFile

@@ -183,8 +183,8 @@ void uConfig::write(const char* header) {
             if (!xml) {
                 file << variable.name << '=' << variable.value << '\n';
             } else if (!variable.name.empty()) {
-                file << (named ? "\t" : "") << '<' << variable.name << '>' << variable.value << "</"
-                     << variable.name << ">\n";
+                file << (named ? "\t" : "") << '<' << variable.name << '>' << variable.value << "</" << variable.name
+                     << ">\n";
             }
         }
         if (xml && named) {

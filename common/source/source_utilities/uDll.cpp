@@ -36,7 +36,9 @@ uDll::uDll(const char* libraryName, std::int32_t loadMode)
     }
 }
 
-uDll::~uDll() { Unload(); }
+uDll::~uDll() {
+    Unload();
+}
 
 bool uDll::FindAndLoad(const char* libraryName, std::int32_t loadMode) {
     logEntry("uDll", "VX_QRS::uDll::FindAndLoad");

@@ -20,7 +20,9 @@ std::mutex& environmentMutex() {
     return mutex;
 }
 
-bool isSeparator(char c) { return c == nativeEnvironment::separator || c == nativeEnvironment::otherSeparator; }
+bool isSeparator(char c) {
+    return c == nativeEnvironment::separator || c == nativeEnvironment::otherSeparator;
+}
 
 std::size_t lastSeparator(std::string_view path) {
     std::size_t at = path.size();
@@ -30,9 +32,13 @@ std::size_t lastSeparator(std::string_view path) {
     return at == 0 ? std::string_view::npos : at - 1;
 }
 
-std::string_view withoutExtension(std::string_view name) { return name.substr(0, name.rfind('.')); }
+std::string_view withoutExtension(std::string_view name) {
+    return name.substr(0, name.rfind('.'));
+}
 
-char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowered(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool equalNames(std::string_view left, std::string_view right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
@@ -88,9 +94,13 @@ void uEnvironment::getTraceDirectory(std::string& directory) {
     directory += ".VX-trace";
 }
 
-void uEnvironment::getTraceSettingsDirectory(std::string& directory) { getDirectoryBelowTrace(directory, "settings"); }
+void uEnvironment::getTraceSettingsDirectory(std::string& directory) {
+    getDirectoryBelowTrace(directory, "settings");
+}
 
-void uEnvironment::getTraceDataDirectory(std::string& directory) { getDirectoryBelowTrace(directory, "data"); }
+void uEnvironment::getTraceDataDirectory(std::string& directory) {
+    getDirectoryBelowTrace(directory, "data");
+}
 
 void uEnvironment::getParentDirectory(std::string& parent, const char* path) {
     const std::string text(path != nullptr ? path : "");
@@ -131,7 +141,9 @@ int uEnvironment::createDirectories(const char* path) {
     return result;
 }
 
-bool uEnvironment::makeDirectory(const char* path) { return path != nullptr && nativeEnvironment::makeDirectory(path); }
+bool uEnvironment::makeDirectory(const char* path) {
+    return path != nullptr && nativeEnvironment::makeDirectory(path);
+}
 
 std::uint32_t uEnvironment::findProcess(const char* imageName, std::uint32_t processId) {
     std::vector<nativeEnvironment::Process> processes;

@@ -6,13 +6,17 @@ namespace VX_QRS {
 
 namespace {
 
-std::string textOf(const char* text) { return text != nullptr ? text : ""; }
+std::string textOf(const char* text) {
+    return text != nullptr ? text : "";
+}
 
 } // namespace
 
 uFile::uFile(const char* filePath, const char* openMode) : path(textOf(filePath)), mode(textOf(openMode)) {}
 
-uFile::~uFile() { close(); }
+uFile::~uFile() {
+    close();
+}
 
 bool uFile::open(const char* newPath, const char* newMode) {
     close();

@@ -26,7 +26,9 @@ const char* timeText(int timeFormat) {
     }
 }
 
-bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+bool isLineEnd(char c) {
+    return c == '\n' || c == '\r';
+}
 
 } // namespace
 
@@ -95,7 +97,9 @@ void uLogger::writeToStdout(const char* text) {
     std::fflush(stdout);
 }
 
-void uLogger::writeToDebugger(const char* text) { debugOutput(text); }
+void uLogger::writeToDebugger(const char* text) {
+    debugOutput(text);
+}
 
 bool uLogger::setEnabled(bool enable) {
     const uMutexLock lock(mutex);
@@ -107,8 +111,7 @@ bool uLogger::setEnabled(bool enable) {
     return before;
 }
 
-bool uLogManager::open(const char* name, const char* levelVariable, const char* directoryVariable,
-                       bool isSharedOpen) {
+bool uLogManager::open(const char* name, const char* levelVariable, const char* directoryVariable, bool isSharedOpen) {
     if (name == nullptr || levelVariable == nullptr) {
         return false;
     }
@@ -192,8 +195,7 @@ uLogger* loggerAt(int threshold) {
     return manager->getThreshold() >= threshold ? manager->getLogger() : nullptr;
 }
 
-void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments)
-    ORV_PRINTF_CHECKED(3, 0);
+void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments) ORV_PRINTF_CHECKED(3, 0);
 
 void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments) {
     if (uLogger* logger = loggerAt(threshold)) {

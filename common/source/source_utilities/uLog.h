@@ -116,7 +116,7 @@ private:
     std::atomic<int> threshold{0};
     bool shared = false;
     std::uint32_t openCount = 0;
-    std::map<std::string, uLogger*> loggers;      // the shared ones, by name
+    std::map<std::string, uLogger*> loggers;     // the shared ones, by name
     std::vector<std::unique_ptr<uLogger>> owned; // every one, for good: a line may be under way at any time
 };
 
@@ -132,7 +132,6 @@ void logErrorAt(int threshold, const char* format, ...) ORV_PRINTF_CHECKED(2, 3)
 
 // The line at the start of a significant function: class F, threshold 3. `unit` is the source unit's name, `function`
 // the full name of the function.
-void logEntry(const char* unit, const char* function,
-              const SourceLocation& location = SourceLocation::current());
+void logEntry(const char* unit, const char* function, const SourceLocation& location = SourceLocation::current());
 
 } // namespace VX_QRS

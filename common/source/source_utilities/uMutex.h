@@ -25,8 +25,8 @@ private:
     struct Native;
 
     std::unique_ptr<Native> native;
-    std::int32_t depth = 0;                // only its owner reads or writes it
-    std::atomic<std::thread::id> owner{};  // others may compare it with themselves at any time
+    std::int32_t depth = 0;               // only its owner reads or writes it
+    std::atomic<std::thread::id> owner{}; // others may compare it with themselves at any time
 };
 
 // Holds a lock for a scope.

@@ -77,7 +77,9 @@ int statusOf(int code) {
 uSocket::uSocket(Handle connected, const Peer& from)
     : handle(connected), local(nativeSocket::localPort(connected)), remote(from.port), peer(from.address) {}
 
-uSocket::~uSocket() { close(); }
+uSocket::~uSocket() {
+    close();
+}
 
 void uSocket::openHandle() {
     handle = nativeSocket::create();
@@ -191,8 +193,7 @@ int uSocket::write(const void* buffer, std::uint32_t size, std::uint32_t offset,
         error = "Data buffer is NULL";
         return nullBuffer;
     }
-    const std::int32_t sent =
-        nativeSocket::send(handle, static_cast<const char*>(buffer) + offset, limited(size));
+    const std::int32_t sent = nativeSocket::send(handle, static_cast<const char*>(buffer) + offset, limited(size));
     if (sent > 0) {
         count = sent;
         return done;
@@ -200,7 +201,9 @@ int uSocket::write(const void* buffer, std::uint32_t size, std::uint32_t offset,
     return statusOf(recordError(sent == 0 ? "socket closed: write error" : "socket write error"));
 }
 
-bool uSocket::waitReadable(int milliseconds) { return nativeSocket::waitReadable(handle, milliseconds); }
+bool uSocket::waitReadable(int milliseconds) {
+    return nativeSocket::waitReadable(handle, milliseconds);
+}
 
 int uSocket::recordError(const char* prefix) {
     const int code = nativeSocket::lastError();

@@ -198,17 +198,20 @@ double uString::prefixBinary(double value, bool symbol, bool iec, std::string& p
     return scale;
 }
 
-const char* uString::toTextWithPrefix(double value, std::string& out, bool symbol, bool append,
-                                      const char* format) {
+const char* uString::toTextWithPrefix(double value, std::string& out, bool symbol, bool append, const char* format) {
     const char* prefix = nullptr;
     const double scale = prefixDecimal(value, symbol, prefix);
     toText(value / scale, out, append, format);
     return out.append(prefix).c_str();
 }
 
-void uString::trimLeft(std::string& text, const char* set) { text.erase(0, text.find_first_not_of(set)); }
+void uString::trimLeft(std::string& text, const char* set) {
+    text.erase(0, text.find_first_not_of(set));
+}
 
-void uString::trimRight(std::string& text, const char* set) { text.erase(text.find_last_not_of(set) + 1); }
+void uString::trimRight(std::string& text, const char* set) {
+    text.erase(text.find_last_not_of(set) + 1);
+}
 
 namespace {
 

@@ -51,7 +51,9 @@ void uTimer::registerCallable(Callable* callable, double delay, std::uint32_t re
     entries.push_back({callable, delay, repeats, 0, 0.0});
 }
 
-std::size_t uTimer::size() const { return entries.size(); }
+std::size_t uTimer::size() const {
+    return entries.size();
+}
 
 bool uTimer::start() {
     if (!stopFlag || thread->isCurrent()) {
@@ -73,7 +75,9 @@ void uTimer::stop() {
     entries.clear();
 }
 
-void uTimer::wait() { thread->wait(); }
+void uTimer::wait() {
+    thread->wait();
+}
 
 void uTimer::run() {
     stopwatch.mark();

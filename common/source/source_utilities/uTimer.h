@@ -63,10 +63,10 @@ public:
 private:
     struct Entry {
         Callable* callable;
-        double delay;          // seconds
+        double delay; // seconds
         std::uint32_t repeats;
         std::uint32_t fired;
-        double elapsed;        // seconds
+        double elapsed; // seconds
     };
 
     bool fireDueEntries(double seconds);

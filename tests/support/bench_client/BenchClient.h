@@ -22,7 +22,7 @@ public:
     void sleep(std::uint32_t milliseconds) override;
     void pass(std::uint64_t nanoseconds) { now += nanoseconds; }
 
-    std::uint64_t now = 0; ///< nanoseconds
+    std::uint64_t now = 0;    ///< nanoseconds
     std::uint64_t waited = 0; ///< milliseconds
     std::uint64_t waits = 0;
 };

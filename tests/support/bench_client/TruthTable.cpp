@@ -36,7 +36,8 @@ std::string TruthTable::text(const std::string& title) const {
     std::snprintf(line, sizeof line, "all       %8u %8u %8u %8u\n", totals[0], totals[1], totals[2], totals[3]);
     out += line;
     if (skews != 0) {
-        std::snprintf(line, sizeof line, "recovered skew against the wiring's: mean error %.2f, worst %.2f samples (%u pins)\n",
+        std::snprintf(line, sizeof line,
+                      "recovered skew against the wiring's: mean error %.2f, worst %.2f samples (%u pins)\n",
                       skewErrors / skews, worstSkewError, skews);
         out += line;
     }

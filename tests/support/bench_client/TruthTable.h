@@ -18,7 +18,7 @@ public:
     unsigned count(Outcome outcome) const;
     std::string text(const std::string& title) const;
 
-    std::vector<std::uint64_t> torn; ///< calibrated wrong, with pins in different bit slots
+    std::vector<std::uint64_t> torn;     ///< calibrated wrong, with pins in different bit slots
     std::vector<std::uint64_t> marginal; ///< calibrated wrong, in the same slot but too near to an eye's edge
 
 private:

@@ -102,7 +102,8 @@ void calibrateOne(std::uint64_t seed, bench::ExportKind kind, const std::filesys
         if (kind == bench::ExportKind::Pti) {
             fault = rig.recordPattern(10 * verificationBytes);
         } else {
-            const bool safe = std::ranges::all_of(rig.truth->pins, [](const bench::PinTruth& pin) { return pin.errorRate < 1e-9; });
+            const bool safe =
+                std::ranges::all_of(rig.truth->pins, [](const bench::PinTruth& pin) { return pin.errorRate < 1e-9; });
             fault = safe ? std::nullopt : std::optional<std::string>("bits are taken wrong");
         }
     }
@@ -112,8 +113,8 @@ void calibrateOne(std::uint64_t seed, bench::ExportKind kind, const std::filesys
     }
     table.add(chosen, Outcome::wrong, "");
     (position.sameSlot ? table.marginal : table.torn).push_back(seed);
-    std::printf("wrong: seed %s, %u pins at %.1f MHz, jitter %.2f, %s-aligned: %s;%s\n",
-                std::to_string(seed).c_str(), scenario.pins, chosen, scenario.wiring.jitter,
+    std::printf("wrong: seed %s, %u pins at %.1f MHz, jitter %.2f, %s-aligned: %s;%s\n", std::to_string(seed).c_str(),
+                scenario.pins, chosen, scenario.wiring.jitter,
                 scenario.wiring.alignment == bench::Alignment::Edge ? "edge" : "centre", fault->c_str(),
                 describe(*rig.truth).c_str());
 }
@@ -173,8 +174,10 @@ double spreadOfTen(double jitter) {
         EXPECT_EQ(rig.inside().clocking().frequencySetting, 2U) << "run " << i;
         for (std::uint32_t p = 0; p < 5; ++p) {
             const ProcCal& now = rig.inside().cal().proc[p];
-            spread = std::max(spread, std::abs(static_cast<double>(now.delay) - static_cast<double>(first.proc[p].delay)));
-            spread = std::max(spread, std::abs(static_cast<double>(now.stretch) - static_cast<double>(first.proc[p].stretch)));
+            spread =
+                std::max(spread, std::abs(static_cast<double>(now.delay) - static_cast<double>(first.proc[p].delay)));
+            spread = std::max(spread,
+                              std::abs(static_cast<double>(now.stretch) - static_cast<double>(first.proc[p].stretch)));
         }
     }
     return spread;

@@ -45,7 +45,9 @@ public:
         ON_CALL(*this, program).WillByDefault([&model](const char* name, std::uint32_t setting) {
             model.note("transmitter program " + std::string(name ? name : "(null)") + " " + std::to_string(setting));
         });
-        ON_CALL(*this, end).WillByDefault([&model](bool flag) { model.note(flag ? "transmitter end 1" : "transmitter end 0"); });
+        ON_CALL(*this, end).WillByDefault([&model](bool flag) {
+            model.note(flag ? "transmitter end 1" : "transmitter end 0");
+        });
         ON_CALL(*this, flush).WillByDefault([&model] { model.note("transmitter flush"); });
         ON_CALL(*this, shutdown).WillByDefault([&model] { model.note("transmitter shutdown"); });
         ON_CALL(*this, reset).WillByDefault([&model] { model.note("transmitter reset"); });

@@ -153,7 +153,8 @@ void RegisterModel::deliverBefore(Call call, std::function<void(Callback&)> reco
 }
 
 void RegisterModel::failNext(Call call, const std::string& text, unsigned skip) {
-    onNext(call, [text] { throw std::runtime_error(text); }, skip);
+    onNext(
+        call, [text] { throw std::runtime_error(text); }, skip);
 }
 
 void RegisterModel::onNext(Call call, std::function<void()> action, unsigned skip) {

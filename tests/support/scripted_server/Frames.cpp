@@ -4,23 +4,20 @@ namespace frames {
 
 namespace {
 
-int valueOf(char digit)
-{
+int valueOf(char digit) {
     return digit <= '9' ? digit - '0' : digit - 'a' + 10;
 }
 
 } // namespace
 
-std::string bytes(std::initializer_list<int> values)
-{
+std::string bytes(std::initializer_list<int> values) {
     std::string text;
     for (const int value : values)
         text.push_back(static_cast<char>(value));
     return text;
 }
 
-std::string word(std::uint32_t value)
-{
+std::string word(std::uint32_t value) {
     std::string text;
     for (int i = 0; i < 4; ++i) {
         text.push_back(static_cast<char>(value % 256));
@@ -29,28 +26,34 @@ std::string word(std::uint32_t value)
     return text;
 }
 
-std::string access(std::uint32_t kind, std::uint32_t address, std::uint32_t value)
-{
+std::string access(std::uint32_t kind, std::uint32_t address, std::uint32_t value) {
     return word(kind) + word(address) + word(value);
 }
 
-std::string escaped(std::string_view plain)
-{
+std::string escaped(std::string_view plain) {
     std::string raw;
     for (const char c : plain) {
         switch (c) {
-        case '}': raw += "}]"; break;
-        case '#': raw += "}\x03"; break;
-        case '$': raw += "}\x04"; break;
-        case '*': raw += "}\n"; break;
-        default: raw += c;
+        case '}':
+            raw += "}]";
+            break;
+        case '#':
+            raw += "}\x03";
+            break;
+        case '$':
+            raw += "}\x04";
+            break;
+        case '*':
+            raw += "}\n";
+            break;
+        default:
+            raw += c;
         }
     }
     return raw;
 }
 
-std::string unescaped(std::string_view raw)
-{
+std::string unescaped(std::string_view raw) {
     std::string plain;
     for (std::size_t i = 0; i < raw.size(); ++i) {
         if (raw[i] == '}' && i + 1 < raw.size()) {
@@ -63,34 +66,28 @@ std::string unescaped(std::string_view raw)
     return plain;
 }
 
-std::string request(char command, std::string_view arguments)
-{
+std::string request(char command, std::string_view arguments) {
     return std::string("$") + command + escaped(arguments) + "#00";
 }
 
-std::string dataRecord(std::string_view payload)
-{
+std::string dataRecord(std::string_view payload) {
     return "$cb" + escaped(word(7778) + word(static_cast<std::uint32_t>(payload.size()))) + escaped(payload);
 }
 
-std::string errorRecord(std::uint32_t code, std::string_view first, std::string_view second)
-{
-    return "$cb" + escaped(word(7779) + word(code) + word(static_cast<std::uint32_t>(first.size()))) +
-           escaped(first) + escaped(word(static_cast<std::uint32_t>(second.size()))) + escaped(second);
+std::string errorRecord(std::uint32_t code, std::string_view first, std::string_view second) {
+    return "$cb" + escaped(word(7779) + word(code) + word(static_cast<std::uint32_t>(first.size()))) + escaped(first) +
+           escaped(word(static_cast<std::uint32_t>(second.size()))) + escaped(second);
 }
 
-std::string statusRecord(std::uint32_t value)
-{
+std::string statusRecord(std::uint32_t value) {
     return "$cb" + escaped(word(7780) + word(value));
 }
 
-std::string reply(std::string_view payload, std::string_view records)
-{
+std::string reply(std::string_view payload, std::string_view records) {
     return std::string(records) + "$OK" + escaped(payload) + "#00";
 }
 
-std::string awkwardBytes()
-{
+std::string awkwardBytes() {
     std::string text;
     for (int i = 0; i < 256; ++i)
         text.push_back(static_cast<char>(i));
@@ -103,8 +100,7 @@ std::string awkwardBytes()
     return text;
 }
 
-std::string toHex(std::string_view raw)
-{
+std::string toHex(std::string_view raw) {
     std::string digits;
     for (const char c : raw) {
         const auto value = static_cast<unsigned char>(c);
@@ -114,8 +110,7 @@ std::string toHex(std::string_view raw)
     return digits;
 }
 
-std::string fromHex(std::string_view digits)
-{
+std::string fromHex(std::string_view digits) {
     std::string raw;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
         raw.push_back(static_cast<char>(16 * valueOf(digits[i]) + valueOf(digits[i + 1])));

@@ -9,49 +9,40 @@
 
 using namespace MPX_GDB_AGENT;
 
-LinkScript& LinkScript::add(Step step)
-{
+LinkScript& LinkScript::add(Step step) {
     steps.push_back(std::move(step));
     return *this;
 }
 
-LinkScript& LinkScript::expect(std::string sent)
-{
+LinkScript& LinkScript::expect(std::string sent) {
     return add({Kind::Expect, std::move(sent)});
 }
 
-LinkScript& LinkScript::give(std::string raw, std::size_t piece)
-{
+LinkScript& LinkScript::give(std::string raw, std::size_t piece) {
     return add({Kind::Give, std::move(raw), piece});
 }
 
-LinkScript& LinkScript::quiet(int waits)
-{
+LinkScript& LinkScript::quiet(int waits) {
     return add({Kind::Quiet, {}, 0, waits});
 }
 
-LinkScript& LinkScript::hangUp()
-{
+LinkScript& LinkScript::hangUp() {
     return add({Kind::HangUp, {}});
 }
 
-LinkScript& LinkScript::waitGives(std::uint32_t result)
-{
+LinkScript& LinkScript::waitGives(std::uint32_t result) {
     return add({Kind::Wait, {}, 0, 0, result});
 }
 
-LinkScript& LinkScript::readGives(std::uint32_t result)
-{
+LinkScript& LinkScript::readGives(std::uint32_t result) {
     return add({Kind::Read, {}, 0, 0, result});
 }
 
-LinkScript& LinkScript::writeGives(std::uint32_t result)
-{
+LinkScript& LinkScript::writeGives(std::uint32_t result) {
     return add({Kind::Write, {}, 0, 0, result});
 }
 
-void LinkScript::verify()
-{
+void LinkScript::verify() {
     EXPECT_EQ(deviation, "");
     EXPECT_EQ(frames::toHex(unexpected), "") << "sent beyond the script";
     // The two characters behind the last end mark are nothing that a client has to wait for.
@@ -61,8 +52,7 @@ void LinkScript::verify()
                                << frames::toHex(steps.front().bytes);
 }
 
-std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::uint32_t& count)
-{
+std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
     if (lost)
         return IoNotConnected;
@@ -101,8 +91,7 @@ std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::ui
     return IoOk;
 }
 
-std::uint32_t ScriptedLink::waitReadable(std::int32_t)
-{
+std::uint32_t ScriptedLink::waitReadable(std::int32_t) {
     if (lost)
         return IoNotConnected;
     if (script->at(LinkScript::Kind::Wait)) {
@@ -125,8 +114,7 @@ std::uint32_t ScriptedLink::waitReadable(std::int32_t)
     return IoOk;
 }
 
-std::uint32_t ScriptedLink::receive(void* buffer, std::uint32_t size, std::uint32_t& count)
-{
+std::uint32_t ScriptedLink::receive(void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
     if (lost)
         return IoNotConnected;
@@ -151,43 +139,35 @@ std::uint32_t ScriptedLink::receive(void* buffer, std::uint32_t size, std::uint3
     return IoOk;
 }
 
-void ScriptedLink::closeClient()
-{
+void ScriptedLink::closeClient() {
     lost = true;
     script->closed = true;
 }
 
-std::uint32_t ScriptedLink::waitWritable(std::int32_t)
-{
+std::uint32_t ScriptedLink::waitWritable(std::int32_t) {
     return lost ? IoNotConnected : IoOk;
 }
 
-std::uint32_t ScriptedLink::listenOn()
-{
+std::uint32_t ScriptedLink::listenOn() {
     return IoListenFailed;
 }
 
-std::uint32_t ScriptedLink::stopListening()
-{
+std::uint32_t ScriptedLink::stopListening() {
     return IoOk;
 }
 
-std::uint32_t ScriptedLink::acceptClient(std::int32_t)
-{
+std::uint32_t ScriptedLink::acceptClient(std::int32_t) {
     return IoOk;
 }
 
-const char* ScriptedLink::peerName()
-{
+const char* ScriptedLink::peerName() {
     return "";
 }
 
-std::uint32_t ScriptedLink::connectTo(const char*)
-{
+std::uint32_t ScriptedLink::connectTo(const char*) {
     return IoOk;
 }
 
-std::uint32_t ScriptedLink::port() const
-{
+std::uint32_t ScriptedLink::port() const {
     return 0;
 }

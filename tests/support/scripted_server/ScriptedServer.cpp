@@ -18,8 +18,7 @@ namespace {
 constexpr const char* folderVariable = "COMMON_HELIX";
 constexpr const char* scriptVariable = "SCRIPTED_SERVER_SCRIPT";
 
-std::filesystem::path uniqueName(const char* stem)
-{
+std::filesystem::path uniqueName(const char* stem) {
     static int counter = 0;
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
     std::ostringstream name;
@@ -30,35 +29,29 @@ std::filesystem::path uniqueName(const char* stem)
 } // namespace
 
 ScopedVariable::ScopedVariable(const char* variable, const std::string& value)
-    : name(variable), saved(uEnvironment::get(variable))
-{
+    : name(variable), saved(uEnvironment::get(variable)) {
     uEnvironment::set(name.c_str(), value.c_str());
 }
 
-ScopedVariable::~ScopedVariable()
-{
+ScopedVariable::~ScopedVariable() {
     uEnvironment::set(name.c_str(), saved.c_str());
 }
 
-ScratchFolder::ScratchFolder() : folder(uniqueName("orv-folder"))
-{
+ScratchFolder::ScratchFolder() : folder(uniqueName("orv-folder")) {
     std::filesystem::create_directories(folder);
 }
 
-ScratchFolder::~ScratchFolder()
-{
+ScratchFolder::~ScratchFolder() {
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
 }
 
-ScriptedServer::ScriptedServer() : scriptPath(uniqueName("orv-script"))
-{
+ScriptedServer::ScriptedServer() : scriptPath(uniqueName("orv-script")) {
     uEnvironment::set(folderVariable, folder().c_str());
     uEnvironment::set(scriptVariable, scriptPath.string().c_str());
 }
 
-ScriptedServer::~ScriptedServer()
-{
+ScriptedServer::~ScriptedServer() {
     EXPECT_TRUE(allEnded()) << "a server process was left behind; it reports:\n" << report();
     uEnvironment::set(folderVariable, "");
     uEnvironment::set(scriptVariable, "");
@@ -67,61 +60,51 @@ ScriptedServer::~ScriptedServer()
     std::filesystem::remove(scriptPath.string() + ".report", ignored);
 }
 
-std::string ScriptedServer::folder()
-{
+std::string ScriptedServer::folder() {
     return std::filesystem::absolute(SCRIPTED_SERVER_FOLDER).string();
 }
 
-ScriptedServer& ScriptedServer::step(std::string_view verb, std::string_view bytes)
-{
+ScriptedServer& ScriptedServer::step(std::string_view verb, std::string_view bytes) {
     script << verb << ' ' << frames::toHex(bytes) << '\n';
     ++steps;
     return *this;
 }
 
-ScriptedServer& ScriptedServer::forPort(std::uint32_t port)
-{
+ScriptedServer& ScriptedServer::forPort(std::uint32_t port) {
     script << '[' << port << "]\n";
     steps = 0;
     return *this;
 }
 
-ScriptedServer& ScriptedServer::drip(std::uint32_t ms, std::string_view bytes)
-{
+ScriptedServer& ScriptedServer::drip(std::uint32_t ms, std::string_view bytes) {
     return step("drip " + std::to_string(ms), bytes);
 }
 
-ScriptedServer& ScriptedServer::wait(std::uint32_t ms)
-{
+ScriptedServer& ScriptedServer::wait(std::uint32_t ms) {
     return step("wait " + std::to_string(ms));
 }
 
-ScriptedServer& ScriptedServer::hang()
-{
+ScriptedServer& ScriptedServer::hang() {
     script << "hang\n";
     return *this;
 }
 
-ScriptedServer& ScriptedServer::greet()
-{
+ScriptedServer& ScriptedServer::greet() {
     return listen().accept().accept().expect("$v#00").send(frames::reply(frames::word(1)));
 }
 
-void ScriptedServer::arm()
-{
+void ScriptedServer::arm() {
     std::ofstream(scriptPath, std::ios::binary) << script.str();
 }
 
-std::string ScriptedServer::report() const
-{
+std::string ScriptedServer::report() const {
     std::ifstream file(scriptPath.string() + ".report", std::ios::binary);
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
 }
 
-std::vector<ScriptedServer::Started> ScriptedServer::started() const
-{
+std::vector<ScriptedServer::Started> ScriptedServer::started() const {
     std::istringstream lines(report());
     std::vector<Started> all;
     for (std::string line; std::getline(lines, line);) {
@@ -134,16 +117,14 @@ std::vector<ScriptedServer::Started> ScriptedServer::started() const
     return all;
 }
 
-std::vector<std::uint32_t> ScriptedServer::startedPorts() const
-{
+std::vector<std::uint32_t> ScriptedServer::startedPorts() const {
     std::vector<std::uint32_t> ports;
     for (const Started& one : started())
         ports.push_back(one.port);
     return ports;
 }
 
-bool ScriptedServer::allEnded() const
-{
+bool ScriptedServer::allEnded() const {
     const std::vector<Started> all = started();
     const auto runs = [](const Started& one) { return uEnvironment::processExists(one.pid); };
     // The process list may show an ended process for a moment.
@@ -155,8 +136,7 @@ bool ScriptedServer::allEnded() const
     return false;
 }
 
-void ScriptedServer::verify() const
-{
+void ScriptedServer::verify() const {
     std::istringstream lines(report());
     std::set<std::size_t> used;
     for (std::string line; std::getline(lines, line);) {

@@ -44,8 +44,7 @@ class Server {
 public:
     Server(std::uint16_t listenPort, std::string path) : port(listenPort), scriptPath(std::move(path)) {}
 
-    void run()
-    {
+    void run() {
         std::ostringstream started;
         started << "started " << port << ' ' << VX_QRS::uEnvironment::getCurrentProcessId();
         report(started.str());
@@ -63,14 +62,12 @@ public:
     }
 
 private:
-    void report(const std::string& line)
-    {
+    void report(const std::string& line) {
         std::ofstream file(scriptPath + ".report", std::ios::app | std::ios::binary);
         file << line + "\n" << std::flush;
     }
 
-    std::vector<Step> load() const
-    {
+    std::vector<Step> load() const {
         std::vector<Step> common;
         std::vector<Step> own;
         std::vector<Step> others;
@@ -97,8 +94,7 @@ private:
         return hasOwn ? own : common;
     }
 
-    bool perform(const Step& step)
-    {
+    bool perform(const Step& step) {
         // Not before its turn: the client does not wait long for the port to open.
         const std::string bytes = frames::fromHex(step.digits);
         if (step.verb == "listen") {
@@ -139,8 +135,7 @@ private:
         return true;
     }
 
-    bool expect(const std::string& wanted)
-    {
+    bool expect(const std::string& wanted) {
         std::string got(wanted.size(), '\0');
         std::uint32_t have = 0;
         while (have < got.size()) {
@@ -159,8 +154,7 @@ private:
         return true;
     }
 
-    void send(const std::string& raw)
-    {
+    void send(const std::string& raw) {
         std::uint32_t went = 0;
         while (went < raw.size()) {
             std::int32_t count = 0;
@@ -171,8 +165,7 @@ private:
         }
     }
 
-    void drain()
-    {
+    void drain() {
         std::string extra;
         std::array<char, 256> block{};
         std::int32_t count = 0;
@@ -196,8 +189,7 @@ private:
 
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     const std::string script = VX_QRS::uEnvironment::get("SCRIPTED_SERVER_SCRIPT");
     if (script.empty()) {
         uThread::sleep(uThread::unlimited - 1);

@@ -8,8 +8,7 @@
 namespace bench {
 namespace {
 
-std::string conditioned(const std::vector<double>& toggles, const ProcSettings& settings,
-                        std::size_t length) {
+std::string conditioned(const std::vector<double>& toggles, const ProcSettings& settings, std::size_t length) {
     Waveform wave;
     wave.toggles = toggles;
     condition(wave, settings);

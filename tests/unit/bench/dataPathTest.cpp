@@ -77,10 +77,9 @@ Counted count(const PathSetup& setup, int bursts) {
             }
             // Rises are the even edges.
             const double shift = level ? clock.rise : clock.fall;
-            const double place =
-                (static_cast<double>(start + sample) - 0.5 - clock.phase - shift) / setup.halfPeriod;
-            const auto edge = 2 * static_cast<std::int64_t>(std::round((place - (level ? 0.0 : 1.0)) / 2.0)) +
-                              (level ? 0 : 1);
+            const double place = (static_cast<double>(start + sample) - 0.5 - clock.phase - shift) / setup.halfPeriod;
+            const auto edge =
+                2 * static_cast<std::int64_t>(std::round((place - (level ? 0.0 : 1.0)) / 2.0)) + (level ? 0 : 1);
             const std::int64_t slot = edge + quality.slot;
             const bool taken = sampleOf(dataWords, sample);
             const bool sentBit = slotLevel(*sent, dataLine, slot);
@@ -221,8 +220,7 @@ TEST(Segments, TheWordBoundaryIsWhereMostPinsHaveIt) {
     }
     Line clock;
     clock.source = LineSource::Clock;
-    const Segment segment =
-        makeSegment(std::make_shared<Transmission>(sent), clock, ProcSettings{}, lines, settings);
+    const Segment segment = makeSegment(std::make_shared<Transmission>(sent), clock, ProcSettings{}, lines, settings);
     EXPECT_EQ(segment.data[0].quality.slot, 0);
     EXPECT_EQ(segment.data[2].quality.slot, -1);
     EXPECT_EQ(segment.data[3].quality.slot, 0);

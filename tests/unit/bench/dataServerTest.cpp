@@ -170,8 +170,7 @@ TEST(DataServer, TellsTheTruthOfEachRecording) {
     write(0x800811E, 0x8400);
     EXPECT_EQ(server.side("program pattern=ramp frequency=0 kind=pti pins=0,1"), "ok\n");
     const std::string truth = contents(server.folder.path / "truth.jsonl");
-    EXPECT_THAT(truth,
-                testing::StartsWith("{\"pattern\":\"ramp\",\"frequency\":50000000,\"half_period\":14,"));
+    EXPECT_THAT(truth, testing::StartsWith("{\"pattern\":\"ramp\",\"frequency\":50000000,\"half_period\":14,"));
     EXPECT_THAT(truth, testing::HasSubstr("\"pins\":[{\"proc\":1,\"input\":5,\"emu\":1,"));
     EXPECT_THAT(truth, testing::EndsWith("\"error_rate\":0}]}\n"));
 }
@@ -223,11 +222,10 @@ TEST(DataServerFaults, PutsRecordsInFrontOfAReply) {
 }
 
 TEST(DataServerFaults, GivesRepliesThatAreNone) {
-    const std::vector<std::pair<std::string, std::string>> expected{
-        {"error_reply", "$E#00"},
-        {"text_reply", "$errbroken#00"},
-        {"garbage", "broken#00"},
-        {"short_record", "$cb\x62\x1E\0\0d\0\0\0abc#00"s}};
+    const std::vector<std::pair<std::string, std::string>> expected{{"error_reply", "$E#00"},
+                                                                    {"text_reply", "$errbroken#00"},
+                                                                    {"garbage", "broken#00"},
+                                                                    {"short_record", "$cb\x62\x1E\0\0d\0\0\0abc#00"s}};
     for (const auto& [action, reply] : expected) {
         Scenario scenario = withFault("v", action);
         scenario.faults.steps[0].text = "broken";

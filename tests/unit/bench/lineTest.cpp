@@ -18,8 +18,7 @@ Transmission rampAt(double halfPeriod) {
 }
 
 bool levelAt(const Waveform& wave, double time) {
-    const auto before =
-        std::upper_bound(wave.toggles.begin(), wave.toggles.end(), time) - wave.toggles.begin();
+    const auto before = std::upper_bound(wave.toggles.begin(), wave.toggles.end(), time) - wave.toggles.begin();
     return wave.first != (before % 2 != 0);
 }
 

@@ -22,8 +22,8 @@ protected:
 
     std::vector<std::uint16_t> sent(const std::string& pattern, std::size_t count) const {
         const unsigned every = scenario.kind == ExportKind::Pti ? scenario.transmitter.syncEvery : 0;
-        const ContentPointer content = pattern == "none" ? makeGeneratedTrace(scenario.wiring.seed)
-                                                         : makePattern(*patternFromName(pattern), 4);
+        const ContentPointer content =
+            pattern == "none" ? makeGeneratedTrace(scenario.wiring.seed) : makePattern(*patternFromName(pattern), 4);
         std::vector<std::uint16_t> out(count);
         WordStream(content, every).fill(0, out);
         return out;

@@ -130,8 +130,7 @@ detail = "d"
 
 TEST(Scenario, ExpectationsAreFree) {
     const Scenario scenario = parseScenario(
-        "[expect]\noutcome = 'calibrated'\nfrequency = 50e6\nsetting = 2\nthin = false\ntexts = ['a', 'b']\n",
-        "f");
+        "[expect]\noutcome = 'calibrated'\nfrequency = 50e6\nsetting = 2\nthin = false\ntexts = ['a', 'b']\n", "f");
     EXPECT_EQ(scenario.expect.at("outcome"), "calibrated");
     EXPECT_EQ(std::stod(scenario.expect.at("frequency")), 50e6);
     EXPECT_EQ(scenario.expect.at("setting"), "2");
@@ -146,14 +145,12 @@ TEST(Scenario, AnUnknownKeyIsNamedWithFileAndLine) {
 }
 
 TEST(Scenario, WrongValuesAreNamed) {
-    EXPECT_THAT(failureOf("kind = \"stm\"\n"),
-                StartsWith("file.toml:1: 'kind' must be one of \"pti\", \"tpiu\""));
+    EXPECT_THAT(failureOf("kind = \"stm\"\n"), StartsWith("file.toml:1: 'kind' must be one of \"pti\", \"tpiu\""));
     EXPECT_THAT(failureOf("pins = 8\n"), HasSubstr("'pins' must be a whole number from 1 to 7"));
     EXPECT_THAT(failureOf("pins = \"4\"\n"), HasSubstr("'pins' must be a whole number"));
     EXPECT_THAT(failureOf("[transmitter]\nfrequencies = [1e6, \"a\"]\n"),
                 HasSubstr("file.toml:2: 'transmitter.frequencies'"));
-    EXPECT_THAT(failureOf("[[faults.at]]\naction = \"vanish\"\n"),
-                HasSubstr("'faults.at.action' must name a fault"));
+    EXPECT_THAT(failureOf("[[faults.at]]\naction = \"vanish\"\n"), HasSubstr("'faults.at.action' must name a fault"));
     EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
 }
 

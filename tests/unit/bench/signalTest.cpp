@@ -79,8 +79,7 @@ TEST(GeneratedTrace, NumbersItsMessagesAndAvoidsTheWordsOfASequence) {
         }
     }
     EXPECT_EQ(some[8 * 7 + 1], 7);
-    EXPECT_EQ(words(*content, 4000, 100),
-              std::vector<std::uint16_t>(some.begin() + 4000, some.begin() + 4100));
+    EXPECT_EQ(words(*content, 4000, 100), std::vector<std::uint16_t>(some.begin() + 4000, some.begin() + 4100));
 }
 
 TEST(WordStream, OpensWithASequenceAndGoesOnBehindEachWhereItStopped) {

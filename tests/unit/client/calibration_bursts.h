@@ -99,8 +99,9 @@ private:
             break;
         case 1:
             burst.oversampling =
-                std::initializer_list<double>{0.0, std::numeric_limits<double>::infinity(),
-                                              std::numeric_limits<double>::quiet_NaN(), 1e10, 1e20, 0.3}
+                std::initializer_list<double>{
+                    0.0, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN(), 1e10, 1e20,
+                    0.3}
                     .begin()[below(6)];
             break;
         case 2:

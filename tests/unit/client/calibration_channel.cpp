@@ -56,11 +56,12 @@ protected:
     void rates(std::vector<double> frequencies) {
         ON_CALL(transmitter, numFrequencySettings)
             .WillByDefault(Return(static_cast<std::uint32_t>(frequencies.size())));
-        ON_CALL(transmitter, program).WillByDefault(Invoke([this, frequencies](const char* name, std::uint32_t setting) {
-            model.note("transmitter program " + std::string(name) + " " + std::to_string(setting));
-            rate(frequencies.at(setting));
-            programmed = frequencies.at(setting);
-        }));
+        ON_CALL(transmitter, program)
+            .WillByDefault(Invoke([this, frequencies](const char* name, std::uint32_t setting) {
+                model.note("transmitter program " + std::string(name) + " " + std::to_string(setting));
+                rate(frequencies.at(setting));
+                programmed = frequencies.at(setting);
+            }));
     }
 
     /// A clean signal of what is programmed: the clock, and data that change in the middle between its edges. Pins
@@ -127,9 +128,7 @@ TEST_F(CalibrationTest, WriteCalOfAnInvalidSettingWritesNothing) {
     Cal cal;
     inside().setupPins(cal);
     cal.reset();
-    const auto refuses = [&](const char* text) {
-        expectFailure([&] { inside().writeCal(cal); }, eCALIBRATE, text);
-    };
+    const auto refuses = [&](const char* text) { expectFailure([&] { inside().writeCal(cal); }, eCALIBRATE, text); };
     cal.proc[4].stretch = 6;
     refuses("invalid stretch");
     cal.proc[3].delay = 32;
@@ -332,10 +331,9 @@ TEST_F(CalibrationTest, TheScanKeepsTheRatesInTheirOrderAndLogsThem) {
                                               std::string("succeeded with 3 possible settings")}));
     std::vector<std::string> transmitted = model.log();
     std::erase_if(transmitted, [](const std::string& line) { return !line.starts_with("transmitter"); });
-    EXPECT_THAT(transmitted,
-                ElementsAre("transmitter shutdown", "transmitter program calibration 0", "transmitter shutdown",
-                            "transmitter program calibration 1", "transmitter shutdown",
-                            "transmitter program calibration 2"));
+    EXPECT_THAT(transmitted, ElementsAre("transmitter shutdown", "transmitter program calibration 0",
+                                         "transmitter shutdown", "transmitter program calibration 1",
+                                         "transmitter shutdown", "transmitter program calibration 2"));
 }
 
 TEST_F(CalibrationTest, TheScanEndsAtTheFirstSettingOverALimit) {
@@ -708,8 +706,7 @@ TEST_F(CalibrationTest, DuringARecordingItIsRefusedAndTheTransmitterShutDownAllT
     openCalibrated();
     inside().control().state = Recording;
     EXPECT_CALL(transmitter, shutdown).Times(1);
-    expectFailure([&] { channel->calibrate(); }, eSEQUENCE,
-                  "cannot calibrate while recording, stop recording first");
+    expectFailure([&] { channel->calibrate(); }, eSEQUENCE, "cannot calibrate while recording, stop recording first");
     EXPECT_EQ(state(), Recording);
     EXPECT_FALSE(inside().calibration().calInProgress);
     EXPECT_FALSE(inside().mutex().unlock());
@@ -720,8 +717,7 @@ TEST_F(CalibrationTest, AFailureOfTheShutdownBehindAFailureIsSwallowed) {
     openCalibrated();
     inside().control().state = Recording;
     EXPECT_CALL(transmitter, shutdown).WillOnce([] { throw std::runtime_error("port"); });
-    expectFailure([&] { channel->calibrate(); }, eSEQUENCE,
-                  "cannot calibrate while recording, stop recording first");
+    expectFailure([&] { channel->calibrate(); }, eSEQUENCE, "cannot calibrate while recording, stop recording first");
     inside().control().state = Calibrated;
 }
 

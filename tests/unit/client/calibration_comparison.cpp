@@ -31,8 +31,8 @@ bool same(double a, double b) {
         const ProcMetrics& y = b.proc[p];
         for (std::size_t i = 0; i < x.correlation.size(); ++i) {
             if (!same(x.correlation[i], y.correlation[i])) {
-                return ::testing::AssertionFailure() << "pin " << p << " correlation " << i << ": "
-                                                     << x.correlation[i] << " and " << y.correlation[i];
+                return ::testing::AssertionFailure() << "pin " << p << " correlation " << i << ": " << x.correlation[i]
+                                                     << " and " << y.correlation[i];
             }
         }
         if (!same(x.correlationAtZero, y.correlationAtZero)) {
@@ -140,8 +140,8 @@ TEST_P(RandomBursts, GiveTheSameCountsAndCorrelationsInBothImplementations) {
         ASSERT_EQ(analysis::countCommonOnes(a, b, start, count, lag),
                   reference::countCommonOnes(a, b, start, count, lag))
             << i;
-        ASSERT_TRUE(same(analysis::correlateBits(a, b, start, count, lag),
-                         reference::correlateBits(a, b, start, count, lag)))
+        ASSERT_TRUE(
+            same(analysis::correlateBits(a, b, start, count, lag), reference::correlateBits(a, b, start, count, lag)))
             << i;
     }
 }
@@ -250,11 +250,32 @@ TEST(CountsWhosePositionsWrap, CoverTheWholeBurst) {
 }
 
 TEST(Conversions, GiveTheSameForEveryKindOfDouble) {
-    std::vector<double> values{0.0, -0.0, 0.49999, 0.5, 1.5, -0.5, -1.5, 2147483647.0, 2147483647.4, 2147483647.5,
-                               2147483648.0, -2147483648.0, -2147483648.5, -2147483649.0, 4294967295.0, 4294967296.0,
-                               4294967297.5, 9223372036854774784.0, 9223372036854775808.0, -9223372036854775808.0,
-                               -9223372036854777856.0, 1e300, -1e300, 5e-324,
-                               std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+    std::vector<double> values{0.0,
+                               -0.0,
+                               0.49999,
+                               0.5,
+                               1.5,
+                               -0.5,
+                               -1.5,
+                               2147483647.0,
+                               2147483647.4,
+                               2147483647.5,
+                               2147483648.0,
+                               -2147483648.0,
+                               -2147483648.5,
+                               -2147483649.0,
+                               4294967295.0,
+                               4294967296.0,
+                               4294967297.5,
+                               9223372036854774784.0,
+                               9223372036854775808.0,
+                               -9223372036854775808.0,
+                               -9223372036854777856.0,
+                               1e300,
+                               -1e300,
+                               5e-324,
+                               std::numeric_limits<double>::infinity(),
+                               -std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::quiet_NaN()};
     bursts::Generator random(5);
     for (int i = 0; i < 20000; ++i) {

@@ -297,8 +297,7 @@ bool adjustClockDelay(const Burst& burst, std::uint32_t referencePin, Metrics& m
         return false;
     }
     const ProcMetrics& r = m.proc[referencePin];
-    add(m.proc[0].delay,
-        static_cast<std::uint32_t>(roundAway(signedDifference(r.marginBefore, r.marginAfter) / 2.0)));
+    add(m.proc[0].delay, static_cast<std::uint32_t>(roundAway(signedDifference(r.marginBefore, r.marginAfter) / 2.0)));
     formatDelays(burst, m);
     return true;
 }

@@ -18,8 +18,12 @@ using namespace VX_QRS::ORV::CLIENT;
 
 constexpr analysis::UnitClock defaultClock{50e6, 21, 3};
 
-double below(double value) { return std::nextafter(value, -std::numeric_limits<double>::infinity()); }
-double above(double value) { return std::nextafter(value, std::numeric_limits<double>::infinity()); }
+double below(double value) {
+    return std::nextafter(value, -std::numeric_limits<double>::infinity());
+}
+double above(double value) {
+    return std::nextafter(value, std::numeric_limits<double>::infinity());
+}
 
 struct Row {
     double from;
@@ -37,7 +41,7 @@ ProcCal conditioned(double oversampling, std::uint32_t filter) {
 
 TEST(Conditioning, FollowsItsTableAtEveryBoundAndOneStepBelow) {
     constexpr std::uint32_t kept = 6; // what the user asked for
-    const std::vector<Row> rows{{14, 7, 7, 8}, {12, 3, 7, 8}, {10, 1, 7, 8},    {8, kept, 7, 8}, {7, kept, 7, 7},
+    const std::vector<Row> rows{{14, 7, 7, 8},   {12, 3, 7, 8},   {10, 1, 7, 8},   {8, kept, 7, 8}, {7, kept, 7, 7},
                                 {6, kept, 5, 6}, {5, kept, 5, 5}, {4, kept, 3, 4}, {3, kept, 3, 3}};
     const Row rest{0, kept, 3, 0};
     for (std::size_t i = 0; i < rows.size(); ++i) {

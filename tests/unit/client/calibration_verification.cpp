@@ -77,7 +77,8 @@ TEST_F(VerificationTest, OfTpiuRunsTheTransmitterFirstAndLooksAtNoContent) {
                                      "transmitter flush", "transmitter shutdown", "stop"));
     EXPECT_EQ(get("verifyPattern"), "f0");
     EXPECT_THAT(log.steps(), Contains("skipping pattern verification for TPIU"));
-    EXPECT_THAT(model.written(0x08008050), Contains(testing::ResultOf([](std::uint32_t v) { return v & 0x101; }, 0x101U)));
+    EXPECT_THAT(model.written(0x08008050),
+                Contains(testing::ResultOf([](std::uint32_t v) { return v & 0x101; }, 0x101U)));
 }
 
 TEST_F(VerificationTest, ASingleWrongWordMakesTheAttemptFail) {

@@ -92,9 +92,7 @@ TEST(PrevEdge, IsFoundInAnEarlierWord) {
 
 TEST(SamplingPosition, NeedsThreeToOneEitherWay) {
     using analysis::SamplingPosition;
-    const auto of = [](std::uint32_t center, std::uint32_t edge) {
-        return analysis::samplingPosition({center, edge});
-    };
+    const auto of = [](std::uint32_t center, std::uint32_t edge) { return analysis::samplingPosition({center, edge}); };
     EXPECT_EQ(of(3, 1), SamplingPosition::center);
     EXPECT_EQ(of(2, 1), SamplingPosition::undetected);
     EXPECT_EQ(of(1, 0), SamplingPosition::center);
@@ -472,7 +470,7 @@ TEST(MarginFault, WithAMarginOfTwoIsMetAtTheFirstClockEdge) {
 
 TEST(MarginFault, IsMetWhereDataChangeTwiceWithinAClockPhase) {
     OwnedBurst burst = clockAndData(16, 24, 32);
-    burst.square(0, 24, 32); // the clock loses every other edge from the start
+    burst.square(0, 24, 32);     // the clock loses every other edge from the start
     burst.burst.bitSamples = 15; // 15 unchanged samples lie between two changes 16 apart
     const analysis::MarginFault fault = faultOf(burst, 1);
     EXPECT_EQ(fault.kind, analysis::MarginFault::Kind::data);

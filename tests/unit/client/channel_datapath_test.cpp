@@ -8,7 +8,6 @@ namespace client_test {
 
 using testing::ElementsAre;
 
-
 namespace {
 
 class DataPathTest : public ChannelTest {
@@ -39,7 +38,8 @@ TEST_F(DataPathTest, DataGoToTheFileAndFromPendingToTotal) {
     EXPECT_EQ(inside().counters().bytesPending, 0u);
     EXPECT_EQ(status().bytesTotal, 10u);
     EXPECT_EQ(written(), "abcdefghij");
-    EXPECT_THAT(log.steps(), ElementsAre("writing 4 bytes, 6 pending, 4 total", "writing 6 bytes, 0 pending, 10 total"));
+    EXPECT_THAT(log.steps(),
+                ElementsAre("writing 4 bytes, 6 pending, 4 total", "writing 6 bytes, 0 pending, 10 total"));
     EXPECT_EQ(state(), Recording);
 }
 

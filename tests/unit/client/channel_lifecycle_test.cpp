@@ -8,10 +8,8 @@
 
 namespace client_test {
 
-
 using testing::Contains;
 using testing::ElementsAre;
-
 
 using testing::IsEmpty;
 using testing::Return;
@@ -52,9 +50,9 @@ TEST_F(LifecycleTest, ApplySettingsReadsTheFileAfreshAndOpensTheChannel) {
     writeText(propsPath, "[Global]\norv=second\nstartPort=3\nxmtrType=new\n[Channel 0]\nfile=" + stem +
                              "\nnumPins=2\npinMap=0,2,1\norvBufSize=2\ndrmXmtr=tpiu\n");
     channel->applySettings();
-    EXPECT_THAT(model.log(), ElementsAre("transmitter xmtrType=new", "transmitter drmXmtr=tpiu", "connect second",
-                                         "read 08000032 08000030 08000034", "transmitter applySettings",
-                                         "transmitter pins=0,2,1"));
+    EXPECT_THAT(model.log(),
+                ElementsAre("transmitter xmtrType=new", "transmitter drmXmtr=tpiu", "connect second",
+                            "read 08000032 08000030 08000034", "transmitter applySettings", "transmitter pins=0,2,1"));
     EXPECT_TRUE(inside().session().opened);
     EXPECT_EQ(inside().settings().startPort, 3u) << "the Global section goes to the channel, too";
     EXPECT_EQ(get("orvBufSize"), "1048576");
@@ -229,13 +227,12 @@ TEST_F(LifecycleTest, InternalStartOpensTheStreamProgramsTheUnitAndThenTheTransm
     expected.insert(expected.end(), capture.begin(), capture.end());
     expected.push_back("transmitter program walk 0");
     EXPECT_EQ(model.log(), expected);
-    EXPECT_THAT(log.steps(),
-                ElementsAre("shutdown transmitter", "callsed ds_close", "disabled clock [0x0800811e]=0x0400",
-                            "disabled [0x08008050]=0x0100", "called ds_start",
-                            "programmed stm timeout register [0x08008040]=0x0003",
-                            "programmed stm control register [0x08008050]=0x0001",
-                            "programmed stm protocol register [0x08008018]=0x0000",
-                            "enabled clock [0x0800811e]=0x8400", "enabling transmitter"));
+    EXPECT_THAT(log.steps(), ElementsAre("shutdown transmitter", "callsed ds_close",
+                                         "disabled clock [0x0800811e]=0x0400", "disabled [0x08008050]=0x0100",
+                                         "called ds_start", "programmed stm timeout register [0x08008040]=0x0003",
+                                         "programmed stm control register [0x08008050]=0x0001",
+                                         "programmed stm protocol register [0x08008018]=0x0000",
+                                         "enabled clock [0x0800811e]=0x8400", "enabling transmitter"));
     EXPECT_EQ(get("orvBufHasWrapped"), "false");
     EXPECT_EQ(state(), Recording);
 }

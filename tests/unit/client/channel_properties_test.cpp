@@ -10,7 +10,6 @@ namespace client_test {
 
 using testing::ElementsAre;
 
-
 namespace {
 
 class PropertiesTest : public ChannelTest {
@@ -46,7 +45,10 @@ const Words wordProperties[] = {
     {"calMode", {"manual", "automatic"}, "calMode must be automatic|manual", true},
     {"verifyCal", trueFalse, "verifyCal must be true|false", true},
     {"verifyPattern", {"f0", "a5", "ramp", "walk", "lfsr"}, "verifyPattern must be f0|a5|ramp|walk|lfsr", true},
-    {"testPattern", {"f0", "a5", "ramp", "walk", "lfsr", "none"}, "testPattern must be none|f0|a5|ramp|walk|lfsr", true},
+    {"testPattern",
+     {"f0", "a5", "ramp", "walk", "lfsr", "none"},
+     "testPattern must be none|f0|a5|ramp|walk|lfsr",
+     true},
     {"deskewStrategy", {"clock", "data"}, "deskewStrategy must be clock|data", true},
     {"samplingPos", {"center", "edge", "detect"}, "samplingPos must be detect|center|edge", true},
 };
@@ -109,8 +111,7 @@ TEST_F(PropertiesTest, WrapModeTurnsPeriodicSyncOnAndStopModeLeavesItOn) {
 
 TEST_F(PropertiesTest, DefaultOfVerifyPatternCannotBeSetAgain) {
     EXPECT_EQ(get("verifyPattern"), "verification");
-    expectFailure([&] { set("verifyPattern", "verification"); }, eVALUE,
-                  "verifyPattern must be f0|a5|ramp|walk|lfsr");
+    expectFailure([&] { set("verifyPattern", "verification"); }, eVALUE, "verifyPattern must be f0|a5|ramp|walk|lfsr");
     expectFailure([&] { set("verifyPattern", "none"); }, eVALUE, "verifyPattern must be f0|a5|ramp|walk|lfsr");
 }
 
@@ -139,8 +140,7 @@ TEST_F(PropertiesTest, DefaultsReadAsTheyShould) {
     EXPECT_EQ(get("orvBufMode"), "stop");
     EXPECT_EQ(get("orvBufHasWrapped"), "false");
     EXPECT_EQ(get("orvBufSize"), "4194304");
-    EXPECT_EQ(get("orvBufSizes"),
-              "262144,524288,1048576,2097152,4194304,8388608,16777216,33554432,67108864,134217728");
+    EXPECT_EQ(get("orvBufSizes"), "262144,524288,1048576,2097152,4194304,8388608,16777216,33554432,67108864,134217728");
     EXPECT_EQ(get("calMode"), "automatic");
     EXPECT_EQ(get("verifyCal"), "true");
     EXPECT_EQ(get("testPattern"), "none");
@@ -265,8 +265,8 @@ TEST_F(PropertiesTest, WrappingBufferReadsOneBlockSmaller) {
 }
 
 TEST_F(PropertiesTest, BufferSizesAreThePowersBetweenTheLimits) {
-    EXPECT_THAT(inside().limits().orvBufSizes, ElementsAre(0x40000u, 0x80000u, 0x100000u, 0x200000u, 0x400000u, 0x800000u,
-                                                         0x1000000u, 0x2000000u, 0x4000000u, 0x8000000u));
+    EXPECT_THAT(inside().limits().orvBufSizes, ElementsAre(0x40000u, 0x80000u, 0x100000u, 0x200000u, 0x400000u,
+                                                           0x800000u, 0x1000000u, 0x2000000u, 0x4000000u, 0x8000000u));
 }
 
 // ---- pins and lists ----

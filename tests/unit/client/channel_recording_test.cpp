@@ -121,10 +121,12 @@ TEST_F(RecordingTest, FullBufferInStopModeEndsInIdleAndUploads) {
     begin();
     const auto bytes = someBytes(32768);
     model.setRecorded(bytes);
-    model.deliverBefore(Call::Status, [](auto& callback) { callback.onStatus(0); }, 3);
+    model.deliverBefore(
+        Call::Status, [](auto& callback) { callback.onStatus(0); }, 3);
     run();
     EXPECT_EQ(state(), Idle);
-    EXPECT_EQ(passesRun, 5u) << "three polls, the upload in the pass that sees the end, and one that finds nothing left";
+    EXPECT_EQ(passesRun, 5u)
+        << "three polls, the upload in the pass that sees the end, and one that finds nothing left";
     EXPECT_TRUE(readText(binPath()) == asText(bytes));
     EXPECT_EQ(status().bytesTotal, 32768u);
     EXPECT_EQ(status().bytesReady, 0u);
@@ -162,13 +164,15 @@ TEST_F(RecordingTest, RequestIsOfWholeBlocksAndTheRestIsAskedForWithZero) {
     begin();
     const auto bytes = someBytes(20000);
     model.setRecorded(bytes);
-    model.onNext(Call::Request, [this] { model.setRecorded({}); }, 4);
+    model.onNext(
+        Call::Request, [this] { model.setRecorded({}); }, 4);
     LogCapture log;
     runAndStop();
     EXPECT_TRUE(readText(binPath()) == asText(bytes).substr(0, 16384));
     const auto lines = model.log();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "request 16384"), 1);
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), "request 0"), 4) << "one for each pass until the unit reports none";
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "request 0"), 4)
+        << "one for each pass until the unit reports none";
     EXPECT_THAT(log.steps(), Contains("calling ds_request for 16384 bytes"));
     EXPECT_THAT(log.steps(), Contains("calling ds_request for 0 bytes"));
     EXPECT_THAT(log.steps(), Contains("writing 16384 bytes, 0 pending, 16384 total"));
@@ -260,7 +264,8 @@ TEST_F(RecordingTest, ErrorOfTheUnitWithDataLeftCancelsTheStream) {
 
 TEST_F(RecordingTest, ServerErrorFoundByThePollReachesTheStopInTheSamePass) {
     begin();
-    model.deliverBefore(Call::Status, [](auto& callback) { callback.onError(7, "overrun", "port 2"); }, 1);
+    model.deliverBefore(
+        Call::Status, [](auto& callback) { callback.onError(7, "overrun", "port 2"); }, 1);
     run();
     EXPECT_EQ(state(), Failed);
     EXPECT_STREQ(status().errorText, "data server error (7) : overrun : port 2");
@@ -329,8 +334,8 @@ TEST_F(RecordingTest, FileThatCannotBeOpenedEndsTheThreadBeforeItsFirstPass) {
     const std::string path = (folder.path / "missing" / "trace").string() + ".bin";
     EXPECT_EQ(state(), Failed);
     EXPECT_EQ(status().errorText, "failed to open " + path);
-    EXPECT_THAT(log.errorSteps(), ElementsAre("channel error : failed to open " + path,
-                                              "failed to open thread data file " + path));
+    EXPECT_THAT(log.errorSteps(),
+                ElementsAre("channel error : failed to open " + path, "failed to open thread data file " + path));
     EXPECT_TRUE(status().threadDone);
     EXPECT_THAT(model.log(), IsEmpty());
     EXPECT_EQ(passesRun, 0u);
@@ -366,7 +371,8 @@ TEST_F(RecordingTest, LeavingBetweenTwoPassesWithNothingLeftCancelsNothing) {
 TEST_F(RecordingTest, LeavingInAPassIsSettledThere) {
     begin();
     model.setRecorded(someBytes(100));
-    model.onNext(Call::Status, [this] { inside().control().exitThread = true; }, 1);
+    model.onNext(
+        Call::Status, [this] { inside().control().exitThread = true; }, 1);
     run();
     EXPECT_THAT(model.log(), ElementsAre("status", poll, "status", poll, "cancel"));
 }

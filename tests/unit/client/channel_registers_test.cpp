@@ -161,9 +161,9 @@ TEST_F(RegistersTest, FlushStmResetsABridgeThatNeedsIt) {
     model.set(0x1C70404, 2, 2);
     model.scriptReads(0x8008060, {0x81, 0x00, 0x9F});
     inside().flushStm();
-    EXPECT_THAT(model.log(), ElementsAre("read 08008050", "write 08008050=0000", "read 08008060", "read 08008060",
-                                         "read 08008060", "read 08008060", "read 2:01c70404", "write 2:01c40044=0004",
-                                         "write 2:01c40044=0000"));
+    EXPECT_THAT(model.log(),
+                ElementsAre("read 08008050", "write 08008050=0000", "read 08008060", "read 08008060", "read 08008060",
+                            "read 08008060", "read 2:01c70404", "write 2:01c40044=0004", "write 2:01c40044=0000"));
     EXPECT_EQ(waits.sleeps, 3u);
     EXPECT_EQ(waits.total, 3u);
 }

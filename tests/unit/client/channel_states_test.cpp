@@ -44,24 +44,24 @@ struct Row {
 
 const Row table[] = {
     //                                            Uncal.   Calibr.  Record.  Failed  Idle    Stopped
-    {"Calibrate", Event::Calibrate,               {2,       same,    refused, 2,      2,      2}},
-    {"Start", Event::Start,                       {refused, 3,       same,    3,      3,      3}},
-    {"Stop", Event::Stop,                         {same,    same,    6,       same,   same,   same}},
-    {"SignalFailed", Event::SignalFailed,         {same,    same,    4,       same,   same,   same}},
-    {"SignalIdle", Event::SignalIdle,             {same,    same,    5,       same,   same,   same}},
-    {"SignalStopped", Event::SignalStopped,       {same,    same,    6,       same,   same,   same}},
-    {"SignalTriggered", Event::SignalTriggered,   {same,    same,    same,    same,   same,   same}},
-    {"SignalRecording", Event::SignalRecording,   {same,    same,    same,    same,   same,   same}},
-    {"SignalCalibrated", Event::SignalCalibrated, {same,    same,    same,    same,   same,   same}},
-    {"SignalNothing", Event::SignalNothing,       {same,    same,    same,    same,   same,   same}},
-    {"StreamIdle", Event::StreamIdle,             {same,    same,    5,       same,   same,   same}},
-    {"StreamActive", Event::StreamActive,         {same,    same,    same,    same,   same,   same}},
-    {"ServerError", Event::ServerError,           {same,    same,    4,       same,   same,   same}},
-    {"UnexpectedData", Event::UnexpectedData,     {same,    same,    4,       same,   same,   same}},
-    {"ApplySettings", Event::ApplySettings,       {same,    same,    refused, same,   same,   same}},
-    {"Status", Event::Status,                     {same,    same,    same,    same,   same,   same}},
-    {"EndTransmission", Event::EndTransmission,   {same,    same,    same,    same,   same,   same}},
-    {"Terminate", Event::Terminate,               {same,    same,    same,    same,   same,   same}},
+    {"Calibrate", Event::Calibrate, {2, same, refused, 2, 2, 2}},
+    {"Start", Event::Start, {refused, 3, same, 3, 3, 3}},
+    {"Stop", Event::Stop, {same, same, 6, same, same, same}},
+    {"SignalFailed", Event::SignalFailed, {same, same, 4, same, same, same}},
+    {"SignalIdle", Event::SignalIdle, {same, same, 5, same, same, same}},
+    {"SignalStopped", Event::SignalStopped, {same, same, 6, same, same, same}},
+    {"SignalTriggered", Event::SignalTriggered, {same, same, same, same, same, same}},
+    {"SignalRecording", Event::SignalRecording, {same, same, same, same, same, same}},
+    {"SignalCalibrated", Event::SignalCalibrated, {same, same, same, same, same, same}},
+    {"SignalNothing", Event::SignalNothing, {same, same, same, same, same, same}},
+    {"StreamIdle", Event::StreamIdle, {same, same, 5, same, same, same}},
+    {"StreamActive", Event::StreamActive, {same, same, same, same, same, same}},
+    {"ServerError", Event::ServerError, {same, same, 4, same, same, same}},
+    {"UnexpectedData", Event::UnexpectedData, {same, same, 4, same, same, same}},
+    {"ApplySettings", Event::ApplySettings, {same, same, refused, same, same, same}},
+    {"Status", Event::Status, {same, same, same, same, same, same}},
+    {"EndTransmission", Event::EndTransmission, {same, same, same, same, same, same}},
+    {"Terminate", Event::Terminate, {same, same, same, same, same, same}},
 };
 
 class StateMachine : public ChannelTest, public testing::WithParamInterface<Row> {
@@ -188,6 +188,7 @@ TEST_P(StateMachine, LeadsFromEachStateWhereTheTableSays) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, StateMachine, testing::ValuesIn(table), [](const auto& each) { return std::string(each.param.name); });
+INSTANTIATE_TEST_SUITE_P(All, StateMachine, testing::ValuesIn(table),
+                         [](const auto& each) { return std::string(each.param.name); });
 
 } // namespace client_test

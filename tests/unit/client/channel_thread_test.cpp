@@ -16,8 +16,6 @@ namespace client_test {
 
 using testing::Contains;
 
-
-
 namespace {
 
 class ThreadTest : public ChannelTest {
@@ -171,7 +169,8 @@ TEST_F(ThreadTest, StatusIsPolledFromTwoThreadsWhileRecordingsComeAndGo) {
     std::thread second(poll);
     for (unsigned i = 0; i < 50; ++i) {
         if (i % 3 == 2)
-            model.deliverBefore(Call::Status, [](auto& callback) { callback.onError(5, "reason", ""); }, 2);
+            model.deliverBefore(
+                Call::Status, [](auto& callback) { callback.onError(5, "reason", ""); }, 2);
         record(static_cast<std::uint8_t>(i));
     }
     while (polls < 100)

@@ -1,6 +1,6 @@
+#include "tests/unit/client/frontend_server_substitute.h"
 #include "client/frontend/FrontEnd_1.h"
 #include "tests/support/register_model/RegisterModel.h"
-#include "tests/unit/client/frontend_server_substitute.h"
 
 namespace client_test {
 

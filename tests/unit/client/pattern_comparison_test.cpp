@@ -227,9 +227,7 @@ private:
 class Draw {
 public:
     explicit Draw(std::uint32_t seed) : engine(seed) {}
-    std::uint32_t below(std::uint32_t n) {
-        return static_cast<std::uint32_t>(std::uint64_t{engine()} % n);
-    }
+    std::uint32_t below(std::uint32_t n) { return static_cast<std::uint32_t>(std::uint64_t{engine()} % n); }
     bool oneIn(std::uint32_t n) { return below(n) == 0; }
 
 private:
@@ -281,8 +279,8 @@ std::vector<std::uint8_t> drawFile(Draw& draw, const Words& sequence) {
             bytes.push_back(static_cast<std::uint8_t>(w % 256));
             bytes.push_back(static_cast<std::uint8_t>(w / 256));
         }
-        unsigned last = tenBit ? (draw.oneIn(8) ? 0x1000u : 0x0800u) + (draw.oneIn(3) ? draw.below(0x800) : 0xFFu)
-                               : nextWord();
+        unsigned last =
+            tenBit ? (draw.oneIn(8) ? 0x1000u : 0x0800u) + (draw.oneIn(3) ? draw.below(0x800) : 0xFFu) : nextWord();
         if (draw.oneIn(trailerRate))
             last = draw.below(0x10000);
         bytes.push_back(static_cast<std::uint8_t>(last % 256));
@@ -298,7 +296,8 @@ std::vector<std::uint8_t> drawFile(Draw& draw, const Words& sequence) {
 TEST(PatternComparison, RandomFilesGetTheSameJudgementFromBoth) {
     const TemporaryFolder folder;
     const std::string path = folder.file("random.ver");
-    std::map<std::string, int> seen; // what kinds of outcome were met, so that the comparison is known to mean something
+    std::map<std::string, int>
+        seen; // what kinds of outcome were met, so that the comparison is known to mean something
     for (std::uint32_t seed = 1; seed <= 3000; ++seed) {
         Draw draw(seed);
         auto image = sequences().begin();

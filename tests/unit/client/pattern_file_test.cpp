@@ -33,7 +33,7 @@ protected:
 
 TEST_F(PatternFileTest, TenBitPacketsAreRecognisedByTheirTrailers) {
     EXPECT_THAT(verify({packetOf({}), packetOf({}), packetOf({}), packetOf({}, otherTrailer), packetOf({})}),
-              good(4, 1, 4 * 255));
+                good(4, 1, 4 * 255));
 }
 
 TEST_F(PatternFileTest, WithoutTrailersTheyArePWords) {
@@ -156,8 +156,7 @@ TEST_F(PatternFileTest, AnLfsrEndsInItsFailure) {
 }
 
 TEST_F(PatternFileTest, FilesThatCannotBeOpenedFail) {
-    EXPECT_EQ(verifyFile(*pattern, folder.file("missing")),
-              bad(0, 0, eFILE, "failed to open file for verification"));
+    EXPECT_EQ(verifyFile(*pattern, folder.file("missing")), bad(0, 0, eFILE, "failed to open file for verification"));
     EXPECT_EQ(verifyFile(*pattern, ""), bad(0, 0, eFILE, "failed to open file for verification"));
     std::uint32_t a = 0, b = 0, c = 0, d = 0, e = 0;
     EXPECT_THROW(verifyPatternFile(*pattern, nullptr, 0, 0, a, b, c, d, e), Exception);

@@ -99,8 +99,8 @@ inline std::ostream& operator<<(std::ostream& out, const Outcome& o) {
 inline Outcome verifyFile(Pattern& pattern, const std::string& path, std::uint32_t first = 0, std::uint32_t count = 0) {
     Outcome o;
     try {
-        verifyPatternFile(pattern, path.c_str(), first, count, o.tracePackets, o.otherPackets, o.dataWords,
-                          o.syncWords, o.zeroWords);
+        verifyPatternFile(pattern, path.c_str(), first, count, o.tracePackets, o.otherPackets, o.dataWords, o.syncWords,
+                          o.zeroWords);
     } catch (const Exception& e) {
         o.status = e.status();
         o.text = e.detail();

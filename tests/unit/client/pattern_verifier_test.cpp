@@ -127,8 +127,7 @@ TEST_F(PatternVerifierTest, AZeroBehindASequenceIsAnErrorAndKeepsTheRun) {
 
 TEST_F(PatternVerifierTest, A0FF0BehindASequenceIsAnErrorAndTheNextWordStillUnchecked) {
     feed(join({{0x5555, 0x5555}, zeros5, {0x0FF0, 0x0FF0, 0x0FF0, 0x1234}}));
-    EXPECT_EQ(verifier.report(),
-              "failed to verify pattern : data errors in packet 0, [008]=0x0ff0, [009]=0x0ff0");
+    EXPECT_EQ(verifier.report(), "failed to verify pattern : data errors in packet 0, [008]=0x0ff0, [009]=0x0ff0");
     EXPECT_THAT(words(), ElementsAre(246u, 7u, 0u));
 }
 
@@ -149,8 +148,7 @@ TEST_F(PatternVerifierTest, ATrailerCanCutARunOfZeros) {
         std::fill(end.end() - 4, end.end() - 1, std::uint16_t{0});
         judge.checkPacket(0, end);
         judge.checkPacket(1, packetOf({0, 0, 0x0FF0, 0x5555}));
-        EXPECT_EQ(judge.report(),
-                  "failed to verify pattern : data errors in packet 1, [002]=0x0ff0");
+        EXPECT_EQ(judge.report(), "failed to verify pattern : data errors in packet 1, [002]=0x0ff0");
         EXPECT_EQ(judge.counts().zeroWords, 5u);
     }
 }

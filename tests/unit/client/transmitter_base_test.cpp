@@ -9,13 +9,13 @@ namespace {
 /// Shows what the operations of the base class leave behind.
 class OpenTransmitter : public TransmitterBase_1 {
 public:
-    using TransmitterBase_1::TransmitterBase_1;
     using TransmitterBase_1::channelNumber;
     using TransmitterBase_1::dirty;
     using TransmitterBase_1::drmXmtr;
     using TransmitterBase_1::numDataPins;
     using TransmitterBase_1::pins;
     using TransmitterBase_1::progName;
+    using TransmitterBase_1::TransmitterBase_1;
     using TransmitterBase_1::updatePattern;
     using TransmitterBase_1::xmtrChannel;
     using TransmitterBase_1::xmtrMode;

@@ -113,8 +113,9 @@ TEST_F(TransmitterOwnLibraryTest, WithoutNewTargetAdapterTheObjectIsGivenBack) {
 TEST_F(TransmitterOwnLibraryTest, WithoutAnAdapterThePersonIsToldWhatToCheck) {
     install("xmtr", "adapter");
     uEnvironment::set("FAKE_ADAPTER", "nothing");
-    expectFailure([&] { make(); }, eXMTR,
-                  "failed to create TargetAdapter : check that the debugger is running and connected to the correct tap");
+    expectFailure(
+        [&] { make(); }, eXMTR,
+        "failed to create TargetAdapter : check that the debugger is running and connected to the correct tap");
     EXPECT_THAT(calls(), ElementsAre("CreateXmtr 0 0", "NewTargetAdapter Cortex_7", "DestroyXmtr"));
 }
 

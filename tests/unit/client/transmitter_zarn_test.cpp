@@ -201,10 +201,10 @@ TEST_F(TransmitterZarnTest, EveryOperationLogsItsEntry) {
     transmitter->reset();
     transmitter->numFrequencySettings();
     transmitter->hasTriggered();
-    EXPECT_THAT(log.functions(), ElementsAre("TransmitterZarn_1::end", "TransmitterZarn_1::flush",
-                                             "TransmitterZarn_1::shutdown", "TransmitterZarn_1::reset",
-                                             "TransmitterZarn_1::numFrequencySettings",
-                                             "TransmitterZarn_1::hasTriggered"));
+    EXPECT_THAT(log.functions(),
+                ElementsAre("TransmitterZarn_1::end", "TransmitterZarn_1::flush", "TransmitterZarn_1::shutdown",
+                            "TransmitterZarn_1::reset", "TransmitterZarn_1::numFrequencySettings",
+                            "TransmitterZarn_1::hasTriggered"));
 }
 
 } // namespace transmitter_test

@@ -1,5 +1,5 @@
-#include "common/source/ChannelSettings.h"
 #include "common/source/Exception.h"
+#include "common/source/ChannelSettings.h"
 
 #include <gtest/gtest.h>
 
@@ -48,8 +48,9 @@ TEST(Status, EveryNumberHasItsNameAndText) {
 
 TEST(Status, EnumeratorsHaveTheNumbersOfTheTable) {
     static_assert(std::is_same_v<std::underlying_type_t<Status>, std::uint32_t>);
-    constexpr std::array<Status, 16> inOrder{eFAIL,     eVER,    eALLOC, eNULL,      eNAME, eVALUE,      eFILE,   eTYPE,
-                                             eSEQUENCE, eCONFIG, eXMTR,  eCALIBRATE, eOVS,  eDATASERVER, eTARGET, eLOAD};
+    constexpr std::array<Status, 16> inOrder{eFAIL, eVER,        eALLOC,    eNULL,   eNAME, eVALUE,
+                                             eFILE, eTYPE,       eSEQUENCE, eCONFIG, eXMTR, eCALIBRATE,
+                                             eOVS,  eDATASERVER, eTARGET,   eLOAD};
     for (std::size_t i = 0; i < inOrder.size(); ++i) {
         EXPECT_EQ(inOrder[i], i + 1);
     }
@@ -79,7 +80,9 @@ TEST(Exception, DetailStandsBehindTheText) {
     EXPECT_EQ(e.line(), 247U);
 }
 
-TEST(Exception, NullFileIsAnEmptyText) { EXPECT_STREQ(Exception(nullptr, 3, eFAIL).file(), ""); }
+TEST(Exception, NullFileIsAnEmptyText) {
+    EXPECT_STREQ(Exception(nullptr, 3, eFAIL).file(), "");
+}
 
 TEST(Exception, FailThrowsFromTheLineThatCalls) {
     std::uint32_t line = 0;
@@ -104,9 +107,8 @@ TEST(ChannelSettings, NewRecordHasTheDefaults) {
     EXPECT_EQ(settings.numPins, 1U);
     EXPECT_EQ(settings.pinMap, "");
     EXPECT_EQ(settings.bufferSizeIndex, 0U);
-    EXPECT_EQ(settings.bufferSizeChoices,
-              (std::vector<std::string>{"256 kB", "512 kB", "1 MB", "2 MB", "4 MB", "8 MB", "16 MB", "32 MB", "64 MB",
-                                        "128 MB"}));
+    EXPECT_EQ(settings.bufferSizeChoices, (std::vector<std::string>{"256 kB", "512 kB", "1 MB", "2 MB", "4 MB", "8 MB",
+                                                                    "16 MB", "32 MB", "64 MB", "128 MB"}));
     EXPECT_EQ(settings.transmitter, "pti");
     EXPECT_EQ(settings.startPort, 0U);
     EXPECT_FALSE(settings.stallCpu);

@@ -244,8 +244,7 @@ TEST_F(PropertyParserTest, UndefinedVariableFails) {
     expectFailure([&] { value("a"); }, eVALUE, "$ORV_NO_SUCH_VARIABLE not defined in environment variables");
     expectFailure([&] { value("b"); }, eVALUE, "$ not defined in environment variables");
     Recorder object;
-    expectFailure([&] { parser.apply(&object); }, eVALUE,
-                  "$ORV_NO_SUCH_VARIABLE not defined in environment variables");
+    expectFailure([&] { parser.apply(&object); }, eVALUE, "$ORV_NO_SUCH_VARIABLE not defined in environment variables");
     EXPECT_TRUE(object.seen.empty());
 }
 

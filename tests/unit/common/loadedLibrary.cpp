@@ -3,7 +3,11 @@
 
 extern "C" {
 
-int answer() { return 42; }
+int answer() {
+    return 42;
+}
 
-void throwRuntimeError() { throw std::runtime_error("thrown in the library"); }
+void throwRuntimeError() {
+    throw std::runtime_error("thrown in the library");
+}
 }

@@ -59,7 +59,9 @@ protected:
     test::TemporaryFolder folder;
 };
 
-TEST_F(ProcessLog, ManagerIsOneObject) { EXPECT_EQ(getLogManager(), getLogManager()); }
+TEST_F(ProcessLog, ManagerIsOneObject) {
+    EXPECT_EQ(getLogManager(), getLogManager());
+}
 
 TEST_F(ProcessLog, HelpersAreSilentWhileNoLogIsOpen) {
     EXPECT_EQ(getLogManager()->getLogger(), nullptr);
@@ -94,8 +96,8 @@ TEST_F(ProcessLog, ThirdThresholdPassesFunctionEntries) {
     ASSERT_EQ(got.size(), 9U);
     EXPECT_THAT(digitsHidden(got[7]), StartsWith("  F    unit #9"));
     EXPECT_THAT(got[7], EndsWith("  Namespace::Class::function(...)"));
-    EXPECT_EQ(got[8], "  F    orv_client_frontend #" + std::to_string(line) +
-                          "  VX_QRS::ORV::CLIENT::FrontEnd_1::alloc(...)");
+    EXPECT_EQ(got[8],
+              "  F    orv_client_frontend #" + std::to_string(line) + "  VX_QRS::ORV::CLIENT::FrontEnd_1::alloc(...)");
 }
 
 TEST_F(ProcessLog, SwitchedOffLogGetsNothing) {

@@ -31,7 +31,8 @@ protected:
     // Mostly what the syntaxes care for. The byte that ends a text file on some systems is left to its own test.
     char likelyByte() {
         using namespace std::string_view_literals;
-        constexpr std::string_view likely = "[]==#$<<>>/\r\n\n\n  \t\0\xFF" "aabbc1"sv;
+        constexpr std::string_view likely = "[]==#$<<>>/\r\n\n\n  \t\0\xFF"
+                                            "aabbc1"sv;
         if (below(20) == 0) {
             const char byte = anyByte();
             return byte == '\x1A' ? 'z' : byte;
@@ -197,9 +198,16 @@ TEST_F(RandomFiles, LargeFilesOfEveryShapeTakeLinearTime) {
         returns += "a=1\r";
     }
     const std::string million(1000000, 'x');
-    const std::vector<std::string> texts{
-        manySections,    manySections + manySections, manyVariables, returns, million, std::string(1000000, '='),
-        std::string(1000000, '>'), std::string(1000000, '\0'), std::string(1000000, '\n'), million + "=1"};
+    const std::vector<std::string> texts{manySections,
+                                         manySections + manySections,
+                                         manyVariables,
+                                         returns,
+                                         million,
+                                         std::string(1000000, '='),
+                                         std::string(1000000, '>'),
+                                         std::string(1000000, '\0'),
+                                         std::string(1000000, '\n'),
+                                         million + "=1"};
     for (const std::string& text : texts) {
         const std::string path = file(text);
         PropertyParser_1 parser;

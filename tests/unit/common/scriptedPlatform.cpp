@@ -23,14 +23,20 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
 
 namespace VX_QRS {
 
 namespace test {
 
-void refuseNextMemory() { refused = true; }
+void refuseNextMemory() {
+    refused = true;
+}
 
 ScriptedPlatform& platform() {
     static ScriptedPlatform instance;
@@ -41,11 +47,17 @@ ScriptedPlatform& platform() {
 
 using test::platform;
 
-LocalTime readLocalTime() { return platform().time; }
+LocalTime readLocalTime() {
+    return platform().time;
+}
 
-void debugOutput(const char* line) { platform().debugger.emplace_back(line); }
+void debugOutput(const char* line) {
+    platform().debugger.emplace_back(line);
+}
 
-std::FILE* sharedOpen(const char* path, const char* mode) { return std::fopen(path, mode); }
+std::FILE* sharedOpen(const char* path, const char* mode) {
+    return std::fopen(path, mode);
+}
 
 bool uStopwatch::readFrequency(std::int64_t& ticksPerSecond) {
     ticksPerSecond = platform().frequency;
@@ -75,16 +87,26 @@ bool uThread::start() {
     }
     return true;
 }
-bool uThread::wait(std::uint32_t) { return true; }
-bool uThread::isCurrent() const { return false; }
-std::uint32_t uThread::threadId() const { return 1; }
-void uThread::sleep(std::uint32_t milliseconds) { platform().sleeps.push_back(milliseconds); }
+bool uThread::wait(std::uint32_t) {
+    return true;
+}
+bool uThread::isCurrent() const {
+    return false;
+}
+std::uint32_t uThread::threadId() const {
+    return 1;
+}
+void uThread::sleep(std::uint32_t milliseconds) {
+    platform().sleeps.push_back(milliseconds);
+}
 
 namespace nativeSocket {
 
 namespace {
 
-void note(const std::string& call) { platform().socketCalls.push_back(call); }
+void note(const std::string& call) {
+    platform().socketCalls.push_back(call);
+}
 
 } // namespace
 
@@ -133,12 +155,16 @@ std::int32_t send(Handle, const void*, std::int32_t size) {
     note("send " + std::to_string(size));
     return platform().sent;
 }
-void shutDownAndClose(Handle handle) { note("close " + std::to_string(handle)); }
+void shutDownAndClose(Handle handle) {
+    note("close " + std::to_string(handle));
+}
 bool waitReadable(Handle, int milliseconds) {
     note("wait " + std::to_string(milliseconds));
     return true;
 }
-int lastError() { return platform().error; }
+int lastError() {
+    return platform().error;
+}
 
 } // namespace nativeSocket
 

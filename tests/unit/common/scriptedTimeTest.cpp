@@ -184,8 +184,8 @@ TEST_F(ScriptedTimer, RoundFollowsTheLastFiringAndEndsTheTimer) {
 
 TEST_F(ScriptedTimer, IntervalIsCutToWholeMilliseconds) {
     for (const auto& [seconds, milliseconds] :
-         {std::pair{0.0299, 29U}, std::pair{0.0009, 0U}, std::pair{2.0, 2000U}, std::pair{0.0, 0U},
-          std::pair{-1.0, 0U}, std::pair{1e12, 0xFFFFFFFEU}}) {
+         {std::pair{0.0299, 29U}, std::pair{0.0009, 0U}, std::pair{2.0, 2000U}, std::pair{0.0, 0U}, std::pair{-1.0, 0U},
+          std::pair{1e12, 0xFFFFFFFEU}}) {
         platform().sleeps.clear();
         uTimer timer;
         timer.setPollingInterval(seconds);

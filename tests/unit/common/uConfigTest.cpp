@@ -111,7 +111,9 @@ TEST_F(uConfigTest, XmlLinesOfAnyOtherShapeAreDropped) {
     EXPECT_EQ(xml("text\n<a>1\n<a>1</a><b>2</b>\n<>v</>\n<k>v</k> <!-- late -->\n"), Sections{});
 }
 
-TEST_F(uConfigTest, XmlHasNoPlainComments) { EXPECT_EQ(xml("#<k>v</k>\n"), (Sections{{"", {{"k", "v"}}}})); }
+TEST_F(uConfigTest, XmlHasNoPlainComments) {
+    EXPECT_EQ(xml("#<k>v</k>\n"), (Sections{{"", {{"k", "v"}}}}));
+}
 
 TEST_F(uConfigTest, WritesThePlainForm) {
     uConfig config;

@@ -147,22 +147,22 @@ struct PrefixCase {
 
 TEST(uStringPrefixDecimal, EveryLineOfTheTable) {
     constexpr std::array<PrefixCase, 17> cases{{{1e24, 1e24, "yotta", "Y"},
-                                               {1e21, 1e21, "zetta", "Z"},
-                                               {1e18, 1e18, "exa", "E"},
-                                               {1e15, 1e15, "peta", "P"},
-                                               {1e12, 1e12, "tera", "T"},
-                                               {1e9, 1e9, "giga", "G"},
-                                               {1e6, 1e6, "mega", "M"},
-                                               {1e3, 1e3, "kilo", "k"},
-                                               {1, 1, "", ""},
-                                               {1e-3, 1e-3, "milli", "m"},
-                                               {1e-6, 1e-6, "micro", "u"},
-                                               {1e-9, 1e-9, "nano", "n"},
-                                               {1e-12, 1e-12, "pico", "p"},
-                                               {1e-15, 1e-15, "femto", "f"},
-                                               {1e-18, 1e-18, "atto", "a"},
-                                               {1e-21, 1e-21, "zepto", "z"},
-                                               {1e-24, 1e-24, "yocto", "y"}}};
+                                                {1e21, 1e21, "zetta", "Z"},
+                                                {1e18, 1e18, "exa", "E"},
+                                                {1e15, 1e15, "peta", "P"},
+                                                {1e12, 1e12, "tera", "T"},
+                                                {1e9, 1e9, "giga", "G"},
+                                                {1e6, 1e6, "mega", "M"},
+                                                {1e3, 1e3, "kilo", "k"},
+                                                {1, 1, "", ""},
+                                                {1e-3, 1e-3, "milli", "m"},
+                                                {1e-6, 1e-6, "micro", "u"},
+                                                {1e-9, 1e-9, "nano", "n"},
+                                                {1e-12, 1e-12, "pico", "p"},
+                                                {1e-15, 1e-15, "femto", "f"},
+                                                {1e-18, 1e-18, "atto", "a"},
+                                                {1e-21, 1e-21, "zepto", "z"},
+                                                {1e-24, 1e-24, "yocto", "y"}}};
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const PrefixCase& expected = cases[i];
         std::string prefix;
@@ -197,8 +197,7 @@ TEST(uStringPrefixDecimal, ZeroNegativeAndNoNumberFallToTheLastLine) {
 TEST(uStringPrefixBinary, EveryPowerWithEachKindOfName) {
     constexpr std::array<const char*, 8> words{"kibi", "mebi", "gibi", "tebi", "pebi", "exbi", "zebi", "yobi"};
     constexpr std::array<const char*, 8> symbols{"Ki", "Mi", "Gi", "Ti", "Pi", "Ei", "Zi", "Yi"};
-    constexpr std::array<const char*, 8> decimalWords{"kilo", "mega", "giga", "tera",
-                                                      "peta", "exa",  "zetta", "yotta"};
+    constexpr std::array<const char*, 8> decimalWords{"kilo", "mega", "giga", "tera", "peta", "exa", "zetta", "yotta"};
     constexpr std::array<const char*, 8> decimalSymbols{"k", "M", "G", "T", "P", "E", "Z", "Y"};
     double scale = 1;
     for (std::size_t i = 0; i < words.size(); ++i) {
@@ -279,10 +278,9 @@ TEST(uStringSplitOnce, ResultMayBeTheTextItself) {
 TEST(uStringSplitOnce, NullFails) {
     std::string first;
     std::string second;
-    EXPECT_EQ(failureText<uString::error>([&] {
-                  uString::splitOnce(static_cast<const char*>(nullptr), ",", first, second);
-              }),
-              "unable to split null string");
+    EXPECT_EQ(
+        failureText<uString::error>([&] { uString::splitOnce(static_cast<const char*>(nullptr), ",", first, second); }),
+        "unable to split null string");
     EXPECT_EQ(failureText<uString::error>([&] { uString::splitOnce("a", nullptr, first, second); }),
               "unable to split with null delimeter");
 }

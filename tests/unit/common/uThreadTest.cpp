@@ -1,5 +1,5 @@
-#include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uThread.h"
+#include "common/source/source_utilities/uStopwatch.h"
 
 #include "tests/unit/common/ownPriority.h"
 

@@ -16,22 +16,23 @@ TEST(ChannelSettingsFile, TheTextHasTheReceiversOwnForm) {
     settings.exportKind = "tpiu";
     settings.bufferIndex = 4;
     settings.stopOnFull = false;
-    EXPECT_EQ(channelSettingsText(settings), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                                             "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->\n"
-                                             "<CHANNEL-SETUP>\n"
-                                             "\t<RCVRNAME>Kite R2 Trace</RCVRNAME>\n"
-                                             "\t<no_emu0>false</no_emu0>\n"
-                                             "\t<no_emu1>false</no_emu1>\n"
-                                             "\t<drm_type></drm_type>\n"
-                                             "\t<drm_key></drm_key>\n"
-                                             "\t<num_pins>2</num_pins>\n"
-                                             "\t<pin_map>5,2,3</pin_map>\n"
-                                             "\t<is_stop_on_full>false</is_stop_on_full>\n"
-                                             "\t<is_sync>true</is_sync>\n"
-                                             "\t<bufsize_current>4</bufsize_current>\n"
-                                             "\t<drm_xmtr>tpiu</drm_xmtr>\n"
-                                             "\t<start_port>0</start_port>\n"
-                                             "</CHANNEL-SETUP>\n");
+    EXPECT_EQ(channelSettingsText(settings),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->\n"
+              "<CHANNEL-SETUP>\n"
+              "\t<RCVRNAME>Kite R2 Trace</RCVRNAME>\n"
+              "\t<no_emu0>false</no_emu0>\n"
+              "\t<no_emu1>false</no_emu1>\n"
+              "\t<drm_type></drm_type>\n"
+              "\t<drm_key></drm_key>\n"
+              "\t<num_pins>2</num_pins>\n"
+              "\t<pin_map>5,2,3</pin_map>\n"
+              "\t<is_stop_on_full>false</is_stop_on_full>\n"
+              "\t<is_sync>true</is_sync>\n"
+              "\t<bufsize_current>4</bufsize_current>\n"
+              "\t<drm_xmtr>tpiu</drm_xmtr>\n"
+              "\t<start_port>0</start_port>\n"
+              "</CHANNEL-SETUP>\n");
 }
 
 TEST(ChannelSettingsFile, TheFileHoldsTheTextByteForByte) {

@@ -41,9 +41,10 @@ TEST(RunLog, WithoutSuccessNoSettingIsChosen) {
 }
 
 TEST(RunLog, OnlyTheLastConfigurationCounts) {
-    const std::string text = std::string(stepDown) + "M     15:00:00:000 | ORV Receiver : loading settings from b.xml\n"
-                                                     "M     15:00:00:001 | x (y:1) setting 0 measured at 2.00000e+07 Hz\n"
-                                                     "M     15:00:00:002 | x (y:2) trying freq0 (2.00000e+07)\n";
+    const std::string text = std::string(stepDown) +
+                             "M     15:00:00:000 | ORV Receiver : loading settings from b.xml\n"
+                             "M     15:00:00:001 | x (y:1) setting 0 measured at 2.00000e+07 Hz\n"
+                             "M     15:00:00:002 | x (y:2) trying freq0 (2.00000e+07)\n";
     const RunLog log = parseRunLog(text, true);
     ASSERT_EQ(log.frequencies.size(), 1U);
     EXPECT_EQ(log.chosen()->setting, 0U);

@@ -13,8 +13,7 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 // Byte by byte, as one would write it down first.
-Bytes escapedSlowly(const Bytes& plain)
-{
+Bytes escapedSlowly(const Bytes& plain) {
     Bytes raw;
     for (const std::uint8_t byte : plain) {
         if (byte == '}' || byte == '#' || byte == '$' || byte == '*') {
@@ -27,8 +26,7 @@ Bytes escapedSlowly(const Bytes& plain)
     return raw;
 }
 
-Bytes escaped(const Bytes& plain)
-{
+Bytes escaped(const Bytes& plain) {
     Bytes out(2 * plain.size(), 0xEE);
     out.resize(escapeBytes(plain, out.data()));
     return out;
@@ -40,8 +38,7 @@ struct Result {
 };
 
 // Storage is made to measure, so that a sanitizer sees each byte too many.
-Result unescaped(const Bytes& raw, std::size_t wanted)
-{
+Result unescaped(const Bytes& raw, std::size_t wanted) {
     const Bytes in(raw.begin(), raw.end());
     Bytes out(wanted);
     const Unescaped done = unescapeBytes(in, out);
@@ -49,8 +46,7 @@ Result unescaped(const Bytes& raw, std::size_t wanted)
     return {out, done.used};
 }
 
-Result unescapedSlowly(const Bytes& raw, std::size_t wanted)
-{
+Result unescapedSlowly(const Bytes& raw, std::size_t wanted) {
     Result result{{}, 0};
     while (result.plain.size() < wanted && result.used < raw.size()) {
         if (raw[result.used] != '}') {
@@ -65,8 +61,7 @@ Result unescapedSlowly(const Bytes& raw, std::size_t wanted)
     return result;
 }
 
-Bytes randomBytes(std::mt19937& generator, std::size_t size, bool mostlySpecial)
-{
+Bytes randomBytes(std::mt19937& generator, std::size_t size, bool mostlySpecial) {
     static const std::uint8_t special[] = {'}', '#', '$', '*', ']', 0x03, 0x04, 0x0A, 0x00, 0xFF};
     Bytes bytes(size);
     for (std::uint8_t& byte : bytes) {
@@ -78,22 +73,19 @@ Bytes randomBytes(std::mt19937& generator, std::size_t size, bool mostlySpecial)
 
 } // namespace
 
-TEST(Escape, ExactlyFourBytesAreEscaped)
-{
+TEST(Escape, ExactlyFourBytesAreEscaped) {
     for (int value = 0; value < 256; ++value) {
         const bool special = value == 0x7D || value == 0x23 || value == 0x24 || value == 0x2A;
         EXPECT_EQ(needsEscape(static_cast<std::uint8_t>(value)), special) << value;
     }
 }
 
-TEST(Escape, SpecialBytesStandXored)
-{
+TEST(Escape, SpecialBytesStandXored) {
     EXPECT_EQ(escaped({'}', '#', '$', '*'}), (Bytes{'}', ']', '}', 0x03, '}', 0x04, '}', 0x0A}));
     EXPECT_EQ(escaped({0x00, 0xFF, 'a', ']'}), (Bytes{0x00, 0xFF, 'a', ']'}));
 }
 
-TEST(Escape, EveryPositionInABlockIsTreatedAlike)
-{
+TEST(Escape, EveryPositionInABlockIsTreatedAlike) {
     for (const std::uint8_t special : {std::uint8_t{'}'}, std::uint8_t{'#'}, std::uint8_t{'$'}, std::uint8_t{'*'}}) {
         for (std::size_t size = 1; size <= 50; ++size) {
             for (std::size_t at = 0; at < size; ++at) {
@@ -109,8 +101,7 @@ TEST(Escape, EveryPositionInABlockIsTreatedAlike)
     }
 }
 
-TEST(Escape, RandomBytesMatchTheByteByByteReference)
-{
+TEST(Escape, RandomBytesMatchTheByteByByteReference) {
     std::mt19937 generator(20240229);
     for (int round = 0; round < 4000; ++round) {
         const Bytes plain = randomBytes(generator, generator() % 300, round % 2 == 0);
@@ -120,8 +111,7 @@ TEST(Escape, RandomBytesMatchTheByteByByteReference)
     }
 }
 
-TEST(Escape, NothingIsWrittenBehindTheResult)
-{
+TEST(Escape, NothingIsWrittenBehindTheResult) {
     std::mt19937 generator(7);
     for (int round = 0; round < 2000; ++round) {
         const Bytes plain = randomBytes(generator, generator() % 100, round % 2 == 0);
@@ -133,8 +123,7 @@ TEST(Escape, NothingIsWrittenBehindTheResult)
     }
 }
 
-TEST(Unescape, RandomBytesAndSizesMatchTheByteByByteReference)
-{
+TEST(Unescape, RandomBytesAndSizesMatchTheByteByByteReference) {
     std::mt19937 generator(4711);
     for (int round = 0; round < 8000; ++round) {
         const Bytes raw = randomBytes(generator, generator() % 200, round % 2 == 0);
@@ -146,15 +135,13 @@ TEST(Unescape, RandomBytesAndSizesMatchTheByteByByteReference)
     }
 }
 
-TEST(Unescape, ALoneEscapeAtTheEndIsLeftThere)
-{
+TEST(Unescape, ALoneEscapeAtTheEndIsLeftThere) {
     const Result result = unescaped({'a', '}'}, 10);
     EXPECT_EQ(result.plain, Bytes{'a'});
     EXPECT_EQ(result.used, 1u);
 }
 
-TEST(Unescape, StopsWhereTheOutputIsFull)
-{
+TEST(Unescape, StopsWhereTheOutputIsFull) {
     const Result result = unescaped({'}', ']', '}', ']', 'x'}, 1);
     EXPECT_EQ(result.plain, Bytes{'}'});
     EXPECT_EQ(result.used, 2u);

@@ -16,8 +16,7 @@ namespace {
 
 constexpr std::int32_t patience = 20000; // ms; only a defect makes a test wait this long
 
-std::uint32_t freePort()
-{
+std::uint32_t freePort() {
     uSocket probe;
     EXPECT_EQ(probe.listen(0), uSocket::done);
     return probe.localPort();
@@ -27,21 +26,18 @@ std::uint32_t freePort()
 class GdbTcpipIoTest : public ::testing::Test {
 protected:
     GdbTcpipIoTest() : portNumber(freePort()), server(portNumber), client(portNumber) {}
-    ~GdbTcpipIoTest() override
-    {
+    ~GdbTcpipIoTest() override {
         client.closeClient();
         server.closeClient();
     }
 
-    void pair()
-    {
+    void pair() {
         ASSERT_EQ(server.listenOn(), IoOk);
         ASSERT_EQ(client.connectTo("127.0.0.1"), IoOk);
         ASSERT_EQ(server.acceptClient(patience), IoOk);
     }
 
-    std::string receive(GdbTcpipIo& io, std::uint32_t expected)
-    {
+    std::string receive(GdbTcpipIo& io, std::uint32_t expected) {
         std::uint32_t count = 99;
         char bytes[64] = {};
         EXPECT_EQ(io.receive(bytes, sizeof bytes, count), expected);
@@ -55,8 +51,7 @@ protected:
 
 } // namespace
 
-TEST_F(GdbTcpipIoTest, UnconnectedEverythingAnswersNotConnected)
-{
+TEST_F(GdbTcpipIoTest, UnconnectedEverythingAnswersNotConnected) {
     std::uint32_t count = 5;
     char byte = 0;
     EXPECT_EQ(client.port(), portNumber);
@@ -71,8 +66,7 @@ TEST_F(GdbTcpipIoTest, UnconnectedEverythingAnswersNotConnected)
     client.closeClient();
 }
 
-TEST_F(GdbTcpipIoTest, BytesPassBothWays)
-{
+TEST_F(GdbTcpipIoTest, BytesPassBothWays) {
     pair();
     std::uint32_t count = 0;
     EXPECT_EQ(client.waitWritable(0), IoOk);
@@ -85,8 +79,7 @@ TEST_F(GdbTcpipIoTest, BytesPassBothWays)
     EXPECT_EQ(receive(client, IoOk), "$OK");
 }
 
-TEST_F(GdbTcpipIoTest, ASecondConnectOrAcceptFindsTheFirst)
-{
+TEST_F(GdbTcpipIoTest, ASecondConnectOrAcceptFindsTheFirst) {
     pair();
     EXPECT_EQ(client.connectTo("127.0.0.1"), IoOk);
     EXPECT_EQ(server.acceptClient(0), IoOk);
@@ -96,8 +89,7 @@ TEST_F(GdbTcpipIoTest, ASecondConnectOrAcceptFindsTheFirst)
     EXPECT_EQ(receive(server, IoOk), "x");
 }
 
-TEST_F(GdbTcpipIoTest, AQuietPeerTimesOut)
-{
+TEST_F(GdbTcpipIoTest, AQuietPeerTimesOut) {
     pair();
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_EQ(client.waitReadable(30), IoTimeout);
@@ -105,19 +97,16 @@ TEST_F(GdbTcpipIoTest, AQuietPeerTimesOut)
     EXPECT_EQ(client.waitReadable(0), IoTimeout);
 }
 
-TEST_F(GdbTcpipIoTest, NobodyToAcceptTimesOut)
-{
+TEST_F(GdbTcpipIoTest, NobodyToAcceptTimesOut) {
     ASSERT_EQ(server.listenOn(), IoOk);
     EXPECT_EQ(server.acceptClient(20), IoTimeout);
 }
 
-TEST_F(GdbTcpipIoTest, AcceptWithoutListeningFails)
-{
+TEST_F(GdbTcpipIoTest, AcceptWithoutListeningFails) {
     EXPECT_EQ(server.acceptClient(20), IoFailed);
 }
 
-TEST_F(GdbTcpipIoTest, AnOrderlyEndOfThePeerIsReportedOnceAndTheSocketIsGone)
-{
+TEST_F(GdbTcpipIoTest, AnOrderlyEndOfThePeerIsReportedOnceAndTheSocketIsGone) {
     pair();
     server.closeClient();
     ASSERT_EQ(client.waitReadable(patience), IoOk);
@@ -127,8 +116,7 @@ TEST_F(GdbTcpipIoTest, AnOrderlyEndOfThePeerIsReportedOnceAndTheSocketIsGone)
     EXPECT_EQ(client.send("x", 1, count), IoNotConnected);
 }
 
-TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd)
-{
+TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd) {
     pair();
     server.closeClient();
     std::uint32_t count = 0;
@@ -143,8 +131,7 @@ TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd)
     EXPECT_EQ(client.send("x", 1, count), IoNotConnected);
 }
 
-TEST_F(GdbTcpipIoTest, ANullBufferIsAFailureThatKeepsTheConnection)
-{
+TEST_F(GdbTcpipIoTest, ANullBufferIsAFailureThatKeepsTheConnection) {
     pair();
     std::uint32_t count = 0;
     EXPECT_EQ(client.send(nullptr, 1, count), IoFailed);
@@ -152,8 +139,7 @@ TEST_F(GdbTcpipIoTest, ANullBufferIsAFailureThatKeepsTheConnection)
     EXPECT_EQ(client.send("x", 1, count), IoOk);
 }
 
-TEST_F(GdbTcpipIoTest, ConnectingToNobodyFailsAndMayBeTriedAgain)
-{
+TEST_F(GdbTcpipIoTest, ConnectingToNobodyFailsAndMayBeTriedAgain) {
     EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
     EXPECT_STREQ(client.peerName(), "");
     EXPECT_EQ(client.waitWritable(0), IoOk) << "the socket object stays in place";
@@ -162,29 +148,25 @@ TEST_F(GdbTcpipIoTest, ConnectingToNobodyFailsAndMayBeTriedAgain)
     EXPECT_EQ(server.acceptClient(patience), IoOk);
 }
 
-TEST_F(GdbTcpipIoTest, AHostNameIsNotResolved)
-{
+TEST_F(GdbTcpipIoTest, AHostNameIsNotResolved) {
     ASSERT_EQ(server.listenOn(), IoOk);
     EXPECT_EQ(client.connectTo("localhost"), IoFailed);
 }
 
-TEST_F(GdbTcpipIoTest, ListeningOnATakenPortFails)
-{
+TEST_F(GdbTcpipIoTest, ListeningOnATakenPortFails) {
     ASSERT_EQ(server.listenOn(), IoOk);
     GdbTcpipIo second(portNumber);
     EXPECT_EQ(second.listenOn(), IoListenFailed);
     EXPECT_EQ(second.stopListening(), IoOk);
 }
 
-TEST_F(GdbTcpipIoTest, StoppedListeningRefusesConnections)
-{
+TEST_F(GdbTcpipIoTest, StoppedListeningRefusesConnections) {
     ASSERT_EQ(server.listenOn(), IoOk);
     EXPECT_EQ(server.stopListening(), IoOk);
     EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
 }
 
-TEST_F(GdbTcpipIoTest, ThePeersNameEndsInThePortsLowByte)
-{
+TEST_F(GdbTcpipIoTest, ThePeersNameEndsInThePortsLowByte) {
     pair();
     const std::string expected = "127.0.0.1:" + std::string(1, static_cast<char>(portNumber & 0xFF));
     EXPECT_STREQ(client.peerName(), expected.c_str());

@@ -14,22 +14,19 @@ class PacketBufferTest : public ::testing::Test {
 protected:
     PacketBufferTest() { EXPECT_TRUE(buffer.create(16)); }
 
-    void append(const std::string& raw)
-    {
+    void append(const std::string& raw) {
         for (const char c : raw)
             ASSERT_TRUE(buffer.appendByte(static_cast<std::uint8_t>(c)));
     }
 
     std::string unread() const { return {reinterpret_cast<const char*>(buffer.unread()), buffer.length}; }
 
-    bool zeroBehindData() const
-    {
+    bool zeroBehindData() const {
         const std::uint8_t* const end = buffer.storage + buffer.capacity;
         return std::all_of(buffer.unread() + buffer.length, end, [](std::uint8_t byte) { return byte == 0; });
     }
 
-    std::string decode(std::uint32_t count, std::uint32_t expectedUsed)
-    {
+    std::string decode(std::uint32_t count, std::uint32_t expectedUsed) {
         std::string out(count, '?');
         std::uint32_t decoded = 0;
         EXPECT_EQ(buffer.decode(out.data(), count, decoded), expectedUsed);
@@ -42,16 +39,14 @@ protected:
 
 } // namespace
 
-TEST_F(PacketBufferTest, CreateGivesZeroedBytesOfTheSize)
-{
+TEST_F(PacketBufferTest, CreateGivesZeroedBytesOfTheSize) {
     EXPECT_EQ(buffer.capacity, 16u);
     EXPECT_EQ(buffer.offset, 0u);
     EXPECT_EQ(buffer.length, 0u);
     EXPECT_TRUE(zeroBehindData());
 }
 
-TEST_F(PacketBufferTest, CreateAgainForgetsWhatWasThere)
-{
+TEST_F(PacketBufferTest, CreateAgainForgetsWhatWasThere) {
     append("abc");
     ASSERT_TRUE(buffer.create(4));
     EXPECT_EQ(buffer.capacity, 4u);
@@ -59,23 +54,20 @@ TEST_F(PacketBufferTest, CreateAgainForgetsWhatWasThere)
     EXPECT_TRUE(zeroBehindData());
 }
 
-TEST_F(PacketBufferTest, ReserveWithStorageChangesNothingAndAnswersFalse)
-{
+TEST_F(PacketBufferTest, ReserveWithStorageChangesNothingAndAnswersFalse) {
     append("abc");
     EXPECT_FALSE(buffer.reserve(0x100000));
     EXPECT_EQ(buffer.capacity, 16u);
     EXPECT_EQ(unread(), "abc");
 }
 
-TEST(PacketBuffer, ReserveWithoutStorageAllocates)
-{
+TEST(PacketBuffer, ReserveWithoutStorageAllocates) {
     PacketBuffer buffer;
     EXPECT_TRUE(buffer.reserve(8));
     EXPECT_EQ(buffer.capacity, 8u);
 }
 
-TEST_F(PacketBufferTest, ClearZeroesTheWholeCapacity)
-{
+TEST_F(PacketBufferTest, ClearZeroesTheWholeCapacity) {
     append("0123456789abcdef");
     buffer.startsWith("0", 1, true);
     buffer.clear();
@@ -85,15 +77,13 @@ TEST_F(PacketBufferTest, ClearZeroesTheWholeCapacity)
     EXPECT_TRUE(zeroBehindData());
 }
 
-TEST(PacketBuffer, ClearWithoutStorageIsHarmless)
-{
+TEST(PacketBuffer, ClearWithoutStorageIsHarmless) {
     PacketBuffer buffer;
     buffer.clear();
     EXPECT_EQ(buffer.length, 0u);
 }
 
-TEST_F(PacketBufferTest, SpaceThatFitsBehindTheDataMovesNothing)
-{
+TEST_F(PacketBufferTest, SpaceThatFitsBehindTheDataMovesNothing) {
     append("abcdef");
     buffer.startsWith("ab", 2, true);
     ASSERT_TRUE(buffer.ensureSpace(10));
@@ -101,8 +91,7 @@ TEST_F(PacketBufferTest, SpaceThatFitsBehindTheDataMovesNothing)
     EXPECT_EQ(buffer.capacity, 16u);
 }
 
-TEST_F(PacketBufferTest, SpaceThatFitsOnlyWithoutTheOffsetMovesTheDataToTheStart)
-{
+TEST_F(PacketBufferTest, SpaceThatFitsOnlyWithoutTheOffsetMovesTheDataToTheStart) {
     append("abcdef");
     buffer.startsWith("ab", 2, true);
     ASSERT_TRUE(buffer.ensureSpace(11));
@@ -112,8 +101,7 @@ TEST_F(PacketBufferTest, SpaceThatFitsOnlyWithoutTheOffsetMovesTheDataToTheStart
     EXPECT_TRUE(zeroBehindData());
 }
 
-TEST_F(PacketBufferTest, SpaceBeyondTheRoomGivesTheCapacityOfDataCountAndOne)
-{
+TEST_F(PacketBufferTest, SpaceBeyondTheRoomGivesTheCapacityOfDataCountAndOne) {
     append("abcdef");
     buffer.startsWith("ab", 2, true);
     ASSERT_TRUE(buffer.ensureSpace(13));
@@ -131,8 +119,7 @@ TEST_F(PacketBufferTest, SpaceBeyondTheRoomGivesTheCapacityOfDataCountAndOne)
     EXPECT_TRUE(zeroBehindData());
 }
 
-TEST_F(PacketBufferTest, GrowingStepByStepKeepsAllBytesAndZeroesTheRest)
-{
+TEST_F(PacketBufferTest, GrowingStepByStepKeepsAllBytesAndZeroesTheRest) {
     std::string all;
     for (int i = 0; i < 2000; ++i) {
         const std::string part(static_cast<std::size_t>(i % 37), static_cast<char>('a' + i % 26));
@@ -149,8 +136,7 @@ TEST_F(PacketBufferTest, GrowingStepByStepKeepsAllBytesAndZeroesTheRest)
     EXPECT_EQ(unread(), all);
 }
 
-TEST_F(PacketBufferTest, SpaceThatNoCapacityCanHoldIsRefusedAndLeavesTheContents)
-{
+TEST_F(PacketBufferTest, SpaceThatNoCapacityCanHoldIsRefusedAndLeavesTheContents) {
     append("abc");
     EXPECT_FALSE(buffer.ensureSpace(0xFFFFFFFF));
     EXPECT_FALSE(buffer.ensureSpace(0xFFFFFFFC));
@@ -160,29 +146,25 @@ TEST_F(PacketBufferTest, SpaceThatNoCapacityCanHoldIsRefusedAndLeavesTheContents
     EXPECT_EQ(buffer.capacity, 16u);
 }
 
-TEST_F(PacketBufferTest, RawBytesAreStoredUnescaped)
-{
+TEST_F(PacketBufferTest, RawBytesAreStoredUnescaped) {
     append("$}#*");
     EXPECT_EQ(unread(), "$}#*");
 }
 
-TEST_F(PacketBufferTest, EscapedAppendOfNothingChangesNothing)
-{
+TEST_F(PacketBufferTest, EscapedAppendOfNothingChangesNothing) {
     append("0123456789abcdef");
     EXPECT_TRUE(buffer.appendEscaped(nullptr, 0));
     EXPECT_EQ(unread(), "0123456789abcdef");
     EXPECT_EQ(buffer.capacity, 16u);
 }
 
-TEST_F(PacketBufferTest, EscapedAppendMakesRoomForTwiceTheCount)
-{
+TEST_F(PacketBufferTest, EscapedAppendMakesRoomForTwiceTheCount) {
     EXPECT_TRUE(buffer.appendEscaped("abcdefghi", 9));
     EXPECT_EQ(buffer.capacity, 19u);
     EXPECT_EQ(unread(), "abcdefghi");
 }
 
-TEST_F(PacketBufferTest, EscapeBytesAloneDoubleOnTheWireAndDecodeBack)
-{
+TEST_F(PacketBufferTest, EscapeBytesAloneDoubleOnTheWireAndDecodeBack) {
     const std::string plain(100, '}');
     ASSERT_TRUE(buffer.appendEscaped(plain.data(), 100));
     std::string doubled;
@@ -194,15 +176,13 @@ TEST_F(PacketBufferTest, EscapeBytesAloneDoubleOnTheWireAndDecodeBack)
     EXPECT_EQ(buffer.offset, 0u);
 }
 
-TEST_F(PacketBufferTest, ChecksumIsTwoLowerCaseDigitsHighFirst)
-{
+TEST_F(PacketBufferTest, ChecksumIsTwoLowerCaseDigitsHighFirst) {
     ASSERT_TRUE(buffer.appendChecksum(0xA7));
     ASSERT_TRUE(buffer.appendChecksum(0));
     EXPECT_EQ(unread(), "a700");
 }
 
-TEST_F(PacketBufferTest, StartsWithComparesAndConsumesOnlyAMatch)
-{
+TEST_F(PacketBufferTest, StartsWithComparesAndConsumesOnlyAMatch) {
     append("$cbxyz");
     EXPECT_TRUE(buffer.startsWith("$cb", 3, false));
     EXPECT_EQ(unread(), "$cbxyz");
@@ -214,8 +194,7 @@ TEST_F(PacketBufferTest, StartsWithComparesAndConsumesOnlyAMatch)
     EXPECT_FALSE(buffer.startsWith("xyz1", 4, true)) << "fewer bytes than asked for";
 }
 
-TEST_F(PacketBufferTest, FindByteGivesTheFirstUnreadOne)
-{
+TEST_F(PacketBufferTest, FindByteGivesTheFirstUnreadOne) {
     append("#a#b#");
     std::uint32_t index = 99;
     EXPECT_TRUE(buffer.findByte('#', index));
@@ -231,8 +210,7 @@ TEST_F(PacketBufferTest, FindByteGivesTheFirstUnreadOne)
     EXPECT_EQ(index, 3u);
 }
 
-TEST_F(PacketBufferTest, PeekAtTheLengthReadsTheByteBehindTheData)
-{
+TEST_F(PacketBufferTest, PeekAtTheLengthReadsTheByteBehindTheData) {
     append("abc");
     buffer.startsWith("a", 1, true);
     std::uint8_t value = 1;
@@ -245,8 +223,7 @@ TEST_F(PacketBufferTest, PeekAtTheLengthReadsTheByteBehindTheData)
     EXPECT_EQ(value, 1);
 }
 
-TEST_F(PacketBufferTest, PeekBehindAFullStorageStaysInsideTheBlock)
-{
+TEST_F(PacketBufferTest, PeekBehindAFullStorageStaysInsideTheBlock) {
     append("0123456789abcdef");
     ASSERT_EQ(buffer.length, buffer.capacity);
     std::uint8_t value = 1;
@@ -256,8 +233,7 @@ TEST_F(PacketBufferTest, PeekBehindAFullStorageStaysInsideTheBlock)
     EXPECT_EQ(unread(), "0123456789abcdef");
 }
 
-TEST(PacketBuffer, PeekWithoutStorageIsRefused)
-{
+TEST(PacketBuffer, PeekWithoutStorageIsRefused) {
     PacketBuffer buffer;
     std::uint8_t value = 1;
     EXPECT_FALSE(buffer.peekByte(0, value));
@@ -265,8 +241,7 @@ TEST(PacketBuffer, PeekWithoutStorageIsRefused)
     EXPECT_EQ(buffer.storage, nullptr);
 }
 
-TEST_F(PacketBufferTest, DropMovesTheRestToTheStartAndZeroesBehindIt)
-{
+TEST_F(PacketBufferTest, DropMovesTheRestToTheStartAndZeroesBehindIt) {
     append("0123456789");
     buffer.startsWith("01", 2, true);
     buffer.drop(3);
@@ -275,8 +250,7 @@ TEST_F(PacketBufferTest, DropMovesTheRestToTheStartAndZeroesBehindIt)
     EXPECT_TRUE(zeroBehindData());
 }
 
-TEST_F(PacketBufferTest, DroppingMoreThanThereIsEmptiesTheBuffer)
-{
+TEST_F(PacketBufferTest, DroppingMoreThanThereIsEmptiesTheBuffer) {
     append("0123");
     buffer.startsWith("0", 1, true);
     buffer.drop(50);
@@ -284,8 +258,7 @@ TEST_F(PacketBufferTest, DroppingMoreThanThereIsEmptiesTheBuffer)
     EXPECT_EQ(buffer.offset, 0u);
 }
 
-TEST_F(PacketBufferTest, DroppingNothingStillMovesToTheStart)
-{
+TEST_F(PacketBufferTest, DroppingNothingStillMovesToTheStart) {
     append("0123");
     buffer.startsWith("0", 1, true);
     buffer.drop(0);
@@ -293,16 +266,15 @@ TEST_F(PacketBufferTest, DroppingNothingStillMovesToTheStart)
     EXPECT_EQ(buffer.offset, 0u);
 }
 
-TEST_F(PacketBufferTest, DecodeTakesTheRawBytesItUsed)
-{
-    append("ab}\x03" "c#00");
+TEST_F(PacketBufferTest, DecodeTakesTheRawBytesItUsed) {
+    append("ab}\x03"
+           "c#00");
     EXPECT_EQ(decode(3, 4), "ab#");
     EXPECT_EQ(buffer.offset, 4u);
     EXPECT_EQ(unread(), "c#00");
 }
 
-TEST_F(PacketBufferTest, DecodeOfTooManyGivesWhatThereIs)
-{
+TEST_F(PacketBufferTest, DecodeOfTooManyGivesWhatThereIs) {
     append("ab");
     EXPECT_EQ(decode(5, 2), "ab");
     EXPECT_EQ(buffer.length, 0u);
@@ -310,8 +282,7 @@ TEST_F(PacketBufferTest, DecodeOfTooManyGivesWhatThereIs)
     EXPECT_EQ(decode(5, 0), "");
 }
 
-TEST_F(PacketBufferTest, ALastEscapeByteCombinesWithTheNulBehindTheData)
-{
+TEST_F(PacketBufferTest, ALastEscapeByteCombinesWithTheNulBehindTheData) {
     append("a}");
     buffer.terminate();
     EXPECT_EQ(decode(5, 2), "a ");
@@ -319,16 +290,14 @@ TEST_F(PacketBufferTest, ALastEscapeByteCombinesWithTheNulBehindTheData)
     EXPECT_EQ(buffer.offset, 0u);
 }
 
-TEST_F(PacketBufferTest, ALastEscapeByteInAFullStorageReadsNothingBeyondTheBlock)
-{
+TEST_F(PacketBufferTest, ALastEscapeByteInAFullStorageReadsNothingBeyondTheBlock) {
     append("0123456789abcde}");
     ASSERT_EQ(buffer.length, buffer.capacity);
     EXPECT_EQ(decode(20, 16), "0123456789abcde ");
     EXPECT_EQ(buffer.length, 0u);
 }
 
-TEST_F(PacketBufferTest, DecodeOfNothingUsesNothing)
-{
+TEST_F(PacketBufferTest, DecodeOfNothingUsesNothing) {
     append("}");
     EXPECT_EQ(decode(0, 0), "");
     EXPECT_EQ(unread(), "}");

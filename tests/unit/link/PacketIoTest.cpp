@@ -25,15 +25,13 @@ protected:
     PacketBuffer buffer;
 };
 
-std::string described(const std::string& text, std::size_t limit)
-{
+std::string described(const std::string& text, std::size_t limit) {
     return describePacket("<<<< ", {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}, limit);
 }
 
 } // namespace
 
-TEST_F(PacketIoTest, WritingGoesOnUntilAllBytesAreOut)
-{
+TEST_F(PacketIoTest, WritingGoesOnUntilAllBytesAreOut) {
     script->expect("$m0123456789#00");
     buffer.appendEscaped("x", 1);
     buffer.clear();
@@ -43,15 +41,13 @@ TEST_F(PacketIoTest, WritingGoesOnUntilAllBytesAreOut)
     EXPECT_EQ(unread(), "$m0123456789#00") << "the packet is kept";
 }
 
-TEST_F(PacketIoTest, WritingStopsAtTheFirstFailure)
-{
+TEST_F(PacketIoTest, WritingStopsAtTheFirstFailure) {
     script->writeGives(IoFailed);
     buffer.appendByte('x');
     EXPECT_EQ(writePacket(link, buffer), IoFailed);
 }
 
-TEST_F(PacketIoTest, WritingAFullBufferKeepsToItsStorage)
-{
+TEST_F(PacketIoTest, WritingAFullBufferKeepsToItsStorage) {
     ASSERT_TRUE(buffer.create(3));
     for (const char c : {'a', 'b', 'c'})
         ASSERT_TRUE(buffer.appendByte(static_cast<std::uint8_t>(c)));
@@ -60,8 +56,7 @@ TEST_F(PacketIoTest, WritingAFullBufferKeepsToItsStorage)
     EXPECT_EQ(writePacket(link, buffer), IoOk);
 }
 
-TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt)
-{
+TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt) {
     script->give("0123456789");
     EXPECT_EQ(readPacket(link, buffer, 8, 1000), IoOk);
     EXPECT_EQ(unread(), "01234567");
@@ -73,8 +68,7 @@ TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt)
     EXPECT_EQ(buffer.capacity, 8u + 9u + 1u);
 }
 
-TEST_F(PacketIoTest, TwoRepliesInOneReadLeaveTheSecondAtTheStart)
-{
+TEST_F(PacketIoTest, TwoRepliesInOneReadLeaveTheSecondAtTheStart) {
     script->give("$OK#00$OK}\x03#00");
     EXPECT_EQ(readPacket(link, buffer, 100, 1000), IoOk);
     EXPECT_TRUE(buffer.startsWith("$OK", 3, true));
@@ -83,15 +77,13 @@ TEST_F(PacketIoTest, TwoRepliesInOneReadLeaveTheSecondAtTheStart)
     EXPECT_EQ(unread(), "$OK}\x03#00");
 }
 
-TEST_F(PacketIoTest, AQuietLinkGivesTheTimeOutOfTheWait)
-{
+TEST_F(PacketIoTest, AQuietLinkGivesTheTimeOutOfTheWait) {
     script->quiet(1);
     EXPECT_EQ(readPacket(link, buffer, 8, 1), IoTimeout);
     EXPECT_EQ(buffer.length, 0u);
 }
 
-TEST_F(PacketIoTest, FailuresOfWaitAndReadAreHandedOn)
-{
+TEST_F(PacketIoTest, FailuresOfWaitAndReadAreHandedOn) {
     script->waitGives(IoNotConnected).readGives(IoFailed).hangUp();
     EXPECT_EQ(readPacket(link, buffer, 8, 1), IoNotConnected);
     EXPECT_EQ(readPacket(link, buffer, 8, 1), IoFailed);
@@ -99,33 +91,28 @@ TEST_F(PacketIoTest, FailuresOfWaitAndReadAreHandedOn)
     EXPECT_EQ(buffer.length, 0u);
 }
 
-TEST_F(PacketIoTest, AChunkSizeOfZeroReadsNothing)
-{
+TEST_F(PacketIoTest, AChunkSizeOfZeroReadsNothing) {
     EXPECT_EQ(readPacket(link, buffer, 0, 1000), IoOk);
     EXPECT_EQ(buffer.length, 0u);
 }
 
-TEST_F(PacketIoTest, ABufferThatCannotGrowReadsNothingAndIsNoFailure)
-{
+TEST_F(PacketIoTest, ABufferThatCannotGrowReadsNothingAndIsNoFailure) {
     buffer.appendByte('x');
     EXPECT_EQ(readPacket(link, buffer, 0xFFFFFFFE, 1000), IoOk);
     EXPECT_EQ(unread(), "x");
 }
 
-TEST(DescribePacket, PrintableBytesStandAndOthersAreTwoDigits)
-{
+TEST(DescribePacket, PrintableBytesStandAndOthersAreTwoDigits) {
     EXPECT_EQ(described("$m~ \x01\x1f\x7f\xff#00", 200), "<<<< $m~ 011f7fff#00\n");
     EXPECT_EQ(described("", 200), "<<<< \n");
 }
 
-TEST(DescribePacket, BeyondTheLimitDotsFollow)
-{
+TEST(DescribePacket, BeyondTheLimitDotsFollow) {
     EXPECT_EQ(described("abcd", 4), "<<<< abcd\n");
     EXPECT_EQ(described("abcde", 4), "<<<< abcd...\n");
 }
 
-TEST(HexDigit, SixteenValuesHaveADigitAndOthersGiveZero)
-{
+TEST(HexDigit, SixteenValuesHaveADigitAndOthersGiveZero) {
     const std::string digits = "0123456789abcdef";
     for (int value = 0; value < 16; ++value)
         EXPECT_EQ(hexDigit(value), digits[static_cast<std::size_t>(value)]);
@@ -136,8 +123,7 @@ TEST(HexDigit, SixteenValuesHaveADigitAndOthersGiveZero)
 
 namespace {
 struct Collecting {
-    static std::vector<std::string>& texts()
-    {
+    static std::vector<std::string>& texts() {
         static std::vector<std::string> all;
         return all;
     }
@@ -145,8 +131,7 @@ struct Collecting {
 };
 } // namespace
 
-TEST(GdbDisplay, TextReachesThePolicyOnceAtTheEnd)
-{
+TEST(GdbDisplay, TextReachesThePolicyOnceAtTheEnd) {
     Collecting::texts().clear();
     {
         GdbDisplay<Collecting> display;
@@ -157,8 +142,7 @@ TEST(GdbDisplay, TextReachesThePolicyOnceAtTheEnd)
     EXPECT_EQ(Collecting::texts(), std::vector<std::string>{"Internal error: 16\n"});
 }
 
-TEST(GdbDisplay, PacketsAreBelowTheTracesVerbosity)
-{
+TEST(GdbDisplay, PacketsAreBelowTheTracesVerbosity) {
     EXPECT_EQ(traceVerbosity(), 2);
     EXPECT_STREQ(Output2Client::fileName, "vx_gdb_adapter.log");
 }

@@ -10,8 +10,7 @@ namespace {
 class ProxyAllocation : public ProxyOverScript {};
 } // namespace
 
-TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes)
-{
+TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes) {
     openChannel();
     const std::string payload(100001, 'x');
     const std::string tail = "$cb" + frames::word(7778) + frames::word(100001);
@@ -26,8 +25,7 @@ TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes)
     EXPECT_EQ(failureOf([this] { proxy->stop(); }), "invalid rsp response");
 }
 
-TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds)
-{
+TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds) {
     VX_QRS::ORV::Scratch scratch;
     scratch.ensure(10);
     EXPECT_EQ(scratch.size(), 10u);
@@ -43,8 +41,7 @@ TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds)
     scratch.data()[5000] = 1;
 }
 
-TEST(Scratch, ASmallerNeedKeepsTheBlock)
-{
+TEST(Scratch, ASmallerNeedKeepsTheBlock) {
     VX_QRS::ORV::Scratch scratch;
     scratch.ensure(0);
     EXPECT_EQ(scratch.size(), 0u);
@@ -56,15 +53,13 @@ TEST(Scratch, ASmallerNeedKeepsTheBlock)
     EXPECT_EQ(scratch.size(), 100u);
 }
 
-TEST(Scratch, SizesBeyondThirtyTwoBitsAreRefused)
-{
+TEST(Scratch, SizesBeyondThirtyTwoBitsAreRefused) {
     VX_QRS::ORV::Scratch scratch;
     EXPECT_THROW(scratch.ensure(0x100000000u), std::runtime_error);
     EXPECT_EQ(scratch.size(), 0u);
 }
 
-TEST(GdbTcpipIoAllocation, AListenerThatWasNeverCreated)
-{
+TEST(GdbTcpipIoAllocation, AListenerThatWasNeverCreated) {
     std::unique_ptr<MPX_GDB_AGENT::GdbTcpipIo> io;
     {
         const Refusing refusing(sizeof(VX_QRS::uSocket), sizeof(VX_QRS::uSocket));
@@ -76,8 +71,7 @@ TEST(GdbTcpipIoAllocation, AListenerThatWasNeverCreated)
     EXPECT_EQ(io->stopListening(), MPX_GDB_AGENT::IoOk);
 }
 
-TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer)
-{
+TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer) {
     ScriptedServer server;
     server.hang();
     server.arm();

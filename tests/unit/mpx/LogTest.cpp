@@ -25,8 +25,7 @@ namespace {
 
 class ProxyLog : public ::testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
+    static void SetUpTestSuite() {
         folder = std::make_unique<ScratchFolder>();
         const ScopedVariable level("ORV_TEST_LOG_LEVEL", "6"); // everything
         const ScopedVariable directory("ORV_TEST_LOG_DIR", folder->path().string());
@@ -35,16 +34,14 @@ protected:
         VX_QRS::getLogManager()->getLogger()->setToStdout(false);
         VX_QRS::getLogManager()->getLogger()->setToDebugger(false);
     }
-    static void TearDownTestSuite()
-    {
+    static void TearDownTestSuite() {
         VX_QRS::getLogManager()->getLogger()->setEnabled(false);
         folder.reset();
     }
 
     ProxyLog() : before(read().size()) {}
 
-    static std::string read()
-    {
+    static std::string read() {
         std::ifstream file(folder->path() / "proxy_log", std::ios::binary);
         std::ostringstream text;
         text << file.rdbuf();
@@ -52,8 +49,7 @@ protected:
     }
 
     // Class letter and text of each line that this test has caused, without the time between them.
-    std::string lines() const
-    {
+    std::string lines() const {
         std::string text = read().substr(before);
         std::erase(text, '\r'); // the platform's own line ends
         std::istringstream all(text);
@@ -73,8 +69,7 @@ protected:
 
 std::unique_ptr<ScratchFolder> ProxyLog::folder;
 
-std::uint32_t freePort()
-{
+std::uint32_t freePort() {
     VX_QRS::uSocket probe;
     EXPECT_EQ(probe.listen(0), VX_QRS::uSocket::done);
     return probe.localPort();
@@ -82,8 +77,7 @@ std::uint32_t freePort()
 
 } // namespace
 
-TEST_F(ProxyLog, StartAndVersionOfAServer)
-{
+TEST_F(ProxyLog, StartAndVersionOfAServer) {
     ScriptedServer server;
     server.greet();
     server.arm();
@@ -108,8 +102,7 @@ TEST_F(ProxyLog, StartAndVersionOfAServer)
     EXPECT_THAT(lines(), HasSubstr("OrvEcomProxy::~OrvEcomProxy(...)\n"));
 }
 
-TEST_F(ProxyLog, AServerThatDoesNotListen)
-{
+TEST_F(ProxyLog, AServerThatDoesNotListen) {
     ScriptedServer server;
     server.hang();
     server.arm();
@@ -117,16 +110,14 @@ TEST_F(ProxyLog, AServerThatDoesNotListen)
     EXPECT_THAT(lines(), HasSubstr("    E | MpxEcomProxy: failed to connect to server\n"));
 }
 
-TEST_F(ProxyLog, AnotherVersion)
-{
+TEST_F(ProxyLog, AnotherVersion) {
     auto script = std::make_shared<LinkScript>();
     script->expect("$v#00").give(frames::reply(frames::word(7)));
     EXPECT_THROW(OrvEcomProxy(std::make_unique<ScriptedLink>(script), 64), std::runtime_error);
     EXPECT_EQ(lines(), "    E | MpxEcomProxy: server version is 7\n    E | MpxEcomProxy: version check failed\n");
 }
 
-TEST_F(ProxyLog, RequestsAndLostConnections)
-{
+TEST_F(ProxyLog, RequestsAndLostConnections) {
     auto script = std::make_shared<LinkScript>();
     script->expect("$v#00").give(frames::reply(frames::word(1)));
     OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);

@@ -16,12 +16,10 @@
 /// Writes down what flows back.
 class RecordingCallback : public VX_QRS::ORV::DataClient::Callback {
 public:
-    void onData(const void* data, std::uint32_t size) override
-    {
+    void onData(const void* data, std::uint32_t size) override {
         calls.push_back("data " + std::string(static_cast<const char*>(data), size));
     }
-    void onError(std::uint32_t code, const char* first, const char* second) override
-    {
+    void onError(std::uint32_t code, const char* first, const char* second) override {
         calls.push_back("error " + std::to_string(code) + " '" + first + "' '" + second + "'");
     }
     void onStatus(std::uint32_t value) override { calls.push_back("status " + std::to_string(value)); }
@@ -34,28 +32,24 @@ class ProxyOverScript : public ::testing::Test {
 protected:
     static constexpr std::uint32_t chunkSize = 64; // small, so that buffers have to grow
 
-    ProxyOverScript()
-    {
+    ProxyOverScript() {
         script->expect("$v#00").give(frames::reply(frames::word(1)));
         proxy = std::make_unique<VX_QRS::ORV::OrvEcomProxy>(std::make_unique<ScriptedLink>(script), chunkSize);
     }
 
-    ~ProxyOverScript() override
-    {
+    ~ProxyOverScript() override {
         proxy.reset();
         script->verify();
         EXPECT_TRUE(script->closed);
     }
 
-    void openChannel()
-    {
+    void openChannel() {
         script->expect(frames::request('o', frames::word(0) + frames::word(0))).give(frames::reply());
         ASSERT_EQ(proxy->openChannel(0, 0, &callback), static_cast<VX_QRS::ORV::DataClient::Channel*>(proxy.get()));
     }
 
     /// Text of the failure, empty when there was none.
-    static std::string failureOf(const std::function<void()>& action)
-    {
+    static std::string failureOf(const std::function<void()>& action) {
         try {
             action();
         } catch (const VX_QRS::ORV::DataClient::Exception& e) {
@@ -68,8 +62,7 @@ protected:
     }
 
     /// Makes the request `s` (start) and answers it so.
-    std::string startAnswered(const std::string& raw, std::size_t piece = 0x7FFFFFFF)
-    {
+    std::string startAnswered(const std::string& raw, std::size_t piece = 0x7FFFFFFF) {
         script->expect("$s#00").give(raw, piece);
         return failureOf([this] { proxy->start(); });
     }

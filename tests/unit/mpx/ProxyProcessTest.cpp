@@ -28,8 +28,7 @@ using namespace VX_QRS::ORV;
 namespace {
 
 // A port that nobody listens at, so that no server of somebody else is met.
-std::uint32_t freePort()
-{
+std::uint32_t freePort() {
     uSocket probe;
     EXPECT_EQ(probe.listen(0), uSocket::done);
     return probe.localPort();
@@ -39,14 +38,12 @@ class ProxyProcess : public ::testing::Test {
 protected:
     ProxyProcess() : directoryBefore(std::filesystem::current_path()) {}
 
-    ~ProxyProcess() override
-    {
+    ~ProxyProcess() override {
         proxy.reset();
         EXPECT_EQ(std::filesystem::current_path(), directoryBefore);
     }
 
-    static std::string failureOf(const std::function<void()>& action)
-    {
+    static std::string failureOf(const std::function<void()>& action) {
         try {
             action();
         } catch (const std::runtime_error& e) {
@@ -55,15 +52,13 @@ protected:
         return {};
     }
 
-    std::string constructOnce()
-    {
+    std::string constructOnce() {
         return failureOf([this] { proxy = std::make_unique<OrvEcomProxy>(firstPort, OrvEcomProxy::defaultChunkSize); });
     }
 
     // The client gives a server 100 ms to open its port and tries the connection once. A machine that starts a
     // process more slowly than that is no failure of what is tested here: then the next attempt counts.
-    std::string failureToConstruct()
-    {
+    std::string failureToConstruct() {
         std::string text;
         for (int attempt = 0; attempt < 20; ++attempt) {
             text = constructOnce();
@@ -99,8 +94,7 @@ std::array<RegisterAccess, 1> oneAccess{};
 RecordingCallback ignoredCallback;
 
 // Every operation of the interface that can be the first one on a fresh client.
-const std::vector<Operation>& operations()
-{
+const std::vector<Operation>& operations() {
     static const std::vector<Operation> all{
         {"connect", 'c', word(3) + "orv", "", [](OrvEcomProxy& p) { p.connect("orv"); }},
         {"disconnect", 'C', "", "", [](OrvEcomProxy& p) { p.disconnect(); }},
@@ -131,17 +125,24 @@ const std::vector<Operation>& operations()
 
 } // namespace
 
-TEST_F(ProxyProcess, AWholeSessionAgainstAServerProcess)
-{
+TEST_F(ProxyProcess, AWholeSessionAgainstAServerProcess) {
     server.greet()
-        .expect(request('c', word(5) + "usb:0")).send(reply())
-        .expect(request('m', word(1) + frames::access(1, 0x40, 0))).send(reply(frames::access(1, 0x40, 0xBEEF)))
-        .expect(openRequest()).send(reply())
-        .expect("$s#00").send(reply())
-        .expect(request('r', word(8))).send(reply({}, dataRecord("8 bytes}") + statusRecord(0)))
-        .expect("$S#00").send(reply())
-        .expect("$O#00").send(reply())
-        .expect("$C#00").send(reply());
+        .expect(request('c', word(5) + "usb:0"))
+        .send(reply())
+        .expect(request('m', word(1) + frames::access(1, 0x40, 0)))
+        .send(reply(frames::access(1, 0x40, 0xBEEF)))
+        .expect(openRequest())
+        .send(reply())
+        .expect("$s#00")
+        .send(reply())
+        .expect(request('r', word(8)))
+        .send(reply({}, dataRecord("8 bytes}") + statusRecord(0)))
+        .expect("$S#00")
+        .send(reply())
+        .expect("$O#00")
+        .send(reply())
+        .expect("$C#00")
+        .send(reply());
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
     proxy->connect("usb:0");
@@ -160,8 +161,7 @@ TEST_F(ProxyProcess, AWholeSessionAgainstAServerProcess)
     EXPECT_EQ(server.startedPorts().front(), firstPort);
 }
 
-TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer)
-{
+TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer) {
     server.greet();
     server.arm();
     DataClient* client = nullptr;
@@ -174,22 +174,30 @@ TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer)
     server.verify();
 }
 
-TEST_F(ProxyProcess, FactoryGivesNullWhereConstructionFails)
-{
+TEST_F(ProxyProcess, FactoryGivesNullWhereConstructionFails) {
     server.listen().accept().expect("$v#00").send(reply(word(2)));
     server.arm();
     EXPECT_EQ(createDataClient(firstPort), nullptr);
     destroyDataClient(nullptr);
 }
 
-TEST_F(ProxyProcess, RepliesInSinglesAndWithLateChecksumsAreWhole)
-{
+TEST_F(ProxyProcess, RepliesInSinglesAndWithLateChecksumsAreWhole) {
     server.greet()
-        .expect(openRequest()).drip(1, reply({}, dataRecord("#}")))
-        .expect("$s#00").send("$OK#").wait(50).send("00")
-        .expect("$f#00").send("$OK#0").wait(50).send("0")
-        .expect("$x#00").send("$OK#")
-        .expect("$S#00").wait(50).send(reply());
+        .expect(openRequest())
+        .drip(1, reply({}, dataRecord("#}")))
+        .expect("$s#00")
+        .send("$OK#")
+        .wait(50)
+        .send("00")
+        .expect("$f#00")
+        .send("$OK#0")
+        .wait(50)
+        .send("0")
+        .expect("$x#00")
+        .send("$OK#")
+        .expect("$S#00")
+        .wait(50)
+        .send(reply());
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
     openChannel();
@@ -202,8 +210,7 @@ TEST_F(ProxyProcess, RepliesInSinglesAndWithLateChecksumsAreWhole)
     server.verify();
 }
 
-TEST_F(ProxyProcess, AReplySlowerThanTheWaitIsWaitedFor)
-{
+TEST_F(ProxyProcess, AReplySlowerThanTheWaitIsWaitedFor) {
     server.greet().expect("$s#00").wait(1300).send(reply());
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -212,8 +219,7 @@ TEST_F(ProxyProcess, AReplySlowerThanTheWaitIsWaitedFor)
     server.verify();
 }
 
-TEST_F(ProxyProcess, ALargeRecordPassesTheSocket)
-{
+TEST_F(ProxyProcess, ALargeRecordPassesTheSocket) {
     std::string payload(3000000, '\0');
     std::uint32_t state = 1;
     for (char& c : payload) {
@@ -230,8 +236,7 @@ TEST_F(ProxyProcess, ALargeRecordPassesTheSocket)
     server.verify();
 }
 
-TEST_F(ProxyProcess, AServerThatDiesBeforeTheReplyOfAnyOperation)
-{
+TEST_F(ProxyProcess, AServerThatDiesBeforeTheReplyOfAnyOperation) {
     for (const Operation& operation : operations()) {
         ScriptedServer own;
         own.greet().expect(request(operation.command, operation.arguments)).exit();
@@ -246,8 +251,7 @@ TEST_F(ProxyProcess, AServerThatDiesBeforeTheReplyOfAnyOperation)
     }
 }
 
-TEST_F(ProxyProcess, AServerThatDiesInTheMiddleOfAReply)
-{
+TEST_F(ProxyProcess, AServerThatDiesInTheMiddleOfAReply) {
     for (const char* part : {"$", "$O", "$OK", "$cb", "$err", "$errtext"}) {
         ScriptedServer own;
         own.greet().expect("$s#00").send(part).exit();
@@ -259,8 +263,7 @@ TEST_F(ProxyProcess, AServerThatDiesInTheMiddleOfAReply)
     }
 }
 
-TEST_F(ProxyProcess, AServerThatDiesRightBehindAReplyIsNoticedByALaterRequest)
-{
+TEST_F(ProxyProcess, AServerThatDiesRightBehindAReplyIsNoticedByALaterRequest) {
     server.greet().expect("$s#00").send(reply()).exit();
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -272,8 +275,7 @@ TEST_F(ProxyProcess, AServerThatDiesRightBehindAReplyIsNoticedByALaterRequest)
     server.verify();
 }
 
-TEST_F(ProxyProcess, ClosingTheConnectionFreesACallerThatHangs)
-{
+TEST_F(ProxyProcess, ClosingTheConnectionFreesACallerThatHangs) {
     server.greet().expect("$s#00").wait(1500).close();
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -282,8 +284,7 @@ TEST_F(ProxyProcess, ClosingTheConnectionFreesACallerThatHangs)
     server.verify();
 }
 
-TEST_F(ProxyProcess, ADeadServerIsNoTroubleForTheDestructor)
-{
+TEST_F(ProxyProcess, ADeadServerIsNoTroubleForTheDestructor) {
     server.greet().exit();
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -292,8 +293,7 @@ TEST_F(ProxyProcess, ADeadServerIsNoTroubleForTheDestructor)
     server.verify();
 }
 
-TEST_F(ProxyProcess, AServerThatHangsIsTerminatedWithTheClient)
-{
+TEST_F(ProxyProcess, AServerThatHangsIsTerminatedWithTheClient) {
     server.greet().hang();
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -302,16 +302,14 @@ TEST_F(ProxyProcess, AServerThatHangsIsTerminatedWithTheClient)
     server.verify();
 }
 
-TEST_F(ProxyProcess, AnotherVersion)
-{
+TEST_F(ProxyProcess, AnotherVersion) {
     server.listen().accept().accept().expect("$v#00").send(reply(word(2))).hang();
     server.arm();
     EXPECT_EQ(failureToConstruct(), "ecom version mismatch");
     EXPECT_TRUE(server.allEnded());
 }
 
-TEST_F(ProxyProcess, AVersionCheckThatFails)
-{
+TEST_F(ProxyProcess, AVersionCheckThatFails) {
     for (const auto& [answer, text] : std::vector<std::pair<std::string, std::string>>{
              {"$E#00", "internal rsp error"}, {"$errno unit#00", "no unit"}, {"$OK#00", "invalid rsp response data"}}) {
         ScriptedServer own;
@@ -322,23 +320,20 @@ TEST_F(ProxyProcess, AVersionCheckThatFails)
     }
 }
 
-TEST_F(ProxyProcess, AServerThatDoesNotListen)
-{
+TEST_F(ProxyProcess, AServerThatDoesNotListen) {
     server.hang();
     server.arm();
     EXPECT_EQ(constructOnce(), "failed to connect to server");
     EXPECT_TRUE(server.allEnded());
 }
 
-TEST_F(ProxyProcess, AServerThatTakesTheFirstConnectionAndDropsIt)
-{
+TEST_F(ProxyProcess, AServerThatTakesTheFirstConnectionAndDropsIt) {
     server.listen().accept().close().hang();
     server.arm();
     EXPECT_THAT(failureToConstruct(), AnyOf("disconnected from server", "failed to write to server"));
 }
 
-TEST_F(ProxyProcess, AServerThatRefusesTheSecondConnectionServesOnTheFirst)
-{
+TEST_F(ProxyProcess, AServerThatRefusesTheSecondConnectionServesOnTheFirst) {
     server.listen().accept().refuse().expect("$v#00").send(reply(word(1))).expect("$s#00").send(reply());
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -347,16 +342,14 @@ TEST_F(ProxyProcess, AServerThatRefusesTheSecondConnectionServesOnTheFirst)
     server.verify();
 }
 
-TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNothingBehind)
-{
+TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNothingBehind) {
     server.exit();
     server.arm();
     // Whether it was still seen in the process list is its luck.
     EXPECT_THAT(constructOnce(), AnyOf("failed to connect to server", "failed to start server"));
 }
 
-TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection)
-{
+TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection) {
     const ScratchFolder empty;
     const ScopedVariable folder("COMMON_HELIX", empty.path().string());
     // A server that somebody else runs on this machine is seen, and then it ends at the start already.
@@ -364,8 +357,7 @@ TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection)
     EXPECT_EQ(server.report(), "");
 }
 
-TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart)
-{
+TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart) {
     std::uint32_t other = 0;
     {
         const ScopedVariable noScript("SCRIPTED_SERVER_SCRIPT", "");
@@ -382,16 +374,13 @@ TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart)
     EXPECT_TRUE(uEnvironment::terminateProcess(other));
 }
 
-TEST_F(ProxyProcess, AServersFolderThatIsNotThereFailsAndTheDirectoryStays)
-{
+TEST_F(ProxyProcess, AServersFolderThatIsNotThereFailsAndTheDirectoryStays) {
     const ScratchFolder empty;
     const ScopedVariable folder("COMMON_HELIX", (empty.path() / "missing").string());
-    EXPECT_THAT(failureToConstruct(),
-                testing::StartsWith("failed to temporarily change the working directory to \""));
+    EXPECT_THAT(failureToConstruct(), testing::StartsWith("failed to temporarily change the working directory to \""));
 }
 
-TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText)
-{
+TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText) {
     // The server cannot have the port and ends. Where it was seen before that, the connection reaches whoever holds
     // the port, who hangs up; where it was not, the next port is good.
     uSocket holder;
@@ -410,8 +399,7 @@ TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText)
     hangingUp.join();
 }
 
-TEST_F(ProxyProcess, TheTimerDoesNotPoll)
-{
+TEST_F(ProxyProcess, TheTimerDoesNotPoll) {
     server.greet().expect("$s#00").send(reply());
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
@@ -421,8 +409,7 @@ TEST_F(ProxyProcess, TheTimerDoesNotPoll)
     server.verify();
 }
 
-TEST_F(ProxyProcess, RequestsFromTwoThreadsExcludeEachOther)
-{
+TEST_F(ProxyProcess, RequestsFromTwoThreadsExcludeEachOther) {
     server.greet();
     constexpr int each = 40;
     for (int i = 0; i < 2 * each; ++i)

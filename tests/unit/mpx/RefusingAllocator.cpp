@@ -11,8 +11,7 @@ std::atomic<std::size_t> refusedTo{0};
 std::atomic<int> toSpare{Refusing::all};
 std::atomic<bool> refused{false};
 
-bool isRefused(std::size_t size)
-{
+bool isRefused(std::size_t size) {
     bool hit = refusedFrom != 0 && size >= refusedFrom && size <= refusedTo;
     if (hit && toSpare != Refusing::all)
         hit = toSpare-- == 0;
@@ -23,64 +22,51 @@ bool isRefused(std::size_t size)
 
 } // namespace
 
-Refusing::Refusing(std::size_t from, std::size_t to, int spare)
-{
+Refusing::Refusing(std::size_t from, std::size_t to, int spare) {
     toSpare = spare;
     refused = false;
     refusedTo = to;
     refusedFrom = from;
 }
 
-Refusing::~Refusing()
-{
+Refusing::~Refusing() {
     refusedFrom = 0;
 }
 
-bool Refusing::hasRefused() const
-{
+bool Refusing::hasRefused() const {
     return refused;
 }
 
-void* operator new(std::size_t size)
-{
+void* operator new(std::size_t size) {
     void* const block = isRefused(size) ? nullptr : std::malloc(size);
     if (block == nullptr)
         throw std::bad_alloc();
     return block;
 }
-void* operator new[](std::size_t size)
-{
+void* operator new[](std::size_t size) {
     return operator new(size);
 }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return isRefused(size) ? nullptr : std::malloc(size);
 }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return isRefused(size) ? nullptr : std::malloc(size);
 }
-void operator delete(void* block) noexcept
-{
+void operator delete(void* block) noexcept {
     std::free(block);
 }
-void operator delete[](void* block) noexcept
-{
+void operator delete[](void* block) noexcept {
     std::free(block);
 }
-void operator delete(void* block, std::size_t) noexcept
-{
+void operator delete(void* block, std::size_t) noexcept {
     std::free(block);
 }
-void operator delete[](void* block, std::size_t) noexcept
-{
+void operator delete[](void* block, std::size_t) noexcept {
     std::free(block);
 }
-void operator delete(void* block, const std::nothrow_t&) noexcept
-{
+void operator delete(void* block, const std::nothrow_t&) noexcept {
     std::free(block);
 }
-void operator delete[](void* block, const std::nothrow_t&) noexcept
-{
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
     std::free(block);
 }

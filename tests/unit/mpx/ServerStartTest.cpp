@@ -19,15 +19,13 @@ constexpr const char* image = "mpx_ecom_server.exe";
 // Processes on paper, with a clock that only sleeps move.
 class PaperProcesses : public ProcessAccess {
 public:
-    std::uint32_t start(const char* name, const char* arguments) override
-    {
+    std::uint32_t start(const char* name, const char* arguments) override {
         EXPECT_STREQ(name, image);
         started.push_back(arguments);
         startedAt.push_back(clockMs);
         return startedIds.empty() ? 0 : startedIds[started.size() - 1];
     }
-    std::uint32_t find(const char* name, std::uint32_t id) override
-    {
+    std::uint32_t find(const char* name, std::uint32_t id) override {
         EXPECT_STREQ(name, image);
         ++looks;
         if (id == 0)
@@ -51,8 +49,7 @@ public:
 
 } // namespace
 
-TEST(ServerStart, AProcessSeenAtOnceCostsOneSleep)
-{
+TEST(ServerStart, AProcessSeenAtOnceCostsOneSleep) {
     PaperProcesses processes;
     processes.startedIds = {321};
     processes.seenId = 321;
@@ -65,8 +62,7 @@ TEST(ServerStart, AProcessSeenAtOnceCostsOneSleep)
     EXPECT_TRUE(processes.terminated.empty());
 }
 
-TEST(ServerStart, AProcessThatAppearsLateIsWaitedFor)
-{
+TEST(ServerStart, AProcessThatAppearsLateIsWaitedFor) {
     PaperProcesses processes;
     processes.startedIds = {321, 322};
     processes.seenId = 321;
@@ -77,8 +73,7 @@ TEST(ServerStart, AProcessThatAppearsLateIsWaitedFor)
     EXPECT_EQ(processes.clockMs, 5000u);
 }
 
-TEST(ServerStart, AServerThatIsGoneCostsFiveSecondsAndThenTheNextPortIsTried)
-{
+TEST(ServerStart, AServerThatIsGoneCostsFiveSecondsAndThenTheNextPortIsTried) {
     PaperProcesses processes;
     processes.startedIds = {321, 322, 323};
     processes.seenId = 323;
@@ -89,8 +84,7 @@ TEST(ServerStart, AServerThatIsGoneCostsFiveSecondsAndThenTheNextPortIsTried)
     EXPECT_THAT(processes.startedAt, ElementsAre(0u, 5000u, 10000u));
 }
 
-TEST(ServerStart, AfterEightPortsItFailsAndTheLastProcessIsTerminated)
-{
+TEST(ServerStart, AfterEightPortsItFailsAndTheLastProcessIsTerminated) {
     PaperProcesses processes;
     processes.startedIds = {1, 2, 3, 4, 5, 6, 7, 8};
     try {
@@ -105,8 +99,7 @@ TEST(ServerStart, AfterEightPortsItFailsAndTheLastProcessIsTerminated)
     EXPECT_THAT(processes.terminated, ElementsAre(8u));
 }
 
-TEST(ServerStart, AFailedStartBesideAnothersServerMovesOnAtOnce)
-{
+TEST(ServerStart, AFailedStartBesideAnothersServerMovesOnAtOnce) {
     PaperProcesses processes;
     processes.anyRunning = 777;
     EXPECT_THROW(startServer(processes, 55760), std::runtime_error);
@@ -116,8 +109,7 @@ TEST(ServerStart, AFailedStartBesideAnothersServerMovesOnAtOnce)
     EXPECT_TRUE(processes.terminated.empty()) << "the other's server is left alone";
 }
 
-TEST(ServerStart, AFailedStartWithNoServerAtAllCountsAsStarted)
-{
+TEST(ServerStart, AFailedStartWithNoServerAtAllCountsAsStarted) {
     PaperProcesses processes;
     const StartedServer server = startServer(processes, 55760);
     EXPECT_EQ(server.id, 0u);

@@ -237,7 +237,9 @@ bool plainSearch(PinGrants& grants, std::string& name, const Pinouts& pinouts, c
 
 TEST(PinSearch, AgreesWithThePlainSearchOnRandomDevices) {
     std::mt19937 random(20260101);
-    const auto below = [&](std::uint32_t limit) { return std::uniform_int_distribution<std::uint32_t>(0, limit - 1)(random); };
+    const auto below = [&](std::uint32_t limit) {
+        return std::uniform_int_distribution<std::uint32_t>(0, limit - 1)(random);
+    };
     const std::vector<std::string> kinds{"dsp", "pti", "tpiu"};
     int found = 0;
     for (int round = 0; round < 3000; ++round) {

@@ -51,7 +51,8 @@ protected:
 };
 
 TEST_F(DeviceDatabase, GivesThePinoutsOfTheTracePartAndItsOwners) {
-    device("entry\nparent STM\ntrace port\npinout fast=tpiu=16,0,1,2,3;tpiu=16,4,5;pti=7,8,9\npinout slow=pti=0x10,010\n");
+    device(
+        "entry\nparent STM\ntrace port\npinout fast=tpiu=16,0,1,2,3;tpiu=16,4,5;pti=7,8,9\npinout slow=pti=0x10,010\n");
     {
         TracePinMapper mapper;
         mapper.readDeviceDatabase("chip");
@@ -180,7 +181,8 @@ protected:
 };
 
 TEST_F(PinMapFile, GivesThePinoutsOfAllSections) {
-    mapper.readPinMapFile(file("# comment\nfirst = pti= 2,3 ;tpiu=4,5\n[section]\nsecond=pti=0x5,6\nfirst=pti=1,2;\n").c_str());
+    mapper.readPinMapFile(
+        file("# comment\nfirst = pti= 2,3 ;tpiu=4,5\n[section]\nsecond=pti=0x5,6\nfirst=pti=1,2;\n").c_str());
     EXPECT_EQ(textOf(mapper.getPinouts()), "first:pti=2,3;pti=1,2;tpiu=4,5; second:pti=5,6; ");
     EXPECT_EQ(mapper.getOwnerName("pti"), "");
 }

@@ -34,18 +34,18 @@ TEST_F(Configuration, RunsItsStepsInOrder) {
     EXPECT_CALL(channel, asked("orvBufSize"));
     driver->SetConfiguration(settings.c_str());
     EXPECT_EQ(xmtr.askedCookie, 6U);
-    EXPECT_EQ(log.lines(),
-              (std::vector<std::string>{
-                  "M ORV Receiver : loading settings from " + settings,
-                  "M ORV Receiver : starting a search of the device database for a pin map with at least 2 data pins "
-                  "for board/cpu",
-                  "M uDll:  request to load \"PartIdentifier\" in mode -1", log.lines()[3], log.lines()[4],
-                  log.lines()[5], "M ORV Receiver : device database read successful",
-                  "M ORV Receiver : no pin map specified",
-                  "M ORV Receiver : from program normal granted emu pins 2,3,4 for pti trace on cpu",
-                  "M ORV Receiver : ConvertXmlToFrontEndPropsFile success",
-                  "M ORV Receiver : SetConfiguration calling applySettings",
-                  "M ORV Receiver : SetConfiguration calling calibrate", "M ORV Receiver : SetConfiguration success"}));
+    EXPECT_EQ(
+        log.lines(),
+        (std::vector<std::string>{
+            "M ORV Receiver : loading settings from " + settings,
+            "M ORV Receiver : starting a search of the device database for a pin map with at least 2 data pins "
+            "for board/cpu",
+            "M uDll:  request to load \"PartIdentifier\" in mode -1", log.lines()[3], log.lines()[4], log.lines()[5],
+            "M ORV Receiver : device database read successful", "M ORV Receiver : no pin map specified",
+            "M ORV Receiver : from program normal granted emu pins 2,3,4 for pti trace on cpu",
+            "M ORV Receiver : ConvertXmlToFrontEndPropsFile success",
+            "M ORV Receiver : SetConfiguration calling applySettings",
+            "M ORV Receiver : SetConfiguration calling calibrate", "M ORV Receiver : SetConfiguration success"}));
 }
 
 TEST_F(Configuration, WritesThePropertiesFile) {
@@ -59,7 +59,8 @@ TEST_F(Configuration, ASecondChannelAddsItsSectionAndLeavesTheGlobalOne) {
     makeDriver().SetConfiguration(settingsFile().c_str());
     const std::string first = properties();
     EXPECT_CALL(frontEnd, numChannels).WillRepeatedly(Return(2));
-    makeDriver().SetConfiguration(settingsFile("chan.xml", "<drm_xmtr>tpiu</drm_xmtr>\n<num_pins>1</num_pins>\n").c_str());
+    makeDriver().SetConfiguration(
+        settingsFile("chan.xml", "<drm_xmtr>tpiu</drm_xmtr>\n<num_pins>1</num_pins>\n").c_str());
     EXPECT_EQ(properties(), first + "[Channel 1]\nxmtrType=\ntargetSync=true\norvBufMode=stop\nnumPins=1\npinMap=3,2\n"
                                     "orvBufSize=262144\nstartPort=0\ndrmXmtr=tpiu\n");
 }
@@ -80,8 +81,7 @@ TEST_F(Configuration, AGivenMapIsProvedAndStaysAsWritten) {
 TEST_F(Configuration, AMapThatBelongsToNoListOfTheKindIsNotValid) {
     makeDriver();
     const LogCapture log(folder, "1");
-    const std::string text =
-        "the pin map specified in the receiver settings is not valid for this device : 4,5.";
+    const std::string text = "the pin map specified in the receiver settings is not valid for this device : 4,5.";
     EXPECT_EQ(failureOf([&] {
                   driver->SetConfiguration(
                       settingsFile("chan.xml", "<num_pins>1</num_pins>\n<pin_map>4,5</pin_map>\n").c_str());

@@ -165,9 +165,7 @@ TEST_F(Data, FailuresWhileReadingComeInOneForm) {
     EXPECT_CALL(channel, status).WillOnce(Throw(failure()));
     EXPECT_EQ(failureOf(readOne), "Error 1: " + text + " : data server failure : no answer");
     EXPECT_THAT(log.lines(), Contains("E OrvRcvr : " + text + " : data server failure : no answer"));
-    EXPECT_CALL(channel, status)
-        .WillOnce([](client::ChannelMetrics&) {})
-        .WillOnce(Throw(std::runtime_error("later")));
+    EXPECT_CALL(channel, status).WillOnce([](client::ChannelMetrics&) {}).WillOnce(Throw(std::runtime_error("later")));
     EXPECT_EQ(failureOf(readOne), "Error 1: " + text + " : later");
     EXPECT_CALL(channel, status).WillOnce(Throw(42));
     EXPECT_EQ(failureOf(readOne), "Error 1: " + text);
@@ -196,8 +194,7 @@ TEST_F(Data, ARawSaveReplacesTheFile) {
 TEST_F(Data, ASaveAddsASectionToATraceDataFile) {
     upload(samples(0, 8193));
     writeBytes(target, "TDF1");
-    const std::string section =
-        "\x20\0\x01\0\x01\0\0\0\x0c\0\0\0BinTraceData"s + samples(0, 8193); // 24 + 65544 bytes
+    const std::string section = "\x20\0\x01\0\x01\0\0\0\x0c\0\0\0BinTraceData"s + samples(0, 8193); // 24 + 65544 bytes
     driver->SaveFile(target, 0);
     EXPECT_EQ(readBytes(target), "TDF1" + section);
     driver->SaveFile(target, 99);
@@ -231,8 +228,7 @@ TEST_F(Data, ASolePartialSampleInTheLastChunkEndsTheSave) {
 
 TEST_F(Data, WhatCannotBeSavedIsRefusedBeforeAnythingIsWritten) {
     upload(samples(0, 3));
-    EXPECT_EQ(failureOf([&] { driver->SaveFile("", 2); }),
-              "Error 6: invalid file : Cannot save to empty file name");
+    EXPECT_EQ(failureOf([&] { driver->SaveFile("", 2); }), "Error 6: invalid file : Cannot save to empty file name");
     for (const unsigned format : {1U, 3U}) {
         EXPECT_EQ(failureOf([&] { driver->SaveFile(target, format); }),
                   "Error 6: invalid file : Internal error.  Cannot save uncompressed trace data format");
@@ -272,8 +268,7 @@ TEST_F(Data, AFullDiskEndsTheSaveAndLeavesTheRecording) {
     upload(recording);
     EXPECT_EQ(failureOf([&] { driver->SaveFile("/dev/full", 2); }),
               "Error 6: invalid file : Internal error saving file");
-    EXPECT_EQ(failureOf([&] { driver->SaveFile("/dev/full", 0); }),
-              "Error 1: Write error -  TDF section header size.");
+    EXPECT_EQ(failureOf([&] { driver->SaveFile("/dev/full", 0); }), "Error 1: Write error -  TDF section header size.");
     EXPECT_EQ(readBytes(uploadFile), recording);
 }
 

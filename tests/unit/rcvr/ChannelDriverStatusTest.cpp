@@ -111,8 +111,8 @@ TEST_F(Attributes, TheDataFlipFollowsTheDevicesVersion) {
     EXPECT_EQ(flipFor(good), "0 0"); // not a tpiu export
     channel.properties["drmXmtr"] = "tpiu";
     EXPECT_EQ(flipFor(good), "0 1");
-    EXPECT_EQ(flipFor("entry\nversion 1\n"), "0 0");               // no trace part
-    EXPECT_EQ(flipFor("entry\ntrace a\n"), "0 0");                 // no device
+    EXPECT_EQ(flipFor("entry\nversion 1\n"), "0 0"); // no trace part
+    EXPECT_EQ(flipFor("entry\ntrace a\n"), "0 0");   // no device
     EXPECT_EQ(flipFor("entry\ntrace a\nversion 2\n"), "0 0");
     EXPECT_EQ(flipFor("entry\ntrace a\nversion 2\n" + good), "0 1"); // a later entry has it
     EXPECT_EQ(flipFor(""), "0 0");
@@ -221,8 +221,7 @@ TEST_F(Status, ProgressIsToldInOneText) {
     driver->GetProgress(&first, &percent, &text);
     EXPECT_EQ(percent, 100);
     EXPECT_EQ(text, "Kite R2 Trace - Calibration complete");
-    EXPECT_EQ(log.lines().front(),
-              "M ORV Receiver : GetProgress - Kite R2 Trace - Ready for calibration at state=0");
+    EXPECT_EQ(log.lines().front(), "M ORV Receiver : GetProgress - Kite R2 Trace - Ready for calibration at state=0");
 }
 
 TEST_F(Status, AFailedProgressBecomesAnErrorAndNullsAreRefused) {

@@ -22,10 +22,11 @@ protected:
 
 TEST_F(ChannelDriverTest, ConstructionAllocatesWithTheAdaptersKindAndReleasesAtTheEnd) {
     const ScopedVariable id("FAKE_CPU_ID", std::to_string(470U << 22 | 38U << 10));
-    EXPECT_CALL(frontEnd, alloc(StrEq(fullCpuName), &xmtr, 5, 6, 3, _)).WillOnce([&](auto, auto, auto, auto, auto, auto* settings) {
-        EXPECT_EQ(settings->numPins, 1U);
-        return &channel;
-    });
+    EXPECT_CALL(frontEnd, alloc(StrEq(fullCpuName), &xmtr, 5, 6, 3, _))
+        .WillOnce([&](auto, auto, auto, auto, auto, auto* settings) {
+            EXPECT_EQ(settings->numPins, 1U);
+            return &channel;
+        });
     EXPECT_CALL(frontEnd, release(&channel));
     makeDriver();
     EXPECT_EQ(driver->GetFrontEndChannel(), &channel);
@@ -83,17 +84,16 @@ TEST_F(ChannelDriverTest, TheAdaptersFailuresHaveTheirTexts) {
               "cZarnError: Internal error. Failed to look up FreeTargetAdapter symbol.");
     {
         const ScopedVariable behaviour("FAKE_CPU_INFO", "null");
-        EXPECT_EQ(failureOf(allocate),
-                  "cZarnError: Internal error.  Failed to return CPU info from target adapter.");
+        EXPECT_EQ(failureOf(allocate), "cZarnError: Internal error.  Failed to return CPU info from target adapter.");
         EXPECT_EQ(calls().back(), "FreeTargetAdapter");
     }
     {
         const LogCapture log(folder, "3");
         const ScopedVariable behaviour("FAKE_ADAPTER", "null");
         EXPECT_EQ(failureOf(allocate), "cZarnError: Internal error. Invalid storage for TargetAdapter");
-        EXPECT_THAT(log.lines(),
-                    testing::Contains(
-                        "E ORV Receiver: Internal error.  Failed to return CPU info from target adapter."));
+        EXPECT_THAT(
+            log.lines(),
+            testing::Contains("E ORV Receiver: Internal error.  Failed to return CPU info from target adapter."));
         EXPECT_THAT(log.lines(), testing::IsSupersetOf({"M ORV Receiver: Initializing Channel Driver...",
                                                         "M ORV Receiver: loading DLL HaloTargetAdapter.",
                                                         "M ORV Receiver: Target adapter DLL loaded.",

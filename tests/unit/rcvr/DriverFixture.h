@@ -45,8 +45,9 @@ protected:
         frontEndSource().frontEnd = &frontEnd;
         ON_CALL(frontEnd, alloc).WillByDefault(testing::Return(&channel));
         ON_CALL(frontEnd, numChannels).WillByDefault(testing::Return(1));
-        channel.properties = {{"targetSync", "true"}, {"file", folder.file("chan")}, {"orvBufSize", "1000"},
-                              {"numPins", "4"},       {"drmXmtr", "pti"},            {"orvBufHasWrapped", "false"}};
+        channel.properties = {{"targetSync", "true"}, {"file", folder.file("chan")},
+                              {"orvBufSize", "1000"}, {"numPins", "4"},
+                              {"drmXmtr", "pti"},     {"orvBufHasWrapped", "false"}};
         channel.metrics.threadDone = true;
     }
     ~DriverFixture() override { receiver.reset(); }

@@ -139,8 +139,7 @@ TEST_F(EntryPoints, AFailedConstructionThrowsAnErrorAndLeavesNoReceiver) {
     frontEndSource().onCreate = [] { throw failure(); };
     EXPECT_EQ(failureOf([] { CreateRcvr(); }), "Error 1: data server failure : no answer");
     frontEndSource().onCreate = [] { throw 42; };
-    EXPECT_EQ(failureOf([] { CreateRcvr(); }),
-              "Error 1: operation failed : unknown exception while creating receiver");
+    EXPECT_EQ(failureOf([] { CreateRcvr(); }), "Error 1: operation failed : unknown exception while creating receiver");
     frontEndSource().onCreate = nullptr;
     {
         const ScopedVariable behaviour("FAKE_PART", "zarn");
@@ -194,9 +193,9 @@ TEST_F(EntryPoints, EntryLinesNameTheFunctions) {
     DestroyRcvr(CreateRcvr());
     testing::internal::GetCapturedStdout();
     const std::string log = readText(logPath(ownPid()));
-    for (const char* name : {"  CreateRcvr(...)\n", "  DestroyRcvr(...)\n",
-                             "  Vx::Qrs::Trace::OrvRcvr::Receiver::Receiver(...)\n",
-                             "  Vx::Qrs::Trace::OrvRcvr::Receiver::~Receiver(...)\n"})
+    for (const char* name :
+         {"  CreateRcvr(...)\n", "  DestroyRcvr(...)\n", "  Vx::Qrs::Trace::OrvRcvr::Receiver::Receiver(...)\n",
+          "  Vx::Qrs::Trace::OrvRcvr::Receiver::~Receiver(...)\n"})
         EXPECT_NE(log.find(name), std::string::npos) << name;
     EXPECT_NE(log.find("  F    OrvRcvr_Receiver #"), std::string::npos);
 }

@@ -17,10 +17,10 @@ using VX_QRS::ORV::CLIENT::Exception;
 
 TEST(Error, EveryCodeHasItsWords) {
     const std::vector<std::pair<std::uint32_t, std::string>> expected{
-        {0, "operation failed"},      {1, "operation failed"},    {2, "memory allocation failed"},
-        {3, "null parameter"},        {4, "invalid variable name"}, {5, "operation failed"},
-        {6, "invalid file"},          {7, "invalid sequence of calls"}, {8, "invalid target state"},
-        {9, "dll load failure"},      {10, "operation failed"},   {0xFFFFFFFF, "operation failed"}};
+        {0, "operation failed"}, {1, "operation failed"},          {2, "memory allocation failed"},
+        {3, "null parameter"},   {4, "invalid variable name"},     {5, "operation failed"},
+        {6, "invalid file"},     {7, "invalid sequence of calls"}, {8, "invalid target state"},
+        {9, "dll load failure"}, {10, "operation failed"},         {0xFFFFFFFF, "operation failed"}};
     for (const auto& [code, words] : expected) {
         EXPECT_EQ(Error(nullptr, 0, code, nullptr).GetErrorText(), words) << code;
         EXPECT_EQ(Error(nullptr, 0, code, "why").GetErrorText(), words + " : why") << code;
@@ -135,8 +135,8 @@ TEST_F(GuardTest, AStandardExceptionIsLoggedAndBecomesAnError) {
     EXPECT_THROW(guarded("Label", &mutex, [] { throw std::runtime_error("it broke"); }), Error);
     EXPECT_TRUE(mutexIsFree());
     EXPECT_FALSE(mutex.unlock());
-    EXPECT_THAT(log.lines(), ElementsAre("E ORV Receiver : Label std exception : it broke",
-                                         "E ORV Receiver : error(2) : it broke"));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("E ORV Receiver : Label std exception : it broke", "E ORV Receiver : error(2) : it broke"));
 }
 
 TEST_F(GuardTest, AnErrorPassesUnchanged) {
@@ -158,7 +158,9 @@ TEST_F(GuardTest, AnythingElsePassesAsItIs) {
 }
 
 TEST_F(GuardTest, ACallerMayHaveItLoggedAsAWarning) {
-    EXPECT_THROW(guarded("Label", &mutex, [] { throw std::runtime_error("x"); }, logStandardAsWarning), Error);
+    EXPECT_THROW(guarded(
+                     "Label", &mutex, [] { throw std::runtime_error("x"); }, logStandardAsWarning),
+                 Error);
     EXPECT_EQ(log.lines().front(), "W ORV Receiver : Label std exception : x");
 }
 

@@ -85,8 +85,8 @@ TEST_F(SettingsFile, DefaultsAreAsAUserMeetsThem) {
     settings.bufferSizeChoices.clear();
     SetDefaults(settings);
     EXPECT_TRUE(isDefault(settings));
-    EXPECT_THAT(settings.bufferSizeChoices, ElementsAre("256 kB", "512 kB", "1 MB", "2 MB", "4 MB", "8 MB", "16 MB",
-                                                        "32 MB", "64 MB", "128 MB"));
+    EXPECT_THAT(settings.bufferSizeChoices,
+                ElementsAre("256 kB", "512 kB", "1 MB", "2 MB", "4 MB", "8 MB", "16 MB", "32 MB", "64 MB", "128 MB"));
     EXPECT_TRUE(settings.isSync && settings.isStopOnFull && settings.cycleAccurateTrace);
     EXPECT_EQ(settings.transmitter, "pti");
 }

@@ -22,7 +22,9 @@ std::string getVariable(const char* name) {
     return value != nullptr ? value : "";
 }
 
-void setVariable(const char* name, const char* value) { setenv(name, value, 1); }
+void setVariable(const char* name, const char* value) {
+    setenv(name, value, 1);
+}
 
 std::string profileDirectory() {
     const std::string profile = getVariable("USERPROFILE");
@@ -38,20 +40,22 @@ bool getCurrentDirectory(std::string& directory) {
     return true;
 }
 
-bool changeDirectory(const char* directory) { return chdir(directory) == 0; }
+bool changeDirectory(const char* directory) {
+    return chdir(directory) == 0;
+}
 
 bool makeDirectory(const char* path) {
     if (mkdir(path, 0777) == 0) {
         return true;
     }
-    struct stat found{};
+    struct stat found {};
     return stat(path, &found) == 0 && S_ISDIR(found.st_mode);
 }
 
 } // namespace nativeEnvironment
 
 bool uEnvironment::getFreeSpace(const char* directory, std::uint64_t& bytes) {
-    struct statvfs volume{};
+    struct statvfs volume {};
     if (directory == nullptr || statvfs(directory, &volume) != 0) {
         return false;
     }
@@ -59,6 +63,8 @@ bool uEnvironment::getFreeSpace(const char* directory, std::uint64_t& bytes) {
     return true;
 }
 
-std::uint32_t uEnvironment::getCurrentProcessId() { return static_cast<std::uint32_t>(getpid()); }
+std::uint32_t uEnvironment::getCurrentProcessId() {
+    return static_cast<std::uint32_t>(getpid());
+}
 
 } // namespace VX_QRS

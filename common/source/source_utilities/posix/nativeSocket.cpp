@@ -15,7 +15,9 @@ namespace VX_QRS::nativeSocket {
 
 namespace {
 
-int descriptor(Handle handle) { return static_cast<int>(handle); }
+int descriptor(Handle handle) {
+    return static_cast<int>(handle);
+}
 
 // Repeats a call for as long as a signal interrupts it.
 template <class Call>
@@ -41,7 +43,9 @@ sockaddr_in addressOf(in_addr_t address, std::uint16_t port) {
 }
 
 // The platform's calls take every kind of address record through this one.
-sockaddr* general(sockaddr_in* record) { return reinterpret_cast<sockaddr*>(record); }
+sockaddr* general(sockaddr_in* record) {
+    return reinterpret_cast<sockaddr*>(record);
+}
 
 // An interrupted connect goes on by itself; its outcome is fetched when it is there.
 bool finishConnect(Handle handle) {
@@ -105,11 +109,17 @@ constexpr std::array<ErrorPair, 39> errorPairs{{
 
 } // namespace
 
-bool startLayer() { return true; }
+bool startLayer() {
+    return true;
+}
 
-Handle create() { return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP); }
+Handle create() {
+    return socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP);
+}
 
-bool setNoDelay(Handle handle) { return setOn(handle, IPPROTO_TCP, TCP_NODELAY); }
+bool setNoDelay(Handle handle) {
+    return setOn(handle, IPPROTO_TCP, TCP_NODELAY);
+}
 
 bool connect(Handle handle, const char* address, std::uint16_t port) {
     sockaddr_in record = addressOf(inet_addr(address), port);
@@ -126,7 +136,9 @@ bool bindToAnyAddress(Handle handle, std::uint16_t port) {
     return bind(descriptor(handle), general(&record), sizeof record) == 0;
 }
 
-bool listen(Handle handle, int backlog) { return ::listen(descriptor(handle), backlog) == 0; }
+bool listen(Handle handle, int backlog) {
+    return ::listen(descriptor(handle), backlog) == 0;
+}
 
 Handle accept(Handle handle, uSocket::Peer& peer) {
     sockaddr_in record{};
@@ -163,8 +175,8 @@ std::int32_t receive(Handle handle, void* data, std::int32_t size) {
 }
 
 std::int32_t send(Handle handle, const void* data, std::int32_t size) {
-    return static_cast<std::int32_t>(uninterrupted(
-        [&] { return ::send(descriptor(handle), data, static_cast<std::size_t>(size), MSG_NOSIGNAL); }));
+    return static_cast<std::int32_t>(
+        uninterrupted([&] { return ::send(descriptor(handle), data, static_cast<std::size_t>(size), MSG_NOSIGNAL); }));
 }
 
 void shutDownAndClose(Handle handle) {

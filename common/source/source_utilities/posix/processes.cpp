@@ -30,7 +30,9 @@ std::vector<pid_t>& children() {
     return list;
 }
 
-bool hasEnded(pid_t child) { return waitpid(child, nullptr, WNOHANG) != 0; }
+bool hasEnded(pid_t child) {
+    return waitpid(child, nullptr, WNOHANG) != 0;
+}
 
 void reapChildren() {
     const std::lock_guard lock(childrenMutex);

@@ -31,7 +31,9 @@ LocalTime readLocalTime() {
 }
 
 // Files are always shared here; "e" keeps them from started processes.
-std::FILE* sharedOpen(const char* path, const char* mode) { return std::fopen(path, (std::string(mode) + "e").c_str()); }
+std::FILE* sharedOpen(const char* path, const char* mode) {
+    return std::fopen(path, (std::string(mode) + "e").c_str());
+}
 
 namespace {
 

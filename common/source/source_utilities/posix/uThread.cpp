@@ -64,7 +64,9 @@ struct uThread::Native {
 uThread::uThread(uRunnable* body, std::int32_t threadPriority, std::uint32_t bytes)
     : runnable(body), native(std::make_unique<Native>()), priority(threadPriority), stackSize(bytes) {}
 
-uThread::~uThread() { native->leave(); }
+uThread::~uThread() {
+    native->leave();
+}
 
 bool uThread::start() {
     if (native->course) {

@@ -21,9 +21,13 @@ std::string getVariable(const char* name) {
     return length < buffer.size() ? std::string(buffer.data(), length) : std::string();
 }
 
-void setVariable(const char* name, const char* value) { SetEnvironmentVariableA(name, value); }
+void setVariable(const char* name, const char* value) {
+    SetEnvironmentVariableA(name, value);
+}
 
-std::string profileDirectory() { return getVariable("USERPROFILE"); }
+std::string profileDirectory() {
+    return getVariable("USERPROFILE");
+}
 
 bool getCurrentDirectory(std::string& directory) {
     std::array<char, MAX_PATH> buffer{};
@@ -34,7 +38,9 @@ bool getCurrentDirectory(std::string& directory) {
     return true;
 }
 
-bool changeDirectory(const char* directory) { return _chdir(directory) == 0; }
+bool changeDirectory(const char* directory) {
+    return _chdir(directory) == 0;
+}
 
 bool makeDirectory(const char* path) {
     if (_mkdir(path) == 0) {
@@ -55,6 +61,8 @@ bool uEnvironment::getFreeSpace(const char* directory, std::uint64_t& bytes) {
     return true;
 }
 
-std::uint32_t uEnvironment::getCurrentProcessId() { return GetCurrentProcessId(); }
+std::uint32_t uEnvironment::getCurrentProcessId() {
+    return GetCurrentProcessId();
+}
 
 } // namespace VX_QRS

@@ -6,7 +6,9 @@ namespace VX_QRS::nativeLibrary {
 
 namespace {
 
-int errorUnless(bool success) { return success ? 0 : static_cast<int>(GetLastError()); }
+int errorUnless(bool success) {
+    return success ? 0 : static_cast<int>(GetLastError());
+}
 
 } // namespace
 

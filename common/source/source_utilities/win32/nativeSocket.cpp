@@ -1,13 +1,15 @@
 #include "common/source/source_utilities/nativeSocket.h"
 
-#include <winsock2.h>
 #include <windows.h>
+#include <winsock2.h>
 
 namespace VX_QRS::nativeSocket {
 
 namespace {
 
-SOCKET native(Handle handle) { return static_cast<SOCKET>(handle); }
+SOCKET native(Handle handle) {
+    return static_cast<SOCKET>(handle);
+}
 
 // Not for the processes that are started from here.
 Handle kept(SOCKET socket) {
@@ -26,7 +28,9 @@ sockaddr_in addressOf(unsigned long address, std::uint16_t port) {
 }
 
 // The platform's calls take every kind of address record through this one.
-sockaddr* general(sockaddr_in* record) { return reinterpret_cast<sockaddr*>(record); }
+sockaddr* general(sockaddr_in* record) {
+    return reinterpret_cast<sockaddr*>(record);
+}
 
 } // namespace
 
@@ -35,7 +39,9 @@ bool startLayer() {
     return WSAStartup(MAKEWORD(1, 1), &data) == 0;
 }
 
-Handle create() { return kept(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP)); }
+Handle create() {
+    return kept(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+}
 
 bool setNoDelay(Handle handle) {
     const BOOL on = TRUE;
@@ -52,7 +58,9 @@ bool bindToAnyAddress(Handle handle, std::uint16_t port) {
     return bind(native(handle), general(&record), sizeof record) == 0;
 }
 
-bool listen(Handle handle, int backlog) { return ::listen(native(handle), backlog) == 0; }
+bool listen(Handle handle, int backlog) {
+    return ::listen(native(handle), backlog) == 0;
+}
 
 Handle accept(Handle handle, uSocket::Peer& peer) {
     sockaddr_in record{};
@@ -100,6 +108,8 @@ bool waitReadable(Handle handle, int milliseconds) {
     return select(0, &readable, nullptr, nullptr, milliseconds < 0 ? nullptr : &limit) != 0;
 }
 
-int lastError() { return WSAGetLastError(); }
+int lastError() {
+    return WSAGetLastError();
+}
 
 } // namespace VX_QRS::nativeSocket

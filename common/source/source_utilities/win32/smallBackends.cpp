@@ -8,7 +8,9 @@
 
 namespace VX_QRS {
 
-void debugOutput(const char* line) { OutputDebugStringA(line); }
+void debugOutput(const char* line) {
+    OutputDebugStringA(line);
+}
 
 LocalTime readLocalTime() {
     SYSTEMTIME now{};
@@ -25,7 +27,9 @@ LocalTime readLocalTime() {
     return time;
 }
 
-std::FILE* sharedOpen(const char* path, const char* mode) { return _fsopen(path, mode, _SH_DENYNO); }
+std::FILE* sharedOpen(const char* path, const char* mode) {
+    return _fsopen(path, mode, _SH_DENYNO);
+}
 
 bool uStopwatch::readFrequency(std::int64_t& ticksPerSecond) {
     LARGE_INTEGER value{};

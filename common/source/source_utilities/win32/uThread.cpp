@@ -52,10 +52,16 @@ bool uThread::wait(std::uint32_t milliseconds) {
     return WaitForSingleObject(native->handle, milliseconds) == WAIT_OBJECT_0;
 }
 
-bool uThread::isCurrent() const { return native->handle != nullptr && native->id == GetCurrentThreadId(); }
+bool uThread::isCurrent() const {
+    return native->handle != nullptr && native->id == GetCurrentThreadId();
+}
 
-std::uint32_t uThread::threadId() const { return native->id; }
+std::uint32_t uThread::threadId() const {
+    return native->id;
+}
 
-void uThread::sleep(std::uint32_t milliseconds) { Sleep(milliseconds); }
+void uThread::sleep(std::uint32_t milliseconds) {
+    Sleep(milliseconds);
+}
 
 } // namespace VX_QRS

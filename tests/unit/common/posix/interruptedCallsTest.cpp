@@ -21,7 +21,9 @@ namespace {
 
 std::atomic<int> signalsSeen{0};
 
-void countSignal(int) { ++signalsSeen; }
+void countSignal(int) {
+    ++signalsSeen;
+}
 
 class InterruptedCalls : public testing::Test {
 protected:

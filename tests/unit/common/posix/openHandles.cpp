@@ -8,7 +8,9 @@ namespace VX_QRS::test {
 
 namespace {
 
-std::filesystem::directory_iterator openDescriptors() { return std::filesystem::directory_iterator("/proc/self/fd"); }
+std::filesystem::directory_iterator openDescriptors() {
+    return std::filesystem::directory_iterator("/proc/self/fd");
+}
 
 } // namespace
 

@@ -5,6 +5,8 @@
 
 namespace VX_QRS::test {
 
-int ownPriority() { return -getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())); }
+int ownPriority() {
+    return -getpriority(PRIO_PROCESS, static_cast<id_t>(gettid()));
+}
 
 } // namespace VX_QRS::test

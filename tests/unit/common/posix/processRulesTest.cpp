@@ -20,7 +20,9 @@
 namespace VX_QRS {
 namespace {
 
-void makeRunnable(const std::string& path) { chmod(path.c_str(), 0755); }
+void makeRunnable(const std::string& path) {
+    chmod(path.c_str(), 0755);
+}
 
 std::uint32_t startSleeper(const std::string& program) {
     return uEnvironment::startProcess(program.c_str(), "60", uEnvironment::detachedMode);

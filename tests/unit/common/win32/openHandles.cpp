@@ -10,6 +10,8 @@ std::size_t countOpenHandles() {
     return count;
 }
 
-std::vector<std::string> listOpenFiles() { return {}; }
+std::vector<std::string> listOpenFiles() {
+    return {};
+}
 
 } // namespace VX_QRS::test

@@ -4,6 +4,8 @@
 
 namespace VX_QRS::test {
 
-int ownPriority() { return GetThreadPriority(GetCurrentThread()); }
+int ownPriority() {
+    return GetThreadPriority(GetCurrentThread());
+}
 
 } // namespace VX_QRS::test

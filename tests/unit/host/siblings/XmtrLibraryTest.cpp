@@ -40,8 +40,7 @@ private:
             while (pending.find('\n') == std::string::npos) {
                 char piece[64];
                 std::int32_t count = 0;
-                if (!client->waitReadable(patience) ||
-                    client->read(piece, sizeof piece, 0, count) != uSocket::done)
+                if (!client->waitReadable(patience) || client->read(piece, sizeof piece, 0, count) != uSocket::done)
                     return;
                 pending.append(piece, static_cast<std::size_t>(count));
             }
