@@ -13,11 +13,14 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 # Results that a recording depends on must not change with the optimiser's mood.
 target_compile_options(orv_flags INTERFACE -ffp-contract=off)
+# A binary carries the names of its sources, not the folder that somebody built it in.
+target_compile_options(orv_flags INTERFACE -fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
 
 if(WIN32)
   target_compile_definitions(orv_flags INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0601)
-  # Self-contained binaries: nothing but system libraries is imported.
-  target_link_options(orv_flags INTERFACE -static)
+  # Self-contained binaries: nothing but system libraries is imported. The time of the build is not written, so that the
+  # same sources give the same file.
+  target_link_options(orv_flags INTERFACE -static -Wl,--no-insert-timestamp)
 else()
   find_package(Threads REQUIRED)
   target_link_libraries(orv_flags INTERFACE Threads::Threads ${CMAKE_DL_LIBS})
