@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 // Trace data files: a file identifier of at least 4 bytes, and behind it sections, one after another. A section is its
 // size in bytes (this field included), its version, the length of its name, each 32 bits little-endian, then the name
@@ -9,13 +10,26 @@
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
-/// Adds sections to trace data files that somebody else made. Each operation opens and closes the file itself, and
-/// nothing is kept between them. Failures are Zarn::cZarnError with severity 2, thrown after the file was closed; the
-/// file stays as the last completed step left it.
+/// One section of a trace data file, as it stands in the file.
+struct TdfSection {
+    std::string name; ///< may hold any bytes
+    std::uint32_t version = 0;
+    std::uint32_t offset = 0;     ///< of the section's first byte, from the start of the file
+    std::uint32_t size = 0;       ///< of the whole section with its header
+    std::uint32_t dataOffset = 0; ///< of the section's data, from the start of the file
+    std::uint32_t dataSize = 0;   ///< bytes of data
+};
+
+/// Operations on trace data files. Each opens and closes the file itself, and nothing is kept between them, so that any
+/// thread may call any of them; writing one file from two threads is not guarded. Failures are Zarn::cZarnError with
+/// severity 2, thrown after the file was closed. Out values are 0 or empty until the operation succeeds, unless told
+/// otherwise. Names of files are in the system's own encoding; out pointers must not be null.
 class TdfFile {
 public:
-    /// Adds an empty section at the end of the file; its offset comes back in `*offset`. A null or empty section name
-    /// is written as a name of no bytes.
+    // Writing: TdfFile.cpp. The file stays as the last completed step left it.
+
+    /// Adds an empty section at the end of a file that exists; its offset comes back in `*offset`. A null or empty
+    /// section name is written as a name of no bytes.
     static void beginSection(const char* fileName, const char* sectionName, std::uint32_t version,
                              std::uint32_t* offset);
 
@@ -23,6 +37,34 @@ public:
     /// the file; the section's new size comes back in `*size`. The section's name is not looked at.
     static void appendSectionData(const char* fileName, const char* sectionName, std::uint32_t offset, const void* data,
                                   std::uint32_t elementSize, std::uint32_t count, std::uint32_t* size);
+
+    /// Makes a file that holds nothing but the identifier (8 bytes: "TDF", 0x1A, and a format number of 1), in place of
+    /// whatever had that name. The name has to end in ".tdf", in letters of either case, here and below where loading.
+    static void createFile(const char* fileName);
+
+    // Reading: TdfSections.cpp. Files of any content are safe to read: what does not fit the format fails as
+    // "Invalid TDF format.". A file with another identifier than the one above is taken to have one of 4 bytes.
+
+    /// All sections in their order. When the file stops making sense, `*sections` holds those ahead of that place; a
+    /// save that was cut off may leave the end of a file so.
+    static void listSections(const char* fileName, std::vector<TdfSection>* sections);
+
+    /// The first section of that name; a null name stands for the empty one. Damage behind it goes unnoticed.
+    static void findSection(const char* fileName, const char* sectionName, TdfSection* section);
+
+    /// Size in bytes, header included, of the first section of that name. The file may have any extension.
+    static void findSectionSize(const char* fileName, const char* sectionName, std::uint32_t* size);
+
+    /// Copies the data of the first section of that name to `buffer`, `capacity` bytes of it at most; how many came is
+    /// `*loaded`, and the whole amount is TdfSection::dataSize.
+    static void loadSection(const char* fileName, const char* sectionName, void* buffer, std::uint32_t capacity,
+                            std::uint32_t* loaded);
+
+    /// Copies a part of a section's data, from byte `start` of the data on, to `buffer`. The section is one that
+    /// listSections or findSection gave for this file: so sections of one name can be told apart, and great ones read in
+    /// pieces. `*loaded` is less than `capacity` at the end of the data, and 0 behind it.
+    static void loadSectionPart(const char* fileName, const TdfSection& section, std::uint32_t start, void* buffer,
+                                std::uint32_t capacity, std::uint32_t* loaded);
 };
 
 } // namespace Vx::Qrs::Trace::OrvRcvr

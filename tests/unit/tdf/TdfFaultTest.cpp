@@ -1,0 +1,150 @@
+#include "FileFaults.h"
+#include "TdfTestSupport.h"
+
+// What the operations say when the system fails them half-way.
+
+namespace {
+
+using namespace tdf_test;
+
+class TdfFaultTest : public TdfTest {
+protected:
+    TdfFaultTest() { writeBytes(path, "TDF1"); }
+
+    std::string beginWith(Function function, int firstFailing) {
+        return textOfFailure([&] {
+            const FileFault fault(function, firstFailing);
+            begin("Name");
+        });
+    }
+    std::string appendWith(Function function, int firstFailing) {
+        return textOfFailure([&] {
+            const FileFault fault(function, firstFailing);
+            append(4, "abcdefgh");
+        });
+    }
+};
+
+TEST_F(TdfFaultTest, AFileThatOpensForReadingButNotForWritingIsToldByBothOperations) {
+    EXPECT_EQ(beginWith(Function::Open, 1), "File name passed to save file is not valid.");
+    EXPECT_EQ(beginWith(Function::Open, 2), "Could not open TDF file as specified.");
+    EXPECT_EQ(readBytes(path), "TDF1");
+    begin("N");
+    EXPECT_EQ(appendWith(Function::Open, 1), "File name passed to save file is not valid.");
+    EXPECT_EQ(appendWith(Function::Open, 2), "Could not open TDF file as specified.");
+    EXPECT_EQ(readBytes(path), "TDF1\x0d\0\0\0\x01\0\0\0\x01\0\0\0N"s);
+}
+
+// Four writes: size, version, length, name; and the size again.
+TEST_F(TdfFaultTest, EachFieldOfANewSectionHasItsText) {
+    EXPECT_EQ(beginWith(Function::Write, 1), "Write error -  TDF section header size.");
+    for (const int field : {2, 3, 4})
+        EXPECT_EQ(beginWith(Function::Write, field), "Write error -  TDF section name and version.") << field;
+    EXPECT_EQ(beginWith(Function::Write, 5), "Write error - size of TDF header.");
+    EXPECT_EQ(beginWith(Function::Write, 6), "no failure");
+}
+
+TEST_F(TdfFaultTest, ADiskThatIsFullOnlyWhenItIsWrittenToIsToldAtTheSameStep) {
+    EXPECT_EQ(beginWith(Function::Flush, 1), "Write error -  TDF section header size.");
+    EXPECT_EQ(beginWith(Function::Flush, 2), "Write error -  TDF section name and version.");
+    EXPECT_EQ(beginWith(Function::Flush, 3), "Write error - size of TDF header.");
+    EXPECT_EQ(beginWith(Function::Flush, 4), "no failure");
+}
+
+TEST_F(TdfFaultTest, TheOffsetIsKnownAlsoWhenTheHeaderCouldNotBeWritten) {
+    std::uint32_t offset = 0;
+    const FileFault fault(Function::Write, 2);
+    EXPECT_THROW(TdfFile::beginSection(path.c_str(), "N", 1, &offset), cZarnError);
+    EXPECT_EQ(offset, 4U);
+}
+
+TEST_F(TdfFaultTest, DataThatCannotBeWrittenLeaveTheSizeOfTheSectionAsItWas) {
+    begin("N");
+    append(4, "ABCDEFGH");
+    const std::string before = readBytes(path);
+    EXPECT_EQ(appendWith(Function::Write, 1), "Write I/O error - unable to write section data.");
+    EXPECT_EQ(appendWith(Function::Flush, 1), "Write I/O error - unable to write section data.");
+    EXPECT_EQ(readBytes(path).substr(0, before.size()), before);
+}
+
+TEST_F(TdfFaultTest, AnErrorFlagBehindTheDataMeansThatTheyAreCorrupted) {
+    begin("N");
+    EXPECT_EQ(appendWith(Function::Error, 1), "Write error - section data corrupted.");
+    EXPECT_EQ(readBytes(path).substr(4, 4), "\x0d\0\0\0"s);
+}
+
+TEST_F(TdfFaultTest, ASizeThatCannotBeWrittenBehindTheDataIsTold) {
+    begin("N");
+    EXPECT_EQ(appendWith(Function::Write, 2), "Write error - size of TDF header.");
+    EXPECT_EQ(appendWith(Function::Flush, 2), "Write error - size of TDF header.");
+}
+
+TEST_F(TdfFaultTest, ASizeThatCannotBeReadIsTold) {
+    begin("N");
+    EXPECT_EQ(appendWith(Function::Read, 1), "Write I/O error - unable to determine section length.");
+}
+
+TEST_F(TdfFaultTest, ANewFileThatCannotBeMadeOrWrittenIsTold) {
+    const auto createWith = [&](Function function) {
+        return textOfFailure([&] {
+            const FileFault fault(function, 1);
+            TdfFile::createFile(path.c_str());
+        });
+    };
+    EXPECT_EQ(createWith(Function::Open), "Could not create TDF file as specified.");
+    EXPECT_EQ(createWith(Function::Write), "Write error -  TDF file identifier.");
+    EXPECT_EQ(createWith(Function::Flush), "Write error -  TDF file identifier.");
+}
+
+TEST_F(TdfFaultTest, AFileThatGoesAwayBehindTheTestOfItsNameIsToldByEveryReader) {
+    begin("N");
+    const std::string text = "Could not open TDF file as specified.";
+    std::uint32_t number = 77;
+    char byte = 0;
+    TdfSection section;
+    std::vector<TdfSection> sections(1);
+    const std::function<void()> readers[] = {
+        [&] { TdfFile::listSections(path.c_str(), &sections); },
+        [&] { TdfFile::findSection(path.c_str(), "N", &section); },
+        [&] { TdfFile::findSectionSize(path.c_str(), "N", &number); },
+        [&] { TdfFile::loadSection(path.c_str(), "N", &byte, 1, &number); },
+        [&] { TdfFile::loadSectionPart(path.c_str(), section, 0, &byte, 1, &number); },
+    };
+    for (const auto& reader : readers) {
+        EXPECT_EQ(textOfFailure([&] {
+                      const FileFault fault(Function::Open, 2);
+                      reader();
+                  }),
+                  text);
+    }
+    EXPECT_TRUE(sections.empty());
+    EXPECT_EQ(number, 0U);
+}
+
+TEST_F(TdfFaultTest, DataThatCannotBeReadAreToldAsCorrupted) {
+    append(begin("N"), "abcdefgh");
+    char bytes[8];
+    std::uint32_t loaded = 77;
+    // The identifier, three words of the header and the name come first.
+    EXPECT_EQ(textOfFailure([&] {
+                  const FileFault fault(Function::Read, 6);
+                  TdfFile::loadSection(path.c_str(), "N", bytes, sizeof bytes, &loaded);
+              }),
+              "Read I/O error - section data corrupted.");
+    EXPECT_EQ(loaded, 0U);
+}
+
+TEST_F(TdfFaultTest, AHeaderThatCannotBeReadIsNoFormat) {
+    begin("N");
+    for (const int read : {2, 3, 4, 5}) {
+        TdfSection section;
+        EXPECT_EQ(textOfFailure([&] {
+                      const FileFault fault(Function::Read, read);
+                      TdfFile::findSection(path.c_str(), "N", &section);
+                  }),
+                  "Invalid TDF format.")
+            << read;
+    }
+}
+
+} // namespace
