@@ -1,8 +1,8 @@
-#include "host/CalibrationReport.h"
+#include "host/files/CalibrationReport.h"
 
 #include <gtest/gtest.h>
 
-#include "host/ExitCode.h"
+#include "host/basics/ExitCode.h"
 #include "tests/unit/host/TempFolder.h"
 
 namespace host {

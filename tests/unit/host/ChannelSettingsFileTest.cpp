@@ -1,9 +1,9 @@
-#include "host/ChannelSettingsFile.h"
+#include "host/files/ChannelSettingsFile.h"
 
 #include <gtest/gtest.h>
 
-#include "host/ExitCode.h"
-#include "host/TextFile.h"
+#include "host/basics/ExitCode.h"
+#include "host/basics/TextFile.h"
 #include "tests/unit/host/TempFolder.h"
 
 namespace host {

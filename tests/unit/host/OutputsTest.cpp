@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "host/ExitCode.h"
-#include "host/OutputFiles.h"
-#include "host/RunFolder.h"
-#include "host/TextFile.h"
+#include "host/basics/ExitCode.h"
+#include "host/basics/OutputFiles.h"
+#include "host/basics/TextFile.h"
+#include "host/session/RunFolder.h"
 #include "tests/unit/host/TempFolder.h"
 
 namespace host {

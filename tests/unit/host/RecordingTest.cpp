@@ -1,11 +1,11 @@
-#include "host/Recording.h"
+#include "host/session/Recording.h"
 
 #include <cstring>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "host/Receiver.h"
+#include "host/session/Receiver.h"
 #include "rcvr/framework/cZarnError.h"
 #include "tests/unit/host/TempFolder.h"
 

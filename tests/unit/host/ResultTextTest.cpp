@@ -1,4 +1,4 @@
-#include "host/ResultText.h"
+#include "host/results/ResultText.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>

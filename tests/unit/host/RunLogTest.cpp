@@ -1,4 +1,4 @@
-#include "host/RunLog.h"
+#include "host/files/RunLog.h"
 
 #include <gtest/gtest.h>
 

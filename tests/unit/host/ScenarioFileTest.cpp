@@ -1,8 +1,8 @@
-#include "host/ScenarioFile.h"
+#include "host/files/ScenarioFile.h"
 
 #include <gmock/gmock.h>
 
-#include "host/ExitCode.h"
+#include "host/basics/ExitCode.h"
 #include "tests/unit/host/TempFolder.h"
 
 namespace host {

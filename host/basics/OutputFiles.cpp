@@ -1,0 +1,39 @@
+#include "host/basics/OutputFiles.h"
+
+#include <fstream>
+
+#include "host/basics/ExitCode.h"
+
+namespace host {
+
+namespace {
+
+constexpr char traceDataFileIdentifier[8] = {'T', 'D', 'F', 0x1A, 1, 0, 0, 0};
+
+} // namespace
+
+void testOutputFile(const std::filesystem::path& file, bool force) {
+    std::error_code failed;
+    const bool existed = std::filesystem::exists(file, failed);
+    if (existed && !force)
+        throw Failure(ExitCode::OutputExists, file.string() + " exists already; choose another name or give --force");
+    if (existed && !std::filesystem::is_regular_file(file, failed))
+        throw Failure(ExitCode::OutputUnwritable, file.string() + " is not a file");
+    if (file.has_parent_path())
+        std::filesystem::create_directories(file.parent_path(), failed);
+    const bool opened = std::ofstream(file, std::ios::binary | std::ios::app).is_open();
+    if (!opened)
+        throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; check folder and permissions");
+    if (!existed)
+        std::filesystem::remove(file, failed);
+}
+
+void createTraceDataFile(const std::filesystem::path& file) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out.write(traceDataFileIdentifier, sizeof traceDataFileIdentifier);
+    out.close();
+    if (!out)
+        throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written");
+}
+
+} // namespace host

@@ -1,0 +1,69 @@
+#include "host/files/ChannelSettingsFile.h"
+
+#include <cctype>
+#include <fstream>
+
+#include "host/basics/ExitCode.h"
+
+namespace host {
+
+namespace {
+
+std::string condensed(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        if (c != ' ')
+            result += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    if (!result.empty() && result.back() == 'b')
+        result.pop_back();
+    return result;
+}
+
+void addLine(std::string& text, const char* key, const std::string& value) {
+    text.append("\t<").append(key).append(">").append(value).append("</").append(key).append(">\n");
+}
+
+std::string truth(bool value) {
+    return value ? "true" : "false";
+}
+
+} // namespace
+
+std::optional<unsigned> bufferIndexOf(const std::string& text) {
+    for (unsigned index = 0; index < bufferSizes.size(); ++index) {
+        if (condensed(text) == condensed(bufferSizes[index]))
+            return index;
+    }
+    return std::nullopt;
+}
+
+std::string channelSettingsText(const ChannelSettings& settings) {
+    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                       "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->\n"
+                       "<CHANNEL-SETUP>\n";
+    addLine(text, "RCVRNAME", "Kite R2 Trace");
+    addLine(text, "no_emu0", truth(false));
+    addLine(text, "no_emu1", truth(false));
+    addLine(text, "drm_type", "");
+    addLine(text, "drm_key", "");
+    addLine(text, "num_pins", std::to_string(settings.dataPins));
+    addLine(text, "pin_map", settings.pinMap);
+    addLine(text, "is_stop_on_full", truth(settings.stopOnFull));
+    addLine(text, "is_sync", truth(settings.followTarget));
+    addLine(text, "bufsize_current", std::to_string(settings.bufferIndex));
+    addLine(text, "drm_xmtr", settings.exportKind);
+    addLine(text, "start_port", "0");
+    text += "</CHANNEL-SETUP>\n";
+    return text;
+}
+
+void writeChannelSettings(const ChannelSettings& settings, const std::filesystem::path& file) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out << channelSettingsText(settings);
+    out.close();
+    if (!out)
+        throw Failure(ExitCode::OutputUnwritable, "cannot write the settings file " + file.string());
+}
+
+} // namespace host

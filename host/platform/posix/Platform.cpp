@@ -1,0 +1,86 @@
+#include "host/platform/Platform.h"
+
+#include <csignal>
+#include <cstdlib>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "host/basics/ExitCode.h"
+
+namespace host {
+
+namespace {
+
+volatile std::sig_atomic_t interruptSeen = 0;
+
+extern "C" void onInterrupt(int) {
+    interruptSeen = 1;
+}
+
+} // namespace
+
+void setEnvironment(const char* name, const std::string& value) {
+    if (value.empty())
+        unsetenv(name);
+    else
+        setenv(name, value.c_str(), 1);
+}
+
+std::string getEnvironment(const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::filesystem::path programFolder() {
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+std::string libraryFileName(const std::string& name) {
+    return name + ".so";
+}
+
+unsigned processId() {
+    return static_cast<unsigned>(getpid());
+}
+
+bool errorOutputIsTerminal() {
+    return isatty(STDERR_FILENO) != 0;
+}
+
+void watchInterrupts() {
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+bool interrupted() {
+    return interruptSeen != 0;
+}
+
+const char* systemName() {
+    return "Linux";
+}
+
+LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
+    handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        const char* reason = dlerror();
+        throw Failure(ExitCode::NoSystem, "cannot load " + file.string() + ": " + (reason != nullptr ? reason : ""));
+    }
+}
+
+LoadedLibrary::~LoadedLibrary() {
+    dlclose(handle);
+}
+
+LoadedLibrary::AnyFunction LoadedLibrary::address(const char* name) const {
+    void* found = dlsym(handle, name);
+    if (found == nullptr)
+        throw Failure(ExitCode::NoSystem, path.string() + " does not export " + name);
+    return reinterpret_cast<AnyFunction>(found);
+}
+
+} // namespace host

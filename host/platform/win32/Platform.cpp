@@ -1,0 +1,87 @@
+#include "host/platform/Platform.h"
+
+#include <array>
+#include <atomic>
+#include <cstdlib>
+
+#include <io.h>
+#include <windows.h>
+
+#include "host/basics/ExitCode.h"
+
+namespace host {
+
+namespace {
+
+std::atomic<bool> interruptSeen{false};
+
+BOOL WINAPI onInterrupt(DWORD) {
+    return interruptSeen.exchange(true) ? FALSE : TRUE;
+}
+
+} // namespace
+
+void setEnvironment(const char* name, const std::string& value) {
+    // The C runtime keeps a copy of its own, which _putenv_s changes together with the process's.
+    _putenv_s(name, value.c_str());
+    SetEnvironmentVariableA(name, value.empty() ? nullptr : value.c_str());
+}
+
+std::string getEnvironment(const char* name) {
+    std::string value(32768, '\0');
+    const DWORD length = GetEnvironmentVariableA(name, value.data(), static_cast<DWORD>(value.size()));
+    value.resize(length < value.size() ? length : 0);
+    return value;
+}
+
+std::filesystem::path programFolder() {
+    std::array<wchar_t, 4096> text{};
+    const DWORD length = GetModuleFileNameW(nullptr, text.data(), static_cast<DWORD>(text.size()));
+    if (length == 0 || length >= text.size())
+        throw Failure(ExitCode::Failed, "the system does not tell where this program lies");
+    return std::filesystem::path(text.data()).parent_path();
+}
+
+std::string libraryFileName(const std::string& name) {
+    return name + ".dll";
+}
+
+unsigned processId() {
+    return GetCurrentProcessId();
+}
+
+bool errorOutputIsTerminal() {
+    return _isatty(_fileno(stderr)) != 0;
+}
+
+void watchInterrupts() {
+    SetConsoleCtrlHandler(onInterrupt, TRUE);
+}
+
+bool interrupted() {
+    return interruptSeen.load();
+}
+
+const char* systemName() {
+    return "Windows";
+}
+
+LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
+    // Its siblings are looked for in its own folder too.
+    handle = LoadLibraryExW(file.c_str(), nullptr, file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
+    if (handle == nullptr)
+        throw Failure(ExitCode::NoSystem, "cannot load " + file.string() + ": error " + std::to_string(GetLastError()));
+}
+
+LoadedLibrary::~LoadedLibrary() {
+    FreeLibrary(static_cast<HMODULE>(handle));
+}
+
+LoadedLibrary::AnyFunction LoadedLibrary::address(const char* name) const {
+    const FARPROC found = GetProcAddress(static_cast<HMODULE>(handle), name);
+    if (found == nullptr)
+        throw Failure(ExitCode::NoSystem, path.string() + " does not export " + name);
+    return reinterpret_cast<AnyFunction>(reinterpret_cast<void*>(found));
+}
+
+} // namespace host

@@ -1,0 +1,131 @@
+#include "host/session/Receiver.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+namespace host {
+
+using namespace Vx::Qrs::Trace;
+using Vx::Qrs::Zarn::cZarnErrorIF;
+
+namespace {
+
+// What the receiver says when the fault lies with a process or library around it.
+constexpr std::array systemTexts{"data server failure",
+                                 "dll load failure",
+                                 "disconnected from server",
+                                 "failed to write to server",
+                                 "failed to start server",
+                                 "failed to connect to server",
+                                 "ecom version mismatch",
+                                 "failed to create io",
+                                 "internal rsp",
+                                 "invalid rsp",
+                                 "invald rsp",
+                                 "Cannot load target adapter",
+                                 "Cannot get target adapter"};
+
+constexpr unsigned attempts = 20;
+constexpr auto quickRefusal = std::chrono::seconds(3);
+constexpr auto pauseBetweenAttempts = std::chrono::milliseconds(200);
+
+constexpr unsigned xmtrChannel = 0;
+constexpr unsigned xmtrCookie = 0;
+
+} // namespace
+
+ExitCode classify(const std::string& errorText, ExitCode code) {
+    for (const char* text : systemTexts) {
+        if (errorText.find(text) != std::string::npos)
+            return ExitCode::NoSystem;
+    }
+    return code;
+}
+
+void guarded(ExitCode code, const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const cZarnErrorIF& error) {
+        const char* where = error.GetDetailedText();
+        const std::string text = error.GetErrorText();
+        throw Failure(classify(text, code), text, where != nullptr ? where : "");
+    } catch (const Failure&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw Failure(classify(error.what(), code), error.what());
+    }
+}
+
+Receiver::Receiver(const std::string& library) {
+    std::filesystem::path file = library;
+    if (!file.has_parent_path())
+        file = programFolder() / libraryFileName(library);
+    folder = std::filesystem::absolute(file).parent_path();
+    receiverLibrary = std::make_unique<LoadedLibrary>(std::filesystem::absolute(file));
+    create();
+}
+
+void Receiver::create() {
+    const auto createRcvr = receiverLibrary->symbol<CreateRcvrFunction>("CreateRcvr");
+    for (unsigned attempt = 1;; ++attempt) {
+        const auto start = std::chrono::steady_clock::now();
+        try {
+            guarded(ExitCode::NoSystem, [&] { receiver = createRcvr(); });
+            return;
+        } catch (const Failure& failure) {
+            // The receiver connects as soon as it sees the server's process. On a busy machine that can be before the
+            // server listens, which shows as a quick refusal; a server that cannot be started takes far longer.
+            const bool quick = std::chrono::steady_clock::now() - start < quickRefusal;
+            const std::string text = failure.what();
+            if (attempt == attempts || !quick || text.find("failed to connect to data server") == std::string::npos)
+                throw;
+        }
+        std::this_thread::sleep_for(pauseBetweenAttempts);
+    }
+}
+
+Receiver::~Receiver() {
+    releaseQuietly();
+    if (receiver != nullptr)
+        receiverLibrary->symbol<DestroyRcvrFunction>("DestroyRcvr")(receiver);
+    if (xmtr != nullptr)
+        xmtrLibrary->symbol<DestroyXmtrFunction>("DestroyXmtr")(xmtr);
+}
+
+void Receiver::releaseQuietly() {
+    if (driver == nullptr)
+        return;
+    try {
+        guarded(ExitCode::Failed, [&] { receiver->ReleaseChannel(driver); });
+    } catch (const Failure& failure) {
+        std::fprintf(stderr, "orvtrace: releasing the channel: %s\n", failure.what());
+    }
+    driver = nullptr;
+}
+
+void Receiver::allocate(const std::string& cpu) {
+    xmtrLibrary = std::make_unique<LoadedLibrary>(folder / libraryFileName("zarn_xmtr"));
+    xmtr = xmtrLibrary->symbol<CreateXmtrFunction>("CreateXmtr")(0, 0);
+    if (xmtr == nullptr)
+        throw Failure(ExitCode::NoSystem, "the transmitter library zarn_xmtr gives no transmitter");
+    guarded(ExitCode::NoSystem,
+            [&] { driver = receiver->AllocateChannel(cpu.c_str(), xmtr, xmtrChannel, xmtrCookie); });
+    if (driver == nullptr)
+        throw Failure(ExitCode::NoSystem, "the receiver gives no channel for " + cpu + "; its log tells why");
+}
+
+std::string Receiver::attribute(const std::string& name) {
+    TraceAttribute answer;
+    try {
+        driver->GetAttribute(name.c_str(), &answer);
+    } catch (const cZarnErrorIF&) {
+        return {};
+    } catch (const std::exception&) {
+        return {};
+    }
+    return answer.value != nullptr ? answer.value : "";
+}
+
+} // namespace host

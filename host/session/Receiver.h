@@ -1,0 +1,52 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "host/basics/ExitCode.h"
+#include "host/platform/Platform.h"
+#include "rcvr/framework/CChannelDriver.h"
+#include "rcvr/framework/CReceiver.h"
+#include "rcvr/framework/IXmtrLibrary.h"
+#include "rcvr/framework/cZarnError.h"
+
+namespace host {
+
+/// Calls into the receiver and turns what it throws into a Failure of the given code.
+void guarded(ExitCode code, const std::function<void()>& work);
+
+/// The receiver library with one channel, as a framework holds it. Released in order by the destructor.
+/// Failures are Failure objects: NoSystem for what is missing or does not answer.
+class Receiver {
+public:
+    /// `library` is a name, found beside this program, or a path.
+    explicit Receiver(const std::string& library);
+    ~Receiver();
+    Receiver(const Receiver&) = delete;
+    Receiver& operator=(const Receiver&) = delete;
+
+    /// Makes the channel, with a transmitter object of the library zarn_xmtr that lies beside the receiver.
+    void allocate(const std::string& cpu);
+    Vx::Qrs::Trace::CChannelDriver& channel() { return *driver; }
+
+    /// An attribute of the channel, empty when it has none of that name.
+    std::string attribute(const std::string& name);
+
+private:
+    void create();
+    void releaseQuietly();
+
+    std::filesystem::path folder;
+    std::unique_ptr<LoadedLibrary> receiverLibrary;
+    std::unique_ptr<LoadedLibrary> xmtrLibrary;
+    Vx::Qrs::Trace::CReceiver* receiver = nullptr;
+    Vx::Qrs::Trace::IXmtrLibrary* xmtr = nullptr;
+    Vx::Qrs::Trace::CChannelDriver* driver = nullptr;
+};
+
+/// NoSystem when the receiver's text tells of the data server or a library, otherwise `code`.
+ExitCode classify(const std::string& errorText, ExitCode code);
+
+} // namespace host

@@ -1,0 +1,115 @@
+#include "host/session/Recording.h"
+
+#include <array>
+#include <chrono>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+#include "host/session/Receiver.h"
+
+namespace host {
+
+using Vx::Qrs::Trace::CChannelDriver;
+using Vx::Qrs::Trace::ChannelStatus;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+constexpr auto pollInterval = std::chrono::milliseconds(10);
+constexpr const char* uploadedMark = "upload complete";
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+ChannelStatus statusOf(CChannelDriver& channel, ProgressLine& progress) {
+    ChannelStatus status;
+    guarded(ExitCode::RecordingError, [&] { channel.GetChannelStatus(&status); });
+    progress.show(status.text);
+    return status;
+}
+
+/// Until the channel no longer records; the end is asked for when it is due.
+void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress, Clock::time_point start) {
+    bool triggered = false;
+    while (statusOf(channel, progress).stoppable) {
+        const bool due = !plan.untilFull && secondsSince(start) >= plan.seconds;
+        if (interrupted() || (due && plan.triggerFile.empty())) {
+            guarded(ExitCode::RecordingError, [&] { channel.StopRecording(); });
+        } else if (due && !triggered) {
+            std::ofstream(plan.triggerFile).put('\n');
+            triggered = true;
+        }
+        std::this_thread::sleep_for(pollInterval);
+    }
+}
+
+} // namespace
+
+RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress) {
+    RecordingEnd end;
+    guarded(ExitCode::RecordingError, [&] { channel.StartRecording(false); });
+    const auto start = Clock::now();
+    waitForEnd(channel, plan, progress, start);
+    end.seconds = secondsSince(start);
+    // The code alone does not tell that the upload has ended: before its first byte it looks finished.
+    ChannelStatus status = statusOf(channel, progress);
+    while (status.text.find(uploadedMark) == std::string::npos) {
+        std::this_thread::sleep_for(pollInterval);
+        status = statusOf(channel, progress);
+    }
+    progress.clear();
+    end.state = status.text;
+    end.failed = status.code == ChannelStatus::eError;
+    return end;
+}
+
+ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly) {
+    constexpr unsigned chunk = 8192;
+    ReadBack result;
+    unsigned total = 0;
+    guarded(ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
+    std::vector<std::uint64_t> samples(chunk);
+    std::vector<unsigned char> bytes;
+    for (unsigned start = 0; start < total;) {
+        unsigned read = 0;
+        guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
+        if (read == 0 && mayEndEarly)
+            break;
+        if (read == 0)
+            throw Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(total) +
+                                                        " samples but its file holds only " + std::to_string(start) +
+                                                        "; is the disk full?");
+        bytes.clear();
+        for (unsigned i = 0; i < read; ++i) {
+            for (unsigned shift = 0; shift < 64; shift += 8)
+                bytes.push_back(static_cast<unsigned char>(samples[i] >> shift));
+        }
+        result.checksum = crc32(result.checksum, bytes.data(), bytes.size());
+        start += read;
+        result.samples += read;
+        progress.show("reading back " + std::to_string(result.samples) + " of " + std::to_string(total) + " samples");
+    }
+    progress.clear();
+    return result;
+}
+
+std::uint32_t crc32(std::uint32_t earlier, const unsigned char* bytes, std::size_t size) {
+    static const auto table = [] {
+        std::array<std::uint32_t, 256> made{};
+        for (std::uint32_t i = 0; i < made.size(); ++i) {
+            std::uint32_t value = i;
+            for (int bit = 0; bit < 8; ++bit)
+                value = (value & 1U) != 0 ? 0xEDB88320U ^ (value >> 1) : value >> 1;
+            made[i] = value;
+        }
+        return made;
+    }();
+    std::uint32_t value = ~earlier;
+    for (std::size_t i = 0; i < size; ++i)
+        value = table[(value ^ bytes[i]) & 0xFFU] ^ (value >> 8);
+    return ~value;
+}
+
+} // namespace host

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "host/session/Progress.h"
+#include "rcvr/framework/CChannelDriver.h"
+
+namespace host {
+
+/// How a recording is to end.
+struct RecordingPlan {
+    double seconds = 1.0;
+    bool untilFull = false;            ///< only the unit ends it
+    std::filesystem::path triggerFile; ///< not empty: created instead of a stop, when the seconds are over
+};
+
+struct RecordingEnd {
+    std::string state; ///< the receiver's words once the upload has ended
+    bool failed = false;
+    double seconds = 0.0;
+};
+
+/// Starts a recording, watches it to its end as planned or until the user interrupts, and waits for the upload.
+/// Throws Failure.
+RecordingEnd runRecording(Vx::Qrs::Trace::CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress);
+
+struct ReadBack {
+    std::uint64_t samples = 0;
+    std::uint32_t checksum = 0;
+};
+
+/// Reads every sample back, as a trace view would. Throws Failure, also when fewer samples come than the receiver
+/// announces, unless `mayEndEarly`.
+ReadBack readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly);
+
+/// CRC-32 (polynomial 0xEDB88320) of `size` bytes behind an earlier result, which starts as 0.
+std::uint32_t crc32(std::uint32_t earlier, const unsigned char* bytes, std::size_t size);
+
+} // namespace host

@@ -1,0 +1,64 @@
+#include "host/session/RunFolder.h"
+
+#include <array>
+
+#include "host/basics/ExitCode.h"
+#include "host/basics/OutputFiles.h"
+#include "host/platform/Platform.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::array leftByRuns{".VX-trace", "bench"};
+
+std::filesystem::path freeFolder(const std::string& name) {
+    std::error_code failed;
+    std::filesystem::path candidate = "orvtrace-" + name;
+    for (unsigned number = 2; std::filesystem::exists(candidate, failed); ++number)
+        candidate = "orvtrace-" + name + "-" + std::to_string(number);
+    return candidate;
+}
+
+} // namespace
+
+RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool force) {
+    std::error_code failed;
+    folder = wanted.empty() ? freeFolder(name) : std::filesystem::path(wanted);
+    folder = std::filesystem::absolute(folder, failed).lexically_normal().make_preferred();
+    if (!folder.has_filename()) // a separator stood at the end
+        folder = folder.parent_path();
+    for (const char* part : leftByRuns) {
+        if (!std::filesystem::exists(folder / part, failed))
+            continue;
+        if (!force)
+            throw Failure(ExitCode::OutputExists,
+                          folder.string() + " holds an earlier run; choose another folder or give --force");
+        std::filesystem::remove_all(folder / part, failed);
+    }
+    std::filesystem::create_directories(folder, failed);
+    if (!std::filesystem::is_directory(folder, failed))
+        throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + folder.string());
+    testOutputFile(folder / ".orvtrace-test", true);
+}
+
+void RunFolder::enterBench(const Scenario& scenario, const std::string& play,
+                           const std::filesystem::path& programs) const {
+    std::error_code failed;
+    std::filesystem::create_directories(benchFolder(), failed);
+    if (failed)
+        throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + benchFolder().string());
+    setEnvironment("ORV_BENCH_SCENARIO", scenario.file.string());
+    setEnvironment("ORV_BENCH_DIR", benchFolder().string());
+    setEnvironment("ORV_BENCH_PLAY", play.empty() ? play : std::filesystem::absolute(play).make_preferred().string());
+    setEnvironment("COMMON_HELIX", programs.string());
+    setEnvironment("USERPROFILE", folder.string());
+    setEnvironment("HOME", folder.string());
+    setEnvironment("VX_TRACE_DEBUGCLIENT_PID", std::to_string(processId()));
+    for (const auto& [name, value] : scenario.environment)
+        setEnvironment(name.c_str(), value);
+    // Level 1 writes the log, and makes the receiver leave its diagnostic files.
+    setEnvironment("VX_TRACE_LOGGING", "1");
+}
+
+} // namespace host

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "host/files/ScenarioFile.h"
+
+namespace host {
+
+/// Everything that one run leaves behind lies in one folder: the channel settings that the receiver is given, and for
+/// a run on the bench the bench's own folder and the receiver's, so that nothing of the user's profile is touched.
+class RunFolder {
+public:
+    /// `wanted` may be empty: a new folder "orvtrace-<name>" in the current one, with "-2" and so on behind it when
+    /// that is taken. A folder that holds an earlier run is refused (OutputExists) unless `force`, which removes that
+    /// run. Throws Failure.
+    RunFolder(const std::string& wanted, const std::string& name, bool force);
+
+    const std::filesystem::path& path() const { return folder; }
+    std::filesystem::path benchFolder() const { return folder / "bench"; }
+    std::filesystem::path settingsFile(const std::string& stem) const { return folder / (stem + ".xml"); }
+
+    /// Sets the environment of a run on the bench, for this process and the ones that it starts.
+    void enterBench(const Scenario& scenario, const std::string& play, const std::filesystem::path& programs) const;
+
+private:
+    std::filesystem::path folder; ///< absolute
+};
+
+} // namespace host
