@@ -13,7 +13,8 @@ endforeach()
 add_library(orv_header_packages INTERFACE)
 target_include_directories(orv_header_packages SYSTEM INTERFACE ${ORV_HEADER_ROOT})
 
-if(ORV_BUILD_TESTS)
+# Benchmarks and fuzz targets use what the tests share, which is written with it.
+if(ORV_BUILD_TESTS OR ORV_BUILD_BENCHMARKS OR ORV_BUILD_FUZZERS)
   set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
   set(BUILD_GMOCK ON CACHE BOOL "" FORCE)
   set(gtest_disable_pthreads OFF CACHE BOOL "" FORCE)

@@ -1,0 +1,100 @@
+#include "benchmarks/link/Ratios.h"
+#include "link/Escape.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <span>
+#include <vector>
+
+using namespace MPX_GDB_AGENT;
+
+// Escaping and its undoing alone, against a plain copy of the same number of plain bytes.
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t small = 64 * 1024;   // a record of the usual size, which stays in the caches
+constexpr std::size_t large = 1024 * 1024; // one that does not
+
+enum Content { Plain, Random };
+
+const Bytes& content(Content kind, std::size_t size) {
+    static Bytes bytes;
+    bytes.resize(size);
+    std::mt19937 generator(1);
+    for (std::uint8_t& byte : bytes) {
+        byte = static_cast<std::uint8_t>(generator());
+        while (kind == Plain && needsEscape(byte))
+            byte = static_cast<std::uint8_t>(generator());
+    }
+    return bytes;
+}
+
+void copy(benchmark::State& state) {
+    const Bytes& in = content(static_cast<Content>(state.range(0)), static_cast<std::size_t>(state.range(1)));
+    Bytes out(2 * in.size());
+    for (auto unused : state) {
+        std::memcpy(out.data(), in.data(), in.size());
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+}
+
+void escape(benchmark::State& state) {
+    const Bytes& in = content(static_cast<Content>(state.range(0)), static_cast<std::size_t>(state.range(1)));
+    Bytes out(2 * in.size());
+    for (auto unused : state) {
+        benchmark::DoNotOptimize(escapeBytes(in, out.data()));
+        benchmark::ClobberMemory();
+    }
+}
+
+void unescape(benchmark::State& state) {
+    const Bytes& plain = content(static_cast<Content>(state.range(0)), static_cast<std::size_t>(state.range(1)));
+    Bytes in(2 * plain.size());
+    in.resize(escapeBytes(plain, in.data()));
+    Bytes out(plain.size());
+    for (auto unused : state) {
+        benchmark::DoNotOptimize(unescapeBytes(in, out));
+        benchmark::ClobberMemory();
+    }
+    if (out != plain)
+        state.SkipWithError("the bytes did not come back");
+}
+
+void sizes(benchmark::internal::Benchmark* benchmark) {
+    for (const Content kind : {Plain, Random}) {
+        for (const std::size_t size : {small, large})
+            benchmark->Args({kind, static_cast<std::int64_t>(size)});
+    }
+    benchmark->UseRealTime();
+}
+
+BENCHMARK(copy)->Apply(sizes);
+BENCHMARK(escape)->Apply(sizes);
+BENCHMARK(unescape)->Apply(sizes);
+
+std::string named(const std::string& what, Content kind, std::size_t size) {
+    return what + "/" + std::to_string(kind) + "/" + std::to_string(size) + "/real_time";
+}
+
+} // namespace
+
+void reportEscape(benchmarks::Report& report) {
+    using namespace benchmarks;
+    for (const std::size_t size : {small, large}) {
+        const std::string room = " of " + std::to_string(size / 1024) + " KiB";
+        const auto amount = static_cast<double>(size);
+        for (const std::string what : {"escape", "unescape"}) {
+            report.figure(what + room + " without escapes", perSecondOf(named(what, Plain, size), amount), "byte/s",
+                          atLeast(2e9));
+            report.ratio(what + room + " of random bytes, speed against a copy", secondsOf(named("copy", Random, size)),
+                         secondsOf(named(what, Random, size)), atLeast(0.5));
+        }
+        report.figure("copy" + room, perSecondOf(named("copy", Random, size), amount), "byte/s");
+    }
+}

@@ -1,0 +1,7 @@
+#include "benchmarks/link/Ratios.h"
+
+int main(int argc, char** argv) {
+    benchmarks::Report report;
+    reportEscape(report);
+    return report.run(argc, argv);
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstddef>
+
+namespace benchmarks {
+
+/// Bytes of this process that are in memory now; 0 where the system does not tell.
+std::size_t residentBytes();
+
+/// The most that `residentBytes` has been since `forgetPeak`, or since the start where the system does not forget.
+std::size_t peakResidentBytes();
+
+/// Begins a new span for `peakResidentBytes`. False when the system does not forget.
+bool forgetPeak();
+
+} // namespace benchmarks

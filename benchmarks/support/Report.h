@@ -1,0 +1,80 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What all benchmark programs share. A program registers benchmarks with Google Benchmark as usual, says which of them
+/// make a ratio, and runs:
+///
+///     void copy(benchmark::State& state) { for (auto _ : state) ...; }
+///     BENCHMARK(copy)->UseRealTime();
+///     void escape(benchmark::State& state) { ... }
+///     BENCHMARK(escape)->UseRealTime();
+///
+///     int main(int argc, char** argv) {
+///         using namespace benchmarks;
+///         Report report;
+///         report.ratio("speed of escaping against copying", secondsOf("copy/real_time"),
+///                      secondsOf("escape/real_time"), atLeast(0.5));
+///         report.figure("escaped bytes", perSecondOf("escape/real_time", 1 << 20), "byte/s", atLeast(2e9));
+///         return report.run(argc, argv);
+///     }
+///
+/// All benchmarks run once per round, one after another, so that whatever else the machine does hits both sides of a
+/// ratio alike. A ratio is formed within each round and its median over the rounds is shown; so is a figure's. Names are
+/// Google Benchmark's full ones, with arguments and suffixes ("upload/65536/real_time"); a name that was not run shows
+/// as "not measured". Seconds are wall clock seconds per iteration, or the manual ones with UseManualTime.
+///
+/// In CMake: orv_benchmark(benchmark_<room> SOURCES ... DEPENDS ...). Run by tools/run-benchmarks, or by hand with
+/// --rounds=N (default 7) and Google Benchmark's own options, of which --benchmark_filter=REGEX and
+/// --benchmark_min_time=SECONDS (default here 0.1, for each benchmark in each round) are the useful ones.
+namespace benchmarks {
+
+/// One number that each round yields: `scale` times the seconds per iteration or a counter of a benchmark, or `scale`
+/// over it.
+struct Measured {
+    std::string benchmark;
+    std::string counter; ///< empty: seconds per iteration
+    bool inverse = false;
+    double scale = 1.0;
+};
+
+Measured secondsOf(std::string benchmark);
+/// `amount`, which is what one iteration moves, per second.
+Measured perSecondOf(std::string benchmark, double amount);
+/// What the benchmark left in `state.counters[counter]`. @param scale for instance 1.0 / (1 << 20) for MiB.
+Measured counterOf(std::string benchmark, std::string counter, double scale = 1.0);
+
+/// What is wanted of a ratio or a figure.
+struct Target {
+    enum class Kind { None, AtLeast, AtMost };
+    Kind kind = Kind::None;
+    double bound = 0.0;
+};
+
+Target atLeast(double bound);
+Target atMost(double bound);
+
+class Report {
+public:
+    /// `of` over `against`, both of the same round.
+    void ratio(std::string name, Measured of, Measured against, Target target = {});
+    /// A number with its unit.
+    void figure(std::string name, Measured what, std::string unit, Target target = {});
+
+    /// Runs all benchmarks in rounds and prints the table. @return the program's exit code: 0 whether or not targets
+    /// were reached, 1 when a benchmark failed, 2 for an option that nobody knows.
+    int run(int argc, char** argv);
+
+private:
+    struct Row {
+        std::string name;
+        Measured of;
+        Measured against; // no benchmark: a figure
+        std::string unit;
+        Target target;
+    };
+    std::vector<Row> rows;
+};
+
+} // namespace benchmarks
