@@ -32,7 +32,8 @@ namespace VX_QRS::ORV::CLIENT {
 /// say otherwise. Data client callbacks come on the thread that made the request, inside it.
 class FrontEndChannel_1 final : public FrontEndChannel, public uRunnable, public DataClient::Callback {
 public:
-    FrontEndChannel_1(FrontEnd_1* frontEnd, Transmitter* transmitter);
+    /// `setup` is the record of settings that the transmitter was made with for this channel; it is only compared.
+    FrontEndChannel_1(FrontEnd_1* frontEnd, Transmitter* transmitter, const ChannelSettings* setup = nullptr);
     ~FrontEndChannel_1() override;
     FrontEndChannel_1(const FrontEndChannel_1&) = delete;
     FrontEndChannel_1& operator=(const FrontEndChannel_1&) = delete;
@@ -280,10 +281,11 @@ private:
     Counters counters;
     Control control;
 
-    FrontEnd_1* frontEnd;        // not owned
-    Transmitter* transmitter;    // shared, handed back to the factory
-    std::uint32_t channelNumber; // number on the unit; scales register addresses
-    PropertyParser* parser;      // shared by the process
+    FrontEnd_1* frontEnd;              // not owned
+    Transmitter* transmitter;          // shared, handed back to the factory
+    const ChannelSettings* traceSetup; // goes with the channel's owner, which the transmitter has to be told
+    std::uint32_t channelNumber;       // number on the unit; scales register addresses
+    PropertyParser* parser;            // shared by the process
     std::unique_ptr<uMutex> mutex;
     std::unique_ptr<uThread> thread;
 };

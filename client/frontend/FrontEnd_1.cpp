@@ -135,9 +135,9 @@ FrontEndChannel* FrontEnd_1::alloc(const char* cpuName, Vx::Qrs::Trace::IXmtrLib
         createTransmitter(this, cpuName, xmtrLibrary, xmtrChannel, xmtrCookie, adapterKind, traceSetup);
     FrontEndChannel_1* channel = nullptr;
     try {
-        channel = new FrontEndChannel_1(this, transmitter);
+        channel = new FrontEndChannel_1(this, transmitter, traceSetup);
     } catch (const std::exception&) {
-        destroyTransmitter(transmitter);
+        destroyTransmitter(transmitter, traceSetup);
         fail(frontEndUnit, eALLOC);
     }
     channels.push_back(channel);

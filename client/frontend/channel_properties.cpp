@@ -191,8 +191,8 @@ const FrontEndChannel_1::Properties::Entry FrontEndChannel_1::Properties::table[
     {nullptr, nullptr, nullptr, nullptr},
 };
 
-FrontEndChannel_1::FrontEndChannel_1(FrontEnd_1* owner, Transmitter* sender)
-    : frontEnd(owner), transmitter(sender), channelNumber(owner->numChannels()) {
+FrontEndChannel_1::FrontEndChannel_1(FrontEnd_1* owner, Transmitter* sender, const ChannelSettings* setup)
+    : frontEnd(owner), transmitter(sender), traceSetup(setup), channelNumber(owner->numChannels()) {
     logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::FrontEndChannel_1");
     try {
         mutex = std::make_unique<uMutex>();
@@ -219,7 +219,7 @@ FrontEndChannel_1::~FrontEndChannel_1() {
     destroyPropertyParser(parser);
     if (!session.keepFiles)
         deleteDiagnosticFiles();
-    destroyTransmitter(transmitter);
+    destroyTransmitter(transmitter, traceSetup);
 }
 
 void FrontEndChannel_1::computeOrvBufSizes() {

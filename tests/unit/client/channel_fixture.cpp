@@ -1,14 +1,6 @@
 #include "tests/unit/client/channel_fixture.h"
 
-#include "common/source/source_utilities/uEnvironment.h"
-#include "common/source/source_utilities/uLog.h"
-
-#include <algorithm>
-#include <atomic>
 #include <chrono>
-#include <fstream>
-#include <random>
-#include <sstream>
 #include <thread>
 
 namespace client_test {
@@ -27,102 +19,7 @@ void destroyModel(VX_QRS::ORV::DataClient* client) {
     static_cast<RegisterModel*>(client)->note("destroy");
 }
 
-/// The process's log, in a folder of its own for as long as the program runs.
-class ProcessLog {
-public:
-    ProcessLog() {
-        VX_QRS::uEnvironment::set("CLIENT_TEST_LOG_LEVEL", "1");
-        VX_QRS::uEnvironment::set("CLIENT_TEST_LOG_DIR", folder.path.string().c_str());
-        VX_QRS::getLogManager()->open("client_test_log", "CLIENT_TEST_LOG_LEVEL", "CLIENT_TEST_LOG_DIR", false);
-    }
-    ~ProcessLog() {
-        // An open file could not be removed everywhere.
-        if (VX_QRS::uLogger* logger = VX_QRS::getLogManager()->getLogger(); logger != nullptr)
-            logger->setEnabled(false);
-    }
-
-    TemporaryFolder folder;
-};
-
-std::string logPath() {
-    static const ProcessLog log;
-    return log.folder.file("client_test_log");
-}
-
-/// Puts "#" in place of the number behind the source unit.
-std::string withoutLineNumber(std::string message) {
-    const std::string unit = "orv_client_frontend:";
-    const std::size_t found = message.find(unit);
-    if (found != std::string::npos) {
-        const std::size_t begin = found + unit.size();
-        const std::size_t end = std::min(message.find_first_not_of("0123456789", begin), message.size());
-        if (end > begin)
-            message.replace(begin, end - begin, 1, '#');
-    }
-    return message;
-}
-
 } // namespace
-
-TemporaryFolder::TemporaryFolder() {
-    static std::atomic<unsigned> count{0};
-    const auto seed = std::random_device{}();
-    const std::string given = VX_QRS::uEnvironment::get("ORV_CLIENT_TEST_TEMP");
-    const auto base = given.empty() ? std::filesystem::temp_directory_path() : std::filesystem::path(given);
-    path = base / ("orv_client_" + std::to_string(seed) + "_" + std::to_string(count++));
-    std::filesystem::create_directories(path);
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-}
-
-std::string readText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void writeText(const std::string& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary) << text;
-}
-
-bool exists(const std::string& path) {
-    return std::filesystem::exists(path);
-}
-
-LogCapture::LogCapture() {
-    std::error_code none;
-    const std::uintmax_t size = std::filesystem::file_size(logPath(), none);
-    from = none ? 0 : size;
-}
-
-std::vector<std::string> LogCapture::lines(char kind) const {
-    std::istringstream text(readText(logPath()).substr(static_cast<std::size_t>(from)));
-    std::vector<std::string> found;
-    for (std::string line; std::getline(text, line);) {
-        const std::size_t bar = line.find(" | ");
-        if (bar == std::string::npos || line.substr(0, 5).find(kind) == std::string::npos)
-            continue;
-        std::string message = withoutLineNumber(line.substr(bar + 3));
-        if (!message.empty() && message.back() == '\r')
-            message.pop_back();
-        found.push_back(message);
-    }
-    return found;
-}
-
-std::vector<std::string> LogCapture::strip(const std::vector<std::string>& full) {
-    const std::string head = "ORV Receiver (orv_client_frontend:#) ";
-    std::vector<std::string> stripped;
-    for (const std::string& line : full) {
-        if (line.starts_with(head))
-            stripped.push_back(line.substr(head.size()));
-    }
-    return stripped;
-}
 
 void expectFailure(const std::function<void()>& action, Status status, const std::string& detail) {
     try {

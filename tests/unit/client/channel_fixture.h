@@ -7,6 +7,8 @@
 #include "tests/support/register_model/CountingWaits.h"
 #include "tests/support/register_model/MockTransmitter.h"
 #include "tests/support/register_model/RegisterModel.h"
+#include "tests/support/scratch/LogCapture.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,41 +27,11 @@ using register_model::Call;
 using register_model::CountingWaits;
 using register_model::MockTransmitter;
 using register_model::RegisterModel;
-
-/// A folder of its own, gone with the object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (path / name).string(); }
-
-    std::filesystem::path path;
-};
-
-std::string readText(const std::string& path);
-void writeText(const std::string& path, const std::string& text);
-bool exists(const std::string& path);
-
-/// What the product logged since the object was made: the messages alone, with the numbers of lines replaced by "#".
-class LogCapture {
-public:
-    LogCapture();
-    /// Lines of class M (or E), without class and time.
-    std::vector<std::string> messages() const { return lines('M'); }
-    std::vector<std::string> errors() const { return lines('E'); }
-    /// The messages that begin with "ORV Receiver (orv_client_frontend:#) ", without that.
-    std::vector<std::string> steps() const { return strip(messages()); }
-    std::vector<std::string> errorSteps() const { return strip(errors()); }
-
-private:
-    std::vector<std::string> lines(char kind) const;
-    static std::vector<std::string> strip(const std::vector<std::string>& full);
-
-    std::uintmax_t from;
-};
+using test_support::exists;
+using test_support::LogCapture;
+using test_support::readText;
+using test_support::TemporaryFolder;
+using test_support::writeText;
 
 /// Expects an Exception of that status and detail, from the front end's source unit.
 void expectFailure(const std::function<void()>& action, Status status, const std::string& detail);

@@ -143,9 +143,9 @@ protected:
 
 TEST_F(SecondStart, MakesTheRecordingStandStill) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    VX_QRS::uEnvironment::set("ORV_CLIENT_TEST_TEMP", folder.path.string().c_str());
+    VX_QRS::uEnvironment::set("ORV_TEST_TEMP", folder.path.string().c_str());
     EXPECT_EXIT(standStill(), testing::ExitedWithCode(42), "");
-    VX_QRS::uEnvironment::set("ORV_CLIENT_TEST_TEMP", "");
+    VX_QRS::uEnvironment::set("ORV_TEST_TEMP", "");
 }
 
 // ---- other threads ----

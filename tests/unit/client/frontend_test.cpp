@@ -1,5 +1,6 @@
 #include "tests/unit/client/channel_fixture.h"
 #include "tests/unit/client/frontend_server_substitute.h"
+#include "tests/unit/client/transmitter_library_mock.h"
 
 #include "common/source/source_utilities/uEnvironment.h"
 
@@ -209,6 +210,63 @@ TEST_F(FrontEndTest, ChannelsOfOneCpuShareATransmitterAndDieWithTheFrontEnd) {
         EXPECT_EQ(made.numChannels(), 2u);
     }
     EXPECT_THAT(other.log(), ElementsAre("create 55760", "disconnect", "destroy"));
+}
+
+// ---- settings of channels that share a transmitter ----
+
+/// Two channels of one ARM CPU over a transmitter library that takes everything.
+class SharedTransmitterTest : public FrontEndTest {
+protected:
+    static constexpr std::uint32_t armKind = 2;
+
+    SharedTransmitterTest() {
+        ON_CALL(library, getTransmitterKind).WillByDefault([](unsigned, unsigned* kind) {
+            *kind = 1;
+            return 0;
+        });
+    }
+    FrontEndChannel* makeTarget(const ChannelSettings* setup) {
+        return unit().alloc("cpu", &library, 0, 0, armKind, setup);
+    }
+    /// Programs the transmitter through another user of it, and expects these settings to reach the target.
+    void expectProgrammed(bool stall, bool cprt) {
+        EXPECT_CALL(library, setStallCpu(testing::_, stall));
+        EXPECT_CALL(library, setMonitorCprt(testing::_, cprt));
+        Transmitter* shared = createTransmitter(frontEnd.get(), "cpu", &library, 0, 0, armKind, nullptr);
+        shared->setProperty("drmXmtr", "pti");
+        shared->setProperty("pins", "0,1");
+        shared->program("f0", 0);
+        destroyTransmitter(shared, &nobodys);
+        testing::Mock::VerifyAndClearExpectations(&library);
+    }
+
+    testing::NiceMock<transmitter_test::MockXmtrLibrary> library;
+    ChannelSettings nobodys;
+};
+
+TEST_F(SharedTransmitterTest, SettingsOfTheFirstChannelOutliveIt) {
+    auto first = std::make_unique<ChannelSettings>();
+    ChannelSettings second;
+    second.monitorCprt = true;
+    FrontEndChannel* zero = makeTarget(first.get());
+    FrontEndChannel* one = makeTarget(&second);
+    first->stallCpu = true;
+    unit().release(zero);
+    first->stallCpu = false; // what its memory holds by now is nobody's business
+    first.reset();
+    expectProgrammed(true, false);
+    unit().release(one);
+}
+
+TEST_F(SharedTransmitterTest, SettingsOfTheFirstChannelAreStillReadWhenTheSecondHasGone) {
+    ChannelSettings first;
+    auto second = std::make_unique<ChannelSettings>();
+    FrontEndChannel* zero = makeTarget(&first);
+    unit().release(makeTarget(second.get()));
+    second.reset();
+    first.monitorCprt = true;
+    expectProgrammed(false, true);
+    unit().release(zero);
 }
 
 } // namespace client_test

@@ -2,20 +2,18 @@
 
 #include "client/patterns/PatternVerifier.h"
 #include "common/source/Exception.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
 #include <cstdint>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
 #include <random>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace pattern_test {
@@ -44,26 +42,7 @@ inline Packet packetOf(const Words& begin, std::uint16_t trailer = traceTrailer)
     return packet;
 }
 
-/// A folder of its own, gone with the object.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        static std::atomic<unsigned> count{0};
-        path = std::filesystem::temp_directory_path() /
-               ("orv_pattern_" + std::to_string(std::random_device{}()) + "_" + std::to_string(count++));
-        std::filesystem::create_directories(path);
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (path / name).string(); }
-
-    std::filesystem::path path;
-};
+using test_support::TemporaryFolder;
 
 inline void writeBytes(const std::string& path, const std::vector<std::uint8_t>& bytes) {
     std::ofstream(path, std::ios::binary)

@@ -65,7 +65,7 @@ TEST_F(TransmitterBaseTest, EveryOperationSucceedsAndOnlyLogs) {
                 ElementsAre("TransmitterBase_1::program", "TransmitterBase_1::program", "TransmitterBase_1::end",
                             "TransmitterBase_1::flush", "TransmitterBase_1::shutdown", "TransmitterBase_1::reset",
                             "TransmitterBase_1::numFrequencySettings", "TransmitterBase_1::hasTriggered"));
-    EXPECT_THAT(log.lines("M"), ElementsAre());
+    EXPECT_THAT(log.lines('M'), ElementsAre());
     EXPECT_THAT(frontEnd.model.log(), ElementsAre());
 }
 

@@ -123,7 +123,7 @@ TEST_F(TransmitterOwnLibraryTest, AnObjectThatCannotBeGivenBackIsLogged) {
     install("xmtr_nodestroy", "adapter");
     const LogCapture log;
     make();
-    EXPECT_THAT(log.lines("E"),
+    EXPECT_THAT(log.lines('E'),
                 ElementsAre("ORV Receiver : eXMTR:(11) : transmitter failure : failed to look up DestroyXmtr"));
     EXPECT_THAT(calls(), ElementsAre("CreateXmtr 0 0", "NewTargetAdapter Cortex_7", "FreeTargetAdapter"));
 }
@@ -133,7 +133,7 @@ TEST_F(TransmitterOwnLibraryTest, AnAdapterThatCannotBeGivenBackIsLogged) {
     const LogCapture log;
     make();
     EXPECT_THAT(
-        log.lines("E"),
+        log.lines('E'),
         ElementsAre("ORV Receiver : eXMTR:(11) : transmitter failure : failed to look up dll FreeTargetAdapter"));
     EXPECT_THAT(calls(), ElementsAre("CreateXmtr 0 0", "NewTargetAdapter Cortex_7", "DestroyXmtr"));
 }

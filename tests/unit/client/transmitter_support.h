@@ -4,8 +4,10 @@
 #include "client/transmitters/TransmitterBase_1.h"
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
-#include "rcvr/framework/IXmtrLibrary.h"
 #include "tests/support/register_model/RegisterModel.h"
+#include "tests/support/scratch/LogCapture.h"
+#include "tests/support/scratch/TemporaryFolder.h"
+#include "tests/unit/client/transmitter_library_mock.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +23,9 @@ namespace transmitter_test {
 using namespace VX_QRS::ORV::CLIENT;
 using register_model::Call;
 using register_model::RegisterModel;
+using test_support::linesOf;
+using test_support::readText;
+using test_support::TemporaryFolder;
 
 /// As much of a front end as transmitters look at: a unit and a number of channels.
 class FrontEndStub : public FrontEnd {
@@ -40,51 +45,6 @@ public:
     RegisterModel model;
 };
 
-class MockXmtrLibrary : public Vx::Qrs::Trace::IXmtrLibrary {
-public:
-    MOCK_METHOD(int, closeChannel, (unsigned), (override));
-    MOCK_METHOD(int, programChannel, (unsigned), (override));
-    MOCK_METHOD(int, enablePort, (unsigned), (override));
-    MOCK_METHOD(int, flushBuffer, (unsigned), (override));
-    MOCK_METHOD(int, shutdownPort, (unsigned), (override));
-    MOCK_METHOD(int, setTestMode, (unsigned, unsigned, unsigned), (override));
-    MOCK_METHOD(int, applyFrequency, (unsigned, unsigned), (override));
-    MOCK_METHOD(int, setExportFrameSize, (unsigned, unsigned), (override));
-    MOCK_METHOD(int, getNumFrequencySettings, (unsigned, unsigned*), (override));
-    MOCK_METHOD(int, allocatePin, (unsigned, unsigned, unsigned, unsigned, unsigned), (override));
-    MOCK_METHOD(int, setStallCpu, (unsigned, bool), (override));
-    MOCK_METHOD(int, releasePin, (unsigned, unsigned, unsigned), (override));
-    MOCK_METHOD(int, setPortWidth, (unsigned, unsigned), (override));
-    MOCK_METHOD(int, setFunctionMode, (unsigned, unsigned), (override));
-    MOCK_METHOD(int, getExportFrameLimits, (unsigned, unsigned*, unsigned*), (override));
-    MOCK_METHOD(int, getTraceStatus, (unsigned, std::uint32_t*), (override));
-    MOCK_METHOD(int, clearTraceStatus, (unsigned, std::uint32_t), (override));
-    MOCK_METHOD(int, getCharacter, (unsigned, std::uint32_t*), (override));
-    MOCK_METHOD(int, applyEnd, (unsigned, bool), (override));
-    MOCK_METHOD(int, setCycleAccurate, (unsigned, bool), (override));
-    MOCK_METHOD(int, setMonitorCprt, (unsigned, bool), (override));
-    MOCK_METHOD(int, setNoDataTraceOnFifoFull, (unsigned, bool), (override));
-    MOCK_METHOD(int, getTransmitterKind, (unsigned, unsigned*), (override));
-    MOCK_METHOD(int, setOption, (unsigned, unsigned), (override));
-    MOCK_METHOD(int, enablePins, (unsigned), (override));
-};
-
-/// A folder of its own, gone with the object.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (path / name).string(); }
-
-    std::filesystem::path path;
-};
-
-std::string readText(const std::string& path);
-std::vector<std::string> linesOf(const std::string& path);
-
 /// The shared parser with a file in it, for as long as the object lives.
 class PropertiesFile {
 public:
@@ -99,16 +59,10 @@ private:
 };
 
 /// What was logged since the object was made.
-class LogCapture {
+class LogCapture : public test_support::LogCapture {
 public:
-    LogCapture();
-    /// Lines of a class ("M", "F", "E"), without class and time.
-    std::vector<std::string> lines(const std::string& kind) const;
-    /// Functions whose entry was logged, without namespaces, arguments and line.
-    std::vector<std::string> functions() const;
-
-private:
-    std::size_t from;
+    /// Functions of the transmitters' source unit whose entry was logged.
+    std::vector<std::string> functions() const { return test_support::LogCapture::functions("orv_client_transmitter"); }
 };
 
 /// Expects an Exception of that status and detail from the transmitters' source unit.

@@ -120,7 +120,7 @@ TEST_F(TransmitterZarnProgramTest, LogsWhatItProgramsAndAllocates) {
     expectModes(3, 2, 6);
     expectEnable();
     transmitter->program("verification", 6);
-    EXPECT_THAT(log.lines("M"),
+    EXPECT_THAT(log.lines('M'),
                 ElementsAre("ORV Receiver TransmitterZarn_1::program progName=verification, frequencySetting=6",
                             "ORV Receiver : transmitter allocated EMU5 to bit0 in mode 13",
                             "ORV Receiver : transmitter allocated EMU1 to bit1 in mode 12",

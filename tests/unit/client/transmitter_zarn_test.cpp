@@ -101,7 +101,7 @@ TEST_F(TransmitterZarnTest, ALibraryThatThrowsAtTheEndIsLogged) {
         open(*transmitter, 1);
         EXPECT_CALL(library, closeChannel(channel)).WillOnce(testing::Throw(5));
     }
-    EXPECT_THAT(log.lines("E"), ElementsAre("ORV Receiver : link lost", "ORV Receiver : unknown exception"));
+    EXPECT_THAT(log.lines('E'), ElementsAre("ORV Receiver : link lost", "ORV Receiver : unknown exception"));
 }
 
 TEST_F(TransmitterZarnTest, EndFlushAndShutdownAreOneCallEach) {

@@ -1,0 +1,50 @@
+#include "tests/support/scratch/TemporaryFolder.h"
+
+#include "common/source/source_utilities/uEnvironment.h"
+
+#include <atomic>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <system_error>
+
+namespace test_support {
+
+TemporaryFolder::TemporaryFolder() {
+    static std::atomic<unsigned> count{0};
+    static const unsigned process = std::random_device{}();
+    const std::string given = VX_QRS::uEnvironment::get("ORV_TEST_TEMP");
+    const auto base = given.empty() ? std::filesystem::temp_directory_path() : std::filesystem::path(given);
+    path = base / ("orv_test_" + std::to_string(process) + "_" + std::to_string(count++));
+    std::filesystem::create_directories(path);
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::vector<std::string> linesOf(const std::string& path) {
+    std::ifstream in(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+void writeText(const std::string& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+bool exists(const std::string& path) {
+    return std::filesystem::exists(path);
+}
+
+} // namespace test_support
