@@ -3,6 +3,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -17,8 +18,9 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t small = 64 * 1024;   // a record of the usual size, which stays in the caches
-constexpr std::size_t large = 1024 * 1024; // one that does not
+constexpr std::size_t kibi = 1024;
+// A record of the usual size and a large one, which stay in the caches, and a whole upload, which does not.
+constexpr std::array<std::size_t, 3> sizesMeasured{64 * kibi, 1024 * kibi, 64 * 1024 * kibi};
 
 enum Content { Plain, Random };
 
@@ -68,7 +70,7 @@ void unescape(benchmark::State& state) {
 
 void sizes(benchmark::internal::Benchmark* benchmark) {
     for (const Content kind : {Plain, Random}) {
-        for (const std::size_t size : {small, large})
+        for (const std::size_t size : sizesMeasured)
             benchmark->Args({kind, static_cast<std::int64_t>(size)});
     }
     benchmark->UseRealTime();
@@ -86,7 +88,7 @@ std::string named(const std::string& what, Content kind, std::size_t size) {
 
 void reportEscape(benchmarks::Report& report) {
     using namespace benchmarks;
-    for (const std::size_t size : {small, large}) {
+    for (const std::size_t size : sizesMeasured) {
         const std::string room = " of " + std::to_string(size / 1024) + " KiB";
         const auto amount = static_cast<double>(size);
         for (const std::string what : {"escape", "unescape"}) {

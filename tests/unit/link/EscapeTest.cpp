@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <span>
 #include <vector>
 
 using namespace MPX_GDB_AGENT;
@@ -145,4 +146,126 @@ TEST(Unescape, StopsWhereTheOutputIsFull) {
     const Result result = unescaped({'}', ']', '}', ']', 'x'}, 1);
     EXPECT_EQ(result.plain, Bytes{'}'});
     EXPECT_EQ(result.used, 2u);
+}
+
+namespace {
+
+enum class Mix { Random, AllSpecial, EscapesOnly, Sparse, Plain };
+
+std::uint8_t drawn(std::mt19937& generator, Mix mix) {
+    static const std::uint8_t special[] = {'}', '#', '$', '*'};
+    const auto number = generator();
+    switch (mix) {
+    case Mix::AllSpecial:
+        return special[number % std::size(special)];
+    case Mix::EscapesOnly:
+        return '}';
+    case Mix::Sparse:
+        return number % 512 == 0 ? special[number / 512 % std::size(special)] : std::uint8_t{'x'};
+    case Mix::Plain:
+        return static_cast<std::uint8_t>('a' + number % 26);
+    case Mix::Random:
+        break;
+    }
+    return static_cast<std::uint8_t>(number);
+}
+
+// Bytes that begin `shift` bytes behind where storage begins, and end where it ends.
+struct Shifted {
+    Shifted(const Bytes& bytes, std::size_t shift) : storage(shift), at(shift) {
+        storage.insert(storage.end(), bytes.begin(), bytes.end());
+        storage.shrink_to_fit();
+    }
+    std::span<const std::uint8_t> span() const { return std::span(storage).subspan(at); }
+
+    Bytes storage;
+    std::size_t at;
+};
+
+void expectRoundTrip(const Bytes& plain, std::size_t fromShift, std::size_t toShift) {
+    const Bytes raw = escapedSlowly(plain);
+    const Shifted in(plain, fromShift);
+    Bytes out(toShift + 2 * plain.size(), 0xEE);
+    const std::size_t written = escapeBytes(in.span(), out.data() + toShift);
+    const auto begin = out.begin() + static_cast<std::ptrdiff_t>(toShift);
+    const auto end = begin + static_cast<std::ptrdiff_t>(written);
+    ASSERT_EQ(Bytes(begin, end), raw);
+    ASSERT_TRUE(std::all_of(out.begin(), begin, [](std::uint8_t byte) { return byte == 0xEE; }));
+    ASSERT_TRUE(std::all_of(end, out.end(), [](std::uint8_t byte) { return byte == 0xEE; }));
+
+    const Shifted escapedIn(raw, fromShift);
+    Bytes back(toShift + plain.size(), 0xEE);
+    const Unescaped done = unescapeBytes(escapedIn.span(), std::span(back).subspan(toShift));
+    ASSERT_EQ(done.used, raw.size());
+    ASSERT_EQ(done.produced, plain.size());
+    ASSERT_TRUE(std::equal(plain.begin(), plain.end(), back.begin() + static_cast<std::ptrdiff_t>(toShift)));
+}
+
+} // namespace
+
+TEST(Escape, EveryLengthOfEveryMixMatchesTheReference) {
+    std::mt19937 generator(99);
+    for (const Mix mix : {Mix::Random, Mix::AllSpecial, Mix::EscapesOnly, Mix::Sparse, Mix::Plain}) {
+        for (std::size_t size = 0; size <= 300; ++size) {
+            Bytes plain(size);
+            std::generate(plain.begin(), plain.end(), [&] { return drawn(generator, mix); });
+            ASSERT_NO_FATAL_FAILURE(expectRoundTrip(plain, 0, 0)) << size;
+        }
+    }
+}
+
+TEST(Escape, EveryAlignmentMatchesTheReference) {
+    std::mt19937 generator(101);
+    for (std::size_t fromShift = 0; fromShift < 17; ++fromShift) {
+        for (std::size_t toShift = 0; toShift < 17; ++toShift) {
+            Bytes plain(300 + generator() % 100);
+            std::generate(plain.begin(), plain.end(), [&] { return drawn(generator, Mix::Random); });
+            ASSERT_NO_FATAL_FAILURE(expectRoundTrip(plain, fromShift, toShift)) << fromShift << ' ' << toShift;
+        }
+    }
+}
+
+TEST(Escape, LongStretchesWithAndWithoutEscapesFollowEachOther) {
+    std::mt19937 generator(103);
+    for (int round = 0; round < 200; ++round) {
+        Bytes plain;
+        while (plain.size() < 20000) {
+            const auto mix = static_cast<Mix>(generator() % 5);
+            for (auto left = generator() % 2500; left != 0; --left)
+                plain.push_back(drawn(generator, mix));
+        }
+        ASSERT_NO_FATAL_FAILURE(expectRoundTrip(plain, generator() % 16, generator() % 16)) << round;
+    }
+}
+
+// No encoder writes an escape byte behind an escape, but whatever comes has one meaning.
+TEST(Unescape, EscapeBytesInARowMatchTheReferenceWhereverTheyStand) {
+    for (std::size_t row = 1; row <= 70; ++row) {
+        for (std::size_t at = 0; at < 140; ++at) {
+            Bytes raw(300, 'x');
+            std::fill_n(raw.begin() + static_cast<std::ptrdiff_t>(at), row, std::uint8_t{'}'});
+            const Result fast = unescaped(raw, raw.size());
+            const Result slow = unescapedSlowly(raw, raw.size());
+            ASSERT_EQ(fast.plain, slow.plain) << row << " at " << at;
+            ASSERT_EQ(fast.used, slow.used) << row << " at " << at;
+        }
+    }
+}
+
+TEST(Unescape, AnyBytesAndSizesMatchTheReferenceOverLongStretches) {
+    std::mt19937 generator(107);
+    for (int round = 0; round < 3000; ++round) {
+        Bytes raw;
+        while (raw.size() < 1500) {
+            const auto mix = static_cast<Mix>(generator() % 5);
+            for (auto left = generator() % 300; left != 0; --left)
+                raw.push_back(drawn(generator, mix));
+        }
+        raw.resize(generator() % raw.size());
+        const std::size_t wanted = generator() % 1600;
+        const Result fast = unescaped(raw, wanted);
+        const Result slow = unescapedSlowly(raw, wanted);
+        ASSERT_EQ(fast.plain, slow.plain) << "round " << round;
+        ASSERT_EQ(fast.used, slow.used) << "round " << round;
+    }
 }
