@@ -1,0 +1,121 @@
+#include "tests/truth/Judgement.h"
+
+#include "common/source/Exception.h"
+#include "tests/support/bench_client/BenchRig.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <stdexcept>
+
+namespace truth {
+
+namespace {
+
+using namespace VX_QRS::ORV::CLIENT;
+using bench_client::BenchRig;
+
+constexpr double lowestCentral = 0.15; // the middle 70 percent
+constexpr double highestCentral = 0.85;
+/// A chance below which no recording that anybody makes shows a wrong bit.
+constexpr double never = 1e-9;
+
+std::string describe(const bench::Scenario& scenario, const bench::RecordingTruth& truth) {
+    char item[200];
+    std::snprintf(item, sizeof item, "%u pins at %.1f MHz, %.2f samples in half a period, jitter %.2f, %s-aligned;",
+                  scenario.pins, truth.frequency / 1e6, truth.halfPeriod, scenario.wiring.jitter,
+                  scenario.wiring.alignment == bench::Alignment::Edge ? "edge" : "centre");
+    std::string text = item;
+    for (const bench::PinTruth& pin : truth.pins) {
+        std::snprintf(item, sizeof item, " proc %u: slot %s, eye %.2f, at %.2f to %.2f, errors %.2g;", pin.proc,
+                      std::to_string(pin.slot).c_str(), pin.eye, pin.fractionMin, pin.fractionMax, pin.errorRate);
+        text += item;
+    }
+    return text;
+}
+
+/// Delays that differ from the first pin's by what the wiring differs, had they been exact.
+std::vector<double> skewErrors(BenchRig& rig) {
+    const Cal& cal = rig.inside().cal();
+    std::vector<double> errors;
+    for (const bench::PinTruth& pin : rig.truth->pins) {
+        if (pin.proc <= 1) {
+            continue;
+        }
+        const double wired = pin.skew - rig.truth->pins.front().skew;
+        const double found = static_cast<double>(cal.proc[1].delay) - static_cast<double>(cal.proc[pin.proc].delay);
+        errors.push_back(found - wired);
+    }
+    return errors;
+}
+
+/// What is wrong with a recording ten times as long as the verification's; nothing for nothing.
+std::optional<std::string> faultOfLongRecording(BenchRig& rig) {
+    if (rig.scenario.kind == bench::ExportKind::Pti) {
+        return rig.recordPattern(10 * verificationBytes);
+    }
+    // An export that is not framed cannot be judged by its words: then by the chance of a wrong bit.
+    const bool safe =
+        std::ranges::all_of(rig.truth->pins, [](const bench::PinTruth& pin) { return pin.errorRate < never; });
+    return safe ? std::nullopt : std::optional<std::string>("bits are taken wrong");
+}
+
+} // namespace
+
+char letterOf(Outcome outcome) {
+    return "+trX"[static_cast<std::size_t>(outcome)];
+}
+
+const char* nameOf(Outcome outcome) {
+    constexpr const char* names[] = {"right", "thin", "refused", "wrong"};
+    return names[static_cast<std::size_t>(outcome)];
+}
+
+Position positionOf(std::span<const EyePosition> pins) {
+    Position position;
+    for (const EyePosition& pin : pins) {
+        position.sameSlot = position.sameSlot && pin.slot == pins.front().slot && pin.eye > 0.0;
+        position.central = position.central && pin.fractionMin >= lowestCentral && pin.fractionMax <= highestCentral;
+    }
+    return position;
+}
+
+Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder, std::uint64_t begin) {
+    BenchRig rig(scenario, folder);
+    rig.time.pass(begin);
+    Verdict verdict;
+    verdict.megahertz = scenario.transmitter.frequencies.back() / 1e6;
+    try {
+        rig.channel->calibrate();
+    } catch (const Exception& e) {
+        verdict.outcome = Outcome::refused;
+        verdict.reason = e.detail();
+        if (verdict.reason.empty() || rig.inside().control().state != Uncalibrated) {
+            throw std::logic_error(scenario.name + " is refused without a reason, or not for good");
+        }
+        return verdict;
+    }
+    if (rig.inside().control().state != Calibrated || !rig.truth) {
+        throw std::logic_error(scenario.name + " is calibrated without a recording, or not for good");
+    }
+    verdict.setting = rig.inside().clocking().frequencySetting;
+    verdict.megahertz = rig.inside().clocking().exportFrequency / 1e6;
+    verdict.description = describe(scenario, *rig.truth);
+    verdict.skewErrors = skewErrors(rig);
+    std::vector<EyePosition> eyes;
+    for (const bench::PinTruth& pin : rig.truth->pins) {
+        eyes.push_back({pin.slot, pin.eye, pin.fractionMin, pin.fractionMax});
+    }
+    verdict.position = positionOf(eyes);
+    if (verdict.position.right()) {
+        verdict.outcome = Outcome::right;
+        return verdict;
+    }
+    const std::optional<std::string> fault =
+        verdict.position.sameSlot ? faultOfLongRecording(rig) : std::optional<std::string>("not in the same slot");
+    verdict.outcome = fault ? Outcome::wrong : Outcome::thin;
+    verdict.reason = fault.value_or("");
+    return verdict;
+}
+
+} // namespace truth

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "tests/truth/Judgement.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace truth {
+
+/// Outcomes by rate, and how well skews were recovered.
+class TruthTable {
+public:
+    /// One wiring. The order of the seeds is that of their letters.
+    void add(std::uint64_t seed, const Verdict& verdict);
+
+    unsigned count(Outcome outcome) const;
+    unsigned total() const;
+    /// What is compared with an earlier time's: the table per rate, a letter for each wiring, and the reasons.
+    std::string text(const std::string& title) const;
+
+    struct Case {
+        std::uint64_t seed;
+        bool sameSlot;
+        std::string story;
+    };
+    std::vector<Case> wrong;
+
+private:
+    struct Row {
+        std::array<unsigned, 4> counts{};
+        double skewErrors = 0.0;
+        double worstSkewError = 0.0;
+        unsigned skews = 0;
+        void add(const Verdict& verdict);
+        std::string text(const std::string& head) const;
+    };
+
+    std::map<unsigned, Row> byRate; ///< from so many MHz
+    Row all;
+    std::map<std::string, unsigned> reasons;
+    std::string letters;
+    std::uint64_t firstSeed = 0;
+};
+
+/// Wirings of that many seeds in a row, each calibrated and judged.
+TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind);
+
+/// Compares with a table of an earlier time. Nothing when they are the same; else a text that says which wirings changed
+/// and how to renew the file. With ORV_TRUTH_RENEW set the file is written instead.
+std::string differenceFrom(const std::filesystem::path& baseline, const std::string& text);
+
+} // namespace truth
