@@ -124,6 +124,13 @@ std::vector<std::uint32_t> ScriptedServer::startedPorts() const {
     return ports;
 }
 
+std::vector<std::uint32_t> ScriptedServer::startedPids() const {
+    std::vector<std::uint32_t> pids;
+    for (const Started& one : started())
+        pids.push_back(one.pid);
+    return pids;
+}
+
 bool ScriptedServer::allEnded() const {
     const std::vector<Started> all = started();
     const auto runs = [](const Started& one) { return uEnvironment::processExists(one.pid); };

@@ -42,6 +42,8 @@ public:
     std::string report() const;
     /// Ports of the processes that were started, in order.
     std::vector<std::uint32_t> startedPorts() const;
+    /// Their process ids, likewise.
+    std::vector<std::uint32_t> startedPids() const;
     /// Whether all processes that were started have ended. Waits a while for that.
     bool allEnded() const;
 
