@@ -41,10 +41,12 @@ DataServer::DataServer(LoopbackSocket listening, ServerOptions chosen)
       service(unit, unitMutex, options.scenario.faults.version), faults(options.scenario.faults) {
     logFile.open(options.folder / "server.log", std::ios::app);
     truth.open(options.folder / "truth.jsonl", std::ios::app);
-    if (!logFile || !truth) {
+    contents.open(options.folder / "contents.jsonl", std::ios::app);
+    if (!logFile || !truth || !contents) {
         throw ServerError("cannot write into " + options.folder.string());
     }
     unit.onRecording = [this](const RecordingTruth& recording) { truth << truthLine(recording) << std::endl; };
+    unit.onFinished = [this](const ContentsTruth& held) { contents << contentsLine(held) << std::endl; };
     openSidePort();
     log("listening at " + std::to_string(options.port) + ", siblings at " + std::to_string(side) + ", scenario " +
         options.scenario.name);

@@ -62,6 +62,7 @@ private:
     LoopbackSocket sideListener;
     std::uint16_t side = 0;
     std::ofstream truth;
+    std::ofstream contents;
     std::ofstream logFile;
     std::mutex logMutex;
     std::mutex unitMutex;

@@ -27,4 +27,19 @@ std::string truthLine(const RecordingTruth& truth) {
     return out.str();
 }
 
+std::string contentsLine(const ContentsTruth& contents) {
+    std::ostringstream out;
+    out.imbue(std::locale::classic());
+    out << "{\"framing\":\"" << (contents.framing == Framing::Packets ? "packets" : "words")
+        << "\",\"blocks_overwritten\":" << contents.blocksOverwritten << ",\"blocks\":" << contents.blocksKept
+        << ",\"runs\":[";
+    const char* between = "";
+    for (const Recorder::Run& run : contents.runs) {
+        out << between << "{\"first_word\":" << run.firstWord << ",\"words\":" << run.words << "}";
+        between = ",";
+    }
+    out << "]}";
+    return out.str();
+}
+
 } // namespace bench

@@ -10,4 +10,7 @@ namespace bench {
 // generator.
 std::string truthLine(const RecordingTruth& truth);
 
+// What one recording holds, likewise.
+std::string contentsLine(const ContentsTruth& contents);
+
 } // namespace bench

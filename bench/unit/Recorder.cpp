@@ -216,6 +216,14 @@ std::size_t Recorder::look(std::span<std::uint8_t> out) const {
     return copyOut(cursor, bytesHeld(0.0), out);
 }
 
+std::vector<Recorder::Run> Recorder::runs() const {
+    std::vector<Run> all;
+    for (const Piece& piece : pieces) {
+        all.push_back({piece.segment.firstWord, piece.words});
+    }
+    return all;
+}
+
 void Recorder::discard(double now) {
     if (open_) {
         Piece current = std::move(pieces.back());

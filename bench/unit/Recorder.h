@@ -29,6 +29,7 @@ public:
     // it has wrapped, the newest `size` less one block.
     void open(std::uint32_t size, bool wrapping);
     void setFraming(Framing framing) { format = framing; }
+    Framing framing() const { return format; }
 
     // Words come in from sample `from` on.
     void begin(Segment segment, double from, double wordsPerSample);
@@ -54,6 +55,16 @@ public:
 
     // What was recorded so far is gone.
     void discard(double now);
+
+    // A run of words of one transmission's stream.
+    struct Run {
+        std::uint64_t firstWord = 0;
+        std::uint64_t words = 0;
+    };
+    // What a finished recording took, in order; and how many of its blocks were overwritten, and how many are there.
+    std::vector<Run> runs() const;
+    std::uint64_t blocksOverwritten() const { return firstBlock(); }
+    std::uint64_t blocksKept() const { return lastBlock() - firstBlock(); }
 
 private:
     struct Piece {

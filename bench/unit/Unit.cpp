@@ -247,7 +247,7 @@ void Unit::start() {
 void Unit::stop() {
     update(false);
     if (started) {
-        recorder.finish(static_cast<double>(sampleNow()));
+        finishRecording(sampleNow());
     }
     started = false;
 }

@@ -53,6 +53,15 @@ struct RecordingTruth {
     std::vector<PinTruth> pins;
 };
 
+// What a recording holds once it is over: which words of the stream on the wire, counted from the start of the
+// transmission, and which of the blocks that they fill are still there.
+struct ContentsTruth {
+    Framing framing = Framing::Packets;
+    std::vector<Recorder::Run> runs;
+    std::uint64_t blocksOverwritten = 0;
+    std::uint64_t blocksKept = 0;
+};
+
 // The callback records of the recording stream.
 class RecordSink {
 public:
@@ -78,6 +87,8 @@ public:
 
     // Called once for each recording, when its first word can be taken.
     std::function<void(const RecordingTruth&)> onRecording;
+    // Called once for each recording, when it has ended.
+    std::function<void(const ContentsTruth&)> onFinished;
 
     // --- registers ---
     std::uint32_t read(std::uint32_t kind, reg::Address address);
@@ -138,6 +149,7 @@ private:
     // Brings the recorder up to date; `changed`: something that recording depends on is about to be, or was,
     // altered.
     void update(bool changed);
+    void finishRecording(std::int64_t now);
     void beginSegment(unsigned channel, std::int64_t now, bool goesOn);
     void reportTruth(const Segment& segment, unsigned channel);
 

@@ -166,7 +166,7 @@ std::optional<unsigned> Unit::capturingChannel() const {
 void Unit::update(bool changed) {
     const std::int64_t now = sampleNow();
     if (started && !recorder.finished() && recorder.full(static_cast<double>(now))) {
-        recorder.finish(static_cast<double>(now));
+        finishRecording(now);
         stoppedByItself = true;
         return;
     }
@@ -183,6 +183,16 @@ void Unit::update(bool changed) {
             recordingSince = now;
         }
         beginSegment(*channel, now, goesOn);
+    }
+}
+
+void Unit::finishRecording(std::int64_t now) {
+    if (recorder.finished()) {
+        return;
+    }
+    recorder.finish(static_cast<double>(now));
+    if (onFinished) {
+        onFinished({recorder.framing(), recorder.runs(), recorder.blocksOverwritten(), recorder.blocksKept()});
     }
 }
 
