@@ -1,0 +1,109 @@
+#include "host/burst/BurstCommand.h"
+
+#include <fstream>
+#include <functional>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include "host/basics/OutputFiles.h"
+#include "host/burst/BurstExport.h"
+
+namespace host {
+
+namespace {
+
+using diagnostics::Burst;
+
+void write(const std::string& file, const std::function<void(std::ostream&)>& body) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    body(out);
+    out.close();
+    if (!out)
+        throw Failure(ExitCode::OutputUnwritable, file + " cannot be written; is there room on the disk?");
+}
+
+class BurstCommand final : public Command {
+public:
+    BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets") {}
+
+    void setUp(CLI::App& app) override {
+        app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required();
+        app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok");
+        app.add_option("--csv", csv, "Write comma-separated values, a line for each sample");
+        app.add_option("--from", from, "First sample (0)")->check(CLI::NonNegativeNumber);
+        app.add_option("--to", to, "One behind the last sample (all)")->check(CLI::PositiveNumber);
+        app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)");
+        app.add_flag("--force", force, "Overwrite outputs that exist");
+        addJson(app);
+        app.footer("Times come from the samples a second that the burst's head gives.\n"
+                   "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
+    }
+
+    ExitCode run() override {
+        if (vcd.empty() && csv.empty())
+            throw Failure(ExitCode::Usage, "give --vcd FILE, --csv FILE or both");
+        if (vcd == csv)
+            throw Failure(ExitCode::Usage, "--vcd and --csv name the same file");
+        const Burst burst = diagnostics::readBurst(file);
+        const BurstPart part = partOf(burst, from, to, pins);
+        for (const std::string& output : {vcd, csv}) {
+            if (!output.empty())
+                testOutputFile(output, force);
+        }
+        if (!vcd.empty())
+            write(vcd, [&](std::ostream& out) { writeVcd(out, burst, part); });
+        if (!csv.empty())
+            write(csv, [&](std::ostream& out) { writeCsv(out, burst, part); });
+        tell(burst, part);
+        return ExitCode::Done;
+    }
+
+private:
+    void tell(const Burst& burst, const BurstPart& part) const {
+        if (json) {
+            nlohmann::json out{{"outcome", "done"},
+                               {"exitCode", 0},
+                               {"samples", part.to - part.from},
+                               {"samplesPerSecond", burst.rates.sampleRate()},
+                               {"rateMeasured", burst.rates.known()},
+                               {"pins", nlohmann::json::array()},
+                               {"files", nlohmann::json::object()}};
+            for (const std::size_t proc : part.pins)
+                out["pins"].push_back(signalName(proc));
+            if (!vcd.empty())
+                out["files"]["vcd"] = vcd;
+            if (!csv.empty())
+                out["files"]["csv"] = csv;
+            std::cout << out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n" << std::flush;
+            return;
+        }
+        std::cout << part.to - part.from << " samples of " << part.pins.size() << " pins, "
+                  << burst.rates.sampleRate() / 1e9 << "e9 a second";
+        if (!burst.rates.known())
+            std::cout << " (the unit's usual clock; no frequency was measured)";
+        std::cout << "\n";
+        for (const std::string& output : {vcd, csv}) {
+            if (!output.empty())
+                std::cout << "  " << output << "\n";
+        }
+        std::cout << std::flush;
+    }
+
+    std::string file;
+    std::string vcd;
+    std::string csv;
+    std::size_t from = 0;
+    std::size_t to = 0;
+    std::string pins;
+    bool force = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeBurstCommand() {
+    return std::make_unique<BurstCommand>();
+}
+
+} // namespace host

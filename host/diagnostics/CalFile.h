@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/diagnostics/Rates.h"
+
+namespace host::diagnostics {
+
+/// One pin of a calibration report. Lengths are in samples of the unit.
+struct CalPin {
+    std::string name; ///< "Clock", "Data 1", ...
+    /// At the delay taken as a lag, and with the pins as they are set in the end. Not a number for a pin that stands
+    /// still. Only with the strategy that compares data with data.
+    std::optional<double> correlation;
+    std::optional<double> correlationAtZero;
+    std::optional<unsigned> glitches, ringing, edges;
+    /// The file's "-": from a clock edge to the next change of the data. Nothing when no change was seen.
+    std::optional<std::uint32_t> hold;
+    /// The file's "+": from a change of the data to the next clock edge.
+    std::optional<std::uint32_t> setup;
+    std::optional<int> delay, stretch, filter, debounce, plateau;
+};
+
+/// A file that ends in ".cal.txt".
+struct CalFile {
+    Rates rates;
+    std::vector<CalPin> pins;                                    ///< the clock first; never empty
+    std::string exportKind;                                      ///< "pti", "tpiu", "tpiulite"
+    std::vector<std::pair<std::string, std::string>> properties; ///< as they stand, in their order
+};
+
+/// Throws Failure (BadInput) with file, line and what is wrong; never anything else, whatever the bytes.
+CalFile parseCalFile(std::string_view text, const std::string& file);
+CalFile readCalFile(const std::filesystem::path& file);
+
+} // namespace host::diagnostics

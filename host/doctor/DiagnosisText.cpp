@@ -1,0 +1,102 @@
+#include "host/doctor/DiagnosisText.h"
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "host/diagnostics/BurstFile.h"
+
+namespace host {
+
+namespace {
+
+using diagnostics::DiagnosticSet;
+using diagnostics::Verdict;
+using nlohmann::json;
+
+const char* outcomeName(Verdict::Outcome outcome) {
+    switch (outcome) {
+    case Verdict::Outcome::Accepted:
+        return "accepted";
+    case Verdict::Outcome::Refused:
+        return "refused";
+    case Verdict::Outcome::Untold:
+        break;
+    }
+    return "untold";
+}
+
+std::string counted(std::size_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+json attemptJson(const DiagnosticSet& set, const Diagnosis& diagnosis, std::size_t index) {
+    const diagnostics::FileGroup& attempt = set.attempts[index];
+    const Verdict& verdict = diagnosis.verdicts[index];
+    return {{"setting", *attempt.setting},
+            {"hertz", attempt.rates().exportFrequency},
+            {"verdict", outcomeName(verdict.outcome)},
+            {"receiverText", verdict.receiverText},
+            {"reason", verdict.words}};
+}
+
+json findingJson(const Finding& finding) {
+    json out{{"kind", finding.kind},     {"severity", finding.severity == Finding::Severity::Fault ? "fault" : "note"},
+             {"text", finding.text},     {"evidence", finding.evidence},
+             {"remedy", finding.remedy}, {"pins", json::array()}};
+    for (const std::size_t pin : finding.pins)
+        out["pins"].push_back(diagnostics::pinName(pin));
+    if (finding.fittingRate)
+        out["fittingHertz"] = *finding.fittingRate;
+    return out;
+}
+
+} // namespace
+
+std::string findingCount(const Diagnosis& diagnosis) {
+    const auto faults = static_cast<std::size_t>(
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
+                      [](const Finding& finding) { return finding.severity == Finding::Severity::Fault; }));
+    const std::size_t notes = diagnosis.findings.size() - faults;
+    if (diagnosis.findings.empty())
+        return "nothing found";
+    if (notes == 0)
+        return counted(faults, "fault") + " found";
+    return faults == 0 ? "nothing found that is broken, " + counted(notes, "note")
+                       : counted(faults, "fault") + " and " + counted(notes, "note") + " found";
+}
+
+std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis) {
+    std::string text = set.name + ": " + diagnosis.headline + "\n" + findingCount(diagnosis) + "\n";
+    for (const Finding& finding : diagnosis.findings) {
+        text += finding.severity == Finding::Severity::Fault ? "\nfault: " : "\nnote: ";
+        text += finding.text + "\n";
+        for (const std::string& line : finding.evidence)
+            text += "  evidence: " + line + "\n";
+        text += "  check: " + finding.remedy + "\n";
+    }
+    if (!diagnosis.limits.empty())
+        text += "\n";
+    for (const std::string& limit : diagnosis.limits)
+        text += limit + "\n";
+    return text;
+}
+
+json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
+    json out{{"stem", (set.folder / set.name).string()},
+             {"calibrated", nullptr},
+             {"headline", diagnosis.headline},
+             {"attempts", json::array()},
+             {"findings", json::array()},
+             {"limits", diagnosis.limits},
+             {"damaged", set.troubles}};
+    if (diagnosis.calibrated)
+        out["calibrated"] = *diagnosis.calibrated;
+    for (std::size_t i = 0; i < set.attempts.size(); ++i)
+        out["attempts"].push_back(attemptJson(set, diagnosis, i));
+    for (const Finding& finding : diagnosis.findings)
+        out["findings"].push_back(findingJson(finding));
+    return out;
+}
+
+} // namespace host
