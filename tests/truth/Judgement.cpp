@@ -80,9 +80,10 @@ Position positionOf(std::span<const EyePosition> pins) {
     return position;
 }
 
-Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder, std::uint64_t begin) {
+Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder,
+                          std::uint64_t roundTrip) {
     BenchRig rig(scenario, folder);
-    rig.time.pass(begin);
+    rig.time.roundTrip = roundTrip;
     Verdict verdict;
     verdict.megahertz = scenario.transmitter.frequencies.back() / 1e6;
     try {

@@ -53,9 +53,10 @@ struct Verdict {
 };
 
 /// Calibrates a channel over the bench's unit in this process and judges it. The diagnostic files stay in `folder`, under
-/// the stem "trace". `begin` is the unit's time when the calibration begins, in nanoseconds; noise depends on it.
+/// the stem "trace". `roundTrip` is what a request to the unit takes, in nanoseconds: at another one, other samples are
+/// taken, and other noise is met.
 /// @throws std::logic_error when a refusal has no reason or leaves the channel in another state than it says.
 Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder,
-                          std::uint64_t begin = 0);
+                          std::uint64_t roundTrip = 20000);
 
 } // namespace truth

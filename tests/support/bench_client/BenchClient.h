@@ -22,8 +22,9 @@ public:
     void sleep(std::uint32_t milliseconds) override;
     void pass(std::uint64_t nanoseconds) { now += nanoseconds; }
 
-    std::uint64_t now = 0;    ///< nanoseconds
-    std::uint64_t waited = 0; ///< milliseconds
+    std::uint64_t roundTrip = 20000; ///< nanoseconds that a request takes
+    std::uint64_t now = 0;           ///< nanoseconds
+    std::uint64_t waited = 0;        ///< milliseconds
     std::uint64_t waits = 0;
 };
 
@@ -51,9 +52,7 @@ public:
     void flush() override;
 
 private:
-    void tick() { time.pass(roundTrip); }
-
-    static constexpr std::uint64_t roundTrip = 20000; // nanoseconds
+    void tick() { time.pass(time.roundTrip); }
 
     bench::Unit& unit;
     BenchTime& time;

@@ -83,6 +83,10 @@ struct ChannelInspector {
     void findMargin(Metrics& m) { channel.findMargin(m); }
     void adjustClockDelay(Metrics& m) { channel.adjustClockDelay(m); }
     void computeOvsDataCorrelation(Metrics& m) { channel.computeOvsDataCorrelation(m); }
+    void formatDelaysForFpga(Metrics& m) { channel.formatDelaysForFpga(m); }
+    double findPeakCorrelation(const ProcMetrics& p, std::int32_t& delay, std::uint32_t range) {
+        return channel.findPeakCorrelation(p, delay, range);
+    }
     void verifyOvsMargin(const Cal& target, std::int32_t margin) { channel.verifyOvsMargin(target, margin); }
 
     // verification

@@ -77,7 +77,7 @@ public:
     double uniform() { return static_cast<double>(random() >> 32) / 4294967296.0; }
 
     OwnedBurst next() {
-        const std::uint32_t words = below(100) == 0 ? 512 : 1 + below(48);
+        const std::uint32_t words = below(400) == 0 ? 512 : 1 + below(36);
         OwnedBurst result(2 + below(7), words);
         rate(result.burst);
         const double half = result.burst.oversampling > 1.0 && result.burst.oversampling < 1000.0

@@ -1,11 +1,10 @@
-#include "client/analysis/Alignment.h"
 #include "client/analysis/BitCounts.h"
 #include "client/analysis/Conversions.h"
 #include "client/analysis/Edges.h"
 #include "client/analysis/Margins.h"
-#include "client/analysis/SamplingPosition.h"
 #include "tests/unit/client/calibration_bursts.h"
 #include "tests/unit/client/calibration_reference.h"
+#include "tests/unit/client/channel_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +18,8 @@ namespace {
 
 using namespace VX_QRS::ORV::CLIENT;
 
-constexpr std::uint32_t burstsPerSeed = 12500;
+/// Eight seeds of each comparison make 100,000; a build that runs slowly takes fewer.
+constexpr std::uint32_t burstsPerSeed = ORV_RANDOM_BURSTS / 8;
 
 bool same(double a, double b) {
     return (std::isnan(a) && std::isnan(b)) || std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
@@ -50,37 +50,42 @@ bool same(double a, double b) {
     return ::testing::AssertionSuccess();
 }
 
-const char* nameOf(analysis::SamplingPosition position) {
-    switch (position) {
-    case analysis::SamplingPosition::center:
-        return "center";
-    case analysis::SamplingPosition::edge:
-        return "edge";
-    default:
-        return "none";
-    }
-}
-
 using analysis::Burst;
 
-std::uint32_t offsetOf(const Burst& burst, const std::string& samplingPos, const Metrics& m) {
-    return samplingPos == "edge" && m.proc[0].delay == 0 ? analysis::halfPeriod(burst.oversampling) : 0;
+constexpr const char* positions[] = {"center", "edge", "detect"};
+
+/// Gives the channel a burst, as if it had captured it at that rate.
+void hand(ChannelInspector in, const bursts::OwnedBurst& owned) {
+    const Burst& burst = owned.burst;
+    in.settings().numPins = burst.numPins;
+    for (std::uint32_t p = 0; p < burst.numPins; ++p) {
+        in.oversampling().ovsWords[p] = owned.pins[p];
+    }
+    in.oversampling().ovsDepth = burst.length / 16;
+    in.clocking().oversampling = burst.oversampling;
+    in.clocking().bitSamples = burst.bitSamples;
 }
 
-/// What the channel's `align` does with the functions.
-void alignLikeTheChannel(const Burst& burst, std::uint32_t strategy, const std::string& samplingPos,
-                         std::uint32_t referencePin, Metrics& m) {
-    if (strategy == 0) {
-        analysis::findMargin(burst, offsetOf(burst, samplingPos, m), m);
-        analysis::alignDataWithClock(burst, m);
-    } else {
-        analysis::alignDataWithData(burst, referencePin, m);
+/// Whether the channel did it, or refused for the reason that such a step has.
+template <typename Step>
+bool done(Step step, const char* reason) {
+    try {
+        step();
+    } catch (const Exception& e) {
+        EXPECT_EQ(e.status(), eCALIBRATE);
+        EXPECT_STREQ(e.detail(), reason);
+        return false;
     }
-    if (samplingPos == "edge") {
-        m.proc[0].delay = analysis::wrappingSum(m.proc[0].delay, analysis::halfPeriod(burst.oversampling));
-    }
-    analysis::formatDelays(burst.numPins, m);
+    return true;
 }
+
+/// A pattern by its share of ones.
+class SharePattern : public Pattern {
+public:
+    double onesRatio() override { return share; }
+    bool check(std::uint16_t, std::uint16_t, bool&) override { return false; }
+    double share = 0.5;
+};
 
 /// Burst positions that matter to edge finding, and some that should not.
 std::uint32_t somePosition(bursts::Generator& random, const Burst& burst) {
@@ -99,6 +104,17 @@ std::uint32_t somePosition(bursts::Generator& random, const Burst& burst) {
 }
 
 class RandomBursts : public ::testing::TestWithParam<std::uint32_t> {};
+
+/// The channel's own members over the bursts, one after the other as an attempt calls them.
+class RandomAttempts : public client_test::ChannelTest, public ::testing::WithParamInterface<std::uint32_t> {
+protected:
+    RandomAttempts() {
+        openChannel();
+        ON_CALL(transmitter, getPattern).WillByDefault(testing::Return(&pattern));
+    }
+
+    SharePattern pattern;
+};
 
 TEST_P(RandomBursts, GiveTheSameEdgesInBothImplementations) {
     bursts::Generator random(GetParam());
@@ -146,51 +162,62 @@ TEST_P(RandomBursts, GiveTheSameCountsAndCorrelationsInBothImplementations) {
     }
 }
 
-TEST_P(RandomBursts, GiveTheSameDelaysAndMarginsInBothImplementations) {
+TEST_P(RandomAttempts, GiveTheSameDelaysAndMarginsInBothImplementations) {
     bursts::Generator random(GetParam() + 2000);
+    ChannelInspector in = inside();
     std::uint32_t detected = 0;
     std::uint32_t centred = 0;
     for (std::uint32_t i = 0; i < burstsPerSeed; ++i) {
         bursts::OwnedBurst owned = random.next();
         const Burst& burst = owned.view();
+        hand(in, owned);
+        in.settings().referencePin = random.below(4) != 0 ? 1 : 1 + random.below(burst.numPins - 1);
+        const std::uint32_t reference = in.settings().referencePin;
         Metrics fast;
         Metrics slow;
-        fast.proc[0].delay = slow.proc[0].delay = static_cast<std::int32_t>(random.below(4) * 7);
+        for (std::uint32_t p = 0; p < 8; ++p) {
+            fast.proc[p].delay = slow.proc[p].delay =
+                static_cast<std::int32_t>(random.below(4) * 7); // an earlier attempt's
+        }
 
+        in.settings().samplingPos = positions[random.below(3)];
         const char* position = reference::samplingPosition(burst);
-        ASSERT_STREQ(nameOf(analysis::samplingPosition(analysis::countSamplingPositions(burst))),
-                     position != nullptr ? position : "none")
+        const std::string expected = position != nullptr ? position : in.settings().samplingPos;
+        ASSERT_EQ(done([&] { in.detectSamplingPosition(); }, "unable to detect sampling position"), position != nullptr)
             << "burst " << i;
+        ASSERT_EQ(in.settings().samplingPos, expected) << "burst " << i;
         detected += position != nullptr ? 1 : 0;
 
-        const double ratio = std::initializer_list<double>{0.5, 0.2, 2.0 / 3, 1.0, 0.0}.begin()[random.below(5)];
-        analysis::stretch(burst, ratio, fast);
-        reference::stretch(burst, ratio, slow);
+        pattern.share = std::initializer_list<double>{0.5, 0.2, 2.0 / 3, 1.0, 0.0}.begin()[random.below(5)];
+        in.stretch(fast);
+        reference::stretch(burst, pattern.share, slow);
         ASSERT_TRUE(same(fast, slow)) << "stretch of burst " << i << " at " << burst.oversampling;
 
-        const char* samplingPos = random.below(2) != 0 ? "edge" : "center";
+        const char* samplingPos = positions[random.below(2)];
+        in.settings().samplingPos = samplingPos;
+        {
+            Metrics fastByClock = fast;
+            Metrics slowByClock = slow;
+            in.align(fastByClock, 0);
+            reference::align(burst, 0, samplingPos, reference, slowByClock);
+            ASSERT_TRUE(same(fastByClock, slowByClock)) << "alignment by clock of burst " << i;
+        }
         // A start behind the burst makes the count wrap round to all of it; the slow one would not come back.
         const bool inside = burst.bitSamples + burst.skip <= burst.length;
-        const std::uint32_t strategy = inside && random.below(8) != 0 ? 1 : 0;
-        alignLikeTheChannel(burst, strategy, samplingPos, 1, fast);
-        reference::align(burst, strategy, samplingPos, 1, slow);
-        ASSERT_TRUE(same(fast, slow)) << "alignment of burst " << i << " at " << burst.oversampling;
-
         if (inside) {
-            analysis::correlateAtZero(burst, 1, fast);
-            reference::correlateAtZero(burst, 1, slow);
+            in.align(fast, 1);
+            reference::align(burst, 1, samplingPos, reference, slow);
+            ASSERT_TRUE(same(fast, slow)) << "alignment of burst " << i << " at " << burst.oversampling;
+            in.computeOvsDataCorrelation(fast);
+            reference::correlateAtZero(burst, reference, slow);
         }
-        analysis::findMargin(burst, offsetOf(burst, samplingPos, fast), fast);
+        in.findMargin(fast);
         reference::findMargin(burst, samplingPos, slow);
         ASSERT_TRUE(same(fast, slow)) << "margins of burst " << i << " at " << burst.oversampling;
 
-        const bool enough = analysis::clockMargins(burst, fast).enough;
-        if (enough) {
-            analysis::centreClock(1, fast);
-            analysis::formatDelays(burst.numPins, fast);
-            ++centred;
-        }
-        ASSERT_EQ(reference::adjustClockDelay(burst, 1, slow), enough) << "burst " << i;
+        const bool enough = done([&] { in.adjustClockDelay(fast); }, "clock margin too low");
+        centred += enough ? 1 : 0;
+        ASSERT_EQ(reference::adjustClockDelay(burst, reference, slow), enough) << "burst " << i;
         ASSERT_TRUE(same(fast, slow)) << "clock of burst " << i << " at " << burst.oversampling;
     }
     // Both ways out are met, or the comparison says little.
@@ -198,6 +225,57 @@ TEST_P(RandomBursts, GiveTheSameDelaysAndMarginsInBothImplementations) {
     EXPECT_LT(detected, burstsPerSeed - burstsPerSeed / 20);
     EXPECT_GT(centred, burstsPerSeed / 20);
     EXPECT_LT(centred, burstsPerSeed - burstsPerSeed / 20);
+}
+
+TEST_P(RandomAttempts, GiveTheSameEndOfAWatchedBurstInBothImplementations) {
+    bursts::Generator random(GetParam() + 4000);
+    for (std::uint32_t i = 0; i < burstsPerSeed / 100; ++i) { // each failure writes a file
+        bursts::OwnedBurst owned = random.next();
+        hand(inside(), owned);
+        const auto margin = static_cast<std::int32_t>(random.below(4));
+        std::uint32_t index = 0;
+        const int expected = reference::marginFault(owned.view(), margin, index);
+        const char* const texts[] = {"none", "oversampling clock margin failure at index ",
+                                     "oversampling data margin failure at index "};
+        std::string said = "none";
+        try {
+            inside().verifyOvsMargin(inside().cal(), margin);
+        } catch (const Exception& e) {
+            ASSERT_EQ(e.status(), eOVS);
+            said = e.detail();
+        }
+        ASSERT_EQ(said, expected == 0 ? "none" : texts[expected] + std::to_string(index)) << "burst " << i;
+    }
+}
+
+TEST_P(RandomAttempts, GiveTheSameDelaysOfAnyCorrelationsInBothImplementations) {
+    bursts::Generator random(GetParam() + 5000);
+    const double special[] = {0.0, -0.0, 1.0, -1.0, 0.5, std::nan(""), HUGE_VAL, -HUGE_VAL};
+    for (std::uint32_t i = 0; i < burstsPerSeed; ++i) {
+        inside().settings().numPins = 1 + random.below(8);
+        Burst pins;
+        pins.numPins = inside().settings().numPins;
+        Metrics fast;
+        Metrics slow;
+        const bool few = random.below(2) != 0; // values of which many are equal
+        for (std::uint32_t p = 0; p < 8; ++p) {
+            for (double& value : fast.proc[p].correlation) {
+                value = few || random.below(20) == 0 ? special[random.below(8)] : 2 * random.uniform() - 1;
+            }
+            slow.proc[p].correlation = fast.proc[p].correlation;
+            const std::uint32_t range = random.below(32);
+            std::int32_t delays[2] = {77, 88};
+            const double best = inside().findPeakCorrelation(fast.proc[p], delays[0], range);
+            ASSERT_TRUE(same(best, reference::findPeakCorrelation(slow.proc[p], delays[1], range))) << i;
+            ASSERT_EQ(delays[0], delays[1]) << i;
+            const std::int32_t spread = random.below(10) == 0 ? 2000000000 : 60;
+            fast.proc[p].delay = slow.proc[p].delay = static_cast<std::int32_t>(random.uniform() * spread) -
+                                                      spread / 2 + (random.below(3) == 0 ? delays[0] : 0);
+        }
+        inside().formatDelaysForFpga(fast);
+        reference::formatDelays(pins, slow);
+        ASSERT_TRUE(same(fast, slow)) << i;
+    }
 }
 
 TEST_P(RandomBursts, GiveTheSameMarginFaultInBothImplementations) {
@@ -220,6 +298,7 @@ TEST_P(RandomBursts, GiveTheSameMarginFaultInBothImplementations) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomBursts, ::testing::Range(1U, 9U));
+INSTANTIATE_TEST_SUITE_P(Seeds, RandomAttempts, ::testing::Range(1U, 9U));
 
 TEST(CountsWhosePositionsWrap, CoverTheWholeBurst) {
     // A start behind the burst leaves a count that wraps: the positions run through 2^32 and then through the burst.

@@ -235,8 +235,7 @@ private:
 };
 
 /// A stream of the pattern with synchronisation sequences and, at the given rate, faults; framed in some way.
-std::vector<std::uint8_t> drawFile(Draw& draw, const Words& sequence) {
-    const std::uint32_t packets = draw.below(12);
+std::vector<std::uint8_t> drawFile(Draw& draw, const Words& sequence, std::uint32_t packets) {
     const bool tenBit = !draw.oneIn(3);
     const std::uint32_t faultRate = draw.oneIn(3) ? 0xFFFFFFFF : 20 + draw.below(3000);
     const std::uint32_t syncRate = 10 + draw.below(400);
@@ -293,34 +292,80 @@ std::vector<std::uint8_t> drawFile(Draw& draw, const Words& sequence) {
 
 } // namespace
 
+/// What kinds of outcome were met, so that the comparison is known to mean something.
+class Kinds {
+public:
+    void add(const Outcome& o) {
+        if (o.status == 0)
+            ++seen[o.syncWords != 0 ? "good with synchronisation" : o.dataWords != 0 ? "good" : "nothing"];
+        else if (o.text.find("size") != std::string::npos)
+            ++seen["size"];
+        if (o.text.find("data errors") != std::string::npos)
+            ++seen["errors"];
+        if (o.text.find("invalid packet types") != std::string::npos)
+            ++seen["invalid packets"];
+    }
+    void expectAll(int least) {
+        for (const char* kind : {"good with synchronisation", "good", "nothing", "size", "errors", "invalid packets"})
+            EXPECT_GE(seen[kind], least) << kind;
+    }
+
+private:
+    std::map<std::string, int> seen;
+};
+
+auto anyImage(Draw& draw) {
+    auto image = sequences().begin();
+    std::advance(image, draw.below(static_cast<std::uint32_t>(sequences().size())));
+    return image;
+}
+
 TEST(PatternComparison, RandomFilesGetTheSameJudgementFromBoth) {
     const TemporaryFolder folder;
     const std::string path = folder.file("random.ver");
-    std::map<std::string, int>
-        seen; // what kinds of outcome were met, so that the comparison is known to mean something
-    for (std::uint32_t seed = 1; seed <= 3000; ++seed) {
+    Kinds kinds;
+    for (std::uint32_t seed = 1; seed <= ORV_RANDOM_BURSTS / 50; ++seed) {
         Draw draw(seed);
-        auto image = sequences().begin();
-        std::advance(image, draw.below(static_cast<std::uint32_t>(sequences().size())));
-        const std::vector<std::uint8_t> bytes = drawFile(draw, image->second);
+        const auto image = anyImage(draw);
+        const std::vector<std::uint8_t> bytes = drawFile(draw, image->second, draw.below(12));
         const std::uint32_t first = draw.oneIn(3) ? draw.below(14) : 0;
         const std::uint32_t count = draw.oneIn(2) ? draw.below(13) : 0;
         writeBytes(path, bytes);
         const auto pattern = makePattern(image->first.first.c_str(), image->first.second);
         const Outcome fast = verifyFile(*pattern, path, first, count);
-        const Outcome slow = SlowVerification(image->second, bytes).run(first, count);
-        ASSERT_EQ(fast, slow) << "seed " << seed << ", " << image->first.first << " on " << image->first.second;
-        if (fast.status == 0)
-            ++seen[fast.syncWords != 0 ? "good with synchronisation" : fast.dataWords != 0 ? "good" : "nothing"];
-        else if (fast.text.find("size") != std::string::npos)
-            ++seen["size"];
-        if (fast.text.find("data errors") != std::string::npos)
-            ++seen["errors"];
-        if (fast.text.find("invalid packet types") != std::string::npos)
-            ++seen["invalid packets"];
+        ASSERT_EQ(fast, SlowVerification(image->second, bytes).run(first, count))
+            << "seed " << seed << ", " << image->first.first << " on " << image->first.second;
+        kinds.add(fast);
     }
-    for (const char* kind : {"good with synchronisation", "good", "nothing", "size", "errors", "invalid packets"})
-        EXPECT_GE(seen[kind], 50) << kind;
+    kinds.expectAll(ORV_RANDOM_BURSTS / 5000);
 }
+
+/// Many stretches of one long file cost fewer files.
+class LongFiles : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(LongFiles, GetTheSameJudgementOfAnyStretchFromBoth) {
+    constexpr std::uint32_t stretches = 500;
+    const TemporaryFolder folder;
+    const std::string path = folder.file("long.ver");
+    Kinds kinds;
+    for (std::uint32_t i = 0; i < ORV_RANDOM_BURSTS / 8 / stretches; ++i) {
+        Draw draw(1000 * GetParam() + i);
+        const auto image = anyImage(draw);
+        const std::vector<std::uint8_t> bytes = drawFile(draw, image->second, 40);
+        writeBytes(path, bytes);
+        for (std::uint32_t k = 0; k < stretches; ++k) {
+            const std::uint32_t first = draw.below(42);
+            const std::uint32_t count = draw.oneIn(20) ? 0 : draw.below(draw.oneIn(4) ? 44 : 8);
+            const auto pattern = makePattern(image->first.first.c_str(), image->first.second);
+            const Outcome fast = verifyFile(*pattern, path, first, count);
+            ASSERT_EQ(fast, SlowVerification(image->second, bytes).run(first, count))
+                << "file " << i << ", " << count << " packets from " << first << ", " << image->first.first << " on "
+                << image->first.second;
+            kinds.add(fast);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, LongFiles, testing::Range(1U, 9U));
 
 } // namespace pattern_test
