@@ -1,0 +1,158 @@
+#include "Host.h"
+
+#include <algorithm>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+// Files byte for byte, as they lie in golden/. With ORV_WRITE_GOLDEN set the tests write those files anew instead, to be
+// looked at and committed: a changed log line is meant, or it is not.
+
+namespace {
+
+using namespace face;
+namespace fs = std::filesystem;
+
+void compare(const std::string& name, const std::string& text) {
+    const fs::path golden = fs::path(FACE_GOLDEN_FOLDER) / name;
+    if (!getVariable("ORV_WRITE_GOLDEN").empty()) {
+        writeBytes(golden, text);
+        return;
+    }
+    const std::string expected = readBytes(golden);
+    ASSERT_FALSE(expected.empty()) << golden;
+    if (text == expected)
+        return;
+    std::istringstream is(text);
+    std::istringstream ought(expected);
+    std::string isLine;
+    std::string oughtLine;
+    for (int line = 1; std::getline(is, isLine) && std::getline(ought, oughtLine); ++line)
+        ASSERT_EQ(isLine, oughtLine) << name << ", line " << line;
+    FAIL() << name << " is longer or shorter than it was";
+}
+
+// Every line of a text file ends as this system's lines end, and no other way.
+std::string withPlainLineEnds(const std::string& bytes) {
+    const std::string end = lineEnd();
+    std::string text;
+    for (std::size_t start = 0; start < bytes.size();) {
+        const std::size_t stop = bytes.find(end, start);
+        if (stop == std::string::npos) {
+            ADD_FAILURE() << "the last line has no end";
+            break;
+        }
+        text.append(bytes, start, stop - start).append("\n");
+        start = stop + end.size();
+    }
+    return text;
+}
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t place = text.find(from); place != std::string::npos; place = text.find(from, place + to.size()))
+        text.replace(place, from.size(), to);
+}
+
+class GoldenFace : public FaceTest {
+protected:
+    // What differs from run to run and from system to system.
+    std::string masked(std::string line) const {
+        static const std::vector<std::pair<std::regex, std::string>> masks{
+            {std::regex("^(.{5}) [0-9:]+ \\|"), "$1 <time> |"},
+            {std::regex("PATH=.*"), "PATH=<path>"},
+            {std::regex("Working Directory is: .*"), "Working Directory is: <folder>"},
+            {std::regex("pid=[0-9]+"), "pid=<pid>"},
+            // The unit's samples begin at any place of the signal.
+            {std::regex("edge : [0-9]+ data edges between clock edges, [0-9]+ near one"),
+             "edge : <n> data edges between clock edges, <n> near one"},
+            {std::regex("correlation peak=[0-9.]+ at lag ([-0-9]+), at zero=[0-9.]+"),
+             "correlation peak=<c> at lag $1, at zero=<c>"},
+            {std::regex("port=[0-9]+"), "port=<port>"},
+            {std::regex("mpx_ecom_server.exe 1 [0-9]+"), "mpx_ecom_server.exe 1 <port>"},
+            {std::regex("\\((orv_client_[a-z]+|OrvRcvr_[A-Za-z]+|OrvEcomProxy):[0-9]+\\)"), "($1:<line>)"},
+            {std::regex("(orv_client_[a-z]+|OrvRcvr_[A-Za-z]+)\\([0-9]+\\)"), "$1(<line>)"},
+        };
+        std::replace(line.begin(), line.end(), '\\', '/');
+        replaceAll(line, space.programs().generic_string(), "<programs>");
+        replaceAll(line, space.file("").parent_path().generic_string(), "<run>");
+        for (const auto& [pattern, text] : masks)
+            line = std::regex_replace(line, pattern, text);
+        return line;
+    }
+
+    // The channel's thread and the one that started it write at the same time; the starter's two lines come first here.
+    static std::string inOneOrder(const std::vector<std::string>& lines) {
+        std::string text;
+        std::vector<std::string> later;
+        bool collecting = false;
+        const auto flush = [&] {
+            for (const std::string& line : later)
+                text += line + "\n";
+            later.clear();
+            collecting = false;
+        };
+        for (const std::string& line : lines) {
+            if (!collecting) {
+                text += line + "\n";
+                collecting = line.ends_with("starting collection thread");
+            } else if (line.find("ORV Receiver : StartRecording ") != std::string::npos) {
+                text += line + "\n";
+                if (line.ends_with("success"))
+                    flush();
+            } else {
+                later.push_back(line);
+            }
+        }
+        flush();
+        return text;
+    }
+};
+
+TEST_F(GoldenFace, TheSettingsFileThatTakesThePlaceOfAMissingOne) {
+    create();
+    allocate();
+    const fs::path file = space.file("new.xml");
+    channel->SetConfiguration(file.string().c_str());
+    compare("defaults.xml", withPlainLineEnds(readBytes(file)));
+}
+
+TEST_F(GoldenFace, ASettingsFileThatWasReplacedKeepsWhatItDoesNotKnow) {
+    create();
+    allocate();
+    const fs::path file = space.file("old.xml");
+    writeBytes(file, "<CHANNEL-SETUP>\n\t<mine>kept</mine>\n\t<num_pins>3</num_pins>\n\t<no_emu0>true</no_emu0>\n"
+                     "\t<no_emu1>false</no_emu1>\n</CHANNEL-SETUP>\n<OTHER>\n\t<also>kept</also>\n</OTHER>\n");
+    channel->SetConfiguration(file.string().c_str());
+    compare("replaced.xml", withPlainLineEnds(readBytes(file)));
+}
+
+TEST_F(GoldenFace, ThePropertiesFile) {
+    create();
+    allocate();
+    configure({{"num_pins", "4"}, {"is_stop_on_full", "false"}, {"bufsize_current", "12"}});
+    compare("channel.cfg", withPlainLineEnds(readBytes(space.data("chan.cfg"))));
+}
+
+TEST_F(GoldenFace, TheLogOfAWholeRecording) {
+    create();
+    allocate();
+    configure({{"num_pins", "4"}});
+    recordUntilFull();
+    const fs::path tdf = space.file("trace.tdf");
+    writeBytes(tdf, "TDF1");
+    channel->SaveFile(tdf.string(), CChannelDriver::eSaveTraceDataFile);
+    receiver->ReleaseChannel(channel);
+    destroy();
+
+    const fs::path log = space.log();
+    EXPECT_TRUE(std::regex_match(log.filename().string(),
+                                 std::regex("vx_trace_log_[1-9][0-9]{5,7}_" + std::to_string(processId()) + "\\.txt")))
+        << log;
+    std::istringstream in(withPlainLineEnds(readBytes(log)));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(masked(line));
+    compare("recording.log", inOneOrder(lines));
+}
+
+} // namespace

@@ -1,0 +1,46 @@
+#include "Platform.h"
+
+#include <cstdlib>
+
+#include <windows.h>
+
+namespace face {
+
+void setVariable(const char* name, const std::string& value) {
+    // The C runtime keeps a copy of its own, which _putenv_s changes together with the process's.
+    _putenv_s(name, value.c_str());
+    SetEnvironmentVariableA(name, value.empty() ? nullptr : value.c_str());
+}
+
+std::string getVariable(const char* name) {
+    std::string value(32768, '\0');
+    const DWORD length = GetEnvironmentVariableA(name, value.data(), static_cast<DWORD>(value.size()));
+    value.resize(length < value.size() ? length : 0);
+    return value;
+}
+
+unsigned processId() {
+    return GetCurrentProcessId();
+}
+
+const char* lineEnd() {
+    return "\r\n";
+}
+
+bool makeReadOnly(const std::string& file) {
+    return SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+void makeWritable(const std::string& file) {
+    SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+void* loadLibrary(const char* name) {
+    return LoadLibraryA((std::string(name) + ".dll").c_str());
+}
+
+void* findExport(void* library, const char* name) {
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+} // namespace face
