@@ -4,14 +4,16 @@
 
 namespace {
 
-std::string versionText() {
-    std::string text = "orvtrace " ORVTRACE_VERSION ", ";
-    text.append(host::systemName()).append(", compiled by ");
+host::VersionFacts versionFacts() {
 #ifdef __clang__
-    return text.append("clang " __clang_version__);
+    const std::string compiler = "clang " __clang_version__;
 #else
-    return text.append("gcc " __VERSION__);
+    const std::string compiler = "gcc " __VERSION__;
 #endif
+    return {{"version", ORVTRACE_VERSION},
+            {"build", ORVTRACE_BUILD},
+            {"compiler", compiler},
+            {"system", std::string(host::systemName()) + " " + host::systemVersion()}};
 }
 
 } // namespace
@@ -20,9 +22,12 @@ int main(int argc, char** argv) {
     host::CommandList commands;
     // In the order of the help text. With a target or the bench:
     commands.push_back(host::makeRecordCommand());
+    commands.push_back(host::makeCalibrateCommand());
+    commands.push_back(host::makeSoakCommand());
     // On files that are there already:
-
+    commands.push_back(host::makeTdfCommand());
     // About the installation:
+    commands.push_back(host::makePinsCommand());
     commands.push_back(host::makeScenariosCommand());
-    return host::runCommandLine(commands, versionText(), argc, argv);
+    return host::runCommandLine(commands, versionFacts(), argc, argv);
 }

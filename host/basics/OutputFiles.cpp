@@ -6,12 +6,6 @@
 
 namespace host {
 
-namespace {
-
-constexpr char traceDataFileIdentifier[8] = {'T', 'D', 'F', 0x1A, 1, 0, 0, 0};
-
-} // namespace
-
 void testOutputFile(const std::filesystem::path& file, bool force) {
     std::error_code failed;
     const bool existed = std::filesystem::exists(file, failed);
@@ -26,14 +20,6 @@ void testOutputFile(const std::filesystem::path& file, bool force) {
         throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; check folder and permissions");
     if (!existed)
         std::filesystem::remove(file, failed);
-}
-
-void createTraceDataFile(const std::filesystem::path& file) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out.write(traceDataFileIdentifier, sizeof traceDataFileIdentifier);
-    out.close();
-    if (!out)
-        throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written");
 }
 
 } // namespace host

@@ -4,7 +4,9 @@
 #include <iostream>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
+
+#include "host/basics/Format.h"
+#include "host/basics/JsonText.h"
 
 namespace host {
 
@@ -20,6 +22,62 @@ std::string pathOf(const CLI::App& app) {
     return path;
 }
 
+/// Options one under the other in narrow columns, so that a help text fits a screen.
+class NarrowFormatter : public CLI::Formatter {
+public:
+    NarrowFormatter() { column_width(22); }
+
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        return "Usage: " + name + usageOf(*app) + "\n";
+    }
+    std::string make_group(std::string group, bool positional, std::vector<const CLI::Option*> options) const override {
+        std::string text = CLI::Formatter::make_group(group, positional, std::move(options));
+        text.erase(0, text.find_first_not_of('\n'));
+        return text;
+    }
+    std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override {
+        std::string text = CLI::Formatter::make_subcommands(app, mode);
+        text.erase(0, text.find_first_not_of('\n'));
+        return text;
+    }
+    /// What an option takes, and nothing of what it goes with: the message tells that when it matters.
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const std::string text = option->get_option_text();
+        return text.empty() || option->get_positional() ? std::string() : " " + text;
+    }
+    std::string make_option_name(const CLI::Option* option, bool positional) const override {
+        return positional ? option->get_option_text() : CLI::Formatter::make_option_name(option, false);
+    }
+    std::string make_footer(const CLI::App* app) const override {
+        const std::string text = app->get_footer();
+        return text.empty() ? text : text + "\n";
+    }
+
+private:
+    static std::string usageOf(const CLI::App& app) {
+        std::string text;
+        for (const CLI::Option* option :
+             app.get_options([](const CLI::Option* each) { return each->get_positional(); }))
+            text += option->get_required() ? " " + option->get_option_text() : " [" + option->get_option_text() + "]";
+        if (!app.get_subcommands([](const CLI::App*) { return true; }).empty())
+            text += " SUBCOMMAND";
+        return text + " [OPTIONS]";
+    }
+};
+
+void printVersion(const VersionFacts& facts, bool json) {
+    if (json) {
+        nlohmann::json out;
+        for (const auto& [name, value] : facts)
+            out[name] = value;
+        std::cout << jsonText(out);
+        return;
+    }
+    std::cout << "orvtrace " << facts.front().second << "\n";
+    for (std::size_t i = 1; i < facts.size(); ++i)
+        std::cout << print("%-9s ", facts[i].first.c_str()) << facts[i].second << "\n";
+}
+
 std::string firstLine(const std::string& text) {
     return text.substr(0, text.find_first_of("\r\n"));
 }
@@ -33,10 +91,21 @@ int fail(const Failure& failure, const CLI::App& app, bool json) {
         const nlohmann::json out{{"outcome", exitCodeName(failure.code)},
                                  {"exitCode", static_cast<int>(failure.code)},
                                  {"error", {{"text", text}, {"where", failure.where}}}};
-        // A path may hold bytes that are no UTF-8; they are replaced instead of ending the program.
-        std::cout << out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n" << std::flush;
+        std::cout << jsonText(out) << std::flush;
     }
     return static_cast<int>(failure.code);
+}
+
+} // namespace
+
+namespace {
+
+void setUp(Command& command, CLI::App& app) {
+    CLI::App* own = app.add_subcommand(command.name, command.about);
+    command.setUp(*own);
+    own->set_help_flag("-h,--help", "Print this help and exit");
+    for (CLI::App* nested : own->get_subcommands([](CLI::App*) { return true; }))
+        nested->set_help_flag("-h,--help", "Print this help and exit");
 }
 
 } // namespace
@@ -45,19 +114,27 @@ void Command::addJson(CLI::App& app) {
     app.add_flag("--json", json, "Print one JSON value instead of text");
 }
 
-int runCommandLine(const CommandList& commands, const std::string& version, int argc, const char* const* argv) {
+int runCommandLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
     CLI::App app("Records trace of a target through the capture unit, or on the simulated bench.", "orvtrace");
-    app.require_subcommand(1);
-    app.set_version_flag("--version", version);
+    app.formatter(std::make_shared<NarrowFormatter>());
+    app.set_help_flag("-h,--help", "Print this help and exit; each subcommand has its own");
+    bool version = false;
+    bool versionJson = false;
+    auto* versionFlag = app.add_flag("--version", version, "Print version, build, compiler and system");
+    app.add_flag("--json", versionJson, "With --version: print one JSON value")->needs(versionFlag);
     app.footer(exitCodeTable());
     for (const auto& command : commands)
-        command->setUp(*app.add_subcommand(command->name, command->about));
+        setUp(*command, app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
         return fail(Failure(ExitCode::Usage, error.what()), app, false);
+    }
+    if (version) {
+        printVersion(facts, versionJson);
+        return static_cast<int>(ExitCode::Done);
     }
     for (const auto& command : commands) {
         if (!app.got_subcommand(command->name))
@@ -70,7 +147,7 @@ int runCommandLine(const CommandList& commands, const std::string& version, int 
             return fail(Failure(ExitCode::Failed, error.what()), app, command->json);
         }
     }
-    return static_cast<int>(ExitCode::Usage);
+    return fail(Failure(ExitCode::Usage, "a subcommand is required"), app, false);
 }
 
 } // namespace host

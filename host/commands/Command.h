@@ -43,9 +43,11 @@ protected:
     void addJson(CLI::App& app);
 };
 
+/// What --version tells: name and value, in order. The first is the program's own version.
+using VersionFacts = std::vector<std::pair<std::string, std::string>>;
 using CommandList = std::vector<std::unique_ptr<Command>>;
 
 /// The whole program: parses the line, runs the command that it names, gives the exit status.
-int runCommandLine(const CommandList& commands, const std::string& version, int argc, const char* const* argv);
+int runCommandLine(const CommandList& commands, const VersionFacts& version, int argc, const char* const* argv);
 
 } // namespace host

@@ -7,6 +7,10 @@
 namespace host {
 
 std::unique_ptr<Command> makeRecordCommand();
+std::unique_ptr<Command> makeCalibrateCommand();
+std::unique_ptr<Command> makeSoakCommand();
+std::unique_ptr<Command> makeTdfCommand();
+std::unique_ptr<Command> makePinsCommand();
 std::unique_ptr<Command> makeScenariosCommand();
 
 } // namespace host

@@ -2,9 +2,9 @@
 #include <iostream>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
-#include "host/basics/ExitCode.h"
+#include "host/basics/Format.h"
+#include "host/basics/JsonText.h"
 #include "host/commands/Commands.h"
 #include "host/files/ScenarioFile.h"
 #include "host/platform/Platform.h"
@@ -13,16 +13,36 @@ namespace host {
 
 namespace {
 
+/// What a person can expect of a run.
+std::string outcomeText(const Scenario& scenario) {
+    const auto of = [&](const char* key) {
+        const auto found = scenario.expect.find(key);
+        return found == scenario.expect.end() ? std::string() : found->second;
+    };
+    std::string text = of("outcome");
+    if (!of("setting").empty())
+        text +=
+            ", with setting " + of("setting") + (of("rejected").empty() ? "" : ", after " + of("rejected") + " failed");
+    if (!of("message").empty())
+        text += ": " + of("message");
+    return text.empty() ? "nothing in particular" : text;
+}
+
 void explain(const Scenario& scenario) {
     std::cout << scenario.name << ": " << scenario.about << "\n"
-              << "  cpu         " << scenario.cpu << "\n"
-              << "  export      " << scenario.settings.exportKind << ", " << scenario.settings.dataPins
-              << " data pin(s)\n"
-              << "  buffer      " << bufferSizes.at(scenario.settings.bufferIndex) << ", "
+              << "  cpu       " << scenario.cpu << "\n"
+              << "  export    " << scenario.settings.exportKind << ", "
+              << countText(scenario.settings.dataPins, "data pin")
+              << (scenario.settings.pinMap.empty() ? "" : ", pins " + scenario.settings.pinMap) << "\n"
+              << "  buffer    " << bufferSizes.at(scenario.settings.bufferIndex) << ", "
               << (scenario.settings.stopOnFull ? "stops when full" : "wraps") << "\n";
-    for (const auto& [key, value] : scenario.expect)
-        std::cout << "  expected    " << key << " = " << value << "\n";
-    std::cout << "  file        " << scenario.file.string() << "\n";
+    for (const std::string& trait : scenario.traits)
+        std::cout << (&trait == &scenario.traits.front() ? "  bench     " : "            ") << trait << "\n";
+    const auto options = scenario.expect.find("options");
+    std::cout << "  outcome   " << outcomeText(scenario) << "\n"
+              << "  file      " << scenario.file.string() << "\n"
+              << "  try       orvtrace record --scenario " << scenario.name
+              << (options == scenario.expect.end() ? "" : " " + options->second) << "\n";
 }
 
 nlohmann::json toJson(const Scenario& scenario) {
@@ -31,6 +51,7 @@ nlohmann::json toJson(const Scenario& scenario) {
             {"cpu", scenario.cpu},
             {"export", scenario.settings.exportKind},
             {"pins", scenario.settings.dataPins},
+            {"bench", scenario.traits},
             {"expect", scenario.expect},
             {"file", scenario.file.string()}};
 }
@@ -41,7 +62,8 @@ public:
     ScenariosCommand() : Command("scenarios", "List the scenarios of the bench, or explain one") {}
 
     void setUp(CLI::App& app) override {
-        app.add_option("name", wanted, "The scenario to explain");
+        app.footer("Example: orvtrace scenarios bench-cable");
+        app.add_option("name", wanted, "The scenario to explain: a name or a file")->option_text("NAME");
         addJson(app);
     }
 
@@ -57,7 +79,7 @@ public:
 private:
     void showOne(const Scenario& scenario) const {
         if (json)
-            std::cout << toJson(scenario).dump(2) << "\n";
+            std::cout << jsonText(toJson(scenario));
         else
             explain(scenario);
     }
@@ -71,7 +93,7 @@ private:
                 std::printf("%-16s %s\n", scenario.name.c_str(), scenario.about.c_str());
         }
         if (json)
-            std::cout << all.dump(2) << "\n";
+            std::cout << jsonText(all);
     }
 
     std::string wanted;

@@ -1,9 +1,12 @@
 #include "host/files/ChannelSettingsFile.h"
 
 #include <cctype>
+#include <charconv>
 #include <fstream>
+#include <set>
 
 #include "host/basics/ExitCode.h"
+#include "host/basics/TextFile.h"
 
 namespace host {
 
@@ -36,6 +39,27 @@ std::optional<unsigned> bufferIndexOf(const std::string& text) {
             return index;
     }
     return std::nullopt;
+}
+
+std::optional<PinChoice> pinChoiceOf(const std::string& text) {
+    constexpr unsigned lastPin = 5;
+    std::set<unsigned> seen;
+    unsigned number = 0;
+    std::size_t count = 0;
+    for (const std::string& item : split(text + ",", ',')) {
+        const auto [end, failed] = std::from_chars(item.data(), item.data() + item.size(), number);
+        if (failed != std::errc() || end != item.data() + item.size())
+            return std::nullopt;
+        seen.insert(number);
+        ++count;
+    }
+    const bool list = count > 1;
+    const unsigned dataPins = list ? static_cast<unsigned>(count) - 1 : number;
+    if ((dataPins != 1 && dataPins != 2 && dataPins != 4) || seen.size() != count)
+        return std::nullopt;
+    if (list && *seen.rbegin() > lastPin)
+        return std::nullopt;
+    return PinChoice{dataPins, list ? text : std::string()};
 }
 
 std::string channelSettingsText(const ChannelSettings& settings) {

@@ -24,6 +24,16 @@ inline constexpr std::array bufferSizes{"256 kB", "512 kB", "1 MB",  "2 MB",  "4
 /// Index of a size given as "4M", "4 MB", "4MB" or "256k", in any case; nothing when there is no such size.
 std::optional<unsigned> bufferIndexOf(const std::string& text);
 
+/// The trace pins that a person asks for.
+struct PinChoice {
+    unsigned dataPins = 0;
+    std::string pinMap; ///< empty: the receiver looks for pins
+};
+
+/// "4", or a list of EMU pins with the clock first such as "0,1,2"; nothing unless that gives 1, 2 or 4 data pins, all
+/// different and within 0 to 5.
+std::optional<PinChoice> pinChoiceOf(const std::string& text);
+
 /// The text of a settings file, in the form that the receiver writes itself.
 std::string channelSettingsText(const ChannelSettings& settings);
 

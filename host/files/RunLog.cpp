@@ -47,16 +47,24 @@ void takeLine(RunLog& log, const std::string& line, int& tried) {
         if (std::sscanf(rest, "%u", &setting) == 1)
             reject(entryOf(log, setting), "cannot be programmed or measured");
     }
+    if (const char* rest = behind(line, " sampling position "); rest != nullptr && !log.attempts.empty()) {
+        const std::string text = rest;
+        const std::string word = text.substr(0, text.find(' '));
+        log.attempts.back().position = word == "center" || word == "edge" ? word : std::string();
+    }
     if (const char* rest = behind(line, "trying freq")) {
         if (std::sscanf(rest, "%u (%lf)", &setting, &hertz) == 2) {
             entryOf(log, setting).hertz = hertz;
             tried = static_cast<int>(setting);
+            log.attempts.push_back({setting, hertz, {}, false, {}});
         }
     }
     if (const char* rest = behind(line, "failed freq")) {
         used = 0;
         if (std::sscanf(rest, "%u (%lf) : %n", &setting, &hertz, &used) == 2 && used > 0) {
             reject(entryOf(log, setting), rest + used);
+            if (!log.attempts.empty())
+                log.attempts.back().reason = rest + used;
             tried = nothing;
         }
     }
@@ -85,8 +93,10 @@ RunLog parseRunLog(const std::string& text, bool calibrated) {
         }
         takeLine(log, line, tried);
     }
-    if (calibrated && tried != nothing)
+    if (calibrated && tried != nothing) {
         entryOf(log, static_cast<unsigned>(tried)).verdict = FrequencySetting::Verdict::Chosen;
+        log.attempts.back().kept = true;
+    }
     std::sort(log.frequencies.begin(), log.frequencies.end(),
               [](const FrequencySetting& a, const FrequencySetting& b) { return a.setting < b.setting; });
     return log;

@@ -22,8 +22,18 @@ struct FrequencySetting {
     std::string reason; ///< of a rejected one
 };
 
+/// One attempt of an automatic calibration.
+struct CalibrationAttempt {
+    unsigned setting = 0;
+    double hertz = 0.0;
+    std::string position; ///< "center" or "edge": where data edges lie; empty when that was not found out
+    bool kept = false;    ///< the calibration ended with it
+    std::string reason;   ///< why it was dropped
+};
+
 struct RunLog {
     std::vector<FrequencySetting> frequencies; ///< slow to fast
+    std::vector<CalibrationAttempt> attempts;  ///< in the order made
     /// Why the settings file was overwritten with defaults; nothing when it was good.
     std::optional<std::string> settingsReplaced;
     const FrequencySetting* chosen() const;

@@ -6,6 +6,7 @@
 #include <toml++/toml.h>
 
 #include "host/basics/ExitCode.h"
+#include "host/basics/Format.h"
 
 namespace host {
 
@@ -37,6 +38,78 @@ std::map<std::string, std::string> textTable(const toml::node_view<const toml::n
     return texts;
 }
 
+using View = toml::node_view<const toml::node>;
+
+std::string numberText(double value) {
+    return print("%g", value);
+}
+
+void addTarget(std::vector<std::string>& traits, const View& transmitter, const View& unit, bool generator) {
+    if (generator) {
+        traits.push_back("the unit's own generator at " + frequencyText(unit["generator_frequency"].value_or(50e6)) +
+                         ", no target");
+        return;
+    }
+    std::string list;
+    if (const toml::array* frequencies = transmitter["frequencies"].as_array()) {
+        for (const toml::node& item : *frequencies)
+            list += (list.empty() ? "" : ", ") + frequencyText(item.value_or(0.0));
+    }
+    traits.push_back("the target's clock can be " + (list.empty() ? frequencyText(50e6) : list));
+    if (const toml::array* failing = transmitter["fail"].as_array())
+        traits.push_back("the transmitter library refuses " + valueText(*failing));
+}
+
+void addPin(std::vector<std::string>& traits, const toml::table& pin) {
+    const std::string name = "EMU pin " + std::to_string(pin["emu"].value_or(0));
+    const auto add = [&](const char* key, const std::string& before, const std::string& behind) {
+        if (const auto value = pin[key].value<double>(); value && *value != 0.0)
+            traits.push_back(name + before + numberText(*value) + behind);
+    };
+    add("skew", " comes ", " samples late");
+    add("late_fall", " falls ", " samples later than it rises");
+    add("jitter", " jitters by ", " samples rms");
+    add("drift", " drifts by ", " samples a second while trace is sent");
+    if (const auto level = pin["stuck"].value<int>())
+        traits.push_back(name + " is stuck at " + std::to_string(*level));
+    if (pin["open"].value_or(false))
+        traits.push_back(name + " is not connected");
+    if (const auto other = pin["swapped_with"].value<int>())
+        traits.push_back(name + " and EMU pin " + std::to_string(*other) + " are swapped");
+    if (pin["glitch_every"].value_or(0.0) != 0.0)
+        traits.push_back(name + " has pulses of " + numberText(pin["glitch_length"].value_or(0.0)) +
+                         " samples, one in " + numberText(pin["glitch_every"].value_or(0.0)) + " samples");
+}
+
+void addWiring(std::vector<std::string>& traits, const View& wiring) {
+    traits.push_back(wiring["alignment"].value_or(std::string("center")) == "edge"
+                         ? "data change together with the clock"
+                         : "data change in the middle between clock edges");
+    if (const double jitter = wiring["jitter"].value_or(0.0); jitter != 0.0)
+        traits.push_back("every edge jitters by " + numberText(jitter) + " samples rms");
+    if (const toml::array* pins = wiring["pin"].as_array()) {
+        for (const toml::node& pin : *pins) {
+            if (const toml::table* table = pin.as_table())
+                addPin(traits, *table);
+        }
+    }
+}
+
+void addServer(std::vector<std::string>& traits, const View& server, const View& faults) {
+    if (const double speed = server["speed"].value_or(1.0); speed != 1.0)
+        traits.push_back("the buffer fills " + numberText(speed) + " times as fast as it really would");
+    if (const toml::array* steps = faults["at"].as_array())
+        traits.push_back("the data server misbehaves: " + countText(steps->size(), "scripted fault"));
+}
+
+std::vector<std::string> traitsOf(const toml::table& root, const std::string& cpu) {
+    std::vector<std::string> traits;
+    addTarget(traits, root["transmitter"], root["unit"], cpu == "fpga");
+    addWiring(traits, root["wiring"]);
+    addServer(traits, root["server"], root["faults"]);
+    return traits;
+}
+
 } // namespace
 
 Scenario readScenario(const std::filesystem::path& file) {
@@ -44,7 +117,8 @@ Scenario readScenario(const std::filesystem::path& file) {
     std::error_code failed;
     scenario.file = std::filesystem::absolute(file, failed).make_preferred();
     if (failed || !std::filesystem::is_regular_file(scenario.file, failed))
-        throw Failure(ExitCode::BadInput, "there is no scenario file " + file.string());
+        throw Failure(ExitCode::BadInput,
+                      "there is no scenario file " + file.string() + "; check the name, or give a scenario's name");
     try {
         const toml::table root = toml::parse_file(scenario.file.string());
         scenario.name = root["name"].value_or(scenario.file.stem().string());
@@ -58,13 +132,15 @@ Scenario readScenario(const std::filesystem::path& file) {
         scenario.settings.followTarget = root["settings"]["sync"].value_or(false);
         scenario.environment = textTable(root["environment"]);
         scenario.expect = textTable(root["expect"]);
+        scenario.traits = traitsOf(root, scenario.cpu);
     } catch (const toml::parse_error& error) {
         std::ostringstream text;
         text << scenario.file.string() << ":" << error.source().begin.line << ": " << error.description();
         throw Failure(ExitCode::BadInput, text.str());
     }
     if (scenario.cpu.empty())
-        throw Failure(ExitCode::BadInput, scenario.file.string() + ": the scenario names no cpu");
+        throw Failure(ExitCode::BadInput,
+                      scenario.file.string() + ": the scenario names no cpu; add a line such as cpu = \"bench/app\"");
     return scenario;
 }
 

@@ -16,6 +16,7 @@ struct Scenario {
     std::string about;
     std::string cpu;
     ChannelSettings settings;
+    std::vector<std::string> traits; ///< what is particular about target, wiring, unit and server, in sentences
     std::map<std::string, std::string> environment; ///< variables of the run, by name
     std::map<std::string, std::string> expect;      ///< what its author says will come of it
 };

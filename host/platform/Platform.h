@@ -26,6 +26,8 @@ bool interrupted();
 
 /// "Linux", "Windows".
 const char* systemName();
+/// The system's own version, such as "6.1.0"; empty when it does not tell.
+std::string systemVersion();
 
 /// A library loaded at run time; unloaded with the object.
 class LoadedLibrary {

@@ -3,12 +3,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "host/basics/ExitCode.h"
-#include "host/files/CalibrationReport.h"
-#include "host/files/RunLog.h"
+#include "host/session/SessionResult.h"
 
 namespace host {
 
@@ -22,28 +20,21 @@ struct PinPlace {
 /// sampled first.
 std::vector<PinPlace> placesOf(const std::string& pinMap);
 
-/// Everything that a recording leaves to tell.
-struct RecordResult {
-    ExitCode code = ExitCode::Done;
-    std::string failure; ///< the line for the user when code is not Done
-    std::string where;
-    std::string scenario;
-    std::string cpu;
-    std::string pinMap;
-
-    bool calibrated = false;
-    double calibrationSeconds = 0.0;
-    RunLog log;
-    std::optional<CalibrationReport> calibration;
-
-    bool recorded = false;
+/// One recording of a run.
+struct RecordingResult {
     std::string state; ///< the receiver's own words
-    double recordingSeconds = 0.0;
+    double seconds = 0.0;
     std::uint64_t samples = 0;
     bool wrapped = false;
     std::uint32_t checksum = 0; ///< CRC-32 of all bytes read back
+};
 
-    std::vector<std::pair<std::string, std::string>> files; ///< what, where
+/// Everything that `record` and `calibrate` leave to tell.
+struct RecordResult : SessionResult {
+    ExitCode code = ExitCode::Done;
+    std::string failure; ///< the line for the user when code is not Done
+    std::string where;
+    std::vector<RecordingResult> recordings; ///< in the order made
 };
 
 } // namespace host

@@ -1,5 +1,4 @@
-#include <nlohmann/json.hpp>
-
+#include "host/basics/JsonText.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -53,6 +52,22 @@ json pinsJson(const CalibrationReport& report, std::vector<PinPlace> places) {
     return pins;
 }
 
+json attemptsJson(const RecordResult& result) {
+    json attempts = json::array();
+    for (const AttemptResult& entry : result.attempts) {
+        json item{{"setting", entry.attempt.setting},
+                  {"hertz", entry.attempt.hertz},
+                  {"position", entry.attempt.position},
+                  {"kept", entry.attempt.kept}};
+        if (!entry.attempt.reason.empty())
+            item["reason"] = entry.attempt.reason;
+        if (entry.report)
+            item["pins"] = pinsJson(*entry.report, placesOf(result.pinMap));
+        attempts.push_back(item);
+    }
+    return attempts;
+}
+
 json calibrationJson(const RecordResult& result) {
     json calibration{{"calibrated", result.calibrated}, {"seconds", result.calibrationSeconds}};
     json frequencies = json::array();
@@ -66,6 +81,7 @@ json calibrationJson(const RecordResult& result) {
     const FrequencySetting* chosen = result.log.chosen();
     calibration["setting"] = chosen != nullptr ? json(chosen->setting) : json();
     calibration["hertz"] = chosen != nullptr ? json(chosen->hertz) : json();
+    calibration["attempts"] = attemptsJson(result);
     if (result.calibration) {
         calibration["export"] = result.calibration->exportKind;
         calibration["pins"] = pinsJson(*result.calibration, placesOf(result.pinMap));
@@ -84,15 +100,23 @@ std::string resultJson(const RecordResult& result) {
     out["cpu"] = result.cpu;
     out["pinMap"] = result.pinMap;
     out["calibration"] = calibrationJson(result);
-    if (result.recorded)
-        out["recording"] = {{"state", result.state},       {"samples", result.samples},
-                            {"bytes", result.samples * 8}, {"seconds", result.recordingSeconds},
-                            {"wrapped", result.wrapped},   {"crc32", result.checksum}};
+    if (!result.recordings.empty()) {
+        json recordings = json::array();
+        for (const RecordingResult& recording : result.recordings)
+            recordings.push_back({{"state", recording.state},
+                                  {"samples", recording.samples},
+                                  {"bytes", recording.samples * 8},
+                                  {"seconds", recording.seconds},
+                                  {"wrapped", recording.wrapped},
+                                  {"crc32", recording.checksum}});
+        out["recording"] = recordings.back();
+        out["recordings"] = recordings;
+    }
     json files = json::object();
     for (const auto& [what, where] : result.files)
         files[what] = where;
     out["files"] = files;
-    return out.dump(2) + "\n";
+    return jsonText(out);
 }
 
 } // namespace host

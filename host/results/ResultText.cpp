@@ -1,31 +1,14 @@
 #include "host/results/ResultText.h"
 
-#include <array>
-#include <cstdarg>
 #include <cstdio>
 #include <sstream>
 
+#include "host/basics/Format.h"
 #include "host/basics/TextFile.h"
 
 namespace host {
 
 namespace {
-
-// The C++ run-time used here formats in the GNU way on both systems, which only GCC has a name for.
-#ifdef __clang__
-__attribute__((format(printf, 1, 2)))
-#else
-__attribute__((format(gnu_printf, 1, 2)))
-#endif
-std::string
-print(const char* format, ...) {
-    std::array<char, 512> text{};
-    va_list values;
-    va_start(values, format);
-    std::vsnprintf(text.data(), text.size(), format, values);
-    va_end(values);
-    return text.data();
-}
 
 template <class Number>
 std::string orDash(const std::optional<Number>& value) {
@@ -53,57 +36,71 @@ void addPins(std::ostringstream& out, const CalibrationReport& report, std::vect
                      orDash(place.bit).c_str(), orDash(pin.delay).c_str(), orDash(pin.stretch).c_str(),
                      marginText(pin).c_str(), orDash(pin.correlationAtZero).c_str());
     }
-    out << "lengths are in samples of the capture unit; the margin is the room around the sampling point, the\n"
-           "correlation is with the first data pin, 1 when both change together\n";
 }
 
-void addCalibration(std::ostringstream& out, const RecordResult& result) {
-    if (result.calibrated) {
-        out << "calibrated";
-        if (const FrequencySetting* chosen = result.log.chosen())
-            out << " at " << frequencyText(chosen->hertz) << ", setting " << chosen->setting << " of "
-                << result.log.frequencies.size();
-        else
-            out << " with fixed values, no frequency was measured";
-        if (result.calibration)
-            out << " (data rate " << result.calibration->dataRate << ")";
-        out << print(", in %.1f s\n", result.calibrationSeconds);
-    } else {
+constexpr const char* legend = "Lengths are in samples of the capture unit. The margin is the room around the\n"
+                               "sampling point; the correlation is with the first data pin, 1 when both change\n"
+                               "together.\n";
+
+void addVerdict(std::ostringstream& out, const RecordResult& result) {
+    if (!result.calibrated) {
         out << "not calibrated\n";
+        return;
     }
+    out << "calibrated";
+    if (const FrequencySetting* chosen = result.log.chosen())
+        out << " at " << frequencyText(chosen->hertz) << ", setting " << chosen->setting << " of "
+            << result.log.frequencies.size();
+    else
+        out << " with fixed values, no frequency was measured";
+    if (result.calibration)
+        out << " (data rate " << result.calibration->dataRate << ")";
+    out << print(", in %.1f s\n", result.calibrationSeconds);
+}
+
+void addRejected(std::ostringstream& out, const RecordResult& result) {
     for (const FrequencySetting& entry : result.log.frequencies) {
         if (entry.verdict == FrequencySetting::Verdict::Rejected)
             out << "  rejected: setting " << entry.setting << ", "
                 << (entry.hertz > 0.0 ? frequencyText(entry.hertz) : std::string("no frequency")) << ": "
                 << plainReason(entry.reason) << "\n";
     }
-    if (result.calibration) {
-        out << "\n";
-        addPins(out, *result.calibration, placesOf(result.pinMap));
+}
+
+void addRecordings(std::ostringstream& out, const RecordResult& result) {
+    for (std::size_t i = 0; i < result.recordings.size(); ++i) {
+        const RecordingResult& recording = result.recordings[i];
+        out << (i == 0 ? "\n" : "");
+        if (result.recordings.size() > 1)
+            out << i + 1 << ": ";
+        out << "recorded " << sizeText(recording.samples * 8) << " (" << recording.samples << " samples)"
+            << print(" in %.2f s", recording.seconds) << (recording.wrapped ? ", the buffer wrapped" : "") << ": "
+            << recording.state << print(", CRC-32 %08x\n", recording.checksum);
     }
+}
+
+void addFiles(std::ostringstream& out, const RecordResult& result) {
+    if (result.files.empty())
+        return;
+    out << "\nfiles\n";
+    for (const auto& [what, where] : result.files)
+        out << print("  %-20s ", what.c_str()) << where << "\n";
+}
+
+std::string positionText(const std::string& position) {
+    if (position == "edge")
+        return ", data change with the clock";
+    if (position == "center")
+        return ", data change between clock edges";
+    return {};
+}
+
+std::string headline(const RecordResult& result) {
+    return result.scenario.empty() ? "cpu " + result.cpu + "\n"
+                                   : "scenario " + result.scenario + ", cpu " + result.cpu + "\n";
 }
 
 } // namespace
-
-std::string frequencyText(double hertz) {
-    constexpr std::array<std::pair<double, const char*>, 3> scales{{{1e9, "GHz"}, {1e6, "MHz"}, {1e3, "kHz"}}};
-    for (const auto& [scale, unit] : scales) {
-        if (hertz >= scale)
-            return print("%.4g %s", hertz / scale, unit);
-    }
-    return print("%.4g Hz", hertz);
-}
-
-std::string sizeText(std::uint64_t bytes) {
-    constexpr std::array units{"bytes", "kB", "MB", "GB"};
-    double value = static_cast<double>(bytes);
-    std::size_t unit = 0;
-    while (value >= 1024.0 && unit + 1 < units.size()) {
-        value /= 1024.0;
-        ++unit;
-    }
-    return print("%.*f %s", unit == 0 ? 0 : 2, value, units[unit]);
-}
 
 std::string plainReason(const std::string& reason) {
     const std::size_t colon = reason.find(") : ");
@@ -131,21 +128,46 @@ std::vector<PinPlace> placesOf(const std::string& pinMap) {
 
 std::string resultText(const RecordResult& result) {
     std::ostringstream out;
-    if (!result.scenario.empty())
-        out << "scenario " << result.scenario << ", cpu " << result.cpu << "\n";
-    if (result.calibrated || !result.log.frequencies.empty() || result.code == ExitCode::CalibrationRefused)
-        addCalibration(out, result);
-    if (result.recorded) {
-        out << "\nrecorded " << sizeText(result.samples * 8) << " (" << result.samples << " samples)"
-            << print(" in %.2f s", result.recordingSeconds) << (result.wrapped ? ", the buffer wrapped" : "") << ": "
-            << result.state << "\n";
-        out << print("checksum %08x (CRC-32 of all bytes)\n", result.checksum);
+    out << headline(result);
+    addVerdict(out, result);
+    addRejected(out, result);
+    if (result.calibration) {
+        out << "\n";
+        addPins(out, *result.calibration, placesOf(result.pinMap));
+        out << legend;
     }
-    if (!result.files.empty()) {
-        out << "\nfiles\n";
-        for (const auto& [what, where] : result.files)
-            out << print("  %-20s ", what.c_str()) << where << "\n";
+    addRecordings(out, result);
+    addFiles(out, result);
+    return out.str();
+}
+
+std::string attemptsText(const RecordResult& result) {
+    std::ostringstream out;
+    out << headline(result);
+    for (const AttemptResult& entry : result.attempts) {
+        const CalibrationAttempt& attempt = entry.attempt;
+        out << "\nsetting " << attempt.setting << ", " << frequencyText(attempt.hertz);
+        if (entry.report)
+            out << ", " << entry.report->oversampling;
+        out << positionText(attempt.position);
+        out << "\n";
+        if (entry.report)
+            addPins(out, *entry.report, placesOf(result.pinMap));
+        out << (attempt.kept ? std::string("kept") : "dropped: " + plainReason(attempt.reason)) << "\n";
     }
+    if (result.attempts.empty() && result.calibration) {
+        out << "\n";
+        addPins(out, *result.calibration, placesOf(result.pinMap));
+    }
+    if (result.calibration)
+        out << "\n" << legend;
+    out << "\n";
+    addVerdict(out, result);
+    for (const FrequencySetting& entry : result.log.frequencies) {
+        if (entry.verdict == FrequencySetting::Verdict::Measured)
+            out << "  not tried: setting " << entry.setting << ", " << frequencyText(entry.hertz) << "\n";
+    }
+    addFiles(out, result);
     return out.str();
 }
 

@@ -6,16 +6,15 @@
 
 namespace host {
 
-/// The result for a person: verdict, rejected settings, one line per pin, recording, files.
+/// The result for a person: verdict, rejected settings, one line per pin, recordings, files.
 std::string resultText(const RecordResult& result);
 
-/// The same for a script: one JSON object.
+/// One table per calibration attempt, then the verdict, then the files.
+std::string attemptsText(const RecordResult& result);
+
+/// The same as resultText for a script: one JSON object. It has the attempts too.
 std::string resultJson(const RecordResult& result);
 
-/// "50 MHz", "12.5 MHz", "400 kHz".
-std::string frequencyText(double hertz);
-/// "1.50 MB", in powers of 1024.
-std::string sizeText(std::uint64_t bytes);
 /// A failed setting's reason without the status's name and number ahead of it.
 std::string plainReason(const std::string& reason);
 

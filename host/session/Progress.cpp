@@ -1,39 +1,125 @@
 #include "host/session/Progress.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <vector>
 
+#include "host/basics/Format.h"
 #include "host/platform/Platform.h"
 #include "rcvr/framework/cZarnError.h"
 
 namespace host {
 
-ProgressLine::ProgressLine() : shown(errorOutputIsTerminal()) {}
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::size_t terminalWidth = 79;
+constexpr auto plainInterval = std::chrono::seconds(10);
+constexpr double enoughToEstimate = 0.05;
+
+double secondsBetween(Clock::time_point from, Clock::time_point to) {
+    return std::chrono::duration<double>(to - from).count();
+}
+
+std::vector<std::string> partsOf(const std::string& status) {
+    std::vector<std::string> parts;
+    for (std::size_t at = 0;;) {
+        const std::size_t end = status.find(" : ", at);
+        parts.push_back(status.substr(at, end - at));
+        if (end == std::string::npos)
+            return parts;
+        at = end + 3;
+    }
+}
+
+void takePart(ProgressStep& step, const std::string& part) {
+    double percent = 0.0;
+    int used = 0;
+    if (part.ends_with("bits/second"))
+        step.rate = part;
+    else if (part == "uploading data")
+        step.phase = "uploading";
+    else if (part == "upload complete")
+        step.phase = "uploaded";
+    else if (std::sscanf(part.c_str(), "%lf%% %n", &percent, &used) == 1 && used > 0) {
+        step.fraction = percent / 100.0;
+        step.fractionWord = part.substr(static_cast<std::size_t>(used));
+    }
+}
+
+} // namespace
+
+ProgressStep stepOfStatus(const std::string& status) {
+    const std::vector<std::string> parts = partsOf(status);
+    ProgressStep step;
+    step.phase = parts.front() == "Recording" ? "recording" : "uploading";
+    for (std::size_t i = 1; i < parts.size(); ++i)
+        takePart(step, parts[i]);
+    return step;
+}
+
+std::string progressText(const ProgressStep& step, double elapsedSeconds) {
+    std::string text = step.phase;
+    if (!step.rate.empty())
+        text += ", " + step.rate;
+    if (step.fraction)
+        text += print(", %.0f%% ", *step.fraction * 100.0) + step.fractionWord;
+    text += print(", %.1f s", elapsedSeconds);
+    if (step.expectedSeconds)
+        text += print(" of %.1f s", *step.expectedSeconds);
+    else if (step.fraction && *step.fraction >= enoughToEstimate)
+        text += print(" of about %.1f s", elapsedSeconds / std::min(*step.fraction, 1.0));
+    return text;
+}
+
+ProgressLine::ProgressLine(bool quiet)
+    : style(quiet                     ? ProgressStyle::Quiet
+            : errorOutputIsTerminal() ? ProgressStyle::Terminal
+                                      : ProgressStyle::Plain) {}
 
 ProgressLine::~ProgressLine() {
     clear();
 }
 
-void ProgressLine::show(const std::string& text) {
-    if (!shown)
+void ProgressLine::setPrefix(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    prefix = text;
+}
+
+void ProgressLine::show(const ProgressStep& step) {
+    if (style == ProgressStyle::Quiet)
         return;
     const std::lock_guard<std::mutex> lock(mutex);
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-    char time[32];
-    std::snprintf(time, sizeof time, "%6.1f s  ", elapsed.count());
-    const std::string line = time + text;
-    std::string padding;
-    if (width > line.size())
-        padding.assign(width - line.size(), ' ');
-    width = line.size();
-    std::fprintf(stderr, "\r%s%s", line.c_str(), padding.c_str());
+    const Clock::time_point now = Clock::now();
+    const bool begins = step.phase != phase;
+    if (begins) {
+        phase = step.phase;
+        start = now;
+    }
+    if (style == ProgressStyle::Terminal) {
+        overwrite(prefix + progressText(step, secondsBetween(start, now)));
+    } else if (begins || now - lastLine >= plainInterval) {
+        // How far a phase is when it begins is not worth a word.
+        const std::string text = begins ? step.phase : progressText(step, secondsBetween(start, now));
+        std::fprintf(stderr, "orvtrace: %s%s\n", prefix.c_str(), text.c_str());
+        std::fflush(stderr);
+        lastLine = now;
+    }
+}
+
+void ProgressLine::overwrite(const std::string& line) {
+    const std::string cut = line.substr(0, terminalWidth);
+    const std::string padding(width > cut.size() ? width - cut.size() : 0, ' ');
+    width = cut.size();
+    std::fprintf(stderr, "\r%s%s", cut.c_str(), padding.c_str());
     std::fflush(stderr);
 }
 
 void ProgressLine::clear() {
-    if (!shown)
-        return;
     const std::lock_guard<std::mutex> lock(mutex);
-    if (width == 0)
+    phase.clear();
+    if (style != ProgressStyle::Terminal || width == 0)
         return;
     std::fprintf(stderr, "\r%s\r", std::string(width, ' ').c_str());
     std::fflush(stderr);
@@ -49,26 +135,23 @@ CalibrationFollower::~CalibrationFollower() {
     output.clear();
 }
 
-std::string CalibrationFollower::lastText() const {
-    const std::lock_guard<std::mutex> lock(mutex);
-    return text;
-}
-
 void CalibrationFollower::follow() {
     while (!ending) {
         unsigned first = 0;
         int percent = -1;
-        std::string now;
+        std::string text;
         try {
-            progress.GetProgress(&first, &percent, &now);
-        } catch (const Vx::Qrs::Zarn::cZarnErrorIF& error) {
-            now = error.GetErrorText();
+            progress.GetProgress(&first, &percent, &text);
+        } catch (const Vx::Qrs::Zarn::cZarnErrorIF&) {
+            percent = -1; // told by the calibration itself
         }
-        output.show(percent > 0 ? now + " " + std::to_string(percent) + "%" : now);
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            text = now;
+        ProgressStep step;
+        step.phase = "calibrating";
+        if (percent > 0) {
+            step.fraction = percent / 100.0;
+            step.fractionWord = "done";
         }
+        output.show(step);
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
 }

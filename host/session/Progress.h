@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -10,19 +11,54 @@
 
 namespace host {
 
-/// One line on the standard error output that is overwritten in place; silent unless that is a terminal. Any thread.
+/// What is going on at one moment.
+struct ProgressStep {
+    std::string phase; ///< such as "recording"; a new one starts the clock again
+    std::string rate;  ///< such as "190.7 Mbits/second"; may be empty
+    std::optional<double> fraction;
+    std::string fractionWord;              ///< what the fraction counts, such as "full"
+    std::optional<double> expectedSeconds; ///< of the phase, when that is known beforehand
+};
+
+/// The receiver's status text, such as "Recording : 190.7 Mbits/second :  37% full", as a step.
+ProgressStep stepOfStatus(const std::string& status);
+
+/// "recording, 190.7 Mbits/second, 37% full, 1.2 s of about 3.2 s". Without an expected time it follows from the
+/// fraction, once a twentieth is done.
+std::string progressText(const ProgressStep& step, double elapsedSeconds);
+
+enum class ProgressStyle {
+    Terminal, ///< one line, overwritten in place
+    Plain,    ///< a line for each phase and one every ten seconds in it
+    Quiet,    ///< nothing
+};
+
+/// Tells a person on the standard error output how far things are. Any thread.
 class ProgressLine {
 public:
-    ProgressLine();
+    /// Terminal or Plain as the standard error output is one or not, or Quiet.
+    explicit ProgressLine(bool quiet);
+    explicit ProgressLine(ProgressStyle wanted) : style(wanted) {}
     ~ProgressLine();
-    void show(const std::string& text);
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    /// Stands in front of every phase from here on, such as "2 of 5: ".
+    void setPrefix(const std::string& text);
+    void show(const ProgressStep& step);
+    /// Takes the line away from a terminal; what is shown next is a new phase.
     void clear();
 
 private:
-    bool shown;
+    void overwrite(const std::string& line);
+
+    ProgressStyle style;
+    std::string prefix;
+    std::string phase;
     std::size_t width = 0;
+    std::chrono::steady_clock::time_point start;
+    std::chrono::steady_clock::time_point lastLine;
     std::mutex mutex;
-    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
 };
 
 /// Follows a calibration from a thread of its own, from construction to destruction.
@@ -33,16 +69,11 @@ public:
     CalibrationFollower(const CalibrationFollower&) = delete;
     CalibrationFollower& operator=(const CalibrationFollower&) = delete;
 
-    /// What the receiver said last, such as "Kite R2 Trace - Calibration in progress".
-    std::string lastText() const;
-
 private:
     void follow();
 
     Vx::Qrs::Trace::CChannelDriverProgress& progress;
     ProgressLine& output;
-    mutable std::mutex mutex;
-    std::string text;
     std::atomic<bool> ending{false};
     std::thread thread;
 };

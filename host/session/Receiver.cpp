@@ -1,9 +1,7 @@
 #include "host/session/Receiver.h"
 
 #include <array>
-#include <chrono>
 #include <cstdio>
-#include <thread>
 
 namespace host {
 
@@ -26,10 +24,6 @@ constexpr std::array systemTexts{"data server failure",
                                  "invald rsp",
                                  "Cannot load target adapter",
                                  "Cannot get target adapter"};
-
-constexpr unsigned attempts = 20;
-constexpr auto quickRefusal = std::chrono::seconds(3);
-constexpr auto pauseBetweenAttempts = std::chrono::milliseconds(200);
 
 constexpr unsigned xmtrChannel = 0;
 constexpr unsigned xmtrCookie = 0;
@@ -69,21 +63,7 @@ Receiver::Receiver(const std::string& library) {
 
 void Receiver::create() {
     const auto createRcvr = receiverLibrary->symbol<CreateRcvrFunction>("CreateRcvr");
-    for (unsigned attempt = 1;; ++attempt) {
-        const auto start = std::chrono::steady_clock::now();
-        try {
-            guarded(ExitCode::NoSystem, [&] { receiver = createRcvr(); });
-            return;
-        } catch (const Failure& failure) {
-            // The receiver connects as soon as it sees the server's process. On a busy machine that can be before the
-            // server listens, which shows as a quick refusal; a server that cannot be started takes far longer.
-            const bool quick = std::chrono::steady_clock::now() - start < quickRefusal;
-            const std::string text = failure.what();
-            if (attempt == attempts || !quick || text.find("failed to connect to data server") == std::string::npos)
-                throw;
-        }
-        std::this_thread::sleep_for(pauseBetweenAttempts);
-    }
+    guarded(ExitCode::NoSystem, [&] { receiver = createRcvr(); });
 }
 
 Receiver::~Receiver() {

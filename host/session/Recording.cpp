@@ -23,17 +23,21 @@ double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-ChannelStatus statusOf(CChannelDriver& channel, ProgressLine& progress) {
+ChannelStatus statusOf(CChannelDriver& channel, ProgressLine& progress, std::optional<double> expected = {}) {
     ChannelStatus status;
     guarded(ExitCode::RecordingError, [&] { channel.GetChannelStatus(&status); });
-    progress.show(status.text);
+    ProgressStep step = stepOfStatus(status.text);
+    if (status.stoppable)
+        step.expectedSeconds = expected;
+    progress.show(step);
     return status;
 }
 
 /// Until the channel no longer records; the end is asked for when it is due.
 void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress, Clock::time_point start) {
     bool triggered = false;
-    while (statusOf(channel, progress).stoppable) {
+    const std::optional<double> expected = plan.untilFull ? std::nullopt : std::optional(plan.seconds);
+    while (statusOf(channel, progress, expected).stoppable) {
         const bool due = !plan.untilFull && secondsSince(start) >= plan.seconds;
         if (interrupted() || (due && plan.triggerFile.empty())) {
             guarded(ExitCode::RecordingError, [&] { channel.StopRecording(); });
@@ -65,13 +69,12 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     return end;
 }
 
-ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly) {
+std::uint64_t readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly, const SampleSink& sink) {
     constexpr unsigned chunk = 8192;
-    ReadBack result;
     unsigned total = 0;
     guarded(ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
     std::vector<std::uint64_t> samples(chunk);
-    std::vector<unsigned char> bytes;
+    std::uint64_t count = 0;
     for (unsigned start = 0; start < total;) {
         unsigned read = 0;
         guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
@@ -81,18 +84,23 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEa
             throw Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(total) +
                                                         " samples but its file holds only " + std::to_string(start) +
                                                         "; is the disk full?");
-        bytes.clear();
-        for (unsigned i = 0; i < read; ++i) {
-            for (unsigned shift = 0; shift < 64; shift += 8)
-                bytes.push_back(static_cast<unsigned char>(samples[i] >> shift));
-        }
-        result.checksum = crc32(result.checksum, bytes.data(), bytes.size());
+        sink(std::span(samples).first(read));
         start += read;
-        result.samples += read;
-        progress.show("reading back " + std::to_string(result.samples) + " of " + std::to_string(total) + " samples");
+        count += read;
+        progress.show({"reading back", {}, static_cast<double>(count) / total, "read", {}});
     }
     progress.clear();
-    return result;
+    return count;
+}
+
+std::uint32_t crc32(std::uint32_t earlier, std::span<const std::uint64_t> samples) {
+    std::vector<unsigned char> bytes;
+    bytes.reserve(samples.size() * 8);
+    for (const std::uint64_t sample : samples) {
+        for (unsigned shift = 0; shift < 64; shift += 8)
+            bytes.push_back(static_cast<unsigned char>(sample >> shift));
+    }
+    return crc32(earlier, bytes.data(), bytes.size());
 }
 
 std::uint32_t crc32(std::uint32_t earlier, const unsigned char* bytes, std::size_t size) {

@@ -2,6 +2,9 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <optional>
+#include <span>
 #include <string>
 
 #include "host/session/Progress.h"
@@ -26,16 +29,17 @@ struct RecordingEnd {
 /// Throws Failure.
 RecordingEnd runRecording(Vx::Qrs::Trace::CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress);
 
-struct ReadBack {
-    std::uint64_t samples = 0;
-    std::uint32_t checksum = 0;
-};
+/// Called with the samples in their order, as they come.
+using SampleSink = std::function<void(std::span<const std::uint64_t>)>;
 
-/// Reads every sample back, as a trace view would. Throws Failure, also when fewer samples come than the receiver
-/// announces, unless `mayEndEarly`.
-ReadBack readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly);
+/// Reads every sample back, as a trace view would, and gives their number. Throws Failure, also when fewer samples
+/// come than the receiver announces, unless `mayEndEarly`.
+std::uint64_t readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly,
+                       const SampleSink& sink);
 
 /// CRC-32 (polynomial 0xEDB88320) of `size` bytes behind an earlier result, which starts as 0.
 std::uint32_t crc32(std::uint32_t earlier, const unsigned char* bytes, std::size_t size);
+/// The same of samples as they lie in a file, the lowest byte first.
+std::uint32_t crc32(std::uint32_t earlier, std::span<const std::uint64_t> samples);
 
 } // namespace host

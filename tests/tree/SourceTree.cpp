@@ -32,7 +32,8 @@ const std::vector<Room>& rooms() {
         {"client", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx"}},
         {"rcvr", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx", "client"}},
         {"bench", {"common", "rcvr/framework"}},
-        {"host", {"rcvr/framework"}},
+        // The library itself is loaded by name; the commands that work on files and on the device data base need no library.
+        {"host", {"rcvr/framework", "pinmap", "tdf"}},
     };
     return all;
 }

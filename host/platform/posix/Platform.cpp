@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include <dlfcn.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 #include "host/basics/ExitCode.h"
@@ -62,6 +63,11 @@ bool interrupted() {
 
 const char* systemName() {
     return "Linux";
+}
+
+std::string systemVersion() {
+    utsname answer{};
+    return uname(&answer) == 0 ? answer.release : "";
 }
 
 LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {

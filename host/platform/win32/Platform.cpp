@@ -66,6 +66,18 @@ const char* systemName() {
     return "Windows";
 }
 
+std::string systemVersion() {
+    // The documented calls answer what the program's manifest says it knows; this one answers the system's number.
+    using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
+    const FARPROC found = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion");
+    OSVERSIONINFOW answer{};
+    answer.dwOSVersionInfoSize = sizeof answer;
+    if (found == nullptr || reinterpret_cast<GetVersion>(reinterpret_cast<void*>(found))(&answer) != 0)
+        return {};
+    return std::to_string(answer.dwMajorVersion) + "." + std::to_string(answer.dwMinorVersion) + "." +
+           std::to_string(answer.dwBuildNumber);
+}
+
 LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
     // Its siblings are looked for in its own folder too.
     handle = LoadLibraryExW(file.c_str(), nullptr, file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);

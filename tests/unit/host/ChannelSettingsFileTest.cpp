@@ -65,5 +65,27 @@ TEST(BufferSize, WhatTheUnitDoesNotHaveIsNone) {
         EXPECT_FALSE(bufferIndexOf(text)) << text;
 }
 
+TEST(PinChoices, ANumberLeavesThePinsToTheReceiver) {
+    for (const unsigned count : {1U, 2U, 4U}) {
+        const auto choice = pinChoiceOf(std::to_string(count));
+        ASSERT_TRUE(choice) << count;
+        EXPECT_EQ(choice->dataPins, count);
+        EXPECT_EQ(choice->pinMap, "");
+    }
+}
+
+TEST(PinChoices, AListHasTheClockFirst) {
+    const auto choice = pinChoiceOf("5,2,3");
+    ASSERT_TRUE(choice);
+    EXPECT_EQ(choice->dataPins, 2U);
+    EXPECT_EQ(choice->pinMap, "5,2,3");
+}
+
+TEST(PinChoices, WhatChannelSettingsCannotHoldIsRefused) {
+    for (const char* text : {"", "0", "3", "5", "a", "-1", "1 ", "0,", ",1", "0,1,2,3", "0,0", "0,6", "0,1,1",
+                             "0,1,2,3,4,5", "1.5", "0;1"})
+        EXPECT_FALSE(pinChoiceOf(text)) << "'" << text << "'";
+}
+
 } // namespace
 } // namespace host

@@ -58,13 +58,6 @@ TEST(OutputFile, AFileInTheWayOfItsFolderIsUnwritable) {
     EXPECT_EQ(codeOf([&] { testOutputFile(folder.file("wall") / "x.bin", false); }), ExitCode::OutputUnwritable);
 }
 
-TEST(TraceDataFile, HoldsNothingButItsIdentifier) {
-    const TempFolder folder;
-    folder.write("a.tdf", "something longer than the identifier");
-    createTraceDataFile(folder.file("a.tdf"));
-    EXPECT_EQ(readText(folder.file("a.tdf")), std::string("TDF\x1A\x01\0\0\0", 8));
-}
-
 TEST(RunFolderTest, AnEmptyFolderIsTakenWithoutForce) {
     const TempFolder folder;
     EXPECT_EQ(codeOf([&] { RunFolder(folder.path().string(), "x", false); }), ExitCode::Done);

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "host/basics/Format.h"
+
 namespace host {
 namespace {
 
@@ -31,10 +33,10 @@ RecordResult sample() {
     }
     result.calibration->pins[1].marginBefore = 5;
     result.calibration->pins[1].marginAfter = 6;
-    result.recorded = true;
-    result.state = "Stopped by user : upload complete";
-    result.samples = 1024;
-    result.checksum = 0xCBF43926;
+    result.attempts = {
+        {{2, 1e8, "edge", false, "eCALIBRATE(12) : failed to calibrate channel : clock margin too low"}, {}},
+        {{1, 5e7, "center", true, ""}, result.calibration}};
+    result.recordings = {{"Stopped by user : upload complete", 1.0, 1024, false, 0xCBF43926}};
     result.files.emplace_back("samples", "x.bin");
     return result;
 }
@@ -61,14 +63,36 @@ TEST(ResultText, TellsChosenRejectedPinsAndFiles) {
     EXPECT_THAT(text, HasSubstr("rejected: setting 2, 100 MHz: failed to calibrate channel : clock margin too low\n"));
     EXPECT_THAT(text, HasSubstr("Data 1     2   1      7       -1        -5 +6"));
     EXPECT_THAT(text, HasSubstr("recorded 8.00 kB (1024 samples)"));
-    EXPECT_THAT(text, HasSubstr("checksum cbf43926"));
+    EXPECT_THAT(text, HasSubstr("CRC-32 cbf43926"));
     EXPECT_THAT(text, HasSubstr("x.bin\n"));
+}
+
+TEST(ResultText, SeveralRecordingsAreNumbered) {
+    RecordResult result = sample();
+    EXPECT_THAT(resultText(result), Not(HasSubstr("1: recorded")));
+    result.recordings.push_back(result.recordings.front());
+    EXPECT_THAT(resultText(result), HasSubstr("\n1: recorded"));
+    EXPECT_THAT(resultText(result), HasSubstr("\n2: recorded"));
+}
+
+TEST(AttemptsText, HasATableForEachAttemptAndTheVerdict) {
+    const std::string text = attemptsText(sample());
+    const std::size_t first = text.find("setting 2, 100 MHz, data change with the clock\n"
+                                        "dropped: failed to calibrate channel : clock margin too low\n");
+    const std::size_t second = text.find("setting 1, 50 MHz, ");
+    EXPECT_NE(first, std::string::npos) << text;
+    EXPECT_NE(second, std::string::npos) << text;
+    EXPECT_LT(first, second);
+    EXPECT_THAT(text, HasSubstr("data change between clock edges\npin "));
+    EXPECT_THAT(text, HasSubstr("\nkept\n"));
+    EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 of 3"));
+    EXPECT_THAT(text, HasSubstr("not tried: setting 0, 12.5 MHz\n"));
 }
 
 TEST(ResultText, AFailedCalibrationNamesNoChosenSetting) {
     RecordResult result = sample();
     result.calibrated = false;
-    result.recorded = false;
+    result.recordings.clear();
     result.log.frequencies[1].verdict = FrequencySetting::Verdict::Measured;
     const std::string text = resultText(result);
     EXPECT_THAT(text, HasSubstr("not calibrated\n"));
@@ -85,6 +109,12 @@ TEST(ResultJson, HoldsTheSameForAScript) {
     EXPECT_EQ(json["calibration"]["pins"][1]["emu"], 2);
     EXPECT_EQ(json["calibration"]["pins"][1]["marginAfter"], 6);
     EXPECT_TRUE(json["calibration"]["pins"][0]["marginAfter"].is_null());
+    EXPECT_EQ(json["calibration"]["attempts"][0]["setting"], 2);
+    EXPECT_FALSE(json["calibration"]["attempts"][0].contains("pins"));
+    EXPECT_EQ(json["calibration"]["attempts"][1]["kept"], true);
+    EXPECT_EQ(json["calibration"]["attempts"][1]["position"], "center");
+    EXPECT_EQ(json["calibration"]["attempts"][1]["pins"].size(), 3U);
+    EXPECT_EQ(json["recordings"].size(), 1U);
     EXPECT_EQ(json["recording"]["bytes"], 8192);
     EXPECT_EQ(json["recording"]["crc32"], 0xCBF43926U);
     EXPECT_FALSE(json.contains("error"));

@@ -17,6 +17,8 @@ constexpr const char* stepDown =
     "M     14:02:11:407 | ORV Receiver (orv_client_frontend:83) setting 3 exceeds frequency limits\n"
     "M     14:02:11:407 | ORV Receiver (orv_client_frontend:90) succeeded with 3 possible settings\n"
     "M     14:02:11:407 | ORV Receiver (orv_client_frontend:99) trying freq2 (1.00000e+08)\n"
+    "M     14:02:11:450 | ORV Receiver (orv_client_frontend:49) sampling position edge : 3 data edges between clock "
+    "edges, 400 near one\n"
     "    E 14:02:11:507 | ORV Receiver (orv_client_frontend:120) failed freq2 (1.00000e+08) : "
     "eCALIBRATE(12) : failed to calibrate channel : clock margin too low\n"
     "M     14:02:11:507 | ORV Receiver (orv_client_frontend:99) trying freq1 (5.00000e+07)\n";
@@ -34,6 +36,26 @@ TEST(RunLog, AStepDownGivesTheChosenAndTheRejectedSettings) {
     EXPECT_EQ(log.chosen()->setting, 1U);
     EXPECT_DOUBLE_EQ(log.chosen()->hertz, 5e7);
     EXPECT_FALSE(log.settingsReplaced);
+}
+
+TEST(RunLog, AttemptsStandInTheirOrderWithPositionAndReason) {
+    const RunLog log = parseRunLog(stepDown, true);
+    ASSERT_EQ(log.attempts.size(), 2U);
+    EXPECT_EQ(log.attempts[0].setting, 2U);
+    EXPECT_EQ(log.attempts[0].position, "edge");
+    EXPECT_FALSE(log.attempts[0].kept);
+    EXPECT_EQ(log.attempts[0].reason, "eCALIBRATE(12) : failed to calibrate channel : clock margin too low");
+    EXPECT_EQ(log.attempts[1].setting, 1U);
+    EXPECT_EQ(log.attempts[1].position, "");
+    EXPECT_TRUE(log.attempts[1].kept);
+    EXPECT_FALSE(parseRunLog(stepDown, false).attempts[1].kept);
+}
+
+TEST(RunLog, APositionThatWasNotFoundIsNone) {
+    const RunLog log =
+        parseRunLog("M | trying freq0 (1.0e+08)\nM | sampling position not detected : 0 data edges\n", false);
+    ASSERT_EQ(log.attempts.size(), 1U);
+    EXPECT_EQ(log.attempts[0].position, "");
 }
 
 TEST(RunLog, WithoutSuccessNoSettingIsChosen) {

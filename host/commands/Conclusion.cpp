@@ -1,0 +1,31 @@
+#include "host/commands/Conclusion.h"
+
+#include <cstdio>
+#include <iostream>
+
+#include "host/results/ResultText.h"
+
+namespace host {
+
+ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
+                   const std::function<std::string(const RecordResult&)>& text) {
+    try {
+        work();
+    } catch (const Failure& failure) {
+        result.code = failure.code;
+        result.failure = failure.what();
+        result.where = failure.where;
+    } catch (const std::exception& error) {
+        result.code = ExitCode::Failed;
+        result.failure = error.what();
+    }
+    if (json)
+        std::cout << resultJson(result) << std::flush;
+    else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty())
+        std::cout << text(result) << std::flush;
+    if (result.code != ExitCode::Done)
+        std::fprintf(stderr, "orvtrace: %s\n", result.failure.c_str());
+    return result.code;
+}
+
+} // namespace host

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "host/results/RecordResult.h"
+
+namespace host {
+
+/// Runs the work that fills a result and prints what became of it: with `json` an object in any case, otherwise the
+/// text, as soon as there is a calibration to tell of. A failure goes to the standard error output behind that.
+ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
+                   const std::function<std::string(const RecordResult&)>& text);
+
+} // namespace host

@@ -1,0 +1,182 @@
+#include <array>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "host/basics/Format.h"
+#include "host/basics/JsonText.h"
+#include "host/basics/TextFile.h"
+#include "host/commands/Commands.h"
+#include "host/files/ChannelSettingsFile.h"
+#include "host/pins/PinAnswers.h"
+#include "host/platform/Platform.h"
+#include "host/session/Receiver.h"
+#include "pinmap/TracePinMapper.h"
+
+namespace host {
+
+namespace {
+
+using Vx::Qrs::Trace::OrvRcvr::TracePinMapper;
+
+/// The kinds that channel settings can ask for.
+const std::vector<std::string> settingsKinds{"pti", "tpiu", "tpiulite"};
+constexpr std::array settingsCounts{1U, 2U, 4U};
+
+std::string dataText(const PinList& pins) {
+    return pinsText(PinList(pins.begin() + 1, pins.end()));
+}
+
+nlohmann::json toJson(const PinAnswer& answer) {
+    nlohmann::json out{{"kind", answer.kind}, {"dataPins", answer.dataPins}, {"granted", answer.granted}};
+    if (!answer.asked.empty())
+        out["asked"] = answer.asked;
+    if (answer.granted) {
+        out["pinout"] = answer.pinout;
+        out["pins"] = answer.pins;
+        out["owner"] = answer.owner;
+    }
+    if (!answer.remark.empty())
+        out["remark"] = answer.remark;
+    return out;
+}
+
+/// `orvtrace pins`.
+class PinsCommand : public Command {
+public:
+    PinsCommand() : Command("pins", "Tell which pins of a device can carry trace") {}
+
+    void setUp(CLI::App& app) override {
+        app.footer("Without --pins every wish that channel settings can have is answered. With it a\n"
+                   "wish that would be refused gives exit code 5.\n"
+                   "Example: orvtrace pins --device bench/app --kind pti --pins 0,1,2");
+        auto* byName =
+            app.add_option("--device", device, "Full CPU name, as the device data base knows it")->option_text("NAME");
+        app.add_option("--map-file", mapFile, "Read a pin map file instead of the data base")
+            ->option_text("FILE")
+            ->excludes(byName);
+        app.add_option("--kind", kind, "Kind of trace export: pti, tpiu or tpiulite")
+            ->option_text("KIND")
+            ->check(CLI::IsMember(settingsKinds));
+        app.add_option("--pins", pins, "1, 2 or 4 data pins, or EMU pins, clock first: 0,1,2")
+            ->option_text("N|LIST")
+            ->check([](const std::string& text) {
+                return pinChoiceOf(text) ? std::string()
+                                         : std::string("must be 1, 2 or 4, or a clock and 1, 2 or 4 data pins out of "
+                                                       "0 to 5, such as 0,1,2");
+            });
+        addJson(app);
+    }
+
+    ExitCode run() override;
+
+private:
+    void read(TracePinMapper& mapper) const;
+    std::vector<PinAnswer> answers(TracePinMapper& mapper) const;
+    void printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
+    void printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
+
+    std::string device;
+    std::string mapFile;
+    std::string kind;
+    std::string pins;
+};
+
+void PinsCommand::read(TracePinMapper& mapper) const {
+    if (!mapFile.empty()) {
+        readText(mapFile); // says more of a missing file than the mapper does
+        guarded(ExitCode::BadInput, [&] { mapper.readPinMapFile(mapFile.c_str()); });
+        return;
+    }
+    try {
+        guarded(ExitCode::CalibrationRefused, [&] { mapper.readDeviceDatabase(device.c_str()); });
+    } catch (const Failure& failure) {
+        throw Failure(failure.code, device + ": " + failure.what() +
+                                        " Check the name: it is the full one, such as "
+                                        "bench/app.");
+    }
+}
+
+/// All wishes, or the one that was asked for.
+std::vector<PinAnswer> PinsCommand::answers(TracePinMapper& mapper) const {
+    std::vector<PinAnswer> all;
+    for (const std::string& each : kind.empty() ? settingsKinds : std::vector{kind}) {
+        if (!pins.empty()) {
+            const PinChoice choice = pinChoiceOf(pins).value();
+            PinList asked;
+            for (const std::string& item : split(choice.pinMap, ','))
+                asked.push_back(static_cast<std::uint32_t>(std::stoul(item)));
+            all.push_back(answerOf(mapper.getPinouts(), each, choice.dataPins, asked));
+        } else {
+            for (const unsigned count : settingsCounts)
+                all.push_back(answerOf(mapper.getPinouts(), each, count, {}));
+        }
+        for (PinAnswer& answer : all)
+            answer.owner = answer.granted ? mapper.getOwnerName(answer.kind) : std::string();
+    }
+    return all;
+}
+
+void PinsCommand::printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
+    std::cout << (device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
+              << print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
+    for (const auto& [pinoutName, pinout] : mapper.getPinouts()) {
+        for (const auto& [each, lists] : pinout) {
+            for (const PinList& list : lists)
+                std::cout << print("%-12s %-9s %9zu  %5u  %s\n", pinoutName.c_str(), each.c_str(), list.size() - 1,
+                                   list.front(), dataText(list).c_str());
+        }
+    }
+    std::cout << "\n" << print("%-9s %-10s %s\n", "kind", "asked", "answer");
+    for (const PinAnswer& answer : answers) {
+        const std::string asked = answer.asked.empty() ? countText(answer.dataPins, "pin") : pinsText(answer.asked);
+        std::cout << print("%-9s %-10s ", answer.kind.c_str(), asked.c_str());
+        if (answer.granted)
+            std::cout << "granted: clock " << answer.pins.front() << ", data " << dataText(answer.pins) << " of "
+                      << answer.pinout << (answer.owner.empty() ? "" : ", owned by " + answer.owner);
+        else
+            std::cout << "refused";
+        std::cout << (answer.remark.empty() ? "" : ": " + answer.remark) << "\n";
+    }
+}
+
+void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
+    nlohmann::json out;
+    out[device.empty() ? "mapFile" : "device"] = device.empty() ? mapFile : device;
+    out["pinouts"] = nlohmann::json::array();
+    for (const auto& [pinoutName, pinout] : mapper.getPinouts()) {
+        for (const auto& [each, lists] : pinout) {
+            for (const PinList& list : lists)
+                out["pinouts"].push_back({{"pinout", pinoutName}, {"kind", each}, {"pins", list}});
+        }
+    }
+    out["answers"] = nlohmann::json::array();
+    for (const PinAnswer& answer : answers)
+        out["answers"].push_back(toJson(answer));
+    std::cout << jsonText(out);
+}
+
+ExitCode PinsCommand::run() {
+    if (device.empty() && mapFile.empty())
+        throw Failure(ExitCode::Usage, "give --device NAME or --map-file FILE");
+    if (mapFile.empty())
+        LoadedLibrary(programFolder() / libraryFileName("PartIdentifier")); // says more than the mapper does
+    TracePinMapper mapper;
+    read(mapper);
+    const std::vector<PinAnswer> all = answers(mapper);
+    if (json)
+        printJson(mapper, all);
+    else
+        printText(mapper, all);
+    const bool refused =
+        !pins.empty() && std::none_of(all.begin(), all.end(), [](const PinAnswer& answer) { return answer.granted; });
+    return refused ? ExitCode::CalibrationRefused : ExitCode::Done;
+}
+
+} // namespace
+
+std::unique_ptr<Command> makePinsCommand() {
+    return std::make_unique<PinsCommand>();
+}
+
+} // namespace host

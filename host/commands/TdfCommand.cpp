@@ -1,0 +1,245 @@
+#include <fstream>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "host/basics/Format.h"
+#include "host/basics/JsonText.h"
+#include "host/basics/OutputFiles.h"
+#include "host/commands/Commands.h"
+#include "host/commands/SessionFlags.h"
+#include "host/session/Receiver.h"
+#include "tdf/TdfFile.h"
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Vx::Qrs::Trace::OrvRcvr::TdfFile;
+using Vx::Qrs::Trace::OrvRcvr::TdfSection;
+
+constexpr const char* traceSection = "BinTraceData";
+constexpr std::size_t chunkBytes = 65536;
+
+/// Section names may hold any bytes; those that a terminal could take amiss show as "?".
+std::string printable(std::string name) {
+    for (char& c : name)
+        c = static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
+    return name;
+}
+
+void requireInput(const std::string& file) {
+    std::error_code failed;
+    if (!fs::is_regular_file(file, failed) || !std::ifstream(file, std::ios::binary))
+        throw Failure(ExitCode::BadInput, "cannot read " + file + "; check the name and the folder");
+}
+
+/// Runs an operation on a trace data file; its failure names the file.
+void onFile(const std::string& file, const std::function<void()>& work) {
+    try {
+        guarded(ExitCode::BadInput, work);
+    } catch (const Failure& failure) {
+        throw Failure(failure.code, file + ": " + failure.what());
+    }
+}
+
+/// `orvtrace tdf`.
+class TdfCommand : public Command {
+public:
+    TdfCommand() : Command("tdf", "List, extract and create trace data files") {}
+    void setUp(CLI::App& app) override;
+    ExitCode run() override;
+
+private:
+    std::vector<TdfSection> sectionsOf(std::string& damage) const;
+    ExitCode list() const;
+    ExitCode extract() const;
+    ExitCode create() const;
+    TdfSection wantedSection() const;
+
+    CLI::App* listApp = nullptr;
+    CLI::App* extractApp = nullptr;
+    std::string file;
+    std::string output;
+    std::string section = traceSection;
+    unsigned number = 0; ///< from 1; 0: by name
+    std::string data;
+    unsigned version = 1;
+    bool force = false;
+};
+
+void TdfCommand::setUp(CLI::App& app) {
+    app.footer("Example: orvtrace tdf list trace.tdf");
+    app.require_subcommand(1);
+    const auto addFile = [this](CLI::App& to) {
+        to.add_option("file", file, "The trace data file")->required()->option_text("FILE.tdf");
+    };
+
+    listApp = app.add_subcommand("list", "Tell the sections of a trace data file");
+    addFile(*listApp);
+    addJson(*listApp);
+
+    extractApp = app.add_subcommand("extract", "Write the data of one section into a file");
+    extractApp->footer("Example: orvtrace tdf extract trace.tdf trace.bin --number 2");
+    addFile(*extractApp);
+    extractApp->add_option("output", output, "The new file")->required()->option_text("OUT");
+    auto* byName = extractApp->add_option("--section", section, "The first section of this name (BinTraceData)")
+                       ->option_text("NAME");
+    extractApp->add_option("--number", number, "The section of this number in the list")
+        ->option_text("N")
+        ->check(CLI::Range(1U, 1000000U))
+        ->excludes(byName);
+    extractApp->add_flag("--force", force, "Overwrite the output when it exists");
+    addJson(*extractApp);
+
+    CLI::App* createApp = app.add_subcommand("create", "Make a trace data file, empty or with one section");
+    createApp->footer("Example: orvtrace tdf create trace.tdf --data trace.bin");
+    createApp->add_option("file", file, "The new trace data file")
+        ->required()
+        ->option_text("FILE.tdf")
+        ->check(checkTdfName);
+    auto* from = createApp->add_option("--data", data, "File whose bytes become a section's data")->option_text("FILE");
+    createApp->add_option("--section", section, "Its name (BinTraceData)")->option_text("NAME")->needs(from);
+    createApp->add_option("--version", version, "Version of its contents (1)")->option_text("N")->needs(from);
+    createApp->add_flag("--force", force, "Overwrite the file when it exists");
+    addJson(*createApp);
+}
+
+/// `damage` is why the list ends early, empty when it does not.
+std::vector<TdfSection> TdfCommand::sectionsOf(std::string& damage) const {
+    requireInput(file);
+    std::vector<TdfSection> sections;
+    try {
+        onFile(file, [&] { TdfFile::listSections(file.c_str(), &sections); });
+    } catch (const Failure& failure) {
+        damage = std::string(failure.what()) + " Its first " + countText(sections.size(), "section") + " can be read";
+        if (sections.empty())
+            damage = std::string(failure.what()) + " It is no trace data file, or its beginning is damaged";
+    }
+    return sections;
+}
+
+ExitCode TdfCommand::list() const {
+    std::string damage;
+    const std::vector<TdfSection> sections = sectionsOf(damage);
+    if (json) {
+        nlohmann::json all = nlohmann::json::array();
+        for (const TdfSection& each : sections)
+            all.push_back({{"name", each.name},
+                           {"version", each.version},
+                           {"offset", each.offset},
+                           {"size", each.size},
+                           {"dataOffset", each.dataOffset},
+                           {"dataSize", each.dataSize}});
+        nlohmann::json out{{"file", file}, {"sections", all}, {"damaged", !damage.empty()}};
+        std::cout << jsonText(out) << std::flush;
+        if (!damage.empty())
+            std::cerr << "orvtrace: " << damage << "\n";
+        return damage.empty() ? ExitCode::Done : ExitCode::BadInput;
+    }
+    if (damage.empty() || !sections.empty())
+        std::cout << print("%6s  %-20s %7s %10s %10s  %s\n", "number", "section", "version", "offset", "data", "bytes");
+    for (std::size_t i = 0; i < sections.size(); ++i)
+        std::cout << print("%6zu  %-20s %7u %10u %10u  %s\n", i + 1, printable(sections[i].name).c_str(),
+                           sections[i].version, sections[i].offset, sections[i].dataSize,
+                           sizeText(sections[i].dataSize).c_str());
+    if (!damage.empty())
+        throw Failure(ExitCode::BadInput, damage);
+    return ExitCode::Done;
+}
+
+TdfSection TdfCommand::wantedSection() const {
+    TdfSection found;
+    if (number == 0) {
+        onFile(file, [&] { TdfFile::findSection(file.c_str(), section.c_str(), &found); });
+        return found;
+    }
+    std::string damage;
+    const std::vector<TdfSection> sections = sectionsOf(damage);
+    if (number > sections.size())
+        throw Failure(ExitCode::BadInput, !damage.empty() ? damage
+                                                          : file + ": there is no section " + std::to_string(number) +
+                                                                "; it has " + countText(sections.size(), "section"));
+    return sections[number - 1];
+}
+
+ExitCode TdfCommand::extract() const {
+    requireInput(file);
+    const TdfSection found = wantedSection();
+    testOutputFile(output, force);
+    std::ofstream out(output, std::ios::binary | std::ios::trunc);
+    std::vector<char> chunk(chunkBytes);
+    std::uint32_t loaded = 0;
+    for (std::uint32_t start = 0; start < found.dataSize; start += loaded) {
+        onFile(file, [&] {
+            TdfFile::loadSectionPart(file.c_str(), found, start, chunk.data(), static_cast<std::uint32_t>(chunk.size()),
+                                     &loaded);
+        });
+        if (loaded == 0)
+            break;
+        out.write(chunk.data(), loaded);
+    }
+    out.close();
+    if (!out)
+        throw Failure(ExitCode::OutputUnwritable, output + " cannot be written; is the disk full?");
+    if (json)
+        std::cout << jsonText({{"file", file}, {"section", found.name}, {"bytes", found.dataSize}, {"output", output}});
+    else
+        std::cout << countText(found.dataSize, "byte") << " of section " << printable(found.name) << " in " << output
+                  << "\n";
+    return ExitCode::Done;
+}
+
+ExitCode TdfCommand::create() const {
+    if (!data.empty())
+        requireInput(data);
+    testOutputFile(file, force);
+    std::uint64_t bytes = 0;
+    const auto write = [&] {
+        TdfFile::createFile(file.c_str());
+        if (data.empty())
+            return;
+        std::uint32_t offset = 0;
+        std::uint32_t size = 0;
+        TdfFile::beginSection(file.c_str(), section.c_str(), version, &offset);
+        std::ifstream in(data, std::ios::binary);
+        std::vector<char> chunk(chunkBytes);
+        while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
+            TdfFile::appendSectionData(file.c_str(), section.c_str(), offset, chunk.data(), 1,
+                                       static_cast<std::uint32_t>(in.gcount()), &size);
+            bytes += static_cast<std::uint64_t>(in.gcount());
+        }
+    };
+    constexpr std::uint64_t most = 0xFFFF0000;
+    std::error_code failed;
+    if (!data.empty() && fs::file_size(data, failed) > most)
+        throw Failure(ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
+    try {
+        guarded(ExitCode::OutputUnwritable, write);
+    } catch (const Failure& failure) {
+        throw Failure(failure.code, file + ": " + failure.what());
+    }
+    if (json)
+        std::cout << jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});
+    else
+        std::cout << file << (data.empty() ? ", no sections" : ", section " + section + ", " + countText(bytes, "byte"))
+                  << "\n";
+    return ExitCode::Done;
+}
+
+ExitCode TdfCommand::run() {
+    if (listApp->parsed())
+        return list();
+    if (extractApp->parsed())
+        return extract();
+    return create();
+}
+
+} // namespace
+
+std::unique_ptr<Command> makeTdfCommand() {
+    return std::make_unique<TdfCommand>();
+}
+
+} // namespace host

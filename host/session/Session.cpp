@@ -1,0 +1,169 @@
+#include "host/session/Session.h"
+
+#include <chrono>
+
+#include "host/basics/TextFile.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The log that this process writes: its name ends in the number of the debug client's process.
+fs::path findLog(const fs::path& directory) {
+    const std::string ending = std::string("_") + getEnvironment("VX_TRACE_DEBUGCLIENT_PID") + ".txt";
+    fs::path newest;
+    fs::file_time_type newestTime{};
+    std::error_code failed;
+    for (const auto& entry : fs::directory_iterator(directory, failed)) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind("vx_trace_log", 0) != 0 || !name.ends_with(ending))
+            continue;
+        const auto time = entry.last_write_time(failed);
+        if (newest.empty() || time > newestTime) {
+            newest = entry.path();
+            newestTime = time;
+        }
+    }
+    return newest;
+}
+
+void requireFile(const std::string& file, const char* what) {
+    std::error_code failed;
+    if (!fs::is_regular_file(file, failed))
+        throw Failure(ExitCode::BadInput,
+                      std::string("the ") + what + " " + file + " does not exist; check the name and the folder");
+    readText(file, fs::file_size(file, failed)); // proves that it can be read
+}
+
+} // namespace
+
+fs::path absolutePath(const std::string& path) {
+    return fs::absolute(path).lexically_normal().make_preferred();
+}
+
+Session::Session(const SessionOptions& given, SessionResult& filled) : options(given), result(filled) {}
+
+void Session::checkInputs() {
+    if (!options.scenario.empty())
+        scenario = findScenario(options.scenario, programFolder() / "scenarios");
+    if (!options.settings.empty())
+        requireFile(options.settings, "settings file");
+    if (!options.play.empty())
+        requireFile(options.play, "file to play");
+    result.scenario = scenario ? scenario->name : "";
+    result.cpu = !options.cpu.empty() ? options.cpu : scenario ? scenario->cpu : "";
+}
+
+void Session::prepare() {
+    folder.emplace(options.out, scenario ? scenario->file.stem().string() : "run", options.force);
+    writeSettings();
+    if (scenario)
+        folder->enterBench(*scenario, options.play, programFolder());
+    else if (getEnvironment("VX_TRACE_LOGGING").empty())
+        setEnvironment("VX_TRACE_LOGGING", "1");
+    result.files.emplace_back("settings", settingsFile.string());
+}
+
+void Session::writeSettings() {
+    const std::string name = !options.settings.empty() ? fs::path(options.settings).stem().string()
+                             : scenario                ? scenario->file.stem().string()
+                                                       : "channel";
+    settingsFile = folder->settingsFile(name);
+    if (!options.settings.empty()) {
+        // The receiver gets a copy: it overwrites a file that it cannot use.
+        const std::string text = readText(options.settings);
+        std::error_code failed;
+        if (!fs::equivalent(options.settings, settingsFile, failed))
+            fs::copy_file(options.settings, settingsFile, fs::copy_options::overwrite_existing, failed);
+        if (readText(settingsFile) != text)
+            throw Failure(ExitCode::OutputUnwritable, "cannot write " + settingsFile.string());
+        return;
+    }
+    ChannelSettings settings = scenario ? scenario->settings : ChannelSettings();
+    if (options.stopOnFull)
+        settings.stopOnFull = *options.stopOnFull;
+    if (!options.buffer.empty())
+        settings.bufferIndex = bufferIndexOf(options.buffer).value();
+    if (!options.pins.empty()) {
+        const PinChoice choice = pinChoiceOf(options.pins).value();
+        settings.dataPins = choice.dataPins;
+        settings.pinMap = choice.pinMap;
+    }
+    writeChannelSettings(settings, settingsFile);
+}
+
+void Session::open() {
+    watchInterrupts();
+    channel = std::make_unique<Receiver>(options.library);
+    // The receiver tells where its files lie by the environment.
+    const fs::path data = getEnvironment("VX_TRACE_DATA_DIR");
+    stem = data / settingsFile.stem();
+    logFile = findLog(getEnvironment("VX_TRACE_LOGGING_DIR"));
+    result.files.emplace_back("receiver's files", data.string());
+    result.files.emplace_back("log", logFile.string());
+    if (scenario)
+        result.files.emplace_back("bench", folder->benchFolder().string());
+    ownFiles = result.files.size();
+    channel->allocate(result.cpu);
+}
+
+void Session::calibrate(ProgressLine& line) {
+    const auto start = std::chrono::steady_clock::now();
+    std::error_code failed;
+    const std::uintmax_t size = fs::file_size(logFile, failed);
+    logRead = failed ? 0 : size;
+    result.calibrated = false;
+    const auto finish = [&] {
+        result.calibrationSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        collect();
+    };
+    try {
+        const CalibrationFollower follower(channel->channel(), line);
+        guarded(ExitCode::CalibrationRefused,
+                [&] { channel->channel().SetConfiguration(settingsFile.string().c_str()); });
+        result.calibrated = true;
+    } catch (const Failure&) {
+        finish();
+        throw;
+    }
+    finish();
+}
+
+std::optional<CalibrationReport> Session::reportOf(const std::string& ending) {
+    const fs::path file = stem.string() + ending + ".cal.txt";
+    std::error_code failed;
+    if (!fs::exists(file, failed))
+        return std::nullopt;
+    CalibrationReport report = readCalibrationReport(file);
+    result.files.resize(ownFiles);
+    result.files.emplace_back("calibration report", file.string());
+    return report;
+}
+
+void Session::collect() {
+    result.pinMap = channel->attribute("pinMap");
+    result.attempts.clear();
+    result.calibration.reset();
+    result.files.resize(ownFiles);
+    std::error_code failed;
+    const std::string text = fs::exists(logFile, failed) ? readText(logFile, logRead) : std::string();
+    result.log = parseRunLog(text, result.calibrated);
+    if (result.log.settingsReplaced) {
+        // What was calibrated with the defaults is nothing that the user asked for.
+        result.calibrated = false;
+        result.log.frequencies.clear();
+        throw Failure(ExitCode::BadInput, settingsFile.string() + ": the receiver cannot use these settings: " +
+                                              *result.log.settingsReplaced);
+    }
+    for (const CalibrationAttempt& attempt : result.log.attempts) {
+        result.attempts.push_back({attempt, reportOf(".freq" + std::to_string(attempt.setting))});
+        if (result.attempts.back().report)
+            result.calibration = result.attempts.back().report;
+    }
+    if (result.attempts.empty())
+        result.calibration = reportOf("");
+}
+
+} // namespace host

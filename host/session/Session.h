@@ -1,0 +1,69 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "host/files/ChannelSettingsFile.h"
+#include "host/session/Progress.h"
+#include "host/session/Receiver.h"
+#include "host/session/RunFolder.h"
+#include "host/session/SessionResult.h"
+
+namespace host {
+
+/// What the command line says about the receiver and its channel.
+struct SessionOptions {
+    std::string scenario;            ///< name or file; empty: the real siblings and server
+    std::string settings;            ///< channel settings file; empty: written from the scenario
+    std::string cpu;                 ///< empty: the scenario's
+    std::string play;                ///< what the simulated target sends
+    std::string out;                 ///< folder of the run
+    std::string library = "OrvRcvr"; ///< name or path of the receiver
+    std::string pins;                ///< as pinChoiceOf() takes it; empty: as the settings say
+    std::string buffer;              ///< size of the unit's buffer; empty: as the settings say
+    std::optional<bool> stopOnFull;  ///< nothing: as the settings say
+    bool force = false;              ///< an earlier run in `out` may be removed
+    bool quiet = false;
+};
+
+/// One channel from the command line to a calibrated receiver, in this order: checkInputs(), prepare(), open(),
+/// calibrate(). All throw Failure. What is found out goes into the result, also when a step fails.
+class Session {
+public:
+    Session(const SessionOptions& given, SessionResult& filled);
+
+    /// Looks at every input.
+    void checkInputs();
+    /// Makes the run's folder with the settings file in it. Nothing is started.
+    void prepare();
+    /// Loads the receiver, starts the data server and makes the channel.
+    void open();
+    /// Configures and calibrates. May be called again.
+    void calibrate(ProgressLine& line);
+
+    Receiver& receiver() { return *channel; }
+    /// Path and first part of the name of the receiver's files.
+    const std::filesystem::path& fileStem() const { return stem; }
+
+private:
+    void writeSettings();
+    void collect();
+    std::optional<CalibrationReport> reportOf(const std::string& ending);
+
+    const SessionOptions& options;
+    SessionResult& result;
+    std::optional<Scenario> scenario;
+    std::optional<RunFolder> folder;
+    std::filesystem::path settingsFile;
+    std::filesystem::path stem;
+    std::filesystem::path logFile;
+    std::uintmax_t logRead = 0; ///< how much of the log belongs to earlier calibrations
+    std::size_t ownFiles = 0;   ///< files in the result that are there before any calibration
+    std::unique_ptr<Receiver> channel;
+};
+
+/// An absolute path in the system's own form.
+std::filesystem::path absolutePath(const std::string& path);
+
+} // namespace host

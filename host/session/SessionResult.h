@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/files/CalibrationReport.h"
+#include "host/files/RunLog.h"
+
+namespace host {
+
+/// One attempt of a calibration with what its files say.
+struct AttemptResult {
+    CalibrationAttempt attempt;
+    std::optional<CalibrationReport> report; ///< nothing when the attempt ended before its first measurement
+};
+
+/// Everything that a calibrated session leaves to tell.
+struct SessionResult {
+    std::string scenario; ///< empty without the bench
+    std::string cpu;
+    std::string pinMap;
+
+    bool calibrated = false;
+    double calibrationSeconds = 0.0;
+    RunLog log;
+    std::vector<AttemptResult> attempts;
+    std::optional<CalibrationReport> calibration; ///< of the attempt that was kept, otherwise of the last one
+
+    std::vector<std::pair<std::string, std::string>> files; ///< what, where
+};
+
+} // namespace host

@@ -1,0 +1,115 @@
+#include "host/soak/GeneratorCheck.h"
+
+#include <algorithm>
+#include <array>
+
+namespace host {
+
+namespace {
+
+constexpr std::array<std::uint16_t, 1> onePin{0xAAAA};
+constexpr std::array<std::uint16_t, 1> twoPins{0x6C6C};
+constexpr std::array<std::uint16_t, 4> fourPins{0x1234, 0x5678, 0x9ABC, 0xDEF0};
+
+constexpr std::size_t packetWords = 256;
+constexpr std::uint16_t kindMask = 0xF800;
+constexpr std::uint16_t traceKind = 0x0800;
+constexpr std::uint16_t otherKind = 0x1000;
+constexpr std::uint16_t syncWord = 0x0FF0;
+constexpr std::size_t syncZeros = 5;
+
+std::span<const std::uint16_t> rampOf(unsigned dataPins) {
+    if (dataPins == 1)
+        return onePin;
+    if (dataPins == 2)
+        return twoPins;
+    return fourPins;
+}
+
+} // namespace
+
+GeneratorCheck::GeneratorCheck(unsigned dataPins, Framing packing) : ramp(rampOf(dataPins)), framing(packing) {}
+
+void GeneratorCheck::take(std::span<const std::uint64_t> samples) {
+    for (const std::uint64_t sample : samples) {
+        for (unsigned shift = 0; shift < 64; shift += 16)
+            takeWord(static_cast<std::uint16_t>(sample >> shift));
+    }
+}
+
+void GeneratorCheck::takeWord(std::uint16_t word) {
+    ++position;
+    if (framing == Framing::Words) {
+        takePayload(word, position - 1);
+        return;
+    }
+    // The trailer at its end decides whether a packet holds trace at all.
+    packet.push_back(word);
+    if (packet.size() == packetWords)
+        checkPacket();
+}
+
+void GeneratorCheck::checkPacket() {
+    const std::uint16_t trailer = packet.back();
+    const std::uint64_t first = position - packetWords;
+    if ((trailer & kindMask) == traceKind) {
+        for (std::size_t i = 0; i + 1 < packetWords; ++i)
+            takePayload(packet[i], first + i);
+    } else if ((trailer & kindMask) != otherKind) {
+        ++checked;
+        addError(position - 1, trailer, std::nullopt);
+    }
+    packet.clear();
+}
+
+void GeneratorCheck::takePayload(std::uint16_t word, std::uint64_t at) {
+    if (skipNext) {
+        skipNext = false;
+        return;
+    }
+    if (word == 0) {
+        zeros.push_back(at);
+        return;
+    }
+    if (word == syncWord && zeros.size() >= syncZeros) {
+        zeros.clear();
+        skipNext = true;
+        return;
+    }
+    endZeros();
+    ++checked;
+    const std::optional<std::uint16_t> following = successor(word);
+    if (next ? word != *next : !following)
+        addError(at, word, next);
+    // A word of the ramp sets the pace again, so that one loss is one error; anything else leaves it.
+    if (following)
+        next = following;
+    else if (next)
+        next = successor(*next);
+}
+
+/// A run of zero words that was no synchronisation stood where the ramp belongs.
+void GeneratorCheck::endZeros() {
+    for (const std::uint64_t at : zeros) {
+        ++checked;
+        addError(at, 0, next);
+        if (next)
+            next = successor(*next);
+    }
+    zeros.clear();
+}
+
+void GeneratorCheck::addError(std::uint64_t at, std::uint16_t got, std::optional<std::uint16_t> expected) {
+    ++wrong;
+    if (errors.size() < errorsKept)
+        errors.push_back({at / packetWords, static_cast<unsigned>(at % packetWords), got, expected});
+}
+
+std::optional<std::uint16_t> GeneratorCheck::successor(std::uint16_t word) const {
+    const auto found = std::find(ramp.begin(), ramp.end(), word);
+    if (found == ramp.end())
+        return std::nullopt;
+    return ramp[(static_cast<std::size_t>(found - ramp.begin()) + 1) % ramp.size()];
+}
+
+} // namespace host

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+// Comparing a recording of the capture unit's own generator with what the generator sends, word for word.
+
+namespace host {
+
+/// How the recorded words are packed.
+enum class Framing {
+    Packets, ///< 255 words and a trailer that tells the packet's kind
+    Words,   ///< nothing but words
+};
+
+/// One wrong word.
+struct WordError {
+    std::uint64_t packet = 0; ///< of 512 bytes, counted from 0
+    unsigned word = 0;        ///< in the packet, 0 to 255; 255 with packets is the trailer
+    std::uint16_t got = 0;
+    std::optional<std::uint16_t> expected; ///< nothing when no word was certain there
+
+    std::uint64_t byte() const { return packet * 512 + word * 2U; }
+};
+
+/// Takes the samples of one recording in their order. The generator repeats a ramp; the first word tells where in it
+/// the recording begins. Five or more zero words, 0x0FF0 and one word are a synchronisation sequence, which may stand
+/// between any two words; zero words at the very end are padding. Every other word has to be the next of the ramp.
+class GeneratorCheck {
+public:
+    /// `dataPins` is 1, 2 or 4.
+    GeneratorCheck(unsigned dataPins, Framing packing);
+
+    void take(std::span<const std::uint64_t> samples);
+
+    std::uint64_t wordsChecked() const { return checked; }
+    std::uint64_t errorCount() const { return wrong; }
+    std::uint64_t packetCount() const { return (position + 255) / 256; }
+    /// The first ones.
+    const std::vector<WordError>& firstErrors() const { return errors; }
+
+    static constexpr std::size_t errorsKept = 10;
+
+private:
+    void takeWord(std::uint16_t word);
+    void takePayload(std::uint16_t word, std::uint64_t at);
+    void checkPacket();
+    void endZeros();
+    void addError(std::uint64_t at, std::uint16_t got, std::optional<std::uint16_t> expected);
+    std::optional<std::uint16_t> successor(std::uint16_t word) const;
+
+    std::span<const std::uint16_t> ramp;
+    Framing framing;
+    std::uint64_t position = 0; ///< words taken, trailers included
+    std::vector<std::uint16_t> packet;
+    std::optional<std::uint16_t> next; ///< what has to come
+    std::vector<std::uint64_t> zeros;  ///< places of a run of zero words whose meaning is not known yet
+    bool skipNext = false;             ///< the word behind 0x0FF0
+    std::uint64_t checked = 0;
+    std::uint64_t wrong = 0;
+    std::vector<WordError> errors;
+};
+
+} // namespace host
