@@ -91,7 +91,8 @@ std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::ui
     return IoOk;
 }
 
-std::uint32_t ScriptedLink::waitReadable(std::int32_t) {
+std::uint32_t ScriptedLink::waitReadable(std::int32_t waitMs) {
+    script->lastWait = waitMs;
     if (lost)
         return IoNotConnected;
     if (script->at(LinkScript::Kind::Wait)) {

@@ -29,8 +29,9 @@ public:
     /// All steps were used and kept to. Called at the end of each test.
     void verify();
 
-    bool saidGoodbye = false; ///< `$D#00` came where the script had ended
-    bool closed = false;      ///< the client closed the link
+    bool saidGoodbye = false;  ///< `$D#00` came where the script had ended
+    bool closed = false;       ///< the client closed the link
+    std::int32_t lastWait = 0; ///< milliseconds that the client's last wait was to take at most
 
 private:
     friend class ScriptedLink;

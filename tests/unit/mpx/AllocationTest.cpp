@@ -25,6 +25,27 @@ TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes) {
     EXPECT_EQ(failureOf([this] { proxy->stop(); }), "invalid rsp response");
 }
 
+TEST_F(ProxyAllocation, TheSecondTextOfARecordThatFindsNoMemory) {
+    openChannel();
+    const Refusing refusing(50008, 50008); // with its NUL, rounded up
+    EXPECT_EQ(startAnswered(frames::reply({}, frames::errorRecord(1, "first", std::string(50001, 'x')))),
+              "internal error allocating buffer");
+    EXPECT_TRUE(refusing.hasRefused());
+    EXPECT_TRUE(callback.calls.empty());
+}
+
+TEST_F(ProxyAllocation, ASizeThatIsOnlyClaimedCostsNoMemory) {
+    openChannel();
+    const Refusing refusing(0x100000, static_cast<std::size_t>(-1));
+    for (const std::uint32_t size : {0xFFFFFFFFu, 0x7FFFFFFFu, 0x100000u}) {
+        EXPECT_EQ(startAnswered("$cb" + frames::word(7778) + frames::word(size) + "#00"),
+                  "invalid rsp callback responseinvalid rsp response");
+        EXPECT_EQ(startAnswered("$cb" + frames::word(7779) + frames::word(1) + frames::word(size) + "#00"),
+                  "invalid rsp callback responseinvalid rsp response");
+    }
+    EXPECT_FALSE(refusing.hasRefused());
+}
+
 TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds) {
     VX_QRS::ORV::Scratch scratch;
     scratch.ensure(10);
@@ -39,6 +60,21 @@ TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds) {
     scratch.ensure(5001);
     EXPECT_EQ(scratch.size(), 5001u);
     scratch.data()[5000] = 1;
+}
+
+TEST(Scratch, BlocksAreRoundedUpToAMultipleOfEightAndTheSizeIsNot) {
+    for (const std::size_t needed : {4001u, 4007u, 4008u}) {
+        VX_QRS::ORV::Scratch scratch;
+        const Refusing refusing(4008, 4008);
+        EXPECT_THROW(scratch.ensure(needed), std::runtime_error) << needed;
+    }
+    for (const std::size_t needed : {4000u, 4009u}) {
+        VX_QRS::ORV::Scratch scratch;
+        const Refusing refusing(4001, 4015);
+        scratch.ensure(needed);
+        EXPECT_EQ(scratch.size(), needed);
+        EXPECT_FALSE(refusing.hasRefused());
+    }
 }
 
 TEST(Scratch, ASmallerNeedKeepsTheBlock) {

@@ -42,6 +42,22 @@ TEST_F(ProxyReplies, AReplyOfOneByteAtATimeIsWhole) {
 TEST_F(ProxyReplies, SilenceIsWaitedThrough) {
     script->expect("$s#00").quiet(7).give("$O").quiet(3).give("K#00");
     EXPECT_EQ(failureOf([this] { proxy->start(); }), "");
+    EXPECT_EQ(script->lastWait, 1000);
+}
+
+TEST_F(ProxyReplies, TwoRepliesInOneReadServeTwoRequests) {
+    EXPECT_EQ(startAnswered("$OK#00$OK#00"), "");
+    script->expect("$S#00");
+    EXPECT_EQ(failureOf([this] { proxy->stop(); }), "");
+    EXPECT_EQ(startAnswered(reply()), "");
+}
+
+TEST_F(ProxyReplies, ALatenessIsOverWithTheNextReplyEvenWhereThatFails) {
+    openChannel();
+    EXPECT_EQ(startAnswered("$OK#"), "");
+    EXPECT_EQ(startAnswered("$cb#00"), "invalid rsp callback responseinvalid rsp response");
+    // These two are garbage and nothing that was still to come.
+    EXPECT_EQ(startAnswered("00$OK#00"), "invalid rsp response");
 }
 
 TEST_F(ProxyReplies, ChecksumCharactersThatComeLateAreDroppedAheadOfTheNextReply) {
