@@ -137,15 +137,18 @@ TEST_F(AbuseFace, ASettingsFileThatCannotBeUsedOrReplacedStillLoadsAsDefaults) {
     const std::string file = space.file("broken.xml").string();
     const std::string broken = "<CHANNEL-SETUP>\n<num_pins>3</num_pins>\n</CHANNEL-SETUP>\n";
     writeBytes(file, broken);
-    const bool isReadOnly = makeReadOnly(file);
-    channel->SetConfiguration(file.c_str());
+    bool refused = false;
+    {
+        const WriteRefused readOnly(file);
+        refused = readOnly.holds();
+        channel->SetConfiguration(file.c_str());
+    }
     EXPECT_EQ(status().text, "Ready to record");
     EXPECT_EQ(attribute("numPins"), "1");
     EXPECT_EQ(attribute("targetSync"), "true");
-    if (isReadOnly) { // a user with all rights writes it all the same
+    if (refused) { // a user with all rights writes it all the same
         EXPECT_EQ(readBytes(file), broken);
     }
-    makeWritable(file);
 }
 
 } // namespace

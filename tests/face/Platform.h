@@ -12,9 +12,22 @@ std::string getVariable(const char* name);
 unsigned processId();
 /// How a text file ends its lines.
 const char* lineEnd();
-/// A file that exists but cannot be opened for writing, by whoever asks; false when this user's rights are beyond that.
-bool makeReadOnly(const std::string& file);
-void makeWritable(const std::string& file);
+/// While it lives a file can be read and not written.
+class WriteRefused {
+public:
+    explicit WriteRefused(const std::string& file);
+    WriteRefused(const WriteRefused&) = delete;
+    WriteRefused& operator=(const WriteRefused&) = delete;
+    ~WriteRefused();
+
+    /// False when this user's rights are beyond that.
+    bool holds() const { return refused; }
+
+private:
+    std::string name;
+    void* handle = nullptr;
+    bool refused = false;
+};
 
 /// A library loaded by its bare name, which lies beside the program. It stays loaded to the end of the process, as a
 /// debugger would have it. Null when there is none.

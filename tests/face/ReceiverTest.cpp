@@ -135,12 +135,23 @@ TEST_F(ReceiverFace, AModifiedJobStartsTheRecordingAnew) {
     create();
     allocate();
     configure({{"is_stop_on_full", "false"}});
+    const auto count = [this](const char* text) {
+        const std::string log = readBytes(space.log());
+        int found = 0;
+        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
+            ++found;
+        return found;
+    };
+    constexpr const char* started = "starting collection thread";
+    const int before = count(started);
     channel->StartRecording(false);
-    waitFor("Recording");
+    EXPECT_EQ(count(started), before + 1);
     receiver->OnTraceSystemStateChange("bench/app", 0);
-    waitFor("Recording");
+    EXPECT_EQ(count(started), before + 2);
+    EXPECT_TRUE(status().stoppable);
     receiver->OnTraceSystemStateChange("bench/app", 1);
-    EXPECT_EQ(status().code, 6U);
+    EXPECT_EQ(count(started), before + 2);
+    EXPECT_TRUE(status().stoppable);
     channel->StopRecording();
     waitFor("upload complete");
 }

@@ -28,12 +28,12 @@ const char* lineEnd() {
     return "\n";
 }
 
-bool makeReadOnly(const std::string& file) {
-    return chmod(file.c_str(), 0444) == 0 && access(file.c_str(), W_OK) != 0;
+WriteRefused::WriteRefused(const std::string& file) : name(file) {
+    refused = chmod(name.c_str(), 0444) == 0 && access(name.c_str(), W_OK) != 0;
 }
 
-void makeWritable(const std::string& file) {
-    chmod(file.c_str(), 0644);
+WriteRefused::~WriteRefused() {
+    chmod(name.c_str(), 0644);
 }
 
 void* loadLibrary(const char* name) {

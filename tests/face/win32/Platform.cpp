@@ -27,12 +27,16 @@ const char* lineEnd() {
     return "\r\n";
 }
 
-bool makeReadOnly(const std::string& file) {
-    return SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_READONLY) != 0;
+// Open for reading here, shared with readers only.
+WriteRefused::WriteRefused(const std::string& file)
+    : name(file), handle(CreateFileA(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr)) {
+    refused = handle != INVALID_HANDLE_VALUE;
 }
 
-void makeWritable(const std::string& file) {
-    SetFileAttributesA(file.c_str(), FILE_ATTRIBUTE_NORMAL);
+WriteRefused::~WriteRefused() {
+    if (refused)
+        CloseHandle(handle);
 }
 
 void* loadLibrary(const char* name) {

@@ -1,4 +1,4 @@
-#include "DriverFixture.h"
+#include "DataFixture.h"
 
 #include <atomic>
 #include <chrono>
@@ -14,38 +14,6 @@ using namespace std::string_literals;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::Throw;
-
-std::string samples(std::uint64_t from, std::uint64_t to) {
-    std::string bytes;
-    for (std::uint64_t sample = from; sample < to; ++sample) {
-        for (int shift = 0; shift < 64; shift += 8)
-            bytes += static_cast<char>(sample >> shift & 0xFF);
-    }
-    return bytes;
-}
-
-class Data : public DriverFixture {
-protected:
-    Data() {
-        makeDriver();
-        driver->SetConfiguration(settingsFile().c_str());
-    }
-    void upload(const std::string& bytes) {
-        writeBytes(uploadFile, bytes);
-        channel.metrics.bytesTotal = static_cast<std::uint32_t>(bytes.size());
-    }
-    void grow(const std::string& bytes) { std::ofstream(uploadFile, std::ios::binary | std::ios::app) << bytes; }
-    std::vector<std::uint64_t> read(unsigned start, unsigned count) {
-        std::vector<std::uint64_t> buffer(count, 0x7777);
-        unsigned number = 99;
-        driver->SeekReadTraceData(start, count, buffer.data(), &number);
-        buffer.resize(number);
-        return buffer;
-    }
-
-    const std::string uploadFile = folder.file("chan.bin");
-    const std::string target = folder.file("saved");
-};
 
 TEST_F(Data, TheNumberOfSamplesCountsWhatIsStillInTheUnitAndAPartialSample) {
     const auto count = [&](std::uint32_t ready, std::uint32_t total) {

@@ -45,10 +45,16 @@ TEST_F(TdfFaultTest, EachFieldOfANewSectionHasItsText) {
 }
 
 TEST_F(TdfFaultTest, ADiskThatIsFullOnlyWhenItIsWrittenToIsToldAtTheSameStep) {
-    EXPECT_EQ(beginWith(Function::Flush, 1), "Write error -  TDF section header size.");
-    EXPECT_EQ(beginWith(Function::Flush, 2), "Write error -  TDF section name and version.");
-    EXPECT_EQ(beginWith(Function::Flush, 3), "Write error - size of TDF header.");
-    EXPECT_EQ(beginWith(Function::Flush, 4), "no failure");
+    // One system flushes inside its seeks too, so that the steps are told apart by what they say.
+    std::vector<std::string> texts;
+    for (int flush = 1; texts.empty() || texts.back() != "no failure"; ++flush) {
+        const std::string text = beginWith(Function::Flush, flush);
+        if (texts.empty() || texts.back() != text)
+            texts.push_back(text);
+    }
+    EXPECT_THAT(texts, testing::ElementsAre("Write error -  TDF section header size.",
+                                            "Write error -  TDF section name and version.",
+                                            "Write error - size of TDF header.", "no failure"));
 }
 
 TEST_F(TdfFaultTest, TheOffsetIsKnownAlsoWhenTheHeaderCouldNotBeWritten) {

@@ -224,7 +224,9 @@ TEST_F(TdfSectionsTest, AFolderIsNoTraceDataFile) {
 // Whatever a file holds: sections that lie in it, or the one text.
 TEST_F(TdfSectionsTest, FilesOfAnyBytesAreReadOrRefused) {
     std::mt19937 random(20240817);
-    const auto below = [&](std::uint32_t limit) { return static_cast<std::uint32_t>(random() % limit); };
+    const auto below = [&](std::uint32_t limit) {
+        return std::uniform_int_distribution<std::uint32_t>(0, limit - 1)(random);
+    };
     int sound = 0;
     int refused = 0;
     for (int round = 0; round < 3000; ++round) {
