@@ -1,6 +1,9 @@
+#include "host/burst/BurstCommand.h"
 #include "host/commands/Command.h"
 #include "host/commands/Commands.h"
+#include "host/doctor/DoctorCommand.h"
 #include "host/platform/Platform.h"
+#include "host/report/ReportCommand.h"
 
 namespace {
 
@@ -25,6 +28,9 @@ int main(int argc, char** argv) {
     commands.push_back(host::makeCalibrateCommand());
     commands.push_back(host::makeSoakCommand());
     // On files that are there already:
+    commands.push_back(host::makeReportCommand());
+    commands.push_back(host::makeDoctorCommand());
+    commands.push_back(host::makeBurstCommand());
     commands.push_back(host::makeTdfCommand());
     // About the installation:
     commands.push_back(host::makePinsCommand());

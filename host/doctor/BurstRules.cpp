@@ -183,7 +183,7 @@ void findMarginFaults(const Case& given, Findings& findings) {
         }
         finding.remedy = "Shorten the cable, improve its ground, or use a slower clock.";
         finding.evidence.push_back("report of " + attemptTitle(attempt) + ": " + std::to_string(margin->setup) +
-                                   " samples ahead (" + pinTitle(set, margin->setupPin) + ") and " +
+                                   " ahead (" + pinTitle(set, margin->setupPin) + ") and " +
                                    std::to_string(margin->hold) + " behind (" + pinTitle(set, margin->holdPin) + "), " +
                                    std::to_string(margin->need) + " needed, in samples");
     }
@@ -193,11 +193,7 @@ void findLostMargin(const Case& given, Findings& findings) {
     if (!given.set.base.failedBurst)
         return;
     const Burst& burst = *given.set.base.failedBurst;
-    int margin = 1;
-    if (given.set.properties) {
-        const auto text = given.set.properties->value("ovsMargin");
-        margin = std::max(1, text ? std::atoi(text->c_str()) : 1);
-    }
+    const int margin = lostMarginSetting(given.set);
     const auto failure = diagnostics::findMarginFailure(burst, margin);
     Finding finding;
     finding.kind = "margin-lost";

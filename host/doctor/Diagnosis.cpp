@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 
+#include "host/diagnostics/Text.h"
 #include "host/doctor/Rules.h"
 
 namespace host {
@@ -75,6 +76,11 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(),
                      [](const Finding& left, const Finding& right) { return left.severity < right.severity; });
     return diagnosis;
+}
+
+int lostMarginSetting(const DiagnosticSet& set) {
+    const auto text = set.properties ? set.properties->value("ovsMargin") : std::nullopt;
+    return text ? std::max(1, diagnostics::numberOf<int>(*text).value_or(1)) : 1;
 }
 
 namespace rules {

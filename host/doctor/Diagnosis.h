@@ -43,6 +43,9 @@ Diagnosis diagnose(const diagnostics::DiagnosticSet& set);
 
 /// "data 3 (EMU2)", with what the files tell of the connector.
 std::string pinTitle(const diagnostics::DiagnosticSet& set, std::size_t proc);
+/// The margin in clock edges that the receiver's check of a burst was asked to keep during a recording; 1 when the
+/// files do not say.
+int lostMarginSetting(const diagnostics::DiagnosticSet& set);
 /// "setting 3 (95 MHz)"; "the first measurement" for what is no attempt.
 std::string attemptTitle(const diagnostics::FileGroup& attempt);
 

@@ -1,0 +1,285 @@
+#include <algorithm>
+#include <cmath>
+
+#include "host/diagnostics/BurstAnalysis.h"
+#include "host/diagnostics/LaneMatch.h"
+#include "host/report/Html.h"
+#include "host/report/Pictures.h"
+#include "host/report/Sections.h"
+
+namespace host::page {
+
+namespace {
+
+using diagnostics::Burst;
+using diagnostics::CalFile;
+using diagnostics::CalPin;
+using diagnostics::DiagnosticSet;
+using diagnostics::FileGroup;
+using diagnostics::Verdict;
+
+std::string orDash(const std::optional<int>& value) {
+    return value ? std::to_string(*value) : "-";
+}
+
+std::string dutyText(const FileGroup& attempt, std::size_t proc) {
+    if (!attempt.burst || proc >= attempt.burst->pins.size())
+        return "-";
+    const auto duty = diagnostics::dutyOf(*attempt.burst, proc);
+    return duty ? number(duty->high, 1) + " / " + number(duty->low, 1) : "-";
+}
+
+/// The delays at which a pin's bits come right, as far as its margins tell. The clock's moves the other way.
+std::optional<DelayWindow> windowOf(const CalFile& cal, std::size_t proc) {
+    const CalPin& pin = cal.pins[proc];
+    std::optional<std::uint32_t> setup = pin.setup;
+    std::optional<std::uint32_t> hold = pin.hold;
+    if (proc == 0) {
+        for (std::size_t data = 1; data < cal.pins.size(); ++data) {
+            const CalPin& other = cal.pins[data];
+            if (other.setup)
+                hold = std::min(hold.value_or(*other.setup), *other.setup);
+            if (other.hold)
+                setup = std::min(setup.value_or(*other.hold), *other.hold);
+        }
+    }
+    if (!setup || !hold || !pin.delay || *setup > 100000 || *hold > 100000)
+        return std::nullopt;
+    // Of the room behind the edge the sample at the edge itself is needed.
+    const int later = static_cast<int>(*setup);
+    const int earlier = std::max(0, static_cast<int>(*hold) - 1);
+    return DelayWindow{*pin.delay - earlier, *pin.delay + later, *pin.delay};
+}
+
+std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::size_t proc, bool& cut) {
+    const CalFile& cal = *attempt.cal;
+    const CalPin& pin = cal.pins[proc];
+    const std::string title = pinTitle(set, proc);
+    const auto window = windowOf(cal, proc);
+    std::string margin = proc == 0 ? "" : "-";
+    if (pin.setup && pin.hold)
+        margin = std::to_string(*pin.setup) + " / " + std::to_string(*pin.hold);
+    std::string correlation = "-";
+    if (pin.correlationAtZero)
+        correlation = std::isfinite(*pin.correlationAtZero) ? fixed(*pin.correlationAtZero, 3) : "none";
+    cut = cut || (window && (window->cutBelow() || window->cutAbove()));
+    const std::string input =
+        attempt.burst && proc < attempt.burst->pins.size() ? std::to_string(attempt.burst->pins[proc].rcvrpin) : "-";
+    return "<tr>" + cell(escaped(title), "pin") + cell(input, "n") +
+           cell(proc == 0 ? "" : marginPicture(pin, cal.rates.oversampling)) + cell(margin, "n") +
+           cell(window ? delayPicture(*window, title) : "") + cell(orDash(pin.delay), "n") +
+           cell(orDash(pin.stretch), "n") + cell(dutyText(attempt, proc), "n") + cell(correlation, "n") +
+           cell(orDash(pin.filter) + " / " + orDash(pin.plateau) + " / " + orDash(pin.debounce), "n") + "</tr>";
+}
+
+/// What the receiver judges by: the smallest room on either side, of whatever pin.
+std::string allPinsRow(const CalFile& cal) {
+    CalPin all;
+    all.name = "all pins together";
+    for (const CalPin& pin : cal.pins) {
+        if (pin.setup && pin.hold) {
+            all.setup = std::min(all.setup.value_or(*pin.setup), *pin.setup);
+            all.hold = std::min(all.hold.value_or(*pin.hold), *pin.hold);
+        }
+    }
+    if (!all.setup || !cal.rates.known())
+        return {};
+    const std::string need = number(std::floor(cal.rates.oversampling / 3.0 + 0.5));
+    return "<tr class=\"sum\">" + cell("all together", "pin") + cell("") +
+           cell(marginPicture(all, cal.rates.oversampling)) +
+           cell(std::to_string(*all.setup) + " / " + std::to_string(*all.hold), "n") + "<td colspan=\"6\">" +
+           std::to_string(*all.setup + *all.hold) + " of at least " + need + " samples</td></tr>";
+}
+
+std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
+    if (!attempt.cal)
+        return {};
+    std::string rows = "<tr><th>pin</th><th class=\"n\">input</th><th>room around the clock's edge</th>"
+                       "<th class=\"n\">ahead / behind</th><th>delays that would do, 0 to 31</th>"
+                       "<th class=\"n\">delay</th><th class=\"n\">stretch</th><th class=\"n\">ones / zeros</th>"
+                       "<th class=\"n\">correlation</th><th class=\"n\">filter / plateau / debounce</th></tr>";
+    bool cut = false;
+    for (std::size_t proc = 0; proc < attempt.cal->pins.size(); ++proc)
+        rows += laneRow(set, attempt, proc, cut);
+    rows += allPinsRow(*attempt.cal);
+    std::string legend =
+        "<span class=\"swatch\" style=\"background:var(--goodfill);margin-left:0\"></span>room between "
+        "the data's changes around the clock's edge (purple)<span class=\"swatch\" "
+        "style=\"background:var(--badfill)\"></span>less than a third of a clock period; the dashed "
+        "lines stand a sixth to either side<span class=\"swatch\" "
+        "style=\"background:var(--window)\"></span>delays that would do, the chosen one in black";
+    if (cut)
+        legend += "<span class=\"swatch\" style=\"background:var(--bad)\"></span>the window goes on beyond the range";
+    legend += ". Lengths are in samples.";
+    return element("h3", "", "Lanes") + element("div", "scroll", element("table", "", rows)) +
+           element("p", "legend", legend);
+}
+
+std::string eyeGrid(const DiagnosticSet& set, const FileGroup& attempt) {
+    const Burst& burst = *attempt.burst;
+    std::string eyes;
+    const double needed = std::floor(burst.rates.oversampling / 3.0 + 0.5);
+    for (std::size_t proc = 1; proc < burst.pins.size(); ++proc) {
+        const auto eye = diagnostics::foldEye(burst, proc);
+        if (eye)
+            eyes += eyePicture(*eye, burst.rates, pinTitle(set, proc), needed);
+    }
+    if (eyes.empty())
+        return element("p", "hint", "The burst shows no running clock, so that there are no eyes to draw.");
+    return element("h3", "", "Eyes") +
+           element(
+               "p", "hint",
+               "Every change of a pin in the burst, laid over each other around the clock's edge at which the bit is "
+               "taken. The darker a line, the more often the pin changed there; the bars below count. The distances "
+               "are in samples.") +
+           element("div", "eyes", eyes);
+}
+
+/// The data edge that comes nearest to a clock edge.
+struct Tightest {
+    std::size_t room = 0;
+    Spot spot;
+};
+std::optional<Tightest> tightestOf(const DiagnosticSet& set, const Burst& burst) {
+    std::optional<Tightest> found;
+    const auto consider = [&](const std::optional<std::size_t>& room, std::size_t at, std::size_t proc,
+                              const char* side) {
+        if (room && (!found || *room < found->room))
+            found = Tightest{*room, {at, proc, "smallest room, " + pinTitle(set, proc) + " " + side}};
+    };
+    for (std::size_t proc = 1; proc < burst.pins.size(); ++proc) {
+        const diagnostics::Room room = diagnostics::roomOf(burst, proc);
+        consider(room.setup, room.setupAt, proc, "ahead of the clock edge");
+        consider(room.hold, room.holdAt, proc, "behind the clock edge");
+    }
+    return found;
+}
+
+std::vector<std::string> titlesOf(const DiagnosticSet& set, const Burst& burst) {
+    std::vector<std::string> titles;
+    for (std::size_t proc = 0; proc < burst.pins.size(); ++proc)
+        titles.push_back(pinTitle(set, proc));
+    return titles;
+}
+
+constexpr const char* waveformLegend =
+    "Purple lines are the clock's edges, at which the pins are taken: a full dot is a 1, an empty one a 0. Time counts "
+    "from the burst's first sample.";
+
+std::string waveforms(const DiagnosticSet& set, const FileGroup& attempt) {
+    const Burst& burst = *attempt.burst;
+    const auto tightest = tightestOf(set, burst);
+    const std::size_t around = tightest ? tightest->spot.sample : burst.samples() / 2;
+    std::string out = element("h3", "", "Waveforms");
+    if (tightest) {
+        out += element(
+            "p", "hint",
+            "The part of the burst in which a pin comes nearest to a clock edge: " + escaped(tightest->spot.label) +
+                ", " + std::to_string(tightest->room) + (tightest->room == 1 ? " sample." : " samples."));
+        out += burstStrip(burst, {tightest->spot});
+    }
+    out +=
+        waveformPicture(burst, around, tightest ? std::optional(tightest->spot) : std::nullopt, titlesOf(set, burst));
+    return out + element("p", "legend", waveformLegend);
+}
+
+std::string hex(std::uint16_t word) {
+    constexpr const char* digits = "0123456789ABCDEF";
+    std::string out;
+    for (int shift = 12; shift >= 0; shift -= 4)
+        out += digits[word >> shift & 0xF];
+    return out;
+}
+
+std::string proofSection(const DiagnosticSet& set, const FileGroup& attempt) {
+    const diagnostics::Verification& proof = *attempt.verification;
+    if (attempt.pins() < 2)
+        return {};
+    const std::size_t dataPins = attempt.pins() - 1;
+    const auto match = diagnostics::matchLanes(proof, dataPins);
+    std::string out = element("h3", "", "Proof");
+    std::string text = std::to_string(proof.packets) + " packets, " + std::to_string(proof.words.size()) + " words";
+    if (proof.otherPackets + proof.unknownPackets != 0)
+        text += ", " + std::to_string(proof.otherPackets) + " packets without trace, " +
+                std::to_string(proof.unknownPackets) + " of no known type";
+    if (!match)
+        return out + element("p", "", text + ". There is no pattern for this number of pins.");
+    const auto patterns = diagnostics::patternsFor(dataPins);
+    const auto sent = std::find_if(patterns.begin(), patterns.end(),
+                                   [&](const auto& pattern) { return pattern.name == match->pattern; });
+    const diagnostics::PatternCheck check = diagnostics::checkPattern(proof, *sent);
+    text += ". Pattern " + match->pattern + ": " + std::to_string(check.errors) +
+            (check.errors == 1 ? " fault." : " faults.");
+    out += element("p", "", escaped(text));
+    std::string rows = "<tr><th>pin</th><th>carries</th><th class=\"n\">bits that fit</th><th class=\"n\">as it is "
+                       "named</th><th>moved by</th></tr>";
+    for (std::size_t lane = 0; lane < match->lanes.size(); ++lane) {
+        const diagnostics::Lane& found = match->lanes[lane];
+        const std::string carries =
+            found.stuck ? "always " + std::to_string(*found.stuck) : diagnostics::pinName(found.carries + 1);
+        std::string shift = found.shift == 0 ? "" : std::to_string(found.shift) + " slots";
+        if (!found.shiftSignKnown)
+            shift = "one slot, either way";
+        rows += "<tr>" + cell(escaped(pinTitle(set, lane + 1)), "pin") + cell(carries) +
+                cell(number(found.agreement * 100.0, 3) + " %", "n") +
+                cell(number(found.asNamed * 100.0, 3) + " %", "n") + cell(shift) + "</tr>";
+    }
+    out += element("div", "scroll", element("table", "", rows));
+    if (!check.firstErrors.empty()) {
+        std::string first;
+        for (const std::size_t at : check.firstErrors)
+            first += (first.empty() ? "" : ", ") + std::string("packet ") + std::to_string(proof.packetOf(at)) +
+                     " word " + std::to_string(proof.indexOf(at)) + " <code>" + hex(proof.words[at]) + "</code>";
+        out += element("p", "hint", "The first words at fault: " + first + ".");
+    }
+    return out;
+}
+
+} // namespace
+
+std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, const Verdict& verdict) {
+    const std::string title = attemptTitle(attempt);
+    const std::string heading = attempt.setting ? "S" + title.substr(1)
+                                : set.manual()  ? "The given values"
+                                                : "What was measured";
+    std::string out = element("h2", "", escaped(heading) + " " + (attempt.setting ? verdictBadge(verdict) : ""));
+    std::string words = escaped(verdict.words);
+    if (!verdict.receiverText.empty())
+        words = "<b>" + escaped(verdict.receiverText) + ".</b> " + words;
+    out += element("p", "", words);
+    out += laneTable(set, attempt);
+    if (attempt.burst && diagnostics::stuckLevel(*attempt.burst, 0)) {
+        out += element("p", "hint", "The burst shows no running clock: there are neither eyes nor waveforms to draw.");
+    } else if (attempt.burst) {
+        out += eyeGrid(set, attempt);
+        out += waveforms(set, attempt);
+    }
+    if (attempt.verification)
+        out += proofSection(set, attempt);
+    return out;
+}
+
+std::string lostMarginSection(const DiagnosticSet& set) {
+    if (!set.base.failedBurst)
+        return {};
+    const Burst& burst = *set.base.failedBurst;
+    std::string out = element("h2", "", "A margin that failed during a recording");
+    const int margin = lostMarginSetting(set);
+    const auto failure = diagnostics::findMarginFailure(burst, margin);
+    if (!failure)
+        return out + element("p", "",
+                             "The burst was kept, but holds no failure at a margin of " + std::to_string(margin) + ".");
+    const Spot spot{failure->sample, 0, failure->clock ? "clock margin failure" : "data margin failure"};
+    out += element("p", "",
+                   std::string(failure->clock ? "The clock changed although no data had changed since its "
+                                                "edge before"
+                                              : "The data changed twice between two edges of the clock") +
+                       ": at sample " + std::to_string(failure->sample) + ", which the receiver calls index " +
+                       std::to_string(failure->word) +
+                       ". This file stays from run to run; remove it once it has been looked at.");
+    out += burstStrip(burst, {spot});
+    out += waveformPicture(burst, spot.sample, spot, titlesOf(set, burst));
+    return out + element("p", "legend", waveformLegend);
+}
+
+} // namespace host::page

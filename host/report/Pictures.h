@@ -1,0 +1,46 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "host/diagnostics/BurstAnalysis.h"
+#include "host/diagnostics/CalFile.h"
+
+// The drawings of the report, as markup.
+
+namespace host::page {
+
+/// Room around the clock's edge, for a cell of the lane table: what is free ahead of it and behind it, against the sixth
+/// of a period on each side that the receiver asks for on average.
+std::string marginPicture(const diagnostics::CalPin& pin, double period);
+
+/// The delays at which a pin's bit would be taken rightly, on the range that the unit has, and where it is set. Ends
+/// that lie outside of the range are marked.
+struct DelayWindow {
+    int from = 0, to = 0, chosen = 0;
+    bool cutBelow() const;
+    bool cutAbove() const;
+};
+inline constexpr int largestDelay = 31;
+std::string delayPicture(const DelayWindow& window, const std::string& pin);
+
+/// Where a pin's level changes, folded onto the clock, as a density. `needed` samples have to stay free.
+std::string eyePicture(const diagnostics::Eye& eye, const diagnostics::Rates& rates, const std::string& pin,
+                       double needed);
+
+/// A place in a burst that a drawing points at.
+struct Spot {
+    std::size_t sample = 0;
+    std::size_t proc = 0; ///< 0: all pins
+    std::string label;
+};
+
+/// All pins over a few clock periods around a place, with the clock's edges as sampling points.
+std::string waveformPicture(const diagnostics::Burst& burst, std::size_t around, const std::optional<Spot>& spot,
+                            const std::vector<std::string>& titles);
+
+/// The whole burst as a strip with marked places.
+std::string burstStrip(const diagnostics::Burst& burst, const std::vector<Spot>& spots);
+
+} // namespace host::page

@@ -1,0 +1,53 @@
+#include "host/report/Report.h"
+
+#include <fstream>
+
+#include "host/basics/ExitCode.h"
+#include "host/basics/OutputFiles.h"
+#include "host/report/Html.h"
+#include "host/report/Sections.h"
+#include "host/report/Style.h"
+
+namespace host {
+
+std::string reportPage(const diagnostics::DiagnosticSet& set, const Diagnosis& diagnosis) {
+    using namespace page;
+    std::string body =
+        headSection(set, diagnosis) + conclusionSection(set, diagnosis) + overviewSection(set, diagnosis);
+    // The setting that counts stands first, whatever came before it.
+    for (std::size_t i = set.attempts.size(); i > 0; --i)
+        body += attemptSection(set, set.attempts[i - 1], diagnosis.verdicts[i - 1]);
+    if (set.base.cal || set.base.burst)
+        body += attemptSection(set, set.base, diagnostics::judge(set, set.base));
+    body += lostMarginSection(set) + registerSection(set) + propertySection(set) + fileSection(set);
+    body += element("footer", "", "Made by orvtrace from the diagnostic files alone.");
+    return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
+           "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">"
+           "<meta name=\"color-scheme\" content=\"light dark\"><link rel=\"icon\" href=\"data:,\"><title>" +
+           escaped(set.name) + ": " + escaped(diagnosis.headline) + "</title><style>" + styleSheet() +
+           "</style></head><body><main>" + body + "</main></body></html>\n";
+}
+
+std::filesystem::path usualReportFile(const std::filesystem::path& place, const diagnostics::DiagnosticSet& set) {
+    std::error_code failed;
+    const std::filesystem::path folder = std::filesystem::is_directory(place, failed) ? place : set.folder;
+    return folder / (set.name + ".report.html");
+}
+
+ReportResult writeReport(const std::filesystem::path& place, const std::filesystem::path& file, bool force) {
+    ReportResult result{file, diagnostics::readDiagnostics(place), {}};
+    if (result.file.empty())
+        result.file = usualReportFile(place, result.set);
+    testOutputFile(result.file, force);
+    result.diagnosis = diagnose(result.set);
+    const std::string text = reportPage(result.set, result.diagnosis);
+    std::ofstream out(result.file, std::ios::binary | std::ios::trunc);
+    out << text;
+    out.close();
+    if (!out)
+        throw Failure(ExitCode::OutputUnwritable,
+                      result.file.string() + " cannot be written; is there room on the disk?");
+    return result;
+}
+
+} // namespace host
