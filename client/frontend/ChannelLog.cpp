@@ -10,11 +10,6 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-bool wanted() {
-    const uLogManager* manager = getLogManager();
-    return manager->getThreshold() >= 1 && manager->getLogger() != nullptr;
-}
-
 /// A message without label, unit and line. Longer ones are cut, well below what a log line holds.
 class Message {
 public:
@@ -29,8 +24,13 @@ private:
 
 } // namespace
 
+bool stepsWanted() {
+    const uLogManager* manager = getLogManager();
+    return manager->getThreshold() >= 1 && manager->getLogger() != nullptr;
+}
+
 void logStep(int line, const char* format, ...) {
-    if (!wanted())
+    if (!stepsWanted())
         return;
     Message message;
     std::va_list arguments;
@@ -41,7 +41,7 @@ void logStep(int line, const char* format, ...) {
 }
 
 void logStepError(int line, const char* format, ...) {
-    if (!wanted())
+    if (!stepsWanted())
         return;
     Message message;
     std::va_list arguments;

@@ -17,6 +17,9 @@ inline int here(const SourceLocation& location = SourceLocation::current()) {
     return static_cast<int>(location.line());
 }
 
+/// Whether anybody reads steps; ask before composing a text for one.
+bool stepsWanted();
+
 /// A step that was taken: class M, threshold 1. Use as logStep(here(), "called ds_start").
 void logStep(int line, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
 /// A failure: class E, threshold 1.

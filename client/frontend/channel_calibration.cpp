@@ -9,6 +9,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 // Calibration from the outside in: the whole of it, one attempt, and the settings that it writes.
 
@@ -33,8 +34,48 @@ std::string marginText(std::uint32_t margin) {
     return margin == notSet ? "none" : std::to_string(margin);
 }
 
+/// One result of each pin in use, the clock's first.
+void logResults(const char* what, const Metrics& m, std::uint32_t numPins, std::int32_t ProcMetrics::*result) {
+    if (!stepsWanted()) {
+        return;
+    }
+    std::string text = what;
+    for (std::uint32_t p = 0; p < analysis::usedPins(numPins); ++p) {
+        text += (p == 0 ? "" : ",") + std::to_string(m.proc[p].*result);
+    }
+    logStep(here(), "%s", text.c_str());
+}
+
+/// Why a calibration begins with the setting that it begins with.
+void logStart(std::uint32_t setting, const std::vector<double>& frequencies, double limit) {
+    const double frequency = frequencies.at(setting);
+    if (limit == 0.0) {
+        logStep(here(), "starting at freq%u (%6.5e), the fastest setting", setting, frequency);
+    } else if (frequency < limit) {
+        logStep(here(), "starting at freq%u (%6.5e), the fastest setting below the limit of %6.5e Hz", setting,
+                frequency, limit);
+    } else {
+        logStep(here(), "starting at freq%u (%6.5e), though no setting is below the limit of %6.5e Hz", setting,
+                frequency, limit);
+    }
+}
+
+/// What follows from an attempt that failed.
+void logDropped(std::uint32_t setting, std::uint32_t status) {
+    if (status != eCALIBRATE) {
+        logStep(here(), "freq%u dropped : not for its signal, so no other setting is tried", setting);
+    } else if (setting == 0) {
+        logStep(here(), "freq%u dropped : it was the slowest, nothing is left to try", setting);
+    } else {
+        logStep(here(), "freq%u dropped : its signal cannot be used, next comes freq%u", setting, setting - 1);
+    }
+}
+
 /// What an attempt came to, a line for each pin.
 void logPins(const Metrics& m, const Cal& cal, std::uint32_t numPins) {
+    if (!stepsWanted()) {
+        return;
+    }
     for (std::uint32_t p = 0; p < analysis::usedPins(numPins); ++p) {
         const ProcMetrics& pin = m.proc[p];
         const ProcCal& set = cal.proc[p];
@@ -97,6 +138,7 @@ void FrontEndChannel_1::calibrate() {
             findAllFrequencySettings(metrics, cal);
             std::uint32_t startSetting = 0;
             findStartFrequencySetting(startSetting);
+            logStart(startSetting, clocking.frequencies, settings.frequencyLimit);
             autoCal(metrics, cal, startSetting);
         }
         control.state = Calibrated;
@@ -141,6 +183,7 @@ void FrontEndChannel_1::autoCal(Metrics& results, Cal& target, std::uint32_t sta
         } catch (const Exception& e) {
             logStep(here(), "failed freq%d (%6.5e) : %s", setting, frequency, e.what());
             logPins(results, work, settings.numPins);
+            logDropped(clocking.frequencySetting, e.status());
             logCal(results, work);
             logOvs(work);
             logRegs();
@@ -158,8 +201,8 @@ void FrontEndChannel_1::attemptCal(Metrics& results, const Cal& start, Cal& work
     transmitter->shutdown();
     transmitter->program("calibration", clocking.frequencySetting);
     applyFrequencyChange(frequency);
-    logStep(here(), "clock %6.5e Hz, %.2f samples in its period, %.5e bits per second", frequency,
-            clocking.oversampling, clocking.dataRate.load());
+    logStep(here(), "clock %6.5e Hz, %.2f samples in its period, %u in a bit, %.5e bits per second", frequency,
+            clocking.oversampling, clocking.bitSamples, clocking.dataRate.load());
     work = start;
     captureOvs();
     if (frequency < analysis::lowestAnalysed) {
@@ -169,16 +212,23 @@ void FrontEndChannel_1::attemptCal(Metrics& results, const Cal& start, Cal& work
         work.proc[0].delay = longestDelay;
     } else {
         computeFreqBasedCal(work);
+        logStep(here(), "conditioning for that many samples : filter=%u, plateau=%u, debounce=%u", work.proc[0].filter,
+                work.proc[0].plateau, work.proc[0].debounce);
         writeCal(work);
         captureOvs();
         detectSamplingPosition();
         stretch(results);
+        logResults("duty corrected : stretches=", results, settings.numPins, &ProcMetrics::stretch);
         commit(results, work);
         align(results, settings.deskewStrategy);
+        logResults(settings.deskewStrategy == 0 ? "pins aligned with the clock : delays="
+                                                : "pins aligned with each other : delays=",
+                   results, settings.numPins, &ProcMetrics::delay);
         commit(results, work);
         computeOvsDataCorrelation(results);
         findMargin(results);
         adjustClockDelay(results);
+        logResults("clock centred : delays=", results, settings.numPins, &ProcMetrics::delay);
         commit(results, work);
         findMargin(results); // so that the report shows the margins of the final setting
         logPins(results, work, settings.numPins);

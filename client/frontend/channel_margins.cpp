@@ -93,8 +93,8 @@ void FrontEndChannel_1::findMargin(Metrics& m) {
 
 void FrontEndChannel_1::adjustClockDelay(Metrics& m) {
     const analysis::ClockCentring margins = analysis::clockMargins(burstOf(settings, clocking, oversampling), m);
-    logStep(here(), "clock margins : %u before, %u after, %u samples needed", margins.before, margins.after,
-            margins.need);
+    logStep(here(), "clock margins : %u before, %u after, %u samples needed in all : %s", margins.before, margins.after,
+            margins.need, margins.enough ? "enough" : "too low");
     if (!margins.enough) {
         fail(frontEndUnit, eCALIBRATE, "clock margin too low");
     }
