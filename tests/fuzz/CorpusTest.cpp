@@ -1,0 +1,58 @@
+#include "fuzz/Targets.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+// A target ends the program when something does not hold, so getting through is what is tested. The figures guard
+// against a corpus that is not found.
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+std::vector<Bytes> corpus(const char* target) {
+    std::vector<Bytes> inputs;
+    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::path(FUZZ_CORPUS) / target)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    }
+    return inputs;
+}
+
+} // namespace
+
+TEST(FuzzCorpus, EveryReplyKeptEndsInAKnownWay) {
+    const auto inputs = corpus("replies");
+    EXPECT_GE(inputs.size(), 40u);
+    for (const Bytes& input : inputs)
+        fuzz::replies(input);
+}
+
+TEST(FuzzCorpus, EveryReplyKeptCutAtEachByteEndsInAKnownWay) {
+    for (const Bytes& input : corpus("replies")) {
+        for (std::size_t size = 0; size < input.size(); ++size)
+            fuzz::replies({input.data(), size});
+    }
+}
+
+TEST(FuzzCorpus, EveryReplyKeptToEachOperationEndsInAKnownWay) {
+    for (Bytes input : corpus("replies")) {
+        for (unsigned choice = 0; choice < 256 && !input.empty(); ++choice) {
+            input[0] = static_cast<std::uint8_t>(choice);
+            fuzz::replies(input);
+        }
+    }
+}
+
+TEST(FuzzCorpus, EveryOperationKeptGivesWhatTheModelGives) {
+    const auto inputs = corpus("packetBuffer");
+    EXPECT_GE(inputs.size(), 6u);
+    for (const Bytes& input : inputs) {
+        for (std::size_t size = 0; size <= input.size(); ++size)
+            fuzz::packetBuffer({input.data(), size});
+    }
+}
