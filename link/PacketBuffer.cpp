@@ -14,11 +14,6 @@ namespace {
 
 constexpr std::uint64_t largest = std::numeric_limits<std::uint32_t>::max();
 
-// Zeroed by the platform where it can: pages that were never used need no pass over them.
-std::uint8_t* allocateZeroed(std::size_t size) {
-    return static_cast<std::uint8_t*>(std::calloc(size, 1));
-}
-
 } // namespace
 
 PacketBuffer::~PacketBuffer() {
@@ -31,9 +26,12 @@ bool PacketBuffer::create(std::uint32_t size) {
     offset = 0;
     length = 0;
     allocated = std::size_t{size} + 1;
-    storage = allocateZeroed(allocated);
+    storage = static_cast<std::uint8_t*>(std::calloc(allocated, 1));
+    dirtyEnd = 0;
+    zeroEnd = allocated;
     if (storage == nullptr) {
         allocated = 0;
+        zeroEnd = 0;
         return false;
     }
     capacity = size;
@@ -47,8 +45,19 @@ bool PacketBuffer::reserve(std::uint32_t size) {
 void PacketBuffer::clear() {
     offset = 0;
     length = 0;
-    if (capacity != 0)
-        std::memset(storage, 0, capacity);
+    zeroBehind();
+}
+
+// Zeroes all that stands behind the unread bytes, which begin at the start.
+void PacketBuffer::zeroBehind() {
+    if (dirtyEnd > length)
+        std::memset(storage + length, 0, dirtyEnd - length);
+    dirtyEnd = length;
+}
+
+void PacketBuffer::commit(std::uint32_t count) {
+    length += count;
+    dirtyEnd = std::max(dirtyEnd, std::size_t{offset} + length);
 }
 
 bool PacketBuffer::ensureSpace(std::uint32_t count) {
@@ -59,35 +68,36 @@ bool PacketBuffer::ensureSpace(std::uint32_t count) {
     }
     if (count > room - offset) {
         std::memmove(storage, storage + offset, length);
-        std::memset(storage + length, 0, room);
         offset = 0;
+        zeroBehind();
     }
     return true;
 }
 
 bool PacketBuffer::growTo(std::uint32_t newCapacity) {
     const std::size_t needed = std::size_t{newCapacity} + 1;
-    if (needed <= allocated) {
-        if (offset != 0)
-            std::memmove(storage, storage + offset, length);
-        std::memset(storage + length, 0, capacity - length);
-    } else {
+    if (needed > allocated) {
+        // A large block grows where it is, or its pages move without being copied.
         std::size_t size = std::max(needed, 2 * allocated);
-        std::uint8_t* block = allocateZeroed(size);
+        void* block = std::realloc(storage, size);
         if (block == nullptr && size > needed) {
             size = needed;
-            block = allocateZeroed(size);
+            block = std::realloc(storage, size);
         }
         if (block == nullptr)
             return false;
-        if (length != 0)
-            std::memcpy(block, storage + offset, length);
-        std::free(storage);
-        storage = block;
+        storage = static_cast<std::uint8_t*>(block);
         allocated = size;
     }
-    capacity = newCapacity;
+    if (offset != 0)
+        std::memmove(storage, storage + offset, length);
     offset = 0;
+    capacity = newCapacity;
+    zeroBehind();
+    if (needed > zeroEnd) {
+        std::memset(storage + zeroEnd, 0, needed - zeroEnd);
+        zeroEnd = needed;
+    }
     return true;
 }
 
@@ -95,7 +105,7 @@ bool PacketBuffer::appendByte(std::uint8_t value) {
     if (!ensureSpace(1))
         return false;
     *space() = value;
-    ++length;
+    commit(1);
     return true;
 }
 
@@ -104,7 +114,7 @@ bool PacketBuffer::appendEscaped(const void* bytes, std::uint32_t count) {
         return false;
     if (count != 0) {
         const std::size_t written = escapeBytes({static_cast<const std::uint8_t*>(bytes), count}, space());
-        length += static_cast<std::uint32_t>(written);
+        commit(static_cast<std::uint32_t>(written));
     }
     return true;
 }
@@ -113,9 +123,9 @@ bool PacketBuffer::appendChecksum(std::uint8_t value) {
     if (!ensureSpace(2))
         return false;
     *space() = static_cast<std::uint8_t>(hexDigit(value >> 4));
-    ++length;
+    commit(1);
     *space() = static_cast<std::uint8_t>(hexDigit(value & 0x0F));
-    ++length;
+    commit(1);
     return true;
 }
 
@@ -148,25 +158,26 @@ bool PacketBuffer::peekByte(std::uint32_t index, std::uint8_t& value) const {
 
 void PacketBuffer::drop(std::uint32_t count) {
     if (count < length) {
-        const std::uint32_t rest = length - count;
-        std::memmove(storage, storage + offset + count, rest);
-        std::memset(storage + rest, 0, capacity - rest);
-        length = rest;
+        length -= count;
+        std::memmove(storage, storage + offset + count, length);
+        offset = 0;
+        zeroBehind();
     } else {
         length = 0;
+        offset = 0;
     }
-    offset = 0;
 }
 
 std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t& decoded) {
     decoded = 0;
     if (count == 0 || length == 0)
         return 0;
-    const std::span<std::uint8_t> target{static_cast<std::uint8_t*>(out), count};
+    // No more comes out than goes in, so whoever asks for more than there is needs no storage for it.
+    const std::span<std::uint8_t> target{static_cast<std::uint8_t*>(out), std::min(count, length)};
     const Unescaped done = unescapeBytes({unread(), length}, target);
     auto used = static_cast<std::uint32_t>(done.used);
     decoded = static_cast<std::uint32_t>(done.produced);
-    if (decoded < count && used < length) {
+    if (decoded < target.size() && used < length) {
         // A lone escape byte at the very end. The byte behind the data is inside the block, but no data.
         target[decoded] = static_cast<std::uint8_t>(unread()[length] ^ escapeMask);
         ++decoded;

@@ -57,7 +57,7 @@ struct PacketBuffer {
     std::uint32_t decode(void* out, std::uint32_t count, std::uint32_t& decoded);
 
     /// Accounts for `count` bytes that were stored behind the unread ones, within the space ensured.
-    void commit(std::uint32_t count) { length += count; }
+    void commit(std::uint32_t count);
     /// First unread byte.
     const std::uint8_t* unread() const { return storage + offset; }
     /// First byte behind the unread ones.
@@ -66,11 +66,15 @@ struct PacketBuffer {
     void terminate();
 
 private:
-    // Bytes that the block really has. It grows in larger steps than the capacity, so that a reply that arrives in
-    // thousands of reads is not copied once for each of them. One byte more than the capacity is always there, and
-    // whatever lies behind the capacity is zero.
+    // Bytes that the block really has, one more than the capacity at least. It grows in larger steps than the capacity,
+    // so that a reply that arrives in thousands of reads is not copied once for each of them.
     std::size_t allocated = 0;
+    // What is zero already is not zeroed again: from `dirtyEnd` to `zeroEnd` all bytes are. The capacity and the byte
+    // behind it lie within `zeroEnd`; beyond that the block may hold anything.
+    std::size_t dirtyEnd = 0;
+    std::size_t zeroEnd = 0;
 
+    void zeroBehind();
     bool growTo(std::uint32_t newCapacity);
 };
 
