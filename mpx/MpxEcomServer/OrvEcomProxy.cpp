@@ -50,9 +50,16 @@ OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(
         terminateServer();
         throw;
     }
-    timer.setPollingInterval(pollingIntervalSeconds);
-    timer.registerCallable(this, pollDelaySeconds, pollRepeats);
-    timer.start();
+    try {
+        timer.setPollingInterval(pollingIntervalSeconds);
+        timer.registerCallable(this, pollDelaySeconds, pollRepeats);
+        timer.start();
+    } catch (...) {
+        // No destructor follows: the server must not outlive the attempt.
+        closeLink();
+        terminateServer();
+        throw;
+    }
 }
 
 OrvEcomProxy::OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunk)

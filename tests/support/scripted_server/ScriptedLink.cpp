@@ -117,6 +117,7 @@ std::uint32_t ScriptedLink::waitReadable(std::int32_t waitMs) {
 
 std::uint32_t ScriptedLink::receive(void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
+    script->lastRead = size;
     if (lost)
         return IoNotConnected;
     if (script->at(LinkScript::Kind::Read)) {

@@ -29,9 +29,10 @@ public:
     /// All steps were used and kept to. Called at the end of each test.
     void verify();
 
-    bool saidGoodbye = false;  ///< `$D#00` came where the script had ended
-    bool closed = false;       ///< the client closed the link
-    std::int32_t lastWait = 0; ///< milliseconds that the client's last wait was to take at most
+    bool saidGoodbye = false;   ///< `$D#00` came where the script had ended
+    bool closed = false;        ///< the client closed the link
+    std::uint32_t lastRead = 0; ///< bytes that its last read was to bring at most
+    std::int32_t lastWait = 0;  ///< milliseconds that the client's last wait was to take at most
 
 private:
     friend class ScriptedLink;

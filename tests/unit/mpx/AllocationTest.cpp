@@ -6,6 +6,8 @@
 #include "tests/unit/mpx/ProxyOverScript.h"
 #include "tests/unit/mpx/RefusingAllocator.h"
 
+#include <new>
+
 namespace {
 class ProxyAllocation : public ProxyOverScript {};
 } // namespace
@@ -130,4 +132,42 @@ TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer) {
     }
     EXPECT_EQ(text, "failed to create io");
     EXPECT_TRUE(server.allEnded());
+}
+
+TEST(EcomProxyAllocation, MemoryThatEndsBehindTheVersionCheckLeavesNoServerEither) {
+    // Of the blocks of the size of the timer's one entry each is refused in turn; the last of them is that entry.
+    constexpr std::size_t size = 32;
+    VX_QRS::uSocket probe;
+    ASSERT_EQ(probe.listen(0), VX_QRS::uSocket::done);
+    const std::uint32_t port = probe.localPort();
+    probe.close();
+    ScriptedServer server;
+    server.greet();
+    server.arm();
+    std::string last;
+    bool done = false;
+    for (int spare = 0; spare < 100 && !done;) {
+        std::unique_ptr<VX_QRS::ORV::OrvEcomProxy> proxy;
+        std::string text;
+        bool refused = false;
+        {
+            const Refusing refusing(size, size, spare);
+            try {
+                proxy = std::make_unique<VX_QRS::ORV::OrvEcomProxy>(port, 65536);
+            } catch (const std::exception& e) {
+                text = e.what();
+            }
+            refused = refusing.hasRefused();
+        }
+        done = proxy != nullptr && !refused;
+        if (text == "failed to connect to server")
+            continue; // the machine was slow to start it
+        if (proxy == nullptr) {
+            EXPECT_TRUE(server.allEnded()) << "spare " << spare;
+            last = text;
+        }
+        ++spare;
+    }
+    EXPECT_TRUE(done);
+    EXPECT_EQ(last, std::bad_alloc().what());
 }

@@ -45,6 +45,15 @@ TEST_F(ProxyReplies, SilenceIsWaitedThrough) {
     EXPECT_EQ(script->lastWait, 1000);
 }
 
+TEST_F(ProxyReplies, OneReadAsksForAChunk) {
+    EXPECT_EQ(startAnswered(reply()), "");
+    EXPECT_EQ(script->lastRead, chunkSize);
+    openChannel();
+    EXPECT_EQ(startAnswered(reply({}, dataRecord(std::string(1000, 'x')))), "");
+    EXPECT_EQ(script->lastRead, chunkSize);
+    EXPECT_EQ(VX_QRS::ORV::OrvEcomProxy::defaultChunkSize, 65536u);
+}
+
 TEST_F(ProxyReplies, TwoRepliesInOneReadServeTwoRequests) {
     EXPECT_EQ(startAnswered("$OK#00$OK#00"), "");
     script->expect("$S#00");
