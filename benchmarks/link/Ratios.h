@@ -4,3 +4,5 @@
 
 /// Each source file of this program measures one thing and says which ratios come of it.
 void reportEscape(benchmarks::Report& report);
+void reportRoundTrip(benchmarks::Report& report);
+void reportUpload(benchmarks::Report& report);
