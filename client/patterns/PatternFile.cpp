@@ -20,8 +20,9 @@ namespace {
 
 constexpr std::uint64_t packetBytes = 2 * packetWords;
 
-/// Packets read at a time: few calls, and the block stays in the processor's cache.
-constexpr std::uint64_t blockPackets = 128;
+/// Packets read at a time. The recording of a verification is one block, so that it is read once although it is looked at
+/// twice.
+constexpr std::uint64_t blockPackets = 1024;
 
 using PacketBytes = std::span<const unsigned char, packetBytes>;
 
@@ -31,7 +32,7 @@ std::uint16_t wordAt(PacketBytes packet, std::size_t index) {
 
 class PatternFile {
 public:
-    explicit PatternFile(const char* path) : stream(path, std::ios::binary), block(blockPackets * packetBytes) {
+    explicit PatternFile(const char* path) : stream(path, std::ios::binary) {
         if (!stream)
             fail(utilitiesUnit, eFILE, "failed to open file for verification");
         stream.seekg(0, std::ios::end);
@@ -50,31 +51,38 @@ public:
     /// Calls `visit` with the number behind `first` and the bytes of each of so many packets.
     template <class Visit>
     void forEach(std::uint64_t first, std::uint64_t packets, Visit visit) {
-        stream.clear();
-        stream.seekg(static_cast<std::streamoff>(first * packetBytes));
-        if (!stream)
-            fail(utilitiesUnit, eFILE, "failed to seek to start of verification file");
         for (std::uint64_t done = 0; done < packets;) {
-            const std::uint64_t wanted = std::min(packets - done, blockPackets);
-            const std::uint64_t got = readPackets(wanted);
-            for (std::uint64_t k = 0; k < got; ++k)
-                visit(done + k, PacketBytes(block.data() + k * packetBytes, packetBytes));
-            done += got;
-            if (got < wanted)
-                fail(utilitiesUnit, eFILE, "failed to read next packet of verification file");
+            const std::uint64_t wanted = first + done;
+            if (wanted < blockFirst || wanted >= blockFirst + blockUsed)
+                readBlock(wanted);
+            const std::uint64_t inBlock = wanted - blockFirst;
+            const std::uint64_t count = std::min(packets - done, blockUsed - inBlock);
+            for (std::uint64_t k = 0; k < count; ++k)
+                visit(done + k, PacketBytes(block.data() + (inBlock + k) * packetBytes, packetBytes));
+            done += count;
         }
     }
 
 private:
-    std::uint64_t readPackets(std::uint64_t packets) {
-        const auto bytes = static_cast<std::streamsize>(packets * packetBytes);
-        stream.read(reinterpret_cast<char*>(block.data()), bytes);
-        return static_cast<std::uint64_t>(stream.gcount()) / packetBytes;
+    /// At least one packet, or a failure.
+    void readBlock(std::uint64_t first) {
+        stream.clear();
+        stream.seekg(static_cast<std::streamoff>(first * packetBytes));
+        if (!stream)
+            fail(utilitiesUnit, eFILE, "failed to seek to start of verification file");
+        block.resize(std::min(packetsFrom(first), blockPackets) * packetBytes);
+        stream.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(block.size()));
+        blockFirst = first;
+        blockUsed = static_cast<std::uint64_t>(stream.gcount()) / packetBytes;
+        if (blockUsed == 0)
+            fail(utilitiesUnit, eFILE, "failed to read next packet of verification file");
     }
 
     std::ifstream stream;
     std::vector<unsigned char> block;
     std::uint64_t size = 0;
+    std::uint64_t blockFirst = 0; ///< number of the first packet in the block
+    std::uint64_t blockUsed = 0;  ///< whole packets in it
 };
 
 /// The file decides: trailers at the ends of most packets mean packets with trailers. The last packet has no vote.

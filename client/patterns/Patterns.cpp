@@ -92,12 +92,17 @@ bool PatternCycle::check(std::uint16_t previous, std::uint16_t current, bool& sy
         fail(patternsUnit, eFAIL, unsupported);
     Word expected = 0;
     bool bad = true;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        if (words[i] == previous) {
-            expected = words[i + 1 < words.size() ? i + 1 : 0];
-            bad = false;
-            break;
-        }
+    // Mostly the word is where the last one's successor is.
+    if (words[next] != previous) {
+        std::size_t i = 0;
+        while (i < words.size() && words[i] != previous)
+            ++i;
+        next = i < words.size() ? i : 0;
+    }
+    if (words[next] == previous) {
+        next = next + 1 < words.size() ? next + 1 : 0;
+        expected = words[next];
+        bad = false;
     }
     bad = synced && (bad || current != expected);
     // A fault loses the lock, so that it is reported once and not on every word behind it.

@@ -2,6 +2,7 @@
 
 #include "client/Pattern.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -47,6 +48,7 @@ protected:
 private:
     std::span<const std::uint16_t> words; // static storage
     const char* unsupported;
+    std::size_t next = 0; // where the last word looked for has its successor; no word stands twice in a sequence
 };
 
 class PatternF0_1 : public PatternCycle {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 namespace bench_client {
 
@@ -33,25 +34,28 @@ void BenchTime::sleep(std::uint32_t milliseconds) {
     now += std::uint64_t{milliseconds} * 1000000;
     waited += milliseconds;
     ++waits;
+    if (sleepsReally) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    }
 }
 
 void BenchClient::connect(const char*) {
-    tick();
+    const Request counted(time);
 }
 
 void BenchClient::disconnect() {
-    tick();
+    const Request counted(time);
 }
 
 void BenchClient::read(RegisterAccess* list, std::uint32_t count) {
-    tick();
+    const Request counted(time);
     for (std::uint32_t i = 0; i < count; ++i) {
         list[i].value = unit.read(list[i].kind, list[i].address);
     }
 }
 
 void BenchClient::write(const RegisterAccess* list, std::uint32_t count) {
-    tick();
+    const Request counted(time);
     for (std::uint32_t i = 0; i < count; ++i) {
         unit.write(list[i].kind, list[i].address, list[i].value);
     }
@@ -59,7 +63,7 @@ void BenchClient::write(const RegisterAccess* list, std::uint32_t count) {
 
 VX_QRS::ORV::DataClient::Channel* BenchClient::openChannel(std::uint32_t bufferSize, std::uint32_t mode,
                                                            Callback* callback) {
-    tick();
+    const Request counted(time);
     if (sink != nullptr) {
         throw std::runtime_error("internal channel open error");
     }
@@ -69,7 +73,7 @@ VX_QRS::ORV::DataClient::Channel* BenchClient::openChannel(std::uint32_t bufferS
 }
 
 void BenchClient::closeChannel(VX_QRS::ORV::DataClient::Channel*) {
-    tick();
+    const Request counted(time);
     if (sink != nullptr) {
         unit.closeChannel();
     }
@@ -77,43 +81,43 @@ void BenchClient::closeChannel(VX_QRS::ORV::DataClient::Channel*) {
 }
 
 void BenchClient::start() {
-    tick();
+    const Request counted(time);
     unit.start();
 }
 
 void BenchClient::status(std::uint32_t* ready) {
-    tick();
+    const Request counted(time);
     CallbackSink callback(*sink);
     unit.deliver(callback, true);
     *ready = unit.status();
 }
 
 void BenchClient::peek(std::uint32_t, std::uint32_t, void* data, std::uint32_t* size) {
-    tick();
+    const Request counted(time);
     const std::vector<std::uint8_t> bytes = unit.peek(*size);
     std::copy(bytes.begin(), bytes.end(), static_cast<std::uint8_t*>(data));
     *size = static_cast<std::uint32_t>(bytes.size());
 }
 
 void BenchClient::stop() {
-    tick();
+    const Request counted(time);
     unit.stop();
 }
 
 void BenchClient::request(std::uint32_t count) {
-    tick();
+    const Request counted(time);
     unit.request(count);
     CallbackSink callback(*sink);
     unit.deliver(callback, false);
 }
 
 void BenchClient::cancel() {
-    tick();
+    const Request counted(time);
     unit.cancel();
 }
 
 void BenchClient::flush() {
-    tick();
+    const Request counted(time);
     unit.flush();
 }
 

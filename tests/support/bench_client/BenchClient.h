@@ -6,6 +6,7 @@
 #include "client/frontend/Waits.h"
 #include "mpx/MpxEcomServer/DataClient.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -26,6 +27,8 @@ public:
     std::uint64_t now = 0;           ///< nanoseconds
     std::uint64_t waited = 0;        ///< milliseconds
     std::uint64_t waits = 0;
+    bool sleepsReally = false;                    ///< waits take their time for us too
+    std::chrono::steady_clock::duration inUnit{}; ///< what the unit's own work took of our time
 };
 
 /// The unit behind the data client's interface. One thread.
@@ -52,7 +55,18 @@ public:
     void flush() override;
 
 private:
-    void tick() { time.pass(time.roundTrip); }
+    /// A request on its way: passes the unit's time, and counts ours.
+    class Request {
+    public:
+        explicit Request(BenchTime& benchTime) : time(benchTime) { time.pass(time.roundTrip); }
+        ~Request() { time.inUnit += std::chrono::steady_clock::now() - begin; }
+        Request(const Request&) = delete;
+        Request& operator=(const Request&) = delete;
+
+    private:
+        BenchTime& time;
+        std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+    };
 
     bench::Unit& unit;
     BenchTime& time;
