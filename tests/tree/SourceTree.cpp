@@ -229,7 +229,7 @@ Breaches unfinishedWork(const Files& files) {
                                   "CK)\\b");
     Breaches breaches;
     for (const auto& [path, text] : files) {
-        const bool read = isSource(path) || path.ends_with(".txt") || path.ends_with(".cmake") ||
+        const bool read = isSource(path) || path.ends_with("CMakeLists.txt") || path.ends_with(".cmake") ||
                           path.ends_with(".md") || path.ends_with(".toml") || path.ends_with(".json");
         if (!read)
             continue;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+// The examples in documents: indented blocks, those that are tested under a mark of their own.
+
+namespace tree {
+
+/// The block behind `<!-- test: NAME -->`, without its indentation; lines end in "\n". Empty when there is none.
+std::string exampleOf(const std::string& document, const std::string& name);
+
+/// One line of annotated bytes: what stands ahead of them (an offset or an arrow), and the bytes.
+struct HexLine {
+    std::string head;
+    std::string bytes;
+};
+
+/// Lines of pairs of digits; the annotation begins behind two blanks or more.
+std::vector<HexLine> hexLinesOf(const std::string& block);
+
+/// A section of a document: its heading without the marks, and the lines behind it up to the next one.
+struct Section {
+    std::string heading;
+    std::string text;
+};
+std::vector<Section> sectionsOf(const std::string& document, const std::string& marks);
+
+/// The indented lines of a text, without their indentation.
+std::string indentedOf(const std::string& text);
+
+/// The cells of the first table in a text, its head and its rule left out.
+std::vector<std::vector<std::string>> tableOf(const std::string& text);
+
+} // namespace tree

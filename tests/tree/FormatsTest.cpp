@@ -1,0 +1,201 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "bench/siblings/DeviceDatabase.h"
+#include "client/Pattern.h"
+#include "client/patterns/PatternVerifier.h"
+#include "host/diagnostics/BurstFile.h"
+#include "host/diagnostics/CalFile.h"
+#include "pinmap/TracePinMapper.h"
+#include "rcvr/PropertiesText.h"
+#include "rcvr/SettingsFile.h"
+#include "tdf/TdfFile.h"
+#include "tests/support/scratch/TemporaryFolder.h"
+#include "tests/tree/Examples.h"
+
+// The examples of the pages on formats, against the code that writes and reads these formats.
+
+namespace tree {
+
+using test_support::readText;
+using test_support::TemporaryFolder;
+using test_support::writeText;
+using testing::ElementsAre;
+
+namespace {
+
+std::string page(const std::string& name) {
+    return readText(std::string(ORV_SOURCE_ROOT) + "/docs/formats/" + name + ".md");
+}
+
+std::string example(const std::string& name) {
+    const std::string block = exampleOf(page(name), name);
+    EXPECT_NE(block, "") << name;
+    return block;
+}
+
+std::vector<std::uint16_t> wordsOf(const std::string& text) {
+    std::vector<std::uint16_t> words;
+    std::istringstream in(text);
+    for (std::string word; in >> word;)
+        words.push_back(static_cast<std::uint16_t>(std::stoul(word, nullptr, 16)));
+    return words;
+}
+
+VX_QRS::ORV::CLIENT::ChannelSettings settingsOf(const std::string& text) {
+    const TemporaryFolder folder;
+    const std::string file = folder.file("example.xml");
+    writeText(file, text);
+    VX_QRS::ORV::CLIENT::ChannelSettings settings;
+    Vx::Qrs::Trace::OrvRcvr::LoadSettings(settings, file.c_str(), "");
+    EXPECT_EQ(readText(file), text) << "the file was replaced";
+    return settings;
+}
+
+} // namespace
+
+TEST(FormatPages, SettingsAreWrittenAsTheyStandThere) {
+    const std::string text = exampleOf(page("channel-settings"), "settings");
+    const auto settings = settingsOf(text);
+    EXPECT_EQ(settings.pinMap, "0,1,2,3,4");
+    const TemporaryFolder folder;
+    Vx::Qrs::Trace::OrvRcvr::StoreSettings(settings, folder.file("new.xml").c_str(), "");
+    EXPECT_EQ(readText(folder.file("new.xml")), text);
+}
+
+TEST(FormatPages, PropertiesFollowFromTheSettings) {
+    const auto settings = settingsOf(exampleOf(page("channel-settings"), "settings"));
+    EXPECT_EQ(Vx::Qrs::Trace::OrvRcvr::globalSectionText("bench", 0) +
+                  Vx::Qrs::Trace::OrvRcvr::channelSectionText(0, settings),
+              example("properties"));
+}
+
+TEST(FormatPages, PropertiesAreTheChannels) {
+    const std::string source = readText(std::string(ORV_SOURCE_ROOT) + "/client/frontend/channel_properties.cpp");
+    const std::regex entry("\\n    \\{\"(\\w+)\", ");
+    std::set<std::string> known;
+    for (auto match = std::sregex_iterator(source.begin(), source.end(), entry); match != std::sregex_iterator();
+         ++match)
+        known.insert((*match)[1]);
+    EXPECT_GT(known.size(), 30U);
+    std::set<std::string> explained;
+    const std::vector<Section> sections = sectionsOf(page("properties"), "##");
+    ASSERT_EQ(sections.size(), 1U);
+    const std::regex name("`(\\w+)`");
+    for (const auto& row : tableOf(sections[0].text)) {
+        for (auto match = std::sregex_iterator(row[0].begin(), row[0].end(), name); match != std::sregex_iterator();
+             ++match)
+            explained.insert((*match)[1]);
+    }
+    EXPECT_EQ(explained, known);
+}
+
+TEST(FormatPages, PinMapHasTheAssignments) {
+    const TemporaryFolder folder;
+    writeText(folder.file("pins.cfg"), example("pin-map"));
+    Vx::Qrs::Trace::OrvRcvr::TracePinMapper mapper;
+    mapper.readPinMapFile(folder.file("pins.cfg").c_str());
+    ASSERT_EQ(mapper.getPinouts().size(), 2U);
+    EXPECT_EQ(mapper.getPinouts().at("connector").at("pti").size(), 3U);
+    EXPECT_EQ(mapper.getPinouts().at("spare").at("pti").back(), (Vx::Qrs::Trace::OrvRcvr::PinList{5, 2, 3}));
+}
+
+TEST(FormatPages, BurstIsRead) {
+    const host::diagnostics::Burst burst = host::diagnostics::parseBurst(example("burst"), "example");
+    ASSERT_EQ(burst.pins.size(), 3U);
+    EXPECT_EQ(burst.pins[0].delay, 31);
+    EXPECT_THAT(burst.pins[2].levels, ElementsAre(1, 1, 0));
+}
+
+TEST(FormatPages, CalibrationReportIsRead) {
+    const host::diagnostics::CalFile report = host::diagnostics::parseCalFile(example("calibration-report"), "example");
+    ASSERT_EQ(report.pins.size(), 3U);
+    EXPECT_EQ(report.exportKind, "pti");
+    EXPECT_EQ(report.pins[1].hold, 7U);
+    EXPECT_EQ(report.pins[1].setup, 5U);
+    EXPECT_EQ(report.pins[2].stretch, 2);
+}
+
+TEST(FormatPages, PacketPasses) {
+    using namespace VX_QRS::ORV::CLIENT;
+    std::array<std::uint16_t, packetWords> words{};
+    constexpr std::array<std::uint16_t, 4> ramp{0x0123, 0x4567, 0x89AB, 0xCDEF};
+    for (std::size_t i = 7; i < words.size() - 1; ++i)
+        words[i] = ramp[(i - 7) % ramp.size()];
+    for (const HexLine& line : hexLinesOf(exampleOf(page("recording"), "packet"))) {
+        const std::size_t offset = std::stoul(line.head, nullptr, 16);
+        for (std::size_t i = 0; i < line.bytes.size(); i += 2) {
+            const auto low = static_cast<std::uint8_t>(line.bytes[i]);
+            const auto high = static_cast<std::uint8_t>(line.bytes[i + 1]);
+            std::uint16_t& word = words.at((offset + i) / 2);
+            if (offset + i >= 0x0E) {
+                EXPECT_TRUE(word == 0 || word == (high << 8 | low)) << offset + i;
+            }
+            word = static_cast<std::uint16_t>(high << 8 | low);
+        }
+    }
+    const std::unique_ptr<Pattern> pattern(createPattern("ramp0", 4));
+    PatternVerifier verifier(*pattern, FrameFormat::TenBitPackets);
+    verifier.checkPacket(0, words);
+    EXPECT_FALSE(verifier.failed()) << verifier.report();
+    EXPECT_EQ(verifier.counts().tracePackets, 1U);
+    EXPECT_EQ(verifier.counts().syncWords, 7U);
+    EXPECT_EQ(verifier.counts().dataWords, 248U);
+}
+
+TEST(FormatPages, PatternsAreTheVerifiers) {
+    const std::string document = page("recording");
+    const auto rows = tableOf(document.substr(document.find("<!-- test: patterns -->")));
+    EXPECT_EQ(rows.size(), 6U);
+    for (const auto& row : rows) {
+        for (const std::uint32_t column : {1U, 2U, 3U}) {
+            const std::vector<std::uint16_t> words = wordsOf(row.at(column));
+            const std::unique_ptr<VX_QRS::ORV::CLIENT::Pattern> pattern(
+                VX_QRS::ORV::CLIENT::createPattern(row[0].c_str(), column == 3 ? 4 : column));
+            bool synced = false;
+            std::uint16_t last = words.back();
+            EXPECT_FALSE(pattern->check(0, last, synced));
+            for (std::size_t i = 0; i < 2 * words.size(); ++i) {
+                EXPECT_FALSE(pattern->check(last, words[i % words.size()], synced)) << row[0] << " " << i;
+                last = words[i % words.size()];
+            }
+            EXPECT_TRUE(pattern->check(last, static_cast<std::uint16_t>(words[0] ^ 1), synced)) << row[0];
+        }
+    }
+}
+
+TEST(FormatPages, TraceDataFileHasTheBytes) {
+    using Vx::Qrs::Trace::OrvRcvr::TdfFile;
+    const TemporaryFolder folder;
+    const std::string file = folder.file("example.tdf");
+    TdfFile::createFile(file.c_str());
+    std::uint32_t offset = 0;
+    TdfFile::beginSection(file.c_str(), "BinTraceData", 1, &offset);
+    const std::array<std::uint8_t, 16> samples{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xF0, 0x0F, 0x1E, 0x2D, 0xF0, 0xA5};
+    std::uint32_t size = 0;
+    TdfFile::appendSectionData(file.c_str(), "BinTraceData", offset, samples.data(), 8, 2, &size);
+    std::string expected;
+    for (const HexLine& line : hexLinesOf(exampleOf(page("trace-data-file"), "tdf"))) {
+        EXPECT_EQ(std::stoul(line.head, nullptr, 16), expected.size());
+        expected += line.bytes;
+    }
+    EXPECT_EQ(readText(file), expected);
+}
+
+TEST(FormatPages, DevicesAreRead) {
+    const TemporaryFolder folder;
+    writeText(folder.file("devices.toml"), exampleOf(page("bench-files"), "devices"));
+    const bench::DeviceDatabase base = bench::DeviceDatabase::load(folder.file("devices.toml"));
+    ASSERT_NE(base.find("bench/app"), nullptr);
+    EXPECT_EQ(base.find("bench/app")->unitPort, "\"0\"");
+    EXPECT_EQ(base.find("bench/app")->entries.size(), 1U);
+}
+
+} // namespace tree

@@ -1,0 +1,377 @@
+#include "tests/tree/Messages.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <map>
+#include <regex>
+#include <set>
+#include <string_view>
+
+namespace tree {
+
+namespace {
+
+constexpr std::array<std::string_view, 8> messageRooms{"common/", "link/",   "pinmap/", "tdf/",
+                                                       "mpx/",    "client/", "rcvr/",   "host/"};
+
+/// Files all of whose sentences are meant for a person, wherever they stand in them.
+constexpr std::array<std::string_view, 4> tables{"common/source/Exception.cpp", "rcvr/Error.cpp", "rcvr/StatusText.cpp",
+                                                 "host/basics/ExitCode.cpp"};
+
+bool isProduct(std::string_view path) {
+    const auto startsPath = [path](std::string_view room) { return path.starts_with(room); };
+    return isSource(std::string(path)) &&
+           (std::any_of(messageRooms.begin(), messageRooms.end(), startsPath) || path.starts_with("bench/"));
+}
+
+std::string trimmed(const std::string& text) {
+    const char* blanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(blanks);
+    return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
+
+constexpr char percent = '\1'; // stands for a doubled one while conversions are looked for
+
+void replaceAll(std::string& text, const std::string& from, const std::string& to) {
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+bool hasWords(const std::string& piece) {
+    return std::count_if(piece.begin(), piece.end(), [](unsigned char c) { return std::isalpha(c) != 0; }) > 3;
+}
+
+/// A source as tokens: literals, and what stands between them with comments taken out.
+class Reader {
+public:
+    explicit Reader(const std::string& text) : source(text) { read(); }
+
+    struct Token {
+        std::size_t line;
+        bool isLiteral;
+        std::string text;
+    };
+    std::vector<Token> tokens;
+
+private:
+    void read() {
+        while (at < source.size()) {
+            const char c = source[at];
+            if (startsWith("//"))
+                skipTo("\n", 0);
+            else if (startsWith("/*"))
+                skipTo("*/", 2);
+            else if (startsWith("R\"("))
+                rawLiteral();
+            else if (c == '"')
+                literal();
+            else if (c == '\'')
+                character();
+            else if (c == '#' && startsLine())
+                directive();
+            else
+                code(c);
+        }
+    }
+
+    bool startsWith(std::string_view mark) const { return std::string_view(source).substr(at).starts_with(mark); }
+
+    bool startsLine() const {
+        const std::size_t begin = source.rfind('\n', at) + 1;
+        return at == 0 || trimmed(source.substr(begin, at - begin)).empty();
+    }
+
+    void advance() { line += source[at++] == '\n' ? 1U : 0U; }
+
+    void skipTo(std::string_view mark, std::size_t behind) {
+        while (at < source.size() && !startsWith(mark))
+            advance();
+        at = std::min(source.size(), at + behind);
+    }
+
+    void directive() {
+        const bool isInclude = source.compare(at, 8, "#include") == 0;
+        if (isInclude)
+            skipTo("\n", 0);
+        else
+            advance();
+    }
+
+    void literal() {
+        const std::size_t begin = line;
+        std::string text;
+        advance();
+        while (at < source.size() && source[at] != '"') {
+            if (source[at] != '\\') {
+                text += source[at];
+            } else {
+                advance();
+                text += source[at] == 'n' ? '\n' : source[at] == 't' ? '\t' : source[at];
+            }
+            advance();
+        }
+        advance();
+        add(begin, text);
+    }
+
+    void rawLiteral() {
+        const std::size_t begin = line;
+        at += 3;
+        const std::size_t start = at;
+        skipTo(")\"", 0);
+        add(begin, source.substr(start, at - start));
+        at += 2;
+    }
+
+    void add(std::size_t begin, const std::string& text) {
+        if (!tokens.empty() && tokens.back().isLiteral)
+            tokens.back().text += text;
+        else
+            tokens.push_back({begin, true, text});
+    }
+
+    void character() {
+        // A mark inside a number separates digits.
+        if (at > 0 && std::isalnum(static_cast<unsigned char>(source[at - 1])) != 0) {
+            advance();
+            return;
+        }
+        advance();
+        while (at < source.size() && source[at] != '\'') {
+            if (source[at] == '\\')
+                advance();
+            advance();
+        }
+        advance();
+    }
+
+    void code(char c) {
+        if (std::isspace(static_cast<unsigned char>(c)) == 0) {
+            const bool isWord = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
+            const bool joins = isWord && joinable && !tokens.empty() && !tokens.back().isLiteral;
+            if (joins)
+                tokens.back().text += c;
+            else
+                tokens.push_back({line, false, std::string(1, c)});
+            joinable = isWord;
+        } else {
+            joinable = false;
+        }
+        advance();
+    }
+
+    const std::string& source;
+    std::size_t at = 0;
+    std::size_t line = 1;
+    bool joinable = false;
+};
+
+using Tokens = std::vector<Reader::Token>;
+
+/// What the doctor says: finding.text = "...";
+bool isFinding(const Tokens& tokens, std::size_t index) {
+    return index > 1 && index + 1 < tokens.size() && tokens[index - 2].text == "finding" &&
+           tokens[index].text == "text" && tokens[index + 1].text == "=";
+}
+
+/// Calls whose texts reach a person.
+bool reports(const Tokens& tokens, std::size_t index) {
+    static const std::set<std::string> calls{"fail",        "failWith", "refuse",     "damaged",     "logAndFail",
+                                             "throwError",  "note",     "signalStop", "recordError", "failOpen",
+                                             "require",     "Failure",  "logError",   "logWarning",  "logErrorAt",
+                                             "checkResult", "allocate"};
+    const std::string& text = tokens[index].text;
+    if (tokens[index].isLiteral)
+        return false;
+    const auto next = [&](std::size_t distance, std::string_view wanted) {
+        return index + distance < tokens.size() && tokens[index + distance].text == wanted;
+    };
+    if (calls.contains(text))
+        return next(1, "(");
+    if (isFinding(tokens, index))
+        return true;
+    if (text == "fprintf")
+        return next(1, "(") && next(2, "stderr");
+    return text == "throw" || (text == "cerr" && next(1, "<"));
+}
+
+/// One past the statement or the call that begins at `index`.
+std::size_t endOf(const Tokens& tokens, std::size_t index) {
+    const bool isStatement = tokens[index].text == "throw" || tokens[index].text == "cerr" || isFinding(tokens, index);
+    int depth = 0;
+    for (std::size_t i = index; i < tokens.size(); ++i) {
+        if (tokens[i].isLiteral)
+            continue;
+        const char c = tokens[i].text[0];
+        if (c == '(')
+            ++depth;
+        if (c == ')' && --depth <= 0 && !isStatement)
+            return i + 1;
+        if (c == ';' && depth <= 0)
+            return i;
+    }
+    return tokens.size();
+}
+
+/// Texts with a name: `const char* name = "..."`, `std::string name = "..."`, `const char name[] = "..."`.
+std::map<std::string, std::string> constantsOf(const Tokens& tokens) {
+    std::map<std::string, std::string> constants;
+    for (std::size_t i = 3; i < tokens.size(); ++i) {
+        if (!tokens[i].isLiteral || tokens[i - 1].text != "=")
+            continue;
+        const bool isArray = i > 5 && tokens[i - 2].text == "]";
+        const std::size_t name = isArray ? i - 4 : i - 2;
+        const std::string& type = tokens[name - 1].text;
+        if (type == "*" || type == "string" || type == "string_view" || (isArray && type == "char"))
+            constants.try_emplace(tokens[name].text, tokens[i].text);
+    }
+    return constants;
+}
+
+/// The places of `pieces` among those of a source, in order and close together.
+bool isSpelled(const std::vector<std::string>& pieces, const std::vector<std::string>& source) {
+    constexpr std::size_t window = 12;
+    for (auto first = std::find(source.begin(), source.end(), pieces.front()); first != source.end();
+         first = std::find(first + 1, source.end(), pieces.front())) {
+        const auto last = source.end() - first > static_cast<std::ptrdiff_t>(window) ? first + window : source.end();
+        auto place = first + 1;
+        const bool all = std::all_of(pieces.begin() + 1, pieces.end(), [&](const std::string& piece) {
+            place = std::find(place, last, piece);
+            return place != last && ++place != source.begin();
+        });
+        if (all)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
+    static const std::regex blank("<[a-z][a-z0-9 _-]*>");
+    static const std::regex value(
+        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscp]|%\\.\\*s|<[a-z][a-z0-9 _-]*>");
+    std::string plain = text;
+    if (isFormat)
+        replaceAll(plain, "%%", std::string(1, percent));
+    std::vector<std::string> pieces;
+    for (auto part = std::sregex_token_iterator(plain.begin(), plain.end(), isFormat ? value : blank, -1);
+         part != std::sregex_token_iterator(); ++part) {
+        std::string piece = trimmed(*part);
+        replaceAll(piece, std::string(1, percent), "%");
+        if (!piece.empty())
+            pieces.push_back(piece);
+    }
+    return pieces;
+}
+
+std::vector<Literal> literalsOf(const std::string& source) {
+    std::vector<Literal> literals;
+    for (const Reader::Token& token : Reader(source).tokens) {
+        if (token.isLiteral)
+            literals.push_back({token.line, token.text});
+    }
+    return literals;
+}
+
+std::vector<Literal> thrownTexts(const std::string& source) {
+    const Tokens tokens = Reader(source).tokens;
+    const std::map<std::string, std::string> constants = constantsOf(tokens);
+    std::vector<Literal> texts;
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        if (!reports(tokens, i))
+            continue;
+        const std::size_t end = endOf(tokens, i);
+        for (; i < end; ++i) {
+            const auto constant = constants.find(tokens[i].text);
+            if (tokens[i].isLiteral)
+                texts.push_back({tokens[i].line, tokens[i].text});
+            else if (constant != constants.end())
+                texts.push_back({tokens[i].line, constant->second});
+        }
+        --i;
+    }
+    return texts;
+}
+
+std::vector<Message> messagesOf(const std::string& document) {
+    static const std::regex row("^\\| `([^`]+)` \\|.*");
+    std::vector<Message> messages;
+    std::size_t number = 0;
+    for (std::size_t at = 0; at < document.size();) {
+        const std::size_t end = std::min(document.find('\n', at), document.size());
+        const std::string line = document.substr(at, end - at);
+        at = end + 1;
+        ++number;
+        std::smatch match;
+        if (std::regex_match(line, match, row))
+            messages.push_back({number, match[1]});
+    }
+    return messages;
+}
+
+Breaches messagesThatNothingSays(const Files& files, const std::string& document) {
+    std::vector<std::vector<std::string>> sources;
+    for (const auto& [path, text] : files) {
+        if (!isProduct(path))
+            continue;
+        std::vector<std::string>& pieces = sources.emplace_back();
+        for (const Literal& literal : literalsOf(text)) {
+            for (const std::string& piece : piecesOf(literal.text, true))
+                pieces.push_back(piece);
+        }
+    }
+    Breaches breaches;
+    for (const Message& message : messagesOf(files.at(document))) {
+        const std::vector<std::string> pieces = piecesOf(message.text, false);
+        const bool isSaid = !pieces.empty() && std::any_of(sources.begin(), sources.end(), [&](const auto& source) {
+            return isSpelled(pieces, source);
+        });
+        if (!isSaid)
+            breaches.push_back(document + ":" + std::to_string(message.line) + ": nothing says " + message.text);
+    }
+    return breaches;
+}
+
+Breaches messagesThatNothingExplains(const Files& files, const std::string& document,
+                                     const std::vector<Exception>& exceptions) {
+    std::set<std::string> explained;
+    for (const Message& message : messagesOf(files.at(document))) {
+        for (const std::string& piece : piecesOf(message.text, false))
+            explained.insert(piece);
+    }
+    std::set<std::string> used;
+    Breaches breaches;
+    const auto look = [&](const std::string& path, const Literal& literal) {
+        for (const std::string& piece : piecesOf(literal.text, true)) {
+            if (!hasWords(piece) || explained.contains(piece))
+                continue;
+            const bool isException = std::any_of(exceptions.begin(), exceptions.end(),
+                                                 [&](const Exception& exception) { return exception.piece == piece; });
+            if (isException)
+                used.insert(piece);
+            else
+                breaches.push_back(path + ":" + std::to_string(literal.line) + ": not in " + document + ": " + piece);
+        }
+    };
+    for (const auto& [path, text] : files) {
+        if (!isProduct(path))
+            continue;
+        if (std::find(tables.begin(), tables.end(), path) != tables.end()) {
+            for (const Literal& literal : literalsOf(text)) {
+                if (trimmed(literal.text).find(' ') != std::string::npos)
+                    look(path, literal);
+            }
+        }
+        for (const Literal& literal : thrownTexts(text))
+            look(path, literal);
+    }
+    for (const Exception& exception : exceptions) {
+        if (!used.contains(exception.piece))
+            breaches.push_back("no message holds the exception: " + exception.piece);
+    }
+    return breaches;
+}
+
+} // namespace tree
