@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cstring>
 #include <exception>
+#include <new>
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -28,6 +29,14 @@ std::uint32_t useCount = 0;
 
 void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
     logEntry(frontEndUnit, function, location);
+}
+
+std::unique_ptr<uDll> makeLibrary() {
+    try {
+        return std::make_unique<uDll>();
+    } catch (const std::bad_alloc&) {
+        fail(frontEndUnit, eNULL);
+    }
 }
 
 } // namespace
@@ -58,7 +67,7 @@ void destroyFrontEnd(FrontEnd* frontEnd) {
 }
 
 FrontEnd_1::FrontEnd_1(DataClientFactory factory, Waits& waits)
-    : clientFactory(factory), library(std::make_unique<uDll>()), waiting(waits) {
+    : clientFactory(factory), library(makeLibrary()), waiting(waits) {
     entry("VX_QRS::ORV::CLIENT::FrontEnd_1::FrontEnd_1");
     parser = createPropertyParser();
     dataClient = clientFactory.create(dataServerPort);
@@ -130,7 +139,11 @@ FrontEndChannel* FrontEnd_1::alloc(const char* cpuName, Vx::Qrs::Trace::IXmtrLib
                                    std::uint32_t xmtrChannel, std::uint32_t xmtrCookie, std::uint32_t adapterKind,
                                    const ChannelSettings* traceSetup) {
     entry("VX_QRS::ORV::CLIENT::FrontEnd_1::alloc");
-    channels.reserve(channels.size() + 1);
+    try {
+        channels.reserve(channels.size() + 1);
+    } catch (const std::bad_alloc&) {
+        fail(frontEndUnit, eALLOC);
+    }
     Transmitter* transmitter =
         createTransmitter(this, cpuName, xmtrLibrary, xmtrChannel, xmtrCookie, adapterKind, traceSetup);
     FrontEndChannel_1* channel = nullptr;

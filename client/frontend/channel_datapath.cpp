@@ -17,11 +17,12 @@ void FrontEndChannel_1::allocSelf() {
             oversampling.ovsWords[p].assign(depth, 0);
             oversampling.ovsAccess[p].assign(depth, RegisterAccess{registers::kindUnit, 0, 0});
         }
+        calibration.cal = Cal(registers::maxProcs);
+        calibration.metrics = Metrics(registers::maxProcs);
     } catch (const std::bad_alloc&) {
+        // What is there so far stays; the next opening takes it over.
         fail(frontEndUnit, eALLOC, "host buffer allocation failed");
     }
-    calibration.cal = Cal(registers::maxProcs);
-    calibration.metrics = Metrics(registers::maxProcs);
 }
 
 void FrontEndChannel_1::freeSelf() {

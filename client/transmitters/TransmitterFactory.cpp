@@ -50,13 +50,13 @@ Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs:
     logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::createTransmitter");
     if (cpuName == nullptr)
         fail(transmitterUnit, eNULL);
-    for (const auto& entry : table()) {
-        if (entry->name == cpuName) {
-            ++entry->refCount;
-            return entry->xmtr.get();
-        }
-    }
     try {
+        for (const auto& entry : table()) {
+            if (entry->name == cpuName) {
+                ++entry->refCount;
+                return entry->xmtr.get();
+            }
+        }
         table().push_back(std::make_unique<RefCountedXmtrImpl>(frontEnd, cpuName, xmtrLibrary, xmtrChannel, xmtrCookie,
                                                                adapterKind, traceSetup));
     } catch (const std::bad_alloc&) {

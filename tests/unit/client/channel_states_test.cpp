@@ -32,7 +32,10 @@ enum class Event {
     UnexpectedData,
     ApplySettings,
     Status,
+    TriggeredStatus,
     EndTransmission,
+    TriggerFile,
+    Samples,
     Terminate,
 };
 
@@ -60,7 +63,10 @@ const Row table[] = {
     {"UnexpectedData", Event::UnexpectedData, {same, same, 4, same, same, same}},
     {"ApplySettings", Event::ApplySettings, {same, same, refused, same, same, same}},
     {"Status", Event::Status, {same, same, same, same, same, same}},
+    {"TriggeredStatus", Event::TriggeredStatus, {same, same, same, same, same, same}},
     {"EndTransmission", Event::EndTransmission, {same, same, same, same, same, same}},
+    {"TriggerFile", Event::TriggerFile, {same, same, 6, same, same, same}},
+    {"Samples", Event::Samples, {same, same, same, same, same, same}},
     {"Terminate", Event::Terminate, {same, same, same, same, same, same}},
 };
 
@@ -142,8 +148,19 @@ protected:
         case Event::Status:
             status();
             break;
+        case Event::TriggeredStatus:
+            EXPECT_CALL(transmitter, hasTriggered).WillRepeatedly(testing::Return(true));
+            status();
+            break;
         case Event::EndTransmission:
             channel->endTransmission(true);
+            break;
+        case Event::TriggerFile:
+            writeText(stem + ".trg.txt", "");
+            inside().checkTriggerFile();
+            break;
+        case Event::Samples:
+            channel->ovs(true, true);
             break;
         case Event::Terminate:
             inside().terminateThread();

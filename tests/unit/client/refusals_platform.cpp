@@ -1,0 +1,79 @@
+#include "tests/unit/client/refusals_platform.h"
+
+#include "common/source/source_utilities/uThread.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local unsigned countdown = 0;
+thread_local bool refused = false;
+bool threadsStart = true;
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    if (countdown != 0 && --countdown == 0) {
+        refused = true;
+        throw std::bad_alloc();
+    }
+    void* memory = std::malloc(size != 0 ? size : 1);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+
+namespace client_test {
+
+void refuseMemory(unsigned nth) {
+    countdown = nth;
+    refused = false;
+}
+
+bool memoryWasRefused() {
+    countdown = 0;
+    return refused;
+}
+
+void letThreadsStart(bool start) {
+    threadsStart = start;
+}
+
+} // namespace client_test
+
+namespace VX_QRS {
+
+struct uThread::Native {
+    bool started = false;
+};
+
+uThread::uThread(uRunnable* body, std::int32_t threadPriority, std::uint32_t bytes)
+    : runnable(body), native(std::make_unique<Native>()), priority(threadPriority), stackSize(bytes) {}
+uThread::~uThread() = default;
+bool uThread::start() {
+    if (!threadsStart)
+        return false;
+    native->started = true;
+    runnable->run();
+    return true;
+}
+bool uThread::wait(std::uint32_t) {
+    return native->started;
+}
+bool uThread::isCurrent() const {
+    return false;
+}
+std::uint32_t uThread::threadId() const {
+    return native->started ? 1 : 0;
+}
+void uThread::sleep(std::uint32_t) {}
+
+} // namespace VX_QRS
