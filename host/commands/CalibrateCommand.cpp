@@ -3,6 +3,7 @@
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
+#include "host/report/Report.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -38,9 +39,26 @@ private:
         session.prepare();
         session.open();
         ProgressLine line(options.quiet);
-        session.calibrate(line);
+        try {
+            session.calibrate(line);
+        } catch (const Failure&) {
+            leaveReport(session, result);
+            throw;
+        }
+        leaveReport(session, result);
         if (interrupted())
             throw Failure(ExitCode::Interrupted, "interrupted, after the calibration had ended");
+    }
+
+    /// A refused calibration is what a report is wanted for most; one that left no files has none.
+    static void leaveReport(const Session& session, RecordResult& result) {
+        const auto file = session.runFolder() / (session.fileStem().filename().string() + ".report.html");
+        try {
+            result.files.emplace_back("report", writeReport(session.fileStem(), file, true).file.string());
+        } catch (const Failure& failure) {
+            if (failure.code != ExitCode::BadInput)
+                throw;
+        }
     }
 
     SessionOptions options;

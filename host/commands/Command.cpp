@@ -1,12 +1,15 @@
 #include "host/commands/Command.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <cctype>
 #include <iostream>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Remedy.h"
 
 namespace host {
 
@@ -22,10 +25,41 @@ std::string pathOf(const CLI::App& app) {
     return path;
 }
 
+constexpr std::size_t screenWidth = 80;
+constexpr std::size_t optionColumn = 22;
+constexpr std::size_t subcommandColumn = 14;
+
+/// Breaks the lines of a text that are too long between words; what follows is indented as far as descriptions are.
+std::string wrapped(const std::string& text) {
+    std::istringstream in(text);
+    std::string result;
+    for (std::string line; std::getline(in, line);) {
+        const std::string indent(line.starts_with("  ") ? optionColumn : 0, ' ');
+        while (line.size() > screenWidth) {
+            const std::size_t blank = line.find_last_of(' ', screenWidth);
+            if (blank == std::string::npos || blank <= indent.size())
+                break;
+            result += line.substr(0, blank) + "\n";
+            line = indent + line.substr(blank + 1);
+        }
+        result += line + "\n";
+    }
+    return result;
+}
+
 /// Options one under the other in narrow columns, so that a help text fits a screen.
 class NarrowFormatter : public CLI::Formatter {
 public:
-    NarrowFormatter() { column_width(22); }
+    NarrowFormatter() { column_width(optionColumn); }
+
+    std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
+        return wrapped(CLI::Formatter::make_help(app, std::move(name), mode));
+    }
+    std::string make_subcommand(const CLI::App* subcommand) const override {
+        std::string text = "  " + subcommand->get_name();
+        text.resize(std::max(text.size() + 1, subcommandColumn), ' ');
+        return text + subcommand->get_description() + "\n";
+    }
 
     std::string make_usage(const CLI::App* app, std::string name) const override {
         return "Usage: " + name + usageOf(*app) + "\n";
@@ -42,11 +76,11 @@ public:
     }
     /// What an option takes, and nothing of what it goes with: the message tells that when it matters.
     std::string make_option_opts(const CLI::Option* option) const override {
-        const std::string text = option->get_option_text();
-        return text.empty() || option->get_positional() ? std::string() : " " + text;
+        const bool takesNothing = option->get_type_size() == 0;
+        return takesNothing || option->get_positional() ? std::string() : " " + valueName(*option);
     }
     std::string make_option_name(const CLI::Option* option, bool positional) const override {
-        return positional ? option->get_option_text() : CLI::Formatter::make_option_name(option, false);
+        return positional ? valueName(*option) : CLI::Formatter::make_option_name(option, false);
     }
     std::string make_footer(const CLI::App* app) const override {
         const std::string text = app->get_footer();
@@ -54,11 +88,23 @@ public:
     }
 
 private:
+    /// What stands for an option's value: its own word, or else that of its kind, or a positional's name.
+    static std::string valueName(const CLI::Option& option) {
+        if (!option.get_option_text().empty())
+            return option.get_option_text();
+        std::string text = option.get_positional() ? option.get_single_name() : option.get_type_name();
+        text.resize(std::min(text.size(), text.find(':'))); // what the value is checked for stands behind it
+        if (text == "UINT" || text == "INT" || text == "FLOAT")
+            text = "N";
+        for (char& c : text)
+            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        return text;
+    }
     static std::string usageOf(const CLI::App& app) {
         std::string text;
         for (const CLI::Option* option :
              app.get_options([](const CLI::Option* each) { return each->get_positional(); }))
-            text += option->get_required() ? " " + option->get_option_text() : " [" + option->get_option_text() + "]";
+            text += option->get_required() ? " " + valueName(*option) : " [" + valueName(*option) + "]";
         if (!app.get_subcommands([](const CLI::App*) { return true; }).empty())
             text += " SUBCOMMAND";
         return text + " [OPTIONS]";
@@ -78,19 +124,16 @@ void printVersion(const VersionFacts& facts, bool json) {
         std::cout << print("%-9s ", facts[i].first.c_str()) << facts[i].second << "\n";
 }
 
-std::string firstLine(const std::string& text) {
-    return text.substr(0, text.find_first_of("\r\n"));
-}
-
 int fail(const Failure& failure, const CLI::App& app, bool json) {
     std::string text = failure.what();
     if (failure.code == ExitCode::Usage)
         text += "; see 'orvtrace " + pathOf(app) + "--help'";
-    std::fprintf(stderr, "orvtrace: %s\n", firstLine(text).c_str());
+    printFailure(failure.code, text);
     if (json) {
-        const nlohmann::json out{{"outcome", exitCodeName(failure.code)},
-                                 {"exitCode", static_cast<int>(failure.code)},
-                                 {"error", {{"text", text}, {"where", failure.where}}}};
+        const nlohmann::json out{
+            {"outcome", exitCodeName(failure.code)},
+            {"exitCode", static_cast<int>(failure.code)},
+            {"error", {{"text", text}, {"where", failure.where}, {"remedy", remedyOf(failure.code, text)}}}};
         std::cout << jsonText(out) << std::flush;
     }
     return static_cast<int>(failure.code);

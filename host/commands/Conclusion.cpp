@@ -1,8 +1,8 @@
 #include "host/commands/Conclusion.h"
 
-#include <cstdio>
 #include <iostream>
 
+#include "host/basics/Remedy.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -24,7 +24,7 @@ ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool
     else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty())
         std::cout << text(result) << std::flush;
     if (result.code != ExitCode::Done)
-        std::fprintf(stderr, "orvtrace: %s\n", result.failure.c_str());
+        printFailure(result.code, result.failure);
     return result.code;
 }
 

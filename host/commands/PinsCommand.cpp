@@ -91,9 +91,7 @@ void PinsCommand::read(TracePinMapper& mapper) const {
     try {
         guarded(ExitCode::CalibrationRefused, [&] { mapper.readDeviceDatabase(device.c_str()); });
     } catch (const Failure& failure) {
-        throw Failure(failure.code, device + ": " + failure.what() +
-                                        " Check the name: it is the full one, such as "
-                                        "bench/app.");
+        throw Failure(failure.code, device + ": " + failure.what());
     }
 }
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <iostream>
 #include <sstream>
 
@@ -8,6 +7,7 @@
 
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Remedy.h"
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
 #include "host/session/Recording.h"
@@ -63,9 +63,9 @@ std::string soakText(const SoakResult& result) {
         out << "\n" << print("%6s %8s %5s %10s %9s %7s\n", "round", "packet", "word", "byte", "expected", "got");
     for (const RoundError& entry : result.firstErrors) {
         const WordError& error = entry.error;
-        out << print("%6u %8llu %5u %10llu %9s %7s\n", entry.round, static_cast<unsigned long long>(error.packet),
-                     error.word, static_cast<unsigned long long>(error.byte()),
-                     error.expected ? hexWord(*error.expected).c_str() : "-", hexWord(error.got).c_str());
+        out << print("%6u %8s %5u %10s %9s %7s\n", entry.round, std::to_string(error.packet).c_str(), error.word,
+                     std::to_string(error.byte()).c_str(), error.expected ? hexWord(*error.expected).c_str() : "-",
+                     hexWord(error.got).c_str());
     }
     return out.str();
 }
@@ -92,7 +92,8 @@ std::string soakJson(const SoakResult& result) {
                        {"errors", result.errors},
                        {"firstErrors", errors}};
     if (!result.failure.empty())
-        out["error"] = {{"text", result.failure}, {"where", result.where}};
+        out["error"] = {
+            {"text", result.failure}, {"where", result.where}, {"remedy", remedyOf(result.code, result.failure)}};
     if (result.calibration)
         out["dataRate"] = result.calibration->dataRate;
     for (const auto& [what, where] : result.files)
@@ -111,8 +112,8 @@ public:
         app.add_option("--seconds", seconds, "How long (10); the last round is finished")
             ->option_text("S")
             ->check(CLI::Range(0.0, 1e7));
-        auto* scenario = addScenario(app, options);
-        addSettings(app, options)->excludes(scenario);
+        addScenario(app, options);
+        addSettings(app, options);
         addPins(app, options);
         addBuffer(app, options);
         addRunFlags(app, options);
@@ -196,7 +197,7 @@ ExitCode SoakCommand::run() {
     else if (result.rounds != 0)
         std::cout << soakText(result) << std::flush;
     if (result.code != ExitCode::Done)
-        std::fprintf(stderr, "orvtrace: %s\n", result.failure.c_str());
+        printFailure(result.code, result.failure);
     return result.code;
 }
 

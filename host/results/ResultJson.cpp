@@ -1,4 +1,5 @@
 #include "host/basics/JsonText.h"
+#include "host/basics/Remedy.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -94,7 +95,9 @@ json calibrationJson(const RecordResult& result) {
 std::string resultJson(const RecordResult& result) {
     json out{{"outcome", exitCodeName(result.code)}, {"exitCode", static_cast<int>(result.code)}};
     if (!result.failure.empty())
-        out["error"] = {{"text", result.failure}, {"where", result.where}};
+        out["error"] = {{"text", result.failure},
+                        {"where", result.where},
+                        {"remedy", remedyOf(result.code, result.failure)}};
     if (!result.scenario.empty())
         out["scenario"] = result.scenario;
     out["cpu"] = result.cpu;

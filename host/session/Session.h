@@ -45,6 +45,7 @@ public:
     Receiver& receiver() { return *channel; }
     /// Path and first part of the name of the receiver's files.
     const std::filesystem::path& fileStem() const { return stem; }
+    const std::filesystem::path& runFolder() const { return folder->path(); }
 
 private:
     void writeSettings();

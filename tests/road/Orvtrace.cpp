@@ -1,9 +1,11 @@
 #include "tests/road/Orvtrace.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 
 #include "tests/road/Shell.h"
@@ -30,9 +32,16 @@ fs::path RunSpace::write(const std::string& name, const std::string& bytes) cons
 }
 
 Outcome RunSpace::run(const std::vector<std::string>& arguments, const fs::path& program) const {
+    return run(arguments, program, [](RunningProgram&) {});
+}
+
+Outcome RunSpace::run(const std::vector<std::string>& arguments, const fs::path& program,
+                      const std::function<void(RunningProgram&)>& meanwhile) const {
     Outcome result;
-    const fs::path what = program.empty() ? orvtraceProgram() : program;
-    result.code = runProgram(what, arguments, file("stdout.txt"), file("stderr.txt"));
+    RunningProgram running(program.empty() ? orvtraceProgram() : program, arguments, file("stdout.txt"),
+                           file("stderr.txt"));
+    meanwhile(running);
+    result.code = running.wait();
     result.output = readBytes(file("stdout.txt"));
     result.errors = readBytes(file("stderr.txt"));
     result.json = nlohmann::json::parse(result.output, nullptr, false);
@@ -47,6 +56,22 @@ Outcome RunSpace::record(const std::string& scenario, std::vector<std::string> m
 
 fs::path orvtraceProgram() {
     return fs::absolute(ORV_PROGRAM).make_preferred();
+}
+
+std::size_t lines(const std::string& text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+std::string withoutProgress(const std::string& errors) {
+    static const std::regex progress("orvtrace: (\\d+ of \\d+: )?"
+                                     "(calibrating|recording|uploading|uploaded|reading back|soaking)(, .*)?\r?");
+    std::string rest;
+    std::istringstream in(errors);
+    for (std::string line; std::getline(in, line);) {
+        if (!std::regex_match(line, progress))
+            rest += line + "\n";
+    }
+    return rest;
 }
 
 std::string readBytes(const fs::path& file) {

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "tests/road/Shell.h"
 
 /// What one run of orvtrace gave.
 struct Outcome {
@@ -27,6 +30,9 @@ public:
     std::filesystem::path write(const std::string& name, const std::string& bytes) const;
     /// Runs orvtrace, or a copy of it.
     Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program = {}) const;
+    /// The same, with `meanwhile` called once while it runs.
+    Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program,
+                const std::function<void(RunningProgram&)>& meanwhile) const;
     /// `record --json --out <folder>/run` and so on.
     Outcome record(const std::string& scenario, std::vector<std::string> more = {},
                    const std::filesystem::path& program = {}) const;
@@ -37,6 +43,12 @@ private:
 
 /// The delivered program.
 std::filesystem::path orvtraceProgram();
+
+/// How many lines.
+std::size_t lines(const std::string& text);
+
+/// The lines of a standard error output that tell no progress: what a run that went well says beside that is nothing.
+std::string withoutProgress(const std::string& errors);
 
 std::string readBytes(const std::filesystem::path& file);
 

@@ -1,9 +1,26 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
-/// Runs a program to its end with its two outputs going into files; its exit code. Blanks in arguments are kept.
-int runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors);
+/// A program with its two outputs going into files and nothing to read. It has to be waited for.
+class RunningProgram {
+public:
+    /// Blanks in arguments are kept.
+    RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                   const std::filesystem::path& output, const std::filesystem::path& errors);
+    ~RunningProgram();
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    /// What Ctrl-C does, or the nearest that can be sent to one process.
+    void interrupt();
+    /// Its exit code, -1 when it did not end by itself.
+    int wait();
+
+private:
+    struct State;
+    std::unique_ptr<State> state;
+};

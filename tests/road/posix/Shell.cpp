@@ -1,28 +1,56 @@
 #include "tests/road/Shell.h"
 
-#include <cstdlib>
+#include <cerrno>
+#include <csignal>
+#include <stdexcept>
 
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
-namespace {
+struct RunningProgram::State {
+    pid_t process = -1;
+    bool waited = false;
+};
 
-std::string quoted(const std::string& text) {
-    std::string result = "'";
-    for (const char c : text)
-        result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    result += "'";
-    return result;
+RunningProgram::RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                               const std::filesystem::path& output, const std::filesystem::path& errors)
+    : state(std::make_unique<State>()) {
+    std::vector<std::string> texts{program.string()};
+    texts.insert(texts.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    constexpr int fresh = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), fresh, 0644);
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errors.c_str(), fresh, 0644);
+    const int failed = posix_spawn(&state->process, program.c_str(), &files, nullptr, pointers.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    if (failed != 0)
+        throw std::runtime_error("cannot start " + program.string());
 }
 
-} // namespace
+RunningProgram::~RunningProgram() {
+    if (!state->waited) {
+        kill(state->process, SIGKILL);
+        wait();
+    }
+}
 
-int runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors) {
-    std::string line = quoted(program.string());
-    for (const std::string& argument : arguments)
-        line.append(" ").append(quoted(argument));
-    line.append(" </dev/null >").append(quoted(output.string()));
-    line.append(" 2>").append(quoted(errors.string()));
-    const int status = std::system(line.c_str());
+void RunningProgram::interrupt() {
+    kill(state->process, SIGINT);
+}
+
+int RunningProgram::wait() {
+    int status = 0;
+    while (waitpid(state->process, &status, 0) == -1 && errno == EINTR) {
+    }
+    state->waited = true;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

@@ -1,6 +1,13 @@
 #include "tests/road/Shell.h"
 
+#include <stdexcept>
+
 #include <windows.h>
+
+struct RunningProgram::State {
+    PROCESS_INFORMATION process{};
+    bool waited = false;
+};
 
 namespace {
 
@@ -12,8 +19,12 @@ HANDLE openOutput(const std::filesystem::path& file) {
 
 } // namespace
 
-int runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-               const std::filesystem::path& output, const std::filesystem::path& errors) {
+RunningProgram::RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                               const std::filesystem::path& output, const std::filesystem::path& errors)
+    : state(std::make_unique<State>()) {
+    // Events go to the processes of one console; without one there is nobody to send them.
+    if (GetConsoleWindow() == nullptr)
+        AllocConsole();
     std::string line = "\"" + program.string() + "\"";
     for (const std::string& argument : arguments)
         line.append(" \"").append(argument).append("\"");
@@ -22,18 +33,33 @@ int runProgram(const std::filesystem::path& program, const std::vector<std::stri
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdOutput = openOutput(output);
     start.hStdError = openOutput(errors);
-    PROCESS_INFORMATION process{};
-    int code = -1;
-    if (CreateProcessA(program.string().c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start,
-                       &process)) {
-        WaitForSingleObject(process.hProcess, INFINITE);
-        DWORD ended = 0;
-        GetExitCodeProcess(process.hProcess, &ended);
-        code = static_cast<int>(ended);
-        CloseHandle(process.hProcess);
-        CloseHandle(process.hThread);
-    }
+    // A group of its own, so that an event for it does not reach this process too.
+    const BOOL started = CreateProcessA(program.string().c_str(), line.data(), nullptr, nullptr, TRUE,
+                                        CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &start, &state->process);
     CloseHandle(start.hStdOutput);
     CloseHandle(start.hStdError);
-    return code;
+    if (started == FALSE)
+        throw std::runtime_error("cannot start " + program.string());
+}
+
+RunningProgram::~RunningProgram() {
+    if (!state->waited) {
+        TerminateProcess(state->process.hProcess, 1);
+        wait();
+    }
+}
+
+void RunningProgram::interrupt() {
+    // A new process group ignores Ctrl-C itself; Ctrl-Break reaches the same handler.
+    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, state->process.dwProcessId);
+}
+
+int RunningProgram::wait() {
+    WaitForSingleObject(state->process.hProcess, INFINITE);
+    DWORD ended = 0;
+    GetExitCodeProcess(state->process.hProcess, &ended);
+    CloseHandle(state->process.hProcess);
+    CloseHandle(state->process.hThread);
+    state->waited = true;
+    return static_cast<int>(ended);
 }

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+
+#include "host/basics/ExitCode.h"
+
+namespace host {
+
+/// What a person can do about a failure whose text comes from the receiver and does not tell; empty when the text
+/// tells it already.
+std::string remedyOf(ExitCode code, const std::string& text);
+
+/// One line on the standard error output: the text, and the remedy where there is one.
+void printFailure(ExitCode code, const std::string& text);
+
+} // namespace host

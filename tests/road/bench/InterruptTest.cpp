@@ -1,0 +1,63 @@
+#include <chrono>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// Ctrl-C ends a run in order.
+
+namespace {
+
+/// Waits until the program has said it is in a phase, as long as that takes; the test's own time limit ends it.
+void waitForPhase(const RunSpace& space, const std::string& phase) {
+    while (readBytes(space.file("stderr.txt")).find("orvtrace: " + phase) == std::string::npos)
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+TEST(Interrupt, StopsInOrderAndKeepsWhatWasCaptured) {
+    const RunSpace space;
+    const Outcome run = space.run({"record", "--json", "--scenario", "stop-by-user", "--seconds", "600", "--out",
+                                   space.file("run").string(), "--raw", space.file("out.bin").string(), "--save",
+                                   space.file("out.tdf").string()},
+                                  {}, [&](RunningProgram& running) {
+                                      waitForPhase(space, "recording");
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(500));
+                                      running.interrupt();
+                                  });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    ASSERT_TRUE(run.json.is_object()) << run.output;
+    EXPECT_EQ(run.json.at("outcome"), "interrupted");
+    EXPECT_EQ(run.json.at("recording").at("state"), "Stopped by user : upload complete");
+    EXPECT_GT(run.json.at("recording").at("bytes").get<unsigned>(), 0U);
+    EXPECT_EQ(readBytes(space.file("out.bin")).size(), run.json.at("recording").at("bytes").get<std::size_t>());
+    EXPECT_EQ(space.run({"tdf", "list", space.file("out.tdf").string()}).code, 0);
+}
+
+TEST(Interrupt, EndsASeriesOfRecordings) {
+    const RunSpace space;
+    const Outcome run = space.run({"record", "--json", "--scenario", "stop-by-user", "--repeat", "9999", "--seconds",
+                                   "0.1", "--out", space.file("run").string()},
+                                  {}, [&](RunningProgram& running) {
+                                      waitForPhase(space, "2 of 9999: recording");
+                                      running.interrupt();
+                                  });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    EXPECT_GE(run.json.at("recordings").size(), 2U);
+}
+
+TEST(Interrupt, EndsASoakAfterItsRound) {
+    const RunSpace space;
+    const Outcome run = space.run({"soak", "--json", "--seconds", "600", "--out", space.file("run").string()}, {},
+                                  [&](RunningProgram& running) {
+                                      waitForPhase(space, "soaking");
+                                      while (!std::filesystem::exists(space.file("run") / ".VX-trace"))
+                                          std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                                      running.interrupt();
+                                  });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    EXPECT_GE(run.json.at("rounds").get<unsigned>(), 1U);
+    EXPECT_EQ(run.json.at("errors"), 0);
+}
+
+} // namespace

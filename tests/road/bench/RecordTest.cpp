@@ -1,0 +1,188 @@
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// What a user meets around a recording: settings, folders, outputs, several recordings.
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(Inputs, SettingsThatTheReceiverRefusesAreCodeThreeAndTheFileStays) {
+    const RunSpace space;
+    const std::string text = "<CHANNEL-SETUP>\n\t<num_pins>3</num_pins>\n</CHANNEL-SETUP>\n";
+    const auto file = space.write("mine.xml", text);
+    const Outcome run = space.record("clean", {"--settings", file.string()});
+    EXPECT_EQ(run.code, 3) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("cannot use these settings: "));
+    EXPECT_EQ(readBytes(file), text);
+    EXPECT_FALSE(run.json.contains("recording"));
+}
+
+TEST(Outputs, ASecondRunIntoAFolderNeedsForce) {
+    const RunSpace space;
+    ASSERT_EQ(space.record("one-pin").code, 0);
+    EXPECT_EQ(space.record("one-pin").code, 8);
+    const Outcome again = space.record("one-pin", {"--force"});
+    EXPECT_EQ(again.code, 0) << again.errors;
+}
+
+TEST(Outputs, TextTellsPinsRateAndFiles) {
+    const RunSpace space;
+    const Outcome run = space.run({"record", "--scenario", "two-pin", "--out", space.file("run").string()});
+    EXPECT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(withoutProgress(run.errors), IsEmpty());
+    EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz, setting 1 of 2"));
+    EXPECT_THAT(run.output, HasSubstr("\nData 2 "));
+    EXPECT_THAT(run.output, HasSubstr("recorded 256.00 kB"));
+    EXPECT_THAT(run.output, HasSubstr("two-pin.bin"));
+    // A carriage return may only be a part of the system's line end.
+    for (std::size_t at = run.output.find('\r'); at != std::string::npos; at = run.output.find('\r', at + 1))
+        EXPECT_EQ(run.output.substr(at, 2), "\r\n") << "no progress line when piped";
+}
+
+TEST(Outputs, NothingOfTheUsersProfileIsTouched) {
+    const RunSpace space;
+    const Outcome run = space.record("one-pin");
+    ASSERT_EQ(run.code, 0) << run.errors;
+    const std::string folder = space.file("run").string();
+    for (const auto& [what, where] : run.json.at("files").items())
+        EXPECT_EQ(where.get<std::string>().rfind(folder, 0), 0U) << what << " " << where;
+}
+
+TEST(Outputs, ProgressIsALineForEachPhaseOrNothing) {
+    const RunSpace space;
+    const Outcome run = space.record("one-pin");
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("orvtrace: calibrating"));
+    EXPECT_THAT(run.errors, HasSubstr("orvtrace: recording"));
+    EXPECT_THAT(space.record("one-pin", {"--force", "--quiet"}).errors, IsEmpty());
+}
+
+TEST(Recordings, SeveralGoIntoOneFileSectionBySection) {
+    const RunSpace space;
+    const std::string saved = space.file("trace.tdf").string();
+    const Outcome run = space.record(
+        "one-pin", {"--repeat", "3", "--seconds", "0.05", "--save", saved, "--raw", space.file("raw.bin").string()});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("orvtrace: 3 of 3: recording"));
+    ASSERT_EQ(run.json.at("recordings").size(), 3U);
+    EXPECT_FALSE(std::filesystem::exists(space.file("raw.bin")));
+    const Outcome list = space.run({"tdf", "list", "--json", saved});
+    ASSERT_EQ(list.json.at("sections").size(), 3U) << list.output;
+    for (unsigned number = 1; number <= 3; ++number) {
+        const auto raw = space.file("raw-" + std::to_string(number) + ".bin");
+        const auto out = space.file("section-" + std::to_string(number));
+        EXPECT_EQ(readBytes(raw).size(), run.json.at("recordings").at(number - 1).at("bytes").get<std::size_t>());
+        const Outcome part = space.run({"tdf", "extract", saved, out.string(), "--number", std::to_string(number)});
+        EXPECT_EQ(part.code, 0) << part.errors;
+        EXPECT_TRUE(readBytes(out) == readBytes(raw)) << number;
+    }
+}
+
+TEST(Recordings, PinsAreChosenByCountOrByList) {
+    const RunSpace space;
+    const Outcome two = space.record("clean", {"--pins", "2"});
+    ASSERT_EQ(two.code, 0) << two.errors;
+    EXPECT_EQ(two.json.at("calibration").at("pins").size(), 3U);
+    EXPECT_EQ(two.json.at("pinMap"), "5,2,3");
+    const Outcome list = space.record("clean", {"--pins", "0,1,2", "--force"});
+    ASSERT_EQ(list.code, 0) << list.errors;
+    EXPECT_EQ(list.json.at("pinMap"), "0,1,2");
+    const Outcome refused = space.record("clean", {"--pins", "4,5", "--force"});
+    EXPECT_EQ(refused.code, 5) << refused.errors;
+    EXPECT_THAT(refused.errors,
+                HasSubstr("the pin map specified in the receiver settings is not valid for this device"));
+}
+
+TEST(Recordings, TheBuffersSizeIsChosen) {
+    const RunSpace space;
+    const Outcome run = space.record("clean", {"--buffer", "512k", "--until-full"});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_EQ(run.json.at("recording").at("bytes"), 512 * 1024);
+    EXPECT_EQ(run.json.at("recording").at("state"), "Stopped by buffer full : upload complete");
+}
+
+TEST(Calibrations, EveryAttemptIsTold) {
+    const RunSpace space;
+    const Outcome run = space.run({"calibrate", "--scenario", "too-fast", "--out", space.file("run").string()});
+    EXPECT_EQ(run.code, 5) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("not calibrated"));
+    const Outcome good =
+        space.run({"calibrate", "--scenario", "clean", "--json", "--force", "--out", space.file("run").string()});
+    ASSERT_EQ(good.code, 0) << good.errors;
+    EXPECT_FALSE(good.json.contains("recording"));
+    const auto& attempts = good.json.at("calibration").at("attempts");
+    ASSERT_FALSE(attempts.empty());
+    EXPECT_TRUE(attempts.back().at("kept").get<bool>());
+    EXPECT_EQ(attempts.back().at("pins").size(), 5U);
+    EXPECT_EQ(attempts.back().at("setting"), good.json.at("calibration").at("setting"));
+}
+
+TEST(Calibrations, TheTablesAreForPeople) {
+    const RunSpace space;
+    const Outcome run = space.run({"calibrate", "--scenario", "two-pin", "--out", space.file("run").string()});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("samples/bit, data change "));
+    EXPECT_THAT(run.output, HasSubstr("\nClock "));
+    EXPECT_THAT(run.output, HasSubstr("kept"));
+    EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz"));
+}
+
+TEST(Soak, EveryWordOfTheGeneratorIsChecked) {
+    const RunSpace space;
+    const Outcome run = space.run({"soak", "--seconds", "0", "--json", "--out", space.file("run").string()});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_EQ(run.json.at("rounds"), 1);
+    EXPECT_EQ(run.json.at("words"), 512 * 255) << "a buffer of 256 kB";
+    EXPECT_EQ(run.json.at("errors"), 0);
+    EXPECT_EQ(run.json.at("pins"), 4);
+    EXPECT_GT(run.json.at("wordsPerSecond").get<double>(), 0.0);
+}
+
+TEST(Soak, OtherPinCountsSendTheirOwnRamp) {
+    const RunSpace space;
+    for (const char* pins : {"1", "2"}) {
+        const Outcome run = space.run(
+            {"soak", "--seconds", "0", "--json", "--force", "--pins", pins, "--out", space.file("run").string()});
+        EXPECT_EQ(run.code, 0) << run.errors;
+        EXPECT_EQ(run.json.at("pins").dump(), pins);
+        EXPECT_EQ(run.json.at("errors"), 0);
+    }
+}
+
+TEST(Soak, RoundsFollowEachOtherUntilTheTimeIsOver) {
+    const RunSpace space;
+    const Outcome run = space.run({"soak", "--seconds", "1", "--out", space.file("run").string()});
+    EXPECT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("the simulated unit's own generator, scenario self-test, 4 data pins"));
+    EXPECT_THAT(run.output, HasSubstr(" checked, 0 errors"));
+    EXPECT_EQ(withoutProgress(run.errors), "");
+}
+
+TEST(Soak, ASettingsFileThatWrapsIsRefused) {
+    const RunSpace space;
+    ASSERT_EQ(space.run({"soak", "--seconds", "0", "--out", space.file("run").string()}).code, 0);
+    std::string text = readBytes(space.file("run") / "self-test.xml");
+    const std::string key = "<is_stop_on_full>";
+    ASSERT_NE(text.find(key + "true"), std::string::npos) << text;
+    text.replace(text.find(key) + key.size(), 4, "false");
+    const auto settings = space.write("wrapping.xml", text);
+    const Outcome run = space.run({"soak", "--seconds", "0", "--scenario", "self-test", "--settings", settings.string(),
+                                   "--out", space.file("other").string()});
+    EXPECT_EQ(run.code, 3) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("is_stop_on_full"));
+}
+
+TEST(Soak, AnErrorOfTheUnitEndsIt) {
+    const RunSpace space;
+    const auto scenario = space.write("failing.toml", "cpu = \"fpga\"\npins = 4\n[unit]\nerror_a = 0x8000\n");
+    const Outcome run = space.run(
+        {"soak", "--seconds", "0", "--json", "--scenario", scenario.string(), "--out", space.file("run").string()});
+    EXPECT_NE(run.code, 0);
+    EXPECT_EQ(run.json.at("exitCode"), run.code);
+    EXPECT_EQ(lines(withoutProgress(run.errors)), 1U) << run.errors;
+}
+
+} // namespace

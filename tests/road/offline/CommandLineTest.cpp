@@ -1,0 +1,169 @@
+#include <sstream>
+
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// What a user meets before anything is started: usage, inputs, outputs.
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::vector<std::vector<std::string>> allCommands{
+    {},      {"record"},      {"calibrate"},      {"soak"},          {"report"}, {"doctor"},   {"burst"},
+    {"tdf"}, {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"}, {"pins"},   {"scenarios"}};
+
+TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
+    const RunSpace space;
+    for (std::vector<std::string> arguments : allCommands) {
+        arguments.push_back("--help");
+        const Outcome run = space.run(arguments);
+        EXPECT_EQ(run.code, 0);
+        EXPECT_THAT(run.output, HasSubstr("Usage: orvtrace"));
+        EXPECT_THAT(run.errors, IsEmpty());
+        EXPECT_LE(lines(run.output), 24U) << run.output;
+        std::istringstream in(run.output);
+        for (std::string line; std::getline(in, line);)
+            EXPECT_LE(line.size(), 81U) << line; // with the carriage return of one system
+        if (!arguments.empty() && arguments.size() > 1) {
+            EXPECT_THAT(run.output, HasSubstr("Example: orvtrace " + arguments.front())) << "each has an example";
+        }
+    }
+}
+
+TEST(CommandLine, EverySubcommandStandsInTheHelpAndInTheDocument) {
+    const RunSpace space;
+    const std::string help = space.run({"--help"}).output;
+    const std::string page = readBytes(ORV_TOOL_PAGE);
+    EXPECT_THAT(help, HasSubstr("Exit codes:"));
+    for (const std::vector<std::string>& command : allCommands) {
+        if (command.size() != 1)
+            continue;
+        EXPECT_THAT(help, HasSubstr("\n  " + command.front() + " "));
+        EXPECT_THAT(page, HasSubstr("orvtrace " + command.front()));
+    }
+}
+
+TEST(CommandLine, VersionNamesBuildCompilerAndSystem) {
+    const RunSpace space;
+    const Outcome run = space.run({"--version"});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_THAT(run.output, testing::StartsWith("orvtrace "));
+    EXPECT_THAT(run.output, HasSubstr("\nbuild     "));
+    EXPECT_THAT(run.output, HasSubstr("\ncompiler  "));
+    EXPECT_THAT(run.output, HasSubstr("\nsystem    "));
+    const Outcome json = space.run({"--version", "--json"});
+    EXPECT_EQ(json.code, 0);
+    for (const char* key : {"version", "build", "compiler", "system"})
+        EXPECT_FALSE(json.json.at(key).get<std::string>().empty()) << key;
+}
+
+TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
+    const RunSpace space;
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{},
+          {"bogus"},
+          {"record"},
+          {"record", "--bogus"},
+          {"record", "--cpu", "x"},
+          {"record", "--scenario", "clean", "--seconds", "soon"},
+          {"record", "--scenario", "clean", "--save", "x.bin"},
+          {"record", "--scenario", "clean", "--buffer", "3M"},
+          {"record", "--scenario", "clean", "--until-full", "--wrap"},
+          {"record", "--scenario", "clean", "--settings", "x.xml", "--wrap"},
+          {"record", "--scenario", "clean", "--settings", "x.xml", "--pins", "2"},
+          {"record", "--scenario", "clean", "--pins", "3"},
+          {"record", "--scenario", "clean", "--pins", "0,1,7"},
+          {"record", "--scenario", "clean", "--repeat", "0"},
+          {"record", "--play", "x.bin", "--cpu", "x"},
+          {"calibrate"},
+          {"calibrate", "--scenario", "clean", "--seconds", "1"},
+          {"soak", "--seconds", "-1"},
+          {"pins"},
+          {"pins", "--device", "bench/app", "--kind", "etm"},
+          {"pins", "--device", "bench/app", "--pins", "9"},
+          {"tdf"},
+          {"tdf", "list"},
+          {"tdf", "create", "x.bin"},
+          {"tdf", "extract", "x.tdf"},
+          {"--json"}}) {
+        const Outcome run = space.run(arguments);
+        EXPECT_EQ(run.code, 2) << run.errors;
+        EXPECT_THAT(run.output, IsEmpty());
+        EXPECT_EQ(lines(run.errors), 1U) << run.errors;
+        EXPECT_THAT(run.errors, HasSubstr("--help"));
+    }
+}
+
+TEST(CommandLine, AFailureIsOneJsonObjectForAScript) {
+    const RunSpace space;
+    const Outcome run = space.run({"tdf", "list", "--json", space.file("none.tdf").string()});
+    EXPECT_EQ(run.code, 3);
+    ASSERT_TRUE(run.json.is_object()) << run.output;
+    EXPECT_EQ(run.json.at("outcome"), "bad-input");
+    EXPECT_EQ(run.json.at("exitCode"), 3);
+    EXPECT_THAT(run.json.at("error").at("text").get<std::string>(), HasSubstr("none.tdf"));
+}
+
+TEST(ScenarioList, NamesEveryScenario) {
+    const RunSpace space;
+    const Outcome told = space.run({"scenarios", "--json"});
+    ASSERT_EQ(told.code, 0) << told.errors;
+    const std::string text = space.run({"scenarios"}).output;
+    EXPECT_GE(told.json.size(), 19U);
+    for (const nlohmann::json& scenario : told.json) {
+        EXPECT_FALSE(scenario.at("about").get<std::string>().empty());
+        EXPECT_TRUE(scenario.at("expect").contains("outcome")) << scenario;
+        EXPECT_THAT(text, HasSubstr(scenario.at("name").get<std::string>() + " "));
+    }
+}
+
+TEST(ScenarioList, OneIsExplained) {
+    const RunSpace space;
+    const Outcome told = space.run({"scenarios", "stuck-pin"});
+    EXPECT_EQ(told.code, 0) << told.errors;
+    EXPECT_THAT(told.output, HasSubstr("is stuck at "));
+    EXPECT_THAT(told.output, HasSubstr("orvtrace record --scenario stuck-pin"));
+    const Outcome unknown = space.run({"scenarios", "stuck"});
+    EXPECT_EQ(unknown.code, 3);
+    EXPECT_THAT(unknown.errors, HasSubstr("stuck-pin")) << "the known ones are listed";
+}
+
+TEST(Inputs, MissingAndDamagedFilesAreCodeThreeAndNamed) {
+    const RunSpace space;
+    const std::string damaged = space.write("damaged.toml", "name = \"x\ncpu = 1").string();
+    for (const std::vector<std::string>& more : {std::vector<std::string>{"--scenario", "no-such"},
+                                                 {"--scenario", damaged},
+                                                 {"--scenario", "clean", "--settings", "no-such.xml"},
+                                                 {"--scenario", "clean", "--play", "no-such.bin"}}) {
+        std::vector<std::string> arguments{"record", "--out", space.file("run").string()};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome run = space.run(arguments);
+        EXPECT_EQ(run.code, 3) << run.errors;
+        EXPECT_EQ(lines(run.errors), 1U) << run.errors;
+        EXPECT_FALSE(std::filesystem::exists(space.file("run"))) << "nothing may be started";
+    }
+}
+
+TEST(Outputs, ExistingOnesAreCodeEightBeforeAnythingStarts) {
+    const RunSpace space;
+    const auto file = space.write("old.tdf", "kept");
+    const Outcome run = space.record("clean", {"--save", file.string()});
+    EXPECT_EQ(run.code, 8) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("--force"));
+    EXPECT_EQ(lines(run.errors), 1U) << run.errors;
+    EXPECT_EQ(readBytes(file), "kept");
+    EXPECT_FALSE(std::filesystem::exists(space.file("run") / "bench"));
+}
+
+TEST(Outputs, UnwritableOnesAreCodeNineBeforeAnythingStarts) {
+    const RunSpace space;
+    const auto wall = space.write("wall", "");
+    const Outcome run = space.record("clean", {"--raw", (wall / "x.bin").string()});
+    EXPECT_EQ(run.code, 9) << run.errors;
+    EXPECT_FALSE(std::filesystem::exists(space.file("run") / "bench"));
+}
+
+} // namespace

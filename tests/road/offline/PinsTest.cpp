@@ -1,0 +1,81 @@
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// What a device's pins can carry, asked without a receiver.
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+const json* answerFor(const json& all, const std::string& kind, unsigned dataPins) {
+    for (const json& answer : all.at("answers")) {
+        if (answer.at("kind") == kind && answer.at("dataPins") == dataPins)
+            return &answer;
+    }
+    return nullptr;
+}
+
+TEST(Pins, EveryWishOfChannelSettingsIsAnswered) {
+    const RunSpace space;
+    const Outcome run = space.run({"pins", "--device", "bench/app", "--json"});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_EQ(run.json.at("device"), "bench/app");
+    EXPECT_EQ(run.json.at("pinouts").size(), 15U);
+    EXPECT_EQ(run.json.at("answers").size(), 9U);
+    const json* two = answerFor(run.json, "pti", 2);
+    ASSERT_NE(two, nullptr);
+    EXPECT_EQ(two->at("granted"), true);
+    EXPECT_EQ(two->at("pins"), json({5, 2, 3})) << "pins 0 and 1 are spared where that is possible";
+    EXPECT_EQ(two->at("owner"), "debug subsystem");
+    const json* four = answerFor(run.json, "tpiu", 4);
+    ASSERT_NE(four, nullptr);
+    EXPECT_EQ(four->at("pins"), json({0, 1, 2, 3, 4}));
+}
+
+TEST(Pins, OneWishIsGrantedOrRefusedWithItsReason) {
+    const RunSpace space;
+    const Outcome granted = space.run({"pins", "--device", "bench/app", "--kind", "pti", "--pins", "0,1,2"});
+    EXPECT_EQ(granted.code, 0) << granted.errors;
+    EXPECT_THAT(granted.output, HasSubstr("granted: clock 0, data 1,2 of connector"));
+    const Outcome refused = space.run({"pins", "--device", "bench/app", "--kind", "pti", "--pins", "4,5"});
+    EXPECT_EQ(refused.code, 5);
+    EXPECT_THAT(refused.output, HasSubstr("refused: no pin-out puts pti on just these pins; with 1 data pin there are "
+                                          "0,1; 5,2"));
+}
+
+TEST(Pins, AnUnknownDeviceIsOneLine) {
+    const RunSpace space;
+    for (const char* device : {"bench/none", "bench/no-trace"}) {
+        const Outcome run = space.run({"pins", "--device", device});
+        EXPECT_EQ(run.code, 5);
+        EXPECT_EQ(run.output, "");
+        EXPECT_EQ(lines(run.errors), 1U);
+        EXPECT_THAT(run.errors, HasSubstr(std::string(device) + ": This device is not supported by the receiver."));
+    }
+}
+
+TEST(Pins, APinMapFileTakesTheDataBasesPlace) {
+    const RunSpace space;
+    const auto file = space.write("pins.map", "front=pti=0,1;pti=2,3,4\n");
+    const Outcome run = space.run({"pins", "--map-file", file.string(), "--kind", "pti", "--json"});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_EQ(run.json.at("pinouts").size(), 2U);
+    EXPECT_EQ(answerFor(run.json, "pti", 2)->at("pins"), json({2, 3, 4}));
+    EXPECT_EQ(answerFor(run.json, "pti", 4)->at("granted"), false);
+    EXPECT_THAT(answerFor(run.json, "pti", 4)->at("remark").get<std::string>(), HasSubstr("there are 1, 2"));
+}
+
+TEST(Pins, AMissingOrDamagedPinMapFileIsOneLine) {
+    const RunSpace space;
+    const auto damaged = space.write("damaged.map", "front=pti\n");
+    for (const auto& file : {damaged, space.file("none.map")}) {
+        const Outcome run = space.run({"pins", "--map-file", file.string()});
+        EXPECT_EQ(run.code, 3);
+        EXPECT_EQ(lines(run.errors), 1U) << run.errors;
+        EXPECT_THAT(run.errors, HasSubstr(file.string()));
+    }
+}
+
+} // namespace
