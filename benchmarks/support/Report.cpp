@@ -194,7 +194,7 @@ int Report::run(int argc, char** argv) {
     }
     benchmark::Shutdown();
 
-    std::printf("%-72s %10s %-8s %-18s %-8s %s\n", "median of the rounds", "measured", "", "target", "reached",
+    std::printf("%-80s %10s %-8s %-18s %-8s %s\n", "median of the rounds", "measured", "", "target", "reached",
                 "lowest .. highest");
     for (const Row& row : rows) {
         std::vector<double> values;
@@ -206,10 +206,10 @@ int Report::run(int argc, char** argv) {
         }
         const auto spread = spreadOf(std::move(values));
         if (!spread) {
-            std::printf("%-72s %10s %-8s %s\n", row.name.c_str(), "-", "", "not measured");
+            std::printf("%-80s %10s %-8s %s\n", row.name.c_str(), "-", "", "not measured");
             continue;
         }
-        std::printf("%-72s %10s %-8s %-18s %-8s %s .. %s\n", row.name.c_str(), shown(spread->median).c_str(),
+        std::printf("%-80s %10s %-8s %-18s %-8s %s .. %s\n", row.name.c_str(), shown(spread->median).c_str(),
                     row.unit.c_str(), shown(row.target).c_str(), reached(row.target, spread->median),
                     shown(spread->low).c_str(), shown(spread->high).c_str());
     }

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <vector>
 
 // A target ends the program when something does not hold, so getting through is what is tested. The figures guard
@@ -54,5 +56,29 @@ TEST(FuzzCorpus, EveryOperationKeptGivesWhatTheModelGives) {
     for (const Bytes& input : inputs) {
         for (std::size_t size = 0; size <= input.size(); ++size)
             fuzz::packetBuffer({input.data(), size});
+    }
+}
+
+TEST(FuzzCorpus, KeptRepliesWithSomeBytesChangedEndInAKnownWay) {
+    std::mt19937 generator(3);
+    const auto inputs = corpus("replies");
+    for (int round = 0; round < 20000; ++round) {
+        Bytes input = inputs[generator() % inputs.size()];
+        for (auto changes = 1 + generator() % 4; changes != 0 && !input.empty(); --changes)
+            input[generator() % input.size()] = static_cast<std::uint8_t>(generator());
+        fuzz::replies(input);
+    }
+}
+
+TEST(FuzzCorpus, RandomOperationsGiveWhatTheModelGives) {
+    constexpr std::array<std::uint8_t, 4> special{'}', '#', '$', '*'};
+    std::mt19937 generator(5);
+    for (int round = 0; round < 5000; ++round) {
+        Bytes input(generator() % 400);
+        // Bytes that mean something in the framing are more frequent than by chance.
+        for (std::uint8_t& byte : input)
+            byte =
+                generator() % 8 == 0 ? special[generator() % special.size()] : static_cast<std::uint8_t>(generator());
+        fuzz::packetBuffer(input);
     }
 }
