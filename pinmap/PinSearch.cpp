@@ -31,33 +31,66 @@ public:
         return std::find(high.begin(), high.end(), pin) != high.end();
     }
 
+    /// Of the pins below 64, as bits.
+    bool holdsAnyLow(std::uint64_t pins) const { return (low & pins) != 0; }
+
 private:
     std::uint64_t low = 0;
     PinList high;
 };
 
-struct Limits {
-    PinSet excluded;
-    const PinSet* required; // null: any pin may be used
-};
+// A list that the caller's limits allow, ready for the one question that is asked over and over: are its pins free?
+class Candidate {
+public:
+    explicit Candidate(const PinList& list) : pins(&list) {
+        for (const std::uint32_t pin : list) {
+            if (pin < 64)
+                low |= std::uint64_t{1} << pin;
+            else
+                hasHigh = true;
+        }
+    }
 
-bool listServes(const PinList& list, std::uint32_t dataPins, bool exact, const Limits& limits) {
-    const std::size_t available = list.size() - 1;
-    if (exact ? available != dataPins : dataPins > available)
-        return false;
-    return std::all_of(list.begin(), list.end(), [&](std::uint32_t pin) {
-        return !limits.excluded.holds(pin) && (limits.required == nullptr || limits.required->holds(pin));
-    });
+    const PinList& list() const { return *pins; }
+
+    bool serves(std::uint32_t dataPins, bool exact, const PinSet& used) const {
+        const std::size_t available = pins->size() - 1;
+        if (exact ? available != dataPins : dataPins > available)
+            return false;
+        if (used.holdsAnyLow(low))
+            return false;
+        return !hasHigh || std::none_of(pins->begin(), pins->end(), [&](std::uint32_t pin) { return used.holds(pin); });
+    }
+
+private:
+    const PinList* pins;
+    std::uint64_t low = 0;
+    bool hasHigh = false;
+};
+using Candidates = std::vector<Candidate>;
+
+Candidates findCandidates(const Pinout& pinout, const std::string& kind, const PinSet& excluded,
+                          const PinSet* required) {
+    Candidates candidates;
+    const auto lists = pinout.find(kind);
+    if (lists == pinout.end())
+        return candidates;
+    candidates.reserve(lists->second.size());
+    for (const PinList& list : lists->second) {
+        const bool allowed = std::all_of(list.begin(), list.end(), [&](std::uint32_t pin) {
+            return !excluded.holds(pin) && (required == nullptr || required->holds(pin));
+        });
+        // A reader drops empty lists.
+        if (allowed && !list.empty())
+            candidates.emplace_back(list);
+    }
+    return candidates;
 }
 
-// Lists are never empty: a reader drops those.
-const PinList* findList(const Pinout& pinout, const PinRequest& request, bool exact, const Limits& limits) {
-    const auto kind = pinout.find(request.kind);
-    if (kind == pinout.end())
-        return nullptr;
-    for (const PinList& list : kind->second) {
-        if (!list.empty() && listServes(list, request.dataPins, exact, limits))
-            return &list;
+const PinList* findList(const Candidates& candidates, const PinRequest& request, bool exact, const PinSet& used) {
+    for (const Candidate& candidate : candidates) {
+        if (candidate.serves(request.dataPins, exact, used))
+            return &candidate.list();
     }
     return nullptr;
 }
@@ -75,18 +108,81 @@ WorkingOrder orderRequests(const PinRequests& requests) {
     return order;
 }
 
-bool grantAll(PinGrants& grants, const Pinout& pinout, OwnerNames& owners, const WorkingOrder& order, bool allExact,
-              Limits limits) {
-    grants.clear();
-    for (const auto* request : order) {
-        const PinList* list = findList(pinout, request->second, allExact || request->second.exact, limits);
-        if (list == nullptr)
-            return false;
-        limits.excluded.add(*list);
-        grants[request->first] = PinGrant{*list, owners[request->second.kind]};
+// One search. A pin-out is tried up to eight times; what does not change between the tries is found out at the first,
+// and the grants are written once.
+class Search {
+public:
+    Search(const Pinouts& all, const PinRequests& requests, const PinList& excluded, const PinList& required)
+        : order(orderRequests(requests)), excludedSet(excluded), requiredSet(required), limited(!required.empty()) {
+        pinouts.reserve(all.size());
+        for (const auto& pinout : all)
+            pinouts.push_back({&pinout, {}});
     }
-    return true;
-}
+
+    // The name of the pin-out that serves all requests, or null; `granted` is left as the last try left it.
+    const std::string* run() {
+        // Pins 0 and 1 serve other purposes on most boards, so they are given away last.
+        static const std::array<PinList, 4> spared{PinList{0, 1}, PinList{0}, PinList{1}, PinList{}};
+        for (const bool allExact : {true, false}) {
+            for (const PinList& spare : spared) {
+                for (Entry& entry : pinouts) {
+                    if (grantAll(entry, allExact, PinSet(spare)))
+                        return &entry.pinout->first;
+                }
+            }
+        }
+        return nullptr;
+    }
+
+    void write(PinGrants& grants, OwnerNames& owners) const {
+        // A kind is entered by its first grant, also by one that was given up again.
+        for (std::size_t i = 0; i < everGranted; ++i)
+            owners[order[i]->second.kind];
+        if (tried)
+            grants.clear();
+        for (std::size_t i = 0; i < granted.size(); ++i)
+            grants[order[i]->first] = PinGrant{*granted[i], owners[order[i]->second.kind]};
+    }
+
+private:
+    struct Entry {
+        const Pinouts::value_type* pinout;
+        std::vector<Candidates> candidates; // of each request in the working order, as far as they were asked for
+    };
+
+    const Candidates& candidatesOf(Entry& entry, std::size_t place) const {
+        while (entry.candidates.size() <= place) {
+            const PinRequest& request = order[entry.candidates.size()]->second;
+            entry.candidates.push_back(
+                findCandidates(entry.pinout->second, request.kind, excludedSet, limited ? &requiredSet : nullptr));
+        }
+        return entry.candidates[place];
+    }
+
+    bool grantAll(Entry& entry, bool allExact, PinSet used) {
+        tried = true;
+        granted.clear();
+        for (std::size_t i = 0; i < order.size(); ++i) {
+            const PinRequest& request = order[i]->second;
+            const PinList* list = findList(candidatesOf(entry, i), request, allExact || request.exact, used);
+            if (list == nullptr)
+                return false;
+            used.add(*list);
+            granted.push_back(list);
+            everGranted = std::max(everGranted, granted.size());
+        }
+        return true;
+    }
+
+    WorkingOrder order;
+    PinSet excludedSet;
+    PinSet requiredSet;
+    bool limited; // to the required pins
+    std::vector<Entry> pinouts;
+    std::vector<const PinList*> granted; // in the working order
+    std::size_t everGranted = 0;
+    bool tried = false;
+};
 
 } // namespace
 
@@ -96,8 +192,9 @@ bool tryPinout(PinGrant& grant, const Pinouts& pinouts, OwnerNames& owners, cons
     if (pinout == pinouts.end())
         return false;
     const PinSet requiredSet(required);
-    const Limits limits{PinSet(excluded), required.empty() ? nullptr : &requiredSet};
-    const PinList* list = findList(pinout->second, request, request.exact, limits);
+    const Candidates candidates =
+        findCandidates(pinout->second, request.kind, PinSet(excluded), required.empty() ? nullptr : &requiredSet);
+    const PinList* list = findList(candidates, request, request.exact, PinSet({}));
     if (list == nullptr)
         return false;
     grant = PinGrant{*list, owners[request.kind]};
@@ -106,24 +203,13 @@ bool tryPinout(PinGrant& grant, const Pinouts& pinouts, OwnerNames& owners, cons
 
 bool searchPinouts(PinGrants& grants, std::string& pinoutName, const Pinouts& pinouts, OwnerNames& owners,
                    const PinRequests& requests, const PinList& excluded, const PinList& required) {
-    // Pins 0 and 1 serve other purposes on most boards, so they are given away last.
-    static const std::array<PinList, 4> spared{PinList{0, 1}, PinList{0}, PinList{1}, PinList{}};
-
-    const WorkingOrder order = orderRequests(requests);
-    const PinSet requiredSet(required);
-    for (const bool allExact : {true, false}) {
-        for (const PinList& spare : spared) {
-            Limits limits{PinSet(excluded), required.empty() ? nullptr : &requiredSet};
-            limits.excluded.add(spare);
-            for (const auto& [name, pinout] : pinouts) {
-                if (grantAll(grants, pinout, owners, order, allExact, limits)) {
-                    pinoutName = name;
-                    return true;
-                }
-            }
-        }
-    }
-    return false;
+    Search search(pinouts, requests, excluded, required);
+    const std::string* name = search.run();
+    search.write(grants, owners);
+    if (name == nullptr)
+        return false;
+    pinoutName = *name;
+    return true;
 }
 
 } // namespace Vx::Qrs::Trace::OrvRcvr

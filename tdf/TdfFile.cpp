@@ -18,9 +18,15 @@ constexpr std::uint32_t smallestIdentifier = 4;
 constexpr const char* badFileName = "File name passed to save file is not valid.";
 constexpr const char* sizeNotWritten = "Write error - size of TDF header.";
 
+// A name that can be updated can be read as well, so that a file is opened twice only when it cannot be updated: chunks
+// come by the thousand. Null for a file that can only be read.
 File openForUpdate(const char* fileName) {
-    File file = open(fileName, "r+b");
-    require(file != nullptr, notOpened);
+    File file(fileName != nullptr && *fileName != '\0' ? open(fileName, "r+b") : nullptr);
+    require(file != nullptr || isReadable(fileName), badFileName);
+    // What is written here is a few words and great blocks: a buffer would only copy the blocks, and read a page at each
+    // seek.
+    if (file != nullptr)
+        std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
 }
 
@@ -48,8 +54,8 @@ void TdfFile::createFile(const char* fileName) {
 void TdfFile::beginSection(const char* fileName, const char* sectionName, std::uint32_t version,
                            std::uint32_t* offset) {
     *offset = 0;
-    require(isReadable(fileName), badFileName);
     const File file = openForUpdate(fileName);
+    require(file != nullptr, notOpened);
 
     std::uint64_t end = 0;
     // What lies beyond could not be told to the caller.
@@ -68,10 +74,10 @@ void TdfFile::beginSection(const char* fileName, const char* sectionName, std::u
 void TdfFile::appendSectionData(const char* fileName, const char* /*sectionName*/, std::uint32_t offset,
                                 const void* data, std::uint32_t elementSize, std::uint32_t count, std::uint32_t* size) {
     *size = 0;
-    require(isReadable(fileName), badFileName);
+    const File file = openForUpdate(fileName);
     require(offset >= smallestIdentifier, "Section header offset to save data is not valid.");
     require(data != nullptr, "No data to write TDF.");
-    const File file = openForUpdate(fileName);
+    require(file != nullptr, notOpened);
 
     std::uint32_t oldSize = 0;
     require(seek(file.get(), offset) && getWord(file.get(), oldSize),

@@ -1,7 +1,6 @@
 #include "FileFaults.h"
 
 #include <array>
-#include <climits>
 #include <cstddef>
 #include <cstdio>
 
@@ -11,7 +10,8 @@ using tdf_test::Function;
 
 struct Watch {
     int calls = 0;
-    int firstFailing = INT_MAX;
+    int firstFailing = 0; // none
+    int count = 0;
 };
 std::array<Watch, static_cast<std::size_t>(Function::Count)> watches;
 
@@ -21,15 +21,17 @@ Watch& watchOf(Function function) {
 
 bool fails(Function function) {
     Watch& watch = watchOf(function);
-    return ++watch.calls >= watch.firstFailing;
+    ++watch.calls;
+    return watch.firstFailing != 0 && watch.calls >= watch.firstFailing &&
+           watch.calls - watch.firstFailing < watch.count;
 }
 
 } // namespace
 
 namespace tdf_test {
 
-FileFault::FileFault(Function function, int firstFailing) : watched(function) {
-    watchOf(function) = {0, firstFailing};
+FileFault::FileFault(Function function, int firstFailing, int count) : watched(function) {
+    watchOf(function) = {0, firstFailing, count};
 }
 
 FileFault::~FileFault() {

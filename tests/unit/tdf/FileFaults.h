@@ -1,15 +1,17 @@
 #pragma once
 
+#include <limits>
+
 // Failures of the C library's file functions, at the place that a test chooses.
 
 namespace tdf_test {
 
 enum class Function { Open, Write, Read, Flush, Error, Count };
 
-/// While it lives, the n-th call (from 1) of a function and all later ones fail. One at a time.
+/// While it lives, calls of a function fail from the n-th (from 1) on, `count` of them. One at a time.
 class FileFault {
 public:
-    FileFault(Function function, int firstFailing);
+    FileFault(Function function, int firstFailing, int count = std::numeric_limits<int>::max());
     FileFault(const FileFault&) = delete;
     FileFault& operator=(const FileFault&) = delete;
     ~FileFault();

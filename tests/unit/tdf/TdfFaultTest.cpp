@@ -11,15 +11,17 @@ class TdfFaultTest : public TdfTest {
 protected:
     TdfFaultTest() { writeBytes(path, "TDF1"); }
 
-    std::string beginWith(Function function, int firstFailing) {
+    static constexpr int all = std::numeric_limits<int>::max();
+
+    std::string beginWith(Function function, int firstFailing, int count = all) {
         return textOfFailure([&] {
-            const FileFault fault(function, firstFailing);
+            const FileFault fault(function, firstFailing, count);
             begin("Name");
         });
     }
-    std::string appendWith(Function function, int firstFailing) {
+    std::string appendWith(Function function, int firstFailing, int count = all) {
         return textOfFailure([&] {
-            const FileFault fault(function, firstFailing);
+            const FileFault fault(function, firstFailing, count);
             append(4, "abcdefgh");
         });
     }
@@ -27,12 +29,23 @@ protected:
 
 TEST_F(TdfFaultTest, AFileThatOpensForReadingButNotForWritingIsToldByBothOperations) {
     EXPECT_EQ(beginWith(Function::Open, 1), "File name passed to save file is not valid.");
-    EXPECT_EQ(beginWith(Function::Open, 2), "Could not open TDF file as specified.");
+    EXPECT_EQ(beginWith(Function::Open, 1, 1), "Could not open TDF file as specified.");
     EXPECT_EQ(readBytes(path), "TDF1");
     begin("N");
     EXPECT_EQ(appendWith(Function::Open, 1), "File name passed to save file is not valid.");
-    EXPECT_EQ(appendWith(Function::Open, 2), "Could not open TDF file as specified.");
+    EXPECT_EQ(appendWith(Function::Open, 1, 1), "Could not open TDF file as specified.");
     EXPECT_EQ(readBytes(path), "TDF1\x0d\0\0\0\x01\0\0\0\x01\0\0\0N"s);
+}
+
+TEST_F(TdfFaultTest, WhatIsWrongWithTheArgumentsIsToldAheadOfAFileThatCannotBeWritten) {
+    begin("N");
+    std::uint32_t size = 77;
+    const FileFault fault(Function::Open, 1, 1);
+    EXPECT_EQ(textOfFailure([&] { TdfFile::appendSectionData(path.c_str(), "N", 3, "x", 1, 1, &size); }),
+              "Section header offset to save data is not valid.");
+    const FileFault again(Function::Open, 1, 1);
+    EXPECT_EQ(textOfFailure([&] { TdfFile::appendSectionData(path.c_str(), "N", 4, nullptr, 1, 1, &size); }),
+              "No data to write TDF.");
 }
 
 // Four writes: size, version, length, name; and the size again.
