@@ -20,7 +20,7 @@ constexpr int calibrationRefused = 5; // the program's exit code
 
 /// Wirings whose outcome does not hang on the noise that their bursts meet: a hundred paces end alike (`truth_many steady`
 /// looks for such). In real time no two runs meet the same.
-constexpr std::uint64_t steadySeeds[] = {3, 4, 5, 7, 8, 9, 10, 11, 13, 14, 16, 17, 18, 21, 23, 24, 27, 28, 30, 32};
+constexpr std::uint64_t steadySeeds[] = {3, 4, 5, 7, 8, 9, 10, 11, 13, 14, 16, 17, 18, 21, 23, 24, 27, 28, 67, 193};
 
 std::vector<EyePosition> eyesOf(const json& truth) {
     std::vector<EyePosition> eyes;
@@ -52,6 +52,11 @@ TEST_P(ThroughTheLibrary, AWiringComesOutAsInOneProcess) {
     ASSERT_FALSE(recordings.empty());
     const Position position = positionOf(eyesOf(recordings.back()));
     EXPECT_TRUE(position.sameSlot) << recordings.back();
+    if (expected.outcome == Outcome::thin) {
+        for (const json& pin : recordings.back().at("pins")) {
+            EXPECT_LT(pin.at("error_rate").get<double>(), 1e-8) << pin; // none in ten verifications
+        }
+    }
     EXPECT_EQ(position.central, expected.position.central) << recordings.back() << "\n" << expected.description;
 }
 
