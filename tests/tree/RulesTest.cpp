@@ -83,12 +83,17 @@ TEST(TreeRules, LongFilesAreFound) {
 
 TEST(TreeRules, DeadLinksAreFound) {
     const Files files{
-        {"README.md", "[a](docs/a.md) and [b](docs/b.md#part) [c](docs/) [d](#here) [e](https://example.org/x)\n"},
+        {"README.md", "[a](docs/a.md) and [b](docs/b.md#part) [c](docs/) [d](#here) [e](https://example.org/x)\n"
+                      "# Here\n"},
         {"docs/a.md", "[up](../README.md)\n[out](../missing.md) [beside](b.md)\n"},
+        {"docs/deep/c.md", "## What it is, and why\n[in](#what-it-is-and-why) [up](../../README.md#here)\n"
+                           "[gone](#what-it-was) [there](../../README.md#there)\n"},
     };
     EXPECT_THAT(deadLinks(files), ElementsAre("README.md:1: links to docs/b.md, which is not there",
                                               "docs/a.md:2: links to ../missing.md, which is not there",
-                                              "docs/a.md:2: links to b.md, which is not there"));
+                                              "docs/a.md:2: links to b.md, which is not there",
+                                              "docs/deep/c.md:3: links to #what-it-was, a heading that is not there",
+                                              "docs/deep/c.md:3: links to #there, a heading that is not there"));
 }
 
 } // namespace tree

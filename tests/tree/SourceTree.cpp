@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstddef>
 #include <fstream>
 #include <functional>
@@ -103,6 +104,33 @@ std::string resolve(const Files& files, const std::string& from, const std::stri
 bool isOfEachPlatform(const Files& files, const std::string& from, const std::string& target) {
     const std::string folder = std::filesystem::path(from).parent_path().generic_string();
     return files.contains(folder + "/win32/" + target) && files.contains(folder + "/posix/" + target);
+}
+
+} // namespace
+
+namespace {
+
+/// What a link to a heading calls it: small letters, digits, "-" and "_"; blanks become "-".
+std::string anchorOf(const std::string& heading) {
+    std::string anchor;
+    for (const char c : heading) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == ' ')
+            anchor += '-';
+        else if (std::isalnum(byte) != 0 || c == '-' || c == '_')
+            anchor += static_cast<char>(std::tolower(byte));
+    }
+    return anchor;
+}
+
+bool hasHeading(const std::string& document, const std::string& anchor) {
+    bool found = false;
+    forEachLine(document, [&](std::size_t, const std::string& line) {
+        const std::size_t text = line.find_first_not_of('#');
+        if (text != 0 && text != std::string::npos && line[text] == ' ')
+            found = found || anchorOf(line.substr(text + 1)) == anchor;
+    });
+    return found;
 }
 
 } // namespace
@@ -268,15 +296,19 @@ Breaches deadLinks(const Files& files) {
                 std::string target = (*match)[1].str();
                 if (target.find("://") != std::string::npos || target.starts_with("mailto:"))
                     continue;
-                target = target.substr(0, target.find('#'));
-                if (target.empty())
-                    continue;
+                const std::size_t mark = target.find('#');
+                const std::string anchor = mark == std::string::npos ? "" : target.substr(mark + 1);
+                target = target.substr(0, mark);
                 std::string file =
-                    (std::filesystem::path(p).parent_path() / target).lexically_normal().generic_string();
+                    target.empty()
+                        ? p
+                        : (std::filesystem::path(p).parent_path() / target).lexically_normal().generic_string();
                 if (file.ends_with("/"))
                     file.pop_back();
                 if (!files.contains(file) && !folders.contains(file))
                     breaches.push_back(at(p, number) + "links to " + target + ", which is not there");
+                else if (!anchor.empty() && file.ends_with(".md") && !hasHeading(files.at(file), anchor))
+                    breaches.push_back(at(p, number) + "links to #" + anchor + ", a heading that is not there");
             }
         });
     }

@@ -29,7 +29,7 @@ Breaches platformDependence(const Files& files);
 Breaches unfinishedWork(const Files& files);
 /// Sources of so many lines or more.
 Breaches longFiles(const Files& files, std::size_t lines);
-/// Links in documents to files that are not there.
+/// Links in documents to files and headings that are not there.
 Breaches deadLinks(const Files& files);
 
 } // namespace tree

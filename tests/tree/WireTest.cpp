@@ -14,7 +14,7 @@
 #include "tests/support/scripted_server/ScriptedLink.h"
 #include "tests/tree/Examples.h"
 
-// The session that the page on the wire shows: the library sends these bytes and understands these replies, and the
+// The talk that the page on the wire shows: the library sends these bytes and understands these replies, and the
 // bench's server reads these requests.
 
 namespace tree {
