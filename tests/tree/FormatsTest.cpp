@@ -3,14 +3,18 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <regex>
 #include <set>
 #include <sstream>
 
+#include "bench/server/TruthFile.h"
 #include "bench/siblings/DeviceDatabase.h"
 #include "client/Pattern.h"
+#include "client/frontend/Registers.h"
 #include "client/patterns/PatternVerifier.h"
+#include "common/source/source_utilities/uLog.h"
 #include "host/diagnostics/BurstFile.h"
 #include "host/diagnostics/CalFile.h"
 #include "pinmap/TracePinMapper.h"
@@ -196,6 +200,79 @@ TEST(FormatPages, DevicesAreRead) {
     ASSERT_NE(base.find("bench/app"), nullptr);
     EXPECT_EQ(base.find("bench/app")->unitPort, "\"0\"");
     EXPECT_EQ(base.find("bench/app")->entries.size(), 1U);
+}
+
+TEST(FormatPages, LogHasTheColumns) {
+    using VX_QRS::uLogger;
+    const std::regex form("[M ][W ][F ][A ][E ] (\\d\\d:\\d\\d:\\d\\d:\\d{3} \\| | )\\S.*");
+    const auto expectForm = [&](const std::string& text) {
+        std::istringstream in(text);
+        std::size_t count = 0;
+        for (std::string line; std::getline(in, line); ++count)
+            EXPECT_TRUE(std::regex_match(line, form)) << line;
+        EXPECT_GT(count, 2U);
+    };
+    expectForm(example("log"));
+    const TemporaryFolder folder;
+    uLogger logger(folder.file("log.txt").c_str(), false);
+    logger.log(uLogger::messageClass, uLogger::timeOnly, "%s", "message");
+    logger.log(uLogger::errorClass, uLogger::timeOnly, "%s", "error");
+    logger.log(uLogger::functionClass, uLogger::noTime, "%s", "entry");
+    logger.setEnabled(false);
+    const std::string written = readText(folder.file("log.txt"));
+    expectForm(written);
+    EXPECT_TRUE(written.starts_with("M     ")) << written;
+    EXPECT_NE(written.find("\n    E "), std::string::npos) << written;
+    EXPECT_NE(written.find("\n  F    entry"), std::string::npos) << written;
+}
+
+TEST(FormatPages, TruthHasTheKeys) {
+    const auto keysOf = [](const std::string& text) {
+        static const std::regex key("\"(\\w+)\":");
+        std::vector<std::string> keys;
+        for (auto match = std::sregex_iterator(text.begin(), text.end(), key); match != std::sregex_iterator(); ++match)
+            keys.push_back((*match)[1]);
+        return keys;
+    };
+    bench::RecordingTruth truth;
+    truth.pins.resize(1);
+    EXPECT_EQ(keysOf(exampleOf(page("bench-files"), "truth")), keysOf(bench::truthLine(truth)));
+    bench::ContentsTruth contents;
+    contents.runs.resize(1);
+    EXPECT_EQ(keysOf(exampleOf(page("bench-files"), "contents")), keysOf(bench::contentsLine(contents)));
+}
+
+TEST(FormatPages, RegistersHaveTheAddresses) {
+    using namespace VX_QRS::ORV::CLIENT::registers;
+    const std::string text = page("registers");
+    for (const std::uint32_t wanted : {unitId0,
+                                       unitId1,
+                                       unitId2,
+                                       unitId3,
+                                       address(dump30, 0),
+                                       address(stmTimeout, 0),
+                                       address(stmControl, 0),
+                                       address(procInput, 0, 0),
+                                       address(procInput, 0, 1),
+                                       address(procInput, 0, 7),
+                                       address(procConditioning, 0, 0),
+                                       address(procConditioning, 0, 1),
+                                       address(procConditioning, 0, 7),
+                                       dump140,
+                                       dump140 + 2 * 9,
+                                       dump158,
+                                       dump158 + 2 * 3,
+                                       bufferBlock0,
+                                       bufferBlock0 + 2 * 4,
+                                       bufferBlockC,
+                                       bufferBlock10,
+                                       bufferBlock14,
+                                       bufferBlock80,
+                                       bufferBlock84 + 2 * 2}) {
+        std::array<char, 16> digits{};
+        std::snprintf(digits.data(), digits.size(), "%08x", wanted);
+        EXPECT_NE(text.find(digits.data()), std::string::npos) << digits.data();
+    }
 }
 
 } // namespace tree
