@@ -142,7 +142,7 @@ TEST(EcomProxyAllocation, MemoryThatEndsBehindTheVersionCheckLeavesNoServerEithe
     const std::uint32_t port = probe.localPort();
     probe.close();
     ScriptedServer server;
-    server.greet();
+    server.greet().hang();
     server.arm();
     std::string last;
     bool done = false;

@@ -9,8 +9,8 @@
 #include <climits>
 #include <csignal>
 #include <fstream>
-#include <iterator>
 #include <mutex>
+#include <sstream>
 #include <string_view>
 
 #include <dirent.h>
@@ -51,7 +51,9 @@ bool isRememberedChild(pid_t process) {
 
 std::string readWhole(const std::string& path) {
     std::ifstream file(path, std::ios_base::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ostringstream text;
+    text << file.rdbuf(); // a process may end between opening and reading; then this is empty and throws nothing
+    return text.str();
 }
 
 std::string readLink(const std::string& path) {
