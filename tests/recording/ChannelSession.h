@@ -3,13 +3,20 @@
 #include "client/FrontEnd.h"
 #include "client/FrontEndChannel.h"
 #include "common/source/ChannelSettings.h"
-#include "tests/recording/BenchRun.h"
 #include "tests/recording/Contents.h"
+#include "tests/support/bench_run/BenchRun.h"
 
 #include <memory>
 #include <string>
 
 namespace recording_test {
+
+using bench_run::BenchRun;
+using bench_run::symbol;
+using bench_run::Target;
+using bench_run::untilServerListens;
+using bench_run::waitUntil;
+using bench_run::XmtrLibrary;
 
 /// The front end and a channel themselves, over the data server process: for what the framework has no words for.
 class ChannelSession {

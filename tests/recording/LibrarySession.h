@@ -2,12 +2,19 @@
 
 #include "rcvr/framework/CChannelDriver.h"
 #include "rcvr/framework/CReceiver.h"
-#include "tests/recording/BenchRun.h"
 #include "tests/recording/Contents.h"
+#include "tests/support/bench_run/BenchRun.h"
 
 #include <string>
 
 namespace recording_test {
+
+using bench_run::BenchRun;
+using bench_run::symbol;
+using bench_run::Target;
+using bench_run::untilServerListens;
+using bench_run::waitUntil;
+using bench_run::XmtrLibrary;
 
 /// The receiver as the framework holds it: the shared library, loaded by name, with one channel on the bench.
 class LibrarySession {

@@ -61,6 +61,32 @@ TEST_F(LifecycleTest, ApplySettingsReadsTheFileAfreshAndOpensTheChannel) {
     EXPECT_EQ(state(), Uncalibrated);
 }
 
+TEST_F(LifecycleTest, ChannelsSectionComesBehindTheGlobalOneAndWins) {
+    configure("orvBufSize=2\npinMap=0,1\ncpi=7\n", "orv=unit7\norvBufSize=1\npinMap=0,2\ntestPattern=walk\n");
+    channel->applySettings();
+    EXPECT_EQ(get("orvBufSize"), "1048576");
+    EXPECT_EQ(get("pinMap"), "0,1");
+    EXPECT_EQ(get("testPattern"), "walk");
+    EXPECT_EQ(get("cpi"), "7");
+}
+
+TEST_F(LifecycleTest, PinCountBehindThePinMapEmptiesIt) {
+    configure("pinMap=0,1,2\nnumPins=2\n");
+    channel->applySettings();
+    EXPECT_EQ(get("pinMap"), "");
+    EXPECT_EQ(inside().settings().numPins, 3u);
+    EXPECT_THAT(inside().session().rcvrPins, IsEmpty());
+    EXPECT_EQ(transmitter.properties["pins"], "");
+}
+
+TEST_F(LifecycleTest, SectionThatIsNotThereEndsApplySettingsWithTheLockGivenBack) {
+    writeText(propsPath, "[Global]\norv=unit7\n");
+    frontEnd->setProperty("propsFile", propsPath.c_str());
+    EXPECT_THROW(channel->applySettings(), Exception);
+    EXPECT_FALSE(inside().session().opened);
+    EXPECT_FALSE(inside().mutex().unlock()) << "the lock was not given back";
+}
+
 TEST_F(LifecycleTest, ApplySettingsAgainClosesFirst) {
     openChannel();
     channel->applySettings();

@@ -179,6 +179,19 @@ TEST_F(RecordingTest, RequestIsOfWholeBlocksAndTheRestIsAskedForWithZero) {
     EXPECT_FALSE(status().hasError);
 }
 
+TEST_F(RecordingTest, RestBelowABlockIsAskedForWithZeroUntilTheUnitReportsNone) {
+    begin();
+    model.setRecorded(someBytes(100));
+    model.onNext(
+        Call::Request, [this] { model.setRecorded({}); }, 2);
+    runAndStop();
+    const auto lines = model.log();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "request 0"), 3);
+    EXPECT_EQ(model.count(Call::Request), 3u);
+    EXPECT_EQ(readText(binPath()), "");
+    EXPECT_EQ(status().bytesTotal, 0u);
+}
+
 TEST_F(RecordingTest, NextRequestWaitsUntilTheLastOneHasBeenReceivedInFull) {
     begin();
     model.scriptStatus({20000, 20000, 20000, 20000, 20000, 20000, 20000});

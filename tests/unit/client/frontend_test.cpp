@@ -269,4 +269,45 @@ TEST_F(SharedTransmitterTest, SettingsOfTheFirstChannelAreStillReadWhenTheSecond
     unit().release(zero);
 }
 
+TEST_F(SharedTransmitterTest, EveryReopeningOfAChannelOpensTheLinkAnewSinceItSetsThePins) {
+    writeText(propsPath, "[Global]\norv=unit7\n[Channel 0]\nfile=" + stem + "\npinMap=0,1\n");
+    unit().setProperty("propsFile", propsPath.c_str());
+    const ChannelSettings settings;
+    FrontEndChannel* opened = makeTarget(&settings);
+    EXPECT_CALL(library, getTransmitterKind).Times(1);
+    EXPECT_CALL(library, closeChannel).Times(0);
+    opened->applySettings();
+    testing::Mock::VerifyAndClearExpectations(&library);
+    ON_CALL(library, getTransmitterKind).WillByDefault([](unsigned, unsigned* kind) {
+        *kind = 4;
+        return 0;
+    });
+    EXPECT_CALL(library, getTransmitterKind).Times(1);
+    EXPECT_CALL(library, closeChannel).Times(1);
+    opened->applySettings();
+    testing::Mock::VerifyAndClearExpectations(&library);
+    const char* kind = nullptr;
+    opened->getProperty("drmXmtr", &kind);
+    EXPECT_STREQ(kind, "tpiu") << "the library's word holds";
+    unit().release(opened);
+}
+
+// ---- kinds of transmitters ----
+
+TEST_F(FrontEndTest, ExternalSignalHasNoPatternToCalibrateByAndIsRecordedWithManualSettings) {
+    writeText(propsPath,
+              "[Global]\norv=unit7\n[Channel 0]\nfile=" + stem + "\npinMap=0,1\ncalMode=manual\nverifyCal=false\n");
+    unit().setProperty("propsFile", propsPath.c_str());
+    FrontEndChannel* external = makeChannel();
+    external->applySettings();
+    const char* kind = nullptr;
+    external->getProperty("drmXmtr", &kind);
+    EXPECT_STREQ(kind, "pti");
+    EXPECT_NO_THROW(external->calibrate());
+    ChannelMetrics now;
+    external->status(now);
+    EXPECT_EQ(now.state, Calibrated);
+    unit().release(external);
+}
+
 } // namespace client_test

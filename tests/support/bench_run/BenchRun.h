@@ -10,7 +10,7 @@
 #include "common/source/source_utilities/uDll.h"
 #include "rcvr/framework/IXmtrLibrary.h"
 
-namespace recording_test {
+namespace bench_run {
 
 /// The scenario of a run: a perfect wiring, unless `more` says otherwise.
 struct Target {
@@ -62,4 +62,4 @@ bool waitUntil(const std::function<bool()>& holds);
 /// A data server that was started a moment ago may not listen yet on a busy machine. Tries again then.
 void untilServerListens(const std::function<void()>& connect, const std::function<bool()>& refused);
 
-} // namespace recording_test
+} // namespace bench_run

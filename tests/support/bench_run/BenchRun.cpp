@@ -1,4 +1,4 @@
-#include "tests/recording/BenchRun.h"
+#include "tests/support/bench_run/BenchRun.h"
 
 #include "common/source/source_utilities/uEnvironment.h"
 
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <thread>
 
-namespace recording_test {
+namespace bench_run {
 
 namespace {
 
@@ -75,4 +75,4 @@ void untilServerListens(const std::function<void()>& connect, const std::functio
     connect();
 }
 
-} // namespace recording_test
+} // namespace bench_run
