@@ -58,13 +58,17 @@ TEST_F(Data, AReadPastTheEndReturnsWhatExistsAtOnce) {
 TEST_F(Data, APartialSampleReadsAsZeroAndIsNotCounted) {
     upload(samples(1, 3) + "abc");
     const LogCapture log(folder, "1");
-    std::vector<std::uint64_t> buffer(4, 0x7777);
+    constexpr std::uint64_t filled = 0x7777777777777777;
+    std::vector<std::uint64_t> buffer(4, filled);
     unsigned number = 0;
     driver->SeekReadTraceData(0, 4, buffer.data(), &number);
     EXPECT_EQ(number, 2U);
-    EXPECT_THAT(buffer, ElementsAre(1, 2, 0x636261, 0x7777));
+    EXPECT_THAT(buffer, ElementsAre(1, 2, 0x636261, filled));
     EXPECT_THAT(log.lines(),
                 Contains("E ORV Receiver : seek read file failed with numSamplesActual=3, numSamplesRead=2"));
+    // The read that met the end left the stream failed; the next one goes on.
+    grow(std::string(5, '\0'));
+    EXPECT_THAT(read(0, 4), ElementsAre(1, 2, 0x636261));
 }
 
 TEST_F(Data, ReadingGoesOnAfterTheEndWasMet) {
@@ -121,6 +125,22 @@ TEST_F(Data, AnUploadThatHasComeToItsEndIsWaitedForTenPolls) {
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(900));
     EXPECT_THAT(log.lines(), Contains("M ORV Receiver : seek read timeout, numSamplesRequested=20, numSamplesRead=10, "
                                       "numSamplesTotal=10, numSamplesAvailable=10"));
+}
+
+TEST_F(Data, AnUploadThatGrowsAgainIsWaitedForAnew) {
+    upload(samples(0, 10));
+    channel.metrics.threadDone = false;
+    // Asked for the total, then once ahead of the first poll and once behind each.
+    int asked = 0;
+    EXPECT_CALL(channel, status).WillRepeatedly([&](client::ChannelMetrics& out) {
+        out = channel.metrics;
+        ++asked;
+        if (asked == 2 + 6)
+            grow(samples(10, 11)); // more than was announced
+        if (asked == 2 + 14)
+            grow(samples(11, 20));
+    });
+    EXPECT_EQ(read(0, 20).size(), 20U);
 }
 
 TEST_F(Data, FailuresWhileReadingComeInOneForm) {

@@ -1,6 +1,7 @@
 #include "DriverFixture.h"
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 // Construction, control and the CPU list.
@@ -28,7 +29,9 @@ TEST_F(ChannelDriverTest, ConstructionAllocatesWithTheAdaptersKindAndReleasesAtT
             return &channel;
         });
     EXPECT_CALL(frontEnd, release(&channel));
+    const LogCapture log(folder, "1");
     makeDriver();
+    EXPECT_EQ(log.lines().back(), "M ORV Receiver : ChannelDriver success");
     EXPECT_EQ(driver->GetFrontEndChannel(), &channel);
     EXPECT_STREQ(driver->CpuName(), fullCpuName);
     EXPECT_THAT(calls(), ElementsAre("CreatePartIdentifier", "NewTargetAdapter board/cpu", "FreeTargetAdapter"));
@@ -188,6 +191,32 @@ TEST_F(ChannelDriverTest, AStartWhileRecordingIsIgnored) {
     EXPECT_CALL(channel, start).Times(0);
     driver->StartRecording(false);
     driver->NotifySystemStateChange(0);
+}
+
+TEST_F(ChannelDriverTest, StartAndStopHoldTheLockAcrossTheFrontEndsCall) {
+    makeDriver();
+    std::thread poll;
+    std::atomic<bool> answered{false};
+    const auto expectStatusWaits = [&] {
+        answered = false;
+        poll = std::thread([&] {
+            ChannelStatus status;
+            driver->GetChannelStatus(&status);
+            answered = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_FALSE(answered);
+    };
+    EXPECT_CALL(channel, start(false)).WillOnce([&](bool) { expectStatusWaits(); });
+    driver->StartRecording(false);
+    poll.join();
+    EXPECT_TRUE(answered);
+    const LogCapture log(folder, "1");
+    EXPECT_CALL(channel, stop()).WillOnce(expectStatusWaits);
+    driver->StopRecording();
+    poll.join();
+    EXPECT_TRUE(answered);
+    EXPECT_THAT(log.lines(), ElementsAre("M ORV Receiver : StopRecording success"));
 }
 
 TEST_F(ChannelDriverTest, FailuresOfStartAndStopBecomeErrorsAndFreeTheLock) {

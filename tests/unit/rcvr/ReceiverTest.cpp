@@ -31,6 +31,19 @@ TEST_F(ReceiverTest, LoadsItsSiblingsAndGivesThemBackInOrder) {
                                      "DestroyDataSource"));
 }
 
+TEST_F(ReceiverTest, LoadsTheDataSourceAheadOfTheFileChannelDriver) {
+    const LogCapture log(folder, "1");
+    const Receiver made;
+    std::vector<std::string> requests;
+    for (const std::string& line : log.lines()) {
+        if (line.find("request to load") != std::string::npos)
+            requests.push_back(line);
+    }
+    EXPECT_THAT(requests, ElementsAre("M uDll:  request to load \"PartIdentifier\" in mode -1",
+                                      "M uDll:  request to load \"OrvDataSource\" in mode -1",
+                                      "M uDll:  request to load \"AmbitFileChannelDriver\" in mode -1"));
+}
+
 TEST_F(ReceiverTest, GivesItsParts) {
     receiver = std::make_unique<Receiver>();
     EXPECT_NE(receiver->GetFileDataSource(), nullptr);
@@ -269,6 +282,20 @@ TEST_F(TargetEvents, OnlyTheLastHaltStopsTheRecording) {
 TEST_F(TargetEvents, AHaltOfAnIdleChannelStopsNothing) {
     EXPECT_CALL(channel, stop()).Times(0);
     event(7);
+}
+
+TEST_F(TargetEvents, ARunDuringAnUploadStartsNothing) {
+    channel.metrics.state = client::Stopped;
+    channel.metrics.bytesReady = 100;
+    int asked = 0;
+    // The upload ends soon after, and a start that was waiting for it would now go ahead.
+    ON_CALL(channel, status).WillByDefault([&](client::ChannelMetrics& out) {
+        out = channel.metrics;
+        out.threadDone = ++asked > 2;
+    });
+    EXPECT_CALL(channel, start).Times(0);
+    event(5);
+    EXPECT_FALSE(driver->AreAllCpusHalted());
 }
 
 TEST_F(TargetEvents, WithoutTargetSyncOnlyTheHaltListFollows) {
