@@ -16,8 +16,8 @@ constexpr std::array<std::string_view, 8> messageRooms{"common/", "link/",   "pi
                                                        "mpx/",    "client/", "rcvr/",   "host/"};
 
 /// Files all of whose sentences are meant for a person, wherever they stand in them.
-constexpr std::array<std::string_view, 4> tables{"common/source/Exception.cpp", "rcvr/Error.cpp", "rcvr/StatusText.cpp",
-                                                 "host/basics/ExitCode.cpp"};
+constexpr std::array<std::string_view, 5> tables{"common/source/Exception.cpp", "rcvr/Error.cpp", "rcvr/StatusText.cpp",
+                                                 "host/basics/ExitCode.cpp", "host/pins/PinAnswers.cpp"};
 
 bool isProduct(std::string_view path) {
     const auto startsPath = [path](std::string_view room) { return path.starts_with(room); };
@@ -177,10 +177,10 @@ bool isFinding(const Tokens& tokens, std::size_t index) {
 
 /// Calls whose texts reach a person.
 bool reports(const Tokens& tokens, std::size_t index) {
-    static const std::set<std::string> calls{"fail",        "failWith", "refuse",     "damaged",     "logAndFail",
-                                             "throwError",  "note",     "signalStop", "recordError", "failOpen",
-                                             "require",     "Failure",  "logError",   "logWarning",  "logErrorAt",
-                                             "checkResult", "allocate"};
+    static const std::set<std::string> calls{"fail",       "failWith",    "refuse",  "damaged",    "usage",
+                                             "logAndFail", "throwError",  "note",    "signalStop", "recordError",
+                                             "failOpen",   "require",     "Failure", "logError",   "logWarning",
+                                             "logErrorAt", "checkResult", "allocate"};
     const std::string& text = tokens[index].text;
     if (tokens[index].isLiteral)
         return false;
