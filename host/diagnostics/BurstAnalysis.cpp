@@ -1,6 +1,8 @@
 #include "host/diagnostics/BurstAnalysis.h"
 
 #include <algorithm>
+#include <complex>
+#include <numbers>
 
 namespace host::diagnostics {
 
@@ -122,6 +124,26 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
         return std::nullopt;
     return Duty{sums[1] / static_cast<double>(counts[1]), sums[0] / static_cast<double>(counts[0]),
                 counts[0] + counts[1]};
+}
+
+Bunching bunchingOf(const Burst& burst, std::size_t proc) {
+    Bunching bunching;
+    if (!periodUsable(burst))
+        return bunching;
+    const std::vector<Edge> clock = edgesOf(burst.pins[0].levels, burstStart);
+    // A duty error moves rises and falls apart, so that each is looked at by itself.
+    std::complex<double> sums[2] = {0.0, 0.0};
+    for (const Edge& edge : edgesOf(burst.pins[proc].levels, burstStart)) {
+        const Neighbours near = around(clock, edge.at);
+        if (!near.before || !near.after)
+            continue;
+        const double turn = static_cast<double>(edge.at - *near.before) / (burst.rates.oversampling / 2.0);
+        sums[edge.rise ? 1 : 0] += std::polar(1.0, 2.0 * std::numbers::pi * turn);
+        ++bunching.changes;
+    }
+    if (bunching.changes != 0)
+        bunching.share = (std::abs(sums[0]) + std::abs(sums[1])) / static_cast<double>(bunching.changes);
+    return bunching;
 }
 
 bool PositionVote::undecided() const {

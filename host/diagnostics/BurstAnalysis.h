@@ -46,6 +46,13 @@ struct Duty {
 };
 std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc);
 
+/// How closely a pin's changes keep to one distance from the clock's edges: 1 for always the same, near 0 for any.
+struct Bunching {
+    double share = 0.0;
+    std::size_t changes = 0;
+};
+Bunching bunchingOf(const Burst& burst, std::size_t proc);
+
 /// How the data edges lie against the clock edges, by the receiver's vote.
 struct PositionVote {
     std::size_t between = 0; ///< edges that lie in the middle between clock edges

@@ -19,8 +19,11 @@ using diagnostics::FileGroup;
 using diagnostics::Verdict;
 
 constexpr int largestStretch = 5;
-/// Ones and zeros that differ by less than this are alike: half a sample is what one step of the stretch does.
+/// Ones and zeros that differ by less than this are alike: half of what one step of the stretch does.
 constexpr double dutyTolerance = 0.5;
+/// A pin whose changes are bunched less than this around one distance from the clock does not follow it.
+constexpr double loosest = 0.4;
+constexpr std::size_t fewestChanges = 20;
 
 std::string decimal(double value) {
     std::array<char, 32> text{};
@@ -120,6 +123,26 @@ void findStuckPins(const Case& given, Findings& findings) {
     }
 }
 
+void findUnrelatedPins(const Case& given, Findings& findings) {
+    for (const FileGroup* attempt : given.attempts) {
+        const Burst* burst = liveBurst(*attempt);
+        if (burst == nullptr)
+            continue;
+        for (std::size_t proc = 1; proc < burst->pins.size(); ++proc) {
+            const diagnostics::Bunching bunching = diagnostics::bunchingOf(*burst, proc);
+            if (bunching.changes < fewestChanges || bunching.share > loosest)
+                continue;
+            Finding& finding = findingFor(findings, "pin-garbled", {proc});
+            finding.text = pinTitle(given.set, proc) + " changes without regard to the clock";
+            finding.remedy = "Is its wire open, so that the input floats? Is something else driving it?";
+            finding.evidence.push_back("burst of " + attemptTitle(*attempt) + ": its " +
+                                       std::to_string(bunching.changes) +
+                                       " changes lie all over the clock period (bunching " + decimal(bunching.share) +
+                                       ", where 1 is one place)");
+        }
+    }
+}
+
 void findDutyFaults(const Case& given, Findings& findings) {
     for (const FileGroup* attempt : given.attempts) {
         const Burst* burst = liveBurst(*attempt);
@@ -128,22 +151,24 @@ void findDutyFaults(const Case& given, Findings& findings) {
         for (std::size_t proc = 0; proc < burst->pins.size(); ++proc) {
             const int stretch = burst->pins[proc].stretch;
             const auto duty = diagnostics::dutyOf(*burst, proc);
-            if (std::abs(stretch) != largestStretch || !duty)
+            if (!duty || hasFinding(findings, "pin-garbled", proc))
                 continue;
-            // A positive stretch lengthens ones.
-            const double left = duty->high - duty->low;
-            if (stretch > 0 ? left > -dutyTolerance : left < dutyTolerance)
+            // Each step of the stretch makes ones half a sample longer and zeros as much shorter.
+            const double raw = duty->high - duty->low - stretch;
+            if (std::abs(raw) <= largestStretch + dutyTolerance)
                 continue;
-            const char* lack = left < 0.0 ? "shorter" : "longer";
+            const char* lack = raw < 0.0 ? "shorter" : "longer";
             Finding& finding = findingFor(findings, "duty-beyond-correction", {proc});
             finding.text = "the duty error of " + pinTitle(given.set, proc) + " is beyond the unit's correction";
             finding.remedy =
                 "Look at this line's edges with an oscilloscope: a weak driver, a pull-up or a wrong supply "
                 "makes its ones " +
                 std::string(lack) + " than its zeros.";
-            finding.evidence.push_back("burst of " + attemptTitle(*attempt) + ": stretch is at its limit of " +
-                                       std::to_string(stretch) + ", and ones still last " + decimal(duty->high) +
-                                       " samples, zeros " + decimal(duty->low));
+            finding.severity = given.calibrated ? Finding::Severity::Note : Finding::Severity::Fault;
+            finding.evidence.push_back("burst of " + attemptTitle(*attempt) + ": ones last " + decimal(duty->high) +
+                                       " samples, zeros " + decimal(duty->low) + ", with a stretch of " +
+                                       std::to_string(stretch) + "; it can take out " + std::to_string(largestStretch) +
+                                       " of the " + decimal(std::abs(raw)));
         }
     }
 }
@@ -153,7 +178,12 @@ void findMarginFaults(const Case& given, Findings& findings) {
     for (std::size_t i = 0; i < set.attempts.size(); ++i) {
         const FileGroup& attempt = set.attempts[i];
         const Verdict& verdict = given.verdicts[i];
-        if (verdict.reason == Verdict::Reason::Position) {
+        // A pin that does not follow the clock is no matter of margins.
+        const auto garbled = [&](std::size_t pin) { return hasFinding(findings, "pin-garbled", pin); };
+        bool anyGarbled = false;
+        for (std::size_t pin = 1; pin < attempt.pins(); ++pin)
+            anyGarbled = anyGarbled || garbled(pin);
+        if (verdict.reason == Verdict::Reason::Position && !anyGarbled) {
             Finding& finding = findingFor(findings, "no-sampling-position", {});
             finding.severity = given.calibrated ? Finding::Severity::Note : Finding::Severity::Fault;
             finding.text = "the data change neither clearly between the clock's edges nor clearly at them";
@@ -163,7 +193,8 @@ void findMarginFaults(const Case& given, Findings& findings) {
             finding.evidence.push_back("burst of " + attemptTitle(attempt) + ": " + verdict.words);
         }
         const auto margin = diagnostics::clockMarginOf(attempt);
-        if (verdict.reason != Verdict::Reason::Margin || !margin)
+        if (verdict.reason != Verdict::Reason::Margin || !margin || garbled(margin->holdPin) ||
+            garbled(margin->setupPin))
             continue;
         // What the wiring takes away of a bit is a matter of samples, whatever the rate. Two thirds of a bit, and
         // half a sample for the rounding, have to be left of it.

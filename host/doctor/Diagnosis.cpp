@@ -68,6 +68,7 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     }
     rules::findClockFaults(given, diagnosis.findings);
     rules::findStuckPins(given, diagnosis.findings);
+    rules::findUnrelatedPins(given, diagnosis.findings);
     rules::findLaneFaults(given, diagnosis.findings, diagnosis.limits);
     rules::findDutyFaults(given, diagnosis.findings);
     rules::findMarginFaults(given, diagnosis.findings);

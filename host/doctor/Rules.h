@@ -20,6 +20,7 @@ using Limits = std::vector<std::string>;
 
 void findClockFaults(const Case& given, Findings& findings);
 void findStuckPins(const Case& given, Findings& findings);
+void findUnrelatedPins(const Case& given, Findings& findings);
 void findDutyFaults(const Case& given, Findings& findings);
 void findLaneFaults(const Case& given, Findings& findings, Limits& limits);
 void findMarginFaults(const Case& given, Findings& findings);
