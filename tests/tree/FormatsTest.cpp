@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -72,6 +73,26 @@ TEST(FormatPages, SettingsAreWrittenAsTheyStandThere) {
     const TemporaryFolder folder;
     Vx::Qrs::Trace::OrvRcvr::StoreSettings(settings, folder.file("new.xml").c_str(), "");
     EXPECT_EQ(readText(folder.file("new.xml")), text);
+}
+
+TEST(FormatPages, SettingsHaveTheDefaults) {
+    const TemporaryFolder folder;
+    const std::string file = folder.file("new.xml");
+    VX_QRS::ORV::CLIENT::ChannelSettings settings;
+    Vx::Qrs::Trace::OrvRcvr::LoadSettings(settings, file.c_str(), "");
+    const std::string written = readText(file);
+    std::size_t count = 0;
+    for (const auto& row : tableOf(page("channel-settings"))) {
+        const std::string key = row.at(0).substr(1, row.at(0).size() - 2);
+        std::string value = row.at(2);
+        if (value.empty())
+            continue;
+        value.erase(std::remove(value.begin(), value.end(), '`'), value.end());
+        const std::string element = "<" + key + ">" + (value == "empty" ? "" : value) + "</" + key + ">";
+        EXPECT_NE(written.find(element), std::string::npos) << element;
+        ++count;
+    }
+    EXPECT_EQ(count, 12U);
 }
 
 TEST(FormatPages, PropertiesFollowFromTheSettings) {
