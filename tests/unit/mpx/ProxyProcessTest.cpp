@@ -7,6 +7,7 @@
 #include "tests/unit/mpx/ProxyOverScript.h"
 
 #include <atomic>
+#include <filesystem>
 #include <thread>
 
 using frames::dataRecord;
@@ -93,6 +94,27 @@ TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer) {
     destroyDataClient(client);
     EXPECT_TRUE(server.allEnded());
     server.verify();
+}
+
+TEST_F(ProxyProcess, NothingOfAServerIsLeftInTheProcessList) {
+    // A process that ended and was not collected by its parent still stands there. Other systems have no such folder.
+    const auto listed = [](std::uint32_t pid) { return std::filesystem::exists("/proc/" + std::to_string(pid)); };
+    for (const bool diesFirst : {false, true}) {
+        SCOPED_TRACE(diesFirst ? "the server dies by itself" : "the server is ended");
+        ScriptedServer one;
+        one.greet();
+        if (diesFirst)
+            one.expect("$s#00").exit();
+        one.arm();
+        ASSERT_NO_FATAL_FAILURE(make());
+        if (diesFirst) {
+            EXPECT_EQ(failureOf([this] { proxy->start(); }), "disconnected from server");
+        }
+        proxy.reset();
+        ASSERT_FALSE(one.startedPids().empty());
+        for (const std::uint32_t pid : one.startedPids())
+            EXPECT_FALSE(listed(pid)) << pid;
+    }
 }
 
 TEST_F(ProxyProcess, FactoryGivesNullWhereConstructionFails) {

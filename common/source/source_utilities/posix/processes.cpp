@@ -225,21 +225,20 @@ std::uint32_t uEnvironment::startProcess(const char* imageName, const char* argu
 
 bool uEnvironment::terminateProcess(std::uint32_t processId) {
     // What does not fit would address a group of processes.
-    if (processId == 0 || processId > static_cast<std::uint32_t>(INT_MAX) || !processExists(processId)) {
+    if (processId == 0 || processId > static_cast<std::uint32_t>(INT_MAX)) {
         return false;
     }
     const auto process = static_cast<pid_t>(processId);
-    if (kill(process, SIGKILL) != 0) {
-        return false;
-    }
-    // A killed child ends soon; its remains are removed here rather than at some later look.
+    const bool terminated = processExists(processId) && kill(process, SIGKILL) == 0;
+    // A killed child ends soon, and one that was ending by itself may just have done so; the remains are removed here
+    // rather than at some later look.
     for (int i = 0; i < 1000 && isRememberedChild(process); ++i) {
         reapChildren();
         if (isRememberedChild(process)) {
             uThread::sleep(1);
         }
     }
-    return true;
+    return terminated;
 }
 
 } // namespace VX_QRS
