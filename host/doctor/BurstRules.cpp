@@ -24,6 +24,8 @@ constexpr double dutyTolerance = 0.5;
 /// A pin whose changes are bunched less than this around one distance from the clock does not follow it.
 constexpr double loosest = 0.4;
 constexpr std::size_t fewestChanges = 20;
+/// The pattern of a calibration changes every pin at nearly every clock edge; one in four is far too few.
+constexpr std::size_t rarest = 4;
 
 std::string decimal(double value) {
     std::array<char, 32> text{};
@@ -130,15 +132,20 @@ void findUnrelatedPins(const Case& given, Findings& findings) {
             continue;
         for (std::size_t proc = 1; proc < burst->pins.size(); ++proc) {
             const diagnostics::Bunching bunching = diagnostics::bunchingOf(*burst, proc);
-            if (bunching.changes < fewestChanges || bunching.share > loosest)
+            const std::size_t clock = diagnostics::edgesOf(burst->pins[0].levels, diagnostics::burstStart).size();
+            const bool loose = bunching.changes >= fewestChanges && bunching.share <= loosest;
+            const bool rare = bunching.changes != 0 && bunching.changes * rarest < clock;
+            if (!loose && !rare)
                 continue;
             Finding& finding = findingFor(findings, "pin-garbled", {proc});
             finding.text = pinTitle(given.set, proc) + " changes without regard to the clock";
             finding.remedy = "Is its wire open, so that the input floats? Is something else driving it?";
-            finding.evidence.push_back("burst of " + attemptTitle(*attempt) + ": its " +
-                                       std::to_string(bunching.changes) +
-                                       " changes lie all over the clock period (bunching " + decimal(bunching.share) +
-                                       ", where 1 is one place)");
+            std::string line = "burst of " + attemptTitle(*attempt) + ": it changes " +
+                               std::to_string(bunching.changes) + " times, the clock " + std::to_string(clock) +
+                               " times";
+            if (loose)
+                line += ", and the changes lie all over the clock period";
+            finding.evidence.push_back(std::move(line));
         }
     }
 }

@@ -1,0 +1,45 @@
+#include "host/doctor/DiagnosisText.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/unit/host/doctor/BenchFiles.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+TEST(DiagnosisText, NothingFoundIsSaid) {
+    const BenchFiles files(namedScenario("clean"));
+    const auto set = files.read();
+    EXPECT_EQ(host::diagnosisText(set, host::diagnose(set)),
+              "trace: calibrated at 50 MHz (setting 1)\nnothing found\n");
+}
+
+TEST(DiagnosisText, AFaultHasItsEvidenceAndWhatToCheck) {
+    const BenchFiles files(namedScenario("no-clock"));
+    const auto set = files.read();
+    const std::string text = host::diagnosisText(set, host::diagnose(set));
+    EXPECT_THAT(text, HasSubstr("trace: not calibrated\n1 fault found\n\nfault: no trace clock arrives at the clock "));
+    EXPECT_THAT(text, HasSubstr("\n  evidence: trace.cal.txt: the clock was counted at 0 Hz"));
+    EXPECT_THAT(text, HasSubstr("\n  check: Is the target powered"));
+    EXPECT_THAT(text, HasSubstr("There is no proof recording"));
+}
+
+TEST(DiagnosisText, TheObjectForScriptsHoldsTheSame) {
+    const BenchFiles files(namedScenario("step-down"));
+    const auto set = files.read();
+    const nlohmann::json out = host::diagnosisJson(set, host::diagnose(set));
+    EXPECT_EQ(out.at("calibrated"), true);
+    EXPECT_EQ(out.at("attempts").size(), 3U);
+    EXPECT_EQ(out.at("attempts")[0].at("verdict"), "refused");
+    EXPECT_EQ(out.at("attempts")[2].at("verdict"), "accepted");
+    const nlohmann::json& finding = out.at("findings").at(0);
+    EXPECT_EQ(finding.at("kind"), "margin-too-small");
+    EXPECT_EQ(finding.at("severity"), "note");
+    EXPECT_DOUBLE_EQ(finding.at("fittingHertz").get<double>(), 50e6);
+    EXPECT_EQ(out.at("damaged").size(), 0U);
+    EXPECT_EQ(host::findingCount(host::diagnose(set)), "nothing found that is broken, 1 note");
+}
+
+} // namespace
