@@ -71,6 +71,20 @@ TEST(CalibrationOnTheBench, OfACleanBusHoldsForARecordingTenTimesAsLong) {
     EXPECT_EQ(rig.recordPattern(10 * verificationBytes).value_or(""), "");
 }
 
+TEST(CalibrationOnTheBench, ReportsTheMarginsOfItsLastBurst) {
+    const Folder folder;
+    BenchRig rig(skewedScenario(0.2), folder.path, "verifyCal=false\n");
+    rig.channel->calibrate();
+    Metrics again = rig.inside().metrics();
+    rig.inside().findMargin(again);
+    for (std::uint32_t p = 1; p < 5; ++p) {
+        const ProcMetrics& reported = rig.inside().metrics().proc[p];
+        EXPECT_EQ(reported.marginBefore, again.proc[p].marginBefore) << p;
+        EXPECT_EQ(reported.marginAfter, again.proc[p].marginAfter) << p;
+        EXPECT_LE(std::abs(static_cast<int>(reported.marginBefore) - static_cast<int>(reported.marginAfter)), 2) << p;
+    }
+}
+
 TEST(CalibrationOnTheBench, TenTimesOverGivesTheSame) {
     EXPECT_EQ(spreadOfTen(0.0), 0.0);
 }

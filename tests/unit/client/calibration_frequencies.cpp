@@ -209,6 +209,32 @@ TEST_F(CalibrationTest, ATransmitterWithoutSettingsReportsTheRateOfEarlierWork) 
                   "transmitter frequency measured at 33.3 MHz");
 }
 
+TEST_F(CalibrationTest, TheReasonForNoSettingAtAllFollowsFromTheLastRateAtEachOfItsBounds) {
+    openChannel();
+    ON_CALL(transmitter, numFrequencySettings).WillByDefault(Return(0u));
+    const double justAbove = HUGE_VAL;
+    const std::string measured = "transmitter frequency measured at ";
+    const std::string tooFast = "all transmitter frequencies are too fast, changing the PLL setting may help : ";
+    const std::string tooMany = "data rate exceeds bandwidth, reducing the number of pins may help : ";
+    const std::vector<std::pair<std::pair<double, double>, std::string>> rows{
+        {{0.0, 0.0}, measured + "0 Hz"},
+        {{1.0, 0.0}, measured + "0 Hz"},
+        {{std::nextafter(1.0, justAbove), 0.0}, measured + "1.0 Hz"},
+        {{50e6, 9.6e8}, measured + "50.0 MHz"},
+        {{50e6, std::nextafter(9.6e8, justAbove)}, tooMany + measured + "50.0 MHz"},
+        {{1.2e8, 9.6e8}, measured + "120.0 MHz"},
+        {{1.2e8, std::nextafter(9.6e8, justAbove)}, tooMany + measured + "120.0 MHz"},
+        {{std::nextafter(1.2e8, justAbove), 9.6e8}, tooFast + measured + "120.0 MHz"},
+        {{std::nextafter(1.2e8, justAbove), 2e9}, tooFast + measured + "120.0 MHz"},
+        {{std::nan(""), std::nan("")}, measured + "0 Hz"},
+    };
+    for (const auto& [rates, text] : rows) {
+        inside().clocking().exportFrequency = rates.first;
+        inside().clocking().dataRate = rates.second;
+        expectFailure([&] { inside().findAllFrequencySettings(inside().metrics(), inside().cal()); }, eCALIBRATE, text);
+    }
+}
+
 TEST_F(CalibrationTest, TheStartIsTheFastestRateBelowTheLimit) {
     openChannel();
     inside().clocking().frequencies = {12e6, 25e6, 50e6};

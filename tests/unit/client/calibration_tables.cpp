@@ -126,7 +126,8 @@ TEST(Judging, AllowsHalfAPercentOfTheMean) {
     EXPECT_EQ(analysis::judge({399, 401}), FrequencyVerdict::good);
     EXPECT_EQ(analysis::judge({above(401), 399}), FrequencyVerdict::unstable);
     EXPECT_EQ(analysis::judge({0, 100}), FrequencyVerdict::unstable);
-    EXPECT_FALSE(analysis::FrequencyPair({401.1, 399}).settled());
+    EXPECT_TRUE(analysis::FrequencyPair({401, 399}).settled());
+    EXPECT_FALSE(analysis::FrequencyPair({above(401), 399}).settled());
 }
 
 TEST(Judging, OfWhatIsNotANumberFindsNoReason) {
