@@ -1,0 +1,70 @@
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "host/burst/BurstExport.h"
+#include "tests/unit/host/TempFolder.h"
+#include "tests/unit/host/diagnostics/DrawnFiles.h"
+
+// A dump is imported by sigrok-cli, and every sample that it then holds is compared with the burst's.
+
+namespace host {
+namespace {
+
+std::string readAll(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// Levels in runs of a few samples, as a trace has them.
+std::string randomLevels(std::mt19937& random, std::size_t samples) {
+    std::string levels;
+    for (char level = '0'; levels.size() < samples; level = level == '0' ? '1' : '0')
+        levels.append(1 + random() % 30, level);
+    return levels.substr(0, samples);
+}
+
+/// A byte for each picosecond, bit i for the i-th wire.
+std::string importedBySigrok(const TempFolder& folder, const std::filesystem::path& vcd) {
+    const std::string out = folder.file("samples").string();
+    const std::string command = "sigrok-cli -I vcd -i '" + vcd.string() + "' -O binary -o '" + out + "' 2>'" +
+                                folder.file("errors").string() + "'";
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(status, 0) << "is the package sigrok-cli installed (tools/install-packages test)? "
+                         << readAll(folder.file("errors"));
+    std::string bytes = readAll(out);
+    const std::string head = "META samplerate: 1000000000000\n";
+    EXPECT_EQ(bytes.substr(0, head.size()), head);
+    return bytes.substr(std::min(head.size(), bytes.size()));
+}
+
+TEST(Sigrok, ReadsTheSamplesThatTheBurstHolds) {
+    std::mt19937 random(4);
+    std::vector<std::string> levels;
+    for (int pin = 0; pin < 8; ++pin)
+        levels.push_back(randomLevels(random, 8192));
+    const diagnostics::Burst burst = diagnostics::parseBurst(drawn::burst(levels), "x");
+    const std::size_t from = 500;
+    const std::size_t to = 1500;
+    const BurstPart part = partOf(burst, from, to, "");
+    const TempFolder folder;
+    std::ofstream out(folder.file("burst.vcd"), std::ios::binary);
+    writeVcd(out, burst, part);
+    out.close();
+    const std::string bytes = importedBySigrok(folder, folder.file("burst.vcd"));
+    const std::size_t start = picosecondsOf(burst, from);
+    ASSERT_EQ(bytes.size(), picosecondsOf(burst, to) - start);
+    for (std::size_t sample = from; sample < to; ++sample) {
+        unsigned expected = 0;
+        for (std::size_t pin = 0; pin < levels.size(); ++pin)
+            expected |= levels[pin][sample] == '1' ? 1U << pin : 0U;
+        for (const std::size_t at : {picosecondsOf(burst, sample), picosecondsOf(burst, sample + 1) - 1})
+            ASSERT_EQ(static_cast<unsigned char>(bytes[at - start]), expected) << "sample " << sample;
+    }
+}
+
+} // namespace
+} // namespace host

@@ -1,0 +1,169 @@
+#include <fstream>
+#include <iterator>
+
+#include <gmock/gmock.h>
+
+#include "host/basics/ExitCode.h"
+#include "host/report/Html.h"
+#include "host/report/Pictures.h"
+#include "host/report/Report.h"
+#include "tests/unit/host/diagnostics/DrawnFiles.h"
+#include "tests/unit/host/doctor/BenchFiles.h"
+
+namespace {
+
+using host::Failure;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+std::size_t count(const std::string& text, const std::string& what) {
+    std::size_t found = 0;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++found;
+    return found;
+}
+
+std::string pageOf(const host::diagnostics::DiagnosticSet& set) {
+    return host::reportPage(set, host::diagnose(set));
+}
+
+TEST(Html, MarkupControlCharactersAndBrokenUtf8AreTakenOut) {
+    using host::page::escaped;
+    EXPECT_EQ(escaped("a<b>&\"c\""), "a&lt;b&gt;&amp;&quot;c&quot;");
+    EXPECT_EQ(escaped(std::string("\x01\x7f") + "x"), "??x");
+    EXPECT_EQ(escaped("gr\xc3\xbc\xc3\x9f"), "gr\xc3\xbc\xc3\x9f");
+    EXPECT_EQ(escaped("\xc3("), "?(");
+    EXPECT_EQ(escaped("\xff\xe2\x82"), "???");
+}
+
+TEST(Html, NumbersAreShort) {
+    using host::page::number;
+    EXPECT_EQ(number(28.0), "28");
+    EXPECT_EQ(number(14.736), "14.74");
+    EXPECT_EQ(number(-0.001), "0");
+    EXPECT_EQ(number(100.0, 0), "100");
+    EXPECT_EQ(number(0.0 / 0.0 * 1.0), "-");
+}
+
+TEST(DelayWindow, EndsBeyondTheRangeAreMarked) {
+    using host::page::delayPicture;
+    EXPECT_EQ(count(delayPicture({-3, 9, 2}, "x"), "class=\"cut\""), 1U);
+    EXPECT_EQ(count(delayPicture({25, 40, 31}, "x"), "class=\"cut\""), 1U);
+    EXPECT_EQ(count(delayPicture({-1, 40, 5}, "x"), "class=\"cut\""), 2U);
+    EXPECT_EQ(count(delayPicture({0, 31, 5}, "x"), "class=\"cut\""), 0U);
+    EXPECT_THAT(delayPicture({-3, 9, 2}, "x"), HasSubstr("cut off by the range of 0 to 31"));
+}
+
+TEST(Page, HasEveryPartForEveryAttempt) {
+    const BenchFiles files(namedScenario("bench-cable"));
+    const auto set = files.read();
+    ASSERT_EQ(set.attempts.size(), 3U);
+    const std::string page = pageOf(set);
+    EXPECT_THAT(page, HasSubstr("Calibration of trace"));
+    EXPECT_THAT(page, HasSubstr("calibrated at 50 MHz (setting 2)"));
+    EXPECT_THAT(page, HasSubstr("Nothing is broken"));
+    EXPECT_EQ(count(page, "class=\"eye\""), 3U * 4U) << "an eye for each data pin of each attempt";
+    EXPECT_EQ(count(page, "class=\"waveform\""), 3U);
+    EXPECT_EQ(count(page, "class=\"strip\""), 3U);
+    EXPECT_EQ(count(page, "class=\"bar\""), 3U * (4U + 1U + 5U)) << "margins, their sum, delays";
+    EXPECT_THAT(page, HasSubstr("clock margin too low."));
+    EXPECT_THAT(page, HasSubstr("All 130560 words of the proof came back as sent (pattern ramp)."));
+    EXPECT_THAT(page, HasSubstr("the window goes on beyond the range"));
+    EXPECT_THAT(page, HasSubstr("clock input: enabled, input 4 (EMU0), delay "));
+    EXPECT_THAT(page, HasSubstr("<dt>delays</dt>"));
+    EXPECT_EQ(count(page, "<svg"), count(page, "</svg>"));
+}
+
+TEST(Page, NeedsNothingFromElsewhereAndRunsNothing) {
+    const BenchFiles files(namedScenario("step-down"));
+    const std::string page = pageOf(files.read());
+    for (const char* foreign : {"<script", "http:", "https:", "src=", "@import", "url(", "onload", "<iframe"})
+        EXPECT_THAT(page, Not(HasSubstr(foreign)));
+    EXPECT_EQ(page, pageOf(files.read())) << "the same for the same files";
+    EXPECT_LT(page.size(), 400000U);
+}
+
+TEST(Page, ConclusionNamesTheFaultItsEvidenceAndWhatToCheck) {
+    const BenchFiles files(namedScenario("swapped-pins"));
+    const std::string page = pageOf(files.read());
+    EXPECT_THAT(page, HasSubstr("data 3 (EMU2) and data 4 (EMU1) are swapped"));
+    EXPECT_THAT(page, HasSubstr("data 3 carries the bits of data 4"));
+    EXPECT_THAT(page, HasSubstr("Cross the wires back"));
+    EXPECT_THAT(page, Not(HasSubstr("Nothing is broken")));
+}
+
+TEST(Page, APlaceWhereAMarginFailedIsShown) {
+    const BenchFiles files(namedScenario("clean"), "ovsMargin=2\n", [](bench_client::BenchRig& rig) {
+        rig.transmitter.program("calibration", 1);
+        rig.inside().captureOvs();
+        EXPECT_ANY_THROW(rig.inside().verifyOvsMargin(rig.inside().cal(), 2));
+    });
+    auto set = files.read();
+    set.properties = host::diagnostics::parseProperties("[Channel 0]\novsMargin=2\n", "x");
+    const std::string page = pageOf(set);
+    EXPECT_THAT(page, HasSubstr("A margin that failed during a recording"));
+    EXPECT_THAT(page, HasSubstr("which the receiver calls index "));
+    EXPECT_THAT(page, HasSubstr("clock margin failure at "));
+}
+
+TEST(Page, FilesWithNothingMeasuredGiveAPageToo) {
+    for (const char* name : {"no-clock", "too-fast", "tpiulite"}) {
+        const BenchFiles files(namedScenario(name));
+        const std::string page = pageOf(files.read());
+        EXPECT_THAT(page, AllOf(HasSubstr("The burst shows no running clock"), HasSubstr("Registers of the unit")))
+            << name;
+    }
+}
+
+TEST(Page, WhatStandsInTheFilesIsTextAndNeverMarkup) {
+    const TempFolder folder;
+    std::string text = drawn::report({{6, 5}});
+    text.replace(text.find("drmXmtr=pti"), 11, "drmXmtr=<i>&\xff");
+    folder.write("a&b.freq0.cal.txt", text);
+    folder.write("a&b.freq0.cap.txt", drawn::burst({drawn::square(2000, 14, 3), drawn::square(2000, 14, 9)}));
+    folder.write("a&b.cfg", "[Chan<script>]\nx=<script>alert(1)</script>\n");
+    folder.write("a&b.cache", "</main>\n");
+    const std::string page = pageOf(host::diagnostics::readDiagnostics(folder.file("a&b")));
+    EXPECT_THAT(page, Not(HasSubstr("<script")));
+    EXPECT_THAT(page, Not(HasSubstr("<i>")));
+    EXPECT_EQ(count(page, "</main>"), 1U);
+    EXPECT_THAT(page, HasSubstr("&lt;script&gt;alert(1)"));
+    EXPECT_THAT(page, HasSubstr("Calibration of a&amp;b"));
+}
+
+TEST(WriteReport, PutsThePageBesideTheFilesOrIntoTheFolderThatWasGiven) {
+    const TempFolder folder;
+    std::filesystem::create_directories(folder.path() / "deep");
+    folder.write("deep/run.freq0.cal.txt", drawn::report({{6, 5}}));
+    EXPECT_EQ(host::writeReport(folder.path(), {}, false).file, folder.path() / "run.report.html");
+    EXPECT_EQ(host::writeReport(folder.path() / "deep" / "run", {}, false).file,
+              folder.path() / "deep" / "run.report.html");
+    try {
+        host::writeReport(folder.path(), {}, false);
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code, host::ExitCode::OutputExists);
+    }
+    EXPECT_NO_THROW(host::writeReport(folder.path(), {}, true));
+    try {
+        host::writeReport(folder.path(), folder.path() / "deep", true);
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code, host::ExitCode::OutputUnwritable);
+    }
+}
+
+TEST(WriteReport, DamagedFilesAreNamedInThePage) {
+    const TempFolder folder;
+    folder.write("run.freq0.cal.txt", drawn::report({{6, 5}}));
+    folder.write("run.freq0.cap.txt", "nonsense\n");
+    const host::ReportResult result = host::writeReport(folder.path(), {}, false);
+    EXPECT_EQ(result.set.troubles.size(), 1U);
+    std::ifstream in(result.file);
+    const std::string page{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    EXPECT_THAT(page, HasSubstr("left out"));
+    EXPECT_THAT(page, HasSubstr("run.freq0.cap.txt:1: expected exportFrequency=NUMBER Hz"));
+}
+
+} // namespace
