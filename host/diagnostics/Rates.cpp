@@ -22,6 +22,10 @@ constexpr std::array rateLines{
 
 constexpr double highestOversampling = 1e9; // 1.4e9 samples a second at a clock of about a hertz
 
+// What lies outside stands in a damaged file.
+constexpr double slowestUnit = 1e3;
+constexpr double fastestUnit = 1e13;
+
 /// Half of the last place that the file shows of a number.
 double roundingOf(double value) {
     const double scaled = value / std::pow(1000.0, std::floor(std::log10(value) / 3.0));
@@ -38,6 +42,8 @@ double Rates::sampleRate() const {
     if (!known())
         return usualSampleRate;
     const double rate = exportFrequency * oversampling;
+    if (rate < slowestUnit || rate > fastestUnit)
+        return usualSampleRate;
     const double error = roundingOf(exportFrequency) + roundingOf(oversampling);
     for (int digits = 2; digits <= 6; ++digits) {
         const double step = std::pow(10.0, std::floor(std::log10(rate)) - digits + 1);

@@ -219,7 +219,8 @@ void findMarginFaults(const Case& given, Findings& findings) {
             finding.text = "too little room is left around the clock's edges; it would fit at about " +
                            diagnostics::frequencyWords(std::floor(fitting / 1e6) * 1e6);
         }
-        finding.remedy = "Shorten the cable, improve its ground, or use a slower clock.";
+        finding.remedy = given.calibrated ? "Only if a faster setting is wanted: shorten the cable, improve its ground."
+                                          : "Shorten the cable, improve its ground, or use a slower clock.";
         finding.evidence.push_back("report of " + attemptTitle(attempt) + ": " + std::to_string(margin->setup) +
                                    " ahead (" + pinTitle(set, margin->setupPin) + ") and " +
                                    std::to_string(margin->hold) + " behind (" + pinTitle(set, margin->holdPin) + "), " +

@@ -19,14 +19,18 @@ public:
     void setUp(CLI::App& app) override {
         app.add_option("place", place, "Folder of a run, stem of its files, or one of them")->required();
         addJson(app);
-        app.footer("Every finding says what it rests on. Exit code 3 when a file is damaged; the others are used.\n"
-                   "Example: orvtrace doctor run");
+        app.footer(
+            "Every finding says what it rests on. Exit code 10 when there is a fault; 3 when there is none, but\n"
+            "a file is damaged and was left out.\n"
+            "Example: orvtrace doctor run");
     }
 
     ExitCode run() override {
         const diagnostics::DiagnosticSet set = diagnostics::readDiagnostics(place);
         const Diagnosis diagnosis = diagnose(set);
-        const ExitCode code = set.troubles.empty() ? ExitCode::Done : ExitCode::BadInput;
+        const ExitCode code = diagnosis.hasFaults()  ? ExitCode::FaultsFound
+                              : set.troubles.empty() ? ExitCode::Done
+                                                     : ExitCode::BadInput;
         if (json) {
             nlohmann::json out = diagnosisJson(set, diagnosis);
             out["outcome"] = exitCodeName(code);

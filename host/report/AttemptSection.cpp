@@ -26,7 +26,7 @@ std::string dutyText(const FileGroup& attempt, std::size_t proc) {
     if (!attempt.burst || proc >= attempt.burst->pins.size())
         return "-";
     const auto duty = diagnostics::dutyOf(*attempt.burst, proc);
-    return duty ? number(duty->high, 1) + " / " + number(duty->low, 1) : "-";
+    return duty ? fixed(duty->high, 1) + " / " + fixed(duty->low, 1) : "-";
 }
 
 /// The delays at which a pin's bits come right, as far as its margins tell. The clock's moves the other way.
@@ -43,7 +43,9 @@ std::optional<DelayWindow> windowOf(const CalFile& cal, std::size_t proc) {
                 setup = std::min(setup.value_or(*other.hold), *other.hold);
         }
     }
-    if (!setup || !hold || !pin.delay || *setup > 100000 || *hold > 100000)
+    constexpr std::uint32_t widest = 100000; // no window is wider; a damaged file may say anything
+    if (!setup || !hold || !pin.delay || *setup > widest || *hold > widest || *pin.delay < 0 ||
+        *pin.delay > largestDelay)
         return std::nullopt;
     // Of the room behind the edge the sample at the edge itself is needed.
     const int later = static_cast<int>(*setup);
@@ -107,7 +109,7 @@ std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
         "the data's changes around the clock's edge (purple)<span class=\"swatch\" "
         "style=\"background:var(--badfill)\"></span>less than a third of a clock period; the dashed "
         "lines stand a sixth to either side<span class=\"swatch\" "
-        "style=\"background:var(--window)\"></span>delays that would do, the chosen one in black";
+        "style=\"background:var(--window)\"></span>delays that would do, the chosen one marked";
     if (cut)
         legend += "<span class=\"swatch\" style=\"background:var(--bad)\"></span>the window goes on beyond the range";
     legend += ". Lengths are in samples.";

@@ -63,7 +63,7 @@ std::string eyePicture(const diagnostics::Eye& eye, const diagnostics::Rates& ra
         return svg.markup();
     }
     const bool thin = static_cast<double>(open) < needed;
-    svg.text(width - left, 15, "open " + size, thin ? "label bad" : "label good", "end");
+    svg.text(width - left, 15, size, thin ? "size bad" : "size good", "end");
 
     // A change lies between its sample and the one before.
     const double from = x(-static_cast<double>(opening.ahead));

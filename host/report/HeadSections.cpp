@@ -18,14 +18,21 @@ std::string badge(const char* look, const std::string& text) {
     return std::string("<span class=\"badge ") + look + "\">" + escaped(text) + "</span>";
 }
 
+/// The same with a capital at its start.
+std::string sentence(std::string text) {
+    if (!text.empty() && text.front() >= 'a' && text.front() <= 'z')
+        text.front() = static_cast<char>(text.front() - 'a' + 'A');
+    return text;
+}
+
 std::string findingBox(const Finding& finding) {
     const bool fault = finding.severity == Finding::Severity::Fault;
     std::string evidence;
     for (const std::string& line : finding.evidence)
         evidence += element("li", "", escaped(line));
     return element("div", fault ? "finding" : "finding note",
-                   "<h3>" + badge(fault ? "bad" : "warn", fault ? "fault" : "note") + " " + escaped(finding.text) +
-                       "</h3>" + element("ul", "", evidence) +
+                   "<h3>" + badge(fault ? "bad" : "warn", fault ? "fault" : "note") + " " +
+                       escaped(sentence(finding.text)) + "</h3>" + element("ul", "", evidence) +
                        element("p", "check", "<b>Check:</b> " + escaped(finding.remedy)));
 }
 
@@ -58,7 +65,7 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     if (rates.known()) {
         facts += fact(diagnostics::frequencyWords(rates.exportFrequency), "trace clock");
         facts += fact(number(rates.dataRate / 1e6, 1) + " Mbit/s", "over all data pins");
-        facts += fact(number(rates.oversampling, 2), "samples in a clock period");
+        facts += fact(number(rates.oversampling, 2), "samples a clock period");
     } else {
         facts += fact("none", "trace clock measured");
     }

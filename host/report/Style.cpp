@@ -38,7 +38,7 @@ background:var(--panel);break-inside:avoid}
 .finding h3{margin:0 0 4px;font-size:16px}
 .finding ul{margin:4px 0;padding-left:20px;color:var(--soft);font-size:13.5px}
 .finding .check{margin:6px 0 0}
-.hint{color:var(--soft);font-size:13.5px;max-width:95ch}
+.hint{color:var(--soft);font-size:13.5px;max-width:125ch}
 table{border-collapse:collapse;width:100%;font-size:13.5px}
 th{text-align:left;color:var(--soft);font-weight:600;border-bottom:1px solid var(--line);padding:4px 10px 4px 0;
 vertical-align:bottom}
@@ -55,7 +55,7 @@ svg.bar{width:200px;height:26px}tr.sum td{border-top:1px solid var(--soft);color
 svg.waveform,svg.strip{width:100%;height:auto}
 svg text{fill:var(--ink);font:12px system-ui,"Segoe UI","DejaVu Sans",sans-serif}
 svg .tiny{font-size:10.5px;fill:var(--soft)}
-svg .title{font-weight:700;font-size:13px}
+svg .title{font-weight:700;font-size:12.5px}svg .size{font-size:11px}
 svg .good{fill:var(--good)}svg .bad{fill:var(--bad)}
 svg .track{fill:var(--track)}
 svg .fill-good{fill:var(--goodfill)}svg .fill-bad{fill:var(--badfill)}svg .fill-window{fill:var(--window)}
@@ -88,9 +88,12 @@ code{font:12.5px ui-monospace,"DejaVu Sans Mono",Consolas,monospace}
 dl{display:grid;grid-template-columns:max-content 1fr;gap:2px 18px;margin:6px 0;font-size:13.5px}
 dt{color:var(--soft)}dd{margin:0;overflow-wrap:anywhere}
 footer{margin-top:40px;padding-top:12px;border-top:1px solid var(--line);color:var(--soft);font-size:12.5px}
-@media print{main{max-width:none;padding:0}body{font-size:11px}h1{font-size:20px}h2{font-size:15px;margin-top:18px}
-h3{break-after:avoid}h2{break-after:avoid}.eyes{grid-template-columns:repeat(2,1fr)}table{font-size:10px}
-td,th{padding-right:5px}svg.bar{width:150px;height:18px}@page{margin:14mm}}
+@media print{main{max-width:none;padding:0}body{font-size:10.5px}h1{font-size:19px}h2{font-size:14px;margin-top:16px}
+h2,h3{break-after:avoid}h3,.finding h3{font-size:12px}.hint,.legend,.finding ul,dl,.registers div{font-size:9.5px}
+.facts{grid-template-columns:repeat(6,1fr);gap:6px}.fact{padding:4px 8px}.fact b{font-size:13px}
+.fact span,code{font-size:9px}.badge{font-size:10px}.scroll{overflow:visible}.eyes{grid-template-columns:repeat(4,1fr);
+gap:6px}table{font-size:9px;break-inside:avoid}td,th{padding:2px 5px 2px 0}svg.bar{width:118px;height:16px}
+svg.waveform,svg.strip,.finding{break-inside:avoid}.hint{break-after:avoid}@page{size:A4;margin:13mm}}
 @media (max-width:700px){main{padding:16px}.registers{columns:1}}
 )css";
 }

@@ -18,7 +18,7 @@ constexpr double laneHeight = 34.0;
 constexpr double swing = 20.0;
 constexpr double top = 12.0;
 constexpr double periodsShown = 8.0;
-constexpr std::size_t fewestSamples = 48;
+constexpr double fewestSamples = 48.0;
 
 /// Which samples to show.
 struct Window {
@@ -26,9 +26,8 @@ struct Window {
 };
 
 Window windowOf(const Burst& burst, std::size_t around) {
-    const double wanted = std::clamp(burst.rates.oversampling * periodsShown, static_cast<double>(fewestSamples),
-                                     static_cast<double>(burst.samples()));
-    const auto length = std::min(static_cast<std::size_t>(wanted), burst.samples());
+    const double wanted = std::max(burst.rates.oversampling * periodsShown, fewestSamples);
+    const auto length = static_cast<std::size_t>(std::min(wanted, static_cast<double>(burst.samples())));
     std::size_t from = around > length / 2 ? around - length / 2 : 0;
     from = std::min(from, burst.samples() - length);
     return {from, from + length};

@@ -1,0 +1,150 @@
+#include <gmock/gmock.h>
+
+#include "tests/road/Orvtrace.h"
+
+// A run on the bench, and what the three commands make of its files. One run of each kind serves all tests.
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// The files of one run, made once.
+class ARun : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        space = new RunSpace;
+        refused = new RunSpace;
+        ASSERT_EQ(space->record("bench-cable", {"--seconds", "0.1"}).code, 0);
+        ASSERT_EQ(refused->record("swapped-pins").code, 5);
+    }
+    static void TearDownTestSuite() {
+        delete space;
+        delete refused;
+    }
+    static std::string run() { return space->file("run").string(); }
+    static std::string burst() { return dataFile("bench-cable.freq2.cap.txt").string(); }
+    static std::filesystem::path dataFile(const std::string& name) {
+        return space->file("run") / ".VX-trace" / "data" / name;
+    }
+
+    static RunSpace* space;
+    static RunSpace* refused;
+};
+
+RunSpace* ARun::space = nullptr;
+RunSpace* ARun::refused = nullptr;
+
+TEST_F(ARun, IsReportedOn) {
+    const Outcome made = space->run({"report", run()});
+    EXPECT_EQ(made.code, 0) << made.errors;
+    EXPECT_THAT(made.errors, IsEmpty());
+    EXPECT_THAT(made.output, HasSubstr("bench-cable: calibrated at 50 MHz (setting 2)"));
+    const std::string page = readBytes(space->file("run") / "bench-cable.report.html");
+    EXPECT_THAT(page, HasSubstr("<!DOCTYPE html>"));
+    EXPECT_THAT(page, HasSubstr("Nothing is broken"));
+
+    const Outcome again = space->run({"report", run()});
+    EXPECT_EQ(again.code, 8) << "the page is there already";
+    EXPECT_EQ(lines(again.errors), 1U);
+    EXPECT_THAT(again.errors, HasSubstr("--force"));
+    EXPECT_EQ(space->run({"report", run(), "--force"}).code, 0);
+    const std::string elsewhere = space->file("elsewhere.html").string();
+    const Outcome json = space->run({"report", dataFile("bench-cable").string(), "--out", elsewhere, "--json"});
+    EXPECT_EQ(json.code, 0) << json.errors;
+    EXPECT_EQ(json.json.at("report"), elsewhere);
+    EXPECT_EQ(json.json.at("calibrated"), true);
+    EXPECT_EQ(json.json.at("attempts").size(), 3U);
+    EXPECT_EQ(readBytes(elsewhere), page) << "the same page for the same files";
+}
+
+TEST_F(ARun, IsDiagnosed) {
+    const Outcome sound = space->run({"doctor", run()});
+    EXPECT_EQ(sound.code, 0) << sound.errors;
+    EXPECT_THAT(sound.output, HasSubstr("nothing found that is broken, 1 note"));
+    const Outcome broken = refused->run({"doctor", refused->file("run").string()});
+    EXPECT_EQ(broken.code, 10) << broken.errors;
+    EXPECT_THAT(broken.output, HasSubstr("swapped-pins: not calibrated"));
+    EXPECT_THAT(broken.output, HasSubstr("fault: data 3 (EMU2) and data 4 (EMU1) are swapped"));
+    EXPECT_THAT(broken.output, HasSubstr("  evidence: proof of setting 1 (50 MHz), pattern ramp: "));
+    const Outcome json = refused->run({"doctor", "--json", refused->file("run").string()});
+    EXPECT_EQ(json.json.at("findings").at(0).at("kind"), "pins-swapped");
+    EXPECT_EQ(json.json.at("findings").at(0).at("pins"), nlohmann::json({"data 3", "data 4"}));
+    EXPECT_EQ(json.code, 10);
+    EXPECT_EQ(json.json.at("outcome"), "faults-found");
+}
+
+TEST_F(ARun, GivesItsBurstToOtherPrograms) {
+    const std::string vcd = space->file("burst.vcd").string();
+    const std::string csv = space->file("burst.csv").string();
+    const Outcome made = space->run({"burst", burst(), "--vcd", vcd, "--csv", csv, "--json"});
+    EXPECT_EQ(made.code, 0) << made.errors;
+    EXPECT_EQ(made.json.at("samples"), 8192);
+    EXPECT_EQ(made.json.at("samplesPerSecond"), 1.4e9);
+    EXPECT_EQ(lines(readBytes(csv)), 8193U);
+    EXPECT_THAT(readBytes(vcd), HasSubstr("$var wire 1 % data4 $end"));
+    EXPECT_EQ(space->run({"burst", burst(), "--vcd", vcd}).code, 8);
+    const Outcome part =
+        space->run({"burst", burst(), "--csv", csv, "--from", "10", "--to", "20", "--pins", "data2,clock", "--force"});
+    EXPECT_EQ(part.code, 0) << part.errors;
+    EXPECT_EQ(lines(readBytes(csv)), 11U);
+    EXPECT_THAT(readBytes(csv), HasSubstr("sample,nanoseconds,data2,clock"));
+}
+
+TEST_F(ARun, WhatIsWrongIsOneLineAndItsCode) {
+    const std::string none = space->file("none").string();
+    const std::string damaged = space->write("damaged.cap.txt", "exportFrequency=banana\n").string();
+    const std::string out = space->file("x.csv").string();
+    struct Case {
+        std::vector<std::string> arguments;
+        int code;
+        std::string text;
+    };
+    for (const Case& wrong : std::vector<Case>{
+             {{"report"}, 2, "--help"},
+             {{"doctor"}, 2, "--help"},
+             {{"burst", burst()}, 2, "give --vcd FILE, --csv FILE or both"},
+             {{"burst", burst(), "--csv", out, "--pins", "data9"}, 2, "there is no pin"},
+             {{"burst", burst(), "--csv", out, "--from", "9000"}, 2, "8192 samples"},
+             {{"report", none}, 3, "no diagnostic files at "},
+             {{"doctor", none}, 3, "no diagnostic files at "},
+             {{"burst", none, "--csv", out}, 3, "cannot be read"},
+             {{"burst", damaged, "--csv", out}, 3, "damaged.cap.txt:1: expected exportFrequency=NUMBER Hz"},
+             {{"doctor", damaged}, 3, "damaged.cap.txt:1: expected exportFrequency=NUMBER Hz"},
+             {{"report", dataFile("bench-cable").string(), "--out", space->file("run").string(), "--force"},
+              9,
+              "is not a file"}}) {
+        const Outcome run = space->run(wrong.arguments);
+        EXPECT_EQ(run.code, wrong.code) << run.errors;
+        EXPECT_EQ(lines(run.errors), 1U) << run.errors;
+        EXPECT_THAT(run.errors, HasSubstr(wrong.text));
+    }
+    EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST_F(ARun, HelpFitsAScreen) {
+    for (const char* command : {"report", "doctor", "burst"}) {
+        const Outcome help = space->run({command, "--help"});
+        EXPECT_EQ(help.code, 0);
+        EXPECT_LE(lines(help.output), 24U) << help.output;
+        EXPECT_THAT(help.output, HasSubstr("Example: orvtrace "));
+    }
+}
+
+TEST_F(ARun, WithADamagedFileIsReportedOnWithoutIt) {
+    const RunSpace other;
+    std::filesystem::copy(space->file("run"), other.file("run"), std::filesystem::copy_options::recursive);
+    std::filesystem::remove(other.file("run") / "bench-cable.report.html");
+    std::filesystem::resize_file(other.file("run") / ".VX-trace" / "data" / "bench-cable.freq3.cap.txt", 5000);
+    const Outcome made = other.run({"report", other.file("run").string(), "--json"});
+    EXPECT_EQ(made.code, 3);
+    EXPECT_EQ(lines(made.errors), 1U) << made.errors;
+    EXPECT_THAT(made.errors, HasSubstr("bench-cable.freq3.cap.txt:"));
+    EXPECT_EQ(made.json.at("outcome"), "bad-input");
+    EXPECT_EQ(made.json.at("damaged").size(), 1U);
+    EXPECT_THAT(readBytes(other.file("run") / "bench-cable.report.html"), HasSubstr("left out"));
+}
+
+} // namespace
