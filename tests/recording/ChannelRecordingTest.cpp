@@ -62,17 +62,15 @@ TEST(MarginWatching, EndsARecordingWhoseMarginIsTooSmall) {
 }
 
 TEST(Channels, FourAreMadeAndOneIsOpenedAndNoneIsLeft) {
-    for (unsigned round = 0; round < 2; ++round) {
-        ChannelSession session(Target{}, "orvBufSize=0\n");
-        std::vector<FrontEndChannel*> others{session.another(), session.another(), session.another()};
-        EXPECT_EQ(session.frontEnd->numChannels(), 4u);
-        session.channel->start(false);
-        session.waitUntilDone();
-        EXPECT_EQ(difference(session.file(), session.expected()), "");
-        session.frontEnd->release(others[1]);
-        EXPECT_EQ(session.frontEnd->numChannels(), 3u);
-        // The front end frees those that nobody gave back.
-    }
+    ChannelSession session(Target{}, "orvBufSize=0\n");
+    std::vector<FrontEndChannel*> others{session.another(), session.another(), session.another()};
+    EXPECT_EQ(session.frontEnd->numChannels(), 4u);
+    session.channel->start(false);
+    session.waitUntilDone();
+    EXPECT_EQ(difference(session.file(), session.expected()), "");
+    session.frontEnd->release(others[1]);
+    EXPECT_EQ(session.frontEnd->numChannels(), 3u);
+    // The front end frees those that nobody gave back; a build that looks for leaks would tell.
 }
 
 TEST(Status, IsPolledFromTwoThreadsOverRecordingsOfEveryEnd) {

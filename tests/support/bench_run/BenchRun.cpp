@@ -1,6 +1,6 @@
 #include "tests/support/bench_run/BenchRun.h"
 
-#include "common/source/source_utilities/uEnvironment.h"
+#include "tests/support/bench_run/environment.h"
 
 #include <fstream>
 #include <stdexcept>
@@ -9,8 +9,6 @@
 namespace bench_run {
 
 namespace {
-
-using VX_QRS::uEnvironment;
 
 constexpr const char* variables[] = {"ORV_BENCH_SCENARIO", "ORV_BENCH_DIR",    "ORV_BENCH_PLAY",
                                      "COMMON_HELIX",       "VX_TRACE_LOGGING", "USERPROFILE"};
@@ -27,21 +25,21 @@ std::string scenarioText(const Target& target) {
 BenchRun::BenchRun(const Target& target) {
     std::filesystem::create_directories(benchFolder());
     test_support::writeText(folder.file("recording.toml"), scenarioText(target));
-    uEnvironment::set("ORV_BENCH_SCENARIO", folder.file("recording.toml").c_str());
-    uEnvironment::set("ORV_BENCH_DIR", benchFolder().c_str());
-    uEnvironment::set("ORV_BENCH_PLAY", "");
+    setVariable("ORV_BENCH_SCENARIO", folder.file("recording.toml").c_str());
+    setVariable("ORV_BENCH_DIR", benchFolder().c_str());
+    setVariable("ORV_BENCH_PLAY", "");
     if (!target.play.empty()) {
         test_support::writeText(folder.file("play.bin"), target.play);
-        uEnvironment::set("ORV_BENCH_PLAY", folder.file("play.bin").c_str());
+        setVariable("ORV_BENCH_PLAY", folder.file("play.bin").c_str());
     }
-    uEnvironment::set("COMMON_HELIX", std::filesystem::path(ORV_PROGRAM_FOLDER).make_preferred().string().c_str());
-    uEnvironment::set("VX_TRACE_LOGGING", "1"); // keeps the files of a channel that has gone
-    uEnvironment::set("USERPROFILE", folder.path.string().c_str());
+    setVariable("COMMON_HELIX", std::filesystem::path(ORV_PROGRAM_FOLDER).make_preferred().string().c_str());
+    setVariable("VX_TRACE_LOGGING", "1"); // keeps the files of a channel that has gone
+    setVariable("USERPROFILE", folder.path.string().c_str());
 }
 
 BenchRun::~BenchRun() {
     for (const char* name : variables)
-        uEnvironment::set(name, "");
+        setVariable(name, "");
 }
 
 XmtrLibrary::XmtrLibrary() {

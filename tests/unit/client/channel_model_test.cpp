@@ -185,6 +185,7 @@ protected:
         const bool keeps = expected.archive != 0 && expected.state != Calibrated;
         const std::string last = expected.data;
         const std::string kept = stem + "." + std::to_string(expected.archive) + ".bin";
+        std::filesystem::remove(kept); // not every system renames onto a file that is there
         expected.data.assign(16384 * (random() % 4), static_cast<char>('a' + random() % 26));
         model.setRecorded({expected.data.begin(), expected.data.end()});
         channel->start(false);

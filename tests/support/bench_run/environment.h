@@ -1,0 +1,9 @@
+#pragma once
+
+namespace bench_run {
+
+/// Sets a variable for this process, its libraries, whatever way they ask for it, and the processes that it starts. An
+/// empty value removes it.
+void setVariable(const char* name, const char* value);
+
+} // namespace bench_run
