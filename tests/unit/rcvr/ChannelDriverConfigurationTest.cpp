@@ -128,6 +128,13 @@ TEST_F(Configuration, APropertiesFileThatCannotBeOpenedIsInvalid) {
     makeDriver();
     std::filesystem::create_directories(propertiesFile());
     EXPECT_EQ(failureOf([&] { driver->SetConfiguration(settingsFile().c_str()); }), "Error 6: invalid file");
+    EXPECT_EQ(driver->Settings().numPins, 1U) << "the old settings stay in force";
+}
+
+TEST_F(Configuration, AListWithMorePinsThanAskedForIsNotGranted) {
+    device("unit kite\nport 3\nentry\ntrace port\npinout p=pti=2,3,4,5\n");
+    EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),
+              "Error 1: operation failed : failed to find a pin map with at least 2 data pins for cpu.");
 }
 
 TEST_F(Configuration, MoreChannelsThanTheUnitHasAreRefused) {

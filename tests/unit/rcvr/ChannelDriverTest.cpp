@@ -193,30 +193,39 @@ TEST_F(ChannelDriverTest, AStartWhileRecordingIsIgnored) {
     driver->NotifySystemStateChange(0);
 }
 
-TEST_F(ChannelDriverTest, StartAndStopHoldTheLockAcrossTheFrontEndsCall) {
+TEST_F(ChannelDriverTest, StartAndStopHoldTheLockForWhichStatusAndAttributesWait) {
     makeDriver();
-    std::thread poll;
-    std::atomic<bool> answered{false};
-    const auto expectStatusWaits = [&] {
-        answered = false;
-        poll = std::thread([&] {
-            ChannelStatus status;
-            driver->GetChannelStatus(&status);
-            answered = true;
+    std::thread status;
+    std::thread attribute;
+    std::atomic<int> answers{0};
+    const auto expectPollsWait = [&] {
+        answers = 0;
+        status = std::thread([&] {
+            ChannelStatus out;
+            driver->GetChannelStatus(&out);
+            ++answers;
+        });
+        attribute = std::thread([&] {
+            TraceAttribute out;
+            driver->GetAttribute("targetSync", &out);
+            ++answers;
         });
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        EXPECT_FALSE(answered);
+        EXPECT_EQ(answers, 0);
     };
-    EXPECT_CALL(channel, start(false)).WillOnce([&](bool) { expectStatusWaits(); });
+    const auto expectAnswers = [&] {
+        status.join();
+        attribute.join();
+        EXPECT_EQ(answers, 2);
+    };
+    EXPECT_CALL(channel, start(false)).WillOnce([&](bool) { expectPollsWait(); });
     driver->StartRecording(false);
-    poll.join();
-    EXPECT_TRUE(answered);
+    expectAnswers();
+    EXPECT_CALL(channel, stop()).WillOnce(expectPollsWait);
     const LogCapture log(folder, "1");
-    EXPECT_CALL(channel, stop()).WillOnce(expectStatusWaits);
     driver->StopRecording();
-    poll.join();
-    EXPECT_TRUE(answered);
     EXPECT_THAT(log.lines(), ElementsAre("M ORV Receiver : StopRecording success"));
+    expectAnswers();
 }
 
 TEST_F(ChannelDriverTest, FailuresOfStartAndStopBecomeErrorsAndFreeTheLock) {

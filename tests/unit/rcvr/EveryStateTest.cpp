@@ -49,6 +49,8 @@ protected:
             expectGuarded("GetTotalNumPins", [&] { receiver->GetTotalNumPins(name); });
             expectGuarded("GetPinsForFunction", [&] { receiver->GetPinsForFunction(name, nullptr); });
             expectGuarded("OnTraceSystemStateChange", [&] { receiver->OnTraceSystemStateChange(name, 0); });
+            expectGuarded("RegisterCpuHalt", [&] { driver->RegisterCpuHalt(name, false); });
+            expectGuarded("UnregisterCPU", [&] { driver->UnregisterCPU(name); });
             expectGuarded("OnTraceJobChange", [&] { receiver->OnTraceJobChange(name, 0); });
             expectGuarded("AllocateChannel", [&] {
                 receiver->ReleaseChannel(receiver->AllocateChannel(name, nullptr, 0xFFFFFFFF, 0xFFFFFFFF));
@@ -56,6 +58,7 @@ protected:
         }
         expectGuarded("GetChannelStatus", [&] { driver->GetChannelStatus(&status); });
         expectGuarded("GetChannelStatus", [&] { driver->GetChannelStatus(nullptr); });
+        expectGuarded("AreAllCpusHalted", [&] { driver->AreAllCpusHalted(); });
         expectGuarded("GetProgress", [&] { driver->GetProgress(&number, &percent, &text); });
         expectGuarded("GetProgress", [&] { driver->GetProgress(nullptr, nullptr, nullptr); });
         expectGuarded("StartRecording", [&] { driver->StartRecording(false); });
@@ -79,6 +82,24 @@ TEST_F(EveryState, AnswersWithAnErrorOrAnEffect) {
             driver->SetTargetState(targetState);
             channel.metrics.state = state;
             callEverything();
+        }
+    }
+}
+
+TEST_F(EveryState, TakesEveryEventOfTheTarget) {
+    const std::string longName(100000, 'x');
+    for (int state = -1; state < 9; ++state) {
+        channel.metrics.state = state;
+        for (const char* follows : {"true", "false"}) {
+            channel.properties["targetSync"] = follows;
+            for (const char* name : {static_cast<const char*>(nullptr), "", "cpu", longName.c_str()}) {
+                for (unsigned event = 0; event < 10; ++event) {
+                    expectGuarded("OnTargetStateChange", [&] { receiver->OnTargetStateChange(name, event); });
+                    expectGuarded("OnTraceSystemStateChange", [&] { receiver->OnTraceSystemStateChange(name, event); });
+                    driver->NotifySystemStateChange(event);
+                    driver->ApplyTraceEnd(event % 2 == 0);
+                }
+            }
         }
     }
 }
