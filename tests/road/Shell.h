@@ -15,8 +15,11 @@ public:
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
 
-    /// What Ctrl-C does, or the nearest that can be sent to one process.
-    void interrupt();
+    /// What Ctrl-C does, or the nearest that can be sent to one process. False when the system cannot do it here: a
+    /// console event needs a console.
+    bool interrupt();
+    /// Ends it the hard way; it still has to be waited for.
+    void end();
     /// Its exit code, -1 when it did not end by itself.
     int wait();
 

@@ -148,15 +148,26 @@ TEST_P(Scenarios, EndAsTheirAuthorSays) {
         checkEye();
 }
 
-INSTANTIATE_TEST_SUITE_P(Bench, Scenarios,
-                         testing::Values("clean", "bench-cable", "step-down", "slow", "one-pin", "two-pin", "tpiu",
-                                         "tpiulite", "self-test", "no-clock", "too-fast", "too-many-bits", "stuck-pin",
-                                         "swapped-pins", "glitches", "wrap", "stop-on-full", "stop-by-user",
-                                         "trigger-file"),
+const std::vector<const char*> tested{"clean",    "bench-cable",   "step-down",    "slow",         "one-pin",
+                                      "two-pin",  "tpiu",          "tpiulite",     "self-test",    "no-clock",
+                                      "too-fast", "too-many-bits", "stuck-pin",    "swapped-pins", "glitches",
+                                      "wrap",     "stop-on-full",  "stop-by-user", "trigger-file"};
+
+INSTANTIATE_TEST_SUITE_P(Bench, Scenarios, testing::ValuesIn(tested),
                          [](const testing::TestParamInfo<const char*>& scenario) {
                              std::string name = scenario.param;
                              std::replace(name.begin(), name.end(), '-', '_');
                              return name;
                          });
+
+TEST(ScenarioList, HasNoScenarioThatIsNotTested) {
+    const RunSpace space;
+    const Outcome told = space.run({"scenarios", "--json"});
+    ASSERT_EQ(told.code, 0) << told.errors;
+    std::vector<std::string> names;
+    for (const json& scenario : told.json)
+        names.push_back(scenario.at("name"));
+    EXPECT_THAT(names, testing::UnorderedElementsAreArray(tested));
+}
 
 } // namespace

@@ -38,13 +38,17 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
 
 RunningProgram::~RunningProgram() {
     if (!state->waited) {
-        kill(state->process, SIGKILL);
+        end();
         wait();
     }
 }
 
-void RunningProgram::interrupt() {
-    kill(state->process, SIGINT);
+bool RunningProgram::interrupt() {
+    return kill(state->process, SIGINT) == 0;
+}
+
+void RunningProgram::end() {
+    kill(state->process, SIGKILL);
 }
 
 int RunningProgram::wait() {

@@ -22,9 +22,6 @@ HANDLE openOutput(const std::filesystem::path& file) {
 RunningProgram::RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
                                const std::filesystem::path& output, const std::filesystem::path& errors)
     : state(std::make_unique<State>()) {
-    // Events go to the processes of one console; without one there is nobody to send them.
-    if (GetConsoleWindow() == nullptr)
-        AllocConsole();
     std::string line = "\"" + program.string() + "\"";
     for (const std::string& argument : arguments)
         line.append(" \"").append(argument).append("\"");
@@ -44,14 +41,18 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
 
 RunningProgram::~RunningProgram() {
     if (!state->waited) {
-        TerminateProcess(state->process.hProcess, 1);
+        end();
         wait();
     }
 }
 
-void RunningProgram::interrupt() {
+bool RunningProgram::interrupt() {
     // A new process group ignores Ctrl-C itself; Ctrl-Break reaches the same handler.
-    GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, state->process.dwProcessId);
+    return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, state->process.dwProcessId) != FALSE;
+}
+
+void RunningProgram::end() {
+    TerminateProcess(state->process.hProcess, 1);
 }
 
 int RunningProgram::wait() {
