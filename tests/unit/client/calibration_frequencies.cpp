@@ -40,6 +40,23 @@ TEST_F(CalibrationTest, AStableClockIsMeasuredTwiceAtTheFirstRung) {
     EXPECT_EQ(waits.sleeps, 2U);
 }
 
+TEST_F(CalibrationTest, AClockIsMeasuredWithTheFullFilterWhateverTheUserAskedFor) {
+    openChannel("filters=1,1,1,1,1\n");
+    rate(50e6);
+    inside().measureAndVerifyFreq();
+    for (const std::uint32_t conditioning : model.written(0x0800813E)) {
+        EXPECT_EQ(conditioning >> 12, 7U);
+    }
+}
+
+TEST_F(CalibrationTest, AMeasurementThatNeverBeganLeavesNoRateOfEarlierWork) {
+    openChannel();
+    inside().clocking().exportFrequency = 33e6;
+    model.failNext(Call::Write, "disconnected from server");
+    EXPECT_THROW(inside().measureAndVerifyFreq(), std::runtime_error);
+    EXPECT_EQ(inside().clocking().exportFrequency, 0.0);
+}
+
 TEST_F(CalibrationTest, AClockThatSettlesIsMeasuredAgainAtTheSameRung) {
     openChannel();
     counts({1000000, 1100000, 1000000, 1100000, 1000000, 1000000});

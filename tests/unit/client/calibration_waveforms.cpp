@@ -311,6 +311,12 @@ TEST(FindPeakCorrelation, LooksNoFurtherThanItsRange) {
     EXPECT_EQ(delay, -5);
 }
 
+TEST(CountOnes, HoldsForStreamsOfAnyLength) {
+    const std::vector<std::uint16_t> ones(40000, 0xFFFF);
+    EXPECT_EQ(analysis::countOnes(ones, 0, 640000, 0), 640000.0);
+    EXPECT_EQ(analysis::countCommonOnes(ones, ones, 3, 600001, 7), 600001.0);
+}
+
 TEST(CorrelateBits, ReadsZerosBehindTheBurst) {
     const std::vector<std::uint16_t> ones(4, 0xFFFF);
     EXPECT_EQ(analysis::countOnes(ones, 32, 32, 0), 32.0);

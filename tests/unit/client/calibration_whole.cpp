@@ -181,6 +181,15 @@ TEST_F(CalibrationTest, TheSlowestSettingsFailureIsTheOneThatIsSeen) {
     EXPECT_TRUE(exists(stem + ".freq0.cap.txt"));
 }
 
+TEST_F(CalibrationTest, AFailedAttemptDumpsTheRegistersOnceMore) {
+    openChannel("verifyCal=false\n");
+    rates({25e6, 50e6});
+    EXPECT_THROW(channel->calibrate(), Exception);
+    // With each setting that is written: the user's, one for each rate that is measured, one in each attempt.
+    const auto lines = model.log();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), registerDumpLine), 1 + 2 + 2 + 2);
+}
+
 TEST_F(CalibrationTest, AnyOtherStatusEndsTheCalibrationAtOnce) {
     openChannel("verifyCal=false\n");
     rates({25e6, 50e6});
