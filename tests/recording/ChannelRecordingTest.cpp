@@ -11,7 +11,7 @@
 namespace recording_test {
 
 using namespace VX_QRS::ORV::CLIENT;
-using testing::MatchesRegex;
+using testing::HasSubstr;
 
 namespace {
 
@@ -53,7 +53,7 @@ TEST(MarginWatching, EndsARecordingWhoseMarginIsTooSmall) {
     session.waitUntilDone();
     EXPECT_EQ(session.status().state, Failed);
     EXPECT_THAT(session.status().errorText,
-                MatchesRegex("eOVS.13. : over sampling error : oversampling clock margin failure at index [0-9]+"));
+                HasSubstr("over sampling error : oversampling clock margin failure at index "));
     EXPECT_EQ(session.file().size(), 0u) << "nothing is uploaded";
     EXPECT_TRUE(test_support::exists(session.stem() + ".err.cap.txt"));
     session.channel->setProperty("ovsMargin", "0");

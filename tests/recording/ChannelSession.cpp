@@ -56,9 +56,8 @@ void ChannelSession::record(std::uint32_t bytes) {
 }
 
 std::string ChannelSession::expected() const {
-    const auto contents = readContents(bench.benchFolder());
-    return contents.empty() ? ""
-                            : expectedFile(contents.back(), {target.play.empty() ? generated() : played(target.play)});
+    const auto contents = lastContents(bench.benchFolder());
+    return !contents ? "" : expectedFile(*contents, {target.play.empty() ? generated() : played(target.play)});
 }
 
 } // namespace recording_test

@@ -61,20 +61,21 @@ bench::ContentPointer generated() {
     return bench::makeGeneratedTrace(defaultSeed);
 }
 
-std::vector<Contents> readContents(const std::string& benchFolder) {
-    std::vector<Contents> all;
+std::optional<Contents> lastContents(const std::string& benchFolder) {
     std::ifstream in(benchFolder + "/contents.jsonl");
-    for (std::string line; std::getline(in, line);) {
-        const auto json = nlohmann::json::parse(line);
-        Contents one;
-        one.packets = json.at("framing") == "packets";
-        one.blocksOverwritten = json.at("blocks_overwritten");
-        one.blocks = json.at("blocks");
-        for (const auto& run : json.at("runs"))
-            one.runs.push_back({run.at("first_word"), run.at("words")});
-        all.push_back(one);
-    }
-    return all;
+    std::string last;
+    for (std::string line; std::getline(in, line);)
+        last = line;
+    if (last.empty())
+        return std::nullopt;
+    const auto json = nlohmann::json::parse(last);
+    Contents one;
+    one.packets = json.at("framing") == "packets";
+    one.blocksOverwritten = json.at("blocks_overwritten");
+    one.blocks = json.at("blocks");
+    for (const auto& run : json.at("runs"))
+        one.runs.push_back({run.at("first_word"), run.at("words")});
+    return one;
 }
 
 std::string expectedFile(const Contents& contents, const Sent& sent) {

@@ -3,6 +3,7 @@
 #include "bench/signal/Content.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,8 @@ struct Contents {
     std::vector<Run> runs;
 };
 
-/// All recordings that have ended, the last one last.
-std::vector<Contents> readContents(const std::string& benchFolder);
+/// Of the last recording that has ended; nothing when there was none.
+std::optional<Contents> lastContents(const std::string& benchFolder);
 
 /// The file that has to come of it, byte for byte.
 std::string expectedFile(const Contents& contents, const Sent& sent);

@@ -115,7 +115,7 @@ TEST(WrapMode, TellsOnlyOfAWrapThatTookPlace) {
     session.stop();
     session.finish();
     EXPECT_EQ(session.attribute("orvBufHasWrapped"), "true");
-    EXPECT_GT(readContents(session.bench.benchFolder()).back().blocksOverwritten, 0u);
+    EXPECT_GT(lastContents(session.bench.benchFolder())->blocksOverwritten, 0u);
     EXPECT_EQ(session.differenceFromSent(), "");
 }
 
@@ -134,23 +134,18 @@ TEST(TriggerFile, EndsARecordingAsAStopDoes) {
 
 TEST(ErrorWhileRecording, OfTheUnitEndsItWithoutAnUpload) {
     Target target;
+    target.speed = 0.1; // far from full by then
     target.more = "[unit]\nerror_b = 0x4000\nerror_after = 0.3\n";
     LibrarySession session(target);
     session.configure(9);
     session.start();
     EXPECT_EQ(session.finish(), "Stopped by error : upload complete : orv receiver error 16384");
     EXPECT_EQ(session.file().size(), 0u);
-    // The next recording starts from there, and ends the same way.
-    session.start();
-    session.waitForBytes(block);
-    session.stop();
-    EXPECT_EQ(session.finish(), "Stopped by user : upload complete");
-    EXPECT_EQ(session.differenceFromSent(), "");
 }
 
 TEST(ErrorWhileRecording, OfTheServerKeepsWhatStillCame) {
     Target target;
-    target.speed = 1;
+    target.speed = 0.1;
     target.more = "[[faults.at]]\ncommand = \"?\"\nnth = 400\naction = \"error_record\"\ncode = 7\n"
                   "text = \"overrun\"\ndetail = \"port 2\"\n";
     LibrarySession session(target);

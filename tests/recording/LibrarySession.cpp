@@ -101,12 +101,12 @@ std::string LibrarySession::stem() const {
 }
 
 std::string LibrarySession::differenceFromSent(bool prefix) const {
-    const auto contents = readContents(bench.benchFolder());
-    if (contents.empty())
+    const auto contents = lastContents(bench.benchFolder());
+    if (!contents)
         return "the bench knows of no recording";
     const Sent sent{target.play.empty() ? generated() : played(target.play),
                     std::string(target.kind) == "pti" ? 64u : 0u};
-    return difference(file(), expectedFile(contents.back(), sent), prefix);
+    return difference(file(), expectedFile(*contents, sent), prefix);
 }
 
 } // namespace recording_test

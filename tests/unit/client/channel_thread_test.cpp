@@ -207,6 +207,17 @@ TEST_F(ThreadTest, ChannelCanBeDeletedInTheMiddleOfARecording) {
     remakeChannel();
 }
 
+TEST_F(ThreadTest, FilesOutliveALoggedChannel) {
+    VX_QRS::uEnvironment::set("VX_TRACE_LOGGING", "1");
+    remakeChannel();
+    VX_QRS::uEnvironment::set("VX_TRACE_LOGGING", "");
+    openCalibrated();
+    record('a');
+    channel.reset();
+    EXPECT_TRUE(readText(binPath()) == block('a'));
+    remakeChannel();
+}
+
 TEST_F(ThreadTest, TerminateWithoutAThreadReturnsAtOnce) {
     inside().terminateThread();
     inside().terminateThread();
