@@ -33,7 +33,7 @@ const std::vector<Room>& rooms() {
         {"client", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx"}},
         {"rcvr", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx", "client"}},
         {"bench", {"common", "rcvr/framework"}},
-        // The library itself is loaded by name; the commands that work on files and on the device data base need no library.
+        // The library itself is loaded by name; commands that work on files and on the device data base need none.
         {"host", {"rcvr/framework", "pinmap", "tdf"}},
     };
     return all;
