@@ -181,6 +181,26 @@ TEST(TryPinout, TakesTheFirstListOfOneRequestOrNothing) {
     EXPECT_THAT(grant.pins, ElementsAre(9));
     EXPECT_TRUE(tryPinout(grant, pinouts, owners, "p", {"pti", 1, true}, {2}, {4, 5}));
     EXPECT_THAT(grant.pins, ElementsAre(4, 5));
+    // At least as many: no more are needed.
+    EXPECT_TRUE(tryPinout(grant, pinouts, owners, "p", {"pti", 1, false}, {}, {}));
+    EXPECT_THAT(grant.pins, ElementsAre(2, 3));
+    EXPECT_TRUE(tryPinout(grant, pinouts, owners, "p", {"pti", 0, false}, {2}, {}));
+    EXPECT_THAT(grant.pins, ElementsAre(4, 5));
+    EXPECT_FALSE(tryPinout(grant, pinouts, owners, "p", {"pti", 2, false}, {}, {}));
+}
+
+TEST(PinSearch, GrantsOfEarlierSearchesAndPinoutsAreForgotten) {
+    Search search{pinoutsOf({{"p", "pti=2,3"}, {"q", "pti=2,3,4;tpiu=4,5"}, {"r", "pti=6,7,8,9"}}),
+                  {{"a", {"pti", 2, true}}, {"b", {"tpiu", 2, true}}}};
+    search.grants["old"] = {{9}, "before"};
+    EXPECT_FALSE(search.run());
+    // The last pin-out that was tried grants neither.
+    EXPECT_THAT(search.grants, IsEmpty());
+    search.requests["b"].dataPins = 1;
+    search.pinouts["q"]["tpiu"][0] = {5, 6};
+    EXPECT_TRUE(search.run());
+    EXPECT_EQ(search.grants.size(), 2U);
+    EXPECT_EQ(search.pinoutName, "q");
 }
 
 // The same search written down as plainly as it is told, for comparison.

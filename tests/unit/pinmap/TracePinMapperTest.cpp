@@ -187,6 +187,14 @@ TEST_F(PinMapFile, GivesThePinoutsOfAllSections) {
     EXPECT_EQ(mapper.getOwnerName("pti"), "");
 }
 
+TEST_F(PinMapFile, ReadAgainForgetsWhatWasThere) {
+    mapper.readPinMapFile(file("first=pti=2,3\n").c_str());
+    mapper.readPinMapFile(file("second=pti=4,5\n").c_str());
+    EXPECT_EQ(textOf(mapper.getPinouts()), "second:pti=4,5; ");
+    EXPECT_NE(textOfFailure([&] { mapper.readPinMapFile(file("").c_str()); }), "no failure");
+    EXPECT_EQ(textOf(mapper.getPinouts()), "");
+}
+
 TEST_F(PinMapFile, WithoutPinsOrWithABadNumberIsCorrupted) {
     for (const char* text : {"", "a=b\n", "a=pti=\n", "a=pti=1,,2\n", "a=pti=1=2\n"}) {
         const std::string path = file(text);
