@@ -30,11 +30,11 @@ public:
 
     void setUp(CLI::App& app) override {
         app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required();
-        app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok");
-        app.add_option("--csv", csv, "Write comma-separated values, a line for each sample");
+        app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->type_name("FILE");
+        app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->type_name("FILE");
         app.add_option("--from", from, "First sample (0)")->check(CLI::NonNegativeNumber);
         app.add_option("--to", to, "One behind the last sample (all)")->check(CLI::PositiveNumber);
-        app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)");
+        app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->type_name("LIST");
         app.add_flag("--force", force, "Overwrite outputs that exist");
         addJson(app);
         app.footer("Times come from the samples a second that the burst's head gives.\n"

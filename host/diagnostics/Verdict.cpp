@@ -162,6 +162,11 @@ std::optional<ClockMargin> clockMarginOf(const FileGroup& attempt) {
 Verdict judge(const DiagnosticSet& set, const FileGroup& attempt) {
     if (!attempt.setting && set.manual())
         return {Outcome::Accepted, Reason::Manual, {}, "Taken with given values; nothing was measured or proved."};
+    if (!attempt.setting && set.attempts.empty())
+        return {
+            Outcome::Refused, Reason::Unmeasured, {}, "No frequency setting could be used, so that none was tried."};
+    if (!attempt.setting)
+        return {Outcome::Untold, Reason::None, {}, "A burst that was taken by itself, beside the attempts."};
     if (attempt.verification)
         return judgeProof(set, attempt);
     if (attempt.cal || attempt.burst)

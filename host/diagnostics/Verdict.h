@@ -15,7 +15,19 @@ struct Verdict {
         Refused,  ///< the receiver gave this setting up
         Untold,   ///< the files do not say
     };
-    enum class Reason { None, Position, Margin, Value, Pattern, SideBand, Timeout, NoProof, Manual, Unproved };
+    enum class Reason {
+        None,
+        Position,
+        Margin,
+        Value,
+        Pattern,
+        SideBand,
+        Timeout,
+        NoProof,
+        Manual,
+        Unproved,
+        Unmeasured
+    };
 
     Outcome outcome = Outcome::Untold;
     Reason reason = Reason::None;

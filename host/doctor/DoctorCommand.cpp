@@ -19,10 +19,9 @@ public:
     void setUp(CLI::App& app) override {
         app.add_option("place", place, "Folder of a run, stem of its files, or one of them")->required();
         addJson(app);
-        app.footer(
-            "Every finding says what it rests on. Exit code 10 when there is a fault; 3 when there is none, but\n"
-            "a file is damaged and was left out.\n"
-            "Example: orvtrace doctor run");
+        app.footer("Every finding says what it rests on. Exit code 10 when there is a fault, and 3\n"
+                   "when there is none but a damaged file was left out.\n"
+                   "Example: orvtrace doctor run");
     }
 
     ExitCode run() override {

@@ -19,11 +19,12 @@ public:
 
     void setUp(CLI::App& app) override {
         app.add_option("place", place, "Folder of a run, stem of its files, or one of them")->required();
-        app.add_option("--out", out, "The page to write (NAME.report.html in the folder, or beside the files)");
+        app.add_option("--out", out, "The page to write (NAME.report.html in the folder, or beside the files)")
+            ->type_name("FILE");
         app.add_flag("--force", force, "Overwrite a page that exists");
         addJson(app);
-        app.footer("The page is one HTML file that needs nothing else. Exit code 3 when a file is damaged; the page\n"
-                   "is then made from the others.\n"
+        app.footer("The page is one HTML file that needs nothing else. Exit code 3 when a damaged\n"
+                   "file was left out.\n"
                    "Example: orvtrace report run");
     }
 

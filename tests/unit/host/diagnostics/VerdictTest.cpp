@@ -130,6 +130,7 @@ TEST(Verdict, NothingMeasuredIsNoRefusalWithGivenValues) {
     set.base.cal->exportKind = "pti";
     EXPECT_FALSE(set.manual());
     EXPECT_EQ(calibrated(set, {}), false);
+    EXPECT_EQ(judge(set, set.base).reason, Reason::Unmeasured);
     set.properties = parseProperties("[Channel 0]\ncalMode=manual\n", "x");
     EXPECT_TRUE(set.manual());
 }
