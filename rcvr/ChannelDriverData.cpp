@@ -64,8 +64,8 @@ ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample,
     ReadResult result;
     // A read that met the end of the growing file left the stream failed.
     readStream.clear();
-    readStream.seekg(0, std::ios::end);
-    const std::streamoff length = readStream.is_open() ? static_cast<std::streamoff>(readStream.tellg()) : 0;
+    // The buffer tells in one step where the end is; it is below 0 for a file that is not open.
+    const std::streamoff length = readStream.rdbuf()->pubseekoff(0, std::ios::end, std::ios::in);
     result.available = samplesIn(length > 0 ? static_cast<std::uint64_t>(length) : 0);
     if (startSample >= result.available) {
         logMessage("%s : seek read start sample out of range", programLabel);

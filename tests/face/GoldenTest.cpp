@@ -150,8 +150,14 @@ TEST_F(GoldenFace, TheLogOfAWholeRecording) {
         << log;
     std::istringstream in(withPlainLineEnds(readBytes(log)));
     std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(masked(line));
+    for (std::string line; std::getline(in, line);) {
+        // A create that met a server which did not listen yet was made again.
+        if (line.ends_with("on entry g_refCnt=0"))
+            lines.resize(std::min<std::size_t>(lines.size(), 2));
+        // Whether there is a server already is not this test's business: one of the last run may be about to end.
+        if (line.find("MpxEcomProxy: starting server") == std::string::npos)
+            lines.push_back(masked(line));
+    }
     compare("recording.log", inOneOrder(lines));
 }
 
