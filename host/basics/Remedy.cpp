@@ -23,7 +23,7 @@ constexpr std::array entries{
     Entry{ExitCode::NoSystem, "server", "is the data server still running? the log in the run's folder tells more"},
     Entry{ExitCode::CalibrationRefused, "This device is not supported", "check the CPU's full name, such as bench/app"},
     Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins tells which pins this device has"},
-    Entry{ExitCode::CalibrationRefused, "", "orvtrace doctor on the run's folder tells what it rests on"},
+    Entry{ExitCode::CalibrationRefused, "", "orvtrace doctor DIR, with the run's folder, tells why"},
     Entry{ExitCode::RecordingError, "Stopped by error", "the log in the run's folder tells more"},
 };
 

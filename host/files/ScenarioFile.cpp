@@ -1,6 +1,7 @@
 #include "host/files/ScenarioFile.h"
 
 #include <algorithm>
+#include <cmath>
 #include <sstream>
 
 #include <toml++/toml.h>
@@ -62,14 +63,15 @@ void addTarget(std::vector<std::string>& traits, const View& transmitter, const 
 
 void addPin(std::vector<std::string>& traits, const toml::table& pin) {
     const std::string name = "EMU pin " + std::to_string(pin["emu"].value_or(0));
-    const auto add = [&](const char* key, const std::string& before, const std::string& behind) {
+    const auto add = [&](const char* key, const char* before, const char* positive, const char* negative) {
         if (const auto value = pin[key].value<double>(); value && *value != 0.0)
-            traits.push_back(name + before + numberText(*value) + behind);
+            traits.push_back(name + before + numberText(std::abs(*value)) + (*value > 0.0 ? positive : negative));
     };
-    add("skew", " comes ", " samples late");
-    add("late_fall", " falls ", " samples later than it rises");
-    add("jitter", " jitters by ", " samples rms");
-    add("drift", " drifts by ", " samples a second while trace is sent");
+    add("skew", " comes ", " samples late", " samples early");
+    add("late_fall", " falls ", " samples later than it rises", " samples earlier than it rises");
+    add("jitter", " jitters by ", " samples rms", " samples rms");
+    add("drift", " drifts later by ", " samples a second while trace is sent",
+        " samples a second, towards early, while trace is sent");
     if (const auto level = pin["stuck"].value<int>())
         traits.push_back(name + " is stuck at " + std::to_string(*level));
     if (pin["open"].value_or(false))

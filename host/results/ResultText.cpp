@@ -1,5 +1,6 @@
 #include "host/results/ResultText.h"
 
+#include <cmath>
 #include <cstdio>
 #include <sstream>
 
@@ -14,10 +15,12 @@ template <class Number>
 std::string orDash(const std::optional<Number>& value) {
     if (!value)
         return "-";
-    if constexpr (std::is_floating_point_v<Number>)
-        return print("%.3f", static_cast<double>(*value));
-    else
+    if constexpr (std::is_floating_point_v<Number>) {
+        // A pin that never changes correlates with nothing.
+        return std::isfinite(*value) ? print("%.3f", static_cast<double>(*value)) : std::string("-");
+    } else {
         return std::to_string(*value);
+    }
 }
 
 std::string marginText(const PinReport& pin) {

@@ -1,5 +1,7 @@
 #include "host/results/ResultText.h"
 
+#include <limits>
+
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -65,6 +67,13 @@ TEST(ResultText, TellsChosenRejectedPinsAndFiles) {
     EXPECT_THAT(text, HasSubstr("recorded 8.00 kB (1024 samples)"));
     EXPECT_THAT(text, HasSubstr("CRC-32 cbf43926"));
     EXPECT_THAT(text, HasSubstr("x.bin\n"));
+}
+
+TEST(ResultText, APinThatNeverChangesHasNoCorrelation) {
+    RecordResult result = sample();
+    result.calibration->pins[1].correlationAtZero = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_THAT(resultText(result), HasSubstr("-5 +6            -\n"));
+    EXPECT_TRUE(nlohmann::json::parse(resultJson(result))["calibration"]["pins"][1]["correlationAtZero"].is_null());
 }
 
 TEST(ResultText, SeveralRecordingsAreNumbered) {
