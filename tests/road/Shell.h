@@ -15,8 +15,10 @@ public:
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;
 
-    /// What Ctrl-C does, or the nearest that can be sent to one process. False when the system cannot do it here: a
-    /// console event needs a console.
+    /// Whether interrupt() works on this system. Ask first: a program that is ended the hard way leaves its data server
+    /// to find out by itself, and the next run would meet that one.
+    static bool canInterrupt();
+    /// What Ctrl-C does, or the nearest that can be sent to one process. False when it could not be sent.
     bool interrupt();
     /// Ends it the hard way; it still has to be waited for.
     void end();

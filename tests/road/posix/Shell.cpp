@@ -43,6 +43,10 @@ RunningProgram::~RunningProgram() {
     }
 }
 
+bool RunningProgram::canInterrupt() {
+    return true;
+}
+
 bool RunningProgram::interrupt() {
     return kill(state->process, SIGINT) == 0;
 }

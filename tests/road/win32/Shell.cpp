@@ -46,6 +46,11 @@ RunningProgram::~RunningProgram() {
     }
 }
 
+bool RunningProgram::canInterrupt() {
+    // Wine refuses console events, with a terminal too.
+    return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") == nullptr;
+}
+
 bool RunningProgram::interrupt() {
     // A new process group ignores Ctrl-C itself; Ctrl-Break reaches the same handler.
     return GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, state->process.dwProcessId) != FALSE;
