@@ -17,11 +17,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Whole samples of skew at 28 samples in a period and no jitter: every burst shows the same, whenever it is taken.
+/// Whole samples of skew at 28 samples in a period, no jitter, and no synchronisation sequences, of which a burst would
+/// hold more or fewer: every burst shows the same, whenever it is taken.
 bench::Scenario wholeSamples() {
     bench::Scenario scenario;
     scenario.name = "whole samples";
     scenario.cpu = "bench/app";
+    scenario.kind = bench::ExportKind::Tpiu;
     scenario.pins = 4;
     scenario.transmitter.frequencies = {25e6, 50e6};
     const double skews[] = {0.0, 1.0, 3.0, 2.0, 0.0};
