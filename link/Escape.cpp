@@ -14,8 +14,7 @@ namespace {
 // shifted, whether or not there is one. Only a further special byte in the same block takes a branch. What is stored too
 // much is overwritten by the bytes that follow.
 using Block __attribute__((vector_size(16))) = std::uint8_t;
-using Pairs __attribute__((vector_size(16))) = std::uint16_t;
-using Narrow __attribute__((vector_size(8))) = std::uint8_t;
+using Chars __attribute__((vector_size(16))) = char;
 using Words __attribute__((vector_size(16))) = std::uint64_t;
 
 constexpr std::size_t blockSize = sizeof(Block);
@@ -53,24 +52,22 @@ bool any(const Block& marked) {
     return (words[0] | words[1]) != 0;
 }
 
-// The bytes that are marked, as one bit in each four, those of the first byte lowest.
-using Flags = std::uint64_t;
-constexpr unsigned bitsPerFlag = 4;
+// The bytes that are marked, one bit each, that of the first byte lowest. One instruction of every x86-64, by the name
+// that both compilers have for it; put together by hand it costs a fifth of the speed.
+using Flags = std::uint32_t;
 
 Flags flagsOf(const Block& marked) {
-    const Pairs halves = std::bit_cast<Pairs>(marked) >> bitsPerFlag;
-    return std::bit_cast<Flags>(__builtin_convertvector(halves, Narrow)) & 0x1111111111111111u;
+    return static_cast<Flags>(__builtin_ia32_pmovmskb128(std::bit_cast<Chars>(marked)));
 }
 
 // 1 when there is a flag. A comparison would say the same, but compilers make branches of it.
 std::size_t oneIfAny(Flags flags) {
-    return (flags | (Flags{0} - flags)) >> 63;
+    return (flags | (Flags{0} - flags)) >> 31;
 }
 
 // Which byte's flag is the lowest; blockSize when there is none.
 std::size_t first(Flags flags) {
-    constexpr Flags behindAll = Flags{1} << 61;
-    return static_cast<std::size_t>(std::countr_zero(flags | behindAll) + 3) / bitsPerFlag;
+    return static_cast<std::size_t>(std::countr_zero(flags | Flags{1} << blockSize));
 }
 
 Flags withoutFirst(Flags flags) {
@@ -232,10 +229,10 @@ Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t
         const Flags f2 = flagsOf(e2);
         const Flags f3 = flagsOf(e3);
         // An escape byte right behind another is data. No encoder writes that.
-        constexpr unsigned last = (blockSize - 1) * bitsPerFlag;
+        constexpr unsigned last = blockSize - 1;
         const Flags pending = state.pending ? 1 : 0;
-        const Flags doubled = (f0 & (f0 << bitsPerFlag | pending)) | (f1 & (f1 << bitsPerFlag | f0 >> last)) |
-                              (f2 & (f2 << bitsPerFlag | f1 >> last)) | (f3 & (f3 << bitsPerFlag | f2 >> last));
+        const Flags doubled = (f0 & (f0 << 1 | pending)) | (f1 & (f1 << 1 | f0 >> last)) |
+                              (f2 & (f2 << 1 | f1 >> last)) | (f3 & (f3 << 1 | f2 >> last));
         if (doubled != 0) {
             state = unescapeSlowly(state, from + groupSize, end, full);
             continue;
