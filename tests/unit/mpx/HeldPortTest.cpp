@@ -199,8 +199,8 @@ TEST_F(HeldPort, ARefusedSecondConnectionIsNoFailure) {
     EXPECT_EQ(constructOnce(proxy, holder.localPort()), "");
     ASSERT_NE(proxy, nullptr);
     EXPECT_EQ(failureText([this] { proxy->start(); }), "");
-    EXPECT_TRUE(served);
     end();
+    EXPECT_TRUE(served);
 }
 
 TEST_F(HeldPort, WithoutACommonFolderTheServerIsFoundInTheDirectoryAtHand) {
