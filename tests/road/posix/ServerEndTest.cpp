@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(Interrupt, TheServerEndsWithTheProgram) {
+TEST(DataServer, EndsWithTheProgramThatStartedIt) {
     const RunSpace space;
     ASSERT_EQ(space.record("one-pin").code, 0);
     // The server inherits the run's folder in its environment.
