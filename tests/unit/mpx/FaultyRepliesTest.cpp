@@ -1,5 +1,6 @@
 // Each operation against each thing that a server can do wrong, on a link in memory.
 
+#include "tests/unit/mpx/FailureText.h"
 #include "tests/unit/mpx/Operations.h"
 
 #include <array>
@@ -25,15 +26,6 @@ constexpr const char* lost = "disconnected from server";
 constexpr const char* unwritten = "failed to write to server";
 constexpr const char* poisoned = "invalid rsp response";
 
-std::string failureOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return {};
-}
-
 // A proxy over a script, and one operation of it that is going to meet trouble.
 class Talk {
 public:
@@ -54,11 +46,11 @@ public:
     Talk& operator=(const Talk&) = delete;
 
     std::string run() {
-        return failureOf([this] { operation.run(*proxy, callback); });
+        return failureText([this] { operation.run(*proxy, callback); });
     }
     // Another request behind the one that failed, and what it says.
     std::string later() {
-        return failureOf([this] { proxy->stop(); });
+        return failureText([this] { proxy->stop(); });
     }
     // The text that leaves the operation where it failed with this one.
     std::string leaving(const std::string& text) const { return operation.swallowsFailures() ? "" : text; }
@@ -254,7 +246,7 @@ void expectNext(Talk& talk, const std::string& next, bool waits = false) {
 
 // A proxy that does not come to be; what it says.
 std::string constructOver(const std::shared_ptr<LinkScript>& script) {
-    const std::string text = failureOf([&] { OrvEcomProxy(std::make_unique<ScriptedLink>(script), 64); });
+    const std::string text = failureText([&] { OrvEcomProxy(std::make_unique<ScriptedLink>(script), 64); });
     script->verify();
     EXPECT_TRUE(script->closed);
     return text;
@@ -441,7 +433,7 @@ TEST(FaultyReplies, CheckCharactersLateOrNeverDoNotPoisonTheNextReply) {
             EXPECT_EQ(talk.run(), "");
             talk.script->expect("$?" + word(8) + "#00").quiet(1).give(late + reply(word(9)), 1);
             std::uint32_t ready = 8;
-            EXPECT_EQ(failureOf([&] { talk.proxy->status(&ready); }), "");
+            EXPECT_EQ(failureText([&] { talk.proxy->status(&ready); }), "");
             EXPECT_EQ(ready, 9u);
             expectNext(talk, "");
         });
@@ -519,7 +511,7 @@ TEST(FaultyGoodbye, ItIsSentBehindAnyFailure) {
         script->expect("$v#00").give(reply(word(1))).expect("$s#00").give(answer).expect("$D#00");
         {
             OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);
-            EXPECT_NE(failureOf([&] { proxy.start(); }), "");
+            EXPECT_NE(failureText([&] { proxy.start(); }), "");
         }
         EXPECT_TRUE(script->closed);
         script->verify();

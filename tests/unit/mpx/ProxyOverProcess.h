@@ -3,6 +3,7 @@
 #include "common/source/source_utilities/uSocket.h"
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
 #include "tests/support/scripted_server/ScriptedServer.h"
+#include "tests/unit/mpx/FailureText.h"
 
 #include <gtest/gtest.h>
 
@@ -11,16 +12,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-
-/// Text of the failure, empty when there was none.
-inline std::string failureText(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return {};
-}
 
 /// A port that nobody listens at, so that no server of somebody else is met.
 inline std::uint32_t freePort() {

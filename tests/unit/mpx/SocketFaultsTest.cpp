@@ -1,6 +1,7 @@
 // Each operation over real sockets, with a server on a thread that does what the test says.
 
 #include "link/GdbTcpipIo.h"
+#include "tests/unit/mpx/FailureText.h"
 #include "tests/unit/mpx/Operations.h"
 #include "tests/unit/mpx/TalkPeer.h"
 
@@ -23,15 +24,6 @@ namespace {
 
 constexpr const char* lost = "disconnected from server";
 constexpr const char* unwritten = "failed to write to server";
-
-std::string failureOf(const std::function<void()>& action) {
-    try {
-        action();
-    } catch (const std::runtime_error& e) {
-        return e.what();
-    }
-    return {};
-}
 
 class SocketFaults : public ::testing::Test {
 protected:
@@ -65,11 +57,11 @@ protected:
     }
 
     std::string run(const Operation& operation) {
-        return failureOf([&] { operation.run(*proxy, callback); });
+        return failureText([&] { operation.run(*proxy, callback); });
     }
 
     std::string stop() {
-        return failureOf([this] { proxy->stop(); });
+        return failureText([this] { proxy->stop(); });
     }
 
     // Each case ends in this.
@@ -186,7 +178,7 @@ TEST_F(SocketFaults, RepliesInSinglesWithCheckCharactersLateOrNever) {
             }));
             EXPECT_EQ(run(operation), "");
             EXPECT_EQ(stop(), "");
-            EXPECT_EQ(failureOf([this] { proxy->cancel(); }), "");
+            EXPECT_EQ(failureText([this] { proxy->cancel(); }), "");
             end();
         }
     }
@@ -210,7 +202,7 @@ TEST_F(SocketFaults, CheckCharactersFiftyMillisecondsLate) {
     }));
     EXPECT_EQ(run(start), "");
     EXPECT_EQ(stop(), "");
-    EXPECT_EQ(failureOf([this] { proxy->cancel(); }), "");
+    EXPECT_EQ(failureText([this] { proxy->cancel(); }), "");
     end();
 }
 
