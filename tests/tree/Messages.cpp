@@ -6,29 +6,23 @@
 #include <map>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string_view>
 
 namespace tree {
 
 namespace {
 
-constexpr std::array<std::string_view, 8> messageRooms{"common/", "link/",   "pinmap/", "tdf/",
-                                                       "mpx/",    "client/", "rcvr/",   "host/"};
+constexpr std::array<std::string_view, 9> messageRooms{"common/", "link/", "pinmap/", "tdf/",  "mpx/",
+                                                       "client/", "rcvr/", "host/",   "bench/"};
 
-/// Files all of whose sentences are meant for a person, wherever they stand in them.
-constexpr std::array<std::string_view, 8> tables{"common/source/Exception.cpp",
-                                                 "rcvr/Error.cpp",
-                                                 "rcvr/StatusText.cpp",
-                                                 "client/analysis/CalRegisters.cpp",
-                                                 "client/patterns/PatternVerifier.cpp",
-                                                 "host/basics/ExitCode.cpp",
-                                                 "host/pins/PinAnswers.cpp",
-                                                 "bench/siblings/SideConnection.cpp"};
+/// The report's look, which is one literal of rules for the browser.
+constexpr std::string_view styleSheet = "host/report/Style.cpp";
 
 bool isProduct(std::string_view path) {
-    const auto startsPath = [path](std::string_view room) { return path.starts_with(room); };
-    return isSource(std::string(path)) &&
-           (std::any_of(messageRooms.begin(), messageRooms.end(), startsPath) || path.starts_with("bench/"));
+    return isSource(std::string(path)) && path != styleSheet &&
+           std::any_of(messageRooms.begin(), messageRooms.end(),
+                       [path](std::string_view room) { return path.starts_with(room); });
 }
 
 std::string trimmed(const std::string& text) {
@@ -46,6 +40,12 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
 
 bool hasWords(const std::string& piece) {
     return std::count_if(piece.begin(), piece.end(), [](unsigned char c) { return std::isalpha(c) != 0; }) > 3;
+}
+
+/// Two words at least, with a blank between them.
+bool isSentence(const std::string& piece) {
+    static const std::regex words("[A-Za-z]{2}[^ ]* (.* )?[^ A-Za-z]*[A-Za-z]{2}");
+    return std::regex_search(piece, words);
 }
 
 /// A source as tokens: literals, and what stands between them with comments taken out.
@@ -175,18 +175,13 @@ private:
 
 using Tokens = std::vector<Reader::Token>;
 
-/// What the doctor says: finding.text = "...";
-bool isFinding(const Tokens& tokens, std::size_t index) {
-    return index > 1 && index + 1 < tokens.size() && tokens[index - 2].text == "finding" &&
-           tokens[index].text == "text" && tokens[index + 1].text == "=";
-}
-
 /// Calls whose texts reach a person.
 bool reports(const Tokens& tokens, std::size_t index) {
-    static const std::set<std::string> calls{"fail",       "failWith",    "refuse",  "damaged",    "usage",
-                                             "logAndFail", "throwError",  "note",    "signalStop", "recordError",
-                                             "failOpen",   "require",     "Failure", "logError",   "logWarning",
-                                             "logErrorAt", "checkResult", "allocate"};
+    static const std::set<std::string> calls{"fail",       "failWith",    "refuse",   "damaged",    "usage",
+                                             "logAndFail", "throwError",  "note",     "signalStop", "recordError",
+                                             "failOpen",   "require",     "Failure",  "logError",   "logWarning",
+                                             "logErrorAt", "checkResult", "allocate", "logMessage", "logMessageAt",
+                                             "logStep",    "logStepError"};
     const std::string& text = tokens[index].text;
     if (tokens[index].isLiteral)
         return false;
@@ -195,16 +190,22 @@ bool reports(const Tokens& tokens, std::size_t index) {
     };
     if (calls.contains(text))
         return next(1, "(");
-    if (isFinding(tokens, index))
-        return true;
     if (text == "fprintf")
         return next(1, "(") && next(2, "stderr");
     return text == "throw" || (text == "cerr" && next(1, "<"));
 }
 
+/// Calls whose texts are none that happen: the help of orvtrace, which explains itself, and what a compiler says.
+bool helps(const Tokens& tokens, std::size_t index) {
+    static const std::set<std::string> calls{"add_option", "add_flag", "add_subcommand", "footer",        "option_text",
+                                             "type_name",  "Command",  "set_help_flag",  "static_assert", "app"};
+    return !tokens[index].isLiteral && calls.contains(tokens[index].text) && index + 1 < tokens.size() &&
+           tokens[index + 1].text == "(";
+}
+
 /// One past the statement or the call that begins at `index`.
 std::size_t endOf(const Tokens& tokens, std::size_t index) {
-    const bool isStatement = tokens[index].text == "throw" || tokens[index].text == "cerr" || isFinding(tokens, index);
+    const bool isStatement = tokens[index].text == "throw" || tokens[index].text == "cerr";
     int depth = 0;
     for (std::size_t i = index; i < tokens.size(); ++i) {
         if (tokens[i].isLiteral)
@@ -257,8 +258,9 @@ bool isSpelled(const std::vector<std::string>& pieces, const std::vector<std::st
 std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
     static const std::regex blank("<[a-z][a-z0-9 _-]*>");
     static const std::regex value(
-        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscp]|%\\.\\*s|<[a-z][a-z0-9 _-]*>");
+        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?");
     std::string plain = text;
+    std::replace(plain.begin(), plain.end(), '\n', ' ');
     if (isFormat)
         replaceAll(plain, "%%", std::string(1, percent));
     std::vector<std::string> pieces;
@@ -281,7 +283,7 @@ std::vector<Literal> literalsOf(const std::string& source) {
     return literals;
 }
 
-std::vector<Literal> thrownTexts(const std::string& source) {
+std::vector<Literal> reportedTexts(const std::string& source) {
     const Tokens tokens = Reader(source).tokens;
     const std::map<std::string, std::string> constants = constantsOf(tokens);
     std::vector<Literal> texts;
@@ -301,18 +303,36 @@ std::vector<Literal> thrownTexts(const std::string& source) {
     return texts;
 }
 
+std::vector<Literal> sentencesOf(const std::string& source) {
+    const Tokens tokens = Reader(source).tokens;
+    std::vector<Literal> texts;
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
+        if (helps(tokens, i))
+            i = endOf(tokens, i) - 1;
+        else if (tokens[i].isLiteral)
+            texts.push_back({tokens[i].line, tokens[i].text});
+    }
+    return texts;
+}
+
 std::vector<Message> messagesOf(const std::string& document) {
-    static const std::regex row("^\\| `([^`]+)` \\|.*");
+    // A cell of code spans only; a second span and so on stands on a line of its own.
+    static const std::regex cell("\\| `([^`]+)`(<br>`[^`]+`)* (?=\\|)");
+    static const std::regex span("`([^`]+)`");
     std::vector<Message> messages;
     std::size_t number = 0;
-    for (std::size_t at = 0; at < document.size();) {
-        const std::size_t end = std::min(document.find('\n', at), document.size());
-        const std::string line = document.substr(at, end - at);
-        at = end + 1;
+    std::istringstream in(document);
+    for (std::string line; std::getline(in, line);) {
         ++number;
-        std::smatch match;
-        if (std::regex_match(line, match, row))
-            messages.push_back({number, match[1]});
+        if (!line.starts_with("|"))
+            continue;
+        for (auto found = std::sregex_iterator(line.begin(), line.end(), cell); found != std::sregex_iterator();
+             ++found) {
+            const std::string spans = found->str();
+            for (auto text = std::sregex_iterator(spans.begin(), spans.end(), span); text != std::sregex_iterator();
+                 ++text)
+                messages.push_back({number, (*text)[1]});
+        }
     }
     return messages;
 }
@@ -341,41 +361,100 @@ Breaches messagesThatNothingSays(const Files& files, const std::string& document
 }
 
 Breaches messagesThatNothingExplains(const Files& files, const std::string& document,
-                                     const std::vector<Exception>& exceptions) {
+                                     const std::vector<Exception>& pieces, const std::vector<FileException>& sources) {
     std::set<std::string> explained;
     for (const Message& message : messagesOf(files.at(document))) {
         for (const std::string& piece : piecesOf(message.text, false))
             explained.insert(piece);
     }
+    std::set<std::string> excepted;
+    for (const Exception& exception : pieces)
+        excepted.insert(exception.piece);
+    std::set<std::string> withoutSentences;
+    for (const FileException& exception : sources)
+        withoutSentences.insert(exception.path);
     std::set<std::string> used;
-    Breaches breaches;
-    const auto look = [&](const std::string& path, const Literal& literal) {
+    std::set<std::string> breaches;
+    const auto look = [&](const std::string& path, const Literal& literal, bool isReported) {
         for (const std::string& piece : piecesOf(literal.text, true)) {
-            if (!hasWords(piece) || explained.contains(piece))
+            if (!(isReported ? hasWords(piece) : isSentence(piece)) || explained.contains(piece))
                 continue;
-            const bool isException = std::any_of(exceptions.begin(), exceptions.end(),
-                                                 [&](const Exception& exception) { return exception.piece == piece; });
-            if (isException)
+            if (excepted.contains(piece))
                 used.insert(piece);
+            else if (!isReported && withoutSentences.contains(path))
+                used.insert(path);
             else
-                breaches.push_back(path + ":" + std::to_string(literal.line) + ": not in " + document + ": " + piece);
+                breaches.insert(path + ":" + std::to_string(literal.line) + ": not in " + document + ": " + piece);
         }
     };
     for (const auto& [path, text] : files) {
         if (!isProduct(path))
             continue;
-        if (std::find(tables.begin(), tables.end(), path) != tables.end()) {
-            for (const Literal& literal : literalsOf(text)) {
-                if (trimmed(literal.text).find(' ') != std::string::npos)
-                    look(path, literal);
-            }
-        }
-        for (const Literal& literal : thrownTexts(text))
-            look(path, literal);
+        for (const Literal& literal : reportedTexts(text))
+            look(path, literal, true);
+        for (const Literal& literal : sentencesOf(text))
+            look(path, literal, false);
     }
-    for (const Exception& exception : exceptions) {
-        if (!used.contains(exception.piece))
-            breaches.push_back("no message holds the exception: " + exception.piece);
+    excepted.insert(withoutSentences.begin(), withoutSentences.end());
+    for (const std::string& exception : excepted) {
+        if (!used.contains(exception))
+            breaches.insert("no message holds the exception: " + exception);
+    }
+    return {breaches.begin(), breaches.end()};
+}
+
+namespace {
+
+/// What a row is looked up by: its first fixed word.
+std::string sortingText(const std::string& message) {
+    std::string text;
+    for (const std::string& piece : piecesOf(message, false))
+        text += (text.empty() ? "" : " ") + piece;
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const auto begin = std::find_if(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0; });
+    return {begin, text.end()};
+}
+
+} // namespace
+
+Breaches rowsOutOfOrder(const Files& files, const std::string& document) {
+    static const std::regex first("\\| `([^`]+)`.*");
+    Breaches breaches;
+    std::set<std::string> seen;
+    std::string previous;
+    bool isSorted = false;
+    std::size_t number = 0;
+    std::istringstream in(files.at(document));
+    for (std::string line; std::getline(in, line);) {
+        const std::string place = document + ":" + std::to_string(++number) + ": ";
+        if (!line.starts_with("| `")) {
+            isSorted = line.starts_with("| message |") || (isSorted && line.starts_with("|---"));
+            previous.clear();
+            continue;
+        }
+        std::smatch match;
+        if (!std::regex_match(line, match, first))
+            continue;
+        if (!seen.insert(match[1]).second)
+            breaches.push_back(place + "stands twice: " + match[1].str());
+        const std::string text = sortingText(match[1]);
+        if (isSorted && text < previous)
+            breaches.push_back(place + "out of order: " + match[1].str());
+        previous = text;
+    }
+    return breaches;
+}
+
+Breaches headingsOutsideTheIndex(const Files& files, const std::string& document) {
+    const std::string& text = files.at(document);
+    const std::string index = text.substr(0, text.find("\n## "));
+    static const std::regex heading("\n###? ([^\n]+)");
+    Breaches breaches;
+    for (auto match = std::sregex_iterator(text.begin(), text.end(), heading); match != std::sregex_iterator();
+         ++match) {
+        if (index.find("[" + (*match)[1].str() + "](#") == std::string::npos)
+            breaches.push_back(document + ": not in the index: " + (*match)[1].str());
     }
     return breaches;
 }

@@ -9,6 +9,7 @@ namespace tree {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::SizeIs;
 
 namespace {
 
@@ -17,30 +18,6 @@ constexpr const char* document = "docs/troubleshooting.md";
 const Files& sources() {
     static const Files files = readFiles(ORV_SOURCE_ROOT);
     return files;
-}
-
-const std::vector<Exception>& exceptions() {
-    static const std::vector<Exception> all{
-        {"ORV Receiver", "a label in front of log lines"},
-        {"OrvRcvr :", "a label in front of a log line"},
-        {"AllocateChannel", "the operation's name in a log line"},
-        {"orv_client_utilities", "the source unit's name, which goes into the place of an error"},
-        {"reading", "a word that is filled in"},
-        {"writing", "a word that is filled in"},
-        {"pause", "the name of a mode in the condition of a call"},
-        {"glitch_length", "the key that the failure is about"},
-        {"command", "the key that the failure is about"},
-        {"action", "the key that the failure is about"},
-        {"against the other pin", "behind a finding about an early or late pin"},
-        {"against most other pins", "behind a finding about an early or late pin"},
-        {"Sample", "the heading that is filled in"},
-        {"orvtrace:", "in front of each line of orvtrace"},
-        {"Exit codes:", "the heading of a table"},
-        {"section", "a word that is counted"},
-        {"data pin", "a word that is counted"},
-        {"word", "a word that is counted"},
-    };
-    return all;
 }
 
 std::vector<std::string> textsOf(const std::vector<Literal>& literals) {
@@ -63,7 +40,7 @@ TEST(MessageRules, LiteralsAreReadAsTheCompilerDoes) {
                 ElementsAre("d\"ef", "g"));
 }
 
-TEST(MessageRules, TextsThatLeaveASourceAreFound) {
+TEST(MessageRules, TextsThatASourceReportsAreFound) {
     const std::string source =
         "constexpr const char* name = \"named\";\n"
         "const char* other = \"kept\";\n"
@@ -71,7 +48,8 @@ TEST(MessageRules, TextsThatLeaveASourceAreFound) {
         "void d() { throw Failure(name); }\n"
         "void e() { std::fprintf(stderr, \"printed %d\\n\", 1); std::fprintf(file, \"written\"); }\n"
         "void f() { std::cerr << \"said\" << 1 << \"loud\"; std::cout << \"shown\"; }\n";
-    EXPECT_THAT(textsOf(thrownTexts(source)), ElementsAre("failed ", " here", "named", "printed %d\n", "said", "loud"));
+    EXPECT_THAT(textsOf(reportedTexts(source)),
+                ElementsAre("failed ", " here", "named", "printed %d\n", "said", "loud"));
 }
 
 TEST(MessageRules, AMessageThatNothingSaysIsFound) {
@@ -85,20 +63,61 @@ TEST(MessageRules, AMessageThatNothingExplainsIsFound) {
         {"doc.md", "| `no pin <number> here` | a |\n"},
         {"rcvr/a.cpp", "void a() { throw E(\"no pin \" + n + \" here\"); }\n\nvoid b() { fail(\"lost\"); }"},
         {"tests/b.cpp", "void c() { fail(\"elsewhere\"); }\n"}};
-    EXPECT_THAT(messagesThatNothingExplains(files, "doc.md", {}), ElementsAre("rcvr/a.cpp:3: not in doc.md: lost"));
+    EXPECT_THAT(messagesThatNothingExplains(files, "doc.md"), ElementsAre("rcvr/a.cpp:3: not in doc.md: lost"));
     EXPECT_THAT(messagesThatNothingExplains(files, "doc.md", {{"lost", "known"}}), IsEmpty());
     EXPECT_THAT(messagesThatNothingExplains(files, "doc.md", {{"lost", "known"}, {"never", "said"}}),
                 ElementsAre("no message holds the exception: never"));
 }
 
+TEST(MessageRules, ASentenceIsAMessageWhereverItStands) {
+    const auto breachesOf = [](const std::string& source) {
+        return messagesThatNothingExplains({{"doc.md", ""}, {"host/a.cpp", source}}, "doc.md");
+    };
+    EXPECT_THAT(breachesOf("std::string a() { return b ? \"the \" \"wire\" : \"no-wire\"; }"),
+                ElementsAre("host/a.cpp:1: not in doc.md: the wire"));
+    EXPECT_THAT(breachesOf("constexpr std::array a{Entry{1, \"quite new\"}};\n"), SizeIs(1));
+    EXPECT_THAT(breachesOf("out << \"<p class=\\\"hint one\\\">a new hint</p>\";\n"),
+                ElementsAre("host/a.cpp:1: not in doc.md: a new hint"));
+    EXPECT_THAT(breachesOf("logStep(here(), \"done\");\n"), ElementsAre("host/a.cpp:1: not in doc.md: done"));
+    EXPECT_THAT(breachesOf("app.add_flag(\"--x\", x, \"Do the thing\"); static_assert(a, \"is so\");\n"), IsEmpty());
+    EXPECT_THAT(breachesOf("f(\"one\"); g(\", x\"); // it is \"in here\"\n"), IsEmpty());
+}
+
+TEST(MessageRules, SentencesOfAnExceptedSourceCountWhenTheyAreReported) {
+    const Files files{{"doc.md", ""}, {"host/a.cpp", "f(\"unit id\");\nvoid a() { throw E(\"not there\"); }\n"}};
+    EXPECT_THAT(messagesThatNothingExplains(files, "doc.md", {}, {{"host/a.cpp", "names"}}),
+                ElementsAre("host/a.cpp:2: not in doc.md: not there"));
+    EXPECT_THAT(messagesThatNothingExplains({{"doc.md", ""}}, "doc.md", {}, {{"host/a.cpp", "names"}}),
+                ElementsAre("no message holds the exception: host/a.cpp"));
+}
+
+TEST(MessageRules, RowsAreSortedByTheirFirstFixedWord) {
+    const Files files{{"doc.md", "| message | meaning |\n|---|---|\n| `<a> apple` | x |\n| `, Bread` | x |\n"
+                                 "\n| text | x |\n|---|---|\n| `z` | x |\n| `y` | x |\n"
+                                 "\n| message | x |\n|---|---|\n| `b` | x |\n| `a` | x |\n| `z` | x |\n"}};
+    EXPECT_THAT(rowsOutOfOrder(files, "doc.md"),
+                ElementsAre("doc.md:14: out of order: a", "doc.md:15: stands twice: z"));
+}
+
+TEST(MessageRules, HeadingsOutsideTheIndexAreFound) {
+    const Files files{{"doc.md", "# A\n| [B](#b) | [C](#c) |\n\n## B\n\n### C\n\n### D\n"}};
+    EXPECT_THAT(headingsOutsideTheIndex(files, "doc.md"), ElementsAre("doc.md: not in the index: D"));
+}
+
 TEST(Messages, OfTheDocumentAreSpelledInTheCode) {
-    EXPECT_GT(messagesOf(sources().at(document)).size(), 100U);
+    EXPECT_GT(messagesOf(sources().at(document)).size(), 600U);
     EXPECT_THAT(messagesThatNothingSays(sources(), document), IsEmpty());
 }
 
 // A new message needs its row in the document: what it means and what to do.
 TEST(Messages, OfTheCodeAreExplainedInTheDocument) {
-    EXPECT_THAT(messagesThatNothingExplains(sources(), document, exceptions()), IsEmpty());
+    EXPECT_THAT(messagesThatNothingExplains(sources(), document, piecesThatAreNoMessages(), filesWithoutMessages()),
+                IsEmpty());
+}
+
+TEST(Messages, CanBeLookedUp) {
+    EXPECT_THAT(rowsOutOfOrder(sources(), document), IsEmpty());
+    EXPECT_THAT(headingsOutsideTheIndex(sources(), document), IsEmpty());
 }
 
 } // namespace tree
