@@ -17,6 +17,7 @@ namespace {
 constexpr unsigned emuPins = 6;
 constexpr unsigned maxDataPins = 7;
 constexpr unsigned bufferSizes = 10;
+constexpr std::int64_t largestBuffer = 0x8000000;
 
 // Reads one table: each key is taken by name, and what nobody took is an error of its own.
 class TableReader {
@@ -239,6 +240,14 @@ void readPin(TableReader& in, PinWiring& pin) {
     }
 }
 
+void readCell(TableReader& in, MemoryCell& cell) {
+    in.integer("byte", cell.byte, 0, largestBuffer - 1);
+    in.integer("every", cell.every, 0, largestBuffer);
+    in.integer("bit", cell.bit, 0, 7);
+    in.integer("stuck", cell.stuck, 0, 1);
+    in.integer("from_recording", cell.fromRecording, 1, std::numeric_limits<std::uint32_t>::max());
+}
+
 void readFault(TableReader& in, FaultStep& step) {
     static constexpr std::array actions{"die",          "close",          "hang",         "late",
                                         "cut",          "unknown_record", "error_record", "status_record",
@@ -288,8 +297,10 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
         table.integer("error_a", scenario.unit.errorA, 0, 0xFFFF);
         table.integer("error_b", scenario.unit.errorB, 0, 0xFFFF);
         table.number("error_after", scenario.unit.errorAfter, 0.0, anySeconds);
+        table.integer("error_from", scenario.unit.errorFrom, 1, std::numeric_limits<std::uint32_t>::max());
         table.flag("comms_stuck", scenario.unit.commsStuck);
         table.flag("bridge_needs_reset", scenario.unit.bridgeNeedsReset);
+        table.sections("cell", [&](TableReader& cell) { readCell(cell, scenario.unit.cells.emplace_back()); });
     });
     in.section("wiring", [&](TableReader& table) {
         table.choice("alignment", scenario.wiring.alignment,

@@ -23,7 +23,8 @@ namespace bench {
 //
 //     [settings]     buffer, stop_on_full, sync
 //     [transmitter]  frequencies, sync_every, fail, idle_word, idle_before, trace_status
-//     [unit]         generator_frequency, error_a, error_b, error_after, comms_stuck, bridge_needs_reset
+//     [unit]         generator_frequency, error_a, error_b, error_after, error_from, comms_stuck, bridge_needs_reset,
+//                    and [[unit.cell]] tables (see MemoryCell)
 //     [wiring]       alignment, jitter, seed, and [[wiring.pin]] tables (see PinWiring)
 //     [server]       speed
 //     [faults]       version, refuse_second, exit_at_start, and [[faults.at]] tables (see FaultStep)
@@ -52,14 +53,27 @@ struct TargetSettings {
     std::uint32_t traceStatus = 0;         // what the target's trace status reads
 };
 
+// A defective bit of the capture memory, in one byte or in bytes that lie regularly. It spoils what is read back and
+// not what comes in, so no setting of the unit helps against it. Recordings count from 1 since the server's start, as
+// the lines of truth.jsonl do; the recordings with which a calibration is proved are among them.
+struct MemoryCell {
+    std::uint64_t byte = 0;        // place in the unit's buffer
+    std::uint64_t every = 0;       // the bytes that lie this far, or a multiple of it, behind it too; 0: only that one
+    unsigned bit = 0;              // 0 to 7
+    std::optional<unsigned> stuck; // 0 or 1: what it always reads; otherwise it reads the opposite of what was written
+    std::uint64_t fromRecording = 1; // it works until then
+};
+
 // The capture unit.
 struct UnitSettings {
     double generatorFrequency = 50e6; // Hz of the clock that the unit's own pattern generator sends
     std::uint16_t errorA = 0;         // what the two error registers show `errorAfter` seconds into each recording,
     std::uint16_t errorB = 0;         // until they are written
     double errorAfter = 0.0;
+    std::uint64_t errorFrom = 1;   // the first recording in which they do
     bool commsStuck = false;       // the comms status never reads idle
     bool bridgeNeedsReset = false; // the bridge asks for a reset until it gets one
+    std::vector<MemoryCell> cells; // the defective ones
 };
 
 // One connector pin. Lengths are in samples of the unit (1.4e9 a second).

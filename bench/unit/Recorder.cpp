@@ -126,6 +126,7 @@ std::uint32_t Recorder::bytesHeld(double now) const {
 
 void Recorder::seek(Cursor& cursor, std::uint64_t word) const {
     cursor = Cursor{};
+    cursor.blocksBefore = word / wordsPerBlock();
     while (cursor.piece < pieces.size() && word >= pieces[cursor.piece].words) {
         word -= pieces[cursor.piece].words;
         ++cursor.piece;
@@ -134,6 +135,13 @@ void Recorder::seek(Cursor& cursor, std::uint64_t word) const {
     if (cursor.piece < pieces.size()) {
         cursor.reader = readSegment(pieces[cursor.piece].segment, word);
     }
+}
+
+void Recorder::readBlock(Cursor& cursor) const {
+    makeBlock(cursor);
+    // A buffer that wraps begins anew at its first byte.
+    const std::uint64_t place = cursor.blocksBefore++ % (capacity / blockBytes);
+    cells.spoil(place * blockBytes, cursor.block);
 }
 
 void Recorder::makeBlock(Cursor& cursor) const {
@@ -181,7 +189,7 @@ std::size_t Recorder::copyOut(Cursor& cursor, std::uint64_t left, std::span<std:
     const std::size_t wanted = std::min<std::size_t>(out.size(), left);
     while (given < wanted) {
         if (cursor.blockAt == blockBytes) {
-            makeBlock(cursor);
+            readBlock(cursor);
         }
         const std::size_t count = std::min(wanted - given, blockBytes - cursor.blockAt);
         std::copy_n(cursor.block.begin() + static_cast<std::ptrdiff_t>(cursor.blockAt), count,

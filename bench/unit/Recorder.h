@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "bench/unit/DataPath.h"
+#include "bench/unit/Memory.h"
 #include "bench/unit/SegmentReader.h"
 
 namespace bench {
@@ -25,6 +26,9 @@ inline constexpr std::uint16_t otherTrailer = 0x10FF;
 // recording stops.
 class Recorder {
 public:
+    // The buffer's defective bits, which spoil whatever is fetched or looked at from here on.
+    void setMemory(Memory memory) { cells = std::move(memory); }
+
     // Empties the buffer. `size` is at least two blocks, a multiple of a block. A wrapping buffer keeps, once
     // it has wrapped, the newest `size` less one block.
     void open(std::uint32_t size, bool wrapping);
@@ -81,6 +85,7 @@ private:
         std::unique_ptr<SegmentReader> reader;
         std::vector<std::uint8_t> block;
         std::size_t blockAt = blockBytes; // bytes of the block that were given out
+        std::uint64_t blocksBefore = 0;   // of the recording, those that were overwritten included
     };
 
     std::uint64_t wordsOf(const Piece& piece, bool current, double now) const;
@@ -89,7 +94,8 @@ private:
     std::uint64_t capacityWords() const;
     std::uint64_t firstBlock() const; // of a finished recording
     std::uint64_t lastBlock() const;  // one behind
-    void makeBlock(Cursor& cursor) const;
+    void readBlock(Cursor& cursor) const;
+    void makeBlock(Cursor& cursor) const; // as it was recorded
     std::size_t copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const;
     void seek(Cursor& cursor, std::uint64_t word) const;
 
@@ -99,6 +105,7 @@ private:
     bool open_ = false;
     bool done = false;
     bool hasWrapped = false;
+    Memory cells;
     std::deque<Piece> pieces;
     Cursor fetchCursor;
     bool cursorReady = false;

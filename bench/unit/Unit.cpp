@@ -148,7 +148,9 @@ std::uint32_t Unit::readComms(unsigned channel) const {
 
 std::uint32_t Unit::readError(unsigned channel, bool registerA) const {
     const std::uint32_t value = registerA ? scenario.unit.errorA : scenario.unit.errorB;
-    if (channel != 0 || errorsCleared || !recordingSince) {
+    // A recording that has yet to get its first word is not counted.
+    const std::uint64_t number = recordings + (lastRecorded ? 0U : 1U);
+    if (channel != 0 || errorsCleared || !recordingSince || number < scenario.unit.errorFrom) {
         return 0;
     }
     const double seconds = static_cast<double>(sampleNow() - *recordingSince) / sampleRate;

@@ -185,6 +185,7 @@ private:
     bool stoppedByItself = false;
     std::uint64_t requested = 0;
     std::uint64_t segments = 0;
+    std::uint64_t recordings = 0; // that got a word
 };
 
 } // namespace bench

@@ -228,6 +228,7 @@ void Unit::beginSegment(unsigned channel, std::int64_t now, bool goesOn) {
     const bool everyWord =
         (stored(reg::protocol(channel)) & reg::protocolWordsBit) != 0 || (control & reg::protocolBypassBit) != 0;
     if (first) {
+        recorder.setMemory(Memory(scenario.unit.cells, ++recordings));
         recorder.setFraming(everyWord ? Framing::Words : Framing::Packets);
         reportTruth(*segment, channel);
     }

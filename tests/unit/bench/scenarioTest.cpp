@@ -54,8 +54,15 @@ generator_frequency = 25e6
 error_a = 0x8000
 error_b = 1
 error_after = 0.5
+error_from = 3
 comms_stuck = true
 bridge_needs_reset = true
+[[unit.cell]]
+byte = 0x40001
+every = 512
+bit = 7
+stuck = 0
+from_recording = 2
 [wiring]
 alignment = "edge"
 jitter = 0.25
@@ -103,7 +110,15 @@ detail = "d"
     EXPECT_EQ(scenario.unit.errorA, 0x8000);
     EXPECT_EQ(scenario.unit.errorB, 1);
     EXPECT_EQ(scenario.unit.errorAfter, 0.5);
+    EXPECT_EQ(scenario.unit.errorFrom, 3U);
     EXPECT_TRUE(scenario.unit.commsStuck && scenario.unit.bridgeNeedsReset);
+    ASSERT_EQ(scenario.unit.cells.size(), 1U);
+    const MemoryCell& cell = scenario.unit.cells[0];
+    EXPECT_EQ(cell.byte, 0x40001U);
+    EXPECT_EQ(cell.every, 512U);
+    EXPECT_EQ(cell.bit, 7U);
+    EXPECT_EQ(cell.stuck, 0U);
+    EXPECT_EQ(cell.fromRecording, 2U);
     EXPECT_EQ(scenario.wiring.alignment, Alignment::Edge);
     EXPECT_EQ(scenario.wiring.seed, 7U);
     const PinWiring pin = scenario.wiring.pin(2);
@@ -142,6 +157,7 @@ TEST(Scenario, AnUnknownKeyIsNamedWithFileAndLine) {
     EXPECT_EQ(failureOf("name = \"x\"\nnaem = \"y\"\n"), "file.toml:2: 'naem' is not known here");
     EXPECT_EQ(failureOf("[wiring]\n[[wiring.pin]]\nemu = 1\nslew = 2\n"),
               "file.toml:4: 'wiring.pin.slew' is not known here");
+    EXPECT_EQ(failureOf("[[unit.cell]]\nword = 1\n"), "file.toml:2: 'unit.cell.word' is not known here");
 }
 
 TEST(Scenario, WrongValuesAreNamed) {
@@ -152,6 +168,18 @@ TEST(Scenario, WrongValuesAreNamed) {
                 HasSubstr("file.toml:2: 'transmitter.frequencies'"));
     EXPECT_THAT(failureOf("[[faults.at]]\naction = \"vanish\"\n"), HasSubstr("'faults.at.action' must name a fault"));
     EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
+}
+
+TEST(Scenario, CellsLieInTheLargestBufferAndHaveEightBits) {
+    const auto cell = [](const std::string& line) { return failureOf("[[unit.cell]]\n" + line + "\n"); };
+    EXPECT_EQ(cell("byte = 0x7FFFFFF"), "no failure");
+    EXPECT_EQ(cell("byte = 0x8000000"), "file.toml:2: 'unit.cell.byte' must be a whole number from 0 to 134217727");
+    EXPECT_EQ(cell("every = -1"), "file.toml:2: 'unit.cell.every' must be a whole number from 0 to 134217728");
+    EXPECT_EQ(cell("bit = 8"), "file.toml:2: 'unit.cell.bit' must be a whole number from 0 to 7");
+    EXPECT_EQ(cell("stuck = 2"), "file.toml:2: 'unit.cell.stuck' must be a whole number from 0 to 1");
+    EXPECT_THAT(cell("from_recording = 0"), HasSubstr("'unit.cell.from_recording' must be a whole number from 1 to"));
+    EXPECT_EQ(failureOf("[unit]\ncell = 3\n"), "file.toml:2: 'unit.cell' must be a list of tables");
+    EXPECT_FALSE(parseScenario("[[unit.cell]]\nbyte = 1\n", "f").unit.cells.at(0).stuck) << "it reads inverted";
 }
 
 TEST(Scenario, BrokenTomlIsReportedWithItsLine) {
