@@ -1,5 +1,6 @@
 #include "host/commands/Conclusion.h"
 
+#include <cstdio>
 #include <iostream>
 
 #include "host/basics/Remedy.h"
@@ -23,6 +24,8 @@ ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool
         std::cout << resultJson(result) << std::flush;
     else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty())
         std::cout << text(result) << std::flush;
+    for (const std::string& trouble : result.troubles)
+        std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
     if (result.code != ExitCode::Done)
         printFailure(result.code, result.failure);
     return result.code;

@@ -86,6 +86,8 @@ CalFile parseCalFile(std::string_view text, const std::string& file) {
     const std::vector<TextLine> lines = textLines(text);
     CalFile cal;
     cal.rates = parseRates(lines, file);
+    cal.dataRate = keyValue(lines[2].text)->value;
+    cal.oversampling = keyValue(lines[3].text)->value;
     bool properties = false;
     for (const TextLine& line : std::span(lines).subspan(4)) {
         if (line.text.empty())

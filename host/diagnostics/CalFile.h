@@ -27,9 +27,11 @@ struct CalPin {
     std::optional<int> delay, stretch, filter, debounce, plateau;
 };
 
-/// A file that ends in ".cal.txt".
+/// The receiver's calibration report, a file that ends in ".cal.txt".
 struct CalFile {
     Rates rates;
+    std::string dataRate;                                        ///< as it stands, such as "400.00 Mbits/second"
+    std::string oversampling;                                    ///< as it stands, such as "28.00 samples/bit"
     std::vector<CalPin> pins;                                    ///< the clock first; never empty
     std::string exportKind;                                      ///< "pti", "tpiu", "tpiulite"
     std::vector<std::pair<std::string, std::string>> properties; ///< as they stand, in their order

@@ -6,6 +6,8 @@ namespace host {
 
 namespace {
 
+using diagnostics::CalFile;
+using diagnostics::CalPin;
 using nlohmann::json;
 
 template <class Number>
@@ -28,11 +30,11 @@ const char* verdictName(FrequencySetting::Verdict verdict) {
     return "";
 }
 
-json pinsJson(const CalibrationReport& report, std::vector<PinPlace> places) {
+json pinsJson(const CalFile& report, std::vector<PinPlace> places) {
     places.resize(report.pins.size());
     json pins = json::array();
     for (std::size_t i = 0; i < report.pins.size(); ++i) {
-        const PinReport& pin = report.pins[i];
+        const CalPin& pin = report.pins[i];
         const PinPlace& place = places[i];
         pins.push_back({{"name", pin.name},
                         {"emu", orNull(place.emu)},
@@ -42,8 +44,8 @@ json pinsJson(const CalibrationReport& report, std::vector<PinPlace> places) {
                         {"filter", orNull(pin.filter)},
                         {"debounce", orNull(pin.debounce)},
                         {"plateau", orNull(pin.plateau)},
-                        {"marginBefore", orNull(pin.marginBefore)},
-                        {"marginAfter", orNull(pin.marginAfter)},
+                        {"marginBehind", orNull(pin.hold)},
+                        {"marginAhead", orNull(pin.setup)},
                         {"correlation", orNull(pin.correlation)},
                         {"correlationAtZero", orNull(pin.correlationAtZero)},
                         {"edges", orNull(pin.edges)},
@@ -95,9 +97,8 @@ json calibrationJson(const RecordResult& result) {
 std::string resultJson(const RecordResult& result) {
     json out{{"outcome", exitCodeName(result.code)}, {"exitCode", static_cast<int>(result.code)}};
     if (!result.failure.empty())
-        out["error"] = {{"text", result.failure},
-                        {"where", result.where},
-                        {"remedy", remedyOf(result.code, result.failure)}};
+        out["error"] = {
+            {"text", result.failure}, {"where", result.where}, {"remedy", remedyOf(result.code, result.failure)}};
     if (!result.scenario.empty())
         out["scenario"] = result.scenario;
     out["cpu"] = result.cpu;
@@ -119,6 +120,8 @@ std::string resultJson(const RecordResult& result) {
     for (const auto& [what, where] : result.files)
         files[what] = where;
     out["files"] = files;
+    if (!result.troubles.empty())
+        out["damaged"] = result.troubles;
     return jsonText(out);
 }
 

@@ -11,6 +11,9 @@ namespace host {
 
 namespace {
 
+using diagnostics::CalFile;
+using diagnostics::CalPin;
+
 template <class Number>
 std::string orDash(const std::optional<Number>& value) {
     if (!value)
@@ -23,17 +26,17 @@ std::string orDash(const std::optional<Number>& value) {
     }
 }
 
-std::string marginText(const PinReport& pin) {
-    if (!pin.marginBefore && !pin.marginAfter)
+std::string marginText(const CalPin& pin) {
+    if (!pin.hold && !pin.setup)
         return "-";
-    return print("-%s +%s", orDash(pin.marginBefore).c_str(), orDash(pin.marginAfter).c_str());
+    return print("-%s +%s", orDash(pin.hold).c_str(), orDash(pin.setup).c_str());
 }
 
-void addPins(std::ostringstream& out, const CalibrationReport& report, std::vector<PinPlace> places) {
+void addPins(std::ostringstream& out, const CalFile& report, std::vector<PinPlace> places) {
     places.resize(report.pins.size());
     out << print("%-8s %3s %3s %6s %8s %12s %12s\n", "pin", "emu", "bit", "delay", "stretch", "margin", "correlation");
     for (std::size_t i = 0; i < report.pins.size(); ++i) {
-        const PinReport& pin = report.pins[i];
+        const CalPin& pin = report.pins[i];
         const PinPlace& place = places[i];
         out << print("%-8s %3s %3s %6s %8s %12s %12s\n", pin.name.c_str(), orDash(place.emu).c_str(),
                      orDash(place.bit).c_str(), orDash(pin.delay).c_str(), orDash(pin.stretch).c_str(),
@@ -41,9 +44,9 @@ void addPins(std::ostringstream& out, const CalibrationReport& report, std::vect
     }
 }
 
-constexpr const char* legend = "Lengths are in samples of the capture unit. The margin is the room around the\n"
-                               "sampling point; the correlation is with the first data pin, 1 when both change\n"
-                               "together.\n";
+constexpr const char* legend = "Lengths are in samples of the capture unit. The margin is the room behind (-) and\n"
+                               "ahead of (+) the clock's edge; the correlation is with the first data pin, 1\n"
+                               "when both change together.\n";
 
 void addVerdict(std::ostringstream& out, const RecordResult& result) {
     if (!result.calibrated) {

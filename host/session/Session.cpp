@@ -131,20 +131,26 @@ void Session::calibrate(ProgressLine& line) {
     finish();
 }
 
-std::optional<CalibrationReport> Session::reportOf(const std::string& ending) {
+std::optional<diagnostics::CalFile> Session::reportOf(const std::string& ending) {
     const fs::path file = stem.string() + ending + ".cal.txt";
     std::error_code failed;
     if (!fs::exists(file, failed))
         return std::nullopt;
-    CalibrationReport report = readCalibrationReport(file);
     result.files.resize(ownFiles);
     result.files.emplace_back("calibration report", file.string());
-    return report;
+    try {
+        return diagnostics::readCalFile(file);
+    } catch (const Failure& failure) {
+        // A damaged report is no reason to lose the recording that it is about.
+        result.troubles.emplace_back(failure.what());
+        return std::nullopt;
+    }
 }
 
 void Session::collect() {
     result.pinMap = channel->attribute("pinMap");
     result.attempts.clear();
+    result.troubles.clear();
     result.calibration.reset();
     result.files.resize(ownFiles);
     std::error_code failed;

@@ -50,7 +50,7 @@ public:
 private:
     void writeSettings();
     void collect();
-    std::optional<CalibrationReport> reportOf(const std::string& ending);
+    std::optional<diagnostics::CalFile> reportOf(const std::string& ending);
 
     const SessionOptions& options;
     SessionResult& result;

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/files/CalibrationReport.h"
+#include "host/diagnostics/CalFile.h"
 #include "host/files/RunLog.h"
 
 namespace host {
@@ -13,7 +13,7 @@ namespace host {
 /// One attempt of a calibration with what its files say.
 struct AttemptResult {
     CalibrationAttempt attempt;
-    std::optional<CalibrationReport> report; ///< nothing when the attempt ended before its first measurement
+    std::optional<diagnostics::CalFile> report; ///< nothing when the attempt ended before its first measurement
 };
 
 /// Everything that a calibrated session leaves to tell.
@@ -26,9 +26,10 @@ struct SessionResult {
     double calibrationSeconds = 0.0;
     RunLog log;
     std::vector<AttemptResult> attempts;
-    std::optional<CalibrationReport> calibration; ///< of the attempt that was kept, otherwise of the last one
+    std::optional<diagnostics::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
     std::vector<std::pair<std::string, std::string>> files; ///< what, where
+    std::vector<std::string> troubles; ///< diagnostic files that could not be read: "FILE:LINE: WHAT"
 };
 
 } // namespace host

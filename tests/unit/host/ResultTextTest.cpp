@@ -24,17 +24,16 @@ RecordResult sample() {
                               {2, 1e8, FrequencySetting::Verdict::Rejected,
                                "eCALIBRATE(12) : failed to calibrate channel : clock margin too low"}};
     result.calibration.emplace();
-    result.calibration->exportFrequency = "50.00 MHz";
     result.calibration->dataRate = "200.00 Mbits/second";
     for (const char* name : {"Clock", "Data 1", "Data 2"}) {
-        PinReport pin;
+        diagnostics::CalPin pin;
         pin.name = name;
         pin.delay = 7;
         pin.stretch = -1;
         result.calibration->pins.push_back(pin);
     }
-    result.calibration->pins[1].marginBefore = 5;
-    result.calibration->pins[1].marginAfter = 6;
+    result.calibration->pins[1].hold = 5;
+    result.calibration->pins[1].setup = 6;
     result.attempts = {
         {{2, 1e8, "edge", false, "eCALIBRATE(12) : failed to calibrate channel : clock margin too low"}, {}},
         {{1, 5e7, "center", true, ""}, result.calibration}};
@@ -116,8 +115,9 @@ TEST(ResultJson, HoldsTheSameForAScript) {
     EXPECT_EQ(json["calibration"]["setting"], 1);
     EXPECT_EQ(json["calibration"]["frequencies"][2]["verdict"], "rejected");
     EXPECT_EQ(json["calibration"]["pins"][1]["emu"], 2);
-    EXPECT_EQ(json["calibration"]["pins"][1]["marginAfter"], 6);
-    EXPECT_TRUE(json["calibration"]["pins"][0]["marginAfter"].is_null());
+    EXPECT_EQ(json["calibration"]["pins"][1]["marginBehind"], 5) << "the file's -";
+    EXPECT_EQ(json["calibration"]["pins"][1]["marginAhead"], 6) << "the file's +";
+    EXPECT_TRUE(json["calibration"]["pins"][0]["marginAhead"].is_null());
     EXPECT_EQ(json["calibration"]["attempts"][0]["setting"], 2);
     EXPECT_FALSE(json["calibration"]["attempts"][0].contains("pins"));
     EXPECT_EQ(json["calibration"]["attempts"][1]["kept"], true);
@@ -127,6 +127,13 @@ TEST(ResultJson, HoldsTheSameForAScript) {
     EXPECT_EQ(json["recording"]["bytes"], 8192);
     EXPECT_EQ(json["recording"]["crc32"], 0xCBF43926U);
     EXPECT_FALSE(json.contains("error"));
+}
+
+TEST(ResultJson, DamagedReportsAreNamed) {
+    RecordResult result = sample();
+    EXPECT_FALSE(nlohmann::json::parse(resultJson(result)).contains("damaged"));
+    result.troubles = {"x.cal.txt:3: cut off"};
+    EXPECT_EQ(nlohmann::json::parse(resultJson(result))["damaged"].dump(), R"(["x.cal.txt:3: cut off"])");
 }
 
 TEST(ResultJson, AFailureIsNamed) {

@@ -41,6 +41,8 @@ TEST(CalFile, EveryFieldIsRead) {
     EXPECT_DOUBLE_EQ(cal.rates.exportFrequency, 50e6);
     EXPECT_DOUBLE_EQ(cal.rates.oversampling, 28.0);
     EXPECT_DOUBLE_EQ(cal.rates.sampleRate(), 1.4e9);
+    EXPECT_EQ(cal.dataRate, "400.00 Mbits/second");
+    EXPECT_EQ(cal.oversampling, "28.00 samples/bit");
     EXPECT_EQ(cal.exportKind, "pti");
     ASSERT_EQ(cal.pins.size(), 3U);
     EXPECT_EQ(cal.pins[0].name, "Clock");
