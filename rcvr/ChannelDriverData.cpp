@@ -11,6 +11,7 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <stdexcept>
 #include <system_error>
 
 // Reading the upload file, also while it grows, and copying it.
@@ -203,9 +204,7 @@ void ChannelDriver::saveTraceDataFile(const std::string& path) {
         try {
             step();
         } catch (const Zarn::cZarnError& failure) {
-            Error error;
-            error.SetErrorText(failure.GetErrorText());
-            throw error;
+            throw Error(std::runtime_error(failure.GetErrorText()));
         }
     };
     std::uint32_t offset = 0;
