@@ -28,13 +28,15 @@ class TdfFile {
 public:
     // Writing: TdfFile.cpp. The file stays as the last completed step left it.
 
-    /// Adds an empty section at the end of a file that exists; its offset comes back in `*offset`. A null or empty
-    /// section name is written as a name of no bytes.
+    /// Adds an empty section at the end of a file that exists; its offset comes back in `*offset`, from the moment on
+    /// when the file's length is known, also when the header then cannot be written. A null or empty section name is
+    /// written as a name of no bytes.
     static void beginSection(const char* fileName, const char* sectionName, std::uint32_t version,
                              std::uint32_t* offset);
 
     /// Adds `count` elements of `elementSize` bytes to the section that begins at `offset`, which has to be the last of
-    /// the file; the section's new size comes back in `*size`. The section's name is not looked at.
+    /// the file; the section's new size comes back in `*size`, also when only the size field cannot be written. The
+    /// section's name is not looked at.
     static void appendSectionData(const char* fileName, const char* sectionName, std::uint32_t offset, const void* data,
                                   std::uint32_t elementSize, std::uint32_t count, std::uint32_t* size);
 

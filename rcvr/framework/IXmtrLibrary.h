@@ -37,7 +37,8 @@ public:
     virtual int setCycleAccurate(unsigned channel, bool flag) = 0;
     virtual int setMonitorCprt(unsigned channel, bool flag) = 0;
     virtual int setNoDataTraceOnFifoFull(unsigned channel, bool flag) = 0;
-    /// The class of the target's trace hardware.
+    /// The class of the target's trace hardware. Each CChannelDriver::SetConfiguration asks first, under the driver's
+    /// lock, with the cookie given to CReceiver::AllocateChannel in place of the channel's number.
     virtual int getTransmitterKind(unsigned channel, unsigned* kind) = 0;
     virtual int setOption(unsigned channel, unsigned value) = 0;
     virtual int enablePins(unsigned channel) = 0;

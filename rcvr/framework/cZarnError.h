@@ -15,7 +15,8 @@ enum Severity_Type : unsigned { eSeverityError = 2 };
 
 class cZarnErrorIF {
 public:
-    /// Short caption for a message box; "error" for the receiver's own failures. Never null.
+    /// Short caption for a message box: "error", or empty where the target adapter or the device data base failed.
+    /// Never null.
     virtual const char* GetTitle() const = 0;
     virtual void SetTitle(const char* title) = 0;
     virtual Severity_Type GetSeverity() const = 0;
