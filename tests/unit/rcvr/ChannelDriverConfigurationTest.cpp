@@ -65,6 +65,19 @@ TEST_F(Configuration, ASecondChannelAddsItsSectionAndLeavesTheGlobalOne) {
                                     "orvBufSize=262144\nstartPort=0\ndrmXmtr=tpiu\n");
 }
 
+TEST_F(Configuration, TheFirstChannelBeginsTheFileAnewEachTime) {
+    makeDriver().SetConfiguration(settingsFile().c_str());
+    const std::string once = properties();
+    driver->SetConfiguration(settingsFile().c_str());
+    EXPECT_EQ(properties(), once);
+}
+
+TEST_F(Configuration, ThePropertiesFileLiesInTheProfileWhateverTheDataVariableSays) {
+    const ScopedVariable elsewhere("VX_TRACE_DATA_DIR", folder.file("elsewhere"));
+    makeDriver().SetConfiguration(settingsFile().c_str());
+    EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(folder.folder()) / ".VX-trace" / "data" / "chan.cfg"));
+}
+
 TEST_F(Configuration, ABufferIndexBeyondTheChoicesCountsAsTheLast) {
     makeDriver().SetConfiguration(settingsFile("chan.xml", "<bufsize_current>12</bufsize_current>\n").c_str());
     EXPECT_THAT(properties(), HasSubstr("orvBufSize=134217728\n"));
@@ -240,6 +253,33 @@ TEST_F(Configuration, ProgressIsToldWhileStatusPollsWait) {
     configuring.join();
     polling.join();
     EXPECT_TRUE(statusCame);
+}
+
+TEST_F(Configuration, WhatTakesNoLockIsAnsweredMeanwhile) {
+    makeDriver();
+    const std::string settings = settingsFile();
+    driver->SetConfiguration(settings.c_str());
+    writeBytes(folder.file("chan.bin"), std::string(8, 'x'));
+    channel.metrics.bytesTotal = 8;
+    driver->RegisterCpuHalt("mine", true);
+    // One that waited would wait for ever; the test's time limit would tell.
+    EXPECT_CALL(channel, calibrate()).WillOnce([&] {
+        std::thread([&] {
+            std::uint64_t sample = 0;
+            unsigned number = 0;
+            EXPECT_EQ(driver->GetNumSamples(), 1U);
+            driver->SeekReadTraceData(0, 1, &sample, &number);
+            EXPECT_EQ(number, 1U);
+            driver->SaveFile(folder.file("saved"), CChannelDriver::eSaveRaw);
+            driver->ApplyTraceEnd(true);
+            driver->NotifySystemStateChange(1);
+            driver->RegisterCpuHalt("cpu", true);
+            EXPECT_TRUE(driver->AreAllCpusHalted());
+            driver->UnregisterCPU("cpu");
+            driver->SetTargetState(3);
+        }).join();
+    });
+    driver->SetConfiguration(settings.c_str());
 }
 
 TEST_F(Configuration, EmptyValuesThatNoLoadedFileCanHaveAreToldByTheirTexts) {

@@ -105,6 +105,24 @@ TEST_F(ChannelDriverTest, TheAdaptersFailuresHaveTheirTexts) {
     EXPECT_EQ(receiver->GetNumAttachedCpus(), 0U);
 }
 
+TEST_F(ChannelDriverTest, AnAdapterThatIsNotInstalledIsLoggedAndItsStepsFromThresholdTwoOn) {
+    receiver = std::make_unique<Receiver>();
+    const auto logWith = [&](const char* adapter, const char* level) {
+        const Siblings other({"part", adapter});
+        const LogCapture log(folder, level);
+        failureOf([&] { receiver->AllocateChannel("cpu", &xmtr, 0, 0); });
+        return log.lines();
+    };
+    const std::string first = "M ORV Receiver: Initializing Channel Driver...";
+    const std::string second = "M ORV Receiver: loading DLL HaloTargetAdapter.";
+    EXPECT_THAT(logWith("nowhere", "3"), testing::IsSupersetOf({first, second}));
+    const auto missing = logWith("nowhere", "1");
+    EXPECT_EQ(missing.back(), "E ORV Receiver: Cannot load target adapter library. Bad installation.");
+    EXPECT_THAT(missing, testing::Each(testing::AllOf(testing::Ne(first), testing::Ne(second))));
+    EXPECT_EQ(logWith("adapter-nonew", "1").back(),
+              "E ORV Receiver: Cannot get target adapter factory. Bad installation.");
+}
+
 TEST_F(ChannelDriverTest, WhatTheAdapterThrowsOutlivesItsLibrary) {
     receiver = std::make_unique<Receiver>();
     for (const char* variable : {"FAKE_ADAPTER", "FAKE_CPU_INFO"}) {
@@ -315,23 +333,6 @@ TEST_F(ChannelDriverTest, WhatIsNotOfferedIsRefusedOrEmpty) {
     EXPECT_EQ(failureOf([&] { driver->ResumeRecording(); }),
               "Error 1: operation failed : ResumeRecording not supported");
     EXPECT_EQ(failureOf([&] { driver->LoadFile(nullptr); }), "Error 1: operation failed : load file not supported");
-}
-
-TEST_F(ChannelDriverTest, EveryOperationBeginsWithItsEntryLine) {
-    makeDriver();
-    testing::internal::CaptureStdout(); // this level writes there too
-    const LogCapture log(folder, "6");
-    driver->CpuName();
-    driver->GetFrontEndChannel();
-    driver->AreAllCpusHalted();
-    std::vector<std::string> entries;
-    for (const std::string& line : log.lines())
-        entries.push_back(line.substr(0, line.find('#')) + line.substr(line.find("  ") + 2));
-    testing::internal::GetCapturedStdout();
-    EXPECT_THAT(entries,
-                ElementsAre("F OrvRcvr_ChannelDriver Vx::Qrs::Trace::OrvRcvr::ChannelDriver::CpuName(...)",
-                            "F OrvRcvr_ChannelDriver Vx::Qrs::Trace::OrvRcvr::ChannelDriver::GetFrontEndChannel(...)",
-                            "F OrvRcvr_ChannelDriver Vx::Qrs::Trace::OrvRcvr::ChannelDriver::AreAllCpusHalted(...)"));
 }
 
 } // namespace

@@ -153,6 +153,22 @@ TEST_F(EntryPoints, ASecondLifeIsANewReceiverInTheSameEnvironmentAndLog) {
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), opened), 2) << "one log is opened once, with its two lines";
 }
 
+TEST_F(EntryPoints, ASecondLifeGoesOnInTheOneLogAtTheLevelThatItWasOpenedWith) {
+    // All that a log could be opened with anew is still there.
+    auto* const manager = VX_QRS::getLogManager();
+    DestroyRcvr(CreateRcvr());
+    const VX_QRS::uLogger* const log = manager->getLogger();
+    const std::uint32_t opened = manager->getOpenCount();
+    uEnvironment::set("VX_TRACE_LOGGING", "3");
+    DestroyRcvr(CreateRcvr());
+    EXPECT_EQ(manager->getLogger(), log);
+    EXPECT_EQ(manager->getOpenCount(), opened);
+    EXPECT_EQ(manager->getThreshold(), 1);
+    const auto lines = messages(logPath(ownPid()));
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "created"), 2);
+    EXPECT_THAT(lines, testing::Contains(testing::StartsWith("Logger : ")).Times(2));
+}
+
 TEST_F(EntryPoints, WithoutAProfileItWorksWithoutALogAndTriesAgain) {
     const ScopedVariable home("HOME", "");
     uEnvironment::set("USERPROFILE", "");
@@ -202,7 +218,18 @@ TEST_F(EntryPoints, ATeardownThatFailsLetsNothingOutAndTheNextLifeWorks) {
     EXPECT_EQ(frontEndSource().destroyed, 4);
     const auto lines = messages(logPath(ownPid()));
     EXPECT_THAT(lines, Contains("eDATASERVER(14) : data server failure : no answer"));
-    EXPECT_THAT(lines, Contains("unknown exception"));
+    EXPECT_THAT(lines, Contains("unknown exception").Times(1)) << "the Error is dropped without a word";
+}
+
+TEST_F(EntryPoints, AtTheLowestLevelAFailedTeardownIsNotTold) {
+    frontEndSource().onDestroy = [] { throw failure(); };
+    DestroyRcvr(CreateRcvr());
+    frontEndSource().onDestroy = [] { throw 42; };
+    DestroyRcvr(CreateRcvr());
+    const auto lines = messages(logPath(ownPid()));
+    EXPECT_THAT(lines, Contains("destroyed").Times(2));
+    EXPECT_THAT(lines, testing::Not(Contains(testing::HasSubstr("no answer"))));
+    EXPECT_THAT(lines, testing::Not(Contains("unknown exception")));
 }
 
 TEST_F(EntryPoints, AFailedCreateAfterAFailedTeardownDeletesNothingTwice) {

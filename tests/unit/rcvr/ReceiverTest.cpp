@@ -170,6 +170,19 @@ TEST_F(ReceiverTest, ChannelsThatWereNeverReleasedGoWithIt) {
     receiver.reset();
 }
 
+TEST_F(ReceiverTest, ChannelsGoAheadOfTheFrontEndAndThatAheadOfTheIdentification) {
+    makeDriver();
+    const std::string last = "DestroyPartIdentifier 0";
+    testing::MockFunction<void()> destroyed;
+    frontEndSource().onDestroy = [&] { destroyed.Call(); };
+    const InSequence order;
+    EXPECT_CALL(frontEnd, release(&channel));
+    EXPECT_CALL(destroyed, Call()).WillOnce([&] { EXPECT_THAT(calls(), Not(Contains(last))); });
+    receiver.reset();
+    EXPECT_THAT(calls(), Contains(last));
+    frontEndSource().onDestroy = nullptr;
+}
+
 TEST_F(ReceiverTest, KnowsItsChannelsByOrder) {
     receiver = std::make_unique<Receiver>();
     const LogCapture log(folder, "1");
@@ -226,6 +239,14 @@ TEST_F(ReceiverTest, AllocationPassesErrorsAndLogsTheRest) {
     EXPECT_EQ(receiver->AllocateChannel("a", &xmtr, 0, 0), nullptr);
     EXPECT_THAT(log.lines(), Contains("E ORV Receiver : AllocateChannel std exception : thrown by the sibling"));
     EXPECT_EQ(receiver->GetNumAttachedCpus(), 0U);
+}
+
+TEST_F(ReceiverTest, AtTheLowestLevelAFailedAllocationIsNotTold) {
+    receiver = std::make_unique<Receiver>();
+    const LogCapture log(folder, "1");
+    const ScopedVariable behaviour("FAKE_ADAPTER", "std");
+    EXPECT_EQ(receiver->AllocateChannel("a", &xmtr, 0, 0), nullptr);
+    EXPECT_THAT(log.lines(), Not(Contains(testing::HasSubstr("thrown by the sibling"))));
 }
 
 TEST_F(ReceiverTest, TheNumberOfChannelsIsTheUnitsLimit) {
@@ -336,8 +357,13 @@ TEST_F(TargetEvents, AStartThatIsRefusedReachesTheFramework) {
     EXPECT_CALL(channel, start).WillOnce(Throw(failure("cannot start recording until calibration completed")));
     EXPECT_EQ(failureOf([&] { event(5); }),
               "Error 1: data server failure : cannot start recording until calibration completed");
+    EXPECT_FALSE(driver->AreAllCpusHalted()) << "the CPU runs all the same";
     channel.properties["targetSync"] = "maybe";
-    EXPECT_NE(failureOf([&] { event(5); }), "");
+    EXPECT_EQ(failureOf([&] { event(5); }), "std: unable to convert \"maybe\" to boolean");
+    EXPECT_NE(failureOf([&] { event(3); }), "");
+    ChannelStatus status;
+    driver->GetChannelStatus(&status);
+    EXPECT_NE(status.code, 0U) << "the state is not taken over";
 }
 
 TEST_F(TargetEvents, OfAnyNameAreTaken) {
