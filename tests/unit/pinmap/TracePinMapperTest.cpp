@@ -117,6 +117,7 @@ TEST_F(DeviceDatabase, ReadingAgainForgetsPinoutsAndKeepsOwners) {
     EXPECT_THROW(mapper.readDeviceDatabase("other"), Vx::Qrs::Zarn::cZarnError);
     EXPECT_EQ(textOf(mapper.getPinouts()), "");
     EXPECT_EQ(mapper.getOwnerName("pti"), "A");
+    EXPECT_THAT(calls(), testing::Contains("CreatePartIdentifier").Times(1)) << "one object serves all readings";
 }
 
 TEST_F(DeviceDatabase, AnUnknownKindHasAnEmptyOwnerAndIsEntered) {

@@ -192,6 +192,39 @@ TEST_F(SettingsFile, TransmittersOtherThanTheThreeKindsAreRefused) {
         EXPECT_EQ(load(replaced(defaultFile, "<drm_xmtr>pti", std::string("<drm_xmtr>") + kind)).transmitter, kind);
 }
 
+TEST_F(SettingsFile, OfSeveralFaultsTheMapIsToldAheadOfTheTransmitterAndThatAheadOfThePins) {
+    TempFolder logFolder;
+    const LogCapture log(logFolder, "1");
+    const auto toldFor = [&](const std::string& text) {
+        expectRefused(text);
+        const auto lines = log.lines();
+        return lines[lines.size() - 2].substr(lines[lines.size() - 2].rfind(" : ") + 3);
+    };
+    std::string text = replaced(defaultFile, "<num_pins>1", "<num_pins>3");
+    text = replaced(text, "<drm_xmtr>pti", "<drm_xmtr>dsp");
+    EXPECT_EQ(toldFor(text), "unsupported transmitter (dsp)");
+    EXPECT_EQ(toldFor(replaced(text, "<pin_map>", "<pin_map>0")),
+              "pin map (0) doesn't match requested number of pins (3)");
+}
+
+TEST_F(SettingsFile, KeysAreFoundInAnySection) {
+    std::string text = replaced(defaultFile, "\t<num_pins>1</num_pins>\n", "");
+    text += "<OTHER>\n\t<num_pins>2</num_pins>\n</OTHER>\n";
+    EXPECT_EQ(load(text).numPins, 2U);
+    EXPECT_EQ(readText(path), text);
+}
+
+TEST_F(SettingsFile, WhatStandsBehindTheFirstFaultIsNotCarried) {
+    std::string text = replaced(defaultFile, "<no_emu0>false", "<no_emu0>maybe");
+    load(replaced(text, "<drm_type>", "<drm_type>type"));
+    EXPECT_EQ(g_drmType, "");
+    EXPECT_EQ(readText(path), defaultFile);
+    text = replaced(replaced(defaultFile, "drm_type>", "no_type>"), "<drm_key>", "<drm_key>key");
+    load(replaced(text, "<no_emu0>false", "<no_emu0>true"));
+    EXPECT_TRUE(g_noEmu0 && g_noEmu1);
+    EXPECT_EQ(g_drmKey, "");
+}
+
 TEST_F(SettingsFile, TheSecondPinFlagFollowsTheFirstAtTheNextStore) {
     // A bad key behind the carried ones makes the store follow the load.
     std::string text = replaced(defaultFile, "<no_emu0>false", "<no_emu0>true");
