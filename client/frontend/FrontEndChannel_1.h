@@ -164,8 +164,9 @@ private:
     void correlationString(const ProcMetrics& p, std::string& text) const;
     void checkTriggerFile();
 
-    /// What the user asked for. Written by setProperty on the controlling thread (and by calibrate, which fixes
-    /// `samplingPos` and `calMode` in some cases); acted on at the next applySettings, calibrate or start.
+    /// What the user asked for. Written by setProperty on the controlling thread (and by calibrate, which gives each
+    /// attempt a `file` of its own, detects `samplingPos`, and fixes `calMode` and `verifyPattern` for some kinds of
+    /// export); acted on at the next applySettings, calibrate or start.
     struct Settings {
         std::string file; ///< stem of the data file and of all diagnostic files
         std::vector<std::string> delays, stretches, plateaus, debounces, filters; ///< per pin; converted by open

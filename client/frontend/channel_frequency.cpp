@@ -44,6 +44,13 @@ std::string withFrequencies(const char* reason, const analysis::FrequencyPair& p
     return text + "Hz";
 }
 
+/// Whether the log has the reason already: what a measurement says of rates that cannot be used stands there rung by
+/// rung, and not once more as the text of its failure.
+bool toldByRungs(const std::exception& e, bool measuring) {
+    const auto* failure = dynamic_cast<const Exception*>(&e);
+    return measuring && failure != nullptr && failure->status() == eXMTR;
+}
+
 /// Why no setting can be used, from what the last one measured.
 std::string unusableText(double exportFrequency, double dataRate) {
     std::string text;
@@ -127,13 +134,17 @@ void FrontEndChannel_1::findAllFrequencySettings(Metrics& results, Cal& target) 
     logStep(here(), "numFrequencySettings=%u", settingsOffered);
     clocking.frequencies.clear();
     for (std::uint32_t setting = 0; setting < settingsOffered; ++setting) {
+        bool measuring = false;
         try {
             transmitter->shutdown();
             transmitter->program("calibration", setting);
+            measuring = true;
             measureAndVerifyFreq();
         } catch (const std::exception& e) {
             logStep(here(), "exception programming transmitter to frequency setting %u", setting);
-            logStep(here(), "setting %u not used : %s", setting, e.what());
+            if (!toldByRungs(e, measuring)) {
+                logStep(here(), "setting %u not used : %s", setting, e.what());
+            }
             break;
         } catch (...) {
             logStep(here(), "exception programming transmitter to frequency setting %u", setting);

@@ -35,6 +35,9 @@ TEST_F(CalibrationTest, AStableClockIsMeasuredTwiceAtTheFirstRung) {
     counts({countFor(50e6), countFor(50.1e6)});
     inside().measureAndVerifyFreq();
     EXPECT_THAT(debounces(), ElementsAre(4));
+    EXPECT_EQ(model.get(0x0800811E), 0x8400U); // the pins of the settings, enabled
+    EXPECT_EQ(model.get(0x08008106), 0x8500U);
+    EXPECT_EQ(model.get(0x08008108), 0x0400U);
     EXPECT_NEAR(inside().clocking().exportFrequency, 50.05e6, 100);
     EXPECT_EQ(inside().clocking().bitSamples, 14U);
     EXPECT_EQ(waits.sleeps, 2U);
@@ -108,13 +111,14 @@ TEST_F(CalibrationTest, ARateThatTheUnitCannotCountFailsThoughItMayBeLow) {
 }
 
 TEST_F(CalibrationTest, NoClockFailsAtTheFirstRungAndLeavesItsFiles) {
-    openChannel();
+    openChannel("delays=9,9,9,9,9\n");
     counts({0});
     expectFailure([&] { inside().measureAndVerifyFreq(); }, eCALIBRATE,
                   "no signal on clock : check external pin configuration and clock circuit connection");
     EXPECT_THAT(debounces(), ElementsAre(4));
-    EXPECT_TRUE(exists(stem + ".cap.txt"));
-    EXPECT_TRUE(exists(stem + ".reg.txt"));
+    EXPECT_THAT(readText(stem + ".cap.txt"), testing::HasSubstr("delay=9,")); // the user's, not the measurement's own
+    const auto lines = model.log();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), registerDumpLine), 2); // with the settings, and behind the failure
 }
 
 TEST_F(CalibrationTest, AWindowOfNothingEndsInAStatedFailureWhenAnythingWasCounted) {
@@ -174,6 +178,42 @@ TEST_F(CalibrationTest, TheScanEndsAtTheFirstSettingThatFailsAndKeepsTheOthers) 
     EXPECT_THAT(log.steps(), testing::Contains("exception programming transmitter to frequency setting 1"));
 }
 
+TEST_F(CalibrationTest, TheTextOfAMeasurementThatFailsIsNotLogged) {
+    // Counts that never agree, and counts of a rate that is too high.
+    for (const std::vector<std::uint32_t>& values :
+         {std::vector<std::uint32_t>{1142857, 1257143}, std::vector<std::uint32_t>{countFor(360e6)}}) {
+        openChannel();
+        std::vector<std::uint32_t> hundred;
+        for (std::size_t i = 0; i < 100; ++i) {
+            hundred.push_back(values[i % values.size()]);
+        }
+        counts(hundred);
+        LogCapture log;
+        EXPECT_THROW(inside().findAllFrequencySettings(inside().metrics(), inside().cal()), Exception);
+        const auto steps = log.steps();
+        EXPECT_THAT(steps, testing::Contains("exception programming transmitter to frequency setting 0"));
+        EXPECT_THAT(steps, testing::Contains(testing::StartsWith("debounce 8 : ")));
+        EXPECT_THAT(steps, testing::Each(testing::Not(testing::HasSubstr("frequencies="))));
+        EXPECT_THAT(steps, testing::Each(testing::Not(testing::StartsWith("setting 0 not used"))));
+    }
+}
+
+TEST_F(CalibrationTest, TheLogTellsOfASettingWithoutAClockAndOfOneThatCannotBeProgrammed) {
+    openChannel();
+    rates({0.0});
+    LogCapture log;
+    EXPECT_THROW(inside().findAllFrequencySettings(inside().metrics(), inside().cal()), Exception);
+    EXPECT_THAT(log.steps(), testing::Contains("setting 0 not used : eCALIBRATE(12) : failed to calibrate channel : no "
+                                               "signal on clock : check external pin configuration and clock circuit "
+                                               "connection"));
+    ON_CALL(transmitter, program).WillByDefault([](const char*, std::uint32_t) {
+        throw Exception("orv_client_transmitter", 1, eXMTR, "failed applying frequency setting");
+    });
+    EXPECT_THROW(inside().findAllFrequencySettings(inside().metrics(), inside().cal()), Exception);
+    EXPECT_THAT(log.steps(), testing::Contains("setting 0 not used : eXMTR:(11) : transmitter failure : failed "
+                                               "applying frequency setting"));
+}
+
 TEST_F(CalibrationTest, TheScanTakesAnyExceptionAsItsEnd) {
     openChannel();
     ON_CALL(transmitter, numFrequencySettings).WillByDefault(Return(3u));
@@ -216,6 +256,8 @@ TEST_F(CalibrationTest, NoClockAtTheFirstSettingReportsNoRate) {
     rates({0.0, 12e6});
     expectFailure([&] { inside().findAllFrequencySettings(inside().metrics(), inside().cal()); }, eCALIBRATE,
                   "transmitter frequency measured at 0 Hz");
+    const auto lines = model.log();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), registerDumpLine), 3); // two of the measurement, one of the scan
 }
 
 TEST_F(CalibrationTest, ATransmitterWithoutSettingsReportsTheRateOfEarlierWork) {

@@ -127,6 +127,7 @@ TEST_F(CalibrationTest, OvsListsWhatTheUnitHolds) {
     EXPECT_EQ(lines[lines.size() - 2], "read 08008010 08008020");
     EXPECT_EQ(lines.back(), "write 08008010=f800 08008020=800f");
     EXPECT_EQ(inside().cal().proc[1].delay, 21U);
+    EXPECT_EQ(inside().cal().proc[5].plateau, 0U); // set up as out of use, ahead of the reading
     EXPECT_EQ(inside().clocking().bitSamples, 14U);
     EXPECT_THAT(readText(stem + ".cap.txt"), HasSubstr("delay=21"));
     EXPECT_TRUE(inside().session().opened);

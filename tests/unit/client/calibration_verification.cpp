@@ -112,8 +112,31 @@ TEST_F(VerificationTest, WordsThatDoNotAddUpFailTheSideBand) {
     expectFailure([&] { inside().verifyCal(); }, eFAIL, "failed side-band verification");
 }
 
+TEST_F(VerificationTest, TheSideBandNeedsAThousandWordsOfThePattern) {
+    for (const std::size_t dataWords : {1000U, 999U}) {
+        // Trace packets until there are so many, the rest of the last one zeros, and then packets of another kind.
+        std::vector<std::uint8_t> bytes = packets(0x0F0F, 0x10FF);
+        for (std::size_t packet = 0; packet < 4; ++packet) {
+            bytes[packet * 512 + 511] = 0x08;
+            for (std::size_t word = 0; word < 255; ++word) {
+                if (packet * 255 + word >= dataWords) {
+                    bytes[packet * 512 + 2 * word] = 0;
+                    bytes[packet * 512 + 2 * word + 1] = 0;
+                }
+            }
+        }
+        records(std::move(bytes));
+        if (dataWords == 1000) {
+            inside().verifyCal();
+        } else {
+            expectFailure([&] { inside().verifyCal(); }, eFAIL, "failed side-band verification");
+        }
+    }
+}
+
 TEST_F(VerificationTest, OfAnotherKindHasNoSideBand) {
-    records(packets(0x0F0F, 0x0F0F), "f0", "tpiulite");
+    // All 256 words of a packet are the pattern's, so that they never come to 255 for each.
+    records(packets(0x5A5A, 0x5A5A), "a5", "tpiulite");
     inside().verifyCal();
     EXPECT_THAT(order(), Contains("transmitter reset"));
 }

@@ -74,6 +74,42 @@ TEST_F(CalibrationTest, ACallFromWithinIsLoggedAndIgnored) {
     EXPECT_FALSE(inside().mutex().unlock());
 }
 
+TEST_F(CalibrationTest, ACallFromWithinAnAttemptIsIgnoredButItsStemStays) {
+    openChannel("verifyCal=false\n");
+    rates({50e6});
+    signals();
+    bool called = false;
+    ON_CALL(transmitter, shutdown).WillByDefault([&] {
+        if (!called && inside().settings().file == stem + ".freq0") {
+            called = true;
+            channel->calibrate();
+        }
+    });
+    channel->calibrate();
+    EXPECT_TRUE(called);
+    EXPECT_EQ(state(), Calibrated);
+    EXPECT_EQ(inside().settings().file, stem + ".freq0"); // taken ahead of the look at what is in progress
+    EXPECT_TRUE(exists(stem + ".freq0.cache"));
+}
+
+TEST_F(CalibrationTest, ProgressIsNoneUntilTheEndAlsoWhenItIsDoneAgain) {
+    openChannel("verifyCal=false\n");
+    rates({50e6});
+    signals();
+    std::vector<double> seen;
+    waits.hook = [&](std::uint32_t) {
+        EXPECT_EQ(status().state, Calibrating);
+        seen.push_back(status().progress);
+    };
+    for (int run = 0; run < 2; ++run) {
+        channel->calibrate();
+        EXPECT_EQ(status().state, Calibrated);
+        EXPECT_EQ(inside().calibration().calProgress, 1.0);
+    }
+    EXPECT_THAT(seen, testing::AllOf(testing::SizeIs(testing::Ge(4U)), testing::Each(0.0)));
+    waits.hook = {};
+}
+
 TEST_F(CalibrationTest, DuringARecordingItIsRefusedAndTheTransmitterShutDownAllTheSame) {
     openCalibrated();
     inside().control().state = Recording;
@@ -168,6 +204,42 @@ TEST_F(CalibrationTest, ThreeSettingsStepDownToTheSlowestAndAllLeaveFiles) {
     EXPECT_FALSE(exists(stem + ".freq0.cap.txt"));
     EXPECT_TRUE(exists(stem + ".cache"));
     EXPECT_EQ(state(), Calibrated); // what it was at entry
+}
+
+TEST_F(CalibrationTest, EveryAttemptBeginsWithTheUsersSettingsAndAFailedOneLeavesItsOwnInItsFiles) {
+    openChannel("verifyCal=false\ndelays=1,2,3,4,5\ndebounces=1,1,1,1,1\n");
+    rates({25e6, 50e6});
+    // At the faster rate the data pins change all over a clock phase, which shows in the margins only.
+    model.onTrigger([this](RegisterModel& unit) {
+        const std::uint32_t half = programmed < 30e6 ? 28 : 14;
+        bursts::OwnedBurst burst(5, 512);
+        burst.square(0, 20, half);
+        for (std::uint32_t p = 1; p < 5; ++p) {
+            burst.square(p, programmed < 30e6 ? 34 : 18 + 3 * p, half);
+        }
+        for (std::uint32_t p = 0; p < 5; ++p) {
+            unit.setBurst(p, burst.pins[p]);
+        }
+    });
+    LogCapture log;
+    channel->calibrate();
+    EXPECT_EQ(inside().clocking().frequencySetting, 0U);
+    EXPECT_THAT(log.steps(), testing::Contains("failed freq1 (5.00000e+07) : eCALIBRATE(12) : failed to calibrate"
+                                               " channel : clock margin too low"));
+    // The user's, two for rates that are measured, three of an attempt that ends at its margins, four of one that is kept.
+    std::vector<std::uint32_t> delays;
+    for (const std::uint32_t input : model.written(0x08008100)) {
+        delays.push_back(input & 0xFF);
+    }
+    ASSERT_EQ(delays.size(), 1 + 2 + 3 + 4U);
+    EXPECT_EQ(delays[0], 2U);
+    EXPECT_EQ(delays[3], 2U);
+    EXPECT_NE(delays[5], 2U); // or what follows shows nothing
+    EXPECT_EQ(delays[6], 2U);
+    EXPECT_THAT(readText(stem + ".freq1.cal.txt"), testing::HasSubstr("debounces=8,8,8,8,8"));
+    EXPECT_THAT(readText(stem + ".freq1.cap.txt"), testing::HasSubstr("plateau=7,debounce=8"));
+    EXPECT_THAT(readText(stem + ".freq0.cal.txt"), testing::HasSubstr("debounces=8,8,8,8,8"));
+    EXPECT_THAT(readText(stem + ".freq0.cap.txt"), testing::HasSubstr("plateau=7,debounce=8"));
 }
 
 TEST_F(CalibrationTest, TheSlowestSettingsFailureIsTheOneThatIsSeen) {
