@@ -134,18 +134,18 @@ TEST(FormatPages, PinMapHasTheAssignments) {
 
 TEST(FormatPages, BurstIsRead) {
     const host::diagnostics::Burst burst = host::diagnostics::parseBurst(example("burst"), "example");
-    ASSERT_EQ(burst.pins.size(), 3U);
+    ASSERT_EQ(burst.pins.size(), 5U);
     EXPECT_EQ(burst.pins[0].delay, 31);
-    EXPECT_THAT(burst.pins[2].levels, ElementsAre(1, 1, 0));
+    EXPECT_THAT(burst.pins[2].levels, ElementsAre(1, 0, 0));
 }
 
 TEST(FormatPages, CalibrationReportIsRead) {
     const host::diagnostics::CalFile report = host::diagnostics::parseCalFile(example("calibration-report"), "example");
-    ASSERT_EQ(report.pins.size(), 3U);
+    ASSERT_EQ(report.pins.size(), 5U);
     EXPECT_EQ(report.exportKind, "pti");
-    EXPECT_EQ(report.pins[1].hold, 7U);
-    EXPECT_EQ(report.pins[1].setup, 5U);
-    EXPECT_EQ(report.pins[2].stretch, 2);
+    EXPECT_EQ(report.pins[4].hold, 7U);
+    EXPECT_EQ(report.pins[4].setup, 5U);
+    EXPECT_EQ(report.pins[0].stretch, -1);
 }
 
 TEST(FormatPages, PacketPasses) {

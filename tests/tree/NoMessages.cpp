@@ -75,6 +75,7 @@ const std::vector<Exception>& piecesThatAreNoMessages() {
         {"invalid rsp", lookedFor},
         {"loading settings from", lookedFor},
         {"overwriting file with defaults", lookedFor},
+        {"buffer full", lookedFor},
         {"pin map", lookedFor},
         {"upload complete", lookedFor},
         {"uploading data", lookedFor},

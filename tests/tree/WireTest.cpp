@@ -146,14 +146,19 @@ TEST(WirePage, IsWhatTheLibrarySaysAndUnderstands) {
 
 TEST(WirePage, FailuresAreWhatTheLibraryThrows) {
     std::vector<std::string> failures;
+    Records records;
     for (const Exchange& exchange : exchangesOf("Failures")) {
         const auto script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(frames::reply(frames::word(1)));
+        script->expect(frames::request('o', frames::word(262144) + frames::word(0))).give(frames::reply(""));
         script->expect(exchange.request).give(exchange.reply);
         OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);
+        proxy.openChannel(262144, 0, &records);
         failures.push_back(failureOf([&] { proxy.flush(); }));
     }
-    EXPECT_THAT(failures, ElementsAre("internal rsp error", "no channel is open"));
+    EXPECT_THAT(failures,
+                ElementsAre("internal rsp error", "no channel is open", "internal rsp exception",
+                            "invalid rsp response", "invalid rsp callback response", "invald rsp final response"));
 }
 
 TEST(WirePage, RequestsAreReadByTheBench) {
