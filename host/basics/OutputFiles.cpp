@@ -7,6 +7,11 @@
 namespace host {
 
 void testOutputFile(const std::filesystem::path& file, bool force) {
+    MadeFolders made;
+    testOutputFile(file, force, made);
+}
+
+void testOutputFile(const std::filesystem::path& file, bool force, MadeFolders& made) {
     std::error_code failed;
     const bool existed = std::filesystem::exists(file, failed);
     if (existed && !force)
@@ -14,7 +19,7 @@ void testOutputFile(const std::filesystem::path& file, bool force) {
     if (existed && !std::filesystem::is_regular_file(file, failed))
         throw Failure(ExitCode::OutputUnwritable, file.string() + " is not a file");
     if (file.has_parent_path())
-        std::filesystem::create_directories(file.parent_path(), failed);
+        made.make(file.parent_path());
     const bool opened = std::ofstream(file, std::ios::binary | std::ios::app).is_open();
     if (!opened)
         throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; check folder and permissions");

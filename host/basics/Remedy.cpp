@@ -37,7 +37,7 @@ std::string remedyOf(ExitCode code, const std::string& text) {
     return {};
 }
 
-void printFailure(ExitCode code, const std::string& text) {
+void printFailure(ExitCode code, const std::string& text, const std::string& log) {
     std::string line = text.substr(0, text.find_first_of("\r\n"));
     const std::string remedy = remedyOf(code, text);
     if (!remedy.empty()) {
@@ -45,6 +45,10 @@ void printFailure(ExitCode code, const std::string& text) {
         line += line.ends_with('.') ? " " : "; ";
         line += remedy;
     }
+    const bool ofTheReceiver = code == ExitCode::NoSystem || code == ExitCode::CalibrationRefused ||
+                               code == ExitCode::RecordingError || code == ExitCode::Failed;
+    if (ofTheReceiver && !log.empty())
+        line += " (log: " + log + ")";
     std::fprintf(stderr, "orvtrace: %s\n", line.c_str());
 }
 

@@ -10,7 +10,8 @@ namespace host {
 /// tells it already.
 std::string remedyOf(ExitCode code, const std::string& text);
 
-/// One line on the standard error output: the text, and the remedy where there is one.
-void printFailure(ExitCode code, const std::string& text);
+/// One line on the standard error output: the text, the remedy where there is one, and the receiver's log where that is
+/// given and may tell more.
+void printFailure(ExitCode code, const std::string& text, const std::string& log = {});
 
 } // namespace host

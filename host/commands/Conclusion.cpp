@@ -8,6 +8,19 @@
 
 namespace host {
 
+namespace {
+
+/// Empty when the receiver has left none.
+std::string logOf(const SessionResult& result) {
+    for (const auto& [what, where] : result.files) {
+        if (what == "log")
+            return where;
+    }
+    return {};
+}
+
+} // namespace
+
 ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
                    const std::function<std::string(const RecordResult&)>& text) {
     try {
@@ -27,7 +40,7 @@ ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool
     for (const std::string& trouble : result.troubles)
         std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
     if (result.code != ExitCode::Done)
-        printFailure(result.code, result.failure);
+        printFailure(result.code, result.failure, logOf(result));
     return result.code;
 }
 

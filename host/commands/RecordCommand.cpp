@@ -4,7 +4,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host/basics/OutputFiles.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -60,9 +59,9 @@ fs::path RecordRun::rawFile(unsigned number) const {
 
 void RecordRun::testOutputs() {
     if (!options.save.empty())
-        testOutputFile(absolutePath(options.save), options.session.force);
+        session.testOutput(absolutePath(options.save));
     for (unsigned number = 1; !options.raw.empty() && number <= options.repeat; ++number)
-        testOutputFile(rawFile(number), options.session.force);
+        session.testOutput(rawFile(number));
 }
 
 void RecordRun::record(unsigned number) {

@@ -22,24 +22,27 @@ std::filesystem::path freeFolder(const std::string& name) {
 
 } // namespace
 
-RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool force) {
+RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool force, MadeFolders& made) {
     std::error_code failed;
     folder = wanted.empty() ? freeFolder(name) : std::filesystem::path(wanted);
     folder = std::filesystem::absolute(folder, failed).lexically_normal().make_preferred();
     if (!folder.has_filename()) // a separator stood at the end
         folder = folder.parent_path();
     for (const char* part : leftByRuns) {
-        if (!std::filesystem::exists(folder / part, failed))
-            continue;
-        if (!force)
+        if (!force && std::filesystem::exists(folder / part, failed))
             throw Failure(ExitCode::OutputExists,
                           folder.string() + " holds an earlier run; choose another folder or give --force");
-        std::filesystem::remove_all(folder / part, failed);
     }
-    std::filesystem::create_directories(folder, failed);
-    if (!std::filesystem::is_directory(folder, failed))
+    clear();
+    if (!made.make(folder))
         throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + folder.string());
-    testOutputFile(folder / ".orvtrace-test", true);
+    testOutputFile(folder / ".orvtrace-test", true, made);
+}
+
+void RunFolder::clear() const {
+    std::error_code failed;
+    for (const char* part : leftByRuns)
+        std::filesystem::remove_all(folder / part, failed);
 }
 
 void RunFolder::enterBench(const Scenario& scenario, const std::string& play,

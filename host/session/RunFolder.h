@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "host/basics/MadeFolders.h"
 #include "host/files/ScenarioFile.h"
 
 namespace host {
@@ -13,8 +14,8 @@ class RunFolder {
 public:
     /// `wanted` may be empty: a new folder "orvtrace-<name>" in the current one, with "-2" and so on behind it when
     /// that is taken. A folder that holds an earlier run is refused (OutputExists) unless `force`, which removes that
-    /// run. Throws Failure.
-    RunFolder(const std::string& wanted, const std::string& name, bool force);
+    /// run. Folders that are made are remembered in `made`. Throws Failure.
+    RunFolder(const std::string& wanted, const std::string& name, bool force, MadeFolders& made);
 
     const std::filesystem::path& path() const { return folder; }
     std::filesystem::path benchFolder() const { return folder / "bench"; }
@@ -22,6 +23,9 @@ public:
 
     /// Sets the environment of a run on the bench, for this process and the ones that it starts.
     void enterBench(const Scenario& scenario, const std::string& play, const std::filesystem::path& programs) const;
+
+    /// Takes away what runs leave in it, but not the settings file.
+    void clear() const;
 
 private:
     std::filesystem::path folder; ///< absolute

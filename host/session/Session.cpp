@@ -45,6 +45,24 @@ fs::path absolutePath(const std::string& path) {
 
 Session::Session(const SessionOptions& given, SessionResult& filled) : options(given), result(filled) {}
 
+Session::~Session() {
+    channel.reset();
+    if (folder && !leftSomething()) {
+        std::error_code failed;
+        folder->clear();
+        if (settingsMade)
+            fs::remove(settingsFile, failed);
+        result.files.clear();
+    }
+    made.removeEmpty();
+}
+
+bool Session::leftSomething() const {
+    std::error_code failed;
+    const std::uintmax_t size = fs::file_size(logFile, failed);
+    return configured || (!failed && size != 0);
+}
+
 void Session::checkInputs() {
     if (!options.scenario.empty())
         scenario = findScenario(options.scenario, programFolder() / "scenarios");
@@ -57,7 +75,7 @@ void Session::checkInputs() {
 }
 
 void Session::prepare() {
-    folder.emplace(options.out, scenario ? scenario->file.stem().string() : "run", options.force);
+    folder.emplace(options.out, scenario ? scenario->file.stem().string() : "run", options.force, made);
     writeSettings();
     if (scenario)
         folder->enterBench(*scenario, options.play, programFolder());
@@ -71,10 +89,11 @@ void Session::writeSettings() {
                              : scenario                ? scenario->file.stem().string()
                                                        : "channel";
     settingsFile = folder->settingsFile(name);
+    std::error_code failed;
+    settingsMade = !fs::exists(settingsFile, failed);
     if (!options.settings.empty()) {
         // The receiver gets a copy: it overwrites a file that it cannot use.
         const std::string text = readText(options.settings);
-        std::error_code failed;
         if (!fs::equivalent(options.settings, settingsFile, failed))
             fs::copy_file(options.settings, settingsFile, fs::copy_options::overwrite_existing, failed);
         if (readText(settingsFile) != text)
@@ -94,15 +113,27 @@ void Session::writeSettings() {
     writeChannelSettings(settings, settingsFile);
 }
 
+/// The receiver tells where its files lie by the environment, also when it cannot be made.
+void Session::load() {
+    const auto findFiles = [this] {
+        const fs::path data = getEnvironment("VX_TRACE_DATA_DIR");
+        stem = data / settingsFile.stem();
+        logFile = findLog(getEnvironment("VX_TRACE_LOGGING_DIR"));
+        result.files.emplace_back("receiver's files", data.string());
+        result.files.emplace_back("log", logFile.string());
+    };
+    try {
+        channel = std::make_unique<Receiver>(options.library);
+    } catch (const Failure&) {
+        findFiles();
+        throw;
+    }
+    findFiles();
+}
+
 void Session::open() {
     watchInterrupts();
-    channel = std::make_unique<Receiver>(options.library);
-    // The receiver tells where its files lie by the environment.
-    const fs::path data = getEnvironment("VX_TRACE_DATA_DIR");
-    stem = data / settingsFile.stem();
-    logFile = findLog(getEnvironment("VX_TRACE_LOGGING_DIR"));
-    result.files.emplace_back("receiver's files", data.string());
-    result.files.emplace_back("log", logFile.string());
+    load();
     if (scenario)
         result.files.emplace_back("bench", folder->benchFolder().string());
     ownFiles = result.files.size();
@@ -115,6 +146,7 @@ void Session::calibrate(ProgressLine& line) {
     const std::uintmax_t size = fs::file_size(logFile, failed);
     logRead = failed ? 0 : size;
     result.calibrated = false;
+    configured = true;
     const auto finish = [&] {
         result.calibrationSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         collect();

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "host/basics/OutputFiles.h"
 #include "host/files/ChannelSettingsFile.h"
 #include "host/session/Progress.h"
 #include "host/session/Receiver.h"
@@ -29,9 +30,15 @@ struct SessionOptions {
 
 /// One channel from the command line to a calibrated receiver, in this order: checkInputs(), prepare(), open(),
 /// calibrate(). All throw Failure. What is found out goes into the result, also when a step fails.
+///
+/// A session that ends before the receiver left a log or was configured takes away again whatever it made: settings
+/// file, the bench's folder, and folders that are empty then. After that everything stays.
 class Session {
 public:
     Session(const SessionOptions& given, SessionResult& filled);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
     /// Looks at every input.
     void checkInputs();
@@ -42,6 +49,9 @@ public:
     /// Configures and calibrates. May be called again.
     void calibrate(ProgressLine& line);
 
+    /// Tests an output beside the run's folder, as testOutputFile() does.
+    void testOutput(const std::filesystem::path& file) { testOutputFile(file, options.force, made); }
+
     Receiver& receiver() { return *channel; }
     /// Path and first part of the name of the receiver's files.
     const std::filesystem::path& fileStem() const { return stem; }
@@ -49,14 +59,19 @@ public:
 
 private:
     void writeSettings();
+    void load();
+    bool leftSomething() const;
     void collect();
     std::optional<diagnostics::CalFile> reportOf(const std::string& ending);
 
     const SessionOptions& options;
     SessionResult& result;
     std::optional<Scenario> scenario;
+    MadeFolders made;
     std::optional<RunFolder> folder;
     std::filesystem::path settingsFile;
+    bool settingsMade = false; ///< there was no such file before
+    bool configured = false;   ///< the receiver was asked to configure the channel, and leaves files about it
     std::filesystem::path stem;
     std::filesystem::path logFile;
     std::uintmax_t logRead = 0; ///< how much of the log belongs to earlier calibrations

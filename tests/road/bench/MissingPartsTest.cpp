@@ -1,3 +1,5 @@
+#include <regex>
+
 #include <gmock/gmock.h>
 
 #include "tests/road/Orvtrace.h"
@@ -7,6 +9,8 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
 namespace fs = std::filesystem;
 
 /// A copy of the installation without one file; the copy's orvtrace.
@@ -37,11 +41,21 @@ TEST(MissingParts, TheReceiverLibraryIsNamed) {
     EXPECT_THAT(run.errors, HasSubstr("cannot load "));
 }
 
+/// The failure names the receiver's log, which tells more and stays.
+void expectLogOf(const Outcome& run) {
+    static const std::regex place("\\(log: ([^)]*)\\)");
+    std::smatch found;
+    ASSERT_TRUE(std::regex_search(run.errors, found, place)) << run.errors;
+    EXPECT_THAT(readBytes(found[1].str()), Not(IsEmpty())) << found[1];
+    EXPECT_EQ(run.json.at("files").at("log"), found[1].str());
+}
+
 TEST(MissingParts, TheServerCannotBeStarted) {
     const RunSpace space;
     const Outcome run = recordWithout(space, "mpx_ecom_server");
     EXPECT_EQ(run.code, 4);
     EXPECT_THAT(run.errors, HasSubstr("data server failure : failed to connect to data server"));
+    expectLogOf(run);
 }
 
 TEST(MissingParts, DeviceIdentificationIsRequired) {
@@ -56,6 +70,7 @@ TEST(MissingParts, TheTargetAdapterIsRequired) {
     const Outcome run = recordWithout(space, "HaloTargetAdapter");
     EXPECT_EQ(run.code, 4);
     EXPECT_THAT(run.errors, HasSubstr("Cannot load target adapter library. Bad installation."));
+    expectLogOf(run);
 }
 
 TEST(MissingParts, FileReplayIsNot) {
@@ -69,6 +84,7 @@ TEST(MissingParts, AnUnknownCpuIsRefused) {
     const Outcome run = space.record("one-pin", {"--cpu", "bench/no-trace"});
     EXPECT_EQ(run.code, 5) << run.errors;
     EXPECT_THAT(run.errors, HasSubstr("This device is not supported by the receiver."));
+    expectLogOf(run);
 }
 
 } // namespace

@@ -11,6 +11,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// The folder of a run, as a session makes it.
+RunFolder runFolder(const std::string& wanted, bool force) {
+    MadeFolders made;
+    return RunFolder(wanted, "x", force, made);
+}
+
 template <class Work>
 ExitCode codeOf(Work&& work) {
     try {
@@ -58,23 +64,44 @@ TEST(OutputFile, AFileInTheWayOfItsFolderIsUnwritable) {
     EXPECT_EQ(codeOf([&] { testOutputFile(folder.file("wall") / "x.bin", false); }), ExitCode::OutputUnwritable);
 }
 
+TEST(MadeFoldersTest, WhatWasMadeGoesAgainUnlessItHoldsSomething) {
+    const TempFolder folder;
+    MadeFolders made;
+    EXPECT_TRUE(made.make(folder.file("a") / "b" / "c"));
+    EXPECT_TRUE(made.make(folder.file("a") / "d"));
+    EXPECT_TRUE(made.make(folder.path())) << "it is there already";
+    folder.write("a/d/kept.txt", "");
+    made.removeEmpty();
+    EXPECT_FALSE(fs::exists(folder.file("a") / "b"));
+    EXPECT_TRUE(fs::exists(folder.file("a") / "d" / "kept.txt"));
+    EXPECT_TRUE(fs::exists(folder.path()));
+}
+
+TEST(MadeFoldersTest, AFileInTheWayIsTold) {
+    const TempFolder folder;
+    folder.write("wall", "");
+    MadeFolders made;
+    EXPECT_FALSE(made.make(folder.file("wall") / "a"));
+    EXPECT_FALSE(made.make(folder.file("wall")));
+}
+
 TEST(RunFolderTest, AnEmptyFolderIsTakenWithoutForce) {
     const TempFolder folder;
-    EXPECT_EQ(codeOf([&] { RunFolder(folder.path().string(), "x", false); }), ExitCode::Done);
+    EXPECT_EQ(codeOf([&] { runFolder(folder.path().string(), false); }), ExitCode::Done);
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
 TEST(RunFolderTest, AFileOfTheUsersIsNoEarlierRunAndStays) {
     const TempFolder folder;
     folder.write("mine.txt", "kept");
-    EXPECT_EQ(codeOf([&] { RunFolder(folder.path().string(), "x", true); }), ExitCode::Done);
+    EXPECT_EQ(codeOf([&] { runFolder(folder.path().string(), true); }), ExitCode::Done);
     EXPECT_EQ(readText(folder.file("mine.txt")), "kept");
 }
 
 TEST(RunFolderTest, AnEarlierRunIsRefusedAndStays) {
     const TempFolder folder;
     fs::create_directories(folder.file(".VX-trace") / "data");
-    EXPECT_EQ(codeOf([&] { RunFolder(folder.path().string(), "x", false); }), ExitCode::OutputExists);
+    EXPECT_EQ(codeOf([&] { runFolder(folder.path().string(), false); }), ExitCode::OutputExists);
     EXPECT_TRUE(fs::exists(folder.file(".VX-trace") / "data"));
 }
 
@@ -82,7 +109,7 @@ TEST(RunFolderTest, ForceRemovesAnEarlierRun) {
     const TempFolder folder;
     fs::create_directories(folder.file(".VX-trace") / "data");
     fs::create_directories(folder.file("bench"));
-    RunFolder(folder.path().string(), "x", true);
+    runFolder(folder.path().string(), true);
     EXPECT_FALSE(fs::exists(folder.file(".VX-trace")));
     EXPECT_FALSE(fs::exists(folder.file("bench")));
 }
@@ -90,13 +117,13 @@ TEST(RunFolderTest, ForceRemovesAnEarlierRun) {
 TEST(RunFolderTest, AFileInItsPlaceIsUnwritable) {
     const TempFolder folder;
     const fs::path file = folder.write("wall", "");
-    EXPECT_EQ(codeOf([&] { RunFolder(file.string(), "x", true); }), ExitCode::OutputUnwritable);
+    EXPECT_EQ(codeOf([&] { runFolder(file.string(), true); }), ExitCode::OutputUnwritable);
 }
 
 TEST(RunFolderTest, ASeparatorAtTheEndDoesNotMatter) {
     const TempFolder folder;
-    const RunFolder run(folder.path().string() + "/", "x", false);
-    EXPECT_EQ(run.settingsFile("a"), RunFolder(folder.path().string(), "x", false).settingsFile("a"));
+    const RunFolder run = runFolder(folder.path().string() + "/", false);
+    EXPECT_EQ(run.settingsFile("a"), runFolder(folder.path().string(), false).settingsFile("a"));
     EXPECT_TRUE(run.path().is_absolute());
 }
 

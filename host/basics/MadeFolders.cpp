@@ -1,0 +1,23 @@
+#include "host/basics/MadeFolders.h"
+
+namespace host {
+
+bool MadeFolders::make(const std::filesystem::path& folder) {
+    std::error_code failed;
+    if (std::filesystem::is_directory(folder, failed))
+        return true;
+    const std::filesystem::path above = folder.parent_path();
+    if (!above.empty() && above != folder && !make(above))
+        return false;
+    if (std::filesystem::create_directory(folder, failed))
+        made.push_back(folder);
+    return std::filesystem::is_directory(folder, failed);
+}
+
+void MadeFolders::removeEmpty() {
+    std::error_code failed;
+    for (; !made.empty(); made.pop_back())
+        std::filesystem::remove(made.back(), failed); // does nothing to one that holds something
+}
+
+} // namespace host
