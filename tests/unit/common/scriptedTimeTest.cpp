@@ -170,6 +170,19 @@ TEST_F(ScriptedTimer, TimeOfACallableCountsIntoTheNextRound) {
     EXPECT_EQ(fired, "ssLs");
 }
 
+TEST_F(ScriptedTimer, TimeAheadOfTheStartDoesNotCount) {
+    std::string fired;
+    Action tick(fired, 't');
+    Action late(fired, 'L');
+    uTimer timer;
+    timer.registerCallable(&tick, 0.0, 3);
+    timer.registerCallable(&late, 0.5, 1);
+    platform().counter += 1000;
+    platform().counterStep = 100;
+    ASSERT_TRUE(timer.start());
+    EXPECT_EQ(fired, "tttL");
+}
+
 TEST_F(ScriptedTimer, WithoutEntriesThereIsOneRound) {
     uTimer timer;
     ASSERT_TRUE(timer.start());

@@ -99,6 +99,11 @@ TEST_F(uConfigTest, XmlClosingTagClosesNothing) {
               (Sections{{"A", {{"a", "1"}, {"b", "2"}}}, {"B", {{"c", "3"}}}}));
 }
 
+TEST_F(uConfigTest, XmlCommentAndDeclarationAmidASectionOpenNone) {
+    EXPECT_EQ(xml("<A>\n<a>1</a>\n<!-- x -->\n<b>2</b>\n\t<?x?>\n<c>3</c>\n"),
+              (Sections{{"A", {{"a", "1"}, {"b", "2"}, {"c", "3"}}}}));
+}
+
 TEST_F(uConfigTest, XmlAttributesBelongToTheName) {
     EXPECT_EQ(xml("<a b=\"1\">\n<k>v</k>\n"), (Sections{{"a b=\"1\"", {{"k", "v"}}}}));
 }

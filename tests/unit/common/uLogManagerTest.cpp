@@ -178,6 +178,9 @@ TEST_F(uLogManagerTest, OpenWithoutSharingAlwaysMakesALog) {
     EXPECT_EQ(manager.getOpenCount(), 2U);
     ASSERT_TRUE(open(manager, "log", true));
     EXPECT_EQ(manager.getOpenCount(), 3U);
+    ASSERT_TRUE(open(manager, "log", false)); // each call says so for itself
+    EXPECT_EQ(manager.getOpenCount(), 4U);
+    EXPECT_FALSE(manager.isShared());
 }
 
 TEST_F(uLogManagerTest, WithoutADirectoryThePathIsTheBareName) {
