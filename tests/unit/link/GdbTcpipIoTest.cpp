@@ -97,6 +97,44 @@ TEST_F(GdbTcpipIoTest, AQuietPeerTimesOut) {
     EXPECT_EQ(client.waitReadable(0), IoTimeout);
 }
 
+TEST_F(GdbTcpipIoTest, AWaitWithoutALimitLastsUntilThePeerSpeaks) {
+    pair();
+    std::thread later([this] {
+        VX_QRS::uThread::sleep(60);
+        std::uint32_t count = 0;
+        EXPECT_EQ(server.send("x", 1, count), IoOk);
+    });
+    EXPECT_EQ(client.waitReadable(-1), IoOk);
+    later.join();
+    EXPECT_EQ(receive(client, IoOk), "x");
+}
+
+TEST_F(GdbTcpipIoTest, APeerThatComesLateIsAccepted) {
+    ASSERT_EQ(server.listenOn(), IoOk);
+    for (const std::int32_t wait : {patience, -1}) {
+        std::thread later([this] {
+            VX_QRS::uThread::sleep(60);
+            EXPECT_EQ(client.connectTo("127.0.0.1"), IoOk);
+        });
+        EXPECT_EQ(server.acceptClient(wait), IoOk);
+        later.join();
+        EXPECT_EQ(server.waitWritable(0), IoOk);
+        client.closeClient();
+        server.closeClient();
+    }
+}
+
+TEST_F(GdbTcpipIoTest, AReadTakesNoMoreThanItAskedFor) {
+    pair();
+    std::uint32_t count = 0;
+    ASSERT_EQ(server.send("abcdef", 6, count), IoOk);
+    char bytes[] = "......";
+    ASSERT_EQ(client.receive(bytes, 2, count), IoOk);
+    EXPECT_EQ(count, 2u);
+    EXPECT_STREQ(bytes, "ab....");
+    EXPECT_EQ(receive(client, IoOk), "cdef");
+}
+
 TEST_F(GdbTcpipIoTest, NobodyToAcceptTimesOut) {
     ASSERT_EQ(server.listenOn(), IoOk);
     EXPECT_EQ(server.acceptClient(20), IoTimeout);
@@ -170,4 +208,7 @@ TEST_F(GdbTcpipIoTest, ThePeersNameEndsInThePortsLowByte) {
     pair();
     const std::string expected = "127.0.0.1:" + std::string(1, static_cast<char>(portNumber & 0xFF));
     EXPECT_STREQ(client.peerName(), expected.c_str());
+    EXPECT_STREQ(client.peerName(), expected.c_str());
+    client.closeClient();
+    EXPECT_STREQ(client.peerName(), "");
 }

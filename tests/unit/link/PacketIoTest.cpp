@@ -68,6 +68,28 @@ TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt) {
     EXPECT_EQ(buffer.capacity, 8u + 9u + 1u);
 }
 
+TEST_F(PacketIoTest, TheNulStandsWhereBytesOfAnEarlierPacketStood) {
+    const auto leaveOldBytes = [this] {
+        buffer.clear();
+        for (const char c : std::string("01234567"))
+            buffer.appendByte(static_cast<std::uint8_t>(c));
+        buffer.drop(8);
+        ASSERT_EQ(buffer.storage[2], '2') << "emptying the buffer leaves its bytes";
+    };
+    leaveOldBytes();
+    script->give("ab");
+    EXPECT_EQ(readPacket(link, buffer, 8, 1000), IoOk);
+    EXPECT_EQ(unread(), "ab");
+    EXPECT_EQ(buffer.unread()[2], 0);
+
+    leaveOldBytes();
+    for (const char c : {'x', 'y'})
+        buffer.appendByte(static_cast<std::uint8_t>(c));
+    script->expect("xy");
+    EXPECT_EQ(writePacket(link, buffer), IoOk);
+    EXPECT_EQ(buffer.unread()[2], 0);
+}
+
 TEST_F(PacketIoTest, TwoRepliesInOneReadLeaveTheSecondAtTheStart) {
     script->give("$OK#00$OK}\x03#00");
     EXPECT_EQ(readPacket(link, buffer, 100, 1000), IoOk);
