@@ -53,7 +53,7 @@ public:
     virtual void stop() = 0;
     /// Tells the transmitter that the trace ends.
     virtual void endTransmission(bool flag) = 0;
-    /// Takes no lock.
+    /// Takes no lock, but for a trigger of the target, which it logs under the channel's.
     virtual void status(ChannelMetrics& out) = 0;
     /// Takes a burst of samples and lists it, and gives the unit's error flags (0 for none).
     virtual std::uint32_t ovs(bool capture, bool clearError) = 0;

@@ -16,7 +16,7 @@ public:
     ~Transmitter() override = default;
     virtual void applySettings() = 0;
     /// Sends the named pattern ("calibration", "verification", "none" for trace …) at a frequency setting. A null name
-    /// keeps the pattern now set.
+    /// programs the pattern now set once more; that of a ramp is no name to program, and fails.
     virtual void program(const char* name, std::uint32_t frequencySetting) = 0;
     virtual void end(bool flag) = 0;
     virtual void flush() = 0;

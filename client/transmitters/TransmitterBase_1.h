@@ -38,8 +38,8 @@ public:
     TransmitterBase_1& operator=(const TransmitterBase_1&) = delete;
     ~TransmitterBase_1() override;
 
-    /// `drmXmtr`, `pins`, `xmtrType`, `numPins`, `xmtrMode`. Throws eNAME for others, eVALUE for a pin that is no
-    /// number; the pins ahead of that one stay.
+    /// `drmXmtr`, `pins`, `xmtrType`, `numPins`, `xmtrMode`. Throws eNAME for others, eVALUE for an empty item
+    /// among the pins; the pins ahead of that one stay.
     void setProperty(const char* name, const char* value) override;
     /// `drmXmtr`, `xmtrType`, `numPins`.
     void getProperty(const char* name, const char** value) override;

@@ -72,7 +72,8 @@ public:
         /// the storage has to hold whatever it answers. @param size sent, and overwritten with the answer's size.
         virtual void peek(std::uint32_t first, std::uint32_t second, void* data, std::uint32_t* size) = 0;
         virtual void stop() = 0;
-        /// Asks for `count` bytes of recorded data; they arrive through `Callback::onData` before this returns.
+        /// Asks for `count` bytes of recorded data. They arrive through `Callback::onData`, in pieces of the server's
+        /// choice, before this returns or inside later requests.
         virtual void request(std::uint32_t count) = 0;
         virtual void cancel() = 0;
         virtual void flush() = 0;

@@ -27,7 +27,7 @@ struct StartedServer {
 };
 
 /// Starts the data server by its bare name, telling it to listen at `firstPort` or, where no process comes to be seen
-/// for that, at one of the seven ports after it. Blocks for 100 ms at least and 5 s for each port that fails.
+/// for that, at one of the seven ports after it. Blocks for 100 ms at least and up to 5 s for each port that fails.
 /// Throws `std::runtime_error` "failed to start server", with no process of the last attempt left.
 StartedServer startServer(ProcessAccess& processes, std::uint32_t firstPort);
 
