@@ -1,5 +1,5 @@
-// The smallest complete host: calibrate, record two seconds or until the buffer is full, save. What is around it (a choice of CPUs, a
-// window, a thread that polls) is yours; the order of calls is this one.
+// The smallest complete host: calibrate, record two seconds or until the buffer is full, save. What is around it (a
+// choice of CPUs, a window, a thread that polls) is yours; the order of calls is this one.
 //
 //   small_host FOLDER CPU SETTINGS OUTPUT
 //

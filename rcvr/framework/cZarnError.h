@@ -7,6 +7,8 @@
 // A host catches `const Vx::Qrs::Zarn::cZarnError&` (or cZarnErrorIF). Errors are thrown by value; the pointers that
 // the text operations give stay valid as long as the caught object and until its text is next changed.
 // Neither class derives from std::exception: a host that catches only std::exception does not see these.
+// Objects are not shared between threads; whoever caught one owns it. Null texts that are given count as empty ones, or
+// add nothing. An object's code lies in the library that threw it: it must be gone before that is unloaded.
 
 namespace Vx::Qrs::Zarn {
 
@@ -19,6 +21,7 @@ public:
     /// Never null.
     virtual const char* GetTitle() const = 0;
     virtual void SetTitle(const char* title) = 0;
+    /// A Severity_Type.
     virtual Severity_Type GetSeverity() const = 0;
     virtual void SetSeverity(Severity_Type severity) = 0;
     /// What went wrong, for the user. Never null.
