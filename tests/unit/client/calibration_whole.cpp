@@ -1,5 +1,9 @@
 #include "tests/unit/client/calibration_fixture.h"
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 // Whole calibrations over a model of the unit: their order, their ways out, their log.
 
 namespace client_test {
@@ -72,6 +76,29 @@ TEST_F(CalibrationTest, ACallFromWithinIsLoggedAndIgnored) {
     EXPECT_THAT(log.steps(), testing::Contains("already in progress, call ignored"));
     EXPECT_EQ(state(), Calibrated);
     EXPECT_FALSE(inside().mutex().unlock());
+}
+
+TEST_F(CalibrationTest, TheLockIsHeldFromBeginningToEnd) {
+    openChannel("verifyCal=false\n");
+    rates({50e6});
+    signals();
+    std::atomic<bool> stopped{false};
+    std::thread other;
+    unsigned looked = 0;
+    ON_CALL(transmitter, shutdown).WillByDefault([&] {
+        if (looked++ == 0) {
+            other = std::thread([&] {
+                channel->stop(); // needs the lock
+                stopped = true;
+            });
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // a chance to slip in
+        EXPECT_FALSE(stopped) << looked;
+    });
+    channel->calibrate();
+    other.join();
+    EXPECT_EQ(looked, 3U); // scan, attempt, and the very end
+    EXPECT_TRUE(stopped);
 }
 
 TEST_F(CalibrationTest, ACallFromWithinAnAttemptIsIgnoredButItsStemStays) {
