@@ -1,5 +1,6 @@
 // Requests of several threads: whole ones exclude each other, callbacks included.
 
+#include "tests/unit/mpx/FailureText.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
 
 #include <atomic>
@@ -28,6 +29,7 @@ public:
             const std::lock_guard lock(mutex);
             overlaps += underWay;
             ++underWay;
+            changed.notify_all();
         }
         void end() {
             const std::lock_guard lock(mutex);
@@ -37,6 +39,11 @@ public:
             const std::lock_guard lock(mutex);
             ++arrived;
             changed.notify_all();
+        }
+        // Until another thread's request is under way.
+        void waitForARequest() {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [this] { return underWay != 0; });
         }
         // Until both threads are at their requests, and a while longer.
         void letTheOtherCome() {
@@ -118,6 +125,22 @@ TEST(ProxyLock, ARequestWaitsForAnotherThreadsRequestAndItsCallbacks) {
         EXPECT_EQ(failures, 0);
         EXPECT_EQ(callback.delivered, 2);
     }
+}
+
+TEST(ProxyLock, AChannelThatIsOpenedMeanwhileGetsNothingOfTheRequestUnderWay) {
+    SlowLink::Watch watch;
+    EndingCallback callback(watch);
+    OrvEcomProxy proxy(std::make_unique<SlowLink>(watch), 64);
+    std::thread other([&] {
+        watch.waitForARequest();
+        watch.arrive();
+        // What the failed request has left is in front of this one's reply.
+        EXPECT_EQ(failureText([&] { proxy.openChannel(0, 0, &callback); }), "invalid rsp response");
+    });
+    watch.arrive();
+    EXPECT_EQ(failureText([&] { proxy.start(); }), "invalid rsp callback responseinvalid rsp response");
+    other.join();
+    EXPECT_EQ(callback.delivered, 0);
 }
 
 TEST(ProxyLock, AFailedRequestLeavesTheLockFree) {
