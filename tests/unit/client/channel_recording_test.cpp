@@ -211,6 +211,19 @@ TEST_F(RecordingTest, NextRequestWaitsUntilTheLastOneHasBeenReceivedInFull) {
     EXPECT_TRUE(readText(binPath()) == asText(half) + asText(half));
 }
 
+TEST_F(RecordingTest, WhatWasAskedForAndDoesNotComeIsCancelledWhenTheUnitReportsNone) {
+    begin();
+    // Two polls, the pass that sees the stop, the request of what is there at its end, and a pass that finds nothing.
+    model.scriptStatus({0, 0, 20000, 20000, 0});
+    LogCapture log;
+    runAndStop();
+    EXPECT_EQ(model.log().back(), "cancel");
+    EXPECT_EQ(model.count(Call::Request), 1u);
+    EXPECT_THAT(log.steps(), Contains("calling ds_cancel, 0 bytes on orv, 16384 bytes pending"));
+    EXPECT_FALSE(status().hasError);
+    EXPECT_EQ(status().bytesTotal, 0u);
+}
+
 TEST_F(RecordingTest, DataArriveInAsManyPiecesAsTheServerLikes) {
     begin();
     const auto bytes = someBytes(16384 * 5);

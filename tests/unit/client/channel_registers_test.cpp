@@ -234,6 +234,14 @@ TEST_F(RegistersTest, PeriodIsZeroWithoutARatio) {
     EXPECT_EQ(inside().convertPeriod(100, 2, 1000), 0u) << "beyond 64 bits";
 }
 
+TEST_F(RegistersTest, PeriodsOfARecordingAreOfTwoWordsAtLeast) {
+    openChannel("stmTimeoutPeriod=0\nstmSyncPeriod=1\n");
+    setRatio(512.0, 1.0);
+    inside().internalStart(0x40000, "stop", "none", true, false, false);
+    EXPECT_THAT(model.written(0x8008040), ElementsAre(0x0403u));
+    EXPECT_EQ(model.written(0x8008050).back(), 0x0011u);
+}
+
 TEST_F(RegistersTest, UnsetPeriodWrapsInThirtyTwoBitsBeforeItIsLowered) {
     setRatio(87.5e6, 43749912.5);
     EXPECT_EQ(inside().convertPeriod(0x7FFFFFFF, 2, 16352), 0x218Cu);

@@ -292,6 +292,25 @@ TEST_F(SharedTransmitterTest, EveryReopeningOfAChannelOpensTheLinkAnewSinceItSet
     unit().release(opened);
 }
 
+TEST_F(SharedTransmitterTest, ChannelsDieFromTheFirstToTheLastAndThenTheClient) {
+    writeText(propsPath,
+              "[Global]\norv=7\n[Channel 0]\npinMap=0,1\n[Channel 1]\npinMap=0,1\n[Channel 2]\npinMap=0,1\n");
+    RegisterModel other;
+    ON_CALL(library, closeChannel).WillByDefault([&other](unsigned number) {
+        other.note("transmitter " + std::to_string(number));
+        return 0;
+    });
+    {
+        FrontEnd_1 made(modelFactory(other), waits);
+        made.setProperty("propsFile", propsPath.c_str());
+        for (std::uint32_t i = 0; i < 3; ++i)
+            made.alloc(("cpu" + std::to_string(i)).c_str(), &library, 10 + i, 0, 0, nullptr)->applySettings();
+        other.clearLog();
+    }
+    EXPECT_THAT(other.log(), ElementsAre("close", "transmitter 10", "close", "transmitter 11", "close",
+                                         "transmitter 12", "disconnect", "destroy"));
+}
+
 // ---- kinds of transmitters ----
 
 TEST_F(FrontEndTest, ExternalSignalHasNoPatternToCalibrateByAndIsRecordedWithManualSettings) {

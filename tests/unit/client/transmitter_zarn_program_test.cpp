@@ -158,6 +158,18 @@ TEST_F(TransmitterZarnProgramTest, UnknownNamesReachNothing) {
     expectFailure([&] { transmitter->program(nullptr, 0); }, eXMTR, "invalid program");
 }
 
+TEST_F(TransmitterZarnProgramTest, WithoutPinsTheNameIsNotTakenAndANameThatIsNoneIs) {
+    const auto transmitter = make();
+    open(*transmitter, 1);
+    expectFailure([&] { transmitter->program("f0", 0); }, eSEQUENCE, "pins not set");
+    transmitter->setProperty("pins", "0,1");
+    expectFailure([&] { transmitter->program(nullptr, 0); }, eXMTR, "invalid program");
+    expectSimple(4, 0);
+    transmitter->program("f0", 0);
+    expectFailure([&] { transmitter->program("zigzag", 0); }, eXMTR, "invalid program");
+    expectFailure([&] { transmitter->program(nullptr, 0); }, eXMTR, "invalid program");
+}
+
 TEST_F(TransmitterZarnProgramTest, NoneLeavesNoPattern) {
     const auto transmitter = make();
     open(*transmitter, 1);
