@@ -113,6 +113,12 @@ TEST_F(Configuration, PinsBeyondTheConnectorAreNeverGranted) {
     EXPECT_FALSE(std::filesystem::exists(propertiesFile()));
 }
 
+TEST_F(Configuration, TheLastPinOfTheConnectorCanBeGrantedAndTheNumberBehindItCannot) {
+    device("unit kite\nport 3\nentry\ntrace port\npinout p=pti=6,2,3;pti=5,2,3\n");
+    makeDriver().SetConfiguration(settingsFile().c_str());
+    EXPECT_EQ(driver->Settings().pinMap, "5,2,3");
+}
+
 TEST_F(Configuration, ADeviceThatIsNotInTheDatabasePassesItsError) {
     device("unit kite\nport 3\n");
     EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),

@@ -127,6 +127,20 @@ TEST_F(Data, AnUploadThatHasComeToItsEndIsWaitedForTenPolls) {
                                       "numSamplesTotal=10, numSamplesAvailable=10"));
 }
 
+TEST_F(Data, WhatIsAnnouncedLaterDoesNotCount) {
+    upload(samples(0, 10));
+    const LogCapture log(folder, "1");
+    // The wait for a greater number would only end with the thread.
+    int asked = 0;
+    EXPECT_CALL(channel, status).WillRepeatedly([&](client::ChannelMetrics& out) {
+        out.bytesTotal = ++asked == 1 ? 80 : 160;
+        out.threadDone = asked > 30;
+    });
+    EXPECT_EQ(read(0, 20).size(), 10U);
+    EXPECT_THAT(log.lines(), Contains("M ORV Receiver : seek read timeout, numSamplesRequested=20, numSamplesRead=10, "
+                                      "numSamplesTotal=10, numSamplesAvailable=10"));
+}
+
 TEST_F(Data, AnUploadThatGrowsAgainIsWaitedForAnew) {
     upload(samples(0, 10));
     channel.metrics.threadDone = false;
@@ -155,8 +169,10 @@ TEST_F(Data, FailuresWhileReadingComeInOneForm) {
     EXPECT_THAT(log.lines(), Contains("E OrvRcvr : " + text + " : data server failure : no answer"));
     EXPECT_CALL(channel, status).WillOnce([](client::ChannelMetrics&) {}).WillOnce(Throw(std::runtime_error("later")));
     EXPECT_EQ(failureOf(readOne), "Error 1: " + text + " : later");
+    upload(samples(0, 1));
     EXPECT_CALL(channel, status).WillOnce(Throw(42));
     EXPECT_EQ(failureOf(readOne), "Error 1: " + text);
+    EXPECT_EQ(number, 1U) << "what was read ahead of the failure";
 }
 
 TEST_F(Data, NullPointersAreRefusedAndNoSamplesNeedNoBuffer) {

@@ -317,11 +317,18 @@ TEST_F(ChannelDriverTest, TheHaltListHoldsOneEntryPerNameWithItsLastValue) {
     driver->UnregisterCPU("unknown");
     driver->UnregisterCPU("b");
     EXPECT_TRUE(driver->AreAllCpusHalted());
+    driver->RegisterCpuHalt("a", false);
+    driver->RegisterCpuHalt("c", true);
+    driver->UnregisterCPU("c");
+    EXPECT_FALSE(driver->AreAllCpusHalted()) << "the others stay";
     EXPECT_THAT(log.lines(), ElementsAre("M ORV Receiver : RegisterCpuHalt registered for a for halt state 1",
                                          "M ORV Receiver : RegisterCpuHalt registered for b for halt state 0",
                                          "M ORV Receiver : RegisterCpuHalt modified halt state for b to 1",
                                          "M ORV Receiver : RegisterCpuHalt modified halt state for b to 0",
-                                         "M ORV Receiver : UnregisterCPU unregistered b "));
+                                         "M ORV Receiver : UnregisterCPU unregistered b ",
+                                         "M ORV Receiver : RegisterCpuHalt modified halt state for a to 0",
+                                         "M ORV Receiver : RegisterCpuHalt registered for c for halt state 1",
+                                         "M ORV Receiver : UnregisterCPU unregistered c "));
     EXPECT_EQ(failureOf([&] { driver->RegisterCpuHalt(nullptr, true); }), "Error 3: null parameter");
     EXPECT_EQ(failureOf([&] { driver->UnregisterCPU(nullptr); }), "Error 3: null parameter");
 }

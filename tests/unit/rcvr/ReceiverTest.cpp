@@ -20,6 +20,9 @@ protected:
 };
 
 TEST_F(ReceiverTest, LoadsItsSiblingsAndGivesThemBackInOrder) {
+    frontEndSource().onCreate = [&] {
+        EXPECT_THAT(calls(), ElementsAre("CreateChannelDriver \"\"", "CreateDataSource \"\"", "setFileChannelDriver"));
+    };
     {
         const Receiver made;
         EXPECT_EQ(frontEndSource().created, 1);
@@ -334,8 +337,11 @@ TEST_F(TargetEvents, ADisconnectUnregistersTheCpuAndStopsNothing) {
     event(5);
     recording();
     EXPECT_CALL(channel, stop).Times(0);
+    const LogCapture log(folder, "1");
     for (const unsigned state : {3U, 4U}) {
+        driver->RegisterCpuHalt("cpu", false);
         event(state);
+        EXPECT_EQ(log.lines().back(), "M ORV Receiver : UnregisterCPU unregistered cpu ");
         EXPECT_TRUE(driver->AreAllCpusHalted());
         ChannelStatus status;
         driver->GetChannelStatus(&status);
