@@ -132,13 +132,17 @@ TEST_F(SettingsFile, WithoutTheTargetExportKeysItIsTakenWithTheirDefaults) {
 }
 
 TEST_F(SettingsFile, OneMissingTargetExportKeyTakesTheDefaultsOfAllFive) {
-    std::string text = replaced(defaultFile, "<ARM_STALL_CPU>false", "<ARM_STALL_CPU>true");
-    text = replaced(text, "\t<ARM_EXPORT_FRAMESIZE>0</ARM_EXPORT_FRAMESIZE>\n", "");
-    text = replaced(text, "<num_pins>1", "<num_pins>2");
-    const ChannelSettings settings = load(text);
-    EXPECT_FALSE(settings.stallCpu);
-    EXPECT_EQ(settings.numPins, 2U);
-    EXPECT_EQ(readText(path), text);
+    std::string changed = replaced(defaultFile, "<ARM_STALL_CPU>false", "<ARM_STALL_CPU>true");
+    changed = replaced(changed, "<ARM_MONITOR_CPRT>false", "<ARM_MONITOR_CPRT>true");
+    changed = replaced(changed, "<ARM_NO_DATA_TRACE_ON_FIFO_FULL>false", "<ARM_NO_DATA_TRACE_ON_FIFO_FULL>true");
+    changed = replaced(changed, "<ARM_CYCLE_ACCURATE_TRACE>true", "<ARM_CYCLE_ACCURATE_TRACE>false");
+    changed = replaced(changed, "<ARM_EXPORT_FRAMESIZE>0", "<ARM_EXPORT_FRAMESIZE>32");
+    for (const char* key : {"ARM_STALL_CPU", "ARM_MONITOR_CPRT", "ARM_NO_DATA_TRACE_ON_FIFO_FULL",
+                            "ARM_CYCLE_ACCURATE_TRACE", "ARM_EXPORT_FRAMESIZE"}) {
+        const std::string text = replaced(changed, std::string(key) + ">", std::string("x") + key + ">");
+        EXPECT_TRUE(isDefault(load(text))) << key;
+        EXPECT_EQ(readText(path), text) << key;
+    }
 }
 
 TEST_F(SettingsFile, ATargetExportKeyThatDoesNotConvertIsAFailure) {
@@ -223,6 +227,8 @@ TEST_F(SettingsFile, WhatStandsBehindTheFirstFaultIsNotCarried) {
     load(replaced(text, "<no_emu0>false", "<no_emu0>true"));
     EXPECT_TRUE(g_noEmu0 && g_noEmu1);
     EXPECT_EQ(g_drmKey, "");
+    load(replaced(replaced(defaultFile, "<drm_key>", "<drm_key>key"), "<ARM_STALL_CPU>false", "<ARM_STALL_CPU>maybe"));
+    EXPECT_EQ(g_drmKey, "key") << "the target export's keys come last";
 }
 
 TEST_F(SettingsFile, TheSecondPinFlagFollowsTheFirstAtTheNextStore) {

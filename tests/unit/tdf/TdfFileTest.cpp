@@ -82,6 +82,8 @@ TEST_F(TdfFileTest, NullDataIsRefused) {
     EXPECT_EQ(textOfFailure([&] { TdfFile::appendSectionData(path.c_str(), "N", 4, nullptr, 8, 1, &size); }),
               "No data to write TDF.");
     EXPECT_EQ(size, 0U);
+    EXPECT_EQ(textOfFailure([&] { TdfFile::appendSectionData(path.c_str(), "N", 3, nullptr, 8, 1, &size); }),
+              "Section header offset to save data is not valid.");
 }
 
 TEST_F(TdfFileTest, ASectionSizeThatCannotBeReadIsTold) {
