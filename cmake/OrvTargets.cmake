@@ -53,11 +53,16 @@ function(orv_static name)
   target_link_libraries(${name} PUBLIC orv_flags ${ARG_DEPENDS})
 endfunction()
 
-# orv_program(<name> SOURCES ... [DEPENDS ...])
+# orv_program(<name> SOURCES ... [DEPENDS ...]). Its narrow texts are UTF-8 on Windows, too.
 function(orv_program name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;DEPENDS")
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS})
+  if(WIN32)
+    target_sources(${name} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/windows/program.rc)
+    set_source_files_properties(${CMAKE_SOURCE_DIR}/cmake/windows/program.rc PROPERTIES
+      OBJECT_DEPENDS ${CMAKE_SOURCE_DIR}/cmake/windows/program.manifest)
+  endif()
 endfunction()
 
 # orv_loadable(<name> EXPORTS <symbol>... SOURCES ... [DEPENDS ...]): a library that is loaded by its bare

@@ -1,5 +1,6 @@
 #include "rcvr/ChannelDriver.h"
 
+#include "common/source/source_utilities/sameFile.h"
 #include "common/source/source_utilities/uThread.h"
 #include "rcvr/Guard.h"
 #include "tdf/TdfFile.h"
@@ -9,10 +10,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <stdexcept>
-#include <system_error>
 
 // Reading the upload file, also while it grows, and copying it.
 
@@ -153,8 +152,7 @@ void ChannelDriver::SaveFile(std::string path, unsigned format) {
 // Proves that the target can be written, and that it is not the recording itself.
 void ChannelDriver::refuseTarget(const std::string& path) {
     int failure = 0;
-    std::error_code none;
-    if (std::filesystem::equivalent(path, dataFilePath, none)) {
+    if (VX_QRS::sameFile(path.c_str(), dataFilePath.c_str())) {
         failure = EACCES;
     } else {
         errno = 0;

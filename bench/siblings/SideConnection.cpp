@@ -5,14 +5,13 @@
 
 namespace bench {
 
-SideConnection::SideConnection(std::filesystem::path portFile, int answerLimit)
-    : file(std::move(portFile)), limit(answerLimit) {}
+SideConnection::SideConnection(std::string portFile, int answerLimit) : file(std::move(portFile)), limit(answerLimit) {}
 
 bool SideConnection::connect() {
     unsigned port = 0;
     std::ifstream in(file);
     if (!(in >> port) || port == 0 || port > 0xFFFF) {
-        error = "no bench server: " + file.string() + " holds no port";
+        error = "no bench server: " + file + " holds no port";
         return false;
     }
     if (socket.connect("127.0.0.1", static_cast<std::uint16_t>(port)) != VX_QRS::uSocket::done) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -13,8 +12,9 @@ namespace bench {
 /// made, and again when the connection turns out to be gone, since a new server has a new port. One thread at a time.
 class SideConnection {
 public:
-    /// `answerLimit`: milliseconds to wait for an answer before the server counts as gone.
-    explicit SideConnection(std::filesystem::path portFile, int answerLimit = 10000);
+    /// The port file's name is in the narrow encoding of the process that has loaded the library. `answerLimit`:
+    /// milliseconds to wait for an answer before the server counts as gone.
+    explicit SideConnection(std::string portFile, int answerLimit = 10000);
 
     /// The answer's value (empty when it has none), or nothing when there is no server or it answered `err`; the reason
     /// is then in lastError().
@@ -25,7 +25,7 @@ private:
     bool connect();
     bool exchange(const std::string& line, std::string& answer);
 
-    std::filesystem::path file;
+    std::string file;
     int limit;
     VX_QRS::uSocket socket;
     std::string error;

@@ -7,7 +7,7 @@ namespace bench {
 
 using namespace xmtr_result;
 
-XmtrLibrary::XmtrLibrary(Scenario given, std::filesystem::path portFile)
+XmtrLibrary::XmtrLibrary(Scenario given, std::string portFile)
     : scenario(std::move(given)),
       program(scenario.kind, static_cast<unsigned>(scenario.transmitter.frequencies.size())),
       side(std::move(portFile)) {}

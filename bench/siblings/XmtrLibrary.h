@@ -24,7 +24,7 @@ public:
     static constexpr unsigned kindTpiuLite = 5;
     static constexpr unsigned frameSize = 64;
 
-    XmtrLibrary(Scenario scenario, std::filesystem::path portFile);
+    XmtrLibrary(Scenario scenario, std::string portFile);
     ~XmtrLibrary() override;
 
     int closeChannel(unsigned channel) override;

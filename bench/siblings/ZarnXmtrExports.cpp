@@ -15,7 +15,7 @@ __attribute__((visibility("default"))) Vx::Qrs::Trace::IXmtrLibrary* CreateXmtr(
         return nullptr;
     }
     try {
-        return new bench::XmtrLibrary(bench::loadScenario(scenario), std::filesystem::path(folder) / "side.port");
+        return new bench::XmtrLibrary(bench::loadScenario(scenario), std::string(folder) + "/side.port");
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench: %s\n", error.what());
         return nullptr;

@@ -78,7 +78,7 @@ int programOnePin(XmtrLibrary& library) {
 TEST(XmtrLibraryTest, ProgrammingReachesTheServer) {
     const TempFolder folder;
     FakeServer server(folder, {"ok\n", "ok\n", "ok\r\n", "ok\n", "ok\n"});
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port"));
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     EXPECT_EQ(programOnePin(library), 0);
     EXPECT_EQ(library.applyEnd(0, true), 0);
     EXPECT_EQ(library.flushBuffer(0), 0);
@@ -92,20 +92,20 @@ TEST(XmtrLibraryTest, ProgrammingReachesTheServer) {
 TEST(XmtrLibraryTest, AnErrorAnswerIsAFailure) {
     const TempFolder folder;
     FakeServer server(folder, {"err no such pin\n"});
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port"));
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     EXPECT_GT(programOnePin(library), 2);
 }
 
 TEST(XmtrLibraryTest, WithoutAServerThePinsStayDead) {
     const TempFolder folder;
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port"));
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     EXPECT_EQ(programOnePin(library), xmtr_result::noBench);
     EXPECT_EQ(library.shutdownPort(0), xmtr_result::noBench);
 }
 
 TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneWent) {
     const TempFolder folder;
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port"));
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     {
         FakeServer first(folder, {"ok\n"});
         EXPECT_EQ(library.flushBuffer(0), 0);
@@ -120,7 +120,7 @@ TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneWent) {
 TEST(XmtrLibraryTest, ClearedStatusBitsComeBackOnlyAfterTheyWentAway) {
     const TempFolder folder;
     FakeServer server(folder, {"ok 1073741825\n", "ok 0x40000001\n", "ok 1\n", "ok 1073741825\n"});
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port"));
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     std::uint32_t status = 0;
     EXPECT_EQ(library.getTraceStatus(0, &status), 0);
     EXPECT_EQ(status, 0x40000001U);
@@ -138,7 +138,7 @@ TEST(XmtrLibraryTest, TheKindServesBothItsReaders) {
     const std::pair<ExportKind, unsigned> kinds[] = {
         {ExportKind::Pti, 1}, {ExportKind::Tpiu, 4}, {ExportKind::TpiuLite, 5}};
     for (const auto& [kind, number] : kinds) {
-        XmtrLibrary library(scenarioOf(kind), folder.file("side.port"));
+        XmtrLibrary library(scenarioOf(kind), folder.file("side.port").string());
         unsigned answer = 0;
         EXPECT_EQ(library.getTransmitterKind(0, &answer), 0);
         EXPECT_EQ(answer, number);
@@ -150,7 +150,7 @@ TEST(XmtrLibraryTest, TheKindServesBothItsReaders) {
 TEST(XmtrLibraryTest, ScriptedFailuresHitEveryCallOrTheOneNamed) {
     const TempFolder folder;
     XmtrLibrary library(scenarioOf(ExportKind::Pti, {"setPortWidth", "getNumFrequencySettings:2"}),
-                        folder.file("side.port"));
+                        folder.file("side.port").string());
     EXPECT_EQ(library.setPortWidth(0, 1), xmtr_result::scripted);
     EXPECT_EQ(library.setPortWidth(0, 1), xmtr_result::scripted);
     unsigned count = 0;
@@ -162,7 +162,7 @@ TEST(XmtrLibraryTest, ScriptedFailuresHitEveryCallOrTheOneNamed) {
 
 TEST(XmtrLibraryTest, TheExportSettingsOfTheTargetAreAccepted) {
     const TempFolder folder;
-    XmtrLibrary library(scenarioOf(ExportKind::Tpiu), folder.file("side.port"));
+    XmtrLibrary library(scenarioOf(ExportKind::Tpiu), folder.file("side.port").string());
     unsigned value = 1;
     unsigned size = 0;
     EXPECT_EQ(library.getExportFrameLimits(0, &value, &size), 0);
