@@ -183,8 +183,9 @@ protected:
 
 TEST_F(PinMapFile, GivesThePinoutsOfAllSections) {
     mapper.readPinMapFile(
-        file("# comment\nfirst = pti= 0x2,3 ;dsp= ;tpiu=4,5\n[section]\nsecond=pti=0x5,6\nfirst=pti=1,2;\n").c_str());
-    EXPECT_EQ(textOf(mapper.getPinouts()), "first:pti=2,3;pti=1,2;tpiu=4,5; second:pti=5,6; ");
+        file("# comment\nfirst = pti= 0x2,3 ;dsp= ;etm=6,7, ;tpiu=4,5\n[section]\nsecond=pti=0x5,6\nfirst=pti=1,2;\n")
+            .c_str());
+    EXPECT_EQ(textOf(mapper.getPinouts()), "first:etm=6,7;pti=2,3;pti=1,2;tpiu=4,5; second:pti=5,6; ");
     EXPECT_EQ(mapper.getOwnerName("pti"), "");
 }
 
