@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <regex>
 #include <set>
@@ -120,6 +121,36 @@ TEST(FormatPages, PropertiesAreTheChannels) {
             explained.insert((*match)[1]);
     }
     EXPECT_EQ(explained, known);
+}
+
+TEST(FormatPages, PropertiesHaveTheChannelsDefaults) {
+    const std::string source = readText(std::string(ORV_SOURCE_ROOT) + "/client/frontend/FrontEndChannel_1.h");
+    const std::size_t begin = source.find("struct Settings {");
+    ASSERT_NE(begin, std::string::npos);
+    const std::string settings = source.substr(begin, source.find("};", begin) - begin);
+    const std::regex member("(\\w+) = \"?([^;\"]*)\"?;");
+    std::map<std::string, std::string> defaults;
+    for (auto match = std::sregex_iterator(settings.begin(), settings.end(), member); match != std::sregex_iterator();
+         ++match)
+        defaults[(*match)[1]] = (*match)[2];
+    const std::map<std::string, std::string> told{{"0x400000", "4194304"}, {"0.0", "0"}, {"notSet", "from the clock"}};
+    std::size_t count = 0;
+    for (const auto& row : tableOf(sectionsOf(page("properties"), "##").at(0).text)) {
+        std::string name = row[0].substr(1, row[0].find('`', 1) - 1);
+        std::string value = row.at(2);
+        value.erase(std::remove(value.begin(), value.end(), '`'), value.end());
+        if (name == "deskewStrategy")
+            value = value == "data" ? "1" : value;
+        if (name == "verifyCal")
+            name = "verifyCalEnabled";
+        const auto known = defaults.find(name);
+        if (known == defaults.end() || value.empty())
+            continue;
+        const auto words = told.find(known->second);
+        EXPECT_EQ(value, words == told.end() ? known->second : words->second) << name;
+        ++count;
+    }
+    EXPECT_GT(count, 18U);
 }
 
 TEST(FormatPages, PinMapHasTheAssignments) {

@@ -279,6 +279,16 @@ Breaches longFiles(const Files& files, std::size_t lines) {
     return breaches;
 }
 
+namespace {
+
+/// Packages hold the documents without the sources around them.
+bool isPackedWithDocuments(const std::string& file) {
+    return file.starts_with("docs/") || file.starts_with("examples") || file == "README.md" || file == "LICENSE" ||
+           file == "CHANGELOG.md";
+}
+
+} // namespace
+
 Breaches deadLinks(const Files& files) {
     static const std::regex link("\\]\\(([^)\\s]+)\\)");
     std::set<std::string> folders;
@@ -305,7 +315,9 @@ Breaches deadLinks(const Files& files) {
                         : (std::filesystem::path(p).parent_path() / target).lexically_normal().generic_string();
                 if (file.ends_with("/"))
                     file.pop_back();
-                if (!files.contains(file) && !folders.contains(file))
+                if (p.starts_with("docs/") && !isPackedWithDocuments(file))
+                    breaches.push_back(at(p, number) + "links to " + target + ", which no package holds beside docs/");
+                else if (!files.contains(file) && !folders.contains(file))
                     breaches.push_back(at(p, number) + "links to " + target + ", which is not there");
                 else if (!anchor.empty() && file.ends_with(".md") && !hasHeading(files.at(file), anchor))
                     breaches.push_back(at(p, number) + "links to #" + anchor + ", a heading that is not there");
