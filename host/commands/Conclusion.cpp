@@ -21,6 +21,13 @@ std::string logOf(const SessionResult& result) {
 
 } // namespace
 
+void printTroubles(const SessionResult& result, ExitCode code, const std::string& failure) {
+    for (const std::string& trouble : result.troubles)
+        std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
+    if (code != ExitCode::Done)
+        printFailure(code, failure, logOf(result));
+}
+
 ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
                    const std::function<std::string(const RecordResult&)>& text) {
     try {
@@ -37,10 +44,7 @@ ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool
         std::cout << resultJson(result) << std::flush;
     else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty())
         std::cout << text(result) << std::flush;
-    for (const std::string& trouble : result.troubles)
-        std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
-    if (result.code != ExitCode::Done)
-        printFailure(result.code, result.failure, logOf(result));
+    printTroubles(result, result.code, result.failure);
     return result.code;
 }
 

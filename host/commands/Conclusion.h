@@ -7,6 +7,9 @@
 
 namespace host {
 
+/// What goes to the standard error output behind a result: the diagnostic files that were left out, and the failure.
+void printTroubles(const SessionResult& result, ExitCode code, const std::string& failure);
+
 /// Runs the work that fills a result and prints what became of it: with `json` an object in any case, otherwise the
 /// text, as soon as there is a calibration to tell of. A failure goes to the standard error output behind that.
 ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,

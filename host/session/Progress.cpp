@@ -16,6 +16,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t terminalWidth = 79;
 constexpr auto plainInterval = std::chrono::seconds(10);
+constexpr auto followInterval = std::chrono::milliseconds(50);
 constexpr double enoughToEstimate = 0.05;
 
 double secondsBetween(Clock::time_point from, Clock::time_point to) {
@@ -130,13 +131,19 @@ CalibrationFollower::CalibrationFollower(Vx::Qrs::Trace::CChannelDriverProgress&
     : progress(source), output(line), thread([this] { follow(); }) {}
 
 CalibrationFollower::~CalibrationFollower() {
-    ending = true;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        ending = true;
+    }
+    ended.notify_one();
     thread.join();
     output.clear();
 }
 
 void CalibrationFollower::follow() {
+    std::unique_lock<std::mutex> lock(mutex);
     while (!ending) {
+        lock.unlock();
         unsigned first = 0;
         int percent = -1;
         std::string text;
@@ -152,7 +159,8 @@ void CalibrationFollower::follow() {
             step.fractionWord = "done";
         }
         output.show(step);
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        lock.lock();
+        ended.wait_for(lock, followInterval, [this] { return ending; });
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -74,7 +74,9 @@ private:
 
     Vx::Qrs::Trace::CChannelDriverProgress& progress;
     ProgressLine& output;
-    std::atomic<bool> ending{false};
+    std::mutex mutex;
+    std::condition_variable ended;
+    bool ending = false; ///< guarded by `mutex`
     std::thread thread;
 };
 

@@ -34,6 +34,9 @@ public:
     GeneratorCheck(unsigned dataPins, Framing packing);
 
     void take(std::span<const std::uint64_t> samples);
+    /// Call it behind the last sample of a recording that filled the buffer: it has no padding, so that zero words at its
+    /// end are wrong, too, unless they can be the beginning of a synchronisation sequence.
+    void endOfFullBuffer();
 
     std::uint64_t wordsChecked() const { return checked; }
     std::uint64_t errorCount() const { return wrong; }

@@ -1,5 +1,7 @@
 #include "host/soak/GeneratorCheck.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace host {
@@ -101,6 +103,33 @@ TEST(GeneratorCheck, ZerosAtTheVeryEndArePadding) {
     Words payload = rampWords(255);
     payload[253] = payload[254] = 0;
     EXPECT_EQ(checked(packed(payload)).errorCount(), 0U);
+}
+
+TEST(GeneratorCheck, AFullBufferHasNoPadding) {
+    Words payload = rampWords(255);
+    std::fill(payload.end() - 7, payload.end(), std::uint16_t{0});
+    GeneratorCheck check = checked(packed(payload));
+    check.endOfFullBuffer();
+    EXPECT_EQ(check.errorCount(), 7U);
+    EXPECT_EQ(check.wordsChecked(), 255U);
+    EXPECT_EQ(check.firstErrors().front().word, 248U);
+    EXPECT_EQ(check.firstErrors().front().expected, rampWords(249).back());
+
+    Words nothing(255, 0);
+    GeneratorCheck empty = checked(packed(nothing));
+    EXPECT_EQ(empty.wordsChecked(), 0U);
+    empty.endOfFullBuffer();
+    EXPECT_EQ(empty.errorCount(), 255U) << "no word of the ramp at all";
+}
+
+TEST(GeneratorCheck, ASynchronisationSequenceMayBeCutByTheEndOfTheBuffer) {
+    for (std::ptrdiff_t zeros = 0; zeros <= 6; ++zeros) {
+        Words payload = rampWords(255);
+        std::fill(payload.end() - zeros, payload.end(), std::uint16_t{0});
+        GeneratorCheck check = checked(packed(payload));
+        check.endOfFullBuffer();
+        EXPECT_EQ(check.errorCount(), 0U) << zeros;
+    }
 }
 
 TEST(GeneratorCheck, PacketsOfAnotherKindAreLeftOutAndUnknownOnesAreErrors) {

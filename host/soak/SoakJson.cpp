@@ -1,0 +1,59 @@
+#include "host/basics/JsonText.h"
+#include "host/basics/Remedy.h"
+#include "host/soak/SoakResult.h"
+
+namespace host {
+
+namespace {
+
+using nlohmann::json;
+
+template <class Number>
+json orNull(const std::optional<Number>& value) {
+    json answer;
+    if (value.has_value())
+        answer = *value;
+    return answer;
+}
+
+json errorsJson(const std::vector<RoundError>& errors) {
+    json list = json::array();
+    for (const auto& [round, error] : errors)
+        list.push_back({{"round", round},
+                        {"packet", error.packet},
+                        {"word", error.word},
+                        {"byte", error.byte()},
+                        {"expected", orNull(error.expected)},
+                        {"got", error.got}});
+    return list;
+}
+
+} // namespace
+
+std::string soakJson(const SoakResult& result) {
+    json out{{"outcome", exitCodeName(result.code)},
+             {"exitCode", static_cast<int>(result.code)},
+             {"interrupted", result.interrupted},
+             {"pins", orNull(result.dataPins)},
+             {"rounds", result.rounds},
+             {"seconds", result.seconds},
+             {"words", result.words},
+             {"wordsPerSecond", result.wordsPerSecond()},
+             {"errors", result.errors},
+             {"firstErrors", errorsJson(result.firstErrors)},
+             {"files", json::object()}};
+    if (!result.failure.empty())
+        out["error"] = {
+            {"text", result.failure}, {"where", result.where}, {"remedy", remedyOf(result.code, result.failure)}};
+    if (!result.scenario.empty())
+        out["scenario"] = result.scenario;
+    if (!result.dataRate.empty())
+        out["dataRate"] = result.dataRate;
+    for (const auto& [what, where] : result.files)
+        out["files"][what] = where;
+    if (!result.troubles.empty())
+        out["damaged"] = result.troubles;
+    return jsonText(out);
+}
+
+} // namespace host

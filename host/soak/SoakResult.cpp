@@ -1,0 +1,28 @@
+#include "host/soak/SoakResult.h"
+
+#include <algorithm>
+
+#include "host/basics/Format.h"
+
+namespace host {
+
+void SoakResult::addRound(const GeneratorCheck& check) {
+    ++rounds;
+    words += check.wordsChecked();
+    errors += check.errorCount();
+    for (const WordError& error : check.firstErrors()) {
+        if (firstErrors.size() < GeneratorCheck::errorsKept)
+            firstErrors.push_back({rounds, error});
+    }
+}
+
+std::optional<Failure> verdictOf(const SoakResult& result) {
+    if (result.errors != 0)
+        return Failure(ExitCode::FaultsFound, countText(result.errors, "word") + " came back wrong" +
+                                                  (result.interrupted ? "; interrupted by the user" : ""));
+    if (result.interrupted)
+        return Failure(ExitCode::Interrupted, "interrupted; the rounds until then were in order");
+    return std::nullopt;
+}
+
+} // namespace host

@@ -1,0 +1,124 @@
+#include "host/soak/SoakRun.h"
+
+#include <charconv>
+#include <chrono>
+
+#include "host/basics/Format.h"
+#include "host/session/Recording.h"
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// The name that makes the receiver use the capture unit's own generator instead of a target. A recording with no test
+/// pattern asked for makes it send a ramp.
+constexpr const char* generatorName = "fpga";
+constexpr const char* benchScenario = "self-test";
+/// The attribute's name, with the blank at its end.
+constexpr const char* dataPinsAttribute = "Trace Data Pin Size ";
+
+std::optional<unsigned> numberOf(const std::string& text) {
+    unsigned number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+class SoakRun {
+public:
+    SoakRun(const SessionOptions& given, SoakResult& filled)
+        : options(given), result(filled), session(given, filled), line(given.quiet) {}
+
+    void run(const SoakLength& length);
+
+private:
+    void show(const SoakLength& length);
+    void calibrate();
+    void playRound();
+
+    const SessionOptions& options;
+    SoakResult& result;
+    Session session;
+    ProgressLine line;
+    ProgressLine silent{ProgressStyle::Quiet}; ///< a round's own phases are too short to be told
+};
+
+void SoakRun::show(const SoakLength& length) {
+    ProgressStep step;
+    step.phase = "soaking";
+    step.rate = countText(result.rounds, "round") + ", " + countText(result.words, "word") + ", " +
+                countText(result.errors, "error");
+    if (length.seconds < SoakLength::noLimit)
+        step.expectedSeconds = length.seconds;
+    line.show(step);
+}
+
+void SoakRun::calibrate() {
+    session.calibrate(silent);
+    if (session.receiver().attribute("orvBufMode") != "stop")
+        throw Failure(ExitCode::BadInput, options.settings + ": is_stop_on_full is false; set it to true, a round ends "
+                                                             "when the unit's buffer is full");
+    result.dataPins = numberOf(session.receiver().attribute(dataPinsAttribute));
+    if (!result.dataPins)
+        throw Failure(ExitCode::Failed, "the receiver does not tell how many data pins it records");
+    if (result.calibration)
+        result.dataRate = result.calibration->dataRate;
+}
+
+void SoakRun::playRound() {
+    calibrate();
+    Receiver& receiver = session.receiver();
+    RecordingPlan plan;
+    plan.untilFull = true;
+    const RecordingEnd end = runRecording(receiver.channel(), plan, silent);
+    if (end.failed)
+        throw Failure(ExitCode::RecordingError, end.state);
+    const bool full = end.state.find("buffer full") != std::string::npos;
+    GeneratorCheck check(result.dataPins.value(),
+                         receiver.attribute("drmXmtr") == "pti" ? Framing::Packets : Framing::Words);
+    readBack(receiver.channel(), silent, false, [&](std::span<const std::uint64_t> samples) { check.take(samples); });
+    if (full)
+        check.endOfFullBuffer();
+    result.addRound(check);
+    if (full && check.wordsChecked() == 0)
+        throw Failure(ExitCode::FaultsFound,
+                      "round " + std::to_string(result.rounds) + " filled the buffer without a word of the generator");
+}
+
+void SoakRun::run(const SoakLength& length) {
+    session.checkInputs();
+    session.prepare();
+    session.open();
+    const auto start = Clock::now();
+    do {
+        show(length);
+        playRound();
+        result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+        result.interrupted = interrupted();
+    } while (result.seconds < length.seconds && result.rounds < length.rounds && !result.interrupted);
+    if (const auto failure = verdictOf(result))
+        throw Failure(*failure);
+}
+
+} // namespace
+
+SessionOptions generatorSession(SessionOptions given) {
+    given.cpu = generatorName;
+    if (given.settings.empty() && given.scenario.empty())
+        given.scenario = benchScenario;
+    if (given.settings.empty())
+        given.stopOnFull = true;
+    return given;
+}
+
+void soak(const SessionOptions& options, const SoakLength& length, SoakResult& result) {
+    try {
+        SoakRun(options, result).run(length);
+    } catch (const Failure&) {
+        result.interrupted = interrupted();
+        throw;
+    }
+}
+
+} // namespace host
