@@ -270,9 +270,12 @@ void FrontEndChannel_1::terminateThread() {
 
 void FrontEndChannel_1::run() {
     entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::run");
-    if (control.dataFile == nullptr && !openDataFile())
-        control.threadDone = true;
     Run run;
+    if (control.dataFile == nullptr && !openDataFile()) {
+        // Whoever sees this may wait for the thread with the lock held, so that it must not be asked for any more.
+        run.settled = true;
+        control.threadDone = true;
+    }
     while (!control.exitThread) {
         pass(run);
         frontEnd->waits().sleep(passInterval);

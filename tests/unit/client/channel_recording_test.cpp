@@ -368,6 +368,16 @@ TEST_F(RecordingTest, FileThatCannotBeOpenedEndsTheThreadBeforeItsFirstPass) {
     channel->setProperty("file", stem.c_str());
 }
 
+TEST_F(RecordingTest, FileThatCannotBeOpenedLeavesNothingToDoBehindTheWordThatTheThreadIsDone) {
+    begin();
+    channel->setProperty("file", (folder.path / "missing" / "trace").string().c_str());
+    inside().counters().bytesReady = 100; // what asks for a cancel, under the lock, wherever a thread leaves otherwise
+    run();
+    EXPECT_TRUE(status().threadDone);
+    EXPECT_THAT(model.log(), IsEmpty());
+    channel->setProperty("file", stem.c_str());
+}
+
 // ---- leaving ----
 
 TEST_F(RecordingTest, LeavingBetweenTwoPassesCancelsWhatIsLeftOnce) {
