@@ -108,8 +108,9 @@ TEST_F(LifecycleTest, ApplySettingsWithoutAFileIsOutOfSequence) {
 }
 
 TEST_F(LifecycleTest, RefusedValueInTheFileEndsApplySettings) {
-    configure("calMode=guess\npinMap=0,1,2\n");
+    configure("drmXmtr=tpiu\ncalMode=guess\npinMap=0,1,2\n");
     expectFailure([&] { channel->applySettings(); }, eVALUE, "calMode must be automatic|manual");
+    EXPECT_EQ(transmitter.properties["drmXmtr"], "pti") << "its turn comes behind the channel's";
     EXPECT_FALSE(inside().session().opened);
     EXPECT_FALSE(inside().mutex().unlock());
 }
@@ -269,6 +270,8 @@ TEST_F(LifecycleTest, InternalStartOfTheCaptureAloneLeavesTheTransmitterAlone) {
     model.set(0x8008050, 0x0100);
     inside().internalStart(0x40000, "wrap", "walk", true, false, false);
     EXPECT_EQ(model.log(), captureSide("open 262144 1"));
+    inside().internalStart(0x80000, "neither stop nor wrap", "walk", true, false, false);
+    EXPECT_THAT(model.log(), Contains("open 524288 1"));
 }
 
 TEST_F(LifecycleTest, InternalStartWithoutPreparationOnlyProgramsTheTransmitter) {

@@ -219,6 +219,15 @@ TEST_F(TransmitterZarnProgramTest, AnExportKindWithoutPinModesFailsBehindTheRele
     EXPECT_TRUE(accepts(*transmitter->getPattern(), {0x0FF0, 0xFF0F, 0xF0FF}));
 }
 
+TEST_F(TransmitterZarnProgramTest, TheNewPatternStandsAheadOfTheReleases) {
+    const auto transmitter = make();
+    open(*transmitter, 1);
+    transmitter->setProperty("pins", "0,1,2");
+    EXPECT_CALL(library, releasePin(channel, 0, 0)).WillOnce(Return(3));
+    expectFailure([&] { transmitter->program("a5", 0); }, eXMTR, "failed releasing pin");
+    EXPECT_TRUE(accepts(*transmitter->getPattern(), {0x6666}));
+}
+
 TEST_F(TransmitterZarnProgramTest, AClockAloneIsAPortOfNoWidth) {
     const auto transmitter = make();
     open(*transmitter, 5);

@@ -89,6 +89,17 @@ TEST_F(TransmitterZarnTest, AFailedReopenLeavesTheLinkClosed) {
     EXPECT_THROW(transmitter->applySettings(), Exception);
 }
 
+TEST_F(TransmitterZarnTest, TheLinkIsClosedAheadOfSettingsThatCannotBeApplied) {
+    const auto transmitter = make();
+    open(*transmitter, 1);
+    testing::Mock::VerifyAndClearExpectations(&library);
+    transmitter->setProperty("pins", "0,1");
+    const PropertiesFile withoutGlobals("[Channel 0]\npins=0,1\n");
+    EXPECT_CALL(library, closeChannel(channel));
+    EXPECT_THROW(transmitter->applySettings(), Exception);
+    testing::Mock::VerifyAndClearExpectations(&library); // and it is not closed a second time
+}
+
 TEST_F(TransmitterZarnTest, ALibraryThatThrowsAtTheEndIsLogged) {
     const LogCapture log;
     {
