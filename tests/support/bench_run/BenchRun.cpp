@@ -53,7 +53,7 @@ XmtrLibrary::~XmtrLibrary() {
 }
 
 bool waitUntil(const std::function<bool()>& holds) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(ORV_TIME_FACTOR);
     while (!holds()) {
         if (std::chrono::steady_clock::now() > limit)
             return false;

@@ -56,7 +56,7 @@ Function symbol(VX_QRS::uDll& library, const char* name) {
     return reinterpret_cast<Function>(reinterpret_cast<std::uintptr_t>(library.GetSymbol(name)));
 }
 
-/// Looks again until it holds; false when it does not within a minute.
+/// Looks again until it holds; false when it does not within a minute, five with sanitizers.
 bool waitUntil(const std::function<bool()>& holds);
 
 /// A data server that was started a moment ago may not listen yet on a busy machine. Tries again then.
