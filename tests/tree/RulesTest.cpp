@@ -88,12 +88,16 @@ TEST(TreeRules, DeadLinksAreFound) {
         {"docs/a.md", "[up](../README.md)\n[out](../missing.md) [beside](b.md)\n"},
         {"docs/deep/c.md", "## What it is, and why\n[in](#what-it-is-and-why) [up](../../README.md#here)\n"
                            "[gone](#what-it-was) [there](../../README.md#there)\n"},
+        {"docs/packed.md", "[sources](../client/a.h) [host](../examples/host)\n"},
+        {"client/a.h", ""},
+        {"examples/host/main.cpp", ""},
     };
     EXPECT_THAT(deadLinks(files), ElementsAre("README.md:1: links to docs/b.md, which is not there",
                                               "docs/a.md:2: links to ../missing.md, which is not there",
                                               "docs/a.md:2: links to b.md, which is not there",
                                               "docs/deep/c.md:3: links to #what-it-was, a heading that is not there",
-                                              "docs/deep/c.md:3: links to #there, a heading that is not there"));
+                                              "docs/deep/c.md:3: links to #there, a heading that is not there",
+                                              "docs/packed.md:1: links to ../client/a.h, which packages do not hold"));
 }
 
 } // namespace tree

@@ -315,10 +315,10 @@ Breaches deadLinks(const Files& files) {
                         : (std::filesystem::path(p).parent_path() / target).lexically_normal().generic_string();
                 if (file.ends_with("/"))
                     file.pop_back();
-                if (p.starts_with("docs/") && !isPackedWithDocuments(file))
-                    breaches.push_back(at(p, number) + "links to " + target + ", which no package holds beside docs/");
-                else if (!files.contains(file) && !folders.contains(file))
+                if (!files.contains(file) && !folders.contains(file))
                     breaches.push_back(at(p, number) + "links to " + target + ", which is not there");
+                else if (p.starts_with("docs/") && !isPackedWithDocuments(file))
+                    breaches.push_back(at(p, number) + "links to " + target + ", which packages do not hold");
                 else if (!anchor.empty() && file.ends_with(".md") && !hasHeading(files.at(file), anchor))
                     breaches.push_back(at(p, number) + "links to #" + anchor + ", a heading that is not there");
             }
