@@ -123,7 +123,8 @@ public:
     virtual void SeekReadTraceData(unsigned startSample, unsigned numSamples, std::uint64_t* buffer,
                                    unsigned* numRead) = 0;
 
-    /// Samples recorded, those still in the capture unit included; a part of one counts as one.
+    /// Samples recorded, those still in the capture unit included; a part of one counts as one. Behind a calibration and
+    /// ahead of a recording it tells of the calibration's proof: ask ChannelStatus::hasData first.
     virtual unsigned GetNumSamples() = 0;
 
     /// The name given to AllocateChannel; valid as long as the channel.
