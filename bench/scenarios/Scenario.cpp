@@ -19,6 +19,17 @@ constexpr unsigned maxDataPins = 7;
 constexpr unsigned bufferSizes = 10;
 constexpr std::int64_t largestBuffer = 0x8000000;
 
+// "a, b, c"
+template <class Names>
+std::string joined(const Names& names) {
+    std::string all;
+    for (const auto& name : names) {
+        all += all.empty() ? "" : ", ";
+        all += name;
+    }
+    return all;
+}
+
 // Reads one table: each key is taken by name, and what nobody took is an error of its own.
 class TableReader {
 public:
@@ -149,7 +160,7 @@ public:
     void finish() const {
         for (const auto& [key, node] : table) {
             if (std::find(taken.begin(), taken.end(), key.str()) == taken.end()) {
-                fail(node, key.str(), "is not known here");
+                fail(node, key.str(), "is not known here; known are " + joined(taken));
             }
         }
     }
@@ -264,7 +275,7 @@ void readFault(TableReader& in, FaultStep& step) {
         in.fail("command", "must be one character");
     }
     if (std::find(actions.begin(), actions.end(), step.action) == actions.end()) {
-        in.fail("action", "must name a fault");
+        in.fail("action", "must be one of " + joined(actions));
     }
 }
 

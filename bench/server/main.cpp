@@ -1,4 +1,5 @@
 // The simulated data server: mpx_ecom_server.exe 1 <port>
+// Looks through a scenario and starts nothing: mpx_ecom_server.exe --check <file>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -7,6 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <string_view>
 
 #include "bench/server/DataServer.h"
 
@@ -18,6 +20,11 @@ constexpr int failed = 1;
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
+}
+
+// Narrow texts are UTF-8 in this program, also where a path's own constructor takes them for something else.
+std::filesystem::path pathOf(const std::string& text) {
+    return std::u8string(text.begin(), text.end());
 }
 
 std::optional<std::uint16_t> portOf(const char* text) {
@@ -39,7 +46,7 @@ bench::ServerOptions optionsOf(std::uint16_t port) {
     if (folder.empty()) {
         throw bench::ServerError("ORV_BENCH_DIR is not set: it names a writable folder of this run");
     }
-    options.folder = folder;
+    options.folder = pathOf(folder);
     const std::string play = environment("ORV_BENCH_PLAY");
     if (!play.empty()) {
         std::ifstream in(play, std::ios::binary);
@@ -51,25 +58,47 @@ bench::ServerOptions optionsOf(std::uint16_t port) {
     return options;
 }
 
+// Whoever has started the process does not see its standard error output: what it dies of stands in its log too.
+void leaveLastWords(const std::string& words) {
+    std::cerr << words << "\n";
+    const std::string folder = environment("ORV_BENCH_DIR");
+    if (!folder.empty()) {
+        std::ofstream(pathOf(folder) / "server.log", std::ios::app) << words << "\n";
+    }
+}
+
+int check(const std::string& file) {
+    try {
+        bench::loadScenario(file);
+    } catch (const bench::ScenarioError& error) {
+        std::cerr << error.what() << "\n";
+        return failed;
+    }
+    return EXIT_SUCCESS;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 3 && std::string_view(argv[1]) == "--check") {
+        return check(argv[2]);
+    }
     const auto port = argc == 3 ? portOf(argv[2]) : std::nullopt;
     if (!port) {
-        std::cerr << "usage: mpx_ecom_server.exe 1 <port>\n";
+        std::cerr << "usage: mpx_ecom_server.exe 1 <port>, or --check <scenario file>\n";
         return badUse;
     }
     try {
         bench::LoopbackSocket listening = bench::DataServer::listenAt(*port);
         bench::ServerOptions options = optionsOf(*port);
         if (options.scenario.faults.exitAtStart) {
-            std::cerr << "mpx_ecom_server: ending at once, as the scenario says\n";
+            leaveLastWords("mpx_ecom_server: ending at once, as the scenario says");
             return failed;
         }
         bench::DataServer server(std::move(listening), std::move(options));
         server.run();
     } catch (const std::exception& error) {
-        std::cerr << "mpx_ecom_server: " << error.what() << "\n";
+        leaveLastWords("mpx_ecom_server: " + std::string(error.what()));
         return failed;
     }
     return EXIT_SUCCESS;

@@ -4,11 +4,22 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/basics/ExitCode.h"
+#include "host/basics/Remedy.h"
+
 namespace host {
 
 /// A JSON value as the program prints it. Texts of others may hold bytes that are no UTF-8: they are replaced.
 inline std::string jsonText(const nlohmann::json& value) {
     return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+/// What a failure is for a script: "outcome", "exitCode" and "error".
+inline nlohmann::json failureJson(const Failure& failure) {
+    return {{"outcome", exitCodeName(failure.code)},
+            {"exitCode", static_cast<int>(failure.code)},
+            {"error",
+             {{"text", failure.what()}, {"where", failure.where}, {"remedy", remedyOf(failure.code, failure.what())}}}};
 }
 
 } // namespace host

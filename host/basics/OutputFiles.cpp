@@ -27,4 +27,12 @@ void testOutputFile(const std::filesystem::path& file, bool force, MadeFolders& 
         std::filesystem::remove(file, failed);
 }
 
+void writeOutputFile(const std::filesystem::path& file, const std::function<void(std::ostream&)>& body) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    body(out);
+    out.close();
+    if (!out)
+        throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; is the disk full?");
+}
+
 } // namespace host

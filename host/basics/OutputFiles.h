@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <iosfwd>
 
 #include "host/basics/MadeFolders.h"
 
@@ -12,5 +14,8 @@ namespace host {
 /// written. Leaves the file as it was. Its folder is created: for good, or remembered in `made`.
 void testOutputFile(const std::filesystem::path& file, bool force);
 void testOutputFile(const std::filesystem::path& file, bool force, MadeFolders& made);
+
+/// Writes a file anew. Throws Failure (OutputUnwritable), also when the disk becomes full.
+void writeOutputFile(const std::filesystem::path& file, const std::function<void(std::ostream&)>& body);
 
 } // namespace host

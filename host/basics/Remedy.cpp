@@ -15,6 +15,7 @@ struct Entry {
 
 // The first one that fits holds.
 constexpr std::array entries{
+    Entry{ExitCode::NoSystem, serverSaid, ""},
     Entry{ExitCode::NoSystem, "failed to connect to data server",
           "is mpx_ecom_server.exe installed, and is no other run using its port?"},
     Entry{ExitCode::NoSystem, "dll load failure", "this library has to lie beside the receiver's"},

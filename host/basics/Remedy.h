@@ -10,6 +10,9 @@ namespace host {
 /// tells it already.
 std::string remedyOf(ExitCode code, const std::string& text);
 
+/// Stands between the receiver's text and the data server's own.
+inline constexpr const char* serverSaid = "; the data server said: ";
+
 /// One line on the standard error output: the text, the remedy where there is one, and the receiver's log where that is
 /// given and may tell more.
 void printFailure(ExitCode code, const std::string& text, const std::string& log = {});

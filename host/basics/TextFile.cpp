@@ -12,8 +12,10 @@ std::string readText(const std::filesystem::path& file, std::uintmax_t offset) {
     std::ifstream in(file, std::ios::binary);
     if (in && offset != 0)
         in.seekg(static_cast<std::streamoff>(offset));
-    if (!in)
-        throw Failure(ExitCode::BadInput, "cannot read " + file.string());
+    std::error_code failed;
+    // A folder can be opened on some systems, and only reading it fails.
+    if (!in || std::filesystem::is_directory(file, failed))
+        throw Failure(ExitCode::BadInput, "cannot read " + file.string() + "; check the name and the folder");
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 

@@ -1,12 +1,10 @@
 #include "host/burst/BurstCommand.h"
 
-#include <fstream>
-#include <functional>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
+#include "host/basics/JsonText.h"
 #include "host/basics/OutputFiles.h"
 #include "host/burst/BurstExport.h"
 
@@ -16,25 +14,24 @@ namespace {
 
 using diagnostics::Burst;
 
-void write(const std::string& file, const std::function<void(std::ostream&)>& body) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    body(out);
-    out.close();
-    if (!out)
-        throw Failure(ExitCode::OutputUnwritable, file + " cannot be written; is there room on the disk?");
-}
+/// More than any burst has. The parser alone takes what is too long for a number as the largest one.
+constexpr std::size_t mostSamples = 1000000000;
 
 class BurstCommand final : public Command {
 public:
     BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets") {}
 
     void setUp(CLI::App& app) override {
-        app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required();
-        app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->type_name("FILE");
-        app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->type_name("FILE");
-        app.add_option("--from", from, "First sample (0)")->check(CLI::NonNegativeNumber);
-        app.add_option("--to", to, "One behind the last sample (all)")->check(CLI::PositiveNumber);
-        app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->type_name("LIST");
+        app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required()->option_text("FILE");
+        app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->option_text("FILE");
+        app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->option_text("FILE");
+        app.add_option("--from", from, "First sample (0)")
+            ->option_text("N")
+            ->check(CLI::Range(std::size_t{0}, mostSamples));
+        app.add_option("--to", to, "One behind the last sample (all)")
+            ->option_text("N")
+            ->check(CLI::Range(std::size_t{1}, mostSamples));
+        app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->option_text("LIST");
         app.add_flag("--force", force, "Overwrite outputs that exist");
         addJson(app);
         app.footer("Times come from the samples a second that the burst's head gives.\n"
@@ -53,9 +50,9 @@ public:
                 testOutputFile(output, force);
         }
         if (!vcd.empty())
-            write(vcd, [&](std::ostream& out) { writeVcd(out, burst, part); });
+            writeOutputFile(vcd, [&](std::ostream& out) { writeVcd(out, burst, part); });
         if (!csv.empty())
-            write(csv, [&](std::ostream& out) { writeCsv(out, burst, part); });
+            writeOutputFile(csv, [&](std::ostream& out) { writeCsv(out, burst, part); });
         tell(burst, part);
         return ExitCode::Done;
     }
@@ -76,7 +73,7 @@ private:
                 out["files"]["vcd"] = vcd;
             if (!csv.empty())
                 out["files"]["csv"] = csv;
-            std::cout << out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n" << std::flush;
+            std::cout << jsonText(out) << std::flush;
             return;
         }
         std::cout << part.to - part.from << " samples of " << part.pins.size() << " pins, "

@@ -1,7 +1,6 @@
 #include "host/commands/Command.h"
 
 #include <algorithm>
-#include <cctype>
 #include <iostream>
 #include <sstream>
 
@@ -26,7 +25,7 @@ std::string pathOf(const CLI::App& app) {
 }
 
 constexpr std::size_t screenWidth = 80;
-constexpr std::size_t optionColumn = 22;
+constexpr std::size_t optionColumn = 24;
 constexpr std::size_t subcommandColumn = 14;
 
 /// Breaks the lines of a text that are too long between words; what follows is indented as far as descriptions are.
@@ -88,18 +87,8 @@ public:
     }
 
 private:
-    /// What stands for an option's value: its own word, or else that of its kind, or a positional's name.
-    static std::string valueName(const CLI::Option& option) {
-        if (!option.get_option_text().empty())
-            return option.get_option_text();
-        std::string text = option.get_positional() ? option.get_single_name() : option.get_type_name();
-        text.resize(std::min(text.size(), text.find(':'))); // what the value is checked for stands behind it
-        if (text == "UINT" || text == "INT" || text == "FLOAT")
-            text = "N";
-        for (char& c : text)
-            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-        return text;
-    }
+    /// What stands for an option's value, in the user's terms. The parser's own words for kinds are none.
+    static std::string valueName(const CLI::Option& option) { return option.get_option_text(); }
     static std::string usageOf(const CLI::App& app) {
         std::string text;
         for (const CLI::Option* option :
@@ -129,13 +118,8 @@ int fail(const Failure& failure, const CLI::App& app, bool json) {
     if (failure.code == ExitCode::Usage)
         text += "; see 'orvtrace " + pathOf(app) + "--help'";
     printFailure(failure.code, text);
-    if (json) {
-        const nlohmann::json out{
-            {"outcome", exitCodeName(failure.code)},
-            {"exitCode", static_cast<int>(failure.code)},
-            {"error", {{"text", text}, {"where", failure.where}, {"remedy", remedyOf(failure.code, text)}}}};
-        std::cout << jsonText(out) << std::flush;
-    }
+    if (json)
+        std::cout << jsonText(failureJson(Failure(failure.code, text, failure.where))) << std::flush;
     return static_cast<int>(failure.code);
 }
 

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/Crc32.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -147,7 +148,7 @@ void RecordCommand::setUp(CLI::App& app) {
     addPins(app, options.session);
     addBuffer(app, options.session);
     auto* seconds = app.add_option("--seconds", options.seconds, "Length of the recording (1)")
-                        ->option_text("S")
+                        ->option_text("SECONDS")
                         ->check(CLI::Range(0.0, 1e6));
     auto* full =
         app.add_flag("--until-full", options.untilFull, "Record until the unit's buffer is full")->excludes(seconds);

@@ -6,8 +6,8 @@
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
 #include "host/commands/Commands.h"
-#include "host/files/ScenarioFile.h"
 #include "host/platform/Platform.h"
+#include "host/session/ScenarioCheck.h"
 
 namespace host {
 
@@ -25,6 +25,8 @@ std::string outcomeText(const Scenario& scenario) {
             ", with setting " + of("setting") + (of("rejected").empty() ? "" : ", after " + of("rejected") + " failed");
     if (!of("message").empty())
         text += ": " + of("message");
+    if (!of("soak").empty())
+        text += "; of a soak: " + of("soak");
     return text.empty() ? "nothing in particular" : text;
 }
 
@@ -41,8 +43,8 @@ void explain(const Scenario& scenario) {
     const auto options = scenario.expect.find("options");
     std::cout << "  outcome   " << outcomeText(scenario) << "\n"
               << "  file      " << scenario.file.string() << "\n"
-              << "  try       orvtrace record --scenario " << scenario.name
-              << (options == scenario.expect.end() ? "" : " " + options->second) << "\n";
+              << "  try       orvtrace " << (scenario.expect.contains("soak") ? "soak" : "record") << " --scenario "
+              << scenario.name << (options == scenario.expect.end() ? "" : " " + options->second) << "\n";
 }
 
 nlohmann::json toJson(const Scenario& scenario) {
@@ -63,16 +65,15 @@ public:
 
     void setUp(CLI::App& app) override {
         app.footer("Example: orvtrace scenarios bench-cable");
-        app.add_option("name", wanted, "The scenario to explain: a name or a file")->option_text("NAME");
+        app.add_option("name", wanted, "The scenario to explain: a name or a file")->option_text("NAME|FILE");
         addJson(app);
     }
 
     ExitCode run() override {
-        const auto folder = programFolder() / "scenarios";
         if (!wanted.empty())
-            showOne(findScenario(wanted, folder));
+            showOne(soundScenario(wanted, programFolder()));
         else
-            showAll(listScenarios(folder));
+            showAll(listScenarios(programFolder() / "scenarios"));
         return ExitCode::Done;
     }
 

@@ -7,7 +7,7 @@ namespace host {
 
 CLI::Option* addScenario(CLI::App& app, SessionOptions& options) {
     return app.add_option("--scenario", options.scenario, "Run on the simulated bench: a scenario's name or file")
-        ->option_text("NAME");
+        ->option_text("NAME|FILE");
 }
 
 CLI::Option* addSettings(CLI::App& app, SessionOptions& options) {
@@ -39,7 +39,8 @@ CLI::Option* addBuffer(CLI::App& app, SessionOptions& options) {
 
 void addRunFlags(CLI::App& app, SessionOptions& options) {
     app.add_option("--out", options.out, "Folder of the run (a new one, orvtrace-NAME)")->option_text("DIR");
-    app.add_option("--library", options.library, "Receiver library, by name or path (OrvRcvr)")->option_text("NAME");
+    app.add_option("--library", options.library, "Receiver library, by name or path (OrvRcvr)")
+        ->option_text("NAME|FILE");
     app.add_flag("--force", options.force, "Overwrite outputs that exist");
     app.add_flag("--quiet", options.quiet, "No progress");
 }

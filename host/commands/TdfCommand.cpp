@@ -6,6 +6,7 @@
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
 #include "host/basics/OutputFiles.h"
+#include "host/basics/Remedy.h"
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
 #include "host/session/Receiver.h"
@@ -33,6 +34,13 @@ void requireInput(const std::string& file) {
     std::error_code failed;
     if (!fs::is_regular_file(file, failed) || !std::ifstream(file, std::ios::binary))
         throw Failure(ExitCode::BadInput, "cannot read " + file + "; check the name and the folder");
+}
+
+/// An output that is the input would be gone before it is read.
+void requireOther(const std::string& input, const std::string& output) {
+    std::error_code failed;
+    if (fs::equivalent(input, output, failed))
+        throw Failure(ExitCode::Usage, output + " is the file that is read; give another name for the new one");
 }
 
 /// Runs an operation on a trace data file; its failure names the file.
@@ -83,7 +91,7 @@ void TdfCommand::setUp(CLI::App& app) {
     extractApp = app.add_subcommand("extract", "Write the data of one section into a file");
     extractApp->footer("Example: orvtrace tdf extract trace.tdf trace.bin --number 2");
     addFile(*extractApp);
-    extractApp->add_option("output", output, "The new file")->required()->option_text("OUT");
+    extractApp->add_option("output", output, "The new file")->required()->option_text("FILE");
     auto* byName = extractApp->add_option("--section", section, "The first section of this name (BinTraceData)")
                        ->option_text("NAME");
     extractApp->add_option("--number", number, "The section of this number in the list")
@@ -133,9 +141,11 @@ ExitCode TdfCommand::list() const {
                            {"dataOffset", each.dataOffset},
                            {"dataSize", each.dataSize}});
         nlohmann::json out{{"file", file}, {"sections", all}, {"damaged", !damage.empty()}};
+        if (!damage.empty()) {
+            out.update(failureJson(Failure(ExitCode::BadInput, damage)));
+            printFailure(ExitCode::BadInput, damage);
+        }
         std::cout << jsonText(out) << std::flush;
-        if (!damage.empty())
-            std::cerr << "orvtrace: " << damage << "\n";
         return damage.empty() ? ExitCode::Done : ExitCode::BadInput;
     }
     if (damage.empty() || !sections.empty())
@@ -166,23 +176,22 @@ TdfSection TdfCommand::wantedSection() const {
 
 ExitCode TdfCommand::extract() const {
     requireInput(file);
+    requireOther(file, output);
     const TdfSection found = wantedSection();
     testOutputFile(output, force);
-    std::ofstream out(output, std::ios::binary | std::ios::trunc);
-    std::vector<char> chunk(chunkBytes);
-    std::uint32_t loaded = 0;
-    for (std::uint32_t start = 0; start < found.dataSize; start += loaded) {
-        onFile(file, [&] {
-            TdfFile::loadSectionPart(file.c_str(), found, start, chunk.data(), static_cast<std::uint32_t>(chunk.size()),
-                                     &loaded);
-        });
-        if (loaded == 0)
-            break;
-        out.write(chunk.data(), loaded);
-    }
-    out.close();
-    if (!out)
-        throw Failure(ExitCode::OutputUnwritable, output + " cannot be written; is the disk full?");
+    writeOutputFile(output, [&](std::ostream& out) {
+        std::vector<char> chunk(chunkBytes);
+        std::uint32_t loaded = 0;
+        for (std::uint32_t start = 0; start < found.dataSize; start += loaded) {
+            onFile(file, [&] {
+                TdfFile::loadSectionPart(file.c_str(), found, start, chunk.data(),
+                                         static_cast<std::uint32_t>(chunk.size()), &loaded);
+            });
+            if (loaded == 0)
+                break;
+            out.write(chunk.data(), loaded);
+        }
+    });
     if (json)
         std::cout << jsonText({{"file", file}, {"section", found.name}, {"bytes", found.dataSize}, {"output", output}});
     else
@@ -192,8 +201,14 @@ ExitCode TdfCommand::extract() const {
 }
 
 ExitCode TdfCommand::create() const {
-    if (!data.empty())
+    constexpr std::uint64_t most = 0xFFFF0000;
+    std::error_code failed;
+    if (!data.empty()) {
         requireInput(data);
+        requireOther(data, file);
+        if (fs::file_size(data, failed) > most)
+            throw Failure(ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
+    }
     testOutputFile(file, force);
     std::uint64_t bytes = 0;
     const auto write = [&] {
@@ -211,10 +226,6 @@ ExitCode TdfCommand::create() const {
             bytes += static_cast<std::uint64_t>(in.gcount());
         }
     };
-    constexpr std::uint64_t most = 0xFFFF0000;
-    std::error_code failed;
-    if (!data.empty() && fs::file_size(data, failed) > most)
-        throw Failure(ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
     try {
         guarded(ExitCode::OutputUnwritable, write);
     } catch (const Failure& failure) {

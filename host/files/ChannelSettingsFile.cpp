@@ -2,10 +2,10 @@
 
 #include <cctype>
 #include <charconv>
-#include <fstream>
+#include <ostream>
 #include <set>
 
-#include "host/basics/ExitCode.h"
+#include "host/basics/OutputFiles.h"
 #include "host/basics/TextFile.h"
 
 namespace host {
@@ -83,11 +83,7 @@ std::string channelSettingsText(const ChannelSettings& settings) {
 }
 
 void writeChannelSettings(const ChannelSettings& settings, const std::filesystem::path& file) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out << channelSettingsText(settings);
-    out.close();
-    if (!out)
-        throw Failure(ExitCode::OutputUnwritable, "cannot write the settings file " + file.string());
+    writeOutputFile(file, [&](std::ostream& out) { out << channelSettingsText(settings); });
 }
 
 } // namespace host

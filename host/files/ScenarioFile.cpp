@@ -97,6 +97,37 @@ void addWiring(std::vector<std::string>& traits, const View& wiring) {
     }
 }
 
+void addCell(std::vector<std::string>& traits, const toml::table& cell) {
+    std::string text = "bit " + std::to_string(cell["bit"].value_or(0)) + " of byte " +
+                       std::to_string(cell["byte"].value_or(std::int64_t{0})) + " of the capture memory";
+    if (const auto every = cell["every"].value_or(std::int64_t{0}); every != 0)
+        text += ", and of every " + std::to_string(every) + "th behind it,";
+    const auto level = cell["stuck"].value<int>();
+    text += level ? " is stuck at " + std::to_string(*level) : " reads inverted";
+    if (const auto from = cell["from_recording"].value_or(std::int64_t{1}); from > 1)
+        text += " from recording " + std::to_string(from) + " on";
+    traits.push_back(text);
+}
+
+void addUnit(std::vector<std::string>& traits, const View& unit) {
+    if (unit["error_a"].value_or(0) != 0 || unit["error_b"].value_or(0) != 0)
+        traits.push_back("the unit reports an error " + numberText(unit["error_after"].value_or(0.0)) +
+                         " s into each recording" +
+                         (unit["error_from"].value_or(1) > 1
+                              ? " from recording " + std::to_string(unit["error_from"].value_or(1)) + " on"
+                              : ""));
+    if (unit["comms_stuck"].value_or(false))
+        traits.push_back("the unit's export port never comes to rest");
+    if (unit["bridge_needs_reset"].value_or(false))
+        traits.push_back("the unit's bridge asks for a reset");
+    if (const toml::array* cells = unit["cell"].as_array()) {
+        for (const toml::node& cell : *cells) {
+            if (const toml::table* table = cell.as_table())
+                addCell(traits, *table);
+        }
+    }
+}
+
 void addServer(std::vector<std::string>& traits, const View& server, const View& faults) {
     if (const double speed = server["speed"].value_or(1.0); speed != 1.0)
         traits.push_back("the buffer fills " + numberText(speed) + " times as fast as it really would");
@@ -108,19 +139,25 @@ std::vector<std::string> traitsOf(const toml::table& root, const std::string& cp
     std::vector<std::string> traits;
     addTarget(traits, root["transmitter"], root["unit"], cpu == "fpga");
     addWiring(traits, root["wiring"]);
+    addUnit(traits, root["unit"]);
     addServer(traits, root["server"], root["faults"]);
     return traits;
+}
+
+std::filesystem::path existingFile(const std::filesystem::path& file) {
+    std::error_code failed;
+    const std::filesystem::path whole = std::filesystem::absolute(file, failed).make_preferred();
+    if (failed || !std::filesystem::is_regular_file(whole, failed))
+        throw Failure(ExitCode::BadInput,
+                      "there is no scenario file " + file.string() + "; check the name, or give a scenario's name");
+    return whole;
 }
 
 } // namespace
 
 Scenario readScenario(const std::filesystem::path& file) {
     Scenario scenario;
-    std::error_code failed;
-    scenario.file = std::filesystem::absolute(file, failed).make_preferred();
-    if (failed || !std::filesystem::is_regular_file(scenario.file, failed))
-        throw Failure(ExitCode::BadInput,
-                      "there is no scenario file " + file.string() + "; check the name, or give a scenario's name");
+    scenario.file = existingFile(file);
     try {
         const toml::table root = toml::parse_file(scenario.file.string());
         scenario.name = root["name"].value_or(scenario.file.stem().string());
@@ -146,14 +183,14 @@ Scenario readScenario(const std::filesystem::path& file) {
     return scenario;
 }
 
-Scenario findScenario(const std::string& nameOrPath, const std::filesystem::path& folder) {
+std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::filesystem::path& folder) {
     const bool isPath = nameOrPath.find_first_of("/\\") != std::string::npos || nameOrPath.ends_with(".toml");
     if (isPath)
-        return readScenario(nameOrPath);
+        return existingFile(nameOrPath);
     const auto file = folder / (nameOrPath + ".toml");
     std::error_code failed;
     if (std::filesystem::is_regular_file(file, failed))
-        return readScenario(file);
+        return existingFile(file);
     std::string known;
     for (const Scenario& scenario : listScenarios(folder))
         known.append(known.empty() ? "" : ", ").append(scenario.name);

@@ -24,8 +24,9 @@ struct Scenario {
 /// Throws Failure (BadInput) for a file that is missing or damaged.
 Scenario readScenario(const std::filesystem::path& file);
 
-/// A scenario by its name in the folder, or by the path of its file. An unknown name's failure lists the known ones.
-Scenario findScenario(const std::string& nameOrPath, const std::filesystem::path& folder);
+/// The file, absolute, of a scenario that is given by its name in the folder or by the path of its file. Throws Failure
+/// (BadInput) when there is none; of an unknown name it lists the known ones.
+std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::filesystem::path& folder);
 
 /// All scenarios of a folder, by name. Empty when there is no such folder.
 std::vector<Scenario> listScenarios(const std::filesystem::path& folder);

@@ -1,8 +1,7 @@
 #include "host/report/Report.h"
 
-#include <fstream>
+#include <ostream>
 
-#include "host/basics/ExitCode.h"
 #include "host/basics/OutputFiles.h"
 #include "host/report/Html.h"
 #include "host/report/Sections.h"
@@ -41,12 +40,7 @@ ReportResult writeReport(const std::filesystem::path& place, const std::filesyst
     testOutputFile(result.file, force);
     result.diagnosis = diagnose(result.set);
     const std::string text = reportPage(result.set, result.diagnosis);
-    std::ofstream out(result.file, std::ios::binary | std::ios::trunc);
-    out << text;
-    out.close();
-    if (!out)
-        throw Failure(ExitCode::OutputUnwritable,
-                      result.file.string() + " cannot be written; is there room on the disk?");
+    writeOutputFile(result.file, [&](std::ostream& out) { out << text; });
     return result;
 }
 

@@ -4,8 +4,8 @@
 #include <iostream>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
+#include "host/basics/JsonText.h"
 #include "host/doctor/DiagnosisText.h"
 #include "host/report/Report.h"
 
@@ -18,9 +18,11 @@ public:
     ReportCommand() : Command("report", "Write a page about a calibration, from the files that it left") {}
 
     void setUp(CLI::App& app) override {
-        app.add_option("place", place, "Folder of a run, stem of its files, or one of them")->required();
+        app.add_option("place", place, "Folder of a run, stem of its files, or one of them")
+            ->required()
+            ->option_text("DIR|STEM");
         app.add_option("--out", out, "The page to write (NAME.report.html in the folder, or beside the files)")
-            ->type_name("FILE");
+            ->option_text("FILE");
         app.add_flag("--force", force, "Overwrite a page that exists");
         addJson(app);
         app.footer("The page is one HTML file that needs nothing else. Exit code 3 when a damaged\n"
@@ -36,7 +38,7 @@ public:
             text["outcome"] = exitCodeName(code);
             text["exitCode"] = static_cast<int>(code);
             text["report"] = result.file.string();
-            std::cout << text.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+            std::cout << jsonText(text);
         } else {
             std::cout << result.set.name << ": " << result.diagnosis.headline << "\n"
                       << findingCount(result.diagnosis) << "\n"

@@ -1,5 +1,4 @@
 #include "host/basics/JsonText.h"
-#include "host/basics/Remedy.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -95,10 +94,9 @@ json calibrationJson(const RecordResult& result) {
 } // namespace
 
 std::string resultJson(const RecordResult& result) {
-    json out{{"outcome", exitCodeName(result.code)}, {"exitCode", static_cast<int>(result.code)}};
-    if (!result.failure.empty())
-        out["error"] = {
-            {"text", result.failure}, {"where", result.where}, {"remedy", remedyOf(result.code, result.failure)}};
+    json out = failureJson(Failure(result.code, result.failure, result.where));
+    if (result.failure.empty())
+        out.erase("error");
     if (!result.scenario.empty())
         out["scenario"] = result.scenario;
     out["cpu"] = result.cpu;

@@ -37,9 +37,4 @@ using SampleSink = std::function<void(std::span<const std::uint64_t>)>;
 std::uint64_t readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly,
                        const SampleSink& sink);
 
-/// CRC-32 (polynomial 0xEDB88320) of `size` bytes behind an earlier result, which starts as 0.
-std::uint32_t crc32(std::uint32_t earlier, const unsigned char* bytes, std::size_t size);
-/// The same of samples as they lie in a file, the lowest byte first.
-std::uint32_t crc32(std::uint32_t earlier, std::span<const std::uint64_t> samples);
-
 } // namespace host

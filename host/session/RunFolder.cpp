@@ -4,6 +4,7 @@
 
 #include "host/basics/ExitCode.h"
 #include "host/basics/OutputFiles.h"
+#include "host/basics/TextFile.h"
 #include "host/platform/Platform.h"
 
 namespace host {
@@ -37,6 +38,20 @@ RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool fo
     if (!made.make(folder))
         throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + folder.string());
     testOutputFile(folder / ".orvtrace-test", true, made);
+}
+
+std::string RunFolder::lastWordsOfServer() const {
+    constexpr std::string_view mark = "mpx_ecom_server: ";
+    std::string words;
+    std::error_code failed;
+    const std::filesystem::path log = benchFolder() / "server.log";
+    if (!std::filesystem::is_regular_file(log, failed))
+        return words;
+    for (const std::string& line : splitLines(readText(log))) {
+        if (line.starts_with(mark))
+            words = line.substr(mark.size());
+    }
+    return words;
 }
 
 void RunFolder::clear() const {

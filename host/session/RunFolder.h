@@ -24,6 +24,9 @@ public:
     /// Sets the environment of a run on the bench, for this process and the ones that it starts.
     void enterBench(const Scenario& scenario, const std::string& play, const std::filesystem::path& programs) const;
 
+    /// Why the data server of a run on the bench ended, in its own words; empty when it did not say.
+    std::string lastWordsOfServer() const;
+
     /// Takes away what runs leave in it, but not the settings file.
     void clear() const;
 

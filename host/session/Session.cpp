@@ -2,7 +2,9 @@
 
 #include <chrono>
 
+#include "host/basics/Remedy.h"
 #include "host/basics/TextFile.h"
+#include "host/session/ScenarioCheck.h"
 
 namespace host {
 
@@ -65,7 +67,7 @@ bool Session::leftSomething() const {
 
 void Session::checkInputs() {
     if (!options.scenario.empty())
-        scenario = findScenario(options.scenario, programFolder() / "scenarios");
+        scenario = soundScenario(options.scenario, programFolder());
     if (!options.settings.empty())
         requireFile(options.settings, "settings file");
     if (!options.play.empty())
@@ -113,6 +115,18 @@ void Session::writeSettings() {
     writeChannelSettings(settings, settingsFile);
 }
 
+/// Calls into the receiver. When the data server is to blame, its own last words are added.
+void Session::withServer(const std::function<void()>& work) {
+    try {
+        work();
+    } catch (const Failure& failure) {
+        const std::string words = scenario ? folder->lastWordsOfServer() : std::string();
+        if (failure.code != ExitCode::NoSystem || words.empty())
+            throw;
+        throw Failure(failure.code, std::string(failure.what()) + serverSaid + words, failure.where);
+    }
+}
+
 /// The receiver tells where its files lie by the environment, also when it cannot be made.
 void Session::load() {
     const auto findFiles = [this] {
@@ -123,7 +137,7 @@ void Session::load() {
         result.files.emplace_back("log", logFile.string());
     };
     try {
-        channel = std::make_unique<Receiver>(options.library);
+        withServer([this] { channel = std::make_unique<Receiver>(options.library); });
     } catch (const Failure&) {
         findFiles();
         throw;
@@ -137,7 +151,7 @@ void Session::open() {
     if (scenario)
         result.files.emplace_back("bench", folder->benchFolder().string());
     ownFiles = result.files.size();
-    channel->allocate(result.cpu);
+    withServer([this] { channel->allocate(result.cpu); });
 }
 
 void Session::calibrate(ProgressLine& line) {

@@ -60,6 +60,7 @@ public:
 private:
     void writeSettings();
     void load();
+    void withServer(const std::function<void()>& work);
     bool leftSomething() const;
     void collect();
     std::optional<diagnostics::CalFile> reportOf(const std::string& ending);

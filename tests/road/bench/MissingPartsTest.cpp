@@ -58,6 +58,27 @@ TEST(MissingParts, TheServerCannotBeStarted) {
     expectLogOf(run);
 }
 
+TEST(MissingParts, AServerThatEndsAtOnceIsQuoted) {
+    const RunSpace space;
+    const auto scenario = space.write("brief.toml", "cpu = \"bench/app\"\n[faults]\nexit_at_start = true\n");
+    const Outcome run = space.record(scenario.string());
+    EXPECT_EQ(run.code, 4);
+    EXPECT_THAT(run.errors, HasSubstr("failed to connect to data server; the data server said: ending at once, as the "
+                                      "scenario says (log: "));
+    EXPECT_EQ(lines(withoutProgress(run.errors)), 1U) << run.errors;
+    expectLogOf(run);
+}
+
+TEST(MissingParts, ASoakNeedsTheServerToo) {
+    const RunSpace space;
+    const Outcome run = space.run({"soak", "--json", "--rounds", "1", "--out", space.file("run").string()},
+                                  copyWithout(space, "mpx_ecom_server"));
+    EXPECT_EQ(run.code, 4);
+    EXPECT_EQ(run.json.at("outcome"), "no-system");
+    EXPECT_EQ(run.json.at("rounds"), 0);
+    EXPECT_THAT(run.json.at("error").at("text").get<std::string>(), HasSubstr("failed to connect to data server"));
+}
+
 TEST(MissingParts, DeviceIdentificationIsRequired) {
     const RunSpace space;
     const Outcome run = recordWithout(space, "PartIdentifier");

@@ -1,3 +1,5 @@
+#include <cctype>
+#include <regex>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -31,6 +33,44 @@ TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
             EXPECT_THAT(run.output, HasSubstr("Example: orvtrace " + arguments.front())) << "each has an example";
         }
     }
+}
+
+/// The word behind each option of a help text, empty for a flag; and those of the arguments in its usage line.
+std::vector<std::string> valueWordsOf(const std::string& help) {
+    static const std::regex option("^  (?:-\\w,)?--[a-z-]+(?: ([^ \\r]+))?(?:  .*|\r)?$");
+    std::vector<std::string> words;
+    std::istringstream in(help);
+    for (std::string line; std::getline(in, line);) {
+        std::smatch found;
+        if (line.starts_with("  -") && !std::regex_match(line, found, option))
+            words.push_back("unreadable: " + line);
+        else if (!found.empty() && found[1].matched)
+            words.push_back(found[1]);
+        if (!line.starts_with("Usage: "))
+            continue;
+        std::istringstream usage(line.substr(line.find(' ') + 1));
+        for (std::string word; usage >> word;) {
+            if (std::islower(static_cast<unsigned char>(word.front())) == 0 && word != "SUBCOMMAND" &&
+                word != "[OPTIONS]")
+                words.push_back(word);
+        }
+    }
+    return words;
+}
+
+TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
+    const RunSpace space;
+    std::size_t count = 0;
+    for (std::vector<std::string> arguments : allCommands) {
+        arguments.push_back("--help");
+        for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
+            EXPECT_THAT(word, testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]",
+                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND"))
+                << arguments.front();
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 40U);
 }
 
 TEST(CommandLine, EverySubcommandStandsInTheHelpAndInTheDocument) {

@@ -154,10 +154,14 @@ TEST(Scenario, ExpectationsAreFree) {
 }
 
 TEST(Scenario, AnUnknownKeyIsNamedWithFileAndLine) {
-    EXPECT_EQ(failureOf("name = \"x\"\nnaem = \"y\"\n"), "file.toml:2: 'naem' is not known here");
+    EXPECT_EQ(failureOf("name = \"x\"\nnaem = \"y\"\n"),
+              "file.toml:2: 'naem' is not known here; known are name, about, cpu, kind, pins, pin_map, settings, "
+              "transmitter, unit, wiring, server, faults, environment, expect");
     EXPECT_EQ(failureOf("[wiring]\n[[wiring.pin]]\nemu = 1\nslew = 2\n"),
-              "file.toml:4: 'wiring.pin.slew' is not known here");
-    EXPECT_EQ(failureOf("[[unit.cell]]\nword = 1\n"), "file.toml:2: 'unit.cell.word' is not known here");
+              "file.toml:4: 'wiring.pin.slew' is not known here; known are emu, skew, late_fall, jitter, stuck, open, "
+              "swapped_with, glitch_every, glitch_length, drift");
+    EXPECT_EQ(failureOf("[[unit.cell]]\nword = 1\n"),
+              "file.toml:2: 'unit.cell.word' is not known here; known are byte, every, bit, stuck, from_recording");
 }
 
 TEST(Scenario, WrongValuesAreNamed) {
@@ -166,7 +170,8 @@ TEST(Scenario, WrongValuesAreNamed) {
     EXPECT_THAT(failureOf("pins = \"4\"\n"), HasSubstr("'pins' must be a whole number"));
     EXPECT_THAT(failureOf("[transmitter]\nfrequencies = [1e6, \"a\"]\n"),
                 HasSubstr("file.toml:2: 'transmitter.frequencies'"));
-    EXPECT_THAT(failureOf("[[faults.at]]\naction = \"vanish\"\n"), HasSubstr("'faults.at.action' must name a fault"));
+    EXPECT_THAT(failureOf("[[faults.at]]\naction = \"vanish\"\n"),
+                HasSubstr("'faults.at.action' must be one of die, close, hang, "));
     EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
 }
 

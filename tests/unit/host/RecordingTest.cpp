@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/basics/Crc32.h"
 #include "host/session/Receiver.h"
 #include "rcvr/framework/cZarnError.h"
 #include "tests/unit/host/TempFolder.h"

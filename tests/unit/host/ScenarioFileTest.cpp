@@ -55,14 +55,14 @@ TEST(ScenarioFile, AnUnknownNameListsTheKnownOnes) {
     const TempFolder folder;
     folder.write("one.toml", "name = \"one\"\ncpu = \"c\"\n");
     folder.write("two.toml", "name = \"two\"\ncpu = \"c\"\n");
-    EXPECT_THAT(failureOf([&] { findScenario("three", folder.path()); }), HasSubstr("there are: one, two"));
+    EXPECT_THAT(failureOf([&] { scenarioFile("three", folder.path()); }), HasSubstr("there are: one, two"));
 }
 
 TEST(ScenarioFile, ANameIsFoundInTheFolderAndAPathAnywhere) {
     const TempFolder folder;
     const auto file = folder.write("one.toml", "name = \"one\"\ncpu = \"c\"\n");
-    EXPECT_EQ(findScenario("one", folder.path()).name, "one");
-    EXPECT_EQ(findScenario(file.string(), "nowhere").name, "one");
+    EXPECT_EQ(scenarioFile("one", folder.path()).filename(), "one.toml");
+    EXPECT_EQ(scenarioFile(file.string(), "nowhere").filename(), "one.toml");
 }
 
 TEST(ScenarioFile, AFolderThatIsNotThereHasNone) {
@@ -90,6 +90,22 @@ TEST(ScenarioFile, WithoutATargetTheGeneratorIsTold) {
         readScenario(folder.write("a.toml", "cpu = \"fpga\"\n[unit]\ngenerator_frequency = 25e6\n"));
     EXPECT_THAT(scenario.traits, testing::ElementsAre("the unit's own generator at 25 MHz, no target",
                                                       "data change in the middle between clock edges"));
+}
+
+TEST(ScenarioFile, WhatTheUnitDoesWrongIsTold) {
+    const TempFolder folder;
+    const Scenario scenario = readScenario(folder.write(
+        "a.toml", "cpu = \"fpga\"\n[unit]\nerror_a = 0x8000\nerror_after = 0.5\nerror_from = 2\n"
+                  "comms_stuck = true\nbridge_needs_reset = true\n[[unit.cell]]\nbyte = 0x100\nevery = 512\n"
+                  "bit = 3\nstuck = 0\nfrom_recording = 4\n[[unit.cell]]\n"));
+    EXPECT_THAT(scenario.traits,
+                testing::ElementsAre("the unit's own generator at 50 MHz, no target",
+                                     "data change in the middle between clock edges",
+                                     "the unit reports an error 0.5 s into each recording from recording 2 on",
+                                     "the unit's export port never comes to rest", "the unit's bridge asks for a reset",
+                                     "bit 3 of byte 256 of the capture memory, and of every 512th behind it, is stuck "
+                                     "at 0 from recording 4 on",
+                                     "bit 0 of byte 0 of the capture memory reads inverted"));
 }
 
 } // namespace
