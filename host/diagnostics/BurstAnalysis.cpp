@@ -126,24 +126,47 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
                 counts[0] + counts[1]};
 }
 
-Bunching bunchingOf(const Burst& burst, std::size_t proc) {
+namespace {
+
+Bunching bunchingAt(const Burst& burst, std::size_t proc, std::size_t reference, double bit) {
     Bunching bunching;
-    if (!periodUsable(burst))
-        return bunching;
-    const std::vector<Edge> clock = edgesOf(burst.pins[0].levels, burstStart);
+    const std::vector<Edge> marks = edgesOf(burst.pins[reference].levels, burstStart);
     // A duty error moves rises and falls apart, so that each is looked at by itself.
     std::complex<double> sums[2] = {0.0, 0.0};
     for (const Edge& edge : edgesOf(burst.pins[proc].levels, burstStart)) {
-        const Neighbours near = around(clock, edge.at);
+        const Neighbours near = around(marks, edge.at);
         if (!near.before || !near.after)
             continue;
-        const double turn = static_cast<double>(edge.at - *near.before) / (burst.rates.oversampling / 2.0);
+        const double turn = static_cast<double>(edge.at - *near.before) / bit;
         sums[edge.rise ? 1 : 0] += std::polar(1.0, 2.0 * std::numbers::pi * turn);
         ++bunching.changes;
     }
     if (bunching.changes != 0)
         bunching.share = (std::abs(sums[0]) + std::abs(sums[1])) / static_cast<double>(bunching.changes);
     return bunching;
+}
+
+} // namespace
+
+Bunching bunchingOf(const Burst& burst, std::size_t proc) {
+    return periodUsable(burst) ? bunchingAt(burst, proc, 0, burst.rates.oversampling / 2.0) : Bunching{};
+}
+
+Bunching bunchingAround(const Burst& burst, std::size_t proc, std::size_t reference) {
+    const auto bit = usualInterval(burst, reference);
+    return bit ? bunchingAt(burst, proc, reference, static_cast<double>(*bit)) : Bunching{};
+}
+
+std::optional<std::size_t> usualInterval(const Burst& burst, std::size_t proc) {
+    const std::vector<Edge> edges = edgesOf(burst.pins[proc].levels, burstStart);
+    if (edges.size() < 2)
+        return std::nullopt;
+    std::vector<std::size_t> lengths;
+    for (std::size_t i = 0; i + 1 < edges.size(); ++i)
+        lengths.push_back(edges[i + 1].at - edges[i].at);
+    const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
+    std::nth_element(lengths.begin(), middle, lengths.end());
+    return *middle;
 }
 
 bool PositionVote::undecided() const {

@@ -52,6 +52,11 @@ struct Bunching {
     std::size_t changes = 0;
 };
 Bunching bunchingOf(const Burst& burst, std::size_t proc);
+/// The same against the changes of any pin, whose usual distance is taken for a bit.
+Bunching bunchingAround(const Burst& burst, std::size_t proc, std::size_t reference);
+
+/// The median distance between a pin's changes; nothing for fewer than two of them.
+std::optional<std::size_t> usualInterval(const Burst& burst, std::size_t proc);
 
 /// How the data edges lie against the clock edges, by the receiver's vote.
 struct PositionVote {

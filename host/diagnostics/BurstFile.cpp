@@ -1,5 +1,6 @@
 #include "host/diagnostics/BurstFile.h"
 
+#include <algorithm>
 #include <array>
 
 namespace host::diagnostics {
@@ -79,6 +80,10 @@ Burst parseBurst(std::string_view text, const std::string& file) {
     if (burst.samples() == 0)
         damaged(file, lines.size(), "there are no samples; take the file from the receiver's folder again");
     return burst;
+}
+
+bool Burst::taken() const {
+    return std::any_of(pins.begin(), pins.end(), [](const BurstPin& pin) { return pin.enable != 0; });
 }
 
 Burst readBurst(const std::filesystem::path& file) {

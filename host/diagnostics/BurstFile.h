@@ -25,6 +25,8 @@ struct Burst {
 
     std::size_t samples() const { return pins.front().levels.size(); }
     std::size_t dataPins() const { return pins.size() - 1; }
+    /// False for one that was written before any pin was switched on: its levels are none.
+    bool taken() const;
 };
 
 /// Samples at the start that the receiver's analysis leaves out.

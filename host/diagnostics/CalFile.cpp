@@ -1,6 +1,8 @@
 #include "host/diagnostics/CalFile.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace host::diagnostics {
 
@@ -9,6 +11,7 @@ namespace {
 constexpr std::size_t largestFile = 1 << 20;
 constexpr std::size_t mostPins = 8;
 constexpr std::uint32_t notSeen = 0x7FFFFFFF;
+constexpr int neverSet = 0x7FFFFFFF; // of an attempt that ended before the pins were set up
 
 std::optional<std::uint32_t> marginOf(std::string_view text, char sign, const std::string& file, std::size_t line) {
     const auto value = !text.empty() && text.front() == sign ? numberOf<std::uint32_t>(text.substr(1)) : std::nullopt;
@@ -80,6 +83,31 @@ void takeProperty(CalFile& cal, const KeyValue& entry, const std::string& file, 
     }
 }
 
+/// The reference pin fits itself. Where no pin fits any, the file shows the zeros of figures that were never computed.
+void dropWhatWasNotCompared(CalFile& cal) {
+    const auto fits = [](const CalPin& pin) {
+        const double figure = pin.correlationAtZero.value_or(0.0);
+        return std::isnan(figure) || std::abs(figure) > 0.0;
+    };
+    const bool compared = cal.rates.known() && cal.rates.exportFrequency >= slowestAnalysed &&
+                          std::any_of(cal.pins.begin(), cal.pins.end(), fits);
+    if (compared)
+        return;
+    for (CalPin& pin : cal.pins) {
+        pin.correlation.reset();
+        pin.correlationAtZero.reset();
+    }
+}
+
+void dropWhatWasNeverSet(CalFile& cal) {
+    for (CalPin& pin : cal.pins) {
+        for (const ListLine& list : listLines) {
+            if (pin.*list.field == neverSet)
+                (pin.*list.field).reset();
+        }
+    }
+}
+
 } // namespace
 
 CalFile parseCalFile(std::string_view text, const std::string& file) {
@@ -115,6 +143,8 @@ CalFile parseCalFile(std::string_view text, const std::string& file) {
     }
     if (!properties || cal.pins.empty() || !cal.pins.back().plateau)
         damaged(file, lines.size(), "the file is cut off; take it from the receiver's folder again");
+    dropWhatWasNotCompared(cal);
+    dropWhatWasNeverSet(cal);
     return cal;
 }
 

@@ -16,7 +16,8 @@ namespace host::diagnostics {
 struct CalPin {
     std::string name; ///< "Clock", "Data 1", ...
     /// At the delay taken as a lag, and with the pins as they are set in the end. Not a number for a pin that stands
-    /// still. Only with the strategy that compares data with data.
+    /// still. Nothing when the pins were not compared: below the slowest clock that is analysed, and when the attempt
+    /// ended ahead of it.
     std::optional<double> correlation;
     std::optional<double> correlationAtZero;
     std::optional<unsigned> glitches, ringing, edges;
@@ -24,7 +25,7 @@ struct CalPin {
     std::optional<std::uint32_t> hold;
     /// The file's "+": from a change of the data to the next clock edge.
     std::optional<std::uint32_t> setup;
-    std::optional<int> delay, stretch, filter, debounce, plateau;
+    std::optional<int> delay, stretch, filter, debounce, plateau; ///< nothing when they were never set
 };
 
 /// The receiver's calibration report, a file that ends in ".cal.txt".

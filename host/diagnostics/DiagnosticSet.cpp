@@ -186,6 +186,10 @@ std::string DiagnosticSet::exportKind() const {
     return kind.empty() && properties ? properties->value("drmXmtr").value_or("") : kind;
 }
 
+std::string DiagnosticSet::provedWith() const {
+    return exportKind() == "tpiu" ? "f0" : "";
+}
+
 bool DiagnosticSet::manual() const {
     return exportKind() == "tpiulite" || (properties && properties->value("calMode") == "manual");
 }
@@ -230,6 +234,7 @@ DiagnosticSet readDiagnostics(const fs::path& place) {
             set.troubles.emplace_back((set.folder / name).string() + ": " + error.code().message());
         }
     }
+    set.log = findLogWords(set.folder, set.name);
     std::sort(set.attempts.begin(), set.attempts.end(),
               [](const FileGroup& left, const FileGroup& right) { return left.setting > right.setting; });
     return set;

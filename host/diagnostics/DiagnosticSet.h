@@ -8,6 +8,7 @@
 
 #include "host/diagnostics/BurstFile.h"
 #include "host/diagnostics/CalFile.h"
+#include "host/diagnostics/LogWords.h"
 #include "host/diagnostics/PropertiesFile.h"
 #include "host/diagnostics/RegisterFile.h"
 #include "host/diagnostics/Verification.h"
@@ -41,9 +42,13 @@ struct DiagnosticSet {
     std::vector<std::string> files;    ///< names of all that were found, in their order
     std::vector<std::string> troubles; ///< files that could not be read: "FILE:LINE: WHAT"
 
+    std::optional<LogWords> log; ///< of the run, when it lies beside these files
+
     std::string exportKind() const; ///< empty when no file tells
-    bool manual() const;            ///< calibrated with given values: nothing was measured
-    double sampleRate() const;      ///< of the unit, the best that any file tells
+    /// The pattern that the proofs were made of, as far as that is settled: "tpiu" takes no other than this one.
+    std::string provedWith() const;
+    bool manual() const;       ///< calibrated with given values: nothing was measured
+    double sampleRate() const; ///< of the unit, the best that any file tells
 };
 
 /// Reads what belongs to `place`: a folder that holds one recording's files, itself or in folders below; a stem; or

@@ -257,8 +257,12 @@ double shareOfSame(const Bits& one, const Bits& other) {
 
 } // namespace
 
-std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins) {
-    const std::vector<Pattern> patterns = patternsFor(dataPins);
+std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins, std::string_view sent) {
+    std::vector<Pattern> patterns = patternsFor(dataPins);
+    const auto known =
+        std::find_if(patterns.begin(), patterns.end(), [&](const Pattern& pattern) { return pattern.name == sent; });
+    if (known != patterns.end())
+        patterns = {*known};
     if (patterns.empty() || recording.words.empty())
         return std::nullopt;
     std::vector<Bits> lanes;

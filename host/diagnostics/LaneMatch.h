@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -29,7 +30,8 @@ struct LaneMatch {
 };
 
 /// Looks for the permutation of the pins and the shifts of a bit slot that make the recording fit a pattern.
-/// Nothing when there are no words, or for a number of data pins that no pattern is laid out for.
-std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins);
+/// `sent` names the pattern when it is known. Nothing when there are no words, or for a number of data pins that no
+/// pattern is laid out for.
+std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins, std::string_view sent = {});
 
 } // namespace host::diagnostics

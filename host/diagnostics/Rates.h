@@ -23,6 +23,8 @@ struct Rates {
 };
 
 inline constexpr double usualSampleRate = 1.4e9;
+/// Below this clock the receiver analyses nothing.
+inline constexpr double slowestAnalysed = 1.01e7;
 
 /// Reads the first four lines; throws Failure (BadInput).
 Rates parseRates(std::span<const TextLine> lines, const std::string& file);

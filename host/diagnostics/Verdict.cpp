@@ -42,7 +42,7 @@ Verdict judgeProof(const DiagnosticSet& set, const FileGroup& attempt) {
                 "The proof's recording holds " + std::to_string(proof.packets) + " of " +
                     std::to_string(verificationPackets) + " packets: the clock stopped, or no words came."};
     const std::size_t pins = attempt.pins();
-    const std::optional<Pattern> held = pins > 1 ? patternHeld(proof, pins - 1) : std::nullopt;
+    const std::optional<Pattern> held = pins > 1 ? patternHeld(proof, pins - 1, set.provedWith()) : std::nullopt;
     if (kind == "tpiu")
         return {Outcome::Accepted,
                 Reason::None,
@@ -86,7 +86,19 @@ bool untouched(const FileGroup& attempt) {
                        [](const BurstPin& pin) { return pin.delay == 0 && pin.stretch == 0; });
 }
 
+/// What the log says, where it lies beside the files and they are silent.
+Verdict judgeByLog(const DiagnosticSet& set, const FileGroup& attempt, const char* otherwise) {
+    if (set.log && set.log->failed.contains(*attempt.setting))
+        return {Outcome::Refused, Reason::Log, set.log->failed.at(*attempt.setting),
+                "So says the log (" + set.log->file + "); the files hold no reason."};
+    return {Outcome::Untold, Reason::NoProof, {}, otherwise};
+}
+
 Verdict judgeAnalysis(const DiagnosticSet& set, const FileGroup& attempt) {
+    if (attempt.burst && !attempt.burst->taken())
+        return judgeByLog(set, attempt,
+                          "The attempt ended before the unit was set up and a burst was taken: because of the "
+                          "transmitter, the unit or a file, which only the log names.");
     if (attempt.cal) {
         const std::string invalid = invalidValue(*attempt.cal);
         if (!invalid.empty())
@@ -110,12 +122,9 @@ Verdict judgeAnalysis(const DiagnosticSet& set, const FileGroup& attempt) {
     }
     if (set.properties && set.properties->value("verifyCal") == "false" && &attempt == &set.attempts.back())
         return {Outcome::Accepted, Reason::Unproved, {}, "Kept without a proof, as the properties ask."};
-    return {
-        Outcome::Untold,
-        Reason::NoProof,
-        {},
-        "There is no proof, and the analysis has no reason to refuse: the attempt was ended by the transmitter, the "
-        "unit or a file, which only the log names."};
+    return judgeByLog(set, attempt,
+                      "There is no proof, and the analysis has no reason to refuse: the attempt was ended by the "
+                      "transmitter, the unit or a file, which only the log names.");
 }
 
 } // namespace

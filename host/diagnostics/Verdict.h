@@ -26,7 +26,8 @@ struct Verdict {
         NoProof,
         Manual,
         Unproved,
-        Unmeasured
+        Unmeasured,
+        Log, ///< only the log says why
     };
 
     Outcome outcome = Outcome::Untold;
@@ -45,8 +46,6 @@ struct ClockMargin {
 /// Nothing when a data pin's margins were not measured.
 std::optional<ClockMargin> clockMarginOf(const FileGroup& attempt);
 
-/// Below this rate the receiver analyses nothing.
-inline constexpr double slowestAnalysed = 1.01e7;
 /// The fastest clock and the highest data rate that the receiver takes.
 inline constexpr double fastestClock = 1.2e8;
 inline constexpr double highestDataRate = 9.6e8;

@@ -154,11 +154,11 @@ PatternCheck checkPattern(const Verification& recording, const Pattern& pattern)
     return check;
 }
 
-std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins) {
+std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins, std::string_view sent) {
     if (recording.words.empty())
         return std::nullopt;
     for (const Pattern& pattern : patternsFor(dataPins)) {
-        if (checkPattern(recording, pattern).passed())
+        if ((sent.empty() || pattern.name == sent) && checkPattern(recording, pattern).passed())
             return pattern;
     }
     return std::nullopt;

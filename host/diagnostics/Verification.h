@@ -50,7 +50,7 @@ struct PatternCheck {
 };
 PatternCheck checkPattern(const Verification& recording, const Pattern& pattern);
 
-/// The pattern that the recording holds without a fault, or nothing.
-std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins);
+/// The pattern that the recording holds without a fault, or nothing. `sent` names it when it is known.
+std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins, std::string_view sent = {});
 
 } // namespace host::diagnostics

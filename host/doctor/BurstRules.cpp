@@ -1,14 +1,12 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 
 #include "host/diagnostics/BurstAnalysis.h"
 #include "host/diagnostics/LaneMatch.h"
 #include "host/doctor/Rules.h"
 
-// What bursts, rates and margins tell.
+// What bursts and margins tell of single pins.
 
 namespace host::rules {
 
@@ -21,90 +19,35 @@ using diagnostics::Verdict;
 constexpr int largestStretch = 5;
 /// Ones and zeros that differ by less than this are alike: half of what one step of the stretch does.
 constexpr double dutyTolerance = 0.5;
-/// A pin whose changes are bunched less than this around one distance from the clock does not follow it.
-constexpr double loosest = 0.4;
-constexpr std::size_t fewestChanges = 20;
-/// The pattern of a calibration changes every pin at nearly every clock edge; one in four is far too few.
-constexpr std::size_t rarest = 4;
+/// A pin follows the clock worse than the others do when it is bunched by this much less.
+constexpr double odd = 0.25;
 
-std::string decimal(double value) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", value);
-    return text.data();
+/// The burst of an attempt whose pins are looked at one by one: the clock runs, and they do not fail all alike.
+const Burst* singly(const Case& given, const FileGroup& attempt) {
+    return given.alike.contains(&attempt) ? nullptr : liveBurst(attempt);
 }
 
-/// A burst in which the clock runs; without one all pins rest and none can be judged.
-const Burst* liveBurst(const FileGroup& group) {
-    if (!group.burst || diagnostics::stuckLevel(*group.burst, 0))
-        return nullptr;
-    return &*group.burst;
-}
-
-void addClockDead(const Case& given, Findings& findings) {
-    const bool never = given.set.attempts.empty() && given.set.base.cal && !given.set.base.cal->rates.known();
-    for (const FileGroup* attempt : given.attempts) {
-        if (!attempt->burst || liveBurst(*attempt) != nullptr)
-            continue;
-        findingFor(findings, "clock-dead", {0})
-            .evidence.push_back("burst of " + attemptTitle(*attempt) + ": the clock stands at " +
-                                std::to_string(*diagnostics::stuckLevel(*attempt->burst, 0)) + " in all " +
-                                std::to_string(attempt->burst->samples()) + " samples");
+/// The best that any pin but this one keeps to the clock.
+double bestOfOthers(const Burst& burst, std::size_t proc) {
+    double best = 0.0;
+    for (std::size_t other = 1; other < burst.pins.size(); ++other) {
+        const diagnostics::Bunching bunching = diagnostics::bunchingOf(burst, other);
+        if (other != proc && bunching.changes >= fewestChanges)
+            best = std::max(best, bunching.share);
     }
-    if (never)
-        findingFor(findings, "clock-dead", {0})
-            .evidence.push_back(given.set.name + ".cal.txt: the clock was counted at 0 Hz, and no setting was tried");
-    for (Finding& finding : findings) {
-        if (finding.kind != "clock-dead")
-            continue;
-        finding.text = "no trace clock arrives at the " + pinTitle(given.set, 0) + " pin";
-        finding.remedy =
-            "Is the target powered and its trace export enabled? Does the pin map name the right clock pin? "
-            "Is its wire connected?";
-    }
+    return best;
 }
 
 } // namespace
 
-void findClockFaults(const Case& given, Findings& findings) {
-    if (given.set.manual())
-        return;
-    addClockDead(given, findings);
-    if (!given.set.attempts.empty() || !given.set.base.cal || !given.set.base.cal->rates.known())
-        return;
-    const diagnostics::Rates& rates = given.set.base.cal->rates;
-    const std::string clock = diagnostics::frequencyWords(rates.exportFrequency);
-    const std::string evidence = given.set.name + ".cal.txt: exportFrequency " + clock + ", dataRate " +
-                                 decimal(rates.dataRate / 1e6) + " Mbit/s, and no setting was tried";
-    Finding finding;
-    finding.pins = {0};
-    finding.evidence.push_back(evidence);
-    if (rates.exportFrequency > diagnostics::fastestClock) {
-        finding.kind = "clock-too-fast";
-        finding.text = "the target's slowest setting, " + clock + ", is faster than the 120 MHz that the unit records";
-        finding.remedy = "Lower the clock that the target's trace export is derived from (its PLL).";
-    } else if (rates.dataRate > diagnostics::highestDataRate) {
-        finding.kind = "too-many-bits";
-        finding.text =
-            "the pins carry " + decimal(rates.dataRate / 1e6) + " Mbit/s, more than the 960 that the unit takes";
-        finding.remedy = "Use fewer data pins or a slower clock.";
-    } else {
-        finding.kind = "clock-unusable";
-        finding.text = "a clock of " + clock + " was counted, but no setting of the target could be used";
-        finding.remedy =
-            "The clock is not stable, lies outside of 11 Hz to 350 MHz, or the transmitter refused its first "
-            "setting: the log names which. Look at the clock's wire.";
-    }
-    findings.push_back(std::move(finding));
-}
-
 void findStuckPins(const Case& given, Findings& findings) {
     for (const FileGroup* attempt : given.attempts) {
-        const Burst* burst = liveBurst(*attempt);
+        const Burst* burst = singly(given, *attempt);
         if (burst == nullptr)
             continue;
         std::optional<diagnostics::LaneMatch> match;
         if (attempt->verification)
-            match = diagnostics::matchLanes(*attempt->verification, burst->dataPins());
+            match = diagnostics::matchLanes(*attempt->verification, burst->dataPins(), given.set.provedWith());
         for (std::size_t proc = 1; proc < burst->pins.size(); ++proc) {
             const auto level = diagnostics::stuckLevel(*burst, proc);
             if (!level || (match && match->lanes[proc - 1].stuck != level))
@@ -127,19 +70,23 @@ void findStuckPins(const Case& given, Findings& findings) {
 
 void findUnrelatedPins(const Case& given, Findings& findings) {
     for (const FileGroup* attempt : given.attempts) {
-        const Burst* burst = liveBurst(*attempt);
+        const Burst* burst = singly(given, *attempt);
         if (burst == nullptr)
             continue;
         for (std::size_t proc = 1; proc < burst->pins.size(); ++proc) {
             const diagnostics::Bunching bunching = diagnostics::bunchingOf(*burst, proc);
             const std::size_t clock = diagnostics::edgesOf(burst->pins[0].levels, diagnostics::burstStart).size();
-            const bool loose = bunching.changes >= fewestChanges && bunching.share <= loosest;
+            const bool alone = burst->dataPins() == 1;
+            const bool loose = bunching.changes >= fewestChanges && bunching.share <= loosest &&
+                               (alone || bestOfOthers(*burst, proc) >= bunching.share + odd);
             const bool rare = bunching.changes != 0 && bunching.changes * rarest < clock;
             if (!loose && !rare)
                 continue;
             Finding& finding = findingFor(findings, "pin-garbled", {proc});
             finding.text = pinTitle(given.set, proc) + " changes without regard to the clock";
-            finding.remedy = "Is its wire open, so that the input floats? Is something else driving it?";
+            finding.remedy = alone ? "Is its wire open or the clock's, so that an input floats? Is something else "
+                                     "driving one of them?"
+                                   : "Is its wire open, so that the input floats? Is something else driving it?";
             std::string line = "burst of " + attemptTitle(*attempt) + ": it changes " +
                                std::to_string(bunching.changes) + " times, the clock " + std::to_string(clock) +
                                " times";
@@ -152,13 +99,14 @@ void findUnrelatedPins(const Case& given, Findings& findings) {
 
 void findDutyFaults(const Case& given, Findings& findings) {
     for (const FileGroup* attempt : given.attempts) {
-        const Burst* burst = liveBurst(*attempt);
+        const Burst* burst = singly(given, *attempt);
         if (burst == nullptr)
             continue;
         for (std::size_t proc = 0; proc < burst->pins.size(); ++proc) {
             const int stretch = burst->pins[proc].stretch;
             const auto duty = diagnostics::dutyOf(*burst, proc);
-            if (!duty || hasFinding(findings, "pin-garbled", proc))
+            if (!duty || hasFinding(findings, "pin-garbled", proc) ||
+                (proc == 0 && hasFinding(findings, "clock-suspect", 0)))
                 continue;
             // Each step of the stretch makes ones half a sample longer and zeros as much shorter.
             const double raw = duty->high - duty->low - stretch;
@@ -185,7 +133,9 @@ void findMarginFaults(const Case& given, Findings& findings) {
     for (std::size_t i = 0; i < set.attempts.size(); ++i) {
         const FileGroup& attempt = set.attempts[i];
         const Verdict& verdict = given.verdicts[i];
-        // A pin that does not follow the clock is no matter of margins.
+        // Pins that do not follow the clock are no matter of margins.
+        if (given.alike.contains(&attempt))
+            continue;
         const auto garbled = [&](std::size_t pin) { return hasFinding(findings, "pin-garbled", pin); };
         bool anyGarbled = false;
         for (std::size_t pin = 1; pin < attempt.pins(); ++pin)
@@ -195,8 +145,9 @@ void findMarginFaults(const Case& given, Findings& findings) {
             finding.severity = given.calibrated ? Finding::Severity::Note : Finding::Severity::Fault;
             finding.text = "the data change neither clearly between the clock's edges nor clearly at them";
             finding.remedy =
-                "The pins' lengths differ by about a quarter of a clock period: use a shorter cable or wires "
-                "of one length, or a slower clock.";
+                "Wires whose lengths differ by about a quarter of a clock period do that, and so does a clock or a "
+                "cable with much jitter: the eyes in the report tell which. Then use wires of one length, a shorter "
+                "cable, or a slower clock.";
             finding.evidence.push_back("burst of " + attemptTitle(attempt) + ": " + verdict.words);
         }
         const auto margin = diagnostics::clockMarginOf(attempt);
@@ -220,7 +171,9 @@ void findMarginFaults(const Case& given, Findings& findings) {
                            diagnostics::frequencyWords(std::floor(fitting / 1e6) * 1e6);
         }
         finding.remedy = given.calibrated ? "Only if a faster setting is wanted: shorten the cable, improve its ground."
-                                          : "Shorten the cable, improve its ground, or use a slower clock.";
+                                          : "Skew, jitter and duty errors all take of this room; the eyes in the "
+                                            "report tell which. Shorten the cable, improve its ground, look at the "
+                                            "clock's edges, or use a slower clock.";
         finding.evidence.push_back("report of " + attemptTitle(attempt) + ": " + std::to_string(margin->setup) +
                                    " ahead (" + pinTitle(set, margin->setupPin) + ") and " +
                                    std::to_string(margin->hold) + " behind (" + pinTitle(set, margin->holdPin) + "), " +

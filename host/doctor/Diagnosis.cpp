@@ -61,19 +61,22 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     diagnosis.calibrated = diagnostics::calibrated(set, diagnosis.verdicts);
     diagnosis.headline = headlineOf(set, diagnosis.calibrated);
 
-    rules::Case given{set, diagnosis.verdicts, diagnosis.calibrated.value_or(false), {}};
+    rules::Case given{set, diagnosis.verdicts, diagnosis.calibrated.value_or(false), {}, {}};
     for (const FileGroup& attempt : set.attempts) {
         if (!given.calibrated || &attempt == &set.attempts.back())
             given.attempts.push_back(&attempt);
     }
     rules::findClockFaults(given, diagnosis.findings);
+    rules::findSharedFaults(given, diagnosis.findings);
     rules::findStuckPins(given, diagnosis.findings);
     rules::findUnrelatedPins(given, diagnosis.findings);
     rules::findLaneFaults(given, diagnosis.findings, diagnosis.limits);
     rules::findDutyFaults(given, diagnosis.findings);
     rules::findMarginFaults(given, diagnosis.findings);
+    rules::findSameRates(given, diagnosis.findings);
     rules::findLostMargin(given, diagnosis.findings);
     rules::findRegisterFaults(given, diagnosis.findings);
+    rules::findMissing(given, diagnosis);
     std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(),
                      [](const Finding& left, const Finding& right) { return left.severity < right.severity; });
     return diagnosis;
@@ -113,6 +116,12 @@ std::string enumeration(const std::vector<std::string>& items) {
 std::string percent(double share) {
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), share > 0.0 && share < 0.001 ? "%.4f %%" : "%.1f %%", share * 100.0);
+    return text.data();
+}
+
+std::string decimal(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.1f", value);
     return text.data();
 }
 

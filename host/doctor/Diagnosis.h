@@ -15,8 +15,9 @@ struct Finding {
         Fault, ///< something is broken, or does not fit
         Note,  ///< the calibration got around it
     };
-    /// For a script: "clock-dead", "clock-too-fast", "too-many-bits", "clock-unusable", "pin-stuck", "pins-shorted",
-    /// "pins-swapped", "pin-late", "pin-early", "pin-shifted", "pin-unreliable", "pin-garbled", "words-wrong",
+    /// For a script: "transmitter-failed", "clock-dead", "clock-too-fast", "too-many-bits", "clock-unusable",
+    /// "clock-suspect", "settings-alike", "pins-noisy", "pins-silent", "pin-stuck", "pins-shorted", "pins-swapped",
+    /// "pin-late", "pin-early", "pin-shifted", "pin-unreliable", "pin-garbled", "words-wrong",
     /// "duty-beyond-correction", "margin-too-small", "no-sampling-position", "margin-lost", "registers-differ".
     std::string kind;
     Severity severity = Severity::Fault;
@@ -33,6 +34,8 @@ struct Diagnosis {
     std::vector<diagnostics::Verdict> verdicts; ///< one for each attempt of the set
     std::vector<Finding> findings;              ///< faults first
     std::vector<std::string> limits;            ///< what these files cannot show, in sentences
+    std::vector<std::string> missing;           ///< kinds of files that would tell more, such as "burst (.cap.txt)"
+    bool judged = true;                         ///< false: nothing was measured, or the files do not tell how it ended
 
     bool hasFaults() const;
     /// "not calibrated", "calibrated at 50 MHz (setting 2)".

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/diagnostics/BurstFile.h"
+#include "host/doctor/Rules.h"
 
 namespace host {
 
@@ -34,7 +35,7 @@ json attemptJson(const DiagnosticSet& set, const Diagnosis& diagnosis, std::size
     const diagnostics::FileGroup& attempt = set.attempts[index];
     const Verdict& verdict = diagnosis.verdicts[index];
     return {{"setting", *attempt.setting},
-            {"hertz", attempt.rates().exportFrequency},
+            {"hertz", attempt.rates().known() ? json(attempt.rates().exportFrequency) : json()},
             {"verdict", outcomeName(verdict.outcome)},
             {"receiverText", verdict.receiverText},
             {"reason", verdict.words}};
@@ -53,11 +54,23 @@ json findingJson(const Finding& finding) {
 
 } // namespace
 
+std::string whatIsMissing(const Diagnosis& diagnosis) {
+    if (diagnosis.missing.empty())
+        return "these files do not hold how the calibration ended; the receiver's log does";
+    std::string text = diagnosis.missing.size() == 1
+                           ? std::string("a kind of file is missing: ")
+                           : std::to_string(diagnosis.missing.size()) + " kinds of files are missing: ";
+    return text + rules::enumeration(diagnosis.missing);
+}
+
 std::string findingCount(const Diagnosis& diagnosis) {
     const auto faults = static_cast<std::size_t>(
         std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
                       [](const Finding& finding) { return finding.severity == Finding::Severity::Fault; }));
     const std::size_t notes = diagnosis.findings.size() - faults;
+    if (diagnosis.findings.empty() && !diagnosis.judged)
+        return diagnosis.calibrated ? std::string("nothing was judged")
+                                    : "nothing found, but " + whatIsMissing(diagnosis);
     if (diagnosis.findings.empty())
         return "nothing found";
     if (notes == 0)
@@ -89,6 +102,8 @@ json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
              {"attempts", json::array()},
              {"findings", json::array()},
              {"limits", diagnosis.limits},
+             {"judged", diagnosis.judged},
+             {"missing", diagnosis.missing},
              {"damaged", set.troubles}};
     if (diagnosis.calibrated)
         out["calibrated"] = *diagnosis.calibrated;

@@ -12,10 +12,13 @@ namespace host {
 std::string diagnosisText(const diagnostics::DiagnosticSet& set, const Diagnosis& diagnosis);
 
 /// The same for a script: "stem", "calibrated" (true, false or null), "headline", "attempts", "findings", "limits",
-/// "damaged".
+/// "judged", "missing", "damaged".
 nlohmann::json diagnosisJson(const diagnostics::DiagnosticSet& set, const Diagnosis& diagnosis);
 
-/// "nothing found", "2 faults found", "1 fault and 1 note".
+/// "nothing found", "2 faults found", "1 fault and 1 note"; "nothing found, but ..." when too little could be looked at.
 std::string findingCount(const Diagnosis& diagnosis);
+
+/// Why "nothing found" is no good news: what is missing to judge by. For a diagnosis that is not judged.
+std::string whatIsMissing(const Diagnosis& diagnosis);
 
 } // namespace host

@@ -4,8 +4,8 @@
 #include <iostream>
 
 #include <CLI/CLI.hpp>
-#include <nlohmann/json.hpp>
 
+#include "host/basics/JsonText.h"
 #include "host/doctor/DiagnosisText.h"
 
 namespace host {
@@ -17,24 +17,29 @@ public:
     DoctorCommand() : Command("doctor", "Name what is wrong with a board, from the files of a calibration") {}
 
     void setUp(CLI::App& app) override {
-        app.add_option("place", place, "Folder of a run, stem of its files, or one of them")->required();
+        app.add_option("place", place, "Folder of a run, stem of its files, or one of them")
+            ->required()
+            ->option_text("DIR|STEM");
         addJson(app);
         app.footer("Every finding says what it rests on. Exit code 10 when there is a fault, and 3\n"
-                   "when there is none but a damaged file was left out.\n"
+                   "when there is none but a damaged file was left out, or the files do not tell\n"
+                   "how the calibration ended.\n"
                    "Example: orvtrace doctor run");
     }
 
     ExitCode run() override {
         const diagnostics::DiagnosticSet set = diagnostics::readDiagnostics(place);
         const Diagnosis diagnosis = diagnose(set);
-        const ExitCode code = diagnosis.hasFaults()  ? ExitCode::FaultsFound
-                              : set.troubles.empty() ? ExitCode::Done
-                                                     : ExitCode::BadInput;
+        // Files that do not tell how the calibration ended are too few to call a board sound.
+        const bool enough = set.troubles.empty() && diagnosis.calibrated.has_value();
+        const ExitCode code = diagnosis.hasFaults() ? ExitCode::FaultsFound
+                              : enough              ? ExitCode::Done
+                                                    : ExitCode::BadInput;
         if (json) {
             nlohmann::json out = diagnosisJson(set, diagnosis);
             out["outcome"] = exitCodeName(code);
             out["exitCode"] = static_cast<int>(code);
-            std::cout << out.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+            std::cout << jsonText(out);
         } else {
             std::cout << diagnosisText(set, diagnosis);
         }

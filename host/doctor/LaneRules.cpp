@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 #include "host/diagnostics/LaneMatch.h"
@@ -20,6 +22,12 @@ constexpr double fits = 0.97;
 /// A pin that fits better than this is not accused of anything.
 constexpr double clean = 0.99999;
 
+std::string twoPlaces(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.2f", value);
+    return text.data();
+}
+
 struct Proof {
     const Case& given;
     const FileGroup& attempt;
@@ -32,6 +40,11 @@ struct Proof {
         return match.lanes[lane].stuck ||
                std::any_of(match.identical.begin(), match.identical.end(),
                            [&](const auto& pair) { return pair.first == lane || pair.second == lane; });
+    }
+    bool mostShifted() const {
+        const auto shifted =
+            std::count_if(match.lanes.begin(), match.lanes.end(), [](const Lane& lane) { return lane.shift != 0; });
+        return 2 * static_cast<std::size_t>(shifted) >= match.lanes.size();
     }
     /// Carries another pin's bits, and not its own.
     bool astray(std::size_t lane) const {
@@ -79,6 +92,31 @@ void addSwaps(const Proof& proof) {
     }
 }
 
+/// What the calibration did to a pin, next to the others: it may have moved it to the wrong side itself.
+void addDelays(const Proof& proof, std::size_t lane, Finding& finding) {
+    if (!proof.attempt.cal || lane + 1 >= proof.attempt.cal->pins.size())
+        return;
+    const diagnostics::CalPin& pin = proof.attempt.cal->pins[lane + 1];
+    std::optional<int> low;
+    std::optional<int> high;
+    for (std::size_t proc = 1; proc < proof.attempt.cal->pins.size(); ++proc) {
+        const auto& delay = proof.attempt.cal->pins[proc].delay;
+        if (proc == lane + 1 || !delay)
+            continue;
+        low = std::min(low.value_or(*delay), *delay);
+        high = std::max(high.value_or(*delay), *delay);
+    }
+    if (!pin.delay || !low)
+        return;
+    std::string line = "report of " + attemptTitle(proof.attempt) + ": it was given a delay of " +
+                       std::to_string(*pin.delay) + ", the other data pins " + std::to_string(*low) +
+                       (*low == *high ? std::string() : " to " + std::to_string(*high));
+    // On a pattern that only toggles, the opposite of the reference pin is the reference pin a bit off.
+    if (pin.correlationAtZero && *pin.correlationAtZero < 0.0)
+        line += "; it then shows the opposite of data 1 (correlation " + twoPlaces(*pin.correlationAtZero) + ")";
+    finding.evidence.push_back(std::move(line));
+}
+
 void addShifts(const Proof& proof) {
     for (std::size_t lane = 0; lane < proof.match.lanes.size(); ++lane) {
         const Lane& found = proof.match.lanes[lane];
@@ -92,9 +130,15 @@ void addShifts(const Proof& proof) {
                        (!found.shiftSignKnown ? " early or late"
                         : late                ? " late"
                                               : " early") +
-                       (proof.match.lanes.size() == 2 ? " against the other pin" : " against most other pins");
-        finding.remedy = "Its wire is much longer or shorter than the others', by half a clock period or more, or its "
-                         "delay was taken on the wrong side: make the wires alike, or use a slower clock.";
+                       (proof.match.lanes.size() == 2 ? " against the other pin"
+                        : proof.mostShifted()         ? " against other pins"
+                                                      : " against most other pins");
+        finding.remedy = "Is its wire much longer or shorter than the others', by half a clock period or more? Or was "
+                         "its delay taken on the wrong side, which wires of one length and a slower clock prevent?";
+        if (!proof.match.tellsPinsApart)
+            finding.remedy += " A wire that is swapped with another's would look like this, too: the pattern is the "
+                              "same on several pins.";
+        addDelays(proof, lane, finding);
         finding.evidence.push_back(proof.where() + percent(found.agreement) + " of its bits fit when moved by " +
                                    (found.shiftSignKnown ? std::to_string(found.shift) : "one") +
                                    (std::abs(found.shift) == 1 ? " slot, " : " slots, ") + percent(found.asNamed) +
@@ -102,7 +146,46 @@ void addShifts(const Proof& proof) {
     }
 }
 
+/// All pins are wrong, and none is for a reason of its own.
+bool addSharedNoise(const Proof& proof) {
+    const auto& lanes = proof.match.lanes;
+    double worst = 0.0;
+    double best = 1.0;
+    for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
+        if (proof.stuckOrShort(lane))
+            return false;
+        worst = std::max(worst, 1.0 - lanes[lane].agreement);
+        best = std::min(best, 1.0 - lanes[lane].agreement);
+    }
+    if (lanes.size() < 2 || best <= 1.0 - clean)
+        return false;
+    const std::string all = lanes.size() == 2 ? "both data pins" : "all " + std::to_string(lanes.size()) + " data pins";
+    std::string line = proof.where() + percent(best) + " to " + percent(worst) + " of " +
+                       std::to_string(proof.match.bits) + " bits are wrong on " + all;
+    if (proof.given.alike.contains(&proof.attempt)) {
+        for (Finding& finding : proof.findings) {
+            if (finding.kind == "clock-suspect" || finding.kind == "pins-noisy" || finding.kind == "pins-silent") {
+                finding.evidence.push_back(std::move(line));
+                return true;
+            }
+        }
+    }
+    const bool garbled = best > 1.0 - fits;
+    std::vector<std::size_t> pins;
+    for (std::size_t lane = 0; lane < lanes.size(); ++lane)
+        pins.push_back(lane + 1);
+    Finding& finding = findingFor(proof.findings, garbled ? "pin-garbled" : "pin-unreliable", pins);
+    finding.text = all + (garbled ? " carry bits that fit the pattern of no pin" : " are taken wrongly");
+    finding.remedy = "All pins at once point at what they share: look at the clock's wire and edges first, then at the "
+                     "ground and the port's supply.";
+    finding.remedy += garbled ? " Does the target send the pattern?" : " A slower clock leaves more room.";
+    finding.evidence.push_back(std::move(line));
+    return true;
+}
+
 void addNoise(const Proof& proof) {
+    if (addSharedNoise(proof))
+        return;
     for (std::size_t lane = 0; lane < proof.match.lanes.size(); ++lane) {
         const Lane& found = proof.match.lanes[lane];
         if (found.agreement >= clean || proof.stuckOrShort(lane))
@@ -111,7 +194,7 @@ void addNoise(const Proof& proof) {
         Finding& finding = findingFor(proof.findings, garbled ? "pin-garbled" : "pin-unreliable", {lane + 1});
         if (garbled) {
             finding.text = proof.title(lane) + " carries bits that fit the pattern of no pin";
-            finding.remedy = "Is the wire open, so that the input floats? Is something else driving it?";
+            finding.remedy = "Is its wire open, so that the input floats? Is something else driving it?";
         } else {
             finding.text = proof.title(lane) + " is taken wrongly now and then";
             finding.remedy = "Noise or a margin that is too thin: check ground and termination of this wire, or use a "
@@ -150,11 +233,12 @@ void findLaneFaults(const Case& given, Findings& findings, Limits& limits) {
             continue;
         proofs = true;
         const std::size_t dataPins = attempt->pins() - 1;
-        const auto match = diagnostics::matchLanes(*attempt->verification, dataPins);
+        const auto match = diagnostics::matchLanes(*attempt->verification, dataPins, given.set.provedWith());
         if (!match)
             continue;
         tellsApart = tellsApart && match->tellsPinsApart;
-        const bool held = diagnostics::patternHeld(*attempt->verification, dataPins).has_value();
+        const bool held =
+            diagnostics::patternHeld(*attempt->verification, dataPins, given.set.provedWith()).has_value();
         if (held)
             continue;
         const Proof proof{given, *attempt, *match, findings};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <set>
+
 #include "host/doctor/Diagnosis.h"
 
 // The rules of the diagnosis. Each adds its findings to what it is given.
@@ -13,19 +15,33 @@ struct Case {
     const std::vector<diagnostics::Verdict>& verdicts;
     bool calibrated;
     std::vector<const diagnostics::FileGroup*> attempts;
+    /// Those of them in whose bursts all data pins fail alike, so that none is to blame by itself.
+    std::set<const diagnostics::FileGroup*> alike;
 };
+
+/// A pin whose changes are bunched less than this around one distance from the clock does not follow it.
+inline constexpr double loosest = 0.4;
+inline constexpr std::size_t fewestChanges = 20;
+/// The pattern of a calibration changes every pin at nearly every clock edge; one in four is far too few.
+inline constexpr std::size_t rarest = 4;
 
 using Findings = std::vector<Finding>;
 using Limits = std::vector<std::string>;
 
 void findClockFaults(const Case& given, Findings& findings);
+/// Fills `alike`; goes ahead of the rules about single pins.
+void findSharedFaults(Case& given, Findings& findings);
 void findStuckPins(const Case& given, Findings& findings);
 void findUnrelatedPins(const Case& given, Findings& findings);
 void findDutyFaults(const Case& given, Findings& findings);
 void findLaneFaults(const Case& given, Findings& findings, Limits& limits);
+void findSameRates(const Case& given, Findings& findings);
 void findMarginFaults(const Case& given, Findings& findings);
 void findLostMargin(const Case& given, Findings& findings);
 void findRegisterFaults(const Case& given, Findings& findings);
+
+/// What the files do not hold: fills `missing` and `judged`, adds to `limits`.
+void findMissing(const Case& given, Diagnosis& diagnosis);
 
 /// The finding of that kind about these pins, made when there is none yet: several attempts tell of one fault.
 Finding& findingFor(Findings& findings, const std::string& kind, const std::vector<std::size_t>& pins);
@@ -33,5 +49,9 @@ bool hasFinding(const Findings& findings, const std::string& kind, std::size_t p
 /// "a, b and c".
 std::string enumeration(const std::vector<std::string>& items);
 std::string percent(double share);
+/// With one place behind the point.
+std::string decimal(double value);
+/// The burst of an attempt in which the clock runs; without one all pins rest and none can be judged.
+const diagnostics::Burst* liveBurst(const diagnostics::FileGroup& group);
 
 } // namespace host::rules

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "host/diagnostics/BurstAnalysis.h"
 #include "host/diagnostics/LaneMatch.h"
@@ -50,10 +51,22 @@ std::optional<DelayWindow> windowOf(const CalFile& cal, std::size_t proc) {
     // Of the room behind the edge the sample at the edge itself is needed.
     const int later = static_cast<int>(*setup);
     const int earlier = std::max(0, static_cast<int>(*hold) - 1);
-    return DelayWindow{*pin.delay - earlier, *pin.delay + later, *pin.delay};
+    const bool atEnd =
+        std::any_of(cal.pins.begin(), cal.pins.end(), [](const CalPin& other) { return other.delay == largestDelay; });
+    return DelayWindow{*pin.delay - earlier, *pin.delay + later, *pin.delay, atEnd};
 }
 
-std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::size_t proc, bool& cut) {
+/// What the windows of a table show, for its legend.
+struct Ends {
+    bool cut = false, lost = false;
+
+    void take(const DelayWindow& window) {
+        cut = cut || (window.cutBelow() && !window.lostBelow()) || (window.cutAbove() && !window.lostAbove());
+        lost = lost || window.lostBelow() || window.lostAbove();
+    }
+};
+
+std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::size_t proc, Ends& ends) {
     const CalFile& cal = *attempt.cal;
     const CalPin& pin = cal.pins[proc];
     const std::string title = pinTitle(set, proc);
@@ -64,9 +77,11 @@ std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::siz
     std::string correlation = "-";
     if (pin.correlationAtZero)
         correlation = std::isfinite(*pin.correlationAtZero) ? fixed(*pin.correlationAtZero, 3) : "none";
-    cut = cut || (window && (window->cutBelow() || window->cutAbove()));
-    const std::string input =
-        attempt.burst && proc < attempt.burst->pins.size() ? std::to_string(attempt.burst->pins[proc].rcvrpin) : "-";
+    if (window)
+        ends.take(*window);
+    const std::string input = attempt.burst && attempt.burst->taken() && proc < attempt.burst->pins.size()
+                                  ? std::to_string(attempt.burst->pins[proc].rcvrpin)
+                                  : "-";
     return "<tr>" + cell(escaped(title), "pin") + cell(input, "n") +
            cell(proc == 0 ? "" : marginPicture(pin, cal.rates.oversampling)) + cell(margin, "n") +
            cell(window ? delayPicture(*window, title) : "") + cell(orDash(pin.delay), "n") +
@@ -93,16 +108,28 @@ std::string allPinsRow(const CalFile& cal) {
            std::to_string(*all.setup + *all.hold) + " of at least " + need + " samples</td></tr>";
 }
 
+std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
+    const double rate = attempt.rates().exportFrequency;
+    if (set.manual())
+        return element("p", "hint", "Nothing was measured: these are the values that were given.");
+    if (rate > 0.0 && rate < diagnostics::slowestAnalysed)
+        return element(
+            "p", "hint",
+            "Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's default settings. "
+            "Only the proof tells whether they do.");
+    return {};
+}
+
 std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
     if (!attempt.cal)
         return {};
-    std::string rows = "<tr><th>pin</th><th class=\"n\">input</th><th>room around the clock's edge</th>"
-                       "<th class=\"n\">ahead / behind</th><th>delays that would do, 0 to 31</th>"
+    std::string rows = "<tr><th>pin</th><th class=\"n\">input</th><th class=\"pic\">room around the clock's edge</th>"
+                       "<th class=\"n\">ahead / behind</th><th class=\"pic\">delays that would do, 0 to 31</th>"
                        "<th class=\"n\">delay</th><th class=\"n\">stretch</th><th class=\"n\">ones / zeros</th>"
                        "<th class=\"n\">correlation</th><th class=\"n\">filter / plateau / debounce</th></tr>";
-    bool cut = false;
+    Ends ends;
     for (std::size_t proc = 0; proc < attempt.cal->pins.size(); ++proc)
-        rows += laneRow(set, attempt, proc, cut);
+        rows += laneRow(set, attempt, proc, ends);
     rows += allPinsRow(*attempt.cal);
     std::string legend =
         "<span class=\"swatch\" style=\"background:var(--goodfill);margin-left:0\"></span>room between "
@@ -110,11 +137,15 @@ std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
         "style=\"background:var(--badfill)\"></span>less than a third of a clock period; the dashed "
         "lines stand a sixth to either side<span class=\"swatch\" "
         "style=\"background:var(--window)\"></span>delays that would do, the chosen one marked";
-    if (cut)
-        legend += "<span class=\"swatch\" style=\"background:var(--bad)\"></span>the window goes on beyond the range";
+    if (ends.cut)
+        legend += "<span class=\"swatch\" style=\"background:var(--soft)\"></span>the window goes on beyond the range, "
+                  "which costs nothing";
+    if (ends.lost)
+        legend += "<span class=\"swatch\" style=\"background:var(--bad)\"></span>the middle of the window lies beyond "
+                  "the range, and room is lost by it";
     legend += ". Lengths are in samples.";
-    return element("h3", "", "Lanes") + element("div", "scroll", element("table", "", rows)) +
-           element("p", "legend", legend);
+    return element("h3", "", "Lanes") + whyNotMeasured(set, attempt) +
+           element("div", "scroll", element("table", "lanes", rows)) + element("p", "legend", legend);
 }
 
 std::string eyeGrid(const DiagnosticSet& set, const FileGroup& attempt) {
@@ -128,13 +159,14 @@ std::string eyeGrid(const DiagnosticSet& set, const FileGroup& attempt) {
     }
     if (eyes.empty())
         return element("p", "hint", "The burst shows no running clock, so that there are no eyes to draw.");
-    return element("h3", "", "Eyes") +
-           element(
-               "p", "hint",
-               "Every change of a pin in the burst, laid over each other around the clock's edge at which the bit is "
-               "taken. The darker a line, the more often the pin changed there; the bars below count. The distances "
-               "are in samples.") +
-           element("div", "eyes", eyes);
+    const std::string heading =
+        element("h3", "", "Eyes") +
+        element("p", "hint",
+                "Every change of a pin in the burst, laid over each other around the clock's edge at which the bit is "
+                "taken. The darker a line, the more often the pin changed there; the bars below count. The distances "
+                "are in samples.");
+    // A heading that is printed at the foot of a page belongs to the pictures on the next.
+    return element("div", "keep", heading + element("div", "eyes", eyes));
 }
 
 /// The data edge that comes nearest to a clock edge.
@@ -182,7 +214,7 @@ std::string waveforms(const DiagnosticSet& set, const FileGroup& attempt) {
     }
     out +=
         waveformPicture(burst, around, tightest ? std::optional(tightest->spot) : std::nullopt, titlesOf(set, burst));
-    return out + element("p", "legend", waveformLegend);
+    return element("div", "keep", out + element("p", "legend", waveformLegend));
 }
 
 std::string hex(std::uint16_t word) {
@@ -198,7 +230,7 @@ std::string proofSection(const DiagnosticSet& set, const FileGroup& attempt) {
     if (attempt.pins() < 2)
         return {};
     const std::size_t dataPins = attempt.pins() - 1;
-    const auto match = diagnostics::matchLanes(proof, dataPins);
+    const auto match = diagnostics::matchLanes(proof, dataPins, set.provedWith());
     std::string out = element("h3", "", "Proof");
     std::string text = std::to_string(proof.packets) + " packets, " + std::to_string(proof.words.size()) + " words";
     if (proof.otherPackets + proof.unknownPackets != 0)
@@ -213,20 +245,22 @@ std::string proofSection(const DiagnosticSet& set, const FileGroup& attempt) {
     text += ". Pattern " + match->pattern + ": " + std::to_string(check.errors) +
             (check.errors == 1 ? " fault." : " faults.");
     out += element("p", "", escaped(text));
-    std::string rows = "<tr><th>pin</th><th>carries</th><th class=\"n\">bits that fit</th><th class=\"n\">as it is "
-                       "named</th><th>moved by</th></tr>";
+    std::string rows = "<tr><th>pin</th><th class=\"n\">fits its own bits</th><th class=\"n\">fits best</th>"
+                       "<th>that is, the bits of</th><th>shifted by</th></tr>";
     for (std::size_t lane = 0; lane < match->lanes.size(); ++lane) {
         const diagnostics::Lane& found = match->lanes[lane];
         const std::string carries =
             found.stuck ? "always " + std::to_string(*found.stuck) : diagnostics::pinName(found.carries + 1);
-        std::string shift = found.shift == 0 ? "" : std::to_string(found.shift) + " slots";
+        std::string shift = found.shift == 0             ? "none"
+                            : std::abs(found.shift) == 1 ? std::to_string(found.shift) + " slot"
+                                                         : std::to_string(found.shift) + " slots";
         if (!found.shiftSignKnown)
             shift = "one slot, either way";
-        rows += "<tr>" + cell(escaped(pinTitle(set, lane + 1)), "pin") + cell(carries) +
-                cell(number(found.agreement * 100.0, 3) + " %", "n") +
-                cell(number(found.asNamed * 100.0, 3) + " %", "n") + cell(shift) + "</tr>";
+        rows += "<tr>" + cell(escaped(pinTitle(set, lane + 1)), "pin") +
+                cell(number(found.asNamed * 100.0, 3) + " %", "n") +
+                cell(number(found.agreement * 100.0, 3) + " %", "n") + cell(carries) + cell(shift) + "</tr>";
     }
-    out += element("div", "scroll", element("table", "", rows));
+    out += element("div", "scroll", element("table", "proof", rows));
     if (!check.firstErrors.empty()) {
         std::string first;
         for (const std::size_t at : check.firstErrors)
@@ -250,7 +284,9 @@ std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, c
         words = "<b>" + escaped(verdict.receiverText) + ".</b> " + words;
     out += element("p", "", words);
     out += laneTable(set, attempt);
-    if (attempt.burst && diagnostics::stuckLevel(*attempt.burst, 0)) {
+    if (attempt.burst && (set.manual() || !attempt.burst->taken())) {
+        out += element("p", "hint", "No burst was taken, so that there are neither eyes nor waveforms to draw.");
+    } else if (attempt.burst && diagnostics::stuckLevel(*attempt.burst, 0)) {
         out += element("p", "hint", "The burst shows no running clock: there are neither eyes nor waveforms to draw.");
     } else if (attempt.burst) {
         out += eyeGrid(set, attempt);

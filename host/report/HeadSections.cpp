@@ -41,6 +41,24 @@ const FileGroup& mainGroup(const DiagnosticSet& set) {
     return set.attempts.empty() ? set.base : set.attempts.back();
 }
 
+/// What stands in the place of faults: green only when the board was judged and found good.
+std::string noFaultBox(const DiagnosticSet& set, const Diagnosis& diagnosis) {
+    const auto box = [](const char* look, const char* word, const char* heading, const std::string& text) {
+        return element("div", std::string(look) == "good" ? "finding none" : "finding plain",
+                       "<h3>" + badge(look, word) + " " + heading + "</h3>" + element("p", "", escaped(text)));
+    };
+    if (set.manual())
+        return box("plain", "not judged", "Nothing was measured",
+                   "The values were given, so that there is nothing to judge.");
+    if (!diagnosis.judged)
+        return box("plain", "not judged", "Too little to judge by", sentence(whatIsMissing(diagnosis)) + ".");
+    if (!diagnosis.calibrated.value_or(false))
+        return box("plain", "not known", "Not calibrated, for a reason that the files do not show",
+                   "No fault that the rules know. The log may tell more.");
+    return box("good", "sound", "Nothing is broken",
+               "The board was " + diagnosis.headline + ", and the files show no fault: nothing needs to be checked.");
+}
+
 } // namespace
 
 std::string verdictBadge(const Verdict& verdict) {
@@ -52,13 +70,13 @@ std::string verdictBadge(const Verdict& verdict) {
     case Verdict::Outcome::Untold:
         break;
     }
-    return badge("warn", "not told");
+    return badge("plain", "not told");
 }
 
 std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     const FileGroup& shown = mainGroup(set);
     const diagnostics::Rates rates = shown.rates();
-    const char* look = !diagnosis.calibrated ? "warn" : *diagnosis.calibrated ? "good" : "bad";
+    const char* look = !diagnosis.judged ? "plain" : diagnosis.calibrated.value_or(false) ? "good" : "bad";
     std::string out = element("h1", "", "Calibration of " + escaped(set.name));
     out += element("p", "sub", badge(look, diagnosis.headline));
     std::string facts;
@@ -80,18 +98,8 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
 
 std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     std::string out = element("h2", "", "What was found");
-    if (!diagnosis.hasFaults()) {
-        std::string text = "<h3>" + badge("good", "sound") + " Nothing is broken</h3>";
-        if (set.manual())
-            text += element("p", "", "The values were given, so that nothing was measured. There is nothing to judge.");
-        else if (diagnosis.calibrated.value_or(false))
-            text += element("p", "",
-                            "The board was " + escaped(diagnosis.headline) +
-                                ", and the files show no fault: nothing needs to be checked.");
-        else
-            text += element("p", "", "The files show no fault that the rules know. The log may tell more.");
-        out += element("div", "finding none", text);
-    }
+    if (!diagnosis.hasFaults())
+        out += noFaultBox(set, diagnosis);
     for (const Finding& finding : diagnosis.findings)
         out += findingBox(finding);
     for (const std::string& limit : diagnosis.limits)

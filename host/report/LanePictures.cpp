@@ -50,11 +50,21 @@ bool DelayWindow::cutAbove() const {
     return to > largestDelay;
 }
 
+bool DelayWindow::lostBelow() const {
+    return cutBelow() && chosen <= 0 && from + to <= -2 && othersAtEnd;
+}
+
+bool DelayWindow::lostAbove() const {
+    return cutAbove() && chosen >= largestDelay && from + to >= 2 * (largestDelay + 1);
+}
+
 std::string delayPicture(const DelayWindow& window, const std::string& pin) {
     std::string label = pin + ": right for delays from " + std::to_string(window.from) + " to " +
                         std::to_string(window.to) + ", set to " + std::to_string(window.chosen);
     if (window.cutBelow() || window.cutAbove())
-        label += "; cut off by the range of 0 to " + std::to_string(largestDelay);
+        label += "; it goes on beyond the range of 0 to " + std::to_string(largestDelay);
+    if (window.lostBelow() || window.lostAbove())
+        label += ", where the best place lies";
     Svg svg(barWidth, barHeight, label, "bar");
     const double step = (barWidth - 2.0 * edge) / (largestDelay + 1);
     const auto x = [&](int delay) { return edge + delay * step; };
@@ -65,9 +75,11 @@ std::string delayPicture(const DelayWindow& window, const std::string& pin) {
     for (int delay = 8; delay <= 24; delay += 8)
         svg.line(x(delay), 7, x(delay), 19, "grid");
     if (window.cutBelow())
-        svg.path("M" + coordinate(edge - 1) + " 5V21L" + coordinate(edge - 10) + " 13Z", "cut");
+        svg.path("M" + coordinate(edge - 1) + " 5V21L" + coordinate(edge - 10) + " 13Z",
+                 window.lostBelow() ? "cut lost" : "cut");
     if (window.cutAbove())
-        svg.path("M" + coordinate(barWidth - edge + 1) + " 5V21L" + coordinate(barWidth - edge + 10) + " 13Z", "cut");
+        svg.path("M" + coordinate(barWidth - edge + 1) + " 5V21L" + coordinate(barWidth - edge + 10) + " 13Z",
+                 window.lostAbove() ? "cut lost" : "cut");
     const double set = x(std::clamp(window.chosen, 0, largestDelay)) + step / 2.0;
     svg.line(set, 3, set, 23, "chosen");
     return svg.markup();

@@ -16,11 +16,17 @@ namespace host::page {
 std::string marginPicture(const diagnostics::CalPin& pin, double period);
 
 /// The delays at which a pin's bit would be taken rightly, on the range that the unit has, and where it is set. Ends
-/// that lie outside of the range are marked.
+/// that lie outside of the range are marked: as a loss when the best place is out of reach.
 struct DelayWindow {
     int from = 0, to = 0, chosen = 0;
+    /// Some pin stands at the end of the range already, so that not all can be moved later to make room for this one.
+    bool othersAtEnd = false;
     bool cutBelow() const;
     bool cutAbove() const;
+    /// The pin stands at the end of the range, and the window's middle lies a sample or more beyond it. Below 0 that is
+    /// a loss only when the other pins cannot be moved later instead: what counts is where they stand to each other.
+    bool lostBelow() const;
+    bool lostAbove() const;
 };
 inline constexpr int largestDelay = 31;
 std::string delayPicture(const DelayWindow& window, const std::string& pin);

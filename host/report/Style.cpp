@@ -27,14 +27,16 @@ p{margin:6px 0}
 .badge.good{color:var(--good);background:var(--badgegood)}
 .badge.bad{color:var(--bad);background:var(--badgebad)}
 .badge.warn{color:var(--warn);background:var(--badgewarn)}
-.facts{display:grid;grid-template-columns:repeat(auto-fit,minmax(150px,1fr));gap:10px;margin:0 0 18px}
-.fact{background:var(--panel);border:1px solid var(--line);border-radius:8px;padding:8px 12px}
+.badge.plain{color:var(--soft);background:var(--track)}
+.facts{display:grid;grid-template-columns:repeat(auto-fit,minmax(118px,1fr));gap:10px;margin:0 0 18px}
+.fact{background:var(--panel);border:1px solid var(--line);border-radius:8px;padding:8px 10px}
 .fact b{display:block;font-size:17px;line-height:1.3}
 .fact span{color:var(--soft);font-size:12.5px}
 .finding{border:1px solid var(--line);border-left:5px solid var(--bad);border-radius:8px;padding:10px 16px;margin:10px 0;
 background:var(--panel);break-inside:avoid}
 .finding.note{border-left-color:var(--warn)}
 .finding.none{border-left-color:var(--good)}
+.finding.plain{border-left-color:var(--soft)}
 .finding h3{margin:0 0 4px;font-size:16px}
 .finding ul{margin:4px 0;padding-left:20px;color:var(--soft);font-size:13.5px}
 .finding .check{margin:6px 0 0}
@@ -46,12 +48,12 @@ td{border-bottom:1px solid var(--line);padding:4px 10px 4px 0;vertical-align:mid
 td.n,th.n{text-align:right;font-variant-numeric:tabular-nums}td.n{white-space:nowrap}
 td.pin{white-space:nowrap;font-weight:600}
 tr{break-inside:avoid}
-.scroll{overflow-x:auto}
+.scroll{overflow-x:auto}table.proof{width:auto}table.proof td,table.proof th{padding-right:26px}
 .eyes{display:grid;grid-template-columns:repeat(auto-fill,minmax(236px,1fr));gap:12px}
 .eyes>svg{width:100%;height:auto;background:var(--panel);border:1px solid var(--line);border-radius:8px;
 break-inside:avoid}
 svg{display:block}
-svg.bar{width:200px;height:26px}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
+svg.bar{width:100%;min-width:104px;height:auto}th.pic{width:21%}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
 svg.waveform,svg.strip{width:100%;height:auto}
 svg text{fill:var(--ink);font:12px system-ui,"Segoe UI","DejaVu Sans",sans-serif}
 svg .tiny{font-size:10.5px;fill:var(--soft)}
@@ -65,7 +67,7 @@ svg .need{stroke:var(--warn);stroke-width:1.5;stroke-dasharray:3 2}
 svg .sampling{stroke:var(--clock);stroke-width:1.6}
 svg .faint{stroke-width:1;opacity:.55;stroke-dasharray:3 3}
 svg .chosen{stroke:var(--ink);stroke-width:2.5}
-svg .cut{fill:var(--bad)}
+svg .cut{fill:var(--soft)}svg .lost{fill:var(--bad)}
 svg .axis{stroke:var(--soft);stroke-width:1}
 svg .rail{stroke:var(--trace);stroke-width:2;opacity:.75}
 svg .trace{fill:none;stroke:var(--trace);stroke-width:2.2}
@@ -93,8 +95,11 @@ h2,h3{break-after:avoid}h3,.finding h3{font-size:12px}.hint,.legend,.finding ul,
 .facts{grid-template-columns:repeat(6,1fr);gap:6px}.fact{padding:4px 8px}.fact b{font-size:13px}
 .fact span,code{font-size:9px}.badge{font-size:10px}.scroll{overflow:visible}.eyes{grid-template-columns:repeat(4,1fr);
 gap:6px}table{font-size:9px;break-inside:avoid}td,th{padding:2px 5px 2px 0}svg.bar{width:118px;height:16px}
-svg.waveform,svg.strip,.finding{break-inside:avoid}.hint{break-after:avoid}@page{size:A4;margin:13mm}}
-@media (max-width:700px){main{padding:16px}.registers{columns:1}}
+svg.waveform,svg.strip,.finding,.keep{break-inside:avoid}.hint{break-after:avoid}@page{size:A4;margin:13mm}}
+@media screen and (max-width:1100px){table.lanes{font-size:12.5px}table.lanes td,table.lanes th{padding-right:7px}}
+@media screen and (max-width:860px){.facts{grid-template-columns:repeat(3,1fr)}}
+@media screen and (max-width:700px){main{padding:16px}.registers{columns:1}table.lanes{min-width:760px}
+.facts{grid-template-columns:repeat(2,1fr)}}
 )css";
 }
 

@@ -20,9 +20,10 @@ TEST(DiagnosisText, AFaultHasItsEvidenceAndWhatToCheck) {
     const BenchFiles files(namedScenario("no-clock"));
     const auto set = files.read();
     const std::string text = host::diagnosisText(set, host::diagnose(set));
-    EXPECT_THAT(text, HasSubstr("trace: not calibrated\n1 fault found\n\nfault: no trace clock arrives at the clock "));
-    EXPECT_THAT(text, HasSubstr("\n  evidence: trace.cal.txt: the clock was counted at 0 Hz"));
-    EXPECT_THAT(text, HasSubstr("\n  check: Is the target powered"));
+    EXPECT_THAT(text,
+                HasSubstr("trace: not calibrated\n1 fault found\n\nfault: no trace clock was measured at the clock "));
+    EXPECT_THAT(text, HasSubstr("\n  evidence: trace.cal.txt: exportFrequency 0 Hz, and no setting was tried"));
+    EXPECT_THAT(text, HasSubstr("If not, no clock arrives: Is the target powered"));
     EXPECT_THAT(text, HasSubstr("There is no proof recording"));
 }
 

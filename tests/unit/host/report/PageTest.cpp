@@ -50,10 +50,46 @@ TEST(Html, NumbersAreShort) {
 TEST(DelayWindow, EndsBeyondTheRangeAreMarked) {
     using host::page::delayPicture;
     EXPECT_EQ(count(delayPicture({-3, 9, 2}, "x"), "class=\"cut\""), 1U);
-    EXPECT_EQ(count(delayPicture({25, 40, 31}, "x"), "class=\"cut\""), 1U);
+    EXPECT_EQ(count(delayPicture({25, 37, 31}, "x"), "class=\"cut\""), 1U);
     EXPECT_EQ(count(delayPicture({-1, 40, 5}, "x"), "class=\"cut\""), 2U);
-    EXPECT_EQ(count(delayPicture({0, 31, 5}, "x"), "class=\"cut\""), 0U);
-    EXPECT_THAT(delayPicture({-3, 9, 2}, "x"), HasSubstr("cut off by the range of 0 to 31"));
+    EXPECT_EQ(count(delayPicture({0, 31, 5}, "x"), "class=\"cut"), 0U);
+    EXPECT_THAT(delayPicture({-3, 9, 2}, "x"), HasSubstr("it goes on beyond the range of 0 to 31"));
+}
+
+TEST(DelayWindow, AnEndIsALossOnlyWhenTheBestPlaceIsOutOfReach) {
+    using host::page::delayPicture;
+    using host::page::DelayWindow;
+    EXPECT_TRUE((DelayWindow{26, 45, 31}.lostAbove())) << "its middle is 35";
+    EXPECT_FALSE((DelayWindow{25, 38, 31}.lostAbove())) << "half a sample";
+    EXPECT_FALSE((DelayWindow{20, 60, 30}.lostAbove())) << "it could go one further";
+    EXPECT_TRUE((DelayWindow{-9, 3, 0, true}.lostBelow()));
+    EXPECT_FALSE((DelayWindow{-9, 3, 0, false}.lostBelow())) << "the others can be moved later instead";
+    EXPECT_FALSE((DelayWindow{-6, 6, 0, true}.lostBelow())) << "it stands in the middle";
+    EXPECT_EQ(count(delayPicture({26, 45, 31}, "x"), "class=\"cut lost\""), 1U);
+    EXPECT_THAT(delayPicture({26, 45, 31}, "x"), HasSubstr("where the best place lies"));
+}
+
+TEST(Page, AGoodCalibrationHasNoRedArrows) {
+    for (const char* name : {"clean", "bench-cable", "two-pin", "tpiu"}) {
+        const BenchFiles files(namedScenario(name));
+        auto set = files.read();
+        set.attempts.erase(set.attempts.begin(), set.attempts.end() - 1);
+        const std::string page = pageOf(set);
+        EXPECT_GT(count(page, "class=\"cut\""), 0U) << name;
+        EXPECT_EQ(count(page, "class=\"cut lost\""), 0U) << name;
+        EXPECT_THAT(page, HasSubstr("the window goes on beyond the range, which costs nothing")) << name;
+        EXPECT_THAT(page, Not(HasSubstr("room is lost by it"))) << name;
+    }
+}
+
+TEST(Page, AClockWhoseDelayEndsIsMarkedAsALoss) {
+    const TempFolder folder;
+    std::string text = drawn::report({{14, 1}, {14, 1}}, drawn::head("25.00 MHz", "56.00 "));
+    text.replace(text.find("delays=1,"), 9, "delays=31,");
+    folder.write("run.freq0.cal.txt", text);
+    const std::string page = pageOf(host::diagnostics::readDiagnostics(folder.path()));
+    EXPECT_GT(count(page, "class=\"cut lost\""), 0U);
+    EXPECT_THAT(page, HasSubstr("the middle of the window lies beyond the range, and room is lost by it"));
 }
 
 TEST(Page, HasEveryPartForEveryAttempt) {
@@ -109,12 +145,42 @@ TEST(Page, APlaceWhereAMarginFailedIsShown) {
 }
 
 TEST(Page, FilesWithNothingMeasuredGiveAPageToo) {
-    for (const char* name : {"no-clock", "too-fast", "tpiulite"}) {
+    for (const char* name : {"no-clock", "too-fast"}) {
         const BenchFiles files(namedScenario(name));
         const std::string page = pageOf(files.read());
         EXPECT_THAT(page, AllOf(HasSubstr("The burst shows no running clock"), HasSubstr("Registers of the unit")))
             << name;
     }
+}
+
+TEST(Page, WhatWasNotJudgedIsNotCalledSound) {
+    const BenchFiles given(namedScenario("tpiulite"));
+    const std::string page = pageOf(given.read());
+    EXPECT_THAT(page, AllOf(HasSubstr("not judged"), HasSubstr("finding plain"), HasSubstr("No burst was taken")));
+    EXPECT_THAT(page, AllOf(Not(HasSubstr("Nothing is broken")), Not(HasSubstr("badge good")),
+                            Not(HasSubstr("no running clock"))));
+
+    const BenchFiles few(namedScenario("clean"));
+    auto set = few.read();
+    for (auto& attempt : set.attempts) {
+        attempt.burst.reset();
+        attempt.verification.reset();
+    }
+    EXPECT_THAT(pageOf(set), AllOf(HasSubstr("Too little to judge by"),
+                                   HasSubstr("2 kinds of files are missing: burst (.cap.txt) and proof (.ver).")));
+}
+
+TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
+    const BenchFiles files(namedScenario("slow"));
+    const std::string page = pageOf(files.read());
+    EXPECT_THAT(page, AllOf(HasSubstr("Below 10.1 MHz the receiver measures nothing on the pins"),
+                            HasSubstr("not measured"), Not(HasSubstr("0.000"))));
+}
+
+TEST(Page, TheProofsTableSaysWhatFits) {
+    const BenchFiles files(namedScenario("swapped-pins"));
+    EXPECT_THAT(pageOf(files.read()), AllOf(HasSubstr("fits its own bits"), HasSubstr("fits best"),
+                                            HasSubstr("that is, the bits of"), HasSubstr("shifted by")));
 }
 
 TEST(Page, WhatStandsInTheFilesIsTextAndNeverMarkup) {
