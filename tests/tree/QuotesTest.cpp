@@ -96,4 +96,20 @@ TEST(Documents, TheBenchPageExplainsEveryKeyOfAScenario) {
     EXPECT_GT(count, 25U);
 }
 
+TEST(Documents, TheReportPageNamesEveryKindOfFinding) {
+    const std::string& page = files().at("docs/report.md");
+    static const std::regex kind("(?:findingFor\\(\\w+(?:\\.\\w+)?, |kind = |[?:] )\"([a-z]+(?:-[a-z]+)+)\"");
+    std::size_t count = 0;
+    for (const auto& [path, text] : files()) {
+        if (!path.starts_with("host/doctor/"))
+            continue;
+        for (auto match = std::sregex_iterator(text.begin(), text.end(), kind); match != std::sregex_iterator();
+             ++match) {
+            EXPECT_NE(page.find("`" + (*match)[1].str() + "`"), std::string::npos) << (*match)[1] << " of " << path;
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 15U);
+}
+
 } // namespace tree
