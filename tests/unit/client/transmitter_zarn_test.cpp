@@ -100,6 +100,15 @@ TEST_F(TransmitterZarnTest, TheLinkIsClosedAheadOfSettingsThatCannotBeApplied) {
     testing::Mock::VerifyAndClearExpectations(&library); // and it is not closed a second time
 }
 
+TEST_F(TransmitterZarnTest, AClosingThatFailsIsNotRepeated) {
+    const auto transmitter = make();
+    open(*transmitter, 1);
+    testing::Mock::VerifyAndClearExpectations(&library);
+    transmitter->setProperty("pins", "0,1");
+    EXPECT_CALL(library, closeChannel(channel)).WillOnce(testing::Throw(std::runtime_error("link lost")));
+    EXPECT_THROW(transmitter->applySettings(), std::runtime_error);
+}
+
 TEST_F(TransmitterZarnTest, ALibraryThatThrowsAtTheEndIsLogged) {
     const LogCapture log;
     {
