@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 #include "host/diagnostics/BurstAnalysis.h"
 #include "host/diagnostics/LaneMatch.h"
@@ -39,9 +40,9 @@ std::optional<DelayWindow> windowOf(const CalFile& cal, std::size_t proc) {
         for (std::size_t data = 1; data < cal.pins.size(); ++data) {
             const CalPin& other = cal.pins[data];
             if (other.setup)
-                hold = std::min(hold.value_or(*other.setup), *other.setup);
+                setup = std::min(setup.value_or(*other.setup), *other.setup);
             if (other.hold)
-                setup = std::min(setup.value_or(*other.hold), *other.hold);
+                hold = std::min(hold.value_or(*other.hold), *other.hold);
         }
     }
     constexpr std::uint32_t widest = 100000; // no window is wider; a damaged file may say anything
@@ -49,8 +50,10 @@ std::optional<DelayWindow> windowOf(const CalFile& cal, std::size_t proc) {
         *pin.delay > largestDelay)
         return std::nullopt;
     // Of the room behind the edge the sample at the edge itself is needed.
-    const int later = static_cast<int>(*setup);
-    const int earlier = std::max(0, static_cast<int>(*hold) - 1);
+    int later = static_cast<int>(*setup);
+    int earlier = std::max(0, static_cast<int>(*hold) - 1);
+    if (proc == 0)
+        std::swap(later, earlier);
     const bool atEnd =
         std::any_of(cal.pins.begin(), cal.pins.end(), [](const CalPin& other) { return other.delay == largestDelay; });
     return DelayWindow{*pin.delay - earlier, *pin.delay + later, *pin.delay, atEnd};
@@ -144,6 +147,9 @@ std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
         legend += "<span class=\"swatch\" style=\"background:var(--bad)\"></span>the middle of the window lies beyond "
                   "the range, and room is lost by it";
     legend += ". Lengths are in samples.";
+    const auto measured = [](const CalPin& pin) { return pin.setup && pin.hold; };
+    if (std::none_of(attempt.cal->pins.begin(), attempt.cal->pins.end(), measured))
+        legend = "Lengths are in samples.";
     return element("h3", "", "Lanes") + whyNotMeasured(set, attempt) +
            element("div", "scroll", element("table", "lanes", rows)) + element("p", "legend", legend);
 }

@@ -28,14 +28,14 @@ std::string marginPicture(const diagnostics::CalPin& pin, double period) {
     const double centre = barWidth / 2.0;
     const auto x = [&](double samples) { return centre + std::clamp(samples / reach, -1.1, 1.1) * half; };
     svg.rect(edge, 7, 2.0 * half, 12, "track");
-    if (measured) {
-        const double setup = static_cast<double>(*pin.setup);
-        const double hold = static_cast<double>(*pin.hold);
-        const bool thin = setup + hold < std::floor(period / 3.0 + 0.5);
-        svg.rect(x(-setup), 7, x(hold) - x(-setup), 12, thin ? "fill-bad" : "fill-good");
-    } else {
-        svg.text(centre + 8, 17, "not measured", "tiny");
+    if (!measured) {
+        svg.text(centre, 17, "not measured", "tiny", "middle");
+        return svg.markup();
     }
+    const double setup = static_cast<double>(*pin.setup);
+    const double hold = static_cast<double>(*pin.hold);
+    const bool thin = setup + hold < std::floor(period / 3.0 + 0.5);
+    svg.rect(x(-setup), 7, x(hold) - x(-setup), 12, thin ? "fill-bad" : "fill-good");
     svg.line(x(-period / 6.0), 4, x(-period / 6.0), 22, "need");
     svg.line(x(period / 6.0), 4, x(period / 6.0), 22, "need");
     svg.line(centre, 2, centre, 24, "sampling");

@@ -49,11 +49,11 @@ td.n,th.n{text-align:right;font-variant-numeric:tabular-nums}td.n{white-space:no
 td.pin{white-space:nowrap;font-weight:600}
 tr{break-inside:avoid}
 .scroll{overflow-x:auto}table.proof{width:auto}table.proof td,table.proof th{padding-right:26px}
-.eyes{display:grid;grid-template-columns:repeat(auto-fill,minmax(236px,1fr));gap:12px}
-.eyes>svg{width:100%;height:auto;background:var(--panel);border:1px solid var(--line);border-radius:8px;
+.eyes{display:grid;grid-template-columns:repeat(auto-fit,minmax(196px,1fr));gap:12px}
+.eyes>svg{width:100%;max-width:360px;height:auto;background:var(--panel);border:1px solid var(--line);border-radius:8px;
 break-inside:avoid}
 svg{display:block}
-svg.bar{width:100%;min-width:104px;height:auto}th.pic{width:21%}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
+svg.bar{width:100%;min-width:104px;height:auto}th.pic{width:21%}table.lanes th{min-width:58px}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
 svg.waveform,svg.strip{width:100%;height:auto}
 svg text{fill:var(--ink);font:12px system-ui,"Segoe UI","DejaVu Sans",sans-serif}
 svg .tiny{font-size:10.5px;fill:var(--soft)}
@@ -90,9 +90,10 @@ code{font:12.5px ui-monospace,"DejaVu Sans Mono",Consolas,monospace}
 dl{display:grid;grid-template-columns:max-content 1fr;gap:2px 18px;margin:6px 0;font-size:13.5px}
 dt{color:var(--soft)}dd{margin:0;overflow-wrap:anywhere}
 footer{margin-top:40px;padding-top:12px;border-top:1px solid var(--line);color:var(--soft);font-size:12.5px}
-@media print{main{max-width:none;padding:0}body{font-size:10.5px}h1{font-size:19px}h2{font-size:14px;margin-top:16px}
-h2,h3{break-after:avoid}h3,.finding h3{font-size:12px}.hint,.legend,.finding ul,dl,.registers div{font-size:9.5px}
-.facts{grid-template-columns:repeat(6,1fr);gap:6px}.fact{padding:4px 8px}.fact b{font-size:13px}
+@media print{main{max-width:none;padding:0}body{font-size:10.5px}h1{font-size:19px}h2{font-size:14px;
+margin:12px 0 6px;padding-top:8px}h2,h3{break-after:avoid}h3,.finding h3{font-size:12px}h3{margin-top:12px}
+p{margin:4px 0}.hint,.legend,.finding ul,dl,.registers div{font-size:9.5px}.finding{padding:6px 12px;margin:6px 0}
+.facts{grid-template-columns:repeat(6,1fr);gap:6px;margin-bottom:8px}.fact{padding:4px 8px}.fact b{font-size:13px}
 .fact span,code{font-size:9px}.badge{font-size:10px}.scroll{overflow:visible}.eyes{grid-template-columns:repeat(4,1fr);
 gap:6px}table{font-size:9px;break-inside:avoid}td,th{padding:2px 5px 2px 0}svg.bar{width:118px;height:16px}
 svg.waveform,svg.strip,.finding,.keep{break-inside:avoid}.hint{break-after:avoid}@page{size:A4;margin:13mm}}

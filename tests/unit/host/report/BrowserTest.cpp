@@ -40,6 +40,10 @@ addEventListener('load', () => {
   say('scripts', document.scripts.length);
   say('resources', performance.getEntriesByType('resource').filter(e => !e.name.startsWith('data:')).length);
   say('wide', document.documentElement.scrollWidth > innerWidth);
+  say('scrolled', [...document.querySelectorAll('.scroll')].filter(box => box.scrollWidth > box.clientWidth).length);
+  say('beside', [...document.querySelectorAll('main *')].filter(
+    part => !part.closest('.scroll') && !part.closest('svg') && part.getBoundingClientRect().right > innerWidth + 1).length);
+  say('tilerows', new Set([...document.querySelectorAll('.fact')].map(tile => tile.getBoundingClientRect().top)).size);
   say('background', getComputedStyle(document.body).backgroundColor);
   say('ink', getComputedStyle(document.body).color);
   document.documentElement.setAttribute('data-seen', lines.join(''));
@@ -91,6 +95,21 @@ TEST(Browser, DrawsEveryPictureOfTheReportWithoutAnError) {
     EXPECT_EQ(seen(outcome, "scripts"), "1") << "the test's own";
     EXPECT_EQ(seen(outcome, "resources"), "0");
     EXPECT_EQ(seen(outcome, "wide"), "false") << "nothing is cut off at the right";
+}
+
+TEST(Browser, ShowsTheWholeLaneTableFrom900PixelsOn) {
+    const Browser browser;
+    const std::string page = inspected(pageOf("bench-cable"));
+    for (const char* width : {"900", "1000", "1400"}) {
+        const Browser::Outcome outcome = browser.open(page, {std::string("--window-size=") + width + ",1200"});
+        EXPECT_EQ(seen(outcome, "wide"), "false") << width;
+        EXPECT_EQ(seen(outcome, "scrolled"), "0") << width;
+        EXPECT_EQ(seen(outcome, "tilerows"), "1") << width;
+    }
+    const Browser::Outcome narrow = browser.open(page, {"--window-size=500,1200"});
+    EXPECT_EQ(seen(narrow, "wide"), "false") << "tables scroll, the page does not";
+    EXPECT_EQ(seen(narrow, "beside"), "0");
+    EXPECT_EQ(seen(narrow, "scrolled"), "3") << "the lanes of three attempts";
 }
 
 TEST(Browser, FollowsTheReadersChoiceOfDarkAndLight) {

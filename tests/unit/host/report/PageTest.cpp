@@ -112,6 +112,13 @@ TEST(Page, HasEveryPartForEveryAttempt) {
     EXPECT_EQ(count(page, "<svg"), count(page, "</svg>"));
 }
 
+TEST(Page, HeadingsStayWithTheirPicturesWhenItIsPrinted) {
+    const BenchFiles files(namedScenario("clean"));
+    const std::string page = pageOf(files.read());
+    EXPECT_THAT(page, AllOf(HasSubstr("<div class=\"keep\"><h3>Waveforms</h3>"),
+                            HasSubstr("<div class=\"keep\"><h3>Eyes</h3>"), HasSubstr(".keep{break-inside:avoid}")));
+}
+
 TEST(Page, NeedsNothingFromElsewhereAndRunsNothing) {
     const BenchFiles files(namedScenario("step-down"));
     const std::string page = pageOf(files.read());
