@@ -150,7 +150,8 @@ TEST_F(ProcessFaults, AServerThatAnswersWrongly) {
     for (const Operation& operation : operations()) {
         const auto& [answer, text] = answers[turn++ % answers.size()];
         SCOPED_TRACE(std::string(operation.name) + " answered " + answer);
-        Session& session = begin(operation, [&bytes = answer](ScriptedServer& server) { server.send(bytes).expect("$S#00"); });
+        Session& session =
+            begin(operation, [&bytes = answer](ScriptedServer& server) { server.send(bytes).expect("$S#00"); });
         ASSERT_NE(session.proxy, nullptr);
         EXPECT_EQ(run(operation, session), leaving(operation, text.c_str()));
         EXPECT_EQ(stop(session), "invalid rsp response");
