@@ -37,10 +37,12 @@ TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
 
 /// The word behind each option of a help text, empty for a flag; and those of the arguments in its usage line.
 std::vector<std::string> valueWordsOf(const std::string& help) {
-    static const std::regex option("^  (?:-\\w,)?--[a-z-]+(?: ([^ \\r]+))?(?:  .*|\r)?$");
+    static const std::regex option("^  (?:-\\w,)?--[a-z-]+(?: ([^ ]+))?(?:  .*)?$");
     std::vector<std::string> words;
     std::istringstream in(help);
     for (std::string line; std::getline(in, line);) {
+        if (line.ends_with('\r'))
+            line.pop_back();
         std::smatch found;
         if (line.starts_with("  -") && !std::regex_match(line, found, option))
             words.push_back("unreadable: " + line);
