@@ -177,7 +177,7 @@ void addClockApart(const Case& given, const FileGroup& attempt, const Company& c
         line += "; " + rate;
     finding.evidence.push_back(std::move(line));
     finding.evidence.push_back("burst of " + attemptTitle(attempt) + ": the clock's changes lie " +
-                               distancesText(burst, 0) + " samples apart, those of data 1 " + distancesText(burst, 1));
+                               distancesText(burst, 0) + " samples apart, " + distancesText(burst, 1) + " on data 1");
     if (company.closestToEachOther() >= together)
         finding.evidence.back() += "; the data pins keep to each other";
 }
@@ -190,7 +190,7 @@ void addNoisy(const FileGroup& attempt, const Company& company, Findings& findin
         "All pins at once point at what they share: look at the clock's edges and at the ground first, then "
         "at the port's supply and the cable. A slower clock leaves more room for noise.";
     finding.evidence.push_back(countsText(attempt, company) + "; the clock's changes lie " + distancesText(burst, 0) +
-                               " samples apart, those of data 1 " + distancesText(burst, 1));
+                               " samples apart, " + distancesText(burst, 1) + " on data 1");
 }
 
 } // namespace

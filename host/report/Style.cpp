@@ -53,7 +53,7 @@ tr{break-inside:avoid}
 .eyes>svg{width:100%;max-width:360px;height:auto;background:var(--panel);border:1px solid var(--line);border-radius:8px;
 break-inside:avoid}
 svg{display:block}
-svg.bar{width:100%;min-width:104px;height:auto}th.pic{width:21%}table.lanes th{min-width:58px}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
+svg.bar{width:100%;min-width:104px;height:auto}th.pic{width:19%}table.lanes th:nth-child(4){min-width:68px}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
 svg.waveform,svg.strip{width:100%;height:auto}
 svg text{fill:var(--ink);font:12px system-ui,"Segoe UI","DejaVu Sans",sans-serif}
 svg .tiny{font-size:10.5px;fill:var(--soft)}
