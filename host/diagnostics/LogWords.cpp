@@ -91,7 +91,9 @@ std::optional<LogWords> findLogWords(const fs::path& folder, const std::string& 
         for (fs::directory_iterator at(place, failed); !failed && at != fs::directory_iterator();
              at.increment(failed)) {
             const std::string name = at->path().filename().string();
-            if (name.starts_with("vx_trace_log") && name.ends_with(".txt") && at->is_regular_file(failed))
+            // Of a log that is longer only the beginning would be read, and what counts stands at the end.
+            if (name.starts_with("vx_trace_log") && name.ends_with(".txt") && at->is_regular_file(failed) &&
+                at->file_size(failed) <= largestLog)
                 logs.emplace_back(at->last_write_time(failed), at->path());
         }
     }

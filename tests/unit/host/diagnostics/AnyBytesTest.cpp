@@ -6,6 +6,7 @@
 #include "host/diagnostics/BurstAnalysis.h"
 #include "host/diagnostics/CalFile.h"
 #include "host/diagnostics/LaneMatch.h"
+#include "host/diagnostics/LogWords.h"
 #include "host/diagnostics/PropertiesFile.h"
 #include "host/diagnostics/RegisterFile.h"
 #include "host/diagnostics/Verification.h"
@@ -88,6 +89,9 @@ void analyse(const Burst& burst) {
         foldEye(burst, proc);
         dutyOf(burst, proc);
         stuckLevel(burst, proc);
+        bunchingOf(burst, proc);
+        bunchingAround(burst, 0, proc);
+        usualInterval(burst, proc);
     }
     votePosition(burst);
     findMarginFailure(burst, 1);
@@ -97,6 +101,21 @@ void analyse(const Burst& burst) {
 TEST(AnyBytes, CalibrationReportsNeverCrashTheReader) {
     survivesAll(drawn::report({{6, 5}, {3, 4}}), [](const std::string& text) { parseCalFile(text, "any.txt"); });
     EXPECT_GT(damagedFiles, rounds);
+}
+
+TEST(AnyBytes, LogsNeverCrashTheReader) {
+    const std::string good =
+        "M     15:49:36:349 | ORV Receiver : loading settings from /lab/board.xml\n"
+        "M     15:49:36:400 | ORV Receiver (unit:146) setting 0 not used : eXMTR:(11) : transmitter failure\n"
+        "M     15:49:36:576 | ORV Receiver (unit:184) failed freq1 (5.00000e+07) : eCALIBRATE(12) : no\n"
+        "    E 15:49:36:580 | ORV Receiver : SetConfiguration std exception : eXMTR:(11) : transmitter failure : x\n";
+    std::size_t failures = 0;
+    survivesAll(good, [&](const std::string& text) {
+        const auto words = parseLogWords(text, "board", "any.txt");
+        failures += words && !words->transmitterFailure().empty();
+    });
+    EXPECT_GT(failures, 0U);
+    EXPECT_EQ(damagedFiles, 0U) << "any text is a log";
 }
 
 TEST(AnyBytes, BurstsNeverCrashReaderOrAnalysis) {
