@@ -75,9 +75,9 @@ public:
     }
 
     void integer(std::string_view key, std::optional<unsigned>& out, std::int64_t lowest, std::int64_t highest) {
+        unsigned value = 0;
+        integer(key, value, lowest, highest);
         if (table.contains(key)) {
-            unsigned value = 0;
-            integer(key, value, lowest, highest);
             out = value;
         }
     }
