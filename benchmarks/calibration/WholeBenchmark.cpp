@@ -1,11 +1,10 @@
 #include "benchmarks/calibration/Ratios.h"
 #include "tests/support/bench_client/BenchRig.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <benchmark/benchmark.h>
 
 #include <chrono>
-#include <filesystem>
-#include <random>
 #include <string>
 
 // A whole calibration with five settings over the bench's unit, in real time: what it takes against the sum of the
@@ -15,20 +14,6 @@ namespace {
 
 using namespace VX_QRS::ORV::CLIENT;
 using Clock = std::chrono::steady_clock;
-
-class Folder {
-public:
-    Folder() : path(std::filesystem::temp_directory_path() / ("orv_whole_" + std::to_string(std::random_device{}()))) {
-        std::filesystem::create_directories(path);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    const std::filesystem::path path;
-};
 
 double seconds(Clock::duration time) {
     return std::chrono::duration<double>(time).count();
@@ -50,7 +35,7 @@ void wholeCalibration(benchmark::State& state) {
     double inUnit = 0.0;
     for (auto _ : state) {
         state.PauseTiming();
-        const Folder folder;
+        const test_support::TemporaryFolder folder;
         bench_client::BenchRig rig(fiveSettings(), folder.path);
         rig.time.waited = 0;
         rig.time.sleepsReally = true;

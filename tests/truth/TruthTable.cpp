@@ -1,6 +1,6 @@
 #include "tests/truth/TruthTable.h"
 
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/truth/Wirings.h"
 
 #include <algorithm>
@@ -128,7 +128,7 @@ std::string TruthTable::text(const std::string& title) const {
 
 TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind) {
     TruthTable table;
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     for (std::uint64_t seed = firstSeed; seed < firstSeed + count; ++seed) {
         table.add(seed, calibrateAndJudge(drawScenario(seed, kind), folder.path));
     }

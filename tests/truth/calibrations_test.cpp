@@ -1,5 +1,5 @@
 #include "tests/support/bench_client/BenchRig.h"
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/truth/TruthTable.h"
 #include "tests/truth/Wirings.h"
 
@@ -95,7 +95,7 @@ TEST(RandomWirings, OfTpiuComeOutAsTheyDid) {
 }
 
 TEST(Baselines, AreComparedSeedBySeed) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     const auto tableOf = [](std::initializer_list<Outcome> outcomes) {
         TruthTable table;
         std::uint64_t seed = 7;

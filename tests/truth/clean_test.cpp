@@ -1,5 +1,5 @@
 #include "tests/support/bench_client/BenchRig.h"
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/truth/Judgement.h"
 
 #include <gtest/gtest.h>
@@ -38,7 +38,7 @@ bench::Scenario skewedScenario(double jitter) {
 
 /// The largest difference of a delay or stretch between a first calibration and ten more.
 double spreadOfTen(double jitter) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(skewedScenario(jitter), folder.path);
     rig.channel->calibrate();
     const Cal first = rig.inside().cal();
@@ -58,21 +58,21 @@ double spreadOfTen(double jitter) {
 }
 
 TEST(CalibrationOnTheBench, OfACleanBusChoosesTheFastestRateAndSamplesInTheMiddle) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     const Verdict verdict = calibrateAndJudge(cleanScenario(), folder.path);
     EXPECT_EQ(verdict.setting, 2U);
     EXPECT_EQ(verdict.outcome, Outcome::right) << verdict.description;
 }
 
 TEST(CalibrationOnTheBench, OfACleanBusHoldsForARecordingTenTimesAsLong) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(cleanScenario(), folder.path);
     rig.channel->calibrate();
     EXPECT_EQ(rig.recordPattern(10 * verificationBytes).value_or(""), "");
 }
 
 TEST(CalibrationOnTheBench, ReportsTheMarginsOfItsLastBurst) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(skewedScenario(0.2), folder.path, "verifyCal=false\n");
     rig.channel->calibrate();
     Metrics again = rig.inside().metrics();

@@ -1,6 +1,6 @@
 #include "common/source/Exception.h"
 #include "tests/support/bench_client/BenchRig.h"
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ struct Ending {
 
 /// Calibrates, then records with the margins watched until a failure or the buffer's end.
 Ending recordWatched(const bench::Scenario& scenario, const char* ovsMargin) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(scenario, folder.path, std::string("ovsMargin=") + ovsMargin + "\n");
     rig.channel->calibrate();
     const std::uint64_t begin = rig.time.now;
@@ -82,7 +82,7 @@ TEST(HeatWatch, LeavesARecordingAloneThatDoesNotDrift) {
 TEST(HeatWatch, OfTwoAndMoreFailsAtTheFirstClockEdgeOfASoundSignal) {
     // The verification is a recording too, and is watched like any other: there is no calibrating with such a setting.
     for (const char* margin : {"2", "3"}) {
-        const Folder folder;
+        const test_support::TemporaryFolder folder;
         BenchRig rig(warmScenario(0.0, 0.0), folder.path, std::string("ovsMargin=") + margin + "\n");
         try {
             rig.channel->calibrate();

@@ -1,5 +1,5 @@
 #include "tests/road/Orvtrace.h"
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/truth/Judgement.h"
 #include "tests/truth/Wirings.h"
 
@@ -35,7 +35,7 @@ class ThroughTheLibrary : public testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(ThroughTheLibrary, AWiringComesOutAsInOneProcess) {
     const bench::Scenario scenario = drawScenario(GetParam(), bench::ExportKind::Pti);
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     const Verdict expected = calibrateAndJudge(scenario, folder.path);
 
     const RunSpace space;

@@ -1,4 +1,4 @@
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/truth/TruthTable.h"
 #include "tests/truth/Wirings.h"
 
@@ -28,7 +28,7 @@ bool isSteady(const bench::Scenario& scenario, const std::filesystem::path& fold
 }
 
 int printSteady(unsigned count) {
-    const truth::Folder folder;
+    const test_support::TemporaryFolder folder;
     for (std::uint64_t seed = 1; seed <= count; ++seed) {
         truth::Verdict verdict;
         if (isSteady(truth::drawScenario(seed, bench::ExportKind::Pti), folder.path, verdict)) {

@@ -1,5 +1,5 @@
 #include "tests/support/bench_client/BenchRig.h"
-#include "tests/truth/Folder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ bench::Scenario fiveRates() {
 }
 
 TEST(CalibrationOnTheBench, OfFiveRatesWaitsForItsCountsAndNothingElse) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(fiveRates(), folder.path, "verifyCal=false\n");
     rig.time.waited = 0;
     rig.time.waits = 0;
@@ -29,7 +29,7 @@ TEST(CalibrationOnTheBench, OfFiveRatesWaitsForItsCountsAndNothingElse) {
 }
 
 TEST(CalibrationOnTheBench, ALongerWindowIsWaitedForInFull) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(fiveRates(), folder.path, "verifyCal=false\ncpi=4000000\n");
     rig.time.waited = 0;
     rig.channel->calibrate();
@@ -37,7 +37,7 @@ TEST(CalibrationOnTheBench, ALongerWindowIsWaitedForInFull) {
 }
 
 TEST(CalibrationOnTheBench, AVerificationWaitsForTheBufferInPassesOfFiveMilliseconds) {
-    const Folder folder;
+    const test_support::TemporaryFolder folder;
     BenchRig rig(fiveRates(), folder.path);
     rig.time.waited = 0;
     rig.channel->calibrate();

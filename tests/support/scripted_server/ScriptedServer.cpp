@@ -37,15 +37,6 @@ ScopedVariable::~ScopedVariable() {
     uEnvironment::set(name.c_str(), saved.c_str());
 }
 
-ScratchFolder::ScratchFolder() : folder(uniqueName("orv-folder")) {
-    std::filesystem::create_directories(folder);
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
-}
-
 ScriptedServer::ScriptedServer() : scriptPath(uniqueName("orv-script")) {
     uEnvironment::set(folderVariable, folder().c_str());
     uEnvironment::set(scriptVariable, scriptPath.string().c_str());

@@ -76,16 +76,3 @@ private:
     std::string name;
     std::string saved;
 };
-
-/// A folder of its own below the temporary one, removed with all it holds.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder();
-    const std::filesystem::path& path() const { return folder; }
-
-private:
-    std::filesystem::path folder;
-};

@@ -1,5 +1,7 @@
 #include "bench/server/DataServer.h"
 
+#include "tests/support/scratch/TemporaryFolder.h"
+
 #include <atomic>
 #include <chrono>
 #include <fstream>
@@ -15,23 +17,6 @@ namespace {
 using namespace std::string_literals;
 
 constexpr std::uint16_t firstTestPort = 55900;
-
-// A folder of its own for each server, gone afterwards.
-class Folder {
-public:
-    Folder() {
-        static std::atomic<int> number{0};
-        const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-        path = std::filesystem::temp_directory_path() /
-               ("bench-server-" + std::to_string(now) + "-" + std::to_string(++number));
-        std::filesystem::create_directories(path);
-    }
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-    std::filesystem::path path;
-};
 
 class RunningServer {
 public:
@@ -90,7 +75,7 @@ public:
         return receive(socket, "\n");
     }
 
-    Folder folder;
+    test_support::TemporaryFolder folder;
     std::uint16_t chosen = 0;
     std::unique_ptr<DataServer> server;
     std::thread thread;

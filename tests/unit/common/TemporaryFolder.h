@@ -1,34 +1,19 @@
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
+#include "tests/support/scratch/TemporaryFolder.h"
+
 #include <fstream>
-#include <random>
 #include <sstream>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 namespace VX_QRS::test {
 
-// A folder of its own for one test, removed with all that is in it.
+// The folder of one test, and the texts in it.
 class TemporaryFolder {
 public:
-    TemporaryFolder() {
-        std::random_device source;
-        do {
-            folder = std::filesystem::temp_directory_path() / ("orv_common_" + std::to_string(source()));
-        } while (!std::filesystem::create_directory(folder));
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
-
-    std::string path() const { return folder.string(); }
-    std::string path(const std::string& name) const { return (folder / name).string(); }
+    std::string path() const { return folder.path.string(); }
+    std::string path(const std::string& name) const { return folder.file(name); }
 
     // Bytes as they are.
     std::string write(const std::string& name, std::string_view bytes) const {
@@ -44,10 +29,10 @@ public:
         return text.str();
     }
 
-    bool has(const std::string& name) const { return std::filesystem::exists(folder / name); }
+    bool has(const std::string& name) const { return test_support::exists(folder.file(name)); }
 
 private:
-    std::filesystem::path folder;
+    test_support::TemporaryFolder folder;
 };
 
 } // namespace VX_QRS::test

@@ -4,6 +4,7 @@
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uSocket.h"
 #include "mpx/MpxEcomServer/ServerStart.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/support/scripted_server/ScriptedServer.h"
 #include "tests/unit/mpx/Operations.h"
 
@@ -32,8 +33,8 @@ protected:
             VX_QRS::getLogManager()->getLogger()->setEnabled(false);
         name = "proxy_log_" + std::to_string(++count);
         const ScopedVariable levelVariable("ORV_TEST_LOG_LEVEL", level);
-        const ScopedVariable directory("ORV_TEST_LOG_DIR", folder.path().string());
-        const ScopedVariable profile("USERPROFILE", folder.path().string()); // where its first lines point
+        const ScopedVariable directory("ORV_TEST_LOG_DIR", folder.path.string());
+        const ScopedVariable profile("USERPROFILE", folder.path.string()); // where its first lines point
         ASSERT_TRUE(VX_QRS::getLogManager()->open(name.c_str(), "ORV_TEST_LOG_LEVEL", "ORV_TEST_LOG_DIR", true));
         VX_QRS::getLogManager()->getLogger()->setToStdout(false);
         VX_QRS::getLogManager()->getLogger()->setToDebugger(false);
@@ -44,7 +45,7 @@ protected:
     void begin() { before = read().size(); }
 
     std::string read() const {
-        std::ifstream file(folder.path() / name, std::ios::binary);
+        std::ifstream file(folder.path / name, std::ios::binary);
         std::ostringstream text;
         text << file.rdbuf();
         return text.str();
@@ -73,7 +74,7 @@ protected:
         return proxy;
     }
 
-    ScratchFolder folder;
+    test_support::TemporaryFolder folder;
     std::string name;
     std::size_t before = 0;
     std::shared_ptr<LinkScript> script;

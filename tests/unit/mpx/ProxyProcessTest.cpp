@@ -3,6 +3,7 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/mpx/ProxyOverProcess.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
 
@@ -278,8 +279,8 @@ TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNothingBehind) {
 }
 
 TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection) {
-    const ScratchFolder empty;
-    const ScopedVariable folder("COMMON_HELIX", empty.path().string());
+    const test_support::TemporaryFolder empty;
+    const ScopedVariable folder("COMMON_HELIX", empty.path.string());
     // A server that somebody else runs on this machine is seen, and then it ends at the start already.
     EXPECT_THAT(constructOnce(), AnyOf("failed to connect to server", "failed to start server"));
     EXPECT_EQ(server.report(), "");
@@ -295,16 +296,16 @@ TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart) {
     ASSERT_NE(other, 0u);
     for (int i = 0; i < 400 && uEnvironment::findProcess(ScriptedServer::image, other) != other; ++i)
         uThread::sleep(25);
-    const ScratchFolder empty;
-    const ScopedVariable folder("COMMON_HELIX", empty.path().string());
+    const test_support::TemporaryFolder empty;
+    const ScopedVariable folder("COMMON_HELIX", empty.path.string());
     EXPECT_EQ(constructOnce(), "failed to start server");
     EXPECT_TRUE(uEnvironment::processExists(other)) << "the other's server is left alone";
     EXPECT_TRUE(uEnvironment::terminateProcess(other));
 }
 
 TEST_F(ProxyProcess, AServersFolderThatIsNotThereFailsAndTheDirectoryStays) {
-    const ScratchFolder empty;
-    const ScopedVariable folder("COMMON_HELIX", (empty.path() / "missing").string());
+    const test_support::TemporaryFolder empty;
+    const ScopedVariable folder("COMMON_HELIX", (empty.path / "missing").string());
     EXPECT_THAT(failureToConstruct(), testing::StartsWith("failed to temporarily change the working directory to \""));
 }
 

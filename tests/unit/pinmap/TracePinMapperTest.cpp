@@ -44,7 +44,7 @@ protected:
     void device(const std::string& lines) { writeBytes(folder.file("device.txt"), "device chip\n" + lines); }
     std::vector<std::string> calls() const { return readLines(folder.file("trace.txt")); }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     Siblings siblings;
     ScopedVariable deviceFile{"FAKE_DEVICE", folder.file("device.txt")};
     ScopedVariable traceFile{"FAKE_TRACE", folder.file("trace.txt")};

@@ -75,7 +75,8 @@ TEST_F(Configuration, TheFirstChannelBeginsTheFileAnewEachTime) {
 TEST_F(Configuration, ThePropertiesFileLiesInTheProfileWhateverTheDataVariableSays) {
     const ScopedVariable elsewhere("VX_TRACE_DATA_DIR", folder.file("elsewhere"));
     makeDriver().SetConfiguration(settingsFile().c_str());
-    EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(folder.folder()) / ".VX-trace" / "data" / "chan.cfg"));
+    EXPECT_TRUE(
+        std::filesystem::exists(std::filesystem::path(folder.path.string()) / ".VX-trace" / "data" / "chan.cfg"));
 }
 
 TEST_F(Configuration, ABufferIndexBeyondTheChoicesCountsAsTheLast) {

@@ -250,7 +250,7 @@ TEST_F(Data, ATargetThatCannotBeOpenedIsToldWithTheSystemsWords) {
     EXPECT_EQ(failureOf([&] { driver->SaveFile(missing, 2); }), "Error 6: invalid file : " + text);
     EXPECT_THAT(log.lines(), Contains("E ORV Receiver : " + text + " : " + missing));
     for (const unsigned format : {0U, 2U}) {
-        EXPECT_THAT(failureOf([&] { driver->SaveFile(folder.folder(), format); }),
+        EXPECT_THAT(failureOf([&] { driver->SaveFile(folder.path.string(), format); }),
                     testing::StartsWith("Error 6: invalid file : Could not open file"));
         EXPECT_THAT(failureOf([&] { driver->SaveFile(std::string(100000, 'x'), format); }),
                     testing::StartsWith("Error 6: invalid file : Could not open file"));

@@ -100,9 +100,9 @@ protected:
         return client::Exception("orv_client_frontend", 77, client::eDATASERVER, detail);
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     Siblings siblings;
-    ScopedVariable profile{"USERPROFILE", folder.folder()};
+    ScopedVariable profile{"USERPROFILE", folder.path.string()};
     ScopedVariable deviceFile{"FAKE_DEVICE", folder.file("device.txt")};
     ScopedVariable traceFile{"FAKE_TRACE", folder.file("trace.txt")};
     ScopedVariable cpuId{"FAKE_CPU_ID", "0"};

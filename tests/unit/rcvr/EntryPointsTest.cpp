@@ -35,7 +35,7 @@ protected:
             logger->setEnabled(false);
     }
 
-    std::string base() const { return (std::filesystem::path(folder.folder()) / ".VX-trace").string(); }
+    std::string base() const { return (std::filesystem::path(folder.path.string()) / ".VX-trace").string(); }
     std::string logPath(const std::string& pidText) const {
         const VX_QRS::uTime now;
         std::string name = "vx_trace_log_";
@@ -138,13 +138,13 @@ TEST_F(EntryPoints, ALivingDebugClientIsKeptWithItsNumberInTheLogsName) {
 
 TEST_F(EntryPoints, ASecondLifeIsANewReceiverInTheSameEnvironmentAndLog) {
     DestroyRcvr(CreateRcvr());
-    TempFolder elsewhere;
-    uEnvironment::set("USERPROFILE", elsewhere.folder().c_str());
+    TemporaryFolder elsewhere;
+    uEnvironment::set("USERPROFILE", elsewhere.path.string().c_str());
     uEnvironment::set("VX_TRACE_LOGGING_DIR", "changed");
     CReceiver* second = CreateRcvr();
     EXPECT_EQ(frontEndSource().created, 2);
     EXPECT_STREQ(uEnvironment::get("VX_TRACE_LOGGING_DIR"), "changed");
-    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(elsewhere.folder()) / ".VX-trace"));
+    EXPECT_FALSE(std::filesystem::exists(elsewhere.path / ".VX-trace"));
     DestroyRcvr(second);
     const auto lines = messages(logPath(ownPid()));
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "created"), 2);
@@ -174,7 +174,7 @@ TEST_F(EntryPoints, WithoutAProfileItWorksWithoutALogAndTriesAgain) {
     uEnvironment::set("USERPROFILE", "");
     DestroyRcvr(CreateRcvr());
     EXPECT_EQ(VX_QRS::getLogManager()->getLogger(), nullptr);
-    uEnvironment::set("USERPROFILE", folder.folder().c_str());
+    uEnvironment::set("USERPROFILE", folder.path.string().c_str());
     DestroyRcvr(CreateRcvr());
     EXPECT_TRUE(std::filesystem::exists(logPath(ownPid())));
 }

@@ -68,7 +68,7 @@ TEST(Error, FormatsOneLineForTheLog) {
 }
 
 TEST(Error, IsLoggedWhenMadeAndNotWhenCopied) {
-    TempFolder folder;
+    TemporaryFolder folder;
     const LogCapture log(folder);
     const Error error("unit", 5, 6, "x");
     const Error copy(error); // NOLINT: the copy is the point
@@ -79,7 +79,7 @@ TEST(Error, IsLoggedWhenMadeAndNotWhenCopied) {
 }
 
 TEST(Error, IsNotLoggedBelowThresholdTwo) {
-    TempFolder folder;
+    TemporaryFolder folder;
     const LogCapture log(folder, "1");
     const Error error("unit", 5, 6, "x");
     EXPECT_THAT(log.lines(), IsEmpty());
@@ -119,7 +119,7 @@ protected:
         return free;
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     LogCapture log{folder};
     VX_QRS::uMutex mutex;
 };

@@ -11,7 +11,7 @@ using namespace rcvr_test;
 class EveryState : public DriverFixture {
 protected:
     // A bare name is a file in the working directory.
-    const std::string place = folder.folder();
+    const std::string place = folder.path.string();
     VX_QRS::uEnvironment::ScopedDirectoryChanger inside{place.c_str()};
 
     EveryState() {

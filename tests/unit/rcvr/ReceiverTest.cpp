@@ -76,7 +76,7 @@ TEST_F(ReceiverTest, WithoutTheFileChannelDriverItWorksWithoutReplay) {
 
 TEST_F(ReceiverTest, EveryFailureOfTheFileLibrariesOnlyCostsReplay) {
     const auto errorWith = [&](const std::vector<std::string>& folders) {
-        TempFolder logFolder;
+        TemporaryFolder logFolder;
         const LogCapture log(logFolder);
         const Siblings others(folders);
         Receiver made;

@@ -75,7 +75,7 @@ protected:
         EXPECT_NE(readText(path).find("\t<num_pins>1</num_pins>\n\t<pin_map></pin_map>\n"), std::string::npos);
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     const std::string path = folder.file("chan.xml");
 };
 
@@ -167,7 +167,7 @@ TEST_F(SettingsFile, EveryRequiredKeyIsNeeded) {
 }
 
 TEST_F(SettingsFile, ThreePinsAreUnsupported) {
-    TempFolder logFolder;
+    TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     expectRefused(replaced(defaultFile, "<num_pins>1", "<num_pins>3"));
     EXPECT_THAT(log.lines(), ElementsAre("M ORV Receiver : loading settings from " + path,
@@ -178,7 +178,7 @@ TEST_F(SettingsFile, ThreePinsAreUnsupported) {
 }
 
 TEST_F(SettingsFile, AMapOfAnotherWidthIsRefused) {
-    TempFolder logFolder;
+    TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     expectRefused(replaced(replaced(defaultFile, "<num_pins>1", "<num_pins>2"), "<pin_map>", "<pin_map>0,1"));
     EXPECT_EQ(log.lines()[1], "W ORV Receiver : failed to load settings, overwriting file with defaults : pin map "
@@ -186,7 +186,7 @@ TEST_F(SettingsFile, AMapOfAnotherWidthIsRefused) {
 }
 
 TEST_F(SettingsFile, TransmittersOtherThanTheThreeKindsAreRefused) {
-    TempFolder logFolder;
+    TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     expectRefused(replaced(defaultFile, "<drm_xmtr>pti", "<drm_xmtr>dsp"));
     EXPECT_EQ(log.lines()[1], "W ORV Receiver : failed to load settings, overwriting file with defaults : unsupported "
@@ -197,7 +197,7 @@ TEST_F(SettingsFile, TransmittersOtherThanTheThreeKindsAreRefused) {
 }
 
 TEST_F(SettingsFile, OfSeveralFaultsTheMapIsToldAheadOfTheTransmitterAndThatAheadOfThePins) {
-    TempFolder logFolder;
+    TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     const auto toldFor = [&](const std::string& text) {
         expectRefused(text);
@@ -264,7 +264,7 @@ TEST_F(SettingsFile, UnknownKeysAndTheOrderOfAnOldFileSurviveTheStore) {
 }
 
 TEST_F(SettingsFile, ThatCannotBeWrittenStillLoadsAsDefaults) {
-    TempFolder logFolder;
+    TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     ChannelSettings settings;
     settings.numPins = 4;

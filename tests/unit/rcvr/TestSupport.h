@@ -2,6 +2,7 @@
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,27 +19,7 @@ namespace rcvr_test {
 
 using VX_QRS::uEnvironment;
 
-/// A folder of its own, removed with all that is in it.
-class TempFolder {
-public:
-    TempFolder() {
-        static int count = 0;
-        path = std::filesystem::temp_directory_path() /
-               ("rcvr-test-" + std::to_string(uEnvironment::getCurrentProcessId()) + "-" + std::to_string(++count));
-        std::filesystem::create_directories(path);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    ~TempFolder() {
-        std::error_code none;
-        std::filesystem::remove_all(path, none);
-    }
-    std::string file(const std::string& name) const { return (path / name).string(); }
-    std::string folder() const { return path.string(); }
-
-private:
-    std::filesystem::path path;
-};
+using test_support::TemporaryFolder;
 
 class ScopedVariable {
 public:
@@ -112,8 +93,8 @@ private:
 /// The log of a test, without times: "M text", "E text", "F text".
 class LogCapture {
 public:
-    explicit LogCapture(const TempFolder& folder, const char* level = "3")
-        : levelVariable("RCVR_TEST_LEVEL", level), folderVariable("RCVR_TEST_FOLDER", folder.folder()) {
+    explicit LogCapture(const TemporaryFolder& folder, const char* level = "3")
+        : levelVariable("RCVR_TEST_LEVEL", level), folderVariable("RCVR_TEST_FOLDER", folder.path.string()) {
         static int count = 0;
         const std::string name = "log" + std::to_string(++count) + ".txt";
         path = folder.file(name);

@@ -98,7 +98,7 @@ TEST_F(TdfFileTest, AFileThatCannotBeUpdatedIsTold) {
     // A folder opens for reading on one system and not on the other; neither writes into it.
     const std::string text = textOfFailure([&] {
         std::uint32_t offset = 0;
-        TdfFile::beginSection(folder.folder().c_str(), "N", 1, &offset);
+        TdfFile::beginSection(folder.path.string().c_str(), "N", 1, &offset);
     });
     EXPECT_TRUE(text == "Could not open TDF file as specified." ||
                 text == "File name passed to save file is not valid.")

@@ -10,7 +10,7 @@
 namespace tdf_test {
 
 using rcvr_test::readBytes;
-using rcvr_test::TempFolder;
+using rcvr_test::TemporaryFolder;
 using rcvr_test::writeBytes;
 using Vx::Qrs::Trace::OrvRcvr::TdfFile;
 using Vx::Qrs::Trace::OrvRcvr::TdfSection;
@@ -41,7 +41,7 @@ protected:
         return size;
     }
 
-    TempFolder folder;
+    TemporaryFolder folder;
     const std::string path = folder.file("trace.tdf");
 };
 
