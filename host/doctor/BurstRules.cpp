@@ -130,6 +130,7 @@ void findDutyFaults(const Case& given, Findings& findings) {
 
 void findMarginFaults(const Case& given, Findings& findings) {
     const diagnostics::DiagnosticSet& set = given.set;
+    bool clockToo = false;
     for (std::size_t i = 0; i < set.attempts.size(); ++i) {
         const FileGroup& attempt = set.attempts[i];
         const Verdict& verdict = given.verdicts[i];
@@ -178,6 +179,16 @@ void findMarginFaults(const Case& given, Findings& findings) {
                                    " ahead (" + pinTitle(set, margin->setupPin) + ") and " +
                                    std::to_string(margin->hold) + " behind (" + pinTitle(set, margin->holdPin) + "), " +
                                    std::to_string(margin->need) + " needed, in samples");
+        const std::string irregular = given.calibrated ? std::string() : irregularClock(attempt);
+        if (!irregular.empty()) {
+            finding.evidence.push_back(irregular);
+            clockToo = true;
+        }
+    }
+    for (Finding& finding : findings) {
+        if (clockToo && finding.kind == "margin-too-small")
+            finding.remedy =
+                "Look at the clock's wire first: its edges come less regularly than the data's. " + finding.remedy;
     }
 }
 

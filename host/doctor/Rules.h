@@ -51,6 +51,8 @@ std::string enumeration(const std::vector<std::string>& items);
 std::string percent(double share);
 /// With one place behind the point.
 std::string decimal(double value);
+/// Evidence for a clock whose edges come less regularly than the data's; empty when they do not.
+std::string irregularClock(const diagnostics::FileGroup& attempt);
 /// The burst of an attempt in which the clock runs; without one all pins rest and none can be judged.
 const diagnostics::Burst* liveBurst(const diagnostics::FileGroup& group);
 

@@ -117,16 +117,25 @@ std::string rateText(const FileGroup& attempt) {
            diagnostics::frequencyWords(shown) + ", where " + diagnostics::frequencyWords(counted) + " was counted";
 }
 
-/// How regular the changes of a pin are: the middle nine of ten distances between them.
-std::string distancesText(const Burst& burst, std::size_t proc) {
+/// The middle nine of ten distances between a pin's changes: how regular they are.
+struct Distances {
+    std::size_t low = 0, high = 0;
+    std::string text() const { return fromTo({low, high}); }
+};
+Distances distancesOf(const Burst& burst, std::size_t proc) {
     const auto edges = diagnostics::edgesOf(burst.pins[proc].levels, diagnostics::burstStart);
     std::vector<std::size_t> lengths;
     for (std::size_t i = 0; i + 1 < edges.size(); ++i)
         lengths.push_back(edges[i + 1].at - edges[i].at);
     if (lengths.empty())
-        return "never";
+        return {};
     std::sort(lengths.begin(), lengths.end());
-    return fromTo({lengths[lengths.size() / 20], lengths[lengths.size() - 1 - lengths.size() / 20]});
+    return {lengths[lengths.size() / 20], lengths[lengths.size() - 1 - lengths.size() / 20]};
+}
+
+std::string distancesText(const Burst& burst) {
+    return "the clock's changes lie " + distancesOf(burst, 0).text() + " samples apart, " +
+           distancesOf(burst, 1).text() + " on data 1";
 }
 
 std::string titleOfAll(const Burst& burst) {
@@ -176,8 +185,7 @@ void addClockApart(const Case& given, const FileGroup& attempt, const Company& c
     if (!rate.empty())
         line += "; " + rate;
     finding.evidence.push_back(std::move(line));
-    finding.evidence.push_back("burst of " + attemptTitle(attempt) + ": the clock's changes lie " +
-                               distancesText(burst, 0) + " samples apart, " + distancesText(burst, 1) + " on data 1");
+    finding.evidence.push_back("burst of " + attemptTitle(attempt) + ": " + distancesText(burst));
     if (company.closestToEachOther() >= together)
         finding.evidence.back() += "; the data pins keep to each other";
 }
@@ -189,11 +197,22 @@ void addNoisy(const FileGroup& attempt, const Company& company, Findings& findin
     finding.remedy =
         "All pins at once point at what they share: look at the clock's edges and at the ground first, then "
         "at the port's supply and the cable. A slower clock leaves more room for noise.";
-    finding.evidence.push_back(countsText(attempt, company) + "; the clock's changes lie " + distancesText(burst, 0) +
-                               " samples apart, " + distancesText(burst, 1) + " on data 1");
+    finding.evidence.push_back(countsText(attempt, company) + "; " + distancesText(burst));
 }
 
 } // namespace
+
+std::string irregularClock(const FileGroup& attempt) {
+    const Burst* burst = liveBurst(attempt);
+    if (burst == nullptr || burst->dataPins() == 0)
+        return {};
+    const Distances clock = distancesOf(*burst, 0);
+    const Distances data = distancesOf(*burst, 1);
+    // A sample to either side is what sampling does to any signal.
+    if (clock.high - clock.low <= 2 * (data.high - data.low) + 2)
+        return {};
+    return "burst of " + attemptTitle(attempt) + ": " + distancesText(*burst);
+}
 
 void findSharedFaults(Case& given, Findings& findings) {
     for (const FileGroup* attempt : given.attempts) {

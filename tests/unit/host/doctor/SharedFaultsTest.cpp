@@ -66,6 +66,16 @@ TEST(SharedFaults, AClockThatJittersIsNamedAndNotTheLengthsOfTheWires) {
     }
 }
 
+TEST(SharedFaults, AClockWithPulsesOfItsOwnIsNamedWithTheMarginThatItCosts) {
+    PinWiring clock = wiring(0);
+    clock.glitchEvery = 500;
+    clock.glitchLength = 6;
+    const host::Diagnosis diagnosis = BenchFiles(withClock(clock)).diagnose();
+    const host::Finding& finding = findingOf(diagnosis, "margin-too-small");
+    EXPECT_THAT(finding.remedy, HasSubstr("Look at the clock's wire first"));
+    EXPECT_THAT(finding.evidence, Contains(AllOf(HasSubstr("the clock's changes lie "), HasSubstr(" on data 1"))));
+}
+
 TEST(SharedFaults, NoiseOnAllWiresIsOneFinding) {
     for (const double jitter : {3.0, 10.0}) {
         bench::Scenario scenario = namedScenario("clean");
