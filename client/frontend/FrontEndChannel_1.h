@@ -204,7 +204,7 @@ private:
         std::vector<std::uint32_t> orvBufSizes; ///< the legal buffer sizes, ascending
     };
 
-    /// From open to close. Written by the controlling thread under the mutex.
+    /// What the last open, recording and attempts left. Written by the controlling thread under the mutex.
     struct Session {
         bool opened = false;
         DataClient::Channel* dataChannel = nullptr; ///< the data client's; set by each start

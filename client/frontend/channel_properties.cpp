@@ -129,9 +129,7 @@ struct FrontEndChannel_1::Properties {
     }
     static const char* getDeskewStrategy(Channel& c) { return c.settings.deskewStrategy == 0 ? "clock" : "data"; }
     static void setNumPins(Channel& c, const char* value) {
-        const std::uint32_t dataPins = uString::toNumber<std::uint32_t>(value);
-        // A nonsensical count must stay one, and not come round to none.
-        c.settings.numPins = dataPins == UINT32_MAX ? dataPins : dataPins + 1;
+        c.settings.numPins = uString::toNumber<std::uint32_t>(value) + 1;
         c.settings.pinMap.clear();
     }
     static const char* getPinMap(Channel& c) {

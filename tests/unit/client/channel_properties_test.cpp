@@ -287,11 +287,14 @@ TEST_F(PropertiesTest, EmptyPinMapLeavesTheNumberOfPins) {
     EXPECT_EQ(get("pinMap"), "");
 }
 
-TEST_F(PropertiesTest, HugeNumberOfPinsDoesNotComeRoundToNone) {
-    set("numPins", "4294967295");
+TEST_F(PropertiesTest, NumberOfPinsWithTheClockHas32Bits) {
+    set("numPins", "4294967294");
     EXPECT_EQ(inside().settings().numPins, 4294967295u);
-    set("numPins", "-1");
-    EXPECT_EQ(inside().settings().numPins, 4294967295u);
+    for (const char* none : {"4294967295", "-1"}) {
+        set("numPins", "3");
+        set("numPins", none);
+        EXPECT_EQ(inside().settings().numPins, 0u) << none;
+    }
 }
 
 TEST_F(PropertiesTest, ListsAreReplacedAndReadForThePinsInUse) {

@@ -74,7 +74,7 @@ TEST_F(RegistersTest, TooFewPinsAreRefusedBeforeTheTransmitterHearsOfThem) {
 }
 
 TEST_F(RegistersTest, MorePinsThanTheUnitSamplesAreRefused) {
-    for (const char* count : {"8", "4294967295"}) {
+    for (const char* count : {"8", "4294967294"}) {
         channel->setProperty("numPins", count);
         expectFailure([&] { inside().applyPinSettings(); }, eCONFIG,
                       "invalid pin settings, at most 1 clock and 7 data pins are possible");
