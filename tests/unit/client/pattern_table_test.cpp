@@ -172,15 +172,20 @@ TEST(PatternTable, AWrongWordIsOneFaultAndTheRightOneBehindItIsTrusted) {
 }
 
 TEST(PatternFactory, NamesChooseClasses) {
-    EXPECT_EQ(typeid(*make("none", 1)), typeid(PatternNone_1));
-    EXPECT_EQ(typeid(*make("f0", 1)), typeid(PatternF0_1));
-    EXPECT_EQ(typeid(*make("a5", 1)), typeid(PatternA5_1));
-    EXPECT_EQ(typeid(*make("ff0", 1)), typeid(PatternFF0_1));
-    EXPECT_EQ(typeid(*make("ramp0", 1)), typeid(PatternRamp_0));
-    EXPECT_EQ(typeid(*make("ramp", 1)), typeid(PatternRamp_0));
-    EXPECT_EQ(typeid(*make("ramp1", 1)), typeid(PatternRamp_1));
-    EXPECT_EQ(typeid(*make("walk", 1)), typeid(PatternWalk_1));
-    EXPECT_EQ(typeid(*make("lfsr", 1)), typeid(PatternLfsr_1));
+    const auto classOf = [](const char* name) -> const std::type_info& {
+        const std::unique_ptr<Pattern> pattern = make(name, 1);
+        const Pattern& object = *pattern;
+        return typeid(object);
+    };
+    EXPECT_EQ(classOf("none"), typeid(PatternNone_1));
+    EXPECT_EQ(classOf("f0"), typeid(PatternF0_1));
+    EXPECT_EQ(classOf("a5"), typeid(PatternA5_1));
+    EXPECT_EQ(classOf("ff0"), typeid(PatternFF0_1));
+    EXPECT_EQ(classOf("ramp0"), typeid(PatternRamp_0));
+    EXPECT_EQ(classOf("ramp"), typeid(PatternRamp_0));
+    EXPECT_EQ(classOf("ramp1"), typeid(PatternRamp_1));
+    EXPECT_EQ(classOf("walk"), typeid(PatternWalk_1));
+    EXPECT_EQ(classOf("lfsr"), typeid(PatternLfsr_1));
 }
 
 TEST(PatternFactory, EveryPatternIsANone) {
