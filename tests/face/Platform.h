@@ -25,7 +25,7 @@ public:
 
 private:
     std::string name;
-    void* handle = nullptr;
+    [[maybe_unused]] void* handle = nullptr; // of the system that refuses by an open file
     bool refused = false;
 };
 
