@@ -22,6 +22,7 @@ host::VersionFacts versionFacts() {
 } // namespace
 
 int main(int argc, char** argv) {
+    const host::Utf8Console console;
     host::CommandList commands;
     // In the order of the help text. With a target or the bench:
     commands.push_back(host::makeRecordCommand());

@@ -6,9 +6,6 @@ bool MadeFolders::make(const std::filesystem::path& folder) {
     std::error_code failed;
     if (std::filesystem::is_directory(folder, failed))
         return true;
-    const std::filesystem::path above = folder.parent_path();
-    if (!above.empty() && above != folder && !make(above))
-        return false;
     if (std::filesystem::create_directory(folder, failed))
         made.push_back(folder);
     return std::filesystem::is_directory(folder, failed);

@@ -5,10 +5,10 @@
 
 namespace host {
 
-/// The folders that were made on the way to an output, so that they can be taken away again when nothing came of it.
+/// The folders that were made for a run, so that they can be taken away again when nothing came of it.
 class MadeFolders {
 public:
-    /// Makes a folder and those above it that are missing. False when that cannot be done.
+    /// Makes a folder, but none above it. False when that cannot be done.
     bool make(const std::filesystem::path& folder);
     /// Takes away those made here that hold nothing, the innermost first.
     void removeEmpty();

@@ -14,7 +14,9 @@ std::string readText(const std::filesystem::path& file, std::uintmax_t offset) {
         in.seekg(static_cast<std::streamoff>(offset));
     std::error_code failed;
     // A folder can be opened on some systems, and only reading it fails.
-    if (!in || std::filesystem::is_directory(file, failed))
+    if (std::filesystem::is_directory(file, failed))
+        throw Failure(ExitCode::BadInput, "cannot read " + file.string() + ": it is a folder; give the name of a file");
+    if (!in)
         throw Failure(ExitCode::BadInput, "cannot read " + file.string() + "; check the name and the folder");
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }

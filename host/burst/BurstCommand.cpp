@@ -1,10 +1,15 @@
 #include "host/burst/BurstCommand.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/FilePath.h"
+#include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Numbers.h"
 #include "host/basics/OutputFiles.h"
 #include "host/burst/BurstExport.h"
 
@@ -14,8 +19,29 @@ namespace {
 
 using diagnostics::Burst;
 
-/// More than any burst has. The parser alone takes what is too long for a number as the largest one.
-constexpr std::size_t mostSamples = 1000000000;
+/// More than any burst has.
+constexpr std::int64_t mostSamples = 1000000000;
+
+/// A folder may hold several bursts: they are named.
+void requireNoFolder(const std::string& place) {
+    std::error_code failed;
+    const std::filesystem::path folder = filePath(place);
+    if (!std::filesystem::is_directory(folder, failed))
+        return;
+    std::vector<std::string> bursts;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, failed)) {
+        const std::string name = entry.path().string();
+        if (name.ends_with(".cap.txt"))
+            bursts.push_back(quoted(name));
+    }
+    std::sort(bursts.begin(), bursts.end());
+    std::string list;
+    for (const std::string& name : bursts)
+        list += (list.empty() ? "" : ", ") + name;
+    throw Failure(ExitCode::BadInput,
+                  place + (list.empty() ? " is a folder without a burst, a file that ends in .cap.txt"
+                                        : " is a folder; name one of its bursts: " + list));
+}
 
 class BurstCommand final : public Command {
 public:
@@ -27,10 +53,10 @@ public:
         app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->option_text("FILE");
         app.add_option("--from", from, "First sample (0)")
             ->option_text("N")
-            ->check(CLI::Range(std::size_t{0}, mostSamples));
+            ->check(wholeNumberFrom(0, mostSamples));
         app.add_option("--to", to, "One behind the last sample (all)")
             ->option_text("N")
-            ->check(CLI::Range(std::size_t{1}, mostSamples));
+            ->check(wholeNumberFrom(1, mostSamples));
         app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->option_text("LIST");
         app.add_flag("--force", force, "Overwrite outputs that exist");
         addJson(app);
@@ -41,18 +67,19 @@ public:
     ExitCode run() override {
         if (vcd.empty() && csv.empty())
             throw Failure(ExitCode::Usage, "give --vcd FILE, --csv FILE or both");
-        if (vcd == csv)
-            throw Failure(ExitCode::Usage, "--vcd and --csv name the same file");
-        const Burst burst = diagnostics::readBurst(file);
-        const BurstPart part = partOf(burst, from, to, pins);
+        CommandFiles files(force);
+        files.read(filePath(file));
         for (const std::string& output : {vcd, csv}) {
             if (!output.empty())
-                testOutputFile(output, force);
+                files.write(filePath(output));
         }
+        requireNoFolder(file);
+        const Burst burst = diagnostics::readBurst(filePath(file));
+        const BurstPart part = partOf(burst, from, to, pins);
         if (!vcd.empty())
-            writeOutputFile(vcd, [&](std::ostream& out) { writeVcd(out, burst, part); });
+            writeOutputFile(filePath(vcd), [&](std::ostream& out) { writeVcd(out, burst, part); });
         if (!csv.empty())
-            writeOutputFile(csv, [&](std::ostream& out) { writeCsv(out, burst, part); });
+            writeOutputFile(filePath(csv), [&](std::ostream& out) { writeCsv(out, burst, part); });
         tell(burst, part);
         return ExitCode::Done;
     }

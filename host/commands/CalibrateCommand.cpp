@@ -3,7 +3,6 @@
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
-#include "host/report/Report.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -37,28 +36,19 @@ private:
         Session session(options, result);
         session.checkInputs();
         session.prepare();
-        session.open();
         ProgressLine line(options.quiet);
+        session.open(line);
         try {
             session.calibrate(line);
-        } catch (const Failure&) {
-            leaveReport(session, result);
-            throw;
+        } catch (const Failure& failure) {
+            const Failure explained = session.explained(failure);
+            if (explained.code == failure.code)
+                leaveReport(session, result);
+            throw explained;
         }
         leaveReport(session, result);
         if (interrupted())
             throw Failure(ExitCode::Interrupted, "interrupted, after the calibration had ended");
-    }
-
-    /// A refused calibration is what a report is wanted for most; one that left no files has none.
-    static void leaveReport(const Session& session, RecordResult& result) {
-        const auto file = session.runFolder() / (session.fileStem().filename().string() + ".report.html");
-        try {
-            result.files.emplace_back("report", writeReport(session.fileStem(), file, true).file.string());
-        } catch (const Failure& failure) {
-            if (failure.code != ExitCode::BadInput)
-                throw;
-        }
     }
 
     SessionOptions options;

@@ -1,14 +1,17 @@
 #include "host/commands/Command.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
 #include "host/basics/Remedy.h"
+#include "host/commands/UsageText.h"
 
 namespace host {
 
@@ -113,6 +116,11 @@ void printVersion(const VersionFacts& facts, bool json) {
         std::cout << print("%-9s ", facts[i].first.c_str()) << facts[i].second << "\n";
 }
 
+/// Also of a line that cannot be parsed.
+bool wantsJson(int argc, const char* const* argv) {
+    return std::any_of(argv + std::min(argc, 1), argv + argc, [](const char* each) { return std::string_view(each) == "--json"; });
+}
+
 int fail(const Failure& failure, const CLI::App& app, bool json) {
     std::string text = failure.what();
     if (failure.code == ExitCode::Usage)
@@ -141,7 +149,9 @@ void Command::addJson(CLI::App& app) {
     app.add_flag("--json", json, "Print one JSON value instead of text");
 }
 
-int runCommandLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
+namespace {
+
+int runLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
     CLI::App app("Records trace of a target through the capture unit, or on the simulated bench.", "orvtrace");
     app.formatter(std::make_shared<NarrowFormatter>());
     app.set_help_flag("-h,--help", "Print this help and exit; each subcommand has its own");
@@ -157,7 +167,7 @@ int runCommandLine(const CommandList& commands, const VersionFacts& facts, int a
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
-        return fail(Failure(ExitCode::Usage, error.what()), app, false);
+        return fail(Failure(ExitCode::Usage, usageText(app, error)), app, wantsJson(argc, argv));
     }
     if (version) {
         printVersion(facts, versionJson);
@@ -174,7 +184,25 @@ int runCommandLine(const CommandList& commands, const VersionFacts& facts, int a
             return fail(Failure(ExitCode::Failed, error.what()), app, command->json);
         }
     }
-    return fail(Failure(ExitCode::Usage, "a subcommand is required"), app, false);
+    return fail(Failure(ExitCode::Usage, "a subcommand is required"), app, wantsJson(argc, argv));
+}
+
+/// Whether everything that was said has arrived where the standard output goes.
+bool outputArrived() {
+    std::cout.flush();
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
+}
+
+} // namespace
+
+int runCommandLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
+    const int code = runLine(commands, facts, argc, argv);
+    if (outputArrived())
+        return code;
+    printFailure(ExitCode::OutputUnwritable, "the standard output cannot be written; is the disk full?");
+    // A failure that was told before this one says more.
+    const bool went = code == static_cast<int>(ExitCode::Done) || code == static_cast<int>(ExitCode::FaultsFound);
+    return went ? static_cast<int>(ExitCode::OutputUnwritable) : code;
 }
 
 } // namespace host

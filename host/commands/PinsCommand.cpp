@@ -3,11 +3,13 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
 #include "host/basics/TextFile.h"
 #include "host/commands/Commands.h"
 #include "host/files/ChannelSettingsFile.h"
+#include "host/files/DevicesFile.h"
 #include "host/pins/PinAnswers.h"
 #include "host/platform/Platform.h"
 #include "host/session/Receiver.h"
@@ -48,7 +50,7 @@ public:
 
     void setUp(CLI::App& app) override {
         app.footer("Without --pins every wish that channel settings can have is answered. With it a\n"
-                   "wish that would be refused gives exit code 5.\n"
+                   "wish that would be refused gives exit code 5. Alone: the bench's devices.\n"
                    "Example: orvtrace pins --device bench/app --kind pti --pins 0,1,2");
         auto* byName =
             app.add_option("--device", device, "Full CPU name, as the device data base knows it")->option_text("NAME");
@@ -71,6 +73,9 @@ public:
     ExitCode run() override;
 
 private:
+    ExitCode listDevices() const;
+    void forEachPinout(const TracePinMapper& mapper,
+                       const std::function<void(const std::string& pinout, const std::string& of, const PinList&)>& visit) const;
     void read(TracePinMapper& mapper) const;
     std::vector<PinAnswer> answers(TracePinMapper& mapper) const;
     void printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
@@ -84,7 +89,7 @@ private:
 
 void PinsCommand::read(TracePinMapper& mapper) const {
     if (!mapFile.empty()) {
-        readText(mapFile); // says more of a missing file than the mapper does
+        readText(filePath(mapFile)); // says more of a missing file than the mapper does
         guarded(ExitCode::BadInput, [&] { mapper.readPinMapFile(mapFile.c_str()); });
         return;
     }
@@ -115,16 +120,27 @@ std::vector<PinAnswer> PinsCommand::answers(TracePinMapper& mapper) const {
     return all;
 }
 
+/// Those of the kind that was asked for, or all.
+void PinsCommand::forEachPinout(
+    const TracePinMapper& mapper,
+    const std::function<void(const std::string& pinout, const std::string& of, const PinList&)>& visit) const {
+    for (const auto& [pinout, kinds] : mapper.getPinouts()) {
+        for (const auto& [each, lists] : kinds) {
+            for (const PinList& list : lists) {
+                if (kind.empty() || kind == each)
+                    visit(pinout, each, list);
+            }
+        }
+    }
+}
+
 void PinsCommand::printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
     std::cout << (device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
               << print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
-    for (const auto& [pinoutName, pinout] : mapper.getPinouts()) {
-        for (const auto& [each, lists] : pinout) {
-            for (const PinList& list : lists)
-                std::cout << print("%-12s %-9s %9zu  %5u  %s\n", pinoutName.c_str(), each.c_str(), list.size() - 1,
-                                   list.front(), dataText(list).c_str());
-        }
-    }
+    forEachPinout(mapper, [](const std::string& pinout, const std::string& of, const PinList& list) {
+        std::cout << print("%-12s %-9s %9zu  %5u  %s\n", pinout.c_str(), of.c_str(), list.size() - 1, list.front(),
+                           dataText(list).c_str());
+    });
     std::cout << "\n" << print("%-9s %-10s %s\n", "kind", "asked", "answer");
     for (const PinAnswer& answer : answers) {
         const std::string asked = answer.asked.empty() ? countText(answer.dataPins, "pin") : pinsText(answer.asked);
@@ -142,23 +158,38 @@ void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinA
     nlohmann::json out;
     out[device.empty() ? "mapFile" : "device"] = device.empty() ? mapFile : device;
     out["pinouts"] = nlohmann::json::array();
-    for (const auto& [pinoutName, pinout] : mapper.getPinouts()) {
-        for (const auto& [each, lists] : pinout) {
-            for (const PinList& list : lists)
-                out["pinouts"].push_back({{"pinout", pinoutName}, {"kind", each}, {"pins", list}});
-        }
-    }
+    forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
+        out["pinouts"].push_back({{"pinout", pinout}, {"kind", of}, {"pins", list}});
+    });
     out["answers"] = nlohmann::json::array();
     for (const PinAnswer& answer : answers)
         out["answers"].push_back(toJson(answer));
     std::cout << jsonText(out);
 }
 
+/// A device data base cannot be asked for all that it knows; that of the bench is a file.
+ExitCode PinsCommand::listDevices() const {
+    const std::string own = getEnvironment("ORV_BENCH_DEVICES");
+    const auto devices = devicesOf(own.empty() ? programFolder() / "devices.toml" : filePath(own));
+    if (devices.empty() || !kind.empty() || !pins.empty())
+        throw Failure(ExitCode::Usage, "give --device NAME or --map-file FILE");
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& [known, note] : devices) {
+        if (json)
+            list.push_back({{"device", known}, {"note", note}});
+        else
+            std::cout << print("%-18s ", known.c_str()) << note << "\n";
+    }
+    if (json)
+        std::cout << jsonText({{"devices", list}});
+    return ExitCode::Done;
+}
+
 ExitCode PinsCommand::run() {
     if (device.empty() && mapFile.empty())
-        throw Failure(ExitCode::Usage, "give --device NAME or --map-file FILE");
+        return listDevices();
     if (mapFile.empty())
-        LoadedLibrary(programFolder() / libraryFileName("PartIdentifier")); // says more than the mapper does
+        LoadedLibrary(programFolder() / filePath(libraryFileName("PartIdentifier"))); // says more than the mapper does
     TracePinMapper mapper;
     read(mapper);
     const std::vector<PinAnswer> all = answers(mapper);

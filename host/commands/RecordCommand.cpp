@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 
 #include "host/basics/Crc32.h"
+#include "host/basics/FilePath.h"
+#include "host/basics/Numbers.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -41,8 +43,10 @@ public:
 private:
     fs::path rawFile(unsigned number) const;
     void testOutputs();
+    void recordAll();
     void record(unsigned number);
     void save(CChannelDriver& channel, unsigned number);
+    void saveSection(CChannelDriver& channel, const fs::path& file, bool first);
 
     const RecordOptions& options;
     RecordResult& result;
@@ -54,8 +58,24 @@ private:
 fs::path RecordRun::rawFile(unsigned number) const {
     fs::path file = absolutePath(options.raw);
     if (options.repeat > 1)
-        file.replace_filename(file.stem().string() + "-" + std::to_string(number) + file.extension().string());
+        file.replace_filename(
+            filePath(file.stem().string() + "-" + std::to_string(number) + file.extension().string()));
     return file;
+}
+
+/// The receiver's operation on an output; its failure names the file and what can be done.
+void onOutput(const fs::path& file, const std::function<void()>& work) {
+    try {
+        guarded(ExitCode::OutputUnwritable, work);
+    } catch (const Failure& failure) {
+        if (failure.code != ExitCode::OutputUnwritable)
+            throw;
+        std::string text = failure.what();
+        if (text.ends_with('.'))
+            text.pop_back();
+        throw Failure(failure.code, file.string() + " cannot be written: " + text + "; is its disk full?",
+                      failure.where);
+    }
 }
 
 void RecordRun::testOutputs() {
@@ -73,7 +93,7 @@ void RecordRun::record(unsigned number) {
     plan.seconds = options.seconds;
     plan.untilFull = options.untilFull;
     if (options.triggerFile)
-        plan.triggerFile = session.fileStem().string() + ".trg.txt";
+        plan.triggerFile = filePath(session.fileStem().string() + ".trg.txt");
     const RecordingEnd end = runRecording(channel, plan, line);
     RecordingResult& recording = result.recordings.emplace_back();
     recording.state = end.state;
@@ -93,23 +113,47 @@ void RecordRun::record(unsigned number) {
         throw Failure(ExitCode::RecordingError, end.state);
 }
 
+/// A section more, or none: what the file held before stays as it was when this one cannot be written.
+void RecordRun::saveSection(CChannelDriver& channel, const fs::path& file, bool first) {
+    const auto add = [&](const fs::path& to) {
+        channel.SaveFile(to.string(), CChannelDriver::eSaveTraceDataFile);
+    };
+    if (first) {
+        NewFile made(file);
+        onOutput(file, [&] {
+            Vx::Qrs::Trace::OrvRcvr::TdfFile::createFile(made.partial().string().c_str());
+            add(made.partial());
+        });
+        made.putInPlace();
+        return;
+    }
+    std::error_code failed;
+    const std::uintmax_t size = fs::file_size(file, failed);
+    try {
+        onOutput(file, [&] { add(file); });
+    } catch (const Failure&) {
+        if (!failed)
+            fs::resize_file(file, size, failed);
+        throw;
+    }
+}
+
 void RecordRun::save(CChannelDriver& channel, unsigned number) {
     if (number == 1)
         result.files.emplace_back("samples", session.fileStem().string() + ".bin");
     if (!options.save.empty()) {
-        const std::string file = absolutePath(options.save).string();
-        guarded(ExitCode::OutputUnwritable, [&] {
-            if (number == 1)
-                Vx::Qrs::Trace::OrvRcvr::TdfFile::createFile(file.c_str());
-            channel.SaveFile(file, CChannelDriver::eSaveTraceDataFile);
-        });
+        const fs::path file = absolutePath(options.save);
+        saveSection(channel, file, number == 1);
         if (number == 1)
-            result.files.emplace_back("trace data file", file);
+            result.files.emplace_back("trace data file", file.string());
     }
     if (!options.raw.empty()) {
-        const std::string file = rawFile(number).string();
-        guarded(ExitCode::OutputUnwritable, [&] { channel.SaveFile(file, CChannelDriver::eSaveRaw); });
-        result.files.emplace_back(options.repeat > 1 ? "raw copy " + std::to_string(number) : "raw copy", file);
+        const fs::path file = rawFile(number);
+        NewFile made(file);
+        onOutput(file, [&] { channel.SaveFile(made.partial().string(), CChannelDriver::eSaveRaw); });
+        made.putInPlace();
+        result.files.emplace_back(options.repeat > 1 ? "raw copy " + std::to_string(number) : "raw copy",
+                                  file.string());
     }
 }
 
@@ -117,7 +161,19 @@ void RecordRun::run() {
     session.checkInputs();
     testOutputs();
     session.prepare();
-    session.open();
+    session.open(line);
+    try {
+        recordAll();
+    } catch (const Failure& failure) {
+        const Failure explained = session.explained(failure);
+        // A refused calibration is what a page about it is wanted for most.
+        if (!result.calibrated && explained.code == ExitCode::CalibrationRefused)
+            leaveReport(session, result);
+        throw explained;
+    }
+}
+
+void RecordRun::recordAll() {
     session.calibrate(line);
     for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number)
         record(number);
@@ -149,14 +205,14 @@ void RecordCommand::setUp(CLI::App& app) {
     addBuffer(app, options.session);
     auto* seconds = app.add_option("--seconds", options.seconds, "Length of the recording (1)")
                         ->option_text("SECONDS")
-                        ->check(CLI::Range(0.0, 1e6));
+                        ->check(numberFrom(0.0, 1e6));
     auto* full =
         app.add_flag("--until-full", options.untilFull, "Record until the unit's buffer is full")->excludes(seconds);
-    app.add_flag("--trigger-file", options.triggerFile, "End it by the trigger file, not by a stop")->excludes(full);
+    app.add_flag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")->excludes(full);
     app.add_flag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace")->excludes(full);
     app.add_option("--repeat", options.repeat, "Record N times on one calibration (1)")
         ->option_text("N")
-        ->check(CLI::Range(1U, 9999U));
+        ->check(wholeNumberFrom(1, 9999));
     app.add_option("--save", options.save, "New trace data file, a section per recording")
         ->option_text("FILE.tdf")
         ->check(checkTdfName);

@@ -3,8 +3,10 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Numbers.h"
 #include "host/basics/OutputFiles.h"
 #include "host/basics/Remedy.h"
 #include "host/commands/Commands.h"
@@ -21,6 +23,9 @@ using Vx::Qrs::Trace::OrvRcvr::TdfFile;
 using Vx::Qrs::Trace::OrvRcvr::TdfSection;
 
 constexpr const char* traceSection = "BinTraceData";
+// Of the messages of trace data files.
+constexpr const char* invalidFormat = "Invalid TDF format";
+constexpr const char* notLocated = "section cannot be located";
 constexpr std::size_t chunkBytes = 65536;
 
 /// Section names may hold any bytes; those that a terminal could take amiss show as "?".
@@ -30,17 +35,13 @@ std::string printable(std::string name) {
     return name;
 }
 
-void requireInput(const std::string& file) {
+void requireInput(const std::string& text) {
+    const fs::path file = filePath(text);
     std::error_code failed;
+    if (fs::is_directory(file, failed))
+        throw Failure(ExitCode::BadInput, "cannot read " + text + ": it is a folder; give the name of a file");
     if (!fs::is_regular_file(file, failed) || !std::ifstream(file, std::ios::binary))
-        throw Failure(ExitCode::BadInput, "cannot read " + file + "; check the name and the folder");
-}
-
-/// An output that is the input would be gone before it is read.
-void requireOther(const std::string& input, const std::string& output) {
-    std::error_code failed;
-    if (fs::equivalent(input, output, failed))
-        throw Failure(ExitCode::Usage, output + " is the file that is read; give another name for the new one");
+        throw Failure(ExitCode::BadInput, "cannot read " + text + "; check the name and the folder");
 }
 
 /// Runs an operation on a trace data file; its failure names the file.
@@ -96,7 +97,7 @@ void TdfCommand::setUp(CLI::App& app) {
                        ->option_text("NAME");
     extractApp->add_option("--number", number, "The section of this number in the list")
         ->option_text("N")
-        ->check(CLI::Range(1U, 1000000U))
+        ->check(wholeNumberFrom(1, 1000000))
         ->excludes(byName);
     extractApp->add_flag("--force", force, "Overwrite the output when it exists");
     addJson(*extractApp);
@@ -109,7 +110,10 @@ void TdfCommand::setUp(CLI::App& app) {
         ->check(checkTdfName);
     auto* from = createApp->add_option("--data", data, "File whose bytes become a section's data")->option_text("FILE");
     createApp->add_option("--section", section, "Its name (BinTraceData)")->option_text("NAME")->needs(from);
-    createApp->add_option("--version", version, "Version of its contents (1)")->option_text("N")->needs(from);
+    createApp->add_option("--version", version, "Version of its contents (1)")
+        ->option_text("N")
+        ->check(wholeNumberFrom(0, 0xFFFFFFFF))
+        ->needs(from);
     createApp->add_flag("--force", force, "Overwrite the file when it exists");
     addJson(*createApp);
 }
@@ -121,9 +125,13 @@ std::vector<TdfSection> TdfCommand::sectionsOf(std::string& damage) const {
     try {
         onFile(file, [&] { TdfFile::listSections(file.c_str(), &sections); });
     } catch (const Failure& failure) {
-        damage = std::string(failure.what()) + " Its first " + countText(sections.size(), "section") + " can be read";
-        if (sections.empty())
-            damage = std::string(failure.what()) + " It is no trace data file, or its beginning is damaged";
+        damage = failure.what();
+        if (sections.size() == 1)
+            damage += " Its first section can be read";
+        else if (!sections.empty())
+            damage += " Its first " + std::to_string(sections.size()) + " sections can be read";
+        else if (damage.find(invalidFormat) != std::string::npos)
+            damage += " It is no trace data file, or its beginning is damaged";
     }
     return sections;
 }
@@ -162,7 +170,14 @@ ExitCode TdfCommand::list() const {
 TdfSection TdfCommand::wantedSection() const {
     TdfSection found;
     if (number == 0) {
-        onFile(file, [&] { TdfFile::findSection(file.c_str(), section.c_str(), &found); });
+        try {
+            onFile(file, [&] { TdfFile::findSection(file.c_str(), section.c_str(), &found); });
+        } catch (const Failure& failure) {
+            const std::string text = failure.what();
+            if (text.find(notLocated) == std::string::npos)
+                throw;
+            throw Failure(failure.code, text + " orvtrace tdf list " + quoted(file) + " tells the sections");
+        }
         return found;
     }
     std::string damage;
@@ -176,10 +191,11 @@ TdfSection TdfCommand::wantedSection() const {
 
 ExitCode TdfCommand::extract() const {
     requireInput(file);
-    requireOther(file, output);
+    CommandFiles files(force);
+    files.read(filePath(file));
+    files.write(filePath(output));
     const TdfSection found = wantedSection();
-    testOutputFile(output, force);
-    writeOutputFile(output, [&](std::ostream& out) {
+    writeOutputFile(filePath(output), [&](std::ostream& out) {
         std::vector<char> chunk(chunkBytes);
         std::uint32_t loaded = 0;
         for (std::uint32_t start = 0; start < found.dataSize; start += loaded) {
@@ -203,25 +219,28 @@ ExitCode TdfCommand::extract() const {
 ExitCode TdfCommand::create() const {
     constexpr std::uint64_t most = 0xFFFF0000;
     std::error_code failed;
+    CommandFiles files(force);
     if (!data.empty()) {
         requireInput(data);
-        requireOther(data, file);
-        if (fs::file_size(data, failed) > most)
+        files.read(filePath(data));
+        if (fs::file_size(filePath(data), failed) > most)
             throw Failure(ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
     }
-    testOutputFile(file, force);
+    files.write(filePath(file));
+    NewFile made(filePath(file));
+    const std::string partial = made.partial().string();
     std::uint64_t bytes = 0;
     const auto write = [&] {
-        TdfFile::createFile(file.c_str());
+        TdfFile::createFile(partial.c_str());
         if (data.empty())
             return;
         std::uint32_t offset = 0;
         std::uint32_t size = 0;
-        TdfFile::beginSection(file.c_str(), section.c_str(), version, &offset);
-        std::ifstream in(data, std::ios::binary);
+        TdfFile::beginSection(partial.c_str(), section.c_str(), version, &offset);
+        std::ifstream in(filePath(data), std::ios::binary);
         std::vector<char> chunk(chunkBytes);
         while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
-            TdfFile::appendSectionData(file.c_str(), section.c_str(), offset, chunk.data(), 1,
+            TdfFile::appendSectionData(partial.c_str(), section.c_str(), offset, chunk.data(), 1,
                                        static_cast<std::uint32_t>(in.gcount()), &size);
             bytes += static_cast<std::uint64_t>(in.gcount());
         }
@@ -229,8 +248,9 @@ ExitCode TdfCommand::create() const {
     try {
         guarded(ExitCode::OutputUnwritable, write);
     } catch (const Failure& failure) {
-        throw Failure(failure.code, file + ": " + failure.what());
+        throw Failure(failure.code, file + " cannot be written: " + failure.what() + " Is its disk full?");
     }
+    made.putInPlace();
     if (json)
         std::cout << jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});
     else

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "host/basics/ExitCode.h"
+#include "host/basics/FilePath.h"
 #include "host/diagnostics/Text.h"
 
 namespace host::diagnostics {
@@ -72,7 +73,7 @@ std::set<fs::path> stemsBelow(const fs::path& folder) {
             at.disable_recursion_pending();
         const auto part = partOf(at->path().filename().string());
         if (part && tellsOfCalibration(part->kind) && at->is_regular_file(failed))
-            stems.insert(at->path().parent_path() / part->stem);
+            stems.insert(at->path().parent_path() / filePath(part->stem));
     }
     return stems;
 }
@@ -87,9 +88,9 @@ fs::path stemAt(const fs::path& place) {
     if (!fs::is_directory(place, failed)) {
         const auto part = partOf(place.filename().string());
         if (part && fs::exists(place, failed))
-            return place.parent_path() / part->stem;
+            return place.parent_path() / filePath(part->stem);
         const auto attempt = partOf(place.filename().string() + ".ver");
-        return place.parent_path() / (attempt ? attempt->stem : place.filename().string());
+        return place.parent_path() / (attempt ? filePath(attempt->stem) : place.filename());
     }
     const std::set<fs::path> stems = stemsBelow(place);
     if (stems.empty())
@@ -227,11 +228,11 @@ DiagnosticSet readDiagnostics(const fs::path& place) {
     for (const auto& [name, part] : found) {
         set.files.push_back(name);
         try {
-            take(set, groupOf(set, part.setting), set.folder / name, part.kind);
+            take(set, groupOf(set, part.setting), set.folder / filePath(name), part.kind);
         } catch (const Failure& failure) {
             set.troubles.emplace_back(failure.what());
         } catch (const fs::filesystem_error& error) {
-            set.troubles.emplace_back((set.folder / name).string() + ": " + error.code().message());
+            set.troubles.emplace_back((set.folder / filePath(name)).string() + ": " + error.code().message());
         }
     }
     set.log = findLogWords(set.folder, set.name);

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/basics/FilePath.h"
 #include "host/diagnostics/BurstFile.h"
 #include "host/doctor/Rules.h"
 
@@ -96,7 +97,7 @@ std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis) 
 }
 
 json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
-    json out{{"stem", (set.folder / set.name).string()},
+    json out{{"stem", (set.folder / filePath(set.name)).string()},
              {"calibrated", nullptr},
              {"headline", diagnosis.headline},
              {"attempts", json::array()},

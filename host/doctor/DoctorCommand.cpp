@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
 #include "host/doctor/DiagnosisText.h"
 
@@ -28,7 +29,7 @@ public:
     }
 
     ExitCode run() override {
-        const diagnostics::DiagnosticSet set = diagnostics::readDiagnostics(place);
+        const diagnostics::DiagnosticSet set = diagnostics::readDiagnostics(filePath(place));
         const Diagnosis diagnosis = diagnose(set);
         // Files that do not tell how the calibration ended are too few to call a board sound.
         const bool enough = set.troubles.empty() && diagnosis.calibrated.has_value();

@@ -7,6 +7,7 @@
 #include <toml++/toml.h>
 
 #include "host/basics/ExitCode.h"
+#include "host/basics/FilePath.h"
 #include "host/basics/Format.h"
 
 namespace host {
@@ -147,6 +148,9 @@ std::vector<std::string> traitsOf(const toml::table& root, const std::string& cp
 std::filesystem::path existingFile(const std::filesystem::path& file) {
     std::error_code failed;
     const std::filesystem::path whole = std::filesystem::absolute(file, failed).make_preferred();
+    if (std::filesystem::is_directory(whole, failed))
+        throw Failure(ExitCode::BadInput,
+                      "the scenario " + file.string() + " is a folder; give the name of a file, or a scenario's name");
     if (failed || !std::filesystem::is_regular_file(whole, failed))
         throw Failure(ExitCode::BadInput,
                       "there is no scenario file " + file.string() + "; check the name, or give a scenario's name");
@@ -183,11 +187,19 @@ Scenario readScenario(const std::filesystem::path& file) {
     return scenario;
 }
 
+void requireScenarios(const std::filesystem::path& folder) {
+    std::error_code failed;
+    if (!std::filesystem::is_directory(folder, failed))
+        throw Failure(ExitCode::NoSystem, "the simulated bench is not installed: there is no folder " +
+                                              folder.string() + "; install the component bench");
+}
+
 std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::filesystem::path& folder) {
     const bool isPath = nameOrPath.find_first_of("/\\") != std::string::npos || nameOrPath.ends_with(".toml");
     if (isPath)
-        return existingFile(nameOrPath);
-    const auto file = folder / (nameOrPath + ".toml");
+        return existingFile(filePath(nameOrPath));
+    requireScenarios(folder);
+    const auto file = folder / filePath(nameOrPath + ".toml");
     std::error_code failed;
     if (std::filesystem::is_regular_file(file, failed))
         return existingFile(file);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 
@@ -19,10 +20,30 @@ std::string libraryFileName(const std::string& name);
 
 unsigned processId();
 bool errorOutputIsTerminal();
+/// Columns of the terminal that the standard error output is; 80 when that is none or does not tell.
+std::size_t errorOutputColumns();
 
-/// From here on the first Ctrl-C (or request to end) only raises interrupted(); the second ends the process as usual.
+/// For as long as it lives a console shows what the program writes as the UTF-8 that it is. Nothing to do where every
+/// terminal does.
+class Utf8Console {
+public:
+    Utf8Console();
+    ~Utf8Console();
+    Utf8Console(const Utf8Console&) = delete;
+    Utf8Console& operator=(const Utf8Console&) = delete;
+
+private:
+    unsigned before = 0; ///< what to go back to; 0: nothing
+};
+
+/// From here on the first Ctrl-C (or request to end) only raises interrupted(); the second ends the process as usual,
+/// with a line on the standard error output.
 void watchInterrupts();
 bool interrupted();
+
+inline constexpr std::size_t usualColumns = 80;
+/// What the second Ctrl-C says.
+inline constexpr char endedAtOnce[] = "\norvtrace: ended at once by a second interrupt; what was captured may be lost\n";
 
 /// "Linux", "Windows".
 const char* systemName();

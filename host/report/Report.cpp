@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/OutputFiles.h"
 #include "host/report/Html.h"
 #include "host/report/Sections.h"
@@ -30,14 +31,17 @@ std::string reportPage(const diagnostics::DiagnosticSet& set, const Diagnosis& d
 std::filesystem::path usualReportFile(const std::filesystem::path& place, const diagnostics::DiagnosticSet& set) {
     std::error_code failed;
     const std::filesystem::path folder = std::filesystem::is_directory(place, failed) ? place : set.folder;
-    return folder / (set.name + ".report.html");
+    return folder / filePath(set.name + ".report.html");
 }
 
 ReportResult writeReport(const std::filesystem::path& place, const std::filesystem::path& file, bool force) {
     ReportResult result{file, diagnostics::readDiagnostics(place), {}};
     if (result.file.empty())
         result.file = usualReportFile(place, result.set);
-    testOutputFile(result.file, force);
+    CommandFiles files(force);
+    for (const std::string& name : result.set.files)
+        files.read(result.set.folder / filePath(name));
+    files.write(result.file);
     result.diagnosis = diagnose(result.set);
     const std::string text = reportPage(result.set, result.diagnosis);
     writeOutputFile(result.file, [&](std::ostream& out) { out << text; });

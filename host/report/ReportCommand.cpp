@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
 #include "host/doctor/DiagnosisText.h"
 #include "host/report/Report.h"
@@ -31,7 +32,7 @@ public:
     }
 
     ExitCode run() override {
-        const ReportResult result = writeReport(place, out, force);
+        const ReportResult result = writeReport(filePath(place), filePath(out), force);
         const ExitCode code = result.set.troubles.empty() ? ExitCode::Done : ExitCode::BadInput;
         if (json) {
             nlohmann::json text = diagnosisJson(result.set, result.diagnosis);

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstdio>
 
+#include "host/basics/FilePath.h"
+
 namespace host {
 
 using namespace Vx::Qrs::Trace;
@@ -53,9 +55,9 @@ void guarded(ExitCode code, const std::function<void()>& work) {
 }
 
 Receiver::Receiver(const std::string& library) {
-    std::filesystem::path file = library;
+    std::filesystem::path file = filePath(library);
     if (!file.has_parent_path())
-        file = programFolder() / libraryFileName(library);
+        file = programFolder() / filePath(libraryFileName(library));
     folder = std::filesystem::absolute(file).parent_path();
     receiverLibrary = std::make_unique<LoadedLibrary>(std::filesystem::absolute(file));
     create();
@@ -86,7 +88,7 @@ void Receiver::releaseQuietly() {
 }
 
 void Receiver::allocate(const std::string& cpu) {
-    xmtrLibrary = std::make_unique<LoadedLibrary>(folder / libraryFileName("zarn_xmtr"));
+    xmtrLibrary = std::make_unique<LoadedLibrary>(folder / filePath(libraryFileName("zarn_xmtr")));
     xmtr = xmtrLibrary->symbol<CreateXmtrFunction>("CreateXmtr")(0, 0);
     if (xmtr == nullptr)
         throw Failure(ExitCode::NoSystem, "the transmitter library zarn_xmtr gives no transmitter");

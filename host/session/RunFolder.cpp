@@ -3,6 +3,7 @@
 #include <array>
 
 #include "host/basics/ExitCode.h"
+#include "host/basics/FilePath.h"
 #include "host/basics/OutputFiles.h"
 #include "host/basics/TextFile.h"
 #include "host/platform/Platform.h"
@@ -15,17 +16,30 @@ constexpr std::array leftByRuns{".VX-trace", "bench"};
 
 std::filesystem::path freeFolder(const std::string& name) {
     std::error_code failed;
-    std::filesystem::path candidate = "orvtrace-" + name;
+    std::filesystem::path candidate = filePath("orvtrace-" + name);
     for (unsigned number = 2; std::filesystem::exists(candidate, failed); ++number)
-        candidate = "orvtrace-" + name + "-" + std::to_string(number);
+        candidate = filePath("orvtrace-" + name + "-" + std::to_string(number));
     return candidate;
+}
+
+/// Why there is no such folder, and what to do.
+std::string reasonOf(const std::filesystem::path& folder) {
+    std::error_code failed;
+    const std::filesystem::path above = folder.parent_path();
+    if (std::filesystem::exists(folder, failed))
+        return "it is a file; choose another with --out";
+    if (!std::filesystem::exists(above, failed))
+        return "the folder " + above.string() + " does not exist; make it or give another";
+    if (!std::filesystem::is_directory(above, failed))
+        return above.string() + " is a file, not a folder; choose another with --out";
+    return "check permissions, or choose another with --out";
 }
 
 } // namespace
 
 RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool force, MadeFolders& made) {
     std::error_code failed;
-    folder = wanted.empty() ? freeFolder(name) : std::filesystem::path(wanted);
+    folder = wanted.empty() ? freeFolder(name) : filePath(wanted);
     folder = std::filesystem::absolute(folder, failed).lexically_normal().make_preferred();
     if (!folder.has_filename()) // a separator stood at the end
         folder = folder.parent_path();
@@ -34,10 +48,23 @@ RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool fo
             throw Failure(ExitCode::OutputExists,
                           folder.string() + " holds an earlier run; choose another folder or give --force");
     }
-    clear();
     if (!made.make(folder))
-        throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + folder.string());
-    testOutputFile(folder / ".orvtrace-test", true, made);
+        throw Failure(ExitCode::OutputUnwritable,
+                      "cannot create the folder " + folder.string() + ": " + reasonOf(folder));
+    testOutputFile(folder / ".orvtrace-test", true);
+}
+
+bool RunFolder::willClear(const std::filesystem::path& file) const {
+    std::error_code failed;
+    std::filesystem::path above =
+        std::filesystem::weakly_canonical(std::filesystem::absolute(file, failed), failed).parent_path();
+    for (; above.has_relative_path(); above = above.parent_path()) {
+        for (const char* part : leftByRuns) {
+            if (std::filesystem::equivalent(above, folder / part, failed))
+                return true;
+        }
+    }
+    return false;
 }
 
 std::string RunFolder::lastWordsOfServer() const {
@@ -68,7 +95,8 @@ void RunFolder::enterBench(const Scenario& scenario, const std::string& play,
         throw Failure(ExitCode::OutputUnwritable, "cannot create the folder " + benchFolder().string());
     setEnvironment("ORV_BENCH_SCENARIO", scenario.file.string());
     setEnvironment("ORV_BENCH_DIR", benchFolder().string());
-    setEnvironment("ORV_BENCH_PLAY", play.empty() ? play : std::filesystem::absolute(play).make_preferred().string());
+    setEnvironment("ORV_BENCH_PLAY",
+                   play.empty() ? play : std::filesystem::absolute(filePath(play)).make_preferred().string());
     setEnvironment("COMMON_HELIX", programs.string());
     setEnvironment("USERPROFILE", folder.string());
     setEnvironment("HOME", folder.string());

@@ -13,13 +13,16 @@ namespace host {
 class RunFolder {
 public:
     /// `wanted` may be empty: a new folder "orvtrace-<name>" in the current one, with "-2" and so on behind it when
-    /// that is taken. A folder that holds an earlier run is refused (OutputExists) unless `force`, which removes that
-    /// run. Folders that are made are remembered in `made`. Throws Failure.
+    /// that is taken. A folder that holds an earlier run is refused (OutputExists) unless `force`; clear() removes that
+    /// run. The folder is made, but none above it, and then remembered in `made`. Throws Failure.
     RunFolder(const std::string& wanted, const std::string& name, bool force, MadeFolders& made);
 
     const std::filesystem::path& path() const { return folder; }
     std::filesystem::path benchFolder() const { return folder / "bench"; }
     std::filesystem::path settingsFile(const std::string& stem) const { return folder / (stem + ".xml"); }
+
+    /// Whether a file lies where clear() takes away everything.
+    bool willClear(const std::filesystem::path& file) const;
 
     /// Sets the environment of a run on the bench, for this process and the ones that it starts.
     void enterBench(const Scenario& scenario, const std::string& play, const std::filesystem::path& programs) const;

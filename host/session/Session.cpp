@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/Remedy.h"
 #include "host/basics/TextFile.h"
 #include "host/session/ScenarioCheck.h"
@@ -31,25 +32,41 @@ fs::path findLog(const fs::path& directory) {
     return newest;
 }
 
-void requireFile(const std::string& file, const char* what) {
+void requireFile(const fs::path& file, const char* what) {
     std::error_code failed;
+    const std::string named = std::string("the ") + what + " " + file.string();
+    if (fs::is_directory(file, failed))
+        throw Failure(ExitCode::BadInput, named + " is a folder; give the name of a file");
     if (!fs::is_regular_file(file, failed))
-        throw Failure(ExitCode::BadInput,
-                      std::string("the ") + what + " " + file + " does not exist; check the name and the folder");
+        throw Failure(ExitCode::BadInput, named + " does not exist; check the name and the folder");
     readText(file, fs::file_size(file, failed)); // proves that it can be read
+}
+
+/// Failures that a full disk may be behind, though their text does not tell.
+bool mayComeOfTheDisk(ExitCode code) {
+    return code == ExitCode::CalibrationRefused || code == ExitCode::RecordingError || code == ExitCode::BadInput ||
+           code == ExitCode::Failed;
+}
+
+/// From the current folder where it lies below that.
+std::string asTyped(const fs::path& path) {
+    std::error_code failed;
+    const fs::path shorter = path.lexically_relative(fs::current_path(failed));
+    return shorter.empty() || *shorter.begin() == ".." ? path.string() : shorter.string();
 }
 
 } // namespace
 
 fs::path absolutePath(const std::string& path) {
-    return fs::absolute(path).lexically_normal().make_preferred();
+    return fs::absolute(filePath(path)).lexically_normal().make_preferred();
 }
 
-Session::Session(const SessionOptions& given, SessionResult& filled) : options(given), result(filled) {}
+Session::Session(const SessionOptions& given, SessionResult& filled)
+    : options(given), result(filled), files(given.force) {}
 
 Session::~Session() {
     channel.reset();
-    if (folder && !leftSomething()) {
+    if (prepared && !leftSomething()) {
         std::error_code failed;
         folder->clear();
         if (settingsMade)
@@ -69,15 +86,78 @@ void Session::checkInputs() {
     if (!options.scenario.empty())
         scenario = soundScenario(options.scenario, programFolder());
     if (!options.settings.empty())
-        requireFile(options.settings, "settings file");
+        requireSettings();
     if (!options.play.empty())
-        requireFile(options.play, "file to play");
+        requirePlay();
+    if (scenario)
+        inputs.push_back(scenario->file);
     result.scenario = scenario ? scenario->name : "";
     result.cpu = !options.cpu.empty() ? options.cpu : scenario ? scenario->cpu : "";
+    placeRun();
+}
+
+void Session::requireInput(const fs::path& file, const char* what) {
+    requireFile(file, what);
+    inputs.push_back(file);
+}
+
+/// A file that the receiver would overwrite with its defaults is told before anything starts.
+void Session::requireSettings() {
+    requireInput(filePath(options.settings), "settings file");
+    if (const std::string fault = settingsFault(readText(filePath(options.settings))); !fault.empty())
+        throw Failure(ExitCode::BadInput, options.settings + ": the receiver cannot use these settings: " + fault);
+}
+
+void Session::requirePlay() {
+    requireInput(filePath(options.play), "file to play");
+    std::error_code failed;
+    if (fs::file_size(filePath(options.play), failed) == 0)
+        throw Failure(ExitCode::BadInput, "the file to play " + options.play + " is empty; give one that is not");
+}
+
+void Session::placeRun() {
+    folder.emplace(options.out, scenario ? scenario->file.stem().string() : "run", options.force, made);
+    for (const fs::path& input : inputs) {
+        files.read(input);
+        if (folder->willClear(input))
+            throw Failure(ExitCode::Usage, input.string() + " is read by this command and lies in the earlier run that "
+                                                            "--force removes; choose another folder with --out");
+    }
+    files.read(filePath(options.library));
+    const fs::path own = filePath(options.settings);
+    const std::string name = !options.settings.empty() ? own.stem().string()
+                             : scenario                ? scenario->file.stem().string()
+                                                       : "channel";
+    settingsFile = folder->settingsFile(name);
+    std::error_code failed;
+    settingsMade = !fs::exists(settingsFile, failed);
+    if (!fs::equivalent(own, settingsFile, failed))
+        files.overwrite(settingsFile);
+}
+
+void Session::testOutput(const fs::path& file) {
+    if (folder->willClear(file))
+        throw Failure(ExitCode::Usage, file.string() + " lies in the earlier run that --force removes; give another "
+                                                       "folder");
+    files.write(file);
+}
+
+Failure Session::explained(const Failure& failure) const {
+    if (!folder || !mayComeOfTheDisk(failure.code))
+        return failure;
+    for (const fs::path& place : {folder->path(), stem.parent_path()}) {
+        if (!place.empty() && diskIsFull(place))
+            return Failure(ExitCode::OutputUnwritable,
+                           "the disk of the folder " + place.string() + " is full; free space on it (" +
+                               failure.what() + ")",
+                           failure.where);
+    }
+    return failure;
 }
 
 void Session::prepare() {
-    folder.emplace(options.out, scenario ? scenario->file.stem().string() : "run", options.force, made);
+    folder->clear();
+    prepared = true;
     writeSettings();
     if (scenario)
         folder->enterBench(*scenario, options.play, programFolder());
@@ -87,17 +167,13 @@ void Session::prepare() {
 }
 
 void Session::writeSettings() {
-    const std::string name = !options.settings.empty() ? fs::path(options.settings).stem().string()
-                             : scenario                ? scenario->file.stem().string()
-                                                       : "channel";
-    settingsFile = folder->settingsFile(name);
-    std::error_code failed;
-    settingsMade = !fs::exists(settingsFile, failed);
     if (!options.settings.empty()) {
         // The receiver gets a copy: it overwrites a file that it cannot use.
-        const std::string text = readText(options.settings);
-        if (!fs::equivalent(options.settings, settingsFile, failed))
-            fs::copy_file(options.settings, settingsFile, fs::copy_options::overwrite_existing, failed);
+        const fs::path own = filePath(options.settings);
+        const std::string text = readText(own);
+        std::error_code failed;
+        if (!fs::equivalent(own, settingsFile, failed))
+            fs::copy_file(own, settingsFile, fs::copy_options::overwrite_existing, failed);
         if (readText(settingsFile) != text)
             throw Failure(ExitCode::OutputUnwritable, "cannot write " + settingsFile.string());
         return;
@@ -130,9 +206,9 @@ void Session::withServer(const std::function<void()>& work) {
 /// The receiver tells where its files lie by the environment, also when it cannot be made.
 void Session::load() {
     const auto findFiles = [this] {
-        const fs::path data = getEnvironment("VX_TRACE_DATA_DIR");
+        const fs::path data = filePath(getEnvironment("VX_TRACE_DATA_DIR"));
         stem = data / settingsFile.stem();
-        logFile = findLog(getEnvironment("VX_TRACE_LOGGING_DIR"));
+        logFile = findLog(filePath(getEnvironment("VX_TRACE_LOGGING_DIR")));
         result.files.emplace_back("receiver's files", data.string());
         result.files.emplace_back("log", logFile.string());
     };
@@ -145,8 +221,10 @@ void Session::load() {
     findFiles();
 }
 
-void Session::open() {
+void Session::open(ProgressLine& line) {
     watchInterrupts();
+    // A port that another run has costs seconds, and no server at all costs eight of them.
+    const ProgressFollower follower([] { return ProgressStep{"starting the data server", {}, {}, {}, {}}; }, line);
     load();
     if (scenario)
         result.files.emplace_back("bench", folder->benchFolder().string());
@@ -161,12 +239,13 @@ void Session::calibrate(ProgressLine& line) {
     logRead = failed ? 0 : size;
     result.calibrated = false;
     configured = true;
+    result.doctorTakes = asTyped(scenario ? folder->path() : stem);
     const auto finish = [&] {
         result.calibrationSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         collect();
     };
     try {
-        const CalibrationFollower follower(channel->channel(), line);
+        const ProgressFollower follower([this] { return stepOfCalibration(channel->channel()); }, line);
         guarded(ExitCode::CalibrationRefused,
                 [&] { channel->channel().SetConfiguration(settingsFile.string().c_str()); });
         result.calibrated = true;
@@ -178,7 +257,7 @@ void Session::calibrate(ProgressLine& line) {
 }
 
 std::optional<diagnostics::CalFile> Session::reportOf(const std::string& ending) {
-    const fs::path file = stem.string() + ending + ".cal.txt";
+    const fs::path file = filePath(stem.string() + ending + ".cal.txt");
     std::error_code failed;
     if (!fs::exists(file, failed))
         return std::nullopt;
@@ -206,8 +285,9 @@ void Session::collect() {
         // What was calibrated with the defaults is nothing that the user asked for.
         result.calibrated = false;
         result.log.frequencies.clear();
-        throw Failure(ExitCode::BadInput, settingsFile.string() + ": the receiver cannot use these settings: " +
-                                              *result.log.settingsReplaced);
+        const std::string own = options.settings.empty() ? settingsFile.string() : options.settings;
+        throw Failure(ExitCode::BadInput,
+                      own + ": the receiver cannot use these settings: " + *result.log.settingsReplaced);
     }
     for (const CalibrationAttempt& attempt : result.log.attempts) {
         result.attempts.push_back({attempt, reportOf(".freq" + std::to_string(attempt.setting))});

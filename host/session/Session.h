@@ -40,17 +40,20 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Looks at every input.
+    /// Looks at every input, and finds the run's folder. Nothing that is there is touched.
     void checkInputs();
-    /// Makes the run's folder with the settings file in it. Nothing is started.
+    /// Removes an earlier run from the folder, and puts the settings file into it. Nothing is started.
     void prepare();
     /// Loads the receiver, starts the data server and makes the channel.
-    void open();
+    void open(ProgressLine& line);
     /// Configures and calibrates. May be called again.
     void calibrate(ProgressLine& line);
 
-    /// Tests an output beside the run's folder, as testOutputFile() does.
-    void testOutput(const std::filesystem::path& file) { testOutputFile(file, options.force, made); }
+    /// Tests an output of the command's own, after checkInputs() and before prepare(); throws Failure.
+    void testOutput(const std::filesystem::path& file);
+
+    /// The failure of a step, or that the disk is full when that is what is behind it.
+    Failure explained(const Failure& failure) const;
 
     Receiver& receiver() { return *channel; }
     /// Path and first part of the name of the receiver's files.
@@ -58,6 +61,10 @@ public:
     const std::filesystem::path& runFolder() const { return folder->path(); }
 
 private:
+    void requireSettings();
+    void requirePlay();
+    void requireInput(const std::filesystem::path& file, const char* what);
+    void placeRun();
     void writeSettings();
     void load();
     void withServer(const std::function<void()>& work);
@@ -69,7 +76,10 @@ private:
     SessionResult& result;
     std::optional<Scenario> scenario;
     MadeFolders made;
+    CommandFiles files;
+    std::vector<std::filesystem::path> inputs;
     std::optional<RunFolder> folder;
+    bool prepared = false; ///< what lies in the folder is of this run
     std::filesystem::path settingsFile;
     bool settingsMade = false; ///< there was no such file before
     bool configured = false;   ///< the receiver was asked to configure the channel, and leaves files about it

@@ -62,7 +62,7 @@ void SoakRun::calibrate() {
     result.dataPins = numberOf(session.receiver().attribute(dataPinsAttribute));
     if (!result.dataPins)
         throw Failure(ExitCode::Failed, "the receiver does not tell how many data pins it records");
-    if (result.calibration)
+    if (result.calibration && result.calibration->rates.known())
         result.dataRate = result.calibration->dataRate;
 }
 
@@ -89,11 +89,15 @@ void SoakRun::playRound() {
 void SoakRun::run(const SoakLength& length) {
     session.checkInputs();
     session.prepare();
-    session.open();
+    session.open(line);
     const auto start = Clock::now();
     do {
         show(length);
-        playRound();
+        try {
+            playRound();
+        } catch (const Failure& failure) {
+            throw session.explained(failure);
+        }
         result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
         result.interrupted = interrupted();
     } while (result.seconds < length.seconds && result.rounds < length.rounds && !result.interrupted);

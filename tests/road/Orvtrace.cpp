@@ -12,10 +12,13 @@
 
 namespace fs = std::filesystem;
 
-RunSpace::RunSpace() {
+RunSpace::RunSpace(const std::string& name) {
     static unsigned next = 0;
     const auto now = std::chrono::system_clock::now().time_since_epoch().count();
-    folder = fs::temp_directory_path() / ("orv-road-" + std::to_string(now) + "-" + std::to_string(next++));
+    whole = fs::temp_directory_path() / ("orv-road-" + std::to_string(now) + "-" + std::to_string(next++));
+    folder = whole;
+    if (!name.empty())
+        folder = startFolder = whole / host::filePath(name);
     fs::create_directories(folder);
 }
 
@@ -23,7 +26,7 @@ RunSpace::~RunSpace() {
     if (std::getenv("ORV_KEEP_RUNS") != nullptr)
         return;
     std::error_code ignored;
-    fs::remove_all(folder, ignored);
+    fs::remove_all(whole, ignored);
 }
 
 fs::path RunSpace::write(const std::string& name, const std::string& bytes) const {
@@ -39,12 +42,20 @@ Outcome RunSpace::run(const std::vector<std::string>& arguments, const fs::path&
                       const std::function<void(RunningProgram&)>& meanwhile) const {
     Outcome result;
     RunningProgram running(program.empty() ? orvtraceProgram() : program, arguments, file("stdout.txt"),
-                           file("stderr.txt"));
+                           file("stderr.txt"), startFolder);
     meanwhile(running);
     result.code = running.wait();
     result.output = readBytes(file("stdout.txt"));
     result.errors = readBytes(file("stderr.txt"));
     result.json = nlohmann::json::parse(result.output, nullptr, false);
+    return result;
+}
+
+Outcome RunSpace::runUnheard(const std::vector<std::string>& arguments) const {
+    Outcome result;
+    RunningProgram running(orvtraceProgram(), arguments, {}, file("stderr.txt"), startFolder);
+    result.code = running.wait();
+    result.errors = readBytes(file("stderr.txt"));
     return result;
 }
 
@@ -58,13 +69,28 @@ fs::path orvtraceProgram() {
     return fs::absolute(ORV_PROGRAM).make_preferred();
 }
 
+fs::path copyOfInstallation(const fs::path& target, const std::string& missing) {
+    const fs::path source = orvtraceProgram().parent_path();
+    fs::create_directories(target);
+    for (const char* stem : {"OrvRcvr", "PartIdentifier", "HaloTargetAdapter", "zarn_xmtr", "AmbitFileChannelDriver",
+                             "OrvDataSource", "mpx_ecom_server", "orvtrace", "devices"}) {
+        for (const auto& entry : fs::directory_iterator(source)) {
+            const fs::path file = entry.path();
+            if (file.stem() == stem && stem != missing && entry.is_regular_file())
+                fs::copy_file(file, target / file.filename());
+        }
+    }
+    fs::copy(source / "scenarios", target / "scenarios", fs::copy_options::recursive);
+    return target / orvtraceProgram().filename();
+}
+
 std::size_t lines(const std::string& text) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
 std::string withoutProgress(const std::string& errors) {
     static const std::regex progress("orvtrace: (\\d+ of \\d+: )?"
-                                     "(calibrating|recording|uploading|uploaded|reading back|soaking)(, .*)?\r?");
+                                     "(starting the data server|calibrating|recording|uploading|uploaded|reading back|soaking)(, .*)?\r?");
     std::string rest;
     std::istringstream in(errors);
     for (std::string line; std::getline(in, line);) {
@@ -81,7 +107,7 @@ std::string readBytes(const fs::path& file) {
 
 std::vector<nlohmann::json> truthOf(const Outcome& run) {
     std::vector<nlohmann::json> all;
-    std::istringstream in(readBytes(fs::path(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
+    std::istringstream in(readBytes(host::filePath(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
     for (std::string line; std::getline(in, line);)
         all.push_back(nlohmann::json::parse(line));
     return all;

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/basics/FilePath.h"
 #include "tests/road/Shell.h"
 
 /// What one run of orvtrace gave.
@@ -21,15 +22,18 @@ struct Outcome {
 /// ORV_KEEP_RUNS is set it stays.
 class RunSpace {
 public:
-    RunSpace();
+    /// With a name the folder is one of that name, UTF-8, and orvtrace starts in it.
+    explicit RunSpace(const std::string& name = {});
     ~RunSpace();
     RunSpace(const RunSpace&) = delete;
     RunSpace& operator=(const RunSpace&) = delete;
 
-    std::filesystem::path file(const std::string& name) const { return folder / name; }
+    std::filesystem::path file(const std::string& name) const { return folder / host::filePath(name); }
     std::filesystem::path write(const std::string& name, const std::string& bytes) const;
     /// Runs orvtrace, or a copy of it.
     Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program = {}) const;
+    /// The same with a standard output that takes nothing.
+    Outcome runUnheard(const std::vector<std::string>& arguments) const;
     /// The same, with `meanwhile` called once while it runs.
     Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program,
                 const std::function<void(RunningProgram&)>& meanwhile) const;
@@ -38,11 +42,17 @@ public:
                    const std::filesystem::path& program = {}) const;
 
 private:
+    std::filesystem::path whole; ///< what is removed
     std::filesystem::path folder;
+    std::filesystem::path startFolder; ///< empty: the current one
 };
 
 /// The delivered program.
 std::filesystem::path orvtraceProgram();
+
+/// Copies the installation into a new folder, without one of its files when that is named (no ending); the copy's
+/// orvtrace.
+std::filesystem::path copyOfInstallation(const std::filesystem::path& target, const std::string& missing = {});
 
 /// How many lines.
 std::size_t lines(const std::string& text);

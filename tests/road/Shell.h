@@ -8,9 +8,11 @@
 /// A program with its two outputs going into files and nothing to read. It has to be waited for.
 class RunningProgram {
 public:
-    /// Blanks in arguments are kept.
+    /// Blanks and letters of all kinds in arguments are kept; they are UTF-8. Without `output` the program's standard
+    /// output takes nothing, as on a full disk. It starts in `folder`, or in the current one.
     RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                   const std::filesystem::path& output, const std::filesystem::path& errors);
+                   const std::filesystem::path& output, const std::filesystem::path& errors,
+                   const std::filesystem::path& folder = {});
     ~RunningProgram();
     RunningProgram(const RunningProgram&) = delete;
     RunningProgram& operator=(const RunningProgram&) = delete;

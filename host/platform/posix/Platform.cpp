@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include <dlfcn.h>
+#include <sys/ioctl.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -15,7 +16,13 @@ namespace {
 
 volatile std::sig_atomic_t interruptSeen = 0;
 
-extern "C" void onInterrupt(int) {
+// Nothing but what may be called at any moment.
+extern "C" void onInterrupt(int number) {
+    if (interruptSeen != 0) {
+        [[maybe_unused]] const ssize_t told = write(STDERR_FILENO, endedAtOnce, sizeof endedAtOnce - 1);
+        signal(number, SIG_DFL);
+        raise(number);
+    }
     interruptSeen = 1;
 }
 
@@ -49,10 +56,19 @@ bool errorOutputIsTerminal() {
     return isatty(STDERR_FILENO) != 0;
 }
 
+Utf8Console::Utf8Console() = default;
+
+Utf8Console::~Utf8Console() = default;
+
+std::size_t errorOutputColumns() {
+    winsize size{};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : usualColumns;
+}
+
 void watchInterrupts() {
     struct sigaction action {};
     action.sa_handler = onInterrupt;
-    action.sa_flags = static_cast<int>(SA_RESETHAND) | SA_RESTART;
+    action.sa_flags = SA_RESTART;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 }

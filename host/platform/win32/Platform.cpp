@@ -16,7 +16,11 @@ namespace {
 std::atomic<bool> interruptSeen{false};
 
 BOOL WINAPI onInterrupt(DWORD) {
-    return interruptSeen.exchange(true) ? FALSE : TRUE;
+    if (!interruptSeen.exchange(true))
+        return TRUE;
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_ERROR_HANDLE), endedAtOnce, sizeof endedAtOnce - 1, &written, nullptr);
+    return FALSE;
 }
 
 } // namespace
@@ -52,6 +56,26 @@ unsigned processId() {
 
 bool errorOutputIsTerminal() {
     return _isatty(_fileno(stderr)) != 0;
+}
+
+Utf8Console::Utf8Console() {
+    // The console is shared with whatever started this program, and its code page outlives it.
+    const UINT current = GetConsoleOutputCP();
+    if (current != 0 && current != CP_UTF8 && SetConsoleOutputCP(CP_UTF8) != FALSE)
+        before = current;
+}
+
+Utf8Console::~Utf8Console() {
+    if (before != 0)
+        SetConsoleOutputCP(before);
+}
+
+std::size_t errorOutputColumns() {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) == 0)
+        return usualColumns;
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return columns > 0 ? static_cast<std::size_t>(columns) : usualColumns;
 }
 
 void watchInterrupts() {

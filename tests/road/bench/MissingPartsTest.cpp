@@ -13,25 +13,8 @@ using testing::IsEmpty;
 using testing::Not;
 namespace fs = std::filesystem;
 
-/// A copy of the installation without one file; the copy's orvtrace.
-fs::path copyWithout(const RunSpace& space, const std::string& missing) {
-    const fs::path source = orvtraceProgram().parent_path();
-    const fs::path target = space.file("installed");
-    fs::create_directories(target);
-    for (const char* stem : {"OrvRcvr", "PartIdentifier", "HaloTargetAdapter", "zarn_xmtr", "AmbitFileChannelDriver",
-                             "OrvDataSource", "mpx_ecom_server", "orvtrace", "devices"}) {
-        for (const auto& entry : fs::directory_iterator(source)) {
-            const fs::path file = entry.path();
-            if (file.stem() == stem && stem != missing && entry.is_regular_file())
-                fs::copy_file(file, target / file.filename());
-        }
-    }
-    fs::copy(source / "scenarios", target / "scenarios", fs::copy_options::recursive);
-    return target / orvtraceProgram().filename();
-}
-
 Outcome recordWithout(const RunSpace& space, const std::string& missing) {
-    return space.record("one-pin", {}, copyWithout(space, missing));
+    return space.record("one-pin", {}, copyOfInstallation(space.file("installed"), missing));
 }
 
 TEST(MissingParts, TheReceiverLibraryIsNamed) {
@@ -72,7 +55,7 @@ TEST(MissingParts, AServerThatEndsAtOnceIsQuoted) {
 TEST(MissingParts, ASoakNeedsTheServerToo) {
     const RunSpace space;
     const Outcome run = space.run({"soak", "--json", "--rounds", "1", "--out", space.file("run").string()},
-                                  copyWithout(space, "mpx_ecom_server"));
+                                  copyOfInstallation(space.file("installed"), "mpx_ecom_server"));
     EXPECT_EQ(run.code, 4);
     EXPECT_EQ(run.json.at("outcome"), "no-system");
     EXPECT_EQ(run.json.at("rounds"), 0);

@@ -32,19 +32,19 @@ Outcome withoutLibrary(const RunSpace& space, const std::string& command, std::v
 TEST(FailedStart, NoFolderStays) {
     const RunSpace space;
     for (const char* command : {"record", "calibrate", "soak"}) {
-        const Outcome run = withoutLibrary(space, command, {"--out", (space.file("new") / "deep" / "run").string()});
+        const Outcome run = withoutLibrary(space, command, {"--out", space.file("run").string()});
         EXPECT_EQ(run.code, 4) << run.errors;
         EXPECT_THAT(leftIn(space), IsEmpty()) << command;
         EXPECT_THAT(run.json.at("files"), IsEmpty()) << "nothing is named that is not there";
     }
 }
 
-TEST(FailedStart, FoldersOfOutputsGoToo) {
+TEST(FailedStart, NorDoesItWithOutputsInIt) {
     const RunSpace space;
-    const Outcome run =
-        withoutLibrary(space, "record",
-                       {"--out", space.file("run").string(), "--save", (space.file("a") / "x.tdf").string(), "--raw",
-                        (space.file("b") / "c" / "x.bin").string()});
+    const fs::path folder = space.file("run");
+    const Outcome run = withoutLibrary(
+        space, "record",
+        {"--out", folder.string(), "--save", (folder / "x.tdf").string(), "--raw", (folder / "x.bin").string()});
     EXPECT_EQ(run.code, 4) << run.errors;
     EXPECT_THAT(leftIn(space), IsEmpty());
 }
@@ -64,7 +64,7 @@ TEST(FailedStart, ARefusedOutputLeavesNoFolderOfAnother) {
     const RunSpace space;
     space.write("old.bin", "kept");
     const Outcome run = space.record(
-        "clean", {"--save", (space.file("a") / "x.tdf").string(), "--raw", space.file("old.bin").string()});
+        "clean", {"--save", (space.file("run") / "x.tdf").string(), "--raw", space.file("old.bin").string()});
     EXPECT_EQ(run.code, 8) << run.errors;
     EXPECT_THAT(leftIn(space), ElementsAre("old.bin"));
 }
@@ -76,6 +76,8 @@ TEST(FailedStart, AnEarlierRunThatIsRefusedStays) {
     const Outcome run = withoutLibrary(space, "record", {"--out", space.file("run").string()});
     EXPECT_EQ(run.code, 8) << run.errors;
     EXPECT_THAT(run.errors, HasSubstr("holds an earlier run"));
+    const Outcome refused = space.record("clean", {"--force", "--raw", (space.file("no") / "x.bin").string()});
+    EXPECT_EQ(refused.code, 9) << refused.errors;
     EXPECT_THAT(leftIn(space), ElementsAre("run", "run/.VX-trace", "run/.VX-trace/log.txt"));
 }
 

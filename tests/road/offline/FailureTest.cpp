@@ -157,14 +157,26 @@ TEST(FailedOutput, OneThatCannotBeMadeIsCodeNine) {
     EXPECT_FALSE(fs::exists(space.file("run")));
 }
 
+TEST(FailedOutput, NoFolderIsMadeForIt) {
+    const RunSpace space;
+    for (const Output& output : outputsIn(space)) {
+        const fs::path file = space.file("missing") / output.name;
+        expectFailure(space, with(output.arguments, file), 9,
+                      "the folder " + space.file("missing").string() + " does not exist; make it or give another");
+        EXPECT_FALSE(fs::exists(space.file("missing")));
+    }
+    EXPECT_FALSE(fs::exists(space.file("run")));
+}
+
 TEST(FailedOutput, AFolderInItsPlaceIsCodeNineEvenWithForce) {
     const RunSpace space;
     for (const Output& output : outputsIn(space)) {
         const fs::path file = space.file("folder") / output.name;
         fs::create_directories(file);
         Arguments arguments = with(output.arguments, file);
+        expectFailure(space, arguments, 9, file.string() + " is a folder");
         arguments.emplace_back("--force");
-        expectFailure(space, arguments, 9, file.string());
+        expectFailure(space, arguments, 9, file.string() + " is a folder");
         EXPECT_TRUE(fs::is_directory(file));
     }
 }
@@ -174,20 +186,9 @@ TEST(FailedOutput, AFileInThePlaceOfTheRunsFolderIsCodeNine) {
     const fs::path file = space.write("run", "kept");
     for (const char* command : {"record", "calibrate", "soak"}) {
         const std::string scenario = std::string(command) == "soak" ? "self-test" : "clean";
-        expectFailure(space, {command, "--scenario", scenario, "--out", file.string()}, 9, file.string());
+        expectFailure(space, {command, "--scenario", scenario, "--out", file.string()}, 9,
+                      file.string() + ": it is a file");
         EXPECT_EQ(readBytes(file), "kept");
-    }
-}
-
-TEST(FailedOutput, TheFileThatIsReadIsNotOverwrittenEvenWithForce) {
-    const RunSpace space;
-    const fs::path data = space.write("a.tdf", "TDF");
-    for (const Arguments& arguments :
-         {Arguments{"tdf", "create", "{}", "--data", "{}", "--force"}, {"tdf", "extract", "{}", "{}", "--force"}}) {
-        const Outcome run = space.run(with(arguments, data));
-        EXPECT_EQ(run.code, 2) << run.errors;
-        EXPECT_EQ(lines(run.errors), 1U) << run.errors;
-        EXPECT_EQ(readBytes(data), "TDF");
     }
 }
 

@@ -15,7 +15,8 @@ struct RunningProgram::State {
 };
 
 RunningProgram::RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                               const std::filesystem::path& output, const std::filesystem::path& errors)
+                               const std::filesystem::path& output, const std::filesystem::path& errors,
+                               const std::filesystem::path& folder)
     : state(std::make_unique<State>()) {
     std::vector<std::string> texts{program.string()};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
@@ -28,8 +29,13 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     constexpr int fresh = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), fresh, 0644);
+    if (output.empty())
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/full", O_WRONLY, 0);
+    else
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), fresh, 0644);
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errors.c_str(), fresh, 0644);
+    if (!folder.empty())
+        posix_spawn_file_actions_addchdir_np(&files, folder.c_str());
     const int failed = posix_spawn(&state->process, program.c_str(), &files, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&files);
     if (failed != 0)

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "host/basics/FilePath.h"
+
 struct RunningProgram::State {
     PROCESS_INFORMATION process{};
     bool waited = false;
@@ -13,26 +15,43 @@ namespace {
 
 HANDLE openOutput(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    if (file.empty()) // what can only be read fails as a full disk does
+        return CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0,
+                           nullptr);
     return CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS,
                        FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+/// A word of a command line that the program finds as it is.
+std::wstring quoted(const std::wstring& word) {
+    std::wstring text = L"\"";
+    std::size_t backslashes = 0;
+    for (const wchar_t c : word) {
+        if (c == L'"')
+            text.append(backslashes + 1, L'\\');
+        backslashes = c == L'\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    return text.append(backslashes, L'\\') + L"\"";
 }
 
 } // namespace
 
 RunningProgram::RunningProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments,
-                               const std::filesystem::path& output, const std::filesystem::path& errors)
+                               const std::filesystem::path& output, const std::filesystem::path& errors,
+                               const std::filesystem::path& folder)
     : state(std::make_unique<State>()) {
-    std::string line = "\"" + program.string() + "\"";
+    std::wstring line = quoted(program.wstring());
     for (const std::string& argument : arguments)
-        line.append(" \"").append(argument).append("\"");
-    STARTUPINFOA start{};
+        line += L" " + quoted(host::filePath(argument).wstring());
+    STARTUPINFOW start{};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESTDHANDLES;
     start.hStdOutput = openOutput(output);
     start.hStdError = openOutput(errors);
     // A group of its own, so that an event for it does not reach this process too.
-    const BOOL started = CreateProcessA(program.string().c_str(), line.data(), nullptr, nullptr, TRUE,
-                                        CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &start, &state->process);
+    const BOOL started = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
+                                        nullptr, folder.empty() ? nullptr : folder.c_str(), &start, &state->process);
     CloseHandle(start.hStdOutput);
     CloseHandle(start.hStdError);
     if (started == FALSE)
