@@ -41,11 +41,11 @@ void requireFolder(const fs::path& file) {
     std::error_code failed;
     if (folder.empty() || fs::is_directory(folder, failed))
         return;
-    throw Failure(ExitCode::OutputUnwritable,
-                  file.string() + " cannot be written: " +
-                      (fs::exists(folder, failed)
-                           ? folder.string() + " is a file, not a folder"
-                           : "the folder " + folder.string() + " does not exist; make it or give another"));
+    if (fs::exists(folder, failed))
+        throw Failure(ExitCode::OutputUnwritable,
+                      file.string() + " cannot be written: " + folder.string() + " is a file, not a folder");
+    throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written: the folder " + folder.string() +
+                                                  " does not exist; make it or give another");
 }
 
 void requirePlace(const fs::path& file, bool force) {

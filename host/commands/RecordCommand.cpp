@@ -63,21 +63,6 @@ fs::path RecordRun::rawFile(unsigned number) const {
     return file;
 }
 
-/// The receiver's operation on an output; its failure names the file and what can be done.
-void onOutput(const fs::path& file, const std::function<void()>& work) {
-    try {
-        guarded(ExitCode::OutputUnwritable, work);
-    } catch (const Failure& failure) {
-        if (failure.code != ExitCode::OutputUnwritable)
-            throw;
-        std::string text = failure.what();
-        if (text.ends_with('.'))
-            text.pop_back();
-        throw Failure(failure.code, file.string() + " cannot be written: " + text + "; is its disk full?",
-                      failure.where);
-    }
-}
-
 void RecordRun::testOutputs() {
     if (!options.save.empty())
         session.testOutput(absolutePath(options.save));
@@ -120,7 +105,7 @@ void RecordRun::saveSection(CChannelDriver& channel, const fs::path& file, bool 
     };
     if (first) {
         NewFile made(file);
-        onOutput(file, [&] {
+        guardedOutput(file, [&] {
             Vx::Qrs::Trace::OrvRcvr::TdfFile::createFile(made.partial().string().c_str());
             add(made.partial());
         });
@@ -130,7 +115,7 @@ void RecordRun::saveSection(CChannelDriver& channel, const fs::path& file, bool 
     std::error_code failed;
     const std::uintmax_t size = fs::file_size(file, failed);
     try {
-        onOutput(file, [&] { add(file); });
+        guardedOutput(file, [&] { add(file); });
     } catch (const Failure&) {
         if (!failed)
             fs::resize_file(file, size, failed);
@@ -150,7 +135,7 @@ void RecordRun::save(CChannelDriver& channel, unsigned number) {
     if (!options.raw.empty()) {
         const fs::path file = rawFile(number);
         NewFile made(file);
-        onOutput(file, [&] { channel.SaveFile(made.partial().string(), CChannelDriver::eSaveRaw); });
+        guardedOutput(file, [&] { channel.SaveFile(made.partial().string(), CChannelDriver::eSaveRaw); });
         made.putInPlace();
         result.files.emplace_back(options.repeat > 1 ? "raw copy " + std::to_string(number) : "raw copy",
                                   file.string());

@@ -245,11 +245,7 @@ ExitCode TdfCommand::create() const {
             bytes += static_cast<std::uint64_t>(in.gcount());
         }
     };
-    try {
-        guarded(ExitCode::OutputUnwritable, write);
-    } catch (const Failure& failure) {
-        throw Failure(failure.code, file + " cannot be written: " + failure.what() + " Is its disk full?");
-    }
+    guardedOutput(filePath(file), write);
     made.putInPlace();
     if (json)
         std::cout << jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});

@@ -54,6 +54,20 @@ void guarded(ExitCode code, const std::function<void()>& work) {
     }
 }
 
+void guardedOutput(const std::filesystem::path& file, const std::function<void()>& work) {
+    try {
+        guarded(ExitCode::OutputUnwritable, work);
+    } catch (const Failure& failure) {
+        if (failure.code != ExitCode::OutputUnwritable)
+            throw;
+        std::string text = failure.what();
+        if (text.ends_with('.'))
+            text.pop_back();
+        throw Failure(failure.code, file.string() + " cannot be written: " + text + "; is its disk full?",
+                      failure.where);
+    }
+}
+
 Receiver::Receiver(const std::string& library) {
     std::filesystem::path file = filePath(library);
     if (!file.has_parent_path())

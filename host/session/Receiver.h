@@ -17,6 +17,9 @@ namespace host {
 /// Calls into the receiver and turns what it throws into a Failure of the given code.
 void guarded(ExitCode code, const std::function<void()>& work);
 
+/// The same for what writes an output; the Failure (OutputUnwritable) names the file.
+void guardedOutput(const std::filesystem::path& file, const std::function<void()>& work);
+
 /// The receiver library with one channel, as a framework holds it. Released in order by the destructor.
 /// Failures are Failure objects: NoSystem for what is missing or does not answer.
 class Receiver {
