@@ -115,7 +115,7 @@ TEST_F(ARun, WhatIsWrongIsOneLineAndItsCode) {
              {{"doctor", damaged}, 3, "damaged.cap.txt:1: expected exportFrequency=NUMBER Hz"},
              {{"report", dataFile("bench-cable").string(), "--out", space->file("run").string(), "--force"},
               9,
-              "is not a file"}}) {
+              "is a folder"}}) {
         const Outcome run = space->run(wrong.arguments);
         EXPECT_EQ(run.code, wrong.code) << run.errors;
         EXPECT_EQ(lines(run.errors), 1U) << run.errors;
