@@ -15,6 +15,11 @@ using Arguments = std::vector<std::string>;
 const std::string head = "exportFrequency=50.00 MHz\ndataFrequency=100.00 Mwords/second\n"
                          "dataRate=100.00 Mbits/second\noversampling=28.00 samples/bit\n\n";
 
+const std::string settings =
+    "<CHANNEL-SETUP>\n<no_emu0>false</no_emu0>\n<drm_type></drm_type>\n<drm_key></drm_key>\n<num_pins>4</num_pins>\n"
+    "<pin_map></pin_map>\n<is_stop_on_full>true</is_stop_on_full>\n<is_sync>false</is_sync>\n"
+    "<bufsize_current>0</bufsize_current>\n<drm_xmtr>pti</drm_xmtr>\n<start_port>0</start_port>\n</CHANNEL-SETUP>\n";
+
 /// An input under all names that lead to it; the last ones where the system has such.
 std::vector<fs::path> namesOf(const RunSpace& space, const fs::path& file) {
     const std::string ending = file.filename().string().substr(file.filename().string().find('.'));
@@ -45,7 +50,7 @@ const std::vector<Meeting> meetings{
     {{"record", "--scenario", "clean", "--play", "{in}", "--raw", "{out}"}, "in.txt", "to be sent"},
     {{"record", "--scenario", "clean", "--play", "{in}", "--save", "{out}"}, "in.tdf", "to be sent"},
     {{"record", "--scenario", "{in}", "--raw", "{out}"}, "in.toml", "cpu = \"bench/app\"\n"},
-    {{"record", "--scenario", "clean", "--settings", "{in}", "--raw", "{out}"}, "in.xml", "<CHANNEL-SETUP>"},
+    {{"record", "--scenario", "clean", "--settings", "{in}", "--raw", "{out}"}, "in.xml", settings},
 };
 
 TEST(OutputNames, TheFileThatIsReadIsNotOverwrittenEvenWithForce) {
@@ -119,7 +124,10 @@ TEST(OutputNames, AFailureLeavesTheOldFile) {
 TEST(OutputNames, AStandardOutputThatTakesNothingIsCodeNine) {
     const RunSpace space("names");
     const std::string data = space.write("in.bin", "bytes").string();
-    space.write("in.cal.txt", head + "[Clock]\nedges=0\n\n[Data 1]\nedges=0\nmargin=-9,+9\n");
+    space.write("in.cal.txt", head +
+                                  "[Clock]\nedges=0\n\n[Data 1]\nedges=0\nmargin=-9,+9\n\n[Properties]\ndrmXmtr=pti\n"
+                                  "xmtrType=\nnumPins=1\ndelays=0,0\nstretches=0,0\nfilters=0,0\n"
+                                  "debounces=0,0\nplateaus=0,0\n");
     for (const Arguments& arguments : {Arguments{"--help"},
                                        {"--version"},
                                        {"--version", "--json"},
