@@ -14,7 +14,7 @@ std::string frequencyText(double hertz) {
 }
 
 std::string sizeText(std::uint64_t bytes) {
-    constexpr std::array units{"bytes", "kB", "MB", "GB"};
+    constexpr std::array units{"bytes", "KiB", "MiB", "GiB"};
     double value = static_cast<double>(bytes);
     std::size_t unit = 0;
     while (value >= 1024.0 && unit + 1 < units.size()) {

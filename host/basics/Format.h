@@ -29,7 +29,7 @@ print(const char* format, ...) {
 
 /// "50 MHz", "12.5 MHz", "400 kHz".
 std::string frequencyText(double hertz);
-/// "1.50 MB", in powers of 1024.
+/// "1.50 MiB".
 std::string sizeText(std::uint64_t bytes);
 /// "1 word", "2 words".
 std::string countText(std::uint64_t count, const std::string& what);

@@ -14,12 +14,14 @@ inline std::string jsonText(const nlohmann::json& value) {
     return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
-/// What a failure is for a script: "outcome", "exitCode" and "error".
-inline nlohmann::json failureJson(const Failure& failure) {
+/// What a failure is for a script: "outcome", "exitCode" and "error". `run` as for remedyOf().
+inline nlohmann::json failureJson(const Failure& failure, const std::string& run = {}) {
     return {{"outcome", exitCodeName(failure.code)},
             {"exitCode", static_cast<int>(failure.code)},
             {"error",
-             {{"text", failure.what()}, {"where", failure.where}, {"remedy", remedyOf(failure.code, failure.what())}}}};
+             {{"text", failure.what()},
+              {"where", failure.where},
+              {"remedy", remedyOf(failure.code, failure.what(), run)}}}};
 }
 
 } // namespace host

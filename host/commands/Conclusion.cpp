@@ -3,7 +3,9 @@
 #include <cstdio>
 #include <iostream>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/Remedy.h"
+#include "host/report/Report.h"
 #include "host/results/ResultText.h"
 
 namespace host {
@@ -25,7 +27,17 @@ void printTroubles(const SessionResult& result, ExitCode code, const std::string
     for (const std::string& trouble : result.troubles)
         std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
     if (code != ExitCode::Done)
-        printFailure(code, failure, logOf(result));
+        printFailure(code, failure, logOf(result), result.doctorTakes);
+}
+
+void leaveReport(const Session& session, RecordResult& result) {
+    const auto file = session.runFolder() / filePath(session.fileStem().filename().string() + ".report.html");
+    try {
+        result.files.emplace_back("report", writeReport(session.fileStem(), file, true).file.string());
+    } catch (const Failure& failure) {
+        if (failure.code != ExitCode::BadInput)
+            throw;
+    }
 }
 
 ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,

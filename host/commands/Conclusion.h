@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/results/RecordResult.h"
+#include "host/session/Session.h"
 
 namespace host {
 
@@ -14,5 +15,9 @@ void printTroubles(const SessionResult& result, ExitCode code, const std::string
 /// text, as soon as there is a calibration to tell of. A failure goes to the standard error output behind that.
 ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
                    const std::function<std::string(const RecordResult&)>& text);
+
+/// Leaves the page about the calibration in the run's folder and names it in the result. A calibration that left no
+/// files has none.
+void leaveReport(const Session& session, RecordResult& result);
 
 } // namespace host

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/Numbers.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -29,10 +30,10 @@ void SoakCommand::setUp(CLI::App& app) {
                "Example: orvtrace soak --seconds 60");
     auto* seconds = app.add_option("--seconds", length.seconds, "How long (10); the last round is finished")
                         ->option_text("SECONDS")
-                        ->check(CLI::Range(0.0, 1e7));
+                        ->check(numberFrom(0.0, 1e7));
     app.add_option("--rounds", length.rounds, "Do N rounds, however long that takes")
         ->option_text("N")
-        ->check(CLI::Range(1U, 1000000000U))
+        ->check(wholeNumberFrom(1, 1000000000))
         ->excludes(seconds)
         ->each([this](const std::string&) { length.seconds = SoakLength::noLimit; });
     addScenario(app, options);

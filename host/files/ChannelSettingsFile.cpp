@@ -1,5 +1,6 @@
 #include "host/files/ChannelSettingsFile.h"
 
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <ostream>
@@ -20,6 +21,8 @@ std::string condensed(const std::string& text) {
     }
     if (!result.empty() && result.back() == 'b')
         result.pop_back();
+    if (!result.empty() && result.back() == 'i')
+        result.pop_back();
     return result;
 }
 
@@ -31,7 +34,25 @@ std::string truth(bool value) {
     return value ? "true" : "false";
 }
 
+/// Without any of these the receiver overwrites the file with its defaults.
+constexpr std::array neededKeys{"no_emu0",  "drm_type", "drm_key",         "is_sync",  "is_stop_on_full",
+                                "num_pins", "pin_map",  "bufsize_current", "drm_xmtr", "start_port"};
+
 } // namespace
+
+std::string settingsFault(const std::string& text) {
+    std::string missing;
+    std::size_t count = 0;
+    for (const char* key : neededKeys) {
+        if (text.find(std::string("<") + key) != std::string::npos)
+            continue;
+        missing += (missing.empty() ? "<" : ", <") + std::string(key) + ">";
+        ++count;
+    }
+    if (count == neededKeys.size())
+        return "it is no channel settings file";
+    return count == 0 ? std::string() : "it lacks " + missing;
+}
 
 std::optional<unsigned> bufferIndexOf(const std::string& text) {
     for (unsigned index = 0; index < bufferSizes.size(); ++index) {

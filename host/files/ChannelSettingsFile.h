@@ -18,10 +18,10 @@ struct ChannelSettings {
 };
 
 /// Names of the capture unit's buffer sizes, 256 KiB times two to the power of the index.
-inline constexpr std::array bufferSizes{"256 kB", "512 kB", "1 MB",  "2 MB",  "4 MB",
-                                        "8 MB",   "16 MB",  "32 MB", "64 MB", "128 MB"};
+inline constexpr std::array bufferSizes{"256 KiB", "512 KiB", "1 MiB",  "2 MiB",  "4 MiB",
+                                        "8 MiB",   "16 MiB",  "32 MiB", "64 MiB", "128 MiB"};
 
-/// Index of a size given as "4M", "4 MB", "4MB" or "256k", in any case; nothing when there is no such size.
+/// Index of a size given as "4M", "4 MB", "4MiB" or "256k", in any case; nothing when there is no such size.
 std::optional<unsigned> bufferIndexOf(const std::string& text);
 
 /// The trace pins that a person asks for.
@@ -33,6 +33,10 @@ struct PinChoice {
 /// "4", or a list of EMU pins with the clock first such as "0,1,2"; nothing unless that gives 1, 2 or 4 data pins, all
 /// different and within 0 to 5.
 std::optional<PinChoice> pinChoiceOf(const std::string& text);
+
+/// Why the receiver could not use a settings file with this text; empty when it has every key that is needed. Values are
+/// left to the receiver.
+std::string settingsFault(const std::string& text);
 
 /// The text of a settings file, in the form that the receiver writes itself.
 std::string channelSettingsText(const ChannelSettings& settings);

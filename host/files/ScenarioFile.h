@@ -24,8 +24,11 @@ struct Scenario {
 /// Throws Failure (BadInput) for a file that is missing or damaged.
 Scenario readScenario(const std::filesystem::path& file);
 
+/// Throws Failure (NoSystem) when there is no such folder: the bench is a part of the product that can be left out.
+void requireScenarios(const std::filesystem::path& folder);
+
 /// The file, absolute, of a scenario that is given by its name in the folder or by the path of its file. Throws Failure
-/// (BadInput) when there is none; of an unknown name it lists the known ones.
+/// (BadInput) when there is none, and as requireScenarios(); of an unknown name it lists the known ones.
 std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::filesystem::path& folder);
 
 /// All scenarios of a folder, by name. Empty when there is no such folder.

@@ -94,7 +94,7 @@ json calibrationJson(const RecordResult& result) {
 } // namespace
 
 std::string resultJson(const RecordResult& result) {
-    json out = failureJson(Failure(result.code, result.failure, result.where));
+    json out = failureJson(Failure(result.code, result.failure, result.where), result.doctorTakes);
     if (result.failure.empty())
         out.erase("error");
     if (!result.scenario.empty())

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "host/basics/Format.h"
+#include "host/basics/Remedy.h"
 #include "host/basics/TextFile.h"
 
 namespace host {
@@ -48,6 +49,13 @@ constexpr const char* legend = "Lengths are in samples of the capture unit. The 
                                "ahead of (+) the clock's edge; the correlation is with the first data pin, 1\n"
                                "when both change together.\n";
 
+/// Settings count from 0, so that their number would look like the last one's.
+std::string rangeText(const std::vector<FrequencySetting>& settings) {
+    if (settings.size() < 2)
+        return {};
+    return " (of " + std::to_string(settings.front().setting) + " to " + std::to_string(settings.back().setting) + ")";
+}
+
 void addVerdict(std::ostringstream& out, const RecordResult& result) {
     if (!result.calibrated) {
         out << "not calibrated\n";
@@ -55,12 +63,12 @@ void addVerdict(std::ostringstream& out, const RecordResult& result) {
     }
     out << "calibrated";
     if (const FrequencySetting* chosen = result.log.chosen())
-        out << " at " << frequencyText(chosen->hertz) << ", setting " << chosen->setting << " of "
-            << result.log.frequencies.size();
+        out << " at " << frequencyText(chosen->hertz) << ", setting " << chosen->setting
+            << rangeText(result.log.frequencies);
     else
         out << " with fixed values, no frequency was measured";
-    if (result.calibration)
-        out << " (data rate " << result.calibration->dataRate << ")";
+    if (result.calibration && result.calibration->rates.known())
+        out << ", data rate " << result.calibration->dataRate;
     out << print(", in %.1f s\n", result.calibrationSeconds);
 }
 
@@ -93,17 +101,45 @@ void addFiles(std::ostringstream& out, const RecordResult& result) {
         out << print("  %-20s ", what.c_str()) << where << "\n";
 }
 
+/// What can be done with the run now: the page is there already, or can be made.
+void addNext(std::ostringstream& out, const RecordResult& result) {
+    for (const auto& [what, where] : result.files) {
+        if (what == "report") {
+            out << "\nnext: open " << where << " in a browser\n";
+            return;
+        }
+    }
+    if (result.calibration && !result.doctorTakes.empty())
+        out << "\nnext: orvtrace report " << quoted(result.doctorTakes) << " makes a page about the calibration\n";
+}
+
+std::string samplesText(const diagnostics::Rates& rates) {
+    return rates.known() ? print(", %.2f samples a clock period", rates.oversampling) : std::string();
+}
+
+/// What the receiver makes of its vote about the data's edges. How they really lie does not follow from it.
 std::string positionText(const std::string& position) {
     if (position == "edge")
-        return ", data change with the clock";
+        return ", clock taken half a period later";
     if (position == "center")
-        return ", data change between clock edges";
+        return ", clock taken as it comes";
     return {};
 }
 
 std::string headline(const RecordResult& result) {
     return result.scenario.empty() ? "cpu " + result.cpu + "\n"
                                    : "scenario " + result.scenario + ", cpu " + result.cpu + "\n";
+}
+
+/// A calibration that ended ahead of its first attempt has computed nothing for any pin.
+bool hasPins(const RecordResult& result) {
+    return result.calibration && (result.calibrated || !result.attempts.empty());
+}
+
+std::string legendOf(const diagnostics::Rates& rates) {
+    if (rates.known() && rates.exportFrequency < diagnostics::slowestAnalysed)
+        return "Below 10.1 MHz nothing is measured: the unit keeps its default settings.\n";
+    return legend;
 }
 
 } // namespace
@@ -137,13 +173,14 @@ std::string resultText(const RecordResult& result) {
     out << headline(result);
     addVerdict(out, result);
     addRejected(out, result);
-    if (result.calibration) {
+    if (hasPins(result)) {
         out << "\n";
         addPins(out, *result.calibration, placesOf(result.pinMap));
-        out << legend;
+        out << legendOf(result.calibration->rates);
     }
     addRecordings(out, result);
     addFiles(out, result);
+    addNext(out, result);
     return out.str();
 }
 
@@ -154,19 +191,19 @@ std::string attemptsText(const RecordResult& result) {
         const CalibrationAttempt& attempt = entry.attempt;
         out << "\nsetting " << attempt.setting << ", " << frequencyText(attempt.hertz);
         if (entry.report)
-            out << ", " << entry.report->oversampling;
+            out << samplesText(entry.report->rates);
         out << positionText(attempt.position);
         out << "\n";
         if (entry.report)
             addPins(out, *entry.report, placesOf(result.pinMap));
         out << (attempt.kept ? std::string("kept") : "dropped: " + plainReason(attempt.reason)) << "\n";
     }
-    if (result.attempts.empty() && result.calibration) {
+    if (result.attempts.empty() && hasPins(result)) {
         out << "\n";
         addPins(out, *result.calibration, placesOf(result.pinMap));
     }
-    if (result.calibration)
-        out << "\n" << legend;
+    if (hasPins(result))
+        out << "\n" << legendOf(result.calibration->rates);
     out << "\n";
     addVerdict(out, result);
     for (const FrequencySetting& entry : result.log.frequencies) {
@@ -174,6 +211,7 @@ std::string attemptsText(const RecordResult& result) {
             out << "  not tried: setting " << entry.setting << ", " << frequencyText(entry.hertz) << "\n";
     }
     addFiles(out, result);
+    addNext(out, result);
     return out.str();
 }
 

@@ -1,7 +1,9 @@
 #include "host/session/Progress.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <string_view>
 #include <vector>
 
 #include "host/basics/Format.h"
@@ -14,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t terminalWidth = 79;
+constexpr std::size_t widestLine = 79;
 constexpr auto plainInterval = std::chrono::seconds(10);
 constexpr auto followInterval = std::chrono::milliseconds(50);
 constexpr double enoughToEstimate = 0.05;
@@ -34,11 +36,25 @@ std::vector<std::string> partsOf(const std::string& status) {
     }
 }
 
+/// The receiver's status counts in powers of 1024, all that it writes in powers of 1000: only one of them is shown.
+std::string decimalRate(const std::string& text) {
+    constexpr std::string_view prefixes = "kMGT";
+    double value = 0.0;
+    int used = 0;
+    if (std::sscanf(text.c_str(), "%lf %n", &value, &used) != 1 || used <= 0)
+        return text;
+    const std::size_t power = prefixes.find(text[static_cast<std::size_t>(used)]);
+    if (power == std::string_view::npos)
+        return text;
+    value *= std::pow(1.024, static_cast<double>(power + 1));
+    return print("%.1f ", value) + text.substr(static_cast<std::size_t>(used));
+}
+
 void takePart(ProgressStep& step, const std::string& part) {
     double percent = 0.0;
     int used = 0;
     if (part.ends_with("bits/second"))
-        step.rate = part;
+        step.rate = decimalRate(part);
     else if (part == "uploading data")
         step.phase = "uploading";
     else if (part == "upload complete")
@@ -110,7 +126,8 @@ void ProgressLine::show(const ProgressStep& step) {
 }
 
 void ProgressLine::overwrite(const std::string& line) {
-    const std::string cut = line.substr(0, terminalWidth);
+    // A line that fills the last column would wrap on some terminals.
+    const std::string cut = line.substr(0, std::min(widestLine, std::max<std::size_t>(columns(), 2) - 1));
     const std::string padding(width > cut.size() ? width - cut.size() : 0, ' ');
     width = cut.size();
     std::fprintf(stderr, "\r%s%s", cut.c_str(), padding.c_str());
@@ -127,10 +144,31 @@ void ProgressLine::clear() {
     width = 0;
 }
 
-CalibrationFollower::CalibrationFollower(Vx::Qrs::Trace::CChannelDriverProgress& source, ProgressLine& line)
-    : progress(source), output(line), thread([this] { follow(); }) {}
+ProgressStep stepOfCalibration(Vx::Qrs::Trace::CChannelDriverProgress& source) {
+    unsigned first = 0;
+    int percent = -1;
+    std::string text;
+    try {
+        source.GetProgress(&first, &percent, &text);
+    } catch (const Vx::Qrs::Zarn::cZarnErrorIF&) {
+        percent = -1; // told by the calibration itself
+    }
+    ProgressStep step;
+    step.phase = "calibrating";
+    if (percent > 0) {
+        step.fraction = percent / 100.0;
+        step.fractionWord = "done";
+    }
+    return step;
+}
 
-CalibrationFollower::~CalibrationFollower() {
+ProgressFollower::ProgressFollower(std::function<ProgressStep()> source, ProgressLine& line)
+    : ask(std::move(source)), output(line) {
+    output.show(ask());
+    thread = std::thread([this] { follow(); });
+}
+
+ProgressFollower::~ProgressFollower() {
     {
         const std::lock_guard<std::mutex> lock(mutex);
         ending = true;
@@ -140,27 +178,12 @@ CalibrationFollower::~CalibrationFollower() {
     output.clear();
 }
 
-void CalibrationFollower::follow() {
+void ProgressFollower::follow() {
     std::unique_lock<std::mutex> lock(mutex);
-    while (!ending) {
+    while (!ended.wait_for(lock, followInterval, [this] { return ending; })) {
         lock.unlock();
-        unsigned first = 0;
-        int percent = -1;
-        std::string text;
-        try {
-            progress.GetProgress(&first, &percent, &text);
-        } catch (const Vx::Qrs::Zarn::cZarnErrorIF&) {
-            percent = -1; // told by the calibration itself
-        }
-        ProgressStep step;
-        step.phase = "calibrating";
-        if (percent > 0) {
-            step.fraction = percent / 100.0;
-            step.fractionWord = "done";
-        }
-        output.show(step);
+        output.show(ask());
         lock.lock();
-        ended.wait_for(lock, followInterval, [this] { return ending; });
     }
 }
 

@@ -2,11 +2,13 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 
+#include "host/platform/Platform.h"
 #include "rcvr/framework/CChannelDriver.h"
 
 namespace host {
@@ -38,7 +40,8 @@ class ProgressLine {
 public:
     /// Terminal or Plain as the standard error output is one or not, or Quiet.
     explicit ProgressLine(bool quiet);
-    explicit ProgressLine(ProgressStyle wanted) : style(wanted) {}
+    explicit ProgressLine(ProgressStyle wanted, std::function<std::size_t()> terminal = errorOutputColumns)
+        : style(wanted), columns(std::move(terminal)) {}
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
@@ -53,6 +56,7 @@ private:
     void overwrite(const std::string& line);
 
     ProgressStyle style;
+    std::function<std::size_t()> columns = errorOutputColumns; ///< of the terminal at this moment
     std::string prefix;
     std::string phase;
     std::size_t width = 0;
@@ -61,18 +65,22 @@ private:
     std::mutex mutex;
 };
 
-/// Follows a calibration from a thread of its own, from construction to destruction.
-class CalibrationFollower {
+/// How far a calibration is.
+ProgressStep stepOfCalibration(Vx::Qrs::Trace::CChannelDriverProgress& source);
+
+/// Shows what goes on while one call works, from construction to destruction: at once, and then again and again from a
+/// thread of its own.
+class ProgressFollower {
 public:
-    CalibrationFollower(Vx::Qrs::Trace::CChannelDriverProgress& source, ProgressLine& line);
-    ~CalibrationFollower();
-    CalibrationFollower(const CalibrationFollower&) = delete;
-    CalibrationFollower& operator=(const CalibrationFollower&) = delete;
+    ProgressFollower(std::function<ProgressStep()> source, ProgressLine& line);
+    ~ProgressFollower();
+    ProgressFollower(const ProgressFollower&) = delete;
+    ProgressFollower& operator=(const ProgressFollower&) = delete;
 
 private:
     void follow();
 
-    Vx::Qrs::Trace::CChannelDriverProgress& progress;
+    std::function<ProgressStep()> ask;
     ProgressLine& output;
     std::mutex mutex;
     std::condition_variable ended;

@@ -86,7 +86,7 @@ void Session::checkInputs() {
     if (!options.scenario.empty())
         scenario = soundScenario(options.scenario, programFolder());
     if (!options.settings.empty())
-        requireSettings();
+        requireInput(filePath(options.settings), "settings file");
     if (!options.play.empty())
         requirePlay();
     if (scenario)
@@ -101,9 +101,8 @@ void Session::requireInput(const fs::path& file, const char* what) {
     inputs.push_back(file);
 }
 
-/// A file that the receiver would overwrite with its defaults is told before anything starts.
-void Session::requireSettings() {
-    requireInput(filePath(options.settings), "settings file");
+/// Settings that the receiver would overwrite with its defaults are told before anything starts.
+void Session::requireSettings() const {
     if (const std::string fault = settingsFault(readText(filePath(options.settings))); !fault.empty())
         throw Failure(ExitCode::BadInput, options.settings + ": the receiver cannot use these settings: " + fault);
 }
@@ -156,6 +155,8 @@ Failure Session::explained(const Failure& failure) const {
 }
 
 void Session::prepare() {
+    if (!options.settings.empty())
+        requireSettings();
     folder->clear();
     prepared = true;
     writeSettings();

@@ -61,7 +61,7 @@ public:
     const std::filesystem::path& runFolder() const { return folder->path(); }
 
 private:
-    void requireSettings();
+    void requireSettings() const;
     void requirePlay();
     void requireInput(const std::filesystem::path& file, const char* what);
     void placeRun();

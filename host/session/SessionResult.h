@@ -29,6 +29,7 @@ struct SessionResult {
     std::optional<diagnostics::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
     std::vector<std::pair<std::string, std::string>> files; ///< what, where
+    std::string doctorTakes; ///< what `orvtrace doctor` and `report` take for this run; empty before any calibration
     std::vector<std::string> troubles; ///< diagnostic files that could not be read: "FILE:LINE: WHAT"
 };
 

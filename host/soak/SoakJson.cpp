@@ -43,8 +43,9 @@ std::string soakJson(const SoakResult& result) {
              {"firstErrors", errorsJson(result.firstErrors)},
              {"files", json::object()}};
     if (!result.failure.empty())
-        out["error"] = {
-            {"text", result.failure}, {"where", result.where}, {"remedy", remedyOf(result.code, result.failure)}};
+        out["error"] = {{"text", result.failure},
+                        {"where", result.where},
+                        {"remedy", remedyOf(result.code, result.failure, result.doctorTakes)}};
     if (!result.scenario.empty())
         out["scenario"] = result.scenario;
     if (!result.dataRate.empty())

@@ -25,8 +25,9 @@ std::string soakText(const SoakResult& result) {
     if (result.rounds == 0)
         return {};
     std::ostringstream out;
-    out << (result.scenario.empty() ? std::string("the capture unit's own generator")
-                                    : "the simulated unit's own generator, scenario " + result.scenario);
+    out << (result.scenario.empty()
+                ? std::string("the capture unit's own generator")
+                : "the simulated unit's own generator, which bypasses the wiring, scenario " + result.scenario);
     if (result.dataPins)
         out << ", " << countText(*result.dataPins, "data pin");
     if (!result.dataRate.empty())

@@ -20,6 +20,20 @@ TEST(Inputs, SettingsThatTheReceiverRefusesAreCodeThreeAndTheFileStays) {
     EXPECT_FALSE(run.json.contains("recording"));
 }
 
+TEST(Inputs, DamagedSettingsAreCodeThreeAndNamedAsTheUserNamedThem) {
+    for (const char* text : {"", "<CHANNEL-SETUP>\n\t<num_p", "\x01\xFF<>&\x80 no settings"}) {
+        const RunSpace space;
+        const auto file = space.write("mine.xml", text);
+        const Outcome run = space.record("clean", {"--settings", file.string()});
+        EXPECT_EQ(run.code, 3) << run.errors;
+        const std::string told = withoutProgress(run.errors);
+        EXPECT_THAT(told,
+                    testing::StartsWith("orvtrace: " + file.string() + ": the receiver cannot use these settings"));
+        EXPECT_EQ(lines(told), 1U) << told;
+        EXPECT_EQ(readBytes(file), text);
+    }
+}
+
 TEST(Outputs, ASecondRunIntoAFolderNeedsForce) {
     const RunSpace space;
     ASSERT_EQ(space.record("one-pin").code, 0);
@@ -33,9 +47,9 @@ TEST(Outputs, TextTellsPinsRateAndFiles) {
     const Outcome run = space.run({"record", "--scenario", "two-pin", "--out", space.file("run").string()});
     EXPECT_EQ(run.code, 0) << run.errors;
     EXPECT_THAT(withoutProgress(run.errors), IsEmpty());
-    EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz, setting 1 of 2"));
+    EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz, setting 1 (of 0 to 1)"));
     EXPECT_THAT(run.output, HasSubstr("\nData 2 "));
-    EXPECT_THAT(run.output, HasSubstr("recorded 256.00 kB"));
+    EXPECT_THAT(run.output, HasSubstr("recorded 256.00 KiB"));
     EXPECT_THAT(run.output, HasSubstr("two-pin.bin"));
     // A carriage return may only be a part of the system's line end.
     for (std::size_t at = run.output.find('\r'); at != std::string::npos; at = run.output.find('\r', at + 1))
@@ -55,6 +69,7 @@ TEST(Outputs, ProgressIsALineForEachPhaseOrNothing) {
     const RunSpace space;
     const Outcome run = space.record("one-pin");
     ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("orvtrace: starting the data server"));
     EXPECT_THAT(run.errors, HasSubstr("orvtrace: calibrating"));
     EXPECT_THAT(run.errors, HasSubstr("orvtrace: recording"));
     EXPECT_THAT(space.record("one-pin", {"--force", "--quiet"}).errors, IsEmpty());
@@ -124,7 +139,7 @@ TEST(Calibrations, TheTablesAreForPeople) {
     const RunSpace space;
     const Outcome run = space.run({"calibrate", "--scenario", "two-pin", "--out", space.file("run").string()});
     ASSERT_EQ(run.code, 0) << run.errors;
-    EXPECT_THAT(run.output, HasSubstr("samples/bit, data change "));
+    EXPECT_THAT(run.output, HasSubstr("samples a clock period, clock taken "));
     EXPECT_THAT(run.output, HasSubstr("\nClock "));
     EXPECT_THAT(run.output, HasSubstr("kept"));
     EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz"));

@@ -123,20 +123,74 @@ TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
           {"calibrate"},
           {"calibrate", "--scenario", "clean", "--seconds", "1"},
           {"soak", "--seconds", "-1"},
-          {"pins"},
+          {"pins", "--kind", "pti"},
           {"pins", "--device", "bench/app", "--kind", "etm"},
           {"pins", "--device", "bench/app", "--pins", "9"},
           {"tdf"},
           {"tdf", "list"},
           {"tdf", "create", "x.bin"},
-          {"tdf", "extract", "x.tdf"},
-          {"--json"}}) {
+          {"tdf", "extract", "x.tdf"}}) {
         const Outcome run = space.run(arguments);
         EXPECT_EQ(run.code, 2) << run.errors;
         EXPECT_THAT(run.output, IsEmpty());
         EXPECT_EQ(lines(run.errors), 1U) << run.errors;
         EXPECT_THAT(run.errors, HasSubstr("--help"));
     }
+}
+
+TEST(CommandLine, WrongUsageIsAnObjectForAScriptWhereverItAsks) {
+    const RunSpace space;
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"--json"},
+                                                      {"--json", "--bogus"},
+                                                      {"--bogus", "--json"},
+                                                      {"record", "--bogus", "--json"},
+                                                      {"record", "--json", "--scenario"},
+                                                      {"tdf", "list", "--json"}}) {
+        const Outcome run = space.run(arguments);
+        EXPECT_EQ(run.code, 2);
+        ASSERT_TRUE(run.json.is_object()) << run.output;
+        EXPECT_EQ(run.json.at("outcome"), "usage");
+        EXPECT_EQ("orvtrace: " + run.json.at("error").at("text").get<std::string>() + "\n",
+                  withoutProgress(run.errors));
+    }
+}
+
+/// The line on the standard error output, without its pointer to the help.
+std::string saidTo(const std::vector<std::string>& arguments) {
+    const RunSpace space;
+    const std::string text = space.run(arguments).errors;
+    return text.substr(0, text.find("; see 'orvtrace"));
+}
+
+TEST(CommandLine, WrongUsageIsToldInTheWordsOfTheHelp) {
+    EXPECT_EQ(saidTo({"recrod", "--scenario", "x"}), "orvtrace: there is no subcommand 'recrod'; did you mean record?");
+    EXPECT_EQ(saidTo({"tdf", "lst"}), "orvtrace: there is no subcommand 'lst'; did you mean list?");
+    EXPECT_EQ(saidTo({"bogus"}), "orvtrace: there is no subcommand 'bogus'");
+    EXPECT_EQ(saidTo({"record", "--secnods", "2"}),
+              "orvtrace: there is no option --secnods here; did you mean --seconds?");
+    EXPECT_EQ(saidTo({"calibrate", "--scenario", "clean", "--seconds", "2"}),
+              "orvtrace: there is no option --seconds here");
+    EXPECT_EQ(saidTo({"tdf", "list", "a.tdf", "b.tdf"}), "orvtrace: 'b.tdf' is not expected here");
+    EXPECT_EQ(saidTo({"tdf", "list"}), "orvtrace: FILE.tdf is required");
+    EXPECT_EQ(saidTo({"tdf", "create", "x.bin"}), "orvtrace: FILE.tdf: the file's name must end in .tdf");
+    EXPECT_EQ(saidTo({"report"}), "orvtrace: DIR|STEM is required");
+    EXPECT_EQ(saidTo({"record", "--scenario"}), "orvtrace: --scenario needs a value: NAME|FILE");
+    EXPECT_EQ(saidTo({"tdf"}), "orvtrace: a subcommand is required");
+}
+
+TEST(CommandLine, NumbersHaveOneRule) {
+    for (const char* text : {"abc", "nan", "inf", ""})
+        EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--seconds", text}),
+                  "orvtrace: --seconds: '" + std::string(text) + "' is not a number");
+    EXPECT_EQ(saidTo({"soak", "--seconds", "1e9"}), "orvtrace: --seconds: must be from 0 to 10000000");
+    EXPECT_EQ(saidTo({"burst", "x", "--from", "abc"}), "orvtrace: --from: 'abc' is not a whole number");
+    EXPECT_EQ(saidTo({"burst", "x", "--to", "0"}), "orvtrace: --to: must be from 1 to 1000000000");
+    EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--repeat", "1.5"}),
+              "orvtrace: --repeat: '1.5' is not a whole number");
+    EXPECT_EQ(saidTo({"tdf", "extract", "x.tdf", "y", "--number", "0"}),
+              "orvtrace: --number: must be from 1 to 1000000");
+    EXPECT_EQ(saidTo({"tdf", "create", "x.tdf", "--data", "y", "--version", "4294967296"}),
+              "orvtrace: --version: must be from 0 to 4294967295");
 }
 
 TEST(CommandLine, AFailureIsOneJsonObjectForAScript) {
@@ -167,6 +221,7 @@ TEST(ScenarioList, OneIsExplained) {
     const Outcome told = space.run({"scenarios", "stuck-pin"});
     EXPECT_EQ(told.code, 0) << told.errors;
     EXPECT_THAT(told.output, HasSubstr("is stuck at "));
+    EXPECT_THAT(told.output, testing::ContainsRegex("outcome   calibration-refused: failed to calibrate channel\r?\n"));
     EXPECT_THAT(told.output, HasSubstr("orvtrace record --scenario stuck-pin"));
     const Outcome unknown = space.run({"scenarios", "stuck"});
     EXPECT_EQ(unknown.code, 3);
@@ -176,17 +231,36 @@ TEST(ScenarioList, OneIsExplained) {
 TEST(Inputs, MissingAndDamagedFilesAreCodeThreeAndNamed) {
     const RunSpace space;
     const std::string damaged = space.write("damaged.toml", "name = \"x\ncpu = 1").string();
+    const std::string empty = space.write("empty.bin", "").string();
+    const std::string noSettings = space.write("no-settings.xml", "<a>\n</a>\n").string();
     for (const std::vector<std::string>& more : {std::vector<std::string>{"--scenario", "no-such"},
                                                  {"--scenario", damaged},
                                                  {"--scenario", "clean", "--settings", "no-such.xml"},
+                                                 {"--scenario", "clean", "--settings", noSettings},
+                                                 {"--scenario", "clean", "--play", empty},
                                                  {"--scenario", "clean", "--play", "no-such.bin"}}) {
         std::vector<std::string> arguments{"record", "--out", space.file("run").string()};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const Outcome run = space.run(arguments);
         EXPECT_EQ(run.code, 3) << run.errors;
         EXPECT_EQ(lines(run.errors), 1U) << run.errors;
+        EXPECT_THAT(run.errors, HasSubstr(more.back()));
         EXPECT_FALSE(std::filesystem::exists(space.file("run"))) << "nothing may be started";
     }
+}
+
+TEST(Inputs, AFolderInABurstsPlaceNamesTheBurstsInIt) {
+    const RunSpace space;
+    const auto folder = space.file("run");
+    const std::vector<std::string> arguments{"burst", folder.string(), "--vcd", space.file("x.vcd").string()};
+    std::filesystem::create_directories(folder / "data");
+    EXPECT_THAT(space.run(arguments).errors, HasSubstr(" is a folder without a burst"));
+    const auto second = space.write("run/data/b.cap.txt", "");
+    const auto first = space.write("run/data/a.freq1.cap.txt", "");
+    const Outcome run = space.run(arguments);
+    EXPECT_EQ(run.code, 3);
+    EXPECT_THAT(run.errors, HasSubstr(" is a folder; name one of its bursts: "));
+    EXPECT_LT(run.errors.find("a.freq1.cap.txt"), run.errors.find("b.cap.txt")) << run.errors;
 }
 
 TEST(Outputs, ExistingOnesAreCodeEightBeforeAnythingStarts) {

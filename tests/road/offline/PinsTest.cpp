@@ -45,6 +45,27 @@ TEST(Pins, OneWishIsGrantedOrRefusedWithItsReason) {
                                           "0,1; 5,2"));
 }
 
+TEST(Pins, AKindLeavesOutTheOthersPinOuts) {
+    const RunSpace space;
+    const Outcome run = space.run({"pins", "--device", "bench/app", "--kind", "tpiu", "--json"});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    EXPECT_EQ(run.json.at("pinouts").size(), 5U);
+    for (const json& pinout : run.json.at("pinouts"))
+        EXPECT_EQ(pinout.at("kind"), "tpiu");
+    EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--kind", "tpiu"}).output.find(" pti "), std::string::npos);
+}
+
+TEST(Pins, AloneTellsTheDevicesOfTheBench) {
+    const RunSpace space;
+    const Outcome run = space.run({"pins"});
+    EXPECT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("bench/app "));
+    const Outcome told = space.run({"pins", "--json"});
+    ASSERT_EQ(told.code, 0);
+    EXPECT_EQ(told.json.at("devices").size(), lines(run.output));
+    EXPECT_EQ(told.json.at("devices").at(0).at("device"), "bench/app");
+}
+
 TEST(Pins, AnUnknownDeviceIsOneLine) {
     const RunSpace space;
     for (const char* device : {"bench/none", "bench/no-trace"}) {

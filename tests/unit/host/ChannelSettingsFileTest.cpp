@@ -51,17 +51,31 @@ TEST(ChannelSettingsFile, AFolderThatIsNotThereIsAnUnwritableOutput) {
     }
 }
 
+TEST(ChannelSettingsFile, WhatTheReceiverCouldNotReadIsNamedBeforehand) {
+    const std::string good = channelSettingsText(ChannelSettings());
+    EXPECT_EQ(settingsFault(good), "");
+    EXPECT_EQ(settingsFault(""), "it is no channel settings file");
+    EXPECT_EQ(settingsFault("\x01\xFF nothing of the kind"), "it is no channel settings file");
+    EXPECT_EQ(settingsFault("<CHANNEL-SETUP>\n\t<num_pins>3</num_pins>\n</CHANNEL-SETUP>\n"),
+              "it lacks <no_emu0>, <drm_type>, <drm_key>, <is_sync>, <is_stop_on_full>, <pin_map>, <bufsize_current>, "
+              "<drm_xmtr>, <start_port>");
+    std::string without = good;
+    without.replace(without.find("<pin_map>"), 4, "<pun");
+    EXPECT_EQ(settingsFault(without), "it lacks <pin_map>");
+}
+
 TEST(BufferSize, EveryNameAndItsShortFormsAreUnderstood) {
     for (unsigned index = 0; index < bufferSizes.size(); ++index)
         EXPECT_EQ(bufferIndexOf(bufferSizes[index]), index);
     EXPECT_EQ(bufferIndexOf("4M"), 4U);
     EXPECT_EQ(bufferIndexOf("4mb"), 4U);
+    EXPECT_EQ(bufferIndexOf("4 MiB"), 4U);
     EXPECT_EQ(bufferIndexOf("256K"), 0U);
     EXPECT_EQ(bufferIndexOf("128 MB"), 9U);
 }
 
 TEST(BufferSize, WhatTheUnitDoesNotHaveIsNone) {
-    for (const char* text : {"", "3M", "256", "256M", "M", "4 MiB", "-4M"})
+    for (const char* text : {"", "3M", "256", "256M", "M", "4 Mi B i", "-4M"})
         EXPECT_FALSE(bufferIndexOf(text)) << text;
 }
 

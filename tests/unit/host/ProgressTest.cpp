@@ -1,5 +1,7 @@
 #include "host/session/Progress.h"
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace host {
@@ -8,10 +10,17 @@ namespace {
 TEST(ProgressStepTest, ARecordingHasRateAndFill) {
     const ProgressStep step = stepOfStatus("Recording : 190.7 Mbits/second :  37% full");
     EXPECT_EQ(step.phase, "recording");
-    EXPECT_EQ(step.rate, "190.7 Mbits/second");
+    EXPECT_EQ(step.rate, "200.0 Mbits/second") << "in powers of 1000, as every other rate";
     ASSERT_TRUE(step.fraction);
     EXPECT_DOUBLE_EQ(*step.fraction, 0.37);
     EXPECT_EQ(step.fractionWord, "full");
+}
+
+TEST(ProgressStepTest, RatesOfEverySizeAreInPowersOfAThousand) {
+    EXPECT_EQ(stepOfStatus("Recording : 512.0 bits/second :   0% full").rate, "512.0 bits/second");
+    EXPECT_EQ(stepOfStatus("Recording : 1.0 kbits/second :   0% full").rate, "1.0 kbits/second");
+    EXPECT_EQ(stepOfStatus("Recording : 1000.0 kbits/second :   0% full").rate, "1024.0 kbits/second");
+    EXPECT_EQ(stepOfStatus("Recording : 1.0 Gbits/second :   0% full").rate, "1.1 Gbits/second");
 }
 
 TEST(ProgressStepTest, AnUploadHasItsShare) {
@@ -81,6 +90,29 @@ TEST(ProgressLineTest, OnATerminalNoLineWraps) {
         line.show({std::string(200, 'x'), {}, {}, {}, {}});
     }
     EXPECT_LE(testing::internal::GetCapturedStderr().find('\r', 1), 80U);
+}
+
+TEST(ProgressLineTest, ANarrowTerminalCutsTheLineToItsWidth) {
+    testing::internal::CaptureStderr();
+    {
+        std::size_t columns = 40;
+        ProgressLine line(ProgressStyle::Terminal, [&] { return columns; });
+        line.show({std::string(60, 'x'), {}, {}, {}, {}});
+        columns = 0;
+        line.show({std::string(60, 'y'), {}, {}, {}, {}});
+    }
+    const std::string text = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(text.begin(), text.end(), 'x'), 39);
+    EXPECT_EQ(std::count(text.begin(), text.end(), 'y'), 1);
+}
+
+TEST(ProgressFollowerTest, ShowsAPhaseAtOnce) {
+    testing::internal::CaptureStderr();
+    {
+        ProgressLine line(ProgressStyle::Plain);
+        const ProgressFollower follower([] { return ProgressStep{"starting", {}, {}, {}, {}}; }, line);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "orvtrace: starting\n");
 }
 
 TEST(ProgressLineTest, QuietSaysNothing) {

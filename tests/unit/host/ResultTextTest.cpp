@@ -25,6 +25,8 @@ RecordResult sample() {
                                "eCALIBRATE(12) : failed to calibrate channel : clock margin too low"}};
     result.calibration.emplace();
     result.calibration->dataRate = "200.00 Mbits/second";
+    result.calibration->rates = {5e7, 1e8, 2e8, 28.0};
+    result.doctorTakes = "the run";
     for (const char* name : {"Clock", "Data 1", "Data 2"}) {
         diagnostics::CalPin pin;
         pin.name = name;
@@ -60,10 +62,10 @@ TEST(Places, AMapThatCannotBeReadHasNone) {
 
 TEST(ResultText, TellsChosenRejectedPinsAndFiles) {
     const std::string text = resultText(sample());
-    EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 of 3"));
+    EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 (of 0 to 2), data rate 200.00 Mbits/second"));
     EXPECT_THAT(text, HasSubstr("rejected: setting 2, 100 MHz: failed to calibrate channel : clock margin too low\n"));
     EXPECT_THAT(text, HasSubstr("Data 1     2   1      7       -1        -5 +6"));
-    EXPECT_THAT(text, HasSubstr("recorded 8.00 kB (1024 samples)"));
+    EXPECT_THAT(text, HasSubstr("recorded 8.00 KiB (1024 samples)"));
     EXPECT_THAT(text, HasSubstr("CRC-32 cbf43926"));
     EXPECT_THAT(text, HasSubstr("x.bin\n"));
 }
@@ -73,6 +75,54 @@ TEST(ResultText, APinThatNeverChangesHasNoCorrelation) {
     result.calibration->pins[1].correlationAtZero = std::numeric_limits<double>::quiet_NaN();
     EXPECT_THAT(resultText(result), HasSubstr("-5 +6            -\n"));
     EXPECT_TRUE(nlohmann::json::parse(resultJson(result))["calibration"]["pins"][1]["correlationAtZero"].is_null());
+}
+
+TEST(ResultText, ACalibrationThatEndedAheadOfItsFirstAttemptHasNoPins) {
+    RecordResult result = sample();
+    result.calibrated = false;
+    result.attempts.clear();
+    EXPECT_THAT(resultText(result), Not(HasSubstr("Data 1")));
+    EXPECT_THAT(attemptsText(result), Not(HasSubstr("Data 1")));
+    EXPECT_THAT(attemptsText(result), Not(HasSubstr("Lengths are in samples")));
+}
+
+TEST(ResultText, GivenValuesWithoutAnAttemptAreTold) {
+    RecordResult result = sample();
+    result.attempts.clear();
+    EXPECT_THAT(resultText(result), HasSubstr("Data 1"));
+    EXPECT_THAT(attemptsText(result), HasSubstr("Data 1"));
+}
+
+TEST(ResultText, WithoutAMeasuredFrequencyThereIsNoDataRate) {
+    RecordResult result = sample();
+    result.log.frequencies.clear();
+    result.calibration->rates = {};
+    result.calibration->dataRate = "0.00 ybits/second";
+    EXPECT_THAT(resultText(result), HasSubstr("calibrated with fixed values, no frequency was measured, in "));
+    EXPECT_THAT(resultText(result), Not(HasSubstr("bits/second")));
+}
+
+TEST(ResultText, BelowTheSlowestAnalysedClockTheLegendSaysThatNothingIsMeasured) {
+    RecordResult result = sample();
+    EXPECT_THAT(resultText(result), HasSubstr("Lengths are in samples"));
+    result.calibration->rates.exportFrequency = 9e6;
+    EXPECT_THAT(resultText(result),
+                HasSubstr("Below 10.1 MHz nothing is measured: the unit keeps its default settings"));
+    EXPECT_THAT(resultText(result), Not(HasSubstr("Lengths are in samples")));
+}
+
+TEST(ResultText, TheOnlySettingHasNoRange) {
+    RecordResult result = sample();
+    result.log.frequencies = {{0, 5e7, FrequencySetting::Verdict::Chosen, ""}};
+    EXPECT_THAT(resultText(result), HasSubstr("calibrated at 50 MHz, setting 0, data rate"));
+}
+
+TEST(ResultText, EndsWithWhatCanBeDoneNext) {
+    RecordResult result = sample();
+    EXPECT_THAT(resultText(result),
+                testing::EndsWith("\nnext: orvtrace report \"the run\" makes a page about the calibration\n"));
+    result.files.emplace_back("report", "p.html");
+    EXPECT_THAT(attemptsText(result), testing::EndsWith("\nnext: open p.html in a browser\n"));
 }
 
 TEST(ResultText, SeveralRecordingsAreNumbered) {
@@ -85,15 +135,15 @@ TEST(ResultText, SeveralRecordingsAreNumbered) {
 
 TEST(AttemptsText, HasATableForEachAttemptAndTheVerdict) {
     const std::string text = attemptsText(sample());
-    const std::size_t first = text.find("setting 2, 100 MHz, data change with the clock\n"
+    const std::size_t first = text.find("setting 2, 100 MHz, clock taken half a period later\n"
                                         "dropped: failed to calibrate channel : clock margin too low\n");
     const std::size_t second = text.find("setting 1, 50 MHz, ");
     EXPECT_NE(first, std::string::npos) << text;
     EXPECT_NE(second, std::string::npos) << text;
     EXPECT_LT(first, second);
-    EXPECT_THAT(text, HasSubstr("data change between clock edges\npin "));
+    EXPECT_THAT(text, HasSubstr("setting 1, 50 MHz, 28.00 samples a clock period, clock taken as it comes\npin "));
     EXPECT_THAT(text, HasSubstr("\nkept\n"));
-    EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 of 3"));
+    EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 (of 0 to 2), data rate 200.00 Mbits/second"));
     EXPECT_THAT(text, HasSubstr("not tried: setting 0, 12.5 MHz\n"));
 }
 
@@ -152,8 +202,8 @@ TEST(Units, FrequenciesAndSizesAreScaled) {
     EXPECT_EQ(frequencyText(999.0), "999 Hz");
     EXPECT_EQ(frequencyText(1.4e9), "1.4 GHz");
     EXPECT_EQ(sizeText(0), "0 bytes");
-    EXPECT_EQ(sizeText(1536), "1.50 kB");
-    EXPECT_EQ(sizeText(std::uint64_t{128} << 20), "128.00 MB");
+    EXPECT_EQ(sizeText(1536), "1.50 KiB");
+    EXPECT_EQ(sizeText(std::uint64_t{128} << 20), "128.00 MiB");
 }
 
 TEST(Reason, StatusNameAndNumberAreDropped) {

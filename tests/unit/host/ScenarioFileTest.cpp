@@ -69,6 +69,16 @@ TEST(ScenarioFile, AFolderThatIsNotThereHasNone) {
     EXPECT_TRUE(listScenarios("no-such-folder").empty());
 }
 
+TEST(ScenarioFile, ANameWithoutTheBenchSaysThatTheBenchIsMissing) {
+    try {
+        scenarioFile("clean", "no-such-folder");
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.code, ExitCode::NoSystem);
+        EXPECT_THAT(failure.what(), testing::HasSubstr("the simulated bench is not installed"));
+    }
+}
+
 TEST(ScenarioFile, WhatIsParticularAboutTheBenchIsTold) {
     const TempFolder folder;
     const Scenario scenario = readScenario(folder.write(
