@@ -44,6 +44,25 @@ TEST_F(Interrupt, StopsInOrderAndKeepsWhatWasCaptured) {
     EXPECT_EQ(space.run({"tdf", "list", space.file("out.tdf").string()}).code, 0);
 }
 
+TEST_F(Interrupt, TheSecondEndsTheProgramAtOnceAndSaysSo) {
+    // The server keeps the program waiting for longer than the two take, and then finds it gone.
+    const auto scenario =
+        space.write("slow.toml", "cpu = \"bench/app\"\n[[faults.at]]\nnth = 20\naction = \"late\"\nseconds = 3.0\n");
+    const Outcome run = space.run({"record", "--scenario", scenario.string(), "--out", space.file("run").string()}, {},
+                                  [&](RunningProgram& running) {
+                                      waitForPhase(space, "calibrating");
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(500));
+                                      EXPECT_TRUE(running.interrupt());
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                                      EXPECT_TRUE(running.interrupt());
+                                  });
+    EXPECT_EQ(run.code, -1) << run.errors;
+    EXPECT_THAT(run.errors,
+                testing::EndsWith("\norvtrace: ended at once by a second interrupt; what was captured may be "
+                                  "lost\n"));
+    std::this_thread::sleep_for(std::chrono::seconds(4));
+}
+
 TEST_F(Interrupt, EndsASeriesOfRecordings) {
     const Outcome run = space.run({"record", "--json", "--scenario", "stop-by-user", "--repeat", "9999", "--seconds",
                                    "0.1", "--out", space.file("run").string()},

@@ -135,6 +135,20 @@ TEST(Calibrations, EveryAttemptIsTold) {
     EXPECT_EQ(attempts.back().at("setting"), good.json.at("calibration").at("setting"));
 }
 
+TEST(Calibrations, OneThatIsRefusedLeavesAPageAndNamesTheDoctorsCommand) {
+    const RunSpace space;
+    const Outcome run =
+        space.run({"record", "--json", "--scenario", "no-clock", "--out", space.file("a run").string()});
+    EXPECT_EQ(run.code, 5) << run.errors;
+    EXPECT_TRUE(std::filesystem::exists(space.file("a run") / "no-clock.report.html"));
+    EXPECT_EQ(run.json.at("error").at("remedy"), "orvtrace doctor \"" + space.file("a run").string() + "\" tells why");
+    EXPECT_THAT(run.errors, HasSubstr("orvtrace doctor \"" + space.file("a run").string() + "\" tells why (log: "));
+    EXPECT_EQ(space.run({"doctor", space.file("a run").string()}).code, 10);
+    const Outcome text = space.run({"record", "--scenario", "no-clock", "--out", space.file("b").string()});
+    EXPECT_THAT(text.output, testing::Not(HasSubstr("\nClock "))) << "nothing was computed for any pin";
+    EXPECT_THAT(text.output, HasSubstr("\nnext: open "));
+}
+
 TEST(Calibrations, TheTablesAreForPeople) {
     const RunSpace space;
     const Outcome run = space.run({"calibrate", "--scenario", "two-pin", "--out", space.file("run").string()});
