@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "bench/scenarios/FilePath.h"
 #include "bench/server/DataServer.h"
 
 namespace {
@@ -20,11 +21,6 @@ constexpr int failed = 1;
 std::string environment(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
-}
-
-// Narrow texts are UTF-8 in this program, also where a path's own constructor takes them for something else.
-std::filesystem::path pathOf(const std::string& text) {
-    return std::u8string(text.begin(), text.end());
 }
 
 std::optional<std::uint16_t> portOf(const char* text) {
@@ -41,12 +37,12 @@ bench::ServerOptions optionsOf(std::uint16_t port) {
     if (scenario.empty()) {
         throw bench::ServerError("ORV_BENCH_SCENARIO is not set: it names the scenario file of this run");
     }
-    options.scenario = bench::loadScenario(scenario);
+    options.scenario = bench::loadScenario(bench::filePath(scenario));
     const std::string folder = environment("ORV_BENCH_DIR");
     if (folder.empty()) {
         throw bench::ServerError("ORV_BENCH_DIR is not set: it names a writable folder of this run");
     }
-    options.folder = pathOf(folder);
+    options.folder = bench::filePath(folder);
     const std::string play = environment("ORV_BENCH_PLAY");
     if (!play.empty()) {
         std::ifstream in(play, std::ios::binary);
@@ -63,13 +59,13 @@ void leaveLastWords(const std::string& words) {
     std::cerr << words << "\n";
     const std::string folder = environment("ORV_BENCH_DIR");
     if (!folder.empty()) {
-        std::ofstream(pathOf(folder) / "server.log", std::ios::app) << words << "\n";
+        std::ofstream(bench::filePath(folder) / "server.log", std::ios::app) << words << "\n";
     }
 }
 
 int check(const std::string& file) {
     try {
-        bench::loadScenario(file);
+        bench::loadScenario(bench::filePath(file));
     } catch (const bench::ScenarioError& error) {
         std::cerr << error.what() << "\n";
         return failed;

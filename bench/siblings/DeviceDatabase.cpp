@@ -7,6 +7,7 @@
 
 #include <toml++/toml.h>
 
+#include "bench/scenarios/FilePath.h"
 #include "bench/siblings/LibraryFolder.h"
 
 namespace bench {
@@ -117,7 +118,7 @@ DeviceDatabase DeviceDatabase::load(const std::filesystem::path& file) {
 std::filesystem::path DeviceDatabase::defaultFile() {
     const char* named = std::getenv("ORV_BENCH_DEVICES");
     if (named != nullptr && *named != 0)
-        return named;
+        return filePath(named);
     return libraryFolder() / "devices.toml";
 }
 

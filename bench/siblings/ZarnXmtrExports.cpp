@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "bench/scenarios/FilePath.h"
 #include "bench/siblings/XmtrLibrary.h"
 
 // ORV_BENCH_SCENARIO names the scenario whose target this is, ORV_BENCH_DIR the run's folder with the server's port.
@@ -15,7 +16,8 @@ __attribute__((visibility("default"))) Vx::Qrs::Trace::IXmtrLibrary* CreateXmtr(
         return nullptr;
     }
     try {
-        return new bench::XmtrLibrary(bench::loadScenario(scenario), std::string(folder) + "/side.port");
+        return new bench::XmtrLibrary(bench::loadScenario(bench::filePath(scenario)),
+                                      std::string(folder) + "/side.port");
     } catch (const std::exception& error) {
         std::fprintf(stderr, "bench: %s\n", error.what());
         return nullptr;

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "host/basics/FilePath.h"
 #include "host/basics/MadeFolders.h"
 #include "host/files/ScenarioFile.h"
 
@@ -19,7 +20,7 @@ public:
 
     const std::filesystem::path& path() const { return folder; }
     std::filesystem::path benchFolder() const { return folder / "bench"; }
-    std::filesystem::path settingsFile(const std::string& stem) const { return folder / (stem + ".xml"); }
+    std::filesystem::path settingsFile(const std::string& stem) const { return folder / filePath(stem + ".xml"); }
 
     /// Whether a file lies where clear() takes away everything.
     bool willClear(const std::filesystem::path& file) const;
