@@ -1,9 +1,6 @@
-#include "host/burst/BurstCommand.h"
 #include "host/commands/Command.h"
 #include "host/commands/Commands.h"
-#include "host/doctor/DoctorCommand.h"
 #include "host/platform/Platform.h"
-#include "host/report/ReportCommand.h"
 
 namespace {
 

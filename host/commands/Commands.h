@@ -2,13 +2,16 @@
 
 #include "host/commands/Command.h"
 
-// The subcommands that live in this folder.
+// The subcommands.
 
 namespace host {
 
 std::unique_ptr<Command> makeRecordCommand();
 std::unique_ptr<Command> makeCalibrateCommand();
 std::unique_ptr<Command> makeSoakCommand();
+std::unique_ptr<Command> makeReportCommand();
+std::unique_ptr<Command> makeDoctorCommand();
+std::unique_ptr<Command> makeBurstCommand();
 std::unique_ptr<Command> makeTdfCommand();
 std::unique_ptr<Command> makePinsCommand();
 std::unique_ptr<Command> makeScenariosCommand();

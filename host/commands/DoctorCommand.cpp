@@ -1,5 +1,3 @@
-#include "host/doctor/DoctorCommand.h"
-
 #include <cstdio>
 #include <iostream>
 
@@ -7,6 +5,7 @@
 
 #include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
+#include "host/commands/Commands.h"
 #include "host/doctor/DiagnosisText.h"
 
 namespace host {

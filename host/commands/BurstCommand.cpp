@@ -1,5 +1,3 @@
-#include "host/burst/BurstCommand.h"
-
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
@@ -7,11 +5,11 @@
 #include <CLI/CLI.hpp>
 
 #include "host/basics/FilePath.h"
-#include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
 #include "host/basics/Numbers.h"
 #include "host/basics/OutputFiles.h"
 #include "host/burst/BurstExport.h"
+#include "host/commands/Commands.h"
 
 namespace host {
 
@@ -51,9 +49,7 @@ public:
         app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required()->option_text("FILE");
         app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->option_text("FILE");
         app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->option_text("FILE");
-        app.add_option("--from", from, "First sample (0)")
-            ->option_text("N")
-            ->check(wholeNumberFrom(0, mostSamples));
+        app.add_option("--from", from, "First sample (0)")->option_text("N")->check(wholeNumberFrom(0, mostSamples));
         app.add_option("--to", to, "One behind the last sample (all)")
             ->option_text("N")
             ->check(wholeNumberFrom(1, mostSamples));
