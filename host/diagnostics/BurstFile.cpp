@@ -44,6 +44,11 @@ void takeSamples(Burst& burst, const TextLine& line, std::size_t sample, const s
     std::string_view rest = line.text;
     for (std::size_t proc = 0; proc < burst.pins.size(); ++proc) {
         rest = trimmed(rest);
+        if (proc + 1 == burst.pins.size() && (rest == "0" || rest == "1"))
+            damaged(file, line.number,
+                    "sample " + std::to_string(sample) +
+                        " has all levels but no number: the file is cut off; take it "
+                        "from the receiver's folder again");
         if (rest.size() < 2 || (rest.front() != '0' && rest.front() != '1') || rest[1] != ' ')
             damaged(file, line.number,
                     "expected " + std::to_string(burst.pins.size()) + " levels of 0 or 1, found " + shown(line.text));

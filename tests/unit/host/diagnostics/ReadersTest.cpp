@@ -127,6 +127,9 @@ TEST(BurstFile, DamageIsNamedByFileLineAndWhat) {
     EXPECT_EQ(failure(good.substr(0, good.find("Sample\n") + 7)),
               "x.cap.txt:7: there are no samples; take the file from the receiver's folder again");
     EXPECT_EQ(failure(good.substr(0, good.size() - 4)).substr(0, 12), "x.cap.txt:11") << "a last line that is cut off";
+    EXPECT_EQ(failure(replaced(good, " 1  0    2", " 1  0    ")),
+              "x.cap.txt:10: sample 2 has all levels but no number: the file is cut off; take it from the receiver's "
+              "folder again");
 }
 
 TEST(RegisterFile, RegistersHaveNamesAndMeanings) {
