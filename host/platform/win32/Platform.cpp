@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "host/basics/ExitCode.h"
+#include "host/basics/FilePath.h"
 
 namespace host {
 
@@ -32,10 +33,12 @@ void setEnvironment(const char* name, const std::string& value) {
 }
 
 std::string getEnvironment(const char* name) {
-    std::string value(32768, '\0');
-    const DWORD length = GetEnvironmentVariableA(name, value.data(), static_cast<DWORD>(value.size()));
+    // Wine's narrow call counts letters where bytes are meant, and cuts off the end.
+    std::wstring value(32768, L'\0');
+    const DWORD length =
+        GetEnvironmentVariableW(filePath(name).c_str(), value.data(), static_cast<DWORD>(value.size()));
     value.resize(length < value.size() ? length : 0);
-    return value;
+    return std::filesystem::path(value).string();
 }
 
 std::filesystem::path programFolder() {

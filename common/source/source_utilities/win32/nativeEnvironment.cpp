@@ -3,6 +3,8 @@
 #include "common/source/source_utilities/uEnvironment.h"
 
 #include <array>
+#include <cstring>
+#include <string>
 #include <vector>
 
 #include <direct.h>
@@ -16,9 +18,19 @@ const char separator = '\\';
 const char otherSeparator = '/';
 
 std::string getVariable(const char* name) {
-    std::vector<char> buffer(32768); // no value is longer
-    const DWORD length = GetEnvironmentVariableA(name, buffer.data(), static_cast<DWORD>(buffer.size()));
-    return length < buffer.size() ? std::string(buffer.data(), length) : std::string();
+    // Wine's narrow call counts letters where bytes are meant, and cuts off the end.
+    const std::wstring wideName(name, name + std::strlen(name)); // names are ASCII
+    std::vector<wchar_t> wide(32768);                            // no value is longer
+    const DWORD length = GetEnvironmentVariableW(wideName.c_str(), wide.data(), static_cast<DWORD>(wide.size()));
+    if (length == 0 || length >= wide.size()) {
+        return {};
+    }
+    const int count = static_cast<int>(length);
+    std::string value(std::size_t{length} * 4, '\0');
+    const int size = WideCharToMultiByte(CP_ACP, 0, wide.data(), count, value.data(), static_cast<int>(value.size()),
+                                         nullptr, nullptr);
+    value.resize(static_cast<std::size_t>(size));
+    return value;
 }
 
 void setVariable(const char* name, const char* value) {
