@@ -118,7 +118,8 @@ void printVersion(const VersionFacts& facts, bool json) {
 
 /// Also of a line that cannot be parsed.
 bool wantsJson(int argc, const char* const* argv) {
-    return std::any_of(argv + std::min(argc, 1), argv + argc, [](const char* each) { return std::string_view(each) == "--json"; });
+    return std::any_of(argv + std::min(argc, 1), argv + argc,
+                       [](const char* each) { return std::string_view(each) == "--json"; });
 }
 
 int fail(const Failure& failure, const CLI::App& app, bool json) {

@@ -100,9 +100,7 @@ void RecordRun::record(unsigned number) {
 
 /// A section more, or none: what the file held before stays as it was when this one cannot be written.
 void RecordRun::saveSection(CChannelDriver& channel, const fs::path& file, bool first) {
-    const auto add = [&](const fs::path& to) {
-        channel.SaveFile(to.string(), CChannelDriver::eSaveTraceDataFile);
-    };
+    const auto add = [&](const fs::path& to) { channel.SaveFile(to.string(), CChannelDriver::eSaveTraceDataFile); };
     if (first) {
         NewFile made(file);
         guardedOutput(file, [&] {
@@ -193,7 +191,8 @@ void RecordCommand::setUp(CLI::App& app) {
                         ->check(numberFrom(0.0, 1e6));
     auto* full =
         app.add_flag("--until-full", options.untilFull, "Record until the unit's buffer is full")->excludes(seconds);
-    app.add_flag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")->excludes(full);
+    app.add_flag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
+        ->excludes(full);
     app.add_flag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace")->excludes(full);
     app.add_option("--repeat", options.repeat, "Record N times on one calibration (1)")
         ->option_text("N")

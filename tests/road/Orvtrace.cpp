@@ -89,8 +89,9 @@ std::size_t lines(const std::string& text) {
 }
 
 std::string withoutProgress(const std::string& errors) {
-    static const std::regex progress("orvtrace: (\\d+ of \\d+: )?"
-                                     "(starting the data server|calibrating|recording|uploading|uploaded|reading back|soaking)(, .*)?\r?");
+    static const std::regex progress(
+        "orvtrace: (\\d+ of \\d+: )?"
+        "(starting the data server|calibrating|recording|uploading|uploaded|reading back|soaking)(, .*)?\r?");
     std::string rest;
     std::istringstream in(errors);
     for (std::string line; std::getline(in, line);) {
@@ -107,7 +108,8 @@ std::string readBytes(const fs::path& file) {
 
 std::vector<nlohmann::json> truthOf(const Outcome& run) {
     std::vector<nlohmann::json> all;
-    std::istringstream in(readBytes(host::filePath(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
+    std::istringstream in(
+        readBytes(host::filePath(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
     for (std::string line; std::getline(in, line);)
         all.push_back(nlohmann::json::parse(line));
     return all;
