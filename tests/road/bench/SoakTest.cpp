@@ -99,7 +99,7 @@ TEST(Soak, RoundsFollowEachOtherUntilTheTimeIsOver) {
     const RunSpace space;
     const Outcome run = space.run({"soak", "--seconds", "1", "--out", space.file("run").string()});
     EXPECT_EQ(run.code, 0) << run.errors;
-    EXPECT_THAT(run.output, HasSubstr("the simulated unit's own generator, scenario self-test, 4 data pins"));
+    EXPECT_THAT(run.output, HasSubstr("generator, which bypasses the wiring, scenario self-test, 4 data pins"));
     EXPECT_THAT(run.output, HasSubstr(" checked, 0 errors"));
     EXPECT_EQ(withoutProgress(run.errors), "");
 }

@@ -224,7 +224,7 @@ TEST(FailedUsage, AnUnknownOptionOrOneArgumentTooManyIsCodeTwo) {
         expectUsage(space, arguments, "--bogus");
         arguments.back() = "surplus";
         arguments.emplace_back("more");
-        expectUsage(space, arguments, "more");
+        expectUsage(space, arguments, "is not expected here");
     }
 }
 

@@ -208,6 +208,51 @@ bench::Scenario healthyCable(std::uint64_t seed) {
     return scenario;
 }
 
+TEST(BenchFaults, ASingleWordIsNotPutDownToTheClock) {
+    bench::Scenario scenario = namedScenario("clean");
+    scenario.transmitter.frequencies = {50e6};
+    bench::MemoryCell cell;
+    cell.byte = 100 * 512 + 40;
+    scenario.unit.cells.push_back(cell);
+    const BenchFiles files(scenario);
+    EXPECT_THAT(files.failure, HasSubstr("failed calibration pattern test"));
+    const host::Diagnosis diagnosis = files.diagnose();
+    ASSERT_THAT(kindsOf(diagnosis), ElementsAre("words-wrong"));
+    const host::Finding& finding = findingOf(diagnosis, "words-wrong");
+    EXPECT_EQ(finding.text, "single words of the proof came back wrong, right ones around them");
+    EXPECT_THAT(finding.evidence, ElementsAre(HasSubstr(": 1 fault, the first in packet 100, word 20")));
+    EXPECT_THAT(finding.remedy, HasSubstr("a defect of the unit's memory"));
+}
+
+TEST(BenchFaults, APatternThatBeginsABitLaterIsNoFault) {
+    bench::Scenario scenario = namedScenario("tpiu");
+    scenario.pins = 1;
+    const BenchFiles files(scenario);
+    EXPECT_EQ(files.failure, "");
+    EXPECT_THAT(kindsOf(files.diagnose()), IsEmpty());
+}
+
+TEST(BenchFaults, AShiftThatASwapMayHaveMadeSaysSo) {
+    // "tpiu" is proved with a pattern that is the same on all pins: the swap shows by its alignment only.
+    unsigned shifted = 0;
+    for (const unsigned seed : {1U, 2U, 3U, 4U, 5U, 6U}) {
+        bench::Scenario scenario = namedScenario("tpiu");
+        scenario.transmitter.frequencies = {50e6};
+        scenario.wiring.jitter = 0.2;
+        scenario.wiring.seed = seed;
+        PinWiring pin = wiring(1);
+        pin.swappedWith = 2;
+        scenario.wiring.pins.push_back(pin);
+        const host::Diagnosis diagnosis = BenchFiles(scenario).diagnose();
+        for (const host::Finding& finding : diagnosis.findings) {
+            ++shifted;
+            EXPECT_THAT(finding.remedy, HasSubstr("A wire that is swapped with another's would look like this, too"))
+                << finding.kind;
+        }
+    }
+    EXPECT_NE(shifted, 0U);
+}
+
 TEST(BenchFaults, HealthyCablesGiveNoFault) {
     for (std::uint64_t seed = 1; seed <= 12; ++seed) {
         const BenchFiles files(healthyCable(seed));
