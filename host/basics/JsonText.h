@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -12,6 +13,15 @@ namespace host {
 /// A JSON value as the program prints it. Texts of others may hold bytes that are no UTF-8: they are replaced.
 inline std::string jsonText(const nlohmann::json& value) {
     return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+/// What was not measured is null.
+template <class Number>
+nlohmann::json orNull(const std::optional<Number>& value) {
+    nlohmann::json answer;
+    if (value.has_value())
+        answer = *value;
+    return answer;
 }
 
 /// What a failure is for a script: "outcome", "exitCode" and "error". `run` as for remedyOf().

@@ -9,14 +9,6 @@ using diagnostics::CalFile;
 using diagnostics::CalPin;
 using nlohmann::json;
 
-template <class Number>
-json orNull(const std::optional<Number>& value) {
-    json answer;
-    if (value.has_value())
-        answer = *value;
-    return answer;
-}
-
 const char* verdictName(FrequencySetting::Verdict verdict) {
     switch (verdict) {
     case FrequencySetting::Verdict::Measured:

@@ -8,14 +8,6 @@ namespace {
 
 using nlohmann::json;
 
-template <class Number>
-json orNull(const std::optional<Number>& value) {
-    json answer;
-    if (value.has_value())
-        answer = *value;
-    return answer;
-}
-
 json errorsJson(const std::vector<RoundError>& errors) {
     json list = json::array();
     for (const auto& [round, error] : errors)

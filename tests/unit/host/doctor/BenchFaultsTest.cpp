@@ -17,12 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-PinWiring wiring(unsigned emu) {
-    PinWiring pin;
-    pin.emu = emu;
-    return pin;
-}
-
 /// The proc that a data pin of a map of four is sampled as.
 std::size_t procOf(unsigned emu) {
     return 5 - emu;

@@ -43,6 +43,12 @@ std::vector<std::string> scenarioNames() {
     return names;
 }
 
+bench::PinWiring wiring(unsigned emu) {
+    bench::PinWiring pin;
+    pin.emu = emu;
+    return pin;
+}
+
 bench::Scenario withPin(const bench::PinWiring& pin, const std::vector<double>& frequencies) {
     bench::Scenario scenario = namedScenario("clean");
     scenario.transmitter.frequencies = frequencies;

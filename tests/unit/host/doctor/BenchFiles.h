@@ -31,6 +31,8 @@ bench::Scenario namedScenario(const std::string& name);
 /// Every scenario file of the bench.
 std::vector<std::string> scenarioNames();
 
+/// Nothing particular about an EMU pin, yet.
+bench::PinWiring wiring(unsigned emu);
 /// "clean" with one wiring of a pin.
 bench::Scenario withPin(const bench::PinWiring& pin, const std::vector<double>& frequencies = {25e6, 50e6});
 

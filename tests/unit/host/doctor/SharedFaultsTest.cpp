@@ -18,12 +18,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-PinWiring wiring(unsigned emu) {
-    PinWiring pin;
-    pin.emu = emu;
-    return pin;
-}
-
 bench::Scenario withClock(const PinWiring& clock, const std::vector<double>& frequencies = {25e6, 50e6}) {
     return withPin(clock, frequencies);
 }
