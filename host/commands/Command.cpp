@@ -157,9 +157,9 @@ int runLine(const CommandList& commands, const VersionFacts& facts, int argc, co
     app.formatter(std::make_shared<NarrowFormatter>());
     app.set_help_flag("-h,--help", "Print this help and exit; each subcommand has its own");
     bool version = false;
-    bool versionJson = false;
-    auto* versionFlag = app.add_flag("--version", version, "Print version, build, compiler and system");
-    app.add_flag("--json", versionJson, "With --version: print one JSON value")->needs(versionFlag);
+    bool json = false;
+    app.add_flag("--version", version, "Print version, build, compiler and system");
+    app.add_flag("--json", json, "Print one JSON value instead of text");
     app.footer(exitCodeTable());
     for (const auto& command : commands)
         setUp(*command, app);
@@ -171,12 +171,13 @@ int runLine(const CommandList& commands, const VersionFacts& facts, int argc, co
         return fail(Failure(ExitCode::Usage, usageText(app, error)), app, wantsJson(argc, argv));
     }
     if (version) {
-        printVersion(facts, versionJson);
+        printVersion(facts, json);
         return static_cast<int>(ExitCode::Done);
     }
     for (const auto& command : commands) {
         if (!app.got_subcommand(command->name))
             continue;
+        command->json = command->json || json;
         try {
             return static_cast<int>(command->run());
         } catch (const Failure& failure) {

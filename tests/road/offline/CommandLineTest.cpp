@@ -154,6 +154,14 @@ TEST(CommandLine, WrongUsageIsAnObjectForAScriptWhereverItAsks) {
     }
 }
 
+TEST(CommandLine, JsonMayStandAheadOfTheSubcommand) {
+    const RunSpace space;
+    const Outcome ahead = space.run({"--json", "scenarios", "clean"});
+    EXPECT_EQ(ahead.code, 0) << ahead.errors;
+    ASSERT_TRUE(ahead.json.is_object()) << ahead.output;
+    EXPECT_EQ(ahead.output, space.run({"scenarios", "clean", "--json"}).output);
+}
+
 /// The line on the standard error output, without its pointer to the help.
 std::string saidTo(const std::vector<std::string>& arguments) {
     const RunSpace space;
