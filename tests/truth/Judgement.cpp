@@ -63,7 +63,7 @@ std::optional<std::string> faultOfLongRecording(BenchRig& rig) {
 } // namespace
 
 char letterOf(Outcome outcome) {
-    return "+trX"[static_cast<std::size_t>(outcome)];
+    return "+trw"[static_cast<std::size_t>(outcome)];
 }
 
 const char* nameOf(Outcome outcome) {

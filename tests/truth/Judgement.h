@@ -23,7 +23,7 @@ enum class Outcome {
     refused, ///< with a stated reason
     wrong,   ///< everything else
 };
-/// One character for each: '+', 't', 'r', 'X'.
+/// One character for each: '+', 't', 'r', 'w'.
 char letterOf(Outcome outcome);
 const char* nameOf(Outcome outcome);
 

@@ -119,7 +119,7 @@ std::string TruthTable::text(const std::string& title) const {
         std::snprintf(line, sizeof line, "%6u x ", count);
         out += line + reason + "\n";
     }
-    out += "\n+ right, t thin, r refused, X wrong\n";
+    out += "\n+ right, t thin, r refused, w wrong\n";
     for (std::size_t i = 0; i < letters.size(); i += lettersPerLine) {
         out += "seeds from " + std::to_string(firstSeed + i) + ": " + letters.substr(i, lettersPerLine) + "\n";
     }
