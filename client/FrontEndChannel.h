@@ -22,17 +22,18 @@ enum ChannelState : std::int32_t {
 
 /// A snapshot of a channel. Sizes in bytes, frequencies in Hz, the rate in bits per second.
 struct ChannelMetrics {
-    std::uint32_t bytesReady = 0; ///< what the unit holds, as last seen
+    std::uint32_t bytesReady = 0; ///< what the unit holds and has not yet sent, as last seen
     std::uint32_t bytesTotal = 0; ///< written to the host file
     std::int32_t state = Uncalibrated;
-    bool threadDone = false; ///< the control thread has finished
+    bool threadDone = false; ///< the control thread has finished; never set before one has run
     bool hasError = false;
     const char* errorText = ""; ///< never null; valid until the next recording starts
     double wordClockFrequency = 0.0;
     double exportFrequency = 0.0;
     double dataFrequency = 0.0;
     double dataRate = 0.0;
-    double progress = 0.0; ///< of a calibration, 0.0 to 1.0
+    double progress = 0.0;     ///< of a calibration, 0.0 to 1.0
+    bool threadAbsent = false; ///< no control thread is alive, so that nothing more can come
 };
 
 /// Failures are thrown as Exception. One controlling thread calls everything but status and stop, which any thread may
@@ -45,7 +46,8 @@ public:
     virtual void applySettings() = 0;
     /// Blocks for the whole calibration.
     virtual void calibrate() = 0;
-    /// Begins a recording; the argument has no effect. The caller has seen `threadDone` of the recording before.
+    /// Begins a recording; the argument has no effect. The data file is empty once it returns. An upload that still runs
+    /// is ended first and its rest lost: wait for `threadDone` before. calibrate and applySettings do the same.
     /// Never call it while a recording runs: the call is ignored, but keeps the channel's lock for the calling thread,
     /// and the running recording then stands still.
     virtual void start(bool flag) = 0;

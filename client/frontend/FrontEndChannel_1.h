@@ -77,16 +77,22 @@ private:
     void initializeThreadState();
     void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
     void terminateThread();                                    // without the mutex: the thread needs it to end
+    /// Whether a control thread has been started and not ended.
+    bool hasThread() const;
+    /// Ends what is left of the last recording's thread, with the mutex released meanwhile, since the thread needs it to
+    /// end. Call it with the mutex held; true when it was released, so that the caller has to check the state again.
+    bool endEarlierThread();
+    void controlLoop(); // the thread's body; a verification runs it on the calling thread
     struct Run {
         bool firstStop = true;   // the capture is still to be closed
         std::uint32_t ticks = 0; // passes, for the time limit of a verification
-        bool settled = false;    // leaving was seen inside a pass, which has done what there is to do about it
+        bool settled = false;    // nothing is left to cancel after the loop
     };
     void pass(Run& run);
     void pollRecording();
     void drain(Run& run);
     void cancelRest();
-    void cancelBehindLoop(const Run& run);
+    void cancelAfterLoop(const Run& run);
     void readBytesReady();
     void recordError(const char* text);
     void convertLists();
@@ -96,8 +102,10 @@ private:
     void freeSelf();
     void rotateDataFile();
     void sync();
-    bool openDataFile();
+    bool openDataFile();        // no lock; a file that cannot be opened is signalled
+    bool openDataFileGuarded(); // the same, and nothing is thrown
     void closeDataFile();
+    void publishCounters();
 
     // ---- channel_registers.cpp ----
     bool applyPinSettings();
@@ -249,20 +257,28 @@ private:
         std::atomic<double> calProgress{0.0};
     };
 
-    /// Bytes of the running recording; zeroed when one starts. One writer at a time, on the thread that talks to the
-    /// data client; read by status at any time.
+    /// Bytes of the running recording; zeroed when one starts. Used under the mutex on the thread that talks to the data
+    /// client; status reads `published`, whose two numbers always belong together.
     struct Counters {
-        std::atomic<std::uint32_t> bytesReady{0};   ///< on the unit, as last seen
-        std::atomic<std::uint32_t> bytesPending{0}; ///< requested and not yet received
-        std::atomic<std::uint32_t> bytesTotal{0};   ///< received and written
+        struct Progress {
+            std::uint32_t unsent = 0;
+            std::uint32_t total = 0;
+        };
+        std::uint32_t bytesReady = 0;   ///< on the unit, as it last reported; sent along with the next query
+        std::uint32_t bytesUnsent = 0;  ///< bytesReady less what has arrived since
+        std::uint32_t bytesPending = 0; ///< requested and not yet received
+        std::uint32_t bytesTotal = 0;   ///< received and written
+        std::atomic<Progress> published{};
     };
 
     /// State and control thread. `publishedError` is set before `hasError`, which is what lets status hand it out
     /// without the mutex.
     struct Control {
         std::atomic<std::int32_t> state{Uncalibrated};
-        std::atomic<bool> exitThread{false}; ///< tells the control thread to leave
-        std::atomic<bool> threadDone{false};
+        std::atomic<bool> exitThread{false};  ///< tells the control thread to leave
+        std::atomic<bool> threadDone{false};  ///< the control thread has finished; set by it, as its last act
+        std::atomic<bool> threadLives{false}; ///< from before its start until all it wrote is in the file
+        bool dataFileRefused = false;         ///< the recording's file could not be opened, which has been signalled
         std::atomic<bool> hasError{false};
         std::string errorText; ///< first error wins; under the mutex
         /// Copies of errorText for status: the newest and the one before it, which a reader may still hold.
@@ -270,7 +286,7 @@ private:
         std::size_t nextPublished = 0;
         std::atomic<const char*> publishedError{""};
         std::atomic<std::uint32_t> verifyTimeoutTicks{0}; ///< passes; 0 for no limit
-        std::FILE* dataFile = nullptr; ///< open from the start of run, or from verification, to the end of run
+        std::FILE* dataFile = nullptr; ///< open from the start of a recording or a verification to the end of run
     };
 
     Settings settings;

@@ -100,11 +100,14 @@ void FrontEndChannel_1::calibrate() {
     logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::calibrate");
     calibration.baseFile = settings.file;
     const uMutexLock lock(*mutex);
-    if (calibration.calInProgress) {
-        logStep(here(), "already in progress, call ignored");
-        return;
-    }
+    do {
+        if (calibration.calInProgress) {
+            logStep(here(), "already in progress, call ignored");
+            return;
+        }
+    } while (control.state != Recording && endEarlierThread());
     const std::int32_t stateAtEntry = control.state;
+    const bool doneAtEntry = control.threadDone;
     const Cal calAtEntry = calibration.cal;
     Cal& cal = calibration.cal;
     Metrics& metrics = calibration.metrics;
@@ -150,8 +153,8 @@ void FrontEndChannel_1::calibrate() {
     } catch (...) {
         // A verification recording moves the state; what the channel was before still holds.
         control.state = stateAtEntry;
-        if (stateAtEntry != Recording)
-            control.threadDone = true; // a verification that never ran has left no thread to wait for
+        if (doneAtEntry)
+            control.threadDone = true; // a verification that was refused halfway has taken it back
         cal = calAtEntry;
         settings.file = calibration.baseFile;
         try {

@@ -4,7 +4,9 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uString.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <new>
 #include <string>
 
@@ -48,16 +50,25 @@ void FrontEndChannel_1::sync() {
 }
 
 bool FrontEndChannel_1::openDataFile() {
-    uMutexLock lock(*mutex); // a calibration that is refused meanwhile touches the stem
     const std::string path = settings.file + ".bin";
     control.dataFile = std::fopen(path.c_str(), "wb");
     if (control.dataFile == nullptr) {
+        control.dataFileRefused = true;
         signalStop(Failed, ("failed to open " + path).c_str());
         logStepError(here(), "failed to open thread data file %s", path.c_str());
         return false;
     }
     logStep(here(), "opened data file %s", path.c_str());
     return true;
+}
+
+bool FrontEndChannel_1::openDataFileGuarded() {
+    try {
+        return openDataFile();
+    } catch (const std::exception& e) {
+        signalStop(Failed, e.what());
+        return false;
+    }
 }
 
 void FrontEndChannel_1::closeDataFile() {
@@ -79,11 +90,16 @@ void FrontEndChannel_1::onData(const void* data, std::uint32_t size) {
     }
     counters.bytesPending -= size;
     counters.bytesTotal += size;
-    logStep(here(), "writing %u bytes, %u pending, %u total", size, counters.bytesPending.load(),
-            counters.bytesTotal.load());
+    counters.bytesUnsent -= std::min(size, counters.bytesUnsent);
+    logStep(here(), "writing %u bytes, %u pending, %u total", size, counters.bytesPending, counters.bytesTotal);
     // A full disk is not looked for here: the upload has to come to its end all the same, or the unit stays blocked.
     if (size != 0)
         std::fwrite(data, 1, size, control.dataFile);
+    publishCounters();
+}
+
+void FrontEndChannel_1::publishCounters() {
+    counters.published = Counters::Progress{counters.bytesUnsent, counters.bytesTotal};
 }
 
 void FrontEndChannel_1::onError(std::uint32_t code, const char* first, const char* second) {

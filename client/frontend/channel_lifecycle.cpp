@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <new>
 #include <string>
 
 namespace VX_QRS::ORV::CLIENT {
@@ -110,32 +111,53 @@ void FrontEndChannel_1::close() {
 void FrontEndChannel_1::start(bool) {
     entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::start");
     uMutexLock lock(*mutex);
-    if (control.state == Recording) {
-        logStep(here(), "already recording, call ignored");
-        // Callers have come to rely on what a second start does: this one level stays with the calling thread, and
-        // the control thread waits from its next pass on.
-        mutex->lock();
-        return;
-    }
-    if (control.state < Calibrated)
-        fail(frontEndUnit, eSEQUENCE, "cannot start recording until calibration completed");
-    // A thread that has said it is done needs no lock any more, but may not have ended yet.
-    const bool alone = control.threadDone || thread->threadId() == 0;
-    if (control.threadDone)
-        thread->wait();
+    do {
+        if (control.state == Recording) {
+            logStep(here(), "already recording, call ignored");
+            // Callers have come to rely on what a second start does: this one level stays with the calling thread, and
+            // the control thread waits from its next pass on.
+            mutex->lock();
+            return;
+        }
+        if (control.state < Calibrated)
+            fail(frontEndUnit, eSEQUENCE, "cannot start recording until calibration completed");
+    } while (endEarlierThread());
+    const bool earlierDone = control.threadDone;
+    const bool blocked = hasThread(); // an earlier thread waits for a level of the mutex that the caller keeps
     if (settings.archive != 0 && control.state != Calibrated)
         rotateDataFile();
     try {
         internalStart(settings.orvBufSize, settings.orvBufMode, settings.testPattern.c_str(), true, true, false);
+        logStep(here(), "starting collection thread");
+        // Opened before the thread runs, so that no reader finds the earlier recording once start has returned.
+        if (control.dataFile == nullptr)
+            openDataFile();
     } catch (...) {
-        control.threadDone = true; // there is none, and whoever waits for it must not wait for ever
+        control.threadDone = earlierDone;
         throw;
     }
-    logStep(here(), "starting collection thread");
-    if (!thread->start() && alone) {
+    control.threadLives = true;
+    if (!thread->start() && !blocked) {
+        control.threadLives = false;
+        closeDataFile();
         signalStop(Failed, "failed to start collection thread");
-        control.threadDone = true;
+        control.threadDone = earlierDone;
     }
+}
+
+bool FrontEndChannel_1::hasThread() const {
+    return thread->threadId() != 0 && !thread->wait(0);
+}
+
+bool FrontEndChannel_1::endEarlierThread() {
+    // With a deeper level held, the thread could not end while this one waits.
+    if (!hasThread() || thread->isCurrent() || mutex->levels() != 1)
+        return false;
+    control.exitThread = true;
+    mutex->unlock();
+    thread->wait();
+    mutex->lock();
+    return true;
 }
 
 void FrontEndChannel_1::internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program,
@@ -177,11 +199,14 @@ void FrontEndChannel_1::internalStart(std::uint32_t bufferSize, const std::strin
 void FrontEndChannel_1::initializeThreadState() {
     control.state = Recording;
     counters.bytesReady = 0;
+    counters.bytesUnsent = 0;
     counters.bytesPending = 0;
     counters.bytesTotal = 0;
+    publishCounters();
     control.hasError = false;
     control.exitThread = false;
     control.threadDone = false;
+    control.dataFileRefused = false;
     control.verifyTimeoutTicks = 0;
     control.errorText.clear();
     std::remove((settings.file + ".trg.txt").c_str());
@@ -205,7 +230,7 @@ void FrontEndChannel_1::internalStop(bool stopCapture, bool stopTransmitter) {
         logStep(here(), "calling ds_stop");
         session.dataChannel->stop();
         readBytesReady();
-        logStep(here(), "ds_status after final flush returned %u bytes ready", counters.bytesReady.load());
+        logStep(here(), "ds_status after final flush returned %u bytes ready", counters.bytesReady);
     }
     const std::uint32_t status = readRegister(registers::kindUnit, registers::bufferStatus);
     if ((status & registers::bufferStatusWrapped) != 0) {
@@ -215,9 +240,9 @@ void FrontEndChannel_1::internalStop(bool stopCapture, bool stopTransmitter) {
 }
 
 void FrontEndChannel_1::readBytesReady() {
-    std::uint32_t ready = counters.bytesReady;
-    session.dataChannel->status(&ready);
-    counters.bytesReady = ready;
+    session.dataChannel->status(&counters.bytesReady);
+    counters.bytesUnsent = counters.bytesReady;
+    publishCounters();
 }
 
 void FrontEndChannel_1::stop() {
@@ -254,11 +279,16 @@ void FrontEndChannel_1::recordError(const char* text) {
     }
     if (control.hasError)
         return;
-    control.errorText = text;
-    std::string& published = control.publishedTexts[control.nextPublished];
-    control.nextPublished = (control.nextPublished + 1) % control.publishedTexts.size();
-    published = text;
-    control.publishedError = published.c_str();
+    try {
+        control.errorText = text;
+        std::string& published = control.publishedTexts[control.nextPublished];
+        control.nextPublished = (control.nextPublished + 1) % control.publishedTexts.size();
+        published = text;
+        control.publishedError = published.c_str();
+    } catch (const std::bad_alloc&) {
+        // The recording has to end all the same, or the thread would fail again at every pass.
+        control.publishedError = "out of memory";
+    }
     control.hasError = true;
     control.exitThread = true;
 }
@@ -269,20 +299,24 @@ void FrontEndChannel_1::terminateThread() {
 }
 
 void FrontEndChannel_1::run() {
+    controlLoop();
+    control.threadLives = false;
+    control.threadDone = true; // last: whoever sees it may take the channel down
+}
+
+void FrontEndChannel_1::controlLoop() {
     entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::run");
     Run run;
-    if (control.dataFile == nullptr && !openDataFile()) {
-        // Whoever sees this may wait for the thread with the lock held, so that it must not be asked for any more.
-        run.settled = true;
-        control.threadDone = true;
+    if (control.dataFile == nullptr) {
+        // The lock is not taken: a thread that keeps it must not keep an old file in place.
+        run.settled = control.dataFileRefused || !openDataFileGuarded();
     }
     while (!control.exitThread) {
         pass(run);
         frontEnd->waits().sleep(passInterval);
     }
-    cancelBehindLoop(run);
+    cancelAfterLoop(run);
     closeDataFile();
-    control.threadDone = true;
 }
 
 void FrontEndChannel_1::pass(Run& run) {
@@ -347,13 +381,12 @@ void FrontEndChannel_1::drain(Run& run) {
 void FrontEndChannel_1::cancelRest() {
     if (counters.bytesPending == 0 && counters.bytesReady == 0)
         return;
-    logStep(here(), "calling ds_cancel, %u bytes on orv, %u bytes pending", counters.bytesReady.load(),
-            counters.bytesPending.load());
+    logStep(here(), "calling ds_cancel, %u bytes on orv, %u bytes pending", counters.bytesReady, counters.bytesPending);
     session.dataChannel->cancel();
 }
 
 /// When the thread was told to leave between two passes, none of them has seen it.
-void FrontEndChannel_1::cancelBehindLoop(const Run& run) {
+void FrontEndChannel_1::cancelAfterLoop(const Run& run) {
     if (run.settled)
         return;
     uMutexLock lock(*mutex);
@@ -361,6 +394,8 @@ void FrontEndChannel_1::cancelBehindLoop(const Run& run) {
         cancelRest();
     } catch (const std::exception& e) {
         signalStop(Failed, textOf(e));
+    } catch (...) {
+        signalStop(Failed, "unknown exception");
     }
 }
 
@@ -377,11 +412,13 @@ void FrontEndChannel_1::status(ChannelMetrics& out) {
         if (transmitter->hasTriggered())
             signalStop(Triggered, nullptr);
     }
-    out.bytesReady = counters.bytesReady;
-    out.bytesTotal = counters.bytesTotal;
+    const Counters::Progress progress = counters.published;
+    out.bytesReady = progress.unsent;
+    out.bytesTotal = progress.total;
     out.state = control.state;
     out.hasError = control.hasError;
     out.threadDone = control.threadDone;
+    out.threadAbsent = !control.threadLives;
     if (out.hasError)
         out.errorText = control.publishedError;
     out.wordClockFrequency = clocking.wordClockFrequency;

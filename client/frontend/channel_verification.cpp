@@ -38,7 +38,9 @@ void FrontEndChannel_1::verifyCal() {
     logStep(here(), "opened data file %s", path.c_str());
     control.verifyTimeoutTicks = passesAllowed;
     try {
-        run();
+        controlLoop();
+        if (!control.threadLives)
+            control.threadDone = true;
         if (control.hasError) {
             fail(frontEndUnit, eCALIBRATE, control.errorText);
         }

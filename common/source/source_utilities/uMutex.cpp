@@ -19,6 +19,10 @@ bool uMutex::lock() {
     return true;
 }
 
+std::int32_t uMutex::levels() const {
+    return owner.load(std::memory_order_relaxed) == std::this_thread::get_id() ? depth : 0;
+}
+
 bool uMutex::unlock() {
     // Only this thread can have stored its own identifier, so a match needs no ordering.
     if (owner.load(std::memory_order_relaxed) != std::this_thread::get_id() || depth < 1) {

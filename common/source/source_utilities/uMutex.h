@@ -21,6 +21,9 @@ public:
     // False, with nothing changed, when the calling thread does not hold the lock.
     bool unlock();
 
+    // How many times the calling thread holds the lock; 0 when it does not.
+    std::int32_t levels() const;
+
 private:
     struct Native;
 

@@ -342,6 +342,7 @@ TEST_F(LifecycleTest, InitializeThreadStateForgetsTheLastRecording) {
     inside().counters().bytesReady = 1;
     inside().counters().bytesPending = 2;
     inside().counters().bytesTotal = 3;
+    inside().counters().published = {1, 3};
     inside().control().threadDone = true;
     inside().control().verifyTimeoutTicks = 4;
     writeText(stem + ".trg.txt", "left over");
@@ -513,8 +514,7 @@ TEST_F(LifecycleTest, StatusFillsInWhatIsKnown) {
     inside().clocking().exportFrequency = 2.0;
     inside().clocking().dataFrequency = 3.0;
     inside().clocking().dataRate = 4.0;
-    inside().counters().bytesReady = 5;
-    inside().counters().bytesTotal = 6;
+    inside().counters().published = {5, 6};
     inside().control().threadDone = true;
     EXPECT_CALL(transmitter, hasTriggered).Times(0);
     const ChannelMetrics now = status();
@@ -535,7 +535,7 @@ TEST_F(LifecycleTest, StatusOfARunningCalibrationIsItsProgressAlone) {
     openCalibrated();
     inside().calibration().calInProgress = true;
     inside().calibration().calProgress = 0.25;
-    inside().counters().bytesTotal = 6;
+    inside().counters().published = {5, 6};
     inside().clocking().dataRate = 4.0;
     inside().signalStop(Failed, "error");
     ChannelMetrics now;

@@ -77,7 +77,7 @@ TEST_F(ThreadTest, StartThatFailsLeavesNoThreadToWaitForAndCanBeRepeatedBehindAS
         .WillRepeatedly(testing::Return());
     EXPECT_THROW(channel->start(false), Exception);
     EXPECT_EQ(state(), Recording);
-    EXPECT_TRUE(status().threadDone);
+    EXPECT_TRUE(status().threadAbsent);
     channel->stop();
     EXPECT_EQ(state(), Stopped);
     channel->start(false);

@@ -123,6 +123,19 @@ TEST_F(RefusalsTest, OpeningThatLacksMemoryAnywhereLeavesTheChannelClosedAndCanB
     EXPECT_GT(failures, 10u);
 }
 
+TEST_F(RefusalsTest, ErrorThatLacksMemoryForItsTextEndsTheRecordingAllTheSame) {
+    openCalibrated();
+    beginRecording();
+    const std::string longText(1000, 'e');
+    refuseMemory(1);
+    inside().signalStop(Failed, longText.c_str());
+    EXPECT_TRUE(memoryWasRefused());
+    EXPECT_EQ(state(), Failed);
+    EXPECT_TRUE(status().hasError);
+    EXPECT_STREQ(status().errorText, "out of memory");
+    EXPECT_TRUE(inside().control().exitThread);
+}
+
 TEST_F(RefusalsTest, ThreadThatDoesNotStartFailsTheRecordingAndNobodyWaitsForIt) {
     openCalibrated();
     letThreadsStart(false);
@@ -130,7 +143,8 @@ TEST_F(RefusalsTest, ThreadThatDoesNotStartFailsTheRecordingAndNobodyWaitsForIt)
     letThreadsStart(true);
     EXPECT_EQ(state(), Failed);
     EXPECT_STREQ(status().errorText, "failed to start collection thread");
-    EXPECT_TRUE(status().threadDone);
+    EXPECT_FALSE(status().threadDone) << "there never was one";
+    EXPECT_TRUE(status().threadAbsent);
     EXPECT_FALSE(inside().mutex().unlock()) << "the lock was not given back";
     // The next one runs: here inside the start, to its end by the unit's full buffer.
     model.deliverBefore(Call::Status, [](auto& callback) { callback.onStatus(0); });

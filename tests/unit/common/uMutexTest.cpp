@@ -24,6 +24,21 @@ TEST(uMutex, UnlockingWhatIsNotLockedIsRefused) {
     EXPECT_TRUE(mutex.unlock());
 }
 
+TEST(uMutex, TellsTheCallingThreadHowOftenItHoldsTheLock) {
+    uMutex mutex;
+    EXPECT_EQ(mutex.levels(), 0);
+    mutex.lock();
+    mutex.lock();
+    EXPECT_EQ(mutex.levels(), 2);
+    std::int32_t others = -1;
+    std::thread([&] { others = mutex.levels(); }).join();
+    EXPECT_EQ(others, 0);
+    mutex.unlock();
+    EXPECT_EQ(mutex.levels(), 1);
+    mutex.unlock();
+    EXPECT_EQ(mutex.levels(), 0);
+}
+
 TEST(uMutex, OnlyTheOwnerUnlocks) {
     uMutex mutex;
     mutex.lock();

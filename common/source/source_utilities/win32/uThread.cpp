@@ -33,6 +33,7 @@ bool uThread::start() {
         }
         CloseHandle(native->handle);
         native->handle = nullptr;
+        native->id = 0; // of no thread, in case none is made
     }
     // The runnable alone goes in: the thread may outlive this object.
     const std::uintptr_t made =
