@@ -15,6 +15,9 @@ std::uint32_t wholeMilliseconds(double seconds) {
     return seconds > 0 ? static_cast<std::uint32_t>(std::min(seconds * 1000.0, longest)) : 0;
 }
 
+// A stop is seen after one slice at the latest, however long the interval.
+constexpr std::uint32_t sliceMilliseconds = 10;
+
 } // namespace
 
 uTimer::uTimer() {
@@ -83,12 +86,23 @@ void uTimer::run() {
     stopwatch.mark();
     const std::uint32_t pause = wholeMilliseconds(pollingInterval);
     while (!stopFlag) {
-        uThread::sleep(pause);
+        sleepUnlessStopped(pause);
         const double seconds = stopwatch.elapsed();
         stopwatch.mark();
         if (!fireDueEntries(seconds)) {
             stopFlag = true;
         }
+    }
+}
+
+// Slices oversleep, each by up to a tick of the system's clock: the stopwatch ends the interval in time. Where there is
+// no counter for it, the slices add up by themselves.
+void uTimer::sleepUnlessStopped(std::uint32_t milliseconds) const {
+    for (std::uint32_t slept = 0; slept < milliseconds && !stopFlag; slept += sliceMilliseconds) {
+        const std::uint32_t passed = std::max(slept, wholeMilliseconds(stopwatch.elapsed()));
+        if (passed >= milliseconds)
+            return;
+        uThread::sleep(std::min(sliceMilliseconds, milliseconds - passed));
     }
 }
 

@@ -54,7 +54,7 @@ public:
     // True when the thread was started; false when the timer is running already.
     virtual bool start();
 
-    // Ends the thread and forgets the entries. Blocks for up to one polling interval and one round of callables.
+    // Ends the thread and forgets the entries. Blocks for some milliseconds and one round of callables.
     virtual void stop();
 
     // Waits, without a limit, for the timer to end by itself.
@@ -69,6 +69,7 @@ private:
         double elapsed; // seconds
     };
 
+    void sleepUnlessStopped(std::uint32_t milliseconds) const;
     bool fireDueEntries(double seconds);
 
     std::vector<Entry> entries;

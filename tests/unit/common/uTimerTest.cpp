@@ -204,6 +204,14 @@ TEST(uTimer, StopFromACallableEndsItWithoutADeadlock) {
     EXPECT_EQ(timer.size(), 0U);
 }
 
+TEST(uTimer, StopDoesNotWaitForTheRestOfALongInterval) {
+    uTimer timer;
+    timer.setPollingInterval(3600.0); // a stop that waited for it would run into the time limit of the test
+    ASSERT_TRUE(timer.start());
+    timer.stop();
+    EXPECT_EQ(timer.size(), 0U);
+}
+
 TEST(uTimer, DestructorEndsARunningTimer) {
     Action action(nothing);
     {
