@@ -38,12 +38,8 @@ void settleDebugClient() {
 
 void settleDirectories() {
     uEnvironment::getTraceDirectory(g_baseDir);
-    g_dataDir = g_baseDir;
-    uEnvironment::joinPath(g_dataDir, "data");
-    g_settingsDir = g_baseDir;
-    uEnvironment::joinPath(g_settingsDir, "settings");
-    for (const std::string* directory : {&g_baseDir, &g_dataDir, &g_settingsDir})
-        uEnvironment::createDirectories(directory->c_str());
+    uEnvironment::getTraceDataDirectory(g_dataDir);
+    uEnvironment::getTraceSettingsDirectory(g_settingsDir);
     uEnvironment::set(logDirectoryVariable, g_baseDir.c_str());
     uEnvironment::set("VX_TRACE_DATA_DIR", g_dataDir.c_str());
     uEnvironment::set("VX_TRACE_SETTINGS_DIR", g_settingsDir.c_str());

@@ -36,10 +36,14 @@ std::string globalSectionText(const std::string& unitName, std::uint32_t unitPor
 
 std::string propertiesPathFor(const std::string& settingsPath, const std::string& directory) {
     const std::size_t separator = settingsPath.find_last_of("\\/");
-    std::string name = separator == std::string::npos ? settingsPath : settingsPath.substr(separator);
+    std::string name = settingsPath.substr(separator + 1); // npos + 1 is 0
     VX_QRS::uString::replace(name, ".xml", ".cfg");
+    // The folder's path stays as it is: on a network share it begins with two separators.
+    const std::string own = VX_QRS::uEnvironment::separator();
     std::string path = directory;
-    VX_QRS::uEnvironment::joinPath(path, name.c_str());
+    if (!path.empty() && !path.ends_with(own))
+        path += own;
+    path += name;
     return path;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/source/source_utilities/directoriesAlong.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -29,6 +31,7 @@ struct Process {
 bool listProcesses(std::vector<Process>& processes);
 
 extern const char separator;
-extern const char otherSeparator; // read as well, never written
+extern const char otherSeparator; // normalised to the separator
+extern const PathRules pathRules; // what the system itself takes for separators
 
 } // namespace VX_QRS::nativeEnvironment

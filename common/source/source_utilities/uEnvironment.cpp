@@ -46,8 +46,10 @@ bool equalNames(std::string_view left, std::string_view right) {
 }
 
 void getDirectoryBelowTrace(std::string& directory, const char* name) {
+    // Not joined by joinPath: a profile on a network share begins with two separators.
     uEnvironment::getTraceDirectory(directory);
-    uEnvironment::joinPath(directory, name);
+    directory += nativeEnvironment::separator;
+    directory += name;
     uEnvironment::createDirectories(directory.c_str());
 }
 
@@ -104,7 +106,7 @@ void uEnvironment::getTraceDataDirectory(std::string& directory) {
 
 void uEnvironment::getParentDirectory(std::string& parent, const char* path) {
     const std::string text(path != nullptr ? path : "");
-    const std::size_t at = lastSeparator(text);
+    const std::size_t at = text.rfind(nativeEnvironment::separator);
     parent = at == std::string::npos ? std::string() : text.substr(0, at);
 }
 
@@ -128,15 +130,9 @@ int uEnvironment::createDirectories(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    std::string text(path);
-    normalisePath(text);
     int result = -1;
-    for (std::size_t end = 0; end < text.size(); ++end) {
-        end = std::min(text.find(nativeEnvironment::separator, end), text.size());
-        // Nothing stands ahead of a leading separator.
-        if (end > 0) {
-            result = nativeEnvironment::makeDirectory(text.substr(0, end).c_str()) ? 0 : -1;
-        }
+    for (const std::string& directory : directoriesAlong(path, nativeEnvironment::pathRules)) {
+        result = nativeEnvironment::makeDirectory(directory.c_str()) ? 0 : -1;
     }
     return result;
 }

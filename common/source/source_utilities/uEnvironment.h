@@ -10,7 +10,7 @@ namespace VX_QRS {
 // The process's environment, per-user directories, paths and processes. Failures are source_utilities_error. Any
 // thread may call; what changes the working directory changes it for the whole process.
 //
-// Paths: both "\" and "/" are read as separators, and the platform's own is written.
+// Paths: joinPath and normalisePath read both "\" and "/" as separators and write the platform's own.
 class uEnvironment {
 public:
     // The value of a variable, empty when it is not set. Good until the same thread's next get. Throws on null.
@@ -25,11 +25,11 @@ public:
     // Throws when that is empty.
     static void getTraceDirectory(std::string& directory);
 
-    // Directories below the trace directory, created by this call.
+    // Directories below the trace directory, created by this call. Nothing of the profile's path is normalised.
     static void getTraceSettingsDirectory(std::string& directory);
     static void getTraceDataDirectory(std::string& directory);
 
-    // The text ahead of the last separator, empty without one.
+    // The text before the last of the platform's own separators, empty without one.
     static void getParentDirectory(std::string& parent, const char* path);
 
     // Puts the part behind the path with one separator between them, and normalises.
@@ -38,7 +38,8 @@ public:
     // Only the platform's separators, and never two in a row.
     static void normalisePath(std::string& path);
 
-    // Creates every directory of the path; -1 when the last one is not there in the end, otherwise 0.
+    // Creates every directory of the path, split where the platform itself splits it (on Linux "\" is an ordinary
+    // character of a name), and otherwise used unchanged. -1 when the last one is not there in the end, otherwise 0.
     static int createDirectories(const char* path);
 
     // Creates one directory; true when it is there in the end.

@@ -105,12 +105,19 @@ TEST(uEnvironmentPaths, JoinPutsOneSeparatorBetween) {
     EXPECT_EQ(joined("a", nullptr), native("a/"));
 }
 
-TEST(uEnvironmentPaths, ParentIsWhatStandsAheadOfTheLastSeparator) {
+TEST(uEnvironmentPaths, ParentIsTheTextBeforeTheLastSeparatorOfThePlatform) {
     EXPECT_EQ(parent(native("a/b/c").c_str()), native("a/b"));
-    EXPECT_EQ(parent("a/b/"), "a/b");
+    EXPECT_EQ(parent(native("a/b/").c_str()), native("a/b"));
+    EXPECT_EQ(parent(native("/a").c_str()), "");
     EXPECT_EQ(parent("file"), "");
     EXPECT_EQ(parent(""), "");
     EXPECT_EQ(parent(nullptr), "");
+}
+
+TEST(uEnvironmentPaths, TheOtherSeparatorDoesNotEndAParent) {
+    const std::string other = uEnvironment::separator()[0] == '/' ? "\\" : "/";
+    EXPECT_EQ(parent((native("a/b") + other + "c").c_str()), "a");
+    EXPECT_EQ(parent(("a" + other + "b").c_str()), "");
 }
 
 class uEnvironmentDirectories : public testing::Test {
@@ -148,6 +155,21 @@ TEST_F(uEnvironmentDirectories, TraceDirectoriesLieInTheProfile) {
     uEnvironment::getTraceDataDirectory(directory);
     EXPECT_EQ(directory, base + uEnvironment::separator() + "data");
     EXPECT_TRUE(std::filesystem::is_directory(directory));
+    uEnvironment::set("USERPROFILE", before.c_str());
+}
+
+TEST_F(uEnvironmentDirectories, TwoSeparatorsAtTheStartOfTheProfileStay) {
+    // As a network share begins; here on paths that every machine has.
+    const std::string profile = (uEnvironment::separator()[0] == '/' ? "/" : "\\\\?\\") + folder.path();
+    const std::string before = uEnvironment::get("USERPROFILE");
+    uEnvironment::set("USERPROFILE", profile.c_str());
+    std::string directory;
+    uEnvironment::getTraceDataDirectory(directory);
+    EXPECT_EQ(directory, profile + native("/.VX-trace/data"));
+    EXPECT_TRUE(folder.has(".VX-trace/data"));
+    uEnvironment::getTraceSettingsDirectory(directory);
+    EXPECT_EQ(directory, profile + native("/.VX-trace/settings"));
+    EXPECT_TRUE(folder.has(".VX-trace/settings"));
     uEnvironment::set("USERPROFILE", before.c_str());
 }
 

@@ -102,6 +102,22 @@ TEST_F(EntryPoints, TheFirstCreateSettlesTheEnvironment) {
     EXPECT_THAT(lines, Contains("destroyed"));
 }
 
+TEST_F(EntryPoints, TheDirectoriesOfAProfileOnANetworkShareKeepTheirTwoSeparators) {
+    // Here on a path that every machine has.
+    const std::string separator = uEnvironment::separator();
+    const std::string start = separator == "/" ? "/" : "\\\\?\\";
+    const std::string profilePath = start + folder.path.string();
+    uEnvironment::set("USERPROFILE", profilePath.c_str());
+    DestroyRcvr(CreateRcvr());
+    const std::string tree = profilePath + separator + ".VX-trace";
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_LOGGING_DIR"), tree);
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_DATA_DIR"), tree + separator + "data");
+    EXPECT_EQ(uEnvironment::get("VX_TRACE_SETTINGS_DIR"), tree + separator + "settings");
+    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(base()) / "data"));
+    EXPECT_TRUE(std::filesystem::is_directory(std::filesystem::path(base()) / "settings"));
+    EXPECT_TRUE(std::filesystem::exists(logPath(ownPid())));
+}
+
 TEST_F(EntryPoints, WithTooLittleRoomOnTheDiskItWorksWithoutALog) {
     freeSpace = 5119999;
     CReceiver* made = CreateRcvr();

@@ -81,6 +81,14 @@ TEST(PropertiesText, ThePathTakesTheFileNameWithAnotherExtension) {
     EXPECT_EQ(propertiesPathFor("a\\b/chan", "data"), "data" + separator + "chan");
     EXPECT_EQ(propertiesPathFor("a/x.xml.xml", "data"), "data" + separator + "x.cfg.cfg");
     EXPECT_EQ(propertiesPathFor("bare.xml", "data"), "data" + separator + "bare.cfg");
+    EXPECT_EQ(propertiesPathFor("a/chan.xml", "data" + separator), "data" + separator + "chan.cfg");
+    EXPECT_EQ(propertiesPathFor("a/chan.xml", ""), "chan.cfg");
+}
+
+TEST(PropertiesText, TheFoldersPathStaysAsItIs) {
+    const std::string separator = VX_QRS::uEnvironment::separator();
+    for (const char* folder : {"\\\\server\\home\\u\\.VX-trace\\data", "//server/data", "/home/DOMAIN\\user/data"})
+        EXPECT_EQ(propertiesPathFor("C:\\chan.xml", folder), folder + separator + "chan.cfg");
 }
 
 TEST(TargetAdapter, ClassesFollowFromTheIdentifier) {

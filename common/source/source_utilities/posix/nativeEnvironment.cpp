@@ -16,6 +16,7 @@ namespace nativeEnvironment {
 
 const char separator = '/';
 const char otherSeparator = '\\';
+const PathRules pathRules{"/", false};
 
 std::string getVariable(const char* name) {
     const char* value = std::getenv(name);

@@ -16,6 +16,7 @@ namespace nativeEnvironment {
 
 const char separator = '\\';
 const char otherSeparator = '/';
+const PathRules pathRules{"\\/", true};
 
 std::string getVariable(const char* name) {
     // Wine's narrow call counts letters where bytes are meant, and cuts off the end.

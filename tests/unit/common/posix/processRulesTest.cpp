@@ -151,16 +151,23 @@ TEST(ProfileDirectory, HomeStandsInForAnEmptyProfile) {
     uEnvironment::set("HOME", home.c_str());
 }
 
-TEST(Paths, BackslashesAreRead) {
+TEST(Paths, BackslashesAreNormalised) {
     std::string path = "a\\b/c\\\\d";
     uEnvironment::normalisePath(path);
     EXPECT_EQ(path, "a/b/c/d");
-    std::string parent;
-    uEnvironment::getParentDirectory(parent, "a/b\\c");
-    EXPECT_EQ(parent, "a/b");
+}
+
+TEST(Paths, ABackslashBelongsToTheNameOfADirectory) {
     const test::TemporaryFolder folder;
-    EXPECT_EQ(uEnvironment::createDirectories((folder.path() + "\\x\\y").c_str()), 0);
-    EXPECT_TRUE(folder.has("x/y"));
+    const std::string home = folder.path("DOMAIN\\user");
+    const std::string before = uEnvironment::get("USERPROFILE");
+    uEnvironment::set("USERPROFILE", home.c_str());
+    std::string directory;
+    uEnvironment::getTraceDataDirectory(directory);
+    uEnvironment::set("USERPROFILE", before.c_str());
+    EXPECT_EQ(directory, home + "/.VX-trace/data");
+    EXPECT_TRUE(folder.has("DOMAIN\\user/.VX-trace/data"));
+    EXPECT_FALSE(folder.has("DOMAIN"));
 }
 
 } // namespace
