@@ -1,5 +1,6 @@
 #include "rcvr/SettingsFile.h"
 
+#include "common/source/source_utilities/keptFile.h"
 #include "common/source/source_utilities/uConfig.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
@@ -10,6 +11,7 @@
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
+using VX_QRS::KeptFile;
 using VX_QRS::logMessage;
 using VX_QRS::logWarning;
 using VX_QRS::uConfig;
@@ -24,6 +26,7 @@ std::string g_drmKey;
 namespace {
 
 constexpr const char* sectionName = "CHANNEL-SETUP";
+constexpr const char* copySuffix = ".before-defaults";
 constexpr const char* fileHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                    "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->";
 
@@ -150,7 +153,11 @@ void StoreSettings(const ChannelSettings& settings, const char* path, const char
         } catch (const uConfig::error&) { // a new file then
         }
         setAllKeys(file, settings);
+        KeptFile old(path, copySuffix, file.format(fileHeader));
         file.write(fileHeader);
+        old.settle();
+        if (!old.path().empty())
+            logWarning("%s : the file as it was is kept as %s", programLabel, old.path().c_str());
     } catch (const std::exception& exception) {
         logWarning("%s : error storing settings : %s", programLabel, exception.what());
     } catch (...) {

@@ -14,11 +14,13 @@ extern bool g_noEmu1;
 extern std::string g_drmType;
 extern std::string g_drmKey;
 
-/// Fills the record. A file that is missing, damaged or inconsistent is overwritten with defaults, and the defaults are
-/// the result. `cpuName` only travels on to StoreSettings. Throws nothing.
+/// Fills the record. A file that is missing, damaged or inconsistent is replaced by defaults (see StoreSettings), and the
+/// defaults are the result. `cpuName` only travels on to StoreSettings. Throws nothing.
 void LoadSettings(VX_QRS::ORV::CLIENT::ChannelSettings& settings, const char* path, const char* cpuName);
 
-/// Writes the file; keys of it that are unknown here survive. A failure is only logged. `cpuName` is not used.
+/// Writes the file; keys of it that are unknown here survive. An existing file of other content is kept beside it as
+/// "FILE.before-defaults" (".before-defaults.2" and so on where the name is taken), which the log names. A failure is
+/// only logged and leaves the file unchanged: nothing is replaced that cannot be kept. `cpuName` is not used.
 void StoreSettings(const VX_QRS::ORV::CLIENT::ChannelSettings& settings, const char* path, const char* cpuName);
 
 /// Gives every field its default.

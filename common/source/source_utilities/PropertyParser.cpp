@@ -58,7 +58,7 @@ void PropertyParser_1::readFile(const char* path) {
     }
     fileName = std::string(path); // the path may be one of the texts of this object
     std::string text;
-    if (!textFile::read(fileName, text)) {
+    if (!textFile::read(fileName, text, textFile::Mode::text)) {
         fail(unit, eFILE, fileName);
     }
     std::string_view rest(text);

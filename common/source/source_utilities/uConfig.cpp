@@ -4,7 +4,6 @@
 #include "common/source/source_utilities/uString.h"
 
 #include <algorithm>
-#include <fstream>
 #include <unordered_map>
 
 namespace VX_QRS {
@@ -68,13 +67,7 @@ public:
         if (!started) {
             startSection();
         }
-        std::vector<Variable>& variables = config.sections.back().variables;
-        const auto [place, isNew] = variablePlaces.try_emplace(std::string(key), variables.size());
-        if (isNew) {
-            variables.push_back({std::string(key), std::string(value)});
-        } else {
-            variables[place->second].value = value;
-        }
+        config.sections.back().variables.push_back({std::string(key), std::string(value)});
     }
 
 private:
@@ -87,14 +80,12 @@ private:
             replaced[place->second] = true;
             place->second = here;
         }
-        variablePlaces.clear();
         started = true;
     }
 
     uConfig& config;
-    std::vector<bool> replaced;                                  // by index of section
-    std::unordered_map<std::string, std::size_t> places;         // of sections, by name
-    std::unordered_map<std::string, std::size_t> variablePlaces; // of the open section's variables
+    std::vector<bool> replaced;                          // by index of section
+    std::unordered_map<std::string, std::size_t> places; // of sections, by name
     std::string name;
     bool started = false;
 };
@@ -109,7 +100,7 @@ void uConfig::read() {
         throw error("failed to open configuration file for reading because its path was never set");
     }
     std::string text;
-    if (!textFile::read(path, text)) {
+    if (!textFile::read(path, text, textFile::Mode::binary)) {
         throw error(openFailure(path, "reading"));
     }
     Reader reader(*this);
@@ -167,30 +158,40 @@ void uConfig::write(const char* header) {
     if (path.empty()) {
         throw error("failed to open configuration file for writing because its path was never set");
     }
-    std::ofstream file(path, std::ios_base::trunc);
-    if (!file) {
+    switch (textFile::replace(path, format(header))) {
+    case textFile::Written::done:
+        break;
+    case textFile::Written::notOpened:
         throw error(openFailure(path, "writing"));
+    case textFile::Written::notWritten:
+        throw error("failed to write \"" + path + "\"");
     }
+}
+
+std::string uConfig::format(const char* header) const {
+    std::string text;
     if (header != nullptr) {
-        file << header << '\n';
+        text.append(header).append("\n");
     }
     for (const Section& section : sections) {
         const bool named = !section.name.empty();
         if (named) {
-            file << (xml ? '<' : '[') << section.name << (xml ? '>' : ']') << '\n';
+            text.append(xml ? "<" : "[").append(section.name).append(xml ? ">\n" : "]\n");
         }
         for (const Variable& variable : section.variables) {
+            const auto& [name, value] = variable;
             if (!xml) {
-                file << variable.name << '=' << variable.value << '\n';
-            } else if (!variable.name.empty()) {
-                file << (named ? "\t" : "") << '<' << variable.name << '>' << variable.value << "</" << variable.name
-                     << ">\n";
+                text.append(name).append("=").append(value).append("\n");
+            } else if (!name.empty()) {
+                text.append(named ? "\t<" : "<").append(name).append(">").append(value);
+                text.append("</").append(name).append(">\n");
             }
         }
         if (xml && named) {
-            file << "</" << section.name << ">\n";
+            text.append("</").append(section.name).append(">\n");
         }
     }
+    return text;
 }
 
 uConfig::Variable* uConfig::find(const char* name, const char* section) {

@@ -44,13 +44,18 @@ public:
     void setPath(const char* path);
 
     // Reads the file into what is in memory. A section of the file replaces the one of the same name, as a whole
-    // and at its first variable, and moves to the end; other sections stay. Throws error when no path was set or
-    // the file cannot be opened.
+    // and at its first variable, and moves to the end; other sections stay. That also holds for a section that occurs
+    // twice in the file. Variables of one section are appended, also those of equal names: look-ups find the first.
+    // Throws error when no path was set or the file cannot be opened.
     void read();
 
-    // Writes everything to the file, truncating it, with `header` (may be null) as it stands on a line ahead.
-    // Throws error when no path was set or the file cannot be opened.
+    // Writes everything to the file, with `header` (may be null) unchanged on a line before it. The old file is
+    // replaced only by a complete new one. Throws error when no path was set, the file cannot be opened for writing or
+    // its folder accepts no new file, and when not everything could be written.
     void write(const char* header = nullptr);
+
+    // What `write` writes, with LF as line end.
+    std::string format(const char* header = nullptr) const;
 
     // Sets the first variable of that name (of that section, or of any with a null section), or else appends it to
     // the last section of that name (the one with the empty name for null), which is made when it is missing.

@@ -2,10 +2,13 @@
 
 #include "tests/support/scratch/TemporaryFolder.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace VX_QRS::test {
 
@@ -27,6 +30,16 @@ public:
         std::ostringstream text;
         text << file.rdbuf();
         return text.str();
+    }
+
+    // Of everything in the folder, sorted.
+    std::vector<std::string> names() const {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
+            found.push_back(entry.path().filename().string());
+        }
+        std::sort(found.begin(), found.end());
+        return found;
     }
 
     bool has(const std::string& name) const { return test_support::exists(folder.file(name)); }

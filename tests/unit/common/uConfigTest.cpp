@@ -41,7 +41,7 @@ protected:
 };
 
 TEST_F(uConfigTest, PlainLineIsSplitAtItsFirstEqualsSignAndTrimmed) {
-    EXPECT_EQ(plain("a = b\n a==b\t\r\n c=d e f "), (Sections{{"", {{"a", "=b"}, {"c", "d e f"}}}}));
+    EXPECT_EQ(plain("a = b\n a==b\t\r\n c=d e f "), (Sections{{"", {{"a", "b"}, {"a", "=b"}, {"c", "d e f"}}}}));
     EXPECT_EQ(plain("a = b"), (Sections{{"", {{"a", "b"}}}}));
     EXPECT_EQ(plain("a==b"), (Sections{{"", {{"a", "=b"}}}}));
 }
@@ -66,8 +66,33 @@ TEST_F(uConfigTest, EqualsSignMakesAVariableOfAHeader) {
     EXPECT_EQ(plain("[a=b]\n"), (Sections{{"", {{"[a", "b]"}}}}));
 }
 
-TEST_F(uConfigTest, LaterValueOfANameInOneSectionTakesTheFirstOnesPlace) {
-    EXPECT_EQ(plain("[S]\na=1\nb=2\na=3\n"), (Sections{{"S", {{"a", "3"}, {"b", "2"}}}}));
+TEST_F(uConfigTest, RepeatedNamesOfOneSectionAllStayInOrder) {
+    EXPECT_EQ(plain("[S]\na=1\nb=2\na=3\na=3\n"), (Sections{{"S", {{"a", "1"}, {"b", "2"}, {"a", "3"}, {"a", "3"}}}}));
+    EXPECT_EQ(xml("<S>\n<a>1</a>\n<b>2</b>\n<a>3</a>\n"), (Sections{{"S", {{"a", "1"}, {"b", "2"}, {"a", "3"}}}}));
+    EXPECT_EQ(xml("<k>v</l>\n<k>v</l>\n"), (Sections{{"", {{"", ""}, {"", ""}}}}));
+}
+
+TEST_F(uConfigTest, TheFirstOfRepeatedNamesIsFoundAndReplaced) {
+    uConfig config;
+    read(config, "[S]\na=1\nb=2\na=3\n");
+    EXPECT_EQ(config.getVariable("a").value, "1");
+    EXPECT_EQ(config.getVariable("a", "S").value, "1");
+    config.addVariable("a", "4", "S");
+    EXPECT_EQ(written(config), "[S]\na=4\nb=2\na=3\n");
+}
+
+TEST_F(uConfigTest, RepeatedNamesOfTheFileReplaceASectionOfTheMemoryOnce) {
+    uConfig config;
+    config.addVariable("a", "old", "S");
+    read(config, "[S]\na=1\na=2\n");
+    EXPECT_EQ(config.getSections(), (Sections{{"S", {{"a", "1"}, {"a", "2"}}}}));
+}
+
+TEST_F(uConfigTest, NoByteEndsAFileAndBothLineEndsAreRead) {
+    const std::string end("\x1A");
+    EXPECT_EQ(plain("#" + end + "\r\na=1" + end + "2\r\nb=3\n"),
+              (Sections{{"", {{"a", "1" + end + "2"}, {"b", "3"}}}}));
+    EXPECT_EQ(xml("<!-- " + end + " -->\r\n<A>\r\n<a>1</a>\r\n"), (Sections{{"A", {{"a", "1"}}}}));
 }
 
 TEST_F(uConfigTest, SectionOfTheFileReplacesTheOneInMemory) {
@@ -142,6 +167,30 @@ TEST_F(uConfigTest, WritingTruncates) {
     uConfig config;
     config.addVariable("a", "1");
     EXPECT_EQ(written(config), "a=1\n");
+}
+
+TEST_F(uConfigTest, WritingLeavesNothingElseInTheFolder) {
+    uConfig config;
+    config.addVariable("a", "1");
+    written(config);
+    written(config);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"out"}));
+}
+
+TEST_F(uConfigTest, LeftoversOfOtherWritersDoNotKeepItFromWriting) {
+    folder.write("out.new", "left over");
+    uConfig config;
+    config.addVariable("a", "1");
+    EXPECT_EQ(written(config), "a=1\n");
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"out", "out.new"}));
+    EXPECT_EQ(folder.read("out.new"), "left over");
+}
+
+TEST_F(uConfigTest, FormatIsWhatIsWritten) {
+    uConfig config(true);
+    config.addVariable("a", "1", "S");
+    EXPECT_EQ(config.format("<?xml?>"), "<?xml?>\n<S>\n\t<a>1</a>\n</S>\n");
+    EXPECT_EQ(written(config, "<?xml?>"), config.format("<?xml?>"));
 }
 
 TEST_F(uConfigTest, AddVariableReplacesTheFirstOfThatName) {

@@ -189,6 +189,27 @@ TEST_F(PinMapFile, GivesThePinoutsOfAllSections) {
     EXPECT_EQ(mapper.getOwnerName("pti"), "");
 }
 
+TEST_F(PinMapFile, AVariableThatRepeatsAddsItsListsToThePinout) {
+    mapper.readPinMapFile(file("conn=pti=0,1\nconn=pti=0,1,2;tpiu=3,4\n[s]\nconn=pti=5,6\nconn=pti=7,8\n").c_str());
+    EXPECT_EQ(textOf(mapper.getPinouts()), "conn:pti=0,1;pti=0,1,2;pti=5,6;pti=7,8;tpiu=3,4; ");
+}
+
+TEST_F(PinMapFile, ABadValueIsNotHiddenByALaterOne) {
+    const std::string path = file("conn=pti=0,,1\nconn=pti=0,1\n");
+    EXPECT_EQ(textOfFailure([&] { mapper.readPinMapFile(path.c_str()); }),
+              "Invalid or corrupted pin map file " + path + ".");
+}
+
+TEST_F(PinMapFile, ASectionThatRepeatsReplacesTheEarlierOne) {
+    mapper.readPinMapFile(file("[s]\nconn=pti=0,1\n[t]\nconn=pti=2,3\n[s]\nconn=pti=4,5\n").c_str());
+    EXPECT_EQ(textOf(mapper.getPinouts()), "conn:pti=2,3;pti=4,5; ");
+}
+
+TEST_F(PinMapFile, AByte1AEndsNoFile) {
+    mapper.readPinMapFile(file("# \x1A\r\nconn=pti=0,1\r\n").c_str());
+    EXPECT_EQ(textOf(mapper.getPinouts()), "conn:pti=0,1; ");
+}
+
 TEST_F(PinMapFile, ReadAgainForgetsWhatWasThere) {
     mapper.readPinMapFile(file("first=pti=2,3\n").c_str());
     mapper.readPinMapFile(file("second=pti=4,5\n").c_str());

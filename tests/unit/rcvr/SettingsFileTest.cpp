@@ -1,83 +1,11 @@
-#include "rcvr/SettingsFile.h"
-
-#include "TestSupport.h"
-#include "common/source/source_utilities/uString.h"
+#include "SettingsFixture.h"
 
 #include <random>
 
 namespace {
 
-using namespace Vx::Qrs::Trace::OrvRcvr;
 using namespace rcvr_test;
 using testing::ElementsAre;
-using VX_QRS::uString;
-using VX_QRS::ORV::CLIENT::ChannelSettings;
-
-const char* const defaultFile = R"(<?xml version="1.0" encoding="UTF-8"?>
-<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->
-<CHANNEL-SETUP>
-	<RCVRNAME>Kite R2 Trace</RCVRNAME>
-	<no_emu0>false</no_emu0>
-	<no_emu1>false</no_emu1>
-	<drm_type></drm_type>
-	<drm_key></drm_key>
-	<num_pins>1</num_pins>
-	<pin_map></pin_map>
-	<is_stop_on_full>true</is_stop_on_full>
-	<is_sync>true</is_sync>
-	<bufsize_current>0</bufsize_current>
-	<drm_xmtr>pti</drm_xmtr>
-	<start_port>0</start_port>
-	<ARM_STALL_CPU>false</ARM_STALL_CPU>
-	<ARM_MONITOR_CPRT>false</ARM_MONITOR_CPRT>
-	<ARM_NO_DATA_TRACE_ON_FIFO_FULL>false</ARM_NO_DATA_TRACE_ON_FIFO_FULL>
-	<ARM_CYCLE_ACCURATE_TRACE>true</ARM_CYCLE_ACCURATE_TRACE>
-	<ARM_EXPORT_FRAMESIZE>0</ARM_EXPORT_FRAMESIZE>
-</CHANNEL-SETUP>
-)";
-
-std::string replaced(std::string text, const std::string& original, const std::string& replacement) {
-    EXPECT_NE(text.find(original), std::string::npos) << original;
-    uString::replace(text, original.c_str(), replacement.c_str());
-    return text;
-}
-
-bool isDefault(const ChannelSettings& settings) {
-    const ChannelSettings d;
-    return settings.isSync == d.isSync && settings.isStopOnFull == d.isStopOnFull && settings.numPins == d.numPins &&
-           settings.pinMap == d.pinMap && settings.bufferSizeIndex == d.bufferSizeIndex &&
-           settings.bufferSizeChoices == d.bufferSizeChoices && settings.transmitter == d.transmitter &&
-           settings.startPort == d.startPort && settings.stallCpu == d.stallCpu &&
-           settings.monitorCprt == d.monitorCprt && settings.noDataTraceOnFifoFull == d.noDataTraceOnFifoFull &&
-           settings.cycleAccurateTrace == d.cycleAccurateTrace && settings.exportFrameSize == d.exportFrameSize;
-}
-
-class SettingsFile : public testing::Test {
-protected:
-    SettingsFile() {
-        g_noEmu0 = g_noEmu1 = false;
-        g_drmType.clear();
-        g_drmKey.clear();
-    }
-    ChannelSettings load() {
-        ChannelSettings settings;
-        LoadSettings(settings, path.c_str(), "cpu");
-        return settings;
-    }
-    ChannelSettings load(const std::string& text) {
-        writeBytes(path, text);
-        return load();
-    }
-    // Defaults were loaded and stand in the file now.
-    void expectRefused(const std::string& text) {
-        EXPECT_TRUE(isDefault(load(text))) << text;
-        EXPECT_NE(readText(path), text);
-        EXPECT_NE(readText(path).find("\t<num_pins>1</num_pins>\n\t<pin_map></pin_map>\n"), std::string::npos);
-    }
-
-    TemporaryFolder folder;
-    const std::string path = folder.file("chan.xml");
-};
 
 TEST_F(SettingsFile, DefaultsAreAsAUserMeetsThem) {
     ChannelSettings settings;
@@ -170,10 +98,12 @@ TEST_F(SettingsFile, ThreePinsAreUnsupported) {
     TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     expectRefused(replaced(defaultFile, "<num_pins>1", "<num_pins>3"));
-    EXPECT_THAT(log.lines(), ElementsAre("M ORV Receiver : loading settings from " + path,
-                                         "W ORV Receiver : failed to load settings, overwriting file with defaults : "
-                                         "unsupported number of pins requested (3)",
-                                         "M ORV Receiver : storing settings to " + path));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("M ORV Receiver : loading settings from " + path,
+                            "W ORV Receiver : failed to load settings, overwriting file with defaults : "
+                            "unsupported number of pins requested (3)",
+                            "M ORV Receiver : storing settings to " + path,
+                            "W ORV Receiver : the file as it was is kept as " + path + ".before-defaults"));
     expectRefused(replaced(defaultFile, "<num_pins>1", "<num_pins>0"));
 }
 
@@ -202,7 +132,8 @@ TEST_F(SettingsFile, OfSeveralFaultsTheMapIsToldAheadOfTheTransmitterAndThatAhea
     const auto toldFor = [&](const std::string& text) {
         expectRefused(text);
         const auto lines = log.lines();
-        return lines[lines.size() - 2].substr(lines[lines.size() - 2].rfind(" : ") + 3);
+        const std::string& reason = lines[lines.size() - 3];
+        return reason.substr(reason.rfind(" : ") + 3);
     };
     std::string text = replaced(defaultFile, "<num_pins>1", "<num_pins>3");
     text = replaced(text, "<drm_xmtr>pti", "<drm_xmtr>dsp");
@@ -303,6 +234,7 @@ TEST_F(SettingsFile, OfAnyBytesLoadsAsDefaultsOrAsWhatItSays) {
                 text.erase(at, 1 + random() % 40);
         }
         const ChannelSettings settings = load(text);
+        std::filesystem::remove(path + ".before-defaults");
         ASSERT_TRUE(settings.numPins == 1 || settings.numPins == 2 || settings.numPins == 4) << round;
         ASSERT_TRUE(settings.transmitter == "pti" || settings.transmitter == "tpiu" ||
                     settings.transmitter == "tpiulite")
