@@ -89,6 +89,37 @@ TEST_F(KeptSettings, CopiesThatCannotBeComparedAreTwo) {
     EXPECT_EQ(readBytes(copy + ".2"), users);
 }
 
+// Files are read in blocks of 64 KiB; here the second block of one reading fails.
+struct SecondBlockFails {
+    explicit SecondBlockFails(int reading)
+        : data(Function::Read, 2 * reading, 1), report(Function::Error, reading, 1) {}
+    FileFault data;
+    FileFault report;
+};
+constexpr std::size_t blockSize = 65536;
+
+TEST_F(KeptSettings, AFileThatIsReadInPartIsNotTakenForItsBeginning) {
+    const std::string text = bad + std::string(blockSize, '\n');
+    writeBytes(path, text);
+    writeBytes(copy, text.substr(0, blockSize));
+    {
+        const SecondBlockFails third(3); // after the loading and the storing
+        EXPECT_TRUE(isDefault(load()));
+    }
+    EXPECT_EQ(readBytes(copy + ".2"), text);
+}
+
+TEST_F(KeptSettings, ACopyThatIsReadInPartIsNotTakenForItsBeginning) {
+    const std::string text = bad + std::string(blockSize - bad.size(), '\n');
+    writeBytes(path, text);
+    writeBytes(copy, text + "more");
+    {
+        const SecondBlockFails fourth(4);
+        EXPECT_TRUE(isDefault(load()));
+    }
+    EXPECT_EQ(readBytes(copy + ".2"), text);
+}
+
 TEST_F(KeptSettings, OurOwnDefaultsAreNotKept) {
     load();
     const UnreadableFor passing(1);
