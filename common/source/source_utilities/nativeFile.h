@@ -18,7 +18,7 @@ enum class Outcome { done, taken, refused };
 // Opens a new file for writing as text. Started processes do not inherit it. Taken: the name exists.
 Outcome create(const std::string& path, std::FILE*& file);
 
-// Whether the file exists and opens for writing; it does not change.
+// Whether the file exists, opens for writing and may be replaced; it does not change.
 bool isWritable(const std::string& path);
 
 // Puts `replacement` in the place of the file `path`, whose owner and access rights it takes over as far as the

@@ -66,7 +66,7 @@ TEST(Leaks, Files) {
         ASSERT_TRUE(file.open(nullptr, "w+"));
         ASSERT_TRUE(file.open(nullptr, "a+"));
         uConfig config;
-        config.setPath(path.c_str());
+        config.setPath(folder.path("config").c_str());
         config.addVariable("a", "b");
         config.write();
         config.read();

@@ -67,7 +67,14 @@ bool makeDirectory(const char* path) {
 
 bool uEnvironment::getFreeSpace(const char* directory, std::uint64_t& bytes) {
     ULARGE_INTEGER available{};
-    if (directory == nullptr || GetDiskFreeSpaceExA(directory, &available, nullptr, nullptr) == 0) {
+    if (directory == nullptr) {
+        return false;
+    }
+    std::string name(directory);
+    if (name.starts_with("\\\\")) {
+        name += '\\'; // the call demands it on a network share
+    }
+    if (GetDiskFreeSpaceExA(name.c_str(), &available, nullptr, nullptr) == 0) {
         return false;
     }
     bytes = available.QuadPart;

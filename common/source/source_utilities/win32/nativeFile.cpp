@@ -72,7 +72,12 @@ Outcome create(const std::string& path, std::FILE*& file) {
 }
 
 bool isWritable(const std::string& path) {
-    const HANDLE file = openShared(path, GENERIC_WRITE);
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+        return false;
+    }
+    // A file that another program has open can often be written, but not replaced.
+    const HANDLE file = openShared(path, GENERIC_WRITE | DELETE);
     if (file == INVALID_HANDLE_VALUE) {
         return false;
     }
