@@ -4,14 +4,13 @@
 
 #include "tests/unit/common/TemporaryFolder.h"
 #include "tests/unit/common/failureText.h"
+#include "tests/unit/common/posix/FileSizeLimit.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -54,26 +53,6 @@ public:
 
 private:
     bool& flag;
-};
-
-// Files end after so many bytes: the disk is full.
-class FullDisk {
-public:
-    explicit FullDisk(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &old);
-        const rlimit limit{bytes, old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
-    ~FullDisk() {
-        setrlimit(RLIMIT_FSIZE, &old);
-        std::signal(SIGXFSZ, handler);
-    }
-
-private:
-    rlimit old{};
-    void (*handler)(int);
 };
 
 // Nobody in particular, if this process may become so: root is refused nothing.
@@ -130,7 +109,7 @@ protected:
 TEST_F(FileReplacement, AFullDiskLeavesTheOldFileAndNothingElse) {
     const std::string path = folder.write("file", "old");
     const std::string failure = failureText<uConfig::error>([&] {
-        const FullDisk limit(4096);
+        const test::FileSizeLimit limit(4096);
         write(path, std::string(5000, 'x'));
     });
     EXPECT_EQ(failure, "failed to write \"" + path + "\"");

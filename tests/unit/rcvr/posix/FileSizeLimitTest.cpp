@@ -1,34 +1,13 @@
+#include "tests/unit/common/posix/FileSizeLimit.h"
 #include "../DataFixture.h"
 #include "tdf/TdfFile.h"
-
-#include <csignal>
-
-#include <sys/resource.h>
 
 // The system itself cuts a file short here, in the middle of a chunk.
 
 namespace {
 
 using namespace rcvr_test;
-
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &old);
-        const rlimit limit{bytes, old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &old);
-        std::signal(SIGXFSZ, handler);
-    }
-
-private:
-    rlimit old{};
-    void (*handler)(int);
-};
+using VX_QRS::test::FileSizeLimit;
 
 TEST_F(Data, ARawSaveThatIsCutShortHoldsTheBeginningOfTheRecording) {
     const std::string recording = samples(0, 30000);
