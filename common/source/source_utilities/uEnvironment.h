@@ -54,7 +54,7 @@ public:
     // Starts a process without handles of this one; its id, or 0. A bare name is looked for in the current directory
     // and along PATH (on Windows also in the platform's own places). `arguments` (may be null) is one text; on Linux
     // it is split at blanks, and double quotes hold a part together. Ended processes are reaped by later calls of the
-    // operations below.
+    // operations below. When it throws std::bad_alloc, no process was started.
     static std::uint32_t startProcess(const char* imageName, const char* arguments, int mode);
 
     // The first process of that program, or the one with the given id when that is not 0; 0 when there is none. Names
@@ -63,8 +63,14 @@ public:
 
     static bool processExists(std::uint32_t processId);
 
-    // Ends a process at once, without its help; true when that succeeded.
-    static bool terminateProcess(std::uint32_t processId);
+    // Whether the process has ended for certain: false also when the system does not tell. True for 0, which is none.
+    // Works without memory.
+    static bool processHasEnded(std::uint32_t processId) noexcept;
+
+    // Ends a process at once, without its help; true when that succeeded. Waits up to a second for the end of one that
+    // was started here. False for one of those that has ended by itself, whatever process has its id by now. Works
+    // without memory.
+    static bool terminateProcess(std::uint32_t processId) noexcept;
 
     static std::uint32_t getCurrentProcessId();
 

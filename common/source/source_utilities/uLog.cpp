@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <exception>
 
 namespace VX_QRS {
 
@@ -197,9 +198,13 @@ uLogger* loggerAt(int threshold) {
 
 void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments) ORV_PRINTF_CHECKED(3, 0);
 
+// A line that cannot be made, for lack of memory, is lost: it must not fail what it is about.
 void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments) {
-    if (uLogger* logger = loggerAt(threshold)) {
-        logger->logArguments(classes, uLogger::timeOnly, format, arguments);
+    try {
+        if (uLogger* logger = loggerAt(threshold)) {
+            logger->logArguments(classes, uLogger::timeOnly, format, arguments);
+        }
+    } catch (const std::exception&) {
     }
 }
 
@@ -241,9 +246,13 @@ void logErrorAt(int threshold, const char* format, ...) {
 }
 
 void logEntry(const char* unit, const char* function, const SourceLocation& location) {
-    if (uLogger* logger = loggerAt(3)) {
-        logger->log(uLogger::functionClass, uLogger::noTime, "%s #%d  %s(...)\n", unit,
-                    static_cast<int>(location.line()), function);
+    try {
+        if (uLogger* logger = loggerAt(3)) {
+            logger->log(uLogger::functionClass, uLogger::noTime, "%s #%d  %s(...)\n", unit,
+                        static_cast<int>(location.line()), function);
+        }
+    } catch (const std::exception&) {
+        // Lost, as any line that cannot be made.
     }
 }
 

@@ -124,6 +124,7 @@ private:
 uLogManager* getLogManager();
 
 // The helpers through which all code logs. Nothing is formatted when the threshold is not reached or no log is open.
+// They throw nothing: a line for which there is no memory is lost.
 void logMessage(const char* format, ...) ORV_PRINTF_CHECKED(1, 2); // class M, threshold 1
 void logWarning(const char* format, ...) ORV_PRINTF_CHECKED(1, 2); // class W, threshold 1
 void logError(const char* format, ...) ORV_PRINTF_CHECKED(1, 2);   // class E, threshold 1

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdio>
 #include <limits>
+#include <new>
 #include <utility>
 
 namespace VX_QRS {
@@ -72,6 +73,15 @@ int statusOf(int code) {
     return gone ? uSocket::connectionGone : uSocket::failed;
 }
 
+// There may be no memory for a text; the status is what counts.
+void assign(std::string& to, const char* text) noexcept {
+    try {
+        to = text;
+    } catch (const std::bad_alloc&) {
+        to.clear();
+    }
+}
+
 } // namespace
 
 uSocket::uSocket(Handle connected, const Peer& from)
@@ -118,7 +128,7 @@ bool uSocket::knock(std::uint16_t port) {
 
 int uSocket::connect(const char* host, std::uint16_t port) {
     close();
-    peer = std::string(host != nullptr ? host : "");
+    assign(peer, host != nullptr ? host : "");
     remote = port;
     isServer = false;
     if (!nativeSocket::startLayer()) {
@@ -152,7 +162,7 @@ int uSocket::listen(std::uint16_t port) {
 
 std::unique_ptr<uSocket> uSocket::accept() {
     if (!isServer) {
-        error = "AcceptClient() is only valid on server socket";
+        assign(error, "AcceptClient() is only valid on server socket");
         return nullptr;
     }
     Peer from;
@@ -161,7 +171,12 @@ std::unique_ptr<uSocket> uSocket::accept() {
         recordError("Error accepting socket");
         return nullptr;
     }
-    return std::make_unique<uSocket>(accepted, from);
+    std::unique_ptr<uSocket> client(new (std::nothrow) uSocket(accepted, from));
+    if (client == nullptr) {
+        nativeSocket::shutDownAndClose(accepted);
+        assign(error, "Error accepting socket: no memory");
+    }
+    return client;
 }
 
 void uSocket::close() {
@@ -173,7 +188,7 @@ void uSocket::close() {
 
 int uSocket::read(void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count) {
     if (buffer == nullptr) {
-        error = "Data buffer is NULL";
+        assign(error, "Data buffer is NULL");
         return nullBuffer;
     }
     count = nativeSocket::receive(handle, static_cast<char*>(buffer) + offset, limited(size));
@@ -190,7 +205,7 @@ int uSocket::read(void* buffer, std::uint32_t size, std::uint32_t offset, std::i
 int uSocket::write(const void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count) {
     count = 0;
     if (buffer == nullptr) {
-        error = "Data buffer is NULL";
+        assign(error, "Data buffer is NULL");
         return nullBuffer;
     }
     const std::int32_t sent = nativeSocket::send(handle, static_cast<const char*>(buffer) + offset, limited(size));
@@ -207,7 +222,11 @@ bool uSocket::waitReadable(int milliseconds) {
 
 int uSocket::recordError(const char* prefix) {
     const int code = nativeSocket::lastError();
-    error = std::string(prefix) + ": " + errorText(code);
+    try {
+        error = std::string(prefix) + ": " + errorText(code);
+    } catch (const std::bad_alloc&) {
+        error.clear();
+    }
     return code;
 }
 

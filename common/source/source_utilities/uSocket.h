@@ -7,7 +7,7 @@
 namespace VX_QRS {
 
 // A TCP socket, client or server, over the platform's own. Nothing is thrown: operations give a status number and
-// leave a text in lastError(). read and write do one platform call each and may move fewer bytes than asked for.
+// leave a text in lastError(), which is empty when there is no memory for it. read and write do one platform call each and may move fewer bytes than asked for.
 // Calls block without a limit unless told otherwise. One thread at a time; a lost peer raises no signal, and
 // processes that are started do not inherit the handle.
 class uSocket {

@@ -95,6 +95,25 @@ TEST_F(uProcessTest, TerminatedProcessIsGone) {
     EXPECT_EQ(uEnvironment::findProcess(childName, child), 0U);
 }
 
+TEST_F(uProcessTest, HasEndedOnlyWhenItHas) {
+    start("60000");
+    ASSERT_NE(child, 0U);
+    EXPECT_FALSE(uEnvironment::processHasEnded(child));
+    EXPECT_TRUE(uEnvironment::terminateProcess(child));
+    EXPECT_TRUE(uEnvironment::processHasEnded(child));
+}
+
+TEST_F(uProcessTest, EndedByItselfIsSeenAndIsNotTerminated) {
+    start("0 one");
+    ASSERT_NE(child, 0U);
+    while (!uEnvironment::processHasEnded(child)) {
+        uThread::sleep(2);
+    }
+    EXPECT_TRUE(uEnvironment::processHasEnded(child));
+    EXPECT_FALSE(uEnvironment::processExists(child));
+    EXPECT_FALSE(uEnvironment::terminateProcess(child));
+}
+
 TEST_F(uProcessTest, NothingOpenIsInherited) {
     uSocket server;
     ASSERT_EQ(server.listen(0), uSocket::done);
@@ -136,6 +155,7 @@ TEST_F(uProcessTest, StartsAlongThePath) {
 
 TEST(uProcess, IdOfZeroIsNoProcess) {
     EXPECT_FALSE(uEnvironment::processExists(0));
+    EXPECT_TRUE(uEnvironment::processHasEnded(0));
     EXPECT_FALSE(uEnvironment::terminateProcess(0));
     EXPECT_EQ(uEnvironment::findProcess(nullptr, 0), 0U);
 }
@@ -144,12 +164,14 @@ TEST(uProcess, ThisProcessExists) {
     const std::uint32_t self = uEnvironment::getCurrentProcessId();
     EXPECT_NE(self, 0U);
     EXPECT_TRUE(uEnvironment::processExists(self));
+    EXPECT_FALSE(uEnvironment::processHasEnded(self));
     EXPECT_EQ(uEnvironment::findProcess("unit_common.exe", self), self);
     EXPECT_EQ(uEnvironment::findProcess("orv_no_such_program", 0), 0U);
 }
 
 TEST(uProcess, UnknownIdDoesNotExist) {
     EXPECT_FALSE(uEnvironment::processExists(0x7FFFFFF0));
+    EXPECT_TRUE(uEnvironment::processHasEnded(0x7FFFFFF0));
     EXPECT_FALSE(uEnvironment::terminateProcess(0x7FFFFFF0));
     EXPECT_FALSE(uEnvironment::terminateProcess(0xFFFFFFF8)) << "no group of processes either";
 }

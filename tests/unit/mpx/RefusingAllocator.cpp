@@ -11,7 +11,24 @@ std::atomic<std::size_t> refusedTo{0};
 std::atomic<int> toSpare{Refusing::all};
 std::atomic<bool> refused{false};
 
+struct Shortage {
+    int left = -1; // blocks to spare; below 0: there is no shortage
+    bool lasting = false;
+    bool refused = false;
+};
+thread_local Shortage shortage;
+
+bool hasRunOut() {
+    if (shortage.left < 0 || shortage.left-- > 0)
+        return false;
+    shortage.refused = true;
+    shortage.left = shortage.lasting ? 0 : -1;
+    return true;
+}
+
 bool isRefused(std::size_t size) {
+    if (hasRunOut())
+        return true;
     bool hit = refusedFrom != 0 && size >= refusedFrom && size <= refusedTo;
     if (hit && toSpare != Refusing::all)
         hit = toSpare-- == 0;
@@ -35,6 +52,18 @@ Refusing::~Refusing() {
 
 bool Refusing::hasRefused() const {
     return refused;
+}
+
+MemoryEnds::MemoryEnds(int spare, bool lasting) {
+    shortage = {spare, lasting, false};
+}
+
+MemoryEnds::~MemoryEnds() {
+    shortage.left = -1;
+}
+
+bool MemoryEnds::hasRefused() {
+    return shortage.refused;
 }
 
 void* operator new(std::size_t size) {

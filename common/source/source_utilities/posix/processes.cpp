@@ -1,15 +1,16 @@
 #include "common/source/source_utilities/nativeEnvironment.h"
+#include "common/source/source_utilities/startedProcesses.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uString.h"
-#include "common/source/source_utilities/uThread.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdio>
 #include <fstream>
-#include <mutex>
+#include <memory>
 #include <sstream>
 #include <string_view>
 
@@ -21,33 +22,6 @@
 namespace VX_QRS {
 
 namespace {
-
-// The children that were started here and are not known to have ended. Each is reaped by a later look at the processes,
-// so that none stays behind as a zombie; children of the host's own are left to the host.
-std::mutex childrenMutex;
-std::vector<pid_t>& children() {
-    static std::vector<pid_t> list;
-    return list;
-}
-
-bool hasEnded(pid_t child) {
-    return waitpid(child, nullptr, WNOHANG) != 0;
-}
-
-void reapChildren() {
-    const std::lock_guard lock(childrenMutex);
-    std::erase_if(children(), hasEnded);
-}
-
-void rememberChild(pid_t child) {
-    const std::lock_guard lock(childrenMutex);
-    children().push_back(child);
-}
-
-bool isRememberedChild(pid_t process) {
-    const std::lock_guard lock(childrenMutex);
-    return std::find(children().begin(), children().end(), process) != children().end();
-}
 
 std::string readWhole(const std::string& path) {
     std::ifstream file(path, std::ios_base::binary);
@@ -62,15 +36,38 @@ std::string readLink(const std::string& path) {
     return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
-// Ended processes stay in the list until their parent looks.
-bool isZombie(const std::string& folder) {
-    const std::string stat = readWhole(folder + "/stat");
-    const std::size_t nameEnd = stat.rfind(')'); // the name itself may hold anything
-    if (nameEnd == std::string::npos || nameEnd + 2 >= stat.size()) {
-        return true;
+// What the system shows of a process: a letter for its state, or one of these.
+constexpr char gone = '\0';
+constexpr char unreadable = '?';
+
+// Without memory, since it decides whether a process may be terminated. A process that has ended stays in the list until
+// its parent collects it.
+char stateOf(std::uint32_t process) noexcept {
+    std::array<char, 32> path{};
+    std::snprintf(path.data(), path.size(), "/proc/%u/stat", process);
+    const int file = open(path.data(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return errno == ENOENT ? gone : unreadable;
     }
-    const char state = stat[nameEnd + 2];
-    return state == 'Z' || state == 'X';
+    std::array<char, 256> text{}; // the number, the name in brackets, the state; a name has 64 bytes at most
+    const ssize_t length = read(file, text.data(), text.size());
+    const bool vanished = length < 0 && errno == ESRCH;
+    close(file);
+    if (vanished) {
+        return gone;
+    }
+    const std::string_view stat(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    const std::size_t nameEnd = stat.rfind(')'); // the name itself may hold anything
+    return nameEnd != std::string_view::npos && nameEnd + 2 < stat.size() ? stat[nameEnd + 2] : unreadable;
+}
+
+bool isEndedState(char state) {
+    return state == gone || state == 'Z' || state == 'X';
+}
+
+bool isShownRunning(std::uint32_t process) noexcept {
+    const char state = stateOf(process);
+    return !isEndedState(state) && state != unreadable;
 }
 
 std::string programOf(const std::string& folder) {
@@ -123,7 +120,7 @@ std::vector<std::string> candidatePaths(const std::string& imageName) {
     return candidates;
 }
 
-// Everything that the child needs, made ahead of the fork: behind it nothing may be allocated.
+// Everything that the child needs, prepared before fork(): the child must not allocate.
 struct Launch {
     std::vector<std::string> paths;
     std::vector<std::string> arguments;
@@ -157,30 +154,68 @@ struct Launch {
     _exit(127);
 }
 
+// Whether the program was started, which closes the other end of the pipe; a failure to read does not tell.
+bool reportsStart(int pipeEnd) {
+    char failure = 0;
+    ssize_t count = 0;
+    do {
+        count = read(pipeEnd, &failure, 1);
+    } while (count < 0 && errno == EINTR);
+    return count == 0;
+}
+
+// For a child that is in no list yet.
+void endChild(pid_t child) {
+    kill(child, SIGKILL);
+    while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
+        // A signal came in between.
+    }
+}
+
+struct FolderCloser {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+
 } // namespace
 
+bool collectProcess(const StartedProcess& process) noexcept {
+    return waitpid(static_cast<pid_t>(process.id), nullptr, WNOHANG) != 0;
+}
+
+bool killProcess(const StartedProcess& process) noexcept {
+    return kill(static_cast<pid_t>(process.id), SIGKILL) == 0;
+}
+
+bool strangerHasEnded(std::uint32_t id) noexcept {
+    return isEndedState(stateOf(id));
+}
+
+bool killStranger(std::uint32_t id) noexcept {
+    // What does not fit would address a group of processes.
+    return id <= static_cast<std::uint32_t>(INT_MAX) && isShownRunning(id) && killProcess({id, 0, false});
+}
+
 bool nativeEnvironment::listProcesses(std::vector<Process>& processes) {
-    reapChildren();
-    DIR* const folder = opendir("/proc");
+    startedProcesses().collectEnded();
+    const std::unique_ptr<DIR, FolderCloser> folder(opendir("/proc"));
     if (folder == nullptr) {
         return false;
     }
-    while (const dirent* entry = readdir(folder)) {
+    while (const dirent* entry = readdir(folder.get())) {
         const std::string name(entry->d_name);
         if (name.find_first_not_of("0123456789") != std::string::npos) {
             continue;
         }
-        const std::string path = "/proc/" + name;
-        if (!isZombie(path)) {
-            processes.push_back({uString::toNumber<std::uint32_t>(name), programOf(path)});
+        const auto process = uString::toNumber<std::uint32_t>(name);
+        if (isShownRunning(process)) {
+            processes.push_back({process, programOf("/proc/" + name)});
         }
     }
-    closedir(folder);
     return true;
 }
 
 std::uint32_t uEnvironment::startProcess(const char* imageName, const char* arguments, int) {
-    reapChildren();
+    startedProcesses().collectEnded();
     if (imageName == nullptr) {
         return 0;
     }
@@ -192,8 +227,10 @@ std::uint32_t uEnvironment::startProcess(const char* imageName, const char* argu
         launch.argumentPointers.push_back(argument.data());
     }
     launch.argumentPointers.push_back(nullptr);
+    StartedProcesses::Entry entry = StartedProcesses::prepare();
 
-    // The pipe's writing end closes when the program starts; until then a byte in it tells of the failure.
+    // The pipe's writing end closes when the program starts; until then a byte in it reports the failure. From here on
+    // nothing is allocated: a failure would lose the child.
     std::array<int, 2> report{};
     if (pipe2(report.data(), O_CLOEXEC) != 0) {
         return 0;
@@ -204,41 +241,16 @@ std::uint32_t uEnvironment::startProcess(const char* imageName, const char* argu
         becomeProgram(launch);
     }
     close(report[1]);
-    char failure = 0;
-    ssize_t count = 0;
-    if (child > 0) {
-        do {
-            count = read(report[0], &failure, 1);
-        } while (count < 0 && errno == EINTR);
-    }
+    const bool started = child > 0 && reportsStart(report[0]);
     close(report[0]);
-    if (child < 0) {
-        return 0;
-    }
-    if (count != 0) {
-        waitpid(child, nullptr, 0);
-        return 0;
-    }
-    rememberChild(child);
-    return static_cast<std::uint32_t>(child);
-}
-
-bool uEnvironment::terminateProcess(std::uint32_t processId) {
-    // What does not fit would address a group of processes.
-    if (processId == 0 || processId > static_cast<std::uint32_t>(INT_MAX)) {
-        return false;
-    }
-    const auto process = static_cast<pid_t>(processId);
-    const bool terminated = processExists(processId) && kill(process, SIGKILL) == 0;
-    // A killed child ends soon, and one that was ending by itself may just have done so; the remains are removed here
-    // rather than at some later look.
-    for (int i = 0; i < 1000 && isRememberedChild(process); ++i) {
-        reapChildren();
-        if (isRememberedChild(process)) {
-            uThread::sleep(1);
+    if (!started) {
+        if (child > 0) {
+            endChild(child);
         }
+        return 0;
     }
-    return terminated;
+    startedProcesses().add(entry, {static_cast<std::uint32_t>(child), 0, false});
+    return static_cast<std::uint32_t>(child);
 }
 
 } // namespace VX_QRS

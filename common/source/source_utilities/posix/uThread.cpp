@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include <pthread.h>
@@ -74,7 +75,14 @@ bool uThread::start() {
             return false;
         }
     }
-    auto course = std::make_shared<Course>();
+    std::shared_ptr<Course> course;
+    std::unique_ptr<std::shared_ptr<Course>> holder;
+    try {
+        course = std::make_shared<Course>();
+        holder = std::make_unique<std::shared_ptr<Course>>(course);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
     course->runnable = runnable;
     course->priority = priority;
     pthread_attr_t attributes;
@@ -86,7 +94,6 @@ bool uThread::start() {
         const std::size_t wanted = std::max(std::size_t{stackSize}, least);
         pthread_attr_setstacksize(&attributes, (wanted + page - 1) / page * page);
     }
-    auto holder = std::make_unique<std::shared_ptr<Course>>(course);
     // In place ahead of the thread, which may ask about itself at once.
     const std::shared_ptr<Course> before = std::exchange(native->course, course);
     native->joined = false;

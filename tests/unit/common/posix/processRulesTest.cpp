@@ -38,6 +38,7 @@ TEST(ProcessRules, ZombieCountsAsGone) {
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0); // ended and not reaped
     EXPECT_FALSE(uEnvironment::processExists(static_cast<std::uint32_t>(child)));
     EXPECT_FALSE(uEnvironment::terminateProcess(static_cast<std::uint32_t>(child)));
+    EXPECT_TRUE(uEnvironment::processHasEnded(static_cast<std::uint32_t>(child)));
     EXPECT_EQ(waitpid(child, nullptr, 0), child) << "the host's own child is the host's to reap";
 }
 
