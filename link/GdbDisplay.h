@@ -1,5 +1,6 @@
 #pragma once
 
+#include <new>
 #include <sstream>
 #include <string>
 
@@ -13,7 +14,13 @@ public:
     GdbDisplay() = default;
     GdbDisplay(const GdbDisplay&) = delete;
     GdbDisplay& operator=(const GdbDisplay&) = delete;
-    ~GdbDisplay() override { Policy::output(str()); }
+    /// The text is lost when there is no memory to hand it on.
+    ~GdbDisplay() override {
+        try {
+            Policy::output(str());
+        } catch (const std::bad_alloc&) {
+        }
+    }
 };
 
 /// Where the trace of the link goes: nowhere. The file name below is reserved for it, and nothing opens such a file.

@@ -1,5 +1,7 @@
 #include "link/GdbTcpipIo.h"
 
+#include "common/source/source_utilities/uThread.h"
+
 #include <limits>
 #include <new>
 #include <string>
@@ -7,6 +9,7 @@
 namespace MPX_GDB_AGENT {
 
 using VX_QRS::uSocket;
+using VX_QRS::uThread;
 
 namespace {
 
@@ -20,6 +23,15 @@ std::uint32_t oneCall(std::uint32_t size) {
 
 std::uint32_t moved(std::int32_t count) {
     return count > 0 ? static_cast<std::uint32_t>(count) : 0;
+}
+
+// A socket that is not open never becomes readable: the wait runs out, and one without a limit ends at once.
+bool waitFor(uSocket* socket, std::int32_t waitMs) {
+    if (socket != nullptr && socket->isOpen())
+        return socket->waitReadable(waitMs);
+    if (waitMs > 0)
+        uThread::sleep(static_cast<std::uint32_t>(waitMs));
+    return false;
 }
 
 } // namespace
@@ -47,9 +59,7 @@ std::uint32_t GdbTcpipIo::stopListening() {
 std::uint32_t GdbTcpipIo::acceptClient(std::int32_t waitMs) {
     if (isConnected())
         return IoOk;
-    if (listener == nullptr || !listener->isOpen())
-        return IoFailed;
-    if (!listener->waitReadable(waitMs))
+    if (!waitFor(listener.get(), waitMs))
         return IoTimeout;
     std::unique_ptr<uSocket> accepted = listener->accept();
     if (accepted == nullptr)
@@ -61,12 +71,16 @@ std::uint32_t GdbTcpipIo::acceptClient(std::int32_t waitMs) {
 
 const char* GdbTcpipIo::peerName() {
     static std::string name;
-    name.clear();
-    if (isConnected()) {
-        name = client->peerAddress();
-        name += ':';
-        // One character, as whoever reads this has always got it.
-        name += static_cast<char>(client->remotePort() & 0xFF);
+    try {
+        name.clear();
+        if (isConnected()) {
+            name = client->peerAddress();
+            name += ':';
+            // One character, as callers have always got it.
+            name += static_cast<char>(client->remotePort() & 0xFF);
+        }
+    } catch (const std::bad_alloc&) {
+        name.clear();
     }
     return name.c_str();
 }
@@ -84,6 +98,8 @@ std::uint32_t GdbTcpipIo::receive(void* buffer, std::uint32_t size, std::uint32_
         return IoNotConnected;
     std::int32_t got = 0;
     const int status = client->read(buffer, oneCall(size), 0, got);
+    if (status != uSocket::done)
+        keepReason(*client);
     if (status == uSocket::connectionGone || (status == uSocket::done && got == 0)) {
         closeClient();
         return IoDisconnected;
@@ -97,7 +113,7 @@ std::uint32_t GdbTcpipIo::receive(void* buffer, std::uint32_t size, std::uint32_
 std::uint32_t GdbTcpipIo::waitReadable(std::int32_t waitMs) {
     if (client == nullptr)
         return IoNotConnected;
-    return client->waitReadable(waitMs) ? IoOk : IoTimeout;
+    return waitFor(client, waitMs) ? IoOk : IoTimeout;
 }
 
 std::uint32_t GdbTcpipIo::send(const void* buffer, std::uint32_t size, std::uint32_t& count) {
@@ -106,6 +122,8 @@ std::uint32_t GdbTcpipIo::send(const void* buffer, std::uint32_t size, std::uint
         return IoNotConnected;
     std::int32_t went = 0;
     const int status = client->write(buffer, oneCall(size), 0, went);
+    if (status != uSocket::done)
+        keepReason(*client);
     if (status == uSocket::connectionGone) {
         closeClient();
         return IoDisconnected;
@@ -125,9 +143,19 @@ std::uint32_t GdbTcpipIo::connectTo(const char* host) {
         return IoOk;
     if (client == nullptr)
         client = new (std::nothrow) uSocket;
-    if (client == nullptr || client->connect(host, static_cast<std::uint16_t>(portNumber)) != uSocket::done)
+    if (client == nullptr)
         return IoFailed;
-    return IoOk;
+    const int status = client->connect(host, static_cast<std::uint16_t>(portNumber));
+    keepReason(*client);
+    return status == uSocket::done ? IoOk : IoFailed;
+}
+
+void GdbTcpipIo::keepReason(const uSocket& failed) noexcept {
+    try {
+        reason = failed.lastError();
+    } catch (const std::bad_alloc&) {
+        reason.clear();
+    }
 }
 
 } // namespace MPX_GDB_AGENT

@@ -4,6 +4,7 @@
 #include "link/IGdbIo.h"
 
 #include <memory>
+#include <string>
 
 namespace MPX_GDB_AGENT {
 
@@ -28,13 +29,16 @@ public:
     std::uint32_t waitWritable(std::int32_t waitMs) override;
     std::uint32_t connectTo(const char* host) override;
     std::uint32_t port() const override { return portNumber; }
+    const char* lastError() const override { return reason.c_str(); }
 
 private:
     bool isConnected() const;
+    void keepReason(const VX_QRS::uSocket& failed) noexcept;
 
     std::unique_ptr<VX_QRS::uSocket> listener;
     VX_QRS::uSocket* client = nullptr; // owned, but left alone by the destructor
     std::uint32_t portNumber;
+    std::string reason; // of the latest failure; its socket may be gone
 };
 
 } // namespace MPX_GDB_AGENT

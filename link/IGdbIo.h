@@ -20,7 +20,8 @@ public:
 
     virtual std::uint32_t listenOn() = 0;
     virtual std::uint32_t stopListening() = 0;
-    /// Waits for a peer and takes it as the client; `IoOk` at once when there is one already.
+    /// Waits for a peer and takes it as the client; `IoOk` at once when there is one already. Without `listenOn`
+    /// nobody can come: `IoTimeout` after the wait, at once for one that has no limit.
     virtual std::uint32_t acceptClient(std::int32_t waitMs) = 0;
     /// Address and port of the peer, empty when unconnected. The text is one for all objects and stays valid until
     /// the next call.
@@ -40,6 +41,9 @@ public:
     /// `closeClient`: the unconnected socket is still held.
     virtual std::uint32_t connectTo(const char* host) = 0;
     virtual std::uint32_t port() const = 0;
+    /// Why the latest operation failed, in the transport's words; kept after the client is closed. Empty when nothing
+    /// has failed since the last connection, or when the words are not known. Valid until the next operation.
+    virtual const char* lastError() const { return ""; }
 };
 
 } // namespace MPX_GDB_AGENT

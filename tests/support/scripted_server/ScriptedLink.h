@@ -32,6 +32,7 @@ public:
     bool saidGoodbye = false;   ///< `$D#00` came where the script had ended
     bool closed = false;        ///< the client closed the link
     std::uint32_t lastRead = 0; ///< bytes that its last read was to bring at most
+    std::string reason;         ///< what the link gives as its last error
     std::int32_t lastWait = 0;  ///< milliseconds that the client's last wait was to take at most
 
 private:
@@ -68,6 +69,7 @@ public:
     std::uint32_t waitWritable(std::int32_t waitMs) override;
     std::uint32_t connectTo(const char* host) override;
     std::uint32_t port() const override;
+    const char* lastError() const override { return script->reason.c_str(); }
 
 private:
     std::shared_ptr<LinkScript> script;

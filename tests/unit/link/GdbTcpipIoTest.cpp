@@ -140,8 +140,49 @@ TEST_F(GdbTcpipIoTest, NobodyToAcceptTimesOut) {
     EXPECT_EQ(server.acceptClient(20), IoTimeout);
 }
 
-TEST_F(GdbTcpipIoTest, AcceptWithoutListeningFails) {
-    EXPECT_EQ(server.acceptClient(20), IoFailed);
+TEST_F(GdbTcpipIoTest, AcceptWithoutListeningTimesOutAfterItsWait) {
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(server.acceptClient(30), IoTimeout);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(25));
+    EXPECT_EQ(server.acceptClient(0), IoTimeout);
+}
+
+TEST_F(GdbTcpipIoTest, AcceptWithoutListeningAndWithoutALimitTimesOutAtOnce) {
+    EXPECT_EQ(server.acceptClient(-1), IoTimeout);
+    ASSERT_EQ(server.listenOn(), IoOk);
+    EXPECT_EQ(server.stopListening(), IoOk);
+    EXPECT_EQ(server.acceptClient(-1), IoTimeout);
+}
+
+TEST_F(GdbTcpipIoTest, ASocketThatDidNotConnectIsNeverReadable) {
+    EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
+    EXPECT_EQ(client.waitReadable(1), IoTimeout);
+    EXPECT_EQ(client.waitReadable(-1), IoTimeout);
+    EXPECT_EQ(receive(client, IoFailed), "") << "no connection was lost";
+    std::uint32_t count = 0;
+    EXPECT_EQ(client.send("x", 1, count), IoFailed);
+    EXPECT_EQ(client.waitWritable(0), IoOk) << "the socket object stays in place";
+    client.closeClient();
+    EXPECT_EQ(client.waitReadable(-1), IoNotConnected);
+}
+
+TEST_F(GdbTcpipIoTest, TheReasonOfALostConnectionIsKeptUntilTheNextOne) {
+    EXPECT_STREQ(client.lastError(), "");
+    pair();
+    EXPECT_STREQ(client.lastError(), "");
+    server.closeClient();
+    ASSERT_EQ(client.waitReadable(patience), IoOk);
+    EXPECT_EQ(receive(client, IoDisconnected), "");
+    EXPECT_EQ(std::string(client.lastError()).rfind("socket closed: read error: ", 0), 0u) << client.lastError();
+    EXPECT_EQ(receive(client, IoNotConnected), "");
+    EXPECT_NE(std::string(client.lastError()), "");
+    ASSERT_EQ(client.connectTo("127.0.0.1"), IoOk);
+    EXPECT_STREQ(client.lastError(), "");
+}
+
+TEST_F(GdbTcpipIoTest, ARefusedConnectionHasItsReason) {
+    EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
+    EXPECT_STREQ(client.lastError(), "Error on socket connect: Connection refused (ECONNREFUSED)");
 }
 
 TEST_F(GdbTcpipIoTest, AnOrderlyEndOfThePeerIsReportedOnceAndTheSocketIsGone) {
@@ -166,6 +207,7 @@ TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd) {
             VX_QRS::uThread::sleep(10);
     }
     EXPECT_EQ(result, IoDisconnected);
+    EXPECT_EQ(std::string(client.lastError()).rfind("socket write error: ", 0), 0u) << client.lastError();
     EXPECT_EQ(client.send("x", 1, count), IoNotConnected);
 }
 
