@@ -5,7 +5,6 @@
 #include "link/GdbTcpipIo.h"
 #include "mpx/MpxEcomServer/EcomWire.h"
 #include "mpx/MpxEcomServer/ProxyNames.h"
-#include "mpx/MpxEcomServer/ServerStart.h"
 
 #include <stdexcept>
 #include <string>
@@ -26,34 +25,12 @@ constexpr std::uint32_t pollRepeats = 0;
 
 } // namespace
 
-OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(chunk) {
-    sendBuffer.create(chunkSize + 1);
-    receiveBuffer.create(chunkSize + 1);
+OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : OrvEcomProxy(platformProcesses(), port, chunk) {}
 
-    // The server is started by its bare name, so its folder has to be the working directory.
-    uEnvironment::ScopedDirectoryChanger directory(nullptr);
-    const std::string folder = uEnvironment::get(serverFolderVariable);
-    if (!folder.empty()) {
-        logMessage("MpxEcomProxy: changing directory to %s", folder.c_str());
-        directory.change(folder.c_str());
-    }
-    const StartedServer server = startServer(platformProcesses(), port);
-    serverPid = server.id;
-    serverPort = server.port;
-    connectServer();
+OrvEcomProxy::OrvEcomProxy(ProcessAccess& access, std::uint32_t port, std::uint32_t chunk)
+    : processes(access), chunkSize(chunk) {
     try {
-        spareSocket.connect(serverHost, static_cast<std::uint16_t>(serverPort));
-        beginTalk();
-    } catch (...) {
-        logError("MpxEcomProxy: version check failed");
-        closeLink();
-        terminateServer();
-        throw;
-    }
-    try {
-        timer.setPollingInterval(pollingIntervalSeconds);
-        timer.registerCallable(this, pollDelaySeconds, pollRepeats);
-        timer.start();
+        begin(port);
     } catch (...) {
         // No destructor follows: the server must not outlive the attempt.
         closeLink();
@@ -62,8 +39,8 @@ OrvEcomProxy::OrvEcomProxy(std::uint32_t port, std::uint32_t chunk) : chunkSize(
     }
 }
 
-OrvEcomProxy::OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunk)
-    : link(std::move(connected)), chunkSize(chunk) {
+OrvEcomProxy::OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunk, ProcessAccess& access)
+    : processes(access), link(std::move(connected)), chunkSize(chunk) {
     sendBuffer.create(chunkSize + 1);
     receiveBuffer.create(chunkSize + 1);
     try {
@@ -89,19 +66,41 @@ OrvEcomProxy::~OrvEcomProxy() {
     terminateServer();
 }
 
+void OrvEcomProxy::begin(std::uint32_t firstPort) {
+    sendBuffer.create(chunkSize + 1);
+    receiveBuffer.create(chunkSize + 1);
+
+    // The server is started by its bare name, so its folder has to be the working directory.
+    uEnvironment::ScopedDirectoryChanger directory(nullptr);
+    const std::string folder = uEnvironment::get(serverFolderVariable);
+    if (!folder.empty()) {
+        logMessage("MpxEcomProxy: changing directory to %s", folder.c_str());
+        directory.change(folder.c_str());
+    }
+    const StartedServer server = startServer(processes, firstPort);
+    serverPid = server.id;
+    serverPort = server.port;
+    connectServer();
+    try {
+        spareSocket.connect(serverHost, static_cast<std::uint16_t>(serverPort));
+        watchesServer = true;
+        beginTalk();
+        watchesServer = false;
+    } catch (...) {
+        logError("MpxEcomProxy: version check failed");
+        throw;
+    }
+    startTimer();
+}
+
 void OrvEcomProxy::connectServer() {
     try {
         link = std::make_unique<MPX_GDB_AGENT::GdbTcpipIo>(serverPort);
     } catch (const std::exception&) {
-        terminateServer();
         throw std::runtime_error("failed to create io");
     }
-    if (link->connectTo(serverHost) != MPX_GDB_AGENT::IoOk) {
-        logError("MpxEcomProxy: failed to connect to server");
-        closeLink();
-        terminateServer();
-        throw std::runtime_error("failed to connect to server");
-    }
+    if (link->connectTo(serverHost) != MPX_GDB_AGENT::IoOk)
+        fail("MpxEcomProxy: failed to connect to server", "failed to connect to server", link->lastError());
 }
 
 void OrvEcomProxy::beginTalk() {
@@ -116,9 +115,15 @@ void OrvEcomProxy::beginTalk() {
     }
 }
 
+void OrvEcomProxy::startTimer() {
+    timer.setPollingInterval(pollingIntervalSeconds);
+    timer.registerCallable(this, pollDelaySeconds, pollRepeats);
+    timer.start();
+}
+
 void OrvEcomProxy::terminateServer() noexcept {
     if (serverPid != 0)
-        uEnvironment::terminateProcess(serverPid);
+        processes.terminate(serverPid);
     serverPid = 0;
 }
 

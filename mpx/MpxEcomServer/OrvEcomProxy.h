@@ -8,6 +8,7 @@
 #include "link/PacketBuffer.h"
 #include "mpx/MpxEcomServer/DataClient.h"
 #include "mpx/MpxEcomServer/Scratch.h"
+#include "mpx/MpxEcomServer/ServerStart.h"
 
 #include <memory>
 #include <sstream>
@@ -25,8 +26,12 @@ public:
     /// Starts the server, connects and checks its version. Throws `std::runtime_error` with no server left running.
     /// @param chunkSize the most bytes asked of the socket in one read.
     OrvEcomProxy(std::uint32_t port, std::uint32_t chunkSize);
+    /// The same with processes of the caller's, which have to outlive this object.
+    OrvEcomProxy(ProcessAccess& access, std::uint32_t port, std::uint32_t chunkSize);
     /// Talks over a link that is connected already, to a server that somebody else owns, and checks its version.
-    OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunkSize);
+    /// @param access whose `sleep` is used.
+    OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunkSize,
+                 ProcessAccess& access = platformProcesses());
     /// Says goodbye to the server, closes the link and terminates the process. Up to a second.
     ~OrvEcomProxy() override;
     OrvEcomProxy(const OrvEcomProxy&) = delete;
@@ -54,8 +59,10 @@ private:
     void call() override;
 
     // OrvEcomProxy.cpp: life cycle.
+    void begin(std::uint32_t firstPort);
     void connectServer();
     void beginTalk();
+    void startTimer();
     void terminateServer() noexcept;
     void closeLink() noexcept;
 
@@ -73,9 +80,12 @@ private:
     void appendAccess(const RegisterAccess& access);
     void appendPointerStorage(const void* pointer, std::uint32_t count);
     void sendRequest();
+    [[noreturn]] void fail(const char* line, const char* text, const char* reason);
 
     // OrvEcomProxyReplies.cpp: replies.
     void awaitReply();
+    void waitForMemory(bool& reported);
+    bool serverHasEnded() const;
     void dropLateChecksum();
     void parseReplyHead();
     void takeServerText();
@@ -92,6 +102,7 @@ private:
     void note(const char* text);
     void throwNoted() const;
 
+    ProcessAccess& processes;
     std::uint32_t serverPort = 0;
     std::unique_ptr<MPX_GDB_AGENT::IGdbIo> link;
     MPX_GDB_AGENT::PacketBuffer sendBuffer;
@@ -107,6 +118,9 @@ private:
     uMutex mutex;
     // Checksum characters that had not arrived when the last reply ended.
     std::uint32_t lateChecksum = 0;
+    // Whether the end of the server's process ends the wait for a reply. So it is until the version is known: up to
+    // then the port may be a stranger's, or another run's server's, whom this one's end does not disconnect.
+    bool watchesServer = false;
 };
 
 } // namespace VX_QRS::ORV

@@ -7,12 +7,15 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace VX_QRS::ORV {
 
 namespace {
 
 constexpr std::int32_t receiveWaitMs = 1000;
+constexpr const char* disconnectedLine = "MpxEcomProxy: disconnected from server";
+constexpr const char* disconnectedText = "disconnected from server";
 
 // Takes a marker, given as a text without its NUL, off the front.
 template <std::size_t size>
@@ -27,15 +30,31 @@ void OrvEcomProxy::awaitReply() {
     // at once is not looked at again.
     std::uint32_t searched = 0;
     std::uint32_t index = 0;
+    bool hasEnded = false;
+    bool lacksMemory = false;
     while (!receiveBuffer.findByte(MPX_GDB_AGENT::packetEnd, index, searched)) {
+        if (hasEnded)
+            fail(disconnectedLine, disconnectedText, "the server's process has ended");
+        hasEnded = serverHasEnded(); // one more read: what it sent before its end is there
         searched = receiveBuffer.length;
         const std::uint32_t result = MPX_GDB_AGENT::readPacket(*link, receiveBuffer, chunkSize, receiveWaitMs);
-        if (result != MPX_GDB_AGENT::IoOk && result != MPX_GDB_AGENT::IoTimeout) {
-            logError("MpxEcomProxy: disconnected from server");
-            throw std::runtime_error("disconnected from server");
-        }
+        if (result != MPX_GDB_AGENT::IoOk && result != MPX_GDB_AGENT::IoTimeout)
+            fail(disconnectedLine, disconnectedText, link->lastError());
+        if (result == MPX_GDB_AGENT::IoOk && receiveBuffer.length == searched)
+            waitForMemory(lacksMemory);
         dropLateChecksum();
     }
+}
+
+// A buffer that cannot grow leaves the link readable, so that the link's own wait would not last.
+void OrvEcomProxy::waitForMemory(bool& reported) {
+    if (!std::exchange(reported, true))
+        logError("MpxEcomProxy: no memory for the server's reply, trying again");
+    processes.sleep(receiveWaitMs);
+}
+
+bool OrvEcomProxy::serverHasEnded() const {
+    return watchesServer && processes.hasEnded(serverPid);
 }
 
 // Checksum characters of the last reply that arrive only now stand in front of this one. A server that never sends

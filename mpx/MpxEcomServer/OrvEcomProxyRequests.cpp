@@ -221,12 +221,18 @@ void OrvEcomProxy::sendRequest() {
     case MPX_GDB_AGENT::IoOk:
         return;
     case MPX_GDB_AGENT::IoDisconnected:
-        logError("MpxEcomProxy: disconnected from server");
-        throw std::runtime_error("disconnected from server");
+        fail("MpxEcomProxy: disconnected from server", "disconnected from server", link->lastError());
     default:
-        logError("MpxEcomProxy: failed to write to server");
-        throw std::runtime_error("failed to write to server");
+        fail("MpxEcomProxy: failed to write to server", "failed to write to server", link->lastError());
     }
+}
+
+// The line of the log is followed by one for the reason, where that is known.
+void OrvEcomProxy::fail(const char* line, const char* text, const char* reason) {
+    logError("%s", line);
+    if (*reason != '\0')
+        logError("MpxEcomProxy: reason: %s", reason);
+    throw std::runtime_error(text);
 }
 
 } // namespace VX_QRS::ORV

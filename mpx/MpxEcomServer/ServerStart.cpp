@@ -6,6 +6,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace VX_QRS::ORV {
 
@@ -22,8 +23,29 @@ public:
         return uEnvironment::startProcess(image, arguments, uEnvironment::detachedMode);
     }
     std::uint32_t find(const char* image, std::uint32_t id) override { return uEnvironment::findProcess(image, id); }
-    void terminate(std::uint32_t id) override { uEnvironment::terminateProcess(id); }
+    bool hasEnded(std::uint32_t id) noexcept override { return uEnvironment::processHasEnded(id); }
+    void terminate(std::uint32_t id) noexcept override { uEnvironment::terminateProcess(id); }
     void sleep(std::uint32_t milliseconds) override { uThread::sleep(milliseconds); }
+};
+
+// A process that was started, terminated at the end of the scope unless it is taken over: an unseen one may run all the
+// same, and no failure may leave it running.
+class Attempt {
+public:
+    Attempt(ProcessAccess& access, std::uint32_t started) : processes(access), id(started) {}
+    Attempt(const Attempt&) = delete;
+    Attempt& operator=(const Attempt&) = delete;
+    ~Attempt() {
+        if (id != 0)
+            processes.terminate(id);
+    }
+
+    std::uint32_t process() const { return id; }
+    std::uint32_t takeOver() { return std::exchange(id, 0); }
+
+private:
+    ProcessAccess& processes;
+    std::uint32_t id;
 };
 
 // The wait ends at the first sight of the process, and behind each look, that one too, stands a sleep. In it a server
@@ -40,24 +62,23 @@ std::uint32_t lookFor(ProcessAccess& processes, std::uint32_t id) {
 } // namespace
 
 ProcessAccess& platformProcesses() {
-    static PlatformProcesses processes;
-    return processes;
+    // Never destroyed: a client may outlive the destruction of static objects.
+    static auto* const processes = new PlatformProcesses;
+    return *processes;
 }
 
 StartedServer startServer(ProcessAccess& processes, std::uint32_t firstPort) {
-    StartedServer server{0, firstPort};
-    for (std::uint32_t attempt = 0; attempt < portTries; ++attempt, ++server.port) {
-        const std::string arguments = "1 " + std::to_string(server.port);
+    for (std::uint32_t tried = 0; tried < portTries; ++tried) {
+        const std::uint32_t port = firstPort + tried;
+        const std::string arguments = "1 " + std::to_string(port);
         logMessage("MpxEcomProxy: starting server : %s %s", serverImage, arguments.c_str());
-        server.id = processes.start(serverImage, arguments.c_str());
-        if (lookFor(processes, server.id) == server.id) {
-            logMessage("MpxEcomProxy: server started, pid=%d, port=%d", static_cast<int>(server.id),
-                       static_cast<int>(server.port));
-            return server;
+        Attempt attempt(processes, processes.start(serverImage, arguments.c_str()));
+        if (lookFor(processes, attempt.process()) == attempt.process()) {
+            logMessage("MpxEcomProxy: server started, pid=%d, port=%d", static_cast<int>(attempt.process()),
+                       static_cast<int>(port));
+            return {attempt.takeOver(), port};
         }
     }
-    if (server.id != 0)
-        processes.terminate(server.id);
     logError("MpxEcomProxy: failed to start server");
     throw std::runtime_error("failed to start server");
 }

@@ -137,6 +137,19 @@ TEST_F(HeldPort, AVersionCheckThatHangsIsFreedByTheServersEnd) {
     end();
 }
 
+TEST_F(HeldPort, ASilentHolderOfThePortIsLeftWhenTheServersProcessEnds) {
+    ScriptedServer ending;
+    ending.wait(400).exit();
+    ending.arm();
+    EXPECT_EQ(construct([](TalkPeer& talk, TalkPeer& spare) {
+                  EXPECT_EQ(talk.readToTheEnd(), "$v#00");
+                  EXPECT_EQ(spare.readToTheEnd(), "");
+              }),
+              "disconnected from server");
+    end();
+    EXPECT_TRUE(ending.allEnded());
+}
+
 TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfWhoeverHoldsIt) {
     // Eight ports in a row, held by something that speaks at once and speaks otherwise.
     std::array<uSocket, 8> range;

@@ -6,6 +6,7 @@
 #include "mpx/MpxEcomServer/ServerStart.h"
 #include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/support/scripted_server/ScriptedServer.h"
+#include "tests/unit/mpx/FakeServer.h"
 #include "tests/unit/mpx/Operations.h"
 
 #include <fstream>
@@ -93,7 +94,8 @@ public:
     explicit FewProcesses(std::uint32_t id) : seen(id) {}
     std::uint32_t start(const char*, const char*) override { return ++started; }
     std::uint32_t find(const char*, std::uint32_t id) override { return id == seen ? id : 0; }
-    void terminate(std::uint32_t) override {}
+    bool hasEnded(std::uint32_t) noexcept override { return false; }
+    void terminate(std::uint32_t) noexcept override {}
     void sleep(std::uint32_t) override {}
 
 private:
@@ -140,7 +142,8 @@ TEST_F(ProxyLog, AServerThatDoesNotListen) {
     EXPECT_EQ(lines(),
               message("starting server : mpx_ecom_server.exe 1 " + number) +
                   message("server started, pid=" + std::to_string(server.startedPids().back()) + ", port=" + number) +
-                  error("failed to connect to server"));
+                  error("failed to connect to server") +
+                  error("reason: Error on socket connect: Connection refused (ECONNREFUSED)"));
 }
 
 TEST_F(ProxyLog, APortThatIsFoundLaterAndOneThatIsNot) {
@@ -227,6 +230,49 @@ TEST_F(ProxyLog, LostConnectionsAndFailedWrites) {
     begin();
     proxy->pollServer(); // swallows the failure, not its line
     EXPECT_EQ(lines(), entry("pollServer") + error("failed to write to server"));
+}
+
+TEST_F(ProxyLog, TheReasonOfALostConnectionFollowsInALineOfItsOwn) {
+    auto proxy = connected();
+    script->reason = "socket read error: Connection reset by peer (ECONNRESET)";
+    const std::string reason = error("reason: " + script->reason);
+    script->expect("$s#00").give("$O").hangUp();
+    EXPECT_THROW(proxy->start(), std::runtime_error);
+    EXPECT_EQ(lines(), entry("start") + error("disconnected from server") + reason);
+    begin();
+    EXPECT_THROW(proxy->stop(), std::runtime_error);
+    EXPECT_EQ(lines(), entry("stop") + error("failed to write to server") + reason);
+
+    proxy.reset();
+    proxy = connected();
+    script->reason = "100 %s";
+    script->hangUp();
+    EXPECT_THROW(proxy->stop(), std::runtime_error);
+    EXPECT_EQ(lines(), entry("stop") + error("disconnected from server") + error("reason: 100 %s"));
+    script = std::make_shared<LinkScript>();
+    script->reason = "words";
+    script->expect("$v#00").hangUp();
+    begin();
+    EXPECT_THROW(OrvEcomProxy(std::make_unique<ScriptedLink>(script), 64), std::runtime_error);
+    EXPECT_EQ(lines(), error("disconnected from server") + error("reason: words") + error("version check failed"));
+}
+
+TEST_F(ProxyLog, AServersProcessThatEndsBeforeItsVersionIsKnown) {
+    const ScopedVariable here("COMMON_HELIX", "");
+    for (const std::uint32_t id : {4711u, 0u}) {
+        FakeServer server;
+        server.answers = false;
+        server.ended = true;
+        server.startedId = id;
+        server.begin();
+        begin();
+        EXPECT_THROW(OrvEcomProxy(server, server.port(), 64), std::runtime_error);
+        const std::string port = std::to_string(server.port());
+        EXPECT_EQ(lines(), message("starting server : mpx_ecom_server.exe 1 " + port) +
+                               message("server started, pid=" + std::to_string(id) + ", port=" + port) +
+                               error("disconnected from server") + error("reason: the server's process has ended") +
+                               error("version check failed"));
+    }
 }
 
 TEST_F(ProxyLog, FailuresInAReplyHaveNoLine) {

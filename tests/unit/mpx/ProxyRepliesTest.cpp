@@ -123,6 +123,34 @@ TEST_F(ProxyReplies, ASecondOpenIsRefusedWithoutWireTraffic) {
     EXPECT_EQ(startAnswered(reply()), "");
 }
 
+TEST_F(ProxyReplies, ASecondOpenWithAnotherCallbackIsRefusedAndTheFirstOneStays) {
+    openChannel();
+    RecordingCallback other;
+    EXPECT_EQ(failureOf([&] { proxy->openChannel(1, 1, &other); }), "internal channel open error");
+    EXPECT_EQ(startAnswered(reply({}, statusRecord(5))), "");
+    EXPECT_THAT(callback.calls, ElementsAre("status 5"));
+    EXPECT_THAT(other.calls, testing::IsEmpty());
+}
+
+TEST_F(ProxyReplies, ARecordThatClaimsAllBytesLeftIsDeliveredAndLeavesNoReply) {
+    // The end mark and its two characters are bytes like others to a record.
+    openChannel();
+    EXPECT_EQ(startAnswered("$cb" + word(7778) + word(3) + "#00"), "invalid rsp response");
+    EXPECT_EQ(startAnswered("$cb" + word(7778) + word(6) + "abc#00"), "invalid rsp response");
+    EXPECT_EQ(startAnswered("$cb" + word(7779) + word(2) + word(0) + word(4) + "t#00"), "invalid rsp response");
+    EXPECT_EQ(startAnswered(reply()), "") << "nothing was left in front of the next reply";
+    EXPECT_THAT(callback.calls, ElementsAre("data #00", "data abc#00", "error 2 '' 't#00'"));
+}
+
+TEST_F(ProxyReplies, ARecordThatClaimsOneByteMoreThanIsLeftIsShort) {
+    openChannel();
+    const std::string text = "invalid rsp callback responseinvalid rsp response";
+    EXPECT_EQ(startAnswered("$cb" + word(7778) + word(4) + "#00"), text);
+    EXPECT_EQ(startAnswered("$cb" + word(7779) + word(2) + word(0) + word(5) + "t#00"), text);
+    EXPECT_EQ(startAnswered(reply()), "");
+    EXPECT_THAT(callback.calls, testing::IsEmpty());
+}
+
 TEST_F(ProxyReplies, AFailedOpenLeavesTheChannelOpen) {
     script->expect(frames::request('o', word(1) + word(0))).give("$E#00");
     EXPECT_EQ(failureOf([this] { proxy->openChannel(1, 0, &callback); }), "internal rsp error");

@@ -1,0 +1,162 @@
+// Memory that ends at any block, while a client is made, used and destroyed: no server is left running, nothing throws
+// out of a destructor.
+
+#include "common/source/source_utilities/uThread.h"
+#include "link/GdbDisplay.h"
+#include "tests/support/scratch/LogCapture.h"
+#include "tests/unit/mpx/FakeServer.h"
+#include "tests/unit/mpx/ProxyOverProcess.h"
+#include "tests/unit/mpx/ProxyOverScript.h"
+#include "tests/unit/mpx/RefusingAllocator.h"
+
+#include <atomic>
+#include <new>
+
+using test_support::LogCapture;
+using VX_QRS::ORV::OrvEcomProxy;
+
+namespace {
+
+const LogCapture::WithEntries everything;
+
+// Blocks of the C library, which hold a packet: no larger ones than this.
+std::atomic<std::size_t> largestBlock{static_cast<std::size_t>(-1)};
+
+class LargestBlock {
+public:
+    explicit LargestBlock(std::size_t size) { largestBlock = size; }
+    LargestBlock(const LargestBlock&) = delete;
+    LargestBlock& operator=(const LargestBlock&) = delete;
+    ~LargestBlock() { lift(); }
+    static void lift() { largestBlock = static_cast<std::size_t>(-1); }
+};
+
+// Makes a client and destroys it at once.
+template <class... Arguments>
+void makeAndDestroy(Arguments&&... arguments) {
+    try {
+        const OrvEcomProxy proxy(std::forward<Arguments>(arguments)..., 64);
+    } catch (const std::exception&) {
+        // Which one depends on where memory ended.
+    }
+}
+
+// Sleeps on paper; after so many of them there is memory again.
+class PaperSleep : public FakeServer {
+public:
+    void sleep(std::uint32_t ms) override {
+        sleeps.push_back(ms);
+        if (sleeps.size() % 3 == 0)
+            LargestBlock::lift();
+    }
+    std::vector<std::uint32_t> sleeps;
+};
+
+} // namespace
+
+extern "C" {
+void* __real_realloc(void* block, std::size_t size);
+void* __wrap_realloc(void* block, std::size_t size) {
+    return size > largestBlock ? nullptr : __real_realloc(block, size);
+}
+}
+
+TEST(MemoryShortage, NoBlockOfAConstructionLeavesAServerOnPaper) {
+    const LogCapture log;
+    FakeServer server;
+    server.begin();
+    const int refused =
+        forEachRefusedBlock([&] { makeAndDestroy(server, server.port()); },
+                            [&](const std::string& where) { EXPECT_EQ(server.running, 0) << "memory ends " << where; });
+    EXPECT_GT(refused, 20);
+}
+
+TEST(MemoryShortage, NoBlockOfAConstructionLeavesAServerProcess) {
+    const LogCapture log;
+    ScriptedServer server;
+    server.greet();
+    server.arm();
+    const std::uint32_t port = freePort();
+    const int refused = forEachRefusedBlock(
+        [&] { makeAndDestroy(port); },
+        [&](const std::string& where) { ASSERT_TRUE(server.allEnded()) << "memory ends " << where; });
+    EXPECT_GT(refused, 40);
+}
+
+TEST(MemoryShortage, TheFactoryGivesNullAndThrowsNothing) {
+    const MemoryEnds end(0);
+    EXPECT_EQ(VX_QRS::ORV::createDataClient(1), nullptr);
+}
+
+TEST(MemoryShortage, AClientIsDestroyedAndItsServerEndedWithoutMemory) {
+    const LogCapture log;
+    ScriptedServer server;
+    server.greet().hang();
+    server.arm();
+    std::unique_ptr<OrvEcomProxy> proxy;
+    ASSERT_EQ(construct(proxy, freePort()), "");
+    {
+        const MemoryEnds end(0);
+        proxy.reset();
+    }
+    EXPECT_TRUE(server.allEnded());
+}
+
+TEST(MemoryShortage, AClientWhoseServerHasDiedIsDestroyedWithoutMemory) {
+    const LogCapture log;
+    ScriptedServer server;
+    server.greet().exit();
+    server.arm();
+    std::unique_ptr<OrvEcomProxy> proxy;
+    ASSERT_EQ(construct(proxy, freePort()), "");
+    ASSERT_TRUE(server.allEnded());
+    const MemoryEnds end(0);
+    proxy.reset();
+}
+
+TEST(MemoryShortage, AReplyForWhichTheBufferCannotGrowIsWaitedForWithOneLinePerRequest) {
+    PaperSleep processes;
+    processes.begin();
+    const auto script = std::make_shared<LinkScript>();
+    script->expect("$v#00").give(frames::reply(frames::word(1)));
+    OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64, processes);
+    const LogCapture log;
+    RecordingCallback callback;
+    script->expect(frames::request('o', frames::word(0) + frames::word(0))).give(frames::reply());
+    proxy.openChannel(0, 0, &callback);
+    std::string data(100, 'x');
+    for (int request = 1; request <= 2; ++request) {
+        script->expect("$s#00").give(frames::reply({}, frames::dataRecord(data)));
+        {
+            const LargestBlock small(66);
+            proxy.start();
+        }
+        EXPECT_EQ(callback.calls.back(), "data " + data);
+        EXPECT_EQ(processes.sleeps, std::vector<std::uint32_t>(static_cast<std::size_t>(3 * request), 1000));
+        const std::string line = "MpxEcomProxy: no memory for the server's reply, trying again";
+        EXPECT_EQ(log.errors(), std::vector<std::string>(static_cast<std::size_t>(request), line));
+        data.assign(10000, 'y'); // larger than the buffer has grown to
+    }
+    script->verify();
+}
+
+namespace {
+struct Counting {
+    static int& calls() {
+        static int count = 0;
+        return count;
+    }
+    static void output(const std::string&) { ++calls(); }
+};
+} // namespace
+
+TEST(MemoryShortage, ATraceTextThatCannotBeHandedOnIsLost) {
+    {
+        const auto display = std::make_unique<MPX_GDB_AGENT::GdbDisplay<Counting>>();
+        *display << "a text that is longer than what a string holds without a block";
+        const MemoryEnds end(0);
+        display->~GdbDisplay();
+        new (display.get()) MPX_GDB_AGENT::GdbDisplay<Counting>;
+    }
+    EXPECT_EQ(Counting::calls(), 1) << "the second one's only";
+}
