@@ -99,6 +99,7 @@ private:
     bool takeAccess(RegisterAccess& access);
     void expect(bool decoded);
     void finishReply();
+    void clearNotes();
     void note(const char* text);
     void throwNoted() const;
 

@@ -72,8 +72,15 @@ void OrvEcomProxy::dropLateChecksum() {
     }
 }
 
-void OrvEcomProxy::parseReplyHead() {
+// A text that finds no memory must not be missing: its reply would count as a good one.
+void OrvEcomProxy::clearNotes() {
+    errorText.clear();
+    errorText.exceptions(std::ios_base::badbit);
     errorText.str({});
+}
+
+void OrvEcomProxy::parseReplyHead() {
+    clearNotes();
     while (take(receiveBuffer, wire::marker::record))
         parseRecord();
     if (take(receiveBuffer, wire::marker::ok)) {

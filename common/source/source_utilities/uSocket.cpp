@@ -174,7 +174,7 @@ std::unique_ptr<uSocket> uSocket::accept() {
     std::unique_ptr<uSocket> client(new (std::nothrow) uSocket(accepted, from));
     if (client == nullptr) {
         nativeSocket::shutDownAndClose(accepted);
-        assign(error, "Error accepting socket: no memory");
+        assign(error, "Error accepting socket");
     }
     return client;
 }

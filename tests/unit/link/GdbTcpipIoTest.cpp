@@ -246,11 +246,28 @@ TEST_F(GdbTcpipIoTest, StoppedListeningRefusesConnections) {
     EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
 }
 
-TEST_F(GdbTcpipIoTest, ThePeersNameEndsInThePortsLowByte) {
-    pair();
-    const std::string expected = "127.0.0.1:" + std::string(1, static_cast<char>(portNumber & 0xFF));
-    EXPECT_STREQ(client.peerName(), expected.c_str());
-    EXPECT_STREQ(client.peerName(), expected.c_str());
-    client.closeClient();
-    EXPECT_STREQ(client.peerName(), "");
+TEST(GdbTcpipIoPeer, ThePeersNameEndsInThePortsLowByteWhateverThatIs) {
+    for (const std::uint32_t highestBit : {0u, 0x80u}) {
+        std::uint32_t port = freePort();
+        while ((port & 0x80) != highestBit)
+            port = freePort();
+        GdbTcpipIo server(port);
+        GdbTcpipIo client(port);
+        ASSERT_EQ(server.listenOn(), IoOk);
+        ASSERT_EQ(client.connectTo("127.0.0.1"), IoOk);
+        const std::string expected = "127.0.0.1:" + std::string(1, static_cast<char>(port & 0xFF));
+        EXPECT_STREQ(client.peerName(), expected.c_str());
+        EXPECT_STREQ(client.peerName(), expected.c_str());
+        client.closeClient();
+        EXPECT_STREQ(client.peerName(), "");
+    }
+}
+
+TEST_F(GdbTcpipIoTest, AnAcceptedPeerTakesThePlaceOfASocketThatDidNotConnect) {
+    EXPECT_EQ(server.connectTo("127.0.0.1"), IoFailed);
+    pair(); // a build that watches memory sees whether the first socket is freed
+    std::uint32_t count = 0;
+    EXPECT_EQ(client.send("x", 1, count), IoOk);
+    ASSERT_EQ(server.waitReadable(patience), IoOk);
+    EXPECT_EQ(receive(server, IoOk), "x");
 }

@@ -140,6 +140,27 @@ TEST(MemoryShortage, AReplyForWhichTheBufferCannotGrowIsWaitedForWithOneLinePerR
     script->verify();
 }
 
+TEST(MemoryShortage, AReplyThatReportsAFailureIsNotTakenForAGoodOne) {
+    for (const char* answer : {"$E#00", "$err#00", "$erra text of more than fifteen bytes#00", "hello#00"}) {
+        const auto script = std::make_shared<LinkScript>();
+        script->expect("$v#00").give(frames::reply(frames::word(1)));
+        OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);
+        script->expect("$s#00").give(answer);
+        bool failed = false;
+        {
+            const MemoryEnds end(0);
+            try {
+                proxy.start();
+            } catch (const std::exception&) {
+                failed = true;
+            }
+        }
+        EXPECT_TRUE(failed) << answer;
+        script->expect("$S#00");
+        EXPECT_NE(failureText([&] { proxy.stop(); }), "");
+    }
+}
+
 namespace {
 struct Counting {
     static int& calls() {
