@@ -21,7 +21,7 @@ public:
     virtual std::uint32_t listenOn() = 0;
     virtual std::uint32_t stopListening() = 0;
     /// Waits for a peer and takes it as the client; `IoOk` at once when there is one already. Without `listenOn`
-    /// nobody can come: `IoTimeout` after the wait, at once for one that has no limit.
+    /// no peer can come: `IoTimeout` after the wait, at once for one that has no limit.
     virtual std::uint32_t acceptClient(std::int32_t waitMs) = 0;
     /// Address and port of the peer, empty when unconnected. The text is one for all objects and stays valid until
     /// the next call.

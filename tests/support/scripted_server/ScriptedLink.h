@@ -32,7 +32,7 @@ public:
     bool saidGoodbye = false;   ///< `$D#00` came where the script had ended
     bool closed = false;        ///< the client closed the link
     std::uint32_t lastRead = 0; ///< bytes that its last read was to bring at most
-    std::string reason;         ///< what the link gives as its last error
+    std::string reason;         ///< what the link reports as its last error
     std::int32_t lastWait = 0;  ///< milliseconds that the client's last wait was to take at most
 
 private:

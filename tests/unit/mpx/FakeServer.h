@@ -21,7 +21,7 @@ public:
     bool answers = true;
     bool drips = false; ///< sends bytes that are no reply all the time
     std::uint32_t answerAfterMs = 0;
-    std::uint32_t startedId = 4711; ///< what a start gives
+    std::uint32_t startedId = 4711; ///< id that a start returns
     std::atomic<int> running{0};
     std::atomic<bool> ended{false};
 

@@ -98,7 +98,7 @@ TEST(MemoryShortage, NoBlockOfAConstructionLeavesAServerProcess) {
     EXPECT_GT(refused, 30);
 }
 
-TEST(MemoryShortage, TheFactoryGivesNullAndThrowsNothing) {
+TEST(MemoryShortage, TheFactoryReturnsNullAndThrowsNothing) {
     const MemoryEnds end(0);
     EXPECT_EQ(VX_QRS::ORV::createDataClient(1), nullptr);
 }

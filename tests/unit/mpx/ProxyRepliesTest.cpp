@@ -138,7 +138,7 @@ TEST_F(ProxyReplies, ARecordThatClaimsAllBytesLeftIsDeliveredAndLeavesNoReply) {
     EXPECT_EQ(startAnswered("$cb" + word(7778) + word(3) + "#00"), "invalid rsp response");
     EXPECT_EQ(startAnswered("$cb" + word(7778) + word(6) + "abc#00"), "invalid rsp response");
     EXPECT_EQ(startAnswered("$cb" + word(7779) + word(2) + word(0) + word(4) + "t#00"), "invalid rsp response");
-    EXPECT_EQ(startAnswered(reply()), "") << "nothing was left in front of the next reply";
+    EXPECT_EQ(startAnswered(reply()), "") << "nothing was left before the next reply";
     EXPECT_THAT(callback.calls, ElementsAre("data #00", "data abc#00", "error 2 '' 't#00'"));
 }
 
