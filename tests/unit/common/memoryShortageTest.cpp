@@ -132,6 +132,7 @@ TEST(ShortageOfSockets, AnAcceptedConnectionWithoutAnObjectIsClosed) {
         accepted = server.accept();
     }
     EXPECT_EQ(accepted, nullptr);
+    ASSERT_TRUE(client.waitReadable(20000)) << "the connection is held by nothing and still open";
     char byte = 0;
     std::int32_t count = 7;
     EXPECT_EQ(client.read(&byte, 1, 0, count), uSocket::connectionGone);
