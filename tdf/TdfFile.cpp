@@ -18,6 +18,10 @@ constexpr std::uint32_t smallestIdentifier = 4;
 constexpr const char* badFileName = "File name passed to save file is not valid.";
 constexpr const char* sizeNotWritten = "Write error - size of TDF header.";
 
+bool fits(std::uint64_t end, std::string_view sectionName, std::uint64_t dataBytes) {
+    return end + headerSize + sectionName.size() + dataBytes <= largestPosition;
+}
+
 // A name that can be updated can be read as well, so that a file is opened twice only when it cannot be updated: chunks
 // come by the thousand. Null for a file that can only be read.
 File openForUpdate(const char* fileName) {
@@ -51,6 +55,12 @@ void TdfFile::createFile(const char* fileName) {
             "Write error -  TDF file identifier.");
 }
 
+bool TdfFile::hasSpace(const char* fileName, const char* sectionName, std::uint64_t dataBytes) {
+    const File file(open(fileName, "rb"));
+    std::uint64_t end = 0;
+    return file == nullptr || !length(file.get(), end) || fits(end, nameOf(sectionName), dataBytes);
+}
+
 void TdfFile::beginSection(const char* fileName, const char* sectionName, std::uint32_t version,
                            std::uint32_t* offset) {
     *offset = 0;
@@ -58,12 +68,12 @@ void TdfFile::beginSection(const char* fileName, const char* sectionName, std::u
     require(file != nullptr, notOpened);
 
     std::uint64_t end = 0;
-    // What lies beyond could not be told to the caller.
-    require(length(file.get(), end) && end <= largestPosition, notOpened);
+    const std::string_view name = nameOf(sectionName);
+    require(length(file.get(), end), notOpened);
+    require(fits(end, name, 0), tooLong);
     *offset = static_cast<std::uint32_t>(end);
 
     require(putWord(file.get(), 0) && std::fflush(file.get()) == 0, "Write error -  TDF section header size.");
-    const std::string_view name = sectionName != nullptr ? sectionName : "";
     require(putWord(file.get(), version) && putWord(file.get(), static_cast<std::uint32_t>(name.size())) &&
                 std::fwrite(name.data(), 1, name.size(), file.get()) == name.size() && std::fflush(file.get()) == 0,
             "Write error -  TDF section name and version.");
@@ -82,7 +92,9 @@ void TdfFile::appendSectionData(const char* fileName, const char* /*sectionName*
     std::uint32_t oldSize = 0;
     require(seek(file.get(), offset) && getWord(file.get(), oldSize),
             "Write I/O error - unable to determine section length.");
-    require(seek(file.get(), std::uint64_t{offset} + oldSize) &&
+    const std::uint64_t place = std::uint64_t{offset} + oldSize;
+    require(place + std::uint64_t{elementSize} * count <= largestPosition, tooLong);
+    require(seek(file.get(), place) &&
                 std::fwrite(data, elementSize, count, file.get()) == (elementSize != 0 ? count : 0) &&
                 std::fflush(file.get()) == 0,
             "Write I/O error - unable to write section data.");

@@ -26,7 +26,14 @@ struct TdfSection {
 /// otherwise. Names of files are in the system's own encoding; out pointers must not be null.
 class TdfFile {
 public:
-    // Writing: TdfFile.cpp. The file stays as the last completed step left it.
+    // Writing: TdfFile.cpp. The file stays as the last completed step left it. Sizes and offsets of the format have 32
+    // bits: what would reach past 4 GiB is refused before anything is written, with the text below.
+
+    static constexpr const char* tooLong = "TDF file would be longer than 4 GiB.";
+
+    /// Whether a section of that name with that much data can be added to the file. Also true where the file's length
+    /// cannot be read: its fault is reported by beginSection.
+    static bool hasSpace(const char* fileName, const char* sectionName, std::uint64_t dataBytes);
 
     /// Adds an empty section at the end of a file that exists; its offset comes back in `*offset`, from the moment on
     /// when the file's length is known, also when the header then cannot be written. A null or empty section name is

@@ -16,7 +16,6 @@ using namespace TdfStream;
 
 namespace {
 
-constexpr std::uint32_t headerSize = 12;
 constexpr std::uint32_t foreignIdentifierSize = 4;
 constexpr const char* badFileName = "File name passed to load is not valid.";
 constexpr const char* badFormat = "Invalid TDF format.";
@@ -74,10 +73,6 @@ private:
     std::uint64_t end = 0;
     std::uint64_t next = 0;
 };
-
-std::string_view nameOf(const char* sectionName) {
-    return sectionName != nullptr ? sectionName : "";
-}
 
 void checkFileName(const char* fileName) {
     require(isReadable(fileName), badFileName);

@@ -5,12 +5,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 
 // What the operations on trace data files share: the open file, words, positions of 64 bits, and the way to fail.
 
 namespace Vx::Qrs::Trace::OrvRcvr::TdfStream {
 
 constexpr std::uint32_t wordSize = 4;
+/// Of a section, without its name.
+constexpr std::uint32_t headerSize = 12;
 /// Sizes and offsets of the format have 32 bits.
 constexpr std::uint32_t largestPosition = 0xFFFFFFFF;
 
@@ -25,6 +28,11 @@ using File = std::unique_ptr<std::FILE, Closer>;
 inline void require(bool holds, const char* text) {
     if (!holds)
         throw Zarn::cZarnError(text, Zarn::eSeverityError);
+}
+
+/// A null name is the empty one.
+inline std::string_view nameOf(const char* sectionName) {
+    return sectionName != nullptr ? sectionName : "";
 }
 
 File open(const char* fileName, const char* mode);
