@@ -33,9 +33,11 @@ ChannelDriver::ChannelDriver(Receiver* owner, FrontEnd* unit, const char* name, 
     cpuName = name;
     shortCpuName = shortNameOf(cpuName);
     adapterKind = queryAdapterKind(name);
-    lock.reset(new (std::nothrow) VX_QRS::uMutex);
-    if (lock == nullptr)
+    try {
+        lock = std::make_unique<VX_QRS::uMutex>();
+    } catch (const std::bad_alloc&) {
         throwError(channelDriverUnit, eNoMemory);
+    }
     guarded("ChannelDriver", nullptr, [&] {
         channel = frontEnd->alloc(cpuName.c_str(), xmtrLibrary, xmtrChannel, xmtrCookie, adapterKind, &settings);
     });

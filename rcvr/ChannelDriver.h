@@ -39,6 +39,9 @@ public:
 
     void GetAttribute(const char* name, TraceAttribute* out) override;
     void GetProgress(unsigned* first, int* percent, std::string* text) override;
+    /// An attribute's value as GetAttribute finds it, as the caller's own: it outlives the next question, and the value
+    /// that GetAttribute returned last stays valid.
+    std::string CopyOfAttribute(const char* name);
 
     bool GetUserConfiguration(const char* path) override;
     void SetConfiguration(const char* path) override;
@@ -93,6 +96,8 @@ private:
     enum class StartState { Ready, Recording, Ending };
     StartState startState();
     bool startUnlessEnding();
+    void startChannel();
+    void noteBufferSize() noexcept;
     void closeReadStream();
 
     // ChannelDriverConfiguration.cpp
@@ -104,9 +109,11 @@ private:
     void writePropertiesFile(const char* propsPath, const std::string& channelSection);
 
     // ChannelDriverAttributes.cpp
-    void answerAttribute(const std::string& name, const ChannelMetrics& metrics, std::uint32_t& type);
-    bool answerFrequency(const std::string& name, const ChannelMetrics& metrics);
-    bool answerList(const std::string& name, std::uint32_t& type);
+    void lookUpAttribute(const char* name, TraceAttribute* out, std::string& text);
+    void answerAttribute(const std::string& name, const ChannelMetrics& metrics, std::uint32_t& type,
+                         std::string& text);
+    bool answerFrequency(const std::string& name, const ChannelMetrics& metrics, std::string& text);
+    bool answerList(const std::string& name, std::uint32_t& type, std::string& text);
     bool needsEtbDataFlip();
 
     // ChannelDriverData.cpp
@@ -114,11 +121,13 @@ private:
         std::uint64_t available = 0; // samples in the file
         std::uint32_t count = 0;     // samples read
     };
+    void openReadStream();
     ReadResult readFromFile(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer);
     void readWhileUploading(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer,
                             unsigned* numRead);
+    std::uint64_t waitForUpload();
     void refuseTarget(const std::string& path);
-    void saveTraceDataFile(const std::string& path);
+    void saveTraceDataFile(const std::string& path, std::uint64_t numSamples);
     void saveRaw(const std::string& path);
     template <class Sink>
     void saveSamples(Sink&& sink);
@@ -131,11 +140,11 @@ private:
     FrontEndChannel* channel = nullptr; // handed back to the front end
     std::string cpuName;
     std::string shortCpuName;
-    std::string attributeText; // behind GetAttribute
+    std::string attributeText; // what GetAttribute returned last
     std::string dataFilePath;  // the upload file, empty until configured
     std::vector<CpuHaltEntry> cpus;
-    std::uint32_t orvBufSizeBytes = 0;
-    ChannelSettings settings; // the channel keeps a pointer to this member
+    std::atomic<std::uint32_t> orvBufSizeBytes{0}; // what the unit records into, 0 until configured
+    ChannelSettings settings;                      // the channel keeps a pointer to this member
     IXmtrLibrary* xmtrLibrary;
     std::uint32_t xmtrCookie;
     std::ifstream readStream; // guarded by readLock, so that a start cannot close it under a read

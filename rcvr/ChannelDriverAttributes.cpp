@@ -45,6 +45,17 @@ constexpr ListRow listRows[] = {
 } // namespace
 
 void ChannelDriver::GetAttribute(const char* name, TraceAttribute* out) {
+    lookUpAttribute(name, out, attributeText);
+}
+
+std::string ChannelDriver::CopyOfAttribute(const char* name) {
+    TraceAttribute attribute;
+    std::string text;
+    lookUpAttribute(name, &attribute, text);
+    return text;
+}
+
+void ChannelDriver::lookUpAttribute(const char* name, TraceAttribute* out, std::string& text) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::GetAttribute");
     guarded(
         "GetAttribute", lock.get(),
@@ -56,34 +67,35 @@ void ChannelDriver::GetAttribute(const char* name, TraceAttribute* out) {
             ChannelMetrics metrics;
             channel->status(metrics);
             out->type = TraceAttribute::eNumberText;
-            answerAttribute(name, metrics, out->type);
+            answerAttribute(name, metrics, out->type, text);
             out->name = name;
-            out->value = attributeText.c_str();
+            out->value = text.c_str();
         },
         logStandardAsWarning);
 }
 
-void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetrics& metrics, std::uint32_t& type) {
+void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetrics& metrics, std::uint32_t& type,
+                                    std::string& text) {
     const auto answerBoolean = [&](bool value) {
         type = TraceAttribute::eBoolean;
-        attributeText.assign(1, value ? '1' : '0');
+        text.assign(1, value ? '1' : '0');
     };
     if (name == "Trace Data Pin Size ") {
         const char* pins = nullptr;
         channel->getProperty("numPins", &pins);
         if (pins != nullptr) {
             type = TraceAttribute::eInteger;
-            attributeText = pins;
+            text = pins;
         }
         return;
     }
-    if (answerFrequency(name, metrics))
+    if (answerFrequency(name, metrics, text))
         return;
     if (name == "Buffer Wrapped") {
         answerBoolean(propertyText(*channel, "orvBufHasWrapped") == "true");
         return;
     }
-    if (answerList(name, type))
+    if (answerList(name, type, text))
         return;
     if (name == "TWP Source") {
         const std::string kind = propertyText(*channel, "drmXmtr");
@@ -93,7 +105,7 @@ void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetric
     }
     if (name == "ETB Samples") {
         type = TraceAttribute::eInteger;
-        attributeText = std::to_string(GetNumSamples());
+        text = std::to_string(GetNumSamples());
         return;
     }
     if (name == "ETB Data Flip Needed") {
@@ -102,20 +114,20 @@ void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetric
             answerBoolean(needsEtbDataFlip());
         return;
     }
-    attributeText = propertyText(*channel, name.c_str());
+    text = propertyText(*channel, name.c_str());
 }
 
-bool ChannelDriver::answerFrequency(const std::string& name, const ChannelMetrics& metrics) {
+bool ChannelDriver::answerFrequency(const std::string& name, const ChannelMetrics& metrics, std::string& text) {
     for (const FrequencyRow& row : frequencyRows) {
         if (name == row.name) {
-            uString::toText(metrics.*row.field, attributeText, false, "%f");
+            uString::toText(metrics.*row.field, text, false, "%f");
             return true;
         }
     }
     return false;
 }
 
-bool ChannelDriver::answerList(const std::string& name, std::uint32_t& type) {
+bool ChannelDriver::answerList(const std::string& name, std::uint32_t& type, std::string& text) {
     for (const ListRow& row : listRows) {
         if (!name.starts_with(row.prefix))
             continue;
@@ -123,10 +135,10 @@ bool ChannelDriver::answerList(const std::string& name, std::uint32_t& type) {
         const std::string index = name.substr(row.prefix.size());
         if (index.empty()) {
             type = TraceAttribute::eInteger;
-            attributeText = std::to_string(countListEntries(list));
+            text = std::to_string(countListEntries(list));
         } else {
             type = row.entryType;
-            attributeText = pickListEntry(list, uString::toNumber<std::uint32_t>(index));
+            text = pickListEntry(list, uString::toNumber<std::uint32_t>(index));
         }
         return true;
     }

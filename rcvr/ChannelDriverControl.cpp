@@ -1,5 +1,6 @@
 #include "rcvr/ChannelDriver.h"
 
+#include "common/source/source_utilities/uString.h"
 #include "common/source/source_utilities/uThread.h"
 #include "rcvr/Guard.h"
 #include "rcvr/framework/CReceiver.h"
@@ -35,7 +36,24 @@ ChannelDriver::StartState ChannelDriver::startState() {
     if (metrics.state == Recording)
         return StartState::Recording;
     const bool ended = metrics.state >= Failed && metrics.state <= Stopped;
-    return ended && !metrics.threadDone ? StartState::Ending : StartState::Ready;
+    return ended && !metrics.threadDone && !metrics.threadAbsent ? StartState::Ending : StartState::Ready;
+}
+
+// A configuration that failed late leaves the channel with another buffer than the last one that succeeded; the
+// property is free of a wrap's lost block only once the recording has begun.
+void ChannelDriver::startChannel() {
+    struct AtEnd {
+        ChannelDriver& driver;
+        ~AtEnd() { driver.noteBufferSize(); }
+    } const atEnd{*this};
+    channel->start(false);
+}
+
+void ChannelDriver::noteBufferSize() noexcept {
+    try {
+        orvBufSizeBytes = VX_QRS::uString::toNumber<std::uint32_t>(propertyText(*channel, "orvBufSize"));
+    } catch (...) { // the size that was known stays
+    }
 }
 
 bool ChannelDriver::startUnlessEnding() {
@@ -49,7 +67,7 @@ bool ChannelDriver::startUnlessEnding() {
         break;
     }
     logStep("StartRecording", "calling FE start");
-    channel->start(false);
+    startChannel();
     logStep("StartRecording", "done calling FE start");
     return true;
 }
@@ -94,7 +112,7 @@ void ChannelDriver::NotifySystemStateChange(unsigned state) {
         ready = startState();
     }
     if (ready == StartState::Ready)
-        channel->start(false);
+        startChannel();
 }
 
 void ChannelDriver::ResumeRecording() {

@@ -25,6 +25,7 @@ namespace {
 
 constexpr std::uint32_t sampleSize = 8;
 constexpr unsigned uploadPollMilliseconds = 100;
+constexpr unsigned savePollMilliseconds = 20;
 constexpr unsigned mostPollsWithoutGrowth = 10;
 constexpr unsigned chunkSamples = 8192;
 constexpr const char* tdfSectionName = "BinTraceData";
@@ -36,6 +37,12 @@ using Chunk = std::array<std::uint64_t, chunkSamples>;
 // A partial sample at the end counts as a whole one.
 constexpr std::uint64_t samplesIn(std::uint64_t bytes) {
     return (bytes + sampleSize - 1) / sampleSize;
+}
+
+// Whether a recording runs or is being uploaded.
+bool isGrowing(const VX_QRS::ORV::CLIENT::ChannelMetrics& metrics) {
+    using namespace VX_QRS::ORV::CLIENT;
+    return metrics.state >= Recording && metrics.state <= Stopped && !metrics.threadDone && !metrics.threadAbsent;
 }
 
 } // namespace
@@ -56,11 +63,21 @@ unsigned ChannelDriver::GetNumSamples() {
     });
 }
 
+void ChannelDriver::openReadStream() {
+    if (readStream.is_open())
+        return;
+    try {
+        readStream.open(dataFilePath, std::ios::binary);
+    } catch (...) {
+        readStream.close(); // open, but without its buffer it would never read anything
+        throw;
+    }
+}
+
 ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample, std::uint32_t numSamples,
                                                       std::uint64_t* buffer) {
     const VX_QRS::uMutexLock held(readLock);
-    if (!readStream.is_open())
-        readStream.open(dataFilePath, std::ios::binary);
+    openReadStream();
     ReadResult result;
     // A read that met the end of the growing file left the stream failed.
     readStream.clear();
@@ -90,20 +107,20 @@ void ChannelDriver::SeekReadTraceData(unsigned startSample, unsigned numSamples,
     if (numRead == nullptr || (buffer == nullptr && numSamples != 0))
         throwError(channelDriverUnit, eNullParameter);
     *numRead = 0;
-    std::string message = "Internal software error while reading trace data ";
+    const auto failWith = [](const char* reason) {
+        const Error error = Error::whileReading(reason);
+        logError("OrvRcvr : %s", error.GetErrorText());
+        throw error;
+    };
     try {
         readWhileUploading(startSample, numSamples, buffer, numRead);
-        return;
     } catch (const Error& error) {
-        message.append(" : ").append(error.GetErrorText());
+        failWith(error.GetErrorText());
     } catch (const std::exception& exception) {
-        message.append(" : ").append(exception.what());
-    } catch (...) { // nothing is known of it
+        failWith(exception.what());
+    } catch (...) {
+        failWith(nullptr);
     }
-    logError("OrvRcvr : %s", message.c_str());
-    Error error;
-    error.SetErrorText(message);
-    throw error;
 }
 
 void ChannelDriver::readWhileUploading(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer,
@@ -114,7 +131,7 @@ void ChannelDriver::readWhileUploading(std::uint32_t startSample, std::uint32_t 
     unsigned tries = mostPollsWithoutGrowth;
     ChannelMetrics metrics;
     channel->status(metrics);
-    while (*numRead != numSamples && !metrics.threadDone && tries != 0) {
+    while (*numRead != numSamples && !metrics.threadDone && !metrics.threadAbsent && tries != 0) {
         VX_QRS::uThread::sleep(uploadPollMilliseconds);
         result = readFromFile(startSample, numSamples, buffer);
         *numRead = result.count;
@@ -139,14 +156,26 @@ void ChannelDriver::SaveFile(std::string path, unsigned format) {
         throwError(channelDriverUnit, eBadFile, "Cannot save to empty file name");
     if (format == eSaveUncompressed || format == eSaveUncompressedText)
         throwError(channelDriverUnit, eBadFile, "Internal error.  Cannot save uncompressed trace data format");
-    refuseTarget(path);
+    converted("SaveFile", [&] { refuseTarget(path); });
     guarded("SaveFile", nullptr, [&] {
+        const std::uint64_t numSamples = waitForUpload();
         if (format == eSaveRaw)
             saveRaw(path);
         else
-            saveTraceDataFile(path);
+            saveTraceDataFile(path, numSamples);
     });
     logStep("SaveFile", "success");
+}
+
+// Only then the number of samples is final; it is returned. Without a limit, as for a read of a live upload.
+std::uint64_t ChannelDriver::waitForUpload() {
+    ChannelMetrics metrics;
+    channel->status(metrics);
+    while (isGrowing(metrics)) {
+        VX_QRS::uThread::sleep(savePollMilliseconds);
+        channel->status(metrics);
+    }
+    return samplesIn(metrics.bytesReady + metrics.bytesTotal);
 }
 
 // Proves that the target can be written, and that it is not the recording itself.
@@ -172,6 +201,7 @@ template <class Sink>
 void ChannelDriver::saveSamples(Sink&& sink) {
     Chunk chunk;
     const unsigned total = GetNumSamples();
+    unsigned saved = 0;
     // 64 bits, so that the last step cannot wrap to the start.
     for (std::uint64_t start = 0; start < total; start += chunkSamples) {
         unsigned count = 0;
@@ -179,7 +209,10 @@ void ChannelDriver::saveSamples(Sink&& sink) {
         if (count == 0)
             throwError(channelDriverUnit, eBadFile, saveFailed);
         sink(chunk, count);
+        saved += count;
     }
+    if (saved != total)
+        logError("%s : %s saved only %u of %u samples", programLabel, "SaveFile", saved, total);
 }
 
 void ChannelDriver::saveRaw(const std::string& path) {
@@ -196,7 +229,9 @@ void ChannelDriver::saveRaw(const std::string& path) {
     require(file.good());
 }
 
-void ChannelDriver::saveTraceDataFile(const std::string& path) {
+void ChannelDriver::saveTraceDataFile(const std::string& path, std::uint64_t numSamples) {
+    if (!TdfFile::hasSpace(path.c_str(), tdfSectionName, numSamples * sampleSize))
+        throwError(channelDriverUnit, eBadFile, TdfFile::tooLong);
     // The trace data file's failures are of the framework's base class; here they become this library's own.
     const auto asError = [](auto&& step) {
         try {

@@ -30,8 +30,8 @@ void ChannelDriver::GetProgress(unsigned* first, int* percent, std::string* text
         throwError(channelDriverUnit, eNullParameter);
     *first = 1;
     *percent = -1;
-    *text = "Kite R2 Trace - ";
     guarded("GetProgress", nullptr, [&] {
+        *text = "Kite R2 Trace - ";
         ChannelMetrics metrics;
         channel->status(metrics);
         const CalibrationProgress progress = describeProgress(metrics);

@@ -3,6 +3,8 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uLog.h"
 
+#include <cstdio>
+
 namespace Vx::Qrs::Trace::OrvRcvr {
 
 using VX_QRS::ORV::CLIENT::Exception;
@@ -30,13 +32,6 @@ const char* wordsFor(std::uint32_t code) {
     }
 }
 
-std::string withDetail(const char* words, const char* detail) {
-    std::string text = words;
-    if (detail != nullptr)
-        text.append(" : ").append(detail);
-    return text;
-}
-
 } // namespace
 
 Error::Error() : cZarnError(wordsFor(eFailed), Zarn::eSeverityError), code(eFailed) {
@@ -46,14 +41,14 @@ Error::Error() : cZarnError(wordsFor(eFailed), Zarn::eSeverityError), code(eFail
 Error::Error(const char* file, std::uint32_t line, std::uint32_t number, const char* detail) : Error() {
     code = number;
     addPlace(file, line);
-    SetErrorText(withDetail(wordsFor(number), detail));
+    setText(wordsFor(number), detail);
     log();
 }
 
 Error::Error(const std::exception& exception) : Error() {
     if (const auto* known = dynamic_cast<const Exception*>(&exception)) {
         const char* detail = known->detail();
-        SetErrorText(withDetail(known->statusText(), detail != nullptr && *detail != '\0' ? detail : nullptr));
+        setText(known->statusText(), detail != nullptr && *detail != '\0' ? detail : nullptr);
         addPlace(known->file(), known->line());
     } else {
         SetErrorText(exception.what());
@@ -61,29 +56,46 @@ Error::Error(const std::exception& exception) : Error() {
     log();
 }
 
-Error::Error(const Error& other) : cZarnError(other), code(other.code) {}
+Error::Error(const Error& other) noexcept : cZarnError(other), code(other.code) {}
 
 Error::~Error() = default;
+
+Error Error::whileReading(const char* reason) noexcept {
+    Error error;
+    error.setText("Internal software error while reading trace data ", reason);
+    return error;
+}
+
+void Error::setText(const char* words, const char* detail) noexcept {
+    ComposeErrorText({words, detail != nullptr ? " : " : nullptr, detail});
+}
 
 void Error::addPlace(const char* file, std::uint32_t line) {
     if (file == nullptr)
         return;
     if (GetDetailedText() != nullptr)
         AddDetailedInfo(" : ");
-    AddDetailedInfo(std::string(file) + "(" + std::to_string(line) + ")");
+    char place[16];
+    std::snprintf(place, sizeof place, "(%u)", line);
+    AddDetailedInfo(file);
+    AddDetailedInfo(place);
 }
 
 const char* Error::FormatForLog() {
-    logText = std::string(programLabel) + " : " + GetTitle() + "(" +
-              std::to_string(static_cast<std::uint32_t>(GetSeverity())) + ") : " + GetErrorText();
-    if (const char* detail = GetDetailedText())
-        logText.append(" : ").append(detail);
+    char grade[16];
+    std::snprintf(grade, sizeof grade, "(%u) : ", static_cast<unsigned>(GetSeverity()));
+    const char* detail = GetDetailedText();
+    logText.assign(
+        {programLabel, " : ", GetTitle(), grade, GetErrorText(), detail != nullptr ? " : " : nullptr, detail});
     return logText.c_str();
 }
 
-void Error::log() {
-    if (VX_QRS::getLogManager()->getThreshold() >= 2)
-        VX_QRS::logErrorAt(2, "%s", FormatForLog());
+void Error::log() noexcept {
+    try {
+        if (VX_QRS::getLogManager()->getThreshold() >= 2)
+            VX_QRS::logErrorAt(2, "%s", FormatForLog());
+    } catch (const std::exception&) { // without memory there is no log yet
+    }
 }
 
 void throwError(const char* unit, ErrorCode code, const char* detail, const VX_QRS::SourceLocation& location) {

@@ -31,7 +31,7 @@ enum ErrorCode : std::uint32_t {
 };
 
 /// What the framework sees of a failure. Its title is always "error" and its severity 2. An error is logged when it is
-/// made, not when it is copied.
+/// made, not when it is copied. Making, copying and formatting one throws nothing.
 class Error : public Zarn::cZarnError {
 public:
     /// "operation failed".
@@ -41,9 +41,12 @@ public:
     Error(const char* file, std::uint32_t line, std::uint32_t code, const char* detail);
     /// Takes the texts of a failure from below: of an Exception its message, detail and place, of any other its what().
     explicit Error(const std::exception& exception);
-    Error(const Error& other);
+    Error(const Error& other) noexcept;
     Error& operator=(const Error&) = delete;
     ~Error() override;
+
+    /// A failure to read samples, which is not logged; `reason` may be null.
+    static Error whileReading(const char* reason) noexcept;
 
     std::uint32_t GetCode() const { return code; }
 
@@ -51,11 +54,12 @@ public:
     const char* FormatForLog();
 
 private:
+    void setText(const char* words, const char* detail) noexcept;
     void addPlace(const char* file, std::uint32_t line);
-    void log();
+    void log() noexcept;
 
     std::uint32_t code;
-    std::string logText;
+    Zarn::ErrorText logText;
 };
 
 /// Throws an Error from the line that calls.

@@ -62,4 +62,15 @@ auto guarded(const char* label, VX_QRS::uMutex* mutex, Body&& body,
     }
 }
 
+/// Runs `body` and returns its result. A std::exception is logged and leaves as Error(e); anything else passes unlogged.
+template <class Body>
+auto converted(const char* label, Body&& body) {
+    try {
+        return std::forward<Body>(body)();
+    } catch (const std::exception& exception) {
+        logStandardAsError(label, exception);
+        throw Error(exception);
+    }
+}
+
 } // namespace Vx::Qrs::Trace::OrvRcvr

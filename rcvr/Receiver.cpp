@@ -134,6 +134,10 @@ CChannelDriver* Receiver::ChannelDriverForCpu(const char* cpuName) {
 
 void Receiver::OnTargetStateChange(const char* cpuName, unsigned state) {
     logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::OnTargetStateChange");
+    converted("OnTargetStateChange", [&] { followTarget(cpuName, state); });
+}
+
+void Receiver::followTarget(const char* cpuName, unsigned state) {
     if (cpuName == nullptr)
         return;
     // All drivers in the list are of this class.
@@ -141,9 +145,7 @@ void Receiver::OnTargetStateChange(const char* cpuName, unsigned state) {
     if (driver == nullptr)
         return;
 
-    TraceAttribute attribute;
-    driver->GetAttribute("targetSync", &attribute);
-    const bool follows = VX_QRS::uString::toBool(attribute.value);
+    const bool follows = VX_QRS::uString::toBool(driver->CopyOfAttribute("targetSync"));
     driver->SetTargetState(state);
     ChannelStatus status; // stays at code 0 while the target is disconnected
     driver->GetChannelStatus(&status);

@@ -54,6 +54,7 @@ public:
 private:
     void acquire();
     void makeFileDataSource();
+    void followTarget(const char* cpuName, unsigned state);
     void destroyFileChannelDriver();
 
     CreatePartIdentifierFunction createPartIdentifier = nullptr;

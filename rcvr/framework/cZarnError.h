@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstring>
+#include <initializer_list>
+#include <new>
 #include <string>
 
 // The error class family that every library of the trace system throws at its boundary.
@@ -9,11 +13,57 @@
 // Neither class derives from std::exception: a host that catches only std::exception does not see these.
 // Objects are not shared between threads; whoever caught one owns it. Null texts that are given count as empty ones, or
 // add nothing. An object's code lies in the library that threw it: it must be gone before that is unloaded.
+// Making, copying and changing an error throws nothing: without memory a long text is cut.
 
 namespace Vx::Qrs::Zarn {
 
 /// How grave an error is. The receiver uses the value 2 only.
 enum Severity_Type : unsigned { eSeverityError = 2 };
+
+/// A text that is cut, at the earliest after 188 characters, where there is no memory for the whole of it.
+class ErrorText {
+public:
+    ErrorText() noexcept = default;
+    ErrorText(const ErrorText& other) noexcept { assign({other.c_str()}); }
+    ErrorText& operator=(const ErrorText& other) noexcept {
+        assign({other.c_str()});
+        return *this;
+    }
+    ~ErrorText() { delete[] allocated; }
+
+    const char* c_str() const noexcept { return allocated != nullptr ? allocated : local; }
+    bool empty() const noexcept { return *c_str() == '\0'; }
+
+    /// The parts in their order; this text itself may be one of them. Null parts add nothing.
+    void assign(std::initializer_list<const char*> parts) noexcept {
+        std::size_t length = 0;
+        for (const char* part : parts)
+            length += part != nullptr ? std::strlen(part) : 0;
+        char shortened[localSize];
+        char* const whole = length < localSize ? nullptr : new (std::nothrow) char[length + 1];
+        char* const target = whole != nullptr ? whole : shortened;
+        const std::size_t space = whole != nullptr ? length : localSize - 1;
+        std::size_t used = 0;
+        for (const char* part : parts) {
+            for (; part != nullptr && *part != '\0' && used < space; ++part)
+                target[used++] = *part;
+        }
+        target[used] = '\0';
+        if (used < length)
+            std::memcpy(target + used - ellipsisLength, "...", ellipsisLength);
+        if (whole == nullptr)
+            std::memcpy(local, shortened, used + 1);
+        delete[] allocated;
+        allocated = whole;
+    }
+
+private:
+    static constexpr std::size_t localSize = 192;
+    static constexpr std::size_t ellipsisLength = 3;
+
+    char* allocated = nullptr; // null while the text is short enough for `local`
+    char local[localSize] = {};
+};
 
 class cZarnErrorIF {
 public:
@@ -41,29 +91,29 @@ public:
 class cZarnError : public cZarnErrorIF {
 public:
     cZarnError() = default;
-    cZarnError(const char* text, Severity_Type grade) : severity(grade), errorText(text != nullptr ? text : "") {}
-    cZarnError(const cZarnError& other) : cZarnErrorIF(other) { copyFields(other); }
+    cZarnError(const char* text, Severity_Type grade) noexcept : severity(grade) { errorText.assign({text}); }
+    cZarnError(const cZarnError& other) noexcept : cZarnErrorIF(other) { copyFields(other); }
     cZarnError& operator=(const cZarnError& other) {
         Copy(other);
         return *this;
     }
 
     const char* GetTitle() const override { return title.c_str(); }
-    void SetTitle(const char* text) override { title = text != nullptr ? text : ""; }
+    void SetTitle(const char* text) override { title.assign({text}); }
     Severity_Type GetSeverity() const override { return severity; }
     void SetSeverity(Severity_Type value) override { severity = value; }
     const char* GetErrorText() const override { return errorText.c_str(); }
-    void SetErrorText(const char* text) override { errorText = text != nullptr ? text : ""; }
+    void SetErrorText(const char* text) override { errorText.assign({text}); }
     const char* GetDetailedText() const override { return hasDetail ? detailedText.c_str() : nullptr; }
     void AddDetailedInfo(const char* text) override {
         if (text != nullptr) {
-            detailedText += text;
+            detailedText.assign({detailedText.c_str(), text});
             hasDetail = true;
         }
     }
     void PushText(const char* text) override {
         if (text != nullptr)
-            errorText = errorText.empty() ? std::string(text) : text + (" : " + errorText);
+            errorText.assign({text, errorText.empty() ? nullptr : " : ", errorText.c_str()});
     }
     // Hosts look this one up in the library by name, so it keeps default visibility.
     __attribute__((visibility("default"))) void Delete() override;
@@ -75,9 +125,10 @@ public:
 
 protected:
     virtual void Copy(const cZarnError& other) { copyFields(other); }
+    void ComposeErrorText(std::initializer_list<const char*> parts) noexcept { errorText.assign(parts); }
 
 private:
-    void copyFields(const cZarnError& other) {
+    void copyFields(const cZarnError& other) noexcept {
         title = other.title;
         severity = other.severity;
         errorText = other.errorText;
@@ -85,10 +136,10 @@ private:
         hasDetail = other.hasDetail;
     }
 
-    std::string title;
+    ErrorText title;
     Severity_Type severity = eSeverityError;
-    std::string errorText;
-    std::string detailedText;
+    ErrorText errorText;
+    ErrorText detailedText;
     bool hasDetail = false;
 };
 

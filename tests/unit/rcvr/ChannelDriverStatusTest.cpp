@@ -169,6 +169,52 @@ TEST_F(Status, FillIsToldAgainstTheConfiguredBuffer) {
     EXPECT_EQ(status.text, "Recording : 1.9 Mbits/second :  50% full");
 }
 
+TEST_F(Status, FillBeforeAnyConfigurationIsNone) {
+    channel.metrics.state = client::Recording;
+    channel.metrics.bytesReady = 500;
+    ChannelStatus status;
+    driver->GetChannelStatus(&status);
+    EXPECT_THAT(status.text, testing::EndsWith(" :   0% full"));
+}
+
+TEST_F(Status, FillAfterAFailedCalibrationIsToldAgainstTheBufferThatTheUnitHas) {
+    driver->SetConfiguration(settingsFile().c_str());
+    EXPECT_CALL(channel, calibrate).WillRepeatedly(Throw(failure()));
+    const auto recordIntoBuffer = [&](const char* size) {
+        channel.properties["orvBufSize"] = size;
+        EXPECT_NE(failureOf([&] { driver->SetConfiguration(settingsFile().c_str()); }), "");
+        channel.metrics = {};
+        channel.metrics.state = client::Calibrated;
+    };
+    const auto fillOf = [&](std::uint32_t bytes) {
+        channel.metrics.state = client::Recording;
+        channel.metrics.bytesReady = bytes;
+        ChannelStatus status;
+        driver->GetChannelStatus(&status);
+        return status.text.substr(status.text.rfind(':') + 2);
+    };
+    recordIntoBuffer("4000");
+    driver->StartRecording(false);
+    EXPECT_EQ(fillOf(4000), "100% full");
+    recordIntoBuffer("8000");
+    driver->NotifySystemStateChange(0);
+    EXPECT_EQ(fillOf(8000), "100% full");
+    // A start that throws may have begun the recording.
+    recordIntoBuffer("16000");
+    EXPECT_CALL(channel, start).WillOnce(Throw(failure()));
+    EXPECT_NE(failureOf([&] { driver->StartRecording(false); }), "");
+    EXPECT_EQ(fillOf(16000), "100% full");
+}
+
+TEST_F(Status, ABufferSizeThatCannotBeReadLeavesAStartAlone) {
+    driver->SetConfiguration(settingsFile().c_str());
+    channel.properties["orvBufSize"] = "much";
+    EXPECT_CALL(channel, start(false)).Times(2);
+    driver->StartRecording(false);
+    channel.properties.erase("orvBufSize");
+    driver->StartRecording(false);
+}
+
 TEST_F(Status, WhileDisconnectedTheRecordStaysAsItIs) {
     EXPECT_CALL(channel, status).Times(0);
     for (const unsigned state : {3U, 4U}) {

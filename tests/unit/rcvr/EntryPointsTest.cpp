@@ -258,6 +258,31 @@ TEST_F(EntryPoints, AFailedCreateAfterAFailedTeardownDeletesNothingTwice) {
     EXPECT_EQ(frontEndSource().destroyed, 1);
 }
 
+TEST_F(EntryPoints, ASecondCreateAndARefusedDestroyAreLogged) {
+    uEnvironment::set("VX_TRACE_LOGGING", "6");
+    testing::internal::CaptureStdout();
+    CReceiver* made = CreateRcvr();
+    const auto linesOf = [&](const std::function<void()>& call) {
+        const std::size_t before = readLines(logPath(ownPid())).size();
+        call();
+        auto lines = readLines(logPath(ownPid()));
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
+        return lines;
+    };
+    const auto expectTwoLines = [](const std::vector<std::string>& lines, const char* function, const char* count) {
+        ASSERT_EQ(lines.size(), 2U) << function;
+        EXPECT_THAT(lines[0], testing::MatchesRegex("  F .*OrvRcvr_Receiver #[0-9]+  " + std::string(function) +
+                                                    "\\(\\.\\.\\.\\)"));
+        EXPECT_THAT(lines[1], testing::EndsWith(std::string("| on entry g_refCnt=") + count));
+    };
+    expectTwoLines(linesOf([] { CreateRcvr(); }), "CreateRcvr", "1");
+    expectTwoLines(linesOf([] { DestroyRcvr(nullptr); }), "DestroyRcvr", "2");
+    expectTwoLines(linesOf([&] { DestroyRcvr(made); }), "DestroyRcvr", "2");
+    DestroyRcvr(made);
+    expectTwoLines(linesOf([&] { DestroyRcvr(made); }), "DestroyRcvr", "0");
+    testing::internal::GetCapturedStdout();
+}
+
 TEST_F(EntryPoints, EntryLinesNameTheFunctions) {
     uEnvironment::set("VX_TRACE_LOGGING", "6");
     testing::internal::CaptureStdout();

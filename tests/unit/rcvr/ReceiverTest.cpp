@@ -1,4 +1,5 @@
 #include "DriverFixture.h"
+#include "LinkedCalls.h"
 
 namespace {
 
@@ -32,6 +33,13 @@ TEST_F(ReceiverTest, LoadsItsSiblingsAndGivesThemBackInOrder) {
     EXPECT_THAT(calls(), ElementsAre("CreateChannelDriver \"\"", "CreateDataSource \"\"", "setFileChannelDriver",
                                      "CreatePartIdentifier", "DestroyPartIdentifier 0", "DestroyChannelDriver",
                                      "DestroyDataSource"));
+}
+
+TEST_F(ReceiverTest, UnloadsItsSiblingsInTheOppositeOrderOfTheirUse) {
+    receiver = std::make_unique<Receiver>();
+    const UnloadedLibraries unloaded;
+    receiver.reset();
+    EXPECT_THAT(unloaded.names(), ElementsAre("AmbitFileChannelDriver", "OrvDataSource", "PartIdentifier"));
 }
 
 TEST_F(ReceiverTest, LoadsTheDataSourceAheadOfTheFileChannelDriver) {
@@ -365,7 +373,7 @@ TEST_F(TargetEvents, AStartThatIsRefusedReachesTheFramework) {
               "Error 1: data server failure : cannot start recording until calibration completed");
     EXPECT_FALSE(driver->AreAllCpusHalted()) << "the CPU runs all the same";
     channel.properties["targetSync"] = "maybe";
-    EXPECT_EQ(failureOf([&] { event(5); }), "std: unable to convert \"maybe\" to boolean");
+    EXPECT_EQ(failureOf([&] { event(5); }), "Error 1: unable to convert \"maybe\" to boolean");
     EXPECT_NE(failureOf([&] { event(3); }), "");
     ChannelStatus status;
     driver->GetChannelStatus(&status);

@@ -22,7 +22,7 @@ FAKE_EXPORT IFileDataSource* CreateDataSource(const char* text) {
 }
 
 FAKE_EXPORT void DestroyDataSource(IFileDataSource* object) {
-    fake::trace("DestroyDataSource");
     delete object;
+    fake::trace("DestroyDataSource");
 }
 }

@@ -136,8 +136,8 @@ FAKE_EXPORT IPartIdentifier* CreatePartIdentifier() {
 }
 
 FAKE_EXPORT void DestroyPartIdentifier(IPartIdentifier* object, unsigned value) {
-    fake::trace("DestroyPartIdentifier " + std::to_string(value));
     delete object;
+    fake::trace("DestroyPartIdentifier " + std::to_string(value));
     fake::behaviour("FAKE_PART_DESTROY");
 }
 }
