@@ -10,7 +10,7 @@
 // object belongs to the receiver: never delete it.
 //
 // Errors: every operation may throw Vx::Qrs::Zarn::cZarnError (by value), whose text is meant for the user. A null out
-// pointer is "null parameter".
+// pointer is "null parameter". This also holds when the process is out of memory.
 //
 // Threads: one controlling thread calls SetConfiguration, StartRecording, StopRecording, reading and saving.
 // GetChannelStatus and GetAttribute may be called from other threads, but wait while SetConfiguration, StartRecording
@@ -24,7 +24,7 @@
 namespace Vx::Qrs::Trace {
 
 /// One attribute's value. `name` is the pointer that was asked with; `value` is never null and stays valid until the
-/// next GetAttribute on the same driver, from whatever thread, which CReceiver::OnTargetStateChange calls, too.
+/// next GetAttribute on the same driver, from any thread.
 struct TraceAttribute {
     enum Type : std::uint32_t {
         eBoolean = 0,    ///< "0" or "1"
@@ -88,9 +88,11 @@ public:
     virtual bool GetUserConfiguration(const char* path) = 0;
 
     /// Loads the channel settings file (a full path with at least one separator), connects to the capture unit and
-    /// calibrates. Blocks until the calibration has ended, typically 0.5 to several seconds. A settings file that
-    /// cannot be used is overwritten with defaults, which are then used. Failing leaves the channel uncalibrated, or
-    /// calibrated as it was. Refused, for exports other than "pti", while a CPU of the channel runs. Samples of an
+    /// calibrates. Blocks until the calibration has ended: some tenths of a second as a rule, several seconds where many
+    /// frequency settings are tried. A settings file that cannot be used is overwritten with defaults, which are then
+    /// used. Failing leaves the channel uncalibrated, or in the state that it had: it then still starts, but with what
+    /// the refused attempt left in the unit (buffer size, pins, delays), and its samples are not to be trusted. Record
+    /// nothing before a SetConfiguration has succeeded. Refused, for exports other than "pti", while a CPU of the channel runs. Samples of an
     /// earlier recording are gone, and an upload that goes on is broken off. While a recording runs this throws, too,
     /// but its samples are lost all the same: stop it first. StopRecording brings the channel out of that.
     virtual void SetConfiguration(const char* path) = 0;
@@ -108,9 +110,12 @@ public:
     /// Refused: throws.
     virtual void ResumeRecording() = 0;
 
-    /// Saves the recorded samples. Waits for an upload that is still going on. `format` is a SaveFormat; every number
-    /// but 1, 2 and 3 adds a section to an existing trace data file. A raw file is replaced. Blocks as long as reading
-    /// and writing take. A failure, such as a full disk, leaves what was written.
+    /// Saves the recorded samples. Waits first, without a limit, until all of them have come: until a running recording
+    /// was stopped, and until the upload has ended. A target that cannot be opened is refused before that wait. `format`
+    /// is a SaveFormat; every number but 1, 2 and 3 adds a section to an existing trace data file, and is refused with
+    /// the file unchanged where that would become longer than 4 GiB. A raw file is replaced. Blocks as long as waiting,
+    /// reading and writing take. A failure, such as a full disk, leaves what was written. Fewer samples than were
+    /// announced, as after a full disk during the upload, are only reported in the log.
     virtual void SaveFile(std::string path, unsigned format) = 0;
 
     /// Refused: throws.

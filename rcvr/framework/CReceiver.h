@@ -11,7 +11,7 @@ class IFileDataSource;
 class IXmtrLibrary;
 
 /// Events that the framework passes on. Call them on the thread that drives the channels: they configure nothing, but
-/// start and stop recordings, and use the text that GetAttribute gave. Whatever the CPU's name, the first channel is
+/// start and stop recordings. Other threads may poll the channel meanwhile. Whatever the CPU's name, the first channel is
 /// meant; without a channel nothing is done.
 class CTargetStateNotification {
 public:
@@ -81,8 +81,8 @@ extern "C" {
 
 /// Gives the process's receiver, made at the first call, and counts the user. Never null; throws
 /// Vx::Qrs::Zarn::cZarnError on failure, and then counts nobody. The first call starts the data server process, which
-/// may take some seconds, and up to 40 where none comes up; meanwhile the process's working directory is another. Not
-/// thread-safe. Look it up by this name in the loaded library.
+/// may take some seconds: 7 where its program cannot be started, 40 where it ends at once at each of eight ports.
+/// Meanwhile the process's working directory is another. Not thread-safe. Look it up by this name in the loaded library.
 Vx::Qrs::Trace::CReceiver* CreateRcvr();
 
 /// Gives back one CreateRcvr. At the last one all channels and the receiver are gone, and so is the data server's
