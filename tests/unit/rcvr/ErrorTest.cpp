@@ -106,6 +106,30 @@ TEST(Error, IsCaughtAsTheFrameworksClassAndDeleteDoesNothing) {
     }
 }
 
+TEST(Error, KeepsTextsOfAnyLengthThroughCopiesAndChanges) {
+    for (const std::size_t length : {0U, 1U, 190U, 191U, 192U, 193U, 100000U}) {
+        const std::string text(length, 't');
+        Vx::Qrs::Zarn::cZarnError error(text.c_str(), Vx::Qrs::Zarn::eSeverityError);
+        EXPECT_EQ(error.GetErrorText(), text);
+        error.SetErrorText(error.GetErrorText());
+        EXPECT_EQ(error.GetErrorText(), text);
+        error.AddDetailedInfo(text);
+        error.AddDetailedInfo("+");
+        error.SetTitle(text.c_str());
+        error.PushText("above");
+        Vx::Qrs::Zarn::cZarnError copy(error);
+        EXPECT_EQ(copy.GetErrorText(), length == 0 ? "above" : "above : " + text);
+        EXPECT_EQ(copy.GetDetailedText(), text + "+");
+        EXPECT_EQ(copy.GetTitle(), text);
+        error.SetErrorText("other");
+        copy = error;
+        EXPECT_STREQ(copy.GetErrorText(), "other");
+        const auto& same = copy;
+        copy = same;
+        EXPECT_EQ(copy.GetDetailedText(), text + "+");
+    }
+}
+
 class GuardTest : public testing::Test {
 protected:
     bool mutexIsFree() {
