@@ -11,8 +11,8 @@ class IFileDataSource;
 class IXmtrLibrary;
 
 /// Events that the framework passes on. Call them on the thread that drives the channels: they configure nothing, but
-/// start and stop recordings. Other threads may poll the channel meanwhile. Whatever the CPU's name, the first channel is
-/// meant; without a channel nothing is done.
+/// start and stop recordings. Other threads may poll the channel (status, attributes, progress) meanwhile. The first
+/// channel is meant, whatever the CPU's name; without a channel nothing is done.
 class CTargetStateNotification {
 public:
     /// The debugger's numbers for what a CPU does.
@@ -38,8 +38,8 @@ public:
     virtual ~CTargetStateNotification() = default;
 };
 
-/// One per process, counted by CreateRcvr and DestroyRcvr. Its operations are not to be called concurrently, nor while
-/// another thread is inside of one of its channels, GetProgress excepted. Errors are thrown as
+/// One per process, counted by CreateRcvr and DestroyRcvr. Its operations are not to be called concurrently, nor, but for
+/// the notifications, while another thread is inside of one of its channels, GetProgress excepted. Errors are thrown as
 /// Vx::Qrs::Zarn::cZarnError. Where nothing else is told, an operation returns at once and throws nothing.
 class CReceiver : public CTargetStateNotification {
 public:
