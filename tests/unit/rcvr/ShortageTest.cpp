@@ -224,7 +224,7 @@ protected:
             channel->GetChannelStatus(&status);
             channel->GetAttribute("numPins", &attribute);
             channel->SeekReadTraceData(0, 1, &sample, &number);
-            EXPECT_EQ(number, configured ? 1U : 0U);
+            EXPECT_TRUE(number == 1 || !configured);
         }).join();
     }
 
