@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <new>
 #include <string>
 
 // The plain text files that a calibration leaves beside the trace file, for a person to read.
@@ -67,9 +68,14 @@ void append(std::string& text, const char* format, ...) {
     text.append(buffer.data(), std::min(buffer.size() - 1, static_cast<std::size_t>(std::max(length, 0))));
 }
 
-void deleteFilesOf(const std::string& stem) {
+/// Also for the way down, where nothing may be thrown any more: a file whose path no memory is left for stays.
+void deleteFilesOf(const std::string& stem) noexcept {
     for (const char* suffix : deletedSuffixes) {
-        std::remove((stem + suffix).c_str());
+        try {
+            std::remove((stem + suffix).c_str());
+        } catch (const std::bad_alloc&) {
+            continue;
+        }
     }
 }
 

@@ -186,17 +186,18 @@ void TransmitterZarn_1::setModes(std::optional<std::uint32_t> testMode, std::uin
 }
 
 void TransmitterZarn_1::applyTraceSetup() {
-    if (traceSetup == nullptr)
+    if (!keptSetup && traceSetup == nullptr)
         fail(transmitterUnit, eNULL);
-    library->setStallCpu(xmtrChannel, traceSetup->stallCpu);
-    library->setMonitorCprt(xmtrChannel, traceSetup->monitorCprt);
-    library->setNoDataTraceOnFifoFull(xmtrChannel, traceSetup->noDataTraceOnFifoFull);
-    library->setCycleAccurate(xmtrChannel, traceSetup->cycleAccurateTrace);
+    const ExportSettings setup = keptSetup ? *keptSetup : ExportSettings(*traceSetup);
+    library->setStallCpu(xmtrChannel, setup.stallCpu);
+    library->setMonitorCprt(xmtrChannel, setup.monitorCprt);
+    library->setNoDataTraceOnFifoFull(xmtrChannel, setup.noDataTraceOnFifoFull);
+    library->setCycleAccurate(xmtrChannel, setup.cycleAccurateTrace);
     unsigned value = 0;
     unsigned frameSize = 0;
     library->getExportFrameLimits(xmtrChannel, &value, &frameSize);
     if (frameSize != 0) // the setting only chooses: its own number is not passed on
-        library->setExportFrameSize(xmtrChannel, traceSetup->exportFrameSize != 0 ? frameSize : defaultFrameSize);
+        library->setExportFrameSize(xmtrChannel, setup.exportFrameSize != 0 ? frameSize : defaultFrameSize);
 }
 
 void TransmitterZarn_1::end(bool flag) {
@@ -243,11 +244,15 @@ bool TransmitterZarn_1::hasTriggered() {
     return true;
 }
 
-void TransmitterZarn_1::setupLeaves(const ChannelSettings* leaving) {
+TransmitterZarn_1::ExportSettings::ExportSettings(const ChannelSettings& setup) noexcept
+    : stallCpu(setup.stallCpu), monitorCprt(setup.monitorCprt), noDataTraceOnFifoFull(setup.noDataTraceOnFifoFull),
+      cycleAccurateTrace(setup.cycleAccurateTrace), exportFrameSize(setup.exportFrameSize) {}
+
+void TransmitterZarn_1::setupLeaves(const ChannelSettings* leaving) noexcept {
     if (keptSetup || traceSetup == nullptr || (leaving != nullptr && leaving != traceSetup))
         return;
-    keptSetup = *traceSetup;
-    traceSetup = &*keptSetup;
+    keptSetup.emplace(*traceSetup);
+    traceSetup = nullptr;
 }
 
 } // namespace VX_QRS::ORV::CLIENT

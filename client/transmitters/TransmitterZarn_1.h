@@ -5,6 +5,7 @@
 #include "common/source/ChannelSettings.h"
 #include "rcvr/framework/IXmtrLibrary.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -32,10 +33,22 @@ public:
     bool hasTriggered() override;
 
     /// A channel that shares this transmitter goes, and its record of settings may go with it. If that is the one in
-    /// use here, or if the caller does not know (null), what it says now is kept and used from here on.
-    void setupLeaves(const ChannelSettings* leaving);
+    /// use here, or if the caller does not know (null), what it says now is kept and used from here on. Needs no
+    /// memory, since a channel's destructor asks for it.
+    void setupLeaves(const ChannelSettings* leaving) noexcept;
 
 private:
+    /// What the export reads of a channel's settings.
+    struct ExportSettings {
+        explicit ExportSettings(const ChannelSettings& setup) noexcept;
+
+        bool stallCpu;
+        bool monitorCprt;
+        bool noDataTraceOnFifoFull;
+        bool cycleAccurateTrace;
+        std::uint32_t exportFrameSize;
+    };
+
     void open();
     void closeLink();
     void allocatePins();
@@ -50,7 +63,7 @@ private:
     bool linkOpen = false;                     // the library's channel is in use
     std::uint32_t adapterKind;                 // class of the CPU
     const ChannelSettings* traceSetup;
-    std::optional<ChannelSettings> keptSetup; // what traceSetup points to once its owner is gone
+    std::optional<ExportSettings> keptSetup; // replaces traceSetup once the owner of that is gone
 };
 
 } // namespace VX_QRS::ORV::CLIENT

@@ -68,5 +68,15 @@ TEST_F(CalibrationTest, AMarginFailureLeavesItsBurstAndNamesTheWord) {
                   "oversampling data margin failure at index 8");
 }
 
+TEST_F(CalibrationTest, AMarginBelowZeroIsWatchedToo) {
+    openCalibrated("ovsMargin=-1\n");
+    beginRecording();
+    model.clearLog();
+    waits.hook = [this](std::uint32_t) { channel->stop(); };
+    channel->run();
+    waits.hook = {};
+    EXPECT_THAT(model.written(0x08008206), testing::ElementsAre(0x001F, 0x801F, 0));
+}
+
 } // namespace
 } // namespace client_test

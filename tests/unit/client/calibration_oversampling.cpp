@@ -40,6 +40,16 @@ TEST_F(CalibrationTest, OneDeadFifoFailsTheBurstAfterAHundredPolls) {
     EXPECT_EQ(waits.total, 100U);
 }
 
+TEST_F(CalibrationTest, AFifoThatIsFullAtTheHundredthPollPasses) {
+    openChannel();
+    unsigned asked = 0;
+    // Twice for the clearing, then once for each poll.
+    model.onRead(0x08008224, [&asked] { return ++asked >= 2 + 100 ? 0x0200u : 0u; });
+    inside().captureOvs();
+    EXPECT_EQ(asked, 2U + 100);
+    EXPECT_EQ(waits.sleeps, 99U);
+}
+
 TEST_F(CalibrationTest, AProcThatIsNotInUseIsNeitherReadNorWaitedFor) {
     openChannel();
     model.setFifo(5, {1, 2, 3});

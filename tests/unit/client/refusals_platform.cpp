@@ -1,21 +1,32 @@
 #include "tests/unit/client/refusals_platform.h"
 
+#include "common/source/source_utilities/uMutex.h"
 #include "common/source/source_utilities/uThread.h"
 
 #include <cstdlib>
+#include <mutex>
 #include <new>
+#include <utility>
 
 namespace {
 
 thread_local unsigned countdown = 0;
+thread_local bool lasting = false;
 thread_local bool refused = false;
 bool threadsStart = true;
+
+/// Never deleted: locks are taken until the process ends.
+client_test::LockWatch& lockWatch() {
+    static auto* const watch = new client_test::LockWatch;
+    return *watch;
+}
 
 } // namespace
 
 void* operator new(std::size_t size) {
     if (countdown != 0 && --countdown == 0) {
         refused = true;
+        countdown = lasting ? 1 : 0;
         throw std::bad_alloc();
     }
     void* memory = std::malloc(size != 0 ? size : 1);
@@ -33,8 +44,9 @@ void operator delete(void* memory, std::size_t) noexcept {
 
 namespace client_test {
 
-void refuseMemory(unsigned nth) {
+void refuseMemory(unsigned nth, Refusal refusal) {
     countdown = nth;
+    lasting = refusal == Refusal::lasting;
     refused = false;
 }
 
@@ -45,6 +57,10 @@ bool memoryWasRefused() {
 
 void letThreadsStart(bool start) {
     threadsStart = start;
+}
+
+void watchLocks(LockWatch watch) {
+    lockWatch() = std::move(watch);
 }
 
 } // namespace client_test
@@ -78,5 +94,28 @@ std::uint32_t uThread::threadId() const {
     return native->started ? 1 : 0;
 }
 void uThread::sleep(std::uint32_t) {}
+
+struct uMutex::Native {
+    std::recursive_mutex mutex;
+};
+
+uMutex::uMutex() : native(std::make_unique<Native>()) {}
+uMutex::~uMutex() = default;
+bool uMutex::lock() {
+    if (lockWatch())
+        lockWatch()(*this);
+    native->mutex.lock();
+    owner = std::this_thread::get_id();
+    ++depth;
+    return true;
+}
+bool uMutex::unlock() {
+    if (owner != std::this_thread::get_id() || depth < 1)
+        return false;
+    if (--depth == 0)
+        owner = std::thread::id{};
+    native->mutex.unlock();
+    return true;
+}
 
 } // namespace VX_QRS

@@ -1,15 +1,28 @@
 #pragma once
 
-// A platform that refuses memory and threads when a test says so. It is linked ahead of the real one.
+#include <functional>
+
+// A platform that refuses memory and threads when a test says so, and tells of locks. It replaces the real one.
+
+namespace VX_QRS {
+class uMutex;
+}
 
 namespace client_test {
 
-/// The `nth` allocation of this thread from now on fails, 1 being the next. 0: none.
-void refuseMemory(unsigned nth);
+enum class Refusal { once, lasting };
+
+/// The `nth` allocation of this thread from now on fails, 1 being the next, and with `lasting` all that follow.
+/// 0: none.
+void refuseMemory(unsigned nth, Refusal refusal = Refusal::once);
 /// Whether that allocation has been asked for. Ends the refusing.
 bool memoryWasRefused();
 
 /// Whether threads start from now on. One that does start runs its body at once, inside `start`.
 void letThreadsStart(bool start);
+
+/// Called on the locking thread before each lock is taken, a log line's included; empty: no more.
+using LockWatch = std::function<void(const VX_QRS::uMutex&)>;
+void watchLocks(LockWatch watch);
 
 } // namespace client_test
