@@ -249,5 +249,28 @@ TEST_F(DiagnosticFiles, TheReportsCorrelationIsThePeakItselfAtLagZero) {
     EXPECT_EQ(found, "1.000,1.000");
 }
 
+TEST_F(DiagnosticFiles, TheReportsCorrelationLooksAsFarAsTheLastLag) {
+    openTwoPins();
+    ProcMetrics p;
+    p.correlation[0] = 0.5; // lag -31
+    p.correlation[62] = 0.25;
+    std::string found;
+    inside().correlationString(p, found);
+    EXPECT_EQ(found, "0.250,0.000");
+}
+
+TEST_F(DiagnosticFiles, ReplaceThoseOfTheSameName) {
+    openTwoPins();
+    for (const char* suffix : {".cap.txt", ".reg.txt", ".cal.txt"}) {
+        writeText(stem + suffix, "left over");
+    }
+    inside().logOvs(inside().cal());
+    inside().logRegs();
+    inside().logCal(inside().metrics(), inside().cal());
+    for (const char* suffix : {".cap.txt", ".reg.txt", ".cal.txt"}) {
+        EXPECT_THAT(text(suffix), Not(HasSubstr("left over"))) << suffix;
+    }
+}
+
 } // namespace
 } // namespace client_test

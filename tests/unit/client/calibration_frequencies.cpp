@@ -21,6 +21,15 @@ TEST_F(CalibrationTest, MeasuringWritesTheWindowWaitsAndReadsTheCount) {
     EXPECT_EQ(inside().clocking().exportFrequency, 0x0022E09E * 1.05e9 / (8 * 1e6 * 3));
 }
 
+TEST_F(CalibrationTest, MeasuringWaitsBetweenTheWindowAndTheCount) {
+    openChannel();
+    rate(50e6);
+    waits.hook = [this](std::uint32_t) { EXPECT_THAT(model.log(), ElementsAre("write 080080e0=4240 080080e2=000f")); };
+    inside().measureFreq();
+    waits.hook = {};
+    EXPECT_EQ(waits.sleeps, 1U);
+}
+
 TEST_F(CalibrationTest, MeasuringWithALongWindowWaitsForItAndCutsTheRegister) {
     openChannel("cpi=0x12345678\n");
     rate(50e6);

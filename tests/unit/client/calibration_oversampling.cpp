@@ -67,6 +67,13 @@ TEST_F(CalibrationTest, AFifoThatCannotBeEmptiedFails) {
     expectFailure([&] { inside().captureOvs(); }, eFAIL, "failed to clear ovs fifo");
 }
 
+TEST_F(CalibrationTest, AFifoWithASingleWordIsEmptiedToo) {
+    openChannel();
+    model.setFifo(2, {7});
+    inside().clearOvs();
+    EXPECT_EQ(model.log().at(1), "read 0800821e");
+}
+
 TEST_F(CalibrationTest, AFullFifoReadsAsEmptyAndIsLeftAlone) {
     openChannel();
     model.scriptReads(0x0800820C, {0x0200, 0x0200, 0x0200});
@@ -141,6 +148,25 @@ TEST_F(CalibrationTest, OvsListsWhatTheUnitHolds) {
     EXPECT_EQ(inside().clocking().bitSamples, 14U);
     EXPECT_THAT(readText(stem + ".cap.txt"), HasSubstr("delay=21"));
     EXPECT_TRUE(inside().session().opened);
+}
+
+TEST_F(CalibrationTest, OvsListsInputAndEnableAsTheUnitHasThemAndTheBurstThatItTook) {
+    openChannel();
+    rates({50e6});
+    Cal cal;
+    inside().setupPins(cal);
+    cal.reset();
+    cal.proc[1].rcvrpin = 9;
+    cal.proc[1].enable = 0;
+    inside().writeCal(cal);
+    bursts::OwnedBurst burst(5, 512);
+    burst.draw(2, "1", 0);
+    model.setBurst(2, burst.pins[2]);
+    channel->ovs(true, false);
+    const std::string text = readText(stem + ".cap.txt");
+    EXPECT_THAT(text, HasSubstr("P1 : rcvrpin=9,"));
+    EXPECT_THAT(text, HasSubstr("P1 : rcvrpin=9,filter=7,plateau=3,debounce=4,delay=0,stretch=0,enable=0"));
+    EXPECT_THAT(text, HasSubstr(" 0  0  1  0  0    0"));
 }
 
 TEST_F(CalibrationTest, OvsWhileRecordingOnlyTakesTheBurst) {

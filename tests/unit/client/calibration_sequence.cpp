@@ -92,5 +92,63 @@ TEST_F(CalibrationTest, TheScanAsksForTheNumberOfSettingsBeforeItForgetsTheRates
     EXPECT_THAT(inside().clocking().frequencies, ElementsAre(12e6, 25e6));
 }
 
+// ---- the frame of a calibration ----
+
+TEST_F(CalibrationTest, PinsAreResolvedAnewAtEachCalibration) {
+    openChannel("calMode=manual\n");
+    channel->setProperty("pinMap", "5,1,2,3,4");
+    channel->calibrate();
+    EXPECT_EQ(model.get(0x0800811E), 0x8700U);
+    EXPECT_EQ(transmitter.properties["pins"], "5,1,2,3,4");
+    channel->setProperty("pinMap", "0");
+    expectFailure([&] { channel->calibrate(); }, eCONFIG,
+                  "invalid pin settings, at least 1 clock and 1 data pin are required");
+    EXPECT_THAT(inside().session().diagnosticStems, ElementsAre(stem)) << "noted before the pins";
+}
+
+TEST_F(CalibrationTest, AManualCalibrationFixesThePositionOnlyOnceItHasABurst) {
+    openChannel("calMode=manual\nsamplingPos=edge\n");
+    model.setBurst(2, {}, false);
+    expectFailure([&] { channel->calibrate(); }, eFAIL, "ovs fifo failed to fill");
+    EXPECT_EQ(get("samplingPos"), "edge");
+}
+
+TEST_F(CalibrationTest, AManualCalibrationWritesItsReportBeforeItsBurst) {
+    openChannel("calMode=manual\n");
+    std::filesystem::create_directory(stem + ".cal.txt");
+    writeText(stem + ".cal.txt/kept", "x");
+    expectFailure([&] { channel->calibrate(); }, eFILE, stem + ".cal.txt");
+    EXPECT_FALSE(exists(stem + ".cap.txt"));
+}
+
+TEST_F(CalibrationTest, TheCacheIsWrittenAnewAndBeforeTheTransmitterIsShutDown) {
+    openChannel("calMode=manual\n");
+    channel->calibrate();
+    channel->setProperty("pinMap", "0,4,3,2,1");
+    EXPECT_CALL(transmitter, shutdown).WillRepeatedly([this] {
+        std::string text = readText(stem + ".cache");
+        std::erase(text, '\r');
+        EXPECT_EQ(text, "0,4,3,2,1\n");
+    });
+    channel->calibrate();
+}
+
+TEST_F(CalibrationTest, TheStemIsTheUsersAgainBeforeTheLastShutdown) {
+    openChannel("verifyCal=false\n");
+    rates({50e6});
+    signals();
+    std::string seen;
+    ON_CALL(transmitter, shutdown).WillByDefault([&] { seen = inside().settings().file; });
+    channel->calibrate();
+    EXPECT_EQ(seen, stem);
+}
+
+TEST_F(CalibrationTest, ProgressIsWholeBeforeTheCacheIsWritten) {
+    openChannel("calMode=manual\n");
+    std::filesystem::create_directory(stem + ".cache");
+    EXPECT_THROW(channel->calibrate(), Exception);
+    EXPECT_EQ(inside().calibration().calProgress, 1.0);
+}
+
 } // namespace
 } // namespace client_test

@@ -102,6 +102,8 @@ TEST_F(CalibrationTest, DelaysAndStretchesOfThePinsInUseGoFromTheResultsIntoTheS
     }
     Cal cal;
     inside().getCalFromMetrics(m, cal);
+    EXPECT_EQ(cal.proc[0].delay, 0U);
+    EXPECT_EQ(cal.proc[0].stretch, 0) << "the clock's as well";
     EXPECT_EQ(cal.proc[4].delay, 4U);
     EXPECT_EQ(cal.proc[4].stretch, -4);
     EXPECT_EQ(cal.proc[5].delay, notSet);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 
 // The recording that proves a calibration, over a model of the unit.
 
@@ -188,6 +189,33 @@ TEST_F(VerificationTest, AMissingPatternPassesAsTheTransmittersFailure) {
         EXPECT_EQ(e.status(), eSEQUENCE);
     }
     EXPECT_EQ(inside().control().verifyTimeoutTicks, 0U);
+}
+
+TEST_F(VerificationTest, OfTpiuNeedsAPatternThoughItComparesNothing) {
+    records(packets(0x1234), "f0", "tpiu");
+    ON_CALL(transmitter, getPattern).WillByDefault([]() -> Pattern* {
+        throw Exception("orv_client_transmitter", 1, eSEQUENCE, "no pattern programmed");
+    });
+    EXPECT_THROW(inside().verifyCal(), Exception);
+}
+
+TEST_F(VerificationTest, ARecordingThatBreaksOffLeavesNoOpenFile) {
+    records(packets(0x0F0F));
+    LogCapture log;
+    waits.hook = [](std::uint32_t milliseconds) {
+        if (milliseconds == 5) {
+            throw std::runtime_error("woken"); // in the pause between two passes, where nothing catches it
+        }
+    };
+    try {
+        inside().verifyCal();
+    } catch (const std::exception&) {
+        // How it is reported is not what is looked at here.
+    }
+    waits.hook = {};
+    EXPECT_EQ(inside().control().dataFile, nullptr);
+    EXPECT_EQ(inside().control().verifyTimeoutTicks, 0U);
+    EXPECT_THAT(log.steps(), Contains("closed data file"));
 }
 
 TEST_F(VerificationTest, AFailedCalibrationLeavesTheStateThatItsRecordingMoved) {

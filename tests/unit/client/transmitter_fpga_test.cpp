@@ -112,9 +112,11 @@ TEST_F(TransmitterFpgaTest, ANullNameBehindARampFails) {
 
 TEST_F(TransmitterFpgaTest, ANameThatCannotBeSentIsTakenAllTheSame) {
     transmitter.setProperty("pins", "0,1");
-    transmitter.program("f0", 0);
-    expectFailure([&] { transmitter.program("walk", 0); }, eVALUE, "invalid program for transmitter type");
-    expectFailure([&] { transmitter.program(nullptr, 0); }, eVALUE, "invalid program for transmitter type");
+    for (const char* name : {"walk", ""}) {
+        transmitter.program("f0", 0);
+        expectFailure([&] { transmitter.program(name, 0); }, eVALUE, "invalid program for transmitter type");
+        expectFailure([&] { transmitter.program(nullptr, 0); }, eVALUE, "invalid program for transmitter type");
+    }
 }
 
 TEST_F(TransmitterFpgaTest, ThePatternIsTheOneThatIsSent) {

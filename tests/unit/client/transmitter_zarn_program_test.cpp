@@ -164,10 +164,12 @@ TEST_F(TransmitterZarnProgramTest, WithoutPinsTheNameIsNotTakenAndANameThatIsNon
     expectFailure([&] { transmitter->program("f0", 0); }, eSEQUENCE, "pins not set");
     transmitter->setProperty("pins", "0,1");
     expectFailure([&] { transmitter->program(nullptr, 0); }, eXMTR, "invalid program");
-    expectSimple(4, 0);
-    transmitter->program("f0", 0);
-    expectFailure([&] { transmitter->program("zigzag", 0); }, eXMTR, "invalid program");
-    expectFailure([&] { transmitter->program(nullptr, 0); }, eXMTR, "invalid program");
+    for (const char* name : {"zigzag", ""}) {
+        expectSimple(4, 0);
+        transmitter->program("f0", 0);
+        expectFailure([&] { transmitter->program(name, 0); }, eXMTR, "invalid program");
+        expectFailure([&] { transmitter->program(nullptr, 0); }, eXMTR, "invalid program");
+    }
 }
 
 TEST_F(TransmitterZarnProgramTest, NoneLeavesNoPattern) {
