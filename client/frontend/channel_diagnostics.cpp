@@ -68,7 +68,7 @@ void append(std::string& text, const char* format, ...) {
     text.append(buffer.data(), std::min(buffer.size() - 1, static_cast<std::size_t>(std::max(length, 0))));
 }
 
-/// Also for the way down, where nothing may be thrown any more: a file whose path no memory is left for stays.
+/// A destructor calls it: a file whose path cannot be allocated stays.
 void deleteFilesOf(const std::string& stem) noexcept {
     for (const char* suffix : deletedSuffixes) {
         try {

@@ -33,8 +33,8 @@ public:
     bool hasTriggered() override;
 
     /// A channel that shares this transmitter goes, and its record of settings may go with it. If that is the one in
-    /// use here, or if the caller does not know (null), what it says now is kept and used from here on. Needs no
-    /// memory, since a channel's destructor asks for it.
+    /// use here, or if the caller does not know (null), what it says now is kept and used from here on. Allocates
+    /// nothing: a channel's destructor calls it.
     void setupLeaves(const ChannelSettings* leaving) noexcept;
 
 private:

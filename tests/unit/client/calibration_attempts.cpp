@@ -1,7 +1,6 @@
 #include "tests/unit/client/calibration_fixture.h"
 
 #include <algorithm>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,14 +12,13 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::Not;
 
-/// The clock of a 50 MHz signal, and data pins that each toggle at places of their own.
-std::vector<std::vector<std::uint16_t>> toggling(std::vector<std::uint32_t> firstEdges, double half = 28) {
+/// The clock of a 50 MHz signal, and data pins that toggle once a period, each from its first edge on.
+std::vector<std::vector<std::uint16_t>> toggling(const std::vector<std::uint32_t>& firstEdges) {
     bursts::OwnedBurst burst(5, 512);
     burst.square(0, 20, 14);
     for (std::uint32_t p = 1; p < 5; ++p) {
-        burst.square(p, firstEdges.at(p - 1), half);
+        burst.square(p, firstEdges.at(p - 1), 28);
     }
     return burst.pins;
 }

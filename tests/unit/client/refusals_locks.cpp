@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// What another thread finds that waits for a lock.
+// What holds when a lock is asked for: another thread may wait there.
 
 namespace client_test {
 
@@ -27,7 +27,7 @@ TEST_F(LocksTest, CalibrationTakesItsStemBeforeItWaitsForTheChannel) {
             return;
         waited = true;
         EXPECT_EQ(inside().calibration().baseFile, stem);
-        inside().settings().file = later; // whoever holds the lock meanwhile
+        inside().settings().file = later; // the thread that holds the lock
     });
     channel->calibrate();
     EXPECT_TRUE(waited);
@@ -42,7 +42,7 @@ TEST_F(LocksTest, TheDataFileIsCompleteBeforeTheThreadSaysThatItIsDone) {
     model.setRecorded(recorded);
     model.setPieceSize(100); // less than a buffer of the file's, so that the last ones wait for its closing
     beginRecording();
-    LogCapture log; // its lines take a lock: the last one tells of the closed file
+    LogCapture log; // each line takes a lock; the last one reports the closed file
     bool complete = false;
     bool doneAtClosing = true;
     watchLocks([&](const VX_QRS::uMutex&) {

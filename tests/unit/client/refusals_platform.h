@@ -2,7 +2,7 @@
 
 #include <functional>
 
-// A platform that refuses memory and threads when a test says so, and tells of locks. It replaces the real one.
+// A platform that refuses memory and threads when a test says so, and reports locks. It replaces the real one.
 
 namespace VX_QRS {
 class uMutex;
