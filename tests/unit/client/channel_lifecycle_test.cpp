@@ -236,7 +236,9 @@ TEST_F(LifecycleTest, OnlyChannelZeroConnects) {
 TEST_F(LifecycleTest, ServerThatIsGoneDoesNotKeepTheObject) {
     openChannel();
     model.failNext(Call::CloseChannel, "failed to write to server");
+    LogCapture log;
     EXPECT_NO_THROW(channel.reset());
+    EXPECT_THAT(log.errorSteps(), ElementsAre("failed to close channel : failed to write to server"));
     remakeChannel();
 }
 

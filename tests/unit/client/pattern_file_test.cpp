@@ -1,5 +1,8 @@
 #include "tests/unit/client/pattern_support.h"
 
+#include <filesystem>
+#include <utility>
+
 namespace pattern_test {
 
 namespace {
@@ -132,7 +135,7 @@ TEST_F(PatternFileTest, ManyBlocksAreOneStream) {
     // More packets than are read at a time, with a ramp whose phase crosses every packet.
     const auto ramp = makePattern("ramp", 4);
     const Words words{0x0123, 0x4567, 0x89AB, 0xCDEF};
-    std::vector<Packet> packets(700);
+    std::vector<Packet> packets(2100);
     std::size_t phase = 0;
     for (Packet& packet : packets) {
         for (std::uint16_t& word : packet)
@@ -142,11 +145,32 @@ TEST_F(PatternFileTest, ManyBlocksAreOneStream) {
     }
     writeBytes(path, bytesOf(packets));
     EXPECT_THAT(verifyFile(*ramp, path, 0, 512), good(512, 0, 512 * 255));
-    packets[600][17] ^= 0x0800;
+    packets[1500][17] ^= 0x0800;
     writeBytes(path, bytesOf(packets));
-    EXPECT_EQ(verifyFile(*ramp, path, 0, 600), good(600, 0, 600 * 255));
+    EXPECT_EQ(verifyFile(*ramp, path, 0, 1500), good(1500, 0, 1500 * 255));
     EXPECT_THAT(verifyFile(*ramp, path).text,
-                testing::StartsWith("failed to verify pattern : data errors in packet 600, "));
+                testing::StartsWith("failed to verify pattern : data errors in packet 1500, "));
+}
+
+TEST_F(PatternFileTest, AFileThatIsCutOffMeanwhileFailsAtThePacketThatIsMissing) {
+    /// Cuts the file off at the first word that is checked.
+    class Cutter : public Pattern {
+    public:
+        explicit Cutter(std::string file) : path(std::move(file)) {}
+        double onesRatio() override { return 0.5; }
+        bool check(std::uint16_t, std::uint16_t, bool&) override {
+            std::filesystem::resize_file(path, 512);
+            return false;
+        }
+
+    private:
+        std::string path;
+    };
+    writeBytes(path, bytesOf(std::vector<Packet>(2100, packetOf({}))));
+    Cutter cutter(path);
+    const Outcome outcome = verifyFile(cutter, path);
+    EXPECT_EQ(outcome.status, eFILE);
+    EXPECT_EQ(outcome.text, "failed to read next packet of verification file");
 }
 
 TEST_F(PatternFileTest, AnLfsrEndsInItsFailure) {
@@ -159,7 +183,13 @@ TEST_F(PatternFileTest, FilesThatCannotBeOpenedFail) {
     EXPECT_EQ(verifyFile(*pattern, folder.file("missing")), bad(0, 0, eFILE, "failed to open file for verification"));
     EXPECT_EQ(verifyFile(*pattern, ""), bad(0, 0, eFILE, "failed to open file for verification"));
     std::uint32_t a = 0, b = 0, c = 0, d = 0, e = 0;
-    EXPECT_THROW(verifyPatternFile(*pattern, nullptr, 0, 0, a, b, c, d, e), Exception);
+    try {
+        verifyPatternFile(*pattern, nullptr, 0, 0, a, b, c, d, e);
+        FAIL() << "there is no path";
+    } catch (const Exception& failure) {
+        EXPECT_EQ(failure.status(), eFILE);
+        EXPECT_STREQ(failure.detail(), "failed to open file for verification");
+    }
 }
 
 TEST_F(PatternFileTest, AFolderIsNoFile) {
