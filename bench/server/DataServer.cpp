@@ -14,6 +14,7 @@ namespace bench {
 namespace {
 
 constexpr int pollMilliseconds = 50;
+constexpr int secondPollMilliseconds = 5;
 constexpr auto longestLoneliness = std::chrono::minutes(2);
 constexpr std::uint16_t firstSidePort = 56760;
 constexpr std::uint16_t lastSidePort = 56999;
@@ -86,7 +87,7 @@ void DataServer::run() {
     sideThread = std::thread([this] { acceptSides(); });
     std::thread client;
     const auto since = std::chrono::steady_clock::now();
-    while (!stopping) {
+    while (!stopping && listener) {
         if (!listener.readable(pollMilliseconds)) {
             if (!client.joinable() && std::chrono::steady_clock::now() - since > longestLoneliness) {
                 log("nobody came");
@@ -99,26 +100,40 @@ void DataServer::run() {
             continue;
         }
         if (client.joinable()) {
-            silent.push_back(std::move(connection));
-            continue;
-        }
-        const bool refuse = options.scenario.faults.refuseSecond;
-        if (refuse) {
-            // Ahead of the first reply, so that a client that got one finds nobody listening.
+            silent = std::move(connection);
             listener.close();
+            break;
+        }
+        if (options.scenario.faults.refuseSecond) {
+            listener.close(); // before the first reply: a client that got one finds no listener
+        } else {
+            awaitSecond(connection);
         }
         client = std::thread([this, accepted = std::move(connection)]() mutable {
             serveClient(std::move(accepted));
             stopping = true;
         });
-        if (refuse) {
-            break;
-        }
     }
     if (client.joinable()) {
         client.join();
     }
     log("ending");
+}
+
+// The client makes both connections before its first request. Closing the port before the first reply leaves it free by
+// the time the client goes on: another run's server can have it, and another run's client cannot end up here.
+void DataServer::awaitSecond(const LoopbackSocket& first) {
+    while (!listener.readable(secondPollMilliseconds)) {
+        if (first.readable(0)) {
+            break;
+        }
+    }
+    if (listener.readable(0)) {
+        silent = listener.accept();
+    }
+    if (silent) {
+        listener.close();
+    }
 }
 
 void DataServer::serveClient(LoopbackSocket connection) {

@@ -28,9 +28,9 @@ struct ServerError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The process: the data client's two connections, the side connections, the unit behind them, and the faults
-// that the scenario asks for. The first connection is served; those that follow on the same port are accepted
-// and left silent.
+// The process: the data client's two connections, the side connections, the capture unit, and the faults that the
+// scenario asks for. The first connection is served, the second is kept silent; with the second the server stops
+// listening at the client's port, so that the next server can have it.
 class DataServer {
 public:
     // Listens at a port; throws ServerError when it is taken. A program does this first of all, since its client
@@ -47,6 +47,7 @@ public:
     std::uint16_t sidePort() const { return side; }
 
 private:
+    void awaitSecond(const LoopbackSocket& first);
     void serveClient(LoopbackSocket connection);
     // False when the connection is to be given up.
     bool serveRequest(const LoopbackSocket& connection, const Request& request);
@@ -70,7 +71,7 @@ private:
     Service service;
     FaultScript faults;
     std::atomic<bool> stopping{false};
-    std::vector<LoopbackSocket> silent;
+    LoopbackSocket silent; // the client's second connection
     std::thread sideThread;
 };
 

@@ -118,6 +118,28 @@ TEST(DataServer, RefusesToStartOnATakenPort) {
     }
 }
 
+TEST(DataServer, LeavesItsPortToTheNextServerByTheFirstReply) {
+    RunningServer server;
+    const LoopbackSocket second = LoopbackSocket::connectTo(server.chosen);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(server.ask("v"), "$OK\x01\0\0\0#00"s);
+    const LoopbackSocket next = DataServer::listenAt(server.chosen);
+    EXPECT_TRUE(next);
+    const LoopbackSocket client = LoopbackSocket::connectTo(server.chosen);
+    EXPECT_TRUE(next.readable(5000)) << "a later client goes to the later server";
+    EXPECT_EQ(server.ask("~"), "$OK#00") << "the first one still has its client";
+    EXPECT_FALSE(second.readable(0)) << "and the client its second connection";
+}
+
+TEST(DataServer, ServesAClientThatMakesItsSecondConnectionLate) {
+    RunningServer server;
+    EXPECT_EQ(server.ask("v"), "$OK\x01\0\0\0#00"s);
+    const LoopbackSocket second = LoopbackSocket::connectTo(server.chosen);
+    EXPECT_TRUE(second);
+    EXPECT_EQ(server.ask("~"), "$OK#00");
+    EXPECT_FALSE(second.readable(100));
+}
+
 TEST(DataServer, EndsAfterGoodbyeAndWhenTheClientIsGone) {
     RunningServer polite;
     const std::string frame = "$D#00";
