@@ -6,6 +6,7 @@
 #include "host/basics/Remedy.h"
 #include "host/basics/TextFile.h"
 #include "host/session/ScenarioCheck.h"
+#include "host/session/StartTurn.h"
 
 namespace host {
 
@@ -224,9 +225,14 @@ void Session::load() {
 
 void Session::open(ProgressLine& line) {
     watchInterrupts();
-    // A port that another run has costs seconds, and no server at all costs eight of them.
-    const ProgressFollower follower([] { return ProgressStep{"starting the data server", {}, {}, {}, {}}; }, line);
-    load();
+    {
+        std::optional<StartTurn> turn;
+        if (scenario)
+            turn.emplace(line);
+        // A port that another program has costs seconds, and no server at all costs eight of them.
+        const ProgressFollower follower([] { return ProgressStep{"starting the data server", {}, {}, {}, {}}; }, line);
+        load();
+    }
     if (scenario)
         result.files.emplace_back("bench", folder->benchFolder().string());
     ownFiles = result.files.size();
