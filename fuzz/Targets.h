@@ -18,4 +18,7 @@ void replies(std::span<const std::uint8_t> input);
 /// argument, and for some as many bytes as the argument says.
 void packetBuffer(std::span<const std::uint8_t> input);
 
+/// Bytes as the text of a scenario, which is read or refused with its place.
+void scenario(std::span<const std::uint8_t> input);
+
 } // namespace fuzz

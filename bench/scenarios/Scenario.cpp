@@ -10,6 +10,9 @@
 
 #include <toml++/toml.h>
 
+#include "bench/scenarios/Environment.h"
+#include "bench/scenarios/TomlText.h"
+
 namespace bench {
 
 namespace {
@@ -170,6 +173,12 @@ public:
         fail(node != nullptr ? *node : static_cast<const toml::node&>(table), key, what);
     }
 
+    // Of a key in a free table.
+    [[noreturn]] void failWithin(std::string_view free, std::string_view key, const std::string& what) const {
+        const TableReader inner(*table.get(free)->as_table(), prefix + std::string(free) + ".", file);
+        inner.fail(key, what);
+    }
+
 private:
     const toml::node* take(std::string_view key) {
         taken.emplace_back(key);
@@ -328,6 +337,11 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
         table.sections("at", [&](TableReader& step) { readFault(step, scenario.faults.steps.emplace_back()); });
     });
     in.freeTable("environment", scenario.environment);
+    for (const auto& [name, value] : scenario.environment) {
+        if (!scenarioMaySet(name, scenario.pinMap)) {
+            in.failWithin("environment", name, environmentRule);
+        }
+    }
     in.freeTable("expect", scenario.expect);
     in.finish();
     return scenario;
@@ -368,8 +382,11 @@ PinWiring WiringSettings::pin(unsigned emu) const {
 }
 
 Scenario parseScenario(std::string_view text, const std::string& file) {
+    if (const std::string fault = tomlTextFault(text, file); !fault.empty()) {
+        throw ScenarioError(fault);
+    }
     try {
-        const toml::table root = toml::parse(text, file);
+        const toml::table root = toml::parse(text);
         return fromTable(root, file);
     } catch (const toml::parse_error& error) {
         throw ScenarioError(file + ":" + std::to_string(error.source().begin.line) + ": " +

@@ -28,7 +28,7 @@ namespace bench {
 //     [wiring]       alignment, jitter, seed, and [[wiring.pin]] tables (see PinWiring)
 //     [server]       speed
 //     [faults]       version, refuse_second, exit_at_start, and [[faults.at]] tables (see FaultStep)
-//     [environment]  variables that the host sets for the run, as they stand
+//     [environment]  the variable that pin_map names as "$NAME", set by the host for the run (see Environment.h)
 //     [expect]       a free table that only tests read
 enum class ExportKind { Pti, Tpiu, TpiuLite };
 enum class Alignment { Center, Edge };

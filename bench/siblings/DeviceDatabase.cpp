@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <sstream>
 
 #include <toml++/toml.h>
 
 #include "bench/scenarios/FilePath.h"
+#include "bench/scenarios/TomlText.h"
 #include "bench/siblings/LibraryFolder.h"
 
 namespace bench {
@@ -16,6 +19,17 @@ namespace {
 
 [[noreturn]] void refuse(const std::filesystem::path& file, const toml::node& where, const std::string& reason) {
     throw DeviceDatabaseError(file.string() + ":" + std::to_string(where.source().begin.line) + ": " + reason);
+}
+
+/// The whole file, fit for the parser.
+std::string textOf(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in)
+        throw DeviceDatabaseError(file.string() + ": cannot be opened");
+    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (const std::string fault = tomlTextFault(text, file.string()); !fault.empty())
+        throw DeviceDatabaseError(fault);
+    return text;
 }
 
 std::string textOf(const std::filesystem::path& file, const toml::table& table, const char* key,
@@ -97,8 +111,9 @@ Device readDevice(const std::filesystem::path& file, const toml::table& root, co
 
 DeviceDatabase DeviceDatabase::load(const std::filesystem::path& file) {
     DeviceDatabase base;
+    const std::string content = textOf(file);
     try {
-        const toml::table root = toml::parse_file(file.string());
+        const toml::table root = toml::parse(content);
         const toml::array* devices = root["device"].as_array();
         if (devices == nullptr)
             throw DeviceDatabaseError(file.string() + ": no [[device]] in it");
@@ -122,7 +137,7 @@ std::filesystem::path DeviceDatabase::defaultFile() {
     return libraryFolder() / "devices.toml";
 }
 
-const Device* DeviceDatabase::find(const std::string& name) const {
+const Device* DeviceDatabase::find(std::string_view name) const {
     const auto found =
         std::find_if(devices.begin(), devices.end(), [&](const Device& device) { return device.name == name; });
     return found == devices.end() ? nullptr : &*found;

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -29,7 +31,7 @@ struct Device {
     bool reachable = true; ///< false: the target adapter finds no CPU behind the name
     std::string unitName;  ///< the capture unit that the device is wired to
     std::string unitPort;  ///< its port, double quotes included where the file has them
-    std::map<std::string, std::string> characteristics;
+    std::map<std::string, std::string, std::less<>> characteristics;
     std::vector<DeviceEntry> entries;
 };
 
@@ -47,7 +49,7 @@ public:
     static std::filesystem::path defaultFile();
 
     /// Exact name; null when unknown. Lives as long as the data base.
-    const Device* find(const std::string& name) const;
+    const Device* find(std::string_view name) const;
     const std::vector<Device>& all() const { return devices; }
 
 private:

@@ -2,12 +2,19 @@
 
 #include <toml++/toml.h>
 
+#include "bench/scenarios/TomlText.h"
+#include "host/basics/ExitCode.h"
+#include "host/basics/TextFile.h"
+
 namespace host {
 
 std::vector<std::pair<std::string, std::string>> devicesOf(const std::filesystem::path& file) {
     std::vector<std::pair<std::string, std::string>> devices;
     try {
-        const toml::table root = toml::parse_file(file.string());
+        const std::string text = readText(file);
+        if (!bench::tomlTextFault(text, file.string()).empty())
+            return devices;
+        const toml::table root = toml::parse(text);
         const toml::array* list = root["device"].as_array();
         for (std::size_t i = 0; list != nullptr && i < list->size(); ++i) {
             const toml::table* device = (*list)[i].as_table();
@@ -15,7 +22,8 @@ std::vector<std::pair<std::string, std::string>> devicesOf(const std::filesystem
                 devices.emplace_back((*device)["name"].value_or(std::string()),
                                      (*device)["note"].value_or(std::string()));
         }
-    } catch (const toml::parse_error&) { // a real data base has no such file
+    } catch (const Failure&) { // a real data base has no such file
+    } catch (const toml::parse_error&) {
     }
     return devices;
 }

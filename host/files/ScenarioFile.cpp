@@ -6,9 +6,12 @@
 
 #include <toml++/toml.h>
 
+#include "bench/scenarios/Environment.h"
+#include "bench/scenarios/TomlText.h"
 #include "host/basics/ExitCode.h"
 #include "host/basics/FilePath.h"
 #include "host/basics/Format.h"
+#include "host/basics/TextFile.h"
 
 namespace host {
 
@@ -29,6 +32,19 @@ std::string valueText(const toml::node& node) {
             out << (out.tellp() > 0 ? "," : "") << valueText(item);
     }
     return out.str();
+}
+
+/// Refuses what the bench's server refuses too: the check must hold where no server is installed to do it.
+void requireOwnVariables(const toml::table& root, const std::string& pinMap, const std::string& file) {
+    const toml::table* variables = root["environment"].as_table();
+    if (variables == nullptr)
+        return;
+    for (const auto& [key, value] : *variables) {
+        if (!bench::scenarioMaySet(key.str(), pinMap))
+            throw Failure(ExitCode::BadInput, file + ":" + std::to_string(value.source().begin.line) +
+                                                  ": 'environment." + std::string(key.str()) + "' " +
+                                                  bench::environmentRule);
+    }
 }
 
 std::map<std::string, std::string> textTable(const toml::node_view<const toml::node>& section) {
@@ -162,8 +178,11 @@ std::filesystem::path existingFile(const std::filesystem::path& file) {
 Scenario readScenario(const std::filesystem::path& file) {
     Scenario scenario;
     scenario.file = existingFile(file);
+    const std::string text = readText(scenario.file);
+    if (const std::string fault = bench::tomlTextFault(text, scenario.file.string()); !fault.empty())
+        throw Failure(ExitCode::BadInput, fault);
     try {
-        const toml::table root = toml::parse_file(scenario.file.string());
+        const toml::table root = toml::parse(text);
         scenario.name = root["name"].value_or(scenario.file.stem().string());
         scenario.about = root["about"].value_or(std::string());
         scenario.cpu = root["cpu"].value_or(std::string());
@@ -173,13 +192,14 @@ Scenario readScenario(const std::filesystem::path& file) {
         scenario.settings.bufferIndex = root["settings"]["buffer"].value_or(0U);
         scenario.settings.stopOnFull = root["settings"]["stop_on_full"].value_or(false);
         scenario.settings.followTarget = root["settings"]["sync"].value_or(false);
+        requireOwnVariables(root, scenario.settings.pinMap, scenario.file.string());
         scenario.environment = textTable(root["environment"]);
         scenario.expect = textTable(root["expect"]);
         scenario.traits = traitsOf(root, scenario.cpu);
     } catch (const toml::parse_error& error) {
-        std::ostringstream text;
-        text << scenario.file.string() << ":" << error.source().begin.line << ": " << error.description();
-        throw Failure(ExitCode::BadInput, text.str());
+        std::ostringstream words;
+        words << scenario.file.string() << ":" << error.source().begin.line << ": " << error.description();
+        throw Failure(ExitCode::BadInput, words.str());
     }
     if (scenario.cpu.empty())
         throw Failure(ExitCode::BadInput,

@@ -59,6 +59,27 @@ TEST(FuzzCorpus, EveryOperationKeptGivesWhatTheModelGives) {
     }
 }
 
+TEST(FuzzCorpus, EveryScenarioKeptCutAtEachByteIsReadOrRefused) {
+    const auto inputs = corpus("scenario");
+    EXPECT_GE(inputs.size(), 18u);
+    for (const Bytes& input : inputs) {
+        for (std::size_t size = 0; size <= input.size(); ++size)
+            fuzz::scenario({input.data(), size});
+    }
+}
+
+TEST(FuzzCorpus, KeptScenariosWithSomeBytesChangedAreReadOrRefused) {
+    constexpr std::array<std::uint8_t, 12> special{'"', '\'', '\\', '#', '\n', ' ', '=', '[', 0xC3, 0xA4, 0xEF, 0x80};
+    std::mt19937 generator(7);
+    const auto inputs = corpus("scenario");
+    for (int round = 0; round < 20000; ++round) {
+        Bytes input = inputs[generator() % inputs.size()];
+        for (auto changes = 1 + generator() % 6; changes != 0 && !input.empty(); --changes)
+            input[generator() % input.size()] = special[generator() % special.size()];
+        fuzz::scenario(input);
+    }
+}
+
 TEST(FuzzCorpus, KeptRepliesWithSomeBytesChangedEndInAKnownWay) {
     std::mt19937 generator(3);
     const auto inputs = corpus("replies");

@@ -32,9 +32,11 @@ const std::vector<Room>& rooms() {
         {"mpx", {"common", "rcvr/framework", "link"}},
         {"client", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx"}},
         {"rcvr", {"common", "rcvr/framework", "link", "pinmap", "tdf", "mpx", "client"}},
-        {"bench", {"common", "rcvr/framework"}},
+        {"bench/scenarios", {}},
+        {"bench", {"common", "rcvr/framework", "bench/scenarios"}},
         // The library itself is loaded by name; commands that work on files and on the device data base need none.
-        {"host", {"rcvr/framework", "pinmap", "tdf"}},
+        // A scenario is read by the bench and by the program that runs it.
+        {"host", {"rcvr/framework", "pinmap", "tdf", "bench/scenarios"}},
     };
     return all;
 }

@@ -45,6 +45,28 @@ TEST(ScenarioFile, DamageIsToldWithItsLine) {
     EXPECT_THAT(failureOf([&] { readScenario(file); }), HasSubstr("bad.toml:2: "));
 }
 
+TEST(ScenarioFile, AVariableThatIsNoneOfItsOwnIsRefusedWithLineAndKey) {
+    const TempFolder folder;
+    const auto file = folder.write("bad.toml", "cpu = \"c\"\npin_map = \"$PATH\"\n[environment]\nPATH = \"/evil\"\n");
+    EXPECT_EQ(failureOf([&] { readScenario(file); }),
+              file.string() +
+                  ":4: 'environment.PATH' must be the variable that pin_map names as \"$NAME\", with a comma "
+                  "in it");
+    const auto good = folder.write("good.toml", "cpu = \"c\"\npin_map = \"$A,1\"\nenvironment = {\"A,1\" = \"0,1\"}\n");
+    EXPECT_EQ(readScenario(good).environment.at("A,1"), "0,1");
+}
+
+TEST(ScenarioFile, CharactersBeyondAsciiOutsideOfStringsAreRefusedWithTheirPlace) {
+    const TempFolder folder;
+    const auto file = folder.write("bad.toml", "cpu = \"c\"\n\u00E4 = 1\n");
+    EXPECT_EQ(failureOf([&] { readScenario(file); }),
+              file.string() + ":2:1: a character beyond ASCII must be in quotation marks or in a comment");
+    EXPECT_EQ(readScenario(folder.write("bom.toml", "\xEF\xBB\xBF"
+                                                    "cpu = \"\u00E4\"\n"))
+                  .cpu,
+              "\u00E4");
+}
+
 TEST(ScenarioFile, AScenarioWithoutCpuIsRefused) {
     const TempFolder folder;
     const auto file = folder.write("bare.toml", "name = \"a\"\n");

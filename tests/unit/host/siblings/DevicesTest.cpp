@@ -109,6 +109,7 @@ std::string loadFailure(const std::string& text) {
 
 TEST(DeviceFile, DamageIsToldWithLineAndReason) {
     EXPECT_THAT(loadFailure("[[device]\n"), HasSubstr("d.toml:1: "));
+    EXPECT_THAT(loadFailure("\n \u00E4 = 1\n"), HasSubstr("d.toml:2:2: a character beyond ASCII must be"));
     EXPECT_THAT(loadFailure("x = 1\n"), HasSubstr("no [[device]] in it"));
     EXPECT_THAT(loadFailure("[[device]]\nnote = \"n\"\n"), HasSubstr("a device needs a name"));
     EXPECT_THAT(loadFailure("[[device]]\nname = \"a\"\ncpu_id = -1\n"), HasSubstr("d.toml:3: 'cpu_id' must be"));

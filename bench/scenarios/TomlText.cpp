@@ -1,0 +1,155 @@
+#include "bench/scenarios/TomlText.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace bench {
+
+namespace {
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view blanks = " \t\r\n\v\f";
+
+bool isAscii(char character) {
+    return static_cast<unsigned char>(character) < 0x80;
+}
+
+/// Bytes of the UTF-8 character that the text begins with; 0 if it begins with none.
+std::size_t characterSize(std::string_view text) {
+    struct Form {
+        unsigned mask;
+        unsigned lead;
+        std::uint32_t lowest; // shorter forms hold what is below
+    };
+    static constexpr std::array<Form, 4> forms{Form{0x80, 0x00, 0}, Form{0xE0, 0xC0, 0x80}, Form{0xF0, 0xE0, 0x800},
+                                               Form{0xF8, 0xF0, 0x10000}};
+    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+    for (std::size_t size = 1; size <= forms.size() && size <= text.size(); ++size) {
+        const Form& form = forms.at(size - 1);
+        if ((byte(0) & form.mask) != form.lead)
+            continue;
+        std::uint32_t value = byte(0) & ~form.mask;
+        for (std::size_t index = 1; index < size; ++index) {
+            if ((byte(index) & 0xC0U) != 0x80)
+                return 0;
+            value = value << 6 | (byte(index) & 0x3FU);
+        }
+        const bool surrogate = value >= 0xD800 && value < 0xE000;
+        return value >= form.lowest && value < 0x110000 && !surrogate ? size : 0;
+    }
+    return 0;
+}
+
+/// Goes through a text once and keeps where in TOML it is.
+class Scanner {
+public:
+    explicit Scanner(std::string_view whole) : rest(whole) {}
+
+    /// What is wrong, or an empty text at the end.
+    std::string run();
+    std::size_t line = 1;
+    std::size_t column = 1;
+
+private:
+    std::string inString();
+    std::string afterBackslash(bool severalLines);
+    void open();
+    void step(std::size_t bytes);
+    bool take(std::string_view expected);
+
+    std::string_view rest;
+    std::string end; // of the string or comment, empty outside
+};
+
+std::string Scanner::run() {
+    if (rest.starts_with(byteOrderMark))
+        rest.remove_prefix(byteOrderMark.size());
+    while (!rest.empty()) {
+        const std::size_t size = characterSize(rest);
+        if (size == 0)
+            return "this is not UTF-8; save the file as UTF-8";
+        if (!end.empty()) {
+            if (std::string fault = inString(); !fault.empty())
+                return fault;
+        } else if (size > 1) {
+            return "a character beyond ASCII must be in quotation marks or in a comment";
+        } else {
+            open();
+        }
+    }
+    return {};
+}
+
+void Scanner::open() {
+    for (const std::string_view mark : {"\"\"\"", "'''", "\"", "'"}) {
+        if (take(mark)) {
+            end = mark;
+            return;
+        }
+    }
+    if (rest.front() == '#')
+        end = "\n";
+    step(1);
+}
+
+std::string Scanner::inString() {
+    const bool severalLines = end.size() == 3;
+    if (take(end)) {
+        // A string of several lines may end in up to two marks of its own.
+        for (int more = 0; severalLines && more < 2; ++more)
+            take(std::string_view(end).substr(0, 1));
+        end.clear();
+        return {};
+    }
+    if (rest.front() == '\\' && end.front() == '"') {
+        step(1);
+        return afterBackslash(severalLines);
+    }
+    if (rest.front() == '\n' && !severalLines)
+        end.clear(); // the parser will refuse it
+    step(characterSize(rest));
+    return {};
+}
+
+/// A blank or a line's end continues the string at the next character that is none.
+std::string Scanner::afterBackslash(bool severalLines) {
+    const bool continues = severalLines && rest.find_first_of(blanks) == 0;
+    if (!continues && !rest.empty() && isAscii(rest.front()))
+        step(1);
+    while (continues && rest.find_first_of(blanks) == 0)
+        step(1);
+    if (severalLines && !rest.empty() && !isAscii(rest.front()))
+        return "a character beyond ASCII must not follow a backslash; begin the next line with another one";
+    return {};
+}
+
+void Scanner::step(std::size_t bytes) {
+    if (rest.front() == '\n') {
+        ++line;
+        column = 1;
+    } else {
+        ++column;
+    }
+    rest.remove_prefix(bytes);
+}
+
+bool Scanner::take(std::string_view expected) {
+    if (!rest.starts_with(expected))
+        return false;
+    for (std::size_t count = 0; count < expected.size(); ++count)
+        step(1);
+    return true;
+}
+
+} // namespace
+
+std::string tomlTextFault(std::string_view text, const std::string& file) {
+    Scanner scanner(text);
+    const std::string fault = scanner.run();
+    if (fault.empty())
+        return {};
+    return file + ":" + std::to_string(scanner.line) + ":" + std::to_string(scanner.column) + ": " + fault;
+}
+
+} // namespace bench
