@@ -1,3 +1,5 @@
+#include <new>
+
 #include "rcvr/framework/IFileReplay.h"
 
 namespace {
@@ -10,7 +12,7 @@ class FileChannelDriver : public Vx::Qrs::Trace::IFileChannelDriver {};
 extern "C" {
 
 __attribute__((visibility("default"))) Vx::Qrs::Trace::IFileChannelDriver* CreateChannelDriver(const char* name) {
-    return name != nullptr ? new FileChannelDriver() : nullptr;
+    return name != nullptr ? new (std::nothrow) FileChannelDriver() : nullptr;
 }
 
 __attribute__((visibility("default"))) void DestroyChannelDriver(Vx::Qrs::Trace::IFileChannelDriver* driver) {

@@ -22,6 +22,7 @@ constexpr int badArgument = 4;
 constexpr int badPin = 5;
 constexpr int noBench = 6;
 constexpr int scripted = 7;
+constexpr int noMemory = 8;
 } // namespace xmtr_result
 
 class ExportProgram {

@@ -1,9 +1,11 @@
+#include <new>
+
 #include "bench/siblings/FileDataSource.h"
 
 extern "C" {
 
 __attribute__((visibility("default"))) Vx::Qrs::Trace::IFileDataSource* CreateDataSource(const char* name) {
-    return name != nullptr ? new bench::FileDataSource() : nullptr;
+    return name != nullptr ? new (std::nothrow) bench::FileDataSource() : nullptr;
 }
 
 __attribute__((visibility("default"))) void DestroyDataSource(Vx::Qrs::Trace::IFileDataSource* source) {

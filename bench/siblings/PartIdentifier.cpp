@@ -1,5 +1,8 @@
 #include "bench/siblings/PartIdentifier.h"
 
+#include <new>
+#include <string_view>
+
 namespace bench {
 
 using namespace Vx::Qrs::Trace;
@@ -22,13 +25,15 @@ class SimulatedPart : public IPart {
 public:
     explicit SimulatedPart(std::string partName) : name(std::move(partName)) {}
     const char* getName() override { return name.c_str(); }
-    std::vector<IPartProperty*> getProperties(const char* group) override {
+    std::vector<IPartProperty*> getProperties(const char* group) override try {
         std::vector<IPartProperty*> found;
-        if (group != nullptr && std::string(group) == "program.pinouts") {
+        if (group != nullptr && std::string_view(group) == "program.pinouts") {
             for (SimulatedProperty& property : pinouts)
                 found.push_back(&property);
         }
         return found;
+    } catch (const std::bad_alloc&) {
+        return {};
     }
 
     std::vector<SimulatedProperty> pinouts;
@@ -41,7 +46,7 @@ class SimulatedDevice : public IDevice {
 public:
     explicit SimulatedDevice(const Device& device) : record(device) {}
     const char* getCharacteristic(const char* name) override {
-        const auto found = record.characteristics.find(name != nullptr ? name : "");
+        const auto found = record.characteristics.find(std::string_view(name != nullptr ? name : ""));
         return found == record.characteristics.end() ? "" : found->second.c_str();
     }
 
@@ -80,29 +85,31 @@ struct PartIdentifier::Shown {
 PartIdentifier::PartIdentifier(DeviceDatabase data) : base(std::move(data)) {}
 PartIdentifier::~PartIdentifier() = default;
 
-std::vector<IDeviceEntry*> PartIdentifier::getDeviceEntries(const char* deviceName) {
+PartIdentifier::Shown& PartIdentifier::shownFor(const Device& device) {
+    for (const auto& candidate : shown) {
+        if (candidate->device == &device)
+            return *candidate;
+    }
+    auto made = std::make_unique<Shown>();
+    made->device = &device;
+    for (const DeviceEntry& entry : device.entries)
+        made->entries.push_back(std::make_unique<SimulatedEntry>(device, entry));
+    return *shown.emplace_back(std::move(made));
+}
+
+std::vector<IDeviceEntry*> PartIdentifier::getDeviceEntries(const char* deviceName) try {
     const Device* device = base.find(deviceName != nullptr ? deviceName : "");
     if (device == nullptr)
         return {};
-    Shown* known = nullptr;
-    for (const auto& candidate : shown) {
-        if (candidate->device == device)
-            known = candidate.get();
-    }
-    if (known == nullptr) {
-        shown.push_back(std::make_unique<Shown>());
-        known = shown.back().get();
-        known->device = device;
-        for (const DeviceEntry& entry : device->entries)
-            known->entries.push_back(std::make_unique<SimulatedEntry>(*device, entry));
-    }
     std::vector<IDeviceEntry*> found;
-    for (const auto& entry : known->entries)
+    for (const auto& entry : shownFor(*device).entries)
         found.push_back(entry.get());
     return found;
+} catch (const std::bad_alloc&) {
+    return {};
 }
 
-const char* PartIdentifier::getDeviceText(const char* deviceName, unsigned selector) {
+const char* PartIdentifier::getDeviceText(const char* deviceName, unsigned selector) try {
     text.clear();
     if (const Device* device = base.find(deviceName != nullptr ? deviceName : "")) {
         switch (selector) {
@@ -120,6 +127,8 @@ const char* PartIdentifier::getDeviceText(const char* deviceName, unsigned selec
         }
     }
     return text.c_str();
+} catch (const std::bad_alloc&) {
+    return "";
 }
 
 } // namespace bench

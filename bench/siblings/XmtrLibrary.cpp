@@ -27,7 +27,7 @@ bool XmtrLibrary::scriptedToFail(const char* operation) {
 }
 
 template <class Work>
-int XmtrLibrary::call(const char* operation, Work&& work) {
+int XmtrLibrary::call(const char* operation, Work&& work) try {
     const std::lock_guard<std::mutex> lock(mutex);
     if (scriptedToFail(operation)) {
         std::fprintf(stderr, "bench: %s fails as the scenario says\n", operation);
@@ -39,6 +39,9 @@ int XmtrLibrary::call(const char* operation, Work&& work) {
     else if (result > 2)
         std::fprintf(stderr, "bench: %s refused: %s\n", operation, program.reason().c_str());
     return result;
+} catch (const std::exception& error) { // out of memory, most likely
+    std::fprintf(stderr, "bench: %s: %s\n", operation, error.what());
+    return noMemory;
 }
 
 int XmtrLibrary::tell(const std::string& line) {
