@@ -36,14 +36,15 @@ std::string valueText(const toml::node& node) {
 
 /// Refuses what the bench's server refuses too: the check must hold where no server is installed to do it.
 void requireOwnVariables(const toml::table& root, const std::string& pinMap, const std::string& file) {
-    const toml::table* variables = root["environment"].as_table();
+    constexpr std::string_view section = "environment";
+    const toml::table* variables = root[section].as_table();
     if (variables == nullptr)
         return;
     for (const auto& [key, value] : *variables) {
+        const std::string path = std::string(section) + "." + std::string(key.str());
         if (!bench::scenarioMaySet(key.str(), pinMap))
-            throw Failure(ExitCode::BadInput, file + ":" + std::to_string(value.source().begin.line) +
-                                                  ": 'environment." + std::string(key.str()) + "' " +
-                                                  bench::environmentRule);
+            throw Failure(ExitCode::BadInput, file + ":" + std::to_string(value.source().begin.line) + ": '" + path +
+                                                  "' " + bench::environmentRule);
     }
 }
 
