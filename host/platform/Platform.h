@@ -33,7 +33,7 @@ public:
     Utf8Console& operator=(const Utf8Console&) = delete;
 
 private:
-    unsigned before = 0; ///< what to go back to; 0: nothing
+    [[maybe_unused]] unsigned before = 0; ///< what to go back to; 0: nothing. Not every system has a use for it
 };
 
 /// From here on the first Ctrl-C (or request to end) only raises interrupted(); the second ends the process as usual,
