@@ -10,10 +10,9 @@
 
 namespace host {
 
-/// A JSON value as the program prints it. Texts of others may hold bytes that are no UTF-8: they are replaced.
-inline std::string jsonText(const nlohmann::json& value) {
-    return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-}
+/// A JSON value as the program prints it. Texts of others may hold bytes that are no UTF-8, which are replaced, and
+/// control characters, which are escaped: all of them, since JSON may be printed on a terminal.
+std::string jsonText(const nlohmann::json& value);
 
 /// What was not measured is null.
 template <class Number>

@@ -2,7 +2,8 @@
 
 #include <array>
 #include <cctype>
-#include <cstdio>
+
+#include "host/basics/Masked.h"
 
 namespace host {
 
@@ -33,7 +34,8 @@ constexpr std::array entries{
     Entry{ExitCode::CalibrationRefused, "This device is not supported", unknownCpu},
     Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins tells which pins this device has"},
     Entry{ExitCode::CalibrationRefused, "", doctorTells},
-    Entry{ExitCode::RecordingError, "Stopped by error", "the log in the run's folder tells more"},
+    Entry{ExitCode::RecordingError, "is the disk full?", ""},
+    Entry{ExitCode::RecordingError, "", "the log in the run's folder tells more"},
 };
 
 } // namespace
@@ -69,7 +71,7 @@ void printFailure(ExitCode code, const std::string& text, const std::string& log
                                code == ExitCode::RecordingError || code == ExitCode::Failed;
     if (ofTheReceiver && !log.empty())
         line += " (log: " + log + ")";
-    std::fprintf(stderr, "orvtrace: %s\n", line.c_str());
+    printNotice(line);
 }
 
 } // namespace host

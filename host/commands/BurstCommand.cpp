@@ -6,6 +6,7 @@
 
 #include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Masked.h"
 #include "host/basics/Numbers.h"
 #include "host/basics/OutputFiles.h"
 #include "host/burst/BurstExport.h"
@@ -106,7 +107,7 @@ private:
         std::cout << "\n";
         for (const std::string& output : {vcd, csv}) {
             if (!output.empty())
-                std::cout << "  " << output << "\n";
+                printText("  " + masked(output) + "\n");
         }
         std::cout << std::flush;
     }

@@ -1,10 +1,10 @@
-#include <cstdio>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
 
 #include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Masked.h"
 #include "host/commands/Commands.h"
 #include "host/doctor/DiagnosisText.h"
 
@@ -41,11 +41,11 @@ public:
             out["exitCode"] = static_cast<int>(code);
             std::cout << jsonText(out);
         } else {
-            std::cout << diagnosisText(set, diagnosis);
+            printText(diagnosisText(set, diagnosis));
         }
         std::cout << std::flush;
         for (const std::string& trouble : set.troubles)
-            std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
+            printNotice(trouble + "; it was left out");
         return code;
     }
 

@@ -1,10 +1,10 @@
-#include <cstdio>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
 
 #include "host/basics/FilePath.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Masked.h"
 #include "host/commands/Commands.h"
 #include "host/doctor/DiagnosisText.h"
 #include "host/report/Report.h"
@@ -40,13 +40,12 @@ public:
             text["report"] = result.file.string();
             std::cout << jsonText(text);
         } else {
-            std::cout << result.set.name << ": " << result.diagnosis.headline << "\n"
-                      << findingCount(result.diagnosis) << "\n"
-                      << "report " << result.file.string() << "\n";
+            printText(masked(result.set.name) + ": " + result.diagnosis.headline + "\n" +
+                      findingCount(result.diagnosis) + "\nreport " + masked(result.file.string()) + "\n");
         }
         std::cout << std::flush;
         for (const std::string& trouble : result.set.troubles)
-            std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
+            printNotice(trouble + "; it was left out");
         return code;
     }
 

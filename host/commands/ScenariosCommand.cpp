@@ -1,10 +1,11 @@
-#include <cstdio>
 #include <iostream>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Masked.h"
 #include "host/commands/Commands.h"
 #include "host/platform/Platform.h"
 #include "host/session/ScenarioCheck.h"
@@ -35,20 +36,22 @@ std::string outcomeText(const Scenario& scenario) {
 }
 
 void explain(const Scenario& scenario) {
-    std::cout << scenario.name << ": " << scenario.about << "\n"
-              << "  cpu       " << scenario.cpu << "\n"
-              << "  export    " << scenario.settings.exportKind << ", "
-              << countText(scenario.settings.dataPins, "data pin")
-              << (scenario.settings.pinMap.empty() ? "" : ", pins " + scenario.settings.pinMap) << "\n"
-              << "  buffer    " << bufferSizes.at(scenario.settings.bufferIndex) << ", "
-              << (scenario.settings.stopOnFull ? "stops when full" : "wraps") << "\n";
+    std::ostringstream out;
+    out << masked(scenario.name + ": " + scenario.about) << "\n"
+        << "  cpu       " << masked(scenario.cpu) << "\n"
+        << "  export    " << masked(scenario.settings.exportKind) << ", "
+        << countText(scenario.settings.dataPins, "data pin")
+        << (scenario.settings.pinMap.empty() ? "" : ", pins " + masked(scenario.settings.pinMap)) << "\n"
+        << "  buffer    " << bufferSizes.at(scenario.settings.bufferIndex) << ", "
+        << (scenario.settings.stopOnFull ? "stops when full" : "wraps") << "\n";
     for (const std::string& trait : scenario.traits)
-        std::cout << (&trait == &scenario.traits.front() ? "  bench     " : "            ") << trait << "\n";
+        out << (&trait == &scenario.traits.front() ? "  bench     " : "            ") << masked(trait) << "\n";
     const auto options = scenario.expect.find("options");
-    std::cout << "  outcome   " << outcomeText(scenario) << "\n"
-              << "  file      " << scenario.file.string() << "\n"
-              << "  try       orvtrace " << (scenario.expect.contains("soak") ? "soak" : "record") << " --scenario "
-              << scenario.name << (options == scenario.expect.end() ? "" : " " + options->second) << "\n";
+    out << "  outcome   " << masked(outcomeText(scenario)) << "\n"
+        << "  file      " << masked(scenario.file.string()) << "\n"
+        << "  try       orvtrace " << (scenario.expect.contains("soak") ? "soak" : "record") << " --scenario "
+        << masked(scenario.name) << (options == scenario.expect.end() ? "" : " " + masked(options->second)) << "\n";
+    printText(out.str());
 }
 
 nlohmann::json toJson(const Scenario& scenario) {
@@ -97,7 +100,7 @@ private:
             if (json)
                 all.push_back(toJson(scenario));
             else
-                std::printf("%-16s %s\n", scenario.name.c_str(), scenario.about.c_str());
+                printText(print("%-16s ", masked(scenario.name).c_str()) + masked(scenario.about) + "\n");
         }
         if (json)
             std::cout << jsonText(all);

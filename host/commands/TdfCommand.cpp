@@ -6,6 +6,7 @@
 #include "host/basics/FilePath.h"
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Masked.h"
 #include "host/basics/Numbers.h"
 #include "host/basics/OutputFiles.h"
 #include "host/basics/Remedy.h"
@@ -27,13 +28,6 @@ constexpr const char* traceSection = "BinTraceData";
 constexpr const char* invalidFormat = "Invalid TDF format";
 constexpr const char* notLocated = "section cannot be located";
 constexpr std::size_t chunkBytes = 65536;
-
-/// Section names may hold any bytes; those that a terminal could take amiss show as "?".
-std::string printable(std::string name) {
-    for (char& c : name)
-        c = static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
-    return name;
-}
 
 void requireInput(const std::string& text) {
     const fs::path file = filePath(text);
@@ -157,11 +151,10 @@ ExitCode TdfCommand::list() const {
         return damage.empty() ? ExitCode::Done : ExitCode::BadInput;
     }
     if (damage.empty() || !sections.empty())
-        std::cout << print("%6s  %-20s %7s %10s %10s  %s\n", "number", "section", "version", "offset", "data", "bytes");
+        printText(print("%6s  %-20s %7s %10s %10s  %s\n", "number", "section", "version", "offset", "data", "bytes"));
     for (std::size_t i = 0; i < sections.size(); ++i)
-        std::cout << print("%6zu  %-20s %7u %10u %10u  %s\n", i + 1, printable(sections[i].name).c_str(),
-                           sections[i].version, sections[i].offset, sections[i].dataSize,
-                           sizeText(sections[i].dataSize).c_str());
+        printText(print("%6zu  %-20s %7u %10u %10u  %s\n", i + 1, masked(sections[i].name).c_str(), sections[i].version,
+                        sections[i].offset, sections[i].dataSize, sizeText(sections[i].dataSize).c_str()));
     if (!damage.empty())
         throw Failure(ExitCode::BadInput, damage);
     return ExitCode::Done;
@@ -211,8 +204,8 @@ ExitCode TdfCommand::extract() const {
     if (json)
         std::cout << jsonText({{"file", file}, {"section", found.name}, {"bytes", found.dataSize}, {"output", output}});
     else
-        std::cout << countText(found.dataSize, "byte") << " of section " << printable(found.name) << " in " << output
-                  << "\n";
+        printText(countText(found.dataSize, "byte") + " of section " + masked(found.name) + " in " + masked(output) +
+                  "\n");
     return ExitCode::Done;
 }
 
@@ -250,8 +243,9 @@ ExitCode TdfCommand::create() const {
     if (json)
         std::cout << jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});
     else
-        std::cout << file << (data.empty() ? ", no sections" : ", section " + section + ", " + countText(bytes, "byte"))
-                  << "\n";
+        printText(masked(file) +
+                  (data.empty() ? ", no sections" : ", section " + masked(section) + ", " + countText(bytes, "byte")) +
+                  "\n");
     return ExitCode::Done;
 }
 

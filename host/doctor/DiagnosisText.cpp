@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/basics/FilePath.h"
+#include "host/basics/Masked.h"
 #include "host/diagnostics/BurstFile.h"
 #include "host/doctor/Rules.h"
 
@@ -81,18 +82,18 @@ std::string findingCount(const Diagnosis& diagnosis) {
 }
 
 std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis) {
-    std::string text = set.name + ": " + diagnosis.headline + "\n" + findingCount(diagnosis) + "\n";
+    std::string text = masked(set.name) + ": " + diagnosis.headline + "\n" + findingCount(diagnosis) + "\n";
     for (const Finding& finding : diagnosis.findings) {
         text += finding.severity == Finding::Severity::Fault ? "\nfault: " : "\nnote: ";
-        text += finding.text + "\n";
+        text += masked(finding.text) + "\n";
         for (const std::string& line : finding.evidence)
-            text += "  evidence: " + line + "\n";
-        text += "  check: " + finding.remedy + "\n";
+            text += "  evidence: " + masked(line) + "\n";
+        text += "  check: " + masked(finding.remedy) + "\n";
     }
     if (!diagnosis.limits.empty())
         text += "\n";
     for (const std::string& limit : diagnosis.limits)
-        text += limit + "\n";
+        text += masked(limit) + "\n";
     return text;
 }
 

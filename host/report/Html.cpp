@@ -4,36 +4,13 @@
 #include <cmath>
 #include <cstdio>
 
+#include "host/basics/Masked.h"
+
 namespace host::page {
-
-namespace {
-
-/// Bytes of the UTF-8 character at the front; 0 when there is none.
-std::size_t characterLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    const std::size_t length = first < 0x80   ? 1
-                               : first < 0xC2 ? 0
-                               : first < 0xE0 ? 2
-                               : first < 0xF0 ? 3
-                               : first < 0xF5 ? 4
-                                              : 0;
-    if (length == 0 || length > text.size())
-        return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80)
-            return 0;
-    }
-    return length;
-}
-
-} // namespace
 
 std::string escaped(std::string_view text) {
     std::string out;
-    while (!text.empty()) {
-        const std::size_t length = characterLength(text);
-        const char c = text.front();
+    for (const char c : masked(text)) {
         if (c == '&')
             out += "&amp;";
         else if (c == '<')
@@ -42,11 +19,8 @@ std::string escaped(std::string_view text) {
             out += "&gt;";
         else if (c == '"')
             out += "&quot;";
-        else if (length == 0 || (length == 1 && static_cast<unsigned char>(c) < ' ') || c == 127)
-            out += '?';
         else
-            out += text.substr(0, length);
-        text.remove_prefix(length == 0 ? 1 : length);
+            out += c;
     }
     return out;
 }
