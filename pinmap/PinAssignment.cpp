@@ -1,10 +1,26 @@
 #include "pinmap/PinAssignment.h"
 
+#include "common/source/source_utilities/uConfig.h"
 #include "common/source/source_utilities/uString.h"
+
+#include <utility>
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
+using VX_QRS::uConfig;
 using VX_QRS::uString;
+
+std::vector<PinoutText> readPinMapTexts(const char* path) {
+    uConfig file;
+    file.setPath(path);
+    file.read();
+    std::vector<uConfig::Variable> variables;
+    file.getVariables(variables);
+    std::vector<PinoutText> texts;
+    for (uConfig::Variable& variable : variables)
+        texts.push_back({std::move(variable.name), std::move(variable.value)});
+    return texts;
+}
 
 std::vector<AssignmentField> splitAssignment(const std::string& value) {
     std::vector<std::string> texts;

@@ -14,6 +14,15 @@ struct AssignmentField {
     std::string list;
 };
 
+/// A pin-out as its source has it.
+struct PinoutText {
+    std::string pinout; ///< its name
+    std::string value;  ///< fields, separated by ";"
+};
+
+/// The pin-outs of a pin map file, from all sections, in the order read. Throws what uConfig throws.
+std::vector<PinoutText> readPinMapTexts(const char* path);
+
 /// The fields of a value that have a kind and one list text, which may be empty; others are left out.
 std::vector<AssignmentField> splitAssignment(const std::string& value);
 

@@ -1,6 +1,5 @@
 #include "pinmap/TracePinMapper.h"
 
-#include "common/source/source_utilities/uConfig.h"
 #include "common/source/source_utilities/uString.h"
 #include "pinmap/PinAssignment.h"
 #include "pinmap/SiblingCall.h"
@@ -9,7 +8,6 @@
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
-using VX_QRS::uConfig;
 using VX_QRS::uString;
 using Zarn::cZarnError;
 
@@ -97,18 +95,13 @@ bool TracePinMapper::readEntries(const char* deviceName) {
 void TracePinMapper::readPinMapFile(const char* path) {
     pinouts.clear();
     try {
-        uConfig file;
-        file.setPath(path);
-        file.read();
-        std::vector<uConfig::Variable> variables;
-        file.getVariables(variables);
-        for (const uConfig::Variable& variable : variables) {
-            for (AssignmentField& field : splitAssignment(variable.value)) {
+        for (const PinoutText& text : readPinMapTexts(path)) {
+            for (AssignmentField& field : splitAssignment(text.value)) {
                 uString::trimLeft(field.list, blanks);
                 uString::trimRight(field.list, blanks);
                 const PinList list = parsePinList(field.list);
                 if (!list.empty())
-                    pinouts[variable.name][field.kind].push_back(list);
+                    pinouts[text.pinout][field.kind].push_back(list);
             }
         }
         if (pinouts.empty())

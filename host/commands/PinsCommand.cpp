@@ -1,16 +1,20 @@
 #include <array>
 #include <iostream>
+#include <optional>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "host/basics/FilePath.h"
 #include "host/basics/Format.h"
 #include "host/basics/JsonText.h"
+#include "host/basics/Masked.h"
 #include "host/basics/TextFile.h"
 #include "host/commands/Commands.h"
 #include "host/files/ChannelSettingsFile.h"
 #include "host/files/DevicesFile.h"
 #include "host/pins/PinAnswers.h"
+#include "host/pins/PinWarnings.h"
 #include "host/platform/Platform.h"
 #include "host/session/Receiver.h"
 #include "pinmap/TracePinMapper.h"
@@ -74,8 +78,9 @@ public:
 
 private:
     ExitCode listDevices() const;
-    void forEachPinout(const TracePinMapper& mapper,
-                       const std::function<void(const std::string& pinout, const std::string& of, const PinList&)>& visit) const;
+    void forEachPinout(
+        const TracePinMapper& mapper,
+        const std::function<void(const std::string& pinout, const std::string& of, const PinList&)>& visit) const;
     void read(TracePinMapper& mapper) const;
     std::vector<PinAnswer> answers(TracePinMapper& mapper) const;
     void printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
@@ -85,6 +90,7 @@ private:
     std::string mapFile;
     std::string kind;
     std::string pins;
+    std::vector<std::string> warnings;
 };
 
 void PinsCommand::read(TracePinMapper& mapper) const {
@@ -135,23 +141,25 @@ void PinsCommand::forEachPinout(
 }
 
 void PinsCommand::printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
-    std::cout << (device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
-              << print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
-    forEachPinout(mapper, [](const std::string& pinout, const std::string& of, const PinList& list) {
-        std::cout << print("%-12s %-9s %9zu  %5u  %s\n", pinout.c_str(), of.c_str(), list.size() - 1, list.front(),
-                           dataText(list).c_str());
+    std::ostringstream out;
+    out << masked(device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
+        << print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
+    forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
+        out << print("%-12s %-9s %9zu  %5u  %s\n", masked(pinout).c_str(), masked(of).c_str(), list.size() - 1,
+                     list.front(), dataText(list).c_str());
     });
-    std::cout << "\n" << print("%-9s %-10s %s\n", "kind", "asked", "answer");
+    out << "\n" << print("%-9s %-10s %s\n", "kind", "asked", "answer");
     for (const PinAnswer& answer : answers) {
         const std::string asked = answer.asked.empty() ? countText(answer.dataPins, "pin") : pinsText(answer.asked);
-        std::cout << print("%-9s %-10s ", answer.kind.c_str(), asked.c_str());
+        out << print("%-9s %-10s ", answer.kind.c_str(), asked.c_str());
         if (answer.granted)
-            std::cout << "granted: clock " << answer.pins.front() << ", data " << dataText(answer.pins) << " of "
-                      << answer.pinout << (answer.owner.empty() ? "" : ", owned by " + answer.owner);
+            out << "granted: clock " << answer.pins.front() << ", data " << dataText(answer.pins) << " of "
+                << masked(answer.pinout) << (answer.owner.empty() ? "" : ", owned by " + masked(answer.owner));
         else
-            std::cout << "refused";
-        std::cout << (answer.remark.empty() ? "" : ": " + answer.remark) << "\n";
+            out << "refused";
+        out << (answer.remark.empty() ? "" : ": " + masked(answer.remark)) << "\n";
     }
+    host::printText(out.str());
 }
 
 void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
@@ -164,6 +172,7 @@ void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinA
     out["answers"] = nlohmann::json::array();
     for (const PinAnswer& answer : answers)
         out["answers"].push_back(toJson(answer));
+    out["warnings"] = warnings;
     std::cout << jsonText(out);
 }
 
@@ -178,7 +187,7 @@ ExitCode PinsCommand::listDevices() const {
         if (json)
             list.push_back({{"device", known}, {"note", note}});
         else
-            std::cout << print("%-18s ", known.c_str()) << note << "\n";
+            host::printText(print("%-18s ", masked(known).c_str()) + masked(note) + "\n");
     }
     if (json)
         std::cout << jsonText({{"devices", list}});
@@ -188,10 +197,18 @@ ExitCode PinsCommand::listDevices() const {
 ExitCode PinsCommand::run() {
     if (device.empty() && mapFile.empty())
         return listDevices();
-    if (mapFile.empty())
-        LoadedLibrary(programFolder() / filePath(libraryFileName("PartIdentifier"))); // says more than the mapper does
+    std::optional<LoadedLibrary> library;
+    if (mapFile.empty()) // says more of a missing library than the mapper does
+        library.emplace(programFolder() / filePath(libraryFileName("PartIdentifier")));
     TracePinMapper mapper;
     read(mapper);
+    guarded(ExitCode::BadInput, [&] {
+        warnings = pinWarnings(library ? pinoutTextsOfDevice(*library, device)
+                                       : Vx::Qrs::Trace::OrvRcvr::readPinMapTexts(mapFile.c_str()),
+                               kind);
+    });
+    for (const std::string& warning : warnings)
+        printNotice("warning: " + warning);
     const std::vector<PinAnswer> all = answers(mapper);
     if (json)
         printJson(mapper, all);

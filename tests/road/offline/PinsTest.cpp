@@ -88,6 +88,33 @@ TEST(Pins, APinMapFileTakesTheDataBasesPlace) {
     EXPECT_THAT(answerFor(run.json, "pti", 4)->at("remark").get<std::string>(), HasSubstr("there are 1, 2"));
 }
 
+TEST(Pins, ANumberThatCannotBeReadAndAPinThatIsUsedTwiceAreToldAndGranted) {
+    const RunSpace space;
+    const auto file = space.write("pins.map", "front=pti=x,0\n");
+    const Outcome run = space.run({"pins", "--map-file", file.string(), "--kind", "pti", "--json"});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(answerFor(run.json, "pti", 1)->at("granted"), true) << "as the receiver does";
+    ASSERT_EQ(run.json.at("warnings").size(), 2U) << run.output;
+    EXPECT_THAT(run.json.at("warnings").at(0).get<std::string>(), HasSubstr("\"x\" is no pin number"));
+    EXPECT_THAT(run.json.at("warnings").at(1).get<std::string>(), HasSubstr("pin 0 is the clock and a data pin too"));
+    EXPECT_THAT(run.errors, HasSubstr("orvtrace: warning: pin-out front, pti=x,0: pin 0 is the clock"));
+    EXPECT_EQ(lines(run.errors), 2U);
+    EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--json"}).json.at("warnings"), json::array());
+}
+
+TEST(Pins, NamesWithControlCharactersReachNoTerminal) {
+    const RunSpace space;
+    const auto file = space.write("pins.map", "fr\x1b[31mont=p\x1bti=0,0;pti=1,1\n");
+    const Outcome run = space.run({"pins", "--map-file", file.string()});
+    EXPECT_EQ(run.code, 0) << run.errors;
+    EXPECT_THAT(run.output, HasSubstr("fr?[31mont"));
+    EXPECT_EQ((run.output + run.errors).find('\x1b'), std::string::npos);
+    const Outcome told = space.run({"pins", "--map-file", file.string(), "--json"});
+    ASSERT_TRUE(told.json.is_object()) << told.output;
+    EXPECT_EQ(told.json.at("pinouts").at(0).at("pinout"), "fr\x1b[31mont");
+    EXPECT_EQ((told.output + told.errors).find('\x1b'), std::string::npos);
+}
+
 TEST(Pins, AMissingOrDamagedPinMapFileIsOneLine) {
     const RunSpace space;
     const auto damaged = space.write("damaged.map", "front=pti\n");
