@@ -101,6 +101,23 @@ std::optional<Eye> foldEye(const Burst& burst, std::size_t proc) {
     return eye;
 }
 
+Opening openingOf(const Eye& eye) {
+    Opening opening{eye.reach, eye.reach};
+    for (std::size_t i = 0; i < eye.rises.size(); ++i) {
+        if (eye.rises[i] + eye.falls[i] == 0)
+            continue;
+        if (i < eye.reach)
+            opening.ahead = std::min(opening.ahead, eye.reach - i);
+        else
+            opening.behind = std::min(opening.behind, i - eye.reach);
+    }
+    return opening;
+}
+
+Opening narrower(const Opening& one, const Opening& other) {
+    return {std::min(one.ahead, other.ahead), std::min(one.behind, other.behind)};
+}
+
 std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
     if (!periodUsable(burst))
         return std::nullopt;

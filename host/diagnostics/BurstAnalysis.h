@@ -39,6 +39,18 @@ struct Eye {
 /// Nothing when the burst has no clock edges, or a clock period that is too long to be drawn from it.
 std::optional<Eye> foldEye(const Burst& burst, std::size_t proc);
 
+/// What an eye leaves open around the sampling point: samples without a change of the pin, up to the nearest change on
+/// either side.
+struct Opening {
+    std::size_t ahead = 0, behind = 0;
+    std::size_t samples() const { return ahead + behind; }
+    /// The receiver counts the clock edge's own sample once more.
+    std::size_t byReceiversRule() const { return samples() + 1; }
+};
+Opening openingOf(const Eye& eye);
+/// The smaller of two on each side.
+Opening narrower(const Opening& one, const Opening& other);
+
 /// The length of the ones and zeros that last half a clock period, which are the ones that a duty error changes.
 struct Duty {
     double high = 0.0, low = 0.0; ///< means

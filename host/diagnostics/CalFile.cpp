@@ -83,6 +83,16 @@ void takeProperty(CalFile& cal, const KeyValue& entry, const std::string& file, 
     }
 }
 
+/// Below the slowest analysed clock the file shows the margins of an attempt before, or none.
+void dropWhatWasNotMeasured(CalFile& cal) {
+    if (!cal.rates.known() || cal.rates.exportFrequency >= slowestAnalysed)
+        return;
+    for (CalPin& pin : cal.pins) {
+        pin.hold.reset();
+        pin.setup.reset();
+    }
+}
+
 /// The reference pin fits itself. Where no pin fits any, the file shows the zeros of figures that were never computed.
 void dropWhatWasNotCompared(CalFile& cal) {
     const auto fits = [](const CalPin& pin) {
@@ -143,6 +153,7 @@ CalFile parseCalFile(std::string_view text, const std::string& file) {
     }
     if (!properties || cal.pins.empty() || !cal.pins.back().plateau)
         damaged(file, lines.size(), "the file is cut off; take it from the receiver's folder again");
+    dropWhatWasNotMeasured(cal);
     dropWhatWasNotCompared(cal);
     dropWhatWasNeverSet(cal);
     return cal;

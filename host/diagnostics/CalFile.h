@@ -21,7 +21,8 @@ struct CalPin {
     std::optional<double> correlation;
     std::optional<double> correlationAtZero;
     std::optional<unsigned> glitches, ringing, edges;
-    /// The file's "-": from a clock edge to the next change of the data. Nothing when no change was seen.
+    /// The file's "-": from a clock edge to the next change of the data. Nothing when no change was seen, and below the
+    /// slowest clock that is analysed.
     std::optional<std::uint32_t> hold;
     /// The file's "+": from a change of the data to the next clock edge.
     std::optional<std::uint32_t> setup;
@@ -31,10 +32,11 @@ struct CalPin {
 /// The receiver's calibration report, a file that ends in ".cal.txt".
 struct CalFile {
     Rates rates;
-    std::string dataRate;                                        ///< as it stands, such as "400.00 Mbits/second"
-    std::string oversampling;                                    ///< as it stands, such as "28.00 samples/bit"
-    std::vector<CalPin> pins;                                    ///< the clock first; never empty
-    std::string exportKind;                                      ///< "pti", "tpiu", "tpiulite"
+    std::string dataRate;        ///< as it stands, such as "400.00 Mbits/second"
+    std::string oversampling;    ///< as it stands, such as "28.00 samples/bit"
+    std::vector<CalPin> pins;    ///< the clock first; never empty
+    bool figuresLeftOut = false; ///< margins and correlations were not the attempt's own
+    std::string exportKind;      ///< "pti", "tpiu", "tpiulite"
     std::vector<std::pair<std::string, std::string>> properties; ///< as they stand, in their order
 };
 

@@ -8,6 +8,7 @@
 
 #include "host/basics/ExitCode.h"
 #include "host/basics/FilePath.h"
+#include "host/diagnostics/OwnFigures.h"
 #include "host/diagnostics/Text.h"
 
 namespace host::diagnostics {
@@ -238,6 +239,7 @@ DiagnosticSet readDiagnostics(const fs::path& place) {
     set.log = findLogWords(set.folder, set.name);
     std::sort(set.attempts.begin(), set.attempts.end(),
               [](const FileGroup& left, const FileGroup& right) { return left.setting > right.setting; });
+    keepOwnFigures(set);
     return set;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "host/diagnostics/BurstAnalysis.h"
+#include "host/diagnostics/OwnFigures.h"
 
 namespace host::diagnostics {
 
@@ -12,10 +13,6 @@ namespace {
 
 using Outcome = Verdict::Outcome;
 using Reason = Verdict::Reason;
-
-std::string samplesWords(std::size_t samples) {
-    return std::to_string(samples) + (samples == 1 ? " sample" : " samples");
-}
 
 /// The receiver refuses values outside of these ranges before it writes them.
 std::string invalidValue(const CalFile& cal) {
@@ -77,15 +74,6 @@ Verdict judgeVote(const FileGroup& attempt) {
                 " near one; one of them has to be three times the other, or more."};
 }
 
-/// Neither delays nor stretches were computed yet.
-bool untouched(const FileGroup& attempt) {
-    if (!attempt.burst)
-        return false;
-    const std::vector<BurstPin>& pins = attempt.burst->pins;
-    return std::all_of(pins.begin(), pins.end(),
-                       [](const BurstPin& pin) { return pin.delay == 0 && pin.stretch == 0; });
-}
-
 /// What the log says, where it lies beside the files and they are silent.
 Verdict judgeByLog(const DiagnosticSet& set, const FileGroup& attempt, const char* otherwise) {
     if (set.log && set.log->failed.contains(*attempt.setting))
@@ -105,17 +93,16 @@ Verdict judgeAnalysis(const DiagnosticSet& set, const FileGroup& attempt) {
             return {Outcome::Refused, Reason::Value, invalid, "A value lies outside of what the unit takes."};
     }
     if (attempt.rates().exportFrequency >= slowestAnalysed) {
-        // A vote that fails comes first and leaves delays and stretches as they were; the margins that the report
-        // shows then are those of the attempt before.
+        // A vote that fails comes first.
         const Verdict vote = judgeVote(attempt);
-        if (vote.outcome == Outcome::Refused && untouched(attempt))
+        if (vote.outcome == Outcome::Refused && endedAtVote(attempt))
             return vote;
         const auto margin = clockMarginOf(attempt);
         if (margin && !margin->enough())
             return {Outcome::Refused, Reason::Margin, "clock margin too low",
-                    "The data leave " + samplesWords(margin->hold + margin->setup) +
-                        " free around the clock's edges (" + std::to_string(margin->setup) + " ahead, " +
-                        std::to_string(margin->hold) + " behind); " + samplesWords(margin->need) +
+                    "The receiver's rule counts " + samplesWords(margin->hold + margin->setup) +
+                        " around the clock's edges (" + std::to_string(margin->setup) + " ahead, " +
+                        std::to_string(margin->hold) + " behind, with the edge's own); " + samplesWords(margin->need) +
                         ", a third of the clock period, are needed."};
         if (vote.outcome == Outcome::Refused)
             return vote;
@@ -140,6 +127,10 @@ std::string frequencyWords(double hertz) {
     }
     std::snprintf(text.data(), text.size(), "%.4g Hz", hertz);
     return text.data();
+}
+
+std::string samplesWords(std::size_t samples) {
+    return std::to_string(samples) + (samples == 1 ? " sample" : " samples");
 }
 
 std::optional<ClockMargin> clockMarginOf(const FileGroup& attempt) {

@@ -55,6 +55,9 @@ Verdict judge(const DiagnosticSet& set, const FileGroup& attempt);
 /// Whether the calibration as a whole succeeded; nothing when the files do not say.
 std::optional<bool> calibrated(const DiagnosticSet& set, const std::vector<Verdict>& verdicts);
 
+/// "1 sample", "2 samples".
+std::string samplesWords(std::size_t samples);
+
 /// "50 MHz", "12.5 MHz".
 std::string frequencyWords(double hertz);
 

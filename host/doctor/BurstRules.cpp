@@ -178,7 +178,7 @@ void findMarginFaults(const Case& given, Findings& findings) {
         finding.evidence.push_back("report of " + attemptTitle(attempt) + ": " + std::to_string(margin->setup) +
                                    " ahead (" + pinTitle(set, margin->setupPin) + ") and " +
                                    std::to_string(margin->hold) + " behind (" + pinTitle(set, margin->holdPin) + "), " +
-                                   std::to_string(margin->need) + " needed, in samples");
+                                   std::to_string(margin->need) + " needed, in samples by the receiver's rule");
         const std::string irregular = given.calibrated ? std::string() : irregularClock(attempt);
         if (!irregular.empty()) {
             finding.evidence.push_back(irregular);

@@ -1,5 +1,8 @@
 #include "tests/unit/host/diagnostics/DrawnFiles.h"
 
+#include <array>
+#include <cstdio>
+
 namespace drawn {
 
 const std::vector<std::uint16_t> ramp{0x0123, 0x4567, 0x89AB, 0xCDEF};
@@ -63,6 +66,26 @@ std::string report(const std::vector<Margin>& margins, const std::string& headTe
     text += "\ndelays=" + repeated("1", pins) + "\nstretches=" + repeated("-2", pins);
     return text + "\nfilters=" + repeated("7", pins) + "\ndebounces=" + repeated("8", pins) +
            "\nplateaus=" + repeated("7", pins) + "\n\n";
+}
+
+std::string registers(const std::vector<unsigned>& delays) {
+    const auto line = [](unsigned address, unsigned value) {
+        std::array<char, 32> text{};
+        std::snprintf(text.data(), text.size(), "\n0x%08x=0x%04x", address, value);
+        return std::string(text.data());
+    };
+    const auto slot = [](unsigned proc) { return proc == 0 ? 30U : 2 * proc - 2; };
+    std::string text;
+    for (const unsigned address :
+         {0x08000000U, 0x08000008U, 0x0800000CU, 0x0800000EU, 0x08008030U, 0x08008040U, 0x08008050U})
+        text += line(address, 0);
+    constexpr unsigned enabled = 0x8000;
+    constexpr unsigned defaults = 0x7804; // filter 7, stretch 0, plateau 3, debounce 4
+    for (unsigned proc = 0; proc < 8; ++proc)
+        text += line(0x08008100 + slot(proc), proc < delays.size() ? enabled | delays[proc] : 0);
+    for (unsigned proc = 0; proc < 8; ++proc)
+        text += line(0x08008120 + slot(proc), proc < delays.size() ? defaults : 0);
+    return text + "\n";
 }
 
 std::string packets(const std::function<std::uint16_t(std::size_t)>& word, std::size_t count) {

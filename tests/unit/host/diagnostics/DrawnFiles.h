@@ -25,6 +25,9 @@ struct Margin {
 std::string report(const std::vector<Margin>& margins, const std::string& headText = head(),
                    const std::string& kind = "pti");
 
+/// A register dump of channel 0 with these delays, the clock's first, and the unit's default conditioning.
+std::string registers(const std::vector<unsigned>& delays);
+
 /// Bytes of a verification recording of 512 packets. `word` gives the payload, word by word.
 std::string packets(const std::function<std::uint16_t(std::size_t)>& word, std::size_t count = 512);
 /// The same without trailers.

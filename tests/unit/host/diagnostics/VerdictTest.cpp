@@ -86,8 +86,8 @@ TEST(Verdict, TooLittleMarginRefusesWithTheReceiversNumbers) {
     EXPECT_EQ(margin->need, 9U);
     EXPECT_EQ(judged(set).reason, Reason::Margin);
     EXPECT_EQ(judged(set).words,
-              "The data leave 8 samples free around the clock's edges (5 ahead, 3 behind); 9 samples, "
-              "a third of the clock period, are needed.");
+              "The receiver's rule counts 8 samples around the clock's edges (5 ahead, 3 behind, with the edge's own); "
+              "9 samples, a third of the clock period, are needed.");
 }
 
 TEST(Verdict, PinsThatStandStillTakeNoPartInTheMargin) {
