@@ -69,14 +69,30 @@ struct Ends {
     }
 };
 
+/// The room around the clock's edge: the eye's. Without a burst the report's, whose second margin has the edge's own
+/// sample in it. Nothing where the report has no margins.
+std::optional<diagnostics::Opening> roomAround(const FileGroup& attempt, std::size_t proc) {
+    const CalPin& pin = attempt.cal->pins[proc];
+    if (!pin.setup || !pin.hold)
+        return std::nullopt;
+    if (attempt.burst && proc < attempt.burst->pins.size()) {
+        if (const auto eye = diagnostics::foldEye(*attempt.burst, proc); eye && eye->edges != 0)
+            return diagnostics::openingOf(*eye);
+    }
+    return diagnostics::Opening{*pin.setup, *pin.hold - std::min<std::uint32_t>(*pin.hold, 1)};
+}
+
+std::string roomText(const diagnostics::Opening& room) {
+    return std::to_string(room.ahead) + " / " + std::to_string(room.behind);
+}
+
 std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::size_t proc, Ends& ends) {
     const CalFile& cal = *attempt.cal;
     const CalPin& pin = cal.pins[proc];
     const std::string title = pinTitle(set, proc);
     const auto window = windowOf(cal, proc);
-    std::string margin = proc == 0 ? "" : "-";
-    if (pin.setup && pin.hold)
-        margin = std::to_string(*pin.setup) + " / " + std::to_string(*pin.hold);
+    const auto room = roomAround(attempt, proc);
+    const std::string margin = room ? roomText(*room) : proc == 0 ? "" : "-";
     std::string correlation = "-";
     if (pin.correlationAtZero)
         correlation = std::isfinite(*pin.correlationAtZero) ? fixed(*pin.correlationAtZero, 3) : "none";
@@ -86,29 +102,28 @@ std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::siz
                                   ? std::to_string(attempt.burst->pins[proc].rcvrpin)
                                   : "-";
     return "<tr>" + cell(escaped(title), "pin") + cell(input, "n") +
-           cell(proc == 0 ? "" : marginPicture(pin, cal.rates.oversampling)) + cell(margin, "n") +
+           cell(proc == 0 ? "" : marginPicture(pin.name, room, cal.rates.oversampling)) + cell(margin, "n") +
            cell(window ? delayPicture(*window, title) : "") + cell(orDash(pin.delay), "n") +
            cell(orDash(pin.stretch), "n") + cell(dutyText(attempt, proc), "n") + cell(correlation, "n") +
            cell(orDash(pin.filter) + " / " + orDash(pin.plateau) + " / " + orDash(pin.debounce), "n") + "</tr>";
 }
 
-/// What the receiver judges by: the smallest room on either side, of whatever pin.
-std::string allPinsRow(const CalFile& cal) {
-    CalPin all;
-    all.name = "all pins together";
-    for (const CalPin& pin : cal.pins) {
-        if (pin.setup && pin.hold) {
-            all.setup = std::min(all.setup.value_or(*pin.setup), *pin.setup);
-            all.hold = std::min(all.hold.value_or(*pin.hold), *pin.hold);
-        }
+/// The smallest room on either side, of whatever pin. The receiver judges by its own sum of the margins, which is named
+/// as such.
+std::string allPinsRow(const FileGroup& attempt) {
+    const CalFile& cal = *attempt.cal;
+    std::optional<diagnostics::Opening> all;
+    for (std::size_t proc = 1; proc < cal.pins.size(); ++proc) {
+        if (const auto room = roomAround(attempt, proc))
+            all = all ? diagnostics::narrower(*all, *room) : *room;
     }
-    if (!all.setup || !cal.rates.known())
+    const auto rule = diagnostics::clockMarginOf(attempt);
+    if (!all || !rule)
         return {};
-    const std::string need = number(std::floor(cal.rates.oversampling / 3.0 + 0.5));
     return "<tr class=\"sum\">" + cell("all together", "pin") + cell("") +
-           cell(marginPicture(all, cal.rates.oversampling)) +
-           cell(std::to_string(*all.setup) + " / " + std::to_string(*all.hold), "n") + "<td colspan=\"6\">" +
-           std::to_string(*all.setup + *all.hold) + " of at least " + need + " samples</td></tr>";
+           cell(marginPicture("all pins together", all, cal.rates.oversampling)) + cell(roomText(*all), "n") +
+           "<td colspan=\"6\">" + diagnostics::samplesWords(all->samples()) + " free; the receiver's rule counts " +
+           std::to_string(rule->hold + rule->setup) + " of at least " + std::to_string(rule->need) + "</td></tr>";
 }
 
 std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
@@ -119,7 +134,12 @@ std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
         return element(
             "p", "hint",
             "Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's default settings. "
-            "Only the proof tells whether they do.");
+            "The values are those of the register dump: what the report lists, a clock delay of 31 among it, is not "
+            "written to the unit. Only the proof tells whether they do.");
+    if (attempt.cal->figuresLeftOut)
+        return element("p", "hint",
+                       "The attempt ended before margins and correlations were measured. Those in its report are of "
+                       "an earlier attempt and are left out here.");
     return {};
 }
 
@@ -133,11 +153,12 @@ std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
     Ends ends;
     for (std::size_t proc = 0; proc < attempt.cal->pins.size(); ++proc)
         rows += laneRow(set, attempt, proc, ends);
-    rows += allPinsRow(*attempt.cal);
+    rows += allPinsRow(attempt);
     std::string legend =
         "<span class=\"swatch\" style=\"background:var(--goodfill);margin-left:0\"></span>room between "
         "the data's changes around the clock's edge (purple)<span class=\"swatch\" "
-        "style=\"background:var(--badfill)\"></span>less than a third of a clock period; the dashed "
+        "style=\"background:var(--badfill)\"></span>less than a third of a clock period by the receiver's rule; the "
+        "dashed "
         "lines stand a sixth to either side<span class=\"swatch\" "
         "style=\"background:var(--window)\"></span>delays that would do, the chosen one marked";
     if (ends.cut)
@@ -190,7 +211,8 @@ std::optional<Tightest> tightestOf(const DiagnosticSet& set, const Burst& burst)
     for (std::size_t proc = 1; proc < burst.pins.size(); ++proc) {
         const diagnostics::Room room = diagnostics::roomOf(burst, proc);
         consider(room.setup, room.setupAt, proc, "ahead of the clock edge");
-        consider(room.hold, room.holdAt, proc, "behind the clock edge");
+        // The receiver's rule counts the edge's own sample.
+        consider(room.hold ? std::optional(*room.hold - 1) : room.hold, room.holdAt, proc, "behind the clock edge");
     }
     return found;
 }

@@ -16,24 +16,6 @@ constexpr double top = 26.0;
 constexpr double bottom = 118.0;
 constexpr double faintest = 0.16;
 
-/// The free stretch around the sampling point, in samples: the nearest change on either side.
-struct Opening {
-    std::size_t ahead = 0, behind = 0;
-};
-
-Opening openingOf(const diagnostics::Eye& eye) {
-    Opening opening{eye.reach, eye.reach};
-    for (std::size_t i = 0; i < eye.rises.size(); ++i) {
-        if (eye.rises[i] + eye.falls[i] == 0)
-            continue;
-        if (i < eye.reach)
-            opening.ahead = std::min(opening.ahead, eye.reach - i);
-        else
-            opening.behind = std::min(opening.behind, i - eye.reach);
-    }
-    return opening;
-}
-
 /// A change of level that takes `w` to either side, drawn as a soft step.
 std::string change(double x, double w, bool rise) {
     const double from = rise ? bottom : top;
@@ -46,8 +28,8 @@ std::string change(double x, double w, bool rise) {
 
 std::string eyePicture(const diagnostics::Eye& eye, const diagnostics::Rates& rates, const std::string& pin,
                        double needed) {
-    const Opening opening = openingOf(eye);
-    const std::size_t open = opening.ahead + opening.behind;
+    const diagnostics::Opening opening = diagnostics::openingOf(eye);
+    const std::size_t open = opening.samples();
     const double nanoseconds = static_cast<double>(open) * 1e9 / rates.sampleRate();
     const std::string size =
         std::to_string(open) + (open == 1 ? " sample, " : " samples, ") + number(nanoseconds, 1) + " ns";
@@ -62,7 +44,7 @@ std::string eyePicture(const diagnostics::Eye& eye, const diagnostics::Rates& ra
         svg.text(centre, (top + bottom) / 2.0, "no change in the whole burst", "label", "middle");
         return svg.markup();
     }
-    const bool thin = static_cast<double>(open) < needed;
+    const bool thin = static_cast<double>(opening.byReceiversRule()) < needed;
     svg.text(width - left, 15, size, thin ? "size bad" : "size good", "end");
 
     // A change lies between its sample and the one before.

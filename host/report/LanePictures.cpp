@@ -15,12 +15,11 @@ constexpr double edge = 12.0; // left and right of an axis, for the marks of wha
 
 } // namespace
 
-std::string marginPicture(const diagnostics::CalPin& pin, double period) {
-    const bool measured = pin.setup && pin.hold;
+std::string marginPicture(const std::string& pin, const std::optional<diagnostics::Opening>& room, double period) {
     const std::string label =
-        pin.name + (measured ? ": " + std::to_string(*pin.setup) + " samples free ahead of the clock edge, " +
-                                   std::to_string(*pin.hold) + " behind"
-                             : std::string(": no margin was measured"));
+        pin + (room ? ": " + std::to_string(room->ahead) + " samples free ahead of the clock edge, " +
+                          std::to_string(room->behind) + " behind"
+                    : std::string(": no margin was measured"));
     Svg svg(barWidth, barHeight, label, "bar");
     // Half a bit on either side of the clock's edge is all there can be.
     const double reach = std::max(1.0, period / 4.0);
@@ -28,13 +27,13 @@ std::string marginPicture(const diagnostics::CalPin& pin, double period) {
     const double centre = barWidth / 2.0;
     const auto x = [&](double samples) { return centre + std::clamp(samples / reach, -1.1, 1.1) * half; };
     svg.rect(edge, 7, 2.0 * half, 12, "track");
-    if (!measured) {
+    if (!room) {
         svg.text(centre, 17, "not measured", "tiny", "middle");
         return svg.markup();
     }
-    const double setup = static_cast<double>(*pin.setup);
-    const double hold = static_cast<double>(*pin.hold);
-    const bool thin = setup + hold < std::floor(period / 3.0 + 0.5);
+    const double setup = static_cast<double>(room->ahead);
+    const double hold = static_cast<double>(room->behind);
+    const bool thin = static_cast<double>(room->byReceiversRule()) < std::floor(period / 3.0 + 0.5);
     svg.rect(x(-setup), 7, x(hold) - x(-setup), 12, thin ? "fill-bad" : "fill-good");
     svg.line(x(-period / 6.0), 4, x(-period / 6.0), 22, "need");
     svg.line(x(period / 6.0), 4, x(period / 6.0), 22, "need");

@@ -11,9 +11,9 @@
 
 namespace host::page {
 
-/// Room around the clock's edge, for a cell of the lane table: what is free ahead of it and behind it, against the sixth
-/// of a period on each side that the receiver asks for on average.
-std::string marginPicture(const diagnostics::CalPin& pin, double period);
+/// Room around the clock's edge, for a cell of the lane table: what is free before and after it, against the sixth of a
+/// period on each side that the receiver asks for on average. `room` may be nothing.
+std::string marginPicture(const std::string& pin, const std::optional<diagnostics::Opening>& room, double period);
 
 /// The delays at which a pin's bit would be taken rightly, on the range that the unit has, and where it is set. Ends
 /// that lie outside of the range are marked: as a loss when the best place is out of reach.

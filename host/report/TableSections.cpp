@@ -61,8 +61,13 @@ std::string propertySection(const DiagnosticSet& set) {
             out += element("h3", "", escaped(section.name)) + list(section.entries);
     }
     const FileGroup& last = set.attempts.empty() ? set.base : set.attempts.back();
-    if (last.cal && !last.cal->properties.empty())
-        out += element("h3", "", "Calibration, to be used again") + list(last.cal->properties);
+    if (last.cal && !last.cal->properties.empty()) {
+        const double rate = last.cal->rates.exportFrequency;
+        const bool written = rate <= 0.0 || rate >= diagnostics::slowestAnalysed;
+        out += element("h3", "",
+                       written ? "Calibration, to be used again" : "Calibration report, not written to the unit") +
+               list(last.cal->properties);
+    }
     if (set.pinMap)
         out += element("h3", "", "Pin map of the last calibration that succeeded") +
                element("p", "", element("code", "", escaped(*set.pinMap)));

@@ -121,6 +121,7 @@ TEST(DoctorOn, ARateAtWhichNothingIsMeasured) {
         EXPECT_TRUE(pin.at("correlation").is_null()) << pin;
         EXPECT_TRUE(pin.at("correlationAtZero").is_null()) << pin;
         EXPECT_TRUE(pin.at("marginAhead").is_null()) << pin;
+        EXPECT_EQ(pin.at("delay"), 0) << "what the unit holds; the report has 31 for the clock";
     }
     EXPECT_THAT(board.page(), AllOf(HasSubstr("keeps the unit's default settings"), Not(HasSubstr("0.000"))));
 }

@@ -36,6 +36,9 @@ TEST(Html, MarkupControlCharactersAndBrokenUtf8AreTakenOut) {
     EXPECT_EQ(escaped("gr\xc3\xbc\xc3\x9f"), "gr\xc3\xbc\xc3\x9f");
     EXPECT_EQ(escaped("\xc3("), "?(");
     EXPECT_EQ(escaped("\xff\xe2\x82"), "???");
+    EXPECT_EQ(escaped("\xc2\x9b"
+                      "31m\n"),
+              "?31m?");
 }
 
 TEST(Html, NumbersAreShort) {
@@ -182,6 +185,46 @@ TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
     const std::string page = pageOf(files.read());
     EXPECT_THAT(page, AllOf(HasSubstr("Below 10.1 MHz the receiver measures nothing on the pins"),
                             HasSubstr("not measured"), Not(HasSubstr("0.000"))));
+}
+
+TEST(Page, TheRoomIsTheEyesAndTheReceiversSumIsNamedAsItsRule) {
+    const TempFolder folder;
+    const std::string data = drawn::square(8192, 14, 10);
+    folder.write("run.freq0.cap.txt", drawn::burst({drawn::square(8192, 14, 3), data}));
+    folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
+    const std::string page = pageOf(host::diagnostics::readDiagnostics(folder.path()));
+    EXPECT_THAT(page, HasSubstr("open for 14 samples"));
+    EXPECT_EQ(count(page, "<td class=\"n\">7 / 7</td>"), 2U) << "the pin's row and the sum";
+    EXPECT_THAT(page, HasSubstr("14 samples free; the receiver's rule counts 15 of at least 9"));
+    EXPECT_THAT(page, Not(HasSubstr(">7 / 8</td>")));
+}
+
+TEST(Page, WithoutABurstTheEdgesOwnSampleIsNoRoomEither) {
+    const TempFolder folder;
+    folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
+    EXPECT_THAT(pageOf(host::diagnostics::readDiagnostics(folder.path())),
+                HasSubstr("14 samples free; the receiver's rule counts 15 of at least 9"));
+}
+
+TEST(Page, FiguresOfAnEarlierAttemptAreNotShown) {
+    const TempFolder folder;
+    std::string burst = drawn::burst({drawn::square(8192, 14, 3), std::string(8192, '0')});
+    burst.replace(burst.find("delay=1"), 7, "delay=0");
+    folder.write("run.freq0.cap.txt", burst);
+    folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
+    const std::string page = pageOf(host::diagnostics::readDiagnostics(folder.path()));
+    EXPECT_THAT(page, AllOf(HasSubstr("unable to detect sampling position"),
+                            HasSubstr("Those in its report are of an earlier attempt"), Not(HasSubstr("0.900"))));
+    EXPECT_THAT(page, Not(HasSubstr("samples free")));
+}
+
+TEST(Page, BelowTheSlowestAnalysedClockTheDelaysAreTheUnits) {
+    const BenchFiles files(namedScenario("slow"));
+    const std::string page = pageOf(files.read());
+    EXPECT_THAT(page, AllOf(HasSubstr("a clock delay of 31 among it, is not written to the unit"),
+                            HasSubstr("Calibration report, not written to the unit")));
+    EXPECT_THAT(page, Not(HasSubstr("<td class=\"n\">31</td>")));
+    EXPECT_THAT(page, HasSubstr("clock input: enabled, input 4 (EMU0), delay 0"));
 }
 
 TEST(Page, TheProofsTableSaysWhatFits) {
