@@ -36,14 +36,16 @@ private:
     [[maybe_unused]] unsigned before = 0; ///< what to go back to; 0: nothing. Not every system has a use for it
 };
 
-/// From here on the first Ctrl-C (or request to end) only raises interrupted(); the second ends the process as usual,
-/// with a line on the standard error output.
+/// From here on the first Ctrl-C (or request to end) raises interrupted() and is answered at once with a line on the
+/// standard error output (see InterruptAnswer); the second ends the process as usual, with a line there too. A terminal
+/// or console that closes counts as a first one only.
 void watchInterrupts();
 bool interrupted();
 
 inline constexpr std::size_t usualColumns = 80;
 /// What the second Ctrl-C says.
-inline constexpr char endedAtOnce[] = "\norvtrace: ended at once by a second interrupt; what was captured may be lost\n";
+inline constexpr char endedAtOnce[] =
+    "\norvtrace: ended at once by a second interrupt; what was captured may be lost\n";
 
 /// "Linux", "Windows".
 const char* systemName();

@@ -1,5 +1,6 @@
 #include "host/platform/Platform.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 
@@ -9,21 +10,49 @@
 #include <unistd.h>
 
 #include "host/basics/ExitCode.h"
+#include "host/platform/InterruptAnswer.h"
 
 namespace host {
 
 namespace {
 
 volatile std::sig_atomic_t interruptSeen = 0;
+bool errorsOnTerminal = false;
+bool onlyOutputOnTerminal = false;
 
-// Nothing but what may be called at any moment.
+// Below, nothing but what may be called at any moment.
+
+void say(int stream, const char* text, std::size_t length) {
+    [[maybe_unused]] const ssize_t told = write(stream, text, length);
+}
+
+/// The terminal has echoed the key, wherever its line was: what comes next begins a new one.
+void answer() {
+    if (onlyOutputOnTerminal)
+        say(STDOUT_FILENO, "\n", 1);
+    char line[longestInterruptLine];
+    say(STDERR_FILENO, line, interruptLine(line, sizeof line, errorsOnTerminal));
+}
+
 extern "C" void onInterrupt(int number) {
-    if (interruptSeen != 0) {
-        [[maybe_unused]] const ssize_t told = write(STDERR_FILENO, endedAtOnce, sizeof endedAtOnce - 1);
+    const int errorBefore = errno;
+    const bool again = interruptSeen != 0;
+    interruptSeen = 1;
+    if (!again)
+        answer();
+    // A terminal that closes may send its signal twice, by the system and by the shell: that is no second request.
+    if (again && number != SIGHUP) {
+        say(STDERR_FILENO, endedAtOnce, sizeof endedAtOnce - 1);
         signal(number, SIG_DFL);
         raise(number);
     }
-    interruptSeen = 1;
+    errno = errorBefore;
+}
+
+/// Whoever started this program may have asked that it outlives the terminal.
+bool isIgnored(int number) {
+    struct sigaction before {};
+    return sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
 }
 
 } // namespace
@@ -69,8 +98,12 @@ void watchInterrupts() {
     struct sigaction action {};
     action.sa_handler = onInterrupt;
     action.sa_flags = SA_RESTART;
+    errorsOnTerminal = isatty(STDERR_FILENO) != 0;
+    onlyOutputOnTerminal = !errorsOnTerminal && isatty(STDOUT_FILENO) != 0;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    if (!isIgnored(SIGHUP))
+        sigaction(SIGHUP, &action, nullptr);
 }
 
 bool interrupted() {

@@ -9,6 +9,7 @@
 
 #include "host/basics/ExitCode.h"
 #include "host/basics/FilePath.h"
+#include "host/platform/InterruptAnswer.h"
 
 namespace host {
 
@@ -16,11 +17,32 @@ namespace {
 
 std::atomic<bool> interruptSeen{false};
 
-BOOL WINAPI onInterrupt(DWORD) {
-    if (!interruptSeen.exchange(true))
-        return TRUE;
+void say(DWORD stream, const char* text, std::size_t length) {
     DWORD written = 0;
-    WriteFile(GetStdHandle(STD_ERROR_HANDLE), endedAtOnce, sizeof endedAtOnce - 1, &written, nullptr);
+    WriteFile(GetStdHandle(stream), text, static_cast<DWORD>(length), &written, nullptr);
+}
+
+/// The console has echoed the key, wherever its line was: what comes next begins a new one.
+void answer() {
+    const bool errorsOnConsole = errorOutputIsTerminal();
+    if (!errorsOnConsole && _isatty(_fileno(stdout)) != 0)
+        say(STD_OUTPUT_HANDLE, "\r\n", 2);
+    std::array<char, longestInterruptLine> line{};
+    say(STD_ERROR_HANDLE, line.data(), interruptLine(line.data(), line.size(), errorsOnConsole));
+}
+
+BOOL WINAPI onInterrupt(DWORD event) {
+    const bool again = interruptSeen.exchange(true);
+    if (!again)
+        answer();
+    if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
+        // The system ends the process when this returns, and some seconds later in any case. Until then the recording
+        // can be stopped and saved; the program's own end takes this thread along.
+        Sleep(INFINITE);
+    }
+    if (!again)
+        return TRUE;
+    say(STD_ERROR_HANDLE, endedAtOnce, sizeof endedAtOnce - 1);
     return FALSE;
 }
 
