@@ -38,6 +38,8 @@ private:
         session.prepare();
         ProgressLine line(options.quiet);
         session.open(line);
+        if (interrupted())
+            throw Failure(ExitCode::Interrupted, "interrupted before the calibration");
         try {
             session.calibrate(line);
         } catch (const Failure& failure) {

@@ -1,9 +1,9 @@
 #include "host/commands/Conclusion.h"
 
-#include <cstdio>
 #include <iostream>
 
 #include "host/basics/FilePath.h"
+#include "host/basics/Masked.h"
 #include "host/basics/Remedy.h"
 #include "host/report/Report.h"
 #include "host/results/ResultText.h"
@@ -24,8 +24,10 @@ std::string logOf(const SessionResult& result) {
 } // namespace
 
 void printTroubles(const SessionResult& result, ExitCode code, const std::string& failure) {
+    for (const std::string& note : result.notes)
+        printNotice(note);
     for (const std::string& trouble : result.troubles)
-        std::fprintf(stderr, "orvtrace: %s; it was left out\n", trouble.c_str());
+        printNotice(trouble + "; it was left out");
     if (code != ExitCode::Done)
         printFailure(code, failure, logOf(result), result.doctorTakes);
 }
@@ -55,7 +57,8 @@ ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool
     if (json)
         std::cout << resultJson(result) << std::flush;
     else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty())
-        std::cout << text(result) << std::flush;
+        printText(text(result));
+    std::cout << std::flush;
     printTroubles(result, result.code, result.failure);
     return result.code;
 }

@@ -10,15 +10,14 @@
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
+#include "host/platform/InterruptAnswer.h"
 #include "host/results/ResultText.h"
-#include "host/session/Recording.h"
-#include "tdf/TdfFile.h"
+#include "host/session/RecordingOutputs.h"
 
 namespace host {
 
 namespace {
 
-namespace fs = std::filesystem;
 using Vx::Qrs::Trace::CChannelDriver;
 
 struct RecordOptions {
@@ -36,39 +35,22 @@ struct RecordOptions {
 class RecordRun {
 public:
     RecordRun(const RecordOptions& given, RecordResult& filled)
-        : options(given), result(filled), session(given.session, filled), line(given.session.quiet) {}
+        : options(given), result(filled), session(given.session, filled), outputs(given.save, given.raw, given.repeat),
+          line(given.session.quiet) {}
 
     void run();
 
 private:
-    fs::path rawFile(unsigned number) const;
-    void testOutputs();
     void recordAll();
     void record(unsigned number);
-    void save(CChannelDriver& channel, unsigned number);
-    void saveSection(CChannelDriver& channel, const fs::path& file, bool first);
+    void keep(CChannelDriver& channel, unsigned number, const ReadBack& back, const std::optional<Failure>& fault);
 
     const RecordOptions& options;
     RecordResult& result;
     Session session;
+    RecordingOutputs outputs;
     ProgressLine line;
 };
-
-/// "out.bin", or "out-2.bin" for the second of several recordings.
-fs::path RecordRun::rawFile(unsigned number) const {
-    fs::path file = absolutePath(options.raw);
-    if (options.repeat > 1)
-        file.replace_filename(
-            filePath(file.stem().string() + "-" + std::to_string(number) + file.extension().string()));
-    return file;
-}
-
-void RecordRun::testOutputs() {
-    if (!options.save.empty())
-        session.testOutput(absolutePath(options.save));
-    for (unsigned number = 1; !options.raw.empty() && number <= options.repeat; ++number)
-        session.testOutput(rawFile(number));
-}
 
 void RecordRun::record(unsigned number) {
     CChannelDriver& channel = session.receiver().channel();
@@ -84,65 +66,34 @@ void RecordRun::record(unsigned number) {
     recording.state = end.state;
     recording.seconds = end.seconds;
     recording.wrapped = session.receiver().attribute("Buffer Wrapped") == "1";
-    // What an error has left in the capture unit is announced but does not come any more.
-    recording.samples = readBack(channel, line, end.failed, [&](std::span<const std::uint64_t> samples) {
-        recording.checksum = crc32(recording.checksum, samples);
-    });
-    try {
-        save(channel, number);
-    } catch (const Failure&) {
-        if (!end.failed)
-            throw;
-    }
-    if (end.failed)
-        throw Failure(ExitCode::RecordingError, end.state);
-}
-
-/// A section more, or none: what the file held before stays as it was when this one cannot be written.
-void RecordRun::saveSection(CChannelDriver& channel, const fs::path& file, bool first) {
-    const auto add = [&](const fs::path& to) { channel.SaveFile(to.string(), CChannelDriver::eSaveTraceDataFile); };
-    if (first) {
-        NewFile made(file);
-        guardedOutput(file, [&] {
-            Vx::Qrs::Trace::OrvRcvr::TdfFile::createFile(made.partial().string().c_str());
-            add(made.partial());
-        });
-        made.putInPlace();
-        return;
-    }
-    std::error_code failed;
-    const std::uintmax_t size = fs::file_size(file, failed);
-    try {
-        guardedOutput(file, [&] { add(file); });
-    } catch (const Failure&) {
-        if (!failed)
-            fs::resize_file(file, size, failed);
-        throw;
-    }
-}
-
-void RecordRun::save(CChannelDriver& channel, unsigned number) {
     if (number == 1)
         result.files.emplace_back("samples", session.fileStem().string() + ".bin");
-    if (!options.save.empty()) {
-        const fs::path file = absolutePath(options.save);
-        saveSection(channel, file, number == 1);
-        if (number == 1)
-            result.files.emplace_back("trace data file", file.string());
+    const ReadBack back = readBack(channel, line, [&](std::span<const std::uint64_t> samples) {
+        recording.checksum = crc32(recording.checksum, samples);
+        recording.samples += samples.size();
+    });
+    keep(channel, number, back, faultOf(end, back));
+}
+
+/// What came is written in any case. The recording's own fault comes first in the text.
+void RecordRun::keep(CChannelDriver& channel, unsigned number, const ReadBack& back,
+                     const std::optional<Failure>& fault) {
+    const InterruptAnswer answer("stopping when what was captured is saved");
+    try {
+        outputs.write(channel, number, back, result);
+    } catch (const Failure& failure) {
+        if (fault)
+            throw Failure(fault->code, std::string(fault->what()) + "; " + failure.what());
+        throw;
     }
-    if (!options.raw.empty()) {
-        const fs::path file = rawFile(number);
-        NewFile made(file);
-        guardedOutput(file, [&] { channel.SaveFile(made.partial().string(), CChannelDriver::eSaveRaw); });
-        made.putInPlace();
-        result.files.emplace_back(options.repeat > 1 ? "raw copy " + std::to_string(number) : "raw copy",
-                                  file.string());
-    }
+    if (fault)
+        throw Failure(*fault);
 }
 
 void RecordRun::run() {
     session.checkInputs();
-    testOutputs();
+    for (const std::filesystem::path& file : outputs.files())
+        session.testOutput(file);
     session.prepare();
     session.open(line);
     try {
@@ -157,6 +108,8 @@ void RecordRun::run() {
 }
 
 void RecordRun::recordAll() {
+    if (interrupted())
+        throw Failure(ExitCode::Interrupted, "interrupted before the calibration");
     session.calibrate(line);
     for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number)
         record(number);

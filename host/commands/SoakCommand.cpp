@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/basics/Masked.h"
 #include "host/basics/Numbers.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
@@ -58,7 +59,11 @@ ExitCode SoakCommand::run() {
         result.code = ExitCode::Failed;
         result.failure = error.what();
     }
-    std::cout << (json ? soakJson(result) : soakText(result)) << std::flush;
+    if (json)
+        std::cout << soakJson(result);
+    else
+        printText(soakText(result));
+    std::cout << std::flush;
     printTroubles(result, result.code, result.failure);
     return result.code;
 }

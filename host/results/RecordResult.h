@@ -24,7 +24,7 @@ std::vector<PinPlace> placesOf(const std::string& pinMap);
 struct RecordingResult {
     std::string state; ///< the receiver's own words
     double seconds = 0.0;
-    std::uint64_t samples = 0;
+    std::uint64_t samples = 0; ///< read back
     bool wrapped = false;
     std::uint32_t checksum = 0; ///< CRC-32 of all bytes read back
 };

@@ -51,7 +51,7 @@ json attemptsJson(const RecordResult& result) {
     for (const AttemptResult& entry : result.attempts) {
         json item{{"setting", entry.attempt.setting},
                   {"hertz", entry.attempt.hertz},
-                  {"position", entry.attempt.position},
+                  {"position", entry.attempt.position.empty() ? json() : json(entry.attempt.position)},
                   {"kept", entry.attempt.kept}};
         if (!entry.attempt.reason.empty())
             item["reason"] = entry.attempt.reason;
@@ -74,7 +74,9 @@ json calibrationJson(const RecordResult& result) {
     calibration["frequencies"] = frequencies;
     const FrequencySetting* chosen = result.log.chosen();
     calibration["setting"] = chosen != nullptr ? json(chosen->setting) : json();
-    calibration["hertz"] = chosen != nullptr ? json(chosen->hertz) : json();
+    calibration["hertz"] = chosen != nullptr                          ? json(chosen->hertz)
+                           : result.calibrated && !result.givenValues ? orNull(result.hertz)
+                                                                      : json();
     calibration["attempts"] = attemptsJson(result);
     if (result.calibration) {
         calibration["export"] = result.calibration->exportKind;
@@ -110,6 +112,8 @@ std::string resultJson(const RecordResult& result) {
     for (const auto& [what, where] : result.files)
         files[what] = where;
     out["files"] = files;
+    if (!result.notes.empty())
+        out["notes"] = result.notes;
     if (!result.troubles.empty())
         out["damaged"] = result.troubles;
     return jsonText(out);

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "host/basics/Format.h"
+#include "host/basics/Masked.h"
 #include "host/basics/Remedy.h"
 #include "host/basics/TextFile.h"
 
@@ -39,7 +40,7 @@ void addPins(std::ostringstream& out, const CalFile& report, std::vector<PinPlac
     for (std::size_t i = 0; i < report.pins.size(); ++i) {
         const CalPin& pin = report.pins[i];
         const PinPlace& place = places[i];
-        out << print("%-8s %3s %3s %6s %8s %12s %12s\n", pin.name.c_str(), orDash(place.emu).c_str(),
+        out << print("%-8s %3s %3s %6s %8s %12s %12s\n", masked(pin.name).c_str(), orDash(place.emu).c_str(),
                      orDash(place.bit).c_str(), orDash(pin.delay).c_str(), orDash(pin.stretch).c_str(),
                      marginText(pin).c_str(), orDash(pin.correlationAtZero).c_str());
     }
@@ -65,10 +66,14 @@ void addVerdict(std::ostringstream& out, const RecordResult& result) {
     if (const FrequencySetting* chosen = result.log.chosen())
         out << " at " << frequencyText(chosen->hertz) << ", setting " << chosen->setting
             << rangeText(result.log.frequencies);
-    else
+    else if (result.givenValues)
         out << " with fixed values, no frequency was measured";
+    else if (result.hertz)
+        out << " at " << frequencyText(*result.hertz) << ", its setting is not known";
+    else
+        out << ", at which frequency is not known";
     if (result.calibration && result.calibration->rates.known())
-        out << ", data rate " << result.calibration->dataRate;
+        out << ", data rate " << masked(result.calibration->dataRate);
     out << print(", in %.1f s\n", result.calibrationSeconds);
 }
 
@@ -77,7 +82,7 @@ void addRejected(std::ostringstream& out, const RecordResult& result) {
         if (entry.verdict == FrequencySetting::Verdict::Rejected)
             out << "  rejected: setting " << entry.setting << ", "
                 << (entry.hertz > 0.0 ? frequencyText(entry.hertz) : std::string("no frequency")) << ": "
-                << plainReason(entry.reason) << "\n";
+                << masked(plainReason(entry.reason)) << "\n";
     }
 }
 
@@ -89,7 +94,7 @@ void addRecordings(std::ostringstream& out, const RecordResult& result) {
             out << i + 1 << ": ";
         out << "recorded " << sizeText(recording.samples * 8) << " (" << recording.samples << " samples)"
             << print(" in %.2f s", recording.seconds) << (recording.wrapped ? ", the buffer wrapped" : "") << ": "
-            << recording.state << print(", CRC-32 %08x\n", recording.checksum);
+            << masked(recording.state) << print(", CRC-32 %08x\n", recording.checksum);
     }
 }
 
@@ -98,19 +103,20 @@ void addFiles(std::ostringstream& out, const RecordResult& result) {
         return;
     out << "\nfiles\n";
     for (const auto& [what, where] : result.files)
-        out << print("  %-20s ", what.c_str()) << where << "\n";
+        out << print("  %-20s ", what.c_str()) << masked(where) << "\n";
 }
 
 /// What can be done with the run now: the page is there already, or can be made.
 void addNext(std::ostringstream& out, const RecordResult& result) {
     for (const auto& [what, where] : result.files) {
         if (what == "report") {
-            out << "\nnext: open " << where << " in a browser\n";
+            out << "\nnext: open " << masked(where) << " in a browser\n";
             return;
         }
     }
     if (result.calibration && !result.doctorTakes.empty())
-        out << "\nnext: orvtrace report " << quoted(result.doctorTakes) << " makes a page about the calibration\n";
+        out << "\nnext: orvtrace report " << masked(quoted(result.doctorTakes))
+            << " makes a page about the calibration\n";
 }
 
 std::string samplesText(const diagnostics::Rates& rates) {
@@ -127,8 +133,9 @@ std::string positionText(const std::string& position) {
 }
 
 std::string headline(const RecordResult& result) {
-    return result.scenario.empty() ? "cpu " + result.cpu + "\n"
-                                   : "scenario " + result.scenario + ", cpu " + result.cpu + "\n";
+    return masked(result.scenario.empty() ? "cpu " + result.cpu
+                                          : "scenario " + result.scenario + ", cpu " + result.cpu) +
+           "\n";
 }
 
 /// A calibration that ended ahead of its first attempt has computed nothing for any pin.
@@ -138,7 +145,8 @@ bool hasPins(const RecordResult& result) {
 
 std::string legendOf(const diagnostics::Rates& rates) {
     if (rates.known() && rates.exportFrequency < diagnostics::slowestAnalysed)
-        return "Below 10.1 MHz nothing is measured: the unit keeps its default settings.\n";
+        return "Below 10.1 MHz nothing is measured: the unit keeps its default settings. The values\n"
+               "are those that its registers hold, not those of the calibration report.\n";
     return legend;
 }
 
@@ -196,7 +204,7 @@ std::string attemptsText(const RecordResult& result) {
         out << "\n";
         if (entry.report)
             addPins(out, *entry.report, placesOf(result.pinMap));
-        out << (attempt.kept ? std::string("kept") : "dropped: " + plainReason(attempt.reason)) << "\n";
+        out << (attempt.kept ? std::string("kept") : "dropped: " + masked(plainReason(attempt.reason))) << "\n";
     }
     if (result.attempts.empty() && hasPins(result)) {
         out << "\n";

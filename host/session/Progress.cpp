@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/basics/Format.h"
+#include "host/basics/Masked.h"
 #include "host/platform/Platform.h"
 #include "rcvr/framework/cZarnError.h"
 
@@ -115,11 +116,11 @@ void ProgressLine::show(const ProgressStep& step) {
         start = now;
     }
     if (style == ProgressStyle::Terminal) {
-        overwrite(prefix + progressText(step, secondsBetween(start, now)));
+        overwrite(masked(prefix + progressText(step, secondsBetween(start, now))));
     } else if (begins || now - lastLine >= plainInterval) {
         // How far a phase is when it begins is not worth a word.
         const std::string text = begins ? step.phase : progressText(step, secondsBetween(start, now));
-        std::fprintf(stderr, "orvtrace: %s%s\n", prefix.c_str(), text.c_str());
+        printNotice(prefix + text);
         std::fflush(stderr);
         lastLine = now;
     }

@@ -1,9 +1,9 @@
 #include "host/session/Receiver.h"
 
 #include <array>
-#include <cstdio>
 
 #include "host/basics/FilePath.h"
+#include "host/basics/Masked.h"
 
 namespace host {
 
@@ -96,7 +96,7 @@ void Receiver::releaseQuietly() {
     try {
         guarded(ExitCode::Failed, [&] { receiver->ReleaseChannel(driver); });
     } catch (const Failure& failure) {
-        std::fprintf(stderr, "orvtrace: releasing the channel: %s\n", failure.what());
+        printNotice(std::string("releasing the channel: ") + failure.what());
     }
     driver = nullptr;
 }

@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <fstream>
+#include <string_view>
 #include <thread>
 #include <vector>
 
+#include "host/platform/InterruptAnswer.h"
 #include "host/session/Receiver.h"
 
 namespace host {
@@ -16,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(10);
-constexpr const char* uploadedMark = "upload complete";
+constexpr std::string_view uploadedMark = "upload complete";
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -34,6 +36,7 @@ ChannelStatus statusOf(CChannelDriver& channel, ProgressLine& progress, std::opt
 
 /// Until the channel no longer records; the end is asked for when it is due.
 void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress, Clock::time_point start) {
+    const InterruptAnswer answer("stopping the recording");
     bool triggered = false;
     const std::optional<double> expected = plan.untilFull ? std::nullopt : std::optional(plan.seconds);
     while (statusOf(channel, progress, expected).stoppable) {
@@ -48,6 +51,21 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
     }
 }
 
+/// The receiver adds the reason of an error to its words about the upload, in whatever state the recording ended.
+std::string reasonIn(const std::string& status) {
+    constexpr std::string_view separator = " : ";
+    const std::size_t mark = status.find(uploadedMark);
+    const std::string rest = mark == std::string::npos ? std::string() : status.substr(mark + uploadedMark.size());
+    return rest.starts_with(separator) ? rest.substr(separator.size()) : std::string();
+}
+
+/// How many were captured cannot be said: the receiver's number counts what was on its way twice.
+std::string cameText(const ReadBack& back) {
+    if (back.samples == 0)
+        return "no samples came";
+    return "the " + std::to_string(back.samples) + " samples that came are kept";
+}
+
 } // namespace
 
 RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress) {
@@ -56,6 +74,7 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     const auto start = Clock::now();
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
+    const InterruptAnswer answer("stopping when what was captured is uploaded");
     // The code alone does not tell that the upload has ended: before its first byte it looks finished.
     ChannelStatus status = statusOf(channel, progress);
     while (status.text.find(uploadedMark) == std::string::npos) {
@@ -64,32 +83,42 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     }
     progress.clear();
     end.state = status.text;
-    end.failed = status.code == ChannelStatus::eError;
+    end.error = reasonIn(status.text);
+    end.failed = status.code == ChannelStatus::eError || !end.error.empty();
+    if (end.failed && end.error.empty())
+        end.error = end.state;
     return end;
 }
 
-std::uint64_t readBack(CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly, const SampleSink& sink) {
+ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink) {
+    const InterruptAnswer answer("stopping when what was captured is read back");
     constexpr unsigned chunk = 8192;
     unsigned total = 0;
     guarded(ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
     std::vector<std::uint64_t> samples(chunk);
-    std::uint64_t count = 0;
+    ReadBack back{total, 0};
     for (unsigned start = 0; start < total;) {
         unsigned read = 0;
         guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
-        if (read == 0 && mayEndEarly)
-            break;
         if (read == 0)
-            throw Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(total) +
-                                                        " samples but its file holds only " + std::to_string(start) +
-                                                        "; is the disk full?");
+            break;
         sink(std::span(samples).first(read));
         start += read;
-        count += read;
-        progress.show({"reading back", {}, static_cast<double>(count) / total, "read", {}});
+        back.samples += read;
+        progress.show({"reading back", {}, static_cast<double>(back.samples) / total, "read", {}});
     }
     progress.clear();
-    return count;
+    return back;
+}
+
+std::optional<Failure> faultOf(const RecordingEnd& end, const ReadBack& back) {
+    if (end.failed)
+        return Failure(ExitCode::RecordingError, end.error + "; " + cameText(back));
+    if (back.whole())
+        return std::nullopt;
+    return Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(back.announced) +
+                                                 " samples but its file holds only " + std::to_string(back.samples) +
+                                                 "; is the disk full?");
 }
 
 } // namespace host

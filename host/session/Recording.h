@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 
+#include "host/basics/ExitCode.h"
 #include "host/session/Progress.h"
 #include "rcvr/framework/CChannelDriver.h"
 
@@ -20,8 +21,9 @@ struct RecordingPlan {
 };
 
 struct RecordingEnd {
-    std::string state; ///< the receiver's words once the upload has ended
-    bool failed = false;
+    std::string state;   ///< the receiver's words once the upload has ended
+    std::string error;   ///< the receiver's reason when `failed`
+    bool failed = false; ///< an error ended the recording, or the upload after it
     double seconds = 0.0;
 };
 
@@ -32,9 +34,18 @@ RecordingEnd runRecording(Vx::Qrs::Trace::CChannelDriver& channel, const Recordi
 /// Called with the samples in their order, as they come.
 using SampleSink = std::function<void(std::span<const std::uint64_t>)>;
 
-/// Reads every sample back, as a trace view would, and gives their number. Throws Failure, also when fewer samples
-/// come than the receiver announces, unless `mayEndEarly`.
-std::uint64_t readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, bool mayEndEarly,
-                       const SampleSink& sink);
+/// How many samples were read back, of those that the receiver announces. A full disk leaves fewer, and so does an
+/// error in an upload, after which the announced number counts samples twice that were on their way.
+struct ReadBack {
+    std::uint64_t announced = 0;
+    std::uint64_t samples = 0;
+    bool whole() const { return samples >= announced; }
+};
+
+/// Reads every sample back, as a trace view would, to the last one that came. Throws Failure.
+ReadBack readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink);
+
+/// What went wrong with a recording, the receiver's reason first; nothing when all is in order.
+std::optional<Failure> faultOf(const RecordingEnd& end, const ReadBack& back);
 
 } // namespace host

@@ -5,6 +5,8 @@
 #include "host/basics/FilePath.h"
 #include "host/basics/Remedy.h"
 #include "host/basics/TextFile.h"
+#include "host/platform/InterruptAnswer.h"
+#include "host/session/CalibrationTraces.h"
 #include "host/session/ScenarioCheck.h"
 #include "host/session/StartTurn.h"
 
@@ -212,7 +214,8 @@ void Session::load() {
         stem = data / settingsFile.stem();
         logFile = findLog(filePath(getEnvironment("VX_TRACE_LOGGING_DIR")));
         result.files.emplace_back("receiver's files", data.string());
-        result.files.emplace_back("log", logFile.string());
+        if (!logFile.empty())
+            result.files.emplace_back("log", logFile.string());
     };
     try {
         withServer([this] { channel = std::make_unique<Receiver>(options.library); });
@@ -229,6 +232,7 @@ void Session::open(ProgressLine& line) {
         std::optional<StartTurn> turn;
         if (scenario)
             turn.emplace(line);
+        const InterruptAnswer answer("stopping as soon as the data server has started");
         // A port that another program has costs seconds, and no server at all costs eight of them.
         const ProgressFollower follower([] { return ProgressStep{"starting the data server", {}, {}, {}, {}}; }, line);
         load();
@@ -240,11 +244,13 @@ void Session::open(ProgressLine& line) {
 }
 
 void Session::calibrate(ProgressLine& line) {
+    const InterruptAnswer answer("stopping after the calibration");
     const auto start = std::chrono::steady_clock::now();
     std::error_code failed;
     const std::uintmax_t size = fs::file_size(logFile, failed);
     logRead = failed ? 0 : size;
     result.calibrated = false;
+    givenSettings = readText(settingsFile);
     configured = true;
     result.doctorTakes = asTyped(scenario ? folder->path() : stem);
     const auto finish = [&] {
@@ -263,46 +269,38 @@ void Session::calibrate(ProgressLine& line) {
     finish();
 }
 
-std::optional<diagnostics::CalFile> Session::reportOf(const std::string& ending) {
-    const fs::path file = filePath(stem.string() + ending + ".cal.txt");
-    std::error_code failed;
-    if (!fs::exists(file, failed))
-        return std::nullopt;
-    result.files.resize(ownFiles);
-    result.files.emplace_back("calibration report", file.string());
-    try {
-        return diagnostics::readCalFile(file);
-    } catch (const Failure& failure) {
-        // A damaged report is no reason to lose the recording that it is about.
-        result.troubles.emplace_back(failure.what());
-        return std::nullopt;
-    }
-}
-
 void Session::collect() {
     result.pinMap = channel->attribute("pinMap");
     result.attempts.clear();
     result.troubles.clear();
+    result.notes.clear();
     result.calibration.reset();
     result.files.resize(ownFiles);
+    CalibrationTraces traces;
+    traces.stem = stem;
+    traces.calibrated = result.calibrated;
+    traces.givenValues = channel->attribute("calMode") == "manual";
+    traces.frequencies = frequenciesOf(channel->attribute("frequencies"));
+    if (const auto stated = frequenciesOf(channel->attribute("Device Clock Frequency"));
+        !stated.empty() && stated.front() > 0.0)
+        traces.hertz = stated.front();
     std::error_code failed;
-    const std::string text = fs::exists(logFile, failed) ? readText(logFile, logRead) : std::string();
-    result.log = parseRunLog(text, result.calibrated);
-    if (result.log.settingsReplaced) {
-        // What was calibrated with the defaults is nothing that the user asked for.
-        result.calibrated = false;
-        result.log.frequencies.clear();
-        const std::string own = options.settings.empty() ? settingsFile.string() : options.settings;
-        throw Failure(ExitCode::BadInput,
-                      own + ": the receiver cannot use these settings: " + *result.log.settingsReplaced);
-    }
-    for (const CalibrationAttempt& attempt : result.log.attempts) {
-        result.attempts.push_back({attempt, reportOf(".freq" + std::to_string(attempt.setting))});
-        if (result.attempts.back().report)
-            result.calibration = result.attempts.back().report;
-    }
-    if (result.attempts.empty())
-        result.calibration = reportOf("");
+    traces.log = fs::exists(logFile, failed) ? readText(logFile, logRead) : std::string();
+    result.log = parseRunLog(traces.log, result.calibrated);
+    requireOwnSettings();
+    takeTraces(traces, result);
+}
+
+/// What was calibrated with the defaults is nothing that the user asked for.
+void Session::requireOwnSettings() {
+    const bool replaced = readText(settingsFile) != givenSettings;
+    if (!result.log.settingsReplaced && !replaced)
+        return;
+    result.calibrated = false;
+    result.log.frequencies.clear();
+    const std::string own = options.settings.empty() ? settingsFile.string() : options.settings;
+    throw Failure(ExitCode::BadInput, own + ": the receiver cannot use these settings: " +
+                                          result.log.settingsReplaced.value_or("unknown reason"));
 }
 
 } // namespace host

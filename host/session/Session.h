@@ -70,7 +70,7 @@ private:
     void withServer(const std::function<void()>& work);
     bool leftSomething() const;
     void collect();
-    std::optional<diagnostics::CalFile> reportOf(const std::string& ending);
+    void requireOwnSettings();
 
     const SessionOptions& options;
     SessionResult& result;
@@ -82,6 +82,7 @@ private:
     bool prepared = false; ///< what lies in the folder is of this run
     std::filesystem::path settingsFile;
     bool settingsMade = false; ///< there was no such file before
+    std::string givenSettings; ///< the settings file before the receiver read it, which overwrites what it cannot use
     bool configured = false;   ///< the receiver was asked to configure the channel, and leaves files about it
     std::filesystem::path stem;
     std::filesystem::path logFile;

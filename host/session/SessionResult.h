@@ -24,12 +24,15 @@ struct SessionResult {
 
     bool calibrated = false;
     double calibrationSeconds = 0.0;
-    RunLog log;
+    bool givenValues = false;    ///< with given values, so that no frequency was measured
+    std::optional<double> hertz; ///< the trace clock that the receiver states, where it states one
+    RunLog log;                  ///< of the log or, where there is none, of the files
     std::vector<AttemptResult> attempts;
     std::optional<diagnostics::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
     std::vector<std::pair<std::string, std::string>> files; ///< what, where
     std::string doctorTakes; ///< what `orvtrace doctor` and `report` take for this run; empty before any calibration
+    std::vector<std::string> notes;    ///< what a user should know about these results
     std::vector<std::string> troubles; ///< diagnostic files that could not be read: "FILE:LINE: WHAT"
 };
 

@@ -44,6 +44,8 @@ std::string soakJson(const SoakResult& result) {
         out["dataRate"] = result.dataRate;
     for (const auto& [what, where] : result.files)
         out["files"][what] = where;
+    if (!result.notes.empty())
+        out["notes"] = result.notes;
     if (!result.troubles.empty())
         out["damaged"] = result.troubles;
     return jsonText(out);

@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "host/basics/Format.h"
+#include "host/platform/InterruptAnswer.h"
 #include "host/session/Recording.h"
 
 namespace host {
@@ -77,7 +78,10 @@ void SoakRun::playRound() {
     const bool full = end.state.find("buffer full") != std::string::npos;
     GeneratorCheck check(result.dataPins.value(),
                          receiver.attribute("drmXmtr") == "pti" ? Framing::Packets : Framing::Words);
-    readBack(receiver.channel(), silent, false, [&](std::span<const std::uint64_t> samples) { check.take(samples); });
+    const ReadBack back =
+        readBack(receiver.channel(), silent, [&](std::span<const std::uint64_t> samples) { check.take(samples); });
+    if (const auto fault = faultOf(end, back))
+        throw Failure(*fault);
     if (full)
         check.endOfFullBuffer();
     result.addRound(check);
@@ -87,6 +91,7 @@ void SoakRun::playRound() {
 }
 
 void SoakRun::run(const SoakLength& length) {
+    const InterruptAnswer answer("stopping after this round");
     session.checkInputs();
     session.prepare();
     session.open(line);

@@ -63,6 +63,35 @@ TEST_F(Interrupt, TheSecondEndsTheProgramAtOnceAndSaysSo) {
     std::this_thread::sleep_for(std::chrono::seconds(4));
 }
 
+TEST_F(Interrupt, IsAnsweredAtOnceWhileTheServerHangs) {
+    const auto scenario = space.write("hang.toml", "cpu = \"bench/app\"\n[[faults.at]]\ncommand = \"r\"\nnth = 2\n"
+                                                   "action = \"hang\"\n");
+    const Outcome run =
+        space.run({"record", "--scenario", scenario.string(), "--seconds", "0.1", "--out", space.file("run").string()},
+                  {}, [&](RunningProgram& running) {
+                      waitForPhase(space, "uploading");
+                      EXPECT_TRUE(running.interrupt());
+                      waitForPhase(space, "stopping");
+                      EXPECT_TRUE(running.interrupt());
+                  });
+    EXPECT_NE(run.code, 7) << "ended at once";
+}
+
+TEST_F(Interrupt, BeforeTheCalibrationThereIsNone) {
+    const auto scenario = space.write("late.toml", "cpu = \"bench/app\"\n[[faults.at]]\nnth = 1\naction = \"late\"\n"
+                                                   "seconds = 3.0\n");
+    const Outcome run =
+        space.run({"record", "--json", "--scenario", scenario.string(), "--out", space.file("run").string()}, {},
+                  [&](RunningProgram& running) {
+                      waitForPhase(space, "starting the data server");
+                      EXPECT_TRUE(running.interrupt());
+                  });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    EXPECT_EQ(run.json.at("error").at("text"), "interrupted before the calibration");
+    EXPECT_THAT(run.errors, testing::HasSubstr("orvtrace: stopping as soon as the data server has started; "));
+    EXPECT_THAT(run.errors, testing::Not(testing::HasSubstr("calibrating")));
+}
+
 TEST_F(Interrupt, EndsASeriesOfRecordings) {
     const Outcome run = space.run({"record", "--json", "--scenario", "stop-by-user", "--repeat", "9999", "--seconds",
                                    "0.1", "--out", space.file("run").string()},

@@ -8,65 +8,11 @@
 #include "host/basics/Crc32.h"
 #include "host/session/Receiver.h"
 #include "rcvr/framework/cZarnError.h"
+#include "tests/unit/host/ScriptedChannel.h"
 #include "tests/unit/host/TempFolder.h"
 
 namespace host {
 namespace {
-
-using Vx::Qrs::Trace::ChannelStatus;
-
-/// A channel whose states are a script: each status poll takes the next one, the last one stays.
-class ScriptedChannel : public Vx::Qrs::Trace::CChannelDriver {
-public:
-    static ChannelStatus recording() {
-        ChannelStatus status;
-        status.code = ChannelStatus::eBusy;
-        status.text = "Recording : 1.0 Mbits/second :   1% full";
-        status.stoppable = true;
-        return status;
-    }
-    static ChannelStatus ended(unsigned code, const std::string& text) {
-        ChannelStatus status;
-        status.code = code;
-        status.text = text;
-        return status;
-    }
-
-    std::vector<ChannelStatus> script; ///< while not stopped
-    std::vector<ChannelStatus> afterStop;
-    std::filesystem::path trigger; ///< a file that stops it too
-    std::vector<std::uint64_t> samples;
-    unsigned announced = 0;
-    unsigned stops = 0;
-    unsigned starts = 0;
-
-    void GetAttribute(const char*, Vx::Qrs::Trace::TraceAttribute*) override {}
-    void GetProgress(unsigned*, int*, std::string*) override {}
-    bool GetUserConfiguration(const char*) override { return false; }
-    void SetConfiguration(const char*) override {}
-    void StartRecording(bool) override { ++starts; }
-    void StopRecording() override { ++stops; }
-    void ResumeRecording() override {}
-    void SaveFile(std::string, unsigned) override {}
-    void LoadFile(const char*) override {}
-    void SeekReadTraceData(unsigned start, unsigned count, std::uint64_t* buffer, unsigned* numRead) override {
-        *numRead = 0;
-        while (start + *numRead < samples.size() && *numRead < count) {
-            buffer[*numRead] = samples[start + *numRead];
-            ++*numRead;
-        }
-    }
-    unsigned GetNumSamples() override { return announced; }
-    const char* CpuName() override { return "x"; }
-    void GetChannelStatus(ChannelStatus* out) override {
-        const bool stopped = stops > 0 || (!trigger.empty() && std::filesystem::exists(trigger));
-        std::vector<ChannelStatus>& states = stopped ? afterStop : script;
-        *out = states.front();
-        if (states.size() > 1)
-            states.erase(states.begin());
-    }
-    std::string NotImplementedText(unsigned, std::uint64_t) override { return {}; }
-};
 
 TEST(RunRecording, IsStoppedAfterItsSecondsAndWaitsForTheUpload) {
     ScriptedChannel channel;
@@ -121,6 +67,18 @@ TEST(RunRecording, AnErrorIsToldApart) {
     EXPECT_EQ(end.state, "Stopped by error : upload complete : orv receiver error 3");
 }
 
+TEST(RunRecording, AnErrorOfTheUploadIsAFailureInWhateverStateTheRecordingEnded) {
+    for (const unsigned code : {8U, 11U}) {
+        ScriptedChannel channel;
+        channel.script = {ScriptedChannel::recording(),
+                          ScriptedChannel::ended(code, "Stopped : upload complete : data server error (7) : a : b")};
+        ProgressLine line(ProgressStyle::Quiet);
+        const RecordingEnd end = runRecording(channel, RecordingPlan(), line);
+        EXPECT_TRUE(end.failed);
+        EXPECT_EQ(end.error, "data server error (7) : a : b");
+    }
+}
+
 TEST(ReadBackTest, EverySampleEntersTheChecksumInItsBytesOrder) {
     ScriptedChannel channel;
     std::uint64_t first = 0;
@@ -130,21 +88,38 @@ TEST(ReadBackTest, EverySampleEntersTheChecksumInItsBytesOrder) {
     ProgressLine line(ProgressStyle::Quiet);
     std::uint32_t checksum = 0;
     const auto add = [&](std::span<const std::uint64_t> samples) { checksum = crc32(checksum, samples); };
-    EXPECT_EQ(readBack(channel, line, false, add), 20000U);
+    const ReadBack back = readBack(channel, line, add);
+    EXPECT_EQ(back.samples, 20000U);
+    EXPECT_TRUE(back.whole());
     std::uint32_t expected = 0;
     for (int i = 0; i < 20000; ++i)
         expected = crc32(expected, reinterpret_cast<const unsigned char*>("12345678"), 8);
     EXPECT_EQ(checksum, expected);
 }
 
-TEST(ReadBackTest, MissingSamplesAreAnErrorUnlessTheRecordingFailed) {
+TEST(ReadBackTest, GoesAsFarAsSamplesCame) {
     ScriptedChannel channel;
     channel.samples.assign(10, 1);
     channel.announced = 11;
     ProgressLine line(ProgressStyle::Quiet);
-    const auto ignore = [](std::span<const std::uint64_t>) {};
-    EXPECT_THROW(readBack(channel, line, false, ignore), Failure);
-    EXPECT_EQ(readBack(channel, line, true, ignore), 10U);
+    const ReadBack back = readBack(channel, line, [](std::span<const std::uint64_t>) {});
+    EXPECT_EQ(back.samples, 10U);
+    EXPECT_EQ(back.announced, 11U);
+    EXPECT_FALSE(back.whole());
+}
+
+TEST(RecordingFault, MissingSamplesPointAtTheDiskOnlyWithoutAnError) {
+    const RecordingEnd good{"Stopped by user : upload complete", "", false, 1.0};
+    EXPECT_FALSE(faultOf(good, {10, 10}));
+    const auto disk = faultOf(good, {11, 10});
+    ASSERT_TRUE(disk);
+    EXPECT_STREQ(disk->what(), "the receiver announces 11 samples but its file holds only 10; is the disk full?");
+    const RecordingEnd bad{"Stopped by user : upload complete : data server error (7)", "data server error (7)", true,
+                           1.0};
+    EXPECT_STREQ(faultOf(bad, {11, 10})->what(), "data server error (7); the 10 samples that came are kept");
+    EXPECT_STREQ(faultOf(bad, {10, 10})->what(), "data server error (7); the 10 samples that came are kept");
+    EXPECT_STREQ(faultOf(bad, {10, 0})->what(), "data server error (7); no samples came");
+    EXPECT_EQ(faultOf(bad, {10, 0})->code, ExitCode::RecordingError);
 }
 
 TEST(Crc32, HasItsWellKnownCheckValue) {

@@ -96,6 +96,7 @@ TEST(ResultText, GivenValuesWithoutAnAttemptAreTold) {
 TEST(ResultText, WithoutAMeasuredFrequencyThereIsNoDataRate) {
     RecordResult result = sample();
     result.log.frequencies.clear();
+    result.givenValues = true;
     result.calibration->rates = {};
     result.calibration->dataRate = "0.00 ybits/second";
     EXPECT_THAT(resultText(result), HasSubstr("calibrated with fixed values, no frequency was measured, in "));
@@ -109,6 +110,31 @@ TEST(ResultText, BelowTheSlowestAnalysedClockTheLegendSaysThatNothingIsMeasured)
     EXPECT_THAT(resultText(result),
                 HasSubstr("Below 10.1 MHz nothing is measured: the unit keeps its default settings"));
     EXPECT_THAT(resultText(result), Not(HasSubstr("Lengths are in samples")));
+}
+
+TEST(ResultText, WithoutALogAFrequencyIsNotCalledUnmeasured) {
+    RecordResult result = sample();
+    result.log = {};
+    result.attempts.clear();
+    result.hertz = 5e7;
+    EXPECT_THAT(resultText(result), HasSubstr("calibrated at 50 MHz, its setting is not known, data rate"));
+    const auto calibration = nlohmann::json::parse(resultJson(result)).at("calibration");
+    EXPECT_EQ(calibration.at("hertz"), 5e7);
+    EXPECT_TRUE(calibration.at("setting").is_null());
+    result.hertz.reset();
+    EXPECT_THAT(resultText(result), HasSubstr("calibrated, at which frequency is not known, data rate"));
+    EXPECT_TRUE(nlohmann::json::parse(resultJson(result)).at("calibration").at("hertz").is_null());
+}
+
+TEST(ResultText, NamesOfOthersCannotBreakALineOrReachTheTerminal) {
+    RecordResult result = sample();
+    result.cpu = "bench/\x1b[31mapp\nrecorded";
+    result.recordings.front().state = "Stopped\nby";
+    result.files.emplace_back("bench", "/tmp/a\nb");
+    const std::string text = resultText(result);
+    EXPECT_THAT(text, HasSubstr("cpu bench/?[31mapp?recorded\n"));
+    EXPECT_THAT(text, HasSubstr("Stopped?by"));
+    EXPECT_THAT(text, HasSubstr("/tmp/a?b\n"));
 }
 
 TEST(ResultText, TheOnlySettingHasNoRange) {
