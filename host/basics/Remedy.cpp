@@ -34,7 +34,7 @@ constexpr std::array entries{
     Entry{ExitCode::CalibrationRefused, "This device is not supported", unknownCpu},
     Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins tells which pins this device has"},
     Entry{ExitCode::CalibrationRefused, "", doctorTells},
-    Entry{ExitCode::RecordingError, "is the disk full?", ""},
+    Entry{ExitCode::RecordingError, "samples but its file holds only", ""},
     Entry{ExitCode::RecordingError, "", "the log in the run's folder tells more"},
 };
 

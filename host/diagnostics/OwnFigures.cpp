@@ -13,7 +13,7 @@ namespace {
 /// Reasons that come after the margins were measured.
 constexpr std::array<std::string_view, 5> lateReasons{
     "clock margin too low", "failed calibration pattern test", "failed side-band verification",
-    "timeout during calibration verification", "pattern verification not supported"};
+    "timeout during calibration verification", "automatic lfsr pattern verification not supported"};
 
 /// Reasons that come before.
 constexpr std::array<std::string_view, 2> earlyReasons{"unable to detect sampling position", "invalid "};
