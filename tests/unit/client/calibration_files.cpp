@@ -189,6 +189,9 @@ TEST_F(DiagnosticFiles, ThatCannotBeWrittenCompletelyFail) {
     expectFailure([&] { inside().logOvs(inside().cal()); }, eFILE, stem + ".cap.txt");
     expectFailure([&] { inside().logRegs(); }, eFILE, stem + ".reg.txt");
     expectFailure([&] { inside().logCal(inside().metrics(), inside().cal()); }, eFAIL, "logging metrics");
+    std::filesystem::create_symlink("/dev/full", stem + ".cache");
+    channel->setProperty("calMode", "manual"); // which deletes the other three first
+    expectFailure([&] { channel->calibrate(); }, eFILE, stem + ".cache");
 }
 
 TEST_F(DiagnosticFiles, AreDeletedForEveryStemInUseButForTheLastOnes) {

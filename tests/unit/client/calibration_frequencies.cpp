@@ -229,7 +229,9 @@ TEST_F(CalibrationTest, TheScanTakesAnyExceptionAsItsEnd) {
     rate(12e6);
     EXPECT_CALL(transmitter, program(_, 0u));
     EXPECT_CALL(transmitter, program(_, 1u)).WillOnce([](const char*, std::uint32_t) { throw 7; });
+    const LogCapture log;
     inside().findAllFrequencySettings(inside().metrics(), inside().cal());
+    EXPECT_THAT(log.steps(), testing::Contains("exception programming transmitter to frequency setting 1"));
     EXPECT_EQ(inside().clocking().frequencies.size(), 1U);
 }
 

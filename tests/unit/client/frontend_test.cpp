@@ -78,7 +78,9 @@ TEST_F(FrontEndTest, ReachesTheServerAtItsPortAndAddressesNothing) {
 TEST_F(FrontEndTest, GivesBackTheClientEvenIfTheServerIsGone) {
     RegisterModel other;
     other.failNext(Call::Disconnect, "disconnected from server");
+    const LogCapture log;
     { FrontEnd_1 made(modelFactory(other), waits); }
+    EXPECT_THAT(log.errorSteps(), ElementsAre("failed to disconnect from orv : disconnected from server"));
     EXPECT_THAT(other.log(), ElementsAre("create 55760", "disconnect", "destroy"));
 }
 

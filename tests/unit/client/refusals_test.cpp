@@ -5,6 +5,7 @@
 #include "tests/unit/client/transmitter_library_mock.h"
 
 #include <functional>
+#include <memory>
 #include <string>
 
 // What follows when memory or a thread is refused.
@@ -87,6 +88,13 @@ TEST_F(RefusalsTest, TransmitterThatCannotBeAllocatedIsAnAllocationFailure) {
                   2u)
             << name;
         destroyTransmitter(made);
+    }
+}
+
+TEST_F(RefusalsTest, APatternThatCannotBeAllocatedIsAnAllocationFailure) {
+    for (const char* name : {"f0", "ramp", "walk", "lfsr"}) {
+        std::unique_ptr<Pattern> made;
+        EXPECT_EQ(refuseEach([&] { made.reset(createPattern(name, 4)); }, eALLOC, "", [] {}), 1u) << name;
     }
 }
 
