@@ -159,12 +159,14 @@ TEST_F(PatternFileTest, AFileThatIsCutOffMeanwhileFailsAtThePacketThatIsMissing)
         explicit Cutter(std::string file) : path(std::move(file)) {}
         double onesRatio() override { return 0.5; }
         bool check(std::uint16_t, std::uint16_t, bool&) override {
-            std::filesystem::resize_file(path, 512);
+            if (!std::exchange(cut, true))
+                std::filesystem::resize_file(path, 512);
             return false;
         }
 
     private:
         std::string path;
+        bool cut = false;
     };
     writeBytes(path, bytesOf(std::vector<Packet>(2100, packetOf({}))));
     Cutter cutter(path);
