@@ -72,7 +72,8 @@ void OrvEcomProxy::dropLateChecksum() {
     }
 }
 
-// A text that finds no memory must not be missing: its reply would count as a good one.
+// A text that finds no memory is an exception of its own: by default the stream would cut it, and swallow the texts of
+// all later replies, which would then count as good ones.
 void OrvEcomProxy::clearNotes() {
     errorText.clear();
     errorText.exceptions(std::ios_base::badbit);

@@ -63,10 +63,8 @@ StartedProcesses& startedProcesses() {
 
 bool uEnvironment::processHasEnded(std::uint32_t processId) noexcept {
     const StartedProcesses::State state = startedProcesses().state(processId);
-    if (processId == 0 || state != StartedProcesses::State::stranger) {
-        return state != StartedProcesses::State::running;
-    }
-    return strangerHasEnded(processId);
+    return state == StartedProcesses::State::stranger ? strangerHasEnded(processId)
+                                                      : state == StartedProcesses::State::ended;
 }
 
 bool uEnvironment::terminateProcess(std::uint32_t processId) noexcept {

@@ -17,7 +17,7 @@ struct StartedProcess {
 // whether it has ended. If so, its remains are collected and its handle is closed: the platform may give the id away.
 bool collectProcess(const StartedProcess& process) noexcept;
 bool killProcess(const StartedProcess& process) noexcept;
-// For any other, known by its id only; not 0:
+// For any other, known by its id only. One of id 0 has ended, and only the first is asked about it:
 bool strangerHasEnded(std::uint32_t id) noexcept;
 bool killStranger(std::uint32_t id) noexcept;
 

@@ -11,6 +11,9 @@
 
 #include <atomic>
 #include <new>
+#include <string>
+#include <utility>
+#include <vector>
 
 using test_support::LogCapture;
 using VX_QRS::ORV::OrvEcomProxy;
@@ -155,24 +158,28 @@ TEST(MemoryShortage, AReplyForWhichTheBufferCannotGrowIsWaitedForWithOneLinePerR
     script->verify();
 }
 
-TEST(MemoryShortage, AReplyThatReportsAFailureIsNotTakenForAGoodOne) {
-    for (const char* answer : {"$E#00", "$err#00", "$erra text of more than fifteen bytes#00", "hello#00"}) {
+TEST(MemoryShortage, AFailureOfAReplyIsNeitherCutNorDoesItSilenceLaterOnes) {
+    const std::vector<std::pair<const char*, const char*>> answers{
+        {"$E#00", "internal rsp error"},
+        {"$err#00", "internal rsp exception"},
+        {"$erra text of more than fifteen bytes#00", "a text of more than fifteen bytes"},
+        {"hello#00", "invalid rsp response"}};
+    for (const auto& [answer, text] : answers) {
         const auto script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(frames::reply(frames::word(1)));
         OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);
         script->expect("$s#00").give(answer);
-        bool failed = false;
-        {
-            const MemoryEnds end(0);
-            try {
-                proxy.start();
-            } catch (const std::exception&) {
-                failed = true;
-            }
+        std::string failure;
+        try {
+            const MemoryEnds end(0, false);
+            proxy.start();
+        } catch (const std::exception& e) {
+            failure = e.what();
         }
-        EXPECT_TRUE(failed) << answer;
+        EXPECT_TRUE(MemoryEnds::hasRefused());
+        EXPECT_TRUE(failure == text || failure == std::bad_alloc().what()) << failure;
         script->expect("$S#00");
-        EXPECT_NE(failureText([&] { proxy.stop(); }), "");
+        EXPECT_EQ(failureText([&] { proxy.stop(); }), "invalid rsp response");
     }
 }
 

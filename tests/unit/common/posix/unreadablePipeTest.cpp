@@ -2,6 +2,7 @@
 // C library's.
 #include "common/source/source_utilities/startedProcesses.h"
 #include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uStopwatch.h"
 
 #include <gtest/gtest.h>
 
@@ -39,7 +40,9 @@ bool hasNoChild() {
 TEST(UnreadablePipe, ThatCannotBeReadEndsTheChildWhateverItDoes) {
     ASSERT_TRUE(hasNoChild());
     nextError = EIO;
+    const uStopwatch watch;
     EXPECT_EQ(uEnvironment::startProcess("sleep", "60", uEnvironment::detachedMode), 0U);
+    EXPECT_LT(watch.elapsed(), 50.0) << "its own end was waited for";
     EXPECT_TRUE(hasNoChild());
 }
 
