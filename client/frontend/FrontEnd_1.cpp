@@ -87,6 +87,8 @@ FrontEnd_1::~FrontEnd_1() {
     } catch (const std::exception& e) {
         // A server that is gone has nothing to disconnect; the rest has to be freed all the same.
         logStepError(here(), "failed to disconnect from orv : %s", e.what());
+    } catch (...) {
+        logStepError(here(), "failed to disconnect from orv : %s", "unknown exception");
     }
     clientFactory.destroy(dataClient);
     destroyPropertyParser(parser);

@@ -47,8 +47,7 @@ inline constexpr std::uint32_t bufferBlockC = 0x0800100C;
 inline constexpr std::uint32_t bufferBlock10 = 0x08001010;
 inline constexpr std::uint32_t bufferBlock12 = 0x08001012;
 inline constexpr std::uint32_t bufferBlock14 = 0x08001014;
-inline constexpr std::uint32_t bufferBlock80 = 0x08001080;
-inline constexpr std::uint32_t bufferBlock82 = 0x08001082;
+inline constexpr std::uint32_t bufferBlock80 = 0x08001080; // two registers
 inline constexpr std::uint32_t bufferBlock84 = 0x08001084; // three registers
 
 // Per channel.

@@ -264,7 +264,7 @@ void FrontEndChannel_1::signalStop(std::int32_t requested, const char* text) {
             recordError(text);
         if (control.state == Recording && (requested == Failed || requested == Idle || requested == Stopped))
             control.state = requested;
-    } catch (const std::exception&) {
+    } catch (...) {
         // Whoever reports the end of a recording has nobody to tell of a failure to do so.
     }
 }

@@ -211,6 +211,8 @@ FrontEndChannel_1::~FrontEndChannel_1() {
     } catch (const std::exception& e) {
         // The stream of a server that is gone; nothing is left to be closed.
         logStepError(here(), "failed to close channel : %s", e.what());
+    } catch (...) {
+        logStepError(here(), "failed to close channel : %s", "unknown exception");
     }
     thread.reset();
     mutex.reset();

@@ -5,6 +5,8 @@
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
 
+#include <new>
+
 namespace VX_QRS {
 
 namespace {
@@ -37,7 +39,11 @@ uDll::uDll(const char* libraryName, std::int32_t loadMode)
 }
 
 uDll::~uDll() {
-    Unload();
+    try {
+        Unload();
+    } catch (const std::bad_alloc&) {
+        // The library is unloaded or stays loaded; only the text of the failure is lost.
+    }
 }
 
 bool uDll::FindAndLoad(const char* libraryName, std::int32_t loadMode) {
