@@ -105,7 +105,6 @@ function(orv_test name)
   # Compiling a test takes longer than running it; half the optimisation is much less than half of the time.
   target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   target_compile_options(${name} PRIVATE ${ORV_TEST_WARNINGS})
-  target_precompile_headers(${name} REUSE_FROM orv_test_headers)
   set(properties TIMEOUT ${ARG_TIMEOUT})
   if(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
