@@ -20,6 +20,7 @@ class FakeServer : public VX_QRS::ORV::ProcessAccess {
 public:
     bool answers = true;
     bool drips = false; ///< sends bytes that are no reply all the time
+    std::uint32_t version = 1;
     std::uint32_t answerAfterMs = 0;
     std::uint32_t startedId = 4711; ///< id that a start returns
     std::atomic<int> running{0};
@@ -70,7 +71,7 @@ private:
         const std::string request = peer.read(5);
         VX_QRS::uThread::sleep(answerAfterMs);
         if (answers && request == "$v#00")
-            peer.write(frames::reply(frames::word(1)));
+            peer.write(frames::reply(frames::word(version)));
         else if (answers && request == "$s#00")
             peer.write(frames::reply());
     }

@@ -72,6 +72,10 @@ public:
 } // namespace
 
 extern "C" {
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+    return count * size > largestBlock ? nullptr : __real_calloc(count, size);
+}
 void* __real_realloc(void* block, std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size) {
     return size > largestBlock ? nullptr : __real_realloc(block, size);
@@ -130,6 +134,18 @@ TEST(MemoryShortage, AClientWhoseServerHasDiedIsDestroyedWithoutMemory) {
     ASSERT_TRUE(server.allEnded());
     const MemoryEnds end(0);
     proxy.reset();
+}
+
+TEST(MemoryShortage, TheBuffersHaveAChunkAndAByteFromTheFirstAndKeepThatSize) {
+    PaperSleep processes;
+    processes.begin();
+    const LargestBlock small(66); // and one more for the closing NUL
+    OrvEcomProxy started(processes, processes.port(), 64);
+    started.start();
+    const auto script = std::make_shared<LinkScript>();
+    script->expect("$v#00").give(frames::reply(frames::word(1)));
+    const OrvEcomProxy connected(std::make_unique<ScriptedLink>(script), 64, processes);
+    EXPECT_EQ(processes.sleeps, std::vector<std::uint32_t>{100}) << "only the wait for the process";
 }
 
 TEST(MemoryShortage, AReplyForWhichTheBufferCannotGrowIsWaitedForWithOneLinePerRequest) {

@@ -72,3 +72,9 @@ TEST_F(VersionWait, OnceTheVersionIsKnownTheEndOfTheProcessEndsNoWait) {
     server.answerAfterMs = 2300;
     EXPECT_EQ(failureText([this] { proxy->start(); }), "");
 }
+
+TEST_F(VersionWait, AnotherVersionTerminatesTheProcessOnce) {
+    server.version = 2;
+    EXPECT_EQ(construct(), "ecom version mismatch");
+    EXPECT_EQ(server.running, 0);
+}
