@@ -74,7 +74,10 @@ public:
 extern "C" {
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    return count * size > largestBlock ? nullptr : __real_calloc(count, size);
+    // The runtime makes tables for new threads with this one, so that only a block of a buffer's reservation is refused.
+    constexpr std::size_t reservation = 0x100000;
+    const bool isLimited = largestBlock < reservation;
+    return isLimited && count * size >= reservation ? nullptr : __real_calloc(count, size);
 }
 void* __real_realloc(void* block, std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size) {
