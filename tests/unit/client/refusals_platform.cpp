@@ -109,6 +109,9 @@ bool uMutex::lock() {
     ++depth;
     return true;
 }
+std::int32_t uMutex::levels() const {
+    return owner == std::this_thread::get_id() ? depth : 0;
+}
 bool uMutex::unlock() {
     if (owner != std::this_thread::get_id() || depth < 1)
         return false;
