@@ -15,8 +15,9 @@ std::uint32_t wholeMilliseconds(double seconds) {
     return seconds > 0 ? static_cast<std::uint32_t>(std::min(seconds * 1000.0, longest)) : 0;
 }
 
-// A stop is seen after one slice at the latest, however long the interval.
-constexpr std::uint32_t sliceMilliseconds = 10;
+// A longer sleep is cut into slices, so that a stop need not wait for its end.
+constexpr std::uint32_t longestWholeSleep = 100; // milliseconds
+constexpr std::uint32_t slice = 20;              // milliseconds
 
 } // namespace
 
@@ -95,14 +96,18 @@ void uTimer::run() {
     }
 }
 
-// Slices oversleep, each by up to a tick of the system's clock: the stopwatch ends the interval in time. Where there is
-// no counter for it, the slices add up by themselves.
+// Each slice may last up to a tick of the system's clock longer, so a stopwatch ends the whole in time; without a counter
+// the slices add up by themselves.
 void uTimer::sleepUnlessStopped(std::uint32_t milliseconds) const {
-    for (std::uint32_t slept = 0; slept < milliseconds && !stopFlag; slept += sliceMilliseconds) {
-        const std::uint32_t passed = std::max(slept, wholeMilliseconds(stopwatch.elapsed()));
-        if (passed >= milliseconds)
-            return;
-        uThread::sleep(std::min(sliceMilliseconds, milliseconds - passed));
+    if (milliseconds <= longestWholeSleep) {
+        uThread::sleep(milliseconds);
+        return;
+    }
+    const uStopwatch watch;
+    for (std::uint64_t passed = 0; passed < milliseconds && !stopFlag;) {
+        const auto pause = static_cast<std::uint32_t>(std::min<std::uint64_t>(slice, milliseconds - passed));
+        uThread::sleep(pause);
+        passed = std::max<std::uint64_t>(passed + pause, wholeMilliseconds(watch.elapsed()));
     }
 }
 

@@ -54,7 +54,7 @@ public:
     // True when the thread was started; false when the timer is running already.
     virtual bool start();
 
-    // Ends the thread and forgets the entries. Blocks for some milliseconds and one round of callables.
+    // Ends the thread and forgets the entries. Blocks for up to a tenth of a second and one round of callables.
     virtual void stop();
 
     // Waits, without a limit, for the timer to end by itself.

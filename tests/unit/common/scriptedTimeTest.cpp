@@ -196,15 +196,38 @@ TEST_F(ScriptedTimer, RoundFollowsTheLastFiringAndEndsTheTimer) {
 }
 
 TEST_F(ScriptedTimer, IntervalIsCutToWholeMilliseconds) {
-    for (const auto& [seconds, milliseconds] :
-         {std::pair{0.0299, 29U}, std::pair{0.0009, 0U}, std::pair{2.0, 2000U}, std::pair{0.0, 0U}, std::pair{-1.0, 0U},
-          std::pair{1e12, 0xFFFFFFFEU}}) {
+    for (const auto& [seconds, milliseconds] : {std::pair{0.0299, 29U}, std::pair{0.0009, 0U}, std::pair{0.1, 100U},
+                                                std::pair{0.0, 0U}, std::pair{-1.0, 0U}}) {
         platform().sleeps.clear();
         uTimer timer;
         timer.setPollingInterval(seconds);
         ASSERT_TRUE(timer.start());
         EXPECT_EQ(platform().sleeps, std::vector<std::uint32_t>{milliseconds});
     }
+}
+
+TEST_F(ScriptedTimer, LongIntervalIsSleptInSlicesThatMakeUpTheWhole) {
+    platform().hasCounter = false;
+    uTimer timer;
+    timer.setPollingInterval(0.25);
+    ASSERT_TRUE(timer.start());
+    EXPECT_EQ(platform().sleeps, (std::vector<std::uint32_t>{20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 20, 10}));
+}
+
+TEST_F(ScriptedTimer, SlicesThatLastLongerEndTheIntervalInTime) {
+    platform().counterStep = 90; // milliseconds, at each look
+    uTimer timer;
+    timer.setPollingInterval(0.25);
+    ASSERT_TRUE(timer.start());
+    EXPECT_EQ(platform().sleeps, (std::vector<std::uint32_t>{20, 20, 20}));
+}
+
+TEST_F(ScriptedTimer, IntervalBeyondWhatCanBeSleptIsTheLongestThatCan) {
+    platform().counterStep = 1000LL * 0xFFFFFFFF;
+    uTimer timer;
+    timer.setPollingInterval(1e12);
+    ASSERT_TRUE(timer.start());
+    EXPECT_EQ(platform().sleeps, std::vector<std::uint32_t>{20});
 }
 
 TEST_F(ScriptedTimer, WithoutMemoryForItsThreadThereIsNoTimer) {
