@@ -14,12 +14,16 @@ bool showsCommands(const std::string& line) {
     return std::regex_match(line, command);
 }
 
+bool isComment(const std::string& line) {
+    return line.starts_with("# ");
+}
+
 ShellBlock blockOf(unsigned line, const std::vector<std::string>& lines) {
     ShellBlock block{line, {}};
     const bool withOutput = std::any_of(lines.begin(), lines.end(), [](const auto& l) { return l.starts_with("$ "); });
     bool continued = false;
     for (const std::string& text : lines) {
-        if (withOutput && !text.starts_with("$ "))
+        if (isComment(text) || (withOutput && !text.starts_with("$ ")))
             continue;
         std::string command = withOutput ? text.substr(2) : text;
         const bool continues = command.ends_with('\\');
@@ -44,7 +48,8 @@ std::vector<ShellBlock> shellBlocksOf(const std::string& document) {
     std::vector<std::string> lines;
     unsigned number = 0;
     const auto end = [&] {
-        if (!lines.empty() && showsCommands(lines.front()))
+        const auto first = std::find_if_not(lines.begin(), lines.end(), isComment);
+        if (first != lines.end() && showsCommands(*first))
             blocks.push_back(blockOf(number - static_cast<unsigned>(lines.size()), lines));
         lines.clear();
     };
