@@ -271,8 +271,9 @@ TEST_F(EntryPoints, ASecondCreateAndARefusedDestroyAreLogged) {
     };
     const auto expectTwoLines = [](const std::vector<std::string>& lines, const char* function, const char* count) {
         ASSERT_EQ(lines.size(), 2U) << function;
-        EXPECT_THAT(lines[0], testing::MatchesRegex("  F .*OrvRcvr_Receiver #[0-9]+  " + std::string(function) +
-                                                    "\\(\\.\\.\\.\\)"));
+        EXPECT_THAT(lines[0], testing::StartsWith("  F "));
+        EXPECT_THAT(lines[0], testing::HasSubstr("OrvRcvr_Receiver #"));
+        EXPECT_THAT(lines[0], testing::EndsWith("  " + std::string(function) + "(...)"));
         EXPECT_THAT(lines[1], testing::EndsWith(std::string("| on entry g_refCnt=") + count));
     };
     expectTwoLines(linesOf([] { CreateRcvr(); }), "CreateRcvr", "1");
