@@ -62,9 +62,12 @@ protected:
             {std::regex("PATH=.*"), "PATH=<path>"},
             {std::regex("Working Directory is: .*"), "Working Directory is: <folder>"},
             {std::regex("pid=[0-9]+"), "pid=<pid>"},
-            // The unit's samples begin at any place of the signal.
+            // The unit's samples begin at any place of the signal, which can shift what is measured by a sample.
             {std::regex("edge : [0-9]+ data edges between clock edges, [0-9]+ near one"),
              "edge : <n> data edges between clock edges, <n> near one"},
+            {std::regex("(stretches|delays)=[-0-9]+(,[-0-9]+){4}$"), "$1=<n>,<n>,<n>,<n>,<n>"},
+            {std::regex("delay=[0-9]+, stretch=-?[0-9]+"), "delay=<n>, stretch=<n>"},
+            {std::regex("margin=-[0-9]+,\\+[0-9]+"), "margin=-<n>,+<n>"},
             {std::regex("correlation peak=[0-9.]+ at lag ([-0-9]+), at zero=[0-9.]+"),
              "correlation peak=<c> at lag $1, at zero=<c>"},
             {std::regex("port=[0-9]+"), "port=<port>"},
