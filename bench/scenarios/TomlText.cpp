@@ -1,5 +1,6 @@
 #include "bench/scenarios/TomlText.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -54,12 +55,18 @@ public:
 private:
     std::string inString();
     std::string afterBackslash(bool severalLines);
-    void open();
+    std::string outside();
+    bool stringMayBegin() const;
+    void note(char structural);
     void step(std::size_t bytes);
     bool take(std::string_view expected);
 
     std::string_view rest;
-    std::string end; // of the string or comment, empty outside
+    std::string end;      // of the string or comment, empty outside
+    char previous = '\n'; // outside of both, blanks left out
+    unsigned depth = 0;   // of brackets
+    bool inHeader = false;
+    bool inValue = false; // on this line, outside of brackets
 };
 
 std::string Scanner::run() {
@@ -74,27 +81,62 @@ std::string Scanner::run() {
                 return fault;
         } else if (size > 1) {
             return "a character beyond ASCII must be in quotation marks or in a comment";
-        } else {
-            open();
+        } else if (std::string fault = outside(); !fault.empty()) {
+            return fault;
         }
     }
     return {};
 }
 
-void Scanner::open() {
+/// Anywhere else the parser reads on in what it has begun, such as a number: what follows is no string to it.
+bool Scanner::stringMayBegin() const {
+    constexpr std::string_view beforeStrings = "\n=,[{";
+    const bool dottedKey = previous == '.' && (inHeader || (depth == 0 && !inValue));
+    return dottedKey || beforeStrings.find(previous) != std::string_view::npos;
+}
+
+std::string Scanner::outside() {
     for (const std::string_view mark : {"\"\"\"", "'''", "\"", "'"}) {
-        if (take(mark)) {
-            end = mark;
-            return;
-        }
+        if (!rest.starts_with(mark))
+            continue;
+        if (!stringMayBegin())
+            return "a string must not begin here";
+        take(mark);
+        end = mark;
+        previous = mark.front();
+        return {};
     }
-    if (rest.front() == '#')
+    const char character = rest.front();
+    if (character == '#')
         end = "\n";
+    else if (character == '\n' || blanks.find(character) == std::string_view::npos)
+        note(character);
     step(1);
+    return {};
+}
+
+void Scanner::note(char structural) {
+    if (structural == '[' && depth == 0 && previous == '\n')
+        inHeader = true;
+    if (structural == '[' || structural == '{')
+        ++depth;
+    else if ((structural == ']' || structural == '}') && depth > 0)
+        --depth;
+    else if (structural == '=')
+        inValue = true;
+    if (structural == '\n' && inHeader)
+        depth = 0;
+    if (structural == '\n' && depth == 0)
+        inHeader = inValue = false;
+    previous = structural;
 }
 
 std::string Scanner::inString() {
     const bool severalLines = end.size() == 3;
+    if (rest.front() == '\n' && !severalLines) {
+        end.clear(); // of a comment; the parser will refuse a string
+        return {};
+    }
     if (take(end)) {
         // A string of several lines may end in up to two marks of its own.
         for (int more = 0; severalLines && more < 2; ++more)
@@ -106,8 +148,6 @@ std::string Scanner::inString() {
         step(1);
         return afterBackslash(severalLines);
     }
-    if (rest.front() == '\n' && !severalLines)
-        end.clear(); // the parser will refuse it
     step(characterSize(rest));
     return {};
 }
@@ -145,6 +185,9 @@ bool Scanner::take(std::string_view expected) {
 } // namespace
 
 std::string tomlTextFault(std::string_view text, const std::string& file) {
+    // The parser is sound where all is ASCII, and its messages are better.
+    if (std::all_of(text.begin(), text.end(), isAscii))
+        return {};
     Scanner scanner(text);
     const std::string fault = scanner.run();
     if (fault.empty())

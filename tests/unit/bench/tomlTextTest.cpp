@@ -40,6 +40,24 @@ TEST(TomlText, OutsideOfThemNone) {
     EXPECT_EQ(fault("a = 1\n\xEF\xBB\xBF"), "f:2:1: " + outside);
 }
 
+TEST(TomlText, NoneFollowsAQuotationMarkThatBeginsNoString) {
+    const std::string here = "a string must not begin here";
+    EXPECT_EQ(fault("a = 2\"ä\"\n"), "f:1:6: " + here) << "a number to the parser";
+    EXPECT_EQ(fault("a = 1.\"ä\"\n"), "f:1:7: " + here);
+    EXPECT_EQ(fault("a = [\n1.'ä']\n"), "f:2:3: " + here);
+    EXPECT_EQ(fault("a = [[\n[1.'ä']]]\n"), "f:2:4: " + here);
+    EXPECT_EQ(fault("a = true'ä'\n"), "f:1:9: " + here);
+    EXPECT_EQ(fault("[b'ä']\n"), "f:1:3: " + here);
+    EXPECT_EQ(fault("a = 'b' 'ä'\n"), "f:1:9: " + here);
+}
+
+TEST(TomlText, StringsMayBeginWhereKeysAndValuesDo) {
+    for (const std::string text : {"a.'ä' = 1\n", "1.'ä'.\"ä\" = 'ä'\n", "[b.'ä']\n'c' = 'ä'\n", "[[b . 'ä']]\n",
+                                   "a = ['ä', \"ä\"\n, 'ä']\nb.'ä' = 1\n", "a = {'ä' = 'ä', b = 'ä'}\nc.'ä' = {}\n",
+                                   "a = 1\nb.'ä' = 2\n", "a = 1 # c\n'ä' = 2\n# d\nb.'ä' = 3\n", "[b]\r\nc = 'ä'\r\n"})
+        EXPECT_EQ(fault(text), "") << text;
+}
+
 TEST(TomlText, NoneComesRightAfterABackslash) {
     EXPECT_EQ(fault("a = \"\"\"\\ä\"\"\"\n"), "f:1:9: " + afterBackslash);
     EXPECT_EQ(fault("a = \"\"\"b\\\n \n\tä\"\"\"\n"), "f:3:2: " + afterBackslash);
