@@ -32,13 +32,15 @@ protected:
     }
     bool holds(char fill) { return readText(binPath()) == text(fill); }
 
-    /// Leaves a stopped recording whose thread is uploading.
+    /// Leaves a stopped recording whose thread is uploading and has a block in its file.
     void leaveUploading() {
-        model.setRecorded(std::vector<std::uint8_t>(endless, 'x'));
+        std::vector<std::uint8_t> recorded = block('x');
+        recorded.resize(recorded.size() + endless, 'x');
+        model.setRecorded(recorded);
         model.clearLog();
         channel->start(false);
         channel->stop();
-        while (model.count(Call::Request) == 0)
+        while (model.count(Call::Request) < 2)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
 

@@ -146,9 +146,11 @@ TEST_F(RefusalsTest, ErrorThatLacksMemoryForItsTextEndsTheRecordingAllTheSame) {
 
 TEST_F(RefusalsTest, ThreadThatDoesNotStartFailsTheRecordingAndNobodyWaitsForIt) {
     openCalibrated();
+    writeText(binPath(), "an earlier recording");
     letThreadsStart(false);
     channel->start(false);
     letThreadsStart(true);
+    EXPECT_EQ(readText(binPath()), "") << "emptied before any thread runs";
     EXPECT_EQ(state(), Failed);
     EXPECT_STREQ(status().errorText, "failed to start collection thread");
     EXPECT_FALSE(status().threadDone) << "there never was one";
