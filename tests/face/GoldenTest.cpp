@@ -1,6 +1,7 @@
 #include "Host.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -12,6 +13,28 @@ namespace {
 
 using namespace face;
 namespace fs = std::filesystem;
+
+// The unit's samples begin at any place of the signal, so that what is measured in samples can differ by one.
+bool sameWithinASample(const std::string& is, const std::string& ought) {
+    static const std::regex measured("(stretches|delays|delay|stretch|margin)=[-+0-9,]*[0-9]");
+    static const std::regex number("-?[0-9]+");
+    const auto fields = [](const std::string& line) {
+        std::vector<int> values;
+        for (std::sregex_iterator field(line.begin(), line.end(), measured), end; field != end; ++field) {
+            const std::string text = field->str();
+            for (std::sregex_iterator one(text.begin(), text.end(), number); one != end; ++one)
+                values.push_back(std::stoi(one->str()));
+        }
+        return values;
+    };
+    const std::string blank = "$1=";
+    if (std::regex_replace(is, measured, blank) != std::regex_replace(ought, measured, blank))
+        return false;
+    const std::vector<int> left = fields(is);
+    const std::vector<int> right = fields(ought);
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](int a, int b) { return std::abs(a - b) <= 1; });
+}
 
 void compare(const std::string& name, const std::string& text) {
     const fs::path golden = fs::path(FACE_GOLDEN_FOLDER) / name;
@@ -27,9 +50,13 @@ void compare(const std::string& name, const std::string& text) {
     std::istringstream ought(expected);
     std::string isLine;
     std::string oughtLine;
-    for (int line = 1; std::getline(is, isLine) && std::getline(ought, oughtLine); ++line)
-        ASSERT_EQ(isLine, oughtLine) << name << ", line " << line;
-    FAIL() << name << " is longer or shorter than it was";
+    for (int line = 1; std::getline(is, isLine) && std::getline(ought, oughtLine); ++line) {
+        if (!sameWithinASample(isLine, oughtLine)) {
+            ASSERT_EQ(isLine, oughtLine) << name << ", line " << line;
+        }
+    }
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), std::count(expected.begin(), expected.end(), '\n'))
+        << name << " is longer or shorter than it was";
 }
 
 // Every line of a text file ends as this system's lines end, and no other way.
@@ -62,12 +89,9 @@ protected:
             {std::regex("PATH=.*"), "PATH=<path>"},
             {std::regex("Working Directory is: .*"), "Working Directory is: <folder>"},
             {std::regex("pid=[0-9]+"), "pid=<pid>"},
-            // The unit's samples begin at any place of the signal, which can shift what is measured by a sample.
+            // The unit's samples begin at any place of the signal.
             {std::regex("edge : [0-9]+ data edges between clock edges, [0-9]+ near one"),
              "edge : <n> data edges between clock edges, <n> near one"},
-            {std::regex("(stretches|delays)=[-0-9]+(,[-0-9]+){4}$"), "$1=<n>,<n>,<n>,<n>,<n>"},
-            {std::regex("delay=[0-9]+, stretch=-?[0-9]+"), "delay=<n>, stretch=<n>"},
-            {std::regex("margin=-[0-9]+,\\+[0-9]+"), "margin=-<n>,+<n>"},
             {std::regex("correlation peak=[0-9.]+ at lag ([-0-9]+), at zero=[0-9.]+"),
              "correlation peak=<c> at lag $1, at zero=<c>"},
             {std::regex("port=[0-9]+"), "port=<port>"},
