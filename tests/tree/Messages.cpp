@@ -13,11 +13,11 @@ namespace tree {
 
 namespace {
 
-constexpr std::array<std::string_view, 9> messageRooms{"common/", "link/", "pinmap/", "tdf/",  "mpx/",
-                                                       "client/", "rcvr/", "host/",   "bench/"};
+constexpr std::array<std::string_view, 11> messageRooms{
+    "common/", "link/", "pinmap/", "tdf/", "mpx/", "client/", "rcvr/", "toolkit/", "diagnosis/", "host/", "bench/"};
 
 /// The report's look, which is one literal of rules for the browser.
-constexpr std::string_view styleSheet = "host/report/Style.cpp";
+constexpr std::string_view styleSheet = "diagnosis/report/Style.cpp";
 
 bool isProduct(std::string_view path) {
     return isSource(std::string(path)) && path != styleSheet &&
@@ -34,8 +34,9 @@ std::string trimmed(const std::string& text) {
 constexpr char percent = '\1'; // stands for a doubled one while conversions are looked for
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
-    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
         text.replace(at, from.size(), to);
+    }
 }
 
 bool hasWords(const std::string& piece) {
@@ -64,20 +65,21 @@ private:
     void read() {
         while (at < source.size()) {
             const char c = source[at];
-            if (startsWith("//"))
+            if (startsWith("//")) {
                 skipTo("\n", 0);
-            else if (startsWith("/*"))
+            } else if (startsWith("/*")) {
                 skipTo("*/", 2);
-            else if (startsWith("R\"("))
+            } else if (startsWith("R\"(")) {
                 rawLiteral();
-            else if (c == '"')
+            } else if (c == '"') {
                 literal();
-            else if (c == '\'')
+            } else if (c == '\'') {
                 character();
-            else if (c == '#' && startsLine())
+            } else if (c == '#' && startsLine()) {
                 directive();
-            else
+            } else {
                 code(c);
+            }
         }
     }
 
@@ -91,17 +93,19 @@ private:
     void advance() { line += source[at++] == '\n' ? 1U : 0U; }
 
     void skipTo(std::string_view mark, std::size_t behind) {
-        while (at < source.size() && !startsWith(mark))
+        while (at < source.size() && !startsWith(mark)) {
             advance();
+        }
         at = std::min(source.size(), at + behind);
     }
 
     void directive() {
         const bool isInclude = source.compare(at, 8, "#include") == 0;
-        if (isInclude)
+        if (isInclude) {
             skipTo("\n", 0);
-        else
+        } else {
             advance();
+        }
     }
 
     void literal() {
@@ -131,10 +135,11 @@ private:
     }
 
     void add(std::size_t begin, const std::string& text) {
-        if (!tokens.empty() && tokens.back().isLiteral)
+        if (!tokens.empty() && tokens.back().isLiteral) {
             tokens.back().text += text;
-        else
+        } else {
             tokens.push_back({begin, true, text});
+        }
     }
 
     void character() {
@@ -145,8 +150,9 @@ private:
         }
         advance();
         while (at < source.size() && source[at] != '\'') {
-            if (source[at] == '\\')
+            if (source[at] == '\\') {
                 advance();
+            }
             advance();
         }
         advance();
@@ -156,10 +162,11 @@ private:
         if (std::isspace(static_cast<unsigned char>(c)) == 0) {
             const bool isWord = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
             const bool joins = isWord && joinable && !tokens.empty() && !tokens.back().isLiteral;
-            if (joins)
+            if (joins) {
                 tokens.back().text += c;
-            else
+            } else {
                 tokens.push_back({line, false, std::string(1, c)});
+            }
             joinable = isWord;
         } else {
             joinable = false;
@@ -183,15 +190,18 @@ bool reports(const Tokens& tokens, std::size_t index) {
                                              "logErrorAt", "checkResult", "allocate", "logMessage", "logMessageAt",
                                              "logStep",    "logStepError"};
     const std::string& text = tokens[index].text;
-    if (tokens[index].isLiteral)
+    if (tokens[index].isLiteral) {
         return false;
+    }
     const auto next = [&](std::size_t distance, std::string_view wanted) {
         return index + distance < tokens.size() && tokens[index + distance].text == wanted;
     };
-    if (calls.contains(text))
+    if (calls.contains(text)) {
         return next(1, "(");
-    if (text == "fprintf")
+    }
+    if (text == "fprintf") {
         return next(1, "(") && next(2, "stderr");
+    }
     return text == "throw" || (text == "cerr" && next(1, "<"));
 }
 
@@ -208,15 +218,19 @@ std::size_t endOf(const Tokens& tokens, std::size_t index) {
     const bool isStatement = tokens[index].text == "throw" || tokens[index].text == "cerr";
     int depth = 0;
     for (std::size_t i = index; i < tokens.size(); ++i) {
-        if (tokens[i].isLiteral)
+        if (tokens[i].isLiteral) {
             continue;
+        }
         const char c = tokens[i].text[0];
-        if (c == '(')
+        if (c == '(') {
             ++depth;
-        if (c == ')' && --depth <= 0 && !isStatement)
+        }
+        if (c == ')' && --depth <= 0 && !isStatement) {
             return i + 1;
-        if (c == ';' && depth <= 0)
+        }
+        if (c == ';' && depth <= 0) {
             return i;
+        }
     }
     return tokens.size();
 }
@@ -225,13 +239,15 @@ std::size_t endOf(const Tokens& tokens, std::size_t index) {
 std::map<std::string, std::string> constantsOf(const Tokens& tokens) {
     std::map<std::string, std::string> constants;
     for (std::size_t i = 3; i < tokens.size(); ++i) {
-        if (!tokens[i].isLiteral || tokens[i - 1].text != "=")
+        if (!tokens[i].isLiteral || tokens[i - 1].text != "=") {
             continue;
+        }
         const bool isArray = i > 5 && tokens[i - 2].text == "]";
         const std::size_t name = isArray ? i - 4 : i - 2;
         const std::string& type = tokens[name - 1].text;
-        if (type == "*" || type == "string" || type == "string_view" || (isArray && type == "char"))
+        if (type == "*" || type == "string" || type == "string_view" || (isArray && type == "char")) {
             constants.try_emplace(tokens[name].text, tokens[i].text);
+        }
     }
     return constants;
 }
@@ -247,8 +263,9 @@ bool isSpelled(const std::vector<std::string>& pieces, const std::vector<std::st
             place = std::find(place, last, piece);
             return place != last && ++place != source.begin();
         });
-        if (all)
+        if (all) {
             return true;
+        }
     }
     return false;
 }
@@ -261,15 +278,17 @@ std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
         "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?");
     std::string plain = text;
     std::replace(plain.begin(), plain.end(), '\n', ' ');
-    if (isFormat)
+    if (isFormat) {
         replaceAll(plain, "%%", std::string(1, percent));
+    }
     std::vector<std::string> pieces;
     for (auto part = std::sregex_token_iterator(plain.begin(), plain.end(), isFormat ? value : blank, -1);
          part != std::sregex_token_iterator(); ++part) {
         std::string piece = trimmed(*part);
         replaceAll(piece, std::string(1, percent), "%");
-        if (!piece.empty())
+        if (!piece.empty()) {
             pieces.push_back(piece);
+        }
     }
     return pieces;
 }
@@ -277,8 +296,9 @@ std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
 std::vector<Literal> literalsOf(const std::string& source) {
     std::vector<Literal> literals;
     for (const Reader::Token& token : Reader(source).tokens) {
-        if (token.isLiteral)
+        if (token.isLiteral) {
             literals.push_back({token.line, token.text});
+        }
     }
     return literals;
 }
@@ -288,15 +308,17 @@ std::vector<Literal> reportedTexts(const std::string& source) {
     const std::map<std::string, std::string> constants = constantsOf(tokens);
     std::vector<Literal> texts;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        if (!reports(tokens, i))
+        if (!reports(tokens, i)) {
             continue;
+        }
         const std::size_t end = endOf(tokens, i);
         for (; i < end; ++i) {
             const auto constant = constants.find(tokens[i].text);
-            if (tokens[i].isLiteral)
+            if (tokens[i].isLiteral) {
                 texts.push_back({tokens[i].line, tokens[i].text});
-            else if (constant != constants.end())
+            } else if (constant != constants.end()) {
                 texts.push_back({tokens[i].line, constant->second});
+            }
         }
         --i;
     }
@@ -307,10 +329,11 @@ std::vector<Literal> sentencesOf(const std::string& source) {
     const Tokens tokens = Reader(source).tokens;
     std::vector<Literal> texts;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        if (helps(tokens, i))
+        if (helps(tokens, i)) {
             i = endOf(tokens, i) - 1;
-        else if (tokens[i].isLiteral)
+        } else if (tokens[i].isLiteral) {
             texts.push_back({tokens[i].line, tokens[i].text});
+        }
     }
     return texts;
 }
@@ -324,14 +347,16 @@ std::vector<Message> messagesOf(const std::string& document) {
     std::istringstream in(document);
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (!line.starts_with("|"))
+        if (!line.starts_with("|")) {
             continue;
+        }
         for (auto found = std::sregex_iterator(line.begin(), line.end(), cell); found != std::sregex_iterator();
              ++found) {
             const std::string spans = found->str();
             for (auto text = std::sregex_iterator(spans.begin(), spans.end(), span); text != std::sregex_iterator();
-                 ++text)
+                 ++text) {
                 messages.push_back({number, (*text)[1]});
+            }
         }
     }
     return messages;
@@ -340,12 +365,14 @@ std::vector<Message> messagesOf(const std::string& document) {
 Breaches messagesThatNothingSays(const Files& files, const std::string& document) {
     std::vector<std::vector<std::string>> sources;
     for (const auto& [path, text] : files) {
-        if (!isProduct(path))
+        if (!isProduct(path)) {
             continue;
+        }
         std::vector<std::string>& pieces = sources.emplace_back();
         for (const Literal& literal : literalsOf(text)) {
-            for (const std::string& piece : piecesOf(literal.text, true))
+            for (const std::string& piece : piecesOf(literal.text, true)) {
                 pieces.push_back(piece);
+            }
         }
     }
     Breaches breaches;
@@ -354,8 +381,9 @@ Breaches messagesThatNothingSays(const Files& files, const std::string& document
         const bool isSaid = !pieces.empty() && std::any_of(sources.begin(), sources.end(), [&](const auto& source) {
             return isSpelled(pieces, source);
         });
-        if (!isSaid)
+        if (!isSaid) {
             breaches.push_back(document + ":" + std::to_string(message.line) + ": nothing says " + message.text);
+        }
     }
     return breaches;
 }
@@ -364,41 +392,50 @@ Breaches messagesThatNothingExplains(const Files& files, const std::string& docu
                                      const std::vector<Exception>& pieces, const std::vector<FileException>& sources) {
     std::set<std::string> explained;
     for (const Message& message : messagesOf(files.at(document))) {
-        for (const std::string& piece : piecesOf(message.text, false))
+        for (const std::string& piece : piecesOf(message.text, false)) {
             explained.insert(piece);
+        }
     }
     std::set<std::string> excepted;
-    for (const Exception& exception : pieces)
+    for (const Exception& exception : pieces) {
         excepted.insert(exception.piece);
+    }
     std::set<std::string> withoutSentences;
-    for (const FileException& exception : sources)
+    for (const FileException& exception : sources) {
         withoutSentences.insert(exception.path);
+    }
     std::set<std::string> used;
     std::set<std::string> breaches;
     const auto look = [&](const std::string& path, const Literal& literal, bool isReported) {
         for (const std::string& piece : piecesOf(literal.text, true)) {
-            if (!(isReported ? hasWords(piece) : isSentence(piece)) || explained.contains(piece))
+            if (!(isReported ? hasWords(piece) : isSentence(piece)) || explained.contains(piece)) {
                 continue;
-            if (excepted.contains(piece))
+            }
+            if (excepted.contains(piece)) {
                 used.insert(piece);
-            else if (!isReported && withoutSentences.contains(path))
+            } else if (!isReported && withoutSentences.contains(path)) {
                 used.insert(path);
-            else
+            } else {
                 breaches.insert(path + ":" + std::to_string(literal.line) + ": not in " + document + ": " + piece);
+            }
         }
     };
     for (const auto& [path, text] : files) {
-        if (!isProduct(path))
+        if (!isProduct(path)) {
             continue;
-        for (const Literal& literal : reportedTexts(text))
+        }
+        for (const Literal& literal : reportedTexts(text)) {
             look(path, literal, true);
-        for (const Literal& literal : sentencesOf(text))
+        }
+        for (const Literal& literal : sentencesOf(text)) {
             look(path, literal, false);
+        }
     }
     excepted.insert(withoutSentences.begin(), withoutSentences.end());
     for (const std::string& exception : excepted) {
-        if (!used.contains(exception))
+        if (!used.contains(exception)) {
             breaches.insert("no message holds the exception: " + exception);
+        }
     }
     return {breaches.begin(), breaches.end()};
 }
@@ -408,8 +445,9 @@ namespace {
 /// What a row is looked up by: its first fixed word.
 std::string sortingText(const std::string& message) {
     std::string text;
-    for (const std::string& piece : piecesOf(message, false))
+    for (const std::string& piece : piecesOf(message, false)) {
         text += (text.empty() ? "" : " ") + piece;
+    }
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const auto begin = std::find_if(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0; });
@@ -434,13 +472,16 @@ Breaches rowsOutOfOrder(const Files& files, const std::string& document) {
             continue;
         }
         std::smatch match;
-        if (!std::regex_match(line, match, first))
+        if (!std::regex_match(line, match, first)) {
             continue;
-        if (!seen.insert(match[1]).second)
+        }
+        if (!seen.insert(match[1]).second) {
             breaches.push_back(place + "stands twice: " + match[1].str());
+        }
         const std::string text = sortingText(match[1]);
-        if (isSorted && text < previous)
+        if (isSorted && text < previous) {
             breaches.push_back(place + "out of order: " + match[1].str());
+        }
         previous = text;
     }
     return breaches;
@@ -453,8 +494,9 @@ Breaches headingsOutsideTheIndex(const Files& files, const std::string& document
     Breaches breaches;
     for (auto match = std::sregex_iterator(text.begin(), text.end(), heading); match != std::sregex_iterator();
          ++match) {
-        if (index.find("[" + (*match)[1].str() + "](#") == std::string::npos)
+        if (index.find("[" + (*match)[1].str() + "](#") == std::string::npos) {
             breaches.push_back(document + ": not in the index: " + (*match)[1].str());
+        }
     }
     return breaches;
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tests/tree/SourceTree.h"
+
 #include <string>
 #include <vector>
-
-#include "tests/tree/SourceTree.h"
 
 // The texts that a person can meet, as the code spells them and as the document explains them.
 //

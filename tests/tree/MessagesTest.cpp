@@ -22,8 +22,9 @@ const Files& sources() {
 
 std::vector<std::string> textsOf(const std::vector<Literal>& literals) {
     std::vector<std::string> texts;
-    for (const Literal& literal : literals)
+    for (const Literal& literal : literals) {
         texts.push_back(literal.text);
+    }
     return texts;
 }
 

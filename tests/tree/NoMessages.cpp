@@ -22,8 +22,8 @@ const std::string listing = "a line of a listing that was asked for";
 
 const std::vector<FileException>& filesWithoutMessages() {
     static const std::vector<FileException> all{
-        {"host/diagnostics/RegisterFile.cpp", "names registers and their fields"},
-        {"host/files/ScenarioFile.cpp", "says in words what a scenario asks for, when it is asked what that is"},
+        {"diagnosis/files/RegisterFile.cpp", "names registers and their fields"},
+        {"host/scenario/ScenarioFile.cpp", "says in words what a scenario asks for, when it is asked what that is"},
     };
     return all;
 }
