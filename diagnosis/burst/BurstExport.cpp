@@ -13,7 +13,6 @@ namespace diagnosis {
 
 namespace {
 
-
 [[noreturn]] void usage(const std::string& text) {
     throw toolkit::Failure(toolkit::ExitCode::Usage, text);
 }

@@ -12,7 +12,6 @@ namespace diagnosis::rules {
 
 namespace {
 
-
 constexpr int largestStretch = 5;
 /// Ones and zeros that differ by less than this are alike: half of what one step of the stretch does.
 constexpr double dutyTolerance = 0.5;

@@ -10,7 +10,6 @@ namespace diagnosis::rules {
 
 namespace {
 
-
 constexpr const char* deadRemedy =
     "Is the target powered and its trace export enabled? Does the pin map name the right clock pin? "
     "Is its wire connected?";

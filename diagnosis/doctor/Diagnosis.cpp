@@ -11,7 +11,6 @@ namespace diagnosis {
 
 namespace {
 
-
 std::string headlineOf(const DiagnosticSet& set, std::optional<bool> calibrated) {
     if (set.manual()) {
         return "taken with given values, nothing was measured";

@@ -13,7 +13,6 @@ namespace diagnosis::rules {
 
 namespace {
 
-
 /// A pin whose bits fit to this share carries what it is said to carry; what is missing is noise.
 constexpr double fits = 0.97;
 /// A pin that fits better than this is not accused of anything.

@@ -8,7 +8,6 @@ namespace diagnosis::rules {
 
 namespace {
 
-
 /// A kind of file that each attempt leaves, and what nobody can tell without it.
 struct FileKind {
     const char* name;

@@ -13,7 +13,6 @@ namespace diagnosis::rules {
 
 namespace {
 
-
 /// Pins that keep this close to each other are clean, whatever the clock does.
 constexpr double together = 0.85;
 /// No pin that goes with its clock at a usable rate keeps less to it.

@@ -13,7 +13,6 @@ namespace diagnosis::page {
 
 namespace {
 
-
 std::string orDash(const std::optional<int>& value) {
     return value ? std::to_string(*value) : "-";
 }

@@ -6,7 +6,6 @@ namespace diagnosis::page {
 
 namespace {
 
-
 std::string fact(const std::string& value, const std::string& what) {
     return "<div class=\"fact\"><b>" + escaped(value) + "</b><span>" + escaped(what) + "</span></div>";
 }

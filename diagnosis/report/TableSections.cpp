@@ -8,7 +8,6 @@ namespace diagnosis::page {
 
 namespace {
 
-
 std::string hexadecimal(std::uint32_t value, int digits) {
     std::array<char, 16> text{};
     std::snprintf(text.data(), text.size(), "%0*x", digits, value);

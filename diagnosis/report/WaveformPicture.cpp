@@ -9,7 +9,6 @@ namespace diagnosis::page {
 
 namespace {
 
-
 constexpr double width = 1040.0;
 constexpr double labels = 118.0; // room for the names of the pins
 constexpr double laneHeight = 34.0;
