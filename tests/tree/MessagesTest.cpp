@@ -1,5 +1,7 @@
 #include "tests/tree/Messages.h"
 
+#include "tests/tree/ExpectNone.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,13 +28,6 @@ std::vector<std::string> textsOf(const std::vector<Literal>& literals) {
         texts.push_back(literal.text);
     }
     return texts;
-}
-
-/// One failure a breach: matchers print only the first of a long list.
-void expectNone(const Breaches& breaches) {
-    for (const std::string& breach : breaches) {
-        ADD_FAILURE() << breach;
-    }
 }
 
 } // namespace
