@@ -86,7 +86,7 @@ std::string withoutCode(const std::string& document) {
 Breaches hardWordsInDocuments(const Files& files) {
     Breaches breaches;
     for (const auto& [path, text] : files) {
-        if (path.ends_with(".md")) {
+        if (path.ends_with(".md") || path.ends_with(".md.in")) {
             addUses(path, 1, withoutCode(text), breaches);
         }
     }
