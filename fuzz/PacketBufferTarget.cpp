@@ -31,8 +31,9 @@ struct Model {
             offset = 0;
             return true;
         }
-        if (count <= room - offset)
+        if (count <= room - offset) {
             return false;
+        }
         offset = 0;
         return true;
     }
@@ -88,8 +89,9 @@ void Comparison::perform(unsigned operation, std::uint8_t argument, std::span<co
         return expectZeroBehind();
     case 3:
         require(buffer.ensureSpace(argument), "makes space");
-        if (model.ensure(argument))
+        if (model.ensure(argument)) {
             expectZeroBehind();
+        }
         return;
     case 4:
         require(buffer.appendByte(argument), "appends");
@@ -125,8 +127,9 @@ void Comparison::append(std::uint8_t argument, std::span<const std::uint8_t> res
     require(buffer.appendEscaped(bytes.data(), static_cast<std::uint32_t>(bytes.size())), "appends escaped");
     model.ensure(2 * bytes.size());
     for (const std::uint8_t byte : bytes) {
-        if (isSpecial(byte))
+        if (isSpecial(byte)) {
             model.unread.push_back('}');
+        }
         model.unread.push_back(isSpecial(byte) ? byte ^ 0x20 : byte);
     }
 }
@@ -140,8 +143,9 @@ void Comparison::startsWith(std::uint8_t argument, std::span<const std::uint8_t>
     require(buffer.startsWith(reinterpret_cast<const char*>(text.data()), static_cast<std::uint32_t>(text.size()),
                               consume) == expected,
             "starts with");
-    if (expected && consume)
+    if (expected && consume) {
         model.take(text.size());
+    }
 }
 
 void Comparison::find(std::uint8_t value) const {
@@ -164,8 +168,9 @@ void Comparison::drop(std::uint32_t count) {
     buffer.drop(count);
     model.take(some ? count : model.unread.size());
     model.offset = 0;
-    if (some)
+    if (some) {
         expectZeroBehind();
+    }
 }
 
 void Comparison::decode(std::uint32_t count) {
@@ -174,12 +179,13 @@ void Comparison::decode(std::uint32_t count) {
     std::size_t used = 0;
     while (expected.size() < count && used < model.unread.size()) {
         const std::uint8_t byte = model.unread[used++];
-        if (byte != '}')
+        if (byte != '}') {
             expected.push_back(byte);
-        else if (used < model.unread.size())
+        } else if (used < model.unread.size()) {
             expected.push_back(model.unread[used++] ^ 0x20);
-        else
+        } else {
             expected.push_back(behind ^ 0x20);
+        }
     }
     Bytes out(count);
     std::uint32_t decoded = 0;
@@ -187,8 +193,9 @@ void Comparison::decode(std::uint32_t count) {
     require(decoded == expected.size() && std::equal(expected.begin(), expected.end(), out.begin()), "decodes");
     const bool all = used == model.unread.size();
     model.take(used);
-    if (all && used != 0)
+    if (all && used != 0) {
         model.offset = 0;
+    }
 }
 
 void Comparison::compare() const {

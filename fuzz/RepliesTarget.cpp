@@ -116,20 +116,23 @@ bool isKnown(std::string_view text, std::string_view given) {
           "internal rsp exception"sv, "invalid rsp response"sv, "invalid rsp response data"sv,
           // Of peek, whose payload has two parts.
           "invalid rsp response datainvalid rsp response data"sv, "invald rsp final response"sv}) {
-        if (text == known)
+        if (text == known) {
             return true;
+        }
     }
     // A text of the peer's may end early for whoever reads it up to a NUL.
-    if (text.empty())
+    if (text.empty()) {
         return given.find("$err\0"sv) != std::string_view::npos;
+    }
     return text.starts_with("invalid rsp callback response") || given.find(text) != std::string_view::npos;
 }
 
 } // namespace
 
 void replies(std::span<const std::uint8_t> input) {
-    if (input.size() < 2)
+    if (input.size() < 2) {
         return;
+    }
     const unsigned choice = input[0];
     const std::uint32_t count = input[1];
     const std::string_view given(reinterpret_cast<const char*>(input.data()) + 2, input.size() - 2);

@@ -1,9 +1,8 @@
+#include "bench/scenarios/Scenario.h"
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"
 
 #include <string_view>
-
-#include "bench/scenarios/Scenario.h"
 
 namespace fuzz {
 

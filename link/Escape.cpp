@@ -98,8 +98,9 @@ inline std::uint8_t* escapeBlock(const std::uint8_t* from, Block block, Flags ma
     escapeFrom(from + at, to + at);
     to += oneIfAny(marked);
     const Flags further = withoutFirst(marked);
-    if (further != 0) [[unlikely]]
+    if (further != 0) [[unlikely]] {
         to = escapeFurther(from, further, to);
+    }
     return to + blockSize;
 }
 
@@ -116,8 +117,9 @@ UnescapeState unescapeSlowly(UnescapeState state, const std::uint8_t* stop, cons
            (state.from < stop || (!state.pending && state.from[-1] == escapeByte))) {
         const std::uint8_t byte = *state.from++;
         const bool isEscape = !state.pending && byte == escapeByte;
-        if (!isEscape)
+        if (!isEscape) {
             *state.to++ = byte ^ (state.pending ? escapeMask : std::uint8_t{0});
+        }
         state.pending = isEscape;
     }
     return state;
@@ -147,8 +149,9 @@ inline std::uint8_t* unescapeBlock(const std::uint8_t* from, Block block, Flags 
     unescapeFrom(from + at, to + at);
     to -= oneIfAny(marked);
     const Flags further = withoutFirst(marked);
-    if (further != 0) [[unlikely]]
+    if (further != 0) [[unlikely]] {
         to = unescapeFurther(from, further, to);
+    }
     return to + blockSize;
 }
 
@@ -202,8 +205,9 @@ Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t
                static_cast<std::size_t>(full - state.to) >= groupReach;
     };
     // A block looks at the byte in front of it.
-    if (roomForGroup())
+    if (roomForGroup()) {
         state = unescapeSlowly(state, state.from + 1, end, full);
+    }
     for (int careful = 0; roomForGroup();) {
         const std::uint8_t* const from = state.from;
         const Block b0 = load(from);
@@ -244,8 +248,9 @@ Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t
         state = {from + groupSize, to, f3 >> last != 0};
     }
     state = unescapeSlowly(state, end, end, full);
-    if (state.pending)
+    if (state.pending) {
         --state.from;
+    }
     return {static_cast<std::size_t>(state.from - in.data()), static_cast<std::size_t>(state.to - out.data())};
 }
 

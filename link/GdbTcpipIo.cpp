@@ -27,16 +27,18 @@ std::uint32_t moved(std::int32_t count) {
 
 // A socket that is not open never becomes readable: the wait runs out, and one without a limit ends at once.
 bool waitFor(uSocket* socket, std::int32_t waitMs) {
-    if (socket != nullptr && socket->isOpen())
+    if (socket != nullptr && socket->isOpen()) {
         return socket->waitReadable(waitMs);
-    if (waitMs > 0)
+    }
+    if (waitMs > 0) {
         uThread::sleep(static_cast<std::uint32_t>(waitMs));
+    }
     return false;
 }
 
 } // namespace
 
-GdbTcpipIo::GdbTcpipIo(std::uint32_t port) : listener(new (std::nothrow) uSocket), portNumber(port) {}
+GdbTcpipIo::GdbTcpipIo(std::uint32_t port) : listener(new(std::nothrow) uSocket), portNumber(port) {}
 
 GdbTcpipIo::~GdbTcpipIo() = default;
 
@@ -45,25 +47,30 @@ bool GdbTcpipIo::isConnected() const {
 }
 
 std::uint32_t GdbTcpipIo::listenOn() {
-    if (listener == nullptr)
+    if (listener == nullptr) {
         return neverCreated;
+    }
     return listener->listen(static_cast<std::uint16_t>(portNumber)) == uSocket::done ? IoOk : IoListenFailed;
 }
 
 std::uint32_t GdbTcpipIo::stopListening() {
-    if (listener != nullptr)
+    if (listener != nullptr) {
         listener->close();
+    }
     return IoOk;
 }
 
 std::uint32_t GdbTcpipIo::acceptClient(std::int32_t waitMs) {
-    if (isConnected())
+    if (isConnected()) {
         return IoOk;
-    if (!waitFor(listener.get(), waitMs))
+    }
+    if (!waitFor(listener.get(), waitMs)) {
         return IoTimeout;
+    }
     std::unique_ptr<uSocket> accepted = listener->accept();
-    if (accepted == nullptr)
+    if (accepted == nullptr) {
         return IoFailed;
+    }
     closeClient();
     client = accepted.release();
     return IoOk;
@@ -86,50 +93,58 @@ const char* GdbTcpipIo::peerName() {
 }
 
 void GdbTcpipIo::closeClient() {
-    if (client != nullptr)
+    if (client != nullptr) {
         client->close();
+    }
     delete client;
     client = nullptr;
 }
 
 std::uint32_t GdbTcpipIo::receive(void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
-    if (client == nullptr)
+    if (client == nullptr) {
         return IoNotConnected;
+    }
     std::int32_t got = 0;
     const int status = client->read(buffer, oneCall(size), 0, got);
-    if (status != uSocket::done)
+    if (status != uSocket::done) {
         keepReason(*client);
+    }
     if (status == uSocket::connectionGone || (status == uSocket::done && got == 0)) {
         closeClient();
         return IoDisconnected;
     }
-    if (status != uSocket::done)
+    if (status != uSocket::done) {
         return IoFailed;
+    }
     count = moved(got);
     return IoOk;
 }
 
 std::uint32_t GdbTcpipIo::waitReadable(std::int32_t waitMs) {
-    if (client == nullptr)
+    if (client == nullptr) {
         return IoNotConnected;
+    }
     return waitFor(client, waitMs) ? IoOk : IoTimeout;
 }
 
 std::uint32_t GdbTcpipIo::send(const void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
-    if (client == nullptr)
+    if (client == nullptr) {
         return IoNotConnected;
+    }
     std::int32_t went = 0;
     const int status = client->write(buffer, oneCall(size), 0, went);
-    if (status != uSocket::done)
+    if (status != uSocket::done) {
         keepReason(*client);
+    }
     if (status == uSocket::connectionGone) {
         closeClient();
         return IoDisconnected;
     }
-    if (status != uSocket::done)
+    if (status != uSocket::done) {
         return IoFailed;
+    }
     count = moved(went);
     return IoOk;
 }
@@ -139,12 +154,15 @@ std::uint32_t GdbTcpipIo::waitWritable(std::int32_t) {
 }
 
 std::uint32_t GdbTcpipIo::connectTo(const char* host) {
-    if (isConnected())
+    if (isConnected()) {
         return IoOk;
-    if (client == nullptr)
+    }
+    if (client == nullptr) {
         client = new (std::nothrow) uSocket;
-    if (client == nullptr)
+    }
+    if (client == nullptr) {
         return IoFailed;
+    }
     const int status = client->connect(host, static_cast<std::uint16_t>(portNumber));
     keepReason(*client);
     return status == uSocket::done ? IoOk : IoFailed;

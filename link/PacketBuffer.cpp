@@ -50,8 +50,9 @@ void PacketBuffer::clear() {
 
 // Zeroes all that stands behind the unread bytes, which begin at the start.
 void PacketBuffer::zeroBehind() {
-    if (dirtyEnd > length)
+    if (dirtyEnd > length) {
         std::memset(storage + length, 0, dirtyEnd - length);
+    }
     dirtyEnd = length;
 }
 
@@ -84,13 +85,15 @@ bool PacketBuffer::growTo(std::uint32_t newCapacity) {
             size = needed;
             block = std::realloc(storage, size);
         }
-        if (block == nullptr)
+        if (block == nullptr) {
             return false;
+        }
         storage = static_cast<std::uint8_t*>(block);
         allocated = size;
     }
-    if (offset != 0)
+    if (offset != 0) {
         std::memmove(storage, storage + offset, length);
+    }
     offset = 0;
     capacity = newCapacity;
     zeroBehind();
@@ -102,16 +105,18 @@ bool PacketBuffer::growTo(std::uint32_t newCapacity) {
 }
 
 bool PacketBuffer::appendByte(std::uint8_t value) {
-    if (!ensureSpace(1))
+    if (!ensureSpace(1)) {
         return false;
+    }
     *space() = value;
     commit(1);
     return true;
 }
 
 bool PacketBuffer::appendEscaped(const void* bytes, std::uint32_t count) {
-    if (count > largest / 2 || !ensureSpace(2 * count))
+    if (count > largest / 2 || !ensureSpace(2 * count)) {
         return false;
+    }
     if (count != 0) {
         const std::size_t written = escapeBytes({static_cast<const std::uint8_t*>(bytes), count}, space());
         commit(static_cast<std::uint32_t>(written));
@@ -120,8 +125,9 @@ bool PacketBuffer::appendEscaped(const void* bytes, std::uint32_t count) {
 }
 
 bool PacketBuffer::appendChecksum(std::uint8_t value) {
-    if (!ensureSpace(2))
+    if (!ensureSpace(2)) {
         return false;
+    }
     *space() = static_cast<std::uint8_t>(hexDigit(value >> 4));
     commit(1);
     *space() = static_cast<std::uint8_t>(hexDigit(value & 0x0F));
@@ -130,8 +136,9 @@ bool PacketBuffer::appendChecksum(std::uint8_t value) {
 }
 
 bool PacketBuffer::startsWith(const char* text, std::uint32_t count, bool consume) {
-    if (count > length || (count != 0 && std::memcmp(unread(), text, count) != 0))
+    if (count > length || (count != 0 && std::memcmp(unread(), text, count) != 0)) {
         return false;
+    }
     if (consume) {
         offset += count;
         length -= count;
@@ -140,18 +147,21 @@ bool PacketBuffer::startsWith(const char* text, std::uint32_t count, bool consum
 }
 
 bool PacketBuffer::findByte(std::uint8_t value, std::uint32_t& index, std::uint32_t from) const {
-    if (from >= length)
+    if (from >= length) {
         return false;
+    }
     const void* const found = std::memchr(unread() + from, value, length - from);
-    if (found == nullptr)
+    if (found == nullptr) {
         return false;
+    }
     index = static_cast<std::uint32_t>(static_cast<const std::uint8_t*>(found) - unread());
     return true;
 }
 
 bool PacketBuffer::peekByte(std::uint32_t index, std::uint8_t& value) const {
-    if (index > length || storage == nullptr)
+    if (index > length || storage == nullptr) {
         return false;
+    }
     value = unread()[index];
     return true;
 }
@@ -170,8 +180,9 @@ void PacketBuffer::drop(std::uint32_t count) {
 
 std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t& decoded) {
     decoded = 0;
-    if (count == 0 || length == 0)
+    if (count == 0 || length == 0) {
         return 0;
+    }
     // No more comes out than goes in, so whoever asks for more than there is needs no storage for it.
     const std::span<std::uint8_t> target{static_cast<std::uint8_t*>(out), std::min(count, length)};
     const Unescaped done = unescapeBytes({unread(), length}, target);
@@ -189,8 +200,9 @@ std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t
 }
 
 void PacketBuffer::terminate() {
-    if (storage != nullptr)
+    if (storage != nullptr) {
         *space() = 0;
+    }
 }
 
 } // namespace MPX_GDB_AGENT

@@ -17,8 +17,9 @@ std::vector<PinoutText> readPinMapTexts(const char* path) {
     std::vector<uConfig::Variable> variables;
     file.getVariables(variables);
     std::vector<PinoutText> texts;
-    for (uConfig::Variable& variable : variables)
+    for (uConfig::Variable& variable : variables) {
         texts.push_back({std::move(variable.name), std::move(variable.value)});
+    }
     return texts;
 }
 
@@ -28,8 +29,9 @@ std::vector<AssignmentField> splitAssignment(const std::string& value) {
     std::vector<AssignmentField> fields;
     for (const std::string& text : texts) {
         AssignmentField field;
-        if (uString::splitOnce(text, "=", field.kind, field.list) == 2 && field.list.find('=') == std::string::npos)
+        if (uString::splitOnce(text, "=", field.kind, field.list) == 2 && field.list.find('=') == std::string::npos) {
             fields.push_back(std::move(field));
+        }
     }
     return fields;
 }
@@ -38,16 +40,18 @@ PinList parsePinList(const std::string& text) {
     std::vector<std::string> numbers;
     uString::split(numbers, text, ",");
     PinList pins;
-    for (const std::string& number : numbers)
+    for (const std::string& number : numbers) {
         pins.push_back(uString::toNumber<std::uint32_t>(number));
+    }
     return pins;
 }
 
 std::string formatPinList(const PinList& pins) {
     std::string text;
     for (const std::uint32_t pin : pins) {
-        if (!text.empty())
+        if (!text.empty()) {
             text += ',';
+        }
         text += std::to_string(pin);
     }
     return text;

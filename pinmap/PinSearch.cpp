@@ -14,20 +14,23 @@ public:
     explicit PinSet(const PinList& pins) { add(pins); }
 
     void add(const PinList& pins) {
-        for (const std::uint32_t pin : pins)
+        for (const std::uint32_t pin : pins) {
             add(pin);
+        }
     }
 
     void add(std::uint32_t pin) {
-        if (pin < 64)
+        if (pin < 64) {
             low |= std::uint64_t{1} << pin;
-        else
+        } else {
             high.push_back(pin);
+        }
     }
 
     bool holds(std::uint32_t pin) const {
-        if (pin < 64)
+        if (pin < 64) {
             return (low >> pin & 1U) != 0;
+        }
         return std::find(high.begin(), high.end(), pin) != high.end();
     }
 
@@ -44,10 +47,11 @@ class Candidate {
 public:
     explicit Candidate(const PinList& list) : pins(&list) {
         for (const std::uint32_t pin : list) {
-            if (pin < 64)
+            if (pin < 64) {
                 low |= std::uint64_t{1} << pin;
-            else
+            } else {
                 hasHigh = true;
+            }
         }
     }
 
@@ -55,10 +59,12 @@ public:
 
     bool serves(std::uint32_t dataPins, bool exact, const PinSet& used) const {
         const std::size_t available = pins->size() - 1;
-        if (exact ? available != dataPins : dataPins > available)
+        if (exact ? available != dataPins : dataPins > available) {
             return false;
-        if (used.holdsAnyLow(low))
+        }
+        if (used.holdsAnyLow(low)) {
             return false;
+        }
         return !hasHigh || std::none_of(pins->begin(), pins->end(), [&](std::uint32_t pin) { return used.holds(pin); });
     }
 
@@ -73,24 +79,27 @@ Candidates findCandidates(const Pinout& pinout, const std::string& kind, const P
                           const PinSet* required) {
     Candidates candidates;
     const auto lists = pinout.find(kind);
-    if (lists == pinout.end())
+    if (lists == pinout.end()) {
         return candidates;
+    }
     candidates.reserve(lists->second.size());
     for (const PinList& list : lists->second) {
         const bool allowed = std::all_of(list.begin(), list.end(), [&](std::uint32_t pin) {
             return !excluded.holds(pin) && (required == nullptr || required->holds(pin));
         });
         // A reader drops empty lists.
-        if (allowed && !list.empty())
+        if (allowed && !list.empty()) {
             candidates.emplace_back(list);
+        }
     }
     return candidates;
 }
 
 const PinList* findList(const Candidates& candidates, const PinRequest& request, bool exact, const PinSet& used) {
     for (const Candidate& candidate : candidates) {
-        if (candidate.serves(request.dataPins, exact, used))
+        if (candidate.serves(request.dataPins, exact, used)) {
             return &candidate.list();
+        }
     }
     return nullptr;
 }
@@ -100,8 +109,9 @@ using WorkingOrder = std::vector<const PinRequests::value_type*>;
 // Large requests are the hardest to place and so come first; equal ones keep the order of their names.
 WorkingOrder orderRequests(const PinRequests& requests) {
     WorkingOrder order;
-    for (const auto& request : requests)
+    for (const auto& request : requests) {
         order.push_back(&request);
+    }
     std::stable_sort(order.begin(), order.end(), [](const auto* left, const auto* right) {
         return left->second.dataPins > right->second.dataPins;
     });
@@ -115,8 +125,9 @@ public:
     Search(const Pinouts& all, const PinRequests& requests, const PinList& excluded, const PinList& required)
         : order(orderRequests(requests)), excludedSet(excluded), requiredSet(required), limited(!required.empty()) {
         pinouts.reserve(all.size());
-        for (const auto& pinout : all)
+        for (const auto& pinout : all) {
             pinouts.push_back({&pinout, {}});
+        }
     }
 
     // The name of the pin-out that serves all requests, or null; `granted` is left as the last try left it.
@@ -126,8 +137,9 @@ public:
         for (const bool allExact : {true, false}) {
             for (const PinList& spare : spared) {
                 for (Entry& entry : pinouts) {
-                    if (grantAll(entry, allExact, PinSet(spare)))
+                    if (grantAll(entry, allExact, PinSet(spare))) {
                         return &entry.pinout->first;
+                    }
                 }
             }
         }
@@ -136,12 +148,15 @@ public:
 
     void write(PinGrants& grants, OwnerNames& owners) const {
         // A kind is entered by its first grant, also by one that was given up again.
-        for (std::size_t i = 0; i < everGranted; ++i)
+        for (std::size_t i = 0; i < everGranted; ++i) {
             owners[order[i]->second.kind];
-        if (tried)
+        }
+        if (tried) {
             grants.clear();
-        for (std::size_t i = 0; i < granted.size(); ++i)
+        }
+        for (std::size_t i = 0; i < granted.size(); ++i) {
             grants[order[i]->first] = PinGrant{*granted[i], owners[order[i]->second.kind]};
+        }
     }
 
 private:
@@ -165,8 +180,9 @@ private:
         for (std::size_t i = 0; i < order.size(); ++i) {
             const PinRequest& request = order[i]->second;
             const PinList* list = findList(candidatesOf(entry, i), request, allExact || request.exact, used);
-            if (list == nullptr)
+            if (list == nullptr) {
                 return false;
+            }
             used.add(*list);
             granted.push_back(list);
             everGranted = std::max(everGranted, granted.size());
@@ -189,14 +205,16 @@ private:
 bool tryPinout(PinGrant& grant, const Pinouts& pinouts, OwnerNames& owners, const std::string& pinoutName,
                const PinRequest& request, const PinList& excluded, const PinList& required) {
     const auto pinout = pinouts.find(pinoutName);
-    if (pinout == pinouts.end())
+    if (pinout == pinouts.end()) {
         return false;
+    }
     const PinSet requiredSet(required);
     const Candidates candidates =
         findCandidates(pinout->second, request.kind, PinSet(excluded), required.empty() ? nullptr : &requiredSet);
     const PinList* list = findList(candidates, request, request.exact, PinSet({}));
-    if (list == nullptr)
+    if (list == nullptr) {
         return false;
+    }
     grant = PinGrant{*list, owners[request.kind]};
     return true;
 }
@@ -206,8 +224,9 @@ bool searchPinouts(PinGrants& grants, std::string& pinoutName, const Pinouts& pi
     Search search(pinouts, requests, excluded, required);
     const std::string* name = search.run();
     search.write(grants, owners);
-    if (name == nullptr)
+    if (name == nullptr) {
         return false;
+    }
     pinoutName = *name;
     return true;
 }

@@ -14,8 +14,9 @@ namespace Vx::Qrs::Trace::OrvRcvr {
 inline Zarn::cZarnError copyOfError(const Zarn::cZarnErrorIF& error) {
     Zarn::cZarnError copy(error.GetErrorText(), error.GetSeverity());
     copy.SetTitle(error.GetTitle());
-    if (const char* detail = error.GetDetailedText())
+    if (const char* detail = error.GetDetailedText()) {
         copy.AddDetailedInfo(detail);
+    }
     return copy;
 }
 

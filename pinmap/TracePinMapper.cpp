@@ -23,8 +23,9 @@ constexpr const char* blanks = " \t\r\n";
 // A data base that breaks its promises counts as corrupted.
 template <class Pointer>
 Pointer need(Pointer pointer) {
-    if (pointer == nullptr)
+    if (pointer == nullptr) {
         throw std::runtime_error("null in device data base");
+    }
     return pointer;
 }
 
@@ -33,28 +34,34 @@ Pointer need(Pointer pointer) {
 TracePinMapper::TracePinMapper() : library("PartIdentifier", -1) {}
 
 TracePinMapper::~TracePinMapper() {
-    if (database == nullptr)
+    if (database == nullptr) {
         return;
+    }
     try {
-        if (auto* destroy = reinterpret_cast<DestroyPartIdentifierFunction>(library.GetSymbol("DestroyPartIdentifier")))
+        if (auto* destroy =
+                reinterpret_cast<DestroyPartIdentifierFunction>(library.GetSymbol("DestroyPartIdentifier"))) {
             destroy(database, 0);
+        }
     } catch (...) { // a destructor has nobody to tell
     }
 }
 
 void TracePinMapper::openDatabase() {
-    if (database != nullptr)
+    if (database != nullptr) {
         return;
-    if (auto* create = reinterpret_cast<CreatePartIdentifierFunction>(library.GetSymbol("CreatePartIdentifier")))
+    }
+    if (auto* create = reinterpret_cast<CreatePartIdentifierFunction>(library.GetSymbol("CreatePartIdentifier"))) {
         database = callSibling(create);
+    }
 }
 
 void TracePinMapper::readDeviceDatabase(const char* deviceName) {
     const char* name = deviceName != nullptr ? deviceName : "";
     pinouts.clear();
     openDatabase();
-    if (database == nullptr || !readEntries(name))
+    if (database == nullptr || !readEntries(name)) {
         failWith("This device is not supported by the receiver.");
+    }
 }
 
 bool TracePinMapper::readEntries(const char* deviceName) {
@@ -67,8 +74,9 @@ bool TracePinMapper::readEntries(const char* deviceName) {
     try {
         for (IDeviceEntry* entry : entries) {
             IPart* tracePart = need(entry)->getTracePart();
-            if (tracePart == nullptr)
+            if (tracePart == nullptr) {
                 continue;
+            }
             if (!pinouts.empty()) {
                 found = true;
                 continue;
@@ -100,16 +108,19 @@ void TracePinMapper::readPinMapFile(const char* path) {
                 uString::trimLeft(field.list, blanks);
                 uString::trimRight(field.list, blanks);
                 const PinList list = parsePinList(field.list);
-                if (!list.empty())
+                if (!list.empty()) {
                     pinouts[text.pinout][field.kind].push_back(list);
+                }
             }
         }
-        if (pinouts.empty())
+        if (pinouts.empty()) {
             throw std::runtime_error("no pins");
+        }
     } catch (...) {
         std::string text = "Invalid or corrupted pin map file";
-        if (path != nullptr)
+        if (path != nullptr) {
             text.append(" ").append(path);
+        }
         failWith(text + ".");
     }
 }
@@ -125,8 +136,9 @@ void TracePinMapper::getDataPinCounts(std::vector<std::uint32_t>& counts, const 
         PinGrants grants;
         std::string pinoutName;
         const PinRequests requests{{"", PinRequest{kind, count, true}}};
-        if (findPinMapWithin(grants, pinoutName, requests, {}, allowed))
+        if (findPinMapWithin(grants, pinoutName, requests, {}, allowed)) {
             counts.push_back(count);
+        }
     }
 }
 

@@ -28,8 +28,9 @@ ChannelDriver::ChannelDriver(Receiver* owner, FrontEnd* unit, const char* name, 
                              unsigned xmtrChannel, unsigned cookie)
     : receiver(owner), frontEnd(unit), xmtrLibrary(library), xmtrCookie(cookie) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::ChannelDriver");
-    if (receiver == nullptr || frontEnd == nullptr || name == nullptr)
+    if (receiver == nullptr || frontEnd == nullptr || name == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     cpuName = name;
     shortCpuName = shortNameOf(cpuName);
     adapterKind = queryAdapterKind(name);
@@ -41,8 +42,9 @@ ChannelDriver::ChannelDriver(Receiver* owner, FrontEnd* unit, const char* name, 
     guarded("ChannelDriver", nullptr, [&] {
         channel = frontEnd->alloc(cpuName.c_str(), xmtrLibrary, xmtrChannel, xmtrCookie, adapterKind, &settings);
     });
-    if (channel == nullptr)
+    if (channel == nullptr) {
         throwError(channelDriverUnit, eNoMemory);
+    }
     logStep("ChannelDriver", "success");
 }
 
@@ -64,16 +66,18 @@ std::string ChannelDriver::propertyText(Property& object, const char* name) {
 bool ChannelDriver::AreAllCpusHalted() {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::AreAllCpusHalted");
     for (const CpuHaltEntry& cpu : cpus) {
-        if (!cpu.halted)
+        if (!cpu.halted) {
             return false;
+        }
     }
     return true;
 }
 
 void ChannelDriver::RegisterCpuHalt(const char* name, bool halted) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::RegisterCpuHalt");
-    if (name == nullptr)
+    if (name == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     for (CpuHaltEntry& cpu : cpus) {
         if (cpu.name == name) {
             cpu.halted = halted;
@@ -87,8 +91,9 @@ void ChannelDriver::RegisterCpuHalt(const char* name, bool halted) {
 
 void ChannelDriver::UnregisterCPU(const char* name) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::UnregisterCPU");
-    if (name == nullptr)
+    if (name == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     for (auto cpu = cpus.begin(); cpu != cpus.end(); ++cpu) {
         if (cpu->name == name) {
             cpus.erase(cpu);

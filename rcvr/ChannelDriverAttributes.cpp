@@ -1,7 +1,6 @@
-#include "rcvr/ChannelDriver.h"
-
 #include "common/source/source_utilities/uString.h"
 #include "pinmap/SiblingCall.h"
+#include "rcvr/ChannelDriver.h"
 #include "rcvr/Guard.h"
 #include "rcvr/ListText.h"
 #include "rcvr/Receiver.h"
@@ -20,7 +19,7 @@ namespace {
 
 struct FrequencyRow {
     std::string_view name;
-    double ChannelMetrics::*field;
+    double ChannelMetrics::* field;
 };
 
 constexpr FrequencyRow frequencyRows[] = {
@@ -60,10 +59,12 @@ void ChannelDriver::lookUpAttribute(const char* name, TraceAttribute* out, std::
     guarded(
         "GetAttribute", lock.get(),
         [&] {
-            if (name == nullptr)
+            if (name == nullptr) {
                 throwError(channelDriverUnit, eNullParameter, "invalid attribute name");
-            if (out == nullptr)
+            }
+            if (out == nullptr) {
                 throwError(channelDriverUnit, eNullParameter);
+            }
             ChannelMetrics metrics;
             channel->status(metrics);
             out->type = TraceAttribute::eNumberText;
@@ -89,14 +90,16 @@ void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetric
         }
         return;
     }
-    if (answerFrequency(name, metrics, text))
+    if (answerFrequency(name, metrics, text)) {
         return;
+    }
     if (name == "Buffer Wrapped") {
         answerBoolean(propertyText(*channel, "orvBufHasWrapped") == "true");
         return;
     }
-    if (answerList(name, type, text))
+    if (answerList(name, type, text)) {
         return;
+    }
     if (name == "TWP Source") {
         const std::string kind = propertyText(*channel, "drmXmtr");
         answerBoolean(kind == "tpiu" || kind == "tpiulite");
@@ -110,8 +113,9 @@ void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetric
     }
     if (name == "ETB Data Flip Needed") {
         answerBoolean(false);
-        if (propertyText(*channel, "drmXmtr") == "tpiu")
+        if (propertyText(*channel, "drmXmtr") == "tpiu") {
             answerBoolean(needsEtbDataFlip());
+        }
         return;
     }
     text = propertyText(*channel, name.c_str());
@@ -129,8 +133,9 @@ bool ChannelDriver::answerFrequency(const std::string& name, const ChannelMetric
 
 bool ChannelDriver::answerList(const std::string& name, std::uint32_t& type, std::string& text) {
     for (const ListRow& row : listRows) {
-        if (!name.starts_with(row.prefix))
+        if (!name.starts_with(row.prefix)) {
             continue;
+        }
         const std::string list = propertyText(*channel, row.property);
         const std::string index = name.substr(row.prefix.size());
         if (index.empty()) {
@@ -148,14 +153,17 @@ bool ChannelDriver::answerList(const std::string& name, std::uint32_t& type, std
 bool ChannelDriver::needsEtbDataFlip() {
     return callSibling([this] {
         for (IDeviceEntry* entry : receiver->GetPartIdentifier()->getDeviceEntries(cpuName.c_str())) {
-            if (entry == nullptr || entry->getTracePart() == nullptr)
+            if (entry == nullptr || entry->getTracePart() == nullptr) {
                 continue;
+            }
             IDevice* device = entry->getDevice();
-            if (device == nullptr)
+            if (device == nullptr) {
                 continue;
+            }
             const char* version = device->getCharacteristic("DEV_CHAR_ATB_STP_VERSION");
-            if (version != nullptr && std::string_view(version) == "1")
+            if (version != nullptr && std::string_view(version) == "1") {
                 return true;
+            }
         }
         return false;
     });

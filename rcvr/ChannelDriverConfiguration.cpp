@@ -1,10 +1,9 @@
-#include "rcvr/ChannelDriver.h"
-
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uString.h"
 #include "pinmap/PinAssignment.h"
 #include "pinmap/SiblingCall.h"
 #include "pinmap/TracePinMapper.h"
+#include "rcvr/ChannelDriver.h"
 #include "rcvr/Guard.h"
 #include "rcvr/PropertiesText.h"
 #include "rcvr/Receiver.h"
@@ -34,25 +33,29 @@ namespace {
 class TextFile {
 public:
     TextFile(const char* path, const char* mode) : file(path != nullptr ? std::fopen(path, mode) : nullptr) {
-        if (file == nullptr)
+        if (file == nullptr) {
             throwError(channelDriverUnit, eBadFile);
+        }
     }
     TextFile(const TextFile&) = delete;
     TextFile& operator=(const TextFile&) = delete;
     ~TextFile() {
-        if (file != nullptr)
+        if (file != nullptr) {
             std::fclose(file);
+        }
     }
     void write(const std::string& text) {
-        if (std::fwrite(text.data(), 1, text.size(), file) != text.size())
+        if (std::fwrite(text.data(), 1, text.size(), file) != text.size()) {
             throwError(channelDriverUnit, eBadFile);
+        }
     }
     // A full disk may show here only.
     void close() {
         std::FILE* closing = file;
         file = nullptr;
-        if (std::fclose(closing) != 0)
+        if (std::fclose(closing) != 0) {
             throwError(channelDriverUnit, eBadFile);
+        }
     }
 
 private:
@@ -85,8 +88,9 @@ std::string deviceText(Receiver& receiver, const std::string& cpuName, unsigned 
 
 void ChannelDriver::SetConfiguration(const char* path) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::SetConfiguration");
-    if (path == nullptr)
+    if (path == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     guarded("SetConfiguration", lock.get(), [&] {
         refuseTooManyChannels();
         std::string dataDirectory;
@@ -94,8 +98,9 @@ void ChannelDriver::SetConfiguration(const char* path) {
         const std::string propsPath = propertiesPathFor(path, dataDirectory);
         ConvertXmlToFrontEndPropsFile(path, propsPath.c_str());
         // Only the "pti" export can be set up on a running CPU.
-        if (settings.transmitter != "pti" && !AreAllCpusHalted())
+        if (settings.transmitter != "pti" && !AreAllCpusHalted()) {
             throwError(channelDriverUnit, eFailed, "the cpu must be halted first");
+        }
         channel->setProperty("propsFile", propsPath.c_str());
         logStep("SetConfiguration", "calling applySettings");
         channel->applySettings();
@@ -109,9 +114,10 @@ void ChannelDriver::SetConfiguration(const char* path) {
 
 void ChannelDriver::refuseTooManyChannels() {
     const auto limit = uString::toNumber<std::uint32_t>(propertyText(*frontEnd, "maxChnls"));
-    if (frontEnd->numChannels() > limit)
+    if (frontEnd->numChannels() > limit) {
         throwError(channelDriverUnit, eFailed,
                    "only " + std::to_string(limit) + " channel(s) may be active at one time");
+    }
 }
 
 void ChannelDriver::ConvertXmlToFrontEndPropsFile(const char* xmlPath, const char* propsPath) {
@@ -129,8 +135,9 @@ std::uint32_t ChannelDriver::channelIndex() {
 }
 
 std::string ChannelDriver::prepareChannelSection(const char* xmlPath, ChannelSettings& local) {
-    if (xmtrLibrary == nullptr)
+    if (xmtrLibrary == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     unsigned traceClass = 0;
     xmtrLibrary->getTransmitterKind(xmtrCookie, &traceClass);
     const std::uint32_t index = channelIndex();
@@ -141,26 +148,30 @@ std::string ChannelDriver::prepareChannelSection(const char* xmlPath, ChannelSet
     TracePinMapper mapper;
     mapper.readDeviceDatabase(cpuName.c_str());
     logMessage("%s : device database read successful", programLabel);
-    if (local.pinMap.empty())
+    if (local.pinMap.empty()) {
         findPins(mapper, traceClass, local);
-    else
+    } else {
         checkPins(mapper, local);
+    }
     return channelSectionText(index, local);
 }
 
 void ChannelDriver::findPins(TracePinMapper& mapper, unsigned traceClass, ChannelSettings& local) {
     logMessage("%s : no pin map specified", programLabel);
-    if (local.numPins == 0)
+    if (local.numPins == 0) {
         logAndFail("no pin map or pin count was specified in the channel settings file for " + shortCpuName + ".");
-    if (local.transmitter.empty())
+    }
+    if (local.transmitter.empty()) {
         local.transmitter = kindForClass(traceClass);
+    }
 
     const PinRequests requests{{cpuName, PinRequest{local.transmitter, local.numPins, true}}};
     PinGrants grants;
     std::string pinoutName;
-    if (!mapper.findPinMapWithin(grants, pinoutName, requests, {}, allEmulationPins()))
+    if (!mapper.findPinMapWithin(grants, pinoutName, requests, {}, allEmulationPins())) {
         logAndFail("failed to find a pin map with at least " + std::to_string(local.numPins) + " data pins for " +
                    shortCpuName + ".");
+    }
     local.pinMap = formatPinList(grants[cpuName].pins);
     logMessage("%s : from program %s granted emu pins %s for %s trace on %s", programLabel, pinoutName.c_str(),
                local.pinMap.c_str(), local.transmitter.c_str(), shortCpuName.c_str());
@@ -173,16 +184,18 @@ void ChannelDriver::checkPins(TracePinMapper& mapper, const ChannelSettings& loc
     PinList excluded = allEmulationPins();
     for (const std::uint32_t pin : mapPins) {
         const auto place = std::find(excluded.begin(), excluded.end(), pin);
-        if (place != excluded.end())
+        if (place != excluded.end()) {
             excluded.erase(place);
+        }
     }
     const auto dataPins = static_cast<std::uint32_t>(mapPins.size() - 1);
     const PinRequests requests{{cpuName, PinRequest{local.transmitter, dataPins, true}}};
     PinGrants grants;
     std::string pinoutName;
-    if (!mapper.findPinMapWithin(grants, pinoutName, requests, excluded, allEmulationPins()))
+    if (!mapper.findPinMapWithin(grants, pinoutName, requests, excluded, allEmulationPins())) {
         logAndFail("the pin map specified in the receiver settings is not valid for this device : " + local.pinMap +
                    ".");
+    }
 }
 
 void ChannelDriver::writePropertiesFile(const char* propsPath, const std::string& channelSection) {
@@ -190,13 +203,15 @@ void ChannelDriver::writePropertiesFile(const char* propsPath, const std::string
     TextFile file(propsPath, first ? "w" : "a");
     if (first) {
         const std::string unitName = deviceText(*receiver, cpuName, IPartIdentifier::eUnitName);
-        if (unitName.empty())
+        if (unitName.empty()) {
             throwError(channelDriverUnit, eFailed, "failed to lookup orv name for" + cpuName);
+        }
         std::string portText = deviceText(*receiver, cpuName, IPartIdentifier::eUnitPort);
         uString::replace(portText, "\"", "");
         const auto port = uString::toNumber<std::uint32_t>(portText);
-        if (portText.empty())
+        if (portText.empty()) {
             throwError(channelDriverUnit, eFailed, "failed to lookup orv port for" + cpuName);
+        }
         file.write(globalSectionText(unitName, port));
     }
     file.write(channelSection);

@@ -1,7 +1,6 @@
-#include "rcvr/ChannelDriver.h"
-
 #include "common/source/source_utilities/uString.h"
 #include "common/source/source_utilities/uThread.h"
+#include "rcvr/ChannelDriver.h"
 #include "rcvr/Guard.h"
 #include "rcvr/framework/CReceiver.h"
 
@@ -33,8 +32,9 @@ bool ChannelDriver::isDisconnected() const {
 ChannelDriver::StartState ChannelDriver::startState() {
     ChannelMetrics metrics;
     channel->status(metrics);
-    if (metrics.state == Recording)
+    if (metrics.state == Recording) {
         return StartState::Recording;
+    }
     const bool ended = metrics.state >= Failed && metrics.state <= Stopped;
     return ended && !metrics.threadDone && !metrics.threadAbsent ? StartState::Ending : StartState::Ready;
 }
@@ -74,19 +74,22 @@ bool ChannelDriver::startUnlessEnding() {
 
 void ChannelDriver::StartRecording(bool /*flag*/) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::StartRecording");
-    if (isDisconnected())
+    if (isDisconnected()) {
         throwError(channelDriverUnit, eBadTarget, "StartRecording bad state - disconnected");
+    }
     closeReadStream();
     // The lock is free during the waits, so that an upload can be watched meanwhile.
-    while (!guarded("StartRecording", lock.get(), [this] { return startUnlessEnding(); }))
+    while (!guarded("StartRecording", lock.get(), [this] { return startUnlessEnding(); })) {
         VX_QRS::uThread::sleep(endingPollMilliseconds);
+    }
     logStep("StartRecording", "success");
 }
 
 void ChannelDriver::StopRecording() {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::StopRecording");
-    if (isDisconnected())
+    if (isDisconnected()) {
         throwError(channelDriverUnit, eBadTarget, "StopRecording bad state - disconnected");
+    }
     guarded("StopRecording", lock.get(), [this] { channel->stop(); });
     logStep("StopRecording", "success");
 }
@@ -98,12 +101,14 @@ void ChannelDriver::ApplyTraceEnd(bool flag) {
 
 void ChannelDriver::NotifySystemStateChange(unsigned state) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::NotifySystemStateChange");
-    if (state != jobModifiedDisableResume)
+    if (state != jobModifiedDisableResume) {
         return;
+    }
     ChannelStatus status;
     GetChannelStatus(&status);
-    if (status.code == ChannelStatus::eBusy)
+    if (status.code == ChannelStatus::eBusy) {
         ApplyTraceEnd(true);
+    }
     VX_QRS::logMessage("OrvRcvr::ChannelDriver NotifySystemStateChange eJOB_MODIFIED_DISABLE_RESUME");
     channel->stop();
     StartState ready = startState();
@@ -111,8 +116,9 @@ void ChannelDriver::NotifySystemStateChange(unsigned state) {
         VX_QRS::uThread::sleep(endingPollMilliseconds);
         ready = startState();
     }
-    if (ready == StartState::Ready)
+    if (ready == StartState::Ready) {
         startChannel();
+    }
 }
 
 void ChannelDriver::ResumeRecording() {

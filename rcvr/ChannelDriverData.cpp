@@ -1,7 +1,6 @@
-#include "rcvr/ChannelDriver.h"
-
-#include "common/source/source_utilities/sameFile.h"
+#include "common/source/source_utilities/SameFile.h"
 #include "common/source/source_utilities/uThread.h"
+#include "rcvr/ChannelDriver.h"
 #include "rcvr/Guard.h"
 #include "tdf/TdfFile.h"
 
@@ -49,8 +48,9 @@ bool isGrowing(const VX_QRS::ORV::CLIENT::ChannelMetrics& metrics) {
 
 void ChannelDriver::closeReadStream() {
     const VX_QRS::uMutexLock held(readLock);
-    if (readStream.is_open())
+    if (readStream.is_open()) {
         readStream.close();
+    }
 }
 
 unsigned ChannelDriver::GetNumSamples() {
@@ -64,8 +64,9 @@ unsigned ChannelDriver::GetNumSamples() {
 }
 
 void ChannelDriver::openReadStream() {
-    if (readStream.is_open())
+    if (readStream.is_open()) {
         return;
+    }
     try {
         readStream.open(dataFilePath, std::ios::binary);
     } catch (...) {
@@ -89,23 +90,26 @@ ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample,
         return result;
     }
     const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(numSamples, result.available - startSample));
-    if (count == 0)
+    if (count == 0) {
         return result;
+    }
     readStream.seekg(static_cast<std::streamoff>(startSample) * sampleSize);
     buffer[count - 1] = 0;
     readStream.read(reinterpret_cast<char*>(buffer), static_cast<std::streamsize>(count) * sampleSize);
     result.count = static_cast<std::uint32_t>(std::max<std::streamsize>(readStream.gcount(), 0) / sampleSize);
-    if (result.count != count)
+    if (result.count != count) {
         logError("%s : seek read file failed with numSamplesActual=%u, numSamplesRead=%u", programLabel, count,
                  result.count);
+    }
     return result;
 }
 
 void ChannelDriver::SeekReadTraceData(unsigned startSample, unsigned numSamples, std::uint64_t* buffer,
                                       unsigned* numRead) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::SeekReadTraceData");
-    if (numRead == nullptr || (buffer == nullptr && numSamples != 0))
+    if (numRead == nullptr || (buffer == nullptr && numSamples != 0)) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     *numRead = 0;
     const auto failWith = [](const char* reason) {
         const Error error = Error::whileReading(reason);
@@ -152,17 +156,20 @@ void ChannelDriver::readWhileUploading(std::uint32_t startSample, std::uint32_t 
 
 void ChannelDriver::SaveFile(std::string path, unsigned format) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::SaveFile");
-    if (path.empty())
+    if (path.empty()) {
         throwError(channelDriverUnit, eBadFile, "Cannot save to empty file name");
-    if (format == eSaveUncompressed || format == eSaveUncompressedText)
+    }
+    if (format == eSaveUncompressed || format == eSaveUncompressedText) {
         throwError(channelDriverUnit, eBadFile, "Internal error.  Cannot save uncompressed trace data format");
+    }
     converted("SaveFile", [&] { refuseTarget(path); });
     guarded("SaveFile", nullptr, [&] {
         const std::uint64_t numSamples = waitForUpload();
-        if (format == eSaveRaw)
+        if (format == eSaveRaw) {
             saveRaw(path);
-        else
+        } else {
             saveTraceDataFile(path, numSamples);
+        }
     });
     logStep("SaveFile", "success");
 }
@@ -185,13 +192,15 @@ void ChannelDriver::refuseTarget(const std::string& path) {
         failure = EACCES;
     } else {
         errno = 0;
-        if (std::FILE* file = std::fopen(path.c_str(), "ab"))
+        if (std::FILE* file = std::fopen(path.c_str(), "ab")) {
             std::fclose(file);
-        else
+        } else {
             failure = errno;
+        }
     }
-    if (failure == 0)
+    if (failure == 0) {
         return;
+    }
     const std::string text = std::string("Could not open file") + std::strerror(failure);
     logError("%s : %s : %s", programLabel, text.c_str(), path.c_str());
     throwError(channelDriverUnit, eBadFile, text);
@@ -206,20 +215,23 @@ void ChannelDriver::saveSamples(Sink&& sink) {
     for (std::uint64_t start = 0; start < total; start += chunkSamples) {
         unsigned count = 0;
         SeekReadTraceData(static_cast<unsigned>(start), chunkSamples, chunk.data(), &count);
-        if (count == 0)
+        if (count == 0) {
             throwError(channelDriverUnit, eBadFile, saveFailed);
+        }
         sink(chunk, count);
         saved += count;
     }
-    if (saved != total)
+    if (saved != total) {
         logError("%s : %s saved only %u of %u samples", programLabel, "SaveFile", saved, total);
+    }
 }
 
 void ChannelDriver::saveRaw(const std::string& path) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     const auto require = [](bool written) {
-        if (!written)
+        if (!written) {
             throwError(channelDriverUnit, eBadFile, saveFailed);
+        }
     };
     saveSamples([&](const Chunk& chunk, unsigned count) {
         file.write(reinterpret_cast<const char*>(chunk.data()), std::streamsize{count} * sampleSize);
@@ -230,8 +242,9 @@ void ChannelDriver::saveRaw(const std::string& path) {
 }
 
 void ChannelDriver::saveTraceDataFile(const std::string& path, std::uint64_t numSamples) {
-    if (!TdfFile::hasSpace(path.c_str(), tdfSectionName, numSamples * sampleSize))
+    if (!TdfFile::hasSpace(path.c_str(), tdfSectionName, numSamples * sampleSize)) {
         throwError(channelDriverUnit, eBadFile, TdfFile::tooLong);
+    }
     // The trace data file's failures are of the framework's base class; here they become this library's own.
     const auto asError = [](auto&& step) {
         try {

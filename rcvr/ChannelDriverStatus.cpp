@@ -1,5 +1,4 @@
 #include "rcvr/ChannelDriver.h"
-
 #include "rcvr/Guard.h"
 #include "rcvr/StatusText.h"
 
@@ -11,10 +10,12 @@ using VX_QRS::logEntry;
 
 void ChannelDriver::GetChannelStatus(ChannelStatus* out) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::GetChannelStatus");
-    if (isDisconnected())
+    if (isDisconnected()) {
         return;
-    if (out == nullptr)
+    }
+    if (out == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     out->code = ChannelStatus::eNone;
     out->configurable = out->startable = out->resumable = out->stoppable = out->hasData = false;
     guarded("GetChannelStatus", lock.get(), [&] {
@@ -26,8 +27,9 @@ void ChannelDriver::GetChannelStatus(ChannelStatus* out) {
 
 void ChannelDriver::GetProgress(unsigned* first, int* percent, std::string* text) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::GetProgress");
-    if (first == nullptr || percent == nullptr || text == nullptr)
+    if (first == nullptr || percent == nullptr || text == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
+    }
     *first = 1;
     *percent = -1;
     guarded("GetProgress", nullptr, [&] {

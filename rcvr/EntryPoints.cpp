@@ -33,8 +33,9 @@ void makeReceiver() {
     deleteReceiver();
     try {
         g_receiver = new (std::nothrow) Receiver;
-        if (g_receiver == nullptr)
+        if (g_receiver == nullptr) {
             throwError(receiverUnit, eNoMemory);
+        }
     } catch (const Error&) {
         deleteReceiver();
         throw;
@@ -74,10 +75,12 @@ RCVR_EXPORT CReceiver* CreateRcvr() {
 RCVR_EXPORT void DestroyRcvr(CReceiver* receiver) {
     try {
         logCall("DestroyRcvr");
-        if (g_refCnt == 0 || receiver != g_receiver)
+        if (g_refCnt == 0 || receiver != g_receiver) {
             return;
-        if (--g_refCnt != 0)
+        }
+        if (--g_refCnt != 0) {
             return;
+        }
         VX_QRS::logMessage("destroyed");
         g_receiver->TearDown();
         deleteReceiver();

@@ -71,10 +71,12 @@ void Error::setText(const char* words, const char* detail) noexcept {
 }
 
 void Error::addPlace(const char* file, std::uint32_t line) {
-    if (file == nullptr)
+    if (file == nullptr) {
         return;
-    if (GetDetailedText() != nullptr)
+    }
+    if (GetDetailedText() != nullptr) {
         AddDetailedInfo(" : ");
+    }
     char place[16];
     std::snprintf(place, sizeof place, "(%u)", line);
     AddDetailedInfo(file);
@@ -92,8 +94,9 @@ const char* Error::FormatForLog() {
 
 void Error::log() noexcept {
     try {
-        if (VX_QRS::getLogManager()->getThreshold() >= 2)
+        if (VX_QRS::getLogManager()->getThreshold() >= 2) {
             VX_QRS::logErrorAt(2, "%s", FormatForLog());
+        }
     } catch (const std::exception&) { // without memory there is no log yet
     }
 }

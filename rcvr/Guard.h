@@ -32,15 +32,17 @@ auto guarded(const char* label, VX_QRS::uMutex* mutex, Body&& body,
     class Holder {
     public:
         explicit Holder(VX_QRS::uMutex* held) : mutex(held) {
-            if (mutex != nullptr)
+            if (mutex != nullptr) {
                 mutex->lock();
+            }
         }
         Holder(const Holder&) = delete;
         Holder& operator=(const Holder&) = delete;
         ~Holder() { release(); }
         void release() {
-            if (mutex != nullptr)
+            if (mutex != nullptr) {
                 mutex->unlock();
+            }
             mutex = nullptr;
         }
 

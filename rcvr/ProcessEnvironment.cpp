@@ -28,8 +28,9 @@ std::string g_logFileName;
 // A process that inherits the identifier of a living debug client shares that client's log.
 void settleDebugClient() {
     g_pidText = uEnvironment::get(debugClientVariable);
-    if (!g_pidText.empty() && !uEnvironment::processExists(VX_QRS::uString::toNumber<std::uint32_t>(g_pidText)))
+    if (!g_pidText.empty() && !uEnvironment::processExists(VX_QRS::uString::toNumber<std::uint32_t>(g_pidText))) {
         g_pidText.clear();
+    }
     if (g_pidText.empty()) {
         g_pidText = std::to_string(uEnvironment::getCurrentProcessId());
         uEnvironment::set(debugClientVariable, g_pidText.c_str());

@@ -41,8 +41,9 @@ std::string propertiesPathFor(const std::string& settingsPath, const std::string
     // The folder's path stays as it is: on a network share it begins with two separators.
     const std::string own = VX_QRS::uEnvironment::separator();
     std::string path = directory;
-    if (!path.empty() && !path.ends_with(own))
+    if (!path.empty() && !path.ends_with(own)) {
         path += own;
+    }
     path += name;
     return path;
 }

@@ -31,12 +31,14 @@ unsigned Receiver::GetNumAttachedCpus() {
 
 void Receiver::GetAttachedCpuNames(char** names) {
     logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::GetAttachedCpuNames");
-    if (names == nullptr)
+    if (names == nullptr) {
         return;
+    }
     for (std::size_t i = 0; i < drivers.size(); ++i) {
         const char* name = drivers[i]->CpuName();
-        if (names[i] != nullptr)
+        if (names[i] != nullptr) {
             std::memcpy(names[i], name, std::strlen(name) + 1);
+        }
         logMessage("cpuName[%d] is %s", static_cast<int>(i), name);
     }
 }
@@ -54,8 +56,9 @@ CChannelDriver* Receiver::AllocateChannel(const char* cpuName, IXmtrLibrary* xmt
         logFailure(exception);
         return nullptr;
     }
-    if (driver == nullptr)
+    if (driver == nullptr) {
         throwError(receiverUnit, eNoMemory);
+    }
     try {
         drivers.push_back(driver);
     } catch (const std::exception& exception) {
@@ -66,12 +69,14 @@ CChannelDriver* Receiver::AllocateChannel(const char* cpuName, IXmtrLibrary* xmt
 
 void Receiver::ReleaseChannel(CChannelDriver* driver) {
     logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::ReleaseChannel");
-    if (driver == nullptr)
+    if (driver == nullptr) {
         return;
+    }
     // An unknown pointer may point anywhere: it is compared and never followed.
     const auto place = std::find(drivers.begin(), drivers.end(), driver);
-    if (place == drivers.end())
+    if (place == drivers.end()) {
         throwError(receiverUnit, eFailed, "failed to release unknown channel driver");
+    }
     logMessage("cpu name is %s", (*place)->CpuName());
     drivers.erase(place);
     delete driver;
@@ -93,8 +98,9 @@ void* Receiver::GetDataSourceForCpuName(const char* /*cpuName*/) {
 
 CChannelDriver* Receiver::GetChannelDriverForCpuName(const char* cpuName) {
     logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::GetChannelDriverForCpuName");
-    if (drivers.empty())
+    if (drivers.empty()) {
         return nullptr;
+    }
     logMessage("channel driver %d goes with %s", 0, printable(cpuName));
     return drivers.front();
 }
@@ -138,12 +144,14 @@ void Receiver::OnTargetStateChange(const char* cpuName, unsigned state) {
 }
 
 void Receiver::followTarget(const char* cpuName, unsigned state) {
-    if (cpuName == nullptr)
+    if (cpuName == nullptr) {
         return;
+    }
     // All drivers in the list are of this class.
     auto* driver = static_cast<ChannelDriver*>(ChannelDriverForCpu(cpuName));
-    if (driver == nullptr)
+    if (driver == nullptr) {
         return;
+    }
 
     const bool follows = VX_QRS::uString::toBool(driver->CopyOfAttribute("targetSync"));
     driver->SetTargetState(state);
@@ -159,8 +167,9 @@ void Receiver::followTarget(const char* cpuName, unsigned state) {
     case eRunning:
     case eRunningFree:
         driver->RegisterCpuHalt(cpuName, false);
-        if (follows && !busy)
+        if (follows && !busy) {
             driver->StartRecording(false);
+        }
         return;
     case eHalted:
     case eHaltedByEvent:
@@ -170,17 +179,20 @@ void Receiver::followTarget(const char* cpuName, unsigned state) {
         return;
     }
     // The last CPU that runs decides: the others' trace goes on until then.
-    if (follows && busy && driver->AreAllCpusHalted())
+    if (follows && busy && driver->AreAllCpusHalted()) {
         driver->StopRecording();
+    }
 }
 
 void Receiver::OnTraceSystemStateChange(const char* cpuName, unsigned state) {
     try {
         logEntry(receiverUnit, "Vx::Qrs::Trace::OrvRcvr::Receiver::OnTraceSystemStateChange");
-        if (state != ChannelDriver::jobModifiedDisableResume)
+        if (state != ChannelDriver::jobModifiedDisableResume) {
             return;
-        if (auto* driver = static_cast<ChannelDriver*>(ChannelDriverForCpu(cpuName)))
+        }
+        if (auto* driver = static_cast<ChannelDriver*>(ChannelDriverForCpu(cpuName))) {
             driver->NotifySystemStateChange(state);
+        }
     } catch (...) { // a notification has no way to fail
     }
 }

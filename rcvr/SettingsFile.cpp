@@ -1,6 +1,6 @@
 #include "rcvr/SettingsFile.h"
 
-#include "common/source/source_utilities/keptFile.h"
+#include "common/source/source_utilities/KeptFile.h"
 #include "common/source/source_utilities/uConfig.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
@@ -78,13 +78,16 @@ void readTargetExport(uConfig& file, ChannelSettings& settings) {
 void check(const ChannelSettings& settings) {
     std::vector<std::string> pins;
     uString::split(pins, settings.pinMap, ",");
-    if (!pins.empty() && settings.numPins != pins.size() - 1)
+    if (!pins.empty() && settings.numPins != pins.size() - 1) {
         throw std::runtime_error("pin map (" + settings.pinMap + ") doesn't match requested number of pins (" +
                                  std::to_string(settings.numPins) + ")");
-    if (settings.transmitter != "pti" && settings.transmitter != "tpiulite" && settings.transmitter != "tpiu")
+    }
+    if (settings.transmitter != "pti" && settings.transmitter != "tpiulite" && settings.transmitter != "tpiu") {
         throw std::runtime_error("unsupported transmitter (" + settings.transmitter + ")");
-    if (settings.numPins != 1 && settings.numPins != 2 && settings.numPins != 4)
+    }
+    if (settings.numPins != 1 && settings.numPins != 2 && settings.numPins != 4) {
         throw std::runtime_error("unsupported number of pins requested (" + std::to_string(settings.numPins) + ")");
+    }
 }
 
 const char* textOf(bool value) {
@@ -156,8 +159,9 @@ void StoreSettings(const ChannelSettings& settings, const char* path, const char
         KeptFile old(path, copySuffix, file.format(fileHeader));
         file.write(fileHeader);
         old.settle();
-        if (!old.path().empty())
+        if (!old.path().empty()) {
             logWarning("%s : the file as it was is kept as %s", programLabel, old.path().c_str());
+        }
     } catch (const std::exception& exception) {
         logWarning("%s : error storing settings : %s", programLabel, exception.what());
     } catch (...) {

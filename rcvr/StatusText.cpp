@@ -33,8 +33,9 @@ constexpr StateRow stateRows[] = {
 
 const StateRow* findRow(std::int32_t state) {
     for (const StateRow& row : stateRows) {
-        if (row.state == state)
+        if (row.state == state) {
             return &row;
+        }
     }
     return nullptr;
 }
@@ -51,8 +52,9 @@ void addUpload(const ChannelMetrics& metrics, ChannelStatus& status) {
         return;
     }
     const std::uint64_t total = std::uint64_t{metrics.bytesReady} + metrics.bytesTotal;
-    if (total != 0)
+    if (total != 0) {
         status.code = ChannelStatus::eBusy;
+    }
     status.text += percentText(" : uploading data : %3.0f%% complete", metrics.bytesTotal, static_cast<double>(total));
 }
 
@@ -75,10 +77,12 @@ void describeStatus(const ChannelMetrics& metrics, std::uint32_t bufferBytes, Ch
         status.stoppable = row->stoppable;
         status.hasData = row->hasData;
     }
-    if (metrics.state == Recording)
+    if (metrics.state == Recording) {
         status.text += rateText(metrics.dataRate) + percentText(" : %3.0f%% full", metrics.bytesReady, bufferBytes);
-    if (metrics.state >= Failed && metrics.state <= Stopped)
+    }
+    if (metrics.state >= Failed && metrics.state <= Stopped) {
         addUpload(metrics, status);
+    }
     if (metrics.hasError) {
         const char* text = metrics.errorText;
         status.text.append(" : ").append(text != nullptr && *text != '\0' ? text : "channel error detected");

@@ -24,11 +24,13 @@ constexpr const char* libraryName = "HaloTargetAdapter";
 }
 
 void freeAdapter(uDll& library, ITargetAdapter* adapter) {
-    if (adapter == nullptr)
+    if (adapter == nullptr) {
         failWith("Internal error. Invalid storage for TargetAdapter");
+    }
     const auto free = reinterpret_cast<FreeTargetAdapterFunction>(library.GetSymbol("FreeTargetAdapter"));
-    if (free == nullptr)
+    if (free == nullptr) {
         failWith("Internal error. Failed to look up FreeTargetAdapter symbol.");
+    }
     callSibling([&] { free(adapter); });
 }
 
@@ -38,13 +40,15 @@ std::uint32_t queryAdapterKind(const char* cpuName) {
     VX_QRS::logMessageAt(2, "%s: Initializing Channel Driver...", programLabel);
     VX_QRS::logMessageAt(2, "%s: loading DLL %s.", programLabel, libraryName);
     uDll library;
-    if (!library.FindAndLoad(libraryName, -1))
+    if (!library.FindAndLoad(libraryName, -1)) {
         logAndFail("Cannot load target adapter library. Bad installation.");
+    }
     VX_QRS::logMessage("%s: Target adapter DLL loaded.", programLabel);
 
     const auto create = reinterpret_cast<NewTargetAdapterFunction>(library.GetSymbol("NewTargetAdapter"));
-    if (create == nullptr)
+    if (create == nullptr) {
         logAndFail("Cannot get target adapter factory. Bad installation.");
+    }
     VX_QRS::logMessage("%s: Creating target adapter for %s.", programLabel, cpuName);
     ITargetAdapter* adapter = nullptr;
     callSibling([&] { create(cpuName, &adapter); });
@@ -55,8 +59,9 @@ std::uint32_t queryAdapterKind(const char* cpuName) {
         try {
             callSibling([&] {
                 info = adapter->getCpuInfo();
-                if (info != nullptr)
+                if (info != nullptr) {
                     id = info->getCpuId();
+                }
             });
         } catch (...) {
             freeAdapter(library, adapter);

@@ -29,8 +29,9 @@ File openForUpdate(const char* fileName) {
     require(file != nullptr || isReadable(fileName), badFileName);
     // What is written here is a few words and great blocks: a buffer would only copy the blocks, and read a page at each
     // seek.
-    if (file != nullptr)
+    if (file != nullptr) {
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    }
     return file;
 }
 

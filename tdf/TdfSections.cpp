@@ -1,5 +1,4 @@
 #include "tdf/TdfFile.h"
-
 #include "tdf/TdfIdentifier.h"
 #include "tdf/TdfStream.h"
 
@@ -35,8 +34,9 @@ public:
 
     /// Nothing at the end of the file; throws where no section can be.
     std::optional<TdfSection> step() {
-        if (next == end)
+        if (next == end) {
             return std::nullopt;
+        }
         TdfSection section;
         std::uint32_t nameSize = 0;
         require(seek(file.get(), next) && getWord(file.get(), section.size) && getWord(file.get(), section.version) &&
@@ -55,8 +55,9 @@ public:
 
     std::optional<TdfSection> find(std::string_view name) {
         std::optional<TdfSection> section = step();
-        while (section && section->name != name)
+        while (section && section->name != name) {
             section = step();
+        }
         return section;
     }
 
@@ -100,8 +101,9 @@ void TdfFile::listSections(const char* fileName, std::vector<TdfSection>* sectio
     sections->clear();
     checkFileName(fileName);
     Walk walk(fileName);
-    while (std::optional<TdfSection> section = walk.step())
+    while (std::optional<TdfSection> section = walk.step()) {
         sections->push_back(*std::move(section));
+    }
 }
 
 void TdfFile::findSection(const char* fileName, const char* sectionName, TdfSection* section) {

@@ -17,12 +17,14 @@ bool isReadable(const char* fileName) {
 bool hasExtension(const char* fileName) {
     constexpr std::string_view extension = ".tdf";
     const std::string_view name = fileName;
-    if (name.size() < extension.size())
+    if (name.size() < extension.size()) {
         return false;
+    }
     const std::string_view ending = name.substr(name.size() - extension.size());
     for (std::size_t i = 0; i < extension.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(ending[i])) != extension[i])
+        if (std::tolower(static_cast<unsigned char>(ending[i])) != extension[i]) {
             return false;
+        }
     }
     return true;
 }
@@ -38,11 +40,13 @@ bool putWord(std::FILE* file, std::uint32_t value) {
 
 bool getWord(std::FILE* file, std::uint32_t& value) {
     std::array<unsigned char, wordSize> bytes{};
-    if (std::fread(bytes.data(), 1, bytes.size(), file) != bytes.size())
+    if (std::fread(bytes.data(), 1, bytes.size(), file) != bytes.size()) {
         return false;
+    }
     value = 0;
-    for (std::size_t i = bytes.size(); i-- != 0;)
+    for (std::size_t i = bytes.size(); i-- != 0;) {
         value = value << 8 | bytes[i];
+    }
     return true;
 }
 

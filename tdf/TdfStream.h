@@ -26,8 +26,9 @@ using File = std::unique_ptr<std::FILE, Closer>;
 
 /// The exception leaves the frames that hold the file, and so closes it, before a caller sees it.
 inline void require(bool holds, const char* text) {
-    if (!holds)
+    if (!holds) {
         throw Zarn::cZarnError(text, Zarn::eSeverityError);
+    }
 }
 
 /// A null name is the empty one.

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <map>
-
 #include "bench/scenarios/Scenario.h"
+
+#include <map>
 
 namespace bench {
 

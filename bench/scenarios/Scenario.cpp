@@ -1,5 +1,10 @@
 #include "bench/scenarios/Scenario.h"
 
+#include "bench/scenarios/Environment.h"
+#include "bench/scenarios/TomlText.h"
+
+#include <toml++/toml.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -7,11 +12,6 @@
 #include <iterator>
 #include <limits>
 #include <sstream>
-
-#include <toml++/toml.h>
-
-#include "bench/scenarios/Environment.h"
-#include "bench/scenarios/TomlText.h"
 
 namespace bench {
 

@@ -28,12 +28,14 @@ std::size_t characterSize(std::string_view text) {
     const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
     for (std::size_t size = 1; size <= forms.size() && size <= text.size(); ++size) {
         const Form& form = forms.at(size - 1);
-        if ((byte(0) & form.mask) != form.lead)
+        if ((byte(0) & form.mask) != form.lead) {
             continue;
+        }
         std::uint32_t value = byte(0) & ~form.mask;
         for (std::size_t index = 1; index < size; ++index) {
-            if ((byte(index) & 0xC0U) != 0x80)
+            if ((byte(index) & 0xC0U) != 0x80) {
                 return 0;
+            }
             value = value << 6 | (byte(index) & 0x3FU);
         }
         const bool surrogate = value >= 0xD800 && value < 0xE000;
@@ -70,15 +72,18 @@ private:
 };
 
 std::string Scanner::run() {
-    if (rest.starts_with(byteOrderMark))
+    if (rest.starts_with(byteOrderMark)) {
         rest.remove_prefix(byteOrderMark.size());
+    }
     while (!rest.empty()) {
         const std::size_t size = characterSize(rest);
-        if (size == 0)
+        if (size == 0) {
             return "this is not UTF-8; save the file as UTF-8";
+        }
         if (!end.empty()) {
-            if (std::string fault = inString(); !fault.empty())
+            if (std::string fault = inString(); !fault.empty()) {
                 return fault;
+            }
         } else if (size > 1) {
             return "a character beyond ASCII must be in quotation marks or in a comment";
         } else if (std::string fault = outside(); !fault.empty()) {
@@ -97,37 +102,44 @@ bool Scanner::stringMayBegin() const {
 
 std::string Scanner::outside() {
     for (const std::string_view mark : {"\"\"\"", "'''", "\"", "'"}) {
-        if (!rest.starts_with(mark))
+        if (!rest.starts_with(mark)) {
             continue;
-        if (!stringMayBegin())
+        }
+        if (!stringMayBegin()) {
             return "a string must not begin here";
+        }
         take(mark);
         end = mark;
         previous = mark.front();
         return {};
     }
     const char character = rest.front();
-    if (character == '#')
+    if (character == '#') {
         end = "\n";
-    else if (character == '\n' || blanks.find(character) == std::string_view::npos)
+    } else if (character == '\n' || blanks.find(character) == std::string_view::npos) {
         note(character);
+    }
     step(1);
     return {};
 }
 
 void Scanner::note(char structural) {
-    if (structural == '[' && depth == 0 && previous == '\n')
+    if (structural == '[' && depth == 0 && previous == '\n') {
         inHeader = true;
-    if (structural == '[' || structural == '{')
+    }
+    if (structural == '[' || structural == '{') {
         ++depth;
-    else if ((structural == ']' || structural == '}') && depth > 0)
+    } else if ((structural == ']' || structural == '}') && depth > 0) {
         --depth;
-    else if (structural == '=')
+    } else if (structural == '=') {
         inValue = true;
-    if (structural == '\n' && inHeader)
+    }
+    if (structural == '\n' && inHeader) {
         depth = 0;
-    if (structural == '\n' && depth == 0)
+    }
+    if (structural == '\n' && depth == 0) {
         inHeader = inValue = false;
+    }
     previous = structural;
 }
 
@@ -139,8 +151,9 @@ std::string Scanner::inString() {
     }
     if (take(end)) {
         // A string of several lines may end in up to two marks of its own.
-        for (int more = 0; severalLines && more < 2; ++more)
+        for (int more = 0; severalLines && more < 2; ++more) {
             take(std::string_view(end).substr(0, 1));
+        }
         end.clear();
         return {};
     }
@@ -155,12 +168,15 @@ std::string Scanner::inString() {
 /// A blank or a line's end continues the string at the next character that is none.
 std::string Scanner::afterBackslash(bool severalLines) {
     const bool continues = severalLines && rest.find_first_of(blanks) == 0;
-    if (!continues && !rest.empty() && isAscii(rest.front()))
+    if (!continues && !rest.empty() && isAscii(rest.front())) {
         step(1);
-    while (continues && rest.find_first_of(blanks) == 0)
+    }
+    while (continues && rest.find_first_of(blanks) == 0) {
         step(1);
-    if (severalLines && !rest.empty() && !isAscii(rest.front()))
+    }
+    if (severalLines && !rest.empty() && !isAscii(rest.front())) {
         return "a character beyond ASCII must not follow a backslash; begin the next line with another one";
+    }
     return {};
 }
 
@@ -175,10 +191,12 @@ void Scanner::step(std::size_t bytes) {
 }
 
 bool Scanner::take(std::string_view expected) {
-    if (!rest.starts_with(expected))
+    if (!rest.starts_with(expected)) {
         return false;
-    for (std::size_t count = 0; count < expected.size(); ++count)
+    }
+    for (std::size_t count = 0; count < expected.size(); ++count) {
         step(1);
+    }
     return true;
 }
 
@@ -186,12 +204,14 @@ bool Scanner::take(std::string_view expected) {
 
 std::string tomlTextFault(std::string_view text, const std::string& file) {
     // The parser is sound where all is ASCII, and its messages are better.
-    if (std::all_of(text.begin(), text.end(), isAscii))
+    if (std::all_of(text.begin(), text.end(), isAscii)) {
         return {};
+    }
     Scanner scanner(text);
     const std::string fault = scanner.run();
-    if (fault.empty())
+    if (fault.empty()) {
         return {};
+    }
     return file + ":" + std::to_string(scanner.line) + ":" + std::to_string(scanner.column) + ": " + fault;
 }
 

@@ -1,13 +1,13 @@
 #include "bench/server/DataServer.h"
 
+#include "bench/server/SideProtocol.h"
+#include "bench/server/TruthFile.h"
+
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdlib>
 #include <utility>
-
-#include "bench/server/SideProtocol.h"
-#include "bench/server/TruthFile.h"
 
 namespace bench {
 

@@ -1,5 +1,11 @@
 #pragma once
 
+#include "bench/faults/FaultScript.h"
+#include "bench/scenarios/Scenario.h"
+#include "bench/server/LoopbackSocket.h"
+#include "bench/server/Service.h"
+#include "bench/unit/Unit.h"
+
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
@@ -8,12 +14,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include "bench/faults/FaultScript.h"
-#include "bench/scenarios/Scenario.h"
-#include "bench/server/LoopbackSocket.h"
-#include "bench/server/Service.h"
-#include "bench/unit/Unit.h"
 
 namespace bench {
 

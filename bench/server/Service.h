@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <mutex>
-
 #include "bench/server/Codec.h"
 #include "bench/unit/Unit.h"
+
+#include <cstdint>
+#include <mutex>
 
 namespace bench {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "bench/unit/Unit.h"
+
 #include <mutex>
 #include <string>
 #include <string_view>
-
-#include "bench/unit/Unit.h"
 
 namespace bench {
 

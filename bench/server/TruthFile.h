@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "bench/unit/Unit.h"
+
+#include <string>
 
 namespace bench {
 

@@ -1,5 +1,8 @@
 // The simulated data server: mpx_ecom_server.exe 1 <port>
 // Looks through a scenario and starts nothing: mpx_ecom_server.exe --check <file>
+#include "bench/scenarios/FilePath.h"
+#include "bench/server/DataServer.h"
+
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -9,9 +12,6 @@
 #include <iostream>
 #include <iterator>
 #include <string_view>
-
-#include "bench/scenarios/FilePath.h"
-#include "bench/server/DataServer.h"
 
 namespace {
 

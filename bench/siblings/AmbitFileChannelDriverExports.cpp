@@ -1,6 +1,6 @@
-#include <new>
-
 #include "rcvr/framework/IFileReplay.h"
+
+#include <new>
 
 namespace {
 

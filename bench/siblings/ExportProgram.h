@@ -1,10 +1,10 @@
 #pragma once
 
+#include "bench/scenarios/Scenario.h"
+
 #include <map>
 #include <optional>
 #include <string>
-
-#include "bench/scenarios/Scenario.h"
 
 namespace bench {
 

@@ -1,13 +1,14 @@
-#include <cstdio>
-
 #include "bench/siblings/TargetAdapter.h"
+
+#include <cstdio>
 
 extern "C" {
 
 __attribute__((visibility("default"))) void NewTargetAdapter(const char* cpuName,
                                                              Vx::Qrs::Trace::ITargetAdapter** out) {
-    if (out == nullptr)
+    if (out == nullptr) {
         return;
+    }
     *out = nullptr;
     try {
         const auto base = bench::DeviceDatabase::load(bench::DeviceDatabase::defaultFile());

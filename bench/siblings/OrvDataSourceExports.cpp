@@ -1,6 +1,6 @@
-#include <new>
-
 #include "bench/siblings/FileDataSource.h"
+
+#include <new>
 
 extern "C" {
 

@@ -28,8 +28,9 @@ public:
     std::vector<IPartProperty*> getProperties(const char* group) override try {
         std::vector<IPartProperty*> found;
         if (group != nullptr && std::string_view(group) == "program.pinouts") {
-            for (SimulatedProperty& property : pinouts)
+            for (SimulatedProperty& property : pinouts) {
                 found.push_back(&property);
+            }
         }
         return found;
     } catch (const std::bad_alloc&) {
@@ -57,13 +58,16 @@ private:
 class SimulatedEntry : public IDeviceEntry {
 public:
     SimulatedEntry(const Device& device, const DeviceEntry& entry) : whole(device) {
-        if (!entry.parent.empty())
+        if (!entry.parent.empty()) {
             parent = std::make_unique<SimulatedPart>(entry.parent);
-        if (entry.trace.empty())
+        }
+        if (entry.trace.empty()) {
             return;
+        }
         trace = std::make_unique<SimulatedPart>(entry.trace);
-        for (const auto& [name, value] : entry.pinouts)
+        for (const auto& [name, value] : entry.pinouts) {
             trace->pinouts.emplace_back(name, value);
+        }
     }
     IDevice* getDevice() override { return &whole; }
     IPart* getParentPart() override { return parent.get(); }
@@ -87,23 +91,27 @@ PartIdentifier::~PartIdentifier() = default;
 
 PartIdentifier::Shown& PartIdentifier::shownFor(const Device& device) {
     for (const auto& candidate : shown) {
-        if (candidate->device == &device)
+        if (candidate->device == &device) {
             return *candidate;
+        }
     }
     auto made = std::make_unique<Shown>();
     made->device = &device;
-    for (const DeviceEntry& entry : device.entries)
+    for (const DeviceEntry& entry : device.entries) {
         made->entries.push_back(std::make_unique<SimulatedEntry>(device, entry));
+    }
     return *shown.emplace_back(std::move(made));
 }
 
 std::vector<IDeviceEntry*> PartIdentifier::getDeviceEntries(const char* deviceName) try {
     const Device* device = base.find(deviceName != nullptr ? deviceName : "");
-    if (device == nullptr)
+    if (device == nullptr) {
         return {};
+    }
     std::vector<IDeviceEntry*> found;
-    for (const auto& entry : shownFor(*device).entries)
+    for (const auto& entry : shownFor(*device).entries) {
         found.push_back(entry.get());
+    }
     return found;
 } catch (const std::bad_alloc&) {
     return {};

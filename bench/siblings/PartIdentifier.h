@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <vector>
-
 #include "bench/siblings/DeviceDatabase.h"
 #include "rcvr/framework/IPartIdentifier.h"
+
+#include <memory>
+#include <vector>
 
 namespace bench {
 

@@ -1,6 +1,6 @@
-#include <cstdio>
-
 #include "bench/siblings/PartIdentifier.h"
+
+#include <cstdio>
 
 // A data base that cannot be read gives no object: the receiver then says that it has none, and the reason stands on
 // the standard error output for the person at the bench.

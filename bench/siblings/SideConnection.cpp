@@ -45,16 +45,18 @@ bool SideConnection::exchange(const std::string& line, std::string& answer) {
         answer.append(piece.data(), static_cast<std::size_t>(count));
     }
     answer.resize(answer.find('\n'));
-    if (!answer.empty() && answer.back() == '\r')
+    if (!answer.empty() && answer.back() == '\r') {
         answer.pop_back();
+    }
     return true;
 }
 
 std::optional<std::string> SideConnection::request(const std::string& line) {
     error.clear();
     const bool fresh = !socket.isOpen();
-    if (fresh && !connect())
+    if (fresh && !connect()) {
         return std::nullopt;
+    }
     std::string answer;
     bool answered = exchange(line, answer);
     if (!answered && !fresh) {
@@ -66,10 +68,12 @@ std::optional<std::string> SideConnection::request(const std::string& line) {
         socket.close();
         return std::nullopt;
     }
-    if (answer == "ok")
+    if (answer == "ok") {
         return std::string();
-    if (answer.rfind("ok ", 0) == 0)
+    }
+    if (answer.rfind("ok ", 0) == 0) {
         return answer.substr(3);
+    }
     error = answer;
     return std::nullopt;
 }

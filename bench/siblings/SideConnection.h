@@ -1,9 +1,9 @@
 #pragma once
 
+#include "common/source/source_utilities/uSocket.h"
+
 #include <optional>
 #include <string>
-
-#include "common/source/source_utilities/uSocket.h"
 
 namespace bench {
 

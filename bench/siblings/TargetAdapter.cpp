@@ -17,8 +17,9 @@ private:
 
 TargetAdapter::TargetAdapter(const DeviceDatabase& base, std::string cpuName) : name(std::move(cpuName)) {
     const Device* device = base.find(name);
-    if (device != nullptr && device->reachable)
+    if (device != nullptr && device->reachable) {
         info = std::make_unique<CpuInfo>(device->cpuId);
+    }
 }
 
 TargetAdapter::~TargetAdapter() = default;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <memory>
-#include <string>
-
 #include "bench/siblings/DeviceDatabase.h"
 #include "rcvr/framework/ITargetAdapter.h"
+
+#include <memory>
+#include <string>
 
 namespace bench {
 

@@ -18,10 +18,12 @@ bool XmtrLibrary::scriptedToFail(const char* operation) {
     const unsigned count = ++calls[operation];
     for (const std::string& entry : scenario.transmitter.fail) {
         const std::size_t colon = entry.find(':');
-        if (entry.substr(0, colon) != operation)
+        if (entry.substr(0, colon) != operation) {
             continue;
-        if (colon == std::string::npos || std::strtoul(entry.c_str() + colon + 1, nullptr, 10) == count)
+        }
+        if (colon == std::string::npos || std::strtoul(entry.c_str() + colon + 1, nullptr, 10) == count) {
             return true;
+        }
     }
     return false;
 }
@@ -34,10 +36,11 @@ int XmtrLibrary::call(const char* operation, Work&& work) try {
         return scripted;
     }
     const int result = work();
-    if (result == noBench)
+    if (result == noBench) {
         std::fprintf(stderr, "bench: %s: %s\n", operation, side.lastError().c_str());
-    else if (result > 2)
+    } else if (result > 2) {
         std::fprintf(stderr, "bench: %s refused: %s\n", operation, program.reason().c_str());
+    }
     return result;
 } catch (const std::exception& error) { // out of memory, most likely
     std::fprintf(stderr, "bench: %s: %s\n", operation, error.what());
@@ -128,8 +131,9 @@ int XmtrLibrary::setExportFrameSize(unsigned, unsigned size) {
 int XmtrLibrary::getTraceStatus(unsigned, std::uint32_t* status) {
     return call("getTraceStatus", [=, this] {
         const auto answer = side.request("status");
-        if (!answer)
+        if (!answer) {
             return noBench;
+        }
         const auto now = static_cast<std::uint32_t>(std::strtoul(answer->c_str(), nullptr, 0));
         clearedStatus &= now; // a bit that went away may come again
         *status = now & ~clearedStatus;

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <map>
-#include <mutex>
-#include <string>
-
 #include "bench/scenarios/Scenario.h"
 #include "bench/siblings/ExportProgram.h"
 #include "bench/siblings/SideConnection.h"
 #include "rcvr/framework/IXmtrLibrary.h"
+
+#include <map>
+#include <mutex>
+#include <string>
 
 namespace bench {
 

@@ -1,8 +1,8 @@
-#include <cstdio>
-#include <cstdlib>
-
 #include "bench/scenarios/FilePath.h"
 #include "bench/siblings/XmtrLibrary.h"
+
+#include <cstdio>
+#include <cstdlib>
 
 // ORV_BENCH_SCENARIO names the scenario whose target this is, ORV_BENCH_DIR the run's folder with the server's port.
 // Without a scenario there is no target, and so no object.

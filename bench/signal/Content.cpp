@@ -1,11 +1,11 @@
 #include "bench/signal/Content.h"
 
+#include "bench/signal/Random.h"
+#include "bench/signal/WordStream.h"
+
 #include <algorithm>
 #include <array>
 #include <utility>
-
-#include "bench/signal/Random.h"
-#include "bench/signal/WordStream.h"
 
 namespace bench {
 

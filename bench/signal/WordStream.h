@@ -1,11 +1,11 @@
 #pragma once
 
+#include "bench/signal/Content.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
-
-#include "bench/signal/Content.h"
 
 namespace bench {
 

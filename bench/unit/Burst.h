@@ -1,12 +1,12 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <optional>
-
 #include "bench/unit/Conditioning.h"
 #include "bench/unit/Registers.h"
 #include "bench/wiring/Line.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
 
 namespace bench {
 

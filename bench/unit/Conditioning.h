@@ -1,9 +1,9 @@
 #pragma once
 
-#include <cstdint>
-
 #include "bench/wiring/Line.h"
 #include "bench/wiring/Waveform.h"
+
+#include <cstdint>
 
 namespace bench {
 

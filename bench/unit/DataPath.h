@@ -1,10 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
 #include "bench/unit/Conditioning.h"
 #include "bench/wiring/Line.h"
+
+#include <cstdint>
+#include <vector>
 
 namespace bench {
 

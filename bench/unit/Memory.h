@@ -1,10 +1,10 @@
 #pragma once
 
+#include "bench/scenarios/Scenario.h"
+
 #include <cstdint>
 #include <span>
 #include <vector>
-
-#include "bench/scenarios/Scenario.h"
 
 namespace bench {
 

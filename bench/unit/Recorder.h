@@ -1,14 +1,14 @@
 #pragma once
 
+#include "bench/unit/DataPath.h"
+#include "bench/unit/Memory.h"
+#include "bench/unit/SegmentReader.h"
+
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <span>
 #include <vector>
-
-#include "bench/unit/DataPath.h"
-#include "bench/unit/Memory.h"
-#include "bench/unit/SegmentReader.h"
 
 namespace bench {
 

@@ -1,11 +1,11 @@
 #include "bench/unit/SegmentReader.h"
 
+#include "bench/signal/Random.h"
+
 #include <algorithm>
 #include <array>
 #include <limits>
 #include <vector>
-
-#include "bench/signal/Random.h"
 
 namespace bench {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "bench/unit/DataPath.h"
+
 #include <cstdint>
 #include <memory>
 #include <span>
-
-#include "bench/unit/DataPath.h"
 
 namespace bench {
 

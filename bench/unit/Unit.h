@@ -1,5 +1,11 @@
 #pragma once
 
+#include "bench/scenarios/Scenario.h"
+#include "bench/unit/Burst.h"
+#include "bench/unit/Recorder.h"
+#include "bench/unit/Registers.h"
+#include "bench/wiring/Line.h"
+
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -10,12 +16,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "bench/scenarios/Scenario.h"
-#include "bench/unit/Burst.h"
-#include "bench/unit/Recorder.h"
-#include "bench/unit/Registers.h"
-#include "bench/wiring/Line.h"
 
 namespace bench {
 

@@ -1,11 +1,11 @@
 // What is sent to the unit, and when its recorder runs.
-#include <algorithm>
-#include <cmath>
-#include <utility>
-
 #include "bench/signal/Random.h"
 #include "bench/unit/Unit.h"
 #include "bench/wiring/Wiring.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
 
 namespace bench {
 

@@ -1,9 +1,9 @@
 #include "bench/wiring/Line.h"
 
+#include "bench/signal/Random.h"
+
 #include <algorithm>
 #include <cmath>
-
-#include "bench/signal/Random.h"
 
 namespace bench {
 

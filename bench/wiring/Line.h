@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <memory>
-
 #include "bench/scenarios/Scenario.h"
 #include "bench/signal/WordStream.h"
 #include "bench/wiring/Waveform.h"
+
+#include <cstdint>
+#include <memory>
 
 namespace bench {
 

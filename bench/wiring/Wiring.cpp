@@ -1,9 +1,9 @@
 #include "bench/wiring/Wiring.h"
 
+#include "bench/signal/Random.h"
+
 #include <algorithm>
 #include <array>
-
-#include "bench/signal/Random.h"
 
 namespace bench {
 

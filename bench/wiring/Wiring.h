@@ -1,11 +1,11 @@
 #pragma once
 
+#include "bench/scenarios/Scenario.h"
+#include "bench/wiring/Line.h"
+
 #include <cstdint>
 #include <optional>
 #include <vector>
-
-#include "bench/scenarios/Scenario.h"
-#include "bench/wiring/Line.h"
 
 namespace bench {
 

@@ -1,7 +1,7 @@
 #include "benchmarks/calibration/Bursts.h"
 #include "benchmarks/calibration/Ratios.h"
 #include "client/analysis/Alignment.h"
-#include "tests/unit/client/calibration_reference.h"
+#include "tests/unit/client/analysis/Reference.h"
 
 #include <benchmark/benchmark.h>
 

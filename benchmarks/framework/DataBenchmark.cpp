@@ -59,13 +59,15 @@ private:
         std::mt19937_64 random(128);
         std::ofstream out(recording(), std::ios::binary);
         for (std::uint32_t written = 0; written < recordingSize; written += mebi) {
-            for (std::uint64_t& sample : samples)
+            for (std::uint64_t& sample : samples) {
                 sample = random();
+            }
             out.write(reinterpret_cast<const char*>(samples.data()), mebi);
         }
         out.close();
-        if (!out)
+        if (!out) {
             throw std::runtime_error("there is no room for the recording");
+        }
         StubUnit::get().fileStem = file("recording");
         StubUnit::get().bytes = recordingSize;
         receiver = CreateRcvr();
@@ -89,8 +91,9 @@ void timeWithNewTarget(benchmark::State& state, const std::string& target, Run&&
         const auto begin = std::chrono::steady_clock::now();
         run();
         state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
-        if (fs::file_size(target) < recordingSize)
+        if (fs::file_size(target) < recordingSize) {
             state.SkipWithError("bytes are missing");
+        }
     }
     fs::remove(target);
 }
@@ -100,8 +103,9 @@ void copyByProgram(benchmark::State& state) {
     const std::string target = session.file("copy.bin");
     const std::string command = "cp " + session.recording() + " " + target;
     timeWithNewTarget(state, target, [&] {
-        if (std::system(command.c_str()) != 0)
+        if (std::system(command.c_str()) != 0) {
             state.SkipWithError("cp failed");
+        }
     });
 }
 
@@ -112,8 +116,9 @@ void copyByLoop(benchmark::State& state) {
         std::vector<char> chunk(chunkBytes);
         std::FILE* in = std::fopen(session.recording().c_str(), "rb");
         std::FILE* out = std::fopen(target.c_str(), "wb");
-        for (std::size_t got = 0; (got = std::fread(chunk.data(), 1, chunk.size(), in)) != 0;)
+        for (std::size_t got = 0; (got = std::fread(chunk.data(), 1, chunk.size(), in)) != 0;) {
             std::fwrite(chunk.data(), 1, got, out);
+        }
         std::fclose(in);
         std::fclose(out);
     });
@@ -139,8 +144,9 @@ void saveMemory(benchmark::State& state) {
     const std::string target = session.file("saved.bin");
     for (auto unused : state) {
         const std::size_t idle = benchmarks::residentBytes();
-        if (!benchmarks::forgetPeak())
+        if (!benchmarks::forgetPeak()) {
             state.SkipWithError("the system does not forget the peak");
+        }
         session.channel().SaveFile(target, CChannelDriver::eSaveRaw);
         const std::size_t peak = benchmarks::peakResidentBytes();
         state.counters["peak"] = static_cast<double>(peak > idle ? peak - idle : 0);
@@ -153,8 +159,9 @@ void readByLoop(benchmark::State& state) {
     std::vector<std::uint64_t> chunk(chunkSamples);
     for (auto unused : state) {
         std::FILE* in = std::fopen(session.recording().c_str(), "rb");
-        while (std::fread(chunk.data(), 1, chunkBytes, in) != 0)
+        while (std::fread(chunk.data(), 1, chunkBytes, in) != 0) {
             benchmark::DoNotOptimize(chunk.data());
+        }
         std::fclose(in);
     }
 }
@@ -166,8 +173,9 @@ void read(benchmark::State& state) {
         for (unsigned start = 0; start < recordingSize / 8; start += chunkSamples) {
             unsigned count = 0;
             session.channel().SeekReadTraceData(start, chunkSamples, chunk.data(), &count);
-            if (count != chunkSamples)
+            if (count != chunkSamples) {
                 state.SkipWithError("samples are missing");
+            }
             benchmark::DoNotOptimize(chunk.data());
         }
     }

@@ -27,8 +27,9 @@ Pinouts manyPinouts() {
         Pinout& pinout = pinouts["program " + std::to_string(i)];
         for (unsigned j = 0; j < listCount; ++j) {
             PinList list(length(random));
-            for (std::uint32_t& number : list)
+            for (std::uint32_t& number : list) {
                 number = pin(random);
+            }
             pinout[j % 2 == 0 ? "pti" : "tpiu"].push_back(list);
         }
     }
@@ -49,8 +50,9 @@ void search(benchmark::State& state, const std::string& kindOfTheLast, bool ough
         // The time of the processor: a search waits for nothing, and the machine may have other things to do.
         const std::clock_t begin = std::clock();
         for (unsigned i = 0; i < searches; ++i) {
-            if (searchPinouts(grants, name, pinouts, owners, requests, {}, {}) != ought)
+            if (searchPinouts(grants, name, pinouts, owners, requests, {}, {}) != ought) {
                 state.SkipWithError("the search ends otherwise than it ought to");
+            }
             benchmark::DoNotOptimize(grants);
         }
         state.SetIterationTime(static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC);

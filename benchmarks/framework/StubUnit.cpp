@@ -11,12 +11,13 @@ StubUnit& StubUnit::get() {
 
 void StubUnit::getProperty(const char* name, const char** value) {
     const std::string key = name;
-    if (key == "file")
+    if (key == "file") {
         *value = fileStem.c_str();
-    else if (key == "maxChnls" || key == "orvBufSize")
+    } else if (key == "maxChnls" || key == "orvBufSize") {
         *value = "1";
-    else
+    } else {
         fail("orv_client_frontend", eNAME, name);
+    }
 }
 
 void StubUnit::status(ChannelMetrics& out) {

@@ -30,8 +30,9 @@ const Bytes& content(Content kind, std::size_t size) {
     std::mt19937 generator(1);
     for (std::uint8_t& byte : bytes) {
         byte = static_cast<std::uint8_t>(generator());
-        while (kind == Plain && needsEscape(byte))
+        while (kind == Plain && needsEscape(byte)) {
             byte = static_cast<std::uint8_t>(generator());
+        }
     }
     return bytes;
 }
@@ -64,14 +65,16 @@ void unescape(benchmark::State& state) {
         benchmark::DoNotOptimize(unescapeBytes(in, out));
         benchmark::ClobberMemory();
     }
-    if (out != plain)
+    if (out != plain) {
         state.SkipWithError("the bytes did not come back");
+    }
 }
 
 void sizes(benchmark::internal::Benchmark* benchmark) {
     for (const Content kind : {Plain, Random}) {
-        for (const std::size_t size : sizesMeasured)
+        for (const std::size_t size : sizesMeasured) {
             benchmark->Args({kind, static_cast<std::int64_t>(size)});
+        }
     }
     benchmark->UseRealTime();
 }

@@ -22,8 +22,9 @@ void bareRoundTrip(benchmark::State& state) {
     for (auto unused : state) {
         std::uint32_t count = 0;
         std::array<char, 256> bytes{};
-        if (link->send(request.data(), static_cast<std::uint32_t>(request.size()), count) != IoOk)
+        if (link->send(request.data(), static_cast<std::uint32_t>(request.size()), count) != IoOk) {
             state.SkipWithError("nothing was sent");
+        }
         for (std::size_t got = 0; got < reply.size(); got += count) {
             if (link->receive(bytes.data(), static_cast<std::uint32_t>(bytes.size()), count) != IoOk) {
                 state.SkipWithError("nothing was received");
@@ -39,8 +40,9 @@ void registerRead(benchmark::State& state) {
     for (auto unused : state) {
         RegisterAccess access{1, 0x10, 0};
         client->read(&access, 1);
-        if (access.kind != 1 || access.address != 0x10)
+        if (access.kind != 1 || access.address != 0x10) {
             state.SkipWithError("another register was read");
+        }
     }
 }
 

@@ -15,8 +15,9 @@ namespace {
 
 std::uint16_t freePort() {
     uSocket probe;
-    if (probe.listen(0) != uSocket::done)
+    if (probe.listen(0) != uSocket::done) {
         throw std::runtime_error("no port to listen at");
+    }
     return probe.localPort();
 }
 
@@ -30,8 +31,9 @@ ServerProcess& ServerProcess::get() {
 ServerProcess::ServerProcess() : port(freePort()) {
     const std::string image = BENCHMARK_SERVER_FOLDER "/benchmark_link_server";
     pid = uEnvironment::startProcess(image.c_str(), std::to_string(port).c_str(), uEnvironment::detachedMode);
-    if (pid == 0)
+    if (pid == 0) {
         throw std::runtime_error("the server did not start");
+    }
 }
 
 ServerProcess::~ServerProcess() {

@@ -19,9 +19,9 @@ inline std::vector<std::uint8_t> contentOf(Content kind, std::size_t size) {
     std::vector<std::uint8_t> bytes(size);
     std::mt19937 generator(1);
     for (std::uint8_t& byte : bytes) {
-        do
+        do {
             byte = static_cast<std::uint8_t>(generator());
-        while (kind == Content::Plain && MPX_GDB_AGENT::needsEscape(byte));
+        } while (kind == Content::Plain && MPX_GDB_AGENT::needsEscape(byte));
     }
     return bytes;
 }

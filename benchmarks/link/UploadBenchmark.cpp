@@ -56,29 +56,33 @@ public:
         }
         packet.appendByte(packetEnd);
         packet.appendChecksum(wire::checksum);
-        if (writePacket(*link, packet) != IoOk)
+        if (writePacket(*link, packet) != IoOk) {
             throw std::runtime_error("the server does not take a request");
+        }
     }
 
     /// Receives a whole reply. @return its bytes.
     std::uint64_t measureReply() {
         std::uint64_t size = 0;
-        while (std::find(chunk.begin(), chunk.begin() + last, packetEnd) == chunk.begin() + last)
+        while (std::find(chunk.begin(), chunk.begin() + last, packetEnd) == chunk.begin() + last) {
             size += receive();
+        }
         last = 0;
         return size;
     }
 
     void receive(std::uint64_t bytes) {
-        while (bytes != 0)
+        while (bytes != 0) {
             bytes -= receive();
+        }
     }
 
 private:
     std::uint32_t receive() {
         std::uint32_t count = 0;
-        if (link->receive(chunk.data(), chunkSize, count) != IoOk)
+        if (link->receive(chunk.data(), chunkSize, count) != IoOk) {
             throw std::runtime_error("the server is gone");
+        }
         last = count;
         return count;
     }
@@ -119,8 +123,9 @@ struct Upload {
     // Whether all bytes came.
     bool run(std::uint32_t size, std::uint32_t reply) {
         counting.bytes = 0;
-        for (std::uint32_t asked = 0; asked < size; asked += reply)
+        for (std::uint32_t asked = 0; asked < size; asked += reply) {
             channel->request(reply);
+        }
         return counting.bytes == size;
     }
 
@@ -132,8 +137,9 @@ struct Upload {
 void upload(benchmark::State& state) {
     Upload upload(contentOf(state), recordOf(state));
     for (auto unused : state) {
-        if (!upload.run(uploadSize, replySize))
+        if (!upload.run(uploadSize, replySize)) {
             state.SkipWithError("bytes are missing");
+        }
     }
 }
 
@@ -148,8 +154,9 @@ void firstReply(benchmark::State& state) {
         for (std::uint32_t i = 0; i < clients; ++i) {
             Upload upload(Content::Random, mebi);
             const auto begin = Clock::now();
-            if (!upload.run(size, size))
+            if (!upload.run(size, size)) {
                 state.SkipWithError("bytes are missing");
+            }
             spent += Clock::now() - begin;
         }
         state.SetIterationTime(spent.count());
@@ -162,8 +169,9 @@ void laterReply(benchmark::State& state) {
     Upload upload(Content::Random, mebi);
     upload.run(size, size);
     for (auto unused : state) {
-        if (!upload.run(longReply, size))
+        if (!upload.run(longReply, size)) {
             state.SkipWithError("bytes are missing");
+        }
     }
 }
 
@@ -181,14 +189,16 @@ double peakOfUpload() {
 }
 
 void uploadMemory(benchmark::State& state) {
-    for (auto unused : state)
+    for (auto unused : state) {
         state.counters["peak"] = peakOfUpload();
+    }
 }
 
 void kinds(benchmark::internal::Benchmark* benchmark) {
     for (const Content kind : {Content::Plain, Content::Random}) {
-        for (const std::int64_t record : {64 * kibi, mebi})
+        for (const std::int64_t record : {64 * kibi, mebi}) {
             benchmark->Args({static_cast<std::int64_t>(kind), record});
+        }
     }
     benchmark->UseRealTime();
 }

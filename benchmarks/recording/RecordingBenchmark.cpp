@@ -54,13 +54,15 @@ void stop(benchmark::State& state) {
     RecordingRig& r = rig();
     for (auto _ : state) {
         r.channel->start(false);
-        while (r.status().bytesReady < 16384)
+        while (r.status().bytesReady < 16384) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         const double sleptBefore = r.waits.slept();
         const auto begun = Clock::now();
         r.channel->stop();
-        while (r.status().bytesTotal == 0)
+        while (r.status().bytesTotal == 0) {
             std::this_thread::yield();
+        }
         const double taken = since(begun);
         const double slept = std::min(taken, r.waits.slept() - sleptBefore);
         r.waitUntilDone();

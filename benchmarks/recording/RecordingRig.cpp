@@ -47,8 +47,9 @@ RecordingRig::RecordingRig() : bench(slowTarget()) {
             }
         },
         [&] { return frontEnd == nullptr; });
-    if (frontEnd == nullptr)
+    if (frontEnd == nullptr) {
         throw std::runtime_error("no data server");
+    }
     channel = frontEnd->alloc("bench/app", xmtr.object, 0, 0, 0, &settings);
     const std::string path = bench.folder.file("props.txt");
     test_support::writeText(path, "[Global]\norv=bench\n[Channel 0]\nfile=" + bench.folder.file("trace") +
@@ -60,8 +61,9 @@ RecordingRig::RecordingRig() : bench(slowTarget()) {
 }
 
 RecordingRig::~RecordingRig() {
-    if (frontEnd != nullptr)
+    if (frontEnd != nullptr) {
         frontEnd->release(channel);
+    }
 }
 
 ChannelMetrics RecordingRig::status() {
@@ -71,8 +73,9 @@ ChannelMetrics RecordingRig::status() {
 }
 
 void RecordingRig::waitUntilDone() {
-    while (!status().threadDone)
+    while (!status().threadDone) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 RecordingRig& rig() {

@@ -13,8 +13,9 @@ std::size_t statusField(const std::string& name) {
     std::string key;
     while (status >> key) {
         std::size_t kibibytes = 0;
-        if (key == name + ":" && status >> kibibytes)
+        if (key == name + ":" && status >> kibibytes) {
             return kibibytes * 1024;
+        }
         std::getline(status, key);
     }
     return 0;

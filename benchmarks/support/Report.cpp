@@ -39,8 +39,9 @@ public:
             }
             benchmarks::Run& run = round[name];
             run.seconds = report.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(report.time_unit);
-            for (const auto& [key, counter] : report.counters)
+            for (const auto& [key, counter] : report.counters) {
                 run.counters[key] = counter.value;
+            }
         }
     }
 
@@ -50,13 +51,15 @@ public:
 
 std::optional<double> valueOf(const Measured& measured, const Round& round) {
     const auto run = round.find(measured.benchmark);
-    if (run == round.end())
+    if (run == round.end()) {
         return std::nullopt;
+    }
     double value = run->second.seconds;
     if (!measured.counter.empty()) {
         const auto counter = run->second.counters.find(measured.counter);
-        if (counter == run->second.counters.end())
+        if (counter == run->second.counters.end()) {
             return std::nullopt;
+        }
         value = counter->second;
     }
     return measured.inverse ? measured.scale / value : measured.scale * value;
@@ -69,8 +72,9 @@ struct Spread {
 };
 
 std::optional<Spread> spreadOf(std::vector<double> values) {
-    if (values.empty())
+    if (values.empty()) {
         return std::nullopt;
+    }
     std::sort(values.begin(), values.end());
     const std::size_t middle = values.size() / 2;
     const double median = values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
@@ -88,10 +92,11 @@ std::string shown(double value) {
     const double size = std::abs(value);
     const int decimals = size >= 100 ? 0 : size >= 10 ? 1 : size >= 1 ? 2 : 3;
     std::array<char, 48> text{};
-    if (size != 0 && size < 0.01)
+    if (size != 0 && size < 0.01) {
         std::snprintf(text.data(), text.size(), "%.3g", value);
-    else
+    } else {
         std::snprintf(text.data(), text.size(), "%.*f%s", decimals, value, powers[power]);
+    }
     return text.data();
 }
 
@@ -131,8 +136,9 @@ std::optional<int> takeRounds(std::vector<char*>& arguments) {
         }
         const char* const end = argument.data() + argument.size();
         const auto parsed = std::from_chars(argument.data() + option.size(), end, rounds);
-        if (parsed.ec != std::errc{} || parsed.ptr != end || rounds < 1)
+        if (parsed.ec != std::errc{} || parsed.ptr != end || rounds < 1) {
             return std::nullopt;
+        }
         at = arguments.erase(at);
     }
     return rounds;
@@ -201,8 +207,9 @@ int Report::run(int argc, char** argv) {
         for (const Round& round : measured) {
             const auto of = valueOf(row.of, round);
             const auto against = row.against.benchmark.empty() ? 1.0 : valueOf(row.against, round);
-            if (of && against)
+            if (of && against) {
                 values.push_back(*of / *against);
+            }
         }
         const auto spread = spreadOf(std::move(values));
         if (!spread) {
@@ -213,8 +220,9 @@ int Report::run(int argc, char** argv) {
                     row.unit.c_str(), shown(row.target).c_str(), reached(row.target, spread->median),
                     shown(spread->low).c_str(), shown(spread->high).c_str());
     }
-    for (const auto& [name, message] : errors)
+    for (const auto& [name, message] : errors) {
         std::printf("%s failed: %s\n", name.c_str(), message.c_str());
+    }
     return errors.empty() ? 0 : 1;
 }
 

@@ -30,8 +30,9 @@ bool stepsWanted() {
 }
 
 void logStep(int line, const char* format, ...) {
-    if (!stepsWanted())
+    if (!stepsWanted()) {
         return;
+    }
     Message message;
     std::va_list arguments;
     va_start(arguments, format);
@@ -41,8 +42,9 @@ void logStep(int line, const char* format, ...) {
 }
 
 void logStepError(int line, const char* format, ...) {
-    if (!stepsWanted())
+    if (!stepsWanted()) {
         return;
+    }
     Message message;
     std::va_list arguments;
     va_start(arguments, format);

@@ -61,14 +61,14 @@ public:
     friend struct ChannelInspector;
 
 private:
-    // ---- channel_properties.cpp ----
+    // ---- FrontEndChannelProperties.cpp ----
     struct Properties; // the property table
     void computeOrvBufSizes();
     void setBufferSize(const char* value);
     void setPropsFile(const char* value);
     void setPinMap(const char* value);
 
-    // ---- channel_lifecycle.cpp ----
+    // ---- FrontEndChannelLifeCycle.cpp ----
     void open();
     void close();
     void internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program, bool prepare,
@@ -97,7 +97,7 @@ private:
     void recordError(const char* text);
     void convertLists();
 
-    // ---- channel_datapath.cpp ----
+    // ---- FrontEndChannelDataPath.cpp ----
     void allocSelf();
     void freeSelf();
     void rotateDataFile();
@@ -107,7 +107,7 @@ private:
     void closeDataFile();
     void publishCounters();
 
-    // ---- channel_registers.cpp ----
+    // ---- FrontEndChannelRegisters.cpp ----
     bool applyPinSettings();
     void setupPins(Cal& target);
     std::uint32_t disableClock();
@@ -120,7 +120,7 @@ private:
     void writeLogged(const char* what, std::uint32_t address, std::uint32_t value,
                      const SourceLocation& location = SourceLocation::current());
 
-    // ---- channel_calibration.cpp ----
+    // ---- FrontEndChannelCalibration.cpp ----
     void autoCal(Metrics& results, Cal& target, std::uint32_t startSetting);
     void attemptCal(Metrics& results, const Cal& start, Cal& work);
     void commit(Metrics& results, Cal& work);
@@ -132,13 +132,13 @@ private:
     void computeFreqBasedCal(Cal& target) const;
     void getCalFromMetrics(const Metrics& results, Cal& target) const;
 
-    // ---- channel_frequency.cpp ----
+    // ---- FrontEndChannelFrequency.cpp ----
     double measureFreq();
     void measureAndVerifyFreq();
     void findAllFrequencySettings(Metrics& results, Cal& target);
     void findStartFrequencySetting(std::uint32_t& setting) const;
 
-    // ---- channel_oversampling.cpp ----
+    // ---- FrontEndChannelOversampling.cpp ----
     void captureOvs();
     void clearOvs();
     void triggerOvs();
@@ -147,7 +147,7 @@ private:
     void clearOvsError();
     std::uint32_t readOvsError();
 
-    // ---- channel_margins.cpp: members that hand the burst to the analysis functions ----
+    // ---- FrontEndChannelMargins.cpp: members that hand the burst to the analysis functions ----
     void detectSamplingPosition();
     void stretch(Metrics& m);
     void align(Metrics& m, std::uint32_t strategy);
@@ -160,10 +160,10 @@ private:
     double findPeakCorrelation(const ProcMetrics& p, std::int32_t& delay, std::uint32_t range) const;
     void verifyOvsMargin(const Cal& target, std::int32_t margin);
 
-    // ---- channel_verification.cpp ----
+    // ---- FrontEndChannelVerification.cpp ----
     void verifyCal();
 
-    // ---- channel_diagnostics.cpp ----
+    // ---- FrontEndChannelDiagnostics.cpp ----
     void deleteDiagnosticFiles();
     void logCal(const Metrics& results, const Cal& target);
     void logOvs(const Cal& target, const char* suffix = nullptr);

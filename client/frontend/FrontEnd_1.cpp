@@ -56,10 +56,12 @@ FrontEnd* createFrontEnd() {
 
 void destroyFrontEnd(FrontEnd* frontEnd) {
     entry("VX_QRS::ORV::CLIENT::destroyFrontEnd");
-    if (useCount == 0)
+    if (useCount == 0) {
         return;
-    if (frontEnd != singleton)
+    }
+    if (frontEnd != singleton) {
         fail(frontEndUnit, eFAIL, "invalid frontEnd");
+    }
     if (--useCount == 0) {
         delete singleton;
         singleton = nullptr;
@@ -79,8 +81,9 @@ FrontEnd_1::FrontEnd_1(DataClientFactory factory, Waits& waits)
 
 FrontEnd_1::~FrontEnd_1() {
     entry("VX_QRS::ORV::CLIENT::FrontEnd_1::~FrontEnd_1");
-    for (FrontEndChannel* channel : channels)
+    for (FrontEndChannel* channel : channels) {
         delete channel;
+    }
     channels.clear();
     try {
         dataClient->disconnect();
@@ -95,8 +98,9 @@ FrontEnd_1::~FrontEnd_1() {
 }
 
 void FrontEnd_1::setProperty(const char* name, const char* value) {
-    if (name == nullptr || value == nullptr)
+    if (name == nullptr || value == nullptr) {
         fail(frontEndUnit, eNULL, "property name or value");
+    }
     if (std::strcmp(name, "orv") == 0) {
         url = value;
     } else if (std::strcmp(name, "propsFile") == 0) {
@@ -106,8 +110,9 @@ void FrontEnd_1::setProperty(const char* name, const char* value) {
 }
 
 void FrontEnd_1::getProperty(const char* name, const char** value) {
-    if (name == nullptr || value == nullptr)
+    if (name == nullptr || value == nullptr) {
         fail(frontEndUnit, eNULL, "property name or value");
+    }
     if (std::strcmp(name, "maxChnls") == 0) {
         *value = uString::toText(maxChnls, propertyText);
         return;
@@ -124,10 +129,12 @@ void FrontEnd_1::lookUp(const char* name, const char** value) {
     std::string channel;
     std::string key;
     constexpr int bothParts = 2;
-    if (uString::splitOnce(name, ":", channel, key) != bothParts)
+    if (uString::splitOnce(name, ":", channel, key) != bothParts) {
         fail(frontEndUnit, eNAME, name);
-    if (parser->getFileName() == nullptr)
+    }
+    if (parser->getFileName() == nullptr) {
         fail(frontEndUnit, eSEQUENCE, "propsFile not set");
+    }
     if (channel.empty()) {
         parser->setSection("Global");
         parser->apply(this);
@@ -161,11 +168,13 @@ FrontEndChannel* FrontEnd_1::alloc(const char* cpuName, Vx::Qrs::Trace::IXmtrLib
 
 void FrontEnd_1::release(FrontEndChannel* channel) {
     entry("VX_QRS::ORV::CLIENT::FrontEnd_1::release");
-    if (channel == nullptr)
+    if (channel == nullptr) {
         return;
+    }
     const auto found = std::find(channels.begin(), channels.end(), channel);
-    if (found == channels.end())
+    if (found == channels.end()) {
         fail(frontEndUnit, eFAIL, "failed to release unknown channel");
+    }
     delete channel;
     channels.erase(found);
 }
@@ -175,8 +184,9 @@ std::uint32_t FrontEnd_1::numChannels() {
 }
 
 FrontEndChannel* FrontEnd_1::getChannel(std::uint32_t index) {
-    if (index >= channels.size())
+    if (index >= channels.size()) {
         fail(frontEndUnit, eFAIL, "invalid channel number");
+    }
     return channels[index];
 }
 
@@ -191,8 +201,9 @@ void FrontEnd_1::applySettings() {
     logStep(here(), "connecting to orv url %s", url.c_str());
     // The data server's start has used it by now; the line helps whoever reads the log.
     const char* helix = uEnvironment::get("COMMON_HELIX");
-    if (*helix != '\0')
+    if (*helix != '\0') {
         logStep(here(), "COMMON_HELIX is \"%s\"", helix);
+    }
     try {
         dataClient->connect(url.c_str());
     } catch (const DataClient::Exception& e) {

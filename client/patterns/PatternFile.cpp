@@ -33,12 +33,14 @@ std::uint16_t wordAt(PacketBytes packet, std::size_t index) {
 class PatternFile {
 public:
     explicit PatternFile(const char* path) : stream(path, std::ios::binary) {
-        if (!stream)
+        if (!stream) {
             fail(utilitiesUnit, eFILE, "failed to open file for verification");
+        }
         stream.seekg(0, std::ios::end);
         const std::streamoff end = stream ? static_cast<std::streamoff>(stream.tellg()) : -1;
-        if (end < 0)
+        if (end < 0) {
             fail(utilitiesUnit, eFILE, "failed to seek to end of verification file");
+        }
         size = static_cast<std::uint64_t>(end);
     }
 
@@ -53,12 +55,14 @@ public:
     void forEach(std::uint64_t first, std::uint64_t packets, Visit visit) {
         for (std::uint64_t done = 0; done < packets;) {
             const std::uint64_t wanted = first + done;
-            if (wanted < blockFirst || wanted >= blockFirst + blockUsed)
+            if (wanted < blockFirst || wanted >= blockFirst + blockUsed) {
                 readBlock(wanted);
+            }
             const std::uint64_t inBlock = wanted - blockFirst;
             const std::uint64_t count = std::min(packets - done, blockUsed - inBlock);
-            for (std::uint64_t k = 0; k < count; ++k)
+            for (std::uint64_t k = 0; k < count; ++k) {
                 visit(done + k, PacketBytes(block.data() + (inBlock + k) * packetBytes, packetBytes));
+            }
             done += count;
         }
     }
@@ -68,14 +72,16 @@ private:
     void readBlock(std::uint64_t first) {
         stream.clear();
         stream.seekg(static_cast<std::streamoff>(first * packetBytes));
-        if (!stream)
+        if (!stream) {
             fail(utilitiesUnit, eFILE, "failed to seek to start of verification file");
+        }
         block.resize(std::min(packetsFrom(first), blockPackets) * packetBytes);
         stream.read(reinterpret_cast<char*>(block.data()), static_cast<std::streamsize>(block.size()));
         blockFirst = first;
         blockUsed = static_cast<std::uint64_t>(stream.gcount()) / packetBytes;
-        if (blockUsed == 0)
+        if (blockUsed == 0) {
             fail(utilitiesUnit, eFILE, "failed to read next packet of verification file");
+        }
     }
 
     std::ifstream stream;
@@ -89,11 +95,13 @@ private:
 FrameFormat formatOf(PatternFile& file) {
     const std::uint64_t packets = file.packetsFrom(0);
     std::uint64_t trailers = 0;
-    if (packets > 1)
+    if (packets > 1) {
         file.forEach(0, packets - 1, [&trailers](std::uint64_t, PacketBytes packet) {
-            if (looksLikeTrailer(wordAt(packet, packetWords - 1)))
+            if (looksLikeTrailer(wordAt(packet, packetWords - 1))) {
                 ++trailers;
+            }
         });
+    }
     return trailers > packets / 2 ? FrameFormat::TenBitPackets : FrameFormat::PWords;
 }
 
@@ -105,24 +113,28 @@ void verifyPatternFile(Pattern& pattern, const char* path, std::uint32_t firstPa
     logEntry(utilitiesUnit, "VX_QRS::ORV::CLIENT::verifyPatternFile");
     tracePackets = 0;
     otherPackets = 0;
-    if (path == nullptr)
+    if (path == nullptr) {
         fail(utilitiesUnit, eFILE, "failed to open file for verification");
+    }
     PatternFile file(path);
     PatternVerifier verifier(pattern, formatOf(file));
     const std::uint64_t available = file.packetsFrom(firstPacket);
-    if (numPackets > available)
+    if (numPackets > available) {
         fail(utilitiesUnit, eVALUE, "invalid verification file size");
+    }
 
     std::array<std::uint16_t, packetWords> words{};
     file.forEach(firstPacket, numPackets != 0 ? numPackets : available, [&](std::uint64_t k, PacketBytes packet) {
-        for (std::size_t i = 0; i < packetWords; ++i)
+        for (std::size_t i = 0; i < packetWords; ++i) {
             words[i] = wordAt(packet, i);
+        }
         verifier.checkPacket(firstPacket + static_cast<std::uint32_t>(k), words);
         tracePackets = verifier.counts().tracePackets;
         otherPackets = verifier.counts().otherPackets;
     });
-    if (verifier.failed())
+    if (verifier.failed()) {
         fail(utilitiesUnit, eVALUE, verifier.report());
+    }
     dataWords = verifier.counts().dataWords;
     syncWords = verifier.counts().syncWords;
     zeroWords = verifier.counts().zeroWords;

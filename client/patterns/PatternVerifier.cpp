@@ -18,8 +18,9 @@ constexpr std::uint32_t reportedItems = 5;
 } // namespace
 
 PatternVerifier::PatternVerifier(Pattern& expected, FrameFormat frameFormat) : pattern(expected), format(frameFormat) {
-    if (format != FrameFormat::TenBitPackets && format != FrameFormat::PWords)
+    if (format != FrameFormat::TenBitPackets && format != FrameFormat::PWords) {
         fail(utilitiesUnit, eFAIL, "invalid frame format");
+    }
 }
 
 void PatternVerifier::checkPacket(std::uint32_t number, std::span<const std::uint16_t, packetWords> words) {
@@ -49,8 +50,9 @@ void PatternVerifier::checkTenBitPacket(std::uint32_t number, std::span<const st
         } else {
             // Ahead of the first word of the pattern there is nothing that it could follow.
             if (mode != Mode::AfterSync) {
-                if (last != 0 && pattern.check(last, word, synced))
+                if (last != 0 && pattern.check(last, word, synced)) {
                     addError(number, i, word);
+                }
                 ++count.dataWords;
                 last = word;
             }
@@ -58,8 +60,9 @@ void PatternVerifier::checkTenBitPacket(std::uint32_t number, std::span<const st
             zeroRun = 0;
         }
     }
-    if ((words.back() & trailerLowByte) < trailerLowByte)
+    if ((words.back() & trailerLowByte) < trailerLowByte) {
         zeroRun = 0;
+    }
 }
 
 void PatternVerifier::takeZero(std::uint32_t number, std::uint32_t index) {
@@ -84,16 +87,18 @@ void PatternVerifier::takeSyncWord(std::uint32_t number, std::uint32_t index) {
     } else if (mode == Mode::Zeros && zeroRun >= syncZeros) {
         mode = Mode::AfterSync;
         count.syncWords += syncLength;
-        if (count.zeroWords >= syncZeros)
+        if (count.zeroWords >= syncZeros) {
             count.zeroWords -= syncZeros; // they were counted before it was known what they are
+        }
     } else {
         takeData(number, index, syncWord);
     }
 }
 
 void PatternVerifier::takeData(std::uint32_t number, std::uint32_t index, std::uint16_t word) {
-    if (pattern.check(last, word, synced))
+    if (pattern.check(last, word, synced)) {
         addError(number, index, word);
+    }
     ++count.dataWords;
     last = word;
     mode = Mode::Data;
@@ -101,16 +106,19 @@ void PatternVerifier::takeData(std::uint32_t number, std::uint32_t index, std::u
 }
 
 void PatternVerifier::checkPWords(std::uint32_t number, std::span<const std::uint16_t, packetWords> words) {
-    for (std::uint32_t i = 0; i < packetWords; ++i)
+    for (std::uint32_t i = 0; i < packetWords; ++i) {
         takeData(number, i, words[i]);
+    }
 }
 
 void PatternVerifier::addError(std::uint32_t number, std::uint32_t index, std::uint16_t word) {
     ++errorCount;
-    if (errorCount > keptErrors)
+    if (errorCount > keptErrors) {
         return;
-    if (packetErrors.empty() || packetErrors.back().packet != number)
+    }
+    if (packetErrors.empty() || packetErrors.back().packet != number) {
         packetErrors.push_back({number, {}});
+    }
     packetErrors.back().words.emplace_back(index, word);
 }
 
@@ -118,8 +126,9 @@ std::string PatternVerifier::report() const {
     std::string text = "failed to verify pattern";
     std::uint32_t items = 0;
     for (const PacketErrors& packet : packetErrors) {
-        if (items >= reportedItems)
+        if (items >= reportedItems) {
             break;
+        }
         uString::toText(packet.packet, text, true, " : data errors in packet %d");
         // A packet that was begun is reported whole.
         for (const auto& [index, word] : packet.words) {
@@ -128,11 +137,13 @@ std::string PatternVerifier::report() const {
             ++items;
         }
     }
-    if (!invalidPackets.empty() && items < reportedItems)
+    if (!invalidPackets.empty() && items < reportedItems) {
         text += " : invalid packet types";
+    }
     for (const std::uint32_t packet : invalidPackets) {
-        if (items >= reportedItems)
+        if (items >= reportedItems) {
             break;
+        }
         uString::toText(packet, text, true, ", %d");
         ++items;
     }

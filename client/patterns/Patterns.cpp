@@ -88,15 +88,17 @@ PatternCycle::PatternCycle(std::uint32_t pins, const PatternImages& images)
     : PatternNone_1(pins), words(images.forPins(pins)), unsupported(images.unsupported) {}
 
 bool PatternCycle::check(std::uint16_t previous, std::uint16_t current, bool& synced) {
-    if (words.empty())
+    if (words.empty()) {
         fail(patternsUnit, eFAIL, unsupported);
+    }
     Word expected = 0;
     bool bad = true;
     // Mostly the word is where the last one's successor is.
     if (words[next] != previous) {
         std::size_t i = 0;
-        while (i < words.size() && words[i] != previous)
+        while (i < words.size() && words[i] != previous) {
             ++i;
+        }
         next = i < words.size() ? i : 0;
     }
     if (words[next] == previous) {
@@ -132,11 +134,13 @@ bool PatternLfsr_1::check(std::uint16_t, std::uint16_t, bool&) {
 
 Pattern* createPattern(const char* name, std::uint32_t numPins) {
     logEntry(patternsUnit, "VX_QRS::ORV::CLIENT::createPattern");
-    if (name == nullptr)
+    if (name == nullptr) {
         fail(patternsUnit, eNULL);
+    }
     for (const FactoryEntry& entry : factoryTable) {
-        if (entry.name != name)
+        if (entry.name != name) {
             continue;
+        }
         try {
             return entry.make(numPins).release();
         } catch (const std::bad_alloc&) {

@@ -15,16 +15,18 @@ constexpr const char* xmtrLibraryName = "zarn_xmtr";
 constexpr const char* adapterLibraryName = "HaloTargetAdapter";
 
 void loadLibrary(uDll& dll, const char* name) {
-    if (!dll.isLoaded() && !dll.FindAndLoad(name))
+    if (!dll.isLoaded() && !dll.FindAndLoad(name)) {
         fail(transmitterUnit, eXMTR, dll.GetLastErrorText());
+    }
 }
 
 /// The exported function of that name; `lookupFailure` is what is thrown when there is none.
 template <class Function>
 Function symbol(uDll& dll, const char* name, const char* lookupFailure) {
     void* const address = dll.GetSymbol(name);
-    if (address == nullptr)
+    if (address == nullptr) {
         fail(transmitterUnit, eXMTR, lookupFailure);
+    }
     static_assert(sizeof(Function) == sizeof(address));
     Function function = nullptr;
     std::memcpy(&function, &address, sizeof(function));
@@ -46,10 +48,12 @@ void attempt(Step step) {
 } // namespace
 
 LoadedXmtrLibrary::~LoadedXmtrLibrary() {
-    if (xmtr != nullptr)
+    if (xmtr != nullptr) {
         attempt([this] { destroyXmtr(); });
-    if (adapter != nullptr)
+    }
+    if (adapter != nullptr) {
         attempt([this] { destroyAdapter(); });
+    }
 }
 
 void LoadedXmtrLibrary::load(const std::string& cpuName) {
@@ -61,8 +65,9 @@ void LoadedXmtrLibrary::createXmtr() {
     loadLibrary(xmtrDll, xmtrLibraryName);
     const auto create = symbol<CreateXmtrFunction>(xmtrDll, "CreateXmtr", "failed to look up CreateXmtr");
     xmtr = create(0, 0);
-    if (xmtr == nullptr)
+    if (xmtr == nullptr) {
         fail(transmitterUnit, eXMTR, "failed to create Transmitter");
+    }
 }
 
 void LoadedXmtrLibrary::createAdapter(const std::string& cpuName) {
@@ -70,9 +75,10 @@ void LoadedXmtrLibrary::createAdapter(const std::string& cpuName) {
     const auto create =
         symbol<NewTargetAdapterFunction>(adapterDll, "NewTargetAdapter", "failed to look up NewTargetAdapter");
     create(cpuName.c_str(), &adapter);
-    if (adapter == nullptr)
+    if (adapter == nullptr) {
         fail(transmitterUnit, eXMTR,
              "failed to create TargetAdapter : check that the debugger is running and connected to the correct tap");
+    }
 }
 
 void LoadedXmtrLibrary::destroyXmtr() {

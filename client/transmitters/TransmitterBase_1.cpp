@@ -17,8 +17,9 @@ void entry(const char* function, const SourceLocation& location = SourceLocation
 }
 
 FrontEnd* needed(FrontEnd* frontEnd) {
-    if (frontEnd == nullptr)
+    if (frontEnd == nullptr) {
         fail(transmitterUnit, eNULL);
+    }
     return frontEnd;
 }
 
@@ -27,8 +28,9 @@ void readPins(std::vector<std::uint32_t>& pins, const char* list) {
     std::vector<std::string> items;
     uString::split(items, list, ",");
     try {
-        for (const std::string& item : items)
+        for (const std::string& item : items) {
             pins.push_back(uString::toNumber<std::uint32_t>(item));
+        }
     } catch (const uString::error& e) {
         fail(transmitterUnit, eVALUE, e.what());
     }
@@ -48,37 +50,41 @@ TransmitterBase_1::~TransmitterBase_1() {
 
 void TransmitterBase_1::setProperty(const char* name, const char* value) {
     entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::setProperty");
-    if (name == nullptr || value == nullptr)
+    if (name == nullptr || value == nullptr) {
         fail(transmitterUnit, eNULL, "property name or storage");
+    }
     const std::string_view key(name);
-    if (key == "drmXmtr")
+    if (key == "drmXmtr") {
         drmXmtr = value;
-    else if (key == "pins")
+    } else if (key == "pins") {
         readPins(pins, value);
-    else if (key == "xmtrType")
+    } else if (key == "xmtrType") {
         xmtrType = value;
-    else if (key == "numPins")
+    } else if (key == "numPins") {
         numPins = value;
-    else if (key == "xmtrMode")
+    } else if (key == "xmtrMode") {
         xmtrMode = value;
-    else
+    } else {
         fail(transmitterUnit, eNAME, name);
+    }
     dirty = true;
 }
 
 void TransmitterBase_1::getProperty(const char* name, const char** value) {
     entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::getProperty");
-    if (name == nullptr || value == nullptr)
+    if (name == nullptr || value == nullptr) {
         fail(transmitterUnit, eNULL, "property name or storage");
+    }
     const std::string_view key(name);
-    if (key == "drmXmtr")
+    if (key == "drmXmtr") {
         *value = drmXmtr.c_str();
-    else if (key == "xmtrType")
+    } else if (key == "xmtrType") {
         *value = xmtrType.c_str();
-    else if (key == "numPins")
+    } else if (key == "numPins") {
         *value = numPins.c_str();
-    else
+    } else {
         fail(transmitterUnit, eNAME, name);
+    }
 }
 
 void TransmitterBase_1::applySettings() {
@@ -88,8 +94,9 @@ void TransmitterBase_1::applySettings() {
     // The channel's own section is not for here: a channel hands it to its transmitter when it applies its settings.
     // The Global section is set twice; nothing that it sets depends on how often.
     parser->apply(this);
-    if (drmXmtr.empty())
+    if (drmXmtr.empty()) {
         drmXmtr = defaultExport;
+    }
 }
 
 void TransmitterBase_1::program(const char*, std::uint32_t) {
@@ -124,15 +131,17 @@ bool TransmitterBase_1::hasTriggered() {
 
 Pattern* TransmitterBase_1::getPattern() {
     entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::getPattern");
-    if (pattern == nullptr)
+    if (pattern == nullptr) {
         fail(transmitterUnit, eSEQUENCE, "no pattern programmed");
+    }
     return pattern.get();
 }
 
 void TransmitterBase_1::updatePattern() {
     pattern.reset();
-    if (progName == patternNone)
+    if (progName == patternNone) {
         return;
+    }
     const bool tracePattern = progName == patternF0 && drmXmtr == exportTrace;
     pattern.reset(createPattern(tracePattern ? patternFF0 : progName.c_str(), numDataPins()));
 }

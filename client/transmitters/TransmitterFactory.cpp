@@ -48,8 +48,9 @@ Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs:
                                std::uint32_t xmtrChannel, std::uint32_t xmtrCookie, std::uint32_t adapterKind,
                                const ChannelSettings* traceSetup) {
     logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::createTransmitter");
-    if (cpuName == nullptr)
+    if (cpuName == nullptr) {
         fail(transmitterUnit, eNULL);
+    }
     try {
         for (const auto& entry : table()) {
             if (entry->name == cpuName) {
@@ -72,14 +73,16 @@ void destroyTransmitter(Transmitter* transmitter) {
 void destroyTransmitter(Transmitter* transmitter, const ChannelSettings* leaving) {
     logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::destroyTransmitter");
     for (auto entry = table().begin(); entry != table().end(); ++entry) {
-        if ((*entry)->xmtr.get() != transmitter)
+        if ((*entry)->xmtr.get() != transmitter) {
             continue;
+        }
         if (--(*entry)->refCount == 0) {
             table().erase(entry);
             return;
         }
-        if ((*entry)->target != nullptr)
+        if ((*entry)->target != nullptr) {
             (*entry)->target->setupLeaves(leaving);
+        }
     }
 }
 

@@ -56,12 +56,14 @@ TransmitterFpga_1::~TransmitterFpga_1() {
 
 void TransmitterFpga_1::program(const char* name, std::uint32_t) {
     logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterFpga_1::program");
-    if (name != nullptr)
+    if (name != nullptr) {
         progName = name;
+    }
     const auto found = std::find_if(std::begin(programs), std::end(programs),
                                     [this](const Program& entry) { return entry.name == progName; });
-    if (found == std::end(programs))
+    if (found == std::end(programs)) {
         fail(transmitterUnit, eVALUE, "invalid program for transmitter type");
+    }
     progName = found->pattern;
     updatePattern();
     const std::uint32_t control = found->code << codeShift | widthCode(numDataPins());

@@ -58,8 +58,9 @@ constexpr Program programs[] = {
 constexpr const char* pauseMode = "pause";
 
 void checkResult(int code, const char* text, const SourceLocation& location = SourceLocation::current()) {
-    if (code < 0 || code > lastSuccess)
+    if (code < 0 || code > lastSuccess) {
         fail(transmitterUnit, eXMTR, text, location);
+    }
 }
 
 void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
@@ -93,75 +94,88 @@ TransmitterZarn_1::~TransmitterZarn_1() {
 
 void TransmitterZarn_1::applySettings() {
     entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::applySettings");
-    if (!dirty)
+    if (!dirty) {
         return;
+    }
     closeLink();
     TransmitterBase_1::applySettings();
     unsigned kind = 0;
     library->getTransmitterKind(xmtrChannel, &kind);
     const auto found = std::find_if(std::begin(exportKinds), std::end(exportKinds),
                                     [kind](const ExportKind& known) { return known.code == kind; });
-    if (found == std::end(exportKinds))
+    if (found == std::end(exportKinds)) {
         fail(transmitterUnit, eXMTR,
              "this receiver does not support tracing this device : code " + std::to_string(kind));
+    }
     drmXmtr = found->name;
     open();
     dirty = false;
 }
 
 void TransmitterZarn_1::open() {
-    if (linkOpen)
+    if (linkOpen) {
         return;
-    if (drmXmtr.empty())
+    }
+    if (drmXmtr.empty()) {
         fail(transmitterUnit, eSEQUENCE, "drmXmtr not set");
-    if (library == nullptr)
+    }
+    if (library == nullptr) {
         fail(transmitterUnit, eSEQUENCE, "transmitter handle not set");
+    }
     linkOpen = true;
 }
 
 void TransmitterZarn_1::closeLink() {
-    if (!linkOpen)
+    if (!linkOpen) {
         return;
+    }
     linkOpen = false;
     library->closeChannel(xmtrChannel);
 }
 
 void TransmitterZarn_1::program(const char* name, std::uint32_t frequencySetting) {
     entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::program");
-    if (pins.empty())
+    if (pins.empty()) {
         fail(transmitterUnit, eSEQUENCE, "pins not set");
-    if (name != nullptr)
+    }
+    if (name != nullptr) {
         progName = name;
+    }
     logMessage("%s %s progName=%s, frequencySetting=%d", programLabel, "TransmitterZarn_1::program", progName.c_str(),
                static_cast<int>(frequencySetting));
     const auto found = std::find_if(std::begin(programs), std::end(programs),
                                     [this](const Program& known) { return known.name == progName; });
-    if (found == std::end(programs))
+    if (found == std::end(programs)) {
         fail(transmitterUnit, eXMTR, "invalid program");
+    }
     progName = found->pattern;
     updatePattern();
     releasePins();
     allocatePins();
     checkResult(library->setPortWidth(xmtrChannel, numDataPins()), "failed setting port width");
-    if (drmXmtr != exportTpiulite)
+    if (drmXmtr != exportTpiulite) {
         setModes(found->testMode, frequencySetting);
-    if (adapterKind == armAdapterKind)
+    }
+    if (adapterKind == armAdapterKind) {
         applyTraceSetup();
+    }
     checkResult(library->programChannel(xmtrChannel), "failed programming channel");
     checkResult(library->enablePort(xmtrChannel), "failed enabling port");
     checkResult(library->enablePins(xmtrChannel), "failed enabling pins");
 }
 
 void TransmitterZarn_1::releasePins() {
-    for (const std::uint32_t pin : pins)
+    for (const std::uint32_t pin : pins) {
         checkResult(library->releasePin(xmtrChannel, pin, 0), "failed releasing pin");
+    }
 }
 
 void TransmitterZarn_1::allocatePins() {
     const auto kind = std::find_if(std::begin(exportKinds), std::end(exportKinds),
                                    [this](const ExportKind& known) { return known.name == drmXmtr; });
-    if (kind == std::end(exportKinds))
+    if (kind == std::end(exportKinds)) {
         fail(transmitterUnit, eTYPE, drmXmtr);
+    }
     const auto allocate = [this](std::uint32_t mode, std::uint32_t bit, std::uint32_t pin, const char* failure) {
         checkResult(library->allocatePin(xmtrChannel, mode, bit, pin, 0), failure);
         logMessage("%s : transmitter allocated EMU%d to bit%d in mode %d", programLabel, static_cast<int>(pin),
@@ -169,8 +183,9 @@ void TransmitterZarn_1::allocatePins() {
     };
     allocate(kind->clockPinMode, clockBit, pins.front(), "failed allocating clock pin");
     // The pin that stands first behind the clock carries bit 0 and is allocated last.
-    for (std::uint32_t i = numDataPins(); i > 0; --i)
+    for (std::uint32_t i = numDataPins(); i > 0; --i) {
         allocate(kind->dataPinMode, i - 1, pins[i], "failed allocating data pin");
+    }
 }
 
 void TransmitterZarn_1::setModes(std::optional<std::uint32_t> testMode, std::uint32_t frequencySetting) {
@@ -180,14 +195,16 @@ void TransmitterZarn_1::setModes(std::optional<std::uint32_t> testMode, std::uin
     checkResult(
         library->setFunctionMode(xmtrChannel, xmtrMode == pauseMode ? kind->pausedFunctionMode : kind->functionMode),
         "failed setting stm function mode");
-    if (testMode)
+    if (testMode) {
         checkResult(library->setTestMode(xmtrChannel, testBlock, *testMode), "failed setting stm test mode");
+    }
     checkResult(library->applyFrequency(xmtrChannel, frequencySetting), "failed applying frequency setting");
 }
 
 void TransmitterZarn_1::applyTraceSetup() {
-    if (!keptSetup && traceSetup == nullptr)
+    if (!keptSetup && traceSetup == nullptr) {
         fail(transmitterUnit, eNULL);
+    }
     const ExportSettings setup = keptSetup ? *keptSetup : ExportSettings(*traceSetup);
     library->setStallCpu(xmtrChannel, setup.stallCpu);
     library->setMonitorCprt(xmtrChannel, setup.monitorCprt);
@@ -196,8 +213,9 @@ void TransmitterZarn_1::applyTraceSetup() {
     unsigned value = 0;
     unsigned frameSize = 0;
     library->getExportFrameLimits(xmtrChannel, &value, &frameSize);
-    if (frameSize != 0) // the setting only chooses: its own number is not passed on
+    if (frameSize != 0) { // the setting only chooses: its own number is not passed on
         library->setExportFrameSize(xmtrChannel, setup.exportFrameSize != 0 ? frameSize : defaultFrameSize);
+    }
 }
 
 void TransmitterZarn_1::end(bool flag) {
@@ -220,8 +238,9 @@ void TransmitterZarn_1::reset() {
     constexpr const char* failure = "failed resetting trace status";
     std::uint32_t status = 0;
     checkResult(library->getTraceStatus(xmtrChannel, &status), failure);
-    if (status != 0)
+    if (status != 0) {
         checkResult(library->clearTraceStatus(xmtrChannel, status), failure);
+    }
 }
 
 std::uint32_t TransmitterZarn_1::numFrequencySettings() {
@@ -235,12 +254,14 @@ bool TransmitterZarn_1::hasTriggered() {
     entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::hasTriggered");
     std::uint32_t status = 0;
     checkResult(library->getTraceStatus(xmtrChannel, &status), "failed getting trace status");
-    if ((status & statusTriggered) == 0)
+    if ((status & statusTriggered) == 0) {
         return false;
+    }
     std::uint32_t character = 0;
     checkResult(library->getCharacter(xmtrChannel, &character), "failed getting transmitter character");
-    if ((character & characterNeedsFlush) != 0)
+    if ((character & characterNeedsFlush) != 0) {
         flush();
+    }
     return true;
 }
 
@@ -249,8 +270,9 @@ TransmitterZarn_1::ExportSettings::ExportSettings(const ChannelSettings& setup) 
       cycleAccurateTrace(setup.cycleAccurateTrace), exportFrameSize(setup.exportFrameSize) {}
 
 void TransmitterZarn_1::setupLeaves(const ChannelSettings* leaving) noexcept {
-    if (keptSetup || traceSetup == nullptr || (leaving != nullptr && leaving != traceSetup))
+    if (keptSetup || traceSetup == nullptr || (leaving != nullptr && leaving != traceSetup)) {
         return;
+    }
     keptSetup.emplace(*traceSetup);
     traceSetup = nullptr;
 }

@@ -8,6 +8,12 @@
 // SETTINGS the channel settings file; made with defaults when it does not exist
 // OUTPUT   the samples as recorded, 8 bytes each
 
+#include "Library.h"
+#include "rcvr/framework/CChannelDriver.h"
+#include "rcvr/framework/CReceiver.h"
+#include "rcvr/framework/IXmtrLibrary.h"
+#include "rcvr/framework/cZarnError.h"
+
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -16,12 +22,6 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-
-#include "Library.h"
-#include "rcvr/framework/CChannelDriver.h"
-#include "rcvr/framework/CReceiver.h"
-#include "rcvr/framework/IXmtrLibrary.h"
-#include "rcvr/framework/cZarnError.h"
 
 using namespace Vx::Qrs::Trace;
 
@@ -49,19 +49,22 @@ void record(CChannelDriver& channel, const std::string& settings, const std::str
         statusText(channel, recording);
         pause();
     }
-    if (recording)
+    if (recording) {
         channel.StopRecording();
+    }
     // The samples leave the capture unit behind the recording.
     std::string text;
-    while ((text = statusText(channel, recording)).find("upload complete") == std::string::npos)
+    while ((text = statusText(channel, recording)).find("upload complete") == std::string::npos) {
         pause();
+    }
     std::printf("%s, %u samples\n", text.c_str(), channel.GetNumSamples());
 
     std::uint64_t first[4] = {};
     unsigned read = 0;
     channel.SeekReadTraceData(0, 4, first, &read);
-    for (unsigned i = 0; i < read; ++i)
+    for (unsigned i = 0; i < read; ++i) {
         std::printf("  sample %u: %016llx\n", i, static_cast<unsigned long long>(first[i]));
+    }
 
     channel.SaveFile(output, CChannelDriver::eSaveRaw);
     std::printf("saved as %s\n", output.c_str());
@@ -83,8 +86,9 @@ void run(const std::string& folder, const char* cpu, const std::string& settings
     try {
         receiver = receiverLibrary.function<CreateRcvrFunction>("CreateRcvr")();
         CChannelDriver* channel = receiver->AllocateChannel(cpu, xmtr, 0, 0);
-        if (channel == nullptr)
+        if (channel == nullptr) {
             throw std::runtime_error(std::string("the receiver gives no channel for ") + cpu);
+        }
         record(*channel, settings, output);
         receiver->ReleaseChannel(channel);
     } catch (const Vx::Qrs::Zarn::cZarnErrorIF& error) { // does not derive from std::exception
@@ -94,11 +98,13 @@ void run(const std::string& folder, const char* cpu, const std::string& settings
         failure = error.what();
     }
     // Ends a channel that is left and the receiver, then what they used.
-    if (receiver != nullptr)
+    if (receiver != nullptr) {
         destroyRcvr(receiver);
+    }
     destroyXmtr(xmtr);
-    if (!failure.empty())
+    if (!failure.empty()) {
         throw std::runtime_error(failure);
+    }
 }
 
 } // namespace

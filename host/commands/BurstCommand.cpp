@@ -1,22 +1,22 @@
-#include <algorithm>
-#include <filesystem>
-#include <iostream>
+#include "diagnosis/burst/BurstExport.h"
+#include "host/commands/Commands.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Masked.h"
+#include "toolkit/Numbers.h"
+#include "toolkit/OutputFiles.h"
 
 #include <CLI/CLI.hpp>
 
-#include "host/basics/FilePath.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Masked.h"
-#include "host/basics/Numbers.h"
-#include "host/basics/OutputFiles.h"
-#include "host/burst/BurstExport.h"
-#include "host/commands/Commands.h"
+#include <algorithm>
+#include <filesystem>
+#include <iostream>
 
 namespace host {
 
 namespace {
 
-using diagnostics::Burst;
+using diagnosis::Burst;
 
 /// More than any burst has.
 constexpr std::int64_t mostSamples = 1000000000;
@@ -24,22 +24,25 @@ constexpr std::int64_t mostSamples = 1000000000;
 /// A folder may hold several bursts: they are named.
 void requireNoFolder(const std::string& place) {
     std::error_code failed;
-    const std::filesystem::path folder = filePath(place);
-    if (!std::filesystem::is_directory(folder, failed))
+    const std::filesystem::path folder = toolkit::filePath(place);
+    if (!std::filesystem::is_directory(folder, failed)) {
         return;
+    }
     std::vector<std::string> bursts;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, failed)) {
         const std::string name = entry.path().string();
-        if (name.ends_with(".cap.txt"))
-            bursts.push_back(quoted(name));
+        if (name.ends_with(".cap.txt")) {
+            bursts.push_back(toolkit::quoted(name));
+        }
     }
     std::sort(bursts.begin(), bursts.end());
     std::string list;
-    for (const std::string& name : bursts)
+    for (const std::string& name : bursts) {
         list += (list.empty() ? "" : ", ") + name;
-    throw Failure(ExitCode::BadInput,
-                  place + (list.empty() ? " is a folder without a burst, a file that ends in .cap.txt"
-                                        : " is a folder; name one of its bursts: " + list));
+    }
+    throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                           place + (list.empty() ? " is a folder without a burst, a file that ends in .cap.txt"
+                                                 : " is a folder; name one of its bursts: " + list));
 }
 
 class BurstCommand final : public Command {
@@ -50,10 +53,12 @@ public:
         app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required()->option_text("FILE");
         app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->option_text("FILE");
         app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->option_text("FILE");
-        app.add_option("--from", from, "First sample (0)")->option_text("N")->check(wholeNumberFrom(0, mostSamples));
+        app.add_option("--from", from, "First sample (0)")
+            ->option_text("N")
+            ->check(toolkit::wholeNumberFrom(0, mostSamples));
         app.add_option("--to", to, "One behind the last sample (all)")
             ->option_text("N")
-            ->check(wholeNumberFrom(1, mostSamples));
+            ->check(toolkit::wholeNumberFrom(1, mostSamples));
         app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->option_text("LIST");
         app.add_flag("--force", force, "Overwrite outputs that exist");
         addJson(app);
@@ -61,28 +66,34 @@ public:
                    "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
     }
 
-    ExitCode run() override {
-        if (vcd.empty() && csv.empty())
-            throw Failure(ExitCode::Usage, "give --vcd FILE, --csv FILE or both");
-        CommandFiles files(force);
-        files.read(filePath(file));
+    toolkit::ExitCode run() override {
+        if (vcd.empty() && csv.empty()) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage, "give --vcd FILE, --csv FILE or both");
+        }
+        toolkit::CommandFiles files(force);
+        files.read(toolkit::filePath(file));
         for (const std::string& output : {vcd, csv}) {
-            if (!output.empty())
-                files.write(filePath(output));
+            if (!output.empty()) {
+                files.write(toolkit::filePath(output));
+            }
         }
         requireNoFolder(file);
-        const Burst burst = diagnostics::readBurst(filePath(file));
-        const BurstPart part = partOf(burst, from, to, pins);
-        if (!vcd.empty())
-            writeOutputFile(filePath(vcd), [&](std::ostream& out) { writeVcd(out, burst, part); });
-        if (!csv.empty())
-            writeOutputFile(filePath(csv), [&](std::ostream& out) { writeCsv(out, burst, part); });
+        const Burst burst = diagnosis::readBurst(toolkit::filePath(file));
+        const diagnosis::BurstPart part = diagnosis::partOf(burst, from, to, pins);
+        if (!vcd.empty()) {
+            toolkit::writeOutputFile(toolkit::filePath(vcd),
+                                     [&](std::ostream& out) { diagnosis::writeVcd(out, burst, part); });
+        }
+        if (!csv.empty()) {
+            toolkit::writeOutputFile(toolkit::filePath(csv),
+                                     [&](std::ostream& out) { diagnosis::writeCsv(out, burst, part); });
+        }
         tell(burst, part);
-        return ExitCode::Done;
+        return toolkit::ExitCode::Done;
     }
 
 private:
-    void tell(const Burst& burst, const BurstPart& part) const {
+    void tell(const Burst& burst, const diagnosis::BurstPart& part) const {
         if (json) {
             nlohmann::json out{{"outcome", "done"},
                                {"exitCode", 0},
@@ -91,23 +102,28 @@ private:
                                {"rateMeasured", burst.rates.known()},
                                {"pins", nlohmann::json::array()},
                                {"files", nlohmann::json::object()}};
-            for (const std::size_t proc : part.pins)
-                out["pins"].push_back(signalName(proc));
-            if (!vcd.empty())
+            for (const std::size_t proc : part.pins) {
+                out["pins"].push_back(diagnosis::signalName(proc));
+            }
+            if (!vcd.empty()) {
                 out["files"]["vcd"] = vcd;
-            if (!csv.empty())
+            }
+            if (!csv.empty()) {
                 out["files"]["csv"] = csv;
-            std::cout << jsonText(out) << std::flush;
+            }
+            std::cout << toolkit::jsonText(out) << std::flush;
             return;
         }
         std::cout << part.to - part.from << " samples of " << part.pins.size() << " pins, "
                   << burst.rates.sampleRate() / 1e9 << "e9 a second";
-        if (!burst.rates.known())
+        if (!burst.rates.known()) {
             std::cout << " (the unit's usual clock; no frequency was measured)";
+        }
         std::cout << "\n";
         for (const std::string& output : {vcd, csv}) {
-            if (!output.empty())
-                printText("  " + masked(output) + "\n");
+            if (!output.empty()) {
+                toolkit::printText("  " + toolkit::masked(output) + "\n");
+            }
         }
         std::cout << std::flush;
     }

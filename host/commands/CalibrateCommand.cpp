@@ -1,9 +1,9 @@
-#include <CLI/CLI.hpp>
-
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
 #include "host/results/ResultText.h"
+
+#include <CLI/CLI.hpp>
 
 namespace host {
 
@@ -24,11 +24,10 @@ public:
         addJson(app);
     }
 
-    ExitCode run() override {
+    toolkit::ExitCode run() override {
         checkSessionOptions(options);
         RecordResult result;
-        return concluded(
-            result, [&] { calibrate(result); }, json, attemptsText);
+        return concluded(result, [&] { calibrate(result); }, json, attemptsText);
     }
 
 private:
@@ -38,19 +37,22 @@ private:
         session.prepare();
         ProgressLine line(options.quiet);
         session.open(line);
-        if (interrupted())
-            throw Failure(ExitCode::Interrupted, "interrupted before the calibration");
+        if (interrupted()) {
+            throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted before the calibration");
+        }
         try {
             session.calibrate(line);
-        } catch (const Failure& failure) {
-            const Failure explained = session.explained(failure);
-            if (explained.code == failure.code)
+        } catch (const toolkit::Failure& failure) {
+            const toolkit::Failure explained = session.explained(failure);
+            if (explained.code == failure.code) {
                 leaveReport(session, result);
+            }
             throw explained;
         }
         leaveReport(session, result);
-        if (interrupted())
-            throw Failure(ExitCode::Interrupted, "interrupted, after the calibration had ended");
+        if (interrupted()) {
+            throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted, after the calibration had ended");
+        }
     }
 
     SessionOptions options;

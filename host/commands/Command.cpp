@@ -1,17 +1,17 @@
 #include "host/commands/Command.h"
 
+#include "host/commands/UsageText.h"
+#include "toolkit/Format.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Remedy.h"
+
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <sstream>
 #include <string_view>
-
-#include <CLI/CLI.hpp>
-
-#include "host/basics/Format.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Remedy.h"
-#include "host/commands/UsageText.h"
 
 namespace host {
 
@@ -39,8 +39,9 @@ std::string wrapped(const std::string& text) {
         const std::string indent(line.starts_with("  ") ? optionColumn : 0, ' ');
         while (line.size() > screenWidth) {
             const std::size_t blank = line.find_last_of(' ', screenWidth);
-            if (blank == std::string::npos || blank <= indent.size())
+            if (blank == std::string::npos || blank <= indent.size()) {
                 break;
+            }
             result += line.substr(0, blank) + "\n";
             line = indent + line.substr(blank + 1);
         }
@@ -95,10 +96,12 @@ private:
     static std::string usageOf(const CLI::App& app) {
         std::string text;
         for (const CLI::Option* option :
-             app.get_options([](const CLI::Option* each) { return each->get_positional(); }))
+             app.get_options([](const CLI::Option* each) { return each->get_positional(); })) {
             text += option->get_required() ? " " + valueName(*option) : " [" + valueName(*option) + "]";
-        if (!app.get_subcommands([](const CLI::App*) { return true; }).empty())
+        }
+        if (!app.get_subcommands([](const CLI::App*) { return true; }).empty()) {
             text += " SUBCOMMAND";
+        }
         return text + " [OPTIONS]";
     }
 };
@@ -106,14 +109,16 @@ private:
 void printVersion(const VersionFacts& facts, bool json) {
     if (json) {
         nlohmann::json out;
-        for (const auto& [name, value] : facts)
+        for (const auto& [name, value] : facts) {
             out[name] = value;
-        std::cout << jsonText(out);
+        }
+        std::cout << toolkit::jsonText(out);
         return;
     }
     std::cout << "orvtrace " << facts.front().second << "\n";
-    for (std::size_t i = 1; i < facts.size(); ++i)
-        std::cout << print("%-9s ", facts[i].first.c_str()) << facts[i].second << "\n";
+    for (std::size_t i = 1; i < facts.size(); ++i) {
+        std::cout << toolkit::print("%-9s ", facts[i].first.c_str()) << facts[i].second << "\n";
+    }
 }
 
 /// Also of a line that cannot be parsed.
@@ -122,13 +127,16 @@ bool wantsJson(int argc, const char* const* argv) {
                        [](const char* each) { return std::string_view(each) == "--json"; });
 }
 
-int fail(const Failure& failure, const CLI::App& app, bool json) {
+int fail(const toolkit::Failure& failure, const CLI::App& app, bool json) {
     std::string text = failure.what();
-    if (failure.code == ExitCode::Usage)
+    if (failure.code == toolkit::ExitCode::Usage) {
         text += "; see 'orvtrace " + pathOf(app) + "--help'";
-    printFailure(failure.code, text);
-    if (json)
-        std::cout << jsonText(failureJson(Failure(failure.code, text, failure.where))) << std::flush;
+    }
+    toolkit::printFailure(failure.code, text);
+    if (json) {
+        std::cout << toolkit::jsonText(toolkit::failureJson(toolkit::Failure(failure.code, text, failure.where)))
+                  << std::flush;
+    }
     return static_cast<int>(failure.code);
 }
 
@@ -140,8 +148,9 @@ void setUp(Command& command, CLI::App& app) {
     CLI::App* own = app.add_subcommand(command.name, command.about);
     command.setUp(*own);
     own->set_help_flag("-h,--help", "Print this help and exit");
-    for (CLI::App* nested : own->get_subcommands([](CLI::App*) { return true; }))
+    for (CLI::App* nested : own->get_subcommands([](CLI::App*) { return true; })) {
         nested->set_help_flag("-h,--help", "Print this help and exit");
+    }
 }
 
 } // namespace
@@ -160,33 +169,36 @@ int runLine(const CommandList& commands, const VersionFacts& facts, int argc, co
     bool json = false;
     app.add_flag("--version", version, "Print version, build, compiler and system");
     app.add_flag("--json", json, "Print one JSON value instead of text");
-    app.footer(exitCodeTable());
-    for (const auto& command : commands)
+    app.footer(toolkit::exitCodeTable());
+    for (const auto& command : commands) {
         setUp(*command, app);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0)
+        if (error.get_exit_code() == 0) {
             return app.exit(error);
-        return fail(Failure(ExitCode::Usage, usageText(app, error)), app, wantsJson(argc, argv));
+        }
+        return fail(toolkit::Failure(toolkit::ExitCode::Usage, usageText(app, error)), app, wantsJson(argc, argv));
     }
     if (version) {
         printVersion(facts, json);
-        return static_cast<int>(ExitCode::Done);
+        return static_cast<int>(toolkit::ExitCode::Done);
     }
     for (const auto& command : commands) {
-        if (!app.got_subcommand(command->name))
+        if (!app.got_subcommand(command->name)) {
             continue;
+        }
         command->json = command->json || json;
         try {
             return static_cast<int>(command->run());
-        } catch (const Failure& failure) {
+        } catch (const toolkit::Failure& failure) {
             return fail(failure, app, command->json);
         } catch (const std::exception& error) {
-            return fail(Failure(ExitCode::Failed, error.what()), app, command->json);
+            return fail(toolkit::Failure(toolkit::ExitCode::Failed, error.what()), app, command->json);
         }
     }
-    return fail(Failure(ExitCode::Usage, "a subcommand is required"), app, wantsJson(argc, argv));
+    return fail(toolkit::Failure(toolkit::ExitCode::Usage, "a subcommand is required"), app, wantsJson(argc, argv));
 }
 
 /// Whether everything that was said has arrived where the standard output goes.
@@ -199,12 +211,15 @@ bool outputArrived() {
 
 int runCommandLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
     const int code = runLine(commands, facts, argc, argv);
-    if (outputArrived())
+    if (outputArrived()) {
         return code;
-    printFailure(ExitCode::OutputUnwritable, "the standard output cannot be written; is the disk full?");
+    }
+    toolkit::printFailure(toolkit::ExitCode::OutputUnwritable,
+                          "the standard output cannot be written; is the disk full?");
     // A failure that was told before this one says more.
-    const bool went = code == static_cast<int>(ExitCode::Done) || code == static_cast<int>(ExitCode::FaultsFound);
-    return went ? static_cast<int>(ExitCode::OutputUnwritable) : code;
+    const bool went =
+        code == static_cast<int>(toolkit::ExitCode::Done) || code == static_cast<int>(toolkit::ExitCode::FaultsFound);
+    return went ? static_cast<int>(toolkit::ExitCode::OutputUnwritable) : code;
 }
 
 } // namespace host

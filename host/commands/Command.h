@@ -1,11 +1,11 @@
 #pragma once
 
+#include "toolkit/ExitCode.h"
+
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "host/basics/ExitCode.h"
 
 namespace CLI {
 class App;
@@ -32,7 +32,7 @@ public:
     virtual void setUp(CLI::App& app) = 0;
 
     /// Does the work. Results go to the standard output, everything else to the standard error output.
-    virtual ExitCode run() = 0;
+    virtual toolkit::ExitCode run() = 0;
 
     const std::string name;  ///< as on the command line
     const std::string about; ///< one line for the list of subcommands

@@ -1,12 +1,12 @@
 #include "host/commands/Conclusion.h"
 
-#include <iostream>
-
-#include "host/basics/FilePath.h"
-#include "host/basics/Masked.h"
-#include "host/basics/Remedy.h"
-#include "host/report/Report.h"
+#include "diagnosis/report/Report.h"
 #include "host/results/ResultText.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/Masked.h"
+#include "toolkit/Remedy.h"
+
+#include <iostream>
 
 namespace host {
 
@@ -15,49 +15,55 @@ namespace {
 /// Empty when the receiver has left none.
 std::string logOf(const SessionResult& result) {
     for (const auto& [what, where] : result.files) {
-        if (what == "log")
+        if (what == "log") {
             return where;
+        }
     }
     return {};
 }
 
 } // namespace
 
-void printTroubles(const SessionResult& result, ExitCode code, const std::string& failure) {
-    for (const std::string& note : result.notes)
-        printNotice(note);
-    for (const std::string& trouble : result.troubles)
-        printNotice(trouble + "; it was left out");
-    if (code != ExitCode::Done)
-        printFailure(code, failure, logOf(result), result.doctorTakes);
-}
-
-void leaveReport(const Session& session, RecordResult& result) {
-    const auto file = session.runFolder() / filePath(session.fileStem().filename().string() + ".report.html");
-    try {
-        result.files.emplace_back("report", writeReport(session.fileStem(), file, true).file.string());
-    } catch (const Failure& failure) {
-        if (failure.code != ExitCode::BadInput)
-            throw;
+void printTroubles(const SessionResult& result, toolkit::ExitCode code, const std::string& failure) {
+    for (const std::string& note : result.notes) {
+        toolkit::printNotice(note);
+    }
+    for (const std::string& trouble : result.troubles) {
+        toolkit::printNotice(trouble + "; it was left out");
+    }
+    if (code != toolkit::ExitCode::Done) {
+        toolkit::printFailure(code, failure, logOf(result), result.doctorTakes);
     }
 }
 
-ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
-                   const std::function<std::string(const RecordResult&)>& text) {
+void leaveReport(const Session& session, RecordResult& result) {
+    const auto file = session.runFolder() / toolkit::filePath(session.fileStem().filename().string() + ".report.html");
+    try {
+        result.files.emplace_back("report", diagnosis::writeReport(session.fileStem(), file, true).file.string());
+    } catch (const toolkit::Failure& failure) {
+        if (failure.code != toolkit::ExitCode::BadInput) {
+            throw;
+        }
+    }
+}
+
+toolkit::ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
+                            const std::function<std::string(const RecordResult&)>& text) {
     try {
         work();
-    } catch (const Failure& failure) {
+    } catch (const toolkit::Failure& failure) {
         result.code = failure.code;
         result.failure = failure.what();
         result.where = failure.where;
     } catch (const std::exception& error) {
-        result.code = ExitCode::Failed;
+        result.code = toolkit::ExitCode::Failed;
         result.failure = error.what();
     }
-    if (json)
+    if (json) {
         std::cout << resultJson(result) << std::flush;
-    else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty())
-        printText(text(result));
+    } else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty()) {
+        toolkit::printText(text(result));
+    }
     std::cout << std::flush;
     printTroubles(result, result.code, result.failure);
     return result.code;

@@ -1,12 +1,12 @@
-#include <iostream>
+#include "diagnosis/doctor/DiagnosisText.h"
+#include "host/commands/Commands.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Masked.h"
 
 #include <CLI/CLI.hpp>
 
-#include "host/basics/FilePath.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Masked.h"
-#include "host/commands/Commands.h"
-#include "host/doctor/DiagnosisText.h"
+#include <iostream>
 
 namespace host {
 
@@ -27,25 +27,26 @@ public:
                    "Example: orvtrace doctor run");
     }
 
-    ExitCode run() override {
-        const diagnostics::DiagnosticSet set = diagnostics::readDiagnostics(filePath(place));
-        const Diagnosis diagnosis = diagnose(set);
+    toolkit::ExitCode run() override {
+        const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(toolkit::filePath(place));
+        const diagnosis::Diagnosis diagnosis = diagnosis::diagnose(set);
         // Files that do not tell how the calibration ended are too few to call a board sound.
         const bool enough = set.troubles.empty() && diagnosis.calibrated.has_value();
-        const ExitCode code = diagnosis.hasFaults() ? ExitCode::FaultsFound
-                              : enough              ? ExitCode::Done
-                                                    : ExitCode::BadInput;
+        const toolkit::ExitCode code = diagnosis.hasFaults() ? toolkit::ExitCode::FaultsFound
+                                       : enough              ? toolkit::ExitCode::Done
+                                                             : toolkit::ExitCode::BadInput;
         if (json) {
-            nlohmann::json out = diagnosisJson(set, diagnosis);
-            out["outcome"] = exitCodeName(code);
+            nlohmann::json out = diagnosis::diagnosisJson(set, diagnosis);
+            out["outcome"] = toolkit::exitCodeName(code);
             out["exitCode"] = static_cast<int>(code);
-            std::cout << jsonText(out);
+            std::cout << toolkit::jsonText(out);
         } else {
-            printText(diagnosisText(set, diagnosis));
+            toolkit::printText(diagnosis::diagnosisText(set, diagnosis));
         }
         std::cout << std::flush;
-        for (const std::string& trouble : set.troubles)
-            printNotice(trouble + "; it was left out");
+        for (const std::string& trouble : set.troubles) {
+            toolkit::printNotice(trouble + "; it was left out");
+        }
         return code;
     }
 

@@ -1,23 +1,23 @@
+#include "host/commands/Commands.h"
+#include "host/pins/PinAnswers.h"
+#include "host/pins/PinWarnings.h"
+#include "host/platform/Platform.h"
+#include "host/scenario/ChannelSettingsFile.h"
+#include "host/scenario/DevicesFile.h"
+#include "host/session/Receiver.h"
+#include "pinmap/TracePinMapper.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/Format.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Masked.h"
+#include "toolkit/TextFile.h"
+
+#include <CLI/CLI.hpp>
+
 #include <array>
 #include <iostream>
 #include <optional>
 #include <sstream>
-
-#include <CLI/CLI.hpp>
-
-#include "host/basics/FilePath.h"
-#include "host/basics/Format.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Masked.h"
-#include "host/basics/TextFile.h"
-#include "host/commands/Commands.h"
-#include "host/files/ChannelSettingsFile.h"
-#include "host/files/DevicesFile.h"
-#include "host/pins/PinAnswers.h"
-#include "host/pins/PinWarnings.h"
-#include "host/platform/Platform.h"
-#include "host/session/Receiver.h"
-#include "pinmap/TracePinMapper.h"
 
 namespace host {
 
@@ -35,15 +35,17 @@ std::string dataText(const PinList& pins) {
 
 nlohmann::json toJson(const PinAnswer& answer) {
     nlohmann::json out{{"kind", answer.kind}, {"dataPins", answer.dataPins}, {"granted", answer.granted}};
-    if (!answer.asked.empty())
+    if (!answer.asked.empty()) {
         out["asked"] = answer.asked;
+    }
     if (answer.granted) {
         out["pinout"] = answer.pinout;
         out["pins"] = answer.pins;
         out["owner"] = answer.owner;
     }
-    if (!answer.remark.empty())
+    if (!answer.remark.empty()) {
         out["remark"] = answer.remark;
+    }
     return out;
 }
 
@@ -74,16 +76,16 @@ public:
         addJson(app);
     }
 
-    ExitCode run() override;
+    toolkit::ExitCode run() override;
 
 private:
-    ExitCode listDevices() const;
+    toolkit::ExitCode listDevices() const;
     void forEachPinout(
         const TracePinMapper& mapper,
         const std::function<void(const std::string& pinout, const std::string& of, const PinList&)>& visit) const;
     void read(TracePinMapper& mapper) const;
     std::vector<PinAnswer> answers(TracePinMapper& mapper) const;
-    void printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
+    void printPlain(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
     void printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
 
     std::string device;
@@ -95,14 +97,14 @@ private:
 
 void PinsCommand::read(TracePinMapper& mapper) const {
     if (!mapFile.empty()) {
-        readText(filePath(mapFile)); // says more of a missing file than the mapper does
-        guarded(ExitCode::BadInput, [&] { mapper.readPinMapFile(mapFile.c_str()); });
+        toolkit::readText(toolkit::filePath(mapFile)); // says more of a missing file than the mapper does
+        guarded(toolkit::ExitCode::BadInput, [&] { mapper.readPinMapFile(mapFile.c_str()); });
         return;
     }
     try {
-        guarded(ExitCode::CalibrationRefused, [&] { mapper.readDeviceDatabase(device.c_str()); });
-    } catch (const Failure& failure) {
-        throw Failure(failure.code, device + ": " + failure.what());
+        guarded(toolkit::ExitCode::CalibrationRefused, [&] { mapper.readDeviceDatabase(device.c_str()); });
+    } catch (const toolkit::Failure& failure) {
+        throw toolkit::Failure(failure.code, device + ": " + failure.what());
     }
 }
 
@@ -113,15 +115,18 @@ std::vector<PinAnswer> PinsCommand::answers(TracePinMapper& mapper) const {
         if (!pins.empty()) {
             const PinChoice choice = pinChoiceOf(pins).value();
             PinList asked;
-            for (const std::string& item : split(choice.pinMap, ','))
+            for (const std::string& item : toolkit::split(choice.pinMap, ',')) {
                 asked.push_back(static_cast<std::uint32_t>(std::stoul(item)));
+            }
             all.push_back(answerOf(mapper.getPinouts(), each, choice.dataPins, asked));
         } else {
-            for (const unsigned count : settingsCounts)
+            for (const unsigned count : settingsCounts) {
                 all.push_back(answerOf(mapper.getPinouts(), each, count, {}));
+            }
         }
-        for (PinAnswer& answer : all)
+        for (PinAnswer& answer : all) {
             answer.owner = answer.granted ? mapper.getOwnerName(answer.kind) : std::string();
+        }
     }
     return all;
 }
@@ -133,33 +138,37 @@ void PinsCommand::forEachPinout(
     for (const auto& [pinout, kinds] : mapper.getPinouts()) {
         for (const auto& [each, lists] : kinds) {
             for (const PinList& list : lists) {
-                if (kind.empty() || kind == each)
+                if (kind.empty() || kind == each) {
                     visit(pinout, each, list);
+                }
             }
         }
     }
 }
 
-void PinsCommand::printText(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
+void PinsCommand::printPlain(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
     std::ostringstream out;
-    out << masked(device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
-        << print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
+    out << toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
+        << toolkit::print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
     forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
-        out << print("%-12s %-9s %9zu  %5u  %s\n", masked(pinout).c_str(), masked(of).c_str(), list.size() - 1,
-                     list.front(), dataText(list).c_str());
+        out << toolkit::print("%-12s %-9s %9zu  %5u  %s\n", toolkit::masked(pinout).c_str(),
+                              toolkit::masked(of).c_str(), list.size() - 1, list.front(), dataText(list).c_str());
     });
-    out << "\n" << print("%-9s %-10s %s\n", "kind", "asked", "answer");
+    out << "\n" << toolkit::print("%-9s %-10s %s\n", "kind", "asked", "answer");
     for (const PinAnswer& answer : answers) {
-        const std::string asked = answer.asked.empty() ? countText(answer.dataPins, "pin") : pinsText(answer.asked);
-        out << print("%-9s %-10s ", answer.kind.c_str(), asked.c_str());
-        if (answer.granted)
+        const std::string asked =
+            answer.asked.empty() ? toolkit::countText(answer.dataPins, "pin") : pinsText(answer.asked);
+        out << toolkit::print("%-9s %-10s ", answer.kind.c_str(), asked.c_str());
+        if (answer.granted) {
             out << "granted: clock " << answer.pins.front() << ", data " << dataText(answer.pins) << " of "
-                << masked(answer.pinout) << (answer.owner.empty() ? "" : ", owned by " + masked(answer.owner));
-        else
+                << toolkit::masked(answer.pinout)
+                << (answer.owner.empty() ? "" : ", owned by " + toolkit::masked(answer.owner));
+        } else {
             out << "refused";
-        out << (answer.remark.empty() ? "" : ": " + masked(answer.remark)) << "\n";
+        }
+        out << (answer.remark.empty() ? "" : ": " + toolkit::masked(answer.remark)) << "\n";
     }
-    host::printText(out.str());
+    toolkit::printText(out.str());
 }
 
 void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
@@ -170,53 +179,61 @@ void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinA
         out["pinouts"].push_back({{"pinout", pinout}, {"kind", of}, {"pins", list}});
     });
     out["answers"] = nlohmann::json::array();
-    for (const PinAnswer& answer : answers)
+    for (const PinAnswer& answer : answers) {
         out["answers"].push_back(toJson(answer));
+    }
     out["warnings"] = warnings;
-    std::cout << jsonText(out);
+    std::cout << toolkit::jsonText(out);
 }
 
 /// A device data base cannot be asked for all that it knows; that of the bench is a file.
-ExitCode PinsCommand::listDevices() const {
+toolkit::ExitCode PinsCommand::listDevices() const {
     const std::string own = getEnvironment("ORV_BENCH_DEVICES");
-    const auto devices = devicesOf(own.empty() ? programFolder() / "devices.toml" : filePath(own));
-    if (devices.empty() || !kind.empty() || !pins.empty())
-        throw Failure(ExitCode::Usage, "give --device NAME or --map-file FILE");
+    const auto devices = devicesOf(own.empty() ? programFolder() / "devices.toml" : toolkit::filePath(own));
+    if (devices.empty() || !kind.empty() || !pins.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::Usage, "give --device NAME or --map-file FILE");
+    }
     nlohmann::json list = nlohmann::json::array();
     for (const auto& [known, note] : devices) {
-        if (json)
+        if (json) {
             list.push_back({{"device", known}, {"note", note}});
-        else
-            host::printText(print("%-18s ", masked(known).c_str()) + masked(note) + "\n");
+        } else {
+            toolkit::printText(toolkit::print("%-18s ", toolkit::masked(known).c_str()) + toolkit::masked(note) + "\n");
+        }
     }
-    if (json)
-        std::cout << jsonText({{"devices", list}});
-    return ExitCode::Done;
+    if (json) {
+        std::cout << toolkit::jsonText({{"devices", list}});
+    }
+    return toolkit::ExitCode::Done;
 }
 
-ExitCode PinsCommand::run() {
-    if (device.empty() && mapFile.empty())
+toolkit::ExitCode PinsCommand::run() {
+    if (device.empty() && mapFile.empty()) {
         return listDevices();
+    }
     std::optional<LoadedLibrary> library;
-    if (mapFile.empty()) // says more of a missing library than the mapper does
-        library.emplace(programFolder() / filePath(libraryFileName("PartIdentifier")));
+    if (mapFile.empty()) { // says more of a missing library than the mapper does
+        library.emplace(programFolder() / toolkit::filePath(libraryFileName("PartIdentifier")));
+    }
     TracePinMapper mapper;
     read(mapper);
-    guarded(ExitCode::BadInput, [&] {
+    guarded(toolkit::ExitCode::BadInput, [&] {
         warnings = pinWarnings(library ? pinoutTextsOfDevice(*library, device)
                                        : Vx::Qrs::Trace::OrvRcvr::readPinMapTexts(mapFile.c_str()),
                                kind);
     });
-    for (const std::string& warning : warnings)
-        printNotice("warning: " + warning);
+    for (const std::string& warning : warnings) {
+        toolkit::printNotice("warning: " + warning);
+    }
     const std::vector<PinAnswer> all = answers(mapper);
-    if (json)
+    if (json) {
         printJson(mapper, all);
-    else
-        printText(mapper, all);
+    } else {
+        printPlain(mapper, all);
+    }
     const bool refused =
         !pins.empty() && std::none_of(all.begin(), all.end(), [](const PinAnswer& answer) { return answer.granted; });
-    return refused ? ExitCode::CalibrationRefused : ExitCode::Done;
+    return refused ? toolkit::ExitCode::CalibrationRefused : toolkit::ExitCode::Done;
 }
 
 } // namespace

@@ -1,18 +1,18 @@
-#include <algorithm>
-#include <cstdio>
-#include <iostream>
-
-#include <CLI/CLI.hpp>
-
-#include "host/basics/Crc32.h"
-#include "host/basics/FilePath.h"
-#include "host/basics/Numbers.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
 #include "host/platform/InterruptAnswer.h"
 #include "host/results/ResultText.h"
 #include "host/session/RecordingOutputs.h"
+#include "toolkit/Crc32.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/Numbers.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
 
 namespace host {
 
@@ -43,7 +43,8 @@ public:
 private:
     void recordAll();
     void record(unsigned number);
-    void keep(CChannelDriver& channel, unsigned number, const ReadBack& back, const std::optional<Failure>& fault);
+    void keep(CChannelDriver& channel, unsigned number, const ReadBack& back,
+              const std::optional<toolkit::Failure>& fault);
 
     const RecordOptions& options;
     RecordResult& result;
@@ -54,22 +55,25 @@ private:
 
 void RecordRun::record(unsigned number) {
     CChannelDriver& channel = session.receiver().channel();
-    if (options.repeat > 1)
+    if (options.repeat > 1) {
         line.setPrefix(std::to_string(number) + " of " + std::to_string(options.repeat) + ": ");
+    }
     RecordingPlan plan;
     plan.seconds = options.seconds;
     plan.untilFull = options.untilFull;
-    if (options.triggerFile)
-        plan.triggerFile = filePath(session.fileStem().string() + ".trg.txt");
+    if (options.triggerFile) {
+        plan.triggerFile = toolkit::filePath(session.fileStem().string() + ".trg.txt");
+    }
     const RecordingEnd end = runRecording(channel, plan, line);
     RecordingResult& recording = result.recordings.emplace_back();
     recording.state = end.state;
     recording.seconds = end.seconds;
     recording.wrapped = session.receiver().attribute("Buffer Wrapped") == "1";
-    if (number == 1)
+    if (number == 1) {
         result.files.emplace_back("samples", session.fileStem().string() + ".bin");
+    }
     const ReadBack back = readBack(channel, line, [&](std::span<const std::uint64_t> samples) {
-        recording.checksum = crc32(recording.checksum, samples);
+        recording.checksum = toolkit::crc32(recording.checksum, samples);
         recording.samples += samples.size();
     });
     keep(channel, number, back, faultOf(end, back));
@@ -77,45 +81,53 @@ void RecordRun::record(unsigned number) {
 
 /// What came is written in any case. The recording's own fault comes first in the text.
 void RecordRun::keep(CChannelDriver& channel, unsigned number, const ReadBack& back,
-                     const std::optional<Failure>& fault) {
+                     const std::optional<toolkit::Failure>& fault) {
     const InterruptAnswer answer("stopping when what was captured is saved");
     try {
         outputs.write(channel, number, back, result);
-    } catch (const Failure& failure) {
-        if (fault)
-            throw Failure(fault->code, std::string(fault->what()) + "; " + failure.what());
+    } catch (const toolkit::Failure& failure) {
+        if (fault) {
+            throw toolkit::Failure(fault->code, std::string(fault->what()) + "; " + failure.what());
+        }
         throw;
     }
-    if (fault)
-        throw Failure(*fault);
+    if (fault) {
+        throw toolkit::Failure(*fault);
+    }
 }
 
 void RecordRun::run() {
     session.checkInputs();
-    for (const std::filesystem::path& file : outputs.files())
+    for (const std::filesystem::path& file : outputs.files()) {
         session.testOutput(file);
+    }
     session.prepare();
     session.open(line);
     try {
         recordAll();
-    } catch (const Failure& failure) {
-        const Failure explained = session.explained(failure);
+    } catch (const toolkit::Failure& failure) {
+        const toolkit::Failure explained = session.explained(failure);
         // A refused calibration is what a page about it is wanted for most.
-        if (!result.calibrated && explained.code == ExitCode::CalibrationRefused)
+        if (!result.calibrated && explained.code == toolkit::ExitCode::CalibrationRefused) {
             leaveReport(session, result);
+        }
         throw explained;
     }
 }
 
 void RecordRun::recordAll() {
-    if (interrupted())
-        throw Failure(ExitCode::Interrupted, "interrupted before the calibration");
+    if (interrupted()) {
+        throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted before the calibration");
+    }
     session.calibrate(line);
-    for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number)
+    for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number) {
         record(number);
-    if (interrupted())
-        throw Failure(ExitCode::Interrupted, result.recordings.empty() ? "interrupted before the recording"
-                                                                       : "interrupted; what was captured is kept");
+    }
+    if (interrupted()) {
+        throw toolkit::Failure(toolkit::ExitCode::Interrupted, result.recordings.empty()
+                                                                   ? "interrupted before the recording"
+                                                                   : "interrupted; what was captured is kept");
+    }
 }
 
 /// `orvtrace record`.
@@ -123,7 +135,7 @@ class RecordCommand : public Command {
 public:
     RecordCommand() : Command("record", "Calibrate, record, upload and save trace") {}
     void setUp(CLI::App& app) override;
-    ExitCode run() override;
+    toolkit::ExitCode run() override;
 
 private:
     RecordOptions options;
@@ -141,7 +153,7 @@ void RecordCommand::setUp(CLI::App& app) {
     addBuffer(app, options.session);
     auto* seconds = app.add_option("--seconds", options.seconds, "Length of the recording (1)")
                         ->option_text("SECONDS")
-                        ->check(numberFrom(0.0, 1e6));
+                        ->check(toolkit::numberFrom(0.0, 1e6));
     auto* full =
         app.add_flag("--until-full", options.untilFull, "Record until the unit's buffer is full")->excludes(seconds);
     app.add_flag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
@@ -149,7 +161,7 @@ void RecordCommand::setUp(CLI::App& app) {
     app.add_flag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace")->excludes(full);
     app.add_option("--repeat", options.repeat, "Record N times on one calibration (1)")
         ->option_text("N")
-        ->check(wholeNumberFrom(1, 9999));
+        ->check(toolkit::wholeNumberFrom(1, 9999));
     app.add_option("--save", options.save, "New trace data file, a section per recording")
         ->option_text("FILE.tdf")
         ->check(checkTdfName);
@@ -158,15 +170,16 @@ void RecordCommand::setUp(CLI::App& app) {
     addJson(app);
 }
 
-ExitCode RecordCommand::run() {
-    if (options.untilFull)
+toolkit::ExitCode RecordCommand::run() {
+    if (options.untilFull) {
         options.session.stopOnFull = true;
-    if (options.wrap)
+    }
+    if (options.wrap) {
         options.session.stopOnFull = false;
+    }
     checkSessionOptions(options.session);
     RecordResult result;
-    return concluded(
-        result, [&] { RecordRun(options, result).run(); }, json, resultText);
+    return concluded(result, [&] { RecordRun(options, result).run(); }, json, resultText);
 }
 
 } // namespace

@@ -1,13 +1,13 @@
-#include <iostream>
+#include "diagnosis/doctor/DiagnosisText.h"
+#include "diagnosis/report/Report.h"
+#include "host/commands/Commands.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Masked.h"
 
 #include <CLI/CLI.hpp>
 
-#include "host/basics/FilePath.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Masked.h"
-#include "host/commands/Commands.h"
-#include "host/doctor/DiagnosisText.h"
-#include "host/report/Report.h"
+#include <iostream>
 
 namespace host {
 
@@ -30,22 +30,26 @@ public:
                    "Example: orvtrace report run");
     }
 
-    ExitCode run() override {
-        const ReportResult result = writeReport(filePath(place), filePath(out), force);
-        const ExitCode code = result.set.troubles.empty() ? ExitCode::Done : ExitCode::BadInput;
+    toolkit::ExitCode run() override {
+        const diagnosis::ReportResult result =
+            diagnosis::writeReport(toolkit::filePath(place), toolkit::filePath(out), force);
+        const toolkit::ExitCode code =
+            result.set.troubles.empty() ? toolkit::ExitCode::Done : toolkit::ExitCode::BadInput;
         if (json) {
-            nlohmann::json text = diagnosisJson(result.set, result.diagnosis);
-            text["outcome"] = exitCodeName(code);
+            nlohmann::json text = diagnosis::diagnosisJson(result.set, result.diagnosis);
+            text["outcome"] = toolkit::exitCodeName(code);
             text["exitCode"] = static_cast<int>(code);
             text["report"] = result.file.string();
-            std::cout << jsonText(text);
+            std::cout << toolkit::jsonText(text);
         } else {
-            printText(masked(result.set.name) + ": " + result.diagnosis.headline + "\n" +
-                      findingCount(result.diagnosis) + "\nreport " + masked(result.file.string()) + "\n");
+            toolkit::printText(toolkit::masked(result.set.name) + ": " + result.diagnosis.headline + "\n" +
+                               diagnosis::findingCount(result.diagnosis) + "\nreport " +
+                               toolkit::masked(result.file.string()) + "\n");
         }
         std::cout << std::flush;
-        for (const std::string& trouble : result.set.troubles)
-            printNotice(trouble + "; it was left out");
+        for (const std::string& trouble : result.set.troubles) {
+            toolkit::printNotice(trouble + "; it was left out");
+        }
         return code;
     }
 

@@ -1,14 +1,14 @@
-#include <iostream>
-#include <sstream>
+#include "host/commands/Commands.h"
+#include "host/platform/Platform.h"
+#include "host/scenario/ScenarioCheck.h"
+#include "toolkit/Format.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Masked.h"
 
 #include <CLI/CLI.hpp>
 
-#include "host/basics/Format.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Masked.h"
-#include "host/commands/Commands.h"
-#include "host/platform/Platform.h"
-#include "host/session/ScenarioCheck.h"
+#include <iostream>
+#include <sstream>
 
 namespace host {
 
@@ -21,37 +21,43 @@ std::string outcomeText(const Scenario& scenario) {
         return found == scenario.expect.end() ? std::string() : found->second;
     };
     std::string text = of("outcome");
-    if (!of("setting").empty())
+    if (!of("setting").empty()) {
         text +=
             ", with setting " + of("setting") + (of("rejected").empty() ? "" : ", after " + of("rejected") + " failed");
+    }
     // A test may look for no more than how a message begins.
     std::string message = of("message");
-    while (message.ends_with(' ') || message.ends_with(':'))
+    while (message.ends_with(' ') || message.ends_with(':')) {
         message.pop_back();
-    if (!message.empty())
+    }
+    if (!message.empty()) {
         text += ": " + message;
-    if (!of("soak").empty())
+    }
+    if (!of("soak").empty()) {
         text += "; of a soak: " + of("soak");
+    }
     return text.empty() ? "nothing in particular" : text;
 }
 
 void explain(const Scenario& scenario) {
     std::ostringstream out;
-    out << masked(scenario.name + ": " + scenario.about) << "\n"
-        << "  cpu       " << masked(scenario.cpu) << "\n"
-        << "  export    " << masked(scenario.settings.exportKind) << ", "
-        << countText(scenario.settings.dataPins, "data pin")
-        << (scenario.settings.pinMap.empty() ? "" : ", pins " + masked(scenario.settings.pinMap)) << "\n"
+    out << toolkit::masked(scenario.name + ": " + scenario.about) << "\n"
+        << "  cpu       " << toolkit::masked(scenario.cpu) << "\n"
+        << "  export    " << toolkit::masked(scenario.settings.exportKind) << ", "
+        << toolkit::countText(scenario.settings.dataPins, "data pin")
+        << (scenario.settings.pinMap.empty() ? "" : ", pins " + toolkit::masked(scenario.settings.pinMap)) << "\n"
         << "  buffer    " << bufferSizes.at(scenario.settings.bufferIndex) << ", "
         << (scenario.settings.stopOnFull ? "stops when full" : "wraps") << "\n";
-    for (const std::string& trait : scenario.traits)
-        out << (&trait == &scenario.traits.front() ? "  bench     " : "            ") << masked(trait) << "\n";
+    for (const std::string& trait : scenario.traits) {
+        out << (&trait == &scenario.traits.front() ? "  bench     " : "            ") << toolkit::masked(trait) << "\n";
+    }
     const auto options = scenario.expect.find("options");
-    out << "  outcome   " << masked(outcomeText(scenario)) << "\n"
-        << "  file      " << masked(scenario.file.string()) << "\n"
+    out << "  outcome   " << toolkit::masked(outcomeText(scenario)) << "\n"
+        << "  file      " << toolkit::masked(scenario.file.string()) << "\n"
         << "  try       orvtrace " << (scenario.expect.contains("soak") ? "soak" : "record") << " --scenario "
-        << masked(scenario.name) << (options == scenario.expect.end() ? "" : " " + masked(options->second)) << "\n";
-    printText(out.str());
+        << toolkit::masked(scenario.name)
+        << (options == scenario.expect.end() ? "" : " " + toolkit::masked(options->second)) << "\n";
+    toolkit::printText(out.str());
 }
 
 nlohmann::json toJson(const Scenario& scenario) {
@@ -76,20 +82,22 @@ public:
         addJson(app);
     }
 
-    ExitCode run() override {
-        if (!wanted.empty())
+    toolkit::ExitCode run() override {
+        if (!wanted.empty()) {
             showOne(soundScenario(wanted, programFolder()));
-        else
+        } else {
             showAll();
-        return ExitCode::Done;
+        }
+        return toolkit::ExitCode::Done;
     }
 
 private:
     void showOne(const Scenario& scenario) const {
-        if (json)
-            std::cout << jsonText(toJson(scenario));
-        else
+        if (json) {
+            std::cout << toolkit::jsonText(toJson(scenario));
+        } else {
             explain(scenario);
+        }
     }
 
     void showAll() const {
@@ -97,13 +105,16 @@ private:
         requireScenarios(folder);
         nlohmann::json all = nlohmann::json::array();
         for (const Scenario& scenario : listScenarios(folder)) {
-            if (json)
+            if (json) {
                 all.push_back(toJson(scenario));
-            else
-                printText(print("%-16s ", masked(scenario.name).c_str()) + masked(scenario.about) + "\n");
+            } else {
+                toolkit::printText(toolkit::print("%-16s ", toolkit::masked(scenario.name).c_str()) +
+                                   toolkit::masked(scenario.about) + "\n");
+            }
         }
-        if (json)
-            std::cout << jsonText(all);
+        if (json) {
+            std::cout << toolkit::jsonText(all);
+        }
     }
 
     std::string wanted;

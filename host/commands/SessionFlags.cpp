@@ -46,20 +46,26 @@ void addRunFlags(CLI::App& app, SessionOptions& options) {
 }
 
 void checkSessionOptions(const SessionOptions& options) {
-    if (options.scenario.empty() && options.cpu.empty())
-        throw Failure(ExitCode::Usage, "give --scenario NAME for the bench, or --cpu NAME for a real target");
-    if (options.scenario.empty() && options.settings.empty())
-        throw Failure(ExitCode::Usage, "a real target needs --settings FILE");
+    if (options.scenario.empty() && options.cpu.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::Usage,
+                               "give --scenario NAME for the bench, or --cpu NAME for a real target");
+    }
+    if (options.scenario.empty() && options.settings.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::Usage, "a real target needs --settings FILE");
+    }
     const bool saysMore = options.stopOnFull.has_value() || !options.buffer.empty() || !options.pins.empty();
-    if (!options.settings.empty() && saysMore)
-        throw Failure(ExitCode::Usage, "--pins, --buffer, --wrap and --until-full do not go with --settings, which "
-                                       "says all that");
+    if (!options.settings.empty() && saysMore) {
+        throw toolkit::Failure(toolkit::ExitCode::Usage,
+                               "--pins, --buffer, --wrap and --until-full do not go with --settings, which "
+                               "says all that");
+    }
 }
 
 std::string checkTdfName(const std::string& name) {
     std::string ending = name.substr(name.size() - std::min<std::size_t>(name.size(), 4));
-    for (char& c : ending)
+    for (char& c : ending) {
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
     return ending == ".tdf" ? std::string() : std::string("the file's name must end in .tdf");
 }
 

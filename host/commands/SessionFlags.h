@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
+#include "host/session/Session.h"
 
 #include <CLI/CLI.hpp>
 
-#include "host/session/Session.h"
+#include <string>
 
 // Options that several subcommands share. Each gives back what it adds, so that a command can say what goes with what.
 

@@ -1,13 +1,13 @@
-#include <iostream>
-
-#include <CLI/CLI.hpp>
-
-#include "host/basics/Masked.h"
-#include "host/basics/Numbers.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
 #include "host/soak/SoakRun.h"
+#include "toolkit/Masked.h"
+#include "toolkit/Numbers.h"
+
+#include <CLI/CLI.hpp>
+
+#include <iostream>
 
 namespace host {
 
@@ -19,7 +19,7 @@ public:
     SoakCommand() : Command("soak", "Check the unit against its own generator, again and again") {}
 
     void setUp(CLI::App& app) override;
-    ExitCode run() override;
+    toolkit::ExitCode run() override;
 
 private:
     SessionOptions options;
@@ -31,10 +31,10 @@ void SoakCommand::setUp(CLI::App& app) {
                "Example: orvtrace soak --seconds 60");
     auto* seconds = app.add_option("--seconds", length.seconds, "How long (10); the last round is finished")
                         ->option_text("SECONDS")
-                        ->check(numberFrom(0.0, 1e7));
+                        ->check(toolkit::numberFrom(0.0, 1e7));
     app.add_option("--rounds", length.rounds, "Do N rounds, however long that takes")
         ->option_text("N")
-        ->check(wholeNumberFrom(1, 1000000000))
+        ->check(toolkit::wholeNumberFrom(1, 1000000000))
         ->excludes(seconds)
         ->each([this](const std::string&) { length.seconds = SoakLength::noLimit; });
     addScenario(app, options);
@@ -45,24 +45,25 @@ void SoakCommand::setUp(CLI::App& app) {
     addJson(app);
 }
 
-ExitCode SoakCommand::run() {
+toolkit::ExitCode SoakCommand::run() {
     options = generatorSession(options);
     checkSessionOptions(options);
     SoakResult result;
     try {
         soak(options, length, result);
-    } catch (const Failure& failure) {
+    } catch (const toolkit::Failure& failure) {
         result.code = failure.code;
         result.failure = failure.what();
         result.where = failure.where;
     } catch (const std::exception& error) {
-        result.code = ExitCode::Failed;
+        result.code = toolkit::ExitCode::Failed;
         result.failure = error.what();
     }
-    if (json)
+    if (json) {
         std::cout << soakJson(result);
-    else
-        printText(soakText(result));
+    } else {
+        toolkit::printText(soakText(result));
+    }
     std::cout << std::flush;
     printTroubles(result, result.code, result.failure);
     return result.code;

@@ -1,19 +1,19 @@
-#include <fstream>
-#include <iostream>
-
-#include <CLI/CLI.hpp>
-
-#include "host/basics/FilePath.h"
-#include "host/basics/Format.h"
-#include "host/basics/JsonText.h"
-#include "host/basics/Masked.h"
-#include "host/basics/Numbers.h"
-#include "host/basics/OutputFiles.h"
-#include "host/basics/Remedy.h"
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
 #include "host/session/Receiver.h"
 #include "tdf/TdfFile.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/Format.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Masked.h"
+#include "toolkit/Numbers.h"
+#include "toolkit/OutputFiles.h"
+#include "toolkit/Remedy.h"
+
+#include <CLI/CLI.hpp>
+
+#include <fstream>
+#include <iostream>
 
 namespace host {
 
@@ -30,20 +30,23 @@ constexpr const char* notLocated = "section cannot be located";
 constexpr std::size_t chunkBytes = 65536;
 
 void requireInput(const std::string& text) {
-    const fs::path file = filePath(text);
+    const fs::path file = toolkit::filePath(text);
     std::error_code failed;
-    if (fs::is_directory(file, failed))
-        throw Failure(ExitCode::BadInput, "cannot read " + text + ": it is a folder; give the name of a file");
-    if (!fs::is_regular_file(file, failed) || !std::ifstream(file, std::ios::binary))
-        throw Failure(ExitCode::BadInput, "cannot read " + text + "; check the name and the folder");
+    if (fs::is_directory(file, failed)) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               "cannot read " + text + ": it is a folder; give the name of a file");
+    }
+    if (!fs::is_regular_file(file, failed) || !std::ifstream(file, std::ios::binary)) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, "cannot read " + text + "; check the name and the folder");
+    }
 }
 
 /// Runs an operation on a trace data file; its failure names the file.
 void onFile(const std::string& file, const std::function<void()>& work) {
     try {
-        guarded(ExitCode::BadInput, work);
-    } catch (const Failure& failure) {
-        throw Failure(failure.code, file + ": " + failure.what());
+        guarded(toolkit::ExitCode::BadInput, work);
+    } catch (const toolkit::Failure& failure) {
+        throw toolkit::Failure(failure.code, file + ": " + failure.what());
     }
 }
 
@@ -52,13 +55,13 @@ class TdfCommand : public Command {
 public:
     TdfCommand() : Command("tdf", "List, extract and create trace data files") {}
     void setUp(CLI::App& app) override;
-    ExitCode run() override;
+    toolkit::ExitCode run() override;
 
 private:
     std::vector<TdfSection> sectionsOf(std::string& damage) const;
-    ExitCode list() const;
-    ExitCode extract() const;
-    ExitCode create() const;
+    toolkit::ExitCode list() const;
+    toolkit::ExitCode extract() const;
+    toolkit::ExitCode create() const;
     TdfSection wantedSection() const;
 
     CLI::App* listApp = nullptr;
@@ -91,7 +94,7 @@ void TdfCommand::setUp(CLI::App& app) {
                        ->option_text("NAME");
     extractApp->add_option("--number", number, "The section of this number in the list")
         ->option_text("N")
-        ->check(wholeNumberFrom(1, 1000000))
+        ->check(toolkit::wholeNumberFrom(1, 1000000))
         ->excludes(byName);
     extractApp->add_flag("--force", force, "Overwrite the output when it exists");
     addJson(*extractApp);
@@ -106,7 +109,7 @@ void TdfCommand::setUp(CLI::App& app) {
     createApp->add_option("--section", section, "Its name (BinTraceData)")->option_text("NAME")->needs(from);
     createApp->add_option("--version", version, "Version of its contents (1)")
         ->option_text("N")
-        ->check(wholeNumberFrom(0, 0xFFFFFFFF))
+        ->check(toolkit::wholeNumberFrom(0, 0xFFFFFFFF))
         ->needs(from);
     createApp->add_flag("--force", force, "Overwrite the file when it exists");
     addJson(*createApp);
@@ -118,46 +121,53 @@ std::vector<TdfSection> TdfCommand::sectionsOf(std::string& damage) const {
     std::vector<TdfSection> sections;
     try {
         onFile(file, [&] { TdfFile::listSections(file.c_str(), &sections); });
-    } catch (const Failure& failure) {
+    } catch (const toolkit::Failure& failure) {
         damage = failure.what();
-        if (sections.size() == 1)
+        if (sections.size() == 1) {
             damage += " Its first section can be read";
-        else if (!sections.empty())
+        } else if (!sections.empty()) {
             damage += " Its first " + std::to_string(sections.size()) + " sections can be read";
-        else if (damage.find(invalidFormat) != std::string::npos)
+        } else if (damage.find(invalidFormat) != std::string::npos) {
             damage += " It is no trace data file, or its beginning is damaged";
+        }
     }
     return sections;
 }
 
-ExitCode TdfCommand::list() const {
+toolkit::ExitCode TdfCommand::list() const {
     std::string damage;
     const std::vector<TdfSection> sections = sectionsOf(damage);
     if (json) {
         nlohmann::json all = nlohmann::json::array();
-        for (const TdfSection& each : sections)
+        for (const TdfSection& each : sections) {
             all.push_back({{"name", each.name},
                            {"version", each.version},
                            {"offset", each.offset},
                            {"size", each.size},
                            {"dataOffset", each.dataOffset},
                            {"dataSize", each.dataSize}});
+        }
         nlohmann::json out{{"file", file}, {"sections", all}, {"damaged", !damage.empty()}};
         if (!damage.empty()) {
-            out.update(failureJson(Failure(ExitCode::BadInput, damage)));
-            printFailure(ExitCode::BadInput, damage);
+            out.update(toolkit::failureJson(toolkit::Failure(toolkit::ExitCode::BadInput, damage)));
+            toolkit::printFailure(toolkit::ExitCode::BadInput, damage);
         }
-        std::cout << jsonText(out) << std::flush;
-        return damage.empty() ? ExitCode::Done : ExitCode::BadInput;
+        std::cout << toolkit::jsonText(out) << std::flush;
+        return damage.empty() ? toolkit::ExitCode::Done : toolkit::ExitCode::BadInput;
     }
-    if (damage.empty() || !sections.empty())
-        printText(print("%6s  %-20s %7s %10s %10s  %s\n", "number", "section", "version", "offset", "data", "bytes"));
-    for (std::size_t i = 0; i < sections.size(); ++i)
-        printText(print("%6zu  %-20s %7u %10u %10u  %s\n", i + 1, masked(sections[i].name).c_str(), sections[i].version,
-                        sections[i].offset, sections[i].dataSize, sizeText(sections[i].dataSize).c_str()));
-    if (!damage.empty())
-        throw Failure(ExitCode::BadInput, damage);
-    return ExitCode::Done;
+    if (damage.empty() || !sections.empty()) {
+        toolkit::printText(toolkit::print("%6s  %-20s %7s %10s %10s  %s\n", "number", "section", "version", "offset",
+                                          "data", "bytes"));
+    }
+    for (std::size_t i = 0; i < sections.size(); ++i) {
+        toolkit::printText(toolkit::print(
+            "%6zu  %-20s %7u %10u %10u  %s\n", i + 1, toolkit::masked(sections[i].name).c_str(), sections[i].version,
+            sections[i].offset, sections[i].dataSize, toolkit::sizeText(sections[i].dataSize).c_str()));
+    }
+    if (!damage.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, damage);
+    }
+    return toolkit::ExitCode::Done;
 }
 
 TdfSection TdfCommand::wantedSection() const {
@@ -165,30 +175,34 @@ TdfSection TdfCommand::wantedSection() const {
     if (number == 0) {
         try {
             onFile(file, [&] { TdfFile::findSection(file.c_str(), section.c_str(), &found); });
-        } catch (const Failure& failure) {
+        } catch (const toolkit::Failure& failure) {
             const std::string text = failure.what();
-            if (text.find(notLocated) == std::string::npos)
+            if (text.find(notLocated) == std::string::npos) {
                 throw;
-            throw Failure(failure.code, text + " orvtrace tdf list " + quoted(file) + " tells the sections");
+            }
+            throw toolkit::Failure(failure.code,
+                                   text + " orvtrace tdf list " + toolkit::quoted(file) + " tells the sections");
         }
         return found;
     }
     std::string damage;
     const std::vector<TdfSection> sections = sectionsOf(damage);
-    if (number > sections.size())
-        throw Failure(ExitCode::BadInput, !damage.empty() ? damage
-                                                          : file + ": there is no section " + std::to_string(number) +
-                                                                "; it has " + countText(sections.size(), "section"));
+    if (number > sections.size()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               !damage.empty() ? damage
+                                               : file + ": there is no section " + std::to_string(number) +
+                                                     "; it has " + toolkit::countText(sections.size(), "section"));
+    }
     return sections[number - 1];
 }
 
-ExitCode TdfCommand::extract() const {
+toolkit::ExitCode TdfCommand::extract() const {
     requireInput(file);
-    CommandFiles files(force);
-    files.read(filePath(file));
-    files.write(filePath(output));
+    toolkit::CommandFiles files(force);
+    files.read(toolkit::filePath(file));
+    files.write(toolkit::filePath(output));
     const TdfSection found = wantedSection();
-    writeOutputFile(filePath(output), [&](std::ostream& out) {
+    toolkit::writeOutputFile(toolkit::filePath(output), [&](std::ostream& out) {
         std::vector<char> chunk(chunkBytes);
         std::uint32_t loaded = 0;
         for (std::uint32_t start = 0; start < found.dataSize; start += loaded) {
@@ -196,41 +210,46 @@ ExitCode TdfCommand::extract() const {
                 TdfFile::loadSectionPart(file.c_str(), found, start, chunk.data(),
                                          static_cast<std::uint32_t>(chunk.size()), &loaded);
             });
-            if (loaded == 0)
+            if (loaded == 0) {
                 break;
+            }
             out.write(chunk.data(), loaded);
         }
     });
-    if (json)
-        std::cout << jsonText({{"file", file}, {"section", found.name}, {"bytes", found.dataSize}, {"output", output}});
-    else
-        printText(countText(found.dataSize, "byte") + " of section " + masked(found.name) + " in " + masked(output) +
-                  "\n");
-    return ExitCode::Done;
+    if (json) {
+        std::cout << toolkit::jsonText(
+            {{"file", file}, {"section", found.name}, {"bytes", found.dataSize}, {"output", output}});
+    } else {
+        toolkit::printText(toolkit::countText(found.dataSize, "byte") + " of section " + toolkit::masked(found.name) +
+                           " in " + toolkit::masked(output) + "\n");
+    }
+    return toolkit::ExitCode::Done;
 }
 
-ExitCode TdfCommand::create() const {
+toolkit::ExitCode TdfCommand::create() const {
     constexpr std::uint64_t most = 0xFFFF0000;
     std::error_code failed;
-    CommandFiles files(force);
+    toolkit::CommandFiles files(force);
     if (!data.empty()) {
         requireInput(data);
-        files.read(filePath(data));
-        if (fs::file_size(filePath(data), failed) > most)
-            throw Failure(ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
+        files.read(toolkit::filePath(data));
+        if (fs::file_size(toolkit::filePath(data), failed) > most) {
+            throw toolkit::Failure(toolkit::ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
+        }
     }
-    files.write(filePath(file));
-    NewFile made(filePath(file));
+    files.write(toolkit::filePath(file));
+    toolkit::NewFile made(toolkit::filePath(file));
     const std::string partial = made.partial().string();
     std::uint64_t bytes = 0;
     const auto write = [&] {
         TdfFile::createFile(partial.c_str());
-        if (data.empty())
+        if (data.empty()) {
             return;
+        }
         std::uint32_t offset = 0;
         std::uint32_t size = 0;
         TdfFile::beginSection(partial.c_str(), section.c_str(), version, &offset);
-        std::ifstream in(filePath(data), std::ios::binary);
+        std::ifstream in(toolkit::filePath(data), std::ios::binary);
         std::vector<char> chunk(chunkBytes);
         while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())), in.gcount() > 0) {
             TdfFile::appendSectionData(partial.c_str(), section.c_str(), offset, chunk.data(), 1,
@@ -238,22 +257,27 @@ ExitCode TdfCommand::create() const {
             bytes += static_cast<std::uint64_t>(in.gcount());
         }
     };
-    guardedOutput(filePath(file), write);
+    guardedOutput(toolkit::filePath(file), write);
     made.putInPlace();
-    if (json)
-        std::cout << jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});
-    else
-        printText(masked(file) +
-                  (data.empty() ? ", no sections" : ", section " + masked(section) + ", " + countText(bytes, "byte")) +
-                  "\n");
-    return ExitCode::Done;
+    if (json) {
+        std::cout << toolkit::jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});
+    } else {
+        toolkit::printText(toolkit::masked(file) +
+                           (data.empty()
+                                ? ", no sections"
+                                : ", section " + toolkit::masked(section) + ", " + toolkit::countText(bytes, "byte")) +
+                           "\n");
+    }
+    return toolkit::ExitCode::Done;
 }
 
-ExitCode TdfCommand::run() {
-    if (listApp->parsed())
+toolkit::ExitCode TdfCommand::run() {
+    if (listApp->parsed()) {
         return list();
-    if (extractApp->parsed())
+    }
+    if (extractApp->parsed()) {
         return extract();
+    }
     return create();
 }
 

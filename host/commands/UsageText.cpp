@@ -1,9 +1,9 @@
 #include "host/commands/UsageText.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <limits>
-
-#include <CLI/CLI.hpp>
 
 namespace host {
 
@@ -14,8 +14,9 @@ constexpr std::size_t enoughToComplete = 3;
 /// The innermost subcommand on the line.
 const CLI::App& activeApp(const CLI::App& app) {
     const CLI::App* at = &app;
-    while (!at->get_subcommands().empty())
+    while (!at->get_subcommands().empty()) {
         at = at->get_subcommands().front();
+    }
     return *at;
 }
 
@@ -38,8 +39,9 @@ std::size_t distance(const std::string& a, const std::string& b) {
             }
             const bool same = a[i - 1] == b[j - 1];
             table[i][j] = std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, table[i - 1][j - 1] + (same ? 0 : 1)});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
                 table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);
+            }
         }
     }
     return table[a.size()][b.size()];
@@ -54,8 +56,9 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
 std::string surplusText(const std::vector<std::string>& arguments) {
     std::string text;
     for (const std::string& each : arguments) {
-        if (each.starts_with("-"))
+        if (each.starts_with("-")) {
             break;
+        }
         text += (text.empty() ? "" : " ") + each;
     }
     return "'" + text + "' is not expected here";
@@ -67,23 +70,27 @@ std::string unknownText(const CLI::App& app, const std::vector<std::string>& arg
     if (argument.starts_with("-") && argument.size() > 1) {
         const std::string name = argument.substr(0, argument.find('='));
         for (const CLI::Option* option : app.get_options()) {
-            for (const std::string& each : option->get_lnames())
+            for (const std::string& each : option->get_lnames()) {
                 known.push_back(each);
+            }
         }
         return "there is no option " + name + " here" +
                suggestion(name.substr(std::min(name.size(), name.find_first_not_of('-'))), known, "--");
     }
-    if (!hasSubcommands(app))
+    if (!hasSubcommands(app)) {
         return surplusText(arguments);
-    for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; }))
+    }
+    for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; })) {
         known.push_back(each->get_name());
+    }
     return "there is no subcommand '" + argument + "'" + suggestion(argument, known, "");
 }
 
 std::string missingText(const CLI::App& app) {
     for (const CLI::Option* option : positionalsOf(app)) {
-        if (option->get_required() && option->count() == 0)
+        if (option->get_required() && option->count() == 0) {
             return option->get_option_text() + " is required";
+        }
     }
     return "a subcommand is required";
 }
@@ -92,8 +99,9 @@ std::string missingText(const CLI::App& app) {
 std::string withShownName(const CLI::App& app, const std::string& text) {
     for (const CLI::Option* option : positionalsOf(app)) {
         const std::string name = option->get_name(true) + ": ";
-        if (text.starts_with(name))
+        if (text.starts_with(name)) {
             return option->get_option_text() + ": " + text.substr(name.size());
+        }
     }
     return text;
 }
@@ -101,10 +109,12 @@ std::string withShownName(const CLI::App& app, const std::string& text) {
 std::string valueText(const CLI::App& app, const std::string& text) {
     const std::string name = text.substr(0, text.find(':'));
     const CLI::Option* option = app.get_option_no_throw(name);
-    if (option == nullptr)
+    if (option == nullptr) {
         return text;
-    if (option->get_type_size() == 0)
+    }
+    if (option->get_type_size() == 0) {
         return name + " takes no value";
+    }
     return name + " needs a value: " + option->get_option_text();
 }
 
@@ -127,13 +137,16 @@ std::string nearestWord(const std::string& word, const std::vector<std::string>&
 std::string usageText(const CLI::App& app, const CLI::ParseError& error) {
     const CLI::App& active = activeApp(app);
     const std::vector<std::string> unknown = app.remaining(true);
-    if (!unknown.empty())
+    if (!unknown.empty()) {
         return unknownText(active, unknown);
+    }
     const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
-    if (kind == CLI::ExitCodes::RequiredError)
+    if (kind == CLI::ExitCodes::RequiredError) {
         return missingText(active);
-    if (kind == CLI::ExitCodes::ArgumentMismatch)
+    }
+    if (kind == CLI::ExitCodes::ArgumentMismatch) {
         return valueText(active, error.what());
+    }
     return withShownName(active, error.what());
 }
 

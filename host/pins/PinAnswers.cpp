@@ -1,9 +1,9 @@
 #include "host/pins/PinAnswers.h"
 
+#include "toolkit/Format.h"
+
 #include <algorithm>
 #include <set>
-
-#include "host/basics/Format.h"
 
 namespace host {
 
@@ -21,18 +21,21 @@ template <class Visit>
 void forEachList(const Pinouts& pinouts, const std::string& kind, Visit visit) {
     for (const auto& [name, pinout] : pinouts) {
         const auto found = pinout.find(kind);
-        if (found == pinout.end())
+        if (found == pinout.end()) {
             continue;
-        for (const PinList& list : found->second)
+        }
+        for (const PinList& list : found->second) {
             visit(name, list);
+        }
     }
 }
 
 std::vector<PinList> listsOf(const Pinouts& pinouts, const std::string& kind, std::optional<unsigned> dataPins) {
     std::vector<PinList> lists;
     forEachList(pinouts, kind, [&](const std::string&, const PinList& list) {
-        if (!dataPins || list.size() == *dataPins + 1U)
+        if (!dataPins || list.size() == *dataPins + 1U) {
             lists.push_back(list);
+        }
     });
     return lists;
 }
@@ -44,8 +47,9 @@ bool onConnector(const PinList& list) {
 template <class Items, class Text>
 std::string joined(const Items& items, const char* between, Text text) {
     std::string all;
-    for (const auto& item : items)
+    for (const auto& item : items) {
         all += (all.empty() ? "" : between) + text(item);
+    }
     return all;
 }
 
@@ -58,8 +62,9 @@ std::string pinsText(const PinList& pins) {
 std::vector<std::string> kindsOf(const Pinouts& pinouts) {
     std::set<std::string> kinds;
     for (const auto& [name, pinout] : pinouts) {
-        for (const auto& [kind, lists] : pinout)
+        for (const auto& [kind, lists] : pinout) {
             kinds.insert(kind);
+        }
     }
     return {kinds.begin(), kinds.end()};
 }
@@ -72,16 +77,18 @@ std::string refusalReason(const Pinouts& pinouts, const std::string& kind, unsig
     const std::vector<PinList> fitting = listsOf(pinouts, kind, dataPins);
     if (fitting.empty()) {
         std::set<std::size_t> counts;
-        for (const PinList& list : listsOf(pinouts, kind, std::nullopt))
+        for (const PinList& list : listsOf(pinouts, kind, std::nullopt)) {
             counts.insert(list.size() - 1);
-        return "no pin-out has " + countText(dataPins, "data pin") + " for " + kind + "; there are " +
+        }
+        return "no pin-out has " + toolkit::countText(dataPins, "data pin") + " for " + kind + "; there are " +
                joined(counts, ", ", [](std::size_t count) { return std::to_string(count); });
     }
     const std::string choices = joined(fitting, "; ", pinsText);
-    if (!asked.empty() && std::any_of(fitting.begin(), fitting.end(), onConnector))
-        return "no pin-out puts " + kind + " on just these pins; with " + countText(dataPins, "data pin") +
+    if (!asked.empty() && std::any_of(fitting.begin(), fitting.end(), onConnector)) {
+        return "no pin-out puts " + kind + " on just these pins; with " + toolkit::countText(dataPins, "data pin") +
                " there are " + choices;
-    return "all pin-outs with " + countText(dataPins, "data pin") + " for " + kind +
+    }
+    return "all pin-outs with " + toolkit::countText(dataPins, "data pin") + " for " + kind +
            " use pins that the capture unit is not wired to, which has 0 to 5: " + choices;
 }
 
@@ -90,8 +97,9 @@ PinAnswer answerOf(const Pinouts& pinouts, const std::string& kind, unsigned dat
     PinList excluded;
     if (!asked.empty()) {
         for (const std::uint32_t pin : connector) {
-            if (std::find(asked.begin(), asked.end(), pin) == asked.end())
+            if (std::find(asked.begin(), asked.end(), pin) == asked.end()) {
                 excluded.push_back(pin);
+            }
         }
     }
     PinGrants grants;

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "pinmap/PinSearch.h"
+
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "pinmap/PinSearch.h"
 
 // What a device's pin-outs can give, and in words why they cannot. The search is the receiver's own.
 

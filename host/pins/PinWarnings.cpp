@@ -1,10 +1,10 @@
 #include "host/pins/PinWarnings.h"
 
+#include "rcvr/framework/IPartIdentifier.h"
+#include "toolkit/TextFile.h"
+
 #include <algorithm>
 #include <charconv>
-
-#include "host/basics/TextFile.h"
-#include "rcvr/framework/IPartIdentifier.h"
 
 namespace host {
 
@@ -44,16 +44,18 @@ void checkNumbers(const std::string& where, const std::vector<std::string>& numb
                   std::vector<std::string>& warnings) {
     for (std::size_t i = 0; i < numbers.size() && i < pins.size(); ++i) {
         const std::string number(trimmed(numbers[i]));
-        if (!isNumber(number))
+        if (!isNumber(number)) {
             warnings.push_back(where + ": \"" + number + "\" is no pin number; the receiver takes it for " +
                                std::to_string(pins[i]));
+        }
     }
 }
 
 void checkTwice(const std::string& where, const PinList& pins, std::vector<std::string>& warnings) {
     for (auto pin = pins.begin(); pin != pins.end(); ++pin) {
-        if (std::count(pins.begin(), pin, *pin) != 1)
+        if (std::count(pins.begin(), pin, *pin) != 1) {
             continue;
+        }
         warnings.push_back(where + ": pin " + std::to_string(*pin) +
                            (*pin == pins.front() ? " is the clock and a data pin too" : " carries two data bits") +
                            "; the receiver grants that all the same");
@@ -65,17 +67,21 @@ void checkTwice(const std::string& where, const PinList& pins, std::vector<std::
 std::vector<PinoutText> pinoutTextsOfDevice(const LoadedLibrary& library, const std::string& device) {
     IPartIdentifier* database = library.symbol<CreatePartIdentifierFunction>("CreatePartIdentifier")();
     std::vector<PinoutText> texts;
-    if (database == nullptr)
+    if (database == nullptr) {
         return texts;
+    }
     database->getDeviceText(device.c_str(), IPartIdentifier::eDeviceName);
     for (IDeviceEntry* entry : database->getDeviceEntries(device.c_str())) {
         IPart* part = entry != nullptr ? entry->getTracePart() : nullptr;
-        if (part == nullptr)
+        if (part == nullptr) {
             continue;
-        for (IPartProperty* property : part->getProperties(pinoutGroup))
+        }
+        for (IPartProperty* property : part->getProperties(pinoutGroup)) {
             texts.push_back({property->getName(), property->getValue()});
-        if (!texts.empty())
+        }
+        if (!texts.empty()) {
             break; // the first entry with pins counts
+        }
     }
     library.symbol<DestroyPartIdentifierFunction>("DestroyPartIdentifier")(database, 0);
     return texts;
@@ -85,12 +91,13 @@ std::vector<std::string> pinWarnings(const std::vector<PinoutText>& texts, const
     std::vector<std::string> warnings;
     for (const PinoutText& text : texts) {
         for (const AssignmentField& field : Vx::Qrs::Trace::OrvRcvr::splitAssignment(text.value)) {
-            if (!kind.empty() && field.kind != kind)
+            if (!kind.empty() && field.kind != kind) {
                 continue;
+            }
             const std::string list(trimmed(field.list));
             const PinList pins = Vx::Qrs::Trace::OrvRcvr::parsePinList(list);
             const std::string where = "pin-out " + text.pinout + ", " + field.kind + "=" + list;
-            checkNumbers(where, split(list, ','), pins, warnings);
+            checkNumbers(where, toolkit::split(list, ','), pins, warnings);
             checkTwice(where, pins, warnings);
         }
     }

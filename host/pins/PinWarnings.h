@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "host/platform/Platform.h"
 #include "pinmap/PinAssignment.h"
+
+#include <string>
+#include <vector>
 
 // The receiver takes pin-outs as they come: what it cannot read as a number counts as 0 and what follows one is ignored,
 // and nothing keeps clock and data off one pin. A user has to be told.

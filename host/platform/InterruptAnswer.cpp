@@ -22,8 +22,9 @@ InterruptAnswer::InterruptAnswer(const char* text) {
 }
 
 InterruptAnswer::~InterruptAnswer() {
-    if (first)
+    if (first) {
         current = nullptr;
+    }
 }
 
 std::size_t interruptLine(char* line, std::size_t size, bool newLine) {

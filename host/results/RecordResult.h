@@ -1,12 +1,12 @@
 #pragma once
 
+#include "host/session/SessionResult.h"
+#include "toolkit/ExitCode.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "host/basics/ExitCode.h"
-#include "host/session/SessionResult.h"
 
 namespace host {
 
@@ -31,7 +31,7 @@ struct RecordingResult {
 
 /// Everything that `record` and `calibrate` leave to tell.
 struct RecordResult : SessionResult {
-    ExitCode code = ExitCode::Done;
+    toolkit::ExitCode code = toolkit::ExitCode::Done;
     std::string failure; ///< the line for the user when code is not Done
     std::string where;
     std::vector<RecordingResult> recordings; ///< in the order made

@@ -1,21 +1,21 @@
-#include "host/basics/JsonText.h"
 #include "host/results/ResultText.h"
+#include "toolkit/JsonText.h"
 
 namespace host {
 
 namespace {
 
-using diagnostics::CalFile;
-using diagnostics::CalPin;
+using diagnosis::CalFile;
+using diagnosis::CalPin;
 using nlohmann::json;
 
-const char* verdictName(FrequencySetting::Verdict verdict) {
+const char* verdictName(diagnosis::FrequencySetting::Verdict verdict) {
     switch (verdict) {
-    case FrequencySetting::Verdict::Measured:
+    case diagnosis::FrequencySetting::Verdict::Measured:
         return "measured";
-    case FrequencySetting::Verdict::Chosen:
+    case diagnosis::FrequencySetting::Verdict::Chosen:
         return "chosen";
-    case FrequencySetting::Verdict::Rejected:
+    case diagnosis::FrequencySetting::Verdict::Rejected:
         return "rejected";
     }
     return "";
@@ -28,18 +28,18 @@ json pinsJson(const CalFile& report, std::vector<PinPlace> places) {
         const CalPin& pin = report.pins[i];
         const PinPlace& place = places[i];
         pins.push_back({{"name", pin.name},
-                        {"emu", orNull(place.emu)},
-                        {"bit", orNull(place.bit)},
-                        {"delay", orNull(pin.delay)},
-                        {"stretch", orNull(pin.stretch)},
-                        {"filter", orNull(pin.filter)},
-                        {"debounce", orNull(pin.debounce)},
-                        {"plateau", orNull(pin.plateau)},
-                        {"marginBehind", orNull(pin.hold)},
-                        {"marginAhead", orNull(pin.setup)},
-                        {"correlation", orNull(pin.correlation)},
-                        {"correlationAtZero", orNull(pin.correlationAtZero)},
-                        {"edges", orNull(pin.edges)},
+                        {"emu", toolkit::orNull(place.emu)},
+                        {"bit", toolkit::orNull(place.bit)},
+                        {"delay", toolkit::orNull(pin.delay)},
+                        {"stretch", toolkit::orNull(pin.stretch)},
+                        {"filter", toolkit::orNull(pin.filter)},
+                        {"debounce", toolkit::orNull(pin.debounce)},
+                        {"plateau", toolkit::orNull(pin.plateau)},
+                        {"marginBehind", toolkit::orNull(pin.hold)},
+                        {"marginAhead", toolkit::orNull(pin.setup)},
+                        {"correlation", toolkit::orNull(pin.correlation)},
+                        {"correlationAtZero", toolkit::orNull(pin.correlationAtZero)},
+                        {"edges", toolkit::orNull(pin.edges)},
                         {"glitches", pin.glitches.value_or(0)},
                         {"ringing", pin.ringing.value_or(0)}});
     }
@@ -53,10 +53,12 @@ json attemptsJson(const RecordResult& result) {
                   {"hertz", entry.attempt.hertz},
                   {"position", entry.attempt.position.empty() ? json() : json(entry.attempt.position)},
                   {"kept", entry.attempt.kept}};
-        if (!entry.attempt.reason.empty())
+        if (!entry.attempt.reason.empty()) {
             item["reason"] = entry.attempt.reason;
-        if (entry.report)
+        }
+        if (entry.report) {
             item["pins"] = pinsJson(*entry.report, placesOf(result.pinMap));
+        }
         attempts.push_back(item);
     }
     return attempts;
@@ -65,17 +67,18 @@ json attemptsJson(const RecordResult& result) {
 json calibrationJson(const RecordResult& result) {
     json calibration{{"calibrated", result.calibrated}, {"seconds", result.calibrationSeconds}};
     json frequencies = json::array();
-    for (const FrequencySetting& entry : result.log.frequencies) {
+    for (const diagnosis::FrequencySetting& entry : result.log.frequencies) {
         json item{{"setting", entry.setting}, {"hertz", entry.hertz}, {"verdict", verdictName(entry.verdict)}};
-        if (!entry.reason.empty())
+        if (!entry.reason.empty()) {
             item["reason"] = entry.reason;
+        }
         frequencies.push_back(item);
     }
     calibration["frequencies"] = frequencies;
-    const FrequencySetting* chosen = result.log.chosen();
+    const diagnosis::FrequencySetting* chosen = result.log.chosen();
     calibration["setting"] = chosen != nullptr ? json(chosen->setting) : json();
     calibration["hertz"] = chosen != nullptr                          ? json(chosen->hertz)
-                           : result.calibrated && !result.givenValues ? orNull(result.hertz)
+                           : result.calibrated && !result.givenValues ? toolkit::orNull(result.hertz)
                                                                       : json();
     calibration["attempts"] = attemptsJson(result);
     if (result.calibration) {
@@ -88,35 +91,41 @@ json calibrationJson(const RecordResult& result) {
 } // namespace
 
 std::string resultJson(const RecordResult& result) {
-    json out = failureJson(Failure(result.code, result.failure, result.where), result.doctorTakes);
-    if (result.failure.empty())
+    json out = toolkit::failureJson(toolkit::Failure(result.code, result.failure, result.where), result.doctorTakes);
+    if (result.failure.empty()) {
         out.erase("error");
-    if (!result.scenario.empty())
+    }
+    if (!result.scenario.empty()) {
         out["scenario"] = result.scenario;
+    }
     out["cpu"] = result.cpu;
     out["pinMap"] = result.pinMap;
     out["calibration"] = calibrationJson(result);
     if (!result.recordings.empty()) {
         json recordings = json::array();
-        for (const RecordingResult& recording : result.recordings)
+        for (const RecordingResult& recording : result.recordings) {
             recordings.push_back({{"state", recording.state},
                                   {"samples", recording.samples},
                                   {"bytes", recording.samples * 8},
                                   {"seconds", recording.seconds},
                                   {"wrapped", recording.wrapped},
                                   {"crc32", recording.checksum}});
+        }
         out["recording"] = recordings.back();
         out["recordings"] = recordings;
     }
     json files = json::object();
-    for (const auto& [what, where] : result.files)
+    for (const auto& [what, where] : result.files) {
         files[what] = where;
+    }
     out["files"] = files;
-    if (!result.notes.empty())
+    if (!result.notes.empty()) {
         out["notes"] = result.notes;
-    if (!result.troubles.empty())
+    }
+    if (!result.troubles.empty()) {
         out["damaged"] = result.troubles;
-    return jsonText(out);
+    }
+    return toolkit::jsonText(out);
 }
 
 } // namespace host

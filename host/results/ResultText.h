@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "host/results/RecordResult.h"
+
+#include <string>
 
 namespace host {
 

@@ -1,21 +1,21 @@
 #include "host/session/CalibrationTraces.h"
 
-#include <cmath>
+#include "diagnosis/analysis/OwnFigures.h"
+#include "diagnosis/analysis/Verdict.h"
+#include "diagnosis/files/Text.h"
+#include "toolkit/ExitCode.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/TextFile.h"
 
-#include "host/basics/ExitCode.h"
-#include "host/basics/FilePath.h"
-#include "host/basics/TextFile.h"
-#include "host/diagnostics/OwnFigures.h"
-#include "host/diagnostics/Text.h"
-#include "host/diagnostics/Verdict.h"
+#include <cmath>
 
 namespace host {
 
 namespace {
 
 namespace fs = std::filesystem;
-using diagnostics::CalFile;
-using diagnostics::FileGroup;
+using diagnosis::CalFile;
+using diagnosis::FileGroup;
 
 constexpr const char* noReason = "not known: the receiver's log is missing or cut off";
 constexpr double sameRate = 1e-3; ///< share; the log rounds to six digits
@@ -31,33 +31,36 @@ public:
 
     std::optional<CalFile> report(const std::string& ending) const {
         const fs::path file = named(ending + ".cal.txt");
-        std::optional<CalFile> read = readOne(file, diagnostics::readCalFile);
+        std::optional<CalFile> read = readOne(file, diagnosis::readCalFile);
         std::error_code failed;
-        if (fs::exists(file, failed))
+        if (fs::exists(file, failed)) {
             nameReport(file);
+        }
         return read;
     }
 
-    std::optional<CalFile> reportOf(const CalibrationAttempt& attempt) const {
+    std::optional<CalFile> reportOf(const diagnosis::CalibrationAttempt& attempt) const {
         FileGroup group;
         group.setting = attempt.setting;
         group.cal = report(endingOf(attempt.setting));
-        if (!group.cal)
+        if (!group.cal) {
             return std::nullopt;
-        const bool slow = group.cal->rates.known() && group.cal->rates.exportFrequency < diagnostics::slowestAnalysed;
+        }
+        const bool slow = group.cal->rates.known() && group.cal->rates.exportFrequency < diagnosis::slowestAnalysed;
         if (slow) {
             const auto held = heldBy(attempt.setting);
-            diagnostics::takeHeldValues(*group.cal, held ? &*held : nullptr);
+            diagnosis::takeHeldValues(*group.cal, held ? &*held : nullptr);
         } else if (!attempt.kept) {
-            group.burst = readOne(named(endingOf(attempt.setting) + ".cap.txt"), diagnostics::readBurst);
-            if (!diagnostics::reachedMargins(group, attempt.reason))
-                diagnostics::leaveOutFigures(*group.cal);
+            group.burst = readOne(named(endingOf(attempt.setting) + ".cap.txt"), diagnosis::readBurst);
+            if (!diagnosis::reachedMargins(group, attempt.reason)) {
+                diagnosis::leaveOutFigures(*group.cal);
+            }
         }
         return group.cal;
     }
 
 private:
-    fs::path named(const std::string& ending) const { return filePath(traces.stem.string() + ending); }
+    fs::path named(const std::string& ending) const { return toolkit::filePath(traces.stem.string() + ending); }
 
     void nameReport(const fs::path& file) const {
         std::erase_if(result.files, [](const auto& entry) { return entry.first == "calibration report"; });
@@ -68,27 +71,30 @@ private:
     template <class Read>
     auto readOne(const fs::path& file, Read read) const -> std::optional<decltype(read(file))> {
         std::error_code failed;
-        if (!fs::exists(file, failed))
+        if (!fs::exists(file, failed)) {
             return std::nullopt;
+        }
         try {
             return read(file);
-        } catch (const Failure& failure) {
+        } catch (const toolkit::Failure& failure) {
             result.troubles.emplace_back(failure.what());
             return std::nullopt;
         }
     }
 
     /// The last dump of this attempt or, without one, of what was written before it.
-    std::optional<diagnostics::RegisterDump> heldBy(unsigned setting) const {
+    std::optional<diagnosis::RegisterDump> heldBy(unsigned setting) const {
         std::vector<std::string> endings{""};
-        for (const CalibrationAttempt& attempt : result.log.attempts) {
+        for (const diagnosis::CalibrationAttempt& attempt : result.log.attempts) {
             endings.push_back(endingOf(attempt.setting));
-            if (attempt.setting == setting)
+            if (attempt.setting == setting) {
                 break;
+            }
         }
         for (auto ending = endings.rbegin(); ending != endings.rend(); ++ending) {
-            if (auto dump = readOne(named(*ending + ".reg.txt"), diagnostics::readRegisters))
+            if (auto dump = readOne(named(*ending + ".reg.txt"), diagnosis::readRegisters)) {
                 return dump;
+            }
         }
         return std::nullopt;
     }
@@ -97,9 +103,9 @@ private:
     SessionResult& result;
 };
 
-void addFrequencies(RunLog& log, const CalibrationTraces& traces) {
+void addFrequencies(diagnosis::RunLog& log, const CalibrationTraces& traces) {
     for (std::size_t i = 0; i < traces.frequencies.size(); ++i) {
-        FrequencySetting entry;
+        diagnosis::FrequencySetting entry;
         entry.setting = static_cast<unsigned>(i);
         entry.hertz = traces.frequencies[i];
         log.frequencies.push_back(entry);
@@ -107,23 +113,24 @@ void addFrequencies(RunLog& log, const CalibrationTraces& traces) {
 }
 
 /// The same as the log would give, from the attempts' files.
-RunLog logOfFiles(const diagnostics::DiagnosticSet& set, const CalibrationTraces& traces) {
-    RunLog log;
+diagnosis::RunLog logOfFiles(const diagnosis::DiagnosticSet& set, const CalibrationTraces& traces) {
+    diagnosis::RunLog log;
     addFrequencies(log, traces);
     for (const FileGroup& group : set.attempts) {
-        CalibrationAttempt attempt;
+        diagnosis::CalibrationAttempt attempt;
         attempt.setting = group.setting.value_or(0);
         attempt.hertz = group.rates().exportFrequency;
         attempt.kept = traces.calibrated && &group == &set.attempts.back();
         if (!attempt.kept) {
-            const diagnostics::Verdict verdict = diagnostics::judge(set, group);
-            attempt.reason = verdict.outcome == diagnostics::Verdict::Outcome::Refused && !verdict.receiverText.empty()
+            const diagnosis::Verdict verdict = diagnosis::judge(set, group);
+            attempt.reason = verdict.outcome == diagnosis::Verdict::Outcome::Refused && !verdict.receiverText.empty()
                                  ? verdict.receiverText
                                  : noReason;
         }
         if (attempt.setting < log.frequencies.size()) {
-            FrequencySetting& entry = log.frequencies[attempt.setting];
-            entry.verdict = attempt.kept ? FrequencySetting::Verdict::Chosen : FrequencySetting::Verdict::Rejected;
+            diagnosis::FrequencySetting& entry = log.frequencies[attempt.setting];
+            entry.verdict = attempt.kept ? diagnosis::FrequencySetting::Verdict::Chosen
+                                         : diagnosis::FrequencySetting::Verdict::Rejected;
             entry.reason = attempt.reason;
             attempt.hertz = entry.hertz;
         }
@@ -138,11 +145,11 @@ void readFilesForLog(const CalibrationTraces& traces, SessionResult& result) {
                                     "from its other files, and what only the log has is not known"
                                   : "the receiver's log is cut off; results come from its other files, and what only "
                                     "the log has is not known");
-    result.log = RunLog();
+    result.log = diagnosis::RunLog();
     addFrequencies(result.log, traces);
     try {
-        result.log = logOfFiles(diagnostics::readDiagnostics(traces.stem), traces);
-    } catch (const Failure&) {
+        result.log = logOfFiles(diagnosis::readDiagnostics(traces.stem), traces);
+    } catch (const toolkit::Failure&) {
         return; // no files either: nothing is known, and nothing is claimed
     }
 }
@@ -151,37 +158,43 @@ void readFilesForLog(const CalibrationTraces& traces, SessionResult& result) {
 
 std::vector<double> frequenciesOf(const std::string& attribute) {
     std::vector<double> all;
-    for (const std::string_view item : diagnostics::splitAt(attribute, ',')) {
-        const auto hertz = diagnostics::fractionOf(item);
-        if (!hertz || !std::isfinite(*hertz))
+    for (const std::string_view item : diagnosis::splitAt(attribute, ',')) {
+        const auto hertz = diagnosis::fractionOf(item);
+        if (!hertz || !std::isfinite(*hertz)) {
             break;
+        }
         all.push_back(*hertz);
     }
     return all;
 }
 
-bool isComplete(const RunLog& log, const CalibrationTraces& traces) {
-    if (traces.log.empty())
+bool isComplete(const diagnosis::RunLog& log, const CalibrationTraces& traces) {
+    if (traces.log.empty()) {
         return false;
-    if (!traces.calibrated || traces.givenValues)
+    }
+    if (!traces.calibrated || traces.givenValues) {
         return true;
-    const FrequencySetting* chosen = log.chosen();
+    }
+    const diagnosis::FrequencySetting* chosen = log.chosen();
     return chosen != nullptr && (!traces.hertz || std::abs(chosen->hertz - *traces.hertz) <= sameRate * *traces.hertz);
 }
 
 void takeTraces(const CalibrationTraces& traces, SessionResult& result) {
     result.givenValues = traces.givenValues;
     result.hertz = traces.hertz;
-    if (!isComplete(result.log, traces) && !result.log.settingsReplaced)
+    if (!isComplete(result.log, traces) && !result.log.settingsReplaced) {
         readFilesForLog(traces, result);
-    const Reader reader(traces, result);
-    for (const CalibrationAttempt& attempt : result.log.attempts) {
-        result.attempts.push_back({attempt, reader.reportOf(attempt)});
-        if (result.attempts.back().report)
-            result.calibration = result.attempts.back().report;
     }
-    if (result.attempts.empty())
+    const Reader reader(traces, result);
+    for (const diagnosis::CalibrationAttempt& attempt : result.log.attempts) {
+        result.attempts.push_back({attempt, reader.reportOf(attempt)});
+        if (result.attempts.back().report) {
+            result.calibration = result.attempts.back().report;
+        }
+    }
+    if (result.attempts.empty()) {
         result.calibration = reader.report("");
+    }
 }
 
 } // namespace host

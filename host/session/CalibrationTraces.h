@@ -1,11 +1,11 @@
 #pragma once
 
+#include "host/session/SessionResult.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "host/session/SessionResult.h"
 
 namespace host {
 
@@ -25,7 +25,7 @@ struct CalibrationTraces {
 void takeTraces(const CalibrationTraces& traces, SessionResult& result);
 
 /// Whether the log's end is there: it names the setting whose clock the receiver states.
-bool isComplete(const RunLog& log, const CalibrationTraces& traces);
+bool isComplete(const diagnosis::RunLog& log, const CalibrationTraces& traces);
 
 /// "50000000.000000,100000000.00000" as numbers; what is none ends the list.
 std::vector<double> frequenciesOf(const std::string& attribute);

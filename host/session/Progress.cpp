@@ -1,15 +1,15 @@
 #include "host/session/Progress.h"
 
+#include "host/platform/Platform.h"
+#include "rcvr/framework/cZarnError.h"
+#include "toolkit/Format.h"
+#include "toolkit/Masked.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string_view>
 #include <vector>
-
-#include "host/basics/Format.h"
-#include "host/basics/Masked.h"
-#include "host/platform/Platform.h"
-#include "rcvr/framework/cZarnError.h"
 
 namespace host {
 
@@ -31,8 +31,9 @@ std::vector<std::string> partsOf(const std::string& status) {
     for (std::size_t at = 0;;) {
         const std::size_t end = status.find(" : ", at);
         parts.push_back(status.substr(at, end - at));
-        if (end == std::string::npos)
+        if (end == std::string::npos) {
             return parts;
+        }
         at = end + 3;
     }
 }
@@ -42,25 +43,27 @@ std::string decimalRate(const std::string& text) {
     constexpr std::string_view prefixes = "kMGT";
     double value = 0.0;
     int used = 0;
-    if (std::sscanf(text.c_str(), "%lf %n", &value, &used) != 1 || used <= 0)
+    if (std::sscanf(text.c_str(), "%lf %n", &value, &used) != 1 || used <= 0) {
         return text;
+    }
     const std::size_t power = prefixes.find(text[static_cast<std::size_t>(used)]);
-    if (power == std::string_view::npos)
+    if (power == std::string_view::npos) {
         return text;
+    }
     value *= std::pow(1.024, static_cast<double>(power + 1));
-    return print("%.1f ", value) + text.substr(static_cast<std::size_t>(used));
+    return toolkit::print("%.1f ", value) + text.substr(static_cast<std::size_t>(used));
 }
 
 void takePart(ProgressStep& step, const std::string& part) {
     double percent = 0.0;
     int used = 0;
-    if (part.ends_with("bits/second"))
+    if (part.ends_with("bits/second")) {
         step.rate = decimalRate(part);
-    else if (part == "uploading data")
+    } else if (part == "uploading data") {
         step.phase = "uploading";
-    else if (part == "upload complete")
+    } else if (part == "upload complete") {
         step.phase = "uploaded";
-    else if (std::sscanf(part.c_str(), "%lf%% %n", &percent, &used) == 1 && used > 0) {
+    } else if (std::sscanf(part.c_str(), "%lf%% %n", &percent, &used) == 1 && used > 0) {
         step.fraction = percent / 100.0;
         step.fractionWord = part.substr(static_cast<std::size_t>(used));
     }
@@ -72,22 +75,26 @@ ProgressStep stepOfStatus(const std::string& status) {
     const std::vector<std::string> parts = partsOf(status);
     ProgressStep step;
     step.phase = parts.front() == "Recording" ? "recording" : "uploading";
-    for (std::size_t i = 1; i < parts.size(); ++i)
+    for (std::size_t i = 1; i < parts.size(); ++i) {
         takePart(step, parts[i]);
+    }
     return step;
 }
 
 std::string progressText(const ProgressStep& step, double elapsedSeconds) {
     std::string text = step.phase;
-    if (!step.rate.empty())
+    if (!step.rate.empty()) {
         text += ", " + step.rate;
-    if (step.fraction)
-        text += print(", %.0f%% ", *step.fraction * 100.0) + step.fractionWord;
-    text += print(", %.1f s", elapsedSeconds);
-    if (step.expectedSeconds)
-        text += print(" of %.1f s", *step.expectedSeconds);
-    else if (step.fraction && *step.fraction >= enoughToEstimate)
-        text += print(" of about %.1f s", elapsedSeconds / std::min(*step.fraction, 1.0));
+    }
+    if (step.fraction) {
+        text += toolkit::print(", %.0f%% ", *step.fraction * 100.0) + step.fractionWord;
+    }
+    text += toolkit::print(", %.1f s", elapsedSeconds);
+    if (step.expectedSeconds) {
+        text += toolkit::print(" of %.1f s", *step.expectedSeconds);
+    } else if (step.fraction && *step.fraction >= enoughToEstimate) {
+        text += toolkit::print(" of about %.1f s", elapsedSeconds / std::min(*step.fraction, 1.0));
+    }
     return text;
 }
 
@@ -106,8 +113,9 @@ void ProgressLine::setPrefix(const std::string& text) {
 }
 
 void ProgressLine::show(const ProgressStep& step) {
-    if (style == ProgressStyle::Quiet)
+    if (style == ProgressStyle::Quiet) {
         return;
+    }
     const std::lock_guard<std::mutex> lock(mutex);
     const Clock::time_point now = Clock::now();
     const bool begins = step.phase != phase;
@@ -116,11 +124,11 @@ void ProgressLine::show(const ProgressStep& step) {
         start = now;
     }
     if (style == ProgressStyle::Terminal) {
-        overwrite(masked(prefix + progressText(step, secondsBetween(start, now))));
+        overwrite(toolkit::masked(prefix + progressText(step, secondsBetween(start, now))));
     } else if (begins || now - lastLine >= plainInterval) {
         // How far a phase is when it begins is not worth a word.
         const std::string text = begins ? step.phase : progressText(step, secondsBetween(start, now));
-        printNotice(prefix + text);
+        toolkit::printNotice(prefix + text);
         std::fflush(stderr);
         lastLine = now;
     }
@@ -138,8 +146,9 @@ void ProgressLine::overwrite(const std::string& line) {
 void ProgressLine::clear() {
     const std::lock_guard<std::mutex> lock(mutex);
     phase.clear();
-    if (style != ProgressStyle::Terminal || width == 0)
+    if (style != ProgressStyle::Terminal || width == 0) {
         return;
+    }
     std::fprintf(stderr, "\r%s\r", std::string(width, ' ').c_str());
     std::fflush(stderr);
     width = 0;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "host/platform/Platform.h"
+#include "rcvr/framework/CChannelDriver.h"
+
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -7,9 +10,6 @@
 #include <optional>
 #include <string>
 #include <thread>
-
-#include "host/platform/Platform.h"
-#include "rcvr/framework/CChannelDriver.h"
 
 namespace host {
 

@@ -1,9 +1,9 @@
 #include "host/session/Receiver.h"
 
-#include <array>
+#include "toolkit/FilePath.h"
+#include "toolkit/Masked.h"
 
-#include "host/basics/FilePath.h"
-#include "host/basics/Masked.h"
+#include <array>
 
 namespace host {
 
@@ -32,46 +32,50 @@ constexpr unsigned xmtrCookie = 0;
 
 } // namespace
 
-ExitCode classify(const std::string& errorText, ExitCode code) {
+toolkit::ExitCode classify(const std::string& errorText, toolkit::ExitCode code) {
     for (const char* text : systemTexts) {
-        if (errorText.find(text) != std::string::npos)
-            return ExitCode::NoSystem;
+        if (errorText.find(text) != std::string::npos) {
+            return toolkit::ExitCode::NoSystem;
+        }
     }
     return code;
 }
 
-void guarded(ExitCode code, const std::function<void()>& work) {
+void guarded(toolkit::ExitCode code, const std::function<void()>& work) {
     try {
         work();
     } catch (const cZarnErrorIF& error) {
         const char* where = error.GetDetailedText();
         const std::string text = error.GetErrorText();
-        throw Failure(classify(text, code), text, where != nullptr ? where : "");
-    } catch (const Failure&) {
+        throw toolkit::Failure(classify(text, code), text, where != nullptr ? where : "");
+    } catch (const toolkit::Failure&) {
         throw;
     } catch (const std::exception& error) {
-        throw Failure(classify(error.what(), code), error.what());
+        throw toolkit::Failure(classify(error.what(), code), error.what());
     }
 }
 
 void guardedOutput(const std::filesystem::path& file, const std::function<void()>& work) {
     try {
-        guarded(ExitCode::OutputUnwritable, work);
-    } catch (const Failure& failure) {
-        if (failure.code != ExitCode::OutputUnwritable)
+        guarded(toolkit::ExitCode::OutputUnwritable, work);
+    } catch (const toolkit::Failure& failure) {
+        if (failure.code != toolkit::ExitCode::OutputUnwritable) {
             throw;
+        }
         std::string text = failure.what();
-        if (text.ends_with('.'))
+        if (text.ends_with('.')) {
             text.pop_back();
-        throw Failure(failure.code, file.string() + " cannot be written: " + text + "; is its disk full?",
-                      failure.where);
+        }
+        throw toolkit::Failure(failure.code, file.string() + " cannot be written: " + text + "; is its disk full?",
+                               failure.where);
     }
 }
 
 Receiver::Receiver(const std::string& library) {
-    std::filesystem::path file = filePath(library);
-    if (!file.has_parent_path())
-        file = programFolder() / filePath(libraryFileName(library));
+    std::filesystem::path file = toolkit::filePath(library);
+    if (!file.has_parent_path()) {
+        file = programFolder() / toolkit::filePath(libraryFileName(library));
+    }
     folder = std::filesystem::absolute(file).parent_path();
     receiverLibrary = std::make_unique<LoadedLibrary>(std::filesystem::absolute(file));
     create();
@@ -79,37 +83,43 @@ Receiver::Receiver(const std::string& library) {
 
 void Receiver::create() {
     const auto createRcvr = receiverLibrary->symbol<CreateRcvrFunction>("CreateRcvr");
-    guarded(ExitCode::NoSystem, [&] { receiver = createRcvr(); });
+    guarded(toolkit::ExitCode::NoSystem, [&] { receiver = createRcvr(); });
 }
 
 Receiver::~Receiver() {
     releaseQuietly();
-    if (receiver != nullptr)
+    if (receiver != nullptr) {
         receiverLibrary->symbol<DestroyRcvrFunction>("DestroyRcvr")(receiver);
-    if (xmtr != nullptr)
+    }
+    if (xmtr != nullptr) {
         xmtrLibrary->symbol<DestroyXmtrFunction>("DestroyXmtr")(xmtr);
+    }
 }
 
 void Receiver::releaseQuietly() {
-    if (driver == nullptr)
+    if (driver == nullptr) {
         return;
+    }
     try {
-        guarded(ExitCode::Failed, [&] { receiver->ReleaseChannel(driver); });
-    } catch (const Failure& failure) {
-        printNotice(std::string("releasing the channel: ") + failure.what());
+        guarded(toolkit::ExitCode::Failed, [&] { receiver->ReleaseChannel(driver); });
+    } catch (const toolkit::Failure& failure) {
+        toolkit::printNotice(std::string("releasing the channel: ") + failure.what());
     }
     driver = nullptr;
 }
 
 void Receiver::allocate(const std::string& cpu) {
-    xmtrLibrary = std::make_unique<LoadedLibrary>(folder / filePath(libraryFileName("zarn_xmtr")));
+    xmtrLibrary = std::make_unique<LoadedLibrary>(folder / toolkit::filePath(libraryFileName("zarn_xmtr")));
     xmtr = xmtrLibrary->symbol<CreateXmtrFunction>("CreateXmtr")(0, 0);
-    if (xmtr == nullptr)
-        throw Failure(ExitCode::NoSystem, "the transmitter library zarn_xmtr gives no transmitter");
-    guarded(ExitCode::NoSystem,
+    if (xmtr == nullptr) {
+        throw toolkit::Failure(toolkit::ExitCode::NoSystem, "the transmitter library zarn_xmtr gives no transmitter");
+    }
+    guarded(toolkit::ExitCode::NoSystem,
             [&] { driver = receiver->AllocateChannel(cpu.c_str(), xmtr, xmtrChannel, xmtrCookie); });
-    if (driver == nullptr)
-        throw Failure(ExitCode::NoSystem, "the receiver gives no channel for " + cpu + "; its log tells why");
+    if (driver == nullptr) {
+        throw toolkit::Failure(toolkit::ExitCode::NoSystem,
+                               "the receiver gives no channel for " + cpu + "; its log tells why");
+    }
 }
 
 std::string Receiver::attribute(const std::string& name) {

@@ -1,21 +1,21 @@
 #pragma once
 
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <string>
-
-#include "host/basics/ExitCode.h"
 #include "host/platform/Platform.h"
 #include "rcvr/framework/CChannelDriver.h"
 #include "rcvr/framework/CReceiver.h"
 #include "rcvr/framework/IXmtrLibrary.h"
 #include "rcvr/framework/cZarnError.h"
+#include "toolkit/ExitCode.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
 
 namespace host {
 
 /// Calls into the receiver and turns what it throws into a Failure of the given code.
-void guarded(ExitCode code, const std::function<void()>& work);
+void guarded(toolkit::ExitCode code, const std::function<void()>& work);
 
 /// The same for what writes an output; the Failure (OutputUnwritable) names the file.
 void guardedOutput(const std::filesystem::path& file, const std::function<void()>& work);
@@ -50,6 +50,6 @@ private:
 };
 
 /// NoSystem when the receiver's text tells of the data server or a library, otherwise `code`.
-ExitCode classify(const std::string& errorText, ExitCode code);
+toolkit::ExitCode classify(const std::string& errorText, toolkit::ExitCode code);
 
 } // namespace host

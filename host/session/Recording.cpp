@@ -1,13 +1,13 @@
 #include "host/session/Recording.h"
 
+#include "host/platform/InterruptAnswer.h"
+#include "host/session/Receiver.h"
+
 #include <chrono>
 #include <fstream>
 #include <string_view>
 #include <thread>
 #include <vector>
-
-#include "host/platform/InterruptAnswer.h"
-#include "host/session/Receiver.h"
 
 namespace host {
 
@@ -26,10 +26,11 @@ double secondsSince(Clock::time_point start) {
 
 ChannelStatus statusOf(CChannelDriver& channel, ProgressLine& progress, std::optional<double> expected = {}) {
     ChannelStatus status;
-    guarded(ExitCode::RecordingError, [&] { channel.GetChannelStatus(&status); });
+    guarded(toolkit::ExitCode::RecordingError, [&] { channel.GetChannelStatus(&status); });
     ProgressStep step = stepOfStatus(status.text);
-    if (status.stoppable)
+    if (status.stoppable) {
         step.expectedSeconds = expected;
+    }
     progress.show(step);
     return status;
 }
@@ -42,7 +43,7 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
     while (statusOf(channel, progress, expected).stoppable) {
         const bool due = !plan.untilFull && secondsSince(start) >= plan.seconds;
         if (interrupted() || (due && plan.triggerFile.empty())) {
-            guarded(ExitCode::RecordingError, [&] { channel.StopRecording(); });
+            guarded(toolkit::ExitCode::RecordingError, [&] { channel.StopRecording(); });
         } else if (due && !triggered) {
             std::ofstream(plan.triggerFile).put('\n');
             triggered = true;
@@ -61,8 +62,9 @@ std::string reasonIn(const std::string& status) {
 
 /// How many were captured cannot be said: the receiver's number counts what was on its way twice.
 std::string cameText(const ReadBack& back) {
-    if (back.samples == 0)
+    if (back.samples == 0) {
         return "no samples came";
+    }
     return "the " + std::to_string(back.samples) + " samples that came are kept";
 }
 
@@ -70,7 +72,7 @@ std::string cameText(const ReadBack& back) {
 
 RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress) {
     RecordingEnd end;
-    guarded(ExitCode::RecordingError, [&] { channel.StartRecording(false); });
+    guarded(toolkit::ExitCode::RecordingError, [&] { channel.StartRecording(false); });
     const auto start = Clock::now();
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
@@ -85,8 +87,9 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     end.state = status.text;
     end.error = reasonIn(status.text);
     end.failed = status.code == ChannelStatus::eError || !end.error.empty();
-    if (end.failed && end.error.empty())
+    if (end.failed && end.error.empty()) {
         end.error = end.state;
+    }
     return end;
 }
 
@@ -94,14 +97,16 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleS
     const InterruptAnswer answer("stopping when what was captured is read back");
     constexpr unsigned chunk = 8192;
     unsigned total = 0;
-    guarded(ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
+    guarded(toolkit::ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
     std::vector<std::uint64_t> samples(chunk);
     ReadBack back{total, 0};
     for (unsigned start = 0; start < total;) {
         unsigned read = 0;
-        guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
-        if (read == 0)
+        guarded(toolkit::ExitCode::RecordingError,
+                [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
+        if (read == 0) {
             break;
+        }
         sink(std::span(samples).first(read));
         start += read;
         back.samples += read;
@@ -111,14 +116,17 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleS
     return back;
 }
 
-std::optional<Failure> faultOf(const RecordingEnd& end, const ReadBack& back) {
-    if (end.failed)
-        return Failure(ExitCode::RecordingError, end.error + "; " + cameText(back));
-    if (back.whole())
+std::optional<toolkit::Failure> faultOf(const RecordingEnd& end, const ReadBack& back) {
+    if (end.failed) {
+        return toolkit::Failure(toolkit::ExitCode::RecordingError, end.error + "; " + cameText(back));
+    }
+    if (back.whole()) {
         return std::nullopt;
-    return Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(back.announced) +
-                                                 " samples but its file holds only " + std::to_string(back.samples) +
-                                                 "; is the disk full?");
+    }
+    return toolkit::Failure(toolkit::ExitCode::RecordingError,
+                            "the receiver announces " + std::to_string(back.announced) +
+                                " samples but its file holds only " + std::to_string(back.samples) +
+                                "; is the disk full?");
 }
 
 } // namespace host

@@ -1,15 +1,15 @@
 #pragma once
 
+#include "host/session/Progress.h"
+#include "rcvr/framework/CChannelDriver.h"
+#include "toolkit/ExitCode.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <span>
 #include <string>
-
-#include "host/basics/ExitCode.h"
-#include "host/session/Progress.h"
-#include "rcvr/framework/CChannelDriver.h"
 
 namespace host {
 
@@ -46,6 +46,6 @@ struct ReadBack {
 ReadBack readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink);
 
 /// What went wrong with a recording, the receiver's reason first; nothing when all is in order.
-std::optional<Failure> faultOf(const RecordingEnd& end, const ReadBack& back);
+std::optional<toolkit::Failure> faultOf(const RecordingEnd& end, const ReadBack& back);
 
 } // namespace host

@@ -1,12 +1,12 @@
 #include "host/session/RecordingOutputs.h"
 
-#include <functional>
-
-#include "host/basics/FilePath.h"
-#include "host/basics/OutputFiles.h"
 #include "host/session/Receiver.h"
 #include "host/session/Session.h"
 #include "tdf/TdfFile.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/OutputFiles.h"
+
+#include <functional>
 
 namespace host {
 
@@ -27,7 +27,7 @@ std::uint64_t rawBytes(const fs::path& file) {
 /// Bytes of trace in the last section.
 std::uint64_t sectionBytes(const fs::path& file) {
     std::vector<TdfSection> sections;
-    guarded(ExitCode::OutputUnwritable, [&] { TdfFile::listSections(file.string().c_str(), &sections); });
+    guarded(toolkit::ExitCode::OutputUnwritable, [&] { TdfFile::listSections(file.string().c_str(), &sections); });
     return sections.empty() ? 0 : sections.back().dataSize;
 }
 
@@ -37,9 +37,10 @@ void copyWhatCame(const fs::path& named, const ReadBack& back, const std::functi
                   const std::function<std::uint64_t()>& written) {
     try {
         guardedOutput(named, copy);
-    } catch (const Failure&) {
-        if (back.whole() || written() != back.samples * sizeof(std::uint64_t))
+    } catch (const toolkit::Failure&) {
+        if (back.whole() || written() != back.samples * sizeof(std::uint64_t)) {
             throw;
+        }
     }
 }
 
@@ -55,18 +56,21 @@ RecordingOutputs::RecordingOutputs(const std::string& traceDataFile, const std::
 /// "out.bin", or "out-2.bin" for the second of several recordings.
 fs::path RecordingOutputs::rawFile(unsigned number) const {
     fs::path file = raw;
-    if (count > 1)
+    if (count > 1) {
         file.replace_filename(
-            filePath(file.stem().string() + "-" + std::to_string(number) + file.extension().string()));
+            toolkit::filePath(file.stem().string() + "-" + std::to_string(number) + file.extension().string()));
+    }
     return file;
 }
 
 std::vector<fs::path> RecordingOutputs::files() const {
     std::vector<fs::path> all;
-    if (!save.empty())
+    if (!save.empty()) {
         all.push_back(save);
-    for (unsigned number = 1; !raw.empty() && number <= count; ++number)
+    }
+    for (unsigned number = 1; !raw.empty() && number <= count; ++number) {
         all.push_back(rawFile(number));
+    }
     return all;
 }
 
@@ -74,7 +78,7 @@ std::vector<fs::path> RecordingOutputs::files() const {
 void RecordingOutputs::addSection(CChannelDriver& channel, bool first, const ReadBack& back) const {
     const auto add = [&](const fs::path& to) { channel.SaveFile(to.string(), CChannelDriver::eSaveTraceDataFile); };
     if (first) {
-        NewFile made(save);
+        toolkit::NewFile made(save);
         const auto copy = [&] {
             TdfFile::createFile(made.partial().string().c_str());
             add(made.partial());
@@ -86,18 +90,18 @@ void RecordingOutputs::addSection(CChannelDriver& channel, bool first, const Rea
     std::error_code failed;
     const std::uintmax_t size = fs::file_size(save, failed);
     try {
-        copyWhatCame(
-            save, back, [&] { add(save); }, [&] { return sectionBytes(save); });
-    } catch (const Failure&) {
-        if (!failed)
+        copyWhatCame(save, back, [&] { add(save); }, [&] { return sectionBytes(save); });
+    } catch (const toolkit::Failure&) {
+        if (!failed) {
             fs::resize_file(save, size, failed);
+        }
         throw;
     }
 }
 
 void RecordingOutputs::copyRaw(CChannelDriver& channel, unsigned number, const ReadBack& back) const {
     const fs::path file = rawFile(number);
-    NewFile made(file);
+    toolkit::NewFile made(file);
     copyWhatCame(
         file, back, [&] { channel.SaveFile(made.partial().string(), CChannelDriver::eSaveRaw); },
         [&] { return rawBytes(made.partial()); });
@@ -106,12 +110,14 @@ void RecordingOutputs::copyRaw(CChannelDriver& channel, unsigned number, const R
 
 void RecordingOutputs::write(CChannelDriver& channel, unsigned number, const ReadBack& back,
                              SessionResult& result) const {
-    if (!back.whole() && back.samples == 0)
+    if (!back.whole() && back.samples == 0) {
         return;
+    }
     if (!save.empty()) {
         addSection(channel, number == 1, back);
-        if (number == 1)
+        if (number == 1) {
             result.files.emplace_back("trace data file", save.string());
+        }
     }
     if (!raw.empty()) {
         copyRaw(channel, number, back);

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "host/session/Recording.h"
+#include "host/session/SessionResult.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include "host/session/Recording.h"
-#include "host/session/SessionResult.h"
 
 namespace host {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "host/scenario/ScenarioFile.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/MadeFolders.h"
+
 #include <filesystem>
 #include <string>
-
-#include "host/basics/FilePath.h"
-#include "host/basics/MadeFolders.h"
-#include "host/files/ScenarioFile.h"
 
 namespace host {
 
@@ -16,11 +16,13 @@ public:
     /// `wanted` may be empty: a new folder "orvtrace-<name>" in the current one, with "-2" and so on behind it when
     /// that is taken. A folder that holds an earlier run is refused (OutputExists) unless `force`; clear() removes that
     /// run. The folder is made, but none above it, and then remembered in `made`. Throws Failure.
-    RunFolder(const std::string& wanted, const std::string& name, bool force, MadeFolders& made);
+    RunFolder(const std::string& wanted, const std::string& name, bool force, toolkit::MadeFolders& made);
 
     const std::filesystem::path& path() const { return folder; }
     std::filesystem::path benchFolder() const { return folder / "bench"; }
-    std::filesystem::path settingsFile(const std::string& stem) const { return folder / filePath(stem + ".xml"); }
+    std::filesystem::path settingsFile(const std::string& stem) const {
+        return folder / toolkit::filePath(stem + ".xml");
+    }
 
     /// Whether a file lies where clear() takes away everything.
     bool willClear(const std::filesystem::path& file) const;

@@ -1,14 +1,14 @@
 #include "host/session/Session.h"
 
-#include <chrono>
-
-#include "host/basics/FilePath.h"
-#include "host/basics/Remedy.h"
-#include "host/basics/TextFile.h"
 #include "host/platform/InterruptAnswer.h"
+#include "host/scenario/ScenarioCheck.h"
 #include "host/session/CalibrationTraces.h"
-#include "host/session/ScenarioCheck.h"
 #include "host/session/StartTurn.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/Remedy.h"
+#include "toolkit/TextFile.h"
+
+#include <chrono>
 
 namespace host {
 
@@ -24,8 +24,9 @@ fs::path findLog(const fs::path& directory) {
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(directory, failed)) {
         const std::string name = entry.path().filename().string();
-        if (name.rfind("vx_trace_log", 0) != 0 || !name.ends_with(ending))
+        if (name.rfind("vx_trace_log", 0) != 0 || !name.ends_with(ending)) {
             continue;
+        }
         const auto time = entry.last_write_time(failed);
         if (newest.empty() || time > newestTime) {
             newest = entry.path();
@@ -38,17 +39,19 @@ fs::path findLog(const fs::path& directory) {
 void requireFile(const fs::path& file, const char* what) {
     std::error_code failed;
     const std::string named = std::string("the ") + what + " " + file.string();
-    if (fs::is_directory(file, failed))
-        throw Failure(ExitCode::BadInput, named + " is a folder; give the name of a file");
-    if (!fs::is_regular_file(file, failed))
-        throw Failure(ExitCode::BadInput, named + " does not exist; check the name and the folder");
-    readText(file, fs::file_size(file, failed)); // proves that it can be read
+    if (fs::is_directory(file, failed)) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, named + " is a folder; give the name of a file");
+    }
+    if (!fs::is_regular_file(file, failed)) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, named + " does not exist; check the name and the folder");
+    }
+    toolkit::readText(file, fs::file_size(file, failed)); // proves that it can be read
 }
 
 /// Failures that a full disk may be behind, though their text does not tell.
-bool mayComeOfTheDisk(ExitCode code) {
-    return code == ExitCode::CalibrationRefused || code == ExitCode::RecordingError || code == ExitCode::BadInput ||
-           code == ExitCode::Failed;
+bool mayComeOfTheDisk(toolkit::ExitCode code) {
+    return code == toolkit::ExitCode::CalibrationRefused || code == toolkit::ExitCode::RecordingError ||
+           code == toolkit::ExitCode::BadInput || code == toolkit::ExitCode::Failed;
 }
 
 /// From the current folder where it lies below that.
@@ -61,7 +64,7 @@ std::string asTyped(const fs::path& path) {
 } // namespace
 
 fs::path absolutePath(const std::string& path) {
-    return fs::absolute(filePath(path)).lexically_normal().make_preferred();
+    return fs::absolute(toolkit::filePath(path)).lexically_normal().make_preferred();
 }
 
 Session::Session(const SessionOptions& given, SessionResult& filled)
@@ -72,8 +75,9 @@ Session::~Session() {
     if (prepared && !leftSomething()) {
         std::error_code failed;
         folder->clear();
-        if (settingsMade)
+        if (settingsMade) {
             fs::remove(settingsFile, failed);
+        }
         result.files.clear();
     }
     made.removeEmpty();
@@ -86,14 +90,18 @@ bool Session::leftSomething() const {
 }
 
 void Session::checkInputs() {
-    if (!options.scenario.empty())
+    if (!options.scenario.empty()) {
         scenario = soundScenario(options.scenario, programFolder());
-    if (!options.settings.empty())
-        requireInput(filePath(options.settings), "settings file");
-    if (!options.play.empty())
+    }
+    if (!options.settings.empty()) {
+        requireInput(toolkit::filePath(options.settings), "settings file");
+    }
+    if (!options.play.empty()) {
         requirePlay();
-    if (scenario)
+    }
+    if (scenario) {
         inputs.push_back(scenario->file);
+    }
     result.scenario = scenario ? scenario->name : "";
     result.cpu = !options.cpu.empty() ? options.cpu : scenario ? scenario->cpu : "";
     placeRun();
@@ -106,87 +114,105 @@ void Session::requireInput(const fs::path& file, const char* what) {
 
 /// Settings that the receiver would overwrite with its defaults are told before anything starts.
 void Session::requireSettings() const {
-    if (const std::string fault = settingsFault(readText(filePath(options.settings))); !fault.empty())
-        throw Failure(ExitCode::BadInput, options.settings + ": the receiver cannot use these settings: " + fault);
+    if (const std::string fault = settingsFault(toolkit::readText(toolkit::filePath(options.settings)));
+        !fault.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               options.settings + ": the receiver cannot use these settings: " + fault);
+    }
 }
 
 void Session::requirePlay() {
-    requireInput(filePath(options.play), "file to play");
+    requireInput(toolkit::filePath(options.play), "file to play");
     std::error_code failed;
-    if (fs::file_size(filePath(options.play), failed) == 0)
-        throw Failure(ExitCode::BadInput, "the file to play " + options.play + " is empty; give one that is not");
+    if (fs::file_size(toolkit::filePath(options.play), failed) == 0) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               "the file to play " + options.play + " is empty; give one that is not");
+    }
 }
 
 void Session::placeRun() {
     folder.emplace(options.out, scenario ? scenario->file.stem().string() : "run", options.force, made);
     for (const fs::path& input : inputs) {
         files.read(input);
-        if (folder->willClear(input))
-            throw Failure(ExitCode::Usage, input.string() + " is read by this command and lies in the earlier run that "
-                                                            "--force removes; choose another folder with --out");
+        if (folder->willClear(input)) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage,
+                                   input.string() + " is read by this command and lies in the earlier run that "
+                                                    "--force removes; choose another folder with --out");
+        }
     }
-    files.read(filePath(options.library));
-    const fs::path own = filePath(options.settings);
+    files.read(toolkit::filePath(options.library));
+    const fs::path own = toolkit::filePath(options.settings);
     const std::string name = !options.settings.empty() ? own.stem().string()
                              : scenario                ? scenario->file.stem().string()
                                                        : "channel";
     settingsFile = folder->settingsFile(name);
     std::error_code failed;
     settingsMade = !fs::exists(settingsFile, failed);
-    if (!fs::equivalent(own, settingsFile, failed))
+    if (!fs::equivalent(own, settingsFile, failed)) {
         files.overwrite(settingsFile);
+    }
 }
 
 void Session::testOutput(const fs::path& file) {
-    if (folder->willClear(file))
-        throw Failure(ExitCode::Usage, file.string() + " lies in the earlier run that --force removes; give another "
-                                                       "folder");
+    if (folder->willClear(file)) {
+        throw toolkit::Failure(toolkit::ExitCode::Usage,
+                               file.string() + " lies in the earlier run that --force removes; give another "
+                                               "folder");
+    }
     files.write(file);
 }
 
-Failure Session::explained(const Failure& failure) const {
-    if (!folder || !mayComeOfTheDisk(failure.code))
+toolkit::Failure Session::explained(const toolkit::Failure& failure) const {
+    if (!folder || !mayComeOfTheDisk(failure.code)) {
         return failure;
+    }
     for (const fs::path& place : {folder->path(), stem.parent_path()}) {
-        if (!place.empty() && diskIsFull(place))
-            return Failure(ExitCode::OutputUnwritable,
-                           "the disk of the folder " + place.string() + " is full; free space on it (" +
-                               failure.what() + ")",
-                           failure.where);
+        if (!place.empty() && toolkit::diskIsFull(place)) {
+            return toolkit::Failure(toolkit::ExitCode::OutputUnwritable,
+                                    "the disk of the folder " + place.string() + " is full; free space on it (" +
+                                        failure.what() + ")",
+                                    failure.where);
+        }
     }
     return failure;
 }
 
 void Session::prepare() {
-    if (!options.settings.empty())
+    if (!options.settings.empty()) {
         requireSettings();
+    }
     folder->clear();
     prepared = true;
     writeSettings();
-    if (scenario)
+    if (scenario) {
         folder->enterBench(*scenario, options.play, programFolder());
-    else if (getEnvironment("VX_TRACE_LOGGING").empty())
+    } else if (getEnvironment("VX_TRACE_LOGGING").empty()) {
         setEnvironment("VX_TRACE_LOGGING", "1");
+    }
     result.files.emplace_back("settings", settingsFile.string());
 }
 
 void Session::writeSettings() {
     if (!options.settings.empty()) {
         // The receiver gets a copy: it overwrites a file that it cannot use.
-        const fs::path own = filePath(options.settings);
-        const std::string text = readText(own);
+        const fs::path own = toolkit::filePath(options.settings);
+        const std::string text = toolkit::readText(own);
         std::error_code failed;
-        if (!fs::equivalent(own, settingsFile, failed))
+        if (!fs::equivalent(own, settingsFile, failed)) {
             fs::copy_file(own, settingsFile, fs::copy_options::overwrite_existing, failed);
-        if (readText(settingsFile) != text)
-            throw Failure(ExitCode::OutputUnwritable, "cannot write " + settingsFile.string());
+        }
+        if (toolkit::readText(settingsFile) != text) {
+            throw toolkit::Failure(toolkit::ExitCode::OutputUnwritable, "cannot write " + settingsFile.string());
+        }
         return;
     }
     ChannelSettings settings = scenario ? scenario->settings : ChannelSettings();
-    if (options.stopOnFull)
+    if (options.stopOnFull) {
         settings.stopOnFull = *options.stopOnFull;
-    if (!options.buffer.empty())
+    }
+    if (!options.buffer.empty()) {
         settings.bufferIndex = bufferIndexOf(options.buffer).value();
+    }
     if (!options.pins.empty()) {
         const PinChoice choice = pinChoiceOf(options.pins).value();
         settings.dataPins = choice.dataPins;
@@ -199,27 +225,29 @@ void Session::writeSettings() {
 void Session::withServer(const std::function<void()>& work) {
     try {
         work();
-    } catch (const Failure& failure) {
+    } catch (const toolkit::Failure& failure) {
         const std::string words = scenario ? folder->lastWordsOfServer() : std::string();
-        if (failure.code != ExitCode::NoSystem || words.empty())
+        if (failure.code != toolkit::ExitCode::NoSystem || words.empty()) {
             throw;
-        throw Failure(failure.code, std::string(failure.what()) + serverSaid + words, failure.where);
+        }
+        throw toolkit::Failure(failure.code, std::string(failure.what()) + toolkit::serverSaid + words, failure.where);
     }
 }
 
 /// The receiver tells where its files lie by the environment, also when it cannot be made.
 void Session::load() {
     const auto findFiles = [this] {
-        const fs::path data = filePath(getEnvironment("VX_TRACE_DATA_DIR"));
+        const fs::path data = toolkit::filePath(getEnvironment("VX_TRACE_DATA_DIR"));
         stem = data / settingsFile.stem();
-        logFile = findLog(filePath(getEnvironment("VX_TRACE_LOGGING_DIR")));
+        logFile = findLog(toolkit::filePath(getEnvironment("VX_TRACE_LOGGING_DIR")));
         result.files.emplace_back("receiver's files", data.string());
-        if (!logFile.empty())
+        if (!logFile.empty()) {
             result.files.emplace_back("log", logFile.string());
+        }
     };
     try {
         withServer([this] { channel = std::make_unique<Receiver>(options.library); });
-    } catch (const Failure&) {
+    } catch (const toolkit::Failure&) {
         findFiles();
         throw;
     }
@@ -230,15 +258,17 @@ void Session::open(ProgressLine& line) {
     watchInterrupts();
     {
         std::optional<StartTurn> turn;
-        if (scenario)
+        if (scenario) {
             turn.emplace(line);
+        }
         const InterruptAnswer answer("stopping as soon as the data server has started");
         // A port that another program has costs seconds, and no server at all costs eight of them.
         const ProgressFollower follower([] { return ProgressStep{"starting the data server", {}, {}, {}, {}}; }, line);
         load();
     }
-    if (scenario)
+    if (scenario) {
         result.files.emplace_back("bench", folder->benchFolder().string());
+    }
     ownFiles = result.files.size();
     withServer([this] { channel->allocate(result.cpu); });
 }
@@ -250,7 +280,7 @@ void Session::calibrate(ProgressLine& line) {
     const std::uintmax_t size = fs::file_size(logFile, failed);
     logRead = failed ? 0 : size;
     result.calibrated = false;
-    givenSettings = readText(settingsFile);
+    givenSettings = toolkit::readText(settingsFile);
     configured = true;
     result.doctorTakes = asTyped(scenario ? folder->path() : stem);
     const auto finish = [&] {
@@ -259,10 +289,10 @@ void Session::calibrate(ProgressLine& line) {
     };
     try {
         const ProgressFollower follower([this] { return stepOfCalibration(channel->channel()); }, line);
-        guarded(ExitCode::CalibrationRefused,
+        guarded(toolkit::ExitCode::CalibrationRefused,
                 [&] { channel->channel().SetConfiguration(settingsFile.string().c_str()); });
         result.calibrated = true;
-    } catch (const Failure&) {
+    } catch (const toolkit::Failure&) {
         finish();
         throw;
     }
@@ -282,25 +312,27 @@ void Session::collect() {
     traces.givenValues = channel->attribute("calMode") == "manual";
     traces.frequencies = frequenciesOf(channel->attribute("frequencies"));
     if (const auto stated = frequenciesOf(channel->attribute("Device Clock Frequency"));
-        !stated.empty() && stated.front() > 0.0)
+        !stated.empty() && stated.front() > 0.0) {
         traces.hertz = stated.front();
+    }
     std::error_code failed;
-    traces.log = fs::exists(logFile, failed) ? readText(logFile, logRead) : std::string();
-    result.log = parseRunLog(traces.log, result.calibrated);
+    traces.log = fs::exists(logFile, failed) ? toolkit::readText(logFile, logRead) : std::string();
+    result.log = diagnosis::parseRunLog(traces.log, result.calibrated);
     requireOwnSettings();
     takeTraces(traces, result);
 }
 
 /// What was calibrated with the defaults is nothing that the user asked for.
 void Session::requireOwnSettings() {
-    const bool replaced = readText(settingsFile) != givenSettings;
-    if (!result.log.settingsReplaced && !replaced)
+    const bool replaced = toolkit::readText(settingsFile) != givenSettings;
+    if (!result.log.settingsReplaced && !replaced) {
         return;
+    }
     result.calibrated = false;
     result.log.frequencies.clear();
     const std::string own = options.settings.empty() ? settingsFile.string() : options.settings;
-    throw Failure(ExitCode::BadInput, own + ": the receiver cannot use these settings: " +
-                                          result.log.settingsReplaced.value_or("unknown reason"));
+    throw toolkit::Failure(toolkit::ExitCode::BadInput, own + ": the receiver cannot use these settings: " +
+                                                            result.log.settingsReplaced.value_or("unknown reason"));
 }
 
 } // namespace host

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <filesystem>
-#include <optional>
-#include <string>
-
-#include "host/basics/OutputFiles.h"
-#include "host/files/ChannelSettingsFile.h"
+#include "host/scenario/ChannelSettingsFile.h"
 #include "host/session/Progress.h"
 #include "host/session/Receiver.h"
 #include "host/session/RunFolder.h"
 #include "host/session/SessionResult.h"
+#include "toolkit/OutputFiles.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
 
 namespace host {
 
@@ -53,7 +53,7 @@ public:
     void testOutput(const std::filesystem::path& file);
 
     /// The failure of a step, or that the disk is full when that is what is behind it.
-    Failure explained(const Failure& failure) const;
+    toolkit::Failure explained(const toolkit::Failure& failure) const;
 
     Receiver& receiver() { return *channel; }
     /// Path and first part of the name of the receiver's files.
@@ -75,8 +75,8 @@ private:
     const SessionOptions& options;
     SessionResult& result;
     std::optional<Scenario> scenario;
-    MadeFolders made;
-    CommandFiles files;
+    toolkit::MadeFolders made;
+    toolkit::CommandFiles files;
     std::vector<std::filesystem::path> inputs;
     std::optional<RunFolder> folder;
     bool prepared = false; ///< what lies in the folder is of this run

@@ -1,19 +1,19 @@
 #pragma once
 
+#include "diagnosis/files/CalFile.h"
+#include "diagnosis/files/RunLog.h"
+
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "host/diagnostics/CalFile.h"
-#include "host/files/RunLog.h"
-
 namespace host {
 
 /// One attempt of a calibration with what its files say.
 struct AttemptResult {
-    CalibrationAttempt attempt;
-    std::optional<diagnostics::CalFile> report; ///< nothing when the attempt ended before its first measurement
+    diagnosis::CalibrationAttempt attempt;
+    std::optional<diagnosis::CalFile> report; ///< nothing when the attempt ended before its first measurement
 };
 
 /// Everything that a calibrated session leaves to tell.
@@ -26,9 +26,9 @@ struct SessionResult {
     double calibrationSeconds = 0.0;
     bool givenValues = false;    ///< with given values, so that no frequency was measured
     std::optional<double> hertz; ///< the trace clock that the receiver states, where it states one
-    RunLog log;                  ///< of the log or, where there is none, of the files
+    diagnosis::RunLog log;       ///< of the log or, where there is none, of the files
     std::vector<AttemptResult> attempts;
-    std::optional<diagnostics::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
+    std::optional<diagnosis::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
     std::vector<std::pair<std::string, std::string>> files; ///< what, where
     std::string doctorTakes; ///< what `orvtrace doctor` and `report` take for this run; empty before any calibration

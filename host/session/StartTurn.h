@@ -1,10 +1,10 @@
 #pragma once
 
-#include <chrono>
-#include <filesystem>
-
 #include "host/platform/FileLock.h"
 #include "host/session/Progress.h"
+
+#include <chrono>
+#include <filesystem>
 
 namespace host {
 

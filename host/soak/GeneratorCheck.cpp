@@ -19,10 +19,12 @@ constexpr std::uint16_t syncWord = 0x0FF0;
 constexpr std::size_t syncZeros = 5;
 
 std::span<const std::uint16_t> rampOf(unsigned dataPins) {
-    if (dataPins == 1)
+    if (dataPins == 1) {
         return onePin;
-    if (dataPins == 2)
+    }
+    if (dataPins == 2) {
         return twoPins;
+    }
     return fourPins;
 }
 
@@ -32,15 +34,17 @@ GeneratorCheck::GeneratorCheck(unsigned dataPins, Framing packing) : ramp(rampOf
 
 void GeneratorCheck::take(std::span<const std::uint64_t> samples) {
     for (const std::uint64_t sample : samples) {
-        for (unsigned shift = 0; shift < 64; shift += 16)
+        for (unsigned shift = 0; shift < 64; shift += 16) {
             takeWord(static_cast<std::uint16_t>(sample >> shift));
+        }
     }
 }
 
 void GeneratorCheck::endOfFullBuffer() {
     // A sixth zero may stand where the end of the buffer has cut a sequence behind its mark.
-    if (zeros.size() > syncZeros + 1)
+    if (zeros.size() > syncZeros + 1) {
         endZeros();
+    }
 }
 
 void GeneratorCheck::takeWord(std::uint16_t word) {
@@ -51,16 +55,18 @@ void GeneratorCheck::takeWord(std::uint16_t word) {
     }
     // The trailer at its end decides whether a packet holds trace at all.
     packet.push_back(word);
-    if (packet.size() == packetWords)
+    if (packet.size() == packetWords) {
         checkPacket();
+    }
 }
 
 void GeneratorCheck::checkPacket() {
     const std::uint16_t trailer = packet.back();
     const std::uint64_t first = position - packetWords;
     if ((trailer & kindMask) == traceKind) {
-        for (std::size_t i = 0; i + 1 < packetWords; ++i)
+        for (std::size_t i = 0; i + 1 < packetWords; ++i) {
             takePayload(packet[i], first + i);
+        }
     } else if ((trailer & kindMask) != otherKind) {
         ++checked;
         addError(position - 1, trailer, std::nullopt);
@@ -85,13 +91,15 @@ void GeneratorCheck::takePayload(std::uint16_t word, std::uint64_t at) {
     endZeros();
     ++checked;
     const std::optional<std::uint16_t> following = successor(word);
-    if (next ? word != *next : !following)
+    if (next ? word != *next : !following) {
         addError(at, word, next);
+    }
     // A word of the ramp sets the pace again, so that one loss is one error; anything else leaves it.
-    if (following)
+    if (following) {
         next = following;
-    else if (next)
+    } else if (next) {
         next = successor(*next);
+    }
 }
 
 /// A run of zero words that was no synchronisation stood where the ramp belongs.
@@ -99,22 +107,25 @@ void GeneratorCheck::endZeros() {
     for (const std::uint64_t at : zeros) {
         ++checked;
         addError(at, 0, next);
-        if (next)
+        if (next) {
             next = successor(*next);
+        }
     }
     zeros.clear();
 }
 
 void GeneratorCheck::addError(std::uint64_t at, std::uint16_t got, std::optional<std::uint16_t> expected) {
     ++wrong;
-    if (errors.size() < errorsKept)
+    if (errors.size() < errorsKept) {
         errors.push_back({at / packetWords, static_cast<unsigned>(at % packetWords), got, expected});
+    }
 }
 
 std::optional<std::uint16_t> GeneratorCheck::successor(std::uint16_t word) const {
     const auto found = std::find(ramp.begin(), ramp.end(), word);
-    if (found == ramp.end())
+    if (found == ramp.end()) {
         return std::nullopt;
+    }
     return ramp[(static_cast<std::size_t>(found - ramp.begin()) + 1) % ramp.size()];
 }
 

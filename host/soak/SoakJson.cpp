@@ -1,6 +1,6 @@
-#include "host/basics/JsonText.h"
-#include "host/basics/Remedy.h"
 #include "host/soak/SoakResult.h"
+#include "toolkit/JsonText.h"
+#include "toolkit/Remedy.h"
 
 namespace host {
 
@@ -10,23 +10,24 @@ using nlohmann::json;
 
 json errorsJson(const std::vector<RoundError>& errors) {
     json list = json::array();
-    for (const auto& [round, error] : errors)
+    for (const auto& [round, error] : errors) {
         list.push_back({{"round", round},
                         {"packet", error.packet},
                         {"word", error.word},
                         {"byte", error.byte()},
-                        {"expected", orNull(error.expected)},
+                        {"expected", toolkit::orNull(error.expected)},
                         {"got", error.got}});
+    }
     return list;
 }
 
 } // namespace
 
 std::string soakJson(const SoakResult& result) {
-    json out{{"outcome", exitCodeName(result.code)},
+    json out{{"outcome", toolkit::exitCodeName(result.code)},
              {"exitCode", static_cast<int>(result.code)},
              {"interrupted", result.interrupted},
-             {"pins", orNull(result.dataPins)},
+             {"pins", toolkit::orNull(result.dataPins)},
              {"rounds", result.rounds},
              {"seconds", result.seconds},
              {"words", result.words},
@@ -34,21 +35,27 @@ std::string soakJson(const SoakResult& result) {
              {"errors", result.errors},
              {"firstErrors", errorsJson(result.firstErrors)},
              {"files", json::object()}};
-    if (!result.failure.empty())
+    if (!result.failure.empty()) {
         out["error"] = {{"text", result.failure},
                         {"where", result.where},
-                        {"remedy", remedyOf(result.code, result.failure, result.doctorTakes)}};
-    if (!result.scenario.empty())
+                        {"remedy", toolkit::remedyOf(result.code, result.failure, result.doctorTakes)}};
+    }
+    if (!result.scenario.empty()) {
         out["scenario"] = result.scenario;
-    if (!result.dataRate.empty())
+    }
+    if (!result.dataRate.empty()) {
         out["dataRate"] = result.dataRate;
-    for (const auto& [what, where] : result.files)
+    }
+    for (const auto& [what, where] : result.files) {
         out["files"][what] = where;
-    if (!result.notes.empty())
+    }
+    if (!result.notes.empty()) {
         out["notes"] = result.notes;
-    if (!result.troubles.empty())
+    }
+    if (!result.troubles.empty()) {
         out["damaged"] = result.troubles;
-    return jsonText(out);
+    }
+    return toolkit::jsonText(out);
 }
 
 } // namespace host

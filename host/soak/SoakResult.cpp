@@ -1,8 +1,8 @@
 #include "host/soak/SoakResult.h"
 
-#include <algorithm>
+#include "toolkit/Format.h"
 
-#include "host/basics/Format.h"
+#include <algorithm>
 
 namespace host {
 
@@ -11,17 +11,21 @@ void SoakResult::addRound(const GeneratorCheck& check) {
     words += check.wordsChecked();
     errors += check.errorCount();
     for (const WordError& error : check.firstErrors()) {
-        if (firstErrors.size() < GeneratorCheck::errorsKept)
+        if (firstErrors.size() < GeneratorCheck::errorsKept) {
             firstErrors.push_back({rounds, error});
+        }
     }
 }
 
-std::optional<Failure> verdictOf(const SoakResult& result) {
-    if (result.errors != 0)
-        return Failure(ExitCode::FaultsFound, countText(result.errors, "word") + " came back wrong" +
-                                                  (result.interrupted ? "; interrupted by the user" : ""));
-    if (result.interrupted)
-        return Failure(ExitCode::Interrupted, "interrupted; the rounds until then were in order");
+std::optional<toolkit::Failure> verdictOf(const SoakResult& result) {
+    if (result.errors != 0) {
+        return toolkit::Failure(toolkit::ExitCode::FaultsFound,
+                                toolkit::countText(result.errors, "word") + " came back wrong" +
+                                    (result.interrupted ? "; interrupted by the user" : ""));
+    }
+    if (result.interrupted) {
+        return toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted; the rounds until then were in order");
+    }
     return std::nullopt;
 }
 

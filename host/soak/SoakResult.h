@@ -1,13 +1,13 @@
 #pragma once
 
+#include "host/session/SessionResult.h"
+#include "host/soak/GeneratorCheck.h"
+#include "toolkit/ExitCode.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "host/basics/ExitCode.h"
-#include "host/session/SessionResult.h"
-#include "host/soak/GeneratorCheck.h"
 
 namespace host {
 
@@ -19,7 +19,7 @@ struct RoundError {
 
 /// Everything that `soak` leaves to tell.
 struct SoakResult : SessionResult {
-    ExitCode code = ExitCode::Done;
+    toolkit::ExitCode code = toolkit::ExitCode::Done;
     std::string failure; ///< the line for the user when code is not Done
     std::string where;
     std::optional<unsigned> dataPins; ///< known once a channel was calibrated
@@ -38,7 +38,7 @@ struct SoakResult : SessionResult {
 
 /// What the rounds come to when nothing else has failed: nothing when all is in order. Wrong words weigh more than the
 /// user's interruption: whoever stops a soak wants to know of them.
-std::optional<Failure> verdictOf(const SoakResult& result);
+std::optional<toolkit::Failure> verdictOf(const SoakResult& result);
 
 /// The result for a person; empty when no round was finished.
 std::string soakText(const SoakResult& result);

@@ -1,11 +1,11 @@
 #include "host/soak/SoakRun.h"
 
-#include <charconv>
-#include <chrono>
-
-#include "host/basics/Format.h"
 #include "host/platform/InterruptAnswer.h"
 #include "host/session/Recording.h"
+#include "toolkit/Format.h"
+
+#include <charconv>
+#include <chrono>
 
 namespace host {
 
@@ -48,23 +48,28 @@ private:
 void SoakRun::show(const SoakLength& length) {
     ProgressStep step;
     step.phase = "soaking";
-    step.rate = countText(result.rounds, "round") + ", " + countText(result.words, "word") + ", " +
-                countText(result.errors, "error");
-    if (length.seconds < SoakLength::noLimit)
+    step.rate = toolkit::countText(result.rounds, "round") + ", " + toolkit::countText(result.words, "word") + ", " +
+                toolkit::countText(result.errors, "error");
+    if (length.seconds < SoakLength::noLimit) {
         step.expectedSeconds = length.seconds;
+    }
     line.show(step);
 }
 
 void SoakRun::calibrate() {
     session.calibrate(silent);
-    if (session.receiver().attribute("orvBufMode") != "stop")
-        throw Failure(ExitCode::BadInput, options.settings + ": is_stop_on_full is false; set it to true, a round ends "
-                                                             "when the unit's buffer is full");
+    if (session.receiver().attribute("orvBufMode") != "stop") {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               options.settings + ": is_stop_on_full is false; set it to true, a round ends "
+                                                  "when the unit's buffer is full");
+    }
     result.dataPins = numberOf(session.receiver().attribute(dataPinsAttribute));
-    if (!result.dataPins)
-        throw Failure(ExitCode::Failed, "the receiver does not tell how many data pins it records");
-    if (result.calibration && result.calibration->rates.known())
+    if (!result.dataPins) {
+        throw toolkit::Failure(toolkit::ExitCode::Failed, "the receiver does not tell how many data pins it records");
+    }
+    if (result.calibration && result.calibration->rates.known()) {
         result.dataRate = result.calibration->dataRate;
+    }
 }
 
 void SoakRun::playRound() {
@@ -73,21 +78,26 @@ void SoakRun::playRound() {
     RecordingPlan plan;
     plan.untilFull = true;
     const RecordingEnd end = runRecording(receiver.channel(), plan, silent);
-    if (end.failed)
-        throw Failure(ExitCode::RecordingError, end.state);
+    if (end.failed) {
+        throw toolkit::Failure(toolkit::ExitCode::RecordingError, end.state);
+    }
     const bool full = end.state.find("buffer full") != std::string::npos;
     GeneratorCheck check(result.dataPins.value(),
                          receiver.attribute("drmXmtr") == "pti" ? Framing::Packets : Framing::Words);
     const ReadBack back =
         readBack(receiver.channel(), silent, [&](std::span<const std::uint64_t> samples) { check.take(samples); });
-    if (const auto fault = faultOf(end, back))
-        throw Failure(*fault);
-    if (full)
+    if (const auto fault = faultOf(end, back)) {
+        throw toolkit::Failure(*fault);
+    }
+    if (full) {
         check.endOfFullBuffer();
+    }
     result.addRound(check);
-    if (full && check.wordsChecked() == 0)
-        throw Failure(ExitCode::FaultsFound,
-                      "round " + std::to_string(result.rounds) + " filled the buffer without a word of the generator");
+    if (full && check.wordsChecked() == 0) {
+        throw toolkit::Failure(toolkit::ExitCode::FaultsFound,
+                               "round " + std::to_string(result.rounds) +
+                                   " filled the buffer without a word of the generator");
+    }
 }
 
 void SoakRun::run(const SoakLength& length) {
@@ -100,31 +110,34 @@ void SoakRun::run(const SoakLength& length) {
         show(length);
         try {
             playRound();
-        } catch (const Failure& failure) {
+        } catch (const toolkit::Failure& failure) {
             throw session.explained(failure);
         }
         result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
         result.interrupted = interrupted();
     } while (result.seconds < length.seconds && result.rounds < length.rounds && !result.interrupted);
-    if (const auto failure = verdictOf(result))
-        throw Failure(*failure);
+    if (const auto failure = verdictOf(result)) {
+        throw toolkit::Failure(*failure);
+    }
 }
 
 } // namespace
 
 SessionOptions generatorSession(SessionOptions given) {
     given.cpu = generatorName;
-    if (given.settings.empty() && given.scenario.empty())
+    if (given.settings.empty() && given.scenario.empty()) {
         given.scenario = benchScenario;
-    if (given.settings.empty())
+    }
+    if (given.settings.empty()) {
         given.stopOnFull = true;
+    }
     return given;
 }
 
 void soak(const SessionOptions& options, const SoakLength& length, SoakResult& result) {
     try {
         SoakRun(options, result).run(length);
-    } catch (const Failure&) {
+    } catch (const toolkit::Failure&) {
         result.interrupted = interrupted();
         throw;
     }

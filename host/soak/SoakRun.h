@@ -1,9 +1,9 @@
 #pragma once
 
-#include <limits>
-
 #include "host/session/Session.h"
 #include "host/soak/SoakResult.h"
+
+#include <limits>
 
 namespace host {
 

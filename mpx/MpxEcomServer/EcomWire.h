@@ -53,14 +53,16 @@ inline constexpr std::size_t wordSize = 4;
 using Word = std::array<std::uint8_t, wordSize>;
 
 constexpr void put(std::uint32_t value, std::span<std::uint8_t, wordSize> to) {
-    for (std::size_t i = 0; i < wordSize; ++i)
+    for (std::size_t i = 0; i < wordSize; ++i) {
         to[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
 }
 
 constexpr std::uint32_t get(std::span<const std::uint8_t, wordSize> from) {
     std::uint32_t value = 0;
-    for (std::size_t i = 0; i < wordSize; ++i)
+    for (std::size_t i = 0; i < wordSize; ++i) {
         value |= std::uint32_t{from[i]} << (8 * i);
+    }
     return value;
 }
 

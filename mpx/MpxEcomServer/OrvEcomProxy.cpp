@@ -99,8 +99,9 @@ void OrvEcomProxy::connectServer() {
     } catch (const std::exception&) {
         throw std::runtime_error("failed to create io");
     }
-    if (link->connectTo(serverHost) != MPX_GDB_AGENT::IoOk)
+    if (link->connectTo(serverHost) != MPX_GDB_AGENT::IoOk) {
         fail("MpxEcomProxy: failed to connect to server", "failed to connect to server", link->lastError());
+    }
 }
 
 void OrvEcomProxy::beginTalk() {
@@ -122,14 +123,16 @@ void OrvEcomProxy::startTimer() {
 }
 
 void OrvEcomProxy::terminateServer() noexcept {
-    if (serverPid != 0)
+    if (serverPid != 0) {
         processes.terminate(serverPid);
+    }
     serverPid = 0;
 }
 
 void OrvEcomProxy::closeLink() noexcept {
-    if (link != nullptr)
+    if (link != nullptr) {
         link->closeClient();
+    }
     link.reset();
 }
 

@@ -1,9 +1,8 @@
-#include "mpx/MpxEcomServer/OrvEcomProxy.h"
-
 #include "common/source/source_utilities/uLog.h"
 #include "link/Escape.h"
 #include "link/PacketIo.h"
 #include "mpx/MpxEcomServer/EcomWire.h"
+#include "mpx/MpxEcomServer/OrvEcomProxy.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -33,23 +32,27 @@ void OrvEcomProxy::awaitReply() {
     bool hasEnded = false;
     bool lacksMemory = false;
     while (!receiveBuffer.findByte(MPX_GDB_AGENT::packetEnd, index, searched)) {
-        if (hasEnded)
+        if (hasEnded) {
             fail(disconnectedLine, disconnectedText, "the server's process has ended");
+        }
         hasEnded = serverHasEnded(); // one more read: what it sent before its end is there
         searched = receiveBuffer.length;
         const std::uint32_t result = MPX_GDB_AGENT::readPacket(*link, receiveBuffer, chunkSize, receiveWaitMs);
-        if (result != MPX_GDB_AGENT::IoOk && result != MPX_GDB_AGENT::IoTimeout)
+        if (result != MPX_GDB_AGENT::IoOk && result != MPX_GDB_AGENT::IoTimeout) {
             fail(disconnectedLine, disconnectedText, link->lastError());
-        if (result == MPX_GDB_AGENT::IoOk && receiveBuffer.length == searched)
+        }
+        if (result == MPX_GDB_AGENT::IoOk && receiveBuffer.length == searched) {
             waitForMemory(lacksMemory);
+        }
         dropLateChecksum();
     }
 }
 
 // A buffer that cannot grow leaves the link readable, so that the link's own wait would not last.
 void OrvEcomProxy::waitForMemory(bool& reported) {
-    if (!std::exchange(reported, true))
+    if (!std::exchange(reported, true)) {
         logError("MpxEcomProxy: no memory for the server's reply, trying again");
+    }
     processes.sleep(receiveWaitMs);
 }
 
@@ -82,8 +85,9 @@ void OrvEcomProxy::clearNotes() {
 
 void OrvEcomProxy::parseReplyHead() {
     clearNotes();
-    while (take(receiveBuffer, wire::marker::record))
+    while (take(receiveBuffer, wire::marker::record)) {
         parseRecord();
+    }
     if (take(receiveBuffer, wire::marker::ok)) {
         // The payload is next.
     } else if (take(receiveBuffer, wire::marker::error)) {
@@ -101,45 +105,51 @@ void OrvEcomProxy::takeServerText() {
     receiveBuffer.findByte(MPX_GDB_AGENT::packetEnd, size);
     errorText.write(reinterpret_cast<const char*>(receiveBuffer.unread()), static_cast<std::streamsize>(size));
     receiveBuffer.drop(size);
-    if (errorText.view().empty())
+    if (errorText.view().empty()) {
         note("internal rsp exception");
+    }
 }
 
 void OrvEcomProxy::parseRecord() {
     std::uint32_t type = 0;
     bool done = false;
     if (callback != nullptr && takeWord(type)) {
-        if (type == wire::record::data)
+        if (type == wire::record::data) {
             done = parseDataRecord();
-        else if (type == wire::record::error)
+        } else if (type == wire::record::error) {
             done = parseErrorRecord();
-        else if (type == wire::record::status)
+        } else if (type == wire::record::status) {
             done = parseStatusRecord();
+        }
     }
-    if (!done)
+    if (!done) {
         note("invalid rsp callback response");
+    }
 }
 
 bool OrvEcomProxy::parseDataRecord() {
     std::uint32_t size = 0;
-    if (!takeWord(size))
+    if (!takeWord(size)) {
         return false;
+    }
     if (size > receiveBuffer.length) {
         // Cannot be complete, whatever is escaped in it: no reason to allocate what the server only claims.
         receiveBuffer.drop(receiveBuffer.length);
         return false;
     }
     firstScratch.ensure(size);
-    if (!takeBytes(firstScratch.data(), size))
+    if (!takeBytes(firstScratch.data(), size)) {
         return false;
+    }
     callback->onData(firstScratch.data(), size);
     return true;
 }
 
 bool OrvEcomProxy::parseErrorRecord() {
     std::uint32_t code = 0;
-    if (!takeWord(code) || !takeText(firstScratch) || !takeText(secondScratch))
+    if (!takeWord(code) || !takeText(firstScratch) || !takeText(secondScratch)) {
         return false;
+    }
     callback->onError(code, reinterpret_cast<const char*>(firstScratch.data()),
                       reinterpret_cast<const char*>(secondScratch.data()));
     return true;
@@ -147,8 +157,9 @@ bool OrvEcomProxy::parseErrorRecord() {
 
 bool OrvEcomProxy::parseStatusRecord() {
     std::uint32_t value = 0;
-    if (!takeWord(value))
+    if (!takeWord(value)) {
         return false;
+    }
     callback->onStatus(value);
     return true;
 }
@@ -156,23 +167,26 @@ bool OrvEcomProxy::parseStatusRecord() {
 // A length and that many bytes, which get a NUL.
 bool OrvEcomProxy::takeText(Scratch& scratch) {
     std::uint32_t size = 0;
-    if (!takeWord(size))
+    if (!takeWord(size)) {
         return false;
+    }
     if (size > receiveBuffer.length) {
         receiveBuffer.drop(receiveBuffer.length);
         return false;
     }
     scratch.ensure(std::uint64_t{size} + 1);
-    if (!takeBytes(scratch.data(), size))
+    if (!takeBytes(scratch.data(), size)) {
         return false;
+    }
     scratch.data()[size] = 0;
     return true;
 }
 
 bool OrvEcomProxy::takeWord(std::uint32_t& value) {
     wire::Word word{};
-    if (!takeBytes(word.data(), wire::wordSize))
+    if (!takeBytes(word.data(), wire::wordSize)) {
         return false;
+    }
     value = wire::get(word);
     return true;
 }
@@ -185,8 +199,9 @@ bool OrvEcomProxy::takeBytes(void* to, std::uint32_t count) {
 
 bool OrvEcomProxy::takeAccess(RegisterAccess& access) {
     wire::Access record{};
-    if (!takeBytes(record.data(), wire::accessSize))
+    if (!takeBytes(record.data(), wire::accessSize)) {
         return false;
+    }
     const std::span<const std::uint8_t, wire::accessSize> fields(record);
     access.kind = wire::get(fields.subspan<0, wire::wordSize>());
     access.address = wire::get(fields.subspan<wire::wordSize, wire::wordSize>());
@@ -195,8 +210,9 @@ bool OrvEcomProxy::takeAccess(RegisterAccess& access) {
 }
 
 void OrvEcomProxy::expect(bool decoded) {
-    if (!decoded)
+    if (!decoded) {
         note("invalid rsp response data");
+    }
 }
 
 void OrvEcomProxy::finishReply() {
@@ -205,8 +221,9 @@ void OrvEcomProxy::finishReply() {
     const std::uint32_t present = std::min(receiveBuffer.length, tailSize);
     if (errorText.view().empty()) {
         std::uint8_t next = 0;
-        if (present == 0 || !receiveBuffer.peekByte(0, next) || next != MPX_GDB_AGENT::packetEnd)
+        if (present == 0 || !receiveBuffer.peekByte(0, next) || next != MPX_GDB_AGENT::packetEnd) {
             throw std::runtime_error("invald rsp final response");
+        }
         lateChecksum = tailSize - present;
     }
     receiveBuffer.drop(present);
@@ -218,8 +235,9 @@ void OrvEcomProxy::note(const char* text) {
 }
 
 void OrvEcomProxy::throwNoted() const {
-    if (!errorText.view().empty())
+    if (!errorText.view().empty()) {
         throw std::runtime_error(errorText.str());
+    }
 }
 
 } // namespace VX_QRS::ORV

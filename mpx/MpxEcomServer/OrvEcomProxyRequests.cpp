@@ -1,9 +1,8 @@
-#include "mpx/MpxEcomServer/OrvEcomProxy.h"
-
 #include "common/source/source_utilities/uLog.h"
 #include "link/Escape.h"
 #include "link/PacketIo.h"
 #include "mpx/MpxEcomServer/EcomWire.h"
+#include "mpx/MpxEcomServer/OrvEcomProxy.h"
 #include "mpx/MpxEcomServer/ProxyNames.h"
 
 #include <algorithm>
@@ -19,8 +18,9 @@ namespace {
 constexpr auto nothing = [] {};
 
 void require(bool appended) {
-    if (!appended)
+    if (!appended) {
         throw std::runtime_error("internal error allocating buffer");
+    }
 }
 
 } // namespace
@@ -93,8 +93,9 @@ void OrvEcomProxy::write(const RegisterAccess* list, std::uint32_t count) {
 DataClient::Channel* OrvEcomProxy::openChannel(std::uint32_t bufferSize, std::uint32_t mode, Callback* receiver) {
     logEntry(proxySourceName, "OrvEcomProxy::openChannel");
     const uMutexLock locked(mutex);
-    if (callback != nullptr)
+    if (callback != nullptr) {
         throw std::runtime_error("internal channel open error");
+    }
     // Set ahead of the request: records may come in front of its reply already.
     callback = receiver;
     const auto arguments = [&] {
@@ -108,8 +109,9 @@ DataClient::Channel* OrvEcomProxy::openChannel(std::uint32_t bufferSize, std::ui
 void OrvEcomProxy::closeChannel(DataClient::Channel*) {
     logEntry(proxySourceName, "OrvEcomProxy::closeChannel");
     const uMutexLock locked(mutex);
-    if (callback == nullptr)
+    if (callback == nullptr) {
         return;
+    }
     transact(wire::command::closeChannel, nothing, nothing);
     callback = nullptr;
 }
@@ -120,8 +122,7 @@ void OrvEcomProxy::start() {
 
 void OrvEcomProxy::status(std::uint32_t* ready) {
     logEntry(proxySourceName, "OrvEcomProxy::status");
-    transact(
-        wire::command::status, [&] { appendWord(*ready); }, [&] { expect(takeWord(*ready)); });
+    transact(wire::command::status, [&] { appendWord(*ready); }, [&] { expect(takeWord(*ready)); });
 }
 
 void OrvEcomProxy::peek(std::uint32_t first, std::uint32_t second, void* data, std::uint32_t* size) {
@@ -145,8 +146,7 @@ void OrvEcomProxy::stop() {
 
 void OrvEcomProxy::request(std::uint32_t count) {
     logEntry(proxySourceName, "OrvEcomProxy::request");
-    transact(
-        wire::command::request, [&] { appendWord(count); }, nothing);
+    transact(wire::command::request, [&] { appendWord(count); }, nothing);
 }
 
 void OrvEcomProxy::cancel() {
@@ -205,8 +205,9 @@ void OrvEcomProxy::appendPointerStorage(const void* pointer, std::uint32_t count
     std::array<std::uint8_t, 256> block{};
     const auto value = reinterpret_cast<std::uintptr_t>(pointer);
     constexpr std::uint32_t pointerSize = 8;
-    for (std::uint32_t i = 0; i < pointerSize && i < sizeof value; ++i)
+    for (std::uint32_t i = 0; i < pointerSize && i < sizeof value; ++i) {
         block[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    }
     std::uint32_t part = std::min(count, pointerSize);
     appendBytes(block.data(), part);
     block.fill(0);
@@ -230,8 +231,9 @@ void OrvEcomProxy::sendRequest() {
 // The line of the log is followed by one for the reason, where that is known.
 void OrvEcomProxy::fail(const char* line, const char* text, const char* reason) {
     logError("%s", line);
-    if (*reason != '\0')
+    if (*reason != '\0') {
         logError("MpxEcomProxy: reason: %s", reason);
+    }
     throw std::runtime_error(text);
 }
 

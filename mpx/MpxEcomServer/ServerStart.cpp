@@ -36,8 +36,9 @@ public:
     Attempt(const Attempt&) = delete;
     Attempt& operator=(const Attempt&) = delete;
     ~Attempt() {
-        if (id != 0)
+        if (id != 0) {
             processes.terminate(id);
+        }
     }
 
     std::uint32_t process() const { return id; }

@@ -37,22 +37,26 @@ public:
     /// The parts in their order; this text itself may be one of them. Null parts add nothing.
     void assign(std::initializer_list<const char*> parts) noexcept {
         std::size_t length = 0;
-        for (const char* part : parts)
+        for (const char* part : parts) {
             length += part != nullptr ? std::strlen(part) : 0;
+        }
         char shortened[localSize];
         char* const whole = length < localSize ? nullptr : new (std::nothrow) char[length + 1];
         char* const target = whole != nullptr ? whole : shortened;
         const std::size_t space = whole != nullptr ? length : localSize - 1;
         std::size_t used = 0;
         for (const char* part : parts) {
-            for (; part != nullptr && *part != '\0' && used < space; ++part)
+            for (; part != nullptr && *part != '\0' && used < space; ++part) {
                 target[used++] = *part;
+            }
         }
         target[used] = '\0';
-        if (used < length)
+        if (used < length) {
             std::memcpy(target + used - ellipsisLength, "...", ellipsisLength);
-        if (whole == nullptr)
+        }
+        if (whole == nullptr) {
             std::memcpy(local, shortened, used + 1);
+        }
         delete[] allocated;
         allocated = whole;
     }
@@ -112,8 +116,9 @@ public:
         }
     }
     void PushText(const char* text) override {
-        if (text != nullptr)
+        if (text != nullptr) {
             errorText.assign({text, errorText.empty() ? nullptr : " : ", errorText.c_str()});
+        }
     }
     // Hosts look this one up in the library by name, so it keeps default visibility.
     __attribute__((visibility("default"))) void Delete() override;

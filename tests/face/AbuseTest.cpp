@@ -53,8 +53,9 @@ protected:
         attempt([&] { channel->GetUserConfiguration(name); });
         attempt([&] { channel->SetConfiguration(name); });
         attempt([&] { channel->LoadFile(name); });
-        for (const unsigned format : {1U, 3U})
+        for (const unsigned format : {1U, 3U}) {
             attempt([&] { channel->SaveFile(text, format); });
+        }
         attempt([&] { receiver->GetChannelDriverForCpuName(name); });
         attempt([&] { receiver->GetDataSourceForCpuName(name); });
         attempt([&] { receiver->GetTotalNumPins(name); });
@@ -73,8 +74,9 @@ protected:
         attempt([&] { channel->SeekReadTraceData(0xFFFFFFFF, 1, &sample, &number); });
         attempt([&] { channel->SeekReadTraceData(0xFFFFFFFF, 0xFFFFFFFF, &sample, &number); });
         for (const std::string& path : {std::string(), std::string(longName, 'x'), raw}) {
-            for (const unsigned format : {0U, 2U, 0xFFFFFFFFU})
+            for (const unsigned format : {0U, 2U, 0xFFFFFFFFU}) {
                 attempt([&] { channel->SaveFile(path, format); });
+            }
         }
     }
 

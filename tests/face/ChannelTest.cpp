@@ -52,8 +52,9 @@ TEST_F(ChannelFace, GoesTheWholeRoadOfARecording) {
             int percent = 0;
             std::string text;
             channel->GetProgress(&first, &percent, &text);
-            if (text == "Kite R2 Trace - Calibration in progress" && percent >= 0 && percent <= 100)
+            if (text == "Kite R2 Trace - Calibration in progress" && percent >= 0 && percent <= 100) {
                 seen = true;
+            }
         }
     });
     configure({{"num_pins", "4"}, {"bufsize_current", "2"}});
@@ -140,8 +141,9 @@ TEST_F(ChannelFace, SavesNothingWhereItMust) {
 
     const std::string samples = attribute("file") + ".bin";
     const std::string before = readBytes(samples);
-    for (const unsigned format : {0U, 2U})
+    for (const unsigned format : {0U, 2U}) {
         EXPECT_THAT(failureOf([&] { channel->SaveFile(samples, format); }), testing::StartsWith(notOpened));
+    }
     EXPECT_TRUE(readBytes(samples) == before) << "the recording itself is no target";
 }
 
@@ -173,8 +175,9 @@ TEST_F(ChannelFace, AnswersTheFrameworksQuestions) {
     expect("Trace Clock Select List 0", 6,
            count == 1 ? clocks.substr(0, clocks.size() - 1) : clocks.substr(0, clocks.find(',')));
     for (const char* name :
-         {"Device Clock Frequency", "Timing Clock Frequency", "Trace Clock Frequency", "Trace Data Frequency"})
+         {"Device Clock Frequency", "Timing Clock Frequency", "Trace Clock Frequency", "Trace Data Frequency"}) {
         EXPECT_GT(std::stod(attribute(name)), 1e6) << name;
+    }
     EXPECT_EQ(attribute("Timing Clock Frequency"), attribute("Trace Clock Frequency"));
     EXPECT_EQ(failureOf([&] { attribute("Trace Clock Select List 1000"); }), "error(2): operation failed");
     EXPECT_EQ(failureOf([&] { attribute("Trace Pin-out Select List "); }), "error(2): invalid variable name : pinMaps");

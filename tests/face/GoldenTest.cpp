@@ -22,14 +22,16 @@ bool sameWithinASample(const std::string& is, const std::string& ought) {
         std::vector<int> values;
         for (std::sregex_iterator field(line.begin(), line.end(), measured), end; field != end; ++field) {
             const std::string text = field->str();
-            for (std::sregex_iterator one(text.begin(), text.end(), number); one != end; ++one)
+            for (std::sregex_iterator one(text.begin(), text.end(), number); one != end; ++one) {
                 values.push_back(std::stoi(one->str()));
+            }
         }
         return values;
     };
     const std::string blank = "$1=";
-    if (std::regex_replace(is, measured, blank) != std::regex_replace(ought, measured, blank))
+    if (std::regex_replace(is, measured, blank) != std::regex_replace(ought, measured, blank)) {
         return false;
+    }
     const std::vector<int> left = fields(is);
     const std::vector<int> right = fields(ought);
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
@@ -44,8 +46,9 @@ void compare(const std::string& name, const std::string& text) {
     }
     const std::string expected = readBytes(golden);
     ASSERT_FALSE(expected.empty()) << golden;
-    if (text == expected)
+    if (text == expected) {
         return;
+    }
     std::istringstream is(text);
     std::istringstream ought(expected);
     std::string isLine;
@@ -76,8 +79,9 @@ std::string withPlainLineEnds(const std::string& bytes) {
 }
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
-    for (std::size_t place = text.find(from); place != std::string::npos; place = text.find(from, place + to.size()))
+    for (std::size_t place = text.find(from); place != std::string::npos; place = text.find(from, place + to.size())) {
         text.replace(place, from.size(), to);
+    }
 }
 
 class GoldenFace : public FaceTest {
@@ -102,8 +106,9 @@ protected:
         std::replace(line.begin(), line.end(), '\\', '/');
         replaceAll(line, space.programs().generic_string(), "<programs>");
         replaceAll(line, space.file("").parent_path().generic_string(), "<run>");
-        for (const auto& [pattern, text] : masks)
+        for (const auto& [pattern, text] : masks) {
             line = std::regex_replace(line, pattern, text);
+        }
         return line;
     }
 
@@ -113,8 +118,9 @@ protected:
         std::vector<std::string> later;
         bool collecting = false;
         const auto flush = [&] {
-            for (const std::string& line : later)
+            for (const std::string& line : later) {
                 text += line + "\n";
+            }
             later.clear();
             collecting = false;
         };
@@ -124,8 +130,9 @@ protected:
                 collecting = line.ends_with("starting collection thread");
             } else if (line.find("ORV Receiver : StartRecording ") != std::string::npos) {
                 text += line + "\n";
-                if (line.ends_with("success"))
+                if (line.ends_with("success")) {
                     flush();
+                }
             } else {
                 later.push_back(line);
             }
@@ -179,11 +186,13 @@ TEST_F(GoldenFace, TheLogOfAWholeRecording) {
     std::vector<std::string> lines;
     for (std::string line; std::getline(in, line);) {
         // A create that met a server which did not listen yet was made again.
-        if (line.ends_with("on entry g_refCnt=0"))
+        if (line.ends_with("on entry g_refCnt=0")) {
             lines.resize(std::min<std::size_t>(lines.size(), 2));
+        }
         // Whether there is a server already is not this test's business: one of the last run may be about to end.
-        if (line.find("MpxEcomProxy: starting server") == std::string::npos)
+        if (line.find("MpxEcomProxy: starting server") == std::string::npos) {
             lines.push_back(masked(line));
+        }
     }
     compare("recording.log", inOneOrder(lines));
 }

@@ -61,16 +61,18 @@ RunSpace::RunSpace() {
 }
 
 RunSpace::~RunSpace() {
-    if (!getVariable("ORV_KEEP_RUNS").empty())
+    if (!getVariable("ORV_KEEP_RUNS").empty()) {
         return;
+    }
     std::error_code none;
     fs::remove_all(folder, none);
 }
 
 fs::path RunSpace::log() const {
     for (const auto& entry : fs::directory_iterator(folder / ".VX-trace")) {
-        if (entry.path().filename().string().rfind("vx_trace_log_", 0) == 0)
+        if (entry.path().filename().string().rfind("vx_trace_log_", 0) == 0) {
             return entry.path();
+        }
     }
     return {};
 }
@@ -101,8 +103,9 @@ void FaceTest::create(const std::string& scenario) {
     space.useScenario(scenario);
     // On a busy machine the server's process can be seen before it listens, which shows as a quick refusal.
     std::string failure;
-    for (unsigned attempt = 0; attempt != attempts && receiver == nullptr; ++attempt)
+    for (unsigned attempt = 0; attempt != attempts && receiver == nullptr; ++attempt) {
         failure = failureOf([this] { receiver = createRcvr(); });
+    }
     ASSERT_NE(receiver, nullptr) << failure;
 }
 
@@ -115,11 +118,13 @@ void FaceTest::allocate(const char* cpu) {
 
 void FaceTest::destroy() {
     channel = nullptr;
-    if (receiver != nullptr)
+    if (receiver != nullptr) {
         destroyRcvr(receiver);
+    }
     receiver = nullptr;
-    if (xmtr != nullptr)
+    if (xmtr != nullptr) {
         destroyXmtr(xmtr);
+    }
     xmtr = nullptr;
 }
 
@@ -161,8 +166,9 @@ std::string FaceTest::attribute(const std::string& name) {
 }
 
 void FaceTest::waitFor(const std::string& part) {
-    while (status().text.find(part) == std::string::npos)
+    while (status().text.find(part) == std::string::npos) {
         std::this_thread::sleep_for(pollInterval);
+    }
 }
 
 void FaceTest::recordUntilFull() {

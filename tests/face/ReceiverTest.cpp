@@ -138,8 +138,9 @@ TEST_F(ReceiverFace, AModifiedJobStartsTheRecordingAnew) {
     const auto count = [this](const char* text) {
         const std::string log = readBytes(space.log());
         int found = 0;
-        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
+        for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
             ++found;
+        }
         return found;
     };
     constexpr const char* started = "starting collection thread";

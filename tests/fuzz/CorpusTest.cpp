@@ -30,14 +30,16 @@ std::vector<Bytes> corpus(const char* target) {
 TEST(FuzzCorpus, EveryReplyKeptEndsInAKnownWay) {
     const auto inputs = corpus("replies");
     EXPECT_GE(inputs.size(), 40u);
-    for (const Bytes& input : inputs)
+    for (const Bytes& input : inputs) {
         fuzz::replies(input);
+    }
 }
 
 TEST(FuzzCorpus, EveryReplyKeptCutAtEachByteEndsInAKnownWay) {
     for (const Bytes& input : corpus("replies")) {
-        for (std::size_t size = 0; size < input.size(); ++size)
+        for (std::size_t size = 0; size < input.size(); ++size) {
             fuzz::replies({input.data(), size});
+        }
     }
 }
 
@@ -54,8 +56,9 @@ TEST(FuzzCorpus, EveryOperationKeptGivesWhatTheModelGives) {
     const auto inputs = corpus("packetBuffer");
     EXPECT_GE(inputs.size(), 6u);
     for (const Bytes& input : inputs) {
-        for (std::size_t size = 0; size <= input.size(); ++size)
+        for (std::size_t size = 0; size <= input.size(); ++size) {
             fuzz::packetBuffer({input.data(), size});
+        }
     }
 }
 
@@ -63,8 +66,9 @@ TEST(FuzzCorpus, EveryScenarioKeptCutAtEachByteIsReadOrRefused) {
     const auto inputs = corpus("scenario");
     EXPECT_GE(inputs.size(), 18u);
     for (const Bytes& input : inputs) {
-        for (std::size_t size = 0; size <= input.size(); ++size)
+        for (std::size_t size = 0; size <= input.size(); ++size) {
             fuzz::scenario({input.data(), size});
+        }
     }
 }
 
@@ -74,8 +78,9 @@ TEST(FuzzCorpus, KeptScenariosWithSomeBytesChangedAreReadOrRefused) {
     const auto inputs = corpus("scenario");
     for (int round = 0; round < 20000; ++round) {
         Bytes input = inputs[generator() % inputs.size()];
-        for (auto changes = 1 + generator() % 6; changes != 0 && !input.empty(); --changes)
+        for (auto changes = 1 + generator() % 6; changes != 0 && !input.empty(); --changes) {
             input[generator() % input.size()] = special[generator() % special.size()];
+        }
         fuzz::scenario(input);
     }
 }
@@ -85,8 +90,9 @@ TEST(FuzzCorpus, KeptRepliesWithSomeBytesChangedEndInAKnownWay) {
     const auto inputs = corpus("replies");
     for (int round = 0; round < 20000; ++round) {
         Bytes input = inputs[generator() % inputs.size()];
-        for (auto changes = 1 + generator() % 4; changes != 0 && !input.empty(); --changes)
+        for (auto changes = 1 + generator() % 4; changes != 0 && !input.empty(); --changes) {
             input[generator() % input.size()] = static_cast<std::uint8_t>(generator());
+        }
         fuzz::replies(input);
     }
 }
@@ -97,9 +103,10 @@ TEST(FuzzCorpus, RandomOperationsGiveWhatTheModelGives) {
     for (int round = 0; round < 5000; ++round) {
         Bytes input(generator() % 400);
         // Bytes that mean something in the framing are more frequent than by chance.
-        for (std::uint8_t& byte : input)
+        for (std::uint8_t& byte : input) {
             byte =
                 generator() % 8 == 0 ? special[generator() % special.size()] : static_cast<std::uint8_t>(generator());
+        }
         fuzz::packetBuffer(input);
     }
 }

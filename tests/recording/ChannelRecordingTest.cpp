@@ -95,8 +95,9 @@ TEST(Status, IsPolledFromTwoThreadsOverRecordingsOfEveryEnd) {
     std::thread second(poll);
     for (unsigned i = 0; i < 20; ++i) {
         session.channel->start(false);
-        if (i % 2 == 0)
+        if (i % 2 == 0) {
             session.channel->stop();
+        }
         session.waitUntilDone();
     }
     ending = true;

@@ -19,8 +19,9 @@ ChannelSession::ChannelSession(const Target& chosen, const std::string& lines)
             }
         },
         [&] { return frontEnd == nullptr; });
-    if (frontEnd == nullptr)
+    if (frontEnd == nullptr) {
         throw std::runtime_error("no data server");
+    }
     channel = another();
     const std::string path = bench.folder.file("props.txt");
     test_support::writeText(path, "[Global]\norv=bench\n[Channel 0]\nfile=" + stem() + "\npinMap=0,1,2,3,4\n" + lines);

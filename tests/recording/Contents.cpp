@@ -1,11 +1,11 @@
 #include "tests/recording/Contents.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <array>
 #include <fstream>
 #include <span>
-
-#include <nlohmann/json.hpp>
 
 namespace recording_test {
 
@@ -64,17 +64,20 @@ bench::ContentPointer generated() {
 std::optional<Contents> lastContents(const std::string& benchFolder) {
     std::ifstream in(benchFolder + "/contents.jsonl");
     std::string last;
-    for (std::string line; std::getline(in, line);)
+    for (std::string line; std::getline(in, line);) {
         last = line;
-    if (last.empty())
+    }
+    if (last.empty()) {
         return std::nullopt;
+    }
     const auto json = nlohmann::json::parse(last);
     Contents one;
     one.packets = json.at("framing") == "packets";
     one.blocksOverwritten = json.at("blocks_overwritten");
     one.blocks = json.at("blocks");
-    for (const auto& run : json.at("runs"))
+    for (const auto& run : json.at("runs")) {
         one.runs.push_back({run.at("first_word"), run.at("words")});
+    }
     return one;
 }
 
@@ -89,8 +92,9 @@ std::string expectedFile(const Contents& contents, const Sent& sent) {
         const std::vector<std::uint16_t> more = wordsOnTheWire(sent, run.firstWord + left, run.words - left);
         words.insert(words.end(), more.begin(), more.end());
         // A sequence that is cut in front of its further word would be taken for a whole one; its mark is left out.
-        if (sent.syncEvery != 0 && !more.empty() && phaseOf(sent, run.firstWord + run.words) == furtherWord)
+        if (sent.syncEvery != 0 && !more.empty() && phaseOf(sent, run.firstWord + run.words) == furtherWord) {
             words.back() = 0;
+        }
     }
     const std::uint64_t taken = words.size();
     words.resize(contents.blocks * blockWords, 0);
@@ -98,18 +102,21 @@ std::string expectedFile(const Contents& contents, const Sent& sent) {
     file.reserve(contents.blocks * blockBytes);
     for (std::uint64_t at = 0; at < words.size(); ++at) {
         append(file, words[at]);
-        if (contents.packets && at % payloadWords == payloadWords - 1)
+        if (contents.packets && at % payloadWords == payloadWords - 1) {
             append(file, at + 1 - payloadWords < taken ? 0x08FF : 0x10FF);
+        }
     }
     return file;
 }
 
 std::string difference(const std::string& file, const std::string& expected, bool prefix) {
-    if (file.size() != expected.size() && (!prefix || file.size() > expected.size()))
+    if (file.size() != expected.size() && (!prefix || file.size() > expected.size())) {
         return "the file has " + std::to_string(file.size()) + " bytes instead of " + std::to_string(expected.size());
+    }
     const auto found = std::mismatch(file.begin(), file.end(), expected.begin());
-    if (found.first == file.end())
+    if (found.first == file.end()) {
         return {};
+    }
     return "the file differs from byte " + std::to_string(found.first - file.begin()) + " of " +
            std::to_string(file.size()) + " on";
 }

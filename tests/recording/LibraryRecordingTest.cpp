@@ -19,8 +19,9 @@ constexpr std::size_t block = 16384;
 std::string noise(std::size_t size) {
     std::mt19937 source(20240229);
     std::string bytes(size, '\0');
-    for (char& byte : bytes)
+    for (char& byte : bytes) {
         byte = static_cast<char>(source() & 0xFF);
+    }
     return bytes;
 }
 
@@ -194,8 +195,9 @@ TEST(ManyRecordings, TwoHundredFollowEachOther) {
     session.configure(9);
     for (unsigned i = 0; i < 200; ++i) {
         session.start();
-        if (i % 4 == 0)
+        if (i % 4 == 0) {
             session.waitForBytes(block);
+        }
         session.stop();
         ASSERT_EQ(session.finish(), "Stopped by user : upload complete") << i;
         const std::string differs = session.differenceFromSent();
@@ -207,11 +209,13 @@ TEST(SeveralChannels, ComeAndGoBesideAnOpenOne) {
     LibrarySession session(Target{});
     session.configure(0);
     std::vector<Vx::Qrs::Trace::CChannelDriver*> others;
-    for (unsigned i = 1; i < 4; ++i)
+    for (unsigned i = 1; i < 4; ++i) {
         others.push_back(session.receiver->AllocateChannel("bench/app", session.transmitter(), i, 0));
+    }
     EXPECT_EQ(session.receiver->GetNumAttachedCpus(), 4u);
-    for (auto* other : others)
+    for (auto* other : others) {
         session.receiver->ReleaseChannel(other);
+    }
     EXPECT_EQ(session.receiver->GetNumAttachedCpus(), 1u);
     session.start();
     EXPECT_EQ(session.finish(), "Stopped by buffer full : upload complete");
@@ -245,8 +249,9 @@ TEST(Polling, FromTwoThreadsDisturbsNothing) {
     });
     for (unsigned i = 0; i < 10; ++i) {
         session.start();
-        if (i % 2 == 0)
+        if (i % 2 == 0) {
             session.stop();
+        }
         EXPECT_THAT(session.finish(), HasSubstr("upload complete"));
     }
     ending = true;

@@ -18,24 +18,29 @@ constexpr const char* cpu = "bench/app";
 } // namespace
 
 LibrarySession::LibrarySession(const Target& chosen) : bench(chosen), target(chosen) {
-    if (!library.FindAndLoad("OrvRcvr"))
+    if (!library.FindAndLoad("OrvRcvr")) {
         throw std::runtime_error(library.GetLastErrorText());
+    }
     std::string error;
     untilServerListens(
         [&] { error = errorOf([&] { receiver = symbol<CreateRcvrFunction>(library, "CreateRcvr")(); }); },
         [&] { return error.find("failed to connect to data server") != std::string::npos; });
-    if (receiver == nullptr)
+    if (receiver == nullptr) {
         throw std::runtime_error(error);
+    }
     channel = receiver->AllocateChannel(cpu, xmtr.object, 0, 0);
-    if (channel == nullptr)
+    if (channel == nullptr) {
         throw std::runtime_error("the receiver gives no channel");
+    }
 }
 
 LibrarySession::~LibrarySession() {
-    if (channel != nullptr)
+    if (channel != nullptr) {
         receiver->ReleaseChannel(channel);
-    if (receiver != nullptr)
+    }
+    if (receiver != nullptr) {
         symbol<DestroyRcvrFunction>(library, "DestroyRcvr")(receiver);
+    }
 }
 
 void LibrarySession::configure(unsigned buffer, bool stopOnFull) {
@@ -50,14 +55,16 @@ void LibrarySession::configure(unsigned buffer, bool stopOnFull) {
                                           std::to_string(buffer) + "</bufsize_current>\n\t<drm_xmtr>" + target.kind +
                                           "</drm_xmtr>\n\t<start_port>0</start_port>\n</CHANNEL-SETUP>\n");
     const std::string error = errorOf([&] { channel->SetConfiguration(settings.c_str()); });
-    if (!error.empty())
+    if (!error.empty()) {
         throw std::runtime_error(error);
+    }
 }
 
 void LibrarySession::start() {
     const std::string error = errorOf([&] { channel->StartRecording(false); });
-    if (!error.empty())
+    if (!error.empty()) {
         throw std::runtime_error(error);
+    }
 }
 
 void LibrarySession::stop() {
@@ -76,8 +83,9 @@ std::string LibrarySession::finish() {
 ChannelStatus LibrarySession::status() {
     ChannelStatus now;
     const std::string error = errorOf([&] { channel->GetChannelStatus(&now); });
-    if (!error.empty())
+    if (!error.empty()) {
         now.text = error;
+    }
     return now;
 }
 
@@ -102,8 +110,9 @@ std::string LibrarySession::stem() const {
 
 std::string LibrarySession::differenceFromSent(bool prefix) const {
     const auto contents = lastContents(bench.benchFolder());
-    if (!contents)
+    if (!contents) {
         return "the bench knows of no recording";
+    }
     const Sent sent{target.play.empty() ? generated() : played(target.play),
                     std::string(target.kind) == "pti" ? 64u : 0u};
     return difference(file(), expectedFile(*contents, sent), prefix);

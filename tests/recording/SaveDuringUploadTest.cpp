@@ -59,8 +59,9 @@ TEST_F(SaveDuringUpload, FromASecondThreadHoldsEveryByte) {
             EXPECT_EQ(save(format), "");
             ended = true;
         });
-        while (!ended)
+        while (!ended) {
             EXPECT_NE(session.status().text, "");
+        }
         saving.join();
         expectWhole(format);
     }

@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // Boards with a fault each: calibrated on the bench as a user does, then shown to the doctor.
 
@@ -28,8 +28,9 @@ public:
     std::filesystem::path data() const { return space.file("run") / ".VX-trace" / "data"; }
     std::vector<std::string> kinds() const {
         std::vector<std::string> found;
-        for (const auto& finding : doctor.json.at("findings"))
+        for (const auto& finding : doctor.json.at("findings")) {
             found.push_back(finding.at("kind"));
+        }
         return found;
     }
     std::string page() const { return readBytes(space.file("run") / "board.report.html"); }
@@ -71,10 +72,11 @@ TEST(DoctorOn, SwappedPinsOfAPatternThatIsTheSameOnAll) {
     EXPECT_EQ(board.calibration.code, 0) << "the receiver does not look at the words";
     EXPECT_THAT(board.kinds(), Not(Contains("pins-shorted")));
     // By the burst of the moment the alignment ends half a period off, or right, and then there is nothing to see.
-    if (board.doctor.code == 0)
+    if (board.doctor.code == 0) {
         EXPECT_THAT(board.doctor.output, HasSubstr("all of them fit the pattern f0"));
-    else
+    } else {
         EXPECT_THAT(board.doctor.output, HasSubstr("A wire that is swapped with another's would look like this, too"));
+    }
 }
 
 TEST(DoctorOn, ATransmitterThatFails) {
@@ -99,8 +101,9 @@ TEST(DoctorOn, FilesThatAreTooFewToJudgeBy) {
     EXPECT_EQ(board.doctor.json.at("judged"), true);
     for (const auto& entry : std::filesystem::directory_iterator(board.data())) {
         const std::string name = entry.path().filename().string();
-        if (name.ends_with(".cap.txt") || name.ends_with(".ver"))
+        if (name.ends_with(".cap.txt") || name.ends_with(".ver")) {
             std::filesystem::remove(entry.path());
+        }
     }
     const Outcome text = board.space.run({"doctor", board.run()});
     EXPECT_EQ(text.code, 3);

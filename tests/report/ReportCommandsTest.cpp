@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // A run on the bench, and what the three commands make of its files. One run of each kind serves all tests.
 

@@ -1,5 +1,7 @@
 #include "tests/road/Orvtrace.h"
 
+#include "tests/road/Shell.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -8,8 +10,6 @@
 #include <regex>
 #include <sstream>
 
-#include "tests/road/Shell.h"
-
 namespace fs = std::filesystem;
 
 RunSpace::RunSpace(const std::string& name) {
@@ -17,14 +17,16 @@ RunSpace::RunSpace(const std::string& name) {
     const auto now = std::chrono::system_clock::now().time_since_epoch().count();
     whole = fs::temp_directory_path() / ("orv-road-" + std::to_string(now) + "-" + std::to_string(next++));
     folder = whole;
-    if (!name.empty())
-        folder = startFolder = whole / host::filePath(name);
+    if (!name.empty()) {
+        folder = startFolder = whole / toolkit::filePath(name);
+    }
     fs::create_directories(folder);
 }
 
 RunSpace::~RunSpace() {
-    if (std::getenv("ORV_KEEP_RUNS") != nullptr)
+    if (std::getenv("ORV_KEEP_RUNS") != nullptr) {
         return;
+    }
     std::error_code ignored;
     fs::remove_all(whole, ignored);
 }
@@ -76,8 +78,9 @@ fs::path copyOfInstallation(const fs::path& target, const std::string& missing) 
                              "OrvDataSource", "mpx_ecom_server", "orvtrace", "devices"}) {
         for (const auto& entry : fs::directory_iterator(source)) {
             const fs::path file = entry.path();
-            if (file.stem() == stem && stem != missing && entry.is_regular_file())
+            if (file.stem() == stem && stem != missing && entry.is_regular_file()) {
                 fs::copy_file(file, target / file.filename());
+            }
         }
     }
     fs::copy(source / "scenarios", target / "scenarios", fs::copy_options::recursive);
@@ -95,8 +98,9 @@ std::string withoutProgress(const std::string& errors) {
     std::string rest;
     std::istringstream in(errors);
     for (std::string line; std::getline(in, line);) {
-        if (!std::regex_match(line, progress))
+        if (!std::regex_match(line, progress)) {
             rest += line + "\n";
+        }
     }
     return rest;
 }
@@ -109,8 +113,9 @@ std::string readBytes(const fs::path& file) {
 std::vector<nlohmann::json> truthOf(const Outcome& run) {
     std::vector<nlohmann::json> all;
     std::istringstream in(
-        readBytes(host::filePath(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
-    for (std::string line; std::getline(in, line);)
+        readBytes(toolkit::filePath(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
+    for (std::string line; std::getline(in, line);) {
         all.push_back(nlohmann::json::parse(line));
+    }
     return all;
 }

@@ -1,14 +1,14 @@
 #pragma once
 
+#include "tests/road/Shell.h"
+#include "toolkit/FilePath.h"
+
+#include <nlohmann/json.hpp>
+
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
-
-#include <nlohmann/json.hpp>
-
-#include "host/basics/FilePath.h"
-#include "tests/road/Shell.h"
 
 /// What one run of orvtrace gave.
 struct Outcome {
@@ -28,7 +28,7 @@ public:
     RunSpace(const RunSpace&) = delete;
     RunSpace& operator=(const RunSpace&) = delete;
 
-    std::filesystem::path file(const std::string& name) const { return folder / host::filePath(name); }
+    std::filesystem::path file(const std::string& name) const { return folder / toolkit::filePath(name); }
     std::filesystem::path write(const std::string& name, const std::string& bytes) const;
     /// Runs orvtrace, or a copy of it.
     Outcome run(const std::vector<std::string>& arguments, const std::filesystem::path& program = {}) const;

@@ -25,8 +25,9 @@ std::string pairsOf(std::string_view text) {
     std::string bytes;
     while (isPair(text.substr(0, 2)) && (text.size() == 2 || text[2] == ' ')) {
         bytes += static_cast<char>(std::stoi(std::string(text.substr(0, 2)), nullptr, 16));
-        if (text.size() < 4 || text[3] == ' ')
+        if (text.size() < 4 || text[3] == ' ') {
             break;
+        }
         text.remove_prefix(3);
     }
     return bytes;
@@ -37,8 +38,9 @@ std::string pairsOf(std::string_view text) {
 std::string exampleOf(const std::string& document, const std::string& name) {
     const std::string mark = "<!-- test: " + name + " -->";
     const std::size_t at = document.find(mark);
-    if (at == std::string::npos)
+    if (at == std::string::npos) {
         return {};
+    }
     std::istringstream in(document.substr(at + mark.size()));
     std::string block;
     std::string empty;
@@ -70,10 +72,12 @@ std::vector<HexLine> hexLinesOf(const std::string& block) {
             parsed.head = line.substr(0, end);
             begin = line.find_first_not_of(' ', end);
         }
-        if (begin != std::string::npos)
+        if (begin != std::string::npos) {
             parsed.bytes = pairsOf(std::string_view(line).substr(begin));
-        if (!parsed.bytes.empty())
+        }
+        if (!parsed.bytes.empty()) {
             lines.push_back(parsed);
+        }
     }
     return lines;
 }
@@ -82,10 +86,11 @@ std::vector<Section> sectionsOf(const std::string& document, const std::string& 
     std::vector<Section> sections;
     std::istringstream in(document);
     for (std::string line; std::getline(in, line);) {
-        if (line.starts_with(marks + " "))
+        if (line.starts_with(marks + " ")) {
             sections.push_back({line.substr(marks.size() + 1), ""});
-        else if (!sections.empty())
+        } else if (!sections.empty()) {
             sections.back().text += line + "\n";
+        }
     }
     return sections;
 }
@@ -94,8 +99,9 @@ std::string indentedOf(const std::string& text) {
     std::string block;
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) {
-        if (line.starts_with(indentation))
+        if (line.starts_with(indentation)) {
             block += line.substr(indentation.size()) + "\n";
+        }
     }
     return block;
 }
@@ -106,16 +112,19 @@ std::vector<std::vector<std::string>> tableOf(const std::string& text) {
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         if (!line.starts_with("|")) {
-            if (number != 0)
+            if (number != 0) {
                 break;
+            }
             continue;
         }
-        if (++number <= 2)
+        if (++number <= 2) {
             continue;
+        }
         std::vector<std::string> cells;
         std::istringstream cellsIn(line.substr(1));
-        for (std::string cell; std::getline(cellsIn, cell, '|');)
+        for (std::string cell; std::getline(cellsIn, cell, '|');) {
             cells.push_back(trimmed(cell));
+        }
         rows.push_back(cells);
     }
     return rows;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "tests/tree/SourceTree.h"
+
+#include <gtest/gtest.h>
 
 namespace tree {
 

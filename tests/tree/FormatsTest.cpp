@@ -1,3 +1,18 @@
+#include "bench/server/TruthFile.h"
+#include "bench/siblings/DeviceDatabase.h"
+#include "client/Pattern.h"
+#include "client/frontend/Registers.h"
+#include "client/patterns/PatternVerifier.h"
+#include "common/source/source_utilities/uLog.h"
+#include "diagnosis/files/BurstFile.h"
+#include "diagnosis/files/CalFile.h"
+#include "pinmap/TracePinMapper.h"
+#include "rcvr/PropertiesText.h"
+#include "rcvr/SettingsFile.h"
+#include "tdf/TdfFile.h"
+#include "tests/support/scratch/TemporaryFolder.h"
+#include "tests/tree/Examples.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,21 +25,6 @@
 #include <regex>
 #include <set>
 #include <sstream>
-
-#include "bench/server/TruthFile.h"
-#include "bench/siblings/DeviceDatabase.h"
-#include "client/Pattern.h"
-#include "client/frontend/Registers.h"
-#include "client/patterns/PatternVerifier.h"
-#include "common/source/source_utilities/uLog.h"
-#include "host/diagnostics/BurstFile.h"
-#include "host/diagnostics/CalFile.h"
-#include "pinmap/TracePinMapper.h"
-#include "rcvr/PropertiesText.h"
-#include "rcvr/SettingsFile.h"
-#include "tdf/TdfFile.h"
-#include "tests/support/scratch/TemporaryFolder.h"
-#include "tests/tree/Examples.h"
 
 // The examples of the pages on formats, against the code that writes and reads these formats.
 
@@ -50,8 +50,9 @@ std::string example(const std::string& name) {
 std::vector<std::uint16_t> wordsOf(const std::string& text) {
     std::vector<std::uint16_t> words;
     std::istringstream in(text);
-    for (std::string word; in >> word;)
+    for (std::string word; in >> word;) {
         words.push_back(static_cast<std::uint16_t>(std::stoul(word, nullptr, 16)));
+    }
     return words;
 }
 
@@ -86,8 +87,9 @@ TEST(FormatPages, SettingsHaveTheDefaults) {
     for (const auto& row : tableOf(page("channel-settings"))) {
         const std::string key = row.at(0).substr(1, row.at(0).size() - 2);
         std::string value = row.at(2);
-        if (value.empty())
+        if (value.empty()) {
             continue;
+        }
         value.erase(std::remove(value.begin(), value.end(), '`'), value.end());
         const std::string element = "<" + key + ">" + (value == "empty" ? "" : value) + "</" + key + ">";
         EXPECT_NE(written.find(element), std::string::npos) << element;
@@ -104,12 +106,14 @@ TEST(FormatPages, PropertiesFollowFromTheSettings) {
 }
 
 TEST(FormatPages, PropertiesAreTheChannels) {
-    const std::string source = readText(std::string(ORV_SOURCE_ROOT) + "/client/frontend/channel_properties.cpp");
+    const std::string source =
+        readText(std::string(ORV_SOURCE_ROOT) + "/client/frontend/FrontEndChannelProperties.cpp");
     const std::regex entry("\\n    \\{\"(\\w+)\", ");
     std::set<std::string> known;
     for (auto match = std::sregex_iterator(source.begin(), source.end(), entry); match != std::sregex_iterator();
-         ++match)
+         ++match) {
         known.insert((*match)[1]);
+    }
     EXPECT_GT(known.size(), 30U);
     std::set<std::string> explained;
     const std::vector<Section> sections = sectionsOf(page("properties"), "##");
@@ -117,8 +121,9 @@ TEST(FormatPages, PropertiesAreTheChannels) {
     const std::regex name("`(\\w+)`");
     for (const auto& row : tableOf(sections[0].text)) {
         for (auto match = std::sregex_iterator(row[0].begin(), row[0].end(), name); match != std::sregex_iterator();
-             ++match)
+             ++match) {
             explained.insert((*match)[1]);
+        }
     }
     EXPECT_EQ(explained, known);
 }
@@ -131,21 +136,25 @@ TEST(FormatPages, PropertiesHaveTheChannelsDefaults) {
     const std::regex member("(\\w+) = \"?([^;\"]*)\"?;");
     std::map<std::string, std::string> defaults;
     for (auto match = std::sregex_iterator(settings.begin(), settings.end(), member); match != std::sregex_iterator();
-         ++match)
+         ++match) {
         defaults[(*match)[1]] = (*match)[2];
+    }
     const std::map<std::string, std::string> told{{"0x400000", "4194304"}, {"0.0", "0"}, {"notSet", "from the clock"}};
     std::size_t count = 0;
     for (const auto& row : tableOf(sectionsOf(page("properties"), "##").at(0).text)) {
         std::string name = row[0].substr(1, row[0].find('`', 1) - 1);
         std::string value = row.at(2);
         value.erase(std::remove(value.begin(), value.end(), '`'), value.end());
-        if (name == "deskewStrategy")
+        if (name == "deskewStrategy") {
             value = value == "data" ? "1" : value;
-        if (name == "verifyCal")
+        }
+        if (name == "verifyCal") {
             name = "verifyCalEnabled";
+        }
         const auto known = defaults.find(name);
-        if (known == defaults.end() || value.empty())
+        if (known == defaults.end() || value.empty()) {
             continue;
+        }
         const auto words = told.find(known->second);
         EXPECT_EQ(value, words == told.end() ? known->second : words->second) << name;
         ++count;
@@ -164,14 +173,14 @@ TEST(FormatPages, PinMapHasTheAssignments) {
 }
 
 TEST(FormatPages, BurstIsRead) {
-    const host::diagnostics::Burst burst = host::diagnostics::parseBurst(example("burst"), "example");
+    const diagnosis::Burst burst = diagnosis::parseBurst(example("burst"), "example");
     ASSERT_EQ(burst.pins.size(), 5U);
     EXPECT_EQ(burst.pins[0].delay, 31);
     EXPECT_THAT(burst.pins[2].levels, ElementsAre(1, 0, 0));
 }
 
 TEST(FormatPages, CalibrationReportIsRead) {
-    const host::diagnostics::CalFile report = host::diagnostics::parseCalFile(example("calibration-report"), "example");
+    const diagnosis::CalFile report = diagnosis::parseCalFile(example("calibration-report"), "example");
     ASSERT_EQ(report.pins.size(), 5U);
     EXPECT_EQ(report.exportKind, "pti");
     EXPECT_EQ(report.pins[4].hold, 7U);
@@ -183,8 +192,9 @@ TEST(FormatPages, PacketPasses) {
     using namespace VX_QRS::ORV::CLIENT;
     std::array<std::uint16_t, packetWords> words{};
     constexpr std::array<std::uint16_t, 4> ramp{0x0123, 0x4567, 0x89AB, 0xCDEF};
-    for (std::size_t i = 7; i < words.size() - 1; ++i)
+    for (std::size_t i = 7; i < words.size() - 1; ++i) {
         words[i] = ramp[(i - 7) % ramp.size()];
+    }
     for (const HexLine& line : hexLinesOf(exampleOf(page("recording"), "packet"))) {
         const std::size_t offset = std::stoul(line.head, nullptr, 16);
         for (std::size_t i = 0; i < line.bytes.size(); i += 2) {
@@ -260,8 +270,9 @@ TEST(FormatPages, LogHasTheColumns) {
     const auto expectForm = [&](const std::string& text) {
         std::istringstream in(text);
         std::size_t count = 0;
-        for (std::string line; std::getline(in, line); ++count)
+        for (std::string line; std::getline(in, line); ++count) {
             EXPECT_TRUE(std::regex_match(line, form)) << line;
+        }
         EXPECT_GT(count, 2U);
     };
     expectForm(example("log"));
@@ -282,8 +293,10 @@ TEST(FormatPages, TruthHasTheKeys) {
     const auto keysOf = [](const std::string& text) {
         static const std::regex key("\"(\\w+)\":");
         std::vector<std::string> keys;
-        for (auto match = std::sregex_iterator(text.begin(), text.end(), key); match != std::sregex_iterator(); ++match)
+        for (auto match = std::sregex_iterator(text.begin(), text.end(), key); match != std::sregex_iterator();
+             ++match) {
             keys.push_back((*match)[1]);
+        }
         return keys;
     };
     bench::RecordingTruth truth;

@@ -23,8 +23,9 @@ std::string trimmed(const std::string& text) {
 constexpr char percent = '\1'; // replaces "%%" while conversions are searched
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
-    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
         text.replace(at, from.size(), to);
+    }
 }
 
 bool hasWords(const std::string& piece) {
@@ -98,8 +99,9 @@ std::size_t endOf(const Tokens& tokens, std::size_t index) {
     const bool isStatement = !isCode(tokens, index + 1, "(") || first == "throw";
     int depth = 0;
     for (std::size_t i = index; i < tokens.size(); ++i) {
-        if (tokens[i].isLiteral)
+        if (tokens[i].isLiteral) {
             continue;
+        }
         const char c = tokens[i].text[0];
         if (c == '(') {
             ++depth;
@@ -118,13 +120,15 @@ std::size_t endOf(const Tokens& tokens, std::size_t index) {
 std::map<std::string, std::string> constantsOf(const Tokens& tokens) {
     std::map<std::string, std::string> constants;
     for (std::size_t i = 3; i < tokens.size(); ++i) {
-        if (!tokens[i].isLiteral || tokens[i - 1].text != "=")
+        if (!tokens[i].isLiteral || tokens[i - 1].text != "=") {
             continue;
+        }
         const bool isArray = i > 5 && tokens[i - 2].text == "]";
         const std::size_t name = isArray ? i - 4 : i - 2;
         const std::string& type = tokens[name - 1].text;
-        if (type == "*" || type == "string" || type == "string_view" || (isArray && type == "char"))
+        if (type == "*" || type == "string" || type == "string_view" || (isArray && type == "char")) {
             constants.try_emplace(tokens[name].text, tokens[i].text);
+        }
     }
     return constants;
 }
@@ -140,8 +144,9 @@ bool isSpelled(const std::vector<std::string>& pieces, const std::vector<std::st
             place = std::find(place, last, piece);
             return place != last && ++place != source.begin();
         });
-        if (all)
+        if (all) {
             return true;
+        }
     }
     return false;
 }
@@ -154,15 +159,17 @@ std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
         "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?");
     std::string plain = text;
     std::replace(plain.begin(), plain.end(), '\n', ' ');
-    if (isFormat)
+    if (isFormat) {
         replaceAll(plain, "%%", std::string(1, percent));
+    }
     std::vector<std::string> pieces;
     for (auto part = std::sregex_token_iterator(plain.begin(), plain.end(), isFormat ? value : blank, -1);
          part != std::sregex_token_iterator(); ++part) {
         std::string piece = trimmed(*part);
         replaceAll(piece, std::string(1, percent), "%");
-        if (!piece.empty())
+        if (!piece.empty()) {
             pieces.push_back(piece);
+        }
     }
     return pieces;
 }
@@ -182,15 +189,17 @@ std::vector<Literal> reportedTexts(const std::string& source) {
     const std::map<std::string, std::string> constants = constantsOf(tokens);
     std::vector<Literal> texts;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        if (!reports(tokens, i))
+        if (!reports(tokens, i)) {
             continue;
+        }
         const std::size_t end = endOf(tokens, i);
         for (; i < end; ++i) {
             const auto constant = constants.find(tokens[i].text);
-            if (tokens[i].isLiteral)
+            if (tokens[i].isLiteral) {
                 texts.push_back({tokens[i].line, tokens[i].text});
-            else if (constant != constants.end())
+            } else if (constant != constants.end()) {
                 texts.push_back({tokens[i].line, constant->second});
+            }
         }
         --i;
     }
@@ -201,10 +210,11 @@ std::vector<Literal> sentencesOf(const std::string& source) {
     const Tokens tokens = readSource(source).tokens;
     std::vector<Literal> texts;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        if (explainsItself(tokens, i))
+        if (explainsItself(tokens, i)) {
             i = endOf(tokens, i) - 1;
-        else if (tokens[i].isLiteral)
+        } else if (tokens[i].isLiteral) {
             texts.push_back({tokens[i].line, tokens[i].text});
+        }
     }
     return texts;
 }
@@ -218,14 +228,16 @@ std::vector<Message> messagesOf(const std::string& document) {
     std::istringstream in(document);
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (!line.starts_with("|"))
+        if (!line.starts_with("|")) {
             continue;
+        }
         for (auto found = std::sregex_iterator(line.begin(), line.end(), cell); found != std::sregex_iterator();
              ++found) {
             const std::string spans = found->str();
             for (auto text = std::sregex_iterator(spans.begin(), spans.end(), span); text != std::sregex_iterator();
-                 ++text)
+                 ++text) {
                 messages.push_back({number, (*text)[1]});
+            }
         }
     }
     return messages;
@@ -239,8 +251,9 @@ Breaches messagesThatNothingSays(const Files& files, const std::string& document
         }
         std::vector<std::string>& pieces = sources.emplace_back();
         for (const Literal& literal : literalsOf(text)) {
-            for (const std::string& piece : piecesOf(literal.text, true))
+            for (const std::string& piece : piecesOf(literal.text, true)) {
                 pieces.push_back(piece);
+            }
         }
     }
     Breaches breaches;
@@ -249,8 +262,9 @@ Breaches messagesThatNothingSays(const Files& files, const std::string& document
         const bool isSaid = !pieces.empty() && std::any_of(sources.begin(), sources.end(), [&](const auto& source) {
             return isSpelled(pieces, source);
         });
-        if (!isSaid)
+        if (!isSaid) {
             breaches.push_back(document + ":" + std::to_string(message.line) + ": nothing says " + message.text);
+        }
     }
     return breaches;
 }
@@ -351,8 +365,9 @@ namespace {
 /// What a row is looked up by: its first fixed word.
 std::string sortingText(const std::string& message) {
     std::string text;
-    for (const std::string& piece : piecesOf(message, false))
+    for (const std::string& piece : piecesOf(message, false)) {
         text += (text.empty() ? "" : " ") + piece;
+    }
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const auto begin = std::find_if(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0; });
@@ -377,13 +392,16 @@ Breaches rowsOutOfOrder(const Files& files, const std::string& document) {
             continue;
         }
         std::smatch match;
-        if (!std::regex_match(line, match, first))
+        if (!std::regex_match(line, match, first)) {
             continue;
-        if (!seen.insert(match[1]).second)
+        }
+        if (!seen.insert(match[1]).second) {
             breaches.push_back(place + "begins two rows: " + match[1].str());
+        }
         const std::string text = sortingText(match[1]);
-        if (isSorted && text < previous)
+        if (isSorted && text < previous) {
             breaches.push_back(place + "out of order: " + match[1].str());
+        }
         previous = text;
     }
     return breaches;
@@ -396,8 +414,9 @@ Breaches headingsOutsideTheIndex(const Files& files, const std::string& document
     Breaches breaches;
     for (auto match = std::sregex_iterator(text.begin(), text.end(), heading); match != std::sregex_iterator();
          ++match) {
-        if (index.find("[" + (*match)[1].str() + "](#") == std::string::npos)
+        if (index.find("[" + (*match)[1].str() + "](#") == std::string::npos) {
             breaches.push_back(document + ": not in the index: " + (*match)[1].str());
+        }
     }
     return breaches;
 }

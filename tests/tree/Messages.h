@@ -1,10 +1,10 @@
 #pragma once
 
+#include "tests/tree/SourceTree.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "tests/tree/SourceTree.h"
 
 // The messages that a person meets, in the code and in the document that explains them. A person meets what is thrown,
 // printed, logged as an error or a warning, or found by the doctor. Steps in the log, evidence and advice of the doctor,

@@ -1,6 +1,5 @@
-#include "tests/tree/Messages.h"
-
 #include "tests/tree/ExpectNone.h"
+#include "tests/tree/Messages.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -84,13 +83,13 @@ TEST(MessageRules, StepsOfTheLogAreNoMessagesButItsErrorsAre) {
 
 TEST(MessageRules, TheTextOfAFindingIsAMessageButNotItsEvidence) {
     const Files files{{"doc.md", ""},
-                      {"host/doctor/a.cpp", "finding.text = pin + \" is stuck\";\n"
-                                            "finding.text += \" again\";\n"
-                                            "finding.remedy = \"Look at the wire.\";\n"
-                                            "finding.evidence.push_back(\"burst of \" + name);\n"}};
-    EXPECT_THAT(
-        messagesThatNothingExplains(files, "doc.md"),
-        ElementsAre("host/doctor/a.cpp:1: not in doc.md: is stuck", "host/doctor/a.cpp:2: not in doc.md: again"));
+                      {"diagnosis/doctor/a.cpp", "finding.text = pin + \" is stuck\";\n"
+                                                 "finding.text += \" again\";\n"
+                                                 "finding.remedy = \"Look at the wire.\";\n"
+                                                 "finding.evidence.push_back(\"burst of \" + name);\n"}};
+    EXPECT_THAT(messagesThatNothingExplains(files, "doc.md"),
+                ElementsAre("diagnosis/doctor/a.cpp:1: not in doc.md: is stuck",
+                            "diagnosis/doctor/a.cpp:2: not in doc.md: again"));
 }
 
 TEST(MessageRules, ASentenceIsAMessageAnywhere) {

@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <regex>
-
 #include "bench/scenarios/Scenario.h"
 #include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/tree/Examples.h"
 #include "tests/tree/SourceTree.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
 
 // What the documents quote from the tree, and what they say of it as a whole.
 
@@ -30,8 +30,9 @@ std::vector<Quotation> quotations() {
     static const std::regex mark("<!-- quoted: (\\S+) -->\\n```\\w*\\n");
     std::vector<Quotation> all;
     for (const auto& [path, text] : files()) {
-        if (!path.ends_with(".md"))
+        if (!path.ends_with(".md")) {
             continue;
+        }
         for (auto match = std::sregex_iterator(text.begin(), text.end(), mark); match != std::sregex_iterator();
              ++match) {
             const auto begin = static_cast<std::size_t>(match->position() + match->length());
@@ -57,15 +58,17 @@ TEST(Documents, TheIntegrationGuideNamesEveryOperationAndExport) {
         "\\n *(?:class|struct|enum) (\\w+)|\\n *virtual [^;(~]*?(\\w+)\\(|\\nusing (\\w+)Function =");
     std::size_t count = 0;
     for (const auto& [path, text] : files()) {
-        if (!path.starts_with("rcvr/framework/"))
+        if (!path.starts_with("rcvr/framework/")) {
             continue;
+        }
         for (auto match = std::sregex_iterator(text.begin(), text.end(), name); match != std::sregex_iterator();
              ++match) {
             const bool isExport = (*match)[3].matched;
             const std::string wanted = isExport ? (*match)[3] : (*match)[1].matched ? (*match)[1] : (*match)[2];
             if (wanted == "Type" || wanted == "Code" || wanted == "SaveFormat" || wanted == "TargetState" ||
-                wanted == "TextSelector" || wanted == "Severity_Type" || wanted == "Copy")
+                wanted == "TextSelector" || wanted == "Severity_Type" || wanted == "Copy") {
                 continue; // told by their values, and one that is no caller's business
+            }
             EXPECT_TRUE(guide.find(wanted) != std::string::npos) << wanted << " of " << path;
             ++count;
         }
@@ -101,8 +104,9 @@ TEST(Documents, TheReportPageNamesEveryKindOfFinding) {
     static const std::regex kind("(?:findingFor\\(\\w+(?:\\.\\w+)?, |kind = |[?:] )\"([a-z]+(?:-[a-z]+)+)\"");
     std::size_t count = 0;
     for (const auto& [path, text] : files()) {
-        if (!path.starts_with("host/doctor/"))
+        if (!path.starts_with("diagnosis/doctor/")) {
             continue;
+        }
         for (auto match = std::sregex_iterator(text.begin(), text.end(), kind); match != std::sregex_iterator();
              ++match) {
             EXPECT_NE(page.find("`" + (*match)[1].str() + "`"), std::string::npos) << (*match)[1] << " of " << path;

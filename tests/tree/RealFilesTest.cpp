@@ -1,3 +1,6 @@
+#include "tests/road/Orvtrace.h"
+#include "tests/tree/Examples.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,9 +11,6 @@
 #include <regex>
 #include <set>
 #include <sstream>
-
-#include "tests/road/Orvtrace.h"
-#include "tests/tree/Examples.h"
 
 // The examples of the pages on formats, against the files of one run of orvtrace on the bench.
 
@@ -35,8 +35,9 @@ std::string example(const std::string& page, const std::string& name) {
 std::string withoutAnnotations(const std::string& block) {
     std::string text;
     std::istringstream in(block);
-    for (std::string line; std::getline(in, line);)
+    for (std::string line; std::getline(in, line);) {
         text += line.substr(0, line.find("  ")) + "\n";
+    }
     return text;
 }
 
@@ -54,15 +55,17 @@ std::string addressesOf(const std::string& dump) {
 std::vector<std::string> keysOf(const std::string& line) {
     static const std::regex key("\"(\\w+)\":");
     std::vector<std::string> keys;
-    for (auto match = std::sregex_iterator(line.begin(), line.end(), key); match != std::sregex_iterator(); ++match)
+    for (auto match = std::sregex_iterator(line.begin(), line.end(), key); match != std::sregex_iterator(); ++match) {
         keys.push_back((*match)[1]);
+    }
     return keys;
 }
 
 std::uint32_t wordAt(const std::string& bytes, std::size_t at) {
     std::uint32_t word = 0;
-    for (std::size_t i = 4; i-- != 0;)
+    for (std::size_t i = 4; i-- != 0;) {
         word = word << 8 | static_cast<unsigned char>(bytes.at(at + i));
+    }
     return word;
 }
 
@@ -113,8 +116,9 @@ TEST_F(RealFiles, OfTextAreTheExamples) {
 TEST_F(RealFiles, TheProofBeginsWithThePacket) {
     const std::string proof = bytes("freq2.ver");
     EXPECT_EQ(proof.size(), 262144U);
-    for (const HexLine& line : hexLinesOf(example("recording", "packet")))
+    for (const HexLine& line : hexLinesOf(example("recording", "packet"))) {
         EXPECT_EQ(proof.substr(std::stoul(line.head, nullptr, 16), line.bytes.size()), line.bytes) << line.head;
+    }
 }
 
 TEST_F(RealFiles, ASaveIsOneSectionWithTheRecording) {
@@ -123,8 +127,9 @@ TEST_F(RealFiles, ASaveIsOneSectionWithTheRecording) {
     EXPECT_EQ(readBytes(space->file("save.bin")), recording);
     const std::string save = readBytes(space->file("save.tdf"));
     std::string head;
-    for (const HexLine& line : hexLinesOf(example("trace-data-file", "tdf")))
+    for (const HexLine& line : hexLinesOf(example("trace-data-file", "tdf"))) {
         head += line.bytes;
+    }
     constexpr std::size_t data = 0x20;
     ASSERT_GT(save.size(), data);
     EXPECT_EQ(save.substr(0, 8), head.substr(0, 8));
@@ -140,13 +145,15 @@ TEST_F(RealFiles, TheLogHasTheColumnsInEveryLine) {
     const std::regex name("vx_trace_log_[1-9]\\d*_[1-9]\\d*\\.txt");
     std::size_t logs = 0;
     for (const auto& entry : fs::directory_iterator(run(".VX-trace"))) {
-        if (!entry.is_regular_file())
+        if (!entry.is_regular_file()) {
             continue;
+        }
         EXPECT_TRUE(std::regex_match(entry.path().filename().string(), name)) << entry.path();
         std::istringstream in(linesOf(readBytes(entry.path())));
         std::size_t count = 0;
-        for (std::string line; std::getline(in, line); ++count)
+        for (std::string line; std::getline(in, line); ++count) {
             EXPECT_TRUE(line.size() < 2000 && std::regex_match(line, form)) << line.substr(0, 200);
+        }
         EXPECT_GT(count, 100U);
         ++logs;
     }
@@ -162,8 +169,9 @@ TEST_F(RealFiles, OfTheBenchHaveTheKeys) {
         const std::vector<std::string> keys = keysOf(line);
         // The example shows one pin of the four.
         std::vector<std::string> wanted = truth;
-        for (int more = 1; more < 4; ++more)
+        for (int more = 1; more < 4; ++more) {
             wanted.insert(wanted.end(), pin, truth.end());
+        }
         EXPECT_EQ(keys, wanted);
     }
     EXPECT_GE(recordings, 2U); // a proof or more, and the recording
@@ -185,8 +193,9 @@ TEST_F(RealFiles, HaveTheNamesOfTheFirstPage) {
     }
     for (const char* name :
          {"bench-cable.cfg", "bench-cable.bin", "bench-cable.cache", "bench-cable.reg.txt", "bench-cable.freq2.cal.txt",
-          "bench-cable.freq2.cap.txt", "bench-cable.freq2.reg.txt", "bench-cable.freq2.ver"})
+          "bench-cable.freq2.cap.txt", "bench-cable.freq2.reg.txt", "bench-cable.freq2.ver"}) {
         EXPECT_TRUE(names.contains(name)) << name;
+    }
 }
 
 } // namespace tree

@@ -21,15 +21,20 @@ TEST(TreeRules, IncludesPointDownwards) {
         {"client/c.h", "\n#include \"rcvr/framework/f.h\"\n#include \"rcvr/r.h\"\n"},
         {"link/l.h", "#include \"common/source/a.h\"\n  #  include \"mpx/m.h\"\n"},
         {"mpx/m.h", "#include \"link/l.h\"\n"},
-        {"bench/b.cpp", "#include \"common/source/a.h\"\n#include \"link/l.h\"\n"},
-        {"host/h.cpp", "#include \"rcvr/framework/f.h\"\n#include \"rcvr/r.h\"\n#include \"common/source/a.h\"\n"},
-        {"tests/t.cpp", "#include \"rcvr/r.h\"\n#include \"bench/b.cpp\"\n"},
+        {"bench/server/b.cpp", "#include \"common/source/a.h\"\n#include \"link/l.h\"\n"},
+        {"host/session/h.cpp",
+         "#include \"rcvr/framework/f.h\"\n#include \"rcvr/r.h\"\n#include \"common/source/a.h\"\n"},
+        {"client/analysis/a.h", ""},
+        {"client/frontend/f.h", "#include \"client/analysis/a.h\"\n"},
+        {"client/patterns/p.h", "#include \"client/frontend/f.h\"\n"},
+        {"tests/t.cpp", "#include \"rcvr/r.h\"\n#include \"bench/server/b.cpp\"\n"},
     };
     EXPECT_THAT(upwardIncludes(files),
-                ElementsAre("bench/b.cpp:2: includes link/l.h", "client/c.h:3: includes rcvr/r.h",
+                ElementsAre("bench/server/b.cpp:2: includes link/l.h", "client/c.h:3: includes rcvr/r.h",
+                            "client/patterns/p.h:1: includes client/frontend/f.h",
                             "common/source/source_utilities/u.h:1: includes common/source/a.h",
-                            "host/h.cpp:2: includes rcvr/r.h", "host/h.cpp:3: includes common/source/a.h",
-                            "link/l.h:2: includes mpx/m.h"));
+                            "host/session/h.cpp:2: includes rcvr/r.h",
+                            "host/session/h.cpp:3: includes common/source/a.h", "link/l.h:2: includes mpx/m.h"));
 }
 
 TEST(TreeRules, IncludesAreNamedFromTheRoot) {

@@ -25,7 +25,7 @@ const Files& sources() {
 TEST(Tree, IsThere) {
     EXPECT_TRUE(sources().contains("CMakeLists.txt"));
     for (const char* room : {"common/", "rcvr/framework/", "rcvr/", "link/", "pinmap/", "tdf/", "mpx/", "client/",
-                             "bench/", "host/", "tests/"}) {
+                             "bench/", "toolkit/", "diagnosis/", "host/", "tests/"}) {
         EXPECT_TRUE(std::any_of(sources().begin(), sources().end(), [&](const auto& file) {
             return isSource(file.first) && file.first.starts_with(room);
         })) << room;

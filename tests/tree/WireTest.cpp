@@ -1,3 +1,10 @@
+#include "bench/server/Codec.h"
+#include "mpx/MpxEcomServer/OrvEcomProxy.h"
+#include "tests/support/scratch/TemporaryFolder.h"
+#include "tests/support/scripted_server/Frames.h"
+#include "tests/support/scripted_server/ScriptedLink.h"
+#include "tests/tree/Examples.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -6,13 +13,6 @@
 #include <map>
 #include <memory>
 #include <stdexcept>
-
-#include "bench/server/Codec.h"
-#include "mpx/MpxEcomServer/OrvEcomProxy.h"
-#include "tests/support/scratch/TemporaryFolder.h"
-#include "tests/support/scripted_server/Frames.h"
-#include "tests/support/scripted_server/ScriptedLink.h"
-#include "tests/tree/Examples.h"
 
 // The talk that the page on the wire shows: the library sends these bytes and understands these replies, and the
 // bench's server reads these requests.
@@ -37,8 +37,9 @@ std::vector<Exchange> exchangesOf(const std::string& heading) {
     std::string document;
     for (const Section& section :
          sectionsOf(test_support::readText(std::string(ORV_SOURCE_ROOT) + "/docs/formats/wire.md"), "##")) {
-        if (section.heading == heading)
+        if (section.heading == heading) {
             document = section.text;
+        }
     }
     std::vector<Exchange> exchanges;
     for (const Section& section : sectionsOf(document, "###")) {
@@ -47,8 +48,9 @@ std::vector<Exchange> exchangesOf(const std::string& heading) {
         exchange.command = section.heading.at(1);
         std::string* direction = &exchange.request;
         for (const HexLine& line : hexLinesOf(indentedOf(section.text))) {
-            if (!line.head.empty())
+            if (!line.head.empty()) {
                 direction = line.head == "->" ? &exchange.request : &exchange.reply;
+            }
             *direction += line.bytes;
         }
         exchanges.push_back(exchange);
@@ -87,8 +89,9 @@ TEST(WirePage, IsWhatTheLibrarySaysAndUnderstands) {
     ASSERT_EQ(exchanges.back().command, 'D');
     const auto script = std::make_shared<LinkScript>();
     for (const Exchange& exchange : exchanges) {
-        if (exchange.command != 'D')
+        if (exchange.command != 'D') {
             script->expect(exchange.request).give(exchange.reply);
+        }
     }
     EXPECT_EQ(exchanges.back().request, "$D#00"); // what the script takes for the goodbye
 

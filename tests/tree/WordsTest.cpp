@@ -1,6 +1,5 @@
-#include "tests/tree/Words.h"
-
 #include "tests/tree/ExpectNone.h"
+#include "tests/tree/Words.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

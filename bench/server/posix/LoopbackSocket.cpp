@@ -1,15 +1,14 @@
 #include "bench/server/LoopbackSocket.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <utility>
-
 #include <arpa/inet.h>
+#include <cerrno>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 namespace bench {
 

@@ -1,11 +1,9 @@
 #include "bench/server/LoopbackSocket.h"
 
+#include <windows.h>
+#include <winsock2.h>
 #include <algorithm>
 #include <utility>
-
-#include <winsock2.h>
-
-#include <windows.h>
 
 namespace bench {
 

@@ -1,7 +1,7 @@
 #include "common/source/source_utilities/PropertyParser.h"
 
 #include "common/source/Exception.h"
-#include "common/source/source_utilities/textFile.h"
+#include "common/source/source_utilities/TextFile.h"
 
 #include <cstdlib>
 #include <new>

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uConfig.h"
 
-#include "common/source/source_utilities/textFile.h"
+#include "common/source/source_utilities/TextFile.h"
 #include "common/source/source_utilities/uString.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uDll.h"
 
-#include "common/source/source_utilities/nativeLibrary.h"
+#include "common/source/source_utilities/NativeLibrary.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"

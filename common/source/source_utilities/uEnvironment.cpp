@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uEnvironment.h"
 
-#include "common/source/source_utilities/nativeEnvironment.h"
+#include "common/source/source_utilities/NativeEnvironment.h"
 
 #include <algorithm>
 #include <map>

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uFile.h"
 
-#include "common/source/source_utilities/sharedOpen.h"
+#include "common/source/source_utilities/SharedOpen.h"
 
 namespace VX_QRS {
 

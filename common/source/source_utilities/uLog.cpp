@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uLog.h"
 
-#include "common/source/source_utilities/debugOutput.h"
+#include "common/source/source_utilities/DebugOutput.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uTime.h"
 

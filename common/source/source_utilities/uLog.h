@@ -1,7 +1,7 @@
 #pragma once
 
+#include "common/source/source_utilities/PrintfChecked.h"
 #include "common/source/source_utilities/SourceLocation.h"
-#include "common/source/source_utilities/printfChecked.h"
 #include "common/source/source_utilities/uFile.h"
 #include "common/source/source_utilities/uMutex.h"
 

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uMutex.h"
 
-#include "nativeMutex.h"
+#include "NativeMutex.h"
 
 namespace VX_QRS {
 

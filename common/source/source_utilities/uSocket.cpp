@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uSocket.h"
 
-#include "common/source/source_utilities/nativeSocket.h"
+#include "common/source/source_utilities/NativeSocket.h"
 #include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uThread.h"
 

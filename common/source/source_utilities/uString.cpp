@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uString.h"
 
-#include "common/source/source_utilities/printfChecked.h"
+#include "common/source/source_utilities/PrintfChecked.h"
 
 #include <array>
 #include <cmath>

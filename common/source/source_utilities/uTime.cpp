@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uTime.h"
 
-#include "common/source/source_utilities/localTime.h"
+#include "common/source/source_utilities/LocalTime.h"
 #include "common/source/source_utilities/uString.h"
 
 #include <algorithm>

@@ -1,14 +1,14 @@
 #include "Library.h"
 
 #include <cstdlib>
-#include <stdexcept>
-
 #include <dlfcn.h>
+#include <stdexcept>
 
 Library::Library(const std::string& folder, const std::string& name) {
     handle = dlopen((folder + "/" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr)
+    if (handle == nullptr) {
         throw std::runtime_error(dlerror());
+    }
 }
 
 Library::~Library() {
@@ -17,8 +17,9 @@ Library::~Library() {
 
 Library::AnyFunction Library::address(const char* name) const {
     void* found = dlsym(handle, name);
-    if (found == nullptr)
+    if (found == nullptr) {
         throw std::runtime_error(dlerror());
+    }
     return reinterpret_cast<AnyFunction>(found);
 }
 

@@ -1,17 +1,17 @@
 #include "Library.h"
 
-#include <stdexcept>
-
-#include <stdlib.h>
 #include <windows.h>
+#include <stdexcept>
+#include <stdlib.h>
 
 Library::Library(const std::string& folder, const std::string& name) {
     // The receiver loads its siblings by their bare names, and Windows looks beside the program, not beside the library.
     SetDllDirectoryA(folder.c_str());
     const std::string file = folder + "\\" + name + ".dll";
     handle = LoadLibraryA(file.c_str());
-    if (handle == nullptr)
+    if (handle == nullptr) {
         throw std::runtime_error("cannot load " + file);
+    }
 }
 
 Library::~Library() {
@@ -20,8 +20,9 @@ Library::~Library() {
 
 Library::AnyFunction Library::address(const char* name) const {
     const FARPROC found = GetProcAddress(static_cast<HMODULE>(handle), name);
-    if (found == nullptr)
+    if (found == nullptr) {
         throw std::runtime_error(std::string("no function ") + name);
+    }
     return reinterpret_cast<AnyFunction>(found);
 }
 

@@ -1,9 +1,8 @@
 #include "host/platform/FileLock.h"
 
 #include <cerrno>
-#include <string>
-
 #include <fcntl.h>
+#include <string>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -15,8 +14,9 @@ FileLock::FileLock(const std::filesystem::path& file) {
 }
 
 FileLock::~FileLock() {
-    if (usable())
+    if (usable()) {
         close(static_cast<int>(handle));
+    }
 }
 
 bool FileLock::tryLock() {

@@ -1,16 +1,15 @@
 #include "host/platform/Platform.h"
 
+#include "host/platform/InterruptAnswer.h"
+#include "toolkit/ExitCode.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-
 #include <dlfcn.h>
 #include <sys/ioctl.h>
 #include <sys/utsname.h>
 #include <unistd.h>
-
-#include "host/basics/ExitCode.h"
-#include "host/platform/InterruptAnswer.h"
 
 namespace host {
 
@@ -28,8 +27,9 @@ void say(int stream, const char* text, std::size_t length) {
 
 /// The terminal has echoed the key, wherever its line was: what comes next begins a new one.
 void answer() {
-    if (onlyOutputOnTerminal)
+    if (onlyOutputOnTerminal) {
         say(STDOUT_FILENO, "\n", 1);
+    }
     char line[longestInterruptLine];
     say(STDERR_FILENO, line, interruptLine(line, sizeof line, errorsOnTerminal));
 }
@@ -38,8 +38,9 @@ extern "C" void onInterrupt(int number) {
     const int errorBefore = errno;
     const bool again = interruptSeen != 0;
     interruptSeen = 1;
-    if (!again)
+    if (!again) {
         answer();
+    }
     // A terminal that closes may send its signal twice, by the system and by the shell: that is no second request.
     if (again && number != SIGHUP) {
         say(STDERR_FILENO, endedAtOnce, sizeof endedAtOnce - 1);
@@ -51,17 +52,18 @@ extern "C" void onInterrupt(int number) {
 
 /// Whoever started this program may have asked that it outlives the terminal.
 bool isIgnored(int number) {
-    struct sigaction before {};
+    struct sigaction before{};
     return sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
 }
 
 } // namespace
 
 void setEnvironment(const char* name, const std::string& value) {
-    if (value.empty())
+    if (value.empty()) {
         unsetenv(name);
-    else
+    } else {
         setenv(name, value.c_str(), 1);
+    }
 }
 
 std::string getEnvironment(const char* name) {
@@ -95,15 +97,16 @@ std::size_t errorOutputColumns() {
 }
 
 void watchInterrupts() {
-    struct sigaction action {};
+    struct sigaction action{};
     action.sa_handler = onInterrupt;
     action.sa_flags = SA_RESTART;
     errorsOnTerminal = isatty(STDERR_FILENO) != 0;
     onlyOutputOnTerminal = !errorsOnTerminal && isatty(STDOUT_FILENO) != 0;
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
-    if (!isIgnored(SIGHUP))
+    if (!isIgnored(SIGHUP)) {
         sigaction(SIGHUP, &action, nullptr);
+    }
 }
 
 bool interrupted() {
@@ -123,7 +126,8 @@ LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
     handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         const char* reason = dlerror();
-        throw Failure(ExitCode::NoSystem, "cannot load " + file.string() + ": " + (reason != nullptr ? reason : ""));
+        throw toolkit::Failure(toolkit::ExitCode::NoSystem,
+                               "cannot load " + file.string() + ": " + (reason != nullptr ? reason : ""));
     }
 }
 
@@ -133,8 +137,9 @@ LoadedLibrary::~LoadedLibrary() {
 
 LoadedLibrary::AnyFunction LoadedLibrary::address(const char* name) const {
     void* found = dlsym(handle, name);
-    if (found == nullptr)
-        throw Failure(ExitCode::NoSystem, path.string() + " does not export " + name);
+    if (found == nullptr) {
+        throw toolkit::Failure(toolkit::ExitCode::NoSystem, path.string() + " does not export " + name);
+    }
     return reinterpret_cast<AnyFunction>(found);
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -22,8 +21,9 @@ struct Pipe {
     Pipe(const Pipe&) = delete;
     Pipe& operator=(const Pipe&) = delete;
     void closeEnd(std::size_t which) {
-        if (ends[which] >= 0)
+        if (ends[which] >= 0) {
             close(ends[which]);
+        }
         ends[which] = -1;
     }
 
@@ -36,10 +36,12 @@ std::string readAll(int from) {
     std::array<char, 4096> block{};
     for (;;) {
         const ssize_t count = read(from, block.data(), block.size());
-        if (count < 0 && errno == EINTR)
+        if (count < 0 && errno == EINTR) {
             continue;
-        if (count <= 0)
+        }
+        if (count <= 0) {
             return text;
+        }
         text.append(block.data(), static_cast<std::size_t>(count));
     }
 }
@@ -48,13 +50,15 @@ std::string readAll(int from) {
 
 std::optional<ProgramEnd> runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
     Pipe errors;
-    if (!errors.good)
+    if (!errors.good) {
         return std::nullopt;
+    }
     std::vector<std::string> words{program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> line;
-    for (std::string& word : words)
+    for (std::string& word : words) {
         line.push_back(word.data());
+    }
     line.push_back(nullptr);
 
     posix_spawn_file_actions_t actions;
@@ -65,8 +69,9 @@ std::optional<ProgramEnd> runProgram(const std::filesystem::path& program, const
     pid_t child = 0;
     const int failed = posix_spawn(&child, program.c_str(), &actions, nullptr, line.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
-    if (failed != 0)
+    if (failed != 0) {
         return std::nullopt;
+    }
 
     errors.closeEnd(1);
     ProgramEnd end;

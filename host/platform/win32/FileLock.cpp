@@ -1,8 +1,7 @@
 #include "host/platform/FileLock.h"
 
-#include <string>
-
 #include <windows.h>
+#include <string>
 
 namespace host {
 
@@ -11,13 +10,15 @@ FileLock::FileLock(const std::filesystem::path& file) {
     const HANDLE opened =
         CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (opened != INVALID_HANDLE_VALUE)
+    if (opened != INVALID_HANDLE_VALUE) {
         handle = reinterpret_cast<std::intptr_t>(opened);
+    }
 }
 
 FileLock::~FileLock() {
-    if (usable())
+    if (usable()) {
         CloseHandle(reinterpret_cast<HANDLE>(handle));
+    }
 }
 
 bool FileLock::tryLock() {

@@ -1,15 +1,14 @@
 #include "host/platform/Platform.h"
 
+#include "host/platform/InterruptAnswer.h"
+#include "toolkit/ExitCode.h"
+#include "toolkit/FilePath.h"
+
+#include <windows.h>
 #include <array>
 #include <atomic>
 #include <cstdlib>
-
 #include <io.h>
-#include <windows.h>
-
-#include "host/basics/ExitCode.h"
-#include "host/basics/FilePath.h"
-#include "host/platform/InterruptAnswer.h"
 
 namespace host {
 
@@ -25,23 +24,26 @@ void say(DWORD stream, const char* text, std::size_t length) {
 /// The console has echoed the key, wherever its line was: what comes next begins a new one.
 void answer() {
     const bool errorsOnConsole = errorOutputIsTerminal();
-    if (!errorsOnConsole && _isatty(_fileno(stdout)) != 0)
+    if (!errorsOnConsole && _isatty(_fileno(stdout)) != 0) {
         say(STD_OUTPUT_HANDLE, "\r\n", 2);
+    }
     std::array<char, longestInterruptLine> line{};
     say(STD_ERROR_HANDLE, line.data(), interruptLine(line.data(), line.size(), errorsOnConsole));
 }
 
 BOOL WINAPI onInterrupt(DWORD event) {
     const bool again = interruptSeen.exchange(true);
-    if (!again)
+    if (!again) {
         answer();
+    }
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
         // The system ends the process when this returns, and some seconds later in any case. Until then the recording
         // can be stopped and saved; the program's own end takes this thread along.
         Sleep(INFINITE);
     }
-    if (!again)
+    if (!again) {
         return TRUE;
+    }
     say(STD_ERROR_HANDLE, endedAtOnce, sizeof endedAtOnce - 1);
     return FALSE;
 }
@@ -58,7 +60,7 @@ std::string getEnvironment(const char* name) {
     // Wine's narrow call counts letters where bytes are meant, and cuts off the end.
     std::wstring value(32768, L'\0');
     const DWORD length =
-        GetEnvironmentVariableW(filePath(name).c_str(), value.data(), static_cast<DWORD>(value.size()));
+        GetEnvironmentVariableW(toolkit::filePath(name).c_str(), value.data(), static_cast<DWORD>(value.size()));
     value.resize(length < value.size() ? length : 0);
     return std::filesystem::path(value).string();
 }
@@ -66,8 +68,9 @@ std::string getEnvironment(const char* name) {
 std::filesystem::path programFolder() {
     std::array<wchar_t, 4096> text{};
     const DWORD length = GetModuleFileNameW(nullptr, text.data(), static_cast<DWORD>(text.size()));
-    if (length == 0 || length >= text.size())
-        throw Failure(ExitCode::Failed, "the system does not tell where this program lies");
+    if (length == 0 || length >= text.size()) {
+        throw toolkit::Failure(toolkit::ExitCode::Failed, "the system does not tell where this program lies");
+    }
     return std::filesystem::path(text.data()).parent_path();
 }
 
@@ -86,19 +89,22 @@ bool errorOutputIsTerminal() {
 Utf8Console::Utf8Console() {
     // The console is shared with whatever started this program, and its code page outlives it.
     const UINT current = GetConsoleOutputCP();
-    if (current != 0 && current != CP_UTF8 && SetConsoleOutputCP(CP_UTF8) != FALSE)
+    if (current != 0 && current != CP_UTF8 && SetConsoleOutputCP(CP_UTF8) != FALSE) {
         before = current;
+    }
 }
 
 Utf8Console::~Utf8Console() {
-    if (before != 0)
+    if (before != 0) {
         SetConsoleOutputCP(before);
+    }
 }
 
 std::size_t errorOutputColumns() {
     CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) == 0)
+    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) == 0) {
         return usualColumns;
+    }
     const int columns = info.srWindow.Right - info.srWindow.Left + 1;
     return columns > 0 ? static_cast<std::size_t>(columns) : usualColumns;
 }
@@ -121,8 +127,9 @@ std::string systemVersion() {
     const FARPROC found = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion");
     OSVERSIONINFOW answer{};
     answer.dwOSVersionInfoSize = sizeof answer;
-    if (found == nullptr || reinterpret_cast<GetVersion>(reinterpret_cast<void*>(found))(&answer) != 0)
+    if (found == nullptr || reinterpret_cast<GetVersion>(reinterpret_cast<void*>(found))(&answer) != 0) {
         return {};
+    }
     return std::to_string(answer.dwMajorVersion) + "." + std::to_string(answer.dwMinorVersion) + "." +
            std::to_string(answer.dwBuildNumber);
 }
@@ -130,8 +137,10 @@ std::string systemVersion() {
 LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
     // Its siblings are looked for in its own folder too.
     handle = LoadLibraryExW(file.c_str(), nullptr, file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
-    if (handle == nullptr)
-        throw Failure(ExitCode::NoSystem, "cannot load " + file.string() + ": error " + std::to_string(GetLastError()));
+    if (handle == nullptr) {
+        throw toolkit::Failure(toolkit::ExitCode::NoSystem,
+                               "cannot load " + file.string() + ": error " + std::to_string(GetLastError()));
+    }
 }
 
 LoadedLibrary::~LoadedLibrary() {
@@ -140,8 +149,9 @@ LoadedLibrary::~LoadedLibrary() {
 
 LoadedLibrary::AnyFunction LoadedLibrary::address(const char* name) const {
     const FARPROC found = GetProcAddress(static_cast<HMODULE>(handle), name);
-    if (found == nullptr)
-        throw Failure(ExitCode::NoSystem, path.string() + " does not export " + name);
+    if (found == nullptr) {
+        throw toolkit::Failure(toolkit::ExitCode::NoSystem, path.string() + " does not export " + name);
+    }
     return reinterpret_cast<AnyFunction>(reinterpret_cast<void*>(found));
 }
 

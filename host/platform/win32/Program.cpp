@@ -1,8 +1,7 @@
 #include "host/platform/Program.h"
 
-#include <array>
-
 #include <windows.h>
+#include <array>
 
 namespace host {
 
@@ -20,8 +19,9 @@ public:
     HANDLE get() const { return handle; }
     HANDLE* place() { return &handle; }
     void close() {
-        if (handle != nullptr && handle != INVALID_HANDLE_VALUE)
+        if (handle != nullptr && handle != INVALID_HANDLE_VALUE) {
             CloseHandle(handle);
+        }
         handle = nullptr;
     }
 
@@ -33,8 +33,9 @@ std::string readAll(HANDLE from) {
     std::string text;
     std::array<char, 4096> block{};
     DWORD count = 0;
-    while (ReadFile(from, block.data(), static_cast<DWORD>(block.size()), &count, nullptr) != 0 && count != 0)
+    while (ReadFile(from, block.data(), static_cast<DWORD>(block.size()), &count, nullptr) != 0 && count != 0) {
         text.append(block.data(), count);
+    }
     return text;
 }
 
@@ -46,16 +47,18 @@ std::optional<ProgramEnd> runProgram(const std::filesystem::path& program, const
     inherited.bInheritHandle = TRUE;
     Handle reading;
     Handle writing;
-    if (CreatePipe(reading.place(), writing.place(), &inherited, 0) == 0)
+    if (CreatePipe(reading.place(), writing.place(), &inherited, 0) == 0) {
         return std::nullopt;
+    }
     SetHandleInformation(reading.get(), HANDLE_FLAG_INHERIT, 0);
     const Handle nothing(CreateFileA("NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                      &inherited, OPEN_EXISTING, 0, nullptr));
 
     // Paths and options: none of them holds a quotation mark or ends in a backslash.
     std::string line = "\"" + program.string() + "\"";
-    for (const std::string& argument : arguments)
+    for (const std::string& argument : arguments) {
         line += " \"" + argument + "\"";
+    }
     STARTUPINFOA start{};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESTDHANDLES;
@@ -64,8 +67,9 @@ std::optional<ProgramEnd> runProgram(const std::filesystem::path& program, const
     start.hStdError = writing.get();
     PROCESS_INFORMATION made{};
     if (CreateProcessA(program.string().c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr,
-                       nullptr, &start, &made) == 0)
+                       nullptr, &start, &made) == 0) {
         return std::nullopt;
+    }
     const Handle process(made.hProcess);
     const Handle thread(made.hThread);
 

@@ -1,7 +1,6 @@
 #include "Platform.h"
 
 #include <cstdlib>
-
 #include <dlfcn.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,10 +8,11 @@
 namespace face {
 
 void setVariable(const char* name, const std::string& value) {
-    if (value.empty())
+    if (value.empty()) {
         unsetenv(name);
-    else
+    } else {
         setenv(name, value.c_str(), 1);
+    }
 }
 
 std::string getVariable(const char* name) {

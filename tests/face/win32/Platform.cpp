@@ -1,8 +1,7 @@
 #include "Platform.h"
 
-#include <cstdlib>
-
 #include <windows.h>
+#include <cstdlib>
 
 namespace face {
 
@@ -35,8 +34,9 @@ WriteRefused::WriteRefused(const std::string& file)
 }
 
 WriteRefused::~WriteRefused() {
-    if (refused)
+    if (refused) {
         CloseHandle(handle);
+    }
 }
 
 void* loadLibrary(const char* name) {

@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
+
+#include <windows.h>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-#include <windows.h>
 
 namespace {
 
@@ -10,8 +10,9 @@ std::vector<char> versionResource() {
     DWORD unused = 0;
     std::vector<char> resource(GetFileVersionInfoSizeA(ORV_LIBRARY, &unused));
     if (!resource.empty() &&
-        GetFileVersionInfoA(ORV_LIBRARY, 0, static_cast<DWORD>(resource.size()), resource.data()) == 0)
+        GetFileVersionInfoA(ORV_LIBRARY, 0, static_cast<DWORD>(resource.size()), resource.data()) == 0) {
         resource.clear();
+    }
     return resource;
 }
 
@@ -19,8 +20,9 @@ std::string text(const std::vector<char>& resource, const std::string& name) {
     void* value = nullptr;
     UINT size = 0;
     const std::string path = "\\StringFileInfo\\040904B0\\" + name;
-    if (VerQueryValueA(resource.data(), path.c_str(), &value, &size) == 0)
+    if (VerQueryValueA(resource.data(), path.c_str(), &value, &size) == 0) {
         return {};
+    }
     return static_cast<const char*>(value);
 }
 

@@ -1,9 +1,9 @@
-#include <chrono>
-#include <thread>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <chrono>
+#include <thread>
 
 // Ctrl-C ends a run in order.
 
@@ -12,9 +12,10 @@ namespace {
 class Interrupt : public testing::Test {
 protected:
     void SetUp() override {
-        if (!RunningProgram::canInterrupt())
+        if (!RunningProgram::canInterrupt()) {
             GTEST_SKIP() << "no console event can be sent here, as under Wine; there the test road_interrupt sends it "
                             "from outside";
+        }
     }
 
     const RunSpace space;
@@ -22,8 +23,9 @@ protected:
 
 /// Waits until the program has said it is in a phase, as long as that takes; the test's own time limit ends it.
 void waitForPhase(const RunSpace& space, const std::string& phase) {
-    while (readBytes(space.file("stderr.txt")).find("orvtrace: " + phase) == std::string::npos)
+    while (readBytes(space.file("stderr.txt")).find("orvtrace: " + phase) == std::string::npos) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
 }
 
 TEST_F(Interrupt, StopsInOrderAndKeepsWhatWasCaptured) {
@@ -107,8 +109,9 @@ TEST_F(Interrupt, EndsASoakAfterItsRound) {
     const Outcome run = space.run({"soak", "--json", "--seconds", "600", "--out", space.file("run").string()}, {},
                                   [&](RunningProgram& running) {
                                       waitForPhase(space, "soaking");
-                                      while (!std::filesystem::exists(space.file("run") / ".VX-trace"))
+                                      while (!std::filesystem::exists(space.file("run") / ".VX-trace")) {
                                           std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                                      }
                                       EXPECT_TRUE(running.interrupt());
                                   });
     EXPECT_EQ(run.code, 7) << run.errors;

@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // Everything of a run lies in a folder whose name has blanks and letters beyond ASCII: the installation, the current
 // folder, the run's, inputs and outputs. What is said about them names them in the same bytes.
@@ -29,7 +29,7 @@ TEST(Letters, AWholeRunInAFolderOfAnyName) {
     ASSERT_EQ(run.code, 0) << run.errors;
     EXPECT_EQ(run.json.at("files").at("trace data file"), space.file("Größe.tdf").string());
     EXPECT_EQ(run.json.at("files").at("raw copy"), space.file("roh ö.bin").string());
-    EXPECT_TRUE(fs::exists(space.file("Läufe") / host::filePath("Löwe.xml")));
+    EXPECT_TRUE(fs::exists(space.file("Läufe") / toolkit::filePath("Löwe.xml")));
     EXPECT_THAT(readBytes(space.file("roh ö.bin")), HasSubstr(sent.substr(0, 64)));
 
     const Outcome listed = space.run({"tdf", "list", "Größe.tdf", "--json"}, program);
@@ -63,13 +63,13 @@ TEST(Letters, ARunsOwnFolderAndSettingsOfAnyName) {
     const Outcome first = space.run({"calibrate", "--json", "--scenario", "Löwe.toml"});
     ASSERT_EQ(first.code, 0) << first.errors;
     const fs::path folder = space.file("orvtrace-Löwe");
-    EXPECT_EQ(first.json.at("files").at("settings"), (folder / host::filePath("Löwe.xml")).string());
-    EXPECT_TRUE(fs::exists(folder / host::filePath("Löwe.report.html")));
-    fs::copy_file(folder / host::filePath("Löwe.xml"), space.file("Kanal ö.xml"));
+    EXPECT_EQ(first.json.at("files").at("settings"), (folder / toolkit::filePath("Löwe.xml")).string());
+    EXPECT_TRUE(fs::exists(folder / toolkit::filePath("Löwe.report.html")));
+    fs::copy_file(folder / toolkit::filePath("Löwe.xml"), space.file("Kanal ö.xml"));
     const Outcome second =
         space.run({"calibrate", "--json", "--scenario", "Löwe.toml", "--settings", "Kanal ö.xml", "--out", "zwei"});
     EXPECT_EQ(second.code, 0) << second.errors;
-    EXPECT_TRUE(fs::exists(space.file("zwei") / host::filePath("Kanal ö.xml")));
+    EXPECT_TRUE(fs::exists(space.file("zwei") / toolkit::filePath("Kanal ö.xml")));
 }
 
 TEST(Letters, FailuresNameFilesInTheSameBytes) {

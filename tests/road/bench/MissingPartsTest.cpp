@@ -1,8 +1,8 @@
-#include <regex>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <regex>
 
 // Installations that lack a part end in the system's own words and with exit code 4.
 

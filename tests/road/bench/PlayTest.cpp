@@ -1,8 +1,8 @@
-#include <random>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <random>
 
 // What the target sends comes back unchanged and in order.
 
@@ -22,15 +22,17 @@ void playAndFind(const std::string& scenario, const std::filesystem::path& file)
 std::string noise(std::size_t size) {
     std::mt19937 source(20240229);
     std::string bytes;
-    while (bytes.size() < size)
+    while (bytes.size() < size) {
         bytes += static_cast<char>(source() & 0xFF);
+    }
     return bytes;
 }
 
 TEST(Play, ARealTraceComesBackUnchanged) {
     const std::filesystem::path file = std::filesystem::path(ORV_SHARED_DATA) / "stm" / "trace.bin";
-    if (!std::filesystem::exists(file))
+    if (!std::filesystem::exists(file)) {
         GTEST_SKIP() << "the folder shared/data does not lie beside the source tree";
+    }
     playAndFind("tpiu", file);
 }
 

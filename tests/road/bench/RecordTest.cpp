@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // What a user meets around a recording: settings, folders, outputs, several recordings.
 
@@ -52,8 +52,9 @@ TEST(Outputs, TextTellsPinsRateAndFiles) {
     EXPECT_THAT(run.output, HasSubstr("recorded 256.00 KiB"));
     EXPECT_THAT(run.output, HasSubstr("two-pin.bin"));
     // A carriage return may only be a part of the system's line end.
-    for (std::size_t at = run.output.find('\r'); at != std::string::npos; at = run.output.find('\r', at + 1))
+    for (std::size_t at = run.output.find('\r'); at != std::string::npos; at = run.output.find('\r', at + 1)) {
         EXPECT_EQ(run.output.substr(at, 2), "\r\n") << "no progress line when piped";
+    }
 }
 
 TEST(Outputs, NothingOfTheUsersProfileIsTouched) {
@@ -61,8 +62,9 @@ TEST(Outputs, NothingOfTheUsersProfileIsTouched) {
     const Outcome run = space.record("one-pin");
     ASSERT_EQ(run.code, 0) << run.errors;
     const std::string folder = space.file("run").string();
-    for (const auto& [what, where] : run.json.at("files").items())
+    for (const auto& [what, where] : run.json.at("files").items()) {
         EXPECT_EQ(where.get<std::string>().rfind(folder, 0), 0U) << what << " " << where;
+    }
 }
 
 TEST(Outputs, ProgressIsALineForEachPhaseOrNothing) {

@@ -1,9 +1,9 @@
-#include <algorithm>
-#include <sstream>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <algorithm>
+#include <sstream>
 
 // Each scenario is run as a user would, and what comes of it is compared with what its author expects and with what
 // the bench itself knows.
@@ -16,8 +16,9 @@ using testing::HasSubstr;
 std::vector<std::string> words(const std::string& text, char separator) {
     std::vector<std::string> all;
     std::istringstream in(text);
-    for (std::string word; std::getline(in, word, separator);)
+    for (std::string word; std::getline(in, word, separator);) {
         all.push_back(word);
+    }
     return all;
 }
 
@@ -33,8 +34,9 @@ protected:
         std::vector<std::string> options{"--raw", space.file("raw.bin").string(), "--save",
                                          space.file("trace.tdf").string()};
         if (expects("options")) {
-            for (const std::string& option : words(expected("options"), ' '))
+            for (const std::string& option : words(expected("options"), ' ')) {
                 options.push_back(option);
+            }
         }
         run = space.record(GetParam(), options);
         ASSERT_TRUE(run.json.is_object()) << "standard output: " << run.output << "\nstandard error: " << run.errors;
@@ -59,11 +61,13 @@ void Scenarios::checkFrequencies() const {
     }
     std::vector<std::string> rejected;
     for (const json& entry : calibration().at("frequencies")) {
-        if (entry.at("verdict") == "rejected")
+        if (entry.at("verdict") == "rejected") {
             rejected.push_back(entry.at("setting").dump());
+        }
     }
-    if (!expects("rejected"))
+    if (!expects("rejected")) {
         return;
+    }
     EXPECT_EQ(rejected, words(expected("rejected"), ','));
     const std::filesystem::path folder = run.json.at("files").at("receiver's files").get<std::string>();
     for (const std::string& setting : rejected) {
@@ -109,13 +113,15 @@ void Scenarios::checkEye() const {
     unsigned dataPins = 0;
     int slot = 0;
     for (const json& pin : last.at("pins")) {
-        if (pin.at("proc") == 0)
+        if (pin.at("proc") == 0) {
             continue;
+        }
         EXPECT_GE(pin.at("fraction").get<double>(), 0.25) << pin;
         EXPECT_LE(pin.at("fraction").get<double>(), 0.75) << pin;
         EXPECT_LT(pin.at("error_rate").get<double>(), 1e-9) << pin;
-        if (dataPins++ == 0)
+        if (dataPins++ == 0) {
             slot = pin.at("slot").get<int>();
+        }
         EXPECT_EQ(pin.at("slot").get<int>(), slot) << pin;
     }
     EXPECT_EQ(dataPins + 1, calibration().at("pins").size());
@@ -144,8 +150,9 @@ TEST_P(Scenarios, EndAsTheirAuthorSays) {
     EXPECT_TRUE(calibration().at("calibrated").get<bool>());
     checkRecording();
     checkSavedFiles();
-    if (expects("eye"))
+    if (expects("eye")) {
         checkEye();
+    }
 }
 
 const std::vector<const char*> tested{"clean",    "bench-cable",   "step-down",    "slow",         "one-pin",
@@ -165,8 +172,9 @@ TEST(ScenarioList, HasNoScenarioThatIsNotTested) {
     const Outcome told = space.run({"scenarios", "--json"});
     ASSERT_EQ(told.code, 0) << told.errors;
     std::vector<std::string> names;
-    for (const json& scenario : told.json)
+    for (const json& scenario : told.json) {
         names.push_back(scenario.at("name"));
+    }
     EXPECT_THAT(names, testing::UnorderedElementsAreArray(tested));
 }
 

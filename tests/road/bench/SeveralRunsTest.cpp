@@ -1,10 +1,10 @@
-#include <atomic>
-#include <chrono>
-#include <thread>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <atomic>
+#include <chrono>
+#include <thread>
 
 // Runs at the same time on one machine, which all begin with the same port.
 
@@ -17,16 +17,19 @@ using namespace std::chrono_literals;
 class Load {
 public:
     Load() {
-        for (unsigned i = 0; i < 2 * std::thread::hardware_concurrency(); ++i)
+        for (unsigned i = 0; i < 2 * std::thread::hardware_concurrency(); ++i) {
             threads.emplace_back([this] {
-                while (!over)
+                while (!over) {
                     ++count;
+                }
             });
+        }
     }
     ~Load() {
         over = true;
-        for (std::thread& thread : threads)
+        for (std::thread& thread : threads) {
             thread.join();
+        }
     }
     Load(const Load&) = delete;
     Load& operator=(const Load&) = delete;
@@ -46,8 +49,9 @@ public:
 
     std::string errors() const { return readBytes(space.file("stderr.txt")); }
     void awaitPhase(const std::string& phase) const {
-        while (errors().find("orvtrace: " + phase) == std::string::npos)
+        while (errors().find("orvtrace: " + phase) == std::string::npos) {
             std::this_thread::sleep_for(20ms);
+        }
     }
 
 private:
@@ -60,8 +64,9 @@ public:
 TEST(SeveralRuns, AllThatStartAtOnceOnABusyMachineSucceed) {
     const Load load;
     std::vector<std::unique_ptr<StartedRun>> runs;
-    for (int number = 0; number < 8; ++number)
+    for (int number = 0; number < 8; ++number) {
         runs.push_back(std::make_unique<StartedRun>("bench-cable"));
+    }
     for (const auto& run : runs) {
         EXPECT_EQ(run->running.wait(), 0) << run->errors();
         EXPECT_EQ(withoutProgress(run->errors()), "");
@@ -86,8 +91,9 @@ TEST(SeveralRuns, ARunThatDiesAtItsStartMakesPlaceForTheNext) {
 }
 
 TEST(SeveralRuns, OneThatWaitsIsEndedByAnInterrupt) {
-    if (!RunningProgram::canInterrupt())
+    if (!RunningProgram::canInterrupt()) {
         GTEST_SKIP() << "no console event can be sent here, as under Wine";
+    }
     const RunSpace space;
     StartedRun first(hangingScenario(space));
     first.awaitPhase("starting the data server");

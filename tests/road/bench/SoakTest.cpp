@@ -1,9 +1,9 @@
-#include <chrono>
-#include <thread>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <chrono>
+#include <thread>
 
 // Soaks of units that are sound, that have defective memory and that fail: what is counted, what is shown, how it ends.
 
@@ -22,16 +22,16 @@ Outcome soak(const RunSpace& space, const std::filesystem::path& scenario, const
     std::vector<std::string> arguments{"soak",     "--json", "--scenario", scenario.string(),
                                        "--rounds", rounds,   "--out",      space.file("run").string()};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    return space.run(
-        arguments, {}, meanwhile ? meanwhile : [](RunningProgram&) {});
+    return space.run(arguments, {}, meanwhile ? meanwhile : [](RunningProgram&) {});
 }
 
 /// Where in the generator's stream each recording of the run begins, those that prove a calibration included.
 std::vector<std::uint64_t> firstWords(const RunSpace& space) {
     std::vector<std::uint64_t> all;
     std::istringstream in(readBytes(space.file("run") / "bench" / "contents.jsonl"));
-    for (std::string line; std::getline(in, line);)
+    for (std::string line; std::getline(in, line);) {
         all.push_back(json::parse(line).at("runs").at(0).at("first_word").get<std::uint64_t>());
+    }
     return all;
 }
 
@@ -124,8 +124,9 @@ TEST(Soak, WrongWordsAreCountedAndShownWithTheirPlace) {
     json expected = json::array();
     for (const unsigned round : {2U, 3U}) {
         expected.push_back(entryOf({round, 0x40000, 0, first[2 * round - 1]}));
-        for (const std::uint64_t byte : {0x60201U, 0x68201U, 0x70201U, 0x78201U})
+        for (const std::uint64_t byte : {0x60201U, 0x68201U, 0x70201U, 0x78201U}) {
             expected.push_back(entryOf({round, byte, 7, first[2 * round - 1]}));
+        }
     }
     EXPECT_EQ(run.json.at("firstErrors"), expected);
 }
@@ -161,8 +162,9 @@ TEST(Soak, ScenariosEndAsTheirAuthorSays) {
     unsigned tried = 0;
     for (const json& scenario : space.run({"scenarios", "--json"}).json) {
         const json& expect = scenario.at("expect");
-        if (!expect.contains("soak"))
+        if (!expect.contains("soak")) {
             continue;
+        }
         ++tried;
         const Outcome run = soak(space, scenario.at("name").get<std::string>(), "1", {"--force"});
         EXPECT_EQ(run.json.at("outcome"), expect.at("soak")) << scenario.at("name") << run.errors;
@@ -234,16 +236,18 @@ TEST(Soak, ASettingsFileThatWrapsIsRefused) {
 class InterruptedSoak : public testing::Test {
 protected:
     void SetUp() override {
-        if (!RunningProgram::canInterrupt())
+        if (!RunningProgram::canInterrupt()) {
             GTEST_SKIP() << "no console event can be sent here, as under Wine; there the test road_interrupt sends it "
                             "from outside";
+        }
     }
 
     /// Interrupts a soak without end once so many of the unit's recordings have ended.
     Outcome interrupted(const std::filesystem::path& scenario, std::size_t recordings) const {
         return soak(space, scenario, "1000000", {}, [&](RunningProgram& running) {
-            while (lines(readBytes(space.file("run") / "bench" / "contents.jsonl")) < recordings)
+            while (lines(readBytes(space.file("run") / "bench" / "contents.jsonl")) < recordings) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
             EXPECT_TRUE(running.interrupt());
         });
     }

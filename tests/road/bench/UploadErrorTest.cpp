@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // An error after the stop, while the unit's buffer is uploaded: what came until then is kept, and the receiver's reason
 // is told. The first request is the one of the calibration's verification.

@@ -1,11 +1,11 @@
-#include <algorithm>
-#include <cctype>
-#include <span>
+#include "tests/road/Orvtrace.h"
+#include "tests/road/documents/ShellBlocks.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
-#include "tests/road/documents/ShellBlocks.h"
+#include <algorithm>
+#include <cctype>
+#include <span>
 
 // Commands that documents show are run as a reader would: those of each document in their order, in one empty folder
 // that has the programs in the search path and in build/linux/bin.
@@ -59,8 +59,9 @@ bool isIn(std::span<const Exception> list, const std::string& document, const st
 std::vector<std::string> documents() {
     std::vector<std::string> names{"README.md"};
     for (const auto& entry : fs::recursive_directory_iterator(fs::path(ORV_SOURCE_ROOT) / "docs")) {
-        if (entry.path().extension() == ".md")
+        if (entry.path().extension() == ".md") {
             names.push_back(entry.path().lexically_relative(ORV_SOURCE_ROOT).generic_string());
+        }
     }
     std::sort(names.begin(), names.end());
     return names;
@@ -74,11 +75,13 @@ std::vector<ShellBlock> blocksOf(const std::string& document) {
 std::string scriptOf(const std::string& document) {
     std::string script;
     for (const ShellBlock& block : blocksOf(document)) {
-        if (isIn(blocksNotRun, document, block.commands.front()))
+        if (isIn(blocksNotRun, document, block.commands.front())) {
             continue;
+        }
         for (const std::string& command : block.commands) {
-            if (isIn(commandsNotRun, document, command))
+            if (isIn(commandsNotRun, document, command)) {
                 continue;
+            }
             script += command + "\ncode=$?\n[ $code -eq 0 ] || { echo \"" + document + ":" +
                       std::to_string(block.line) + ": a command ends with code $code\" >&2; exit 1; }\n";
         }
@@ -90,8 +93,9 @@ std::string scriptOf(const std::string& document) {
 std::vector<std::string> documentsToFollow() {
     std::vector<std::string> names;
     for (const std::string& document : documents()) {
-        if (!scriptOf(document).empty())
+        if (!scriptOf(document).empty()) {
             names.push_back(document);
+        }
     }
     return names;
 }
@@ -103,8 +107,9 @@ TEST_P(DocumentCommands, AllSucceedInTheirOrderInAnEmptyFolder) {
     copyOfInstallation(space.file("folder") / "build" / "linux" / "bin");
     std::string script = "PATH=\"$PWD/build/linux/bin:$PATH\"\nset -v\n";
     for (const Assumption& before : assumed) {
-        if (GetParam() == before.document)
+        if (GetParam() == before.document) {
             script += std::string(before.command) + "\n";
+        }
     }
     const fs::path file = space.write("script.sh", script + scriptOf(GetParam()));
     RunningProgram shell("/bin/sh", {file.string()}, space.file("stdout.txt"), space.file("stderr.txt"),
@@ -126,16 +131,19 @@ TEST(DocumentBlocks, EveryExceptionIsNeeded) {
         for (const ShellBlock& block : blocksOf(entry.document)) {
             for (const std::string& command : block.commands) {
                 met = met || command.starts_with(entry.command);
-                if (firstOnly)
+                if (firstOnly) {
                     break;
+                }
             }
         }
         EXPECT_TRUE(met) << entry.document << " has no " << entry.command;
     };
-    for (const Exception& entry : blocksNotRun)
+    for (const Exception& entry : blocksNotRun) {
         expectMet(entry, true);
-    for (const Exception& entry : commandsNotRun)
+    }
+    for (const Exception& entry : commandsNotRun) {
         expectMet(entry, false);
+    }
 }
 
 TEST(DocumentBlocks, CommandsAreFoundWithoutExplanationsAndOutput) {

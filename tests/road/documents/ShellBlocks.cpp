@@ -23,19 +23,22 @@ ShellBlock blockOf(unsigned line, const std::vector<std::string>& lines) {
     const bool withOutput = std::any_of(lines.begin(), lines.end(), [](const auto& l) { return l.starts_with("$ "); });
     bool continued = false;
     for (const std::string& text : lines) {
-        if (isComment(text) || (withOutput && !text.starts_with("$ ")))
+        if (isComment(text) || (withOutput && !text.starts_with("$ "))) {
             continue;
+        }
         std::string command = withOutput ? text.substr(2) : text;
         const bool continues = command.ends_with('\\');
-        if (continues)
+        if (continues) {
             command.pop_back();
+        }
         command.erase(0, command.find_first_not_of(' '));
         command.erase(std::min(command.size(), command.find("  ")));
         command.erase(command.find_last_not_of(' ') + 1);
-        if (continued)
+        if (continued) {
             block.commands.back() += " " + command;
-        else
+        } else {
             block.commands.push_back(command);
+        }
         continued = continues;
     }
     return block;
@@ -49,17 +52,19 @@ std::vector<ShellBlock> shellBlocksOf(const std::string& document) {
     unsigned number = 0;
     const auto end = [&] {
         const auto first = std::find_if_not(lines.begin(), lines.end(), isComment);
-        if (first != lines.end() && showsCommands(*first))
+        if (first != lines.end() && showsCommands(*first)) {
             blocks.push_back(blockOf(number - static_cast<unsigned>(lines.size()), lines));
+        }
         lines.clear();
     };
     std::istringstream in(document + "\n");
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (line.starts_with(indentation))
+        if (line.starts_with(indentation)) {
             lines.push_back(line.substr(std::string(indentation).size()));
-        else
+        } else {
             end();
+        }
     }
     ++number;
     end();

@@ -1,10 +1,10 @@
-#include <cctype>
-#include <regex>
-#include <sstream>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <cctype>
+#include <regex>
+#include <sstream>
 
 // What a user meets before anything is started: usage, inputs, outputs.
 
@@ -27,8 +27,9 @@ TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
         EXPECT_THAT(run.errors, IsEmpty());
         EXPECT_LE(lines(run.output), 24U) << run.output;
         std::istringstream in(run.output);
-        for (std::string line; std::getline(in, line);)
+        for (std::string line; std::getline(in, line);) {
             EXPECT_LE(line.size(), 81U) << line; // with the carriage return of one system
+        }
         if (!arguments.empty() && arguments.size() > 1) {
             EXPECT_THAT(run.output, HasSubstr("Example: orvtrace " + arguments.front())) << "each has an example";
         }
@@ -41,20 +42,24 @@ std::vector<std::string> valueWordsOf(const std::string& help) {
     std::vector<std::string> words;
     std::istringstream in(help);
     for (std::string line; std::getline(in, line);) {
-        if (line.ends_with('\r'))
+        if (line.ends_with('\r')) {
             line.pop_back();
+        }
         std::smatch found;
-        if (line.starts_with("  -") && !std::regex_match(line, found, option))
+        if (line.starts_with("  -") && !std::regex_match(line, found, option)) {
             words.push_back("unreadable: " + line);
-        else if (!found.empty() && found[1].matched)
+        } else if (!found.empty() && found[1].matched) {
             words.push_back(found[1]);
-        if (!line.starts_with("Usage: "))
+        }
+        if (!line.starts_with("Usage: ")) {
             continue;
+        }
         std::istringstream usage(line.substr(line.find(' ') + 1));
         for (std::string word; usage >> word;) {
             if (std::islower(static_cast<unsigned char>(word.front())) == 0 && word != "SUBCOMMAND" &&
-                word != "[OPTIONS]")
+                word != "[OPTIONS]") {
                 words.push_back(word);
+            }
         }
     }
     return words;
@@ -81,8 +86,9 @@ TEST(CommandLine, EverySubcommandStandsInTheHelpAndInTheDocument) {
     const std::string page = readBytes(ORV_TOOL_PAGE);
     EXPECT_THAT(help, HasSubstr("Exit codes:"));
     for (const std::vector<std::string>& command : allCommands) {
-        if (command.size() != 1)
+        if (command.size() != 1) {
             continue;
+        }
         EXPECT_THAT(help, HasSubstr("\n  " + command.front() + " "));
         EXPECT_THAT(page, HasSubstr("orvtrace " + command.front()));
     }
@@ -98,8 +104,9 @@ TEST(CommandLine, VersionNamesBuildCompilerAndSystem) {
     EXPECT_THAT(run.output, HasSubstr("\nsystem    "));
     const Outcome json = space.run({"--version", "--json"});
     EXPECT_EQ(json.code, 0);
-    for (const char* key : {"version", "build", "compiler", "system"})
+    for (const char* key : {"version", "build", "compiler", "system"}) {
         EXPECT_FALSE(json.json.at(key).get<std::string>().empty()) << key;
+    }
 }
 
 TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
@@ -186,9 +193,10 @@ TEST(CommandLine, WrongUsageIsToldInTheWordsOfTheHelp) {
 }
 
 TEST(CommandLine, NumbersHaveOneRule) {
-    for (const char* text : {"abc", "nan", "inf", ""})
+    for (const char* text : {"abc", "nan", "inf", ""}) {
         EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--seconds", text}),
                   "orvtrace: --seconds: '" + std::string(text) + "' is not a number");
+    }
     EXPECT_EQ(saidTo({"soak", "--seconds", "1e9"}), "orvtrace: --seconds: must be from 0 to 10000000");
     EXPECT_EQ(saidTo({"burst", "x", "--from", "abc"}), "orvtrace: --from: 'abc' is not a whole number");
     EXPECT_EQ(saidTo({"burst", "x", "--to", "0"}), "orvtrace: --to: must be from 1 to 1000000000");

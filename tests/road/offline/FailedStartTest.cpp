@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // A run that fails before the receiver had anything to say leaves nothing behind.
 
@@ -16,8 +16,9 @@ std::vector<std::string> leftIn(const RunSpace& space) {
     std::vector<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(space.file(""))) {
         const std::string name = fs::relative(entry.path(), space.file("")).generic_string();
-        if (name != "stdout.txt" && name != "stderr.txt")
+        if (name != "stdout.txt" && name != "stderr.txt") {
             names.push_back(name);
+        }
     }
     std::sort(names.begin(), names.end());
     return names;

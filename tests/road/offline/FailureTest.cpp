@@ -1,8 +1,8 @@
-#include <map>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <map>
 
 // Every way to fail that a user can provoke with files and options alone, for every subcommand: one line that names the
 // file, the documented code, and the same in JSON.
@@ -21,8 +21,9 @@ const std::map<int, std::string> outcomes{
 /// The arguments with "{}" replaced by a file.
 Arguments with(Arguments arguments, const fs::path& file) {
     for (std::string& argument : arguments) {
-        if (argument == "{}")
+        if (argument == "{}") {
             argument = file.string();
+        }
     }
     return arguments;
 }
@@ -44,8 +45,9 @@ void expectFailure(const RunSpace& space, const Arguments& arguments, int code, 
 
 std::string scramble() {
     std::string bytes;
-    for (unsigned value = 1; bytes.size() < 400; value = value * 1103515245U + 12345U)
+    for (unsigned value = 1; bytes.size() < 400; value = value * 1103515245U + 12345U) {
         bytes += static_cast<char>(value >> 16);
+    }
     return bytes;
 }
 
@@ -82,8 +84,9 @@ const std::vector<Input> inputs{
 
 TEST(FailedInput, AMissingFileIsCodeThree) {
     const RunSpace space;
-    for (const Input& input : inputs)
+    for (const Input& input : inputs) {
         expectFailure(space, with(input.arguments, space.file(input.name)), 3, space.file(input.name).string());
+    }
 }
 
 TEST(FailedInput, AFolderInItsPlaceIsCodeThree) {
@@ -96,8 +99,9 @@ TEST(FailedInput, AFolderInItsPlaceIsCodeThree) {
 
 TEST(FailedInput, AnEmptyATruncatedAndAScrambledFileAreCodeThree) {
     for (const Input& input : inputs) {
-        if (input.truncated.empty())
+        if (input.truncated.empty()) {
             continue;
+        }
         for (const std::string& bytes : {std::string(), input.truncated, scramble()}) {
             const RunSpace space;
             const fs::path file = space.write(input.name, bytes);

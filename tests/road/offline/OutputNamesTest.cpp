@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // No name of an output costs an input, or another output, of the same command.
 
@@ -29,8 +29,9 @@ std::vector<fs::path> namesOf(const RunSpace& space, const fs::path& file) {
     std::error_code failed;
     fs::create_hard_link(file, names[2], failed);
     fs::create_symlink(file, names[3], failed);
-    if (failed)
+    if (failed) {
         names.pop_back();
+    }
     return names;
 }
 
@@ -59,8 +60,9 @@ TEST(OutputNames, TheFileThatIsReadIsNotOverwrittenEvenWithForce) {
         const fs::path file = space.write(meeting.name, meeting.bytes);
         for (const fs::path& name : namesOf(space, file)) {
             Arguments arguments = meeting.arguments;
-            for (std::string& each : arguments)
+            for (std::string& each : arguments) {
                 each = each == "{in}" ? file.string() : each == "{out}" ? name.string() : each;
+            }
             arguments.emplace_back("--force");
             const Outcome run = space.run(arguments);
             SCOPED_TRACE(testing::PrintToString(arguments) + "\n" + run.errors);
@@ -85,8 +87,9 @@ TEST(OutputNames, TwoOutputsInOneFileAreRefused) {
           {"record", "--scenario", "clean", "--out", "run", "--raw", "run/clean.xml"}}) {
         for (const bool force : {false, true}) {
             Arguments whole = arguments;
-            if (force)
+            if (force) {
                 whole.emplace_back("--force");
+            }
             const Outcome run = space.run(whole);
             SCOPED_TRACE(testing::PrintToString(whole) + "\n" + run.errors);
             EXPECT_EQ(run.code, 2);

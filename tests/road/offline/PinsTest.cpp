@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // What a device's pins can carry, asked without a receiver.
 
@@ -11,8 +11,9 @@ using testing::HasSubstr;
 
 const json* answerFor(const json& all, const std::string& kind, unsigned dataPins) {
     for (const json& answer : all.at("answers")) {
-        if (answer.at("kind") == kind && answer.at("dataPins") == dataPins)
+        if (answer.at("kind") == kind && answer.at("dataPins") == dataPins) {
             return &answer;
+        }
     }
     return nullptr;
 }
@@ -50,8 +51,9 @@ TEST(Pins, AKindLeavesOutTheOthersPinOuts) {
     const Outcome run = space.run({"pins", "--device", "bench/app", "--kind", "tpiu", "--json"});
     ASSERT_EQ(run.code, 0) << run.errors;
     EXPECT_EQ(run.json.at("pinouts").size(), 5U);
-    for (const json& pinout : run.json.at("pinouts"))
+    for (const json& pinout : run.json.at("pinouts")) {
         EXPECT_EQ(pinout.at("kind"), "tpiu");
+    }
     EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--kind", "tpiu"}).output.find(" pti "), std::string::npos);
 }
 

@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // What is wrong with a scenario is told before anything starts, in the words of the server that reads it.
 

@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include "tests/road/Orvtrace.h"
+
+#include <gmock/gmock.h>
 
 // Trace data files at the command line.
 
@@ -10,8 +10,9 @@ using testing::HasSubstr;
 
 std::string bytesOf(std::size_t count) {
     std::string bytes;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         bytes += static_cast<char>((i * 7 + i / 256) & 0xFF);
+    }
     return bytes;
 }
 

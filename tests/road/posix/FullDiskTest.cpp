@@ -1,9 +1,9 @@
-#include <csignal>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
-#include "tests/road/Orvtrace.h"
+#include <csignal>
+#include <sys/resource.h>
 
 // A disk that becomes full: stood in for by a limit of the length of files, which fails the same writes.
 
@@ -44,9 +44,11 @@ std::vector<std::string> withBrief(std::vector<std::string> more) {
 }
 
 bool hasPartialFile(const RunSpace& space) {
-    for (const auto& entry : fs::directory_iterator(space.file("")))
-        if (entry.path().filename().string().find(".part") != std::string::npos)
+    for (const auto& entry : fs::directory_iterator(space.file(""))) {
+        if (entry.path().filename().string().find(".part") != std::string::npos) {
             return true;
+        }
+    }
     return false;
 }
 

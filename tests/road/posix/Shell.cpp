@@ -2,10 +2,9 @@
 
 #include <cerrno>
 #include <csignal>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <spawn.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -21,25 +20,29 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
     std::vector<std::string> texts{program.string()};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
-    for (std::string& text : texts)
+    for (std::string& text : texts) {
         pointers.push_back(text.data());
+    }
     pointers.push_back(nullptr);
 
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     constexpr int fresh = O_WRONLY | O_CREAT | O_TRUNC;
-    if (output.empty())
+    if (output.empty()) {
         posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, "/dev/full", O_WRONLY, 0);
-    else
+    } else {
         posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(), fresh, 0644);
+    }
     posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errors.c_str(), fresh, 0644);
-    if (!folder.empty())
+    if (!folder.empty()) {
         posix_spawn_file_actions_addchdir_np(&files, folder.c_str());
+    }
     const int failed = posix_spawn(&state->process, program.c_str(), &files, nullptr, pointers.data(), environ);
     posix_spawn_file_actions_destroy(&files);
-    if (failed != 0)
+    if (failed != 0) {
         throw std::runtime_error("cannot start " + program.string());
+    }
 }
 
 RunningProgram::~RunningProgram() {

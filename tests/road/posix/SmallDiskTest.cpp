@@ -1,8 +1,8 @@
-#include <cstdlib>
+#include "tests/road/Orvtrace.h"
 
 #include <gmock/gmock.h>
 
-#include "tests/road/Orvtrace.h"
+#include <cstdlib>
 
 // A disk with less than 5 MB of free space: the receiver writes no log. A library that is loaded with every program says
 // that of every disk.

@@ -2,10 +2,9 @@
 
 #include <cerrno>
 #include <csignal>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <pty.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,16 +13,19 @@ Terminal::Terminal(const std::filesystem::path& program, const std::vector<std::
     std::vector<std::string> texts{program.string()};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
-    for (std::string& each : texts)
+    for (std::string& each : texts) {
         pointers.push_back(each.data());
+    }
     pointers.push_back(nullptr);
     winsize size{25, 80, 0, 0};
     process = forkpty(&keys, nullptr, nullptr, &size);
-    if (process == -1)
+    if (process == -1) {
         throw std::runtime_error("no terminal can be had");
+    }
     if (process == 0) {
-        if (!errors.empty())
+        if (!errors.empty()) {
             dup2(open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
+        }
         execv(program.c_str(), pointers.data());
         _exit(127);
     }
@@ -40,16 +42,18 @@ Terminal::~Terminal() {
 bool Terminal::read() {
     char buffer[4096];
     const ssize_t count = ::read(keys, buffer, sizeof buffer);
-    if (count > 0)
+    if (count > 0) {
         text.append(buffer, static_cast<std::size_t>(count));
+    }
     // A terminal whose program has ended fails to be read.
     return count > 0 || (count == -1 && errno == EINTR);
 }
 
 bool Terminal::waitFor(const std::string& wanted) {
     while (text.find(wanted) == std::string::npos) {
-        if (!read())
+        if (!read()) {
             return false;
+        }
     }
     return true;
 }
@@ -60,13 +64,15 @@ void Terminal::waitForEnd() {
 }
 
 void Terminal::pressCtrlC() {
-    if (write(keys, "\x03", 1) != 1)
+    if (write(keys, "\x03", 1) != 1) {
         throw std::runtime_error("the terminal takes no key");
+    }
 }
 
 void Terminal::close() {
-    if (keys != -1)
+    if (keys != -1) {
         ::close(keys);
+    }
     keys = -1;
 }
 

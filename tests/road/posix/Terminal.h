@@ -2,9 +2,8 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
-
 #include <sys/types.h>
+#include <vector>
 
 /// A program on a terminal of its own, with somebody at the keys.
 class Terminal {

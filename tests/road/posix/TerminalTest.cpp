@@ -1,8 +1,7 @@
+#include "tests/road/Orvtrace.h"
 #include "tests/road/posix/Terminal.h"
 
 #include <gmock/gmock.h>
-
-#include "tests/road/Orvtrace.h"
 
 // Ctrl-C at a terminal, which echoes the key, and a terminal that is closed.
 
@@ -40,8 +39,9 @@ TEST(OnATerminal, TheEchoOfCtrlCIsNotPartOfTheResult) {
 TEST(OnATerminal, TheResultBeginsALineWhereTheMessagesGoElsewhere) {
     const RunSpace space;
     Terminal terminal(orvtraceProgram(), longRecording(space), space.file("errors.txt"));
-    while (readBytes(space.file("errors.txt")).find("orvtrace: recording") == std::string::npos)
+    while (readBytes(space.file("errors.txt")).find("orvtrace: recording") == std::string::npos) {
         usleep(20000);
+    }
     terminal.pressCtrlC();
     terminal.waitForEnd();
     EXPECT_EQ(terminal.exitCode(), 7) << terminal.shown();
@@ -54,8 +54,9 @@ TEST(OnATerminal, TheResultBeginsALineWhereTheMessagesGoElsewhere) {
 TEST(OnATerminal, OneThatIsClosedEndsTheRecordingInOrder) {
     const RunSpace space;
     Terminal terminal(orvtraceProgram(), longRecording(space), space.file("errors.txt"));
-    while (readBytes(space.file("errors.txt")).find("orvtrace: recording") == std::string::npos)
+    while (readBytes(space.file("errors.txt")).find("orvtrace: recording") == std::string::npos) {
         usleep(20000);
+    }
     usleep(300000);
     terminal.close();
     EXPECT_EQ(terminal.exitCode(), 7) << readBytes(space.file("errors.txt"));

@@ -1,10 +1,9 @@
 #include "tests/road/Shell.h"
 
-#include <stdexcept>
+#include "toolkit/FilePath.h"
 
 #include <windows.h>
-
-#include "host/basics/FilePath.h"
+#include <stdexcept>
 
 struct RunningProgram::State {
     PROCESS_INFORMATION process{};
@@ -15,9 +14,10 @@ namespace {
 
 HANDLE openOutput(const std::filesystem::path& file) {
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-    if (file.empty()) // what can only be read fails as a full disk does
+    if (file.empty()) { // what can only be read fails as a full disk does
         return CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0,
                            nullptr);
+    }
     return CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, CREATE_ALWAYS,
                        FILE_ATTRIBUTE_NORMAL, nullptr);
 }
@@ -27,8 +27,9 @@ std::wstring quoted(const std::wstring& word) {
     std::wstring text = L"\"";
     std::size_t backslashes = 0;
     for (const wchar_t c : word) {
-        if (c == L'"')
+        if (c == L'"') {
             text.append(backslashes + 1, L'\\');
+        }
         backslashes = c == L'\\' ? backslashes + 1 : 0;
         text += c;
     }
@@ -42,8 +43,9 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
                                const std::filesystem::path& folder)
     : state(std::make_unique<State>()) {
     std::wstring line = quoted(program.wstring());
-    for (const std::string& argument : arguments)
-        line += L" " + quoted(host::filePath(argument).wstring());
+    for (const std::string& argument : arguments) {
+        line += L" " + quoted(toolkit::filePath(argument).wstring());
+    }
     STARTUPINFOW start{};
     start.cb = sizeof start;
     start.dwFlags = STARTF_USESTDHANDLES;
@@ -54,8 +56,9 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
                                         nullptr, folder.empty() ? nullptr : folder.c_str(), &start, &state->process);
     CloseHandle(start.hStdOutput);
     CloseHandle(start.hStdError);
-    if (started == FALSE)
+    if (started == FALSE) {
         throw std::runtime_error("cannot start " + program.string());
+    }
 }
 
 RunningProgram::~RunningProgram() {

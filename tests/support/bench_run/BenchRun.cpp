@@ -1,6 +1,6 @@
 #include "tests/support/bench_run/BenchRun.h"
 
-#include "tests/support/bench_run/environment.h"
+#include "tests/support/bench_run/Environment.h"
 
 #include <fstream>
 #include <stdexcept>
@@ -38,13 +38,15 @@ BenchRun::BenchRun(const Target& target) {
 }
 
 BenchRun::~BenchRun() {
-    for (const char* name : variables)
+    for (const char* name : variables) {
         setVariable(name, "");
+    }
 }
 
 XmtrLibrary::XmtrLibrary() {
-    if (!library.FindAndLoad("zarn_xmtr"))
+    if (!library.FindAndLoad("zarn_xmtr")) {
         throw std::runtime_error(library.GetLastErrorText());
+    }
     object = symbol<CreateXmtrFunction>(library, "CreateXmtr")(0, 0);
 }
 
@@ -55,8 +57,9 @@ XmtrLibrary::~XmtrLibrary() {
 bool waitUntil(const std::function<bool()>& holds) {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(ORV_TIME_FACTOR);
     while (!holds()) {
-        if (std::chrono::steady_clock::now() > limit)
+        if (std::chrono::steady_clock::now() > limit) {
             return false;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
@@ -66,8 +69,9 @@ void untilServerListens(const std::function<void()>& connect, const std::functio
     constexpr unsigned attempts = 20;
     for (unsigned attempt = 1; attempt < attempts; ++attempt) {
         connect();
-        if (!refused())
+        if (!refused()) {
             return;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
     }
     connect();

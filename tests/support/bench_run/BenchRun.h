@@ -1,14 +1,13 @@
 #pragma once
 
+#include "common/source/source_utilities/uDll.h"
+#include "rcvr/framework/IXmtrLibrary.h"
 #include "tests/support/scratch/TemporaryFolder.h"
 
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
-
-#include "common/source/source_utilities/uDll.h"
-#include "rcvr/framework/IXmtrLibrary.h"
 
 namespace bench_run {
 

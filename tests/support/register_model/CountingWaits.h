@@ -16,8 +16,9 @@ public:
         ++sleeps;
         total += milliseconds;
         last = milliseconds;
-        if (hook)
+        if (hook) {
             hook(milliseconds);
+        }
         std::this_thread::yield();
     }
 

@@ -31,14 +31,16 @@ public:
     explicit MockTransmitter(RegisterModel& model) {
         using testing::_;
         ON_CALL(*this, setProperty).WillByDefault([this, &model](const char* name, const char* value) {
-            if (properties.count(name) == 0)
+            if (properties.count(name) == 0) {
                 throw VX_QRS::ORV::CLIENT::Exception("MockTransmitter", 0, VX_QRS::ORV::CLIENT::eNAME, name);
+            }
             properties[name] = value;
             model.note("transmitter " + std::string(name) + "=" + value);
         });
         ON_CALL(*this, getProperty).WillByDefault([this](const char* name, const char** value) {
-            if (properties.count(name) == 0)
+            if (properties.count(name) == 0) {
                 throw VX_QRS::ORV::CLIENT::Exception("MockTransmitter", 0, VX_QRS::ORV::CLIENT::eNAME, name);
+            }
             *value = properties[name].c_str();
         });
         ON_CALL(*this, applySettings).WillByDefault([&model] { model.note("transmitter applySettings"); });

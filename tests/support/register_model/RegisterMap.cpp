@@ -15,8 +15,9 @@ Map makeMap() {
     const auto add = [&map](Access access, std::uint32_t address, std::uint32_t count = 1, std::uint32_t stride = 2) {
         for (std::uint32_t i = 0; i < count; ++i) {
             Access& entry = map[{1, address + i * stride}];
-            if (entry != Access::ReadWrite)
+            if (entry != Access::ReadWrite) {
                 entry = access;
+            }
         }
     };
     using enum Access;

@@ -40,8 +40,9 @@ RegisterModel::RegisterModel() {
     set(0x08000032, 50000000 >> 16);
     set(0x08000030, 50000000 & 0xFFFF);
     set(0x08000034, 21 << 8 | 3);
-    for (std::uint32_t channel = 0; channel < numChannels; ++channel)
+    for (std::uint32_t channel = 0; channel < numChannels; ++channel) {
         set(0x08008060 + 2 * channel, 0x80);
+    }
 }
 
 std::vector<std::string> RegisterModel::log() const {
@@ -145,16 +146,16 @@ void RegisterModel::deliverBefore(Call call, std::function<void(Callback&)> reco
     onNext(
         call,
         [this, record = std::move(record)] {
-            if (callback == nullptr)
+            if (callback == nullptr) {
                 throw std::runtime_error("invalid rsp callback response");
+            }
             record(*callback);
         },
         skip);
 }
 
 void RegisterModel::failNext(Call call, const std::string& text, unsigned skip) {
-    onNext(
-        call, [text] { throw std::runtime_error(text); }, skip);
+    onNext(call, [text] { throw std::runtime_error(text); }, skip);
 }
 
 void RegisterModel::onNext(Call call, std::function<void()> action, unsigned skip) {
@@ -176,8 +177,9 @@ void RegisterModel::enter(Call call, const std::string& line) {
             ++event;
         }
     }
-    for (const auto& action : due)
+    for (const auto& action : due) {
         action();
+    }
 }
 
 void RegisterModel::refuse(const char* what, const RegisterAccess& access) {
@@ -187,8 +189,9 @@ void RegisterModel::refuse(const char* what, const RegisterAccess& access) {
 }
 
 std::uint32_t RegisterModel::readOne(const RegisterAccess& access) {
-    if (accessOf(access.kind, access.address) == Access::None)
+    if (accessOf(access.kind, access.address) == Access::None) {
         refuse("read", access);
+    }
     const auto script = readScripts.find({access.kind, access.address});
     if (script != readScripts.end() && !script->second.empty()) {
         const std::uint32_t value = script->second.front();
@@ -196,14 +199,17 @@ std::uint32_t RegisterModel::readOne(const RegisterAccess& access) {
         return value;
     }
     const auto hook = readHooks.find(access.address);
-    if (hook != readHooks.end())
+    if (hook != readHooks.end()) {
         return hook->second();
+    }
     if (access.kind == 1 && access.address >= fifoStatus && access.address < fifoEnd) {
         Fifo& fifo = fifos[(access.address - fifoStatus) / 8];
-        if ((access.address - fifoStatus) % 8 == 0)
+        if ((access.address - fifoStatus) % 8 == 0) {
             return (fifo.filled ? 0x0200u : 0u) | (static_cast<std::uint32_t>(fifo.words.size()) & 0x01FFu);
-        if (fifo.words.empty())
+        }
+        if (fifo.words.empty()) {
             return 0;
+        }
         const std::uint32_t word = fifo.words.front();
         fifo.words.pop_front();
         fifo.filled = fifo.filled && !fifo.words.empty();
@@ -213,22 +219,25 @@ std::uint32_t RegisterModel::readOne(const RegisterAccess& access) {
 }
 
 void RegisterModel::writeOne(const RegisterAccess& access) {
-    if (accessOf(access.kind, access.address) != Access::ReadWrite)
+    if (accessOf(access.kind, access.address) != Access::ReadWrite) {
         refuse("write", access);
+    }
     const bool clears = access.kind == 1 && isErrorStatus(access.address);
     values[{access.kind, access.address}] = clears ? 0 : access.value;
     writes[access.address].push_back(access.value);
     if (access.kind == 1 && access.address == command && access.value == commandTrigger) {
-        if (triggerHook)
+        if (triggerHook) {
             triggerHook(*this);
+        }
         for (Fifo& fifo : fifos) {
             fifo.words.assign(fifo.burst.begin(), fifo.burst.end());
             fifo.filled = fifo.burstFills;
         }
     }
     const auto hook = writeHooks.find(access.address);
-    if (hook != writeHooks.end())
+    if (hook != writeHooks.end()) {
         hook->second(access.value);
+    }
 }
 
 void RegisterModel::connect(const char* url) {
@@ -244,28 +253,33 @@ void RegisterModel::disconnect() {
 void RegisterModel::read(RegisterAccess* list, std::uint32_t count) {
     Guard guard(mutex);
     std::string line = "read";
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
         (line += ' ') += addressText(list[i]);
+    }
     enter(Call::Read, line);
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
         list[i].value = readOne(list[i]);
+    }
 }
 
 void RegisterModel::write(const RegisterAccess* list, std::uint32_t count) {
     Guard guard(mutex);
     std::string line = "write";
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
         (line += ' ') += accessText(list[i]);
+    }
     enter(Call::Write, line);
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
         writeOne(list[i]);
+    }
 }
 
 VX_QRS::ORV::DataClient::Channel* RegisterModel::openChannel(std::uint32_t bufferSize, std::uint32_t mode,
                                                              Callback* newCallback) {
     Guard guard(mutex);
-    if (callback != nullptr)
+    if (callback != nullptr) {
         throw std::runtime_error("internal channel open error");
+    }
     callback = newCallback;
     enter(Call::OpenChannel, "open " + std::to_string(bufferSize) + " " + std::to_string(mode));
     return this;

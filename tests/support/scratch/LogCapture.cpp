@@ -28,8 +28,9 @@ public:
     }
     ~ProcessLog() {
         // An open file could not be removed everywhere.
-        if (VX_QRS::uLogger* logger = VX_QRS::getLogManager()->getLogger(); logger != nullptr)
+        if (VX_QRS::uLogger* logger = VX_QRS::getLogManager()->getLogger(); logger != nullptr) {
             logger->setEnabled(false);
+        }
     }
 
     TemporaryFolder folder;
@@ -44,12 +45,14 @@ std::string logPath() {
 std::string withoutLineNumber(std::string message) {
     for (const std::string unit : {"orv_client_frontend", "orv_client_transmitter"}) {
         const std::size_t found = message.find(unit);
-        if (found == std::string::npos)
+        if (found == std::string::npos) {
             continue;
+        }
         const std::size_t begin = std::min(message.find_first_of("0123456789", found), message.size());
         const std::size_t end = std::min(message.find_first_not_of("0123456789", begin), message.size());
-        if (begin < end && (message[begin - 1] == ':' || message[begin - 1] == '#'))
+        if (begin < end && (message[begin - 1] == ':' || message[begin - 1] == '#')) {
             message.replace(begin, end - begin, 1, '#');
+        }
     }
     return message;
 }
@@ -58,8 +61,9 @@ std::vector<std::string> strip(const std::vector<std::string>& full) {
     const std::string head = "ORV Receiver (orv_client_frontend:#) ";
     std::vector<std::string> stripped;
     for (const std::string& line : full) {
-        if (line.starts_with(head))
+        if (line.starts_with(head)) {
             stripped.push_back(line.substr(head.size()));
+        }
     }
     return stripped;
 }
@@ -81,10 +85,12 @@ std::vector<std::string> LogCapture::lines(char kind) const {
     std::istringstream text(readText(logPath()).substr(static_cast<std::size_t>(from)));
     std::vector<std::string> found;
     for (std::string line; std::getline(text, line);) {
-        if (!line.empty() && line.back() == '\r')
+        if (!line.empty() && line.back() == '\r') {
             line.pop_back();
-        if (line.substr(0, classWidth).find(kind) == std::string::npos)
+        }
+        if (line.substr(0, classWidth).find(kind) == std::string::npos) {
             continue;
+        }
         const std::size_t bar = line.find(" | ");
         found.push_back(withoutLineNumber(bar == std::string::npos ? line.substr(classWidth) : line.substr(bar + 3)));
     }
@@ -105,8 +111,9 @@ std::vector<std::string> LogCapture::functions(const std::string& unit) const {
         // "<unit> ##  VX_QRS::ORV::CLIENT::TransmitterBase_1::end(...)"
         const std::size_t begin = line.find("CLIENT::");
         const std::size_t end = line.find("(...)");
-        if (line.find(unit + " #") != std::string::npos && begin < end)
+        if (line.find(unit + " #") != std::string::npos && begin < end) {
             found.push_back(line.substr(begin + 8, end - begin - 8));
+        }
     }
     return found;
 }

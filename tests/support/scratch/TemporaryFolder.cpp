@@ -34,8 +34,9 @@ std::string readText(const std::string& path) {
 std::vector<std::string> linesOf(const std::string& path) {
     std::ifstream in(path);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);)
+    for (std::string line; std::getline(in, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 

@@ -12,8 +12,9 @@ int valueOf(char digit) {
 
 std::string bytes(std::initializer_list<int> values) {
     std::string text;
-    for (const int value : values)
+    for (const int value : values) {
         text.push_back(static_cast<char>(value));
+    }
     return text;
 }
 
@@ -89,12 +90,14 @@ std::string reply(std::string_view payload, std::string_view records) {
 
 std::string awkwardBytes() {
     std::string text;
-    for (int i = 0; i < 256; ++i)
+    for (int i = 0; i < 256; ++i) {
         text.push_back(static_cast<char>(i));
+    }
     const std::string special = bytes({'}', '#', '$', '*', 0x00, 0xFF, 0x5D, 0x03, 0x04, 0x0A, 0x20});
     for (const char a : special) {
-        for (const char b : special)
+        for (const char b : special) {
             text += {a, b};
+        }
         text += std::string(20, a);
     }
     return text;
@@ -112,8 +115,9 @@ std::string toHex(std::string_view raw) {
 
 std::string fromHex(std::string_view digits) {
     std::string raw;
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
         raw.push_back(static_cast<char>(16 * valueOf(digits[i]) + valueOf(digits[i + 1])));
+    }
     return raw;
 }
 

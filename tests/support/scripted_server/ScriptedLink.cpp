@@ -46,16 +46,18 @@ void LinkScript::verify() {
     EXPECT_EQ(deviation, "");
     EXPECT_EQ(frames::toHex(unexpected), "") << "sent beyond the script";
     // The two characters behind the last end mark are nothing that a client has to wait for.
-    if (steps.size() == 1 && at(Kind::Give) && steps.front().bytes == "00")
+    if (steps.size() == 1 && at(Kind::Give) && steps.front().bytes == "00") {
         steps.clear();
+    }
     EXPECT_TRUE(steps.empty()) << steps.size() << " steps were not used; the next bytes are "
                                << frames::toHex(steps.front().bytes);
 }
 
 std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
-    if (lost)
+    if (lost) {
         return IoNotConnected;
+    }
     const std::string sent(static_cast<const char*>(buffer), size);
     if (script->at(LinkScript::Kind::Write)) {
         const std::uint32_t result = script->steps.front().result;
@@ -73,42 +75,48 @@ std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::ui
     });
     count = size;
     if (expected == script->steps.end()) {
-        if (sent == "$D#00" && !script->saidGoodbye)
+        if (sent == "$D#00" && !script->saidGoodbye) {
             script->saidGoodbye = true;
-        else
+        } else {
             script->unexpected += sent;
+        }
         return IoOk;
     }
     std::string& wanted = expected->bytes;
     // Takes a part only, as a socket may.
     const std::size_t part = wanted.size() == 1 ? 1 : std::min(sent.size(), (wanted.size() + 1) / 2);
     count = static_cast<std::uint32_t>(part);
-    if (sent.substr(0, part) != wanted.substr(0, part) && script->deviation.empty())
+    if (sent.substr(0, part) != wanted.substr(0, part) && script->deviation.empty()) {
         script->deviation = "sent " + frames::toHex(sent) + " in place of " + frames::toHex(wanted);
+    }
     wanted.erase(0, part);
-    if (wanted.empty())
+    if (wanted.empty()) {
         script->steps.erase(expected);
+    }
     return IoOk;
 }
 
 std::uint32_t ScriptedLink::waitReadable(std::int32_t waitMs) {
     script->lastWait = waitMs;
-    if (lost)
+    if (lost) {
         return IoNotConnected;
+    }
     if (script->at(LinkScript::Kind::Wait)) {
         const std::uint32_t result = script->steps.front().result;
         script->steps.pop_front();
         return result;
     }
     if (script->at(LinkScript::Kind::Quiet)) {
-        if (--script->steps.front().waits == 0)
+        if (--script->steps.front().waits == 0) {
             script->steps.pop_front();
+        }
         return IoTimeout;
     }
     if (script->steps.empty() || script->at(LinkScript::Kind::Expect)) {
         // Waiting on would last for ever; end it in a way that the test sees.
-        if (script->deviation.empty())
+        if (script->deviation.empty()) {
             script->deviation = "waits for bytes where the script has none";
+        }
         lost = true;
         return IoNotConnected;
     }
@@ -118,16 +126,18 @@ std::uint32_t ScriptedLink::waitReadable(std::int32_t waitMs) {
 std::uint32_t ScriptedLink::receive(void* buffer, std::uint32_t size, std::uint32_t& count) {
     count = 0;
     script->lastRead = size;
-    if (lost)
+    if (lost) {
         return IoNotConnected;
+    }
     if (script->at(LinkScript::Kind::Read)) {
         const std::uint32_t result = script->steps.front().result;
         script->steps.pop_front();
         return result;
     }
     if (!script->at(LinkScript::Kind::Give)) {
-        if (script->at(LinkScript::Kind::HangUp))
+        if (script->at(LinkScript::Kind::HangUp)) {
             script->steps.pop_front();
+        }
         lost = true;
         return IoDisconnected;
     }
@@ -135,8 +145,9 @@ std::uint32_t ScriptedLink::receive(void* buffer, std::uint32_t size, std::uint3
     const std::size_t part = std::min({step.bytes.size(), step.piece, std::size_t{size}});
     std::memcpy(buffer, step.bytes.data(), part);
     step.bytes.erase(0, part);
-    if (step.bytes.empty())
+    if (step.bytes.empty()) {
         script->steps.pop_front();
+    }
     count = static_cast<std::uint32_t>(part);
     return IoOk;
 }

@@ -102,23 +102,26 @@ std::vector<ScriptedServer::Started> ScriptedServer::started() const {
         std::istringstream fields(line);
         std::string word;
         Started one;
-        if (fields >> word >> one.port >> one.pid && word == "started")
+        if (fields >> word >> one.port >> one.pid && word == "started") {
             all.push_back(one);
+        }
     }
     return all;
 }
 
 std::vector<std::uint32_t> ScriptedServer::startedPorts() const {
     std::vector<std::uint32_t> ports;
-    for (const Started& one : started())
+    for (const Started& one : started()) {
         ports.push_back(one.port);
+    }
     return ports;
 }
 
 std::vector<std::uint32_t> ScriptedServer::startedPids() const {
     std::vector<std::uint32_t> pids;
-    for (const Started& one : started())
+    for (const Started& one : started()) {
         pids.push_back(one.pid);
+    }
     return pids;
 }
 
@@ -127,8 +130,9 @@ bool ScriptedServer::allEnded() const {
     const auto runs = [](const Started& one) { return uEnvironment::processExists(one.pid); };
     // The process list may show an ended process for a moment.
     for (int i = 0; i < 400; ++i) {
-        if (std::none_of(all.begin(), all.end(), runs))
+        if (std::none_of(all.begin(), all.end(), runs)) {
             return true;
+        }
         VX_QRS::uThread::sleep(25);
     }
     return false;
@@ -140,8 +144,9 @@ void ScriptedServer::verify() const {
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with("used ")) {
             const std::size_t index = std::stoul(line.substr(5));
-            if (index < steps)
+            if (index < steps) {
                 used.insert(index);
+            }
         } else {
             EXPECT_TRUE(line.starts_with("started ") || line == "goodbye") << line;
         }

@@ -1,5 +1,5 @@
-#include "common/source/Exception.h"
 #include "common/source/ChannelSettings.h"
+#include "common/source/Exception.h"
 
 #include <gtest/gtest.h>
 

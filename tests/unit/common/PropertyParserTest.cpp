@@ -1,6 +1,5 @@
-#include "common/source/source_utilities/PropertyParser.h"
-
 #include "common/source/Exception.h"
+#include "common/source/source_utilities/PropertyParser.h"
 #include "tests/unit/common/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

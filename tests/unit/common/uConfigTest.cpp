@@ -1,7 +1,6 @@
 #include "common/source/source_utilities/uConfig.h"
-
+#include "tests/unit/common/FailureText.h"
 #include "tests/unit/common/TemporaryFolder.h"
-#include "tests/unit/common/failureText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,8 @@
 #include "common/source/source_utilities/uDll.h"
-
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
-
+#include "tests/unit/common/FailureText.h"
 #include "tests/unit/common/TemporaryFolder.h"
-#include "tests/unit/common/failureText.h"
 
 #include <gtest/gtest.h>
 

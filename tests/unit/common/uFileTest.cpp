@@ -1,5 +1,4 @@
 #include "common/source/source_utilities/uFile.h"
-
 #include "tests/unit/common/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

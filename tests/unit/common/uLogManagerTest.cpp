@@ -1,6 +1,5 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
-
 #include "tests/unit/common/TemporaryFolder.h"
 
 #include <gmock/gmock.h>

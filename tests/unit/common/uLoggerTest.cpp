@@ -1,7 +1,6 @@
 #include "common/source/source_utilities/uLog.h"
-
+#include "tests/unit/common/DigitsHidden.h"
 #include "tests/unit/common/TemporaryFolder.h"
-#include "tests/unit/common/digitsHidden.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,6 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
-
 #include "tests/unit/common/TemporaryFolder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include "common/source/source_utilities/uString.h"
-
-#include "tests/unit/common/failureText.h"
+#include "tests/unit/common/FailureText.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
-#include "common/source/source_utilities/uThread.h"
 #include "common/source/source_utilities/uStopwatch.h"
-
-#include "tests/unit/common/ownPriority.h"
+#include "common/source/source_utilities/uThread.h"
+#include "tests/unit/common/OwnPriority.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
 // Each case has a process of its own, since the first time of a process is special.
 #include "common/source/source_utilities/uTime.h"
-
-#include "tests/unit/common/digitsHidden.h"
+#include "tests/unit/common/DigitsHidden.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

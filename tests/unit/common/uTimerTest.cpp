@@ -1,7 +1,6 @@
-#include "common/source/source_utilities/uTimer.h"
-
 #include "common/source/source_utilities/source_utilities_error.h"
-#include "tests/unit/common/failureText.h"
+#include "common/source/source_utilities/uTimer.h"
+#include "tests/unit/common/FailureText.h"
 
 #include <gtest/gtest.h>
 

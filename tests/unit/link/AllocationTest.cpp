@@ -2,12 +2,12 @@
 
 #include "link/PacketBuffer.h"
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string_view>
-
-#include <gtest/gtest.h>
 
 using MPX_GDB_AGENT::PacketBuffer;
 

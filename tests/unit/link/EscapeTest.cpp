@@ -231,8 +231,9 @@ TEST(Escape, LongStretchesWithAndWithoutEscapesFollowEachOther) {
         Bytes plain;
         while (plain.size() < 20000) {
             const auto mix = static_cast<Mix>(generator() % 5);
-            for (auto left = generator() % 2500; left != 0; --left)
+            for (auto left = generator() % 2500; left != 0; --left) {
                 plain.push_back(drawn(generator, mix));
+            }
         }
         ASSERT_NO_FATAL_FAILURE(expectRoundTrip(plain, generator() % 16, generator() % 16)) << round;
     }
@@ -258,8 +259,9 @@ TEST(Unescape, AnyBytesAndSizesMatchTheReferenceOverLongStretches) {
         Bytes raw;
         while (raw.size() < 1500) {
             const auto mix = static_cast<Mix>(generator() % 5);
-            for (auto left = generator() % 300; left != 0; --left)
+            for (auto left = generator() % 300; left != 0; --left) {
                 raw.push_back(drawn(generator, mix));
+            }
         }
         raw.resize(generator() % raw.size());
         const std::size_t wanted = generator() % 1600;

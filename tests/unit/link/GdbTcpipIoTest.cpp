@@ -1,6 +1,5 @@
-#include "link/GdbTcpipIo.h"
-
 #include "common/source/source_utilities/uThread.h"
+#include "link/GdbTcpipIo.h"
 
 #include <gtest/gtest.h>
 
@@ -203,8 +202,9 @@ TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd) {
     // The first bytes may still go out: the peer's refusal of them is what tells.
     for (int i = 0; i < 2000 && result == IoOk; ++i) {
         result = client.send("x", 1, count);
-        if (result == IoOk)
+        if (result == IoOk) {
             VX_QRS::uThread::sleep(10);
+        }
     }
     EXPECT_EQ(result, IoDisconnected);
     EXPECT_EQ(std::string(client.lastError()).rfind("socket write error: ", 0), 0u) << client.lastError();
@@ -249,8 +249,9 @@ TEST_F(GdbTcpipIoTest, StoppedListeningRefusesConnections) {
 TEST(GdbTcpipIoPeer, ThePeersNameEndsInThePortsLowByteWhateverThatIs) {
     for (const std::uint32_t highestBit : {0u, 0x80u}) {
         std::uint32_t port = freePort();
-        while ((port & 0x80) != highestBit)
+        while ((port & 0x80) != highestBit) {
             port = freePort();
+        }
         GdbTcpipIo server(port);
         GdbTcpipIo client(port);
         ASSERT_EQ(server.listenOn(), IoOk);

@@ -15,8 +15,9 @@ protected:
     PacketBufferTest() { EXPECT_TRUE(buffer.create(16)); }
 
     void append(const std::string& raw) {
-        for (const char c : raw)
+        for (const char c : raw) {
             ASSERT_TRUE(buffer.appendByte(static_cast<std::uint8_t>(c)));
+        }
     }
 
     std::string unread() const { return {reinterpret_cast<const char*>(buffer.unread()), buffer.length}; }
@@ -168,8 +169,9 @@ TEST_F(PacketBufferTest, EscapeBytesAloneDoubleOnTheWireAndDecodeBack) {
     const std::string plain(100, '}');
     ASSERT_TRUE(buffer.appendEscaped(plain.data(), 100));
     std::string doubled;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < 100; ++i) {
         doubled += "}]";
+    }
     EXPECT_EQ(unread(), doubled);
     EXPECT_EQ(decode(100, 200), plain);
     EXPECT_EQ(buffer.length, 0u);

@@ -1,7 +1,6 @@
-#include "link/PacketIo.h"
-
 #include "link/GdbDisplay.h"
 #include "link/HexDigit.h"
+#include "link/PacketIo.h"
 #include "tests/support/scripted_server/ScriptedLink.h"
 
 #include <gtest/gtest.h>
@@ -35,8 +34,9 @@ TEST_F(PacketIoTest, WritingGoesOnUntilAllBytesAreOut) {
     script->expect("$m0123456789#00");
     buffer.appendEscaped("x", 1);
     buffer.clear();
-    for (const char c : std::string("$m0123456789#00"))
+    for (const char c : std::string("$m0123456789#00")) {
         buffer.appendByte(static_cast<std::uint8_t>(c));
+    }
     EXPECT_EQ(writePacket(link, buffer), IoOk);
     EXPECT_EQ(unread(), "$m0123456789#00") << "the packet is kept";
 }
@@ -49,8 +49,9 @@ TEST_F(PacketIoTest, WritingStopsAtTheFirstFailure) {
 
 TEST_F(PacketIoTest, WritingAFullBufferKeepsToItsStorage) {
     ASSERT_TRUE(buffer.create(3));
-    for (const char c : {'a', 'b', 'c'})
+    for (const char c : {'a', 'b', 'c'}) {
         ASSERT_TRUE(buffer.appendByte(static_cast<std::uint8_t>(c)));
+    }
     ASSERT_EQ(buffer.capacity, 3u);
     script->expect("abc");
     EXPECT_EQ(writePacket(link, buffer), IoOk);
@@ -71,8 +72,9 @@ TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt) {
 TEST_F(PacketIoTest, TheNulStandsWhereBytesOfAnEarlierPacketStood) {
     const auto leaveOldBytes = [this] {
         buffer.clear();
-        for (const char c : std::string("01234567"))
+        for (const char c : std::string("01234567")) {
             buffer.appendByte(static_cast<std::uint8_t>(c));
+        }
         buffer.drop(8);
         ASSERT_EQ(buffer.storage[2], '2') << "emptying the buffer leaves its bytes";
     };
@@ -83,8 +85,9 @@ TEST_F(PacketIoTest, TheNulStandsWhereBytesOfAnEarlierPacketStood) {
     EXPECT_EQ(buffer.unread()[2], 0);
 
     leaveOldBytes();
-    for (const char c : {'x', 'y'})
+    for (const char c : {'x', 'y'}) {
         buffer.appendByte(static_cast<std::uint8_t>(c));
+    }
     script->expect("xy");
     EXPECT_EQ(writePacket(link, buffer), IoOk);
     EXPECT_EQ(buffer.unread()[2], 0);
@@ -136,8 +139,9 @@ TEST(DescribePacket, BeyondTheLimitDotsFollow) {
 
 TEST(HexDigit, SixteenValuesHaveADigitAndOthersGiveZero) {
     const std::string digits = "0123456789abcdef";
-    for (int value = 0; value < 16; ++value)
+    for (int value = 0; value < 16; ++value) {
         EXPECT_EQ(hexDigit(value), digits[static_cast<std::size_t>(value)]);
+    }
     EXPECT_EQ(hexDigit(16), 0);
     EXPECT_EQ(hexDigit(255), 0);
     EXPECT_EQ(hexDigit(-1), 0);

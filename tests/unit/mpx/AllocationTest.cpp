@@ -160,8 +160,9 @@ TEST(EcomProxyAllocation, MemoryThatEndsBehindTheVersionCheckLeavesNoServerEithe
             refused = refusing.hasRefused();
         }
         done = proxy != nullptr && !refused;
-        if (text == "failed to connect to server")
+        if (text == "failed to connect to server") {
             continue; // the machine was slow to start it
+        }
         if (proxy == nullptr) {
             EXPECT_TRUE(server.allEnded()) << "spare " << spare;
             last = text;

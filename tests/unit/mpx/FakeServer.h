@@ -28,8 +28,9 @@ public:
 
     ~FakeServer() override {
         done = true;
-        if (thread.joinable())
+        if (thread.joinable()) {
             thread.join();
+        }
     }
 
     void begin() {
@@ -56,24 +57,29 @@ private:
     void serve() {
         std::vector<std::unique_ptr<TalkPeer>> peers;
         while (!done) {
-            if (listener.waitReadable(1))
+            if (listener.waitReadable(1)) {
                 peers.push_back(std::make_unique<TalkPeer>(listener.accept()));
-            for (const auto& peer : peers)
+            }
+            for (const auto& peer : peers) {
                 talk(*peer);
+            }
         }
     }
 
     void talk(TalkPeer& peer) {
-        if (drips)
+        if (drips) {
             peer.write("x");
-        if (peer.isSilent())
+        }
+        if (peer.isSilent()) {
             return;
+        }
         const std::string request = peer.read(5);
         VX_QRS::uThread::sleep(answerAfterMs);
-        if (answers && request == "$v#00")
+        if (answers && request == "$v#00") {
             peer.write(frames::reply(frames::word(version)));
-        else if (answers && request == "$s#00")
+        } else if (answers && request == "$s#00") {
             peer.write(frames::reply());
+        }
     }
 
     VX_QRS::uSocket listener;

@@ -66,8 +66,9 @@ template <class Check>
 void forEachOperation(const Check& check) {
     for (const Operation& operation : operations()) {
         for (const bool withChannel : {false, true}) {
-            if (!withChannel && operation.needsAChannel())
+            if (!withChannel && operation.needsAChannel()) {
                 continue;
+            }
             SCOPED_TRACE(std::string(operation.name) + (withChannel ? " with a channel" : ""));
             Talk talk(operation, withChannel);
             check(talk, withChannel);
@@ -239,8 +240,9 @@ const std::vector<BadRecord>& badRecords() {
 // Makes the next request where a wrong answer has left things in this state.
 void expectNext(Talk& talk, const std::string& next, bool waits = false) {
     talk.script->expect("$S#00");
-    if (next.empty() || waits)
+    if (next.empty() || waits) {
         talk.script->give(reply());
+    }
     EXPECT_EQ(talk.later(), next);
 }
 
@@ -256,8 +258,9 @@ std::string constructOver(const std::shared_ptr<LinkScript>& script) {
 
 TEST(FaultyReplies, TheTableHoldsEveryCommandButThoseOfLifeAndDeath) {
     std::string commands;
-    for (const Operation& operation : operations())
+    for (const Operation& operation : operations()) {
         commands += operation.command;
+    }
     EXPECT_EQ(commands, "cCmMoOs?pSrxf~");
 }
 
@@ -281,8 +284,9 @@ TEST(FaultyReplies, ALossAtAnyByteOfTheReplyIsALostConnection) {
                 SCOPED_TRACE(std::string(operation.name) + " cut at " + std::to_string(cut));
                 Talk talk(operation, true);
                 talk.script->expect(operation.request());
-                if (cut != 0)
+                if (cut != 0) {
                     talk.script->give(whole.substr(0, cut), inSingles ? 1 : 1000);
+                }
                 talk.script->hangUp();
                 EXPECT_EQ(talk.run(), talk.leaving(lost));
                 EXPECT_THAT(talk.callback.calls, IsEmpty());
@@ -295,15 +299,17 @@ TEST(FaultyReplies, ALossAtAnyByteOfTheReplyIsALostConnection) {
 
 TEST(FaultyReplies, ALossWithNoChannelOpenIsTheSame) {
     for (const Operation& operation : operations()) {
-        if (operation.needsAChannel())
+        if (operation.needsAChannel()) {
             continue;
+        }
         const std::string whole = reply(operation.payload);
         for (std::size_t cut = 0; cut + 3 <= whole.size(); ++cut) {
             SCOPED_TRACE(std::string(operation.name) + " cut at " + std::to_string(cut));
             Talk talk(operation, false);
             talk.script->expect(operation.request());
-            if (cut != 0)
+            if (cut != 0) {
                 talk.script->give(whole.substr(0, cut));
+            }
             talk.script->hangUp();
             EXPECT_EQ(talk.run(), talk.leaving(lost));
             EXPECT_EQ(talk.later(), unwritten);
@@ -318,10 +324,11 @@ TEST(FaultyReplies, ALossBehindTheEndMarkIsTheNextRequestsMatter) {
                 const std::string whole = reply(talk.operation.payload);
                 talk.script->expect(talk.operation.request()).give(whole.substr(0, whole.size() - missing));
                 EXPECT_EQ(talk.run(), "");
-                if (seenOnSending)
+                if (seenOnSending) {
                     talk.script->hangUp();
-                else
+                } else {
                     talk.script->expect("$S#00").hangUp();
+                }
                 EXPECT_EQ(talk.later(), lost);
                 EXPECT_EQ(talk.later(), unwritten);
             });
@@ -348,14 +355,16 @@ TEST(FaultyReplies, EveryResultOfTheTransportHasItsText) {
         });
         forEachOperation([&](Talk& talk, bool) {
             talk.script->expect(talk.operation.request()).waitGives(result);
-            if (result == IoTimeout)
+            if (result == IoTimeout) {
                 talk.script->give(reply(talk.operation.payload));
+            }
             EXPECT_EQ(talk.run(), result == IoTimeout ? "" : talk.leaving(lost));
         });
         forEachOperation([&](Talk& talk, bool) {
             talk.script->expect(talk.operation.request()).give("$").readGives(result);
-            if (result == IoTimeout)
+            if (result == IoTimeout) {
                 talk.script->give(reply(talk.operation.payload).substr(1));
+            }
             EXPECT_EQ(talk.run(), result == IoTimeout ? "" : talk.leaving(lost));
         });
     }
@@ -373,14 +382,16 @@ TEST(FaultyReplies, AWrongAnswerEndsInItsText) {
     for (const Answer& answer : wrongAnswers()) {
         SCOPED_TRACE(frames::toHex(answer.raw));
         forEachOperation([&](Talk& talk, bool) {
-            if (talk.operation.command == 'p' && answer.raw.starts_with("$OKtoo"))
+            if (talk.operation.command == 'p' && answer.raw.starts_with("$OKtoo")) {
                 return; // claims more than the storage holds
+            }
             const Outcome& outcome = answer.of(talk.operation);
             talk.script->expect(talk.operation.request()).give(answer.raw);
             EXPECT_EQ(talk.run(), talk.leaving(outcome.text));
             expectNext(talk, outcome.next, outcome.endTaken);
-            if (outcome.next == poisoned)
+            if (outcome.next == poisoned) {
                 expectNext(talk, poisoned); // for good
+            }
         });
     }
 }
@@ -401,8 +412,9 @@ TEST(FaultyReplies, ARecordWithNoChannelOpenIsNeitherReadNorDelivered) {
     for (const std::string& record :
          {statusRecord(1), dataRecord("abc"), errorRecord(1, "a", "b"), std::string("$cb")}) {
         for (const Operation& operation : operations()) {
-            if (operation.needsAChannel() || operation.opensTheChannel())
+            if (operation.needsAChannel() || operation.opensTheChannel()) {
                 continue;
+            }
             SCOPED_TRACE(operation.name);
             Talk talk(operation, false);
             const bool bare = record == "$cb"; // then the reply itself is next, and good
@@ -446,8 +458,9 @@ TEST(FaultyVersionCheck, ALossAtAnyByteOfTheReply) {
         SCOPED_TRACE(cut);
         auto script = std::make_shared<LinkScript>();
         script->expect("$v#00");
-        if (cut != 0)
+        if (cut != 0) {
             script->give(whole.substr(0, cut));
+        }
         script->hangUp();
         EXPECT_EQ(constructOver(script), lost);
     }
@@ -471,8 +484,9 @@ TEST(FaultyVersionCheck, EveryResultOfTheTransport) {
 TEST(FaultyVersionCheck, AWrongAnswerEndsInItsText) {
     for (const Answer& answer : wrongAnswers()) {
         SCOPED_TRACE(frames::toHex(answer.raw));
-        if (answer.status.text.empty())
+        if (answer.status.text.empty()) {
             continue; // that one is right
+        }
         auto script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(answer.raw);
         EXPECT_EQ(constructOver(script), answer.status.text);
@@ -499,7 +513,9 @@ TEST(FaultyGoodbye, NoResultOfTheTransportLeavesTheDestructor) {
     for (const std::uint32_t result : {IoFailed, IoDisconnected, IoListenFailed, IoNotConnected, IoTimeout}) {
         auto script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(reply(word(1))).writeGives(result);
-        { const OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64); }
+        {
+            const OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);
+        }
         EXPECT_TRUE(script->closed);
         script->verify();
     }

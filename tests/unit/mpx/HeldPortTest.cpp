@@ -4,7 +4,7 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
 #include "tests/support/scripted_server/Frames.h"
-#include "tests/unit/common/openHandles.h"
+#include "tests/unit/common/OpenHandles.h"
 #include "tests/unit/mpx/ProxyOverProcess.h"
 #include "tests/unit/mpx/TalkPeer.h"
 
@@ -156,12 +156,14 @@ TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfWhoeverHoldsIt) {
     std::uint32_t first = 0;
     for (int attempt = 0; attempt < 100 && first == 0; ++attempt) {
         const std::uint32_t port = freePort();
-        if (port > 65000)
+        if (port > 65000) {
             continue;
+        }
         first = port;
         for (std::uint32_t i = 0; i < range.size() && first != 0; ++i) {
-            if (range[i].listen(static_cast<std::uint16_t>(port + i)) != uSocket::done)
+            if (range[i].listen(static_cast<std::uint16_t>(port + i)) != uSocket::done) {
                 first = 0;
+            }
         }
     }
     ASSERT_NE(first, 0u);
@@ -170,8 +172,9 @@ TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfWhoeverHoldsIt) {
         std::vector<TalkPeer> peers;
         while (!done) {
             for (uSocket& one : range) {
-                if (!one.waitReadable(0))
+                if (!one.waitReadable(0)) {
                     continue;
+                }
                 peers.emplace_back(one.accept());
                 peers.back().write("220 mail ready #\r\n");
             }
@@ -240,8 +243,9 @@ TEST_F(HeldPort, NeitherGoodNorFailedClientsLeaveAnythingOpen) {
     for (const std::string& answer : {reply(word(2)), std::string("$E#00"), reply(word(1))}) {
         cycle(answer); // what a system opens once is open now
         const std::size_t before = VX_QRS::test::countOpenHandles();
-        for (int i = 0; i < 3; ++i)
+        for (int i = 0; i < 3; ++i) {
             cycle(answer);
+        }
         EXPECT_LT(VX_QRS::test::countOpenHandles(), before + 3) << answer;
     }
 }

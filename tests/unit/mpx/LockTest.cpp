@@ -59,11 +59,11 @@ public:
     std::uint32_t send(const void* bytes, std::uint32_t size, std::uint32_t& count) override {
         const char command = static_cast<const char*>(bytes)[1];
         count = size;
-        if (command == 'v')
+        if (command == 'v') {
             pending = frames::reply(frames::word(1));
-        else if (command == 'o')
+        } else if (command == 'o') {
             pending = frames::reply();
-        else if (command != 'D') {
+        } else if (command != 'D') {
             watch.begin();
             watch.letTheOtherCome();
             pending = frames::reply({}, frames::statusRecord(1));

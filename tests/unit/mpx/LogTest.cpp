@@ -30,8 +30,9 @@ protected:
     // A log of this test's own from here on.
     void open(const char* level) {
         static int count = 0;
-        if (VX_QRS::getLogManager()->getLogger() != nullptr)
+        if (VX_QRS::getLogManager()->getLogger() != nullptr) {
             VX_QRS::getLogManager()->getLogger()->setEnabled(false);
+        }
         name = "proxy_log_" + std::to_string(++count);
         const ScopedVariable levelVariable("ORV_TEST_LOG_LEVEL", level);
         const ScopedVariable directory("ORV_TEST_LOG_DIR", folder.path.string());
@@ -156,8 +157,9 @@ TEST_F(ProxyLog, APortThatIsFoundLaterAndOneThatIsNot) {
     FewProcesses none(0);
     EXPECT_THROW(VX_QRS::ORV::startServer(none, 55760), std::runtime_error);
     std::string tries;
-    for (int port = 55760; port < 55768; ++port)
+    for (int port = 55760; port < 55768; ++port) {
         tries += message("starting server : mpx_ecom_server.exe 1 " + std::to_string(port));
+    }
     EXPECT_EQ(lines(), tries + error("failed to start server"));
 }
 

@@ -52,8 +52,9 @@ void makeAndDestroyAtLast(std::uint32_t port) {
             const OrvEcomProxy proxy(port, 64);
             return;
         } catch (const std::exception&) {
-            if (MemoryEnds::hasRefused())
+            if (MemoryEnds::hasRefused()) {
                 return;
+            }
         }
     }
 }
@@ -63,8 +64,9 @@ class PaperSleep : public FakeServer {
 public:
     void sleep(std::uint32_t ms) override {
         sleeps.push_back(ms);
-        if (sleeps.size() % 3 == 0)
+        if (sleeps.size() % 3 == 0) {
             LargestBlock::lift();
+        }
     }
     std::vector<std::uint32_t> sleeps;
 };

@@ -32,10 +32,12 @@ protected:
     // Each client takes a second to end, since its timer's thread sleeps that long; so they end together.
     ~ProcessFaults() override {
         std::vector<std::future<void>> ends;
-        for (auto& session : sessions)
+        for (auto& session : sessions) {
             ends.push_back(std::async(std::launch::async, [&session] { session->proxy.reset(); }));
-        for (std::future<void>& end : ends)
+        }
+        for (std::future<void>& end : ends) {
             end.get();
+        }
         for (auto& session : sessions) {
             EXPECT_TRUE(session->server.allEnded());
             session->server.verify();
@@ -48,14 +50,16 @@ protected:
         Session& session = *sessions.back();
         session.server.greet();
         const std::string open = frames::request('o', word(0) + word(0));
-        if (operation.needsAChannel())
+        if (operation.needsAChannel()) {
             session.server.expect(open).send(reply());
+        }
         session.server.expect(operation.request());
         behindTheRequest(session.server);
         session.server.arm();
         EXPECT_EQ(construct(session.proxy, freePort()), "");
-        if (operation.needsAChannel() && session.proxy != nullptr)
+        if (operation.needsAChannel() && session.proxy != nullptr) {
             session.proxy->openChannel(0, 0, &session.callback);
+        }
         return session;
     }
 

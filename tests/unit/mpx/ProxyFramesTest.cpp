@@ -100,8 +100,9 @@ TEST_F(ProxyFrames, PeekSendsThePointersOwnBytesAndThenZeros) {
     void* const pointer = data.data();
     std::uint32_t size = 12;
     std::string storage;
-    for (unsigned i = 0; i < 8; ++i)
+    for (unsigned i = 0; i < 8; ++i) {
         storage.push_back(static_cast<char>(reinterpret_cast<std::uintptr_t>(pointer) >> (8 * i)));
+    }
     script->expect(frames::request('p', word(7) + word(9) + word(12) + storage + std::string(4, '\0')))
         .give(reply(word(6) + "#}$*\x01\xFF"));
     proxy->peek(7, 9, pointer, &size);
@@ -124,8 +125,9 @@ TEST_F(ProxyFrames, PeekOfFewBytesSendsOnlyTheBeginningOfThePointer) {
 
     size = 600;
     std::string storage;
-    for (unsigned i = 0; i < 8; ++i)
+    for (unsigned i = 0; i < 8; ++i) {
         storage.push_back(static_cast<char>(value >> (8 * i)));
+    }
     script->expect(frames::request('p', word(0) + word(0) + word(600) + storage + std::string(592, '\0')))
         .give(reply(word(0)));
     proxy->peek(0, 0, pointer, &size);

@@ -33,8 +33,9 @@ inline std::string construct(std::unique_ptr<VX_QRS::ORV::OrvEcomProxy>& proxy, 
     std::string text;
     for (int attempt = 0; attempt < 20; ++attempt) {
         text = constructOnce(proxy, port);
-        if (text != "failed to connect to server")
+        if (text != "failed to connect to server") {
             break;
+        }
     }
     return text;
 }

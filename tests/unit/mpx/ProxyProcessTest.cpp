@@ -88,8 +88,9 @@ TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer) {
     server.greet();
     server.arm();
     DataClient* client = nullptr;
-    for (int attempt = 0; attempt < 20 && client == nullptr; ++attempt)
+    for (int attempt = 0; attempt < 20 && client == nullptr; ++attempt) {
         client = createDataClient(firstPort);
+    }
     ASSERT_NE(client, nullptr);
     EXPECT_FALSE(server.startedPorts().empty());
     destroyDataClient(client);
@@ -104,8 +105,9 @@ TEST_F(ProxyProcess, NothingOfAServerIsLeftInTheProcessList) {
         SCOPED_TRACE(diesFirst ? "the server dies by itself" : "the server is ended");
         ScriptedServer one;
         one.greet();
-        if (diesFirst)
+        if (diesFirst) {
             one.expect("$s#00").exit();
+        }
         one.arm();
         ASSERT_NO_FATAL_FAILURE(make());
         if (diesFirst) {
@@ -113,8 +115,9 @@ TEST_F(ProxyProcess, NothingOfAServerIsLeftInTheProcessList) {
         }
         proxy.reset();
         ASSERT_FALSE(one.startedPids().empty());
-        for (const std::uint32_t pid : one.startedPids())
+        for (const std::uint32_t pid : one.startedPids()) {
             EXPECT_FALSE(listed(pid)) << pid;
+        }
     }
 }
 
@@ -294,8 +297,9 @@ TEST_F(ProxyProcess, NoServerProgramBesideAnothersServerFailsToStart) {
         other = uEnvironment::startProcess(ScriptedServer::image, "", uEnvironment::detachedMode);
     }
     ASSERT_NE(other, 0u);
-    for (int i = 0; i < 400 && uEnvironment::findProcess(ScriptedServer::image, other) != other; ++i)
+    for (int i = 0; i < 400 && uEnvironment::findProcess(ScriptedServer::image, other) != other; ++i) {
         uThread::sleep(25);
+    }
     const test_support::TemporaryFolder empty;
     const ScopedVariable folder("COMMON_HELIX", empty.path.string());
     EXPECT_EQ(constructOnce(), "failed to start server");
@@ -317,8 +321,9 @@ TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText) {
     std::atomic<bool> done{false};
     std::thread hangingUp([&] {
         while (!done) {
-            if (holder.waitReadable(50))
+            if (holder.waitReadable(50)) {
                 holder.accept();
+            }
         }
     });
     server.greet();
@@ -341,8 +346,9 @@ TEST_F(ProxyProcess, TheTimerDoesNotPoll) {
 TEST_F(ProxyProcess, RequestsFromTwoThreadsExcludeEachOther) {
     server.greet();
     constexpr int each = 40;
-    for (int i = 0; i < 2 * each; ++i)
+    for (int i = 0; i < 2 * each; ++i) {
         server.expect(request('?', word(5))).send(reply(word(6)));
+    }
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
     std::atomic<int> good{0};

@@ -84,8 +84,9 @@ TEST_F(ProxyReplies, ChecksumCharactersThatComeLateAreDroppedAheadOfTheNextReply
 }
 
 TEST_F(ProxyReplies, ChecksumCharactersThatNeverComeDoNotCostTheNextReplyItsOpening) {
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(startAnswered("$OK#"), "");
+    }
     EXPECT_EQ(startAnswered("$OK#0"), "");
     EXPECT_EQ(startAnswered(reply(), 1), "");
     EXPECT_EQ(startAnswered("$OK#"), "");
@@ -96,8 +97,9 @@ TEST_F(ProxyReplies, ARecordLargerThanAllBuffersIsDelivered) {
     openChannel();
     std::mt19937 generator(99);
     std::string payload(300000, '\0');
-    for (char& c : payload)
+    for (char& c : payload) {
         c = static_cast<char>(generator());
+    }
     for (int round = 0; round < 2; ++round) {
         callback.calls.clear();
         EXPECT_EQ(startAnswered(reply({}, dataRecord(payload)), round == 0 ? 0x7FFFFFFF : 61), "");
@@ -250,8 +252,9 @@ TEST_F(ProxyReplies, AShortPeekNotesBothFailures) {
     std::array<char, 8> data{};
     std::uint32_t size = 8;
     std::string storage;
-    for (unsigned i = 0; i < 8; ++i)
+    for (unsigned i = 0; i < 8; ++i) {
         storage.push_back(static_cast<char>(reinterpret_cast<std::uintptr_t>(data.data()) >> (8 * i)));
+    }
     script->expect(frames::request('p', word(0) + word(0) + word(8) + storage)).give("$OK#");
     EXPECT_EQ(failureOf([&] { proxy->peek(0, 0, data.data(), &size); }),
               "invalid rsp response datainvalid rsp response data");
@@ -261,8 +264,9 @@ TEST_F(ProxyReplies, APeekWhoseDataIsShort) {
     std::array<char, 8> data{};
     std::uint32_t size = 8;
     std::string storage;
-    for (unsigned i = 0; i < 8; ++i)
+    for (unsigned i = 0; i < 8; ++i) {
         storage.push_back(static_cast<char>(reinterpret_cast<std::uintptr_t>(data.data()) >> (8 * i)));
+    }
     script->expect(frames::request('p', word(0) + word(0) + word(8) + storage)).give("$OK" + word(8) + "abc#00");
     EXPECT_EQ(failureOf([&] { proxy->peek(0, 0, data.data(), &size); }), "invalid rsp response data");
     EXPECT_EQ(size, 8u);
@@ -353,8 +357,9 @@ TEST_F(ProxyReplies, AnyOtherFailureOfSending) {
 TEST_F(ProxyReplies, AnyFailureOfWaitingButATimeOutIsALostConnection) {
     script->expect("$s#00").waitGives(IoFailed).expect("$s#00").readGives(IoFailed).expect("$s#00").waitGives(
         IoNotConnected);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(failureOf([this] { proxy->start(); }), "disconnected from server");
+    }
 }
 
 TEST_F(ProxyReplies, PollSwallowsEveryFailure) {
@@ -372,8 +377,9 @@ TEST_F(ProxyReplies, EveryReplyCutAtEveryByteAndFollowedByALossEndsInALostConnec
         {
             VX_QRS::ORV::OrvEcomProxy ownProxy(std::make_unique<ScriptedLink>(own), chunkSize);
             own->expect("$s#00");
-            if (cut != 0)
+            if (cut != 0) {
                 own->give(whole.substr(0, cut));
+            }
             own->hangUp();
             EXPECT_EQ(failureOf([&] { ownProxy.start(); }), "disconnected from server") << cut;
         }

@@ -19,21 +19,25 @@ struct Shortage {
 thread_local Shortage shortage;
 
 bool hasRunOut() {
-    if (shortage.left < 0 || shortage.left-- > 0)
+    if (shortage.left < 0 || shortage.left-- > 0) {
         return false;
+    }
     shortage.refused = true;
     shortage.left = shortage.lasting ? 0 : -1;
     return true;
 }
 
 bool isRefused(std::size_t size) {
-    if (hasRunOut())
+    if (hasRunOut()) {
         return true;
+    }
     bool hit = refusedFrom != 0 && size >= refusedFrom && size <= refusedTo;
-    if (hit && toSpare != Refusing::all)
+    if (hit && toSpare != Refusing::all) {
         hit = toSpare-- == 0;
-    if (hit)
+    }
+    if (hit) {
         refused = true;
+    }
     return hit;
 }
 
@@ -68,8 +72,9 @@ bool MemoryEnds::hasRefused() {
 
 void* operator new(std::size_t size) {
     void* const block = isRefused(size) ? nullptr : std::malloc(size);
-    if (block == nullptr)
+    if (block == nullptr) {
         throw std::bad_alloc();
+    }
     return block;
 }
 void* operator new[](std::size_t size) {

@@ -42,8 +42,9 @@ int forEachRefusedBlock(const Action& action, const Check& check) {
             }
             const bool hasRefused = MemoryEnds::hasRefused();
             check((lasting ? "for good after " : "once after ") + std::to_string(spare) + " blocks");
-            if (!hasRefused)
+            if (!hasRefused) {
                 break;
+            }
             ++refused;
         }
     }

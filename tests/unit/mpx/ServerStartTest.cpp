@@ -29,10 +29,12 @@ public:
     std::uint32_t find(const char* name, std::uint32_t id) override {
         EXPECT_STREQ(name, image);
         ++looks;
-        if (findThrows)
+        if (findThrows) {
             throw std::bad_alloc();
-        if (id == 0)
+        }
+        if (id == 0) {
             return anyRunning;
+        }
         return id == seenId && clockMs >= seenFromMs ? id : 0;
     }
     bool hasEnded(std::uint32_t) noexcept override { return false; }

@@ -52,8 +52,9 @@ protected:
             part(*peer);
         });
         proxy = std::make_unique<OrvEcomProxy>(std::move(io), 64);
-        if (opens)
+        if (opens) {
             proxy->openChannel(0, 0, &callback);
+        }
     }
 
     std::string run(const Operation& operation) {
@@ -105,8 +106,7 @@ TEST_F(SocketFaults, AServerThatEndsWithoutReadingTheRequestLosesTheTalk) {
     for (const Operation& operation : operations()) {
         SCOPED_TRACE(operation.name);
         // Bytes that nobody has read make an end that is not an orderly one.
-        ASSERT_NO_FATAL_FAILURE(serve(
-            operation, [](TalkPeer& peer) { peer.close(); }, 2));
+        ASSERT_NO_FATAL_FAILURE(serve(operation, [](TalkPeer& peer) { peer.close(); }, 2));
         EXPECT_EQ(run(operation), leaving(operation, lost));
         EXPECT_EQ(stop(), unwritten);
         end();

@@ -21,8 +21,9 @@ public:
             std::int32_t count = 0;
             if (socket->read(bytes.data(), static_cast<std::uint32_t>(size) - have, have, count) !=
                     VX_QRS::uSocket::done ||
-                count <= 0)
+                count <= 0) {
                 break;
+            }
             have += static_cast<std::uint32_t>(count);
         }
         bytes.resize(have);
@@ -32,8 +33,9 @@ public:
     /// All that comes until the client ends.
     std::string readToTheEnd() {
         std::string all;
-        for (std::string part = read(1); !part.empty(); part = read(1))
+        for (std::string part = read(1); !part.empty(); part = read(1)) {
             all += part;
+        }
         return all;
     }
 
@@ -42,15 +44,17 @@ public:
         while (sent < bytes.size()) {
             std::int32_t count = 0;
             if (socket->write(bytes.data(), static_cast<std::uint32_t>(bytes.size()) - sent, sent, count) !=
-                VX_QRS::uSocket::done)
+                VX_QRS::uSocket::done) {
                 break;
+            }
             sent += static_cast<std::uint32_t>(count);
         }
     }
 
     void writeInSingles(std::string_view bytes) {
-        for (std::size_t i = 0; i < bytes.size(); ++i)
+        for (std::size_t i = 0; i < bytes.size(); ++i) {
             write(bytes.substr(i, 1));
+        }
     }
 
     /// Whether nothing has come and the connection stands.

@@ -1,7 +1,6 @@
-#include "pinmap/PinSearch.h"
-
 #include "common/source/source_utilities/uString.h"
 #include "pinmap/PinAssignment.h"
+#include "pinmap/PinSearch.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,8 +17,9 @@ using testing::IsEmpty;
 Pinouts pinoutsOf(const std::map<std::string, std::string>& values) {
     Pinouts pinouts;
     for (const auto& [name, value] : values) {
-        for (const AssignmentField& field : splitAssignment(value))
+        for (const AssignmentField& field : splitAssignment(value)) {
             pinouts[name][field.kind].push_back(parsePinList(field.list));
+        }
     }
     return pinouts;
 }
@@ -38,8 +38,9 @@ struct Search {
 
 TEST(PinAssignment, FieldsWithOneEqualsSignCountAndOthersDoNot) {
     std::vector<std::string> found;
-    for (const AssignmentField& field : splitAssignment("tpiu=1,2;none;a=b=c;pti=;=5;tpiu=3"))
+    for (const AssignmentField& field : splitAssignment("tpiu=1,2;none;a=b=c;pti=;=5;tpiu=3")) {
         found.push_back(field.kind + "|" + field.list);
+    }
     EXPECT_THAT(found, ElementsAre("tpiu|1,2", "pti|", "|5", "tpiu|3"));
 }
 
@@ -209,8 +210,9 @@ bool plainSearch(PinGrants& grants, std::string& name, const Pinouts& pinouts, c
     std::vector<std::string> order;
     for (const auto& [requestName, request] : requests) {
         auto place = order.begin();
-        while (place != order.end() && requests.at(*place).dataPins >= request.dataPins)
+        while (place != order.end() && requests.at(*place).dataPins >= request.dataPins) {
             ++place;
+        }
         order.insert(place, requestName);
     }
     const auto holds = [](const PinList& list, std::uint32_t pin) {
@@ -232,10 +234,12 @@ bool plainSearch(PinGrants& grants, std::string& name, const Pinouts& pinouts, c
                             const std::size_t data = list.size() - 1;
                             bool fits = chosen == nullptr && kind == request.kind &&
                                         (exact ? data == request.dataPins : data >= request.dataPins);
-                            for (const std::uint32_t pin : list)
+                            for (const std::uint32_t pin : list) {
                                 fits = fits && !holds(used, pin) && (required.empty() || holds(required, pin));
-                            if (fits)
+                            }
+                            if (fits) {
                                 chosen = &list;
+                            }
                         }
                     }
                     if (chosen == nullptr) {
@@ -268,17 +272,21 @@ TEST(PinSearch, AgreesWithThePlainSearchOnRandomDevices) {
             Pinout& pinout = search.pinouts["pinout" + std::to_string(i)];
             for (std::uint32_t lists = 1 + below(6); lists != 0; --lists) {
                 PinList list;
-                for (std::uint32_t pins = 1 + below(4); pins != 0; --pins)
+                for (std::uint32_t pins = 1 + below(4); pins != 0; --pins) {
                     list.push_back(below(8) + (below(10) == 0 ? 60 : 0));
+                }
                 pinout[kinds[below(3)]].push_back(list);
             }
         }
-        for (std::uint32_t i = below(4); i != 0; --i)
+        for (std::uint32_t i = below(4); i != 0; --i) {
             search.requests["request" + std::to_string(below(5))] = {kinds[below(3)], below(4), below(2) == 0};
-        for (std::uint32_t i = below(2); i != 0; --i)
+        }
+        for (std::uint32_t i = below(2); i != 0; --i) {
             search.excluded.push_back(below(70));
-        if (below(3) == 0)
+        }
+        if (below(3) == 0) {
             search.required = {0, 1, 2, 3, 4, 5, 63, 64};
+        }
 
         PinGrants expected;
         std::string expectedName = "untouched";
@@ -287,8 +295,9 @@ TEST(PinSearch, AgreesWithThePlainSearchOnRandomDevices) {
         ASSERT_EQ(search.run(), expectedResult) << round;
         ASSERT_EQ(search.pinoutName, expectedName) << round;
         ASSERT_EQ(search.grants.size(), expected.size()) << round;
-        for (const auto& [name, grant] : expected)
+        for (const auto& [name, grant] : expected) {
             ASSERT_EQ(search.grants[name].pins, grant.pins) << round;
+        }
         found += expectedResult ? 1 : 0;
     }
     EXPECT_GT(found, 300);

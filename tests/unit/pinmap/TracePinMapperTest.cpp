@@ -1,7 +1,6 @@
-#include "pinmap/TracePinMapper.h"
-
 #include "TestSupport.h"
 #include "pinmap/PinAssignment.h"
+#include "pinmap/TracePinMapper.h"
 #include "rcvr/framework/cZarnError.h"
 
 #include <functional>
@@ -29,8 +28,9 @@ std::string textOf(const Pinouts& pinouts) {
     for (const auto& [name, pinout] : pinouts) {
         text += name + ":";
         for (const auto& [kind, lists] : pinout) {
-            for (const PinList& list : lists)
+            for (const PinList& list : lists) {
                 text += kind + "=" + formatPinList(list) + ";";
+            }
         }
         text += " ";
     }
@@ -263,8 +263,9 @@ TEST_F(PinMapFile, OfAnyBytesGivesPinsOrTheStatedError) {
     int good = 0;
     for (int round = 0; round < RCVR_TEST_RANDOM_FILES; ++round) {
         std::string text = random() % 2 != 0 ? "a=pti=1,2" : "";
-        for (auto length = random() % 60; length != 0; --length)
+        for (auto length = random() % 60; length != 0; --length) {
             text += alphabet[random() % alphabet.size()];
+        }
         const std::string path = file(text);
         const std::string failure = textOfFailure([&] { mapper.readPinMapFile(path.c_str()); });
         if (failure == "no failure") {

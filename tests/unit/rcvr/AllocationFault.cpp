@@ -15,14 +15,16 @@ struct Fault {
 thread_local Fault fault;
 
 bool fails() {
-    if (!fault.active)
+    if (!fault.active) {
         return false;
+    }
     if (fault.left != 0) {
         --fault.left;
         return false;
     }
-    if (fault.once && fault.failed)
+    if (fault.once && fault.failed) {
         return false;
+    }
     fault.failed = true;
     return true;
 }
@@ -32,8 +34,9 @@ void* allocate(std::size_t size) noexcept {
 }
 
 void* allocateOrThrow(std::size_t size) {
-    if (void* memory = allocate(size))
+    if (void* memory = allocate(size)) {
         return memory;
+    }
     throw std::bad_alloc();
 }
 

@@ -236,15 +236,17 @@ TEST_F(Configuration, ProgressIsToldWhileStatusPollsWait) {
     std::atomic<bool> statusCame{false};
     EXPECT_CALL(channel, calibrate()).WillOnce([&] {
         calibrating = true;
-        while (!finish)
+        while (!finish) {
             std::this_thread::yield();
+        }
         EXPECT_FALSE(statusCame);
     });
     channel.metrics.state = client::Calibrating;
     channel.metrics.progress = 0.5;
     std::thread configuring([&] { driver->SetConfiguration(settings.c_str()); });
-    while (!calibrating)
+    while (!calibrating) {
         std::this_thread::yield();
+    }
     std::thread polling([&] {
         ChannelStatus status;
         driver->GetChannelStatus(&status);

@@ -149,10 +149,12 @@ TEST_F(Data, AnUploadThatGrowsAgainIsWaitedForAnew) {
     EXPECT_CALL(channel, status).WillRepeatedly([&](client::ChannelMetrics& out) {
         out = channel.metrics;
         ++asked;
-        if (asked == 2 + 6)
+        if (asked == 2 + 6) {
             grow(samples(10, 11)); // more than was announced
-        if (asked == 2 + 14)
+        }
+        if (asked == 2 + 14) {
             grow(samples(11, 20));
+        }
     });
     EXPECT_EQ(read(0, 20).size(), 20U);
 }
@@ -268,8 +270,9 @@ TEST_F(Data, TheRecordingItselfIsNoTarget) {
 }
 
 TEST_F(Data, AFullDiskEndsTheSaveAndLeavesTheRecording) {
-    if (!std::filesystem::exists("/dev/full"))
+    if (!std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "this system has no device that is always full";
+    }
     const std::string recording = samples(0, 30000);
     upload(recording);
     EXPECT_EQ(failureOf([&] { driver->SaveFile("/dev/full", 2); }),

@@ -10,8 +10,9 @@ namespace rcvr_test {
 inline std::string samples(std::uint64_t from, std::uint64_t to) {
     std::string bytes;
     for (std::uint64_t sample = from; sample < to; ++sample) {
-        for (int shift = 0; shift < 64; shift += 8)
+        for (int shift = 0; shift < 64; shift += 8) {
             bytes += static_cast<char>(sample >> shift & 0xFF);
+        }
     }
     return bytes;
 }

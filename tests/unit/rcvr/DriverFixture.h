@@ -57,8 +57,9 @@ protected:
     }
 
     ChannelDriver& makeDriver() {
-        if (!receiver)
+        if (!receiver) {
             receiver = std::make_unique<Receiver>();
+        }
         driver = static_cast<ChannelDriver*>(receiver->AllocateChannel(fullCpuName, &xmtr, 5, 6));
         EXPECT_NE(driver, nullptr);
         return *driver;
@@ -69,8 +70,9 @@ protected:
         text.append(changes);
         const auto add = [&](const char* key, const char* value) {
             const std::string tag = std::string("<").append(key).append(">");
-            if (changes.find(tag) == std::string::npos)
+            if (changes.find(tag) == std::string::npos) {
                 text.append(tag).append(value).append("</").append(key).append(">\n");
+            }
         };
         add("no_emu0", "false");
         add("drm_type", "");

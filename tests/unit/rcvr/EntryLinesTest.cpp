@@ -23,8 +23,9 @@ protected:
         const std::size_t before = log.lines().size();
         failureOf(step);
         const auto lines = log.lines();
-        if (lines.size() == before)
+        if (lines.size() == before) {
             return "";
+        }
         const std::string& line = lines[before];
         const std::size_t number = line.find(" #");
         return number == std::string::npos ? line : line.substr(0, number) + line.substr(line.find("  ") + 1);

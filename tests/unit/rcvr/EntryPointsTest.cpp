@@ -1,7 +1,6 @@
 #include "DriverFixture.h"
-#include "rcvr/framework/CReceiver.h"
-
 #include "common/source/source_utilities/uTime.h"
+#include "rcvr/framework/CReceiver.h"
 
 #include <gtest/gtest.h>
 
@@ -31,8 +30,9 @@ class EntryPoints : public DriverFixture {
 protected:
     EntryPoints() : DriverFixture({"part", "adapter", "driver", "source"}) {}
     ~EntryPoints() override {
-        if (auto* logger = VX_QRS::getLogManager()->getLogger())
+        if (auto* logger = VX_QRS::getLogManager()->getLogger()) {
             logger->setEnabled(false);
+        }
     }
 
     std::string base() const { return (std::filesystem::path(folder.path.string()) / ".VX-trace").string(); }
@@ -292,8 +292,9 @@ TEST_F(EntryPoints, EntryLinesNameTheFunctions) {
     const std::string log = readText(logPath(ownPid()));
     for (const char* name :
          {"  CreateRcvr(...)\n", "  DestroyRcvr(...)\n", "  Vx::Qrs::Trace::OrvRcvr::Receiver::Receiver(...)\n",
-          "  Vx::Qrs::Trace::OrvRcvr::Receiver::~Receiver(...)\n"})
+          "  Vx::Qrs::Trace::OrvRcvr::Receiver::~Receiver(...)\n"}) {
         EXPECT_NE(log.find(name), std::string::npos) << name;
+    }
     EXPECT_NE(log.find("  F    OrvRcvr_Receiver #"), std::string::npos);
 }
 

@@ -1,7 +1,6 @@
-#include "rcvr/Error.h"
-
 #include "TestSupport.h"
 #include "common/source/Exception.h"
+#include "rcvr/Error.h"
 #include "rcvr/Guard.h"
 
 #include <stdexcept>
@@ -182,9 +181,7 @@ TEST_F(GuardTest, AnythingElsePassesAsItIs) {
 }
 
 TEST_F(GuardTest, ACallerMayHaveItLoggedAsAWarning) {
-    EXPECT_THROW(guarded(
-                     "Label", &mutex, [] { throw std::runtime_error("x"); }, logStandardAsWarning),
-                 Error);
+    EXPECT_THROW(guarded("Label", &mutex, [] { throw std::runtime_error("x"); }, logStandardAsWarning), Error);
     EXPECT_EQ(log.lines().front(), "W ORV Receiver : Label std exception : x");
 }
 

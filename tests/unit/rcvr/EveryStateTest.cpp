@@ -1,5 +1,4 @@
 #include "DriverFixture.h"
-
 #include "common/source/source_utilities/uEnvironment.h"
 
 // Every operation in every state, with whatever a host may pass: an Error or an effect, and nothing else.
@@ -41,8 +40,9 @@ protected:
             expectGuarded("GetUserConfiguration", [&] { driver->GetUserConfiguration(name); });
             expectGuarded("LoadFile", [&] { driver->LoadFile(name); });
             if (name == nullptr || *name == '\0' || name == longName.c_str()) {
-                for (const unsigned format : {0U, 1U, 2U, 3U, 4U})
+                for (const unsigned format : {0U, 1U, 2U, 3U, 4U}) {
                     expectGuarded("SaveFile", [&] { driver->SaveFile(name != nullptr ? name : "", format); });
+                }
             }
             expectGuarded("GetChannelDriverForCpuName", [&] { receiver->GetChannelDriverForCpuName(name); });
             expectGuarded("GetDataSourceForCpuName", [&] { receiver->GetDataSourceForCpuName(name); });
@@ -111,8 +111,9 @@ TEST_F(EveryState, WithAFailingChannelEveryOperationStillEndsInAnError) {
     ON_CALL(channel, applySettings).WillByDefault(testing::Throw(failure()));
     channel.properties.clear();
     callEverything();
-    for (unsigned state = 0; state < 10; ++state)
+    for (unsigned state = 0; state < 10; ++state) {
         EXPECT_NE(failureOf([&] { receiver->OnTargetStateChange("cpu", state); }), "unknown");
+    }
 }
 
 } // namespace

@@ -20,14 +20,16 @@ void MockChannel::getProperty(const char* name, const char** value) {
         return;
     }
     const auto found = properties.find(name);
-    if (found == properties.end())
+    if (found == properties.end()) {
         client::fail("orv_client_frontend", client::eNAME, name);
+    }
     *value = found->second.c_str();
 }
 
 void MockFrontEnd::getProperty(const char* name, const char** value) {
-    if (failing || std::string(name) != "maxChnls")
+    if (failing || std::string(name) != "maxChnls") {
         client::fail("orv_client_frontend", client::eNAME, name);
+    }
     *value = maxChannels.c_str();
 }
 
@@ -38,16 +40,18 @@ namespace VX_QRS::ORV::CLIENT {
 FrontEnd* createFrontEnd() {
     auto& source = rcvr_test::frontEndSource();
     ++source.created;
-    if (source.onCreate)
+    if (source.onCreate) {
         source.onCreate();
+    }
     return source.frontEnd;
 }
 
 void destroyFrontEnd(FrontEnd* /*frontEnd*/) {
     auto& source = rcvr_test::frontEndSource();
     ++source.destroyed;
-    if (source.onDestroy)
+    if (source.onDestroy) {
         source.onDestroy();
+    }
 }
 
 } // namespace VX_QRS::ORV::CLIENT

@@ -36,8 +36,7 @@ TEST_F(Labels, OfAChannelAreItsOperations) {
     unsigned first = 0;
     int percent = 0;
     std::string text;
-    expectLabel(
-        "GetAttribute", [&] { driver->GetAttribute("numPins", &attribute); }, 'W');
+    expectLabel("GetAttribute", [&] { driver->GetAttribute("numPins", &attribute); }, 'W');
     expectLabel("GetChannelStatus", [&] { driver->GetChannelStatus(&status); });
     expectLabel("GetProgress", [&] { driver->GetProgress(&first, &percent, &text); });
     expectLabel("GetNumSamples", [&] { driver->GetNumSamples(); });

@@ -30,8 +30,9 @@ UnloadedLibraries::~UnloadedLibraries() {
 }
 
 void noteUnloaded(const std::string& name) {
-    if (listener != nullptr)
+    if (listener != nullptr) {
         listener->unloaded.push_back(name);
+    }
 }
 
 } // namespace rcvr_test
@@ -46,8 +47,9 @@ void __real__ZN6VX_QRS4uDllD1Ev(VX_QRS::uDll* library);
 void __wrap__ZN6VX_QRS4uDllD1Ev(VX_QRS::uDll* library);
 
 bool __wrap__ZN6VX_QRS7uString6toBoolEPKc(const char* text) {
-    if (rcvr_test::beforeToBool)
+    if (rcvr_test::beforeToBool) {
         rcvr_test::beforeToBool();
+    }
     return __real__ZN6VX_QRS7uString6toBoolEPKc(text);
 }
 

@@ -68,8 +68,9 @@ TEST_F(Notification, LogsTheQuestionForTheAttributeAsBefore) {
     testing::internal::GetCapturedStdout();
     std::vector<std::string> functions;
     for (const std::string& line : log.lines()) {
-        if (line[0] == 'F')
+        if (line[0] == 'F') {
             functions.push_back(line.substr(line.rfind(':') + 1));
+        }
     }
     EXPECT_THAT(functions, testing::ElementsAre("OnTargetStateChange(...)", "ChannelDriverForCpu(...)",
                                                 "GetChannelDriverForCpuName(...)", "GetAttribute(...)",
@@ -81,16 +82,19 @@ TEST_F(Notification, AndQuestionsFromAnotherThreadRunSideBySide) {
     channel.properties["orvBufSizes"] = std::string(300, '1');
     std::atomic<bool> ending{false};
     std::thread asking([&] {
-        while (!ending)
+        while (!ending) {
             driver->CopyOfAttribute("orvBufSizes");
+        }
     });
     std::thread asking2([&] {
-        while (!ending)
+        while (!ending) {
             ask("orvBufSize");
+        }
     });
     EXPECT_CALL(channel, start(false)).Times(rounds);
-    for (int i = 0; i < rounds; ++i)
+    for (int i = 0; i < rounds; ++i) {
         EXPECT_EQ(failureOf([&] { receiver->OnTargetStateChange("cpu", i % 2 == 0 ? 5 : 6); }), "");
+    }
     ending = true;
     asking.join();
     asking2.join();

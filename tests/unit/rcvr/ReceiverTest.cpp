@@ -47,8 +47,9 @@ TEST_F(ReceiverTest, LoadsTheDataSourceAheadOfTheFileChannelDriver) {
     const Receiver made;
     std::vector<std::string> requests;
     for (const std::string& line : log.lines()) {
-        if (line.find("request to load") != std::string::npos)
+        if (line.find("request to load") != std::string::npos) {
             requests.push_back(line);
+        }
     }
     EXPECT_THAT(requests, ElementsAre("M uDll:  request to load \"PartIdentifier\" in mode -1",
                                       "M uDll:  request to load \"OrvDataSource\" in mode -1",
@@ -90,8 +91,9 @@ TEST_F(ReceiverTest, EveryFailureOfTheFileLibrariesOnlyCostsReplay) {
         Receiver made;
         EXPECT_EQ(made.GetFileDataSource(), nullptr);
         for (const std::string& line : log.lines()) {
-            if (line[0] == 'E')
+            if (line[0] == 'E') {
                 return line.substr(0, line.rfind(" : "));
+            }
         }
         return std::string();
     };
@@ -204,8 +206,9 @@ TEST_F(ReceiverTest, KnowsItsChannelsByOrder) {
     CChannelDriver* b = receiver->AllocateChannel("bb", &xmtr, 0, 0);
     EXPECT_EQ(receiver->GetNumAttachedCpus(), 2U);
     EXPECT_EQ(receiver->GetNextAvailableChannelNum(), 3U);
-    for (const char* name : {"a", "bb", "never allocated", ""})
+    for (const char* name : {"a", "bb", "never allocated", ""}) {
         EXPECT_EQ(receiver->GetChannelDriverForCpuName(name), a);
+    }
     EXPECT_EQ(receiver->GetChannelDriverForCpuName(nullptr), a);
     EXPECT_EQ(receiver->ChannelDriverForCpu("bb"), a);
 
@@ -221,8 +224,9 @@ TEST_F(ReceiverTest, KnowsItsChannelsByOrder) {
     EXPECT_EQ(receiver->GetChannelDriverForCpuName("a"), b);
     for (const char* line : {"M number of attached cpus is 0", "M next available channel is 1",
                              "M channel driver 0 goes with never allocated", "M number of attached cpus is 2",
-                             "M cpuName[0] is a", "M cpuName[1] is bb", "M cpu name is a"})
+                             "M cpuName[0] is a", "M cpuName[1] is bb", "M cpu name is a"}) {
         EXPECT_THAT(log.lines(), Contains(line));
+    }
 }
 
 TEST_F(ReceiverTest, ReleasingNullOrAnUnknownPointerLeavesTheChannels) {
@@ -359,8 +363,9 @@ TEST_F(TargetEvents, ADisconnectUnregistersTheCpuAndStopsNothing) {
 
 TEST_F(TargetEvents, OtherStatesAndUnknownCpusChangeNothing) {
     EXPECT_CALL(channel, start).Times(0);
-    for (const unsigned state : {0U, 1U, 2U, 9U, 0xFFFFFFFFU})
+    for (const unsigned state : {0U, 1U, 2U, 9U, 0xFFFFFFFFU}) {
         event(state);
+    }
     EXPECT_TRUE(driver->AreAllCpusHalted());
     event(5, nullptr);
     receiver->ReleaseChannel(driver);

@@ -93,8 +93,9 @@ TEST_F(SaveDuringUpload, FromASecondThreadLeavesTheChannelFreeForOthers) {
         out.bytesReady = arrived < total ? stale : 0;
     });
     std::thread saving([&] { EXPECT_EQ(failureOf([&] { driver->SaveFile(target, 2); }), ""); });
-    while (questions < 3)
+    while (questions < 3) {
         std::this_thread::yield();
+    }
     for (; arrived < total; arrived += 1000) {
         grow(samples(arrived, arrived + 1000));
         ChannelStatus status;

@@ -17,10 +17,11 @@ protected:
     ~SaveTarget() override { EXPECT_EQ(readBytes(uploadFile), recording); }
 
     void expectNotOpened(const std::string& path) {
-        for (const unsigned format : {0U, 2U, 7U})
+        for (const unsigned format : {0U, 2U, 7U}) {
             EXPECT_THAT(failureOf([&] { driver->SaveFile(path, format); }),
                         StartsWith("Error 6: invalid file : Could not open file"))
                 << path;
+        }
     }
 };
 
@@ -59,10 +60,11 @@ TEST_F(SaveTarget, AFileThatIsOpenElsewhere) {
     writeBytes(target, "TDF1");
     {
         const OpenElsewhere other(target);
-        if (OpenElsewhere::refusesOthers())
+        if (OpenElsewhere::refusesOthers()) {
             expectNotOpened(target);
-        else
+        } else {
             driver->SaveFile(target, 2);
+        }
     }
     EXPECT_EQ(readBytes(target), OpenElsewhere::refusesOthers() ? "TDF1" : recording);
     driver->SaveFile(target, 2);
@@ -80,8 +82,9 @@ TEST_F(SaveTarget, ADiskThatFillsUpKeepsTheChunksThatWereFinished) {
             const tdf_test::FileFault fault(tdf_test::Function::Write, write);
             failure = failureOf([&] { driver->SaveFile(path, 0); });
         }
-        if (failure.empty())
+        if (failure.empty()) {
             break;
+        }
         EXPECT_THAT(failure, StartsWith("Error 1: Write"));
         std::vector<OrvRcvr::TdfSection> sections;
         try {

@@ -122,8 +122,9 @@ TEST_F(SettingsFile, TransmittersOtherThanTheThreeKindsAreRefused) {
     EXPECT_EQ(log.lines()[1], "W ORV Receiver : failed to load settings, overwriting file with defaults : unsupported "
                               "transmitter (dsp)");
     expectRefused(replaced(defaultFile, "<drm_xmtr>pti", "<drm_xmtr>"));
-    for (const char* kind : {"pti", "tpiu", "tpiulite"})
+    for (const char* kind : {"pti", "tpiu", "tpiulite"}) {
         EXPECT_EQ(load(replaced(defaultFile, "<drm_xmtr>pti", std::string("<drm_xmtr>") + kind)).transmitter, kind);
+    }
 }
 
 TEST_F(SettingsFile, OfSeveralFaultsTheMapIsToldAheadOfTheTransmitterAndThatAheadOfThePins) {
@@ -223,15 +224,17 @@ TEST_F(SettingsFile, OfAnyBytesLoadsAsDefaultsOrAsWhatItSays) {
             // Nothing of a settings file; also parts of its syntax.
             const std::string alphabet = "<>/CHANELSTUP_numpis=1 \t\r\n\0\xff"s;
             text.clear();
-            for (auto length = random() % 300; length != 0; --length)
+            for (auto length = random() % 300; length != 0; --length) {
                 text += round % 8 == 0 ? static_cast<char>(random() % 256) : alphabet[random() % alphabet.size()];
+            }
         }
         for (auto changes = random() % 4; changes != 0 && !text.empty(); --changes) {
             const std::size_t at = random() % text.size();
-            if (random() % 2 == 0)
+            if (random() % 2 == 0) {
                 text[at] = static_cast<char>(random() % 256);
-            else
+            } else {
                 text.erase(at, 1 + random() % 40);
+            }
         }
         const ChannelSettings settings = load(text);
         std::filesystem::remove(path + ".before-defaults");
@@ -239,10 +242,11 @@ TEST_F(SettingsFile, OfAnyBytesLoadsAsDefaultsOrAsWhatItSays) {
         ASSERT_TRUE(settings.transmitter == "pti" || settings.transmitter == "tpiu" ||
                     settings.transmitter == "tpiulite")
             << round;
-        if (readBytes(path) == text)
+        if (readBytes(path) == text) {
             ++taken;
-        else
+        } else {
             ASSERT_TRUE(isDefault(settings)) << round;
+        }
     }
     EXPECT_GT(taken, 0);
 }

@@ -78,8 +78,9 @@ protected:
     /// Of everything in the folder, sorted.
     std::vector<std::string> names() const {
         std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path))
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
             found.push_back(entry.path().filename().string());
+        }
         std::sort(found.begin(), found.end());
         return found;
     }

@@ -93,8 +93,9 @@ protected:
         writeBytes("chan.bin", std::string(recorded * 8, 's'));
         settings = settingsFile();
         const char* const names[] = {"PartIdentifier", "HaloTargetAdapter", "AmbitFileChannelDriver", "OrvDataSource"};
-        for (std::size_t i = 0; i < held.size(); ++i)
+        for (std::size_t i = 0; i < held.size(); ++i) {
             EXPECT_TRUE(held[i].FindAndLoad(names[i]));
+        }
     }
 
     // What leaves a step, if it is no error of the framework's family, is remembered without needing memory.
@@ -103,8 +104,9 @@ protected:
         try {
             step();
         } catch (const Vx::Qrs::Zarn::cZarnErrorIF& error) {
-            if (error.GetErrorText() == nullptr || *error.GetErrorText() == '\0')
+            if (error.GetErrorText() == nullptr || *error.GetErrorText() == '\0') {
                 escaped = what;
+            }
         } catch (const std::exception& exception) {
             escaped = what;
             escapedClass = typeid(exception).name();
@@ -118,8 +120,9 @@ protected:
         TraceAttribute attribute;
         for (const char* name : {"targetSync", "Trace Data Pin Size ", "Device Clock Frequency", "Buffer Wrapped",
                                  "Trace Clock Select List ", "Trace Clock Select List 0", "Trace Clock Select List 9",
-                                 "TWP Source", "ETB Samples", "ETB Data Flip Needed", "no property of this channel"})
+                                 "TWP Source", "ETB Samples", "ETB Data Flip Needed", "no property of this channel"}) {
             attempt(name, [&] { channel->GetAttribute(name, &attribute); });
+        }
         ChannelStatus status;
         unsigned number = 0;
         int percent = 0;
@@ -176,8 +179,9 @@ protected:
     }
 
     void destroyAll() noexcept {
-        for (; users != 0; --users)
+        for (; users != 0; --users) {
             attempt("DestroyRcvr", [&] { DestroyRcvr(receiver); });
+        }
         receiver = nullptr;
     }
 
@@ -191,22 +195,27 @@ protected:
         AllocationFault fault(n, kind);
         create();
         create();
-        if (receiver != nullptr)
+        if (receiver != nullptr) {
             useReceiver();
-        if (receiver != nullptr)
+        }
+        if (receiver != nullptr) {
             attempt("AllocateChannel", [&] { channel = receiver->AllocateChannel(fullCpuName, &xmtr, 0, 0); });
-        if (channel != nullptr)
+        }
+        if (channel != nullptr) {
             useChannel();
+        }
         const bool ranShort = fault.occurred();
         fault.pause();
         if (channel != nullptr) {
             expectLocksAreFree();
-            if (receiver->GetNumAttachedCpus() == 0)
+            if (receiver->GetNumAttachedCpus() == 0) {
                 delete std::exchange(channel, nullptr); // the receiver could not keep it
+            }
         }
         fault.resume();
-        if (channel != nullptr)
+        if (channel != nullptr) {
             attempt("ReleaseChannel", [&] { receiver->ReleaseChannel(channel); });
+        }
         channel = nullptr;
         destroyAll();
         return fault.occurred() || ranShort;
@@ -281,10 +290,11 @@ TEST_F(Shortage, WhereTheReceiverCannotKeepAChannelStillReturnsIt) {
         }
         ASSERT_TRUE(occurred) << "the appending needed no memory";
         returnedAndNotKept = channel != nullptr && receiver->GetNumAttachedCpus() == 0;
-        if (channel != nullptr && !returnedAndNotKept)
+        if (channel != nullptr && !returnedAndNotKept) {
             receiver->ReleaseChannel(channel);
-        else
+        } else {
             delete channel;
+        }
         channel = nullptr;
     }
     destroyAll();

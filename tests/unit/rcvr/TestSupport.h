@@ -51,8 +51,9 @@ inline void writeBytes(const std::string& path, const std::string& bytes) {
 inline std::string readText(const std::string& path) {
     std::string text;
     for (const char c : readBytes(path)) {
-        if (c != '\r')
+        if (c != '\r') {
             text += c;
+        }
     }
     return text;
 }
@@ -61,8 +62,9 @@ inline std::vector<std::string> readLines(const std::string& path) {
     std::ifstream file(path);
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
-        if (!line.empty() && line.back() == '\r')
+        if (!line.empty() && line.back() == '\r') {
             line.pop_back();
+        }
         lines.push_back(line);
     }
     return lines;
@@ -74,8 +76,9 @@ inline std::string searchPathOf(const std::vector<std::string>& folders) {
         std::filesystem::absolute(testing::internal::GetArgvs()[0]).parent_path() / "fakes";
     std::string path;
     for (const std::string& folder : folders) {
-        if (!path.empty())
+        if (!path.empty()) {
             path.append(delimiter);
+        }
         path.append((root / folder).string());
     }
     return path;
@@ -104,21 +107,24 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
     ~LogCapture() {
-        if (opened)
+        if (opened) {
             VX_QRS::getLogManager()->getLogger()->setEnabled(false);
+        }
     }
 
     std::vector<std::string> lines() const {
         std::vector<std::string> found;
         for (const std::string& line : readLines(path)) {
-            if (line.size() < 7)
+            if (line.size() < 7) {
                 continue;
+            }
             const std::string classes = line.substr(0, 5);
             const char letter = classes[classes.find_first_not_of(' ')];
             const std::size_t bar = letter == 'F' ? 5 : line.find("| ");
             std::string text = line.substr(letter == 'F' ? 7 : bar + 2);
-            if (text.rfind("Logger : ", 0) != 0)
+            if (text.rfind("Logger : ", 0) != 0) {
                 found.push_back(std::string(1, letter) + " " + text);
+            }
         }
         return found;
     }

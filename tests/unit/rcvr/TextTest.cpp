@@ -87,8 +87,9 @@ TEST(PropertiesText, ThePathTakesTheFileNameWithAnotherExtension) {
 
 TEST(PropertiesText, TheFoldersPathStaysAsItIs) {
     const std::string separator = VX_QRS::uEnvironment::separator();
-    for (const char* folder : {"\\\\server\\home\\u\\.VX-trace\\data", "//server/data", "/home/DOMAIN\\user/data"})
+    for (const char* folder : {"\\\\server\\home\\u\\.VX-trace\\data", "//server/data", "/home/DOMAIN\\user/data"}) {
         EXPECT_EQ(propertiesPathFor("C:\\chan.xml", folder), folder + separator + "chan.cfg");
+    }
 }
 
 TEST(TargetAdapter, ClassesFollowFromTheIdentifier) {
@@ -127,8 +128,9 @@ TEST(StatusText, EveryStateHasItsCodeTextAndFlags) {
                               "0 before -----"};
     metrics.dataRate = 512.0;
     metrics.bytesReady = 250;
-    for (metrics.state = 0; metrics.state < 8; ++metrics.state)
+    for (metrics.state = 0; metrics.state < 8; ++metrics.state) {
         EXPECT_EQ(summary(described(metrics)), expected[metrics.state]);
+    }
     metrics.state = -1;
     EXPECT_EQ(summary(described(metrics)), "0 before -----");
 }
@@ -199,8 +201,9 @@ TEST(StatusText, ProgressFollowsTheCalibration) {
     EXPECT_EQ(text(), "47 Calibration in progress");
     metrics.progress = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(text(), "0 Calibration in progress");
-    for (metrics.state = Calibrated; metrics.state < 9; ++metrics.state)
+    for (metrics.state = Calibrated; metrics.state < 9; ++metrics.state) {
         EXPECT_EQ(text(), "100 Calibration complete");
+    }
 }
 
 } // namespace

@@ -51,8 +51,9 @@ TEST_F(TdfFaultTest, WhatIsWrongWithTheArgumentsIsToldAheadOfAFileThatCannotBeWr
 // Four writes: size, version, length, name; and the size again.
 TEST_F(TdfFaultTest, EachFieldOfANewSectionHasItsText) {
     EXPECT_EQ(beginWith(Function::Write, 1), "Write error -  TDF section header size.");
-    for (const int field : {2, 3, 4})
+    for (const int field : {2, 3, 4}) {
         EXPECT_EQ(beginWith(Function::Write, field), "Write error -  TDF section name and version.") << field;
+    }
     EXPECT_EQ(beginWith(Function::Write, 5), "Write error - size of TDF header.");
     EXPECT_EQ(beginWith(Function::Write, 6), "no failure");
 }
@@ -62,8 +63,9 @@ TEST_F(TdfFaultTest, ADiskThatIsFullOnlyWhenItIsWrittenToIsToldAtTheSameStep) {
     std::vector<std::string> texts;
     for (int flush = 1; texts.empty() || texts.back() != "no failure"; ++flush) {
         const std::string text = beginWith(Function::Flush, flush);
-        if (texts.empty() || texts.back() != text)
+        if (texts.empty() || texts.back() != text) {
             texts.push_back(text);
+        }
     }
     EXPECT_THAT(texts, testing::ElementsAre("Write error -  TDF section header size.",
                                             "Write error -  TDF section name and version.",

@@ -31,9 +31,10 @@ TEST_F(TdfFileTest, AnEmptyFileTakesAHeaderButNoData) {
 
 TEST_F(TdfFileTest, OffsetsBelowTheIdentifierAreRefused) {
     writeBytes(path, "TDF1TDF1");
-    for (const std::uint32_t offset : {0U, 1U, 3U})
+    for (const std::uint32_t offset : {0U, 1U, 3U}) {
         EXPECT_EQ(textOfFailure([&] { append(offset, "abcdefgh"); }),
                   "Section header offset to save data is not valid.");
+    }
 }
 
 TEST_F(TdfFileTest, NoElementsWriteNothingAndKeepTheSize) {
@@ -113,8 +114,9 @@ TEST_F(TdfFileTest, ASizeBeyondThirtyTwoBitsIsRefused) {
 }
 
 TEST_F(TdfFileTest, AFullDiskIsToldAtTheFirstField) {
-    if (!std::filesystem::exists("/dev/full"))
+    if (!std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "this system has no device that is always full";
+    }
     std::uint32_t offset = 0;
     EXPECT_EQ(textOfFailure([&] { TdfFile::beginSection("/dev/full", "N", 1, &offset); }),
               "Write error -  TDF section header size.");

@@ -235,17 +235,21 @@ TEST_F(TdfSectionsTest, FilesOfAnyBytesAreReadOrRefused) {
             const std::uint32_t nameSize = below(5);
             const std::uint32_t dataSize = below(20);
             for (const std::uint32_t word : {12 + nameSize + dataSize, below(3), nameSize}) {
-                for (unsigned shift = 0; shift < 32; shift += 8)
+                for (unsigned shift = 0; shift < 32; shift += 8) {
                     bytes += static_cast<char>(word >> shift & 0xFFU);
+                }
             }
-            for (std::uint32_t i = 0; i < nameSize + dataSize; ++i)
+            for (std::uint32_t i = 0; i < nameSize + dataSize; ++i) {
                 bytes += static_cast<char>(below(256));
+            }
         }
-        for (std::uint32_t damage = below(3); damage != 0; --damage)
+        for (std::uint32_t damage = below(3); damage != 0; --damage) {
             bytes[below(static_cast<std::uint32_t>(bytes.size()))] =
                 static_cast<char>(below(2) != 0 ? below(256) : 255);
-        if (below(4) == 0)
+        }
+        if (below(4) == 0) {
             bytes.resize(below(static_cast<std::uint32_t>(bytes.size()) + 1));
+        }
         writeBytes(path, bytes);
         std::vector<TdfSection> sections;
         const std::string text = textOfFailure([&] { TdfFile::listSections(path.c_str(), &sections); });

@@ -5,12 +5,11 @@
 #include <condition_variable>
 #include <mutex>
 #include <new>
-#include <utility>
-
 #include <pthread.h>
 #include <sys/resource.h>
 #include <time.h>
 #include <unistd.h>
+#include <utility>
 
 namespace VX_QRS {
 

@@ -1,7 +1,7 @@
 #include "common/source/source_utilities/uThread.h"
 
-#include <process.h>
 #include <windows.h>
+#include <process.h>
 
 namespace VX_QRS {
 

@@ -21,8 +21,9 @@ namespace fake {
 /// One line into the file that FAKE_TRACE names, so that a test sees what was called and in which order.
 inline void trace(const std::string& line) {
     const std::string path = VX_QRS::uEnvironment::get("FAKE_TRACE");
-    if (!path.empty())
+    if (!path.empty()) {
         std::ofstream(path, std::ios::app) << line << "\n";
+    }
 }
 
 /// The objects that a library has given out. What a host never gives back goes when the library is unloaded, so that
@@ -45,12 +46,15 @@ private:
 /// What a function is told to do: "" for its work, "null" for no result, or something to throw.
 inline std::string behaviour(const char* variable) {
     const std::string wish = VX_QRS::uEnvironment::get(variable);
-    if (wish == "std")
+    if (wish == "std") {
         throw std::runtime_error("thrown by the sibling");
-    if (wish == "zarn")
+    }
+    if (wish == "zarn") {
         throw Vx::Qrs::Zarn::cZarnError("sibling's own error", Vx::Qrs::Zarn::eSeverityError);
-    if (wish == "int")
+    }
+    if (wish == "int") {
         throw 42;
+    }
     return wish;
 }
 

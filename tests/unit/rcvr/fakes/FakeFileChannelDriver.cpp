@@ -13,8 +13,9 @@ extern "C" {
 
 FAKE_EXPORT IFileChannelDriver* CreateChannelDriver(const char* text) {
     fake::trace("CreateChannelDriver \"" + std::string(text) + "\"");
-    if (fake::behaviour("FAKE_FILE_DRIVER") == "null")
+    if (fake::behaviour("FAKE_FILE_DRIVER") == "null") {
         return nullptr;
+    }
     return drivers.add(std::make_unique<IFileChannelDriver>());
 }
 

@@ -30,12 +30,14 @@ public:
 
     const char* getName() override { return name.c_str(); }
     std::vector<IPartProperty*> getProperties(const char* group) override {
-        if (corrupt)
+        if (corrupt) {
             throw std::runtime_error("cannot read");
+        }
         std::vector<IPartProperty*> found;
         if (std::string(group) == "program.pinouts") {
-            for (const auto& pinout : pinouts)
+            for (const auto& pinout : pinouts) {
                 found.push_back(pinout.get());
+            }
         }
         return found;
     }
@@ -64,8 +66,9 @@ public:
     Identifier() {
         std::ifstream file(VX_QRS::uEnvironment::get("FAKE_DEVICE"));
         for (std::string line; std::getline(file, line);) {
-            if (!line.empty() && line.back() == '\r')
+            if (!line.empty() && line.back() == '\r') {
                 line.pop_back();
+            }
             const std::size_t blank = line.find(' ');
             read(line.substr(0, blank), blank == std::string::npos ? "" : line.substr(blank + 1));
         }
@@ -76,8 +79,9 @@ public:
         fake::behaviour("FAKE_ENTRIES");
         std::vector<IDeviceEntry*> found;
         if (name == deviceName) {
-            for (const auto& entry : entries)
+            for (const auto& entry : entries) {
                 found.push_back(entry.get());
+            }
         }
         return found;
     }
@@ -85,22 +89,23 @@ public:
     const char* getDeviceText(const char* name, unsigned selector) override {
         fake::trace("getDeviceText " + std::string(name) + " " + std::to_string(selector));
         fake::behaviour("FAKE_TEXT");
-        if (selector == eUnitName)
+        if (selector == eUnitName) {
             return unit.c_str();
+        }
         return selector == eUnitPort ? port.c_str() : deviceName.c_str();
     }
 
 private:
     void read(const std::string& key, const std::string& value) {
-        if (key == "device")
+        if (key == "device") {
             deviceName = value;
-        else if (key == "unit")
+        } else if (key == "unit") {
             unit = value;
-        else if (key == "port")
+        } else if (key == "port") {
             port = value;
-        else if (key == "entry")
+        } else if (key == "entry") {
             entries.push_back(std::make_unique<Entry>());
-        else if (key == "parent") {
+        } else if (key == "parent") {
             entries.back()->parent = std::make_unique<Part>();
             entries.back()->parent->name = value;
         } else if (key == "trace") {
@@ -129,8 +134,9 @@ private:
 extern "C" {
 
 FAKE_EXPORT IPartIdentifier* CreatePartIdentifier() {
-    if (fake::behaviour("FAKE_PART") == "null")
+    if (fake::behaviour("FAKE_PART") == "null") {
         return nullptr;
+    }
     fake::trace("CreatePartIdentifier");
     return new Identifier;
 }

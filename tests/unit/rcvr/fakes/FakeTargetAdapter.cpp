@@ -33,8 +33,9 @@ extern "C" {
 
 FAKE_EXPORT void NewTargetAdapter(const char* cpuName, ITargetAdapter** out) {
     fake::trace("NewTargetAdapter " + std::string(cpuName).substr(0, 100));
-    if (fake::behaviour("FAKE_ADAPTER") != "null")
+    if (fake::behaviour("FAKE_ADAPTER") != "null") {
         *out = adapters.add(std::make_unique<Adapter>(cpuName));
+    }
 }
 
 FAKE_EXPORT void FreeTargetAdapter(ITargetAdapter* adapter) {

@@ -1,6 +1,6 @@
-#include "tests/unit/common/posix/FileSizeLimit.h"
 #include "../DataFixture.h"
 #include "tdf/TdfFile.h"
+#include "tests/unit/common/posix/FileSizeLimit.h"
 
 // The system itself cuts a file short here, in the middle of a chunk.
 

@@ -7,8 +7,9 @@ namespace rcvr_test {
 OpenElsewhere::OpenElsewhere(const std::string& file) : handle(std::fopen(file.c_str(), "r+b")) {}
 
 OpenElsewhere::~OpenElsewhere() {
-    if (handle != nullptr)
+    if (handle != nullptr) {
         std::fclose(static_cast<std::FILE*>(handle));
+    }
 }
 
 bool OpenElsewhere::refusesOthers() {

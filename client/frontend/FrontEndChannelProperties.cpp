@@ -1,0 +1,299 @@
+#include "client/frontend/ChannelLog.h"
+#include "client/frontend/FrontEndChannel_1.h"
+#include "common/source/Exception.h"
+#include "common/source/source_utilities/uEnvironment.h"
+#include "common/source/source_utilities/uLog.h"
+#include "common/source/source_utilities/uString.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace VX_QRS::ORV::CLIENT {
+
+namespace {
+
+/// What a wrapping buffer gives up, in bytes.
+constexpr std::uint32_t wrapBlock = 16384;
+
+constexpr const char* trueOrFalse = "true|false";
+
+/// True when `value` is one of the words of `choices`, which stand between bars.
+bool isChoice(std::string_view choices, std::string_view value) {
+    while (!choices.empty()) {
+        const std::size_t end = choices.find('|');
+        if (choices.substr(0, end) == value) {
+            return true;
+        }
+        if (end == std::string_view::npos) {
+            break;
+        }
+        choices.remove_prefix(end + 1);
+    }
+    return false;
+}
+
+template <class Item>
+const char* join(std::string& out, std::span<const Item> items, const char* format) {
+    out.clear();
+    for (const Item& item : items) {
+        if (&item != items.data()) {
+            out += ',';
+        }
+        uString::toText(item, out, true, format);
+    }
+    return out.c_str();
+}
+
+} // namespace
+
+/// The table of all properties: who sets and who reads each, and which words it takes.
+struct FrontEndChannel_1::Properties {
+    using Channel = FrontEndChannel_1;
+
+    struct Entry {
+        const char* name;
+        const char* choices;                // null: any text
+        void (*set)(Channel&, const char*); // null: read only
+        const char* (*get)(Channel&);       // null: read from the file
+    };
+
+    template <std::string Settings::* field>
+    static void setText(Channel& c, const char* value) {
+        c.settings.*field = value;
+    }
+    template <auto field>
+    static void setNumber(Channel& c, const char* value) {
+        using Number = std::remove_reference_t<decltype(c.settings.*field)>;
+        c.settings.*field = uString::toNumber<Number>(value);
+    }
+    template <bool Settings::* field>
+    static void setFlag(Channel& c, const char* value) {
+        c.settings.*field = std::strcmp(value, "true") == 0;
+    }
+    template <std::vector<std::string> Settings::* field>
+    static void setList(Channel& c, const char* value) {
+        (c.settings.*field).clear();
+        uString::split(c.settings.*field, value, ",");
+    }
+
+    template <std::string Settings::* field>
+    static const char* getText(Channel& c) {
+        return (c.settings.*field).c_str();
+    }
+    template <auto field>
+    static const char* getNumber(Channel& c) {
+        return uString::toText(c.settings.*field, c.session.propertyText);
+    }
+    template <bool Settings::* field>
+    static const char* getFlag(Channel& c) {
+        return c.settings.*field ? "true" : "false";
+    }
+    /// Ends with the list when fewer items than pins were set.
+    template <std::vector<std::string> Settings::* field>
+    static const char* getList(Channel& c) {
+        const std::vector<std::string>& items = c.settings.*field;
+        std::string& text = c.session.propertyText;
+        text.clear();
+        for (std::size_t i = 0; i < items.size() && i < c.settings.numPins; ++i) {
+            if (i > 0) {
+                text += ',';
+            }
+            text += items[i];
+        }
+        return text.c_str();
+    }
+
+    static void setBufMode(Channel& c, const char* value) {
+        c.settings.orvBufMode = value;
+        // A wrapping buffer loses its beginning, so a reader needs synchronisation all along the stream.
+        if (c.settings.orvBufMode == "wrap") {
+            c.settings.stmPeriodicSyncEnable = true;
+        }
+    }
+    static const char* getBufSize(Channel& c) {
+        const std::uint32_t lost = c.settings.orvBufMode == "wrap" ? wrapBlock : 0;
+        return uString::toText(c.settings.orvBufSize - lost, c.session.propertyText);
+    }
+    static const char* getBufSizes(Channel& c) {
+        return join<std::uint32_t>(c.session.propertyText, c.limits.orvBufSizes, "%d");
+    }
+    static const char* getBufHasWrapped(Channel& c) { return c.session.orvBufHasWrapped.c_str(); }
+    static const char* getFrequencies(Channel& c) {
+        return join<double>(c.session.propertyText, c.clocking.frequencies, "%f");
+    }
+    static void setDeskewStrategy(Channel& c, const char* value) {
+        c.settings.deskewStrategy = std::strcmp(value, "data") == 0 ? 1 : 0;
+    }
+    static const char* getDeskewStrategy(Channel& c) { return c.settings.deskewStrategy == 0 ? "clock" : "data"; }
+    static void setNumPins(Channel& c, const char* value) {
+        c.settings.numPins = uString::toNumber<std::uint32_t>(value) + 1;
+        c.settings.pinMap.clear();
+    }
+    static const char* getPinMap(Channel& c) {
+        c.session.propertyText = c.settings.pinMap;
+        return c.session.propertyText.c_str();
+    }
+
+    static const Entry table[];
+
+    static const Entry* find(const char* name) {
+        for (const Entry* entry = table; entry->name != nullptr; ++entry) {
+            if (std::strcmp(entry->name, name) == 0) {
+                return entry;
+            }
+        }
+        return nullptr;
+    }
+};
+
+constexpr auto anyText = static_cast<const char*>(nullptr);
+
+const FrontEndChannel_1::Properties::Entry FrontEndChannel_1::Properties::table[] = {
+    {"file", anyText, setText<&Settings::file>, getText<&Settings::file>},
+    {"drmXmtr", anyText, setText<&Settings::drmXmtr>, getText<&Settings::drmXmtr>},
+    {"targetSync", anyText, setText<&Settings::targetSync>, getText<&Settings::targetSync>},
+    {"startPort", anyText, setNumber<&Settings::startPort>, nullptr},
+    {"stmSyncPeriod", anyText, setNumber<&Settings::stmSyncPeriod>, nullptr},
+    {"stmTimeoutPeriod", anyText, setNumber<&Settings::stmTimeoutPeriod>, nullptr},
+    {"stmClockTimeoutEnable", trueOrFalse, setFlag<&Settings::stmClockTimeoutEnable>, nullptr},
+    {"stmZeroTimeoutEnable", trueOrFalse, setFlag<&Settings::stmZeroTimeoutEnable>, nullptr},
+    {"stmPeriodicSyncEnable", trueOrFalse, setFlag<&Settings::stmPeriodicSyncEnable>, nullptr},
+    {"stmDiagnosticTimingEnable", trueOrFalse, setFlag<&Settings::stmDiagnosticTimingEnable>, nullptr},
+    {"stm32BitDataLimit", trueOrFalse, setFlag<&Settings::stm32BitDataLimit>, nullptr},
+    {"orvBufMode", "stop|wrap", setBufMode, getText<&Settings::orvBufMode>},
+    {"orvBufHasWrapped", anyText, nullptr, getBufHasWrapped},
+    {"orvBufSize", anyText, [](Channel& c, const char* value) { c.setBufferSize(value); }, getBufSize},
+    {"orvBufSizes", anyText, nullptr, getBufSizes},
+    {"delays", anyText, setList<&Settings::delays>, getList<&Settings::delays>},
+    {"stretches", anyText, setList<&Settings::stretches>, getList<&Settings::stretches>},
+    {"plateaus", anyText, setList<&Settings::plateaus>, getList<&Settings::plateaus>},
+    {"debounces", anyText, setList<&Settings::debounces>, getList<&Settings::debounces>},
+    {"filters", anyText, setList<&Settings::filters>, getList<&Settings::filters>},
+    {"calMode", "automatic|manual", setText<&Settings::calMode>, getText<&Settings::calMode>},
+    {"verifyCal", trueOrFalse, setFlag<&Settings::verifyCalEnabled>, getFlag<&Settings::verifyCalEnabled>},
+    // Its default is not among the words: once replaced, it cannot be set again.
+    {"verifyPattern", "f0|a5|ramp|walk|lfsr", setText<&Settings::verifyPattern>, getText<&Settings::verifyPattern>},
+    {"testPattern", "none|f0|a5|ramp|walk|lfsr", setText<&Settings::testPattern>, getText<&Settings::testPattern>},
+    {"deskewStrategy", "clock|data", setDeskewStrategy, getDeskewStrategy},
+    {"samplingPos", "detect|center|edge", setText<&Settings::samplingPos>, getText<&Settings::samplingPos>},
+    {"ovsMargin", anyText, setNumber<&Settings::ovsMargin>, getNumber<&Settings::ovsMargin>},
+    {"archive", anyText, setNumber<&Settings::archive>, getNumber<&Settings::archive>},
+    {"cpi", anyText, setNumber<&Settings::cpi>, getNumber<&Settings::cpi>},
+    {"frequencyLimit", anyText, setNumber<&Settings::frequencyLimit>, nullptr},
+    {"frequencies", anyText, nullptr, getFrequencies},
+    {"numPins", anyText, setNumPins, nullptr},
+    {"pinMap", anyText, [](Channel& c, const char* value) { c.setPinMap(value); }, getPinMap},
+    {"propsFile", anyText, [](Channel& c, const char* value) { c.setPropsFile(value); }, nullptr},
+    {nullptr, nullptr, nullptr, nullptr},
+};
+
+FrontEndChannel_1::FrontEndChannel_1(FrontEnd_1* owner, Transmitter* sender, const ChannelSettings* setup)
+    : frontEnd(owner), transmitter(sender), traceSetup(setup), channelNumber(owner->numChannels()) {
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::FrontEndChannel_1");
+    try {
+        mutex = std::make_unique<uMutex>();
+        thread = std::make_unique<uThread>(this);
+    } catch (const std::bad_alloc&) {
+        fail(frontEndUnit, eALLOC);
+    }
+    session.keepFiles = *uEnvironment::get("VX_TRACE_LOGGING") != '\0';
+    computeOrvBufSizes();
+    parser = createPropertyParser();
+}
+
+FrontEndChannel_1::~FrontEndChannel_1() {
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::~FrontEndChannel_1");
+    terminateThread();
+    try {
+        close();
+    } catch (const std::exception& e) {
+        // The stream of a server that is gone; nothing is left to be closed.
+        logStepError(here(), "failed to close channel : %s", e.what());
+    } catch (...) {
+        logStepError(here(), "failed to close channel : %s", "unknown exception");
+    }
+    thread.reset();
+    mutex.reset();
+    destroyPropertyParser(parser);
+    if (!session.keepFiles) {
+        deleteDiagnosticFiles();
+    }
+    destroyTransmitter(transmitter, traceSetup);
+}
+
+void FrontEndChannel_1::computeOrvBufSizes() {
+    limits.orvBufSizes.clear();
+    for (std::uint32_t size = limits.orvBufSizeMin; size <= limits.orvBufSizeMax; size *= 2) {
+        limits.orvBufSizes.push_back(size);
+    }
+}
+
+void FrontEndChannel_1::setProperty(const char* name, const char* value) {
+    if (name == nullptr || value == nullptr) {
+        fail(frontEndUnit, eNULL, "property name or value");
+    }
+    const Properties::Entry* entry = Properties::find(name);
+    if (entry == nullptr || entry->set == nullptr) {
+        fail(frontEndUnit, eNAME, name);
+    }
+    if (entry->choices != nullptr && !isChoice(entry->choices, value)) {
+        fail(frontEndUnit, eVALUE, std::string(name) + " must be " + entry->choices);
+    }
+    entry->set(*this, value);
+}
+
+void FrontEndChannel_1::getProperty(const char* name, const char** value) {
+    if (name == nullptr || value == nullptr) {
+        fail(frontEndUnit, eNULL, "property name or value");
+    }
+    const Properties::Entry* entry = Properties::find(name);
+    if (entry != nullptr && entry->get != nullptr) {
+        *value = entry->get(*this);
+        return;
+    }
+    parser->setSection(("Channel " + std::to_string(channelNumber)).c_str());
+    parser->getValue(name, value);
+}
+
+/// Takes an index into the sizes or one of the sizes in bytes.
+void FrontEndChannel_1::setBufferSize(const char* value) {
+    const std::vector<std::uint32_t>& sizes = limits.orvBufSizes;
+    std::size_t index = uString::toNumber<std::uint32_t>(value);
+    if (index >= sizes.size()) {
+        const auto found = std::find(sizes.begin(), sizes.end(), index);
+        if (found != sizes.end()) {
+            index = static_cast<std::size_t>(found - sizes.begin());
+        }
+    }
+    if (index >= sizes.size()) {
+        fail(frontEndUnit, eVALUE,
+             "orvBufSize must be greter than or equal to 0 and less than " + std::to_string(sizes.size()));
+    }
+    settings.orvBufSize = sizes[index];
+}
+
+void FrontEndChannel_1::setPropsFile(const char* value) {
+    parser->readFile(value);
+    if (settings.file.empty()) {
+        const std::string_view path = value;
+        settings.file = path.substr(0, path.rfind('.'));
+    }
+}
+
+void FrontEndChannel_1::setPinMap(const char* value) {
+    std::vector<std::string> items;
+    if (const std::size_t count = uString::split(items, value, ","); count != 0) {
+        settings.numPins = static_cast<std::uint32_t>(count);
+    }
+    settings.pinMap = value;
+}
+
+} // namespace VX_QRS::ORV::CLIENT

@@ -1,0 +1,129 @@
+#include "diagnosis/doctor/DiagnosisText.h"
+
+#include "diagnosis/doctor/Rules.h"
+#include "diagnosis/files/BurstFile.h"
+#include "toolkit/FilePath.h"
+#include "toolkit/Masked.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace diagnosis {
+
+namespace {
+
+using nlohmann::json;
+
+const char* outcomeName(Verdict::Outcome outcome) {
+    switch (outcome) {
+    case Verdict::Outcome::Accepted:
+        return "accepted";
+    case Verdict::Outcome::Refused:
+        return "refused";
+    case Verdict::Outcome::Untold:
+        break;
+    }
+    return "untold";
+}
+
+std::string counted(std::size_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+json attemptJson(const DiagnosticSet& set, const Diagnosis& diagnosis, std::size_t index) {
+    const FileGroup& attempt = set.attempts[index];
+    const Verdict& verdict = diagnosis.verdicts[index];
+    return {{"setting", *attempt.setting},
+            {"hertz", attempt.rates().known() ? json(attempt.rates().exportFrequency) : json()},
+            {"verdict", outcomeName(verdict.outcome)},
+            {"receiverText", verdict.receiverText},
+            {"reason", verdict.words}};
+}
+
+json findingJson(const Finding& finding) {
+    json out{{"kind", finding.kind},     {"severity", finding.severity == Finding::Severity::Fault ? "fault" : "note"},
+             {"text", finding.text},     {"evidence", finding.evidence},
+             {"remedy", finding.remedy}, {"pins", json::array()}};
+    for (const std::size_t pin : finding.pins) {
+        out["pins"].push_back(pinName(pin));
+    }
+    if (finding.fittingRate) {
+        out["fittingHertz"] = *finding.fittingRate;
+    }
+    return out;
+}
+
+} // namespace
+
+std::string whatIsMissing(const Diagnosis& diagnosis) {
+    if (diagnosis.missing.empty()) {
+        return "these files do not hold how the calibration ended; the receiver's log does";
+    }
+    std::string text = diagnosis.missing.size() == 1
+                           ? std::string("a kind of file is missing: ")
+                           : std::to_string(diagnosis.missing.size()) + " kinds of files are missing: ";
+    return text + rules::enumeration(diagnosis.missing);
+}
+
+std::string findingCount(const Diagnosis& diagnosis) {
+    const auto faults = static_cast<std::size_t>(
+        std::count_if(diagnosis.findings.begin(), diagnosis.findings.end(),
+                      [](const Finding& finding) { return finding.severity == Finding::Severity::Fault; }));
+    const std::size_t notes = diagnosis.findings.size() - faults;
+    if (diagnosis.findings.empty() && !diagnosis.judged) {
+        return diagnosis.calibrated ? std::string("nothing was judged")
+                                    : "nothing found, but " + whatIsMissing(diagnosis);
+    }
+    if (diagnosis.findings.empty()) {
+        return "nothing found";
+    }
+    if (notes == 0) {
+        return counted(faults, "fault") + " found";
+    }
+    return faults == 0 ? "nothing found that is broken, " + counted(notes, "note")
+                       : counted(faults, "fault") + " and " + counted(notes, "note") + " found";
+}
+
+std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis) {
+    std::string text = toolkit::masked(set.name) + ": " + diagnosis.headline + "\n" + findingCount(diagnosis) + "\n";
+    for (const Finding& finding : diagnosis.findings) {
+        text += finding.severity == Finding::Severity::Fault ? "\nfault: " : "\nnote: ";
+        text += toolkit::masked(finding.text) + "\n";
+        for (const std::string& line : finding.evidence) {
+            text += "  evidence: " + toolkit::masked(line) + "\n";
+        }
+        text += "  check: " + toolkit::masked(finding.remedy) + "\n";
+    }
+    if (!diagnosis.limits.empty()) {
+        text += "\n";
+    }
+    for (const std::string& limit : diagnosis.limits) {
+        text += toolkit::masked(limit) + "\n";
+    }
+    return text;
+}
+
+json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
+    json out{{"stem", (set.folder / toolkit::filePath(set.name)).string()},
+             {"calibrated", nullptr},
+             {"headline", diagnosis.headline},
+             {"attempts", json::array()},
+             {"findings", json::array()},
+             {"limits", diagnosis.limits},
+             {"judged", diagnosis.judged},
+             {"missing", diagnosis.missing},
+             {"damaged", set.troubles}};
+    if (diagnosis.calibrated) {
+        out["calibrated"] = *diagnosis.calibrated;
+    }
+    for (std::size_t i = 0; i < set.attempts.size(); ++i) {
+        out["attempts"].push_back(attemptJson(set, diagnosis, i));
+    }
+    for (const Finding& finding : diagnosis.findings) {
+        out["findings"].push_back(findingJson(finding));
+    }
+    return out;
+}
+
+} // namespace diagnosis

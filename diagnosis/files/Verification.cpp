@@ -1,0 +1,177 @@
+#include "diagnosis/files/Verification.h"
+
+#include "diagnosis/files/Text.h"
+
+#include <algorithm>
+
+namespace diagnosis {
+
+namespace {
+
+constexpr std::size_t packetBytes = 512;
+constexpr std::size_t packetWords = packetBytes / 2;
+constexpr std::size_t payloadWords = packetWords - 1;
+constexpr std::size_t keptErrors = 10;
+constexpr std::size_t fewestDataWords = 1000;
+
+std::uint16_t wordAt(std::string_view bytes, std::size_t offset) {
+    const auto low = static_cast<unsigned char>(bytes[offset]);
+    const auto high = static_cast<unsigned char>(bytes[offset + 1]);
+    return static_cast<std::uint16_t>(low | high << 8);
+}
+
+enum class PacketKind { Trace, Other, Unknown };
+
+PacketKind kindOf(std::uint16_t trailer) {
+    switch (trailer & 0xF800) {
+    case 0x0800:
+        return PacketKind::Trace;
+    case 0x1000:
+        return PacketKind::Other;
+    default:
+        return PacketKind::Unknown;
+    }
+}
+
+/// More than half of the packets, of which the last has no say, end in a trailer.
+bool hasTrailers(std::string_view bytes, std::size_t packets) {
+    std::size_t trailers = 0;
+    for (std::size_t k = 1; k < packets; ++k) {
+        trailers += kindOf(wordAt(bytes, k * packetBytes - 2)) != PacketKind::Unknown;
+    }
+    return trailers > packets / 2;
+}
+
+/// Follows the stream word by word. A synchronisation sequence is five zeros or more, the mark, and one further word.
+class Checker {
+public:
+    Checker(const Pattern& sent, PatternCheck& found) : pattern(sent), check(found) {}
+
+    void take(std::size_t place, std::uint16_t word) {
+        if (word == 0) {
+            if (mode == Mode::AfterMark) {
+                error(place);
+            }
+            zeroRun = mode == Mode::Data ? 1 : zeroRun + 1;
+            ++check.zeroWords;
+            mode = Mode::Zeros;
+        } else if (word == syncMark && mode == Mode::AfterMark) {
+            error(place);
+        } else if (word == syncMark && mode == Mode::Zeros && zeroRun >= syncZeros) {
+            mode = Mode::AfterMark;
+            check.syncWordsSeen += syncWords;
+            check.zeroWords -= std::min(check.zeroWords, syncZeros);
+        } else {
+            if (mode != Mode::AfterMark) {
+                takeData(place, word, word == syncMark);
+            }
+            mode = Mode::Data;
+            zeroRun = 0;
+        }
+    }
+    void cutZeroRun() { zeroRun = 0; }
+
+    /// A stream without framing: every word is the pattern's.
+    void takePlain(std::size_t place, std::uint16_t word) { takeData(place, word, true); }
+
+private:
+    enum class Mode { Data, Zeros, AfterMark };
+
+    void takeData(std::size_t place, std::uint16_t word, bool evenFirst) {
+        if (last != 0 || evenFirst) {
+            const bool bad = pattern.next(last) != word && locked;
+            locked = !bad;
+            if (bad) {
+                error(place);
+            }
+        }
+        ++check.dataWords;
+        last = word;
+    }
+    void error(std::size_t place) {
+        ++check.errors;
+        if (check.firstErrors.size() < keptErrors) {
+            check.firstErrors.push_back(place);
+        }
+    }
+
+    const Pattern& pattern;
+    PatternCheck& check;
+    Mode mode = Mode::Data;
+    std::size_t zeroRun = 0;
+    std::uint16_t last = 0;
+    bool locked = false; // the first word after a fault is taken on trust
+};
+
+} // namespace
+
+std::size_t Verification::packetOf(std::size_t word) const {
+    const std::size_t perPacket = framing == Framing::Packets ? payloadWords : packetWords;
+    const std::size_t packet = word / perPacket;
+    return packet < packetNumbers.size() ? packetNumbers[packet] : packet;
+}
+
+std::size_t Verification::indexOf(std::size_t word) const {
+    return word % (framing == Framing::Packets ? payloadWords : packetWords);
+}
+
+Verification parseVerification(std::string_view bytes) {
+    Verification recording;
+    recording.packets = bytes.size() / packetBytes;
+    recording.framing =
+        hasTrailers(bytes, recording.packets) ? Verification::Framing::Packets : Verification::Framing::Words;
+    for (std::size_t packet = 0; packet < recording.packets; ++packet) {
+        const std::size_t first = packet * packetBytes;
+        std::size_t count = packetWords;
+        if (recording.framing == Verification::Framing::Packets) {
+            const PacketKind kind = kindOf(wordAt(bytes, first + packetBytes - 2));
+            recording.otherPackets += kind == PacketKind::Other;
+            recording.unknownPackets += kind == PacketKind::Unknown;
+            if (kind != PacketKind::Trace) {
+                continue;
+            }
+            count = payloadWords;
+        }
+        ++recording.tracePackets;
+        recording.packetNumbers.push_back(packet);
+        for (std::size_t i = 0; i < count; ++i) {
+            recording.words.push_back(wordAt(bytes, first + 2 * i));
+        }
+    }
+    return recording;
+}
+
+Verification readVerification(const std::filesystem::path& file) {
+    return parseVerification(readBytes(file, verificationPackets * packetBytes));
+}
+
+PatternCheck checkPattern(const Verification& recording, const Pattern& pattern) {
+    PatternCheck check;
+    Checker checker(pattern, check);
+    const bool packets = recording.framing == Verification::Framing::Packets;
+    for (std::size_t i = 0; i < recording.words.size(); ++i) {
+        if (packets) {
+            checker.take(i, recording.words[i]);
+        } else {
+            checker.takePlain(i, recording.words[i]);
+        }
+    }
+    check.errors += recording.unknownPackets;
+    check.countsAddUp = check.dataWords >= fewestDataWords &&
+                        check.dataWords + check.syncWordsSeen + check.zeroWords == recording.words.size();
+    return check;
+}
+
+std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins, std::string_view sent) {
+    if (recording.words.empty()) {
+        return std::nullopt;
+    }
+    for (const Pattern& pattern : patternsFor(dataPins)) {
+        if ((sent.empty() || pattern.name == sent) && checkPattern(recording, pattern).passed()) {
+            return pattern;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace diagnosis

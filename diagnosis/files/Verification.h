@@ -1,0 +1,56 @@
+#pragma once
+
+#include "diagnosis/files/Patterns.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace diagnosis {
+
+/// A verification recording, ".ver": the known pattern that a calibration was proved with, as it came back.
+struct Verification {
+    enum class Framing {
+        Packets, ///< 255 words of payload and a trailer
+        Words,   ///< payload throughout
+    };
+    Framing framing = Framing::Words;
+    std::size_t packets = 0; ///< of 512 bytes
+    std::size_t tracePackets = 0, otherPackets = 0, unknownPackets = 0;
+    /// Payload of the trace packets, one behind the other.
+    std::vector<std::uint16_t> words;
+
+    /// Where a word of `words` stood: packet and index in it.
+    std::size_t packetOf(std::size_t word) const;
+    std::size_t indexOf(std::size_t word) const;
+
+    std::vector<std::size_t> packetNumbers; ///< of the trace packets
+};
+
+/// What was looked for is as many packets.
+inline constexpr std::size_t verificationPackets = 512;
+
+/// Any bytes are a recording; a rest that is no whole packet is left out.
+Verification parseVerification(std::string_view bytes);
+/// Throws Failure (BadInput) when the file cannot be read. Takes the first `verificationPackets` packets.
+Verification readVerification(const std::filesystem::path& file);
+
+/// How well a recording holds a pattern, by the receiver's rules.
+struct PatternCheck {
+    std::size_t dataWords = 0; ///< words of the pattern
+    std::size_t syncWordsSeen = 0, zeroWords = 0;
+    std::size_t errors = 0;
+    std::vector<std::size_t> firstErrors; ///< places in Verification::words, the first few
+    bool countsAddUp = true;              ///< "pti": enough pattern words, and every word is accounted for
+
+    bool passed() const { return errors == 0; }
+};
+PatternCheck checkPattern(const Verification& recording, const Pattern& pattern);
+
+/// The pattern that the recording holds without a fault, or nothing. `sent` names it when it is known.
+std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins, std::string_view sent = {});
+
+} // namespace diagnosis

@@ -1,0 +1,56 @@
+#include "diagnosis/report/Svg.h"
+
+#include "diagnosis/report/Html.h"
+
+namespace diagnosis::page {
+
+namespace {
+
+std::string attribute(const char* name, double value) {
+    return std::string(" ") + name + "=\"" + coordinate(value) + "\"";
+}
+
+std::string classOf(std::string_view classes) {
+    return classes.empty() ? std::string() : " class=\"" + std::string(classes) + "\"";
+}
+
+} // namespace
+
+std::string coordinate(double value) {
+    return number(value, 1);
+}
+
+Svg::Svg(double width, double height, std::string_view label, std::string_view classes) {
+    body = "<svg" + classOf(classes) + " viewBox=\"0 0 " + coordinate(width) + " " + coordinate(height) + "\"" +
+           attribute("width", width) + attribute("height", height) + " role=\"img\" aria-label=\"" + escaped(label) +
+           "\"><title>" + escaped(label) + "</title>";
+}
+
+void Svg::line(double x1, double y1, double x2, double y2, std::string_view classes) {
+    body += "<line" + attribute("x1", x1) + attribute("y1", y1) + attribute("x2", x2) + attribute("y2", y2) +
+            classOf(classes) + "/>";
+}
+
+void Svg::rect(double x, double y, double width, double height, std::string_view classes) {
+    body += "<rect" + attribute("x", x) + attribute("y", y) + attribute("width", width > 0.0 ? width : 0.0) +
+            attribute("height", height) + classOf(classes) + "/>";
+}
+
+void Svg::circle(double x, double y, double radius, std::string_view classes) {
+    body += "<circle" + attribute("cx", x) + attribute("cy", y) + attribute("r", radius) + classOf(classes) + "/>";
+}
+
+void Svg::path(const std::string& data, std::string_view classes, double opacity) {
+    body += "<path d=\"" + data + "\"" + classOf(classes);
+    if (opacity < 1.0) {
+        body += " opacity=\"" + number(opacity, 2) + "\"";
+    }
+    body += "/>";
+}
+
+void Svg::text(double x, double y, std::string_view content, std::string_view classes, const char* anchor) {
+    body += "<text" + attribute("x", x) + attribute("y", y) + classOf(classes) + " text-anchor=\"" + anchor + "\">" +
+            escaped(content) + "</text>";
+}
+
+} // namespace diagnosis::page

@@ -1,0 +1,95 @@
+#include "diagnosis/report/Html.h"
+#include "diagnosis/report/Sections.h"
+
+#include <array>
+#include <cstdio>
+
+namespace diagnosis::page {
+
+namespace {
+
+std::string hexadecimal(std::uint32_t value, int digits) {
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "%0*x", digits, value);
+    return text.data();
+}
+
+std::string list(const std::vector<std::pair<std::string, std::string>>& entries) {
+    std::string out;
+    for (const auto& [key, value] : entries) {
+        out += element("dt", "", escaped(key)) + element("dd", "", value.empty() ? "&nbsp;" : escaped(value));
+    }
+    return element("dl", "", out);
+}
+
+std::string registerTable(const RegisterDump& dump) {
+    const unsigned channel = channelOf(dump);
+    std::string rows;
+    for (const RegisterValue& entry : dump) {
+        const RegisterText text = describe(entry, channel);
+        std::string what = escaped(text.name);
+        if (!text.meaning.empty() && entry.value != 0) {
+            what += ": " + escaped(text.meaning);
+        }
+        rows += std::string(entry.value == 0 ? "<div class=\"zero\">" : "<div>") + "<code>" +
+                hexadecimal(entry.address, 8) + "</code><code>" + hexadecimal(entry.value, 4) +
+                "</code><span class=\"what\">" + what + "</span></div>";
+    }
+    return element("div", "registers", rows);
+}
+
+} // namespace
+
+std::string registerSection(const DiagnosticSet& set) {
+    const FileGroup* group = set.base.registers ? &set.base : nullptr;
+    if (!set.attempts.empty() && set.attempts.back().registers) {
+        group = &set.attempts.back();
+    }
+    if (group == nullptr) {
+        return {};
+    }
+    return element("h2", "", "Registers of the unit") +
+           element("p", "hint",
+                   group->setting ? "As " + escaped(attemptTitle(*group)) + " left them."
+                                  : std::string("As they were last written.")) +
+           registerTable(*group->registers);
+}
+
+std::string propertySection(const DiagnosticSet& set) {
+    std::string out;
+    if (set.properties) {
+        for (const PropertiesSection& section : set.properties->sections) {
+            out += element("h3", "", escaped(section.name)) + list(section.entries);
+        }
+    }
+    const FileGroup& last = set.attempts.empty() ? set.base : set.attempts.back();
+    if (last.cal && !last.cal->properties.empty()) {
+        const double rate = last.cal->rates.exportFrequency;
+        const bool written = rate <= 0.0 || rate >= slowestAnalysed;
+        out += element("h3", "",
+                       written ? "Calibration, to be used again" : "Calibration report, not written to the unit") +
+               list(last.cal->properties);
+    }
+    if (set.pinMap) {
+        out += element("h3", "", "Pin map of the last calibration that succeeded") +
+               element("p", "", element("code", "", escaped(*set.pinMap)));
+    }
+    return out.empty() ? out : element("h2", "", "Properties") + out;
+}
+
+std::string fileSection(const DiagnosticSet& set) {
+    std::string names;
+    for (const std::string& name : set.files) {
+        names += (names.empty() ? "" : ", ") + escaped(name);
+    }
+    std::string out = element("h2", "", "Files") + element("p", "hint", names);
+    if (set.recordedBytes) {
+        out += element("p", "hint",
+                       "The recording holds " + std::to_string(*set.recordedBytes) +
+                           " bytes; its content is not part "
+                           "of this report.");
+    }
+    return out;
+}
+
+} // namespace diagnosis::page

@@ -1,8 +1,0 @@
-#pragma once
-
-namespace host::page {
-
-/// The style sheet of the report: light, dark as the reader's system asks, and plain when printed.
-const char* styleSheet();
-
-} // namespace host::page

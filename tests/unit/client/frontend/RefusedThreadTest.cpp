@@ -1,0 +1,32 @@
+#include "tests/unit/client/frontend/ChannelFixture.h"
+#include "tests/unit/client/frontend/RefusingPlatform.h"
+
+namespace client_test {
+
+using ThreadShortage = ChannelTest;
+
+TEST_F(ThreadShortage, NoneEscapesTheThreadsBodyAndTheThreadIsDoneInTheEnd) {
+    openCalibrated();
+    for (const Refusal refusal : {Refusal::once, Refusal::lasting}) {
+        bool refused = true;
+        for (unsigned nth = 1; refused; ++nth) {
+            ASSERT_LT(nth, 1000u);
+            unsigned passes = 0;
+            waits.hook = [&](std::uint32_t) {
+                if (++passes > 50) {
+                    inside().control().exitThread = true;
+                }
+            };
+            beginRecording();
+            inside().control().state = Stopped;
+            refuseMemory(nth, refusal);
+            EXPECT_NO_THROW(channel->run()) << nth;
+            refused = memoryWasRefused();
+            waits.hook = {};
+            EXPECT_TRUE(status().threadDone) << nth;
+            EXPECT_EQ(inside().control().dataFile, nullptr) << nth;
+        }
+    }
+}
+
+} // namespace client_test

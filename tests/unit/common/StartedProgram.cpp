@@ -1,0 +1,30 @@
+// What the tests start: writes what it was given, and what it has open, to the file that its first argument names, one
+// item a line, and then waits for as many milliseconds as the second one says.
+#include "common/source/source_utilities/uThread.h"
+#include "tests/unit/common/OpenHandles.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+int main(int argc, char** argv) {
+    if (argc < 3) {
+        return 2;
+    }
+    const std::vector<std::string> inherited = VX_QRS::test::listOpenFiles();
+    const std::string path(argv[1]);
+    {
+        std::ofstream file(path + ".part");
+        for (int i = 3; i < argc; ++i) {
+            file << argv[i] << '\n';
+        }
+        for (const std::string& name : inherited) {
+            file << "open: " << name << '\n';
+        }
+    }
+    // Under its name the report is complete.
+    std::filesystem::rename(path + ".part", path);
+    VX_QRS::uThread::sleep(static_cast<std::uint32_t>(std::atoi(argv[2])));
+    return 0;
+}

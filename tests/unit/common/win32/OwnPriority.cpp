@@ -1,0 +1,11 @@
+#include "tests/unit/common/OwnPriority.h"
+
+#include <windows.h>
+
+namespace VX_QRS::test {
+
+int ownPriority() {
+    return GetThreadPriority(GetCurrentThread());
+}
+
+} // namespace VX_QRS::test

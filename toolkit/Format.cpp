@@ -1,0 +1,32 @@
+#include "toolkit/Format.h"
+
+#include <utility>
+
+namespace toolkit {
+
+std::string frequencyText(double hertz) {
+    constexpr std::array<std::pair<double, const char*>, 3> scales{{{1e9, "GHz"}, {1e6, "MHz"}, {1e3, "kHz"}}};
+    for (const auto& [scale, unit] : scales) {
+        if (hertz >= scale) {
+            return print("%.4g %s", hertz / scale, unit);
+        }
+    }
+    return print("%.4g Hz", hertz);
+}
+
+std::string sizeText(std::uint64_t bytes) {
+    constexpr std::array units{"bytes", "KiB", "MiB", "GiB"};
+    double value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    while (value >= 1024.0 && unit + 1 < units.size()) {
+        value /= 1024.0;
+        ++unit;
+    }
+    return print("%.*f %s", unit == 0 ? 0 : 2, value, units[unit]);
+}
+
+std::string countText(std::uint64_t count, const std::string& what) {
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+} // namespace toolkit

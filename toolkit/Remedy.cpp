@@ -1,0 +1,81 @@
+#include "toolkit/Remedy.h"
+
+#include "toolkit/Masked.h"
+
+#include <array>
+#include <cctype>
+
+namespace toolkit {
+
+namespace {
+
+struct Entry {
+    ExitCode code;
+    const char* part; ///< of the text; empty: any text with this code
+    const char* remedy;
+};
+
+constexpr const char* unknownCpu =
+    "check the CPU's full name, such as bench/app; orvtrace pins lists those of the bench";
+constexpr const char* doctorTells = "orvtrace doctor <run> tells why";
+constexpr const char* runMark = "<run>";
+
+// The first one that fits holds.
+constexpr std::array entries{
+    Entry{ExitCode::NoSystem, serverSaid, ""},
+    Entry{ExitCode::NoSystem, "failed to connect to data server",
+          "is mpx_ecom_server.exe installed, and is no other run using its port?"},
+    Entry{ExitCode::NoSystem, "Failed to return CPU info", unknownCpu},
+    Entry{ExitCode::CalibrationRefused, "Failed to return CPU info", unknownCpu},
+    Entry{ExitCode::NoSystem, "dll load failure", "this library has to lie beside the receiver's"},
+    Entry{ExitCode::NoSystem, "cannot load ", "check the installation, or give the library with --library"},
+    Entry{ExitCode::NoSystem, "Bad installation", "the libraries of an installation lie in one folder"},
+    Entry{ExitCode::NoSystem, "server", "is the data server still running? the log in the run's folder tells more"},
+    Entry{ExitCode::CalibrationRefused, "This device is not supported", unknownCpu},
+    Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins tells which pins this device has"},
+    Entry{ExitCode::CalibrationRefused, "", doctorTells},
+    Entry{ExitCode::RecordingError, "samples but its file holds only", ""},
+    Entry{ExitCode::RecordingError, "", "the log in the run's folder tells more"},
+};
+
+} // namespace
+
+std::string remedyOf(ExitCode code, const std::string& text, const std::string& run) {
+    for (const Entry& entry : entries) {
+        if (entry.code != code || text.find(entry.part) == std::string::npos) {
+            continue;
+        }
+        std::string remedy = entry.remedy;
+        const std::size_t mark = remedy.find(runMark);
+        if (mark == std::string::npos) {
+            return remedy;
+        }
+        return run.empty() ? std::string() : remedy.replace(mark, std::string(runMark).size(), quoted(run));
+    }
+    return {};
+}
+
+std::string quoted(const std::string& path) {
+    return path.find(' ') == std::string::npos ? path : "\"" + path + "\"";
+}
+
+void printFailure(ExitCode code, const std::string& text, const std::string& log, const std::string& run) {
+    std::string line = text.substr(0, text.find_first_of("\r\n"));
+    std::string remedy = remedyOf(code, text, run);
+    if (!remedy.empty()) {
+        // The receiver's texts are sentences or not. What can be typed stays as it is.
+        const bool sentence = line.ends_with('.');
+        if (sentence && !remedy.starts_with("orvtrace ")) {
+            remedy.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(remedy.front())));
+        }
+        line += (sentence ? " " : "; ") + remedy;
+    }
+    const bool ofTheReceiver = code == ExitCode::NoSystem || code == ExitCode::CalibrationRefused ||
+                               code == ExitCode::RecordingError || code == ExitCode::Failed;
+    if (ofTheReceiver && !log.empty()) {
+        line += " (log: " + log + ")";
+    }
+    printNotice(line);
+}
+
+} // namespace toolkit
