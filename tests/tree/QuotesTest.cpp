@@ -25,7 +25,7 @@ struct Quotation {
     std::string text;
 };
 
-/// Fenced blocks behind `<!-- quoted: FILE -->`.
+/// Fenced blocks after `<!-- quoted: FILE -->`.
 std::vector<Quotation> quotations() {
     static const std::regex mark("<!-- quoted: (\\S+) -->\\n```\\w*\\n");
     std::vector<Quotation> all;
