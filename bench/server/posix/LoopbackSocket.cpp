@@ -47,7 +47,7 @@ LoopbackSocket::~LoopbackSocket() {
 LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     LoopbackSocket result(newSocket());
     const int socket = static_cast<int>(result.handle);
-    // Connections of an earlier run that are still winding up do not keep the port.
+    // Connections of an earlier run that are still closing do not block the port.
     setOption(socket, SOL_SOCKET, SO_REUSEADDR);
     const sockaddr_in address = loopback(port);
     if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(socket, 8) != 0) {

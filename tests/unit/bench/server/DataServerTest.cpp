@@ -48,7 +48,7 @@ public:
         }
     }
 
-    // What comes back until "#00", or until the connection ends.
+    // The bytes received up to "#00", or until the connection ends.
     std::string ask(const std::string& body) {
         const std::string frame = "$" + body + "#00";
         client.sendAll({reinterpret_cast<const std::uint8_t*>(frame.data()), frame.size()});
@@ -140,7 +140,7 @@ TEST(DataServer, ServesAClientThatMakesItsSecondConnectionLate) {
     EXPECT_FALSE(second.readable(100));
 }
 
-TEST(DataServer, EndsAfterGoodbyeAndWhenTheClientIsGone) {
+TEST(DataServer, EndsAfterGoodbyeAndWhenTheClientDisconnects) {
     RunningServer polite;
     const std::string frame = "$D#00";
     polite.client.sendAll({reinterpret_cast<const std::uint8_t*>(frame.data()), frame.size()});
@@ -196,7 +196,7 @@ TEST(DataServerFaults, ClosesBeforeTheReply) {
     EXPECT_EQ(server.ask("v"), "<gone>");
 }
 
-TEST(DataServerFaults, HangsUntilTheClientGoes) {
+TEST(DataServerFaults, HangsUntilTheClientDisconnects) {
     RunningServer server(withFault("v", "hang"));
     const std::string frame = "$v#00";
     server.client.sendAll({reinterpret_cast<const std::uint8_t*>(frame.data()), frame.size()});
@@ -221,7 +221,7 @@ TEST(DataServerFaults, CutsAReplyAtAByte) {
     EXPECT_EQ(server.ask("v"), "$OK\x01<gone>");
 }
 
-TEST(DataServerFaults, PutsRecordsInFrontOfAReply) {
+TEST(DataServerFaults, PutsRecordsBeforeAReply) {
     Scenario scenario = withFault("~", "unknown_record");
     scenario.faults.steps[0].code = 1;
     scenario.faults.steps.push_back(withFault("~", "error_record").faults.steps[0]);
@@ -237,7 +237,7 @@ TEST(DataServerFaults, PutsRecordsInFrontOfAReply) {
     EXPECT_EQ(server.ask("~"), "$cb\x64\x1E\0\0\0\0\0\0$OK#00"s);
 }
 
-TEST(DataServerFaults, GivesRepliesThatAreNone) {
+TEST(DataServerFaults, SendsMalformedReplies) {
     const std::vector<std::pair<std::string, std::string>> expected{{"error_reply", "$E#00"},
                                                                     {"text_reply", "$errbroken#00"},
                                                                     {"garbage", "broken#00"},

@@ -2,13 +2,13 @@
 
 #include <cstddef>
 
-// The allocator of the whole program, which can be told to fail once.
+// The allocator of the whole program, which can fail once on demand.
 
 namespace failing_allocator {
 
 /// The calling thread's allocation after this many others throws std::bad_alloc.
 void failAfter(std::size_t allocations);
-/// Whether one has failed since; from here on none does.
+/// Whether an allocation has failed; no further one fails.
 bool disarm();
 
 } // namespace failing_allocator
