@@ -121,7 +121,7 @@ void DataServer::run() {
 }
 
 // The client makes both connections before its first request. Closing the port before the first reply leaves it free by
-// the time the client goes on: another run's server can use it, and another run's client cannot connect here.
+// the time the client continues: another run's server can use it, and another run's client cannot connect here.
 void DataServer::awaitSecond(const LoopbackSocket& first) {
     while (!listener.readable(secondPollMilliseconds)) {
         if (first.readable(0)) {

@@ -7,8 +7,8 @@ namespace bench {
 
 using namespace xmtr_result;
 
-XmtrLibrary::XmtrLibrary(Scenario given, std::string portFile)
-    : scenario(std::move(given)),
+XmtrLibrary::XmtrLibrary(Scenario chosen, std::string portFile)
+    : scenario(std::move(chosen)),
       program(scenario.kind, static_cast<unsigned>(scenario.transmitter.frequencies.size())),
       side(std::move(portFile)) {}
 

@@ -186,19 +186,19 @@ void Recorder::makeBlock(Cursor& cursor) const {
 }
 
 std::size_t Recorder::copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const {
-    std::size_t given = 0;
+    std::size_t copied = 0;
     const std::size_t wanted = std::min<std::size_t>(out.size(), left);
-    while (given < wanted) {
+    while (copied < wanted) {
         if (cursor.blockAt == blockBytes) {
             readBlock(cursor);
         }
-        const std::size_t count = std::min(wanted - given, blockBytes - cursor.blockAt);
+        const std::size_t count = std::min(wanted - copied, blockBytes - cursor.blockAt);
         std::copy_n(cursor.block.begin() + static_cast<std::ptrdiff_t>(cursor.blockAt), count,
-                    out.begin() + static_cast<std::ptrdiff_t>(given));
+                    out.begin() + static_cast<std::ptrdiff_t>(copied));
         cursor.blockAt += count;
-        given += count;
+        copied += count;
     }
-    return given;
+    return copied;
 }
 
 std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
@@ -209,9 +209,9 @@ std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
         seek(fetchCursor, firstBlock() * wordsPerBlock());
         cursorReady = true;
     }
-    const std::size_t given = copyOut(fetchCursor, bytesHeld(0.0), out);
-    fetched += given;
-    return given;
+    const std::size_t copied = copyOut(fetchCursor, bytesHeld(0.0), out);
+    fetched += copied;
+    return copied;
 }
 
 std::size_t Recorder::look(std::span<std::uint8_t> out) const {

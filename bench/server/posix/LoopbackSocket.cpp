@@ -33,17 +33,6 @@ void setOption(int socket, int level, int option) {
 
 } // namespace
 
-LoopbackSocket::LoopbackSocket(LoopbackSocket&& other) noexcept : handle(std::exchange(other.handle, none)) {}
-
-LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
-    std::swap(handle, other.handle);
-    return *this;
-}
-
-LoopbackSocket::~LoopbackSocket() {
-    close();
-}
-
 LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     LoopbackSocket result(newSocket());
     const int socket = static_cast<int>(result.handle);

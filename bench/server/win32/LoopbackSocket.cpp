@@ -38,17 +38,6 @@ constexpr std::size_t largestCall = 0x100000;
 
 } // namespace
 
-LoopbackSocket::LoopbackSocket(LoopbackSocket&& other) noexcept : handle(std::exchange(other.handle, none)) {}
-
-LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
-    std::swap(handle, other.handle);
-    return *this;
-}
-
-LoopbackSocket::~LoopbackSocket() {
-    close();
-}
-
 LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     LoopbackSocket result(static_cast<Handle>(newSocket()));
     const SOCKET socket = native(result.handle);

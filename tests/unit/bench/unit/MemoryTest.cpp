@@ -110,11 +110,7 @@ TEST_F(BadMemory, AppearsInARequestOfAnySizeAndInAPeek) {
     const Bytes good = sound(0.1);
     scenario.unit.cells = {cell(20000, 4)};
     now = 1000;
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     unit->stop();
     data.clear();
     unit->request(19998);

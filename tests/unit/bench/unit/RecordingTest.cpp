@@ -31,11 +31,7 @@ protected:
 };
 
 TEST_F(Recording, PtiHasPacketsAndThePatternContinuesAcrossThemAndAcrossSequences) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     EXPECT_EQ(unit->status(), smallest);
     auto payload = payloadOf(wordsOf(fetchAll()));
     ASSERT_EQ(payload.size(), 512U * 255U);
@@ -54,11 +50,7 @@ TEST_F(Recording, ASequenceIsNeverCutAtTheEndOfTheBuffer) {
         }
     }
     ASSERT_EQ((512U * 255U) % (scenario.transmitter.syncEvery + 7), 6U);
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     const auto payload = payloadOf(wordsOf(fetchAll()));
     auto expected = sent("ramp", payload.size());
     ASSERT_EQ(expected.back(), syncMark);
@@ -68,11 +60,7 @@ TEST_F(Recording, ASequenceIsNeverCutAtTheEndOfTheBuffer) {
 
 TEST_F(Recording, WithoutPacketsEveryWordIsPayload) {
     scenario.kind = ExportKind::Tpiu;
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0, Framing::Words);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0, Framing::Words);
     const auto words = wordsOf(fetchAll());
     EXPECT_EQ(words.size(), smallest / 2);
     EXPECT_EQ(words, sent("ramp", words.size()));
@@ -114,28 +102,16 @@ TEST_F(Recording, AFileComesBackUnchangedAfterItsIdleWords) {
 TEST_F(Recording, TheBufferFillsAtTheDataRate) {
     scenario.transmitter.frequencies = {10e6};
     scenario.kind = ExportKind::Tpiu;
-    make();
-    setProcs(4);
-    beginRecording(0x400000, 0, Framing::Words);
-    program("none");
     // 10 MHz, both edges, 4 pins: 10 million bytes a second.
-    pass(0.1);
+    recordFor(0.1, "none", 0x400000, 0, Framing::Words);
     EXPECT_EQ(unit->status(), 1000000U / 16384 * 16384);
     scenario.server.speed = 4.0;
-    make();
-    setProcs(4);
-    beginRecording(0x400000, 0, Framing::Words);
-    program("none");
-    pass(0.1);
+    recordFor(0.1, "none", 0x400000, 0, Framing::Words);
     EXPECT_EQ(unit->status(), 4000000U / 16384 * 16384);
 }
 
 TEST_F(Recording, AStopPadsTheLastBlock) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.0001); // about 5000 bytes
+    recordFor(0.0001, "ramp", smallest, 0); // about 5000 bytes
     EXPECT_EQ(unit->status(), 0U);
     unit->stop();
     EXPECT_EQ(unit->status(), 16384U);
@@ -147,11 +123,7 @@ TEST_F(Recording, AStopPadsTheLastBlock) {
 }
 
 TEST_F(Recording, AFullBufferStopsTheCaptureAndReportsItOnceBeforeAStatusReply) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.001);
+    recordFor(0.001, "ramp", smallest, 0);
     unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_TRUE(statuses.empty());
     pass(0.1);
@@ -166,11 +138,7 @@ TEST_F(Recording, AFullBufferStopsTheCaptureAndReportsItOnceBeforeAStatusReply) 
 
 TEST_F(Recording, AWrappingBufferKeepsTheNewestButOneBlock) {
     scenario.kind = ExportKind::Tpiu;
-    make();
-    setProcs(4);
-    beginRecording(smallest, 1, Framing::Words);
-    program("none");
-    pass(0.001);
+    recordFor(0.001, "none", smallest, 1, Framing::Words);
     EXPECT_FALSE(read(reg::bufferStatus) & reg::wrappedBit);
     pass(0.0201);
     EXPECT_TRUE(read(reg::bufferStatus) & reg::wrappedBit);
@@ -192,11 +160,7 @@ TEST_F(Recording, AWrappingBufferKeepsTheNewestButOneBlock) {
 }
 
 TEST_F(Recording, DataFollowOnlyARequestAndNeverExceedIt) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     unit->stop();
     unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_TRUE(data.empty());
@@ -217,11 +181,7 @@ TEST_F(Recording, DataFollowOnlyARequestAndNeverExceedIt) {
 }
 
 TEST_F(Recording, NothingIsDeliveredWithoutAChannel) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     unit->status();
     unit->request(16384);
     unit->closeChannel();
@@ -254,11 +214,7 @@ TEST_F(Recording, CancelAndFlushDiscard) {
 }
 
 TEST_F(Recording, PeekReturnsTheNextBytesAndKeepsThem) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     unit->stop();
     unit->request(16384 + 100);
     unit->deliver(*this, Unit::Before::OtherReply);
@@ -289,11 +245,7 @@ TEST_F(Recording, NothingIsRecordedWithoutCaptureEnableClockEnableOrTransmitter)
 }
 
 TEST_F(Recording, AfterTheTransmittersShutdownThereAreNoWords) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.0002);
+    recordFor(0.0002, "ramp", smallest, 0);
     unit->shutdownTarget();
     pass(1.0);
     unit->stop();
@@ -334,21 +286,13 @@ TEST_F(Recording, AStuckOrSwappedPinDamagesTheWords) {
     pin.emu = 4;
     pin.stuck = 1;
     scenario.wiring.pins = {pin};
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     auto payload = payloadOf(wordsOf(fetchAll()));
     EXPECT_EQ(payload[7], 0x89AB) << "0x0123 with every top bit set";
     pin.stuck.reset();
     pin.swappedWith = 1;
     scenario.wiring.pins = {pin};
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     payload = payloadOf(wordsOf(fetchAll()));
     EXPECT_EQ(payload[7], 0x082A) << "0, 1, 2, 3 with the outer bits exchanged";
 }

@@ -61,6 +61,16 @@ protected:
         write(reg::procFirst(0, 0), read(reg::procFirst(0, 0)) | reg::enableBit);
     }
 
+    // Records on four data pins of a new unit.
+    void recordFor(double seconds, const std::string& pattern, std::uint32_t size, std::uint32_t mode,
+                   Framing framing = Framing::Packets) {
+        make();
+        setProcs(4);
+        beginRecording(size, mode, framing);
+        program(pattern);
+        pass(seconds);
+    }
+
     std::vector<std::uint8_t> fetchAll() {
         unit->stop();
         data.clear();
