@@ -30,7 +30,7 @@ LibrarySession::LibrarySession(const Target& chosen) : bench(chosen), target(cho
     }
     channel = receiver->AllocateChannel(cpu, xmtr.object, 0, 0);
     if (channel == nullptr) {
-        throw std::runtime_error("the receiver gives no channel");
+        throw std::runtime_error("the receiver returned no channel");
     }
 }
 
