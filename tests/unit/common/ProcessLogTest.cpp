@@ -2,11 +2,13 @@
 #include "common/source/source_utilities/uDll.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/common/DigitsHidden.h"
-#include "tests/unit/common/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 namespace VX_QRS {
 namespace {
@@ -24,8 +26,8 @@ protected:
     }
 
     void open(const char* level) {
-        uEnvironment::set("USERPROFILE", folder.path().c_str());
-        uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+        uEnvironment::set("USERPROFILE", folder.path.string().c_str());
+        uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
         uEnvironment::set("ORV_TEST_LEVEL", level);
         testing::internal::CaptureStdout();
         ASSERT_TRUE(getLogManager()->open("log", "ORV_TEST_LEVEL", "ORV_TEST_DIR", true));
@@ -55,7 +57,7 @@ protected:
         logEntry("unit", "Namespace::Class::function");
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(ProcessLog, ManagerIsOneObject) {

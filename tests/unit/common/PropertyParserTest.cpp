@@ -1,6 +1,6 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -67,7 +67,7 @@ protected:
         return text;
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     PropertyParser_1 parser;
 };
 
@@ -179,7 +179,7 @@ TEST_F(PropertyParserTest, ReadingAgainForgetsLinesAndSection) {
 TEST_F(PropertyParserTest, NullPathForgetsTheLinesAndKeepsTheName) {
     readText("a=1\n");
     parser.readFile(nullptr);
-    EXPECT_EQ(parser.getFileName(), folder.path("props"));
+    EXPECT_EQ(parser.getFileName(), folder.file("props"));
     EXPECT_EQ(parser.countSections(""), 0U);
     parser.setSection(nullptr);
     expectFailure([&] { parser.countLines(); }, eSEQUENCE, "must call setSection first");
@@ -187,11 +187,11 @@ TEST_F(PropertyParserTest, NullPathForgetsTheLinesAndKeepsTheName) {
 
 TEST_F(PropertyParserTest, FileThatCannotBeOpenedLeavesItsPathAndNoLines) {
     readText("[A]\na=1\n");
-    const std::string missing = folder.path("none");
+    const std::string missing = folder.file("none");
     expectFailure([&] { parser.readFile(missing.c_str()); }, eFILE, missing);
     EXPECT_EQ(parser.getFileName(), missing);
     EXPECT_EQ(parser.countSections("A"), 0U);
-    expectFailure([&] { parser.readFile(folder.path().c_str()); }, eFILE, folder.path());
+    expectFailure([&] { parser.readFile(folder.path.string().c_str()); }, eFILE, folder.path.string());
 }
 
 TEST_F(PropertyParserTest, GetLineGivesTheTextAsItStands) {
@@ -330,7 +330,7 @@ TEST_F(PropertyParserTest, PathMayBeATextOfTheParser) {
 }
 
 TEST(SharedPropertyParser, OneObjectServesAllCallers) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     PropertyParser* first = createPropertyParser();
     PropertyParser* second = createPropertyParser();
     EXPECT_EQ(first, second);

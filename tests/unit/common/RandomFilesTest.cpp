@@ -2,7 +2,7 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/uConfig.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ protected:
 
     std::string file(const std::string& bytes) { return folder.write("file", bytes); }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     std::mt19937_64 random{20240229};
 };
 
@@ -148,7 +148,7 @@ TEST_F(RandomFiles, WrittenConfigurationReadsBackEqual) {
         dropWhatCannotBeWritten(config, xml);
         config.write();
         uConfig again(xml);
-        again.setPath(folder.path("file").c_str());
+        again.setPath(folder.file("file").c_str());
         again.read();
         ASSERT_EQ(again.getSections(), config.getSections()) << "file " << i << (xml ? ", xml" : ", plain");
     }

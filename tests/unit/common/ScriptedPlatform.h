@@ -40,7 +40,4 @@ struct ScriptedPlatform {
 // The one in force. A test begins with a new one.
 ScriptedPlatform& platform();
 
-// The next piece of memory that is asked for is refused.
-void refuseNextMemory();
-
 } // namespace VX_QRS::test

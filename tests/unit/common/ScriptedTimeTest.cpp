@@ -6,9 +6,10 @@
 #include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uTime.h"
 #include "common/source/source_utilities/uTimer.h"
-#include "tests/unit/common/FailureText.h"
+#include "tests/support/allocation/MemoryShortage.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/common/ScriptedPlatform.h"
-#include "tests/unit/common/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +25,7 @@ using test::platform;
 class ScriptedTime : public testing::Test {
 protected:
     ScriptedTime() { platform() = {}; }
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(ScriptedTime, StopwatchDividesTicksByTheFrequency) {
@@ -81,7 +82,7 @@ TEST_F(ScriptedTime, FormatsEveryField) {
 }
 
 TEST_F(ScriptedTime, LogLinesCarryTheTimeInTheChosenFormat) {
-    uLogger logger(folder.path("log").c_str(), true);
+    uLogger logger(folder.file("log").c_str(), true);
     logger.setToDebugger(true);
     logger.log(uLogger::errorClass, 2, "failed");
     for (const int format : {0, 1, 2, 3, 4}) {
@@ -99,14 +100,14 @@ TEST_F(ScriptedTime, LogLinesCarryTheTimeInTheChosenFormat) {
 
 TEST_F(ScriptedTime, OpenedLogBeginsWithItsTwoLines) {
     const std::string profile = uEnvironment::get("USERPROFILE");
-    uEnvironment::set("USERPROFILE", folder.path().c_str());
-    uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+    uEnvironment::set("USERPROFILE", folder.path.string().c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
     uEnvironment::set("ORV_TEST_LEVEL", "1");
     uLogManager manager;
     ASSERT_TRUE(manager.open("log", "ORV_TEST_LEVEL", "ORV_TEST_DIR", true));
     uEnvironment::set("USERPROFILE", profile.c_str());
     const std::string separator = uEnvironment::separator();
-    const std::string base = folder.path() + separator + ".VX-trace" + separator;
+    const std::string base = folder.path.string() + separator + ".VX-trace" + separator;
     EXPECT_EQ(folder.read("log"),
               "M     14:02:11:007 | Logger : trace user settings directory is " + base + "settings\n" +
                   "M     14:02:11:007 | Logger : trace temporary data directory is " + base + "data\n");
@@ -235,7 +236,8 @@ TEST_F(ScriptedTimer, IntervalBeyondWhatCanBeSleptIsTheLongestThatCan) {
 
 TEST_F(ScriptedTimer, WithoutMemoryForItsThreadThereIsNoTimer) {
     platform().threadsAreThere = false;
-    EXPECT_EQ(test::failureText<source_utilities_error>([] { uTimer timer; }), "uTimer failed to allocate its thread");
+    EXPECT_EQ(test_support::failureText<source_utilities_error>([] { uTimer timer; }),
+              "uTimer failed to allocate its thread");
 }
 
 TEST_F(ScriptedTimer, ThreadThatDoesNotStartLeavesTheTimerStopped) {
@@ -249,8 +251,8 @@ TEST_F(ScriptedTimer, ThreadThatDoesNotStartLeavesTheTimerStopped) {
 
 TEST(ScriptedMemory, ParserThatCannotBeMadeIsAFailureAndNoUse) {
     using namespace ORV::CLIENT;
-    test::refuseNextMemory();
     try {
+        const test_support::MemoryShortage shortage(0, test_support::Shortage::oneBlock);
         createPropertyParser();
         ADD_FAILURE() << "no failure was thrown";
     } catch (const Exception& e) {

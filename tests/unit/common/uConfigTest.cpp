@@ -1,13 +1,13 @@
 #include "common/source/source_utilities/uConfig.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 using Sections = std::vector<uConfig::Section>;
 
 class uConfigTest : public testing::Test {
@@ -31,12 +31,12 @@ protected:
     }
 
     std::string written(uConfig& config, const char* header = nullptr) {
-        config.setPath(folder.path("out").c_str());
+        config.setPath(folder.file("out").c_str());
         config.write(header);
         return folder.read("out");
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(uConfigTest, PlainLineIsSplitAtItsFirstEqualsSignAndTrimmed) {
@@ -266,19 +266,19 @@ TEST_F(uConfigTest, WithoutAPathNothingIsReadOrWritten) {
 }
 
 TEST_F(uConfigTest, FilesThatCannotBeOpenedFail) {
-    const std::string missing = folder.path("none") + "/config";
+    const std::string missing = folder.file("none") + "/config";
     uConfig config;
     config.setPath(missing.c_str());
     EXPECT_EQ(failureText<uConfig::error>([&] { config.read(); }), "failed to open \"" + missing + "\" for reading");
     EXPECT_EQ(failureText<uConfig::error>([&] { config.write(); }), "failed to open \"" + missing + "\" for writing");
-    config.setPath(folder.path().c_str());
+    config.setPath(folder.path.string().c_str());
     EXPECT_EQ(failureText<uConfig::error>([&] { config.read(); }),
-              "failed to open \"" + folder.path() + "\" for reading");
+              "failed to open \"" + folder.path.string() + "\" for reading");
 }
 
 TEST_F(uConfigTest, MissingVariableAndMissingFileAreDifferentFailures) {
     uConfig config;
-    config.setPath(folder.path("none").c_str());
+    config.setPath(folder.file("none").c_str());
     try {
         config.read();
         FAIL();

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -29,8 +29,8 @@ protected:
 class uLogManagerTest : public testing::Test {
 protected:
     uLogManagerTest() : profile(uEnvironment::get("USERPROFILE")) {
-        uEnvironment::set("USERPROFILE", folder.path("home").c_str());
-        uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+        uEnvironment::set("USERPROFILE", folder.file("home").c_str());
+        uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
         setLevel("1");
     }
     ~uLogManagerTest() override { uEnvironment::set("USERPROFILE", profile.c_str()); }
@@ -42,7 +42,7 @@ protected:
     }
 
     std::string profile;
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     Manager manager;
 };
 
@@ -55,13 +55,13 @@ TEST_F(uLogManagerTest, StartsClosed) {
 TEST_F(uLogManagerTest, FirstLinesNameTheDirectories) {
     ASSERT_TRUE(open(manager, "log"));
     const std::string separator = uEnvironment::separator();
-    const std::string base = folder.path("home") + separator + ".VX-trace" + separator;
+    const std::string base = folder.file("home") + separator + ".VX-trace" + separator;
     const std::string text = folder.read("log");
     EXPECT_THAT(text, testing::StartsWith("M     "));
     EXPECT_THAT(text, testing::HasSubstr(" | Logger : trace user settings directory is " + base + "settings\n"));
     EXPECT_THAT(text, testing::EndsWith(" | Logger : trace temporary data directory is " + base + "data\n"));
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
-    EXPECT_EQ(manager.getLogger()->getPath(), folder.path() + separator + "log");
+    EXPECT_EQ(manager.getLogger()->getPath(), folder.path.string() + separator + "log");
 }
 
 TEST_F(uLogManagerTest, NullNamesOpenNothing) {
@@ -120,7 +120,7 @@ TEST_F(uLogManagerTest, FullDiskGivesNoLog) {
     EXPECT_EQ(manager.getLogger(), nullptr);
     EXPECT_EQ(manager.getOpenCount(), 0U);
     EXPECT_FALSE(folder.has("log"));
-    EXPECT_EQ(manager.askedFor, folder.path());
+    EXPECT_EQ(manager.askedFor, folder.path.string());
     manager.freeBytes = 5120000;
     EXPECT_TRUE(open(manager, "log"));
 }
@@ -132,17 +132,17 @@ TEST_F(uLogManagerTest, UnknownFreeSpaceGivesNoLog) {
 }
 
 TEST_F(uLogManagerTest, DirectoryThatIsNotThereGivesNoLog) {
-    uEnvironment::set("ORV_TEST_DIR", folder.path("none").c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.file("none").c_str());
     uLogManager real;
     EXPECT_FALSE(open(real, "log"));
     EXPECT_FALSE(folder.has("none"));
-    uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
     EXPECT_TRUE(open(real, "log"));
     EXPECT_TRUE(folder.has("log"));
 }
 
 TEST_F(uLogManagerTest, DirectoryIsCreatedWhereItsVolumeIsKnown) {
-    uEnvironment::set("ORV_TEST_DIR", folder.path("new").c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.file("new").c_str());
     ASSERT_TRUE(open(manager, "log"));
     EXPECT_TRUE(folder.has("new/log"));
 }
@@ -183,7 +183,7 @@ TEST_F(uLogManagerTest, OpenWithoutSharingAlwaysMakesALog) {
 }
 
 TEST_F(uLogManagerTest, WithoutADirectoryThePathIsTheBareName) {
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
     ASSERT_TRUE(manager.open("bare", "ORV_TEST_LEVEL", nullptr, true));
     EXPECT_EQ(manager.getLogger()->getPath(), "bare");
     EXPECT_TRUE(folder.has("bare"));

@@ -1,7 +1,7 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ protected:
         child = uEnvironment::startProcess(name, (report() + " " + arguments).c_str(), mode);
     }
 
-    std::string report() const { return folder.path("report"); }
+    std::string report() const { return folder.file("report"); }
 
     void awaitReport() const {
         while (!folder.has("report")) {
@@ -41,7 +41,7 @@ protected:
         }
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     std::uint32_t child = 0;
 };
 

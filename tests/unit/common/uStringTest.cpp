@@ -1,5 +1,5 @@
 #include "common/source/source_utilities/uString.h"
-#include "tests/unit/common/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 
 TEST(uStringToNumber, FirstCharactersChooseTheBase) {
     EXPECT_EQ(uString::toNumber<int>("0x10"), 16);

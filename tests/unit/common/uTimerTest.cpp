@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "common/source/source_utilities/uTimer.h"
-#include "tests/unit/common/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 
 class Action final : public uTimer::Callable {
 public:

@@ -3,8 +3,8 @@
 #include "rcvr/framework/IPartIdentifier.h"
 #include "rcvr/framework/ITargetAdapter.h"
 #include "rcvr/framework/IXmtrLibrary.h"
+#include "tests/support/allocation/MemoryShortage.h"
 #include "tests/support/bench_run/Environment.h"
-#include "tests/unit/bench/siblings/FailingAllocator.h"
 #include "tests/unit/toolkit/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -32,6 +32,7 @@ namespace bench {
 namespace {
 
 using bench_run::setVariable;
+using test_support::MemoryShortage;
 using Vx::Qrs::Trace::IPartIdentifier;
 
 class FailingAllocation : public testing::Test {
@@ -52,13 +53,13 @@ protected:
     static std::size_t failEach(const std::function<void(bool spoilt)>& check, const std::function<void()>& call) {
         for (std::size_t number = 0;; ++number) {
             bool thrown = false;
-            failing_allocator::failAfter(number);
             try {
+                const MemoryShortage shortage(number, test_support::Shortage::oneBlock);
                 call();
             } catch (...) {
                 thrown = true;
             }
-            const bool failed = failing_allocator::disarm();
+            const bool failed = MemoryShortage::hasRefused();
             EXPECT_FALSE(thrown) << "allocation " << number << " left the library as an exception";
             check(failed);
             if (!failed || thrown) {

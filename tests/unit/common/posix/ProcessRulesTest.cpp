@@ -1,8 +1,8 @@
 // What Windows does by itself and is done by hand here.
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -79,11 +79,11 @@ TEST(ProcessRules, StartedProcessHasASessionOfItsOwn) {
 }
 
 TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     // Other runs of this test may be under way; this one's program has its own name.
     const std::string number = std::to_string(getpid());
     const std::string name = "a_program_with_a_long_name_" + number;
-    const std::string program = folder.path(name + ".exe");
+    const std::string program = folder.file(name + ".exe");
     std::filesystem::copy_file("/bin/sleep", program);
     const std::uint32_t child = startSleeper(program);
     ASSERT_NE(child, 0U);
@@ -97,10 +97,10 @@ TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
 }
 
 TEST(ProcessRules, CurrentDirectoryGoesAheadOfThePath) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     const std::string program = folder.write("sleep", "#!/bin/sh\necho \"$@\" > out\n");
     makeRunnable(program);
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
     const std::uint32_t child = startSleeper("sleep");
     ASSERT_NE(child, 0U);
     while (uEnvironment::processExists(child)) {
@@ -110,23 +110,23 @@ TEST(ProcessRules, CurrentDirectoryGoesAheadOfThePath) {
 }
 
 TEST(ProcessRules, FolderOfTheNameIsPassedOver) {
-    const test::TemporaryFolder folder;
-    std::filesystem::create_directory(folder.path("sleep"));
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("sleep"));
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
     const std::uint32_t child = startSleeper("sleep");
     EXPECT_NE(child, 0U);
     uEnvironment::terminateProcess(child);
 }
 
 TEST(WorkingDirectory, OneThatIsGoneCannotBeTold) {
-    const test::TemporaryFolder folder;
-    std::filesystem::create_directory(folder.path("gone"));
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("gone"));
     std::string before;
     uEnvironment::getCurrentDirectory(before);
-    std::filesystem::current_path(folder.path("gone"));
-    std::filesystem::remove(folder.path("gone"));
+    std::filesystem::current_path(folder.file("gone"));
+    std::filesystem::remove(folder.file("gone"));
     std::string directory;
-    EXPECT_EQ(test::failureText<source_utilities_error>([&] { uEnvironment::getCurrentDirectory(directory); }),
+    EXPECT_EQ(test_support::failureText<source_utilities_error>([&] { uEnvironment::getCurrentDirectory(directory); }),
               "failed to get current working directory");
     std::filesystem::current_path(before);
 }
@@ -144,7 +144,7 @@ TEST(ProfileDirectory, HomeStandsInForAnEmptyProfile) {
     EXPECT_EQ(directory, "/some/profile/.VX-trace");
     uEnvironment::set("USERPROFILE", "");
     uEnvironment::set("HOME", "");
-    EXPECT_EQ(test::failureText<source_utilities_error>([&] { uEnvironment::getTraceDirectory(directory); }),
+    EXPECT_EQ(test_support::failureText<source_utilities_error>([&] { uEnvironment::getTraceDirectory(directory); }),
               "failed to read environment variable \"USERPROFILE\"");
     uEnvironment::set("USERPROFILE", profile.c_str());
     uEnvironment::set("HOME", home.c_str());
@@ -157,8 +157,8 @@ TEST(Paths, BackslashesAreNormalised) {
 }
 
 TEST(Paths, ABackslashBelongsToTheNameOfADirectory) {
-    const test::TemporaryFolder folder;
-    const std::string home = folder.path("DOMAIN\\user");
+    const test_support::TemporaryFolder folder;
+    const std::string home = folder.file("DOMAIN\\user");
     const std::string before = uEnvironment::get("USERPROFILE");
     uEnvironment::set("USERPROFILE", home.c_str());
     std::string directory;
