@@ -35,7 +35,7 @@ bool readToEnd(std::FILE* file, std::string& text) {
 
 // Creates a file under the first free name; no file when the folder accepts none.
 OutputFile createBeside(const std::string& path, std::string& name) {
-    constexpr int mostNames = 100; // of writers that run now, or were ended by force
+    constexpr int mostNames = 100; // of running writers, and of those that were killed
     for (int i = 0; i < mostNames; ++i) {
         name = path + ".new" + (i == 0 ? std::string() : std::to_string(i));
         std::FILE* file = nullptr;
@@ -72,7 +72,7 @@ bool read(const std::string& path, std::string& text, Mode mode) {
         return false;
     }
     const bool whole = readToEnd(file.get(), text);
-    // Some systems open a directory and only then refuse to read it.
+    // Some systems open a directory and fail at the first read.
     return whole || !text.empty();
 }
 
@@ -87,7 +87,7 @@ Written replace(const std::string& path, std::string_view text) {
     if (kind == nativeFile::Kind::other) {
         return writeInPlace(target, text);
     }
-    // A folder that accepts new files does not make its write-protected files replaceable.
+    // Write-protected files are not replaced, even in a folder that accepts new files.
     if (kind == nativeFile::Kind::regular && !nativeFile::isWritable(target)) {
         return Written::notOpened;
     }

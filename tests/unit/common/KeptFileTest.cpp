@@ -13,7 +13,7 @@ using Names = std::vector<std::string>;
 
 class KeptFileTest : public testing::Test {
 protected:
-    // Replaces the file as a writer does, and reports where the old content went.
+    // Replaces the file as a writer does, and returns the path of the old content.
     std::string replace(const std::string& content) {
         KeptFile kept(path, ".old", content);
         std::filesystem::remove(path);

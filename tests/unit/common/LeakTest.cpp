@@ -1,5 +1,5 @@
-// Objects that come and go leave nothing behind. Memory is watched by the sanitized builds. ORV_LEAK_CYCLES says how
-// often.
+// Repeated construction and destruction leaks no handle. The sanitized builds check memory. ORV_LEAK_CYCLES sets the
+// number of cycles.
 #include "common/source/source_utilities/uConfig.h"
 #include "common/source/source_utilities/uDll.h"
 #include "common/source/source_utilities/uEnvironment.h"
@@ -23,7 +23,7 @@ int cycles() {
     return wanted != nullptr ? std::atoi(wanted) : 200;
 }
 
-// Fewer than one handle in ten cycles may stay: a system may open something of its own along the way.
+// Permits fewer than one handle in ten cycles: the system may open handles of its own.
 template <class Cycle>
 void expectNoLeak(Cycle cycle) {
     for (int i = 0; i < 10; ++i) {

@@ -1,4 +1,4 @@
-// Processes, sockets and log lines when memory ends at any block: nothing that was begun is lost.
+// Processes, sockets and log lines when memory ends at any block: no process, handle or connection leaks.
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uSocket.h"
@@ -23,7 +23,7 @@ namespace {
 
 const test_support::LogCapture::WithEntries everything;
 
-// A program of this test's own that runs for a minute.
+// A program for this test only, which runs for a minute.
 class ShortageOfProcesses : public testing::Test {
 protected:
     ShortageOfProcesses() {
@@ -60,7 +60,7 @@ TEST_F(ShortageOfProcesses, StartLosesNoProcessAtAnyBlock) {
             try {
                 id = uEnvironment::startProcess(program.c_str(), arguments.c_str(), uEnvironment::detachedMode);
             } catch (const std::bad_alloc&) {
-                // Then there is none.
+                // No process was started.
             }
         },
         [&](const std::string& where) {
@@ -185,7 +185,7 @@ TEST(ShortageOfTimers, OneThatFindsNoMemoryIsNotStartedAndEndsAtOnce) {
         refused += MemoryShortage::hasRefused() ? 1 : 0;
         EXPECT_EQ(started, !MemoryShortage::hasRefused()) << granted;
     }
-    // Where the platform's own library makes the thread, no block of this program is asked for.
+    // On platforms whose library creates the thread, this program allocates no block.
     SUCCEED() << refused;
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// Records what it is given, and can do more.
+// Records its calls and runs an optional action in each.
 class Recorder : public Property {
 public:
     void setProperty(const char* name, const char* value) override {
@@ -194,7 +194,7 @@ TEST_F(PropertyParserTest, FileThatCannotBeOpenedLeavesItsPathAndNoLines) {
     expectFailure([&] { parser.readFile(folder.path.string().c_str()); }, eFILE, folder.path.string());
 }
 
-TEST_F(PropertyParserTest, GetLineGivesTheTextAsItStands) {
+TEST_F(PropertyParserTest, GetLineReturnsTheTextVerbatim) {
     readText("a=$PATH\n");
     parser.setSection(nullptr);
     EXPECT_EQ(section(), (Pairs{{"a", "$PATH"}}));
@@ -225,7 +225,7 @@ TEST_F(PropertyParserTest, NullArgumentsFail) {
     expectFailure([&] { parser.countSections(nullptr); }, eNULL, "");
 }
 
-TEST_F(PropertyParserTest, DollarValueStandsForAVariable) {
+TEST_F(PropertyParserTest, DollarValueNamesAVariable) {
     ASSERT_NE(std::getenv("PATH"), nullptr);
     readText("a=$PATH\nb=x$PATH\n$PATH=c\n");
     parser.setSection(nullptr);
@@ -338,7 +338,7 @@ TEST(SharedPropertyParser, OneObjectServesAllCallers) {
     first->setSection("A");
     EXPECT_EQ(second->countLines(), 1U);
     destroyPropertyParser(first);
-    EXPECT_EQ(second->countLines(), 1U); // still there for the second user
+    EXPECT_EQ(second->countLines(), 1U); // still valid for the second user
     destroyPropertyParser(second);
     PropertyParser* fresh = createPropertyParser();
     EXPECT_EQ(fresh->getFileName(), nullptr);

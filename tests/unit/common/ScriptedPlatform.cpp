@@ -52,7 +52,7 @@ uThread::uThread(uRunnable* body, std::int32_t threadPriority, std::uint32_t byt
 }
 uThread::~uThread() = default;
 bool uThread::start() {
-    // What runs on the caller's thread has neither; clang asks what the members are for.
+    // Unused, since the runnable runs on the caller's thread; clang warns about unused members.
     static_cast<void>(priority);
     static_cast<void>(stackSize);
     if (!platform().threadsStart) {

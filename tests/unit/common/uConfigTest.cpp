@@ -7,12 +7,14 @@
 namespace VX_QRS {
 namespace {
 
+constexpr bool useXml = true;
+
 using test_support::failureText;
 using Sections = std::vector<uConfig::Section>;
 
 class uConfigTest : public testing::Test {
 protected:
-    // Reads a text over what the configuration holds.
+    // Reads a text into the configuration.
     void read(uConfig& config, const std::string& text) {
         config.setPath(folder.write("config", text).c_str());
         config.read();
@@ -25,7 +27,7 @@ protected:
     }
 
     Sections xml(const std::string& text) {
-        uConfig config(true);
+        uConfig config(useXml);
         read(config, text);
         return config.getSections();
     }
@@ -154,7 +156,7 @@ TEST_F(uConfigTest, WritesThePlainForm) {
 }
 
 TEST_F(uConfigTest, WritesTheXmlForm) {
-    uConfig config(true);
+    uConfig config(useXml);
     config.addVariable("free", "0");
     config.addVariable("", "skipped", "S");
     config.addVariable("a", "1", "S");
@@ -186,7 +188,7 @@ TEST_F(uConfigTest, LeftoversOfOtherWritersDoNotKeepItFromWriting) {
 }
 
 TEST_F(uConfigTest, FormatIsWhatIsWritten) {
-    uConfig config(true);
+    uConfig config(useXml);
     config.addVariable("a", "1", "S");
     EXPECT_EQ(config.format("<?xml?>"), "<?xml?>\n<S>\n\t<a>1</a>\n</S>\n");
     EXPECT_EQ(written(config, "<?xml?>"), config.format("<?xml?>"));

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* libraryName = "unit_common_library";
 
-// A function of a library, typed; a missing one ends the test and not the program.
+// A typed function of a library; a missing one fails the test instead of crashing the program.
 template <class Function>
 Function* function(uDll& library, const char* name) {
     void* address = library.GetSymbol(name);

@@ -158,7 +158,7 @@ TEST_F(uEnvironmentDirectories, TraceDirectoriesLieInTheProfile) {
 }
 
 TEST_F(uEnvironmentDirectories, TwoSeparatorsAtTheStartOfTheProfileStay) {
-    // As a network share begins; here on paths that every machine has.
+    // The prefix of a network share, on paths that every machine has.
     const std::string profile = (uEnvironment::separator()[0] == '/' ? "/" : "\\\\?\\") + folder.path.string();
     const std::string before = uEnvironment::get("USERPROFILE");
     uEnvironment::set("USERPROFILE", profile.c_str());
@@ -185,10 +185,10 @@ TEST_F(uEnvironmentDirectories, WithoutAProfileThereIsNoTraceDirectory) {
     uEnvironment::set("HOME", home.c_str());
 }
 
-TEST_F(uEnvironmentDirectories, FreeSpaceIsToldForDirectoriesThatAreThere) {
+TEST_F(uEnvironmentDirectories, FreeSpaceIsReportedForExistingDirectories) {
     std::uint64_t bytes = 0;
     EXPECT_TRUE(uEnvironment::getFreeSpace(folder.path.string().c_str(), bytes));
-    // Others may write meanwhile, though not all the time.
+    // Other programs may write meanwhile, though not all the time.
     bool agreed = false;
     for (int i = 0; i < 100 && !agreed; ++i) {
         const auto before = std::filesystem::space(folder.path.string()).available;

@@ -12,7 +12,11 @@
 namespace VX_QRS {
 namespace {
 
-// A manager whose disk is as full as the test wants it.
+// Of uLogManager::open.
+constexpr bool separate = false;
+constexpr bool shared = true;
+
+// A manager whose free disk space the test sets.
 class Manager : public uLogManager {
 public:
     std::optional<std::uint64_t> freeBytes = 5120000;
@@ -37,8 +41,8 @@ protected:
 
     static void setLevel(const char* level) { uEnvironment::set("ORV_TEST_LEVEL", level); }
 
-    bool open(uLogManager& which, const char* name, bool shared = true) const {
-        return which.open(name, "ORV_TEST_LEVEL", "ORV_TEST_DIR", shared);
+    bool open(uLogManager& which, const char* name, bool isShared = shared) const {
+        return which.open(name, "ORV_TEST_LEVEL", "ORV_TEST_DIR", isShared);
     }
 
     std::string profile;
@@ -66,7 +70,7 @@ TEST_F(uLogManagerTest, FirstLinesNameTheDirectories) {
 
 TEST_F(uLogManagerTest, NullNamesOpenNothing) {
     EXPECT_FALSE(open(manager, nullptr));
-    EXPECT_FALSE(manager.open("log", nullptr, "ORV_TEST_DIR", true));
+    EXPECT_FALSE(manager.open("log", nullptr, "ORV_TEST_DIR", shared));
     EXPECT_EQ(manager.getLogger(), nullptr);
     EXPECT_EQ(manager.getOpenCount(), 0U);
 }
@@ -162,32 +166,32 @@ TEST_F(uLogManagerTest, KnownLogBecomesTheCurrentOneAgain) {
     ASSERT_TRUE(open(manager, "second"));
     EXPECT_NE(manager.getLogger(), first);
     EXPECT_EQ(manager.getOpenCount(), 2U);
-    manager.freeBytes = 0; // not asked for a log that is open
+    manager.freeBytes = 0; // not queried for an open log
     ASSERT_TRUE(open(manager, "first"));
     EXPECT_EQ(manager.getLogger(), first);
     EXPECT_EQ(manager.getOpenCount(), 2U);
 }
 
 TEST_F(uLogManagerTest, OpenWithoutSharingAlwaysMakesALog) {
-    ASSERT_TRUE(open(manager, "log", false));
+    ASSERT_TRUE(open(manager, "log", separate));
     EXPECT_FALSE(manager.isShared());
     uLogger* first = manager.getLogger();
-    ASSERT_TRUE(open(manager, "log", false));
+    ASSERT_TRUE(open(manager, "log", separate));
     EXPECT_NE(manager.getLogger(), first);
     EXPECT_EQ(manager.getOpenCount(), 2U);
-    ASSERT_TRUE(open(manager, "log", true));
+    ASSERT_TRUE(open(manager, "log", shared));
     EXPECT_EQ(manager.getOpenCount(), 3U);
-    ASSERT_TRUE(open(manager, "log", false)); // each call says so for itself
+    ASSERT_TRUE(open(manager, "log", separate)); // sharing is per call
     EXPECT_EQ(manager.getOpenCount(), 4U);
     EXPECT_FALSE(manager.isShared());
 }
 
 TEST_F(uLogManagerTest, WithoutADirectoryThePathIsTheBareName) {
     const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
-    ASSERT_TRUE(manager.open("bare", "ORV_TEST_LEVEL", nullptr, true));
+    ASSERT_TRUE(manager.open("bare", "ORV_TEST_LEVEL", nullptr, shared));
     EXPECT_EQ(manager.getLogger()->getPath(), "bare");
     EXPECT_TRUE(folder.has("bare"));
-    ASSERT_TRUE(manager.open("bare2", "ORV_TEST_LEVEL", "ORV_NO_SUCH_VARIABLE", true));
+    ASSERT_TRUE(manager.open("bare2", "ORV_TEST_LEVEL", "ORV_NO_SUCH_VARIABLE", shared));
     EXPECT_EQ(manager.getLogger()->getPath(), "bare2");
     manager.getLogger()->setEnabled(false);
 }

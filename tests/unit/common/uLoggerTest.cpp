@@ -13,6 +13,9 @@
 namespace VX_QRS {
 namespace {
 
+constexpr bool truncate = false;
+constexpr bool append = true;
+
 using test::digitsHidden;
 using testing::EndsWith;
 using testing::StartsWith;
@@ -154,17 +157,17 @@ TEST_F(uLoggerTest, ZeroMaskPassesNothing) {
 TEST_F(uLoggerTest, AppendsOrStartsAfresh) {
     logger.log(1, 0, "a");
     logger.setEnabled(false);
-    uLogger appending(folder.file("log").c_str(), true);
+    uLogger appending(folder.file("log").c_str(), append);
     appending.log(1, 0, "b");
     appending.setEnabled(false);
     EXPECT_EQ(lines().size(), 2U);
-    uLogger fresh(folder.file("log").c_str(), false);
+    uLogger fresh(folder.file("log").c_str(), truncate);
     fresh.log(1, 0, "c");
     EXPECT_EQ(lines(), (std::vector<std::string>{"M      c"}));
 }
 
 TEST_F(uLoggerTest, FailedOpenIsTriedAgainWithTheNextLine) {
-    Listening late((folder.file("later") + "/log").c_str(), true);
+    Listening late((folder.file("later") + "/log").c_str(), append);
     late.setToStdout(true);
     late.log(1, 0, "lost");
     EXPECT_EQ(late.console.size(), 1U) << "the other places get it all the same";
@@ -186,7 +189,7 @@ TEST_F(uLoggerTest, CopiesGoWhereTheFlagsSay) {
 }
 
 TEST_F(uLoggerTest, StandardOutputGetsTheLineAsItIs) {
-    uLogger plain(folder.file("log").c_str(), true);
+    uLogger plain(folder.file("log").c_str(), append);
     plain.setToStdout(true);
     plain.setToDebugger(true);
     testing::internal::CaptureStdout();
@@ -219,7 +222,7 @@ TEST_F(uLoggerTest, LinesOfManyThreadsStayWhole) {
 }
 
 TEST_F(uLoggerTest, TwoLogsOfTwoThreadsDoNotDisturbEachOther) {
-    uLogger other(folder.file("other").c_str(), true);
+    uLogger other(folder.file("other").c_str(), append);
     std::thread thread([&] {
         for (int i = 0; i < 300; ++i) {
             other.log(1, 3, "b");

@@ -4,8 +4,6 @@
 #include "common/source/source_utilities/uString.h"
 #include "rcvr/SettingsFile.h"
 
-#include <algorithm>
-
 // A settings file in a folder of its own.
 
 namespace rcvr_test {

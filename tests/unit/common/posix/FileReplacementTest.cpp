@@ -1,4 +1,4 @@
-// What a configuration file goes through when it is replaced, on this system.
+// Replacement of a configuration file on this system.
 #include "common/source/source_utilities/KeptFile.h"
 #include "common/source/source_utilities/uConfig.h"
 #include "tests/support/failure/FailureText.h"
@@ -25,7 +25,7 @@ int refuse() {
 
 } // namespace
 
-// The linker leads every call to the first of each pair, and the second to the C library.
+// The linker directs every call to the first of each pair, and the second to the C library.
 extern "C" {
 int __real_link(const char* from, const char* to);
 int __wrap_link(const char* from, const char* to) {
@@ -54,7 +54,7 @@ private:
     bool& flag;
 };
 
-// Nobody in particular, if this process may become so: root is refused nothing.
+// An unprivileged user, if this process may change to one: root has all rights.
 class OrdinaryUser {
 public:
     OrdinaryUser() : before(geteuid()) {
@@ -117,7 +117,7 @@ TEST_F(FileReplacement, AFullDiskLeavesTheOldFileAndNothingElse) {
 }
 
 TEST_F(FileReplacement, ADiskThatIsFullAtTheLastByteIsNoticed) {
-    const OrdinaryUser user; // whom a mistake does not let replace a device
+    const OrdinaryUser user; // who cannot replace a device by a mistake
     EXPECT_EQ(failureText<uConfig::error>([&] { write("/dev/full"); }), "failed to write \"/dev/full\"");
 }
 

@@ -1,4 +1,4 @@
-// What Windows does by itself and is done by hand here.
+// Rules that Windows has built in and this back end implements.
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
 #include "tests/support/failure/FailureText.h"
@@ -46,7 +46,7 @@ TEST(ProcessRules, EndedChildIsReaped) {
     while (uEnvironment::processExists(static_cast<std::uint32_t>(child))) {
         uThread::sleep(1);
     }
-    while (waitpid(child, nullptr, WNOHANG) == 0) { // still in the list when it was looked at
+    while (waitpid(child, nullptr, WNOHANG) == 0) { // still in the list during the query
         uEnvironment::findProcess("true", 0);
     }
     EXPECT_EQ(waitpid(child, nullptr, WNOHANG), -1);
@@ -64,7 +64,7 @@ TEST(ProcessRules, TerminatedChildIsReapedAtOnce) {
 
 TEST(ProcessRules, FailedStartLeavesNoChild) {
     EXPECT_EQ(uEnvironment::startProcess("orv_no_such_program", nullptr, uEnvironment::detachedMode), 0U);
-    // Of all children of this process none is waiting to be reaped.
+    // No child of this process is waiting to be reaped.
     siginfo_t info{};
     const int result = waitid(P_ALL, 0, &info, WEXITED | WNOWAIT | WNOHANG);
     EXPECT_TRUE(result == -1 || info.si_pid == 0);
@@ -80,7 +80,7 @@ TEST(ProcessRules, StartedProcessHasASessionOfItsOwn) {
 
 TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
     const test_support::TemporaryFolder folder;
-    // Other runs of this test may be under way; this one's program has its own name.
+    // Other runs of this test may be active; the program of this one has its own name.
     const std::string number = std::to_string(getpid());
     const std::string name = "a_program_with_a_long_name_" + number;
     const std::string program = folder.file(name + ".exe");
@@ -96,7 +96,7 @@ TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
     uEnvironment::terminateProcess(child);
 }
 
-TEST(ProcessRules, CurrentDirectoryGoesAheadOfThePath) {
+TEST(ProcessRules, CurrentDirectoryPrecedesThePath) {
     const test_support::TemporaryFolder folder;
     const std::string program = folder.write("sleep", "#!/bin/sh\necho \"$@\" > out\n");
     makeRunnable(program);
@@ -118,7 +118,7 @@ TEST(ProcessRules, FolderOfTheNameIsPassedOver) {
     uEnvironment::terminateProcess(child);
 }
 
-TEST(WorkingDirectory, OneThatIsGoneCannotBeTold) {
+TEST(WorkingDirectory, ARemovedOneIsAFailure) {
     const test_support::TemporaryFolder folder;
     std::filesystem::create_directory(folder.file("gone"));
     std::string before;
@@ -131,7 +131,7 @@ TEST(WorkingDirectory, OneThatIsGoneCannotBeTold) {
     std::filesystem::current_path(before);
 }
 
-TEST(ProfileDirectory, HomeStandsInForAnEmptyProfile) {
+TEST(ProfileDirectory, HomeReplacesAnEmptyProfile) {
     const std::string profile = uEnvironment::get("USERPROFILE");
     const std::string home = uEnvironment::get("HOME");
     uEnvironment::set("USERPROFILE", "");
