@@ -1,4 +1,4 @@
-// Memory that cannot be had. The program has an allocator that refuses blocks of the sizes a test names.
+// Failed allocations: the program's operator new refuses blocks of the sizes that a test names.
 
 #include "link/GdbTcpipIo.h"
 #include "mpx/MpxEcomServer/Scratch.h"
@@ -24,7 +24,7 @@ TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes) {
         EXPECT_EQ(startAnswered(raw), "internal error allocating buffer");
         EXPECT_TRUE(refusing.hasRefused());
     }
-    // The payload is still there and in the way of everything, so the same server cannot be talked to any more.
+    // The unread payload precedes all later replies, so this server cannot be used any more.
     script->expect("$S#00");
     EXPECT_EQ(failureOf([this] { proxy->stop(); }), "invalid rsp response");
 }
@@ -115,7 +115,7 @@ TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer) {
     ScriptedServer server;
     server.hang();
     server.arm();
-    // Blocks of the link's size are refused one after the other, until it is the link's own turn.
+    // Blocks of the link's size are refused one after the other, up to that of the link itself.
     constexpr std::size_t size = sizeof(MPX_GDB_AGENT::GdbTcpipIo);
     VX_QRS::uSocket probe;
     ASSERT_EQ(probe.listen(0), VX_QRS::uSocket::done);
@@ -136,7 +136,7 @@ TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer) {
     EXPECT_TRUE(server.allEnded());
 }
 
-TEST(EcomProxyAllocation, MemoryThatEndsBehindTheVersionCheckLeavesNoServerEither) {
+TEST(EcomProxyAllocation, MemoryThatEndsAfterTheVersionCheckLeavesNoServerEither) {
     // Of the blocks of the size of the timer's one entry each is refused in turn; the last of them is that entry.
     constexpr std::size_t size = 32;
     VX_QRS::uSocket probe;

@@ -14,12 +14,12 @@
 #include <utility>
 #include <vector>
 
-/// Processes on paper whose server is a thread of the test: it takes all connections and answers the requests `v` and
-/// `s`. Set it up, then begin().
+/// Simulated processes whose server is a thread of the test: it accepts all connections and answers the requests `v`
+/// and `s`. Set it up, then begin().
 class FakeServer : public VX_QRS::ORV::ProcessAccess {
 public:
     bool answers = true;
-    bool drips = false; ///< sends bytes that are no reply all the time
+    bool drips = false; ///< continuously sends bytes that are no reply
     std::uint32_t version = 1;
     std::uint32_t answerAfterMs = 0;
     std::uint32_t startedId = 4711; ///< id that a start returns
@@ -39,7 +39,7 @@ public:
     }
     std::uint32_t port() const { return listener.localPort(); }
 
-    // Start and look allocate, as the platform's own do.
+    // Starting and finding allocate, as the platform's own functions do.
     std::uint32_t start(const char* image, const char* arguments) override {
         const std::string commandLine = std::string(image) + " with a long path " + arguments;
         running += startedId != 0 && !commandLine.empty() ? 1 : 0;

@@ -1,4 +1,4 @@
-// Each operation against each thing that a server can do wrong, on a link in memory.
+// Each operation with each fault of a server, on a link in memory.
 
 #include "tests/support/failure/FailureText.h"
 #include "tests/unit/mpx/Operations.h"
@@ -26,14 +26,16 @@ namespace {
 constexpr const char* lost = "disconnected from server";
 constexpr const char* unwritten = "failed to write to server";
 constexpr const char* poisoned = "invalid rsp response";
+constexpr bool withoutChannel = false;
+constexpr bool withChannel = true;
 
-// A proxy over a script, and one operation of it that is going to meet trouble.
+// A proxy over a script, and the operation under test.
 class Talk {
 public:
-    Talk(const Operation& tried, bool withChannel) : operation(tried) {
+    Talk(const Operation& tried, bool opensChannel) : operation(tried) {
         script->expect("$v#00").give(reply(word(1)));
         proxy = std::make_unique<OrvEcomProxy>(std::make_unique<ScriptedLink>(script), 64);
-        if (withChannel && !operation.opensTheChannel()) {
+        if (opensChannel && !operation.opensTheChannel()) {
             script->expect(frames::request('o', word(0) + word(0))).give(reply());
             proxy->openChannel(0, 0, &callback);
         }
@@ -49,11 +51,11 @@ public:
     std::string run() {
         return failureText([this] { operation.run(*proxy, callback); });
     }
-    // Another request behind the one that failed, and what it says.
+    // Another request after the failed one, and its text.
     std::string later() {
         return failureText([this] { proxy->stop(); });
     }
-    // The text that leaves the operation where it failed with this one.
+    // The operation's text for this failure of the server.
     std::string leaving(const std::string& text) const { return operation.swallowsFailures() ? "" : text; }
 
     const Operation& operation;
@@ -66,13 +68,13 @@ public:
 template <class Check>
 void forEachOperation(const Check& check) {
     for (const Operation& operation : operations()) {
-        for (const bool withChannel : {false, true}) {
-            if (!withChannel && operation.needsAChannel()) {
+        for (const bool opensChannel : {false, true}) {
+            if (!opensChannel && operation.needsAChannel()) {
                 continue;
             }
-            SCOPED_TRACE(std::string(operation.name) + (withChannel ? " with a channel" : ""));
-            Talk talk(operation, withChannel);
-            check(talk, withChannel);
+            SCOPED_TRACE(std::string(operation.name) + (opensChannel ? " with a channel" : ""));
+            Talk talk(operation, opensChannel);
+            check(talk, opensChannel);
         }
     }
 }
@@ -81,17 +83,17 @@ template <class Check>
 void forEachOperationWithAChannel(const Check& check) {
     for (const Operation& operation : operations()) {
         SCOPED_TRACE(operation.name);
-        Talk talk(operation, true);
+        Talk talk(operation, withChannel);
         check(talk);
     }
 }
 
-// What an answer that belongs to no or another request makes of each kind of operation. A text is followed by what
-// the next request says; nothing where it gets its own good reply.
+// Results of each kind of operation for an answer of no or another request: its text, then the text of the next
+// request, empty when that gets its own valid reply.
 struct Outcome {
     std::string text;
     std::string next;
-    bool endTaken = false; // so that the next request waits for a reply of its own, whatever it makes of it
+    bool endTaken = false; // so that the next request waits for a reply of its own
 };
 
 struct Answer {
@@ -99,7 +101,7 @@ struct Answer {
     Outcome plain;  // of operations without a payload
     Outcome status; // four bytes
     Outcome read;   // twelve bytes
-    Outcome peek;   // a size and so many bytes
+    Outcome peek;   // a size and that many bytes
 
     const Outcome& of(const Operation& operation) const {
         switch (operation.command) {
@@ -123,7 +125,7 @@ Answer alike(const std::string& raw, const std::string& text, const std::string&
 const Outcome good{"", ""};
 const Outcome noEnd{"invald rsp final response", poisoned};
 const Outcome endIsPayload{"invald rsp final response", poisoned, true};
-// The short payload has taken the end mark with it, so that nothing stands in the way of the next reply.
+// The short payload has consumed the end mark, so nothing precedes the next reply.
 const Outcome tooShort{"invalid rsp response data", ""};
 const Outcome twiceTooShort{"invalid rsp response datainvalid rsp response data", ""};
 
@@ -160,7 +162,7 @@ const std::vector<Answer>& wrongAnswers() {
     return all;
 }
 
-// A record that goes wrong with an open channel, what it delivers all the same, and the texts behind it.
+// A faulty record with an open channel, what it delivers anyway, and the texts that follow.
 struct BadRecord {
     const char* name;
     std::string raw; // up to the end mark
@@ -181,7 +183,7 @@ const std::vector<BadRecord>& badRecords() {
          badRecord,
          poisoned,
          {}},
-        // What is short takes the end mark with it.
+        // A short record consumes the end mark.
         {"no type", "$cb#00", badRecord, "", {}},
         {"no value", "$cb" + word(7780) + "#00", badRecord, "", {}},
         {"no size", "$cb" + word(7778) + "#00", badRecord, "", {}},
@@ -194,26 +196,22 @@ const std::vector<BadRecord>& badRecords() {
         {"a short second text", "$cb" + type + word(1) + word(3) + "one" + word(9) + "two#00", badRecord, "", {}},
         {"an endless size", "$cb" + word(7778) + word(0xFFFFFFFF) + "#00", badRecord, "", {}},
         {"an endless text", "$cb" + type + word(1) + word(0xFFFFFFFF) + "#00", badRecord, "", {}},
-        {"a good one in front of a short one",
-         statusRecord(6) + "$cb" + word(7780) + "#00",
-         badRecord,
-         "",
-         {"status 6"}},
-        {"a good one in front of an error", dataRecord("a}b") + "$E#00", "internal rsp error", poisoned, {"data a}b"}},
-        {"a good one in front of a text", statusRecord(0) + "$errgone#00", "gone", poisoned, {"status 0"}},
-        {"a good one in front of garbage", statusRecord(0) + "??#00", poisoned, poisoned, {"status 0"}},
+        {"a good one before a short one", statusRecord(6) + "$cb" + word(7780) + "#00", badRecord, "", {"status 6"}},
+        {"a good one before an error", dataRecord("a}b") + "$E#00", "internal rsp error", poisoned, {"data a}b"}},
+        {"a good one before a text", statusRecord(0) + "$errgone#00", "gone", poisoned, {"status 0"}},
+        {"a good one before garbage", statusRecord(0) + "??#00", poisoned, poisoned, {"status 0"}},
         {"a good one and no reply", errorRecord(5, "a", "") + "#00", poisoned, poisoned, {"error 5 'a' ''"}},
-        {"an unknown one in front of an error",
+        {"an unknown one before an error",
          "$cb" + word(1) + "$E#00",
          "invalid rsp callback responseinternal rsp error",
          poisoned,
          {}},
-        {"an unknown one in front of an empty text",
+        {"an unknown one before an empty text",
          "$cb" + word(1) + "$err#00",
          "invalid rsp callback response",
          poisoned,
          {}},
-        {"an unknown one in front of a text",
+        {"an unknown one before a text",
          "$cb" + word(1) + "$errgone#00",
          "invalid rsp callback responsegone",
          poisoned,
@@ -228,8 +226,8 @@ const std::vector<BadRecord>& badRecords() {
          "invalid rsp callback responseinternal rsp error",
          poisoned,
          {"status 1", "status 2"}},
-        // The reply behind it is a good one, and nobody takes its payload and its end.
-        {"an unknown one in front of a good reply",
+        // The reply after it is valid, but its payload and end are not consumed.
+        {"an unknown one before a good reply",
          "$cb" + word(1) + "$OK#00",
          "invalid rsp callback response",
          poisoned,
@@ -238,7 +236,7 @@ const std::vector<BadRecord>& badRecords() {
     return all;
 }
 
-// Makes the next request where a wrong answer has left things in this state.
+// Makes the next request after a wrong answer with this outcome.
 void expectNext(Talk& talk, const std::string& next, bool waits = false) {
     talk.script->expect("$S#00");
     if (next.empty() || waits) {
@@ -247,7 +245,7 @@ void expectNext(Talk& talk, const std::string& next, bool waits = false) {
     EXPECT_EQ(talk.later(), next);
 }
 
-// A proxy that does not come to be; what it says.
+// A failed construction; returns its text.
 std::string constructOver(const std::shared_ptr<LinkScript>& script) {
     const std::string text = failureText([&] { OrvEcomProxy(std::make_unique<ScriptedLink>(script), 64); });
     script->verify();
@@ -265,7 +263,7 @@ TEST(FaultyReplies, TheTableHoldsEveryCommandButThoseOfLifeAndDeath) {
     EXPECT_EQ(commands, "cCmMoOs?pSrxf~");
 }
 
-TEST(FaultyReplies, AGoodAnswerLeavesNothingBehind) {
+TEST(FaultyReplies, AValidAnswerLeavesNoUnreadBytes) {
     for (const std::size_t piece : {std::size_t{1}, std::size_t{3}, std::size_t{1000}}) {
         forEachOperation([&](Talk& talk, bool) {
             talk.script->expect(talk.operation.request()).give(reply(talk.operation.payload), piece);
@@ -283,7 +281,7 @@ TEST(FaultyReplies, ALossAtAnyByteOfTheReplyIsALostConnection) {
             const std::size_t end = whole.rfind('#');
             for (std::size_t cut = 0; cut <= end; ++cut) {
                 SCOPED_TRACE(std::string(operation.name) + " cut at " + std::to_string(cut));
-                Talk talk(operation, true);
+                Talk talk(operation, withChannel);
                 talk.script->expect(operation.request());
                 if (cut != 0) {
                     talk.script->give(whole.substr(0, cut), inSingles ? 1 : 1000);
@@ -306,7 +304,7 @@ TEST(FaultyReplies, ALossWithNoChannelOpenIsTheSame) {
         const std::string whole = reply(operation.payload);
         for (std::size_t cut = 0; cut + 3 <= whole.size(); ++cut) {
             SCOPED_TRACE(std::string(operation.name) + " cut at " + std::to_string(cut));
-            Talk talk(operation, false);
+            Talk talk(operation, withoutChannel);
             talk.script->expect(operation.request());
             if (cut != 0) {
                 talk.script->give(whole.substr(0, cut));
@@ -318,7 +316,7 @@ TEST(FaultyReplies, ALossWithNoChannelOpenIsTheSame) {
     }
 }
 
-TEST(FaultyReplies, ALossBehindTheEndMarkIsTheNextRequestsMatter) {
+TEST(FaultyReplies, ALossAfterTheEndMarkFailsTheNextRequest) {
     for (const std::size_t missing : {std::size_t{0}, std::size_t{1}, std::size_t{2}}) {
         for (const bool seenOnSending : {false, true}) {
             forEachOperation([&](Talk& talk, bool) {
@@ -384,7 +382,7 @@ TEST(FaultyReplies, AWrongAnswerEndsInItsText) {
         SCOPED_TRACE(frames::toHex(answer.raw));
         forEachOperation([&](Talk& talk, bool) {
             if (talk.operation.command == 'p' && answer.raw.starts_with("$OKtoo")) {
-                return; // claims more than the storage holds
+                return; // claims more than the storage has
             }
             const Outcome& outcome = answer.of(talk.operation);
             talk.script->expect(talk.operation.request()).give(answer.raw);
@@ -417,8 +415,8 @@ TEST(FaultyReplies, ARecordWithNoChannelOpenIsNeitherReadNorDelivered) {
                 continue;
             }
             SCOPED_TRACE(operation.name);
-            Talk talk(operation, false);
-            const bool bare = record == "$cb"; // then the reply itself is next, and good
+            Talk talk(operation, withoutChannel);
+            const bool bare = record == "$cb"; // then the reply itself is next, and valid
             talk.script->expect(operation.request()).give(record + reply(operation.payload));
             EXPECT_EQ(talk.run(), talk.leaving(bare ? "invalid rsp callback response" : badRecord));
             EXPECT_THAT(talk.callback.calls, IsEmpty());
@@ -427,7 +425,7 @@ TEST(FaultyReplies, ARecordWithNoChannelOpenIsNeitherReadNorDelivered) {
     }
 }
 
-TEST(FaultyReplies, RecordsInFrontOfAnyReplyAreDeliveredInOrder) {
+TEST(FaultyReplies, RecordsBeforeAnyReplyAreDeliveredInOrder) {
     forEachOperationWithAChannel([](Talk& talk) {
         const std::string records = statusRecord(3) + dataRecord("#") + errorRecord(4, "$", "") + dataRecord("");
         talk.script->expect(talk.operation.request()).give(reply(talk.operation.payload, records));
@@ -486,7 +484,7 @@ TEST(FaultyVersionCheck, AWrongAnswerEndsInItsText) {
     for (const Answer& answer : wrongAnswers()) {
         SCOPED_TRACE(frames::toHex(answer.raw));
         if (answer.status.text.empty()) {
-            continue; // that one is right
+            continue; // that one is valid
         }
         auto script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(answer.raw);
@@ -522,7 +520,7 @@ TEST(FaultyGoodbye, NoResultOfTheTransportLeavesTheDestructor) {
     }
 }
 
-TEST(FaultyGoodbye, ItIsSentBehindAnyFailure) {
+TEST(FaultyGoodbye, ItIsSentAfterAnyFailure) {
     for (const std::string& answer : {std::string("$E#00"), std::string("hello#00"), std::string("$OKmore#00")}) {
         auto script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(reply(word(1))).expect("$s#00").give(answer).expect("$D#00");

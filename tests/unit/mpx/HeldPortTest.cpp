@@ -1,5 +1,5 @@
-// The proxy starts a server process that is only there, while the test itself listens at the port. So the test sees
-// both connections and all that passes over them.
+// The proxy starts a server process that does nothing, while the test itself listens at the port. So the test sees both
+// connections and all their bytes.
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
@@ -35,7 +35,7 @@ protected:
         server.arm();
     }
 
-    // Constructs a proxy while this part is the server's.
+    // Constructs a proxy while this function acts as the server.
     std::string construct(const Part& part) {
         peer = std::thread([this, part] {
             TalkPeer talk(holder.accept());
@@ -151,8 +151,8 @@ TEST_F(HeldPort, ASilentHolderOfThePortIsLeftWhenTheServersProcessEnds) {
     EXPECT_TRUE(ending.allEnded());
 }
 
-TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfWhoeverHoldsIt) {
-    // Eight ports in a row, held by something that speaks at once and speaks otherwise.
+TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfItsHolder) {
+    // Eight successive ports, held by a program that sends at once and uses another protocol.
     std::array<uSocket, 8> range;
     std::uint32_t first = 0;
     for (int attempt = 0; attempt < 100 && first == 0; ++attempt) {
@@ -185,7 +185,7 @@ TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfWhoeverHoldsIt) {
     ScriptedServer occupied;
     occupied.listen().accept(); // it gets no port, and ends
     occupied.arm();
-    // A process that was not seen before it ended costs a port each.
+    // Each process that was not found before it ended uses up one port.
     EXPECT_THAT(constructOnce(proxy, first), AnyOf("invalid rsp response", "failed to start server"));
     EXPECT_EQ(proxy, nullptr);
     EXPECT_EQ(occupied.startedPorts().front(), first);
@@ -196,8 +196,8 @@ TEST_F(HeldPort, AnOccupiedRangeOfPortsEndsInTheTextOfWhoeverHoldsIt) {
 }
 
 TEST_F(HeldPort, ARefusedSecondConnectionIsNoFailure) {
-    // Another client and the talk fill the queue of the port, so that the second connection has to knock again; by
-    // then nobody listens any more.
+    // Another client and the first connection fill the queue of the port, so that the second connection has to be
+    // retried; by then no socket listens.
     uSocket other;
     ASSERT_EQ(other.connect("127.0.0.1", holder.localPort()), uSocket::done);
     std::atomic<bool> served{false};
@@ -242,7 +242,7 @@ TEST_F(HeldPort, NeitherGoodNorFailedClientsLeaveAnythingOpen) {
         end();
     };
     for (const std::string& answer : {reply(word(2)), std::string("$E#00"), reply(word(1))}) {
-        cycle(answer); // what a system opens once is open now
+        cycle(answer); // handles that the system opens once are open now
         const std::size_t before = test_support::countOpenHandles();
         for (int i = 0; i < 3; ++i) {
             cycle(answer);

@@ -1,4 +1,4 @@
-// Requests of several threads: whole ones exclude each other, callbacks included.
+// Requests of several threads are serialised, callbacks included.
 
 #include "tests/support/failure/FailureText.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
@@ -15,10 +15,10 @@ using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {
 
-// Answers every request with a record and a good reply, but not before another thread has had the time to step in.
+// Answers every request with a record and a valid reply, after another thread has had time to interfere.
 class SlowLink : public ScriptedLink {
 public:
-    // What the threads make of it.
+    // Results of the threads.
     struct Watch {
         std::mutex mutex;
         std::condition_variable changed;
@@ -41,12 +41,12 @@ public:
             ++arrived;
             changed.notify_all();
         }
-        // Until another thread's request is under way.
+        // Until another thread's request is active.
         void waitForARequest() {
             std::unique_lock lock(mutex);
             changed.wait(lock, [this] { return underWay != 0; });
         }
-        // Until both threads are at their requests, and a while longer.
+        // Until both threads make their requests, and a while longer.
         void letTheOtherCome() {
             std::unique_lock lock(mutex);
             changed.wait(lock, [this] { return arrived == 2; });
@@ -84,7 +84,7 @@ private:
     std::string pending;
 };
 
-// Its record is the last that a request does before its reply is finished.
+// Its record is the last step of a request before its reply ends.
 class EndingCallback : public RecordingCallback {
 public:
     explicit EndingCallback(SlowLink::Watch& watched) : watch(watched) {}
@@ -135,7 +135,7 @@ TEST(ProxyLock, AChannelThatIsOpenedMeanwhileGetsNothingOfTheRequestUnderWay) {
     std::thread other([&] {
         watch.waitForARequest();
         watch.arrive();
-        // What the failed request has left is in front of this one's reply.
+        // The rest of the failed request precedes this one's reply.
         EXPECT_EQ(failureText([&] { proxy.openChannel(0, 0, &callback); }), "invalid rsp response");
     });
     watch.arrive();

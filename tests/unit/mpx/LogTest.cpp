@@ -1,4 +1,4 @@
-// What the proxy writes into the log. The log is one per process, so these tests have a program of their own.
+// Log lines of the proxy. A process has one log, so these tests have a program of their own.
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
@@ -27,7 +27,7 @@ protected:
     ProxyLog() { open(everything); }
     ~ProxyLog() override { VX_QRS::getLogManager()->getLogger()->setEnabled(false); }
 
-    // A log of this test's own from here on.
+    // Opens a log for this test only.
     void open(const char* level) {
         static int count = 0;
         if (VX_QRS::getLogManager()->getLogger() != nullptr) {
@@ -36,14 +36,15 @@ protected:
         name = "proxy_log_" + std::to_string(++count);
         const ScopedVariable levelVariable("ORV_TEST_LOG_LEVEL", level);
         const ScopedVariable directory("ORV_TEST_LOG_DIR", folder.path.string());
-        const ScopedVariable profile("USERPROFILE", folder.path.string()); // where its first lines point
-        ASSERT_TRUE(VX_QRS::getLogManager()->open(name.c_str(), "ORV_TEST_LOG_LEVEL", "ORV_TEST_LOG_DIR", true));
+        const ScopedVariable profile("USERPROFILE", folder.path.string()); // named in its first lines
+        constexpr bool shared = true;
+        ASSERT_TRUE(VX_QRS::getLogManager()->open(name.c_str(), "ORV_TEST_LOG_LEVEL", "ORV_TEST_LOG_DIR", shared));
         VX_QRS::getLogManager()->getLogger()->setToStdout(false);
         VX_QRS::getLogManager()->getLogger()->setToDebugger(false);
         begin();
     }
 
-    // Forgets the lines so far.
+    // Ignores the lines so far.
     void begin() { before = read().size(); }
 
     std::string read() const {
@@ -53,7 +54,7 @@ protected:
         return text.str();
     }
 
-    // The lines since then, with the times and the numbers of source lines, which are nobody's promise, left out.
+    // The lines since then, without times and numbers of source lines, which are not specified.
     std::string lines() const {
         std::string text = read().substr(before);
         std::erase(text, '\r'); // the platform's own line ends
@@ -67,7 +68,7 @@ protected:
     static std::string error(const std::string& text) { return "    E <time> MpxEcomProxy: " + text + "\n"; }
     static std::string message(const std::string& text) { return "M     <time> MpxEcomProxy: " + text + "\n"; }
 
-    // A proxy over a script, behind its version check.
+    // A proxy over a script, after its version check.
     std::unique_ptr<OrvEcomProxy> connected() {
         script = std::make_shared<LinkScript>();
         script->expect("$v#00").give(frames::reply(frames::word(1)));
@@ -89,7 +90,7 @@ std::uint32_t freePort() {
     return probe.localPort();
 }
 
-// Every start gives the next of these ids, and no process is ever seen but the last.
+// Every start returns the next of these ids; only the last process is found.
 class FewProcesses : public VX_QRS::ORV::ProcessAccess {
 public:
     explicit FewProcesses(std::uint32_t id) : seen(id) {}
@@ -136,7 +137,7 @@ TEST_F(ProxyLog, AServerThatDoesNotListen) {
     server.hang();
     server.arm();
     const std::uint32_t port = freePort();
-    const ScopedVariable here("COMMON_HELIX", ""); // found in the directory at hand, which is not left then
+    const ScopedVariable here("COMMON_HELIX", ""); // found in the working directory, which does not change then
     const VX_QRS::uEnvironment::ScopedDirectoryChanger there(ScriptedServer::folder().c_str());
     EXPECT_THROW(OrvEcomProxy(port, OrvEcomProxy::defaultChunkSize), std::runtime_error);
     const std::string number = std::to_string(port);
@@ -230,7 +231,7 @@ TEST_F(ProxyLog, LostConnectionsAndFailedWrites) {
     EXPECT_THROW(proxy->stop(), std::runtime_error);
     EXPECT_EQ(lines(), entry("stop") + error("disconnected from server"));
     begin();
-    proxy->pollServer(); // swallows the failure, not its line
+    proxy->pollServer(); // ignores the failure, not its line
     EXPECT_EQ(lines(), entry("pollServer") + error("failed to write to server"));
 }
 

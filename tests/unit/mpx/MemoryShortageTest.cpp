@@ -1,5 +1,5 @@
-// Memory that ends at any block, while a client is made, used and destroyed: no server is left running, nothing throws
-// out of a destructor.
+// Memory that ends at any block while a client is constructed, used and destroyed: no server is left running, no
+// destructor throws.
 
 #include "common/source/source_utilities/uThread.h"
 #include "link/GdbDisplay.h"
@@ -26,7 +26,7 @@ namespace {
 
 const LogCapture::WithEntries everything;
 
-// Blocks of the C library, which hold a packet: no larger ones than this.
+// Limit for blocks of malloc's family, which hold packets.
 std::atomic<std::size_t> largestBlock{static_cast<std::size_t>(-1)};
 
 class LargestBlock {
@@ -38,17 +38,17 @@ public:
     static void lift() { largestBlock = static_cast<std::size_t>(-1); }
 };
 
-// Makes a client and destroys it at once.
+// Constructs a client and destroys it at once.
 template <class... Arguments>
 void makeAndDestroy(Arguments&... arguments) {
     try {
         const OrvEcomProxy proxy(arguments..., 64);
     } catch (const std::exception&) {
-        // Which one depends on where memory ended.
+        // Which exception depends on where memory ended.
     }
 }
 
-// The same until memory has ended or the machine was fast enough: a server has 100 ms to open its port.
+// The same, repeated until memory has ended or the machine was fast enough: a server has 100 ms to open its port.
 void makeAndDestroyAtLast(std::uint32_t port) {
     constexpr int attempts = 20;
     for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -63,7 +63,7 @@ void makeAndDestroyAtLast(std::uint32_t port) {
     }
 }
 
-// Sleeps on paper; after so many of them there is memory again.
+// Sleeps take no time; after every third there is memory again.
 class PaperSleep : public FakeServer {
 public:
     void sleep(std::uint32_t ms) override {
@@ -80,7 +80,8 @@ public:
 extern "C" {
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-    // The runtime makes tables for new threads with this one, so that only a block of a buffer's reservation is refused.
+    // The runtime allocates tables for new threads with this function, so only a block of a buffer's reservation is
+    // refused.
     constexpr std::size_t reservation = 0x100000;
     const bool isLimited = largestBlock < reservation;
     return isLimited && count * size >= reservation ? nullptr : __real_calloc(count, size);

@@ -1,4 +1,4 @@
-// Each operation against a server process that fails it.
+// Each operation with a server process that fails.
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
@@ -21,7 +21,7 @@ namespace {
 constexpr const char* lost = "disconnected from server";
 constexpr const char* unwritten = "failed to write to server";
 
-// A server that is up to the operation's request, and the client that is about to make it.
+// A server that waits for the operation's request, and its client.
 struct Session {
     ScriptedServer server;
     std::unique_ptr<OrvEcomProxy> proxy;
@@ -30,7 +30,7 @@ struct Session {
 
 class ProcessFaults : public ::testing::Test {
 protected:
-    // Each client takes a second to end, since its timer's thread sleeps that long; so they end together.
+    // Each client takes a second to end, since its timer thread sleeps that long; so they end in parallel.
     ~ProcessFaults() override {
         std::vector<std::future<void>> ends;
         for (auto& session : sessions) {
@@ -45,7 +45,7 @@ protected:
         }
     }
 
-    // Adds what the server does behind the request; the session that runs it.
+    // Adds the server's steps after the request; returns the session that runs them.
     Session& begin(const Operation& operation, const std::function<void(ScriptedServer&)>& behindTheRequest) {
         sessions.push_back(std::make_unique<Session>());
         Session& session = *sessions.back();
@@ -103,7 +103,7 @@ TEST_F(ProcessFaults, AServerThatDiesInTheMiddleOfTheReply) {
     }
 }
 
-TEST_F(ProcessFaults, AServerThatDiesRightBehindTheReply) {
+TEST_F(ProcessFaults, AServerThatDiesRightAfterTheReply) {
     for (const Operation& operation : operations()) {
         SCOPED_TRACE(operation.name);
         Session& session =
@@ -151,7 +151,7 @@ TEST_F(ProcessFaults, AServerThatAnswersWrongly) {
         {"$errno unit#00", "no unit"},
         {"garbage#00", "invalid rsp response"},
         {"$cb" + word(7781) + "#00", "invalid rsp callback responseinvalid rsp response"}};
-    std::size_t turn = 0; // each operation takes another answer
+    std::size_t turn = 0; // each operation uses another answer
     for (const Operation& operation : operations()) {
         const auto& [answer, text] = answers[turn++ % answers.size()];
         SCOPED_TRACE(std::string(operation.name) + " answered " + answer);

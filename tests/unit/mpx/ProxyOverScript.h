@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-/// Writes down what flows back.
+/// Records the callbacks as texts.
 class RecordingCallback : public VX_QRS::ORV::DataClient::Callback {
 public:
     void onData(const void* data, std::uint32_t size) override {
@@ -60,7 +60,7 @@ protected:
         });
     }
 
-    /// Makes the request `s` (start) and answers it so.
+    /// Makes the request `s` (start), answered with `raw`.
     std::string startAnswered(const std::string& raw, std::size_t piece = 0x7FFFFFFF) {
         script->expect("$s#00").give(raw, piece);
         return failureOf([this] { proxy->start(); });

@@ -100,7 +100,7 @@ TEST_F(ProxyProcess, FactoryGivesAClientAndDestroyEndsTheServer) {
 }
 
 TEST_F(ProxyProcess, NothingOfAServerIsLeftInTheProcessList) {
-    // A process that ended and was not collected by its parent still stands there. Other systems have no such folder.
+    // A process that ended and was not reaped is still listed there. Other systems have no such folder.
     const auto listed = [](std::uint32_t pid) { return std::filesystem::exists("/proc/" + std::to_string(pid)); };
     for (const bool diesFirst : {false, true}) {
         SCOPED_TRACE(diesFirst ? "the server dies by itself" : "the server is ended");
@@ -196,12 +196,12 @@ TEST_F(ProxyProcess, AServerThatDiesInTheMiddleOfAReply) {
     }
 }
 
-TEST_F(ProxyProcess, AServerThatDiesRightBehindAReplyIsNoticedByALaterRequest) {
+TEST_F(ProxyProcess, AServerThatDiesRightAfterAReplyIsNoticedByALaterRequest) {
     server.greet().expect("$s#00").send(reply()).exit();
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
     EXPECT_EQ(failureOf([&] { proxy->start(); }), "");
-    // The first bytes to a peer that is gone may still go out.
+    // The first bytes to a closed peer may still be sent.
     EXPECT_EQ(failureOf([&] { proxy->stop(); }), "disconnected from server");
     EXPECT_EQ(failureOf([&] { proxy->stop(); }), "failed to write to server");
     proxy.reset();
@@ -275,17 +275,17 @@ TEST_F(ProxyProcess, AServerThatRefusesTheSecondConnectionServesOnTheFirst) {
     server.verify();
 }
 
-TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNothingBehind) {
+TEST_F(ProxyProcess, AServerThatExitsAtOnceLeavesNoProcess) {
     server.exit();
     server.arm();
-    // Whether it was still seen in the process list is its luck.
+    // Whether it is found in the process list depends on timing.
     EXPECT_THAT(constructOnce(), AnyOf("failed to connect to server", "failed to start server"));
 }
 
 TEST_F(ProxyProcess, NoServerProgramAtAllEndsAtTheConnection) {
     const test_support::TemporaryFolder empty;
     const ScopedVariable folder("COMMON_HELIX", empty.path.string());
-    // A server that somebody else runs on this machine is seen, and then it ends at the start already.
+    // A server of another user on this machine may be found; then it ends at the start already.
     EXPECT_THAT(constructOnce(), AnyOf("failed to connect to server", "failed to start server"));
     EXPECT_EQ(server.report(), "");
 }
@@ -315,8 +315,8 @@ TEST_F(ProxyProcess, AServersFolderThatIsNotThereFailsAndTheDirectoryStays) {
 }
 
 TEST_F(ProxyProcess, APortThatSomebodyElseHoldsEndsInAStatedText) {
-    // The server cannot have the port and ends. Where it was seen before that, the connection reaches whoever holds
-    // the port, who hangs up; where it was not, the next port is good.
+    // The server cannot open the port and ends. If it was found before, the connection reaches the holder of the port,
+    // which closes it; otherwise the next port works.
     uSocket holder;
     ASSERT_EQ(holder.listen(static_cast<std::uint16_t>(firstPort)), uSocket::done);
     std::atomic<bool> done{false};
@@ -338,7 +338,7 @@ TEST_F(ProxyProcess, TheTimerDoesNotPoll) {
     server.greet().expect("$s#00").send(reply());
     server.arm();
     ASSERT_NO_FATAL_FAILURE(make());
-    uThread::sleep(6500); // beyond the delay of the timer's entry and an interval
+    uThread::sleep(6500); // longer than the delay of the timer's entry and an interval
     proxy->start();
     proxy.reset();
     server.verify();

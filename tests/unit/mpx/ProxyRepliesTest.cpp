@@ -1,4 +1,4 @@
-// How replies are taken apart, good and bad ones.
+// Parsing of replies, valid and invalid ones.
 
 #include "mpx/MpxEcomServer/EcomWire.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
@@ -65,11 +65,11 @@ TEST_F(ProxyReplies, ALatenessIsOverWithTheNextReplyEvenWhereThatFails) {
     openChannel();
     EXPECT_EQ(startAnswered("$OK#"), "");
     EXPECT_EQ(startAnswered("$cb#00"), "invalid rsp callback responseinvalid rsp response");
-    // These two are garbage and nothing that was still to come.
+    // These two are garbage, not late characters.
     EXPECT_EQ(startAnswered("00$OK#00"), "invalid rsp response");
 }
 
-TEST_F(ProxyReplies, ChecksumCharactersThatComeLateAreDroppedAheadOfTheNextReply) {
+TEST_F(ProxyReplies, LateChecksumCharactersAreRemovedBeforeTheNextReply) {
     for (const char* late : {"00", "0", "ff", "#0"}) {
         const std::string behind(late);
         const std::string before = behind.size() == 2 ? "" : "0";
@@ -135,7 +135,7 @@ TEST_F(ProxyReplies, ASecondOpenWithAnotherCallbackIsRefusedAndTheFirstOneStays)
 }
 
 TEST_F(ProxyReplies, ARecordThatClaimsAllBytesLeftIsDeliveredAndLeavesNoReply) {
-    // The end mark and its two characters are bytes like others to a record.
+    // To a record the end mark and its two characters are ordinary bytes.
     openChannel();
     EXPECT_EQ(startAnswered("$cb" + word(7778) + word(3) + "#00"), "invalid rsp response");
     EXPECT_EQ(startAnswered("$cb" + word(7778) + word(6) + "abc#00"), "invalid rsp response");
@@ -173,7 +173,7 @@ TEST_F(ProxyReplies, AfterCloseAChannelMayBeOpenedAgain) {
     openChannel();
 }
 
-TEST_F(ProxyReplies, RecordsInFrontOfTheOpeningReplyAreDelivered) {
+TEST_F(ProxyReplies, RecordsBeforeTheOpeningReplyAreDelivered) {
     script->expect(frames::request('o', word(1) + word(0))).give(reply({}, statusRecord(5)));
     proxy->openChannel(1, 0, &callback);
     EXPECT_THAT(callback.calls, ElementsAre("status 5"));
@@ -193,7 +193,7 @@ TEST_F(ProxyReplies, ExceptionMarkerWithoutText) {
 
 TEST_F(ProxyReplies, GarbageAndRepliesToNothingKnown) {
     EXPECT_EQ(startAnswered("hello#00"), "invalid rsp response");
-    // What is left of it is never cleared away.
+    // Its rest is never removed.
     EXPECT_EQ(failureOf([this] {
                   script->expect("$s#00");
                   proxy->start();
@@ -223,7 +223,7 @@ TEST_F(ProxyReplies, UpperCaseErrIsAnErrorMarkerWithATail) {
     EXPECT_EQ(startAnswered("$Err#00"), "internal rsp error");
 }
 
-TEST_F(ProxyReplies, APayloadThatNobodyAskedForIsNoEnd) {
+TEST_F(ProxyReplies, AnUnrequestedPayloadIsNoEnd) {
     EXPECT_EQ(startAnswered(reply(word(1))), "invald rsp final response");
 }
 
@@ -283,13 +283,13 @@ TEST_F(ProxyReplies, ARecordOfUnknownTypeRunsTwoTextsTogether) {
     EXPECT_TRUE(callback.calls.empty());
 }
 
-TEST_F(ProxyReplies, BehindABareRecordOfUnknownTypeTheScanGoesOn) {
+TEST_F(ProxyReplies, AfterABareRecordOfUnknownTypeTheScanContinues) {
     openChannel();
     EXPECT_EQ(startAnswered("$cb" + word(1) + statusRecord(8) + "$OK#00"), "invalid rsp callback response");
     EXPECT_THAT(callback.calls, ElementsAre("status 8"));
 }
 
-TEST_F(ProxyReplies, AnUnknownRecordInFrontOfAServersTextRunsBothTogether) {
+TEST_F(ProxyReplies, AnUnknownRecordBeforeAServersTextJoinsBothTexts) {
     openChannel();
     EXPECT_EQ(startAnswered("$cb" + word(1) + "$errno power#00"), "invalid rsp callback responseno power");
 }
@@ -304,7 +304,7 @@ TEST_F(ProxyReplies, RecordsCutAtEveryByteEndInTheStatedTexts) {
             cutProxy.openChannel(0, 0, &callback);
             own->expect("$s#00").give(record.substr(0, cut) + "#");
             const std::string text = failureOf([&] { cutProxy.start(); });
-            // The end mark is taken for the missing byte where only one is missing; nothing follows it then.
+            // When only one byte is missing, the end mark is used for it; nothing follows it then.
             EXPECT_THAT(text,
                         testing::AnyOf("invalid rsp callback responseinvalid rsp response", "invalid rsp response"))
                 << cut;
@@ -332,7 +332,7 @@ TEST_F(ProxyReplies, SizesThatNoReplyCanHoldAreShortRecords) {
 
 TEST_F(ProxyReplies, AnEscapeAsTheLastByteOfARecordStaysInsideTheStorage) {
     openChannel();
-    // The end mark satisfies the wait for a whole reply; the escape behind it is all that is left for the record.
+    // The end mark ends the wait for a complete reply; only the escape after it is left for the record.
     EXPECT_EQ(startAnswered("$cb" + word(7780) + "#}"), "invalid rsp callback responseinvalid rsp response");
 }
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* image = "mpx_ecom_server.exe";
 
-// Processes on paper, with a clock that only sleeps move.
+// Simulated processes, with a clock that only sleeps advance.
 class PaperProcesses : public ProcessAccess {
 public:
     std::uint32_t start(const char* name, const char* arguments) override {
@@ -41,9 +41,9 @@ public:
     void terminate(std::uint32_t id) noexcept override { terminated.push_back(id); }
     void sleep(std::uint32_t ms) override { clockMs += ms; }
 
-    std::vector<std::uint32_t> startedIds; // what each start gives; empty: every start fails
+    std::vector<std::uint32_t> startedIds; // result of each start; empty: every start fails
     std::uint32_t anyRunning = 0;          // id of a process of the image that others have started
-    std::uint32_t seenId = 0;              // the one started process that can be seen
+    std::uint32_t seenId = 0;              // the one started process that is found
     std::uint32_t seenFromMs = 0;
     bool findThrows = false; // no memory for the list
 
@@ -73,7 +73,7 @@ TEST(ServerStart, AProcessThatAppearsLateIsWaitedFor) {
     PaperProcesses processes;
     processes.startedIds = {321, 322};
     processes.seenId = 321;
-    processes.seenFromMs = 4900; // the last look
+    processes.seenFromMs = 4900; // the last search
     const StartedServer server = startServer(processes, 55760);
     EXPECT_EQ(server.id, 321u);
     EXPECT_EQ(processes.looks, 50u);

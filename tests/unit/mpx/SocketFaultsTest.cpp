@@ -1,4 +1,4 @@
-// Each operation over real sockets, with a server on a thread that does what the test says.
+// Each operation over real sockets, with a scripted server on a thread.
 
 #include "link/GdbTcpipIo.h"
 #include "tests/support/failure/FailureText.h"
@@ -32,8 +32,8 @@ protected:
 
     SocketFaults() { EXPECT_EQ(listener.listen(0), uSocket::done); }
 
-    // Makes a proxy, with an open channel where the operation needs one. The server reads so many bytes of the
-    // operation's request and then does its part.
+    // Constructs a proxy, with an open channel if the operation needs one. The server reads a number of bytes of the
+    // operation's request and then runs its part.
     void serve(const Operation& operation, const Part& part, std::size_t toRead = std::string::npos) {
         const std::uint32_t port = listener.localPort();
         auto io = std::make_unique<MPX_GDB_AGENT::GdbTcpipIo>(port);
@@ -66,7 +66,7 @@ protected:
         return failureText([this] { proxy->stop(); });
     }
 
-    // Each case ends in this.
+    // The end of each case.
     void end() {
         proxy.reset();
         server.join();
@@ -106,7 +106,7 @@ TEST_F(SocketFaults, AServerThatEndsAtAnyByteOfAReplyLosesTheTalk) {
 TEST_F(SocketFaults, AServerThatEndsWithoutReadingTheRequestLosesTheTalk) {
     for (const Operation& operation : operations()) {
         SCOPED_TRACE(operation.name);
-        // Bytes that nobody has read make an end that is not an orderly one.
+        // Closing with unread bytes resets the connection.
         ASSERT_NO_FATAL_FAILURE(serve(operation, [](TalkPeer& peer) { peer.close(); }, 2));
         EXPECT_EQ(run(operation), leaving(operation, lost));
         EXPECT_EQ(stop(), unwritten);
@@ -114,7 +114,7 @@ TEST_F(SocketFaults, AServerThatEndsWithoutReadingTheRequestLosesTheTalk) {
     }
 }
 
-TEST_F(SocketFaults, AServerThatEndsRightBehindTheReplyIsMissedByTheNextRequest) {
+TEST_F(SocketFaults, AServerThatEndsRightAfterTheReplyIsMissedByTheNextRequest) {
     for (const Operation& operation : operations()) {
         SCOPED_TRACE(operation.name);
         ASSERT_NO_FATAL_FAILURE(serve(operation, [&](TalkPeer& peer) {
@@ -170,7 +170,7 @@ TEST_F(SocketFaults, RepliesInSinglesWithCheckCharactersLateOrNever) {
             ASSERT_NO_FATAL_FAILURE(serve(operation, [&](TalkPeer& peer) {
                 peer.writeInSingles(whole.substr(0, whole.size() - 2));
                 uThread::sleep(2);
-                peer.writeInSingles(late); // on their own, ahead of the next request or behind it
+                peer.writeInSingles(late); // separately, before or after the next request
                 EXPECT_EQ(peer.read(5), "$S#00");
                 peer.writeInSingles(reply());
                 EXPECT_EQ(peer.read(5), "$x#00");
@@ -207,7 +207,7 @@ TEST_F(SocketFaults, CheckCharactersFiftyMillisecondsLate) {
     end();
 }
 
-TEST_F(SocketFaults, RecordsPassInFrontOfTheReplyThatOpensTheChannel) {
+TEST_F(SocketFaults, RecordsPassBeforeTheReplyThatOpensTheChannel) {
     const Operation& open = operations()[4];
     ASSERT_TRUE(open.opensTheChannel());
     const std::string large(100000, '}');

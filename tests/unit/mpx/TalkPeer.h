@@ -13,7 +13,7 @@ class TalkPeer {
 public:
     explicit TalkPeer(std::unique_ptr<VX_QRS::uSocket> accepted) : socket(std::move(accepted)) {}
 
-    /// Reads so many bytes; fewer when the client ends.
+    /// Reads `size` bytes; fewer when the client closes.
     std::string read(std::size_t size) {
         std::string bytes(size, '\0');
         std::uint32_t have = 0;
@@ -30,7 +30,7 @@ public:
         return bytes;
     }
 
-    /// All that comes until the client ends.
+    /// All bytes until the client closes.
     std::string readToTheEnd() {
         std::string all;
         for (std::string part = read(1); !part.empty(); part = read(1)) {
@@ -57,7 +57,7 @@ public:
         }
     }
 
-    /// Whether nothing has come and the connection stands.
+    /// Whether no byte has arrived and the connection is open.
     bool isSilent() { return !socket->waitReadable(0); }
     void close() { socket->close(); }
 

@@ -1,4 +1,4 @@
-// The wait for the version, of a server's process that may have ended while something else holds its port.
+// The wait for the version of a server process that may have ended while another program holds its port.
 
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
 #include "tests/support/failure/FailureText.h"
