@@ -1,3 +1,4 @@
+#include "common/source/source_utilities/OutputFile.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uString.h"
 #include "pinmap/PinAssignment.h"
@@ -10,7 +11,6 @@
 #include "rcvr/SettingsFile.h"
 
 #include <algorithm>
-#include <cstdio>
 
 // From a settings file to a calibrated channel.
 
@@ -18,6 +18,7 @@ namespace Vx::Qrs::Trace::OrvRcvr {
 
 using VX_QRS::logEntry;
 using VX_QRS::logMessage;
+using VX_QRS::OutputFile;
 using VX_QRS::uEnvironment;
 using VX_QRS::uString;
 
@@ -29,38 +30,11 @@ namespace {
     throwError(channelDriverUnit, eFailed, text, location);
 }
 
-// A text file that is closed on every way out.
-class TextFile {
-public:
-    TextFile(const char* path, const char* mode) : file(path != nullptr ? std::fopen(path, mode) : nullptr) {
-        if (file == nullptr) {
-            throwError(channelDriverUnit, eBadFile);
-        }
+void requireFile(bool succeeded) {
+    if (!succeeded) {
+        throwError(channelDriverUnit, eBadFile);
     }
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
-    ~TextFile() {
-        if (file != nullptr) {
-            std::fclose(file);
-        }
-    }
-    void write(const std::string& text) {
-        if (std::fwrite(text.data(), 1, text.size(), file) != text.size()) {
-            throwError(channelDriverUnit, eBadFile);
-        }
-    }
-    // A full disk may show here only.
-    void close() {
-        std::FILE* closing = file;
-        file = nullptr;
-        if (std::fclose(closing) != 0) {
-            throwError(channelDriverUnit, eBadFile);
-        }
-    }
-
-private:
-    std::FILE* file;
-};
+}
 
 const char* kindForClass(unsigned traceClass) {
     switch (traceClass) {
@@ -165,7 +139,8 @@ void ChannelDriver::findPins(TracePinMapper& mapper, unsigned traceClass, Channe
         local.transmitter = kindForClass(traceClass);
     }
 
-    const PinRequests requests{{cpuName, PinRequest{local.transmitter, local.numPins, true}}};
+    const PinRequests requests{
+        {cpuName, PinRequest{.kind = local.transmitter, .dataPins = local.numPins, .exact = true}}};
     PinGrants grants;
     std::string pinoutName;
     if (!mapper.findPinMapWithin(grants, pinoutName, requests, {}, allEmulationPins())) {
@@ -189,7 +164,7 @@ void ChannelDriver::checkPins(TracePinMapper& mapper, const ChannelSettings& loc
         }
     }
     const auto dataPins = static_cast<std::uint32_t>(mapPins.size() - 1);
-    const PinRequests requests{{cpuName, PinRequest{local.transmitter, dataPins, true}}};
+    const PinRequests requests{{cpuName, PinRequest{.kind = local.transmitter, .dataPins = dataPins, .exact = true}}};
     PinGrants grants;
     std::string pinoutName;
     if (!mapper.findPinMapWithin(grants, pinoutName, requests, excluded, allEmulationPins())) {
@@ -200,7 +175,9 @@ void ChannelDriver::checkPins(TracePinMapper& mapper, const ChannelSettings& loc
 
 void ChannelDriver::writePropertiesFile(const char* propsPath, const std::string& channelSection) {
     const bool first = channelIndex() == 0;
-    TextFile file(propsPath, first ? "w" : "a");
+    OutputFile file(propsPath != nullptr ? propsPath : "",
+                    first ? OutputFile::Mode::text : OutputFile::Mode::appendedText);
+    requireFile(file.isOpen());
     if (first) {
         const std::string unitName = deviceText(*receiver, cpuName, IPartIdentifier::eUnitName);
         if (unitName.empty()) {
@@ -212,10 +189,10 @@ void ChannelDriver::writePropertiesFile(const char* propsPath, const std::string
         if (portText.empty()) {
             throwError(channelDriverUnit, eFailed, "failed to lookup orv port for" + cpuName);
         }
-        file.write(globalSectionText(unitName, port));
+        requireFile(file.write(globalSectionText(unitName, port)));
     }
-    file.write(channelSection);
-    file.close();
+    requireFile(file.write(channelSection));
+    requireFile(file.close());
 }
 
 } // namespace Vx::Qrs::Trace::OrvRcvr

@@ -5,6 +5,7 @@
 #include "client/frontend/ChannelLog.h"
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
+#include "common/source/source_utilities/OutputFile.h"
 #include "common/source/source_utilities/uLog.h"
 
 #include <array>
@@ -20,12 +21,10 @@ namespace {
 constexpr std::uint32_t longestDelay = 31;
 
 void writeCacheFile(const std::string& path, const std::string& pinMap) {
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    if (file == nullptr) {
-        fail(frontEndUnit, eFILE, path);
-    }
-    const bool written = std::fprintf(file, "%s\n", pinMap.c_str()) >= 0;
-    if (std::fclose(file) != 0 || !written) {
+    OutputFile file(path, OutputFile::Mode::text);
+    file.write(pinMap);
+    file.write("\n");
+    if (!file.close()) {
         fail(frontEndUnit, eFILE, path);
     }
 }

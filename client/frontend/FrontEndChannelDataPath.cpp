@@ -51,8 +51,8 @@ void FrontEndChannel_1::sync() {
 
 bool FrontEndChannel_1::openDataFile() {
     const std::string path = settings.file + ".bin";
-    control.dataFile = std::fopen(path.c_str(), "wb");
-    if (control.dataFile == nullptr) {
+    control.dataFile = OutputFile(path, OutputFile::Mode::binary);
+    if (!control.dataFile.isOpen()) {
         control.dataFileRefused = true;
         signalStop(Failed, ("failed to open " + path).c_str());
         logStepError(here(), "failed to open thread data file %s", path.c_str());
@@ -72,17 +72,16 @@ bool FrontEndChannel_1::openDataFileGuarded() {
 }
 
 void FrontEndChannel_1::closeDataFile() {
-    if (control.dataFile == nullptr) {
+    if (!control.dataFile.isOpen()) {
         return;
     }
-    std::fflush(control.dataFile);
-    std::fclose(control.dataFile);
+    control.dataFile.flush();
+    control.dataFile.close();
     logStep(here(), "closed data file");
-    control.dataFile = nullptr;
 }
 
 void FrontEndChannel_1::onData(const void* data, std::uint32_t size) {
-    if (control.dataFile == nullptr || size > counters.bytesPending) {
+    if (!control.dataFile.isOpen() || size > counters.bytesPending) {
         const std::string text =
             "software error : data received from orv before host storage was ready : " + std::to_string(size) +
             " bytes of data lost";
@@ -95,7 +94,7 @@ void FrontEndChannel_1::onData(const void* data, std::uint32_t size) {
     logStep(here(), "writing %u bytes, %u pending, %u total", size, counters.bytesPending, counters.bytesTotal);
     // A full disk is not looked for here: the upload has to come to its end all the same, or the unit stays blocked.
     if (size != 0) {
-        std::fwrite(data, 1, size, control.dataFile);
+        control.dataFile.write(data, size);
     }
     publishCounters();
 }

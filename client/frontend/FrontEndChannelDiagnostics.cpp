@@ -3,6 +3,7 @@
 #include "client/frontend/ChannelLog.h"
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
+#include "common/source/source_utilities/OutputFile.h"
 #include "common/source/source_utilities/PrintfChecked.h"
 #include "common/source/source_utilities/uString.h"
 
@@ -21,40 +22,25 @@ namespace {
 
 constexpr std::array deletedSuffixes{".bin", ".ver", ".cap.txt", ".reg.txt", ".cal.txt", ".trg.txt"};
 
-/// A text file under construction. What cannot be written completely counts as not written.
+/// Fails with eFILE unless the file is opened and written completely.
 class TextFile {
 public:
-    explicit TextFile(const std::string& fullPath) : path(fullPath), file(std::fopen(path.c_str(), "w")) {
-        if (file == nullptr) {
-            fail(frontEndUnit, eFILE, path);
-        }
+    explicit TextFile(const std::string& fullPath) : path(fullPath), file(path, OutputFile::Mode::text) {
+        require(file.isOpen());
     }
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
-    ~TextFile() { close(); }
-
-    void write(const std::string& text) {
-        if (std::fwrite(text.data(), 1, text.size(), file) != text.size()) {
-            complete = false;
-        }
-    }
-    bool close() {
-        if (file != nullptr && std::fclose(file) != 0) {
-            complete = false;
-        }
-        file = nullptr;
-        return complete;
-    }
-    void finish() {
-        if (!close()) {
-            fail(frontEndUnit, eFILE, path);
-        }
-    }
+    void write(const std::string& text) { file.write(text); }
+    bool close() { return file.close(); }
+    void finish() { require(close()); }
 
 private:
+    void require(bool succeeded) const {
+        if (!succeeded) {
+            fail(frontEndUnit, eFILE, path);
+        }
+    }
+
     std::string path;
-    std::FILE* file;
-    bool complete = true;
+    OutputFile file;
 };
 
 /// Appends; for lines without texts of the user's.

@@ -140,7 +140,7 @@ void FrontEndChannel_1::start(bool) {
         internalStart(settings.orvBufSize, settings.orvBufMode, settings.testPattern.c_str(), true, true, false);
         logStep(here(), "starting collection thread");
         // Opened before the thread runs, so that no reader finds the earlier recording once start has returned.
-        if (control.dataFile == nullptr) {
+        if (!control.dataFile.isOpen()) {
             openDataFile();
         }
     } catch (...) {
@@ -322,7 +322,7 @@ void FrontEndChannel_1::run() {
 void FrontEndChannel_1::controlLoop() {
     entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::run");
     Run run;
-    if (control.dataFile == nullptr) {
+    if (!control.dataFile.isOpen()) {
         // The lock is not taken: a thread that keeps it must not keep an old file in place.
         run.settled = control.dataFileRefused || !openDataFileGuarded();
     }

@@ -31,8 +31,8 @@ void FrontEndChannel_1::verifyCal() {
         internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(), true, true, false);
     }
     const std::string path = settings.file + ".ver";
-    control.dataFile = std::fopen(path.c_str(), "wb");
-    if (control.dataFile == nullptr) {
+    control.dataFile = OutputFile(path, OutputFile::Mode::binary);
+    if (!control.dataFile.isOpen()) {
         fail(frontEndUnit, eFILE, path);
     }
     logStep(here(), "opened data file %s", path.c_str());
@@ -73,9 +73,8 @@ void FrontEndChannel_1::verifyCal() {
         }
     } catch (...) {
         control.verifyTimeoutTicks = 0;
-        if (control.dataFile != nullptr) {
-            std::fclose(control.dataFile);
-            control.dataFile = nullptr;
+        if (control.dataFile.isOpen()) {
+            control.dataFile.close();
             logStep(here(), "closed data file");
         }
         throw;

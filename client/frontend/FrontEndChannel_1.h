@@ -6,6 +6,7 @@
 #include "client/analysis/Metrics.h"
 #include "client/frontend/FrontEnd_1.h"
 #include "client/frontend/Registers.h"
+#include "common/source/source_utilities/OutputFile.h"
 #include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/SourceLocation.h"
 #include "common/source/source_utilities/uMutex.h"
@@ -17,7 +18,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <span>
 #include <string>
@@ -286,7 +286,7 @@ private:
         std::size_t nextPublished = 0;
         std::atomic<const char*> publishedError{""};
         std::atomic<std::uint32_t> verifyTimeoutTicks{0}; ///< passes; 0 for no limit
-        std::FILE* dataFile = nullptr; ///< open from the start of a recording or a verification to the end of run
+        OutputFile dataFile; ///< open from the start of a recording or a verification to the end of run
     };
 
     Settings settings;

@@ -13,12 +13,11 @@ namespace {
 class DataPathTest : public ChannelTest {
 protected:
     void openFile() {
-        inside().control().dataFile = std::fopen(binPath().c_str(), "wb");
-        ASSERT_NE(inside().control().dataFile, nullptr);
+        inside().control().dataFile = VX_QRS::OutputFile(binPath(), VX_QRS::OutputFile::Mode::binary);
+        ASSERT_TRUE(inside().control().dataFile.isOpen());
     }
     std::string written() {
-        std::fclose(inside().control().dataFile);
-        inside().control().dataFile = nullptr;
+        inside().control().dataFile.close();
         return readText(binPath());
     }
 };

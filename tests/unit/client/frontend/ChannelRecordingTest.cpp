@@ -118,7 +118,7 @@ TEST_F(RecordingTest, StopWithoutDataEndsAtOnceAndLeavesTheFileEmpty) {
     EXPECT_EQ(log.steps().back(), "closed data file");
     EXPECT_TRUE(status().threadDone);
     EXPECT_FALSE(status().hasError);
-    EXPECT_EQ(inside().control().dataFile, nullptr);
+    EXPECT_FALSE(inside().control().dataFile.isOpen());
 }
 
 TEST_F(RecordingTest, FullBufferInStopModeEndsInIdleAndUploads) {
@@ -462,12 +462,12 @@ TEST_F(RecordingTest, TicksCountAnewFromTheStop) {
 TEST_F(RecordingTest, FileThatIsOpenAlreadyIsUsedAndClosed) {
     begin();
     const std::string path = stem + ".ver";
-    inside().control().dataFile = std::fopen(path.c_str(), "wb");
+    inside().control().dataFile = VX_QRS::OutputFile(path, VX_QRS::OutputFile::Mode::binary);
     model.setRecorded(someBytes(16384));
     runAndStop();
     EXPECT_EQ(readText(path).size(), 16384u);
     EXPECT_FALSE(exists(binPath()));
-    EXPECT_EQ(inside().control().dataFile, nullptr);
+    EXPECT_FALSE(inside().control().dataFile.isOpen());
 }
 
 // ---- margins ----

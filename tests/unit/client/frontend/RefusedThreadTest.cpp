@@ -24,7 +24,7 @@ TEST_F(ThreadShortage, NoneEscapesTheThreadsBodyAndTheThreadIsDoneInTheEnd) {
             refused = memoryWasRefused();
             waits.hook = {};
             EXPECT_TRUE(status().threadDone) << nth;
-            EXPECT_EQ(inside().control().dataFile, nullptr) << nth;
+            EXPECT_FALSE(inside().control().dataFile.isOpen()) << nth;
         }
     }
 }
