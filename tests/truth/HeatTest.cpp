@@ -48,7 +48,7 @@ Ending recordWatched(const bench::Scenario& scenario, const char* ovsMargin) {
     rig.channel->calibrate();
     const std::uint64_t begin = rig.time.now;
     rig.inside().internalStart(0x8000000, "stop", "none", true, true, false);
-    rig.inside().control().dataFile = std::fopen((rig.stem + ".bin").c_str(), "wb");
+    rig.inside().control().dataFile = VX_QRS::OutputFile(rig.stem + ".bin", VX_QRS::OutputFile::Mode::binary);
     rig.channel->run();
     Ending ending;
     ending.error = rig.inside().control().errorText;

@@ -56,7 +56,7 @@ std::optional<std::string> BenchRig::recordPattern(std::uint32_t bytes) {
     ChannelInspector in = inside();
     try {
         in.internalStart(bytes, "stop", "verification", true, true, false);
-        in.control().dataFile = std::fopen(path.c_str(), "wb");
+        in.control().dataFile = VX_QRS::OutputFile(path, VX_QRS::OutputFile::Mode::binary);
         channel->run();
         if (in.control().hasError) {
             return in.control().errorText;

@@ -64,7 +64,7 @@ TEST_F(VerificationTest, ARecordingThatComesBackAsSentPasses) {
                                      "transmitter shutdown", "stop"));
     EXPECT_EQ(state(), Idle);
     EXPECT_EQ(inside().control().verifyTimeoutTicks, 0U);
-    EXPECT_EQ(inside().control().dataFile, nullptr);
+    EXPECT_FALSE(inside().control().dataFile.isOpen());
     EXPECT_THAT(log.steps(), Contains("opened data file " + stem + ".ver"));
     EXPECT_THAT(log.steps(), Contains("closed data file"));
     EXPECT_EQ(model.written(0x08008050).back() & 0x100, 0U);
@@ -161,7 +161,7 @@ TEST_F(VerificationTest, ABufferThatNeverFillsEndsInATimeout) {
     expectFailure([&] { inside().verifyCal(); }, eCALIBRATE, "timeout during calibration verification");
     EXPECT_EQ(waits.sleeps, 102U); // ticks 0 to 101, one pass each
     EXPECT_EQ(inside().control().verifyTimeoutTicks, 0U);
-    EXPECT_EQ(inside().control().dataFile, nullptr);
+    EXPECT_FALSE(inside().control().dataFile.isOpen());
     EXPECT_THAT(model.log(), testing::Not(Contains("stop"))); // this way out leaves unit and transmitter alone
 }
 
@@ -213,7 +213,7 @@ TEST_F(VerificationTest, ARecordingThatBreaksOffLeavesNoOpenFile) {
         // How it is reported is not what is looked at here.
     }
     waits.hook = {};
-    EXPECT_EQ(inside().control().dataFile, nullptr);
+    EXPECT_FALSE(inside().control().dataFile.isOpen());
     EXPECT_EQ(inside().control().verifyTimeoutTicks, 0U);
     EXPECT_THAT(log.steps(), Contains("closed data file"));
 }

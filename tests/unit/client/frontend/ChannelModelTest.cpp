@@ -153,7 +153,7 @@ protected:
         expected.threadAlive = false;
         EXPECT_EQ(status().bytesTotal, expected.data.size());
         EXPECT_TRUE(readText(binPath()) == expected.data);
-        EXPECT_EQ(inside().control().dataFile, nullptr);
+        EXPECT_FALSE(inside().control().dataFile.isOpen());
     }
 
     void apply() {
@@ -214,7 +214,7 @@ protected:
         EXPECT_TRUE(now.state != Failed || now.hasError) << "a failure has a reason";
         EXPECT_EQ(now.hasError, *now.errorText != '\0');
         EXPECT_EQ(now.progress, now.state == Recording ? 1.0 : 0.0);
-        EXPECT_TRUE(!now.threadDone || inside().control().dataFile == nullptr);
+        EXPECT_TRUE(!now.threadDone || !inside().control().dataFile.isOpen());
         EXPECT_EQ(inside().control().verifyTimeoutTicks, 0u);
         EXPECT_EQ(get("archive"), std::to_string(expected.archive));
         if (!expected.threadAlive && expected.starts != 0) {
