@@ -20,7 +20,7 @@ class RandomFiles : public testing::Test {
 protected:
     static int count() {
         const char* wanted = std::getenv("ORV_RANDOM_FILES");
-        return wanted != nullptr ? std::atoi(wanted) : 1500;
+        return wanted != nullptr ? std::atoi(wanted) : 1500 / ORV_RANDOM_SHARE;
     }
 
     std::size_t below(std::size_t limit) { return std::uniform_int_distribution<std::size_t>(0, limit - 1)(random); }

@@ -104,7 +104,7 @@ TEST(Escape, EveryPositionInABlockIsTreatedAlike) {
 
 TEST(Escape, RandomBytesMatchTheByteByByteReference) {
     std::mt19937 generator(20240229);
-    for (int round = 0; round < 4000; ++round) {
+    for (int round = 0; round < 4000 / ORV_RANDOM_SHARE; ++round) {
         const Bytes plain = randomBytes(generator, generator() % 300, round % 2 == 0);
         const Bytes raw = escaped(plain);
         ASSERT_EQ(raw, escapedSlowly(plain)) << "round " << round;
@@ -114,7 +114,7 @@ TEST(Escape, RandomBytesMatchTheByteByByteReference) {
 
 TEST(Escape, NothingIsWrittenPastTheResult) {
     std::mt19937 generator(7);
-    for (int round = 0; round < 2000; ++round) {
+    for (int round = 0; round < 2000 / ORV_RANDOM_SHARE; ++round) {
         const Bytes plain = randomBytes(generator, generator() % 100, round % 2 == 0);
         Bytes out(2 * plain.size(), 0xEE);
         const std::size_t written = escapeBytes(plain, out.data());
@@ -126,7 +126,7 @@ TEST(Escape, NothingIsWrittenPastTheResult) {
 
 TEST(Unescape, RandomBytesAndSizesMatchTheByteByByteReference) {
     std::mt19937 generator(4711);
-    for (int round = 0; round < 8000; ++round) {
+    for (int round = 0; round < 8000 / ORV_RANDOM_SHARE; ++round) {
         const Bytes raw = randomBytes(generator, generator() % 200, round % 2 == 0);
         const std::size_t wanted = generator() % 220;
         const Result fast = unescaped(raw, wanted);
@@ -227,7 +227,7 @@ TEST(Escape, EveryAlignmentMatchesTheReference) {
 
 TEST(Escape, LongStretchesWithAndWithoutEscapesFollowEachOther) {
     std::mt19937 generator(103);
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 200 / ORV_RANDOM_SHARE; ++round) {
         Bytes plain;
         while (plain.size() < 20000) {
             const auto mix = static_cast<Mix>(generator() % 5);
@@ -255,7 +255,7 @@ TEST(Unescape, EscapeBytesInARowMatchTheReferenceWhereverTheyStand) {
 
 TEST(Unescape, AnyBytesAndSizesMatchTheReferenceOverLongStretches) {
     std::mt19937 generator(107);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 3000 / ORV_RANDOM_SHARE; ++round) {
         Bytes raw;
         while (raw.size() < 1500) {
             const auto mix = static_cast<Mix>(generator() % 5);

@@ -261,7 +261,7 @@ TEST_F(PinMapFile, OfAnyBytesGivesPinsOrTheStatedError) {
     using namespace std::string_literals;
     const std::string alphabet = "ptiu=;,,0123x \n\r\t[]#\0\xff"s;
     int good = 0;
-    for (int round = 0; round < RCVR_TEST_RANDOM_FILES; ++round) {
+    for (int round = 0; round < ORV_RANDOM_FILES; ++round) {
         std::string text = random() % 2 != 0 ? "a=pti=1,2" : "";
         for (auto length = random() % 60; length != 0; --length) {
             text += alphabet[random() % alphabet.size()];
@@ -275,7 +275,7 @@ TEST_F(PinMapFile, OfAnyBytesGivesPinsOrTheStatedError) {
             ASSERT_EQ(failure, "Invalid or corrupted pin map file " + path + ".");
         }
     }
-    EXPECT_GT(good, RCVR_TEST_RANDOM_FILES / 20);
+    EXPECT_GT(good, ORV_RANDOM_FILES / 20);
 }
 
 } // namespace
