@@ -37,7 +37,7 @@ Bits laneBits(const Verification& recording, std::size_t dataPins, std::size_t l
 /// five words and a quarter of one, ones for half a word, zeros for a quarter.
 std::vector<std::size_t> anchorsOf(const Bits& bits, std::size_t dataPins) {
     const std::size_t quarter = slotsOf(dataPins) / 4;
-    const std::size_t zeros = syncZeros * slotsOf(dataPins) + quarter;
+    const std::size_t zeros = limits::syncZeros * slotsOf(dataPins) + quarter;
     std::vector<std::size_t> anchors;
     std::size_t run = 0;
     for (std::size_t at = 0; at + 3 * quarter <= bits.size(); ++at) {
@@ -115,10 +115,10 @@ std::vector<ContentSlot> slotsBetween(const std::vector<std::size_t>& anchors, s
     const std::size_t slots = slotsOf(dataPins);
     const std::size_t usual = mostFrequent(distances, std::size_t{0});
     std::vector<ContentSlot> content;
-    if (usual <= syncWords * slots) {
+    if (usual <= limits::syncLength * slots) {
         return content;
     }
-    const std::size_t length = usual - syncWords * slots;
+    const std::size_t length = usual - limits::syncLength * slots;
     for (std::size_t i = 0; i + 1 < anchors.size(); ++i) {
         if (anchors[i + 1] - anchors[i] != usual) {
             continue;
@@ -280,12 +280,8 @@ double shareOfSame(const Bits& one, const Bits& other) {
 } // namespace
 
 std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins, std::string_view sent) {
-    std::vector<Pattern> patterns = patternsFor(dataPins);
-    const auto known =
-        std::find_if(patterns.begin(), patterns.end(), [&](const Pattern& pattern) { return pattern.name == sent; });
-    if (known != patterns.end()) {
-        patterns = {*known};
-    }
+    const std::optional<Pattern> known = patternNamed(dataPins, sent);
+    const std::span<const Pattern> patterns = known ? std::span(&*known, 1) : patternsFor(dataPins);
     if (patterns.empty() || recording.words.empty()) {
         return std::nullopt;
     }
@@ -310,7 +306,7 @@ std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t d
         }
     }
     match.bits = anchoring.content.size();
-    match.tellsPinsApart = differsOnAllPins(bestBits);
+    match.distinguishesPins = differsOnAllPins(bestBits);
     for (std::size_t lane = 0; lane < dataPins; ++lane) {
         Lane result;
         result.carries = best.places[lane];

@@ -22,9 +22,9 @@ struct Lane {
 
 struct LaneMatch {
     std::string pattern;
-    std::vector<Lane> lanes;     ///< data pins, the one with the top bit first
-    std::size_t bits = 0;        ///< bits of each pin that were compared
-    bool tellsPinsApart = false; ///< false: the pattern is the same on some pins, so that a swap could not be seen
+    std::vector<Lane> lanes;        ///< data pins, the one with the top bit first
+    std::size_t bits = 0;           ///< bits of each pin that were compared
+    bool distinguishesPins = false; ///< false: the pattern is the same on some pins, so that a swap could not be seen
     /// Pins that carry the same bits throughout although the pattern differs on them.
     std::vector<std::pair<std::size_t, std::size_t>> identical;
 };

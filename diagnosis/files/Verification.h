@@ -30,18 +30,15 @@ struct Verification {
     std::vector<std::size_t> packetNumbers; ///< of the trace packets
 };
 
-/// What was looked for is as many packets.
-inline constexpr std::size_t verificationPackets = 512;
-
 /// Any bytes are a recording; a rest that is no whole packet is left out.
 Verification parseVerification(std::string_view bytes);
-/// Throws Failure (BadInput) when the file cannot be read. Takes the first `verificationPackets` packets.
+/// Throws Failure (BadInput) when the file cannot be read. Takes the first limits::verificationPackets packets.
 Verification readVerification(const std::filesystem::path& file);
 
 /// How well a recording holds a pattern, by the receiver's rules.
 struct PatternCheck {
     std::size_t dataWords = 0; ///< words of the pattern
-    std::size_t syncWordsSeen = 0, zeroWords = 0;
+    std::size_t syncWords = 0, zeroWords = 0;
     std::size_t errors = 0;
     std::vector<std::size_t> firstErrors; ///< places in Verification::words, the first few
     bool countsAddUp = true;              ///< "pti": enough pattern words, and every word is accounted for

@@ -7,9 +7,9 @@ namespace tree {
 namespace {
 
 const std::string fillsIn = "is filled into a message";
-const std::string inFront = "stands in front of messages";
-const std::string operation = "the name of an operation, in front of steps in the log";
-const std::string lookedFor = "is looked for in a message of the receiver";
+const std::string inFront = "is before messages";
+const std::string operation = "the name of an operation, before steps in the log";
+const std::string lookedFor = "is searched for in a message of the receiver";
 const std::string writes = "goes into a file that is no log";
 const std::string speaks = "goes to the data server's side connection";
 const std::string attribute = "the name of an attribute";
@@ -75,7 +75,12 @@ const std::vector<Exception>& piecesThatAreNoMessages() {
         {"invald rsp", lookedFor},
         {"invalid rsp", lookedFor},
         {"loading settings from", lookedFor},
-        {") failed freq", lookedFor},
+        {"failed freq", lookedFor},
+        {"trying freq", lookedFor},
+        {"not used :", lookedFor},
+        {"measured at", lookedFor},
+        {"sampling position", lookedFor},
+        {"exception programming transmitter to frequency setting", lookedFor},
         {"SetConfiguration std exception :", lookedFor},
         {"overwriting file with defaults", lookedFor},
         {"Failed to return CPU info", lookedFor},
@@ -124,9 +129,9 @@ const std::vector<Exception>& piecesThatAreNoMessages() {
         {"samples a clock period", heading},
         {"samples in its period", heading},
         {"kind of export", heading},
-        {"room around the clock's edge", heading},
-        {"delays that would do, 0 to 31", heading},
-        {"ahead / behind", heading},
+        {"margins around the clock's edge", heading},
+        {"delays that fit, 0 to 31", heading},
+        {"setup / hold margin", heading},
         {"ones / zeros", heading},
         {"filter / plateau / debounce", heading},
         {"fits best", heading},
@@ -150,12 +155,13 @@ const std::vector<Exception>& piecesThatAreNoMessages() {
         {"all pins together", title},
         {": eye from", title},
         {"changes, open for", title},
-        {"samples free ahead of the clock edge,", title},
-        {": right for delays from", title},
+        {": setup margin", title},
+        {", hold margin", title},
+        {": fits at delays from", title},
         {", set to", title},
         {"the burst of", title},
         {"at sample", title},
-        {"all pins from sample", title},
+        {"pins from sample", title},
         {", with a mark:", title},
         {"samples of", listing},
         {", with setting", listing},

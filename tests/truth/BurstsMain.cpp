@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-// Bursts to look at, one file for each step of an attempt; tools/draw-burst makes pictures of them.
+// Bursts to look at, one file for each step of an attempt; orvtrace burst --svg makes pictures of them.
 //
 //     truth_bursts FOLDER              four data pins with skews at 50 MHz, step by step
 //     truth_bursts FOLDER SEED         the files that the wiring of that seed leaves

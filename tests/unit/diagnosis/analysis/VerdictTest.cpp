@@ -32,7 +32,7 @@ Verdict judged(const DiagnosticSet& set) {
     return judge(set, set.attempts.front());
 }
 
-TEST(Verdict, AProofWithoutAFaultAccepts) {
+TEST(Verdict, AVerificationWithoutAFaultAccepts) {
     const DiagnosticSet set = soundSet();
     EXPECT_EQ(judged(set).outcome, Outcome::Accepted);
     EXPECT_EQ(calibrated(set, {judged(set)}), true);
@@ -49,7 +49,7 @@ TEST(Verdict, AWrongWordRefusesButNotForTpiu) {
     EXPECT_EQ(judged(set).outcome, Outcome::Accepted);
 }
 
-TEST(Verdict, AProofThatDidNotFillIsATimeout) {
+TEST(Verdict, AVerificationThatDidNotFillIsATimeout) {
     DiagnosticSet set = soundSet();
     set.attempts.front().verification = parseVerification(drawn::packets(framed, 100));
     EXPECT_EQ(judged(set).reason, Reason::Timeout);
@@ -78,26 +78,26 @@ TEST(Verdict, TooLittleMarginRefusesWithTheReceiversNumbers) {
     set.attempts.front().cal = parseCalFile(drawn::report({{6, 6}, {3, 6}, {6, 5}, {6, 6}}), "x");
     const auto margin = clockMarginOf(set.attempts.front());
     ASSERT_TRUE(margin);
-    EXPECT_EQ(margin->hold, 3U);
+    EXPECT_EQ(margin->holdMargin, 3U);
     EXPECT_EQ(margin->holdPin, 2U);
-    EXPECT_EQ(margin->setup, 5U);
+    EXPECT_EQ(margin->setupMargin, 5U);
     EXPECT_EQ(margin->setupPin, 3U);
     EXPECT_EQ(margin->need, 9U);
     EXPECT_EQ(judged(set).reason, Reason::Margin);
     EXPECT_EQ(judged(set).words,
-              "The receiver's rule counts 8 samples around the clock's edges (5 ahead, 3 behind, with the edge's own); "
-              "9 samples, a third of the clock period, are needed.");
+              "The receiver's rule counts 8 samples around the clock's edges (setup margin 5, hold margin 3, with the "
+              "edge's own); 9 samples, a third of the clock period, are needed.");
 }
 
-TEST(Verdict, PinsThatStandStillTakeNoPartInTheMargin) {
+TEST(Verdict, StuckPinsDoNotCountForTheMargin) {
     DiagnosticSet set = soundSet();
     set.attempts.front().cal = parseCalFile(drawn::report({{0x7FFFFFFF, 0x7FFFFFFF}, {6, 5}}), "x");
-    EXPECT_EQ(clockMarginOf(set.attempts.front())->hold, 6U);
+    EXPECT_EQ(clockMarginOf(set.attempts.front())->holdMargin, 6U);
     set.attempts.front().cal = parseCalFile(drawn::report({{0x7FFFFFFF, 0x7FFFFFFF}}), "x");
     EXPECT_FALSE(clockMarginOf(set.attempts.front()));
 }
 
-TEST(Verdict, AVoteThatFailsIsToldFromTheBurst) {
+TEST(Verdict, AFailedVoteIsSeenInTheBurst) {
     DiagnosticSet set = soundSet();
     FileGroup& attempt = set.attempts.front();
     attempt.verification.reset();
@@ -135,13 +135,13 @@ TEST(Verdict, NothingMeasuredIsNoRefusalWithGivenValues) {
     EXPECT_TRUE(set.manual());
 }
 
-TEST(Verdict, WithoutAProofAndWithoutAReasonTheFilesDoNotTell) {
+TEST(Verdict, WithoutAVerificationAndWithoutAReasonItIsUnknown) {
     DiagnosticSet set = soundSet();
     set.attempts.front().verification.reset();
-    EXPECT_EQ(judged(set).outcome, Outcome::Untold);
+    EXPECT_EQ(judged(set).outcome, Outcome::Unknown);
     EXPECT_FALSE(calibrated(set, {judged(set)}));
     set.properties = parseProperties("[Channel 0]\nverifyCal=false\n", "x");
-    EXPECT_EQ(judged(set).reason, Reason::Unproved);
+    EXPECT_EQ(judged(set).reason, Reason::Unverified);
     EXPECT_EQ(judged(set).outcome, Outcome::Accepted);
 }
 

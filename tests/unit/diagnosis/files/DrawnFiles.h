@@ -20,7 +20,7 @@ std::string square(std::size_t samples, std::size_t half, std::size_t first);
 
 /// A report on one clock and data pins with these margins.
 struct Margin {
-    std::uint32_t hold, setup;
+    std::uint32_t holdMargin, setupMargin;
 };
 std::string report(const std::vector<Margin>& margins, const std::string& headText = head(),
                    const std::string& kind = "pti");
