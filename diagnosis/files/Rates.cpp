@@ -25,7 +25,7 @@ constexpr std::array rateLines{
 
 constexpr double highestOversampling = 1e9; // 1.4e9 samples a second at a clock of about a hertz
 
-// What lies outside stands in a damaged file.
+// Rates outside of these come from damaged files.
 constexpr double slowestUnit = 1e3;
 constexpr double fastestUnit = 1e13;
 

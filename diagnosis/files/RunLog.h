@@ -29,7 +29,7 @@ struct FrequencySetting {
 struct CalibrationAttempt {
     unsigned setting = 0;
     double hertz = 0.0;
-    std::string position; ///< "center" or "edge": where data edges lie; empty when that was not found out
+    std::string position; ///< "center" or "edge": where data edges are; empty when that was not found
     bool kept = false;    ///< the calibration ended with it
     std::string reason;   ///< why it was given up
 };

@@ -71,7 +71,7 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
     draw(eye.rises, true);
     draw(eye.falls, false);
 
-    // How often the data change at each distance, and where the neighbouring clock edges lie.
+    // How often the data change at each distance, and where the neighbouring clock edges are.
     constexpr double foot = 144.0;
     constexpr double tallest = 18.0;
     for (std::size_t i = 0; i < eye.rises.size(); ++i) {

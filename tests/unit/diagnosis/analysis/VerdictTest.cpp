@@ -106,7 +106,7 @@ TEST(Verdict, AFailedVoteIsSeenInTheBurst) {
     for (BurstPin& pin : attempt.burst->pins) {
         pin.delay = 0;
     }
-    // The margins of the attempt before still stand in the report, and would refuse by themselves.
+    // The report still has the margins of the preceding attempt, which would refuse by themselves.
     attempt.cal = parseCalFile(drawn::report({{1, 1}, {1, 1}, {1, 1}, {1, 1}}), "x");
     EXPECT_EQ(judged(set).reason, Reason::Position);
     EXPECT_EQ(judged(set).receiverText, "unable to detect sampling position");

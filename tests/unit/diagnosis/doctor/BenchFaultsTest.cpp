@@ -108,7 +108,7 @@ TEST(BenchFaults, APinThatComesBitsLateOrEarlyIsNamedWithItsSign) {
 }
 
 TEST(BenchFaults, APinThatIsOneBitLateIsNamedWithItsSign) {
-    // With the values given and no analysis, half a period of skew is one bit, and only the proof shows it.
+    // With the values given and no analysis, half a period of skew is one bit, and only the verification shows it.
     bench::Scenario scenario = namedScenario("slow");
     scenario.transmitter.frequencies = {9e6};
     PinWiring pin = wiring(2);
@@ -186,7 +186,7 @@ TEST(BenchFaults, AMarginThatFailsDuringARecordingIsFoundWhereTheReceiverFoundIt
     EXPECT_THAT(kindsOf(files.diagnose()), Contains("margin-lost"));
 }
 
-/// Skews of up to two samples, a duty error and jitter on every pin: a cable that nobody has measured.
+/// Skews of up to two samples, a duty error and jitter on every pin: a cable that was not measured.
 bench::Scenario healthyCable(std::uint64_t seed) {
     bench::Scenario scenario = namedScenario("clean");
     scenario.transmitter.frequencies = {12.5e6, 25e6, 40e6};
@@ -227,7 +227,7 @@ TEST(BenchFaults, APatternThatBeginsABitLaterIsNoFault) {
 }
 
 TEST(BenchFaults, AShiftThatASwapMayHaveMadeSaysSo) {
-    // "tpiu" is proved with a pattern that is the same on all pins: the swap shows by its alignment only.
+    // "tpiu" is verified with a pattern that is the same on all pins: the swap shows by its alignment only.
     unsigned shifted = 0;
     for (const unsigned seed : {1U, 2U, 3U, 4U, 5U, 6U}) {
         bench::Scenario scenario = namedScenario("tpiu");

@@ -81,7 +81,7 @@ void survivesAll(const std::string& good, const Work& work) {
     }
     survives(std::string(), work);
     survives(good, work);
-    EXPECT_GT(sound, 0U) << "mutations never left a sound file: nothing behind the reader was tried";
+    EXPECT_GT(sound, 0U) << "mutations never left a sound file: nothing after the reader was tried";
 }
 
 void analyse(const Burst& burst) {

@@ -33,7 +33,7 @@ std::string packets(const std::function<std::uint16_t(std::size_t)>& word, std::
 /// The same without trailers.
 std::string plainWords(const std::function<std::uint16_t(std::size_t)>& word, std::size_t count = 512);
 
-/// A stream with a synchronisation sequence ahead of every 64 words of a pattern that goes on behind it.
+/// A stream with a synchronisation sequence before every 64 words of a pattern that continues after it.
 std::uint16_t framedWord(const std::vector<std::uint16_t>& pattern, std::size_t index);
 
 extern const std::vector<std::uint16_t> ramp; ///< on four pins

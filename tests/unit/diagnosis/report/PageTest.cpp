@@ -59,7 +59,7 @@ TEST(DelayWindow, AnEndIsALossOnlyWhenTheBestDelayIsOutOfReach) {
     EXPECT_FALSE((DelayWindow{20, 60, 30}.lostAbove())) << "it could go one further";
     EXPECT_TRUE((DelayWindow{-9, 3, 0, true}.lostBelow()));
     EXPECT_FALSE((DelayWindow{-9, 3, 0, false}.lostBelow())) << "the others can be moved later instead";
-    EXPECT_FALSE((DelayWindow{-6, 6, 0, true}.lostBelow())) << "it stands in the middle";
+    EXPECT_FALSE((DelayWindow{-6, 6, 0, true}.lostBelow())) << "it is in the middle";
     EXPECT_EQ(count(delayPicture({26, 45, 31}, "x"), "class=\"cut lost\""), 1U);
     EXPECT_THAT(delayPicture({26, 45, 31}, "x"), HasSubstr("where the best delay is"));
 }
@@ -259,7 +259,7 @@ TEST(Page, AnyDamageOfARunsFilesStillGivesAPage) {
         const TempFolder folder;
         for (const auto& [name, text] : files) {
             std::string damaged = text;
-            // A digit for a digit keeps most files readable, with figures that nobody expects.
+            // A digit for a digit keeps most files readable, with unexpected figures.
             for (unsigned change = 0; change < 1 + random() % 3; ++change) {
                 const std::size_t at =
                     damaged.find_first_of("0123456789", random() % std::min<std::size_t>(damaged.size(), 400));
