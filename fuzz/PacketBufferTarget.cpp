@@ -17,21 +17,21 @@ bool isSpecial(std::uint8_t byte) {
     return byte == '}' || byte == '#' || byte == '$' || byte == '*';
 }
 
-// The buffer's contents and the size it must report, kept in the slow and obvious way.
+// A simple, slow model of the buffer's contents and reported size.
 struct Model {
     Bytes unread;
     std::size_t offset = 0;
     std::size_t capacity = 0;
 
-    // Whether what is not unread has to be zero now.
+    // Whether all bytes except the unread ones must be zero now.
     bool ensure(std::size_t count) {
-        const std::size_t room = capacity - unread.size();
-        if (count > room) {
+        const std::size_t space = capacity - unread.size();
+        if (count > space) {
             capacity = unread.size() + count + 1;
             offset = 0;
             return true;
         }
-        if (count <= room - offset) {
+        if (count <= space - offset) {
             return false;
         }
         offset = 0;
@@ -57,7 +57,7 @@ private:
     void peek(std::uint32_t index) const;
     void drop(std::uint32_t count);
     void decode(std::uint32_t count);
-    void expectZeroBehind() const {
+    void expectZeroAfterUnread() const {
         const std::uint8_t* const end = buffer.storage + buffer.capacity;
         require(std::all_of(buffer.unread() + buffer.length, end, [](std::uint8_t byte) { return byte == 0; }),
                 "what is not unread is zero");
@@ -74,7 +74,7 @@ void Comparison::perform(unsigned operation, std::uint8_t argument, std::span<co
     case 0:
         require(buffer.create(argument), "creates");
         model = {{}, 0, argument};
-        return expectZeroBehind();
+        return expectZeroAfterUnread();
     case 1:
         if (buffer.storage == nullptr) {
             require(buffer.reserve(argument), "reserves");
@@ -86,11 +86,11 @@ void Comparison::perform(unsigned operation, std::uint8_t argument, std::span<co
     case 2:
         buffer.clear();
         model = {{}, 0, model.capacity};
-        return expectZeroBehind();
+        return expectZeroAfterUnread();
     case 3:
         require(buffer.ensureSpace(argument), "makes space");
         if (model.ensure(argument)) {
-            expectZeroBehind();
+            expectZeroAfterUnread();
         }
         return;
     case 4:
@@ -169,12 +169,12 @@ void Comparison::drop(std::uint32_t count) {
     model.take(some ? count : model.unread.size());
     model.offset = 0;
     if (some) {
-        expectZeroBehind();
+        expectZeroAfterUnread();
     }
 }
 
 void Comparison::decode(std::uint32_t count) {
-    const std::uint8_t behind = buffer.storage != nullptr ? buffer.unread()[buffer.length] : std::uint8_t{0};
+    const std::uint8_t next = buffer.storage != nullptr ? buffer.unread()[buffer.length] : std::uint8_t{0};
     Bytes expected;
     std::size_t used = 0;
     while (expected.size() < count && used < model.unread.size()) {
@@ -184,7 +184,7 @@ void Comparison::decode(std::uint32_t count) {
         } else if (used < model.unread.size()) {
             expected.push_back(model.unread[used++] ^ 0x20);
         } else {
-            expected.push_back(behind ^ 0x20);
+            expected.push_back(next ^ 0x20);
         }
     }
     Bytes out(count);

@@ -20,7 +20,7 @@ using namespace MPX_GDB_AGENT;
 using namespace VX_QRS::ORV;
 using namespace std::string_view_literals;
 
-// A link whose peer has said all it will ever say; then it is gone.
+// A link whose peer has sent all its bytes and then disconnects.
 class Replay : public IGdbIo {
 public:
     explicit Replay(std::size_t most) : piece(most) {}
@@ -50,10 +50,10 @@ public:
 
 private:
     std::string_view left;
-    std::size_t piece; // the most that one read gives
+    std::size_t piece; // the most that one read returns
 };
 
-// Looks at everything that it is given, so that a sanitizer does.
+// Reads all bytes that it gets, for the sanitizer.
 class Reader : public DataClient::Callback {
 public:
     void onData(const void* data, std::uint32_t size) override {
@@ -92,7 +92,7 @@ void operate(OrvEcomProxy& proxy, Reader& reader, unsigned operation, std::uint3
     case 7:
         return proxy.status(&count);
     case 8: {
-        // What comes decides how many bytes are stored, but no more than there are raw ones.
+        // The reply determines how many bytes are stored, but no more than there are raw ones.
         std::vector<std::uint8_t> storage(mostBytes);
         return proxy.peek(1, 2, storage.data(), &count);
     }
@@ -109,18 +109,18 @@ void operate(OrvEcomProxy& proxy, Reader& reader, unsigned operation, std::uint3
     }
 }
 
-// Whether a failure's text is one of those that there are. The peer's own text stands for itself.
+// Whether a failure's text is a known one. A text from the peer is unchanged.
 bool isKnown(std::string_view text, std::string_view given) {
     for (const std::string_view known :
          {"disconnected from server"sv, "internal channel open error"sv, "internal rsp error"sv,
           "internal rsp exception"sv, "invalid rsp response"sv, "invalid rsp response data"sv,
-          // Of peek, whose payload has two parts.
+          // From peek, whose payload has two parts.
           "invalid rsp response datainvalid rsp response data"sv, "invald rsp final response"sv}) {
         if (text == known) {
             return true;
         }
     }
-    // A text of the peer's may end early for whoever reads it up to a NUL.
+    // A text from the peer may contain a NUL, where a reader may stop.
     if (text.empty()) {
         return given.find("$err\0"sv) != std::string_view::npos;
     }

@@ -5,7 +5,7 @@
 
 namespace fuzz {
 
-/// Ends the program, which is what a fuzzer takes for a finding.
+/// Ends the program, which a fuzzer reports as a finding.
 inline void require(bool holds, const char* what) {
     if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what);

@@ -7,12 +7,12 @@ namespace MPX_GDB_AGENT {
 
 namespace {
 
-// Payloads are recorded samples. In some of them hardly a byte needs an escape, in others one of 64 does, at places
-// that no processor can guess: a branch for each of those costs more than all else. So there are two ways through a
-// group of blocks. A group that is all plain is copied. Once one is not, this and the next groups go block by block without
-// branches: each block is stored whole, and what stands behind its first special byte is stored a second time,
-// shifted, whether or not there is one. Only a further special byte in the same block takes a branch. What is stored too
-// much is overwritten by the bytes that follow.
+// Payloads are recorded samples. Some need hardly any escapes, others one in 64 bytes at positions that no processor
+// predicts: a branch for each of these costs more than everything else. So there are two paths for a group of blocks. A
+// group without special bytes is copied. Otherwise this and the next groups are processed block by block without
+// branches: each block is stored whole, and the bytes after its first special byte are stored a second time, shifted,
+// whether or not it has one. Only a further special byte in the same block takes a branch. Excess bytes are overwritten
+// by the bytes that follow.
 using Block __attribute__((vector_size(16))) = std::uint8_t;
 using Chars __attribute__((vector_size(16))) = char;
 using Words __attribute__((vector_size(16))) = std::uint64_t;
@@ -20,9 +20,9 @@ using Words __attribute__((vector_size(16))) = std::uint64_t;
 constexpr std::size_t blockSize = sizeof(Block);
 constexpr std::size_t blocks = 4;
 constexpr std::size_t groupSize = blocks * blockSize;
-// A block's shifted part reaches two blocks and two bytes beyond its start, and bytes stored too much as far.
+// The shifted part of a block and its excess bytes end up to two blocks and two bytes after its start.
 constexpr std::size_t groupReach = groupSize + 2 * blockSize;
-// So many groups are taken without looking whether they are plain once one was not.
+// After a group with special bytes, this many groups are processed without a check for them.
 constexpr int carefulGroups = 8;
 
 static_assert(std::endian::native == std::endian::little, "the first byte is the lowest one");
@@ -37,7 +37,7 @@ void store(std::uint8_t* to, const Block& block) {
     std::memcpy(to, &block, blockSize);
 }
 
-// All bits of the bytes that are to be escaped.
+// Sets all bits of the bytes to be escaped.
 Block special(const Block& block) {
     return std::bit_cast<Block>((block == escapeByte) | (block == packetEnd) | (block == packetStart) |
                                 (block == runLengthByte));
@@ -52,20 +52,20 @@ bool any(const Block& marked) {
     return (words[0] | words[1]) != 0;
 }
 
-// The bytes that are marked, one bit each, that of the first byte lowest. One instruction of every x86-64, by the name
-// that both compilers have for it; put together by hand it costs a fifth of the speed.
+// The marked bytes, one bit each, the first byte's lowest. One instruction of every x86-64, by the name that both
+// compilers have for it; portable code costs a fifth of the speed.
 using Flags = std::uint32_t;
 
 Flags flagsOf(const Block& marked) {
     return static_cast<Flags>(__builtin_ia32_pmovmskb128(std::bit_cast<Chars>(marked)));
 }
 
-// 1 when there is a flag. A comparison would say the same, but compilers make branches of it.
+// 1 when there is a flag. Compilers turn a comparison into a branch.
 std::size_t oneIfAny(Flags flags) {
     return (flags | (Flags{0} - flags)) >> 31;
 }
 
-// Which byte's flag is the lowest; blockSize when there is none.
+// Index of the lowest flag's byte; blockSize when there is none.
 std::size_t first(Flags flags) {
     return static_cast<std::size_t>(std::countr_zero(flags | Flags{1} << blockSize));
 }
@@ -74,7 +74,7 @@ Flags withoutFirst(Flags flags) {
     return flags & (flags - 1);
 }
 
-// Puts out an escaped byte and what follows it in its block.
+// Writes an escaped byte and the rest of its block.
 void escapeFrom(const std::uint8_t* from, std::uint8_t* to) {
     to[0] = escapeByte;
     to[1] = *from ^ escapeMask;
@@ -91,7 +91,7 @@ std::uint8_t* escapeFurther(const std::uint8_t* from, Flags further, std::uint8_
     return to;
 }
 
-// `marked` are flags of the bytes to be escaped. @return where the output goes on.
+// `marked` has the flags of the bytes to be escaped. @return the next position of the output.
 inline std::uint8_t* escapeBlock(const std::uint8_t* from, Block block, Flags marked, std::uint8_t* to) {
     store(to, block);
     const std::size_t at = first(marked);
@@ -107,10 +107,10 @@ inline std::uint8_t* escapeBlock(const std::uint8_t* from, Block block, Flags ma
 struct UnescapeState {
     const std::uint8_t* from;
     std::uint8_t* to;
-    bool pending; // the byte in front of `from` is an escape whose partner is still to come
+    bool pending; // the byte before `from` is an escape whose partner follows
 };
 
-// Byte by byte, up to `stop` and, from there, to where only an escape that is pending can stand in front.
+// Byte by byte up to `stop`, and on to the first position where the preceding byte is a pending escape or none.
 UnescapeState unescapeSlowly(UnescapeState state, const std::uint8_t* stop, const std::uint8_t* end,
                              const std::uint8_t* full) {
     while (state.from != end && state.to != full &&
@@ -125,7 +125,7 @@ UnescapeState unescapeSlowly(UnescapeState state, const std::uint8_t* stop, cons
     return state;
 }
 
-// Puts out the partner of the escape at `from` and what follows it in its block.
+// Writes the partner of the escape at `from` and the rest of its block.
 void unescapeFrom(const std::uint8_t* from, std::uint8_t* to) {
     const std::uint8_t partner = from[1] ^ escapeMask;
     store(to, load(from + 1));
@@ -141,8 +141,8 @@ std::uint8_t* unescapeFurther(const std::uint8_t* from, Flags further, std::uint
     return to;
 }
 
-// `marked` are flags of the escape bytes, of which no two stand side by side. The block's first byte may be the
-// partner of one in front of it.
+// `marked` has the flags of the escape bytes, no two of them adjacent. The block's first byte may be the partner of a
+// preceding one.
 inline std::uint8_t* unescapeBlock(const std::uint8_t* from, Block block, Flags marked, std::uint8_t* to) {
     store(to, block ^ (escapes(load(from - 1)) & escapeMask));
     const std::size_t at = first(marked);
@@ -161,7 +161,7 @@ std::size_t escapeBytes(std::span<const std::uint8_t> in, std::uint8_t* out) {
     const std::uint8_t* from = in.data();
     const std::uint8_t* const end = from + in.size();
     std::uint8_t* to = out;
-    // Output has at least twice the room of what is left of the input.
+    // The output has space for at least twice the rest of the input.
     for (int careful = 0; static_cast<std::size_t>(end - from) >= groupReach; from += groupSize) {
         const Block b0 = load(from);
         const Block b1 = load(from + blockSize);
@@ -204,7 +204,7 @@ Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t
         return static_cast<std::size_t>(end - state.from) >= groupReach &&
                static_cast<std::size_t>(full - state.to) >= groupReach;
     };
-    // A block looks at the byte in front of it.
+    // A block reads the byte before it.
     if (roomForGroup()) {
         state = unescapeSlowly(state, state.from + 1, end, full);
     }
@@ -232,7 +232,7 @@ Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t
         const Flags f1 = flagsOf(e1);
         const Flags f2 = flagsOf(e2);
         const Flags f3 = flagsOf(e3);
-        // An escape byte right behind another is data. No encoder writes that.
+        // An escape byte directly after another is data. No encoder writes that.
         constexpr unsigned last = blockSize - 1;
         const Flags pending = state.pending ? 1 : 0;
         const Flags doubled = (f0 & (f0 << 1 | pending)) | (f1 & (f1 << 1 | f0 >> last)) |

@@ -6,7 +6,7 @@
 
 namespace MPX_GDB_AGENT {
 
-/// Announces that the next byte stands for itself XOR `escapeMask`.
+/// The next byte means itself XOR `escapeMask`.
 inline constexpr std::uint8_t escapeByte = 0x7D; // }
 inline constexpr std::uint8_t escapeMask = 0x20;
 inline constexpr std::uint8_t packetStart = 0x24; // $
@@ -19,17 +19,17 @@ constexpr bool needsEscape(std::uint8_t value) {
 }
 
 /// Copies `in` to `out` with escapes. @param out storage of at least twice the bytes of `in`. @return the bytes
-/// written; storage behind them, within that size, keeps its contents.
+/// written; later bytes of the storage keep their content.
 std::size_t escapeBytes(std::span<const std::uint8_t> in, std::uint8_t* out);
 
-/// What `unescapeBytes` did.
+/// Result of `unescapeBytes`.
 struct Unescaped {
     std::size_t used = 0;     ///< bytes taken from the input
-    std::size_t produced = 0; ///< bytes put out
+    std::size_t produced = 0; ///< bytes written
 };
 
-/// Copies `in` to `out` without escapes, until either ends. An escape byte that is the last one of `in` is left
-/// there. Storage of `out` behind the bytes produced may be overwritten.
+/// Copies `in` to `out` without escapes, until either ends. An escape byte at the end of `in` is not used. Bytes of
+/// `out` past those produced may be overwritten.
 Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out);
 
 } // namespace MPX_GDB_AGENT

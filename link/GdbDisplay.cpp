@@ -3,7 +3,7 @@
 namespace MPX_GDB_AGENT {
 
 namespace {
-constexpr int baseVerbosity = 0; // nothing in this system asks for more
+constexpr int baseVerbosity = 0; // nothing in this system sets more
 }
 
 int traceVerbosity() {

@@ -6,15 +6,15 @@
 
 namespace MPX_GDB_AGENT {
 
-/// Text stream that collects what is written to it and hands it to `Policy::output` when it is destroyed.
-/// @tparam Policy has a static `void output(const std::string& text)` that does not throw.
+/// Text stream that collects its text and passes it to `Policy::output` when it is destroyed. @tparam Policy has a
+/// static `void output(const std::string& text)` that does not throw.
 template <class Policy>
 class GdbDisplay : public std::ostringstream {
 public:
     GdbDisplay() = default;
     GdbDisplay(const GdbDisplay&) = delete;
     GdbDisplay& operator=(const GdbDisplay&) = delete;
-    /// The text is lost when there is no memory to hand it on.
+    /// Without memory the text is lost.
     ~GdbDisplay() override {
         try {
             Policy::output(str());
@@ -23,7 +23,7 @@ public:
     }
 };
 
-/// Where the trace of the link goes: nowhere. The file name below is reserved for it, and nothing opens such a file.
+/// Output of the link's trace, which is discarded. The file name below is reserved for it; no such file is opened.
 struct Output2Client {
     static constexpr const char* fileName = "vx_gdb_adapter.log";
     static void output(const std::string&) noexcept {}
@@ -32,7 +32,7 @@ struct Output2Client {
 /// One piece of trace text.
 class CLIENTOut : public GdbDisplay<Output2Client> {};
 
-/// How much is traced: packets from 7 up, internal errors from 0 up. Fixed once, on first use, by any thread.
+/// Verbosity of the trace: packets from 7 up, internal errors from 0 up. Set once, at the first use, by any thread.
 int traceVerbosity();
 
 } // namespace MPX_GDB_AGENT

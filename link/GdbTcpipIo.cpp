@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::uint32_t neverCreated = 1;
 
-// A socket moves its counts as signed numbers.
+// Counts of a socket are signed.
 std::uint32_t oneCall(std::uint32_t size) {
     constexpr auto most = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
     return size < most ? size : most;
@@ -25,7 +25,7 @@ std::uint32_t moved(std::int32_t count) {
     return count > 0 ? static_cast<std::uint32_t>(count) : 0;
 }
 
-// A socket that is not open never becomes readable: the wait runs out, and one without a limit ends at once.
+// A closed socket never becomes readable: the wait times out, and an unlimited one ends at once.
 bool waitFor(uSocket* socket, std::int32_t waitMs) {
     if (socket != nullptr && socket->isOpen()) {
         return socket->waitReadable(waitMs);
@@ -83,7 +83,7 @@ const char* GdbTcpipIo::peerName() {
         if (isConnected()) {
             name = client->peerAddress();
             name += ':';
-            // One character, as callers have always got it.
+            // One character; callers expect it.
             name += static_cast<char>(client->remotePort() & 0xFF);
         }
     } catch (const std::bad_alloc&) {

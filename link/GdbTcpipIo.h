@@ -11,9 +11,9 @@ namespace MPX_GDB_AGENT {
 /// The transport over TCP. See `IGdbIo` for the contract of the operations.
 class GdbTcpipIo : public IGdbIo {
 public:
-    /// @param port where to listen and what to connect to. No input or output happens here.
+    /// @param port to listen at and to connect to. Does no input or output.
     explicit GdbTcpipIo(std::uint32_t port);
-    /// Does not touch the client: call `closeClient` before.
+    /// Does not close the client: call `closeClient` before.
     ~GdbTcpipIo() override;
     GdbTcpipIo(const GdbTcpipIo&) = delete;
     GdbTcpipIo& operator=(const GdbTcpipIo&) = delete;
@@ -36,7 +36,7 @@ private:
     void keepReason(const VX_QRS::uSocket& failed) noexcept;
 
     std::unique_ptr<VX_QRS::uSocket> listener;
-    VX_QRS::uSocket* client = nullptr; // owned, but left alone by the destructor
+    VX_QRS::uSocket* client = nullptr; // owned, but not closed by the destructor
     std::uint32_t portNumber;
     std::string reason; // of the latest failure; its socket may be gone
 };

@@ -48,7 +48,7 @@ void PacketBuffer::clear() {
     zeroBehind();
 }
 
-// Zeroes all that stands behind the unread bytes, which begin at the start.
+// Zeroes everything after the unread bytes, which begin at the start.
 void PacketBuffer::zeroBehind() {
     if (dirtyEnd > length) {
         std::memset(storage + length, 0, dirtyEnd - length);
@@ -78,7 +78,7 @@ bool PacketBuffer::ensureSpace(std::uint32_t count) {
 bool PacketBuffer::growTo(std::uint32_t newCapacity) {
     const std::size_t needed = std::size_t{newCapacity} + 1;
     if (needed > allocated) {
-        // A large block grows where it is, or its pages move without being copied.
+        // A large block grows in place, or its pages move without a copy.
         std::size_t size = std::max(needed, 2 * allocated);
         void* block = std::realloc(storage, size);
         if (block == nullptr && size > needed) {
@@ -183,13 +183,13 @@ std::uint32_t PacketBuffer::decode(void* out, std::uint32_t count, std::uint32_t
     if (count == 0 || length == 0) {
         return 0;
     }
-    // No more comes out than goes in, so whoever asks for more than there is needs no storage for it.
+    // The output is never longer than the input, so a larger request needs no storage for the rest.
     const std::span<std::uint8_t> target{static_cast<std::uint8_t*>(out), std::min(count, length)};
     const Unescaped done = unescapeBytes({unread(), length}, target);
     auto used = static_cast<std::uint32_t>(done.used);
     decoded = static_cast<std::uint32_t>(done.produced);
     if (decoded < target.size() && used < length) {
-        // A lone escape byte at the very end. The byte behind the data is inside the block, but no data.
+        // A lone escape byte at the end. The byte after the data is inside the block but is no data.
         target[decoded] = static_cast<std::uint8_t>(unread()[length] ^ escapeMask);
         ++decoded;
         ++used;

@@ -14,16 +14,16 @@ struct AssignmentField {
     std::string list;
 };
 
-/// A pin-out as its source has it.
+/// A pin-out, verbatim from its source.
 struct PinoutText {
     std::string pinout; ///< its name
     std::string value;  ///< fields, separated by ";"
 };
 
-/// The pin-outs of a pin map file, from all sections, in the order read. Throws what uConfig throws.
+/// The pin-outs of a pin map file, from all sections, in the order read. Throws the exceptions of uConfig.
 std::vector<PinoutText> readPinMapTexts(const char* path);
 
-/// The fields of a value that have a kind and one list text, which may be empty; others are left out.
+/// The fields of a value that have a kind and one list text, which may be empty; other fields are ignored.
 std::vector<AssignmentField> splitAssignment(const std::string& value);
 
 /// Numbers separated by ","; empty for an empty text. Throws uString::error for an empty number.

@@ -7,8 +7,8 @@ namespace Vx::Qrs::Trace::OrvRcvr {
 
 namespace {
 
-// A set of pin numbers. Real pins are small, so that nearly every question is one bit; any other number is looked
-// for in a list.
+// A set of pin numbers. Real pins are small, so nearly every query is one bit; other numbers are searched for in a
+// list.
 class PinSet {
 public:
     explicit PinSet(const PinList& pins) { add(pins); }
@@ -42,7 +42,7 @@ private:
     PinList high;
 };
 
-// A list that the caller's limits allow, ready for the one question that is asked over and over: are its pins free?
+// A list that the caller's limits allow, prepared for the frequent query whether its pins are free.
 class Candidate {
 public:
     explicit Candidate(const PinList& list) : pins(&list) {
@@ -87,7 +87,7 @@ Candidates findCandidates(const Pinout& pinout, const std::string& kind, const P
         const bool allowed = std::all_of(list.begin(), list.end(), [&](std::uint32_t pin) {
             return !excluded.holds(pin) && (required == nullptr || required->holds(pin));
         });
-        // A reader drops empty lists.
+        // Empty lists are ignored, as a reader does.
         if (allowed && !list.empty()) {
             candidates.emplace_back(list);
         }
@@ -106,7 +106,7 @@ const PinList* findList(const Candidates& candidates, const PinRequest& request,
 
 using WorkingOrder = std::vector<const PinRequests::value_type*>;
 
-// Large requests are the hardest to place and so come first; equal ones keep the order of their names.
+// Large requests are the hardest to place and so are first; equal ones keep the order of their names.
 WorkingOrder orderRequests(const PinRequests& requests) {
     WorkingOrder order;
     for (const auto& request : requests) {
@@ -118,8 +118,8 @@ WorkingOrder orderRequests(const PinRequests& requests) {
     return order;
 }
 
-// One search. A pin-out is tried up to eight times; what does not change between the tries is found out at the first,
-// and the grants are written once.
+// One search. A pin-out is tried up to eight times; values that do not change between the tries are computed in the
+// first, and the grants are written once.
 class Search {
 public:
     Search(const Pinouts& all, const PinRequests& requests, const PinList& excluded, const PinList& required)
@@ -130,9 +130,9 @@ public:
         }
     }
 
-    // The name of the pin-out that serves all requests, or null; `granted` is left as the last try left it.
+    // The name of the pin-out that serves all requests, or null; `granted` has the result of the last try.
     const std::string* run() {
-        // Pins 0 and 1 serve other purposes on most boards, so they are given away last.
+        // Pins 0 and 1 serve other purposes on most boards, so they are granted last.
         static const std::array<PinList, 4> spared{PinList{0, 1}, PinList{0}, PinList{1}, PinList{}};
         for (const bool allExact : {true, false}) {
             for (const PinList& spare : spared) {
@@ -147,7 +147,7 @@ public:
     }
 
     void write(PinGrants& grants, OwnerNames& owners) const {
-        // A kind is entered by its first grant, also by one that was given up again.
+        // A kind is added by its first grant, even by one that is revoked later.
         for (std::size_t i = 0; i < everGranted; ++i) {
             owners[order[i]->second.kind];
         }
@@ -162,7 +162,7 @@ public:
 private:
     struct Entry {
         const Pinouts::value_type* pinout;
-        std::vector<Candidates> candidates; // of each request in the working order, as far as they were asked for
+        std::vector<Candidates> candidates; // of each request in the working order, as far as computed
     };
 
     const Candidates& candidatesOf(Entry& entry, std::size_t place) const {

@@ -35,13 +35,13 @@ using PinRequests = std::map<std::string, PinRequest>;
 using PinGrants = std::map<std::string, PinGrant>;
 
 /// The first list of one pin-out that serves one request with no excluded pin and, when `required` is not empty, with
-/// required pins only. A grant enters the kind into `owners` when it is not there. False leaves `grant` alone.
+/// required pins only. A grant adds the kind to `owners` when it is missing. False leaves `grant` unchanged.
 bool tryPinout(PinGrant& grant, const Pinouts& pinouts, OwnerNames& owners, const std::string& pinoutName,
                const PinRequest& request, const PinList& excluded, const PinList& required);
 
-/// One pin-out that serves all requests with no pin used twice: exact fits first, and then the requests' own wish;
-/// within each without pins 0 and 1, without pin 0, without pin 1, with both. False leaves in `grants` what the last
-/// attempt granted, and `pinoutName` alone.
+/// One pin-out that serves all requests with no pin used twice: first with exact fits for all, then as each request
+/// says; in each round without pins 0 and 1, without pin 0, without pin 1, with both. False leaves the grants of the
+/// last attempt in `grants`, and `pinoutName` unchanged.
 bool searchPinouts(PinGrants& grants, std::string& pinoutName, const Pinouts& pinouts, OwnerNames& owners,
                    const PinRequests& requests, const PinList& excluded, const PinList& required);
 

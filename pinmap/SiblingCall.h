@@ -6,11 +6,11 @@
 #include <stdexcept>
 #include <utility>
 
-// Calls into libraries that are loaded for a while only.
+// Calls into libraries that may be unloaded.
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
-/// A copy of an error whose code and type information lie in this module.
+/// A copy of an error with its code and type information in this module.
 inline Zarn::cZarnError copyOfError(const Zarn::cZarnErrorIF& error) {
     Zarn::cZarnError copy(error.GetErrorText(), error.GetSeverity());
     copy.SetTitle(error.GetTitle());
@@ -20,8 +20,8 @@ inline Zarn::cZarnError copyOfError(const Zarn::cZarnErrorIF& error) {
     return copy;
 }
 
-/// Calls into a sibling library and hands its result on. What it throws is replaced by an object of this module: an
-/// exception may outlive the library that it came from, and its destructor would then be gone.
+/// Calls into a sibling library and returns its result. Its exceptions are replaced by objects of this module: an
+/// exception may outlive its library, which contains its destructor.
 template <class Call>
 decltype(auto) callSibling(Call&& call) {
     try {

@@ -20,7 +20,7 @@ constexpr const char* blanks = " \t\r\n";
     throw cZarnError(text.c_str(), Zarn::eSeverityError);
 }
 
-// A data base that breaks its promises counts as corrupted.
+// A database that violates its interface counts as corrupted.
 template <class Pointer>
 Pointer need(Pointer pointer) {
     if (pointer == nullptr) {
@@ -42,7 +42,7 @@ TracePinMapper::~TracePinMapper() {
                 reinterpret_cast<DestroyPartIdentifierFunction>(library.GetSymbol("DestroyPartIdentifier"))) {
             destroy(database, 0);
         }
-    } catch (...) { // a destructor has nobody to tell
+    } catch (...) { // a destructor cannot report it
     }
 }
 
@@ -65,7 +65,7 @@ void TracePinMapper::readDeviceDatabase(const char* deviceName) {
 }
 
 bool TracePinMapper::readEntries(const char* deviceName) {
-    // Asking for a text makes the library load the device; the text itself is of no interest.
+    // Requesting a text makes the library load the device; the text itself is unused.
     const auto entries = callSibling([&] {
         database->getDeviceText(deviceName, IPartIdentifier::eDeviceName);
         return database->getDeviceEntries(deviceName);
@@ -135,7 +135,7 @@ void TracePinMapper::getDataPinCounts(std::vector<std::uint32_t>& counts, const 
     for (std::uint32_t count = 1; count < allowed.size(); ++count) {
         PinGrants grants;
         std::string pinoutName;
-        const PinRequests requests{{"", PinRequest{kind, count, true}}};
+        const PinRequests requests{{"", PinRequest{.kind = kind, .dataPins = count, .exact = true}}};
         if (findPinMapWithin(grants, pinoutName, requests, {}, allowed)) {
             counts.push_back(count);
         }

@@ -15,32 +15,32 @@ namespace Vx::Qrs::Trace::OrvRcvr {
 
 /// Which emulation pins of a device can carry which trace, and the search for an assignment.
 ///
-/// Made for one conversion, used by one thread. Failures are Zarn::cZarnError with severity 2; the maps keep what was
-/// read up to a failure.
+/// For one conversion on one thread. Failures are Zarn::cZarnError with severity 2; the maps keep what was read before
+/// a failure.
 class TracePinMapper {
 public:
-    /// Loads the device identification library; a missing one shows when the data base is read.
+    /// Loads the device identification library. A missing library is reported when the database is read.
     TracePinMapper();
     TracePinMapper(const TracePinMapper&) = delete;
     TracePinMapper& operator=(const TracePinMapper&) = delete;
     virtual ~TracePinMapper();
 
-    /// Takes the pin-outs of the first entry of the device that has a trace part with pins.
+    /// Adds the pin-outs of the device's first entry that has a trace part with pins.
     virtual void readDeviceDatabase(const char* deviceName);
 
-    /// Takes the pin-outs of a configuration file of "pin-out name=kind=pins;kind=pins" lines; it tells no owners.
+    /// Adds the pin-outs of a configuration file with "pin-out name=kind=pins;kind=pins" lines, which has no owners.
     virtual void readPinMapFile(const char* path);
 
-    /// Empty for an unknown kind, which is entered by that. Good as long as the object.
+    /// Empty for an unknown kind, which this call adds. Valid as long as the object.
     virtual const std::string& getOwnerName(const std::string& kind);
 
-    /// The counts of data pins, ascending, that the kind can have with pins out of `allowed` only.
+    /// The possible numbers of data pins of the kind, ascending, with pins of `allowed` only.
     virtual void getDataPinCounts(std::vector<std::uint32_t>& counts, const std::string& kind, const PinList& allowed);
 
     virtual bool findPinMap(PinGrants& grants, std::string& pinoutName, const PinRequests& requests,
                             const PinList& excluded);
 
-    /// With `required` not empty only those pins are used. See searchPinouts.
+    /// Unless `required` is empty, only those pins are used. See searchPinouts.
     virtual bool findPinMapWithin(PinGrants& grants, std::string& pinoutName, const PinRequests& requests,
                                   const PinList& excluded, const PinList& required);
 

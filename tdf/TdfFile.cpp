@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-// Making trace data files and adding to them.
+// Creates trace data files and adds to them.
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
@@ -13,7 +13,7 @@ using namespace TdfStream;
 
 namespace {
 
-// An offset below this cannot be a section's: no identifier is shorter.
+// No section begins below this offset: no identifier is shorter.
 constexpr std::uint32_t smallestIdentifier = 4;
 constexpr const char* badFileName = "File name passed to save file is not valid.";
 constexpr const char* sizeNotWritten = "Write error - size of TDF header.";
@@ -22,21 +22,21 @@ bool fits(std::uint64_t end, std::string_view sectionName, std::uint64_t dataByt
     return end + headerSize + sectionName.size() + dataBytes <= largestPosition;
 }
 
-// A name that can be updated can be read as well, so that a file is opened twice only when it cannot be updated: chunks
-// come by the thousand. Null for a file that can only be read.
+// A file that can be updated can also be read, so a file is opened twice only when it cannot be updated: there are
+// thousands of chunks. Null for a file that can only be read.
 File openForUpdate(const char* fileName) {
     File file(fileName != nullptr && *fileName != '\0' ? open(fileName, "r+b") : nullptr);
     require(file != nullptr || isReadable(fileName), badFileName);
-    // What is written here is a few words and great blocks: a buffer would only copy the blocks, and read a page at each
-    // seek.
+    // Unbuffered, since the writes are a few words and large blocks: a buffer would copy the blocks, and read a page at
+    // each seek.
     if (file != nullptr) {
         std::setvbuf(file.get(), nullptr, _IONBF, 0);
     }
     return file;
 }
 
-// The size field stands at the section's start. Flushed at once, so that a full disk shows here and not at the closing,
-// where nobody could be told.
+// The size field is at the section's start. Flushed at once, so that a full disk is reported here: closing the file
+// cannot report it.
 void putSectionSize(std::FILE* file, std::uint32_t offset, std::uint32_t& size) {
     std::uint64_t end = 0;
     require(position(file, end) && end >= offset && end - offset <= largestPosition, sizeNotWritten);

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string_view>
 
-// Finding and loading sections. The file may hold anything; no size that it tells is believed before it was compared
-// with the file's own.
+// Finds and loads sections. The file may contain anything; each size in it is checked against the file's length before
+// use.
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
@@ -20,7 +20,7 @@ constexpr const char* badFileName = "File name passed to load is not valid.";
 constexpr const char* badFormat = "Invalid TDF format.";
 constexpr const char* badData = "Read I/O error - section data corrupted.";
 
-// Goes from section to section.
+// Iterates over the sections.
 class Walk {
 public:
     explicit Walk(const char* fileName) : file(open(fileName, "rb")) {
@@ -32,7 +32,7 @@ public:
 
     std::FILE* stream() const { return file.get(); }
 
-    /// Nothing at the end of the file; throws where no section can be.
+    /// The next section, or nothing at the end of the file; throws where no section can be.
     std::optional<TdfSection> step() {
         if (next == end) {
             return std::nullopt;

@@ -7,7 +7,7 @@
 #include <memory>
 #include <string_view>
 
-// What the operations on trace data files share: the open file, words, positions of 64 bits, and the way to fail.
+// Shared by the operations on trace data files: the open file, words, positions of 64 bits, and failures.
 
 namespace Vx::Qrs::Trace::OrvRcvr::TdfStream {
 
@@ -24,21 +24,21 @@ struct Closer {
 };
 using File = std::unique_ptr<std::FILE, Closer>;
 
-/// The exception leaves the frames that hold the file, and so closes it, before a caller sees it.
+/// Unwinding closes the file before the caller catches the exception.
 inline void require(bool holds, const char* text) {
     if (!holds) {
         throw Zarn::cZarnError(text, Zarn::eSeverityError);
     }
 }
 
-/// A null name is the empty one.
+/// A null name means the empty one.
 inline std::string_view nameOf(const char* sectionName) {
     return sectionName != nullptr ? sectionName : "";
 }
 
 File open(const char* fileName, const char* mode);
 
-/// Whether the name names a file that can be read at this moment.
+/// Whether the file can be read now.
 bool isReadable(const char* fileName);
 
 /// Whether the name ends in ".tdf", in letters of either case.
@@ -47,9 +47,9 @@ bool hasExtension(const char* fileName);
 bool putWord(std::FILE* file, std::uint32_t value);
 bool getWord(std::FILE* file, std::uint32_t& value);
 bool seek(std::FILE* file, std::uint64_t position);
-/// False when the system cannot tell.
+/// False when the system does not report it.
 bool position(std::FILE* file, std::uint64_t& value);
-/// Goes to the end and tells it.
+/// Seeks to the end and returns its position.
 bool length(std::FILE* file, std::uint64_t& value);
 
 } // namespace Vx::Qrs::Trace::OrvRcvr::TdfStream

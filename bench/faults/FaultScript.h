@@ -6,12 +6,12 @@
 
 namespace bench {
 
-// Counts requests and tells which fault, if any, one of them is to meet. The first step that fits wins.
+/// Counts requests and selects the fault, if any, for each. The first matching step wins.
 class FaultScript {
 public:
     explicit FaultScript(const FaultSettings& settings) : faults(settings) {}
 
-    // Called once for each request; the pointer stays valid as long as the script does.
+    /// Called once for each request. The pointer is valid as long as the script.
     const FaultStep* onRequest(char command);
 
 private:

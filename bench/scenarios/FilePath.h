@@ -6,8 +6,8 @@
 
 namespace bench {
 
-/// The path that a text names: arguments, environment and files are UTF-8 here, also where a path's own constructor takes
-/// them for something else.
+/// The path of a UTF-8 text. Arguments, environment and files are UTF-8 here, also on systems where a path's
+/// constructor expects another encoding.
 inline std::filesystem::path filePath(std::string_view text) {
     return std::u8string(text.begin(), text.end());
 }

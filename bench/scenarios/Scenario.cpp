@@ -33,7 +33,7 @@ std::string joined(const Names& names) {
     return all;
 }
 
-// Reads one table: each key is taken by name, and what nobody took is an error of its own.
+// Reads one table. Keys are read by name; a key that was not read is an error.
 class TableReader {
 public:
     TableReader(const toml::table& content, std::string path, const std::string& fileName)
@@ -128,7 +128,7 @@ public:
         }
     }
 
-    // The table under a key is handed to `read`, when it is there.
+    // Passes the table under a key to `read`, if it exists.
     template <class Read>
     void section(std::string_view key, Read&& read) {
         if (const toml::node* node = take(key)) {
@@ -304,7 +304,7 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
         table.flag("sync", scenario.settings.sync);
     });
     in.section("transmitter", [&](TableReader& table) {
-        // 0 Hz stands for a transmitter whose clock does not run.
+        // 0 Hz means the transmitter's clock is stopped.
         table.numbers("frequencies", scenario.transmitter.frequencies, 0.0, 1e9);
         table.integer("sync_every", scenario.transmitter.syncEvery, 0, 1 << 20);
         table.texts("fail", scenario.transmitter.fail);

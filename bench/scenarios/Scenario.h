@@ -11,117 +11,117 @@
 
 namespace bench {
 
-// A scenario: everything that one run of the bench is made of. It is a TOML file that a person can read and
-// copy; every key that is left out has the default shown here. A key that is not listed here is an error.
-//
-//     name = "bench-cable"                      what the scenario is called
-//     about = "one sentence"
-//     cpu = "..."                               name of the CPU that the debugger would hand over
-//     kind = "pti"                              "pti", "tpiu" or "tpiulite"
-//     pins = 4                                  data pins
-//     pin_map = "0,1,2,3,4"                     optional: EMU pins, clock first
-//
-//     [settings]     buffer, stop_on_full, sync
-//     [transmitter]  frequencies, sync_every, fail, idle_word, idle_before, trace_status
-//     [unit]         generator_frequency, error_a, error_b, error_after, error_from, comms_stuck, bridge_needs_reset,
-//                    and [[unit.cell]] tables (see MemoryCell)
-//     [wiring]       alignment, jitter, seed, and [[wiring.pin]] tables (see PinWiring)
-//     [server]       speed
-//     [faults]       version, refuse_second, exit_at_start, and [[faults.at]] tables (see FaultStep)
-//     [environment]  the variable that pin_map names as "$NAME", set by the host for the run (see Environment.h)
-//     [expect]       a free table that only tests read
+/// A scenario describes one run of the bench. It is a TOML file; missing keys have the defaults shown here, and
+/// unknown keys are errors.
+///
+///     name = "bench-cable"                      name of the scenario
+///     about = "one sentence"
+///     cpu = "..."                               name of the CPU that the debugger would pass
+///     kind = "pti"                              "pti", "tpiu" or "tpiulite"
+///     pins = 4                                  data pins
+///     pin_map = "0,1,2,3,4"                     optional: EMU pins, clock first
+///
+///     [settings]     buffer, stop_on_full, sync
+///     [transmitter]  frequencies, sync_every, fail, idle_word, idle_before, trace_status
+///     [unit]         generator_frequency, error_a, error_b, error_after, error_from, comms_stuck, bridge_needs_reset,
+///                    and [[unit.cell]] tables (see MemoryCell)
+///     [wiring]       alignment, jitter, seed, and [[wiring.pin]] tables (see PinWiring)
+///     [server]       speed
+///     [faults]       version, refuse_second, exit_at_start, and [[faults.at]] tables (see FaultStep)
+///     [environment]  the variable that pin_map names as "$NAME", set by the host for the run (see Environment.h)
+///     [expect]       a free table that only tests read
 enum class ExportKind { Pti, Tpiu, TpiuLite };
 enum class Alignment { Center, Edge };
 
 std::string_view exportKindName(ExportKind kind);
 std::optional<ExportKind> exportKindFromName(std::string_view name);
 
-// What the host is to put into the channel settings.
+/// Channel settings for the host.
 struct HostSettings {
-    unsigned buffer = 0;     // index of the unit's buffer size, 0 (0x40000 bytes) to 9 (0x8000000 bytes)
-    bool stopOnFull = false; // stop when the buffer is full, otherwise wrap
-    bool sync = false;       // follow the target's run and halt
+    unsigned buffer = 0;     ///< index of the unit's buffer size, 0 (0x40000 bytes) to 9 (0x8000000 bytes)
+    bool stopOnFull = false; ///< stop when the buffer is full, otherwise wrap
+    bool sync = false;       ///< follow the target's run and halt
 };
 
-// The target's trace export.
+/// The target's trace export.
 struct TargetSettings {
-    std::vector<double> frequencies{50e6}; // Hz of the trace clock, one for each setting, slow to fast
-    unsigned syncEvery = 64;               // "pti": words between two synchronisation sequences, 0 for none
-    std::vector<std::string> fail;         // operations of the transmitter library that answer with a failure
-    std::uint16_t idleWord = 0;            // what is sent when there is no trace to send
-    unsigned idleBefore = 64;              // idle words ahead of a file that is played
-    std::uint32_t traceStatus = 0;         // what the target's trace status reads
+    std::vector<double> frequencies{50e6}; ///< Hz of the trace clock, one for each setting, slow to fast
+    unsigned syncEvery = 64;               ///< "pti": words between two synchronisation sequences, 0 for none
+    std::vector<std::string> fail;         ///< operations of the transmitter library that fail
+    std::uint16_t idleWord = 0;            ///< the word that is sent without trace
+    unsigned idleBefore = 64;              ///< idle words sent before a played file
+    std::uint32_t traceStatus = 0;         ///< value of the target's trace status
 };
 
-// A defective bit of the capture memory, in one byte or in bytes that lie regularly. It spoils what is read back and
-// not what comes in, so no setting of the unit helps against it. Recordings count from 1 since the server's start, as
-// the lines of truth.jsonl do; the recordings with which a calibration is proved are among them.
+/// A defective bit of the capture memory, in one byte or in bytes at regular distances. It corrupts reading, not
+/// recording, so no setting of the unit corrects it. Recordings are counted from 1 since the server's start, like the
+/// lines of truth.jsonl; those that verify a calibration count too.
 struct MemoryCell {
-    std::uint64_t byte = 0;        // place in the unit's buffer
-    std::uint64_t every = 0;       // the bytes that lie this far, or a multiple of it, behind it too; 0: only that one
-    unsigned bit = 0;              // 0 to 7
-    std::optional<unsigned> stuck; // 0 or 1: what it always reads; otherwise it reads the opposite of what was written
-    std::uint64_t fromRecording = 1; // it works until then
+    std::uint64_t byte = 0;          ///< offset in the unit's buffer
+    std::uint64_t every = 0;         ///< distance to further defective bytes after it; 0: none
+    unsigned bit = 0;                ///< 0 to 7
+    std::optional<unsigned> stuck;   ///< 0 or 1: the value it always reads; if empty, it reads inverted
+    std::uint64_t fromRecording = 1; ///< the first recording with the defect
 };
 
-// The capture unit.
+/// The capture unit.
 struct UnitSettings {
-    double generatorFrequency = 50e6; // Hz of the clock that the unit's own pattern generator sends
-    std::uint16_t errorA = 0;         // what the two error registers show `errorAfter` seconds into each recording,
-    std::uint16_t errorB = 0;         // until they are written
+    double generatorFrequency = 50e6; ///< Hz of the clock that the unit's own pattern generator sends
+    std::uint16_t errorA = 0;         ///< value of this error register `errorAfter` seconds into each recording
+    std::uint16_t errorB = 0;         ///< the same for the other; both until they are written
     double errorAfter = 0.0;
-    std::uint64_t errorFrom = 1;   // the first recording in which they do
-    bool commsStuck = false;       // the comms status never reads idle
-    bool bridgeNeedsReset = false; // the bridge asks for a reset until it gets one
-    std::vector<MemoryCell> cells; // the defective ones
+    std::uint64_t errorFrom = 1;   ///< the first recording with these values
+    bool commsStuck = false;       ///< the comms status never reads idle
+    bool bridgeNeedsReset = false; ///< the bridge requests a reset until it gets one
+    std::vector<MemoryCell> cells; ///< defective cells
 };
 
-// One connector pin. Lengths are in samples of the unit (1.4e9 a second).
+/// One connector pin. Lengths are in samples of the unit (1.4e9 a second).
 struct PinWiring {
-    unsigned emu = 0;                    // EMU pin of the connector, 0 to 5
-    double skew = 0.0;                   // both edges arrive this much later
-    double lateFall = 0.0;               // falling edges arrive later still: duty error
-    std::optional<double> jitter;        // rms of each edge; the bus's when left out
-    std::optional<unsigned> stuck;       // 0 or 1: the level never changes
-    bool open = false;                   // not connected: the input floats
-    std::optional<unsigned> swappedWith; // this pin carries that EMU pin's signal and the other way round
-    double glitchEvery = 0.0;            // mean distance of short pulses, 0 for none
-    double glitchLength = 0.0;           // how long such a pulse is
-    double drift = 0.0;                  // samples a second by which the skew grows while the target sends trace
+    unsigned emu = 0;                    ///< EMU pin of the connector, 0 to 5
+    double skew = 0.0;                   ///< both edges arrive this much later
+    double lateFall = 0.0;               ///< further delay of falling edges: duty error
+    std::optional<double> jitter;        ///< rms of each edge; default: the bus's
+    std::optional<unsigned> stuck;       ///< 0 or 1: the level never changes
+    bool open = false;                   ///< not connected: the input floats
+    std::optional<unsigned> swappedWith; ///< this pin and that EMU pin have each other's signal
+    double glitchEvery = 0.0;            ///< mean distance of short pulses, 0 for none
+    double glitchLength = 0.0;           ///< length of such a pulse
+    double drift = 0.0;                  ///< growth of the skew in samples a second while the target sends trace
 };
 
 struct WiringSettings {
-    Alignment alignment = Alignment::Center; // data change in the middle between clock edges, or together with them
-    double jitter = 0.0;                     // samples rms, each edge of each pin
+    Alignment alignment = Alignment::Center; ///< data change midway between clock edges, or at them
+    double jitter = 0.0;                     ///< samples rms, each edge of each pin
     std::uint64_t seed = 1;
-    std::vector<PinWiring> pins; // pins that are not listed are ideal but for the bus's jitter
+    std::vector<PinWiring> pins; ///< unlisted pins are ideal except for the bus's jitter
 
-    // What is known of an EMU pin; an ideal pin with the bus's jitter when nothing was said.
+    /// The wiring of an EMU pin; by default an ideal pin with the bus's jitter.
     PinWiring pin(unsigned emu) const;
 };
 
 struct ServerSettings {
-    double speed = 1.0; // the unit's buffer fills this many times faster than the pins really could
+    double speed = 1.0; ///< factor by which the unit's buffer fills faster than the pins could send
 };
 
-// What the server does wrong, at the `nth` request (from 1) whose command is `command`, or at the nth of all
-// when no command is given.
-//
-//     action            what happens
-//     die               the process ends before the reply
-//     close             the connection is closed before the reply
-//     hang              no reply, ever
-//     late              the reply comes `seconds` later
-//     cut               only the first `byte` bytes of the reply go out, then the connection is closed
-//     unknown_record    a record of type `code` stands in front of the reply
-//     error_record      an error record with `code`, `text` and `detail` stands in front of the reply
-//     status_record     a status record of `code` stands in front of the reply
-//     short_record      a record that ends too early takes the place of the reply
-//     error_reply       "$E" instead of the reply
-//     text_reply        "$err" and `text` instead of the reply
-//     garbage           `text` as it stands, then "#00", instead of the reply
+/// A fault of the server at the `nth` request (from 1) with the command `command`, or at the nth of all requests
+/// when no command is given.
+///
+///     action            what happens
+///     die               the process ends before the reply
+///     close             the connection is closed before the reply
+///     hang              no reply, ever
+///     late              the reply comes `seconds` later
+///     cut               only the first `byte` bytes of the reply go out, then the connection is closed
+///     unknown_record    a record of type `code` precedes the reply
+///     error_record      an error record with `code`, `text` and `detail` precedes the reply
+///     status_record     a status record of `code` precedes the reply
+///     short_record      a record that ends too early replaces the reply
+///     error_reply       "$E" instead of the reply
+///     text_reply        "$err" and `text` instead of the reply
+///     garbage           `text` unchanged, then "#00", instead of the reply
 struct FaultStep {
-    std::string command; // one character, or empty for any
+    std::string command; ///< one character, or empty for any
     unsigned nth = 1;
     std::string action;
     double seconds = 0.0;
@@ -132,9 +132,9 @@ struct FaultStep {
 };
 
 struct FaultSettings {
-    std::uint32_t version = 1; // what the server says its version is
-    bool refuseSecond = false; // stop listening once the first connection is there
-    bool exitAtStart = false;  // end before listening
+    std::uint32_t version = 1; ///< the version that the server reports
+    bool refuseSecond = false; ///< stop listening after the first connection
+    bool exitAtStart = false;  ///< end before listening
     std::vector<FaultStep> steps;
 };
 
@@ -151,19 +151,18 @@ struct Scenario {
     WiringSettings wiring;
     ServerSettings server;
     FaultSettings faults;
-    // The free table, as text: numbers in their shortest form, booleans as "true" and "false", the items of
-    // an array joined by ','.
+    /// The free table, as text: numbers in their shortest form, booleans as "true" and "false", the items of
+    /// an array joined by ','.
     std::map<std::string, std::string> environment;
     std::map<std::string, std::string> expect;
 };
 
-// What is wrong with a scenario file. The text starts with the file's name and, where there is one, the line,
-// and names the key.
+/// An error in a scenario file. The text starts with the file's name and, if known, the line, and names the key.
 struct ScenarioError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Both throw ScenarioError. `file` is only used in its texts by the second.
+/// Both throw ScenarioError. `file` is only used in its texts by the second.
 Scenario loadScenario(const std::filesystem::path& file);
 Scenario parseScenario(std::string_view text, const std::string& file);
 

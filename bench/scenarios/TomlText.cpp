@@ -16,12 +16,12 @@ bool isAscii(char character) {
     return static_cast<unsigned char>(character) < 0x80;
 }
 
-/// Bytes of the UTF-8 character that the text begins with; 0 if it begins with none.
+/// Size in bytes of the UTF-8 character at the start of the text; 0 if there is none.
 std::size_t characterSize(std::string_view text) {
     struct Form {
         unsigned mask;
         unsigned lead;
-        std::uint32_t lowest; // shorter forms hold what is below
+        std::uint32_t lowest; // lower code points have shorter forms
     };
     static constexpr std::array<Form, 4> forms{Form{0x80, 0x00, 0}, Form{0xE0, 0xC0, 0x80}, Form{0xF0, 0xE0, 0x800},
                                                Form{0xF8, 0xF0, 0x10000}};
@@ -44,12 +44,12 @@ std::size_t characterSize(std::string_view text) {
     return 0;
 }
 
-/// Goes through a text once and keeps where in TOML it is.
+/// Scans a text once and keeps the TOML state of the current position.
 class Scanner {
 public:
     explicit Scanner(std::string_view whole) : rest(whole) {}
 
-    /// What is wrong, or an empty text at the end.
+    /// The first error; empty at the end of the text.
     std::string run();
     std::size_t line = 1;
     std::size_t column = 1;
@@ -65,7 +65,7 @@ private:
 
     std::string_view rest;
     std::string end;      // of the string or comment, empty outside
-    char previous = '\n'; // outside of both, blanks left out
+    char previous = '\n'; // outside of both, without blanks
     unsigned depth = 0;   // of brackets
     bool inHeader = false;
     bool inValue = false; // on this line, outside of brackets
@@ -93,7 +93,7 @@ std::string Scanner::run() {
     return {};
 }
 
-/// Anywhere else the parser reads on in what it has begun, such as a number: what follows is no string to it.
+/// Anywhere else the parser continues the current token, such as a number, and sees no string.
 bool Scanner::stringMayBegin() const {
     constexpr std::string_view beforeStrings = "\n=,[{";
     const bool dottedKey = previous == '.' && (inHeader || (depth == 0 && !inValue));
@@ -146,11 +146,11 @@ void Scanner::note(char structural) {
 std::string Scanner::inString() {
     const bool severalLines = end.size() == 3;
     if (rest.front() == '\n' && !severalLines) {
-        end.clear(); // of a comment; the parser will refuse a string
+        end.clear(); // of a comment; the parser rejects a string
         return {};
     }
     if (take(end)) {
-        // A string of several lines may end in up to two marks of its own.
+        // A multi-line string may end in up to two quotation marks that belong to it.
         for (int more = 0; severalLines && more < 2; ++more) {
             take(std::string_view(end).substr(0, 1));
         }
@@ -165,7 +165,7 @@ std::string Scanner::inString() {
     return {};
 }
 
-/// A blank or a line's end continues the string at the next character that is none.
+/// After a blank or a line end the string continues at the next other character.
 std::string Scanner::afterBackslash(bool severalLines) {
     const bool continues = severalLines && rest.find_first_of(blanks) == 0;
     if (!continues && !rest.empty() && isAscii(rest.front())) {
@@ -203,7 +203,7 @@ bool Scanner::take(std::string_view expected) {
 } // namespace
 
 std::string tomlTextFault(std::string_view text, const std::string& file) {
-    // The parser is sound where all is ASCII, and its messages are better.
+    // The parser handles pure ASCII correctly, with better messages.
     if (std::all_of(text.begin(), text.end(), isAscii)) {
         return {};
     }

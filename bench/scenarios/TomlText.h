@@ -5,11 +5,11 @@
 
 namespace bench {
 
-/// Checks a text before the TOML parser reads it. toml++ 3.3 runs into undefined behaviour at characters beyond ASCII
-/// outside of strings and comments, where TOML has no use for them, and after a backslash that ends a line of a string.
-/// (Nor must the parser get the file's name: it keeps it in memory from a function that may not throw.)
+/// Checks a text before the TOML parser reads it. toml++ 3.3 has undefined behaviour at non-ASCII characters outside of
+/// strings and comments, where TOML does not allow them, and after a backslash that ends a line of a string.
+/// (The parser must not get the file's name either: it copies it in a noexcept function.)
 ///
-/// Returns an empty text if the parser may have it; otherwise what is wrong, with `file`, line and column (in
+/// Returns an empty text if the parser can read it; otherwise the error, with `file`, line and column (in
 /// characters) in the form "FILE:LINE:COLUMN: ...".
 std::string tomlTextFault(std::string_view text, const std::string& file);
 

@@ -44,7 +44,7 @@ void RequestReader::feed(std::span<const std::uint8_t> bytes) {
 }
 
 std::optional<Request> RequestReader::next() {
-    constexpr std::ptrdiff_t tail = 3; // '#' and the two characters behind it
+    constexpr std::ptrdiff_t tail = 3; // '#' and the two characters after it
     const auto end = std::find(pending.begin() + static_cast<std::ptrdiff_t>(searched), pending.end(), '#');
     searched = static_cast<std::size_t>(end - pending.begin());
     if (pending.end() - end < tail) {

@@ -10,30 +10,30 @@ namespace bench {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// The server's end of the packet form: '$', a body, '#' and two characters that nobody looks at. Inside the
-// body the bytes } # $ * are written as } and the byte xor 0x20. Numbers are little-endian.
+/// Server side of the packet framing: '$', a body, '#' and two unchecked checksum characters. In the body the
+/// bytes } # $ * are written as } and the byte xor 0x20. Numbers are little-endian.
 struct Request {
     char command = 0;
-    Bytes arguments; // without escapes
+    Bytes arguments; ///< without escapes
 };
 
-// Puts requests together from what comes in, in whatever pieces.
+/// Assembles requests from received bytes, in pieces of any size.
 class RequestReader {
 public:
     void feed(std::span<const std::uint8_t> bytes);
-    // The next whole request. What stands in front of a '$' is skipped; an empty body gives the command 0.
+    /// The next whole request. Bytes before a '$' are skipped; an empty body has the command 0.
     std::optional<Request> next();
 
 private:
     Bytes pending;
-    std::size_t searched = 0; // no '#' before this
+    std::size_t searched = 0; ///< no '#' before this
 };
 
-// Reads numbers off the front of a request's arguments.
+/// Reads the numbers at the start of a request's arguments.
 class ArgumentReader {
 public:
     explicit ArgumentReader(std::span<const std::uint8_t> bytes) : rest(bytes) {}
-    // Nothing when fewer than four bytes are left.
+    /// Empty when fewer than four bytes are left.
     std::optional<std::uint32_t> u32();
     std::span<const std::uint8_t> left() const { return rest; }
 
@@ -45,7 +45,7 @@ inline constexpr std::uint32_t dataRecord = 7778;
 inline constexpr std::uint32_t errorRecord = 7779;
 inline constexpr std::uint32_t statusRecord = 7780;
 
-// Builds a reply: records first, then the marker and its payload, then the end.
+/// Builds a reply: records first, then the marker and its payload, then the end.
 class ReplyWriter {
 public:
     void data(std::span<const std::uint8_t> bytes);
@@ -55,7 +55,7 @@ public:
 
     void ok() { raw("$OK"); }
     void failure() { raw("$E"); }
-    // What a '#' would cut off is turned into blanks.
+    /// A '#', which would end the packet, becomes a blank.
     void failure(std::string_view text);
     void raw(std::string_view text);
 

@@ -68,7 +68,7 @@ void DataServer::openSidePort() {
     if (!sideListener) {
         throw ServerError("no port is free for the siblings");
     }
-    // Whoever waits for the file must never see half of it.
+    // A reader that waits for the file must never see half of it.
     const std::filesystem::path temporary = options.folder / "side.port.new";
     std::ofstream(temporary) << side << "\n";
     std::error_code error;
@@ -90,7 +90,7 @@ void DataServer::run() {
     while (!stopping && listener) {
         if (!listener.readable(pollMilliseconds)) {
             if (!client.joinable() && std::chrono::steady_clock::now() - since > longestLoneliness) {
-                log("nobody came");
+                log("no client connected");
                 break;
             }
             continue;
@@ -105,7 +105,7 @@ void DataServer::run() {
             break;
         }
         if (options.scenario.faults.refuseSecond) {
-            listener.close(); // before the first reply: a client that got one finds no listener
+            listener.close(); // before the first reply: a client that has one finds no listener
         } else {
             awaitSecond(connection);
         }
@@ -121,7 +121,7 @@ void DataServer::run() {
 }
 
 // The client makes both connections before its first request. Closing the port before the first reply leaves it free by
-// the time the client goes on: another run's server can have it, and another run's client cannot end up here.
+// the time the client continues: another run's server can use it, and another run's client cannot connect here.
 void DataServer::awaitSecond(const LoopbackSocket& first) {
     while (!listener.readable(secondPollMilliseconds)) {
         if (first.readable(0)) {
@@ -166,7 +166,7 @@ bool DataServer::serveRequest(const LoopbackSocket& connection, const Request& r
 bool DataServer::misbehave(const LoopbackSocket& connection, const Request& request, const FaultStep& step) {
     ReplyWriter reply;
     if (step.action == "die") {
-        // As it happens to a process: nothing is closed in order, nothing is said.
+        // As a process dies: nothing is closed in order, no reply is sent.
         std::_Exit(exitByFault);
     }
     if (step.action == "close") {

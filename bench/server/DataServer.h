@@ -18,30 +18,30 @@
 namespace bench {
 
 struct ServerOptions {
-    std::uint16_t port = 0; // for messages
+    std::uint16_t port = 0; ///< for messages
     Scenario scenario;
-    std::filesystem::path folder;                  // of this run: side.port, truth.jsonl and server.log go there
-    std::optional<std::vector<std::uint8_t>> play; // what the target sends as trace
+    std::filesystem::path folder;                  ///< receives side.port, truth.jsonl, contents.jsonl and server.log
+    std::optional<std::vector<std::uint8_t>> play; ///< what the target sends as trace
 };
 
 struct ServerError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The process: the data client's two connections, the side connections, the capture unit, and the faults that the
-// scenario asks for. The first connection is served, the second is kept silent; with the second the server stops
-// listening at the client's port, so that the next server can have it.
+/// The data server: the client's two connections, the side connections, the capture unit, and the faults that the
+/// scenario asks for. The first connection is served, the second is kept silent; with the second the server stops
+/// listening at the client's port, so that the next server can have it.
 class DataServer {
 public:
-    // Listens at a port; throws ServerError when it is taken. A program does this first of all, since its client
-    // may knock while the scenario and what is to be played are still being read.
+    /// Listens at a port; throws ServerError when it is taken. A program does this first, since its client
+    /// may connect while the scenario and the file to play are still being read.
     static LoopbackSocket listenAt(std::uint16_t port);
 
-    // Both ports listen when this returns; throws ServerError when a file cannot be written.
+    /// Both ports listen when this returns; throws ServerError when a file cannot be written.
     DataServer(LoopbackSocket listening, ServerOptions options);
     ~DataServer();
 
-    // Serves until the client says goodbye or is gone, or until nobody came for two minutes.
+    /// Serves until the client disconnects, or until none has connected for two minutes.
     void run();
 
     std::uint16_t sidePort() const { return side; }
@@ -49,7 +49,7 @@ public:
 private:
     void awaitSecond(const LoopbackSocket& first);
     void serveClient(LoopbackSocket connection);
-    // False when the connection is to be given up.
+    /// Returns false when the connection must be closed.
     bool serveRequest(const LoopbackSocket& connection, const Request& request);
     bool misbehave(const LoopbackSocket& connection, const Request& request, const FaultStep& step);
     void waitForClientToGo(const LoopbackSocket& connection) const;
@@ -71,7 +71,7 @@ private:
     Service service;
     FaultScript faults;
     std::atomic<bool> stopping{false};
-    LoopbackSocket silent; // the client's second connection
+    LoopbackSocket silent; ///< the client's second connection
     std::thread sideThread;
 };
 

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-// A TCP socket on 127.0.0.1 and nowhere else. Nothing here throws; a socket is used by one thread at a time.
+/// A TCP socket on 127.0.0.1. Throws nothing. One thread at a time.
 class LoopbackSocket {
 public:
     LoopbackSocket() = default;
@@ -16,20 +16,20 @@ public:
     LoopbackSocket& operator=(LoopbackSocket&& other) noexcept;
     ~LoopbackSocket();
 
-    // Empty when the port is taken, which is the one thing that is to be expected, or cannot be had.
+    /// Empty when the port is taken or cannot be opened.
     static LoopbackSocket listenOn(std::uint16_t port);
-    // Empty when nobody listens there.
+    /// Empty when no process listens there.
     static LoopbackSocket connectTo(std::uint16_t port);
 
     explicit operator bool() const { return handle != none; }
 
-    // Of a listening socket: true when a connection waits; of a connected one: when there is something to
-    // receive or the peer is gone.
+    /// True when a connection waits (listening socket), or when bytes can be received or the peer has
+    /// disconnected (connected socket).
     bool readable(int milliseconds) const;
     LoopbackSocket accept() const;
-    // The bytes received, 0 when the peer is gone.
+    /// Number of bytes received; 0 when the peer has disconnected.
     std::size_t receive(std::span<std::uint8_t> out) const;
-    // False when the peer is gone.
+    /// False when the peer has disconnected.
     bool sendAll(std::span<const std::uint8_t> bytes) const;
     void close();
 

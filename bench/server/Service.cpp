@@ -6,7 +6,7 @@ namespace {
 
 constexpr std::size_t accessBytes = 12;
 
-// A request whose arguments cannot be right.
+// A request with malformed arguments.
 struct BadRequest : UnitError {
     BadRequest() : UnitError("malformed request") {}
 };
@@ -48,7 +48,7 @@ Bytes Service::answer(const Request& request, ReplyWriter reply) {
     try {
         carryOut(request, reply);
     } catch (const UnitError& error) {
-        // Records that were written stay: they have left the unit.
+        // Records that were written stay: the unit no longer has them.
         reply.failure(error.what());
     }
     return reply.finish();
@@ -94,7 +94,7 @@ void Service::carryOut(const Request& request, ReplyWriter& reply) {
         break;
     case '?':
         need(in.u32());
-        unit.deliver(sink, true);
+        unit.deliver(sink, Unit::Before::StatusReply);
         reply.ok();
         reply.u32(unit.status());
         break;
@@ -113,7 +113,7 @@ void Service::carryOut(const Request& request, ReplyWriter& reply) {
         break;
     case 'r':
         unit.request(need(in.u32()));
-        unit.deliver(sink, false);
+        unit.deliver(sink, Unit::Before::OtherReply);
         reply.ok();
         break;
     case 'x':

@@ -8,15 +8,15 @@
 
 namespace bench {
 
-// What the data server answers: one request, one reply. The unit is shared with the side connections, so that
-// each request runs under the mutex.
+/// Answers requests of the data client, one reply each. The unit is shared with the side connections, so each
+/// request runs under the mutex.
 class Service {
 public:
     Service(Unit& sharedUnit, std::mutex& unitMutex, std::uint32_t reportedVersion)
         : unit(sharedUnit), mutex(unitMutex), version(reportedVersion) {}
 
-    // The command 'D' has no reply: the result is empty and `ended` holds from then on. What stands in the writer
-    // already goes out in front.
+    /// The command 'D' has no reply: the result is empty and `ended` holds from then on. Records that are in the
+    /// writer already are sent first.
     Bytes answer(const Request& request, ReplyWriter reply = {});
     bool ended() const { return over; }
 

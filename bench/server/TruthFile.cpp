@@ -1,45 +1,56 @@
 #include "bench/server/TruthFile.h"
 
-#include <limits>
-#include <locale>
-#include <sstream>
+#include <nlohmann/json.hpp>
 
 namespace bench {
 
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const char* nameOf(Framing framing) {
+    return framing == Framing::Packets ? "packets" : "words";
+}
+
+Json toJson(const PinTruth& pin) {
+    return {{"proc", pin.proc},
+            {"input", pin.input},
+            {"emu", pin.emu ? static_cast<int>(*pin.emu) : -1},
+            {"skew", pin.skew},
+            {"offset", pin.offset},
+            {"eye", pin.eye},
+            {"fraction", pin.fraction},
+            {"fraction_min", pin.fractionMin},
+            {"fraction_max", pin.fractionMax},
+            {"slot", pin.slot},
+            {"error_rate", pin.errorRate}};
+}
+
+} // namespace
+
 std::string truthLine(const RecordingTruth& truth) {
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    out.precision(std::numeric_limits<double>::digits10);
-    out << "{\"pattern\":\"" << truth.pattern << "\",\"frequency\":" << truth.frequency
-        << ",\"half_period\":" << truth.halfPeriod << ",\"buffer_size\":" << truth.bufferSize
-        << ",\"wrapping\":" << (truth.wrapping ? "true" : "false") << ",\"framing\":\""
-        << (truth.framing == Framing::Packets ? "packets" : "words") << "\",\"pins\":[";
-    const char* between = "";
+    Json line = {{"pattern", truth.pattern},
+                 {"frequency", truth.frequency},
+                 {"half_period", truth.halfPeriod},
+                 {"buffer_size", truth.bufferSize},
+                 {"wrapping", truth.wrapping},
+                 {"framing", nameOf(truth.framing)},
+                 {"pins", Json::array()}};
     for (const PinTruth& pin : truth.pins) {
-        out << between << "{\"proc\":" << pin.proc << ",\"input\":" << pin.input
-            << ",\"emu\":" << (pin.emu ? static_cast<int>(*pin.emu) : -1) << ",\"skew\":" << pin.skew
-            << ",\"offset\":" << pin.offset << ",\"eye\":" << pin.eye << ",\"fraction\":" << pin.fraction
-            << ",\"fraction_min\":" << pin.fractionMin << ",\"fraction_max\":" << pin.fractionMax
-            << ",\"slot\":" << pin.slot << ",\"error_rate\":" << pin.errorRate << "}";
-        between = ",";
+        line["pins"].push_back(toJson(pin));
     }
-    out << "]}";
-    return out.str();
+    return line.dump();
 }
 
 std::string contentsLine(const ContentsTruth& contents) {
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    out << "{\"framing\":\"" << (contents.framing == Framing::Packets ? "packets" : "words")
-        << "\",\"blocks_overwritten\":" << contents.blocksOverwritten << ",\"blocks\":" << contents.blocksKept
-        << ",\"runs\":[";
-    const char* between = "";
+    Json line = {{"framing", nameOf(contents.framing)},
+                 {"blocks_overwritten", contents.blocksOverwritten},
+                 {"blocks", contents.blocksKept},
+                 {"runs", Json::array()}};
     for (const Recorder::Run& run : contents.runs) {
-        out << between << "{\"first_word\":" << run.firstWord << ",\"words\":" << run.words << "}";
-        between = ",";
+        line["runs"].push_back({{"first_word", run.firstWord}, {"words", run.words}});
     }
-    out << "]}";
-    return out.str();
+    return line.dump();
 }
 
 } // namespace bench

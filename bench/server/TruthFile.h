@@ -6,11 +6,10 @@
 
 namespace bench {
 
-// One recording as one line of JSON, without the line end. An EMU pin of -1 stands for the unit's own
-// generator.
+/// A recording as one line of JSON, without the line end. An EMU pin of -1 means the unit's own generator.
 std::string truthLine(const RecordingTruth& truth);
 
-// What one recording holds, likewise.
+/// The contents of a recording as one line of JSON, without the line end.
 std::string contentsLine(const ContentsTruth& contents);
 
 } // namespace bench

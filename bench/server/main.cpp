@@ -1,5 +1,5 @@
 // The simulated data server: mpx_ecom_server.exe 1 <port>
-// Looks through a scenario and starts nothing: mpx_ecom_server.exe --check <file>
+// Checks a scenario without serving: mpx_ecom_server.exe --check <file>
 #include "bench/scenarios/FilePath.h"
 #include "bench/server/DataServer.h"
 
@@ -54,7 +54,7 @@ bench::ServerOptions optionsOf(std::uint16_t port) {
     return options;
 }
 
-// Whoever has started the process does not see its standard error output: what it dies of stands in its log too.
+// The parent process does not show the standard error output, so the log has a fatal error too.
 void leaveLastWords(const std::string& words) {
     std::cerr << words << "\n";
     const std::string folder = environment("ORV_BENCH_DIR");

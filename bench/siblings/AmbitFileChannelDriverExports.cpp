@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Replay is not what the bench is for: the object exists so that it can be made, handed over and destroyed.
+/// The bench replays nothing: the object exists to be created, handed over and destroyed.
 class FileChannelDriver : public Vx::Qrs::Trace::IFileChannelDriver {};
 
 } // namespace

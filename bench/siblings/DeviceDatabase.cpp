@@ -21,7 +21,7 @@ namespace {
     throw DeviceDatabaseError(file.string() + ":" + std::to_string(where.source().begin.line) + ": " + reason);
 }
 
-/// The whole file, fit for the parser.
+/// The whole file, checked for the parser.
 std::string textOf(const std::filesystem::path& file) {
     std::ifstream in(file, std::ios::binary);
     if (!in) {

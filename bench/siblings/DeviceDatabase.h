@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-// What the bench knows of the devices that it can stand in for. The data are a text file, devices.toml, that a person
-// can read and extend; its head tells its form.
+/// The devices that the bench can simulate. They are in a text file, devices.toml, which users can extend; the comment
+/// at its start describes the form.
 
 namespace bench {
 
@@ -28,14 +28,14 @@ struct Device {
     std::string name; ///< the full CPU name
     std::string note; ///< one line for a person
     std::uint32_t cpuId = 0;
-    bool reachable = true; ///< false: the target adapter finds no CPU behind the name
+    bool reachable = true; ///< false: the target adapter finds no CPU of this name
     std::string unitName;  ///< the capture unit that the device is wired to
     std::string unitPort;  ///< its port, double quotes included where the file has them
     std::map<std::string, std::string, std::less<>> characteristics;
     std::vector<DeviceEntry> entries;
 };
 
-/// The file cannot be read or does not have the form that it should; what() names file, place and reason.
+/// The file cannot be read or is malformed; what() names file, position and reason.
 class DeviceDatabaseError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -45,10 +45,10 @@ class DeviceDatabase {
 public:
     /// Throws DeviceDatabaseError.
     static DeviceDatabase load(const std::filesystem::path& file);
-    /// The file that ORV_BENCH_DEVICES names, otherwise devices.toml beside the library.
+    /// The file that ORV_BENCH_DEVICES names, otherwise devices.toml in the library's folder.
     static std::filesystem::path defaultFile();
 
-    /// Exact name; null when unknown. Lives as long as the data base.
+    /// Exact name; null when unknown. Valid as long as the database.
     const Device* find(std::string_view name) const;
     const std::vector<Device>& all() const { return devices; }
 

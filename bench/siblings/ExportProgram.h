@@ -8,11 +8,11 @@
 
 namespace bench {
 
-// How a target's trace export is put together, step by step, and what is wrong with a step. Pure: no server, no clock.
-//
-// The order that holds: pins and their width in any order; for the kinds "pti" and "tpiu" a function mode, after
-// which a test mode may replace the trace by a pattern; a frequency setting; programChannel, which needs all of it;
-// enablePort; enablePins, after which the pins carry the signal.
+/// How a target's trace export is programmed, step by step, and why a step fails. Pure: no server, no clock.
+///
+/// The required order: pins and their width in any order; for the kinds "pti" and "tpiu" a function mode, after
+/// which a test mode may replace the trace by a pattern; a frequency setting; programChannel, which needs all of it;
+/// enablePort; enablePins, after which the pins carry the signal.
 
 /// Result codes of the transmitter library. Up to 2 they mean success.
 namespace xmtr_result {
@@ -31,7 +31,7 @@ public:
 
     ExportProgram(ExportKind exportKind, unsigned frequencySettings) : kind(exportKind), settings(frequencySettings) {}
 
-    // Each gives a result code and leaves the reason of a refusal in reason().
+    /// Each returns a result code; reason() says why a step was refused.
     int releasePin(unsigned emu);
     int allocatePin(unsigned mode, unsigned bit, unsigned emu);
     int setPortWidth(unsigned dataPins);
@@ -51,7 +51,7 @@ private:
     enum class Stage { Collecting, Programmed, PortOn, PinsOn };
 
     int refuse(int code, std::string why);
-    /// A change behind programChannel needs a new programChannel.
+    /// Changes after programChannel take effect at the next programChannel.
     void reopen();
 
     ExportKind kind;

@@ -8,8 +8,8 @@
 
 namespace bench {
 
-/// Device identification over the bench's data base. All objects that it gives out are its own and live with it.
-/// Throws nothing: without memory a device has no entries and no texts, and an entry's part no properties.
+/// Device identification over the bench's database. Owns all objects that it returns. Throws nothing: when memory runs
+/// out, a device has no entries and no texts, and an entry's part no properties.
 /// One thread at a time.
 class PartIdentifier : public Vx::Qrs::Trace::IPartIdentifier {
 public:
@@ -21,11 +21,11 @@ public:
 
 private:
     struct Shown;
-    /// Made completely, or not at all if memory runs out.
+    /// Complete, or null if memory runs out.
     Shown& shownFor(const Device& device);
 
     DeviceDatabase base;
-    std::vector<std::unique_ptr<Shown>> shown; ///< made when a device is first asked for
+    std::vector<std::unique_ptr<Shown>> shown; ///< created at a device's first query
     std::string text;
 };
 

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-// A data base that cannot be read gives no object: the receiver then says that it has none, and the reason stands on
-// the standard error output for the person at the bench.
+// Returns null if the database cannot be read; the receiver reports that it has none. The reason is printed to the
+// standard error output.
 extern "C" {
 
 __attribute__((visibility("default"))) Vx::Qrs::Trace::IPartIdentifier* CreatePartIdentifier() {

@@ -7,17 +7,17 @@
 
 namespace bench {
 
-/// The simulated siblings' own line to the bench's server: one line of ASCII per request, one back, `ok`, `ok VALUE` or
-/// `err TEXT`. The server writes the port that it listens on into a file; the file is read when the first request is
-/// made, and again when the connection turns out to be gone, since a new server has a new port. One thread at a time.
+/// The simulated siblings' connection to the bench's server: one line of ASCII per request, one back, `ok`, `ok VALUE`
+/// or `err TEXT`. The server writes the port that it listens on into a file, which is read at the first request and
+/// again after the connection was lost, since a new server has a new port. One thread at a time.
 class SideConnection {
 public:
     /// The port file's name is in the narrow encoding of the process that has loaded the library. `answerLimit`:
-    /// milliseconds to wait for an answer before the server counts as gone.
+    /// milliseconds to wait for an answer before the connection counts as lost.
     explicit SideConnection(std::string portFile, int answerLimit = 10000);
 
-    /// The answer's value (empty when it has none), or nothing when there is no server or it answered `err`; the reason
-    /// is then in lastError().
+    /// The answer's value, an empty text when it has none. Empty when there is no server or it answered `err`;
+    /// lastError() then has the reason.
     std::optional<std::string> request(const std::string& line);
     const std::string& lastError() const { return error; }
 

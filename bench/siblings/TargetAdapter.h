@@ -8,8 +8,7 @@
 
 namespace bench {
 
-/// Target adapter over the bench's data base. A CPU that the data base does not hold, or that it marks as not
-/// reachable, has no CPU information.
+/// Target adapter over the bench's database. A CPU that is unknown or marked as unreachable has no CPU information.
 class TargetAdapter : public Vx::Qrs::Trace::ITargetAdapter {
 public:
     TargetAdapter(const DeviceDatabase& base, std::string cpuName);

@@ -7,8 +7,8 @@ namespace bench {
 
 using namespace xmtr_result;
 
-XmtrLibrary::XmtrLibrary(Scenario given, std::string portFile)
-    : scenario(std::move(given)),
+XmtrLibrary::XmtrLibrary(Scenario chosen, std::string portFile)
+    : scenario(std::move(chosen)),
       program(scenario.kind, static_cast<unsigned>(scenario.transmitter.frequencies.size())),
       side(std::move(portFile)) {}
 
@@ -47,7 +47,7 @@ int XmtrLibrary::call(const char* operation, Work&& work) try {
     return noMemory;
 }
 
-int XmtrLibrary::tell(const std::string& line) {
+int XmtrLibrary::send(const std::string& line) {
     return side.request(line) ? done : noBench;
 }
 
@@ -66,23 +66,23 @@ int XmtrLibrary::enablePort(unsigned) {
 int XmtrLibrary::enablePins(unsigned) {
     return call("enablePins", [this] {
         const int result = program.enablePins();
-        return result == done ? tell(program.request()) : result;
+        return result == done ? send(program.request()) : result;
     });
 }
 
 int XmtrLibrary::flushBuffer(unsigned) {
-    return call("flushBuffer", [this] { return tell("flush"); });
+    return call("flushBuffer", [this] { return send("flush"); });
 }
 
 int XmtrLibrary::shutdownPort(unsigned) {
     return call("shutdownPort", [this] {
         program.shutdown();
-        return tell("shutdown");
+        return send("shutdown");
     });
 }
 
 int XmtrLibrary::applyEnd(unsigned, bool flag) {
-    return call("applyEnd", [this, flag] { return tell(flag ? "end 1" : "end 0"); });
+    return call("applyEnd", [this, flag] { return send(flag ? "end 1" : "end 0"); });
 }
 
 int XmtrLibrary::setTestMode(unsigned, unsigned block, unsigned mode) {
@@ -135,7 +135,7 @@ int XmtrLibrary::getTraceStatus(unsigned, std::uint32_t* status) {
             return noBench;
         }
         const auto now = static_cast<std::uint32_t>(std::strtoul(answer->c_str(), nullptr, 0));
-        clearedStatus &= now; // a bit that went away may come again
+        clearedStatus &= now; // a bit that reads 0 may be set again
         *status = now & ~clearedStatus;
         return done;
     });

@@ -54,18 +54,18 @@ public:
     int enablePins(unsigned channel) override;
 
 private:
-    /// Counts the call, fails it when the scenario says so, otherwise does it under the lock.
+    /// Counts the call and makes it under the lock, unless the scenario makes it fail.
     template <class Work>
     int call(const char* operation, Work&& work);
     bool scriptedToFail(const char* operation);
-    int tell(const std::string& line);
+    int send(const std::string& line);
 
     Scenario scenario;
     ExportProgram program;
     SideConnection side;
     std::mutex mutex;
     std::map<std::string, unsigned> calls;
-    std::uint32_t clearedStatus = 0; ///< bits that were cleared and have stood ever since
+    std::uint32_t clearedStatus = 0; ///< bits that were cleared and have read 1 ever since
 };
 
 } // namespace bench

@@ -21,7 +21,7 @@ constexpr std::array<std::pair<std::string_view, PatternName>, 7> patternNames{{
     {"lfsr", PatternName::Lfsr},
 }};
 
-// Words that come round and round.
+// Words that repeat.
 class CyclicContent final : public Content {
 public:
     explicit CyclicContent(std::vector<std::uint16_t> cycle) : words(std::move(cycle)) {}

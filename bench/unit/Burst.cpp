@@ -4,7 +4,7 @@ namespace bench {
 
 BurstWords takeBurst(const ProcInput& input, std::int64_t start) {
     BurstWords words{};
-    // With no transmitter running only what needs none is there: stuck and floating inputs.
+    // Without a transmitter only stuck and floating inputs have a signal of their own.
     static const Transmission silence = [] {
         Transmission none;
         none.dataPins = 0;

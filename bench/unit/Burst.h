@@ -10,29 +10,29 @@
 
 namespace bench {
 
-inline constexpr unsigned fifoDepth = 512;   // words
-inline constexpr unsigned fifoWordBits = 16; // samples in a word
+inline constexpr unsigned fifoDepth = 512;   ///< words
+inline constexpr unsigned fifoWordBits = 16; ///< samples in a word
 
 using BurstWords = std::array<std::uint16_t, fifoDepth>;
 
-// What a receiver input carries at one proc: the run of a transmitter, if there is one, the line on which it
-// arrives, and the conditioning.
+/// The input of one proc: the run of a transmitter, if there is one, its line to the receiver input, and the
+/// conditioning.
 struct ProcInput {
     TransmissionPointer transmission;
     Line line;
     ProcSettings settings;
 };
 
-// The samples of one proc from the unit's sample `start` on.
+/// The samples of one proc from the unit's sample `start` on.
 BurstWords takeBurst(const ProcInput& input, std::int64_t start);
 
-// One oversample FIFO. The samples are worked out when the first of them is looked at.
+/// One oversample FIFO. The samples are computed when the first of them is read.
 class OversampleFifo {
 public:
-    // Drops what it holds and fills up with the samples from `start` on.
+    /// Replaces its contents by the samples from `start` on.
     void trigger(const ProcInput& input, std::int64_t start);
     unsigned level() const { return count; }
-    std::uint16_t pop(); // 0 when empty
+    std::uint16_t pop(); ///< 0 when empty
 
 private:
     ProcInput source;

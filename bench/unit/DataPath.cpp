@@ -11,12 +11,12 @@ namespace bench {
 
 namespace {
 
-// The chance that a normal variable is below z.
+// The probability that a normal variable is below z.
 double below(double z) {
     return 0.5 * std::erfc(-z / std::numbers::sqrt2);
 }
 
-// The chance that a value with that mean and spread is below a limit.
+// The probability that a normal value with this mean and deviation is below a limit.
 double chanceBelow(double mean, double spread, double limit) {
     if (spread > 0.0) {
         return below((limit - mean) / spread);
@@ -24,7 +24,7 @@ double chanceBelow(double mean, double spread, double limit) {
     return mean < limit ? 1.0 : 0.0;
 }
 
-// The samples in which a clock edge can be seen, each with its chance.
+// The samples in which a clock edge can appear, each with its probability.
 template <class Visit>
 void forEachSample(double edge, double jitter, Visit&& visit) {
     if (jitter <= 0.0) {
@@ -40,7 +40,7 @@ void forEachSample(double edge, double jitter, Visit&& visit) {
     }
 }
 
-// Enough clock edges to meet every position that they take against the samples.
+// Enough clock edges for every position that they can have relative to the samples.
 constexpr int edgesLookedAt = 128;
 
 struct Chances {
@@ -48,7 +48,7 @@ struct Chances {
     double late = 0.0;
 };
 
-// A sample is early when the slot's first edge is still to come, late when the next slot's has already been.
+// A sample is early before the slot's first edge, and late after the next slot's first edge.
 Chances chancesOf(const PathTiming& clock, const PathTiming& data, double half, std::int64_t slot) {
     Chances sum;
     for (int edge = 0; edge < edgesLookedAt; ++edge) {
@@ -79,11 +79,11 @@ PathTiming timePath(const Transmission& transmission, const Line& line, const Pr
     const double shortest = 0.5 * settings.debounce;
     if (line.source == LineSource::Clock || line.source == LineSource::Data) {
         const double spread = std::numbers::sqrt2 * timing.jitter;
-        // Jitter can turn a pulse round, which takes it out as surely as the debounce does.
+        // Jitter can reverse a pulse's edges, which removes it as debounce does.
         const double limit = std::max(shortest, std::numeric_limits<double>::min());
         const double one = transmission.halfPeriod + line.timing.lateFall;
         const double zero = transmission.halfPeriod - line.timing.lateFall;
-        // Stretching can close what debouncing has left.
+        // Stretching can close a pulse that debounce has kept.
         const double stretch = shift.fall - shift.rise;
         timing.lostOnes = chanceBelow(one, spread, std::max(limit, -stretch));
         timing.lostZeros = chanceBelow(zero, spread, std::max(limit, stretch));
@@ -181,7 +181,7 @@ double clockEdgesPerSlot(const Transmission& transmission, const ProcPath& clock
         edges = transmission.halfPeriod / floatingEdgeDistance;
         break;
     }
-    // Each pulse that is taken out costs both its edges, each glitch that is left adds two.
+    // Each removed pulse costs both its edges, each remaining glitch adds two.
     edges *= std::max(0.0, 1.0 - clock.timing.lostOnes - clock.timing.lostZeros);
     if (clock.timing.glitchEvery > 0.0) {
         edges += 2.0 * transmission.halfPeriod / clock.timing.glitchEvery;

@@ -18,7 +18,7 @@ void spoilByte(const MemoryCell& cell, std::uint8_t& byte) {
     }
 }
 
-// The first byte at or behind `address` that has the defect. There may be none: then it lies before `address`.
+// The first defective byte at or after `address`; a byte before `address` if there is none.
 std::uint64_t firstFrom(const MemoryCell& cell, std::uint64_t address) {
     if (address <= cell.byte || cell.every == 0) {
         return cell.byte;

@@ -8,14 +8,14 @@
 
 namespace bench {
 
-// What the capture memory does to bytes that are read from it: nothing, but where a cell is defective.
+/// Reading from the capture memory: bytes are unchanged except at defective cells.
 class Memory {
 public:
-    Memory() = default; // a sound one
-    // As it is during one recording: cells that break later are left out.
+    Memory() = default; ///< without defects
+    /// The memory during one recording, without cells that break later.
     Memory(const std::vector<MemoryCell>& defective, std::uint64_t recording);
 
-    // `bytes` are those that lie in the memory from `address` on.
+    /// `bytes` are in the memory from `address` on.
     void spoil(std::uint64_t address, std::span<std::uint8_t> bytes) const;
 
 private:

@@ -18,7 +18,7 @@ void putWord(std::uint8_t* out, std::uint16_t word) {
     out[1] = static_cast<std::uint8_t>(word >> 8);
 }
 
-// A synchronisation sequence whose further word is missing would be taken for a whole one.
+// A synchronisation sequence without its further word would look like a whole one.
 void mendCutSequence(const Segment& segment, std::uint64_t words, std::uint16_t& last) {
     const WordStream& stream = segment.transmission->words;
     if (stream.positionInSequence(segment.firstWord + words) == syncSequence.size() - 1) {
@@ -45,22 +45,23 @@ void Recorder::begin(Segment segment, double from, double wordsPerSample) {
     done = false;
 }
 
-std::uint64_t Recorder::wordsOf(const Piece& piece, bool current, double now) const {
-    if (!current) {
-        return piece.words;
-    }
+std::uint64_t Recorder::wordsUntil(double now, const Piece& piece) {
     const double words = (now - piece.from) * piece.rate;
     return words > 0.0 ? static_cast<std::uint64_t>(words) : 0;
 }
 
+std::uint64_t Recorder::wordsOf(const Piece& piece, double now) const {
+    return open_ && &piece == &pieces.back() ? wordsUntil(now, piece) : piece.words;
+}
+
 std::uint64_t Recorder::nextWord(double now) const {
-    return pieces.back().segment.firstWord + wordsOf(pieces.back(), open_, now);
+    return pieces.back().segment.firstWord + wordsOf(pieces.back(), now);
 }
 
 std::uint64_t Recorder::total(double now) const {
     std::uint64_t sum = 0;
     for (const Piece& piece : pieces) {
-        sum += wordsOf(piece, open_ && &piece == &pieces.back(), now);
+        sum += wordsOf(piece, now);
     }
     return wraps ? sum : std::min(sum, capacityWords());
 }
@@ -69,13 +70,13 @@ void Recorder::end(double now) {
     if (!open_) {
         return;
     }
-    // A full buffer took no more, whenever that is noticed.
+    // A full buffer records no more, however late this is checked.
     std::uint64_t before = 0;
     for (std::size_t index = 0; index + 1 < pieces.size(); ++index) {
         before += pieces[index].words;
     }
     Piece& last = pieces.back();
-    last.words = wordsOf(last, true, now);
+    last.words = wordsUntil(now, last);
     if (!wraps) {
         last.words = std::min(last.words, capacityWords() - std::min(before, capacityWords()));
     }
@@ -139,7 +140,7 @@ void Recorder::seek(Cursor& cursor, std::uint64_t word) const {
 
 void Recorder::readBlock(Cursor& cursor) const {
     makeBlock(cursor);
-    // A buffer that wraps begins anew at its first byte.
+    // A buffer that wraps starts again at its first byte.
     const std::uint64_t place = cursor.blocksBefore++ % (capacity / blockBytes);
     cells.spoil(place * blockBytes, cursor.block);
 }
@@ -185,19 +186,19 @@ void Recorder::makeBlock(Cursor& cursor) const {
 }
 
 std::size_t Recorder::copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const {
-    std::size_t given = 0;
+    std::size_t copied = 0;
     const std::size_t wanted = std::min<std::size_t>(out.size(), left);
-    while (given < wanted) {
+    while (copied < wanted) {
         if (cursor.blockAt == blockBytes) {
             readBlock(cursor);
         }
-        const std::size_t count = std::min(wanted - given, blockBytes - cursor.blockAt);
+        const std::size_t count = std::min(wanted - copied, blockBytes - cursor.blockAt);
         std::copy_n(cursor.block.begin() + static_cast<std::ptrdiff_t>(cursor.blockAt), count,
-                    out.begin() + static_cast<std::ptrdiff_t>(given));
+                    out.begin() + static_cast<std::ptrdiff_t>(copied));
         cursor.blockAt += count;
-        given += count;
+        copied += count;
     }
-    return given;
+    return copied;
 }
 
 std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
@@ -208,9 +209,9 @@ std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
         seek(fetchCursor, firstBlock() * wordsPerBlock());
         cursorReady = true;
     }
-    const std::size_t given = copyOut(fetchCursor, bytesHeld(0.0), out);
-    fetched += given;
-    return given;
+    const std::size_t copied = copyOut(fetchCursor, bytesHeld(0.0), out);
+    fetched += copied;
+    return copied;
 }
 
 std::size_t Recorder::look(std::span<std::uint8_t> out) const {
@@ -219,8 +220,8 @@ std::size_t Recorder::look(std::span<std::uint8_t> out) const {
     }
     Cursor cursor;
     seek(cursor, (firstBlock() + fetched / blockBytes) * wordsPerBlock());
-    std::array<std::uint8_t, blockBytes> ahead{};
-    copyOut(cursor, bytesHeld(0.0), std::span(ahead).first(fetched % blockBytes));
+    std::array<std::uint8_t, blockBytes> skipped{};
+    copyOut(cursor, bytesHeld(0.0), std::span(skipped).first(fetched % blockBytes));
     return copyOut(cursor, bytesHeld(0.0), out);
 }
 
@@ -235,7 +236,7 @@ std::vector<Recorder::Run> Recorder::runs() const {
 void Recorder::discard(double now) {
     if (open_) {
         Piece current = std::move(pieces.back());
-        const std::uint64_t words = wordsOf(current, true, now);
+        const std::uint64_t words = wordsUntil(now, current);
         current.segment.firstWord += words;
         current.from += static_cast<double>(words) / current.rate;
         pieces.clear();

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The unit's register space by name. Registers are 16 bits wide and 2 byte addresses apart; the two bridge
+// The unit's register space by name. Registers are 16 bits wide, at even byte addresses; the two bridge
 // registers are of another kind and 32 bits wide.
 namespace bench::reg {
 

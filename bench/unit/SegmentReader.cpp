@@ -11,24 +11,24 @@ namespace bench {
 
 namespace {
 
-// Below this a fault is not met in any recording that fits the unit.
+// Below this probability no recording that fits the unit has the fault.
 constexpr double negligible = 1e-15;
 
 std::int64_t floorDivide(std::int64_t value, std::int64_t by) {
     return value >= 0 ? value / by : -((by - 1 - value) / by);
 }
 
-// Bits of the stream's words, top bit first, with zeros ahead of the start.
+// Bits of the stream's words, top bit first, with zeros before the start.
 void fillSigned(const WordStream& stream, std::int64_t first, std::span<std::uint16_t> out) {
-    const auto ahead = std::min<std::int64_t>(std::max<std::int64_t>(-first, 0), static_cast<std::int64_t>(out.size()));
-    std::fill_n(out.begin(), ahead, std::uint16_t{0});
-    if (ahead < static_cast<std::int64_t>(out.size())) {
-        stream.fill(static_cast<std::uint64_t>(first + ahead), out.subspan(static_cast<std::size_t>(ahead)));
+    const auto zeros = std::min<std::int64_t>(std::max<std::int64_t>(-first, 0), static_cast<std::int64_t>(out.size()));
+    std::fill_n(out.begin(), zeros, std::uint16_t{0});
+    if (zeros < static_cast<std::int64_t>(out.size())) {
+        stream.fill(static_cast<std::uint64_t>(first + zeros), out.subspan(static_cast<std::size_t>(zeros)));
     }
 }
 
-// Moves whole words as long as nothing happens to the clock. Where a clock pulse is lost or a glitch is taken
-// for one, the groups behind it come too early or too late by two, until the next synchronisation sequence.
+// Moves whole words while the clock is undisturbed. After a lost clock pulse, or a glitch that looks like one,
+// the groups are early or late by two until the next synchronisation sequence.
 class WordReader final : public SegmentReader {
 public:
     WordReader(const Segment& segment, std::uint64_t skip)
@@ -36,7 +36,7 @@ public:
           bit((segment.firstWord + skip) * wordBits) {
         const PathTiming& clock = segment.clock.timing;
         const std::uint64_t place = hashOf(segment.seed, skip);
-        // A clock of which nothing is left is not recorded from at all.
+        // A clock that has lost all edges records nothing.
         lostPulse = makeEvent(std::min((clock.lostOnes + clock.lostZeros) / 2.0, 0.9), hashOf(place, 1));
         const double halfPeriod = segment.transmission->halfPeriod;
         addedPulse = makeEvent(clock.glitchEvery > 0.0 ? halfPeriod / clock.glitchEvery : 0.0, hashOf(place, 2));
@@ -73,7 +73,7 @@ public:
     }
 
 private:
-    // Something that happens in a slot with a given chance.
+    // An event that happens in a slot with a given probability.
     struct Event {
         double chance = 0.0;
         RandomSequence random{0};
@@ -82,7 +82,7 @@ private:
 
     enum class FaultKind { Neighbour, Flip, LostOne, LostZero };
 
-    // A line takes the wrong thing: the bit `move` further on, the opposite of its own, or that of its
+    // A line samples a wrong level: the bit `move` further on, the opposite of its own, or that of its
     // neighbours when a pulse of a single slot was lost.
     struct Fault {
         Event event;
@@ -93,7 +93,7 @@ private:
     struct Pin {
         bool constant = false;
         bool level = false;
-        std::int64_t shift = 0; // bits from where a line's bit goes to where it comes from
+        std::int64_t shift = 0; // distance in bits from a line's recorded bit to the sent one
         std::vector<Fault> faults;
     };
 
@@ -135,7 +135,7 @@ private:
             if (bit % pins == 0) {
                 passClockEvents();
             }
-            // Where a sequence starts, a word starts, whatever was collected.
+            // A sequence starts a word, whatever was collected.
             if (count != 0 && bit % wordBits == 0 && stream.positionInSequence(bit / wordBits) == 0U) {
                 count = 0;
             }
@@ -166,7 +166,7 @@ private:
         }
     }
 
-    // The places of a line's bits in a word that begins at a bit of the stream.
+    // Positions of a line's bits in a word that begins at this bit of the stream.
     std::uint16_t maskOf(unsigned line, std::uint64_t begin) const {
         unsigned mask = 0;
         for (unsigned place = 0; place < wordBits; ++place) {
@@ -177,7 +177,7 @@ private:
         return static_cast<std::uint16_t>(mask);
     }
 
-    // Words from the present bit on; faults are met in the first `bits` bits only.
+    // Words from the present bit on; only the first `bits` bits have faults.
     void fillRun(std::span<std::uint16_t> out, std::uint64_t bits) {
         if (plain && !slipped()) {
             stream.fill(bit / wordBits, out);
@@ -194,7 +194,7 @@ private:
 
     void fillLine(unsigned line, std::span<std::uint16_t> out) {
         const Pin& pin = lines[line];
-        // The places repeat after as many words as there are lines.
+        // The positions repeat after as many words as there are lines.
         std::array<std::uint16_t, 7> masks{};
         for (unsigned word = 0; word < pins; ++word) {
             masks[word] = maskOf(line, bit + word * wordBits);
@@ -262,16 +262,16 @@ private:
 
     const WordStream& stream;
     unsigned pins;
-    std::uint64_t bit; // of the stream, the next to be taken
+    std::uint64_t bit; // of the stream, the next one to record
     Event lostPulse;   // the clock
     Event addedPulse;
-    unsigned repeats = 0; // groups that are still to be taken once more
+    unsigned repeats = 0; // groups left to record a second time
     std::vector<Pin> lines;
     std::vector<std::uint16_t> source;
     bool plain = false;
 };
 
-// Goes through the slots one by one. The clock line decides in which of them a group is taken.
+// Steps through the slots one by one. The clock line decides in which of them a group is sampled.
 class SlotReader final : public SegmentReader {
 public:
     SlotReader(const Segment& part, std::uint64_t skip)
@@ -289,14 +289,13 @@ public:
     }
 
 private:
-    // A line that has been still for this long is taken as if it moved, so that a reader always comes to an
-    // end.
+    // A line without an edge for this long counts as if it had one, so that a reader always ends.
     static constexpr unsigned longestSilence = 1U << 20;
 
     bool chance(double probability) { return probability > negligible && random.uniform() < probability; }
 
     void step() {
-        // The unit looks for sequences all the time: where one starts, a word starts.
+        // The unit always searches for sequences: one starts a word.
         const auto bit = static_cast<std::uint64_t>(slot) * sent.dataPins;
         if (sent.words.framed() && bit % wordBits == 0 && sent.words.positionInSequence(bit / wordBits) == 0U) {
             bits -= bits % wordBits;
@@ -319,7 +318,7 @@ private:
         }
         if (edge && chance(slot % 2 == 0 ? clock.lostOnes : clock.lostZeros)) {
             edge = false;
-            ++slot; // the pulse's other edge goes with it
+            ++slot; // skips the pulse's other edge
         }
         silence = edge ? 0 : silence + 1;
         if (edge || silence > longestSilence) {

@@ -15,10 +15,10 @@ constexpr unsigned clockDivider = 3;
 static_assert(4.0 * referenceClock * clockMultiplier / clockDivider == Unit::sampleRate);
 
 constexpr double samplesPerNanosecond = Unit::sampleRate / 1e9;
-// How long the export port needs to come to rest behind a cleared capture enable.
+// Time the export port needs to become idle after capture enable is cleared.
 constexpr std::int64_t commsRest = static_cast<std::int64_t>(Unit::sampleRate * 0.5e-3);
 
-// Which channel's register an address is, for registers that lie `stride` apart.
+// The channel of a register address, for registers with distance `stride`.
 template <class AddressOf>
 std::optional<unsigned> channelOf(reg::Address address, AddressOf addressOf) {
     for (unsigned channel = 0; channel < reg::channels; ++channel) {
@@ -29,7 +29,7 @@ std::optional<unsigned> channelOf(reg::Address address, AddressOf addressOf) {
     return std::nullopt;
 }
 
-// Registers on which it depends what is recorded, and whether.
+// Registers that affect what is recorded, and whether.
 bool shapesRecording(reg::Address address) {
     return channelOf(address, reg::stmControl) ||
            (address >= reg::procFirst(0, 1) && address <= reg::procSecond(reg::channels - 1, 0));
@@ -85,19 +85,19 @@ std::uint32_t Unit::read(std::uint32_t kind, reg::Address address) {
         return readComms(*channel);
     }
     if (const auto channel = channelOf(address, reg::errorA)) {
-        return readError(*channel, true);
+        return readError(*channel, scenario.unit.errorA);
     }
     if (const auto channel = channelOf(address, reg::errorB)) {
-        return readError(*channel, false);
+        return readError(*channel, scenario.unit.errorB);
     }
     if (const auto channel = channelOf(address, reg::countLow)) {
-        return readCount(*channel, false);
+        return readCount(*channel, Half::Low);
     }
     if (const auto channel = channelOf(address, reg::countHigh)) {
-        return readCount(*channel, true);
+        return readCount(*channel, Half::High);
     }
     if (address == reg::bufferStatus) {
-        update(false);
+        update();
         return recorder.wrapped(static_cast<double>(sampleNow())) ? reg::wrappedBit : 0;
     }
     return stored(address);
@@ -115,7 +115,7 @@ void Unit::write(std::uint32_t kind, reg::Address address, std::uint32_t value) 
     if (address == reg::referenceHigh || address == reg::referenceLow || address == reg::clockRatio) {
         return;
     }
-    update(false);
+    update();
     const std::uint16_t before = stored(address);
     registers[address] = word;
     if (address == reg::capture) {
@@ -136,7 +136,7 @@ void Unit::write(std::uint32_t kind, reg::Address address, std::uint32_t value) 
         }
     }
     if (before != word && shapesRecording(address)) {
-        update(true);
+        update(Inputs::Changed);
     }
 }
 
@@ -146,9 +146,8 @@ std::uint32_t Unit::readComms(unsigned channel) const {
     return enabled || !resting || scenario.unit.commsStuck ? reg::commsBusy : reg::commsIdle;
 }
 
-std::uint32_t Unit::readError(unsigned channel, bool registerA) const {
-    const std::uint32_t value = registerA ? scenario.unit.errorA : scenario.unit.errorB;
-    // A recording that has yet to get its first word is not counted.
+std::uint32_t Unit::readError(unsigned channel, std::uint16_t value) const {
+    // A recording without its first word is not counted yet.
     const std::uint64_t number = recordings + (lastRecorded ? 0U : 1U);
     if (channel != 0 || errorsCleared || !recordingSince || number < scenario.unit.errorFrom) {
         return 0;
@@ -159,7 +158,7 @@ std::uint32_t Unit::readError(unsigned channel, bool registerA) const {
 
 // --- frequency counters ---
 
-std::uint32_t Unit::readCount(unsigned channel, bool high) {
+std::uint32_t Unit::readCount(unsigned channel, Half half) {
     Counter& counter = counters[channel];
     const double cpi = stored(reg::windowLow(channel)) | ((stored(reg::windowHigh(channel)) & 0xFFU) << 16);
     const auto length = static_cast<std::int64_t>(sampleRate * 4.0 * clockDivider * cpi /
@@ -168,7 +167,7 @@ std::uint32_t Unit::readCount(unsigned channel, bool high) {
         counter.count = countEdges(channel, counter.windowStart, counter.windowStart + length);
         counter.pending = false;
     }
-    return high ? counter.count >> 16 : counter.count & 0xFFFF;
+    return half == Half::High ? counter.count >> 16 : counter.count & 0xFFFF;
 }
 
 std::uint32_t Unit::countEdges(unsigned channel, std::int64_t from, std::int64_t to) const {
@@ -197,10 +196,10 @@ std::uint32_t Unit::countEdges(unsigned channel, std::int64_t from, std::int64_t
 // --- oversampling ---
 
 void Unit::writeCapture(std::uint16_t value) {
-    // The trigger is three writes: all FIFOs chosen, the same with bit 15, none. Bit 11 synchronises the
-    // samplers, which has no effect that could be seen from outside.
+    // The trigger is three writes: all FIFOs selected, the same with bit 15, none. Bit 11 synchronises the
+    // samplers, which has no visible effect.
     if (captureHistory == std::array<std::uint16_t, 2>{0x001F, 0x801F} && value == 0) {
-        const std::int64_t start = sampleNow(); // one moment for all pins: that is what a burst is for
+        const std::int64_t start = sampleNow(); // the same for all pins: a burst shows them side by side
         for (unsigned proc = 0; proc < reg::procs; ++proc) {
             fifos[proc].trigger(inputOf(0, proc), start);
         }
@@ -243,11 +242,11 @@ void Unit::start() {
     stoppedByItself = false;
     requested = 0;
     started = true;
-    update(true);
+    update(Inputs::Changed);
 }
 
 void Unit::stop() {
-    update(false);
+    update();
     if (started) {
         finishRecording(sampleNow());
     }
@@ -255,7 +254,7 @@ void Unit::stop() {
 }
 
 std::uint32_t Unit::status() {
-    update(false);
+    update();
     return opened ? recorder.bytesHeld(static_cast<double>(sampleNow())) : 0;
 }
 
@@ -273,18 +272,18 @@ void Unit::flush() {
 }
 
 std::vector<std::uint8_t> Unit::peek(std::uint32_t bytes) {
-    update(false);
+    update();
     std::vector<std::uint8_t> out(std::min(bytes, opened ? status() : 0));
     out.resize(recorder.look(out));
     return out;
 }
 
-void Unit::deliver(RecordSink& sink, bool inFrontOfStatus, std::size_t limit) {
-    update(false);
+void Unit::deliver(RecordSink& sink, Before reply, std::size_t limit) {
+    update();
     if (!opened) {
         return;
     }
-    if (stoppedByItself && inFrontOfStatus) {
+    if (stoppedByItself && reply == Before::StatusReply) {
         stoppedByItself = false;
         sink.onStatus(0);
     }

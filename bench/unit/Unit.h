@@ -19,33 +19,32 @@
 
 namespace bench {
 
-// What the target's transmitter was told to send. `pins` are EMU pins: the clock, then bit 0, bit 1 and so
-// on.
+/// The programming of the target's transmitter. `pins` are EMU pins: the clock, then bit 0, bit 1 and so on.
 struct TargetProgram {
-    std::string pattern; // "none", "f0", "a5", "ramp", "walk" or "lfsr"; "none" is trace
+    std::string pattern; ///< "none", "f0", "a5", "ramp", "walk" or "lfsr"; "none" is trace
     unsigned frequency = 0;
     ExportKind kind = ExportKind::Pti;
     std::vector<unsigned> pins;
 };
 
-// The bench's own view of one data pin at the start of a recording.
+/// The true state of one data pin at the start of a recording.
 struct PinTruth {
     unsigned proc = 0;
     unsigned input = 0;
-    std::optional<unsigned> emu; // none for the unit's own generator
-    double offset = 0.0;         // samples from the beginning of the eye to the taken sample, mean
-    double eye = 0.0;            // samples
-    double fraction = 0.0;       // offset / eye, mean and extremes over the clock edges
+    std::optional<unsigned> emu; ///< empty for the unit's own generator
+    double offset = 0.0;         ///< samples from the start of the eye to the recorded sample, mean
+    double eye = 0.0;            ///< samples
+    double fraction = 0.0;       ///< offset / eye, mean and extremes over the clock edges
     double fractionMin = 0.0;
     double fractionMax = 0.0;
-    std::int64_t slot = 0;  // against where most data pins are
-    double errorRate = 0.0; // chance that a bit that differs from its neighbours is taken wrong
-    double skew = 0.0;      // the wiring's skew of this pin
+    std::int64_t slot = 0;  ///< relative to most data pins
+    double errorRate = 0.0; ///< probability of a wrong bit where it differs from its neighbours
+    double skew = 0.0;      ///< the wiring's skew of this pin
 };
 
 struct RecordingTruth {
     std::string pattern;
-    double frequency = 0.0; // Hz of the trace clock
+    double frequency = 0.0; ///< Hz of the trace clock
     double halfPeriod = 0.0;
     std::uint32_t bufferSize = 0;
     bool wrapping = false;
@@ -53,8 +52,8 @@ struct RecordingTruth {
     std::vector<PinTruth> pins;
 };
 
-// What a recording holds once it is over: which words of the stream on the wire, counted from the start of the
-// transmission, and which of the blocks that they fill are still there.
+/// The contents of a finished recording: its words of the stream on the wire, counted from the start of the
+/// transmission, and how many of the blocks that they fill were overwritten or kept.
 struct ContentsTruth {
     Framing framing = Framing::Packets;
     std::vector<Recorder::Run> runs;
@@ -62,7 +61,7 @@ struct ContentsTruth {
     std::uint64_t blocksKept = 0;
 };
 
-// The callback records of the recording stream.
+/// The callback records of the recording stream.
 class RecordSink {
 public:
     virtual ~RecordSink() = default;
@@ -74,20 +73,19 @@ struct UnitError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// The capture unit with what is wired to it: registers, conditioning, oversample FIFOs, frequency counters,
-// buffer. It neither waits nor sleeps: time comes from outside, in nanoseconds that never go back, and
-// everything is worked out for the moment of a call. It is used by one thread at a time.
+/// The capture unit and its wiring: registers, conditioning, oversample FIFOs, frequency counters, buffer. It
+/// never waits or sleeps: the caller supplies the time, in nanoseconds that never decrease, and each call
+/// computes the state at that time. One thread at a time.
 class Unit {
 public:
     using TimeSource = std::function<std::uint64_t()>;
 
-    // The scenario is copied. `play` is what the target sends as trace; trace is generated when there is
-    // none.
+    /// Copies the scenario. `play` is the trace that the target sends; without it trace is generated.
     Unit(const Scenario& scenario, TimeSource time, std::optional<std::vector<std::uint8_t>> play = std::nullopt);
 
-    // Called once for each recording, when its first word can be taken.
+    /// Called once for each recording, when its first word can be recorded.
     std::function<void(const RecordingTruth&)> onRecording;
-    // Called once for each recording, when it has ended.
+    /// Called once for each recording, when it has ended.
     std::function<void(const ContentsTruth&)> onFinished;
 
     // --- registers ---
@@ -95,27 +93,27 @@ public:
     void write(std::uint32_t kind, reg::Address address, std::uint32_t value);
 
     // --- the recording stream ---
-    // Throws UnitError when the size is not a multiple of 16 KiB or below two of them.
-    void openChannel(std::uint32_t size, std::uint32_t mode); // mode 0 stops when full, any other wraps
+    /// Throws UnitError when the size is not a multiple of 16 KiB or below two of them.
+    void openChannel(std::uint32_t size, std::uint32_t mode); ///< mode 0 stops when full, any other wraps
     void closeChannel();
     bool channelOpen() const { return opened; }
-    void start(); // throws UnitError when no channel is open
+    void start(); ///< throws UnitError when no channel is open
     void stop();
-    std::uint32_t status(); // bytes held and not yet delivered
+    std::uint32_t status(); ///< bytes held and not yet delivered
     void request(std::uint32_t bytes);
     void cancel();
     void flush();
     std::vector<std::uint8_t> peek(std::uint32_t bytes);
 
-    // Hands over what may stand in front of a reply: data that were asked for, at most `limit` bytes of them,
-    // and, in front of a reply to `status`, that the unit has stopped by itself. Nothing while no channel is
-    // open.
-    void deliver(RecordSink& sink, bool inFrontOfStatus, std::size_t limit = defaultDelivery);
+    /// Passes on the records that precede a reply: requested data, at most `limit` bytes, and before a reply to
+    /// `status` a record that the unit has stopped by itself. Nothing while no channel is open.
+    enum class Before { StatusReply, OtherReply };
+    void deliver(RecordSink& sink, Before reply, std::size_t limit = defaultDelivery);
     static constexpr std::size_t defaultDelivery = 0x200000;
     static constexpr std::size_t recordBytes = 0x40000;
 
     // --- the target ---
-    void programTarget(const TargetProgram& program); // throws UnitError
+    void programTarget(const TargetProgram& program); ///< throws UnitError
     void shutdownTarget();
     std::uint32_t traceStatus() const { return scenario.transmitter.traceStatus; }
 
@@ -123,8 +121,8 @@ public:
     static constexpr double sampleRate = 1.4e9;
     std::int64_t sampleNow() const;
     ProcInput inputOf(unsigned channel, unsigned proc) const;
-    // What a recording with the present settings takes; nothing while no transmitter runs or no data proc is
-    // enabled.
+    /// The segment that a recording with the present settings would have; empty while no transmitter runs or no
+    /// data proc is enabled.
     std::optional<Segment> segmentNow(unsigned channel) const;
 
 private:
@@ -137,8 +135,9 @@ private:
     std::uint16_t stored(reg::Address address) const;
     ProcSettings procSettings(unsigned channel, unsigned proc) const;
     std::uint32_t readComms(unsigned channel) const;
-    std::uint32_t readError(unsigned channel, bool registerA) const;
-    std::uint32_t readCount(unsigned channel, bool high);
+    std::uint32_t readError(unsigned channel, std::uint16_t value) const;
+    enum class Half { Low, High };
+    std::uint32_t readCount(unsigned channel, Half half);
     std::uint32_t countEdges(unsigned channel, std::int64_t from, std::int64_t to) const;
     void writeCapture(std::uint16_t value);
     void programGenerator(std::uint16_t control);
@@ -146,9 +145,9 @@ private:
     // UnitTarget.cpp
     Line lineOf(unsigned channel, unsigned proc) const;
     std::optional<unsigned> capturingChannel() const;
-    // Brings the recorder up to date; `changed`: something that recording depends on is about to be, or was,
-    // altered.
-    void update(bool changed);
+    enum class Inputs { Same, Changed };
+    /// Brings the recorder up to date. Inputs of recording (transmitters, settings) may have changed since.
+    void update(Inputs inputs = Inputs::Same);
     void finishRecording(std::int64_t now);
     void beginSegment(unsigned channel, std::int64_t now, bool goesOn);
     void reportTruth(const Segment& segment, unsigned channel);
@@ -165,7 +164,7 @@ private:
     mutable std::array<Counter, reg::channels> counters;
     std::array<std::optional<std::int64_t>, reg::channels> commsCleared;
 
-    // What sends, and where it is wired to. The generator wins over the target.
+    /// The transmitters and their wiring. The generator takes precedence over the target.
     TransmissionPointer target;
     std::vector<unsigned> targetPins;
     std::string targetPattern;
@@ -178,14 +177,14 @@ private:
     std::uint32_t bufferSize = 0;
     bool wrapping = false;
     Recorder recorder;
-    TransmissionPointer lastRecorded; // the transmission of the newest segment
+    TransmissionPointer lastRecorded; ///< the transmission of the newest segment
     std::int64_t segmentStart = 0;
     std::optional<std::int64_t> recordingSince;
     bool errorsCleared = false;
     bool stoppedByItself = false;
     std::uint64_t requested = 0;
     std::uint64_t segments = 0;
-    std::uint64_t recordings = 0; // that got a word
+    std::uint64_t recordings = 0; ///< with at least one word
 };
 
 } // namespace bench

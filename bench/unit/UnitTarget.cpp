@@ -1,4 +1,4 @@
-// What is sent to the unit, and when its recorder runs.
+// The signal that is sent to the unit, and when its recorder runs.
 #include "bench/signal/Random.h"
 #include "bench/unit/Unit.h"
 #include "bench/wiring/Wiring.h"
@@ -11,18 +11,17 @@ namespace bench {
 
 namespace {
 
-// Drifting wiring is looked at this often while it is recorded from.
+// Interval at which drifting wiring is evaluated during a recording.
 constexpr std::int64_t driftStep = static_cast<std::int64_t>(Unit::sampleRate * 20e-3);
 
-// Target and unit share no clock. How their edges lie is a matter of luck, the same luck all through a
-// scenario.
+// Target and unit share no clock. The phase between their edges is random, but the same throughout a scenario.
 constexpr std::uint64_t phasePlace = 0x7068;
 
 double halfPeriodOf(double frequency) {
     return Unit::sampleRate / (2.0 * frequency);
 }
 
-// The generator's register: which pattern in bits 10..8, for how many data pins in bits 5..4.
+// The generator's register: pattern in bits 10..8, number of data pins in bits 5..4.
 std::optional<PatternName> generatorPatternOf(std::uint16_t control) {
     switch ((control >> 8) & 7) {
     case 5:
@@ -72,7 +71,7 @@ void Unit::programTarget(const TargetProgram& program) {
         content = makePattern(*name, next.dataPins);
     }
     next.words = WordStream(content, program.kind == ExportKind::Pti ? scenario.transmitter.syncEvery : 0);
-    update(false);
+    update();
     targetPins = program.pins;
     targetPattern = program.pattern;
     targetSendsTrace = isTrace;
@@ -83,13 +82,13 @@ void Unit::programTarget(const TargetProgram& program) {
         next.phase = uniformOf(scenario.wiring.seed, phasePlace);
         target = std::make_shared<Transmission>(next);
     }
-    update(true);
+    update(Inputs::Changed);
 }
 
 void Unit::shutdownTarget() {
-    update(false);
+    update();
     target.reset();
-    update(true);
+    update(Inputs::Changed);
 }
 
 void Unit::programGenerator(std::uint16_t control) {
@@ -106,7 +105,7 @@ void Unit::programGenerator(std::uint16_t control) {
         generator = std::make_shared<Transmission>(next);
         generatorPattern = patternText(*pattern);
     }
-    update(true);
+    update(Inputs::Changed);
 }
 
 Line Unit::lineOf(unsigned channel, unsigned proc) const {
@@ -163,7 +162,7 @@ std::optional<unsigned> Unit::capturingChannel() const {
     return std::nullopt;
 }
 
-void Unit::update(bool changed) {
+void Unit::update(Inputs inputs) {
     const std::int64_t now = sampleNow();
     if (started && !recorder.finished() && recorder.full(static_cast<double>(now))) {
         finishRecording(now);
@@ -173,7 +172,7 @@ void Unit::update(bool changed) {
     const bool drifts = targetSendsTrace && !generator && now - segmentStart >= driftStep &&
                         std::any_of(scenario.wiring.pins.begin(), scenario.wiring.pins.end(),
                                     [](const PinWiring& pin) { return pin.drift != 0.0; });
-    if (!changed && !(drifts && recorder.running())) {
+    if (inputs == Inputs::Same && !(drifts && recorder.running())) {
         return;
     }
     const bool goesOn = recorder.running();
@@ -210,10 +209,10 @@ void Unit::beginSegment(unsigned channel, std::int64_t now, bool goesOn) {
     }
     const bool first = lastRecorded == nullptr;
     if (goesOn && lastRecorded == segment->transmission) {
-        // Only the conditioning or the wiring has changed: the stream goes on.
+        // Only the conditioning or the wiring has changed: the stream continues.
         segment->firstWord = recorder.nextWord(static_cast<double>(now));
     } else {
-        // The unit takes its words from where it finds their boundary.
+        // The unit's words start where it finds their boundary.
         const auto begun = static_cast<std::uint64_t>(std::ceil(static_cast<double>(slot) / slotsAWord));
         segment->firstWord = sent.words.nextSequence(begun);
     }

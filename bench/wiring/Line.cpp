@@ -9,12 +9,12 @@ namespace bench {
 
 namespace {
 
-// An input that hangs in the air picks up something slow.
+// An open input picks up slow noise.
 constexpr double floatingCell = floatingEdgeDistance / 2.0; // every other boundary of a cell is an edge
 // Conditioning moves edges by up to 31 + 4 samples and joins pulses of up to 16; noise adds a few more.
 constexpr double reach = 96.0;
 constexpr double gaussReach = 8.0;
-// Noise of edges, of glitches and of floating inputs are drawn apart.
+// Edges, glitches and floating inputs have separate noise.
 constexpr std::uint64_t glitchSeed = 0x676C;
 constexpr std::uint64_t floatSeed = 0x666C;
 

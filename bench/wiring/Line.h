@@ -9,14 +9,13 @@
 
 namespace bench {
 
-// One run of a transmitter, from the moment it was programmed. Clock edge k samples data slot k; slot k lies
-// on the wire from k half periods on, and the clock edge half a half period behind that ("center") or
-// together with it
-// ("edge"). Even clock edges rise. Before its start everything is low.
+/// One run of a transmitter, from the moment it was programmed. Clock edge k samples data slot k; slot k begins
+/// k half periods after the start, and its clock edge is half a half period later ("center") or at the same
+/// time ("edge"). Even clock edges rise. Before the start all lines are low.
 struct Transmission {
-    std::int64_t start = 0;   // the unit's sample in which it began
-    double phase = 0.0;       // of its slots against the unit's samples, 0 to 1
-    double halfPeriod = 14.0; // samples
+    std::int64_t start = 0;   ///< sample of the unit at the start
+    double phase = 0.0;       ///< of its slots against the unit's samples, 0 to 1
+    double halfPeriod = 14.0; ///< samples
     unsigned dataPins = 4;
     Alignment alignment = Alignment::Center;
     WordStream words{makePattern(PatternName::F0, 4), 0};
@@ -27,34 +26,34 @@ struct Transmission {
 
 using TransmissionPointer = std::shared_ptr<const Transmission>;
 
-// Where a receiver input's signal comes from.
+/// The source of a receiver input's signal.
 enum class LineSource { Clock, Data, Constant, Floating };
 
-// What a signal meets on its way to a receiver input, and at it.
+/// The disturbances on the way to a receiver input, and at the input.
 struct LineTiming {
-    double skew = 0.0;     // samples, both edges
-    double lateFall = 0.0; // samples, falling edges in addition
-    double jitter = 0.0;   // samples rms, every edge
+    double skew = 0.0;     ///< samples, both edges
+    double lateFall = 0.0; ///< samples, falling edges in addition
+    double jitter = 0.0;   ///< samples rms, every edge
     double glitchEvery = 0.0;
     double glitchLength = 0.0;
-    std::uint64_t seed = 0; // of the jitter and the glitches
+    std::uint64_t seed = 0; ///< of the jitter and the glitches
 };
 
 struct Line {
     LineSource source = LineSource::Constant;
-    unsigned bit = 0;   // Data: which bit of the group, 0 the top one
-    bool level = false; // Constant
+    unsigned bit = 0;   ///< Data: which bit of the group, 0 the top one
+    bool level = false; ///< Constant
     LineTiming timing;
 };
 
-// Mean distance between the edges of a floating input, in samples.
+/// Mean distance between the edges of a floating input, in samples.
 inline constexpr double floatingEdgeDistance = 512.0;
 
-// The level that a line carries in a slot, wiring left aside. Slots before the start are low.
+/// The level of a line in a slot, without the effects of wiring. Slots before the start are low.
 bool slotLevel(const Transmission& transmission, const Line& line, std::int64_t slot);
 
-// What arrives at the receiver input over the samples [from, to) counted from the transmission's start. The
-// toggles reach a little beyond both ends, so that conditioning has something to look at.
+/// The signal at the receiver input over the samples [from, to), counted from the transmission's start. Toggles
+/// extend a little beyond both ends, as conditioning needs.
 Waveform drawLine(const Transmission& transmission, const Line& line, double from, double to);
 
 } // namespace bench

@@ -16,7 +16,7 @@ void invertBetween(Waveform& wave, double from, double to) {
 }
 
 void removePulsesBelow(Waveform& wave, double length) {
-    // Two toggles at the same moment are no change at all, whatever the length.
+    // Two toggles at the same moment cancel out, whatever the length.
     std::size_t kept = 0;
     for (const double toggle : wave.toggles) {
         if (kept != 0 && (toggle - wave.toggles[kept - 1] < length || toggle == wave.toggles[kept - 1])) {

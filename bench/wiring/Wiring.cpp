@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array<unsigned, 6> inputOfEmu{4, 5, 2, 3, 6, 7};
 
-// Two pins are swapped when either of them says so.
+// Two pins are swapped when the scenario says so of either.
 unsigned signalAt(const WiringSettings& wiring, unsigned emu) {
     if (const auto other = wiring.pin(emu).swappedWith) {
         return *other;

@@ -7,7 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
-// All mathematics that one attempt asks for, in its order.
+// All mathematics of one attempt, in its order.
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// A burst as a unit delivers it: 8192 samples of a clock and seven data pins, 63 samples in a clock period so that all
-/// lags from -31 to 31 are looked at, data with jitter and a little skew.
+/// lags from -31 to 31 are evaluated, data with jitter and a little skew.
 class FullBurst {
 public:
     FullBurst() : pins(8, std::vector<std::uint16_t>(512)) {

@@ -7,8 +7,8 @@
 #include <chrono>
 #include <string>
 
-// A whole calibration with five settings over the bench's unit, in real time: what it takes against the sum of the
-// waits that it orders. What the simulated unit itself costs (drawing bursts, filling the buffer) is in it.
+// A whole calibration with five settings over the bench's unit, in real time: its duration against the sum of
+// its waits. It includes the work of the simulated unit (drawing bursts, filling the buffer).
 
 namespace {
 
@@ -28,7 +28,7 @@ bench::Scenario fiveSettings() {
     return scenario;
 }
 
-/// Waits are slept through, so that the system's tardiness in waking up counts, too.
+/// Waits are real sleeps, so the system's wake-up latency counts, too.
 void wholeCalibration(benchmark::State& state) {
     double ordered = 0.0;
     double spent = 0.0;

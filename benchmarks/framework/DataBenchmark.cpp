@@ -20,7 +20,7 @@
 #include <stdexcept>
 #include <vector>
 
-// Reading and saving a recording of 128 MiB, against programs that do no more than move as many bytes.
+// Reading and saving a recording of 128 MiB, against programs that only move as many bytes.
 
 using namespace Vx::Qrs::Trace;
 namespace fs = std::filesystem;
@@ -32,7 +32,7 @@ constexpr std::uint32_t recordingSize = 128 * mebi;
 constexpr unsigned chunkSamples = 8192;
 constexpr std::size_t chunkBytes = chunkSamples * 8;
 
-// A receiver whose one channel holds the recording, in a folder of its own.
+// A receiver whose one channel has the recording, in a folder of its own.
 class Session {
 public:
     static Session& get() {
@@ -66,13 +66,13 @@ private:
         }
         out.close();
         if (!out) {
-            throw std::runtime_error("there is no room for the recording");
+            throw std::runtime_error("there is not enough space for the recording");
         }
         StubUnit::get().fileStem = file("recording");
         StubUnit::get().bytes = recordingSize;
         receiver = CreateRcvr();
         driver = receiver->AllocateChannel("bench/app", &xmtr, 0, 0);
-        // The folder has no settings file; its defaults do.
+        // The folder has no settings file; the defaults are enough.
         driver->SetConfiguration(file("channel.xml").c_str());
     }
 

@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-// Four channels that want pins of one device with far more pin-outs than any has.
+// Four channels that request pins of one device with far more pin-outs than any real one.
 
 using namespace Vx::Qrs::Trace::OrvRcvr;
 
@@ -36,7 +36,9 @@ Pinouts manyPinouts() {
     return pinouts;
 }
 
-void search(benchmark::State& state, const std::string& kindOfTheLast, bool ought) {
+enum class Outcome { Found, NotFound };
+
+void search(benchmark::State& state, const std::string& kindOfTheLast, Outcome expected) {
     const Pinouts pinouts = manyPinouts();
     // The one with the fewest pins is placed last.
     const PinRequests requests{{"core 0", {"pti", 4, false}},
@@ -47,11 +49,11 @@ void search(benchmark::State& state, const std::string& kindOfTheLast, bool ough
     for (auto unused : state) {
         PinGrants grants;
         std::string name;
-        // The time of the processor: a search waits for nothing, and the machine may have other things to do.
+        // Processor time: a search never waits, and the machine may be busy.
         const std::clock_t begin = std::clock();
         for (unsigned i = 0; i < searches; ++i) {
-            if (searchPinouts(grants, name, pinouts, owners, requests, {}, {}) != ought) {
-                state.SkipWithError("the search ends otherwise than it ought to");
+            if (searchPinouts(grants, name, pinouts, owners, requests, {}, {}) != (expected == Outcome::Found)) {
+                state.SkipWithError("the search has an unexpected outcome");
             }
             benchmark::DoNotOptimize(grants);
         }
@@ -60,13 +62,12 @@ void search(benchmark::State& state, const std::string& kindOfTheLast, bool ough
 }
 
 void found(benchmark::State& state) {
-    search(state, "tpiu", true);
+    search(state, "tpiu", Outcome::Found);
 }
 
-// The longest search: the last request is never served, so that all pin-outs are tried and all that came before it is
-// done in vain.
+// The longest search: the last request cannot be served, so all pin-outs are tried for all requests.
 void foundNowhere(benchmark::State& state) {
-    search(state, "no such kind", false);
+    search(state, "no such kind", Outcome::NotFound);
 }
 
 BENCHMARK(found)->UseManualTime();

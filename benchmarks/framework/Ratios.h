@@ -2,6 +2,6 @@
 
 #include "benchmarks/support/Report.h"
 
-/// Each source file of this program measures one thing and says which ratios come of it.
+/// Each source file of this program measures one thing and adds its ratios.
 void reportData(benchmarks::Report& report);
 void reportPinSearch(benchmarks::Report& report);

@@ -5,13 +5,12 @@
 
 #include <string>
 
-/// A capture unit of one channel whose recording lies ready in a file: what the receiver does on top of it is all that
-/// is measured.
+/// A capture unit of one channel with a finished recording in a file: only the receiver's own work is measured.
 class StubUnit : public VX_QRS::ORV::CLIENT::FrontEnd, public VX_QRS::ORV::CLIENT::FrontEndChannel {
 public:
     static StubUnit& get();
 
-    std::string fileStem; ///< the recording is this with ".bin" behind it
+    std::string fileStem; ///< the recording is this plus ".bin"
     std::uint32_t bytes = 0;
 
     void setProperty(const char*, const char*) override {}

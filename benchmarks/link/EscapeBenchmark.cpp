@@ -12,7 +12,7 @@
 
 using namespace MPX_GDB_AGENT;
 
-// Escaping and its undoing alone, against a plain copy of the same number of plain bytes.
+// Escaping and unescaping alone, against a plain copy of the same number of bytes.
 
 namespace {
 
@@ -92,14 +92,14 @@ std::string named(const std::string& what, Content kind, std::size_t size) {
 void reportEscape(benchmarks::Report& report) {
     using namespace benchmarks;
     for (const std::size_t size : sizesMeasured) {
-        const std::string room = " of " + std::to_string(size / 1024) + " KiB";
+        const std::string amountText = " of " + std::to_string(size / 1024) + " KiB";
         const auto amount = static_cast<double>(size);
         for (const std::string what : {"escape", "unescape"}) {
-            report.figure(what + room + " without escapes", perSecondOf(named(what, Plain, size), amount), "byte/s",
-                          atLeast(2e9));
-            report.ratio(what + room + " of random bytes, speed against a copy", secondsOf(named("copy", Random, size)),
-                         secondsOf(named(what, Random, size)), atLeast(0.5));
+            report.figure(what + amountText + " without escapes", perSecondOf(named(what, Plain, size), amount),
+                          "byte/s", atLeast(2e9));
+            report.ratio(what + amountText + " of random bytes, speed against a copy",
+                         secondsOf(named("copy", Random, size)), secondsOf(named(what, Random, size)), atLeast(0.5));
         }
-        report.figure("copy" + room, perSecondOf(named("copy", Random, size), amount), "byte/s");
+        report.figure("copy" + amountText, perSecondOf(named("copy", Random, size), amount), "byte/s");
     }
 }

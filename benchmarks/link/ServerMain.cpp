@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-// A data server that has all it says at hand before it is asked, so that what is measured is the client.
+// A data server whose replies are prepared, so that only the client is measured.
 //   benchmark_link_server <port>
 
 namespace {
@@ -48,7 +48,7 @@ public:
     }
 
 private:
-    // One request; a client does not send the next one before it has its reply.
+    // One request; a client sends the next one only after the reply.
     bool receive() {
         std::uint32_t end = 0;
         while (!request.findByte(MPX_GDB_AGENT::packetEnd, end) || request.length < end + 1 + wire::checksumSize) {

@@ -14,7 +14,7 @@ public:
     ServerProcess& operator=(const ServerProcess&) = delete;
     ~ServerProcess();
 
-    /// A connection of one's own. Throws `std::runtime_error` when there is none to be had.
+    /// A new connection. Throws `std::runtime_error` when it fails.
     std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connect() const;
     /// A client over such a connection, with the chunk size that a receiver uses.
     std::unique_ptr<VX_QRS::ORV::OrvEcomProxy> client() const;

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-/// What the server of the link's benchmarks sends. Its mode of a channel is one of these, its buffer size the size of a
-/// record.
+/// The records that the server of the link's benchmarks sends. A channel's mode is one of these, its buffer size the
+/// size of a record.
 enum class Content : std::uint32_t { Plain = 0, Random = 1 };
 
 inline constexpr std::uint32_t kibi = 1024;

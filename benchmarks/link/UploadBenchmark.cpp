@@ -23,7 +23,7 @@ using namespace MPX_GDB_AGENT;
 namespace {
 
 constexpr std::uint32_t uploadSize = 32 * mebi; // of the comparison with the bare loop
-constexpr std::uint32_t replySize = 1 * mebi;   // what a receiver asks for at most
+constexpr std::uint32_t replySize = 1 * mebi;   // the most that a receiver requests
 constexpr std::uint32_t longReply = 128 * mebi;
 constexpr std::uint32_t chunkSize = OrvEcomProxy::defaultChunkSize;
 
@@ -39,7 +39,7 @@ public:
     std::uint64_t bytes = 0;
 };
 
-// Talks without a client: sends requests, and receives replies without looking at them.
+// Works without a client: sends requests, and receives replies without reading them.
 class BareLink {
 public:
     BareLink() : link(ServerProcess::get().connect()), chunk(chunkSize) {}
@@ -120,7 +120,7 @@ struct Upload {
         channel = client->openChannel(record, static_cast<std::uint32_t>(kind), &counting);
     }
 
-    // Whether all bytes came.
+    // Whether all bytes arrived.
     bool run(std::uint32_t size, std::uint32_t reply) {
         counting.bytes = 0;
         for (std::uint32_t asked = 0; asked < size; asked += reply) {
@@ -163,7 +163,7 @@ void firstReply(benchmark::State& state) {
     }
 }
 
-// The same once the client has seen such a reply.
+// The same after the client has received such a reply.
 void laterReply(benchmark::State& state) {
     const auto size = static_cast<std::uint32_t>(state.range(0)) * mebi;
     Upload upload(Content::Random, mebi);
@@ -175,7 +175,7 @@ void laterReply(benchmark::State& state) {
     }
 }
 
-// Bytes above idle while 128 MiB pass. Measured once, and first of all: later there is memory to be used again.
+// Bytes above idle while 128 MiB pass. Measured once, before all others: later freed memory is reused.
 double peakOfUpload() {
     static const double peak = [] {
         Upload upload(Content::Random, mebi);

@@ -12,7 +12,7 @@ double since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// A second of a recording that nobody looks at: what this process does meanwhile is its control thread's work.
+/// A second of a recording without any call: all work of this process is its control thread's.
 void watch(benchmark::State& state) {
     RecordingRig& r = rig();
     double share = 0.0;
@@ -39,7 +39,7 @@ void start(benchmark::State& state) {
         const auto begun = Clock::now();
         r.channel->start(false);
         const double taken = since(begun);
-        // The thread's first sleep may begin inside; it is no part of the start.
+        // The thread's first sleep may begin inside; it does not belong to the start.
         const double slept = std::min(taken, r.waits.slept() - sleptBefore);
         r.channel->stop();
         r.waitUntilDone();

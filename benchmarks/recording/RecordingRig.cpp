@@ -16,7 +16,7 @@ std::int64_t nanoseconds() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
 }
 
-/// Slow enough that the largest buffer does not fill while it is looked at.
+/// Slow enough that the largest buffer does not fill during a measurement.
 bench_run::Target slowTarget() {
     bench_run::Target target;
     target.frequency = 12.5e6;
@@ -43,7 +43,7 @@ RecordingRig::RecordingRig() : bench(slowTarget()) {
             try {
                 frontEnd = std::make_unique<FrontEnd_1>(serverDataClient(), waits);
             } catch (const Exception&) {
-                // Tried again.
+                // Repeated.
             }
         },
         [&] { return frontEnd == nullptr; });

@@ -19,12 +19,12 @@ using Clock = std::chrono::steady_clock;
 class TimedWaits final : public VX_QRS::ORV::CLIENT::Waits {
 public:
     void sleep(std::uint32_t milliseconds) override;
-    /// Seconds spent in sleeps so far, by all threads, the one under way included.
+    /// Seconds spent in sleeps so far by all threads, including the current sleep.
     double slept() const;
 
 private:
     std::atomic<std::int64_t> total{0}; // nanoseconds
-    std::atomic<std::int64_t> since{0}; // of the sleep under way, nanoseconds of the clock; 0 for none
+    std::atomic<std::int64_t> since{0}; // start of the current sleep, nanoseconds of the clock; 0 for none
 };
 
 /// A calibrated channel over the bench's server process. One per process.
@@ -46,10 +46,10 @@ public:
     VX_QRS::ORV::CLIENT::FrontEndChannel* channel = nullptr;
 };
 
-/// The rig of this process, made at the first call.
+/// The rig of this process, created by the first call.
 RecordingRig& rig();
 
-/// Seconds of processor time that this process has taken, all threads.
+/// Processor time of this process in seconds, all threads.
 double processorSeconds();
 
 } // namespace recording_benchmark

@@ -7,8 +7,8 @@ int main(int argc, char** argv) {
     report.figure("control thread of a running recording, share of a core",
                   counterOf("watch/iterations:1/manual_time", "percent"), "%", atMost(1.0));
     report.figure("start to the first byte recorded, outside the waits",
-                  {"start/iterations:20/manual_time", "", false, 1e3}, "ms");
+                  secondsOf("start/iterations:20/manual_time", 1e3), "ms");
     report.figure("stop to the first byte uploaded, outside the waits",
-                  {"stop/iterations:20/manual_time", "", false, 1e3}, "ms");
+                  secondsOf("stop/iterations:20/manual_time", 1e3), "ms");
     return report.run(argc, argv);
 }

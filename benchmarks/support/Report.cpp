@@ -25,7 +25,7 @@ struct Run {
 };
 using Round = std::map<std::string, Run>;
 
-// Keeps what one round measured and prints nothing; the table at the end is what is read.
+// Keeps the results of one round and prints nothing; the output is the table at the end.
 class Collector : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override { return true; }
@@ -81,7 +81,7 @@ std::optional<Spread> spreadOf(std::vector<double> values) {
     return Spread{values.front(), median, values.back()};
 }
 
-// Three digits that matter; large numbers with a letter for the power of thousand.
+// Three significant digits; large numbers with a letter for the power of thousand.
 std::string shown(double value) {
     constexpr std::array<const char*, 5> powers{"", "k", "M", "G", "T"};
     std::size_t power = 0;
@@ -124,7 +124,7 @@ const char* reached(const Target& target, double value) {
     return "";
 }
 
-// Takes "--rounds=N" out of the arguments. Nothing when N is no positive number.
+// Removes "--rounds=N" from the arguments. Empty when N is not a positive number.
 std::optional<int> takeRounds(std::vector<char*>& arguments) {
     constexpr std::string_view option = "--rounds=";
     int rounds = defaultRounds;
@@ -146,16 +146,16 @@ std::optional<int> takeRounds(std::vector<char*>& arguments) {
 
 } // namespace
 
-Measured secondsOf(std::string benchmark) {
-    return {std::move(benchmark), {}, false, 1.0};
+Measured secondsOf(std::string benchmark, double scale) {
+    return counterOf(std::move(benchmark), {}, scale);
 }
 
 Measured perSecondOf(std::string benchmark, double amount) {
-    return {std::move(benchmark), {}, true, amount};
+    return {.benchmark = std::move(benchmark), .counter = {}, .inverse = true, .scale = amount};
 }
 
 Measured counterOf(std::string benchmark, std::string counter, double scale) {
-    return {std::move(benchmark), std::move(counter), false, scale};
+    return {.benchmark = std::move(benchmark), .counter = std::move(counter), .inverse = false, .scale = scale};
 }
 
 Target atLeast(double bound) {
@@ -177,7 +177,7 @@ void Report::figure(std::string name, Measured what, std::string unit, Target ta
 int Report::run(int argc, char** argv) {
     std::vector<char*> arguments(argv, argv + argc);
     const std::optional<int> rounds = takeRounds(arguments);
-    // Ahead of what the user says, which holds when both speak.
+    // Before the user's options, which take precedence.
     std::string minTime = "--benchmark_min_time=0.1";
     arguments.insert(arguments.begin() + 1, minTime.data());
     int left = static_cast<int>(arguments.size());

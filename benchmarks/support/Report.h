@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-/// What all benchmark programs share. A program registers benchmarks with Google Benchmark as usual, says which of them
-/// make a ratio, and runs:
+/// Shared by all benchmark programs. A program registers benchmarks with Google Benchmark as usual, names the ratios,
+/// and runs:
 ///
 ///     void copy(benchmark::State& state) { for (auto _ : state) ...; }
 ///     BENCHMARK(copy)->UseRealTime();
@@ -20,17 +20,17 @@
 ///         return report.run(argc, argv);
 ///     }
 ///
-/// All benchmarks run once per round, one after another, so that whatever else the machine does hits both sides of a
-/// ratio alike. A ratio is formed within each round and its median over the rounds is shown; so is a figure's. Names are
-/// Google Benchmark's full ones, with arguments and suffixes ("upload/65536/real_time"); a name that was not run shows
+/// All benchmarks run once per round, one after another, so that other load of the machine affects both sides of a
+/// ratio alike. A ratio is formed within each round and its median over the rounds is shown; so is a figure's. Names
+/// are Google Benchmark's full ones, with arguments and suffixes ("upload/65536/real_time"); a name that was not run shows
 /// as "not measured". Seconds are wall clock seconds per iteration, or the manual ones with UseManualTime.
 ///
-/// In CMake: orv_benchmark(benchmark_<room> SOURCES ... DEPENDS ...). Run by tools/run-benchmarks, or by hand with
+/// In CMake: orv_benchmark(benchmark_<folder> SOURCES ... DEPENDS ...). Run by tools/run-benchmarks, or by hand with
 /// --rounds=N (default 7) and Google Benchmark's own options, of which --benchmark_filter=REGEX and
-/// --benchmark_min_time=SECONDS (default here 0.1, for each benchmark in each round) are the useful ones.
+/// --benchmark_min_time=SECONDS (default here 0.1, for each benchmark in each round) are the most useful.
 namespace benchmarks {
 
-/// One number that each round yields: `scale` times the seconds per iteration or a counter of a benchmark, or `scale`
+/// One number per round: `scale` times the seconds per iteration or a counter of a benchmark, or `scale`
 /// over it.
 struct Measured {
     std::string benchmark;
@@ -39,13 +39,14 @@ struct Measured {
     double scale = 1.0;
 };
 
-Measured secondsOf(std::string benchmark);
-/// `amount`, which is what one iteration moves, per second.
+/// @param scale for instance 1e3 for milliseconds.
+Measured secondsOf(std::string benchmark, double scale = 1.0);
+/// `amount` per second, where one iteration moves `amount`.
 Measured perSecondOf(std::string benchmark, double amount);
-/// What the benchmark left in `state.counters[counter]`. @param scale for instance 1.0 / (1 << 20) for MiB.
+/// The benchmark's `state.counters[counter]`. @param scale for instance 1.0 / (1 << 20) for MiB.
 Measured counterOf(std::string benchmark, std::string counter, double scale = 1.0);
 
-/// What is wanted of a ratio or a figure.
+/// The target of a ratio or a figure.
 struct Target {
     enum class Kind { None, AtLeast, AtMost };
     Kind kind = Kind::None;
@@ -63,7 +64,7 @@ public:
     void figure(std::string name, Measured what, std::string unit, Target target = {});
 
     /// Runs all benchmarks in rounds and prints the table. @return the program's exit code: 0 whether or not targets
-    /// were reached, 1 when a benchmark failed, 2 for an option that nobody knows.
+    /// were reached, 1 when a benchmark failed, 2 for an unknown option.
     int run(int argc, char** argv);
 
 private:

@@ -11,7 +11,7 @@ struct StatusEntry {
     const char* text;
 };
 
-// By number; 0 stands for every number that has no entry.
+// By number; entry 0 is for every number without one.
 constexpr std::array<StatusEntry, 17> statusTable{{
     {"UNKNOWN", "unknown status"},
     {"eFAIL", "operation failed"},
@@ -24,7 +24,7 @@ constexpr std::array<StatusEntry, 17> statusTable{{
     {"eTYPE", "invalid type"},
     {"eSEQUENCE", "invalid sequence of calls"},
     {"eCONFIG", "invalid configuration"},
-    {"eXMTR:", "transmitter failure"}, // the colon belongs to the name
+    {"eXMTR:", "transmitter failure"}, // the colon is part of the name
     {"eCALIBRATE", "failed to calibrate channel"},
     {"eOVS", "over sampling error"},
     {"eDATASERVER", "data server failure"},

@@ -9,11 +9,11 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-// What front end, transmitters and the layers below them throw. what() reads "eNULL(4) : null parameter", with
-// " : " and the detail behind it when there is one.
+/// The exception of the front end, the transmitters and the layers below them. what() reads "eNULL(4) : null parameter",
+/// followed by " : " and the detail when there is one.
 class Exception : public std::exception {
 public:
-    // `file` is the source unit; `file` and `detail` may be null.
+    /// `file` is the source unit; `file` and `detail` may be null.
     Exception(const char* file, std::uint32_t line, std::uint32_t status, const char* detail = nullptr);
     ~Exception() override;
 
@@ -33,7 +33,7 @@ private:
     std::uint32_t lineNumber;
 };
 
-// Throws an Exception from the line that calls.
+/// Throws an Exception with the caller's line.
 [[noreturn]] void fail(const char* unit, Status status, const std::string& detail = {},
                        const SourceLocation& location = SourceLocation::current());
 

@@ -2,12 +2,12 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-// Settings by name, text in both directions. Failures are Exception; a name that an object does not know is eNAME.
+/// Settings by name, text in both directions. Failures are Exception; an unknown name is eNAME.
 class Property {
 public:
     virtual void setProperty(const char* name, const char* value) = 0;
 
-    // The text belongs to the object and is good until the next call.
+    /// The text is owned by the object and valid until the next call.
     virtual void getProperty(const char* name, const char** value) = 0;
 
     virtual ~Property() = default;

@@ -4,7 +4,7 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-// What went wrong, in the layers below the framework's boundary.
+/// Failures of the layers below the framework's boundary.
 enum Status : std::uint32_t {
     eFAIL = 1,
     eVER = 2,
@@ -24,10 +24,10 @@ enum Status : std::uint32_t {
     eLOAD = 16,
 };
 
-// "eFAIL" and so on, "UNKNOWN" for any other number. The name of eXMTR is "eXMTR:", with a colon.
+/// "eFAIL" and so on, "UNKNOWN" for any other number. The name of eXMTR is "eXMTR:", with a colon.
 const char* statusName(std::uint32_t status);
 
-// "operation failed" and so on, "unknown status" for any other number.
+/// "operation failed" and so on, "unknown status" for any other number.
 const char* statusText(std::uint32_t status);
 
 } // namespace VX_QRS::ORV::CLIENT

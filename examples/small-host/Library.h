@@ -2,11 +2,11 @@
 
 #include <string>
 
-// Loads a library by its file, the one thing here that each system does in its own way.
+// Loads a library by its file: the only system-specific part of this example.
 
 class Library {
 public:
-    /// `folder`/`name`, with the system's own ending. Throws std::runtime_error.
+    /// `folder`/`name`, with the system's file extension. Throws std::runtime_error.
     Library(const std::string& folder, const std::string& name);
     ~Library();
     Library(const Library&) = delete;

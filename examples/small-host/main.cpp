@@ -1,11 +1,11 @@
-// The smallest complete host: calibrate, record two seconds or until the buffer is full, save. What is around it (a
-// choice of CPUs, a window, a thread that polls) is yours; the order of calls is this one.
+// The smallest complete host: calibrate, record two seconds or until the buffer is full, save. Add what your host needs
+// (a choice of CPUs, a window, a polling thread); keep this order of calls.
 //
 //   small_host FOLDER CPU SETTINGS OUTPUT
 //
-// FOLDER   where the receiver, its sibling libraries and the data server lie
+// FOLDER   folder of the receiver, its sibling libraries and the data server
 // CPU      the target's name in the device data base, for example bench/app
-// SETTINGS the channel settings file; made with defaults when it does not exist
+// SETTINGS the channel settings file; created with defaults when it does not exist
 // OUTPUT   the samples as recorded, 8 bytes each
 
 #include "Library.h"
@@ -39,7 +39,7 @@ void pause() {
 }
 
 void record(CChannelDriver& channel, const std::string& settings, const std::string& output) {
-    // Blocks until the pins are calibrated and proved, or throws with the reason.
+    // Blocks until the pins are calibrated and verified, or throws with the reason.
     channel.SetConfiguration(settings.c_str());
 
     channel.StartRecording(false);
@@ -52,7 +52,7 @@ void record(CChannelDriver& channel, const std::string& settings, const std::str
     if (recording) {
         channel.StopRecording();
     }
-    // The samples leave the capture unit behind the recording.
+    // The samples leave the capture unit after the recording.
     std::string text;
     while ((text = statusText(channel, recording)).find("upload complete") == std::string::npos) {
         pause();
@@ -74,7 +74,7 @@ void run(const std::string& folder, const char* cpu, const std::string& settings
     // The data server is started by its bare file name from this folder.
     setEnvironment("COMMON_HELIX", folder);
 
-    // The libraries outlive every object that came from them.
+    // The libraries outlive all their objects.
     const Library receiverLibrary(folder, "OrvRcvr");
     const Library xmtrLibrary(folder, "zarn_xmtr");
     const auto destroyXmtr = xmtrLibrary.function<DestroyXmtrFunction>("DestroyXmtr");
@@ -87,17 +87,17 @@ void run(const std::string& folder, const char* cpu, const std::string& settings
         receiver = receiverLibrary.function<CreateRcvrFunction>("CreateRcvr")();
         CChannelDriver* channel = receiver->AllocateChannel(cpu, xmtr, 0, 0);
         if (channel == nullptr) {
-            throw std::runtime_error(std::string("the receiver gives no channel for ") + cpu);
+            throw std::runtime_error(std::string("the receiver returned no channel for ") + cpu);
         }
         record(*channel, settings, output);
         receiver->ReleaseChannel(channel);
     } catch (const Vx::Qrs::Zarn::cZarnErrorIF& error) { // does not derive from std::exception
-        // The object's code is in the receiver's library: take the text along before that is unloaded.
+        // The object's code is in the receiver's library: copy the text before it is unloaded.
         failure = error.GetErrorText();
     } catch (const std::exception& error) {
         failure = error.what();
     }
-    // Ends a channel that is left and the receiver, then what they used.
+    // Ends a remaining channel and the receiver, then the objects that they used.
     if (receiver != nullptr) {
         destroyRcvr(receiver);
     }

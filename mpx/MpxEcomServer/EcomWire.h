@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <span>
 
-/// What the talk with the data server is made of. A request is one packet: `$`, the command, its arguments, `#` and
-/// two characters. A reply is any number of callback records, a marker, the payload, `#` and two characters. Numbers
-/// are 32 bits, little-endian; arguments, payloads and the fields of records are escaped.
+/// The protocol of the data server. A request is one packet: `$`, the command, its arguments, `#` and two characters. A
+/// reply is any number of callback records, a marker, the payload, `#` and two characters. Numbers are 32 bits,
+/// little-endian; arguments, payloads and the fields of records are escaped.
 namespace VX_QRS::ORV::wire {
 
 inline constexpr std::uint32_t serverVersion = 1;
@@ -45,7 +45,7 @@ inline constexpr std::uint32_t error = 7779;  ///< code, length, text, length, t
 inline constexpr std::uint32_t status = 7780; ///< value
 } // namespace record
 
-/// The checksum's place is kept, but nobody computes or looks at one.
+/// The checksum field exists, but neither side computes or checks it.
 inline constexpr std::uint8_t checksum = 0;
 inline constexpr std::uint32_t checksumSize = 2;
 

@@ -19,8 +19,8 @@ constexpr const char* serverFolderVariable = "COMMON_HELIX";
 constexpr std::uint32_t bufferReservation = 0x100000;
 constexpr double pollingIntervalSeconds = 1.0;
 constexpr double pollDelaySeconds = 5.0;
-// With this count the timer never fires and its thread ends by itself: records are delivered in front of the replies
-// to the client's own requests only.
+// With this count the timer never fires and its thread ends by itself: records are delivered only with the replies to
+// the client's own requests.
 constexpr std::uint32_t pollRepeats = 0;
 
 } // namespace
@@ -32,7 +32,7 @@ OrvEcomProxy::OrvEcomProxy(ProcessAccess& access, std::uint32_t port, std::uint3
     try {
         begin(port);
     } catch (...) {
-        // No destructor follows: the server must not outlive the attempt.
+        // The destructor does not run: end the server here.
         closeLink();
         terminateServer();
         throw;
@@ -60,7 +60,7 @@ OrvEcomProxy::~OrvEcomProxy() {
         endRequest();
         sendRequest();
     } catch (...) {
-        // The server may be gone already; its process is ended below in any case.
+        // The server may have ended; its process is terminated below in any case.
     }
     closeLink();
     terminateServer();
@@ -105,7 +105,7 @@ void OrvEcomProxy::connectServer() {
 }
 
 void OrvEcomProxy::beginTalk() {
-    // Both find their storage present, so that the buffers keep the size of a chunk.
+    // Both have their storage already, so the buffers keep the size of a chunk.
     sendBuffer.reserve(bufferReservation);
     receiveBuffer.reserve(bufferReservation);
     const std::uint32_t version = queryVersion();

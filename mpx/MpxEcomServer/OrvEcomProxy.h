@@ -15,7 +15,8 @@
 
 namespace VX_QRS::ORV {
 
-/// The client of one data server process, which it starts, owns and ends. It is its own single recording stream.
+/// The client of one data server process, which it starts, owns and ends. It implements the single recording stream
+/// itself.
 ///
 /// Contract, threads, blocking and errors are those of `DataClient`. The server process is never shared: it lives
 /// from construction to destruction.
@@ -24,15 +25,15 @@ public:
     static constexpr std::uint32_t defaultChunkSize = 0x10000;
 
     /// Starts the server, connects and checks its version. Throws `std::runtime_error` with no server left running.
-    /// @param chunkSize the most bytes asked of the socket in one read.
+    /// @param chunkSize limit of one read from the socket, in bytes.
     OrvEcomProxy(std::uint32_t port, std::uint32_t chunkSize);
-    /// The same with processes of the caller's, which have to outlive this object.
+    /// The same with the caller's process operations, which have to outlive this object.
     OrvEcomProxy(ProcessAccess& access, std::uint32_t port, std::uint32_t chunkSize);
-    /// Talks over a link that is connected already, to a server that somebody else owns, and checks its version.
-    /// @param access whose `sleep` is used.
+    /// Uses a connected link to a server that the caller owns, and checks its version. @param access only its `sleep`
+    /// is used.
     OrvEcomProxy(std::unique_ptr<MPX_GDB_AGENT::IGdbIo> connected, std::uint32_t chunkSize,
                  ProcessAccess& access = platformProcesses());
-    /// Says goodbye to the server, closes the link and terminates the process. Up to a second.
+    /// Sends the end request, closes the link and terminates the process. Blocks for up to a second.
     ~OrvEcomProxy() override;
     OrvEcomProxy(const OrvEcomProxy&) = delete;
     OrvEcomProxy& operator=(const OrvEcomProxy&) = delete;
@@ -52,7 +53,7 @@ public:
     void cancel() override;
     void flush() override;
 
-    /// Asks the server for callback records only; failures are swallowed. What the timer would call.
+    /// Requests callback records only; failures are ignored. The timer's callback.
     void pollServer();
 
 private:
@@ -111,7 +112,7 @@ private:
     std::uint32_t serverPid = 0;  // 0: no process is held
     uSocket spareSocket;          // the second connection: open for the object's life, never read or written
     Callback* callback = nullptr; // null while no channel is open
-    std::ostringstream errorText; // what went wrong with the reply at hand; guarded by the mutex, as are the buffers
+    std::ostringstream errorText; // failures of the current reply; guarded by the mutex, as are the buffers
     Scratch firstScratch;         // data, and first texts
     Scratch secondScratch;        // second texts
     std::uint32_t chunkSize;
@@ -119,8 +120,9 @@ private:
     uMutex mutex;
     // Checksum characters that had not arrived when the last reply ended.
     std::uint32_t lateChecksum = 0;
-    // Whether the end of the server's process ends the wait for a reply. So it is until the version is known: up to
-    // then the port may be a stranger's, or another run's server's, whom this one's end does not disconnect.
+    // Whether the end of the server's process ends the wait for a reply. True until the version is known: until then
+    // the port may belong to another program or to another run's server, which the end of this process does not
+    // disconnect.
     bool watchesServer = false;
 };
 

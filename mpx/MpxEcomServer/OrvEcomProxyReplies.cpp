@@ -16,17 +16,17 @@ constexpr std::int32_t receiveWaitMs = 1000;
 constexpr const char* disconnectedLine = "MpxEcomProxy: disconnected from server";
 constexpr const char* disconnectedText = "disconnected from server";
 
-// Takes a marker, given as a text without its NUL, off the front.
+// Removes a marker, a text without its NUL, from the front.
 template <std::size_t size>
 bool take(MPX_GDB_AGENT::PacketBuffer& buffer, const char (&marker)[size]) {
-    return buffer.startsWith(marker, static_cast<std::uint32_t>(size - 1), true);
+    constexpr bool consume = true;
+    return buffer.startsWith(marker, static_cast<std::uint32_t>(size - 1), consume);
 }
 
 } // namespace
 
 void OrvEcomProxy::awaitReply() {
-    // An end mark in a payload is escaped, so the raw byte tells that the whole reply is here. What has been looked
-    // at once is not looked at again.
+    // An end mark in a payload is escaped, so the raw byte means that the reply is complete. No byte is searched twice.
     std::uint32_t searched = 0;
     std::uint32_t index = 0;
     bool hasEnded = false;
@@ -35,7 +35,7 @@ void OrvEcomProxy::awaitReply() {
         if (hasEnded) {
             fail(disconnectedLine, disconnectedText, "the server's process has ended");
         }
-        hasEnded = serverHasEnded(); // one more read: what it sent before its end is there
+        hasEnded = serverHasEnded(); // one more read, for the bytes sent before its end
         searched = receiveBuffer.length;
         const std::uint32_t result = MPX_GDB_AGENT::readPacket(*link, receiveBuffer, chunkSize, receiveWaitMs);
         if (result != MPX_GDB_AGENT::IoOk && result != MPX_GDB_AGENT::IoTimeout) {
@@ -48,7 +48,7 @@ void OrvEcomProxy::awaitReply() {
     }
 }
 
-// A buffer that cannot grow leaves the link readable, so that the link's own wait would not last.
+// While the buffer cannot grow, the link stays readable and its own wait would return at once.
 void OrvEcomProxy::waitForMemory(bool& reported) {
     if (!std::exchange(reported, true)) {
         logError("MpxEcomProxy: no memory for the server's reply, trying again");
@@ -60,8 +60,8 @@ bool OrvEcomProxy::serverHasEnded() const {
     return watchesServer && processes.hasEnded(serverPid);
 }
 
-// Checksum characters of the last reply that arrive only now stand in front of this one. A server that never sends
-// them must not lose the opening of its reply instead.
+// Late checksum characters of the last reply precede this one. For a server that never sends them, the opening of this
+// reply must not be removed instead.
 void OrvEcomProxy::dropLateChecksum() {
     std::uint8_t first = 0;
     while (lateChecksum != 0 && receiveBuffer.length != 0) {
@@ -75,8 +75,8 @@ void OrvEcomProxy::dropLateChecksum() {
     }
 }
 
-// A text that finds no memory is an exception of its own: by default the stream would cut it, and swallow the texts of
-// all later replies, which would then count as good ones.
+// A text without memory throws: by default the stream would cut it and ignore the texts of all later replies, which
+// would then count as successful.
 void OrvEcomProxy::clearNotes() {
     errorText.clear();
     errorText.exceptions(std::ios_base::badbit);
@@ -133,7 +133,7 @@ bool OrvEcomProxy::parseDataRecord() {
         return false;
     }
     if (size > receiveBuffer.length) {
-        // Cannot be complete, whatever is escaped in it: no reason to allocate what the server only claims.
+        // Cannot be complete, whatever is escaped in it: do not allocate what the server only claims.
         receiveBuffer.drop(receiveBuffer.length);
         return false;
     }
@@ -164,7 +164,7 @@ bool OrvEcomProxy::parseStatusRecord() {
     return true;
 }
 
-// A length and that many bytes, which get a NUL.
+// A length and that many bytes; appends a NUL.
 bool OrvEcomProxy::takeText(Scratch& scratch) {
     std::uint32_t size = 0;
     if (!takeWord(size)) {
@@ -216,7 +216,7 @@ void OrvEcomProxy::expect(bool decoded) {
 }
 
 void OrvEcomProxy::finishReply() {
-    // The two characters behind the end mark may still be on their way.
+    // The two characters after the end mark may arrive later.
     constexpr std::uint32_t tailSize = 1 + wire::checksumSize;
     const std::uint32_t present = std::min(receiveBuffer.length, tailSize);
     if (errorText.view().empty()) {

@@ -25,7 +25,7 @@ void require(bool appended) {
 
 } // namespace
 
-// One request and its reply, the lock being no matter of this.
+// One request and its reply, without locking.
 template <class Arguments, class Payload>
 void OrvEcomProxy::exchange(char command, Arguments&& arguments, Payload&& payload) {
     beginRequest(command);
@@ -96,7 +96,7 @@ DataClient::Channel* OrvEcomProxy::openChannel(std::uint32_t bufferSize, std::ui
     if (callback != nullptr) {
         throw std::runtime_error("internal channel open error");
     }
-    // Set ahead of the request: records may come in front of its reply already.
+    // Set before the request: records may precede its reply.
     callback = receiver;
     const auto arguments = [&] {
         appendWord(bufferSize);
@@ -161,7 +161,7 @@ void OrvEcomProxy::pollServer() {
     try {
         transactPlain("OrvEcomProxy::pollServer", wire::command::poll);
     } catch (...) {
-        // Nobody stands behind the timer who could take it; the next request of the client fails by itself.
+        // The timer thread has no caller to throw to; the client's next request fails by itself.
     }
 }
 
@@ -199,8 +199,8 @@ void OrvEcomProxy::appendAccess(const RegisterAccess& access) {
     appendBytes(record.data(), wire::accessSize);
 }
 
-// The server is owed `count` bytes to which it gives no meaning. They begin with the pointer's own bytes; what would
-// lie behind those in storage is nobody's to send, so zeros follow.
+// The server expects `count` bytes and ignores them. They begin with the bytes of the pointer itself; memory beyond
+// those must not be sent, so zeros follow.
 void OrvEcomProxy::appendPointerStorage(const void* pointer, std::uint32_t count) {
     std::array<std::uint8_t, 256> block{};
     const auto value = reinterpret_cast<std::uintptr_t>(pointer);
@@ -228,7 +228,7 @@ void OrvEcomProxy::sendRequest() {
     }
 }
 
-// The line of the log is followed by one for the reason, where that is known.
+// The log line is followed by one with the reason, if known.
 void OrvEcomProxy::fail(const char* line, const char* text, const char* reason) {
     logError("%s", line);
     if (*reason != '\0') {

@@ -28,8 +28,8 @@ public:
     void sleep(std::uint32_t milliseconds) override { uThread::sleep(milliseconds); }
 };
 
-// A process that was started, terminated at the end of the scope unless it is taken over: an unseen one may run all the
-// same, and no failure may leave it running.
+// A started process, terminated at the end of the scope unless it is taken over. A process that findProcess does not
+// report may still run; no failure may leave it running.
 class Attempt {
 public:
     Attempt(ProcessAccess& access, std::uint32_t started) : processes(access), id(started) {}
@@ -49,8 +49,8 @@ private:
     std::uint32_t id;
 };
 
-// The wait ends at the first sight of the process, and behind each look, that one too, stands a sleep. In it a server
-// gets the time to open its port: the connection is tried only once.
+// The wait ends when the process is found. Each search, the last one too, is followed by a sleep, which gives the
+// server the time to open its port: the connection is tried only once.
 std::uint32_t lookFor(ProcessAccess& processes, std::uint32_t id) {
     std::uint32_t found = 0;
     for (std::uint32_t look = 0; look < looksPerTry && found == 0; ++look) {

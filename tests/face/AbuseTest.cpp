@@ -2,8 +2,8 @@
 
 #include <thread>
 
-// Whatever a host passes, in every state that a host can bring a channel to: an error of the framework's family, or an
-// effect, and a receiver that goes on working.
+// Any argument in any state of a channel: an error of the framework's family or an effect, and a receiver that
+// continues to work.
 
 namespace {
 
@@ -13,7 +13,7 @@ class AbuseFace : public FaceTest {
 protected:
     static constexpr std::size_t longName = 100000;
 
-    // Of the framework's family or nothing: failureOf tells everything else.
+    // Of the framework's family or none: failureOf reports any other.
     static void attempt(const std::function<void()>& step) { failureOf(step); }
 
     void callEverything() {
@@ -66,7 +66,7 @@ protected:
         attempt([&] { receiver->ReleaseChannel(receiver->AllocateChannel(name, nullptr, 0xFFFFFFFF, 0xFFFFFFFF)); });
     }
 
-    // These wait for a recording's data, and so for its end.
+    // These wait for a recording's data, so for its end.
     void readAndSave() {
         const std::string raw = space.file("abuse.bin").string();
         std::uint64_t sample = 0;
@@ -81,7 +81,7 @@ protected:
     }
 
     void connect() {
-        // Any state of the target but two is one in which the status is told.
+        // All states of the target except two report the status.
         receiver->OnTargetStateChange("bench/app", 0);
     }
 };
@@ -148,7 +148,7 @@ TEST_F(AbuseFace, ASettingsFileThatCannotBeUsedOrReplacedStillLoadsAsDefaults) {
     EXPECT_EQ(status().text, "Ready to record");
     EXPECT_EQ(attribute("numPins"), "1");
     EXPECT_EQ(attribute("targetSync"), "true");
-    if (refused) { // a user with all rights writes it all the same
+    if (refused) { // a user with all rights can write it anyway
         EXPECT_EQ(readBytes(file), broken);
     }
 }

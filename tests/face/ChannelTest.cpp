@@ -14,7 +14,7 @@ using namespace face;
 using ChannelFace = FaceTest;
 namespace fs = std::filesystem;
 
-TEST_F(ChannelFace, TellsWhatItIsBeforeAnyConfiguration) {
+TEST_F(ChannelFace, ReportsItsKindBeforeAnyConfiguration) {
     create();
     allocate();
     EXPECT_STREQ(channel->CpuName(), "bench/app");
@@ -39,7 +39,7 @@ TEST_F(ChannelFace, TellsWhatItIsBeforeAnyConfiguration) {
     EXPECT_EQ(failureOf([&] { channel->SetConfiguration(nullptr); }), "error(2): null parameter");
 }
 
-TEST_F(ChannelFace, GoesTheWholeRoadOfARecording) {
+TEST_F(ChannelFace, MakesAWholeRecording) {
     create();
     allocate();
 
@@ -77,7 +77,7 @@ TEST_F(ChannelFace, GoesTheWholeRoadOfARecording) {
 
     channel->StartRecording(true);
     waitFor("Stopped by buffer full");
-    // Reads during the upload wait for what they ask for.
+    // Reads during the upload wait for the requested data.
     std::vector<std::uint64_t> samples(8192);
     unsigned read = 0;
     channel->SeekReadTraceData(122880, 8192, samples.data(), &read);
@@ -93,7 +93,7 @@ TEST_F(ChannelFace, GoesTheWholeRoadOfARecording) {
     ASSERT_EQ(uploaded.size(), 1048576U);
     EXPECT_EQ(std::memcmp(samples.data(), uploaded.data() + 983040, 65536), 0);
     channel->SeekReadTraceData(131070, 8192, samples.data(), &read);
-    EXPECT_EQ(read, 2U) << "a read beyond the end gives what there is";
+    EXPECT_EQ(read, 2U) << "a read beyond the end returns the rest";
     channel->SeekReadTraceData(131072, 1, samples.data(), &read);
     EXPECT_EQ(read, 0U);
     channel->SeekReadTraceData(std::numeric_limits<unsigned>::max(), 8192, samples.data(), &read);
@@ -117,7 +117,7 @@ TEST_F(ChannelFace, GoesTheWholeRoadOfARecording) {
     EXPECT_EQ(read, 8192U) << "the new recording is read";
 }
 
-TEST_F(ChannelFace, SavesNothingWhereItMust) {
+TEST_F(ChannelFace, RefusesToSaveWhereItMust) {
     create();
     allocate();
     configure();
@@ -147,7 +147,7 @@ TEST_F(ChannelFace, SavesNothingWhereItMust) {
     EXPECT_TRUE(readBytes(samples) == before) << "the recording itself is no target";
 }
 
-TEST_F(ChannelFace, AnswersTheFrameworksQuestions) {
+TEST_F(ChannelFace, AnswersTheFrameworksQueries) {
     create("two-pin");
     allocate();
     configure({{"num_pins", "2"}, {"drm_xmtr", "pti"}});

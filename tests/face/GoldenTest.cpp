@@ -6,15 +6,15 @@
 #include <regex>
 #include <sstream>
 
-// Files byte for byte, as they lie in golden/. With ORV_WRITE_GOLDEN set the tests write those files anew instead, to be
-// looked at and committed: a changed log line is meant, or it is not.
+// Files byte for byte as in golden/. With ORV_WRITE_GOLDEN set the tests rewrite those files instead, for review and
+// commit: every changed log line must be intended.
 
 namespace {
 
 using namespace face;
 namespace fs = std::filesystem;
 
-// The unit's samples begin at any place of the signal, so that what is measured in samples can differ by one.
+// The unit starts sampling at any position of the signal, so lengths in samples can differ by one.
 bool sameWithinASample(const std::string& is, const std::string& ought) {
     static const std::regex measured("(stretches|delays|delay|stretch|margin)=[-+0-9,]*[0-9]");
     static const std::regex number("-?[0-9]+");
@@ -62,7 +62,7 @@ void compare(const std::string& name, const std::string& text) {
         << name << " is longer or shorter than it was";
 }
 
-// Every line of a text file ends as this system's lines end, and no other way.
+// Every line of a text file ends with this system's line end.
 std::string withPlainLineEnds(const std::string& bytes) {
     const std::string end = lineEnd();
     std::string text;
@@ -86,14 +86,14 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
 
 class GoldenFace : public FaceTest {
 protected:
-    // What differs from run to run and from system to system.
+    // Parts that differ between runs and systems.
     std::string masked(std::string line) const {
         static const std::vector<std::pair<std::regex, std::string>> masks{
             {std::regex("^(.{5}) [0-9:]+ \\|"), "$1 <time> |"},
             {std::regex("PATH=.*"), "PATH=<path>"},
             {std::regex("Working Directory is: .*"), "Working Directory is: <folder>"},
             {std::regex("pid=[0-9]+"), "pid=<pid>"},
-            // The unit's samples begin at any place of the signal.
+            // The unit starts sampling at any position of the signal.
             {std::regex("edge : [0-9]+ data edges between clock edges, [0-9]+ near one"),
              "edge : <n> data edges between clock edges, <n> near one"},
             {std::regex("correlation peak=[0-9.]+ at lag ([-0-9]+), at zero=[0-9.]+"),
@@ -142,7 +142,7 @@ protected:
     }
 };
 
-TEST_F(GoldenFace, TheSettingsFileThatTakesThePlaceOfAMissingOne) {
+TEST_F(GoldenFace, TheSettingsFileThatReplacesAMissingOne) {
     create();
     allocate();
     const fs::path file = space.file("new.xml");
@@ -150,7 +150,7 @@ TEST_F(GoldenFace, TheSettingsFileThatTakesThePlaceOfAMissingOne) {
     compare("defaults.xml", withPlainLineEnds(readBytes(file)));
 }
 
-TEST_F(GoldenFace, ASettingsFileThatWasReplacedKeepsWhatItDoesNotKnow) {
+TEST_F(GoldenFace, AReplacedSettingsFileKeepsUnknownElements) {
     create();
     allocate();
     const fs::path file = space.file("old.xml");
@@ -185,11 +185,11 @@ TEST_F(GoldenFace, TheLogOfAWholeRecording) {
     std::istringstream in(withPlainLineEnds(readBytes(log)));
     std::vector<std::string> lines;
     for (std::string line; std::getline(in, line);) {
-        // A create that met a server which did not listen yet was made again.
+        // A create that found a server which did not listen yet was repeated.
         if (line.ends_with("on entry g_refCnt=0")) {
             lines.resize(std::min<std::size_t>(lines.size(), 2));
         }
-        // Whether there is a server already is not this test's business: one of the last run may be about to end.
+        // This test does not depend on a running server: one of the last run may be about to end.
         if (line.find("MpxEcomProxy: starting server") == std::string::npos) {
             lines.push_back(masked(line));
         }

@@ -101,7 +101,7 @@ FaceTest::~FaceTest() {
 void FaceTest::create(const std::string& scenario) {
     ASSERT_TRUE(createRcvr != nullptr && destroyRcvr != nullptr && createXmtr != nullptr && destroyXmtr != nullptr);
     space.useScenario(scenario);
-    // On a busy machine the server's process can be seen before it listens, which shows as a quick refusal.
+    // On a busy machine the server's process is visible before it listens: a connection is refused at once.
     std::string failure;
     for (unsigned attempt = 0; attempt != attempts && receiver == nullptr; ++attempt) {
         failure = failureOf([this] { receiver = createRcvr(); });

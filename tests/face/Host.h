@@ -19,8 +19,7 @@
 #include <string>
 #include <vector>
 
-// A framework in small: it knows the receiver by the framework's headers and by the library's name, and the compiler is
-// shown nothing else.
+// A small framework: it knows the receiver by the framework's headers and by the library's name only.
 
 namespace face {
 
@@ -31,12 +30,12 @@ using Vx::Qrs::Zarn::cZarnErrorIF;
 std::string readBytes(const std::filesystem::path& file);
 void writeBytes(const std::filesystem::path& file, const std::string& bytes);
 
-/// "title(severity): text" of what a step throws, or "" when it throws nothing. Whatever is not of the framework's family
-/// of errors is a failure of the test.
+/// "title(severity): text" of the error that a step throws, or "" when it throws none. An error outside of the
+/// framework's family fails the test.
 std::string failureOf(const std::function<void()>& step);
 
-/// The folder of this process's runs on the bench, and the environment that leads there. It is made before the library
-/// is first called and removed at the end of the process: the library settles its environment once per process.
+/// The folder of this process's runs on the bench, and the environment that names it. Created before the library is
+/// first called and removed at the end of the process: the library fixes its environment once per process.
 class RunSpace {
 public:
     static RunSpace& get();
@@ -56,19 +55,19 @@ private:
     std::filesystem::path folder;
 };
 
-/// Values of a settings file by their keys, where they differ from one data pin, "pti", 256 kB, stopped when full, not
-/// following the target.
+/// Values of a settings file by their keys. The defaults: one data pin, "pti", 256 kB, stop when full, not following
+/// the target.
 using Changes = std::map<std::string, std::string>;
 
-/// The receiver on the bench, with one channel. All is given back in order when a test ends.
+/// The receiver on the bench, with one channel. Both are released in order when a test ends.
 class FaceTest : public testing::Test {
 protected:
     FaceTest();
     ~FaceTest() override;
 
-    /// Loads the library by name and makes the receiver.
+    /// Loads the library by name and creates the receiver.
     void create(const std::string& scenario = "clean");
-    /// A channel, driven through a transmitter object of the debugger's library.
+    /// A channel with a transmitter object of the debugger's library.
     void allocate(const char* cpu = "bench/app");
     void destroy();
 
@@ -76,9 +75,9 @@ protected:
     void configure(const Changes& changes = {});
     ChannelStatus status();
     std::string attribute(const std::string& name);
-    /// Until the text of the status holds `part`. The test's own time limit is the only one.
+    /// Waits until the text of the status contains `part`, limited only by the test's own time limit.
     void waitFor(const std::string& part);
-    /// A recording to the end of its upload.
+    /// Makes a recording and waits for the end of its upload.
     void recordUntilFull();
 
     RunSpace& space;

@@ -2,7 +2,7 @@
 
 #include <string>
 
-// What a host asks of the system: one back end each in posix/ and win32/.
+// System functions for a host, with a back end each in posix/ and win32/.
 
 namespace face {
 
@@ -10,9 +10,9 @@ namespace face {
 void setVariable(const char* name, const std::string& value);
 std::string getVariable(const char* name);
 unsigned processId();
-/// How a text file ends its lines.
+/// The line end of text files.
 const char* lineEnd();
-/// While it lives a file can be read and not written.
+/// Makes a file read-only during its lifetime.
 class WriteRefused {
 public:
     explicit WriteRefused(const std::string& file);
@@ -20,17 +20,17 @@ public:
     WriteRefused& operator=(const WriteRefused&) = delete;
     ~WriteRefused();
 
-    /// False when this user's rights are beyond that.
+    /// False when this user can write it anyway.
     bool holds() const { return refused; }
 
 private:
     std::string name;
-    [[maybe_unused]] void* handle = nullptr; // of the system that refuses by an open file
+    [[maybe_unused]] void* handle = nullptr; // used on the system that does this by an open file
     bool refused = false;
 };
 
-/// A library loaded by its bare name, which lies beside the program. It stays loaded to the end of the process, as a
-/// debugger would have it. Null when there is none.
+/// Loads a library in the program's folder by its bare name. It stays loaded to the end of the process, as in a
+/// debugger. Null when there is none.
 void* loadLibrary(const char* name);
 /// Null when the library has no such export.
 void* findExport(void* library, const char* name);

@@ -20,7 +20,7 @@ TEST_F(ReceiverFace, IsOneAndCounted) {
     destroyRcvr(reinterpret_cast<CReceiver*>(&foreign));
     EXPECT_EQ(receiver->GetNextAvailableChannelNum(), 1U);
     destroyRcvr(receiver);
-    destroyRcvr(receiver); // nobody holds it: nothing happens
+    destroyRcvr(receiver); // no owner is left: no effect
     destroyRcvr(nullptr);
     receiver = nullptr;
     create();
@@ -82,7 +82,7 @@ TEST_F(ReceiverFace, ReleasesAChannelThatRecords) {
     EXPECT_EQ(receiver->GetNumAttachedCpus(), 0U);
 }
 
-TEST_F(ReceiverFace, IsTakenDownWithAChannelThatRecords) {
+TEST_F(ReceiverFace, IsDestroyedWithAChannelThatRecords) {
     create();
     allocate();
     configure({{"is_stop_on_full", "false"}});
@@ -131,7 +131,7 @@ TEST_F(ReceiverFace, ARunBeforeAnyCalibrationEndsInTheStartsOwnFailure) {
     EXPECT_EQ(status().code, 1U);
 }
 
-TEST_F(ReceiverFace, AModifiedJobStartsTheRecordingAnew) {
+TEST_F(ReceiverFace, AModifiedJobRestartsTheRecording) {
     create();
     allocate();
     configure({{"is_stop_on_full", "false"}});

@@ -9,8 +9,7 @@
 #include <random>
 #include <vector>
 
-// A target ends the program when something does not hold, so getting through is what is tested. The figures guard
-// against a corpus that is not found.
+// A target ends the program when a check fails, so returning is the test. The counts detect a missing corpus.
 
 namespace {
 
@@ -102,7 +101,7 @@ TEST(FuzzCorpus, RandomOperationsGiveWhatTheModelGives) {
     std::mt19937 generator(5);
     for (int round = 0; round < 5000; ++round) {
         Bytes input(generator() % 400);
-        // Bytes that mean something in the framing are more frequent than by chance.
+        // Bytes with a meaning in the framing are more frequent than others.
         for (std::uint8_t& byte : input) {
             byte =
                 generator() % 8 == 0 ? special[generator() % special.size()] : static_cast<std::uint8_t>(generator());

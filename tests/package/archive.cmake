@@ -1,4 +1,4 @@
-# Packs, unpacks into an empty folder, and records with what is there.
+# Packs, unpacks into an empty folder, and records with the unpacked programs.
 include(${CMAKE_CURRENT_LIST_DIR}/steps.cmake)
 new_folder(archive folder)
 
@@ -19,12 +19,12 @@ function(unpack name file)
   run("unpacking ${file}" ${CMAKE_COMMAND} -E chdir ${folder}/${name}-root ${CMAKE_COMMAND} -E tar xf ${file})
 endfunction()
 
-# links(<file>): what a document of the package points to is in the package.
+# links(<file>): the targets of a document's links are in the package.
 function(links document)
   require_file(${document})
   file(READ ${document} text)
   get_filename_component(place ${document} DIRECTORY)
-  # Brackets and semicolons would be taken for those of a list.
+  # CMake would read brackets and semicolons as those of a list.
   string(REPLACE ";" "," text "${text}")
   string(REPLACE "](" "!link!" text "${text}")
   string(REGEX REPLACE "[][]" "" text "${text}")

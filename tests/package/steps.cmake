@@ -1,4 +1,4 @@
-# What the package tests share. Each runs in a folder of its own under SCRATCH.
+# Shared by the package tests. Each runs in its own folder under SCRATCH.
 
 function(new_folder name out)
   file(REMOVE_RECURSE ${SCRATCH}/${name})

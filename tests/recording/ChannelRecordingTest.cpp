@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-// Recordings by the channel itself over the server process, with what only its properties can ask for.
+// Recordings by the channel itself over the server process, with settings that only its properties have.
 
 namespace recording_test {
 
@@ -34,7 +34,7 @@ TEST(Archive, KeepsRecordingsUnderNumbersUntilTheBudgetIsSpent) {
     EXPECT_FALSE(test_support::exists(session.stem() + ".0.bin"));
 }
 
-TEST(MarginWatching, LetsARecordingWithGoodMarginsGoOn) {
+TEST(MarginWatching, ContinuesARecordingWithGoodMargins) {
     ChannelSession session(Target{}, "ovsMargin=1\norvBufSize=0\n");
     session.channel->start(false);
     session.waitUntilDone();
@@ -47,7 +47,7 @@ TEST(MarginWatching, LetsARecordingWithGoodMarginsGoOn) {
 
 TEST(MarginWatching, EndsARecordingWhoseMarginIsTooSmall) {
     ChannelSession session(Target{}, "orvBufSize=9\n");
-    // More than any wiring has: the clock's first edge in a burst is the first edge behind no data edge at all.
+    // More than any wiring has: no data edge precedes the clock's first edge in a burst.
     session.channel->setProperty("ovsMargin", "2");
     session.channel->start(false);
     session.waitUntilDone();
@@ -61,7 +61,7 @@ TEST(MarginWatching, EndsARecordingWhoseMarginIsTooSmall) {
     EXPECT_EQ(difference(session.file(), session.expected()), "");
 }
 
-TEST(Channels, FourAreMadeAndOneIsOpenedAndNoneIsLeft) {
+TEST(Channels, FourAreCreatedOneIsOpenedAndNoneLeaks) {
     ChannelSession session(Target{}, "orvBufSize=0\n");
     std::vector<FrontEndChannel*> others{session.another(), session.another(), session.another()};
     EXPECT_EQ(session.frontEnd->numChannels(), 4u);
@@ -70,7 +70,7 @@ TEST(Channels, FourAreMadeAndOneIsOpenedAndNoneIsLeft) {
     EXPECT_EQ(difference(session.file(), session.expected()), "");
     session.frontEnd->release(others[1]);
     EXPECT_EQ(session.frontEnd->numChannels(), 3u);
-    // The front end frees those that nobody gave back; a build that looks for leaks would tell.
+    // The front end frees channels that were not released; a leak fails the sanitizer builds.
 }
 
 TEST(Status, IsPolledFromTwoThreadsOverRecordingsOfEveryEnd) {

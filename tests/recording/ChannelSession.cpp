@@ -15,7 +15,7 @@ ChannelSession::ChannelSession(const Target& chosen, const std::string& lines)
             try {
                 frontEnd.reset(createFrontEnd());
             } catch (const Exception&) {
-                // Tried again.
+                // Repeated.
             }
         },
         [&] { return frontEnd == nullptr; });

@@ -18,10 +18,10 @@ using bench_run::untilServerListens;
 using bench_run::waitUntil;
 using bench_run::XmtrLibrary;
 
-/// The front end and a channel themselves, over the data server process: for what the framework has no words for.
+/// The front end and a channel, over the data server process, for settings that the framework lacks.
 class ChannelSession {
 public:
-    /// Calibrated, with these lines in the channel's section of the properties file.
+    /// Calibrates, with these lines in the channel's section of the properties file.
     explicit ChannelSession(const Target& target, const std::string& lines = {});
     ChannelSession(const ChannelSession&) = delete;
     ChannelSession& operator=(const ChannelSession&) = delete;
@@ -29,14 +29,14 @@ public:
     VX_QRS::ORV::CLIENT::ChannelMetrics status();
     void waitForBytes(std::uint32_t bytes);
     void waitUntilDone();
-    /// A recording that is stopped once the unit holds that many bytes.
+    /// Makes a recording and stops it when the unit holds that many bytes.
     void record(std::uint32_t bytes);
     /// A further channel of the same CPU.
     VX_QRS::ORV::CLIENT::FrontEndChannel* another();
 
     std::string stem() const { return bench.folder.file("trace"); }
     std::string file() const { return test_support::readText(stem() + ".bin"); }
-    /// What the file of the last recording has to hold.
+    /// The expected file of the last recording.
     std::string expected() const;
 
     Target target;

@@ -15,10 +15,10 @@ constexpr std::array<std::uint16_t, 7> sequence{0, 0, 0, 0, 0, 0x0FF0, 0x2D1E};
 constexpr std::size_t furtherWord = 6; // of a sequence
 
 constexpr std::size_t blockBytes = 16384;
-constexpr std::size_t payloadWords = 255; // of a packet, in front of its trailer
+constexpr std::size_t payloadWords = 255; // of a packet, before its trailer
 constexpr std::size_t packetsPerBlock = 32;
 
-/// Where a word of the stream stands between two sequences' beginnings.
+/// Offset of a word of the stream from the start of the last sequence.
 std::uint64_t phaseOf(const Sent& sent, std::uint64_t word) {
     return word % (sent.syncEvery + sequence.size());
 }
@@ -83,7 +83,7 @@ std::optional<Contents> lastContents(const std::string& benchFolder) {
 
 std::string expectedFile(const Contents& contents, const Sent& sent) {
     const std::uint64_t blockWords = contents.packets ? packetsPerBlock * payloadWords : blockBytes / 2;
-    // The blocks that were overwritten need not be made.
+    // Overwritten blocks are not generated.
     std::uint64_t skip = contents.blocksOverwritten * blockWords;
     std::vector<std::uint16_t> words;
     for (const Contents::Run& run : contents.runs) {
@@ -91,7 +91,7 @@ std::string expectedFile(const Contents& contents, const Sent& sent) {
         skip -= left;
         const std::vector<std::uint16_t> more = wordsOnTheWire(sent, run.firstWord + left, run.words - left);
         words.insert(words.end(), more.begin(), more.end());
-        // A sequence that is cut in front of its further word would be taken for a whole one; its mark is left out.
+        // A sequence cut before its further word would look like a whole one; its mark is left out.
         if (sent.syncEvery != 0 && !more.empty() && phaseOf(sent, run.firstWord + run.words) == furtherWord) {
             words.back() = 0;
         }
@@ -109,8 +109,8 @@ std::string expectedFile(const Contents& contents, const Sent& sent) {
     return file;
 }
 
-std::string difference(const std::string& file, const std::string& expected, bool prefix) {
-    if (file.size() != expected.size() && (!prefix || file.size() > expected.size())) {
+std::string difference(const std::string& file, const std::string& expected, Compare length) {
+    if (file.size() != expected.size() && (length == Compare::Whole || file.size() > expected.size())) {
         return "the file has " + std::to_string(file.size()) + " bytes instead of " + std::to_string(expected.size());
     }
     const auto found = std::mismatch(file.begin(), file.end(), expected.begin());

@@ -9,19 +9,19 @@
 
 namespace recording_test {
 
-/// What a target puts on the wire: a content, with a synchronisation sequence in front of every `syncEvery` words of it,
-/// or with none when that is 0.
+/// The words that a target sends: a content, with a synchronisation sequence before every `syncEvery` words of it, or
+/// with none when that is 0.
 struct Sent {
     bench::ContentPointer content;
     unsigned syncEvery = 64;
 };
 
-/// Words of a file that is played, between 64 idle words and idle words for ever after.
+/// Words of a played file, after 64 idle words and followed by endless idle words.
 bench::ContentPointer played(const std::string& bytes);
-/// What the target sends when no file is played.
+/// The words that the target sends when no file is played.
 bench::ContentPointer generated();
 
-/// The bench's word on one recording: which words of the stream it took, and which blocks of 16 KiB of them it kept.
+/// What the bench reports of a recording: its words of the stream, and which blocks of 16 KiB of them were kept.
 struct Contents {
     struct Run {
         std::uint64_t firstWord = 0;
@@ -33,13 +33,14 @@ struct Contents {
     std::vector<Run> runs;
 };
 
-/// Of the last recording that has ended; nothing when there was none.
+/// Of the last finished recording; empty when there was none.
 std::optional<Contents> lastContents(const std::string& benchFolder);
 
-/// The file that has to come of it, byte for byte.
+/// The expected file, byte for byte.
 std::string expectedFile(const Contents& contents, const Sent& sent);
 
-/// Says where two files differ, empty when they do not. `file` may end early when `prefix` is set.
-std::string difference(const std::string& file, const std::string& expected, bool prefix = false);
+/// Describes where two files differ; empty when they are equal. With `Prefix` the file may be shorter.
+enum class Compare { Whole, Prefix };
+std::string difference(const std::string& file, const std::string& expected, Compare length = Compare::Whole);
 
 } // namespace recording_test

@@ -4,8 +4,8 @@
 
 #include <random>
 
-// Whole recordings through the shared library and the server process. What comes into the file is compared, byte for
-// byte, with what the simulated target sent.
+// Whole recordings through the shared library and the server process. The file is compared, byte for byte, with what
+// the simulated target sent.
 
 namespace recording_test {
 
@@ -25,7 +25,7 @@ std::string noise(std::size_t size) {
     return bytes;
 }
 
-/// A target that sends noise for longer than the recordings of these tests last.
+/// A target that sends random bytes for longer than the recordings of these tests.
 Target noisy(const char* kind = "pti") {
     Target target;
     target.kind = kind;
@@ -45,7 +45,7 @@ TEST(StopMode, FillsTheBufferWithWhatWasSent) {
     EXPECT_EQ(session.attribute("orvBufHasWrapped"), "false");
 }
 
-TEST(StopMode, TakesWordsAsTheyAreFromAnExportWithoutSequences) {
+TEST(StopMode, RecordsWordsUnchangedFromAnExportWithoutSequences) {
     LibrarySession session(noisy("tpiu"));
     session.configure(0);
     session.start();
@@ -56,7 +56,7 @@ TEST(StopMode, TakesWordsAsTheyAreFromAnExportWithoutSequences) {
 
 class FewerPins : public testing::TestWithParam<unsigned> {};
 
-TEST_P(FewerPins, FillTheBufferJustAsWell) {
+TEST_P(FewerPins, FillTheBufferToo) {
     Target target = noisy();
     target.pins = GetParam();
     LibrarySession session(target);
@@ -84,9 +84,9 @@ TEST(StopByUser, KeepsWhatWasRecordedUntilThen) {
 
 TEST(WrapMode, KeepsTheNewest) {
     LibrarySession session(Target{});
-    session.configure(0, false);
+    session.configure(0, LibrarySession::WhenFull::Wrap);
     session.start();
-    // A buffer that has wrapped stands at its size less one block.
+    // A buffer that has wrapped holds its size less one block.
     session.waitForBytes(0x40000 - block);
     session.stop();
     EXPECT_EQ(session.finish(), "Stopped by user : upload complete");
@@ -95,12 +95,12 @@ TEST(WrapMode, KeepsTheNewest) {
     EXPECT_EQ(session.attribute("orvBufSize"), std::to_string(0x40000 - block));
 }
 
-TEST(WrapMode, TellsOnlyOfAWrapThatTookPlace) {
+TEST(WrapMode, ReportsOnlyAWrapThatHappened) {
     Target slow;
     slow.speed = 1;
     slow.frequency = 12.5e6;
     LibrarySession session(slow);
-    session.configure(9, false);
+    session.configure(9, LibrarySession::WhenFull::Wrap);
     session.start();
     session.waitForBytes(block);
     session.stop();
@@ -108,11 +108,11 @@ TEST(WrapMode, TellsOnlyOfAWrapThatTookPlace) {
     EXPECT_EQ(session.attribute("orvBufHasWrapped"), "false");
     EXPECT_EQ(session.differenceFromSent(), "");
 
-    session.configure(0, false);
+    session.configure(0, LibrarySession::WhenFull::Wrap);
     session.start();
     const auto overwritten = [&] { return session.channel->GetNumSamples() * 8 == 0x40000 - block; };
     EXPECT_TRUE(waitUntil(overwritten));
-    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // at 12 MB/s far more than the one block that is left
+    std::this_thread::sleep_for(std::chrono::milliseconds(100)); // at 12 MB/s far more than the one remaining block
     session.stop();
     session.finish();
     EXPECT_EQ(session.attribute("orvBufHasWrapped"), "true");
@@ -144,7 +144,7 @@ TEST(ErrorWhileRecording, OfTheUnitEndsItWithoutAnUpload) {
     EXPECT_EQ(session.file().size(), 0u);
 }
 
-TEST(ErrorWhileRecording, OfTheServerKeepsWhatStillCame) {
+TEST(ErrorWhileRecording, OfTheServerKeepsTheBytesThatArrived) {
     Target target;
     target.speed = 0.1;
     target.more = "[[faults.at]]\ncommand = \"?\"\nnth = 400\naction = \"error_record\"\ncode = 7\n"
@@ -153,7 +153,7 @@ TEST(ErrorWhileRecording, OfTheServerKeepsWhatStillCame) {
     session.configure(9);
     session.start();
     EXPECT_EQ(session.finish(), "Stopped by error : upload complete : data server error (7) : overrun : port 2");
-    EXPECT_EQ(session.differenceFromSent(true), "");
+    EXPECT_EQ(session.differenceFromSent(Compare::Prefix), "");
     session.start();
     session.waitForBytes(block);
     session.stop();
@@ -161,7 +161,7 @@ TEST(ErrorWhileRecording, OfTheServerKeepsWhatStillCame) {
     EXPECT_EQ(session.differenceFromSent(), "");
 }
 
-TEST(ErrorWhileRecording, OfAServerThatDiesIsTold) {
+TEST(ErrorWhileRecording, OfAServerThatDiesIsReported) {
     Target target;
     target.speed = 0.1;
     target.more = "[[faults.at]]\ncommand = \"?\"\nnth = 400\naction = \"die\"\n";
@@ -205,7 +205,7 @@ TEST(ManyRecordings, TwoHundredFollowEachOther) {
     }
 }
 
-TEST(SeveralChannels, ComeAndGoBesideAnOpenOne) {
+TEST(SeveralChannels, AreCreatedAndReleasedBesideAnOpenOne) {
     LibrarySession session(Target{});
     session.configure(0);
     std::vector<Vx::Qrs::Trace::CChannelDriver*> others;
@@ -261,9 +261,9 @@ TEST(Polling, FromTwoThreadsDisturbsNothing) {
     EXPECT_EQ(session.differenceFromSent(), "");
 }
 
-// ---- files that are not what they should be ----
+// ---- damaged files ----
 
-TEST(DamagedFiles, AFolderThatIsGoneIsToldByTheStart) {
+TEST(DamagedFiles, AMissingFolderIsReportedByTheStart) {
     LibrarySession session(Target{});
     session.configure(0);
     std::filesystem::remove_all(std::filesystem::path(session.stem()).parent_path());
@@ -277,7 +277,7 @@ TEST(DamagedFiles, AFolderThatIsGoneIsToldByTheStart) {
     EXPECT_EQ(session.differenceFromSent(), "");
 }
 
-TEST(DamagedFiles, AFileThatCannotBeOpenedIsToldInTheStatus) {
+TEST(DamagedFiles, AFileThatCannotBeOpenedIsReportedInTheStatus) {
     LibrarySession session(Target{});
     session.configure(0);
     std::filesystem::remove(session.stem() + ".bin");
@@ -290,7 +290,7 @@ TEST(DamagedFiles, AFileThatCannotBeOpenedIsToldInTheStatus) {
     EXPECT_EQ(session.differenceFromSent(), "");
 }
 
-TEST(DamagedFiles, AFileThatIsRemovedWhileItIsRecordedHurtsThatRecordingOnly) {
+TEST(DamagedFiles, AFileRemovedDuringARecordingAffectsOnlyThatRecording) {
     LibrarySession session(Target{});
     session.configure(9);
     session.start();
@@ -308,7 +308,8 @@ TEST(DamagedFiles, AFileThatIsRemovedWhileItIsRecordedHurtsThatRecordingOnly) {
         EXPECT_FALSE(test_support::exists(session.stem() + ".bin"));
         EXPECT_TRUE(!error.empty() || read == 0) << "samples of a file that is not there";
     } else {
-        EXPECT_EQ(session.differenceFromSent(), "") << "a system that keeps open files from going keeps them whole";
+        EXPECT_EQ(session.differenceFromSent(), "")
+            << "a system that keeps open files from being removed keeps them whole";
     }
     session.start();
     session.waitForBytes(block);

@@ -30,7 +30,7 @@ LibrarySession::LibrarySession(const Target& chosen) : bench(chosen), target(cho
     }
     channel = receiver->AllocateChannel(cpu, xmtr.object, 0, 0);
     if (channel == nullptr) {
-        throw std::runtime_error("the receiver gives no channel");
+        throw std::runtime_error("the receiver returned no channel");
     }
 }
 
@@ -43,14 +43,14 @@ LibrarySession::~LibrarySession() {
     }
 }
 
-void LibrarySession::configure(unsigned buffer, bool stopOnFull) {
+void LibrarySession::configure(unsigned buffer, WhenFull action) {
     const std::string settings = bench.folder.file("trace.xml");
     test_support::writeText(settings, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<CHANNEL-SETUP>\n"
                                       "\t<no_emu0>false</no_emu0>\n\t<drm_type></drm_type>\n\t<drm_key></drm_key>\n"
                                       "\t<num_pins>" +
                                           std::to_string(target.pins) +
                                           "</num_pins>\n\t<pin_map></pin_map>\n\t<is_stop_on_full>" +
-                                          (stopOnFull ? "true" : "false") +
+                                          (action == WhenFull::Stop ? "true" : "false") +
                                           "</is_stop_on_full>\n\t<is_sync>false</is_sync>\n\t<bufsize_current>" +
                                           std::to_string(buffer) + "</bufsize_current>\n\t<drm_xmtr>" + target.kind +
                                           "</drm_xmtr>\n\t<start_port>0</start_port>\n</CHANNEL-SETUP>\n");
@@ -108,14 +108,14 @@ std::string LibrarySession::stem() const {
     return (std::filesystem::path(VX_QRS::uEnvironment::get("VX_TRACE_DATA_DIR")) / "trace").string();
 }
 
-std::string LibrarySession::differenceFromSent(bool prefix) const {
+std::string LibrarySession::differenceFromSent(Compare length) const {
     const auto contents = lastContents(bench.benchFolder());
     if (!contents) {
         return "the bench knows of no recording";
     }
     const Sent sent{target.play.empty() ? generated() : played(target.play),
                     std::string(target.kind) == "pti" ? 64u : 0u};
-    return difference(file(), expectedFile(*contents, sent), prefix);
+    return difference(file(), expectedFile(*contents, sent), length);
 }
 
 } // namespace recording_test

@@ -16,7 +16,7 @@ using bench_run::untilServerListens;
 using bench_run::waitUntil;
 using bench_run::XmtrLibrary;
 
-/// The receiver as the framework holds it: the shared library, loaded by name, with one channel on the bench.
+/// The receiver as in the framework: the shared library, loaded by name, with one channel on the bench.
 class LibrarySession {
 public:
     explicit LibrarySession(const Target& target);
@@ -24,25 +24,26 @@ public:
     LibrarySession& operator=(const LibrarySession&) = delete;
     ~LibrarySession();
 
-    /// Settings and calibration; `buffer` is the index of its size.
-    void configure(unsigned buffer, bool stopOnFull = true);
+    enum class WhenFull { Stop, Wrap };
+    /// Writes settings and calibrates; `buffer` is the index of its size.
+    void configure(unsigned buffer, WhenFull action = WhenFull::Stop);
     void start();
     void stop();
-    /// Until the unit holds that many bytes.
+    /// Waits until the unit holds that many bytes.
     void waitForBytes(std::uint32_t bytes);
-    /// Until the recording's upload has ended; the channel's words.
+    /// Waits for the end of the upload; returns the channel's status text.
     std::string finish();
 
-    /// With the words of the error, when the question fails.
+    /// With the error's text, when the query fails.
     Vx::Qrs::Trace::ChannelStatus status();
     std::string attribute(const char* name);
-    /// The words of the error that it ends in, empty when there is none.
+    /// Text of the error that the call throws; empty when there is none.
     static std::string errorOf(const std::function<void()>& call);
 
     std::string stem() const;
     std::string file() const { return test_support::readText(stem() + ".bin"); }
-    /// Where the file of the last recording differs from what the target sent; empty when it does not.
-    std::string differenceFromSent(bool prefix = false) const;
+    /// Difference between the file of the last recording and what the target sent; empty when there is none.
+    std::string differenceFromSent(Compare length = Compare::Whole) const;
 
     BenchRun bench;
     Vx::Qrs::Trace::CReceiver* receiver = nullptr;

@@ -5,14 +5,14 @@
 #include <atomic>
 #include <thread>
 
-// Saves that are asked for before the upload has ended, compared byte by byte with what the unit sent.
+// Saves requested before the end of the upload, compared byte by byte with what the unit sent.
 
 namespace recording_test {
 
 namespace {
 
 constexpr std::uint32_t recordedBytes = 4 * 1024 * 1024;
-constexpr std::size_t sectionHeader = 4 + 24; // with the file's identifier
+constexpr std::size_t sectionHeader = 4 + 24; // including the file's identifier
 
 class SaveDuringUpload : public testing::Test {
 protected:

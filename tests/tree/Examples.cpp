@@ -20,7 +20,7 @@ std::string trimmed(const std::string& text) {
     return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(' ') - begin + 1);
 }
 
-/// The pairs at the start of a text, each one blank behind the other.
+/// The pairs at the start of a text, separated by single blanks.
 std::string pairsOf(std::string_view text) {
     std::string bytes;
     while (isPair(text.substr(0, 2)) && (text.size() == 2 || text[2] == ' ')) {

@@ -9,19 +9,19 @@
 
 namespace tree {
 
-/// The block behind `<!-- test: NAME -->`, without its indentation; lines end in "\n". Empty when there is none.
+/// The block after `<!-- test: NAME -->`, without its indentation; lines end in "\n". Empty without such a block.
 std::string exampleOf(const std::string& document, const std::string& name);
 
-/// One line of annotated bytes: what stands ahead of them (an offset or an arrow), and the bytes.
+/// One line of annotated bytes: the offset or arrow before them, and the bytes.
 struct HexLine {
     std::string head;
     std::string bytes;
 };
 
-/// Lines of pairs of digits; the annotation begins behind two blanks or more.
+/// Lines of pairs of digits; two blanks or more precede the annotation.
 std::vector<HexLine> hexLinesOf(const std::string& block);
 
-/// A section of a document: its heading without the marks, and the lines behind it up to the next one.
+/// A section of a document: its heading without the marks, and the lines up to the next heading.
 struct Section {
     std::string heading;
     std::string text;

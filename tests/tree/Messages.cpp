@@ -1,7 +1,8 @@
 #include "tests/tree/Messages.h"
 
+#include "tests/tree/SourceReader.h"
+
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <map>
 #include <regex>
@@ -13,25 +14,13 @@ namespace tree {
 
 namespace {
 
-constexpr std::array<std::string_view, 11> messageRooms{
-    "common/", "link/", "pinmap/", "tdf/", "mpx/", "client/", "rcvr/", "toolkit/", "diagnosis/", "host/", "bench/"};
-
-/// The report's look, which is one literal of rules for the browser.
-constexpr std::string_view styleSheet = "diagnosis/report/Style.cpp";
-
-bool isProduct(std::string_view path) {
-    return isSource(std::string(path)) && path != styleSheet &&
-           std::any_of(messageRooms.begin(), messageRooms.end(),
-                       [path](std::string_view room) { return path.starts_with(room); });
-}
-
 std::string trimmed(const std::string& text) {
     const char* blanks = " \t\r\n";
     const std::size_t begin = text.find_first_not_of(blanks);
     return begin == std::string::npos ? "" : text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
 }
 
-constexpr char percent = '\1'; // stands for a doubled one while conversions are looked for
+constexpr char percent = '\1'; // replaces "%%" while conversions are searched
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to) {
     for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
@@ -49,173 +38,65 @@ bool isSentence(const std::string& piece) {
     return std::regex_search(piece, words);
 }
 
-/// A source as tokens: literals, and what stands between them with comments taken out.
-class Reader {
-public:
-    explicit Reader(const std::string& text) : source(text) { read(); }
-
-    struct Token {
-        std::size_t line;
-        bool isLiteral;
-        std::string text;
-    };
-    std::vector<Token> tokens;
-
-private:
-    void read() {
-        while (at < source.size()) {
-            const char c = source[at];
-            if (startsWith("//")) {
-                skipTo("\n", 0);
-            } else if (startsWith("/*")) {
-                skipTo("*/", 2);
-            } else if (startsWith("R\"(")) {
-                rawLiteral();
-            } else if (c == '"') {
-                literal();
-            } else if (c == '\'') {
-                character();
-            } else if (c == '#' && startsLine()) {
-                directive();
-            } else {
-                code(c);
-            }
+/// Null for a source in no area.
+const Area* areaOf(const std::string& path, const std::vector<Area>& areas) {
+    const Area* longest = nullptr;
+    for (const Area& area : areas) {
+        const bool fits = area.path.ends_with('/') ? path.starts_with(area.path) : path == area.path;
+        if (fits && (longest == nullptr || area.path.size() > longest->path.size())) {
+            longest = &area;
         }
     }
-
-    bool startsWith(std::string_view mark) const { return std::string_view(source).substr(at).starts_with(mark); }
-
-    bool startsLine() const {
-        const std::size_t begin = source.rfind('\n', at) + 1;
-        return at == 0 || trimmed(source.substr(begin, at - begin)).empty();
-    }
-
-    void advance() { line += source[at++] == '\n' ? 1U : 0U; }
-
-    void skipTo(std::string_view mark, std::size_t behind) {
-        while (at < source.size() && !startsWith(mark)) {
-            advance();
-        }
-        at = std::min(source.size(), at + behind);
-    }
-
-    void directive() {
-        const bool isInclude = source.compare(at, 8, "#include") == 0;
-        if (isInclude) {
-            skipTo("\n", 0);
-        } else {
-            advance();
-        }
-    }
-
-    void literal() {
-        const std::size_t begin = line;
-        std::string text;
-        advance();
-        while (at < source.size() && source[at] != '"') {
-            if (source[at] != '\\') {
-                text += source[at];
-            } else {
-                advance();
-                text += source[at] == 'n' ? '\n' : source[at] == 't' ? '\t' : source[at];
-            }
-            advance();
-        }
-        advance();
-        add(begin, text);
-    }
-
-    void rawLiteral() {
-        const std::size_t begin = line;
-        at += 3;
-        const std::size_t start = at;
-        skipTo(")\"", 0);
-        add(begin, source.substr(start, at - start));
-        at += 2;
-    }
-
-    void add(std::size_t begin, const std::string& text) {
-        if (!tokens.empty() && tokens.back().isLiteral) {
-            tokens.back().text += text;
-        } else {
-            tokens.push_back({begin, true, text});
-        }
-    }
-
-    void character() {
-        // A mark inside a number separates digits.
-        if (at > 0 && std::isalnum(static_cast<unsigned char>(source[at - 1])) != 0) {
-            advance();
-            return;
-        }
-        advance();
-        while (at < source.size() && source[at] != '\'') {
-            if (source[at] == '\\') {
-                advance();
-            }
-            advance();
-        }
-        advance();
-    }
-
-    void code(char c) {
-        if (std::isspace(static_cast<unsigned char>(c)) == 0) {
-            const bool isWord = std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_';
-            const bool joins = isWord && joinable && !tokens.empty() && !tokens.back().isLiteral;
-            if (joins) {
-                tokens.back().text += c;
-            } else {
-                tokens.push_back({line, false, std::string(1, c)});
-            }
-            joinable = isWord;
-        } else {
-            joinable = false;
-        }
-        advance();
-    }
-
-    const std::string& source;
-    std::size_t at = 0;
-    std::size_t line = 1;
-    bool joinable = false;
-};
-
-using Tokens = std::vector<Reader::Token>;
-
-/// Calls whose texts reach a person.
-bool reports(const Tokens& tokens, std::size_t index) {
-    static const std::set<std::string> calls{"fail",       "failWith",    "refuse",   "damaged",    "usage",
-                                             "logAndFail", "throwError",  "note",     "signalStop", "recordError",
-                                             "failOpen",   "require",     "Failure",  "logError",   "logWarning",
-                                             "logErrorAt", "checkResult", "allocate", "logMessage", "logMessageAt",
-                                             "logStep",    "logStepError"};
-    const std::string& text = tokens[index].text;
-    if (tokens[index].isLiteral) {
-        return false;
-    }
-    const auto next = [&](std::size_t distance, std::string_view wanted) {
-        return index + distance < tokens.size() && tokens[index + distance].text == wanted;
-    };
-    if (calls.contains(text)) {
-        return next(1, "(");
-    }
-    if (text == "fprintf") {
-        return next(1, "(") && next(2, "stderr");
-    }
-    return text == "throw" || (text == "cerr" && next(1, "<"));
+    return longest;
 }
 
-/// Calls whose texts are none that happen: the help of orvtrace, which explains itself, and what a compiler says.
-bool helps(const Tokens& tokens, std::size_t index) {
-    static const std::set<std::string> calls{"add_option", "add_flag", "add_subcommand", "footer",        "option_text",
-                                             "type_name",  "Command",  "set_help_flag",  "static_assert", "app"};
-    return !tokens[index].isLiteral && calls.contains(tokens[index].text) && index + 1 < tokens.size() &&
-           tokens[index + 1].text == "(";
+Scope scopeOf(const std::string& path, const std::vector<Area>& areas) {
+    const Area* area = isSource(path) ? areaOf(path, areas) : nullptr;
+    return area == nullptr ? Scope::none : area->scope;
+}
+
+using Tokens = std::vector<Token>;
+
+bool isCode(const Tokens& tokens, std::size_t index, std::string_view wanted) {
+    return index < tokens.size() && !tokens[index].isLiteral && tokens[index].text == wanted;
+}
+
+bool isCallOf(const std::set<std::string>& names, const Tokens& tokens, std::size_t index) {
+    return !tokens[index].isLiteral && names.contains(tokens[index].text) && isCode(tokens, index + 1, "(");
+}
+
+/// `finding.text = ` and `finding.text += `.
+bool isTextOfAFinding(const Tokens& tokens, std::size_t index) {
+    return isCode(tokens, index, "finding") && isCode(tokens, index + 1, ".") && isCode(tokens, index + 2, "text") &&
+           (isCode(tokens, index + 3, "=") || isCode(tokens, index + 3, "+"));
+}
+
+/// Calls and statements whose texts reach a person.
+bool reports(const Tokens& tokens, std::size_t index) {
+    static const std::set<std::string> calls{"fail",       "failWith",    "refuse",      "damaged",     "usage",
+                                             "logAndFail", "throwError",  "note",        "require",     "signalStop",
+                                             "failOpen",   "Failure",     "logError",    "allocate",    "logWarning",
+                                             "logErrorAt", "checkResult", "recordError", "logStepError"};
+    if (isCallOf(calls, tokens, index) || isTextOfAFinding(tokens, index) || isCode(tokens, index, "throw")) {
+        return true;
+    }
+    return (isCode(tokens, index, "fprintf") && isCode(tokens, index + 1, "(") &&
+            isCode(tokens, index + 2, "stderr")) ||
+           (isCode(tokens, index, "cerr") && isCode(tokens, index + 1, "<"));
+}
+
+/// Texts that need no explanation: help of orvtrace, what a compiler prints, steps in the log.
+bool explainsItself(const Tokens& tokens, std::size_t index) {
+    static const std::set<std::string> calls{
+        "add_option",  "add_flag", "add_subcommand", "footer",     "type_name",    "Command", "set_help_flag",
+        "option_text", "app",      "static_assert",  "logMessage", "logMessageAt", "logStep", "logEntry"};
+    return isCallOf(calls, tokens, index);
 }
 
 /// One past the statement or the call that begins at `index`.
 std::size_t endOf(const Tokens& tokens, std::size_t index) {
-    const bool isStatement = tokens[index].text == "throw" || tokens[index].text == "cerr";
+    const std::string& first = tokens[index].text;
+    const bool isStatement = !isCode(tokens, index + 1, "(") || first == "throw";
     int depth = 0;
     for (std::size_t i = index; i < tokens.size(); ++i) {
         if (tokens[i].isLiteral) {
@@ -295,7 +176,7 @@ std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
 
 std::vector<Literal> literalsOf(const std::string& source) {
     std::vector<Literal> literals;
-    for (const Reader::Token& token : Reader(source).tokens) {
+    for (const Token& token : readSource(source).tokens) {
         if (token.isLiteral) {
             literals.push_back({token.line, token.text});
         }
@@ -304,7 +185,7 @@ std::vector<Literal> literalsOf(const std::string& source) {
 }
 
 std::vector<Literal> reportedTexts(const std::string& source) {
-    const Tokens tokens = Reader(source).tokens;
+    const Tokens tokens = readSource(source).tokens;
     const std::map<std::string, std::string> constants = constantsOf(tokens);
     std::vector<Literal> texts;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
@@ -326,10 +207,10 @@ std::vector<Literal> reportedTexts(const std::string& source) {
 }
 
 std::vector<Literal> sentencesOf(const std::string& source) {
-    const Tokens tokens = Reader(source).tokens;
+    const Tokens tokens = readSource(source).tokens;
     std::vector<Literal> texts;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        if (helps(tokens, i)) {
+        if (explainsItself(tokens, i)) {
             i = endOf(tokens, i) - 1;
         } else if (tokens[i].isLiteral) {
             texts.push_back({tokens[i].line, tokens[i].text});
@@ -365,7 +246,7 @@ std::vector<Message> messagesOf(const std::string& document) {
 Breaches messagesThatNothingSays(const Files& files, const std::string& document) {
     std::vector<std::vector<std::string>> sources;
     for (const auto& [path, text] : files) {
-        if (!isProduct(path)) {
+        if (scopeOf(path, messageAreas()) == Scope::none) {
             continue;
         }
         std::vector<std::string>& pieces = sources.emplace_back();
@@ -388,117 +269,95 @@ Breaches messagesThatNothingSays(const Files& files, const std::string& document
     return breaches;
 }
 
-Breaches messagesThatNothingExplains(const Files& files, const std::string& document,
-                                     const std::vector<Exception>& pieces, const std::vector<FileException>& sources) {
-    std::set<std::string> explained;
-    for (const Message& message : messagesOf(files.at(document))) {
-        for (const std::string& piece : piecesOf(message.text, false)) {
-            explained.insert(piece);
-        }
+Breaches areasThatDoNotFit(const Files& files, const std::vector<Area>& areas) {
+    std::set<std::string_view> unused;
+    for (const Area& area : areas) {
+        unused.insert(area.path);
     }
-    std::set<std::string> excepted;
-    for (const Exception& exception : pieces) {
-        excepted.insert(exception.piece);
-    }
-    std::set<std::string> withoutSentences;
-    for (const FileException& exception : sources) {
-        withoutSentences.insert(exception.path);
-    }
-    std::set<std::string> used;
     std::set<std::string> breaches;
-    const auto look = [&](const std::string& path, const Literal& literal, bool isReported) {
-        for (const std::string& piece : piecesOf(literal.text, true)) {
-            if (!(isReported ? hasWords(piece) : isSentence(piece)) || explained.contains(piece)) {
-                continue;
-            }
-            if (excepted.contains(piece)) {
-                used.insert(piece);
-            } else if (!isReported && withoutSentences.contains(path)) {
-                used.insert(path);
-            } else {
-                breaches.insert(path + ":" + std::to_string(literal.line) + ": not in " + document + ": " + piece);
-            }
-        }
-    };
     for (const auto& [path, text] : files) {
-        if (!isProduct(path)) {
+        if (!isSource(path)) {
             continue;
         }
-        for (const Literal& literal : reportedTexts(text)) {
-            look(path, literal, true);
-        }
-        for (const Literal& literal : sentencesOf(text)) {
-            look(path, literal, false);
+        const Area* area = areaOf(path, areas);
+        if (area == nullptr) {
+            breaches.insert(path + ": in no area of messages");
+        } else {
+            unused.erase(area->path);
         }
     }
-    excepted.insert(withoutSentences.begin(), withoutSentences.end());
-    for (const std::string& exception : excepted) {
-        if (!used.contains(exception)) {
-            breaches.insert("no message holds the exception: " + exception);
-        }
+    for (const std::string_view path : unused) {
+        breaches.insert("no source is in the area " + std::string(path));
     }
     return {breaches.begin(), breaches.end()};
 }
 
 namespace {
 
-/// What a row is looked up by: its first fixed word.
-std::string sortingText(const std::string& message) {
-    std::string text;
-    for (const std::string& piece : piecesOf(message, false)) {
-        text += (text.empty() ? "" : " ") + piece;
+/// Looks for the pieces of texts among those that are explained or excepted.
+class Explanations {
+public:
+    Explanations(const std::string& path, const std::string& text, const std::vector<Exceptions>& exceptions)
+        : document(path) {
+        for (const Message& message : messagesOf(text)) {
+            for (const std::string& piece : piecesOf(message.text, false)) {
+                explained.insert(piece);
+            }
+        }
+        for (const Exceptions& exception : exceptions) {
+            unused.insert(exception.pieces.begin(), exception.pieces.end());
+        }
+        excepted = unused;
     }
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    const auto begin = std::find_if(text.begin(), text.end(), [](unsigned char c) { return std::isalnum(c) != 0; });
-    return {begin, text.end()};
-}
+
+    void look(const std::string& path, const Literal& literal, bool isMessage(const std::string&)) {
+        for (const std::string& piece : piecesOf(literal.text, true)) {
+            if (!isMessage(piece) || explained.contains(piece)) {
+                continue;
+            }
+            if (excepted.contains(piece)) {
+                unused.erase(piece);
+            } else {
+                breaches.insert(path + ":" + std::to_string(literal.line) + ": not in " + document + ": " + piece);
+            }
+        }
+    }
+
+    Breaches result() {
+        for (const std::string& piece : unused) {
+            breaches.insert("no message holds the exception: " + piece);
+        }
+        return {breaches.begin(), breaches.end()};
+    }
+
+private:
+    std::string document;
+    std::set<std::string> explained;
+    std::set<std::string> excepted;
+    std::set<std::string> unused;
+    std::set<std::string> breaches;
+};
 
 } // namespace
 
-Breaches rowsOutOfOrder(const Files& files, const std::string& document) {
-    static const std::regex first("\\| `([^`]+)`.*");
-    Breaches breaches;
-    std::set<std::string> seen;
-    std::string previous;
-    bool isSorted = false;
-    std::size_t number = 0;
-    std::istringstream in(files.at(document));
-    for (std::string line; std::getline(in, line);) {
-        const std::string place = document + ":" + std::to_string(++number) + ": ";
-        if (!line.starts_with("| `")) {
-            isSorted = line.starts_with("| message |") || (isSorted && line.starts_with("|---"));
-            previous.clear();
+Breaches messagesThatNothingExplains(const Files& files, const std::string& document,
+                                     const std::vector<Exceptions>& exceptions, const std::vector<Area>& areas) {
+    Explanations explanations(document, files.at(document), exceptions);
+    for (const auto& [path, text] : files) {
+        const Scope scope = scopeOf(path, areas);
+        if (scope == Scope::none) {
             continue;
         }
-        std::smatch match;
-        if (!std::regex_match(line, match, first)) {
-            continue;
+        for (const Literal& literal : reportedTexts(text)) {
+            explanations.look(path, literal, hasWords);
         }
-        if (!seen.insert(match[1]).second) {
-            breaches.push_back(place + "stands twice: " + match[1].str());
-        }
-        const std::string text = sortingText(match[1]);
-        if (isSorted && text < previous) {
-            breaches.push_back(place + "out of order: " + match[1].str());
-        }
-        previous = text;
-    }
-    return breaches;
-}
-
-Breaches headingsOutsideTheIndex(const Files& files, const std::string& document) {
-    const std::string& text = files.at(document);
-    const std::string index = text.substr(0, text.find("\n## "));
-    static const std::regex heading("\n###? ([^\n]+)");
-    Breaches breaches;
-    for (auto match = std::sregex_iterator(text.begin(), text.end(), heading); match != std::sregex_iterator();
-         ++match) {
-        if (index.find("[" + (*match)[1].str() + "](#") == std::string::npos) {
-            breaches.push_back(document + ": not in the index: " + (*match)[1].str());
+        if (scope == Scope::sentences) {
+            for (const Literal& literal : sentencesOf(text)) {
+                explanations.look(path, literal, isSentence);
+            }
         }
     }
-    return breaches;
+    return explanations.result();
 }
 
 } // namespace tree

@@ -3,39 +3,40 @@
 #include "tests/tree/SourceTree.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
-// The texts that a person can meet, as the code spells them and as the document explains them.
+// The messages that a person meets, in the code and in the document that explains them. A person meets what is thrown,
+// printed, logged as an error or a warning, or found by the doctor. Steps in the log, evidence and advice of the doctor,
+// results and the report page explain themselves.
 //
-// How they are found. In every source of the product each literal is read as the compiler does, neighbours joined, and
-// cut into pieces at the values that are filled in: conversions of a format, and markup. Two rules make a piece a
-// message:
-//  - it is a sentence, that is two words or more, wherever the literal stands. Only the help of orvtrace, which explains
-//    itself, and assertions are passed over;
-//  - it holds words at all and stands in a throw, in a call that reports a failure or writes the log, or goes to the
-//    standard error output. Constants of the same source that are named there count as their texts.
-// Each such piece has to be a piece of a message of the document, cut at its <values> in the same way. What is no
-// message although the rules say so is listed in NoMessages.cpp, each with its reason; an entry that nothing needs any
-// more is a breach, too. So a new text anywhere fails the test until it has its row, one word in a place that is not
-// known to report excepted.
+// Each literal of a source is read as the compiler does, adjacent ones joined, and cut into pieces at the values that are
+// filled in: conversions of a format, and markup. A piece is a message
+//  - if it has words and is in a throw, in a call that reports a failure, in an output to the standard error, or in the
+//    text of a finding. Constants of the same source count as their texts;
+//  - in areas of Scope::sentences also wherever it is a sentence, that is two words or more, because tables and helper
+//    functions hold messages too. Help of orvtrace, assertions and steps of the log are excluded.
+// Each message has to be a piece of a row of the document, cut at its <values> in the same way. NoMessages.cpp lists the
+// exceptions with their reasons; an exception that nothing needs is a breach. So a new text fails the test until it has
+// its row, except a single word that no known call reports.
 
 namespace tree {
 
-/// The pieces of one literal or of one message, in order, without blanks at their ends; empty ones are left out.
+/// The pieces of a literal or of a row, in order, trimmed; empty ones are left out.
 std::vector<std::string> piecesOf(const std::string& text, bool isFormat);
 
 struct Literal {
     std::size_t line = 0;
-    std::string text; ///< escapes resolved, neighbours joined
+    std::string text; ///< escapes resolved, adjacent literals joined
 };
 
-/// All string literals of a source, in order; those of includes and comments are none.
+/// All string literals of a source, in order, without those of includes and comments.
 std::vector<Literal> literalsOf(const std::string& source);
 
-/// The literals of the second rule.
+/// The literals that are thrown, reported, printed as errors, or the text of a finding.
 std::vector<Literal> reportedTexts(const std::string& source);
 
-/// The literals that the first rule looks at: all but those of help and of assertions.
+/// All literals outside help, assertions and steps of the log.
 std::vector<Literal> sentencesOf(const std::string& source);
 
 struct Message {
@@ -43,32 +44,42 @@ struct Message {
     std::string text;
 };
 
-/// Cells of a document's tables that are code spans and nothing else; several are parted by "<br>".
+/// Cells of the document's tables that hold only code spans; several are separated by "<br>".
 std::vector<Message> messagesOf(const std::string& document);
 
 /// Messages of the document that no source spells.
 Breaches messagesThatNothingSays(const Files& files, const std::string& document);
 
-/// A piece that is no message.
-struct Exception {
-    std::string piece;
-    std::string reason;
+enum class Scope {
+    sentences, ///< all sentences are messages
+    reported,  ///< only reported texts are; the reason says what the others are
+    none,      ///< no product, no messages
 };
-/// A source whose sentences are no messages; the second rule holds there, too.
-struct FileException {
-    std::string path;
-    std::string reason;
+/// A folder, ending in '/', or a file. The longest match counts.
+struct Area {
+    std::string_view path;
+    Scope scope;
+    std::string_view reason;
 };
-const std::vector<Exception>& piecesThatAreNoMessages();
-const std::vector<FileException>& filesWithoutMessages();
+const std::vector<Area>& messageAreas();
 
-/// Pieces of messages in the sources that the document does not explain, and exceptions that except nothing.
+/// Areas that no source is in, and sources in no area.
+Breaches areasThatDoNotFit(const Files& files, const std::vector<Area>& areas);
+
+/// Pieces that are no messages, for one reason.
+struct Exceptions {
+    std::string_view reason;
+    std::vector<std::string_view> pieces;
+};
+const std::vector<Exceptions>& piecesThatAreNoMessages();
+
+/// Pieces of messages that the document does not explain, and exceptions that nothing needs.
 Breaches messagesThatNothingExplains(const Files& files, const std::string& document,
-                                     const std::vector<Exception>& pieces = {},
-                                     const std::vector<FileException>& sources = {});
+                                     const std::vector<Exceptions>& exceptions = {},
+                                     const std::vector<Area>& areas = messageAreas());
 
-/// Rows that a reader would not find: a table with the head "message" that is not in the order of the alphabet, and a
-/// message that stands at the beginning of two rows.
+/// Rows that a reader would not find: tables with the head "message" that are not in alphabetical order, and messages
+/// that begin two rows.
 Breaches rowsOutOfOrder(const Files& files, const std::string& document);
 
 /// Headings of the second and third level that the first table of the document does not link to.

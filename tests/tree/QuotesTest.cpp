@@ -28,7 +28,7 @@ struct Quotation {
     std::string text;
 };
 
-/// Fenced blocks behind `<!-- quoted: FILE -->`.
+/// Fenced blocks after `<!-- quoted: FILE -->`.
 std::vector<Quotation> quotations() {
     static const std::regex mark("<!-- quoted: (\\S+) -->\\n```\\w*\\n");
     std::vector<Quotation> all;
@@ -113,10 +113,10 @@ std::vector<std::string> tableBelow(const std::string& page, const std::string& 
     return rows;
 }
 
-// Text, kind and severity of every finding, row by row. What it rests on is the page's own.
+// Text, kind and severity of every finding, row by row. The evidence is the page's own.
 TEST(Documents, TheReportPagesFindingsAreTheDoctorsTable) {
     const std::vector<std::string> rows =
-        tableBelow(files().at("docs/report.md"), "| finding | kind, for scripts | severity | rests on |");
+        tableBelow(files().at("docs/report.md"), "| finding | kind in JSON | severity | evidence |");
     ASSERT_EQ(rows.size(), diagnosis::findingTable().size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const diagnosis::FindingRow& row = diagnosis::findingTable()[i];

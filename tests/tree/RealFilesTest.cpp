@@ -31,7 +31,7 @@ std::string example(const std::string& page, const std::string& name) {
     return block;
 }
 
-/// What stands in front of the annotations, which are set off by two blanks.
+/// The lines without their annotations, which follow two blanks.
 std::string withoutAnnotations(const std::string& block) {
     std::string text;
     std::istringstream in(block);
@@ -174,7 +174,7 @@ TEST_F(RealFiles, OfTheBenchHaveTheKeys) {
         }
         EXPECT_EQ(keys, wanted);
     }
-    EXPECT_GE(recordings, 2U); // a proof or more, and the recording
+    EXPECT_GE(recordings, 2U); // one verification or more, and the recording
     const std::string contents = linesOf(readBytes(run("bench/contents.jsonl")));
     EXPECT_EQ(contents.substr(contents.rfind('\n', contents.size() - 2) + 1), example("bench-files", "contents"));
     EXPECT_TRUE(std::regex_match(linesOf(readBytes(run("bench/side.port"))), std::regex("\\d{5}\n")));

@@ -1,3 +1,5 @@
+#include "tests/tree/BuildLists.h"
+#include "tests/tree/Layering.h"
 #include "tests/tree/SourceTree.h"
 
 #include <gmock/gmock.h>
@@ -67,12 +69,27 @@ TEST(TreeRules, PlatformsAreNamedInTheirFoldersOnly) {
         {"common/c.cpp", "#include <unistd.h>\n#include <sys/stat.h>\n#include <windows.h>\n"},
         {"common/win32/d.cpp", "#include <windows.h>\n#ifdef _WIN64\n"},
         {"link/posix/e.cpp", "#include <unistd.h>\n"},
-        {"host/f.cpp", "#ifdef _WIN32\n"},
+        {"host/session/f.cpp", "#ifdef _WIN32\n"},
+        {"tests/g.cpp", "#ifdef _WIN32\n"},
     };
     EXPECT_THAT(platformDependence(files),
                 ElementsAre("common/b.cpp:2: #  if defined(_WIN32)", "common/b.cpp:3: #elif defined(__linux__)",
                             "common/c.cpp:1: includes <unistd.h>", "common/c.cpp:2: includes <sys/stat.h>",
-                            "common/c.cpp:3: includes <windows.h>"));
+                            "common/c.cpp:3: includes <windows.h>", "host/session/f.cpp:1: #ifdef _WIN32"));
+}
+
+TEST(TreeRules, SourcesAreBuilt) {
+    const Files files{
+        {"link/CMakeLists.txt", "orv_static(orv_link SOURCES a.cpp ${system}/b.cpp found/*.cpp)\n"},
+        {"link/a.cpp", ""},
+        {"link/posix/b.cpp", ""},
+        {"link/found/c.cpp", ""},
+        {"link/forgotten.cpp", ""},
+        {"link/other/a.cpp", ""},
+        {"mpx/a.cpp", ""},
+    };
+    EXPECT_THAT(sourcesThatAreNotBuilt(files),
+                ElementsAre("link/forgotten.cpp: no CMakeLists.txt lists it", "mpx/a.cpp: no CMakeLists.txt lists it"));
 }
 
 TEST(TreeRules, UnfinishedWorkIsFound) {

@@ -19,13 +19,6 @@ Files readFiles(const std::filesystem::path& root);
 
 bool isSource(const std::string& path);
 
-/// A room includes itself and the rooms below it, nothing else.
-Breaches upwardIncludes(const Files& files);
-/// In the rooms of the product every quoted include is a file, named from the root.
-Breaches includesThatAreNotFromTheRoot(const Files& files);
-Breaches includeCycles(const Files& files);
-/// Tests for the platform and headers of one platform, outside win32/ and posix/.
-Breaches platformDependence(const Files& files);
 Breaches unfinishedWork(const Files& files);
 /// Sources of so many lines or more.
 Breaches longFiles(const Files& files, std::size_t lines);

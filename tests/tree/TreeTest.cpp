@@ -1,3 +1,5 @@
+#include "tests/tree/BuildLists.h"
+#include "tests/tree/Layering.h"
 #include "tests/tree/SourceTree.h"
 
 #include <gmock/gmock.h>
@@ -46,6 +48,10 @@ TEST(Tree, HasNoIncludeCycle) {
 
 TEST(Tree, NamesPlatformsInTheirFoldersOnly) {
     EXPECT_THAT(platformDependence(sources()), IsEmpty());
+}
+
+TEST(Tree, BuildsEverySource) {
+    EXPECT_THAT(sourcesThatAreNotBuilt(sources()), IsEmpty());
 }
 
 TEST(Tree, HoldsNoUnfinishedWork) {

@@ -1,5 +1,6 @@
 #include "bench/server/Codec.h"
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/support/scripted_server/Frames.h"
 #include "tests/support/scripted_server/ScriptedLink.h"
@@ -12,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <stdexcept>
 
 // The talk that the page on the wire shows: the library sends these bytes and understands these replies, and the
 // bench's server reads these requests.
@@ -70,15 +70,6 @@ public:
 
     std::vector<std::string> all;
 };
-
-std::string failureOf(const std::function<void()>& work) {
-    try {
-        work();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "";
-}
 
 } // namespace
 
@@ -157,7 +148,7 @@ TEST(WirePage, FailuresAreWhatTheLibraryThrows) {
         script->expect(exchange.request).give(exchange.reply);
         OrvEcomProxy proxy(std::make_unique<ScriptedLink>(script), 64);
         proxy.openChannel(262144, 0, &records);
-        failures.push_back(failureOf([&] { proxy.flush(); }));
+        failures.push_back(test_support::failureText([&] { proxy.flush(); }));
     }
     EXPECT_THAT(failures,
                 ElementsAre("internal rsp error", "no channel is open", "internal rsp exception",

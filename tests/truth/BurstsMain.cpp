@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <string>
 
-// Bursts to look at, one file for each step of an attempt; orvtrace burst --svg makes pictures of them.
+// Writes bursts, one file for each step of an attempt; tools/draw-pictures draws them.
 //
 //     truth_bursts FOLDER              four data pins with skews at 50 MHz, step by step
-//     truth_bursts FOLDER SEED         the files that the wiring of that seed leaves
+//     truth_bursts FOLDER SEED         the files of the wiring of that seed
 
 namespace {
 
@@ -33,7 +33,7 @@ bench::Scenario cable() {
     return scenario;
 }
 
-/// What an attempt does, with the burst of each step kept.
+/// The steps of an attempt, with the burst of each kept.
 void stepByStep(const std::filesystem::path& folder) {
     bench_client::BenchRig rig(cable(), folder);
     ChannelInspector in = rig.inside();
@@ -77,7 +77,7 @@ int main(int argc, char** argv) {
         stepByStep(folder);
         return 0;
     }
-    // The channel deletes its files with itself unless the log is wanted, so they are kept under another name.
+    // The channel deletes its files unless logging is on, so they are kept under another name.
     const bench::Scenario scenario = truth::drawScenario(std::strtoull(argv[2], nullptr, 10), bench::ExportKind::Pti);
     bench_client::BenchRig rig(scenario, folder);
     rig.channel->calibrate();

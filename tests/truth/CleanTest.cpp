@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cmath>
 
-// What a calibration is worth on wirings that are known well, and when it is done again.
+// Quality of a calibration on known wirings, and its repeatability.
 
 namespace truth {
 namespace {
@@ -85,12 +85,12 @@ TEST(CalibrationOnTheBench, ReportsTheMarginsOfItsLastBurst) {
     }
 }
 
-TEST(CalibrationOnTheBench, TenTimesOverGivesTheSame) {
+TEST(CalibrationOnTheBench, TenTimesHasTheSameResult) {
     EXPECT_EQ(spreadOfTen(0.0), 0.0);
 }
 
-TEST(CalibrationOnTheBench, TenTimesOverWithJitterGivesTheSameToASample) {
-    // Every burst has jitter of its own, and margins come in whole samples.
+TEST(CalibrationOnTheBench, TenTimesWithJitterHasTheSameResultWithinASample) {
+    // Every burst has its own jitter, and margins are whole samples.
     EXPECT_LE(spreadOfTen(0.2), 1.0);
 }
 

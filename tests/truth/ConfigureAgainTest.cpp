@@ -10,15 +10,15 @@
 #include <string>
 #include <vector>
 
-// One receiver that is configured again and again, as a debugger does whenever somebody presses the button.
+// One receiver that is configured repeatedly, as by the user of a debugger.
 
 namespace truth {
 namespace {
 
 namespace fs = std::filesystem;
 
-/// Whole samples of skew at 28 samples in a period, no jitter, and no synchronisation sequences, of which a burst would
-/// hold more or fewer: every burst shows the same, whenever it is taken.
+/// Whole samples of skew at 28 samples in a period, no jitter, and no synchronisation sequences, whose number in
+/// a burst varies: all bursts are the same, whenever they are taken.
 bench::Scenario wholeSamples() {
     bench::Scenario scenario;
     scenario.name = "whole samples";
@@ -36,7 +36,7 @@ bench::Scenario wholeSamples() {
     return scenario;
 }
 
-/// What the calibration found, from its report: margins, delays, stretches and so on, without the correlations' digits.
+/// Results of the calibration, from its report: margins, delays, stretches and so on, without the correlations' digits.
 std::vector<std::string> findingsIn(const fs::path& folder) {
     std::vector<std::string> found;
     for (const auto& entry : fs::directory_iterator(folder)) {
@@ -55,9 +55,9 @@ std::vector<std::string> findingsIn(const fs::path& folder) {
     return found;
 }
 
-TEST(SetConfiguration, TenTimesOverGivesTheSame) {
+TEST(SetConfiguration, TenTimesHasTheSameResult) {
     const RunSpace space;
-    // A run by the program leaves the settings file that a receiver takes.
+    // A run of the program writes the settings file for the receiver.
     const fs::path scenario = space.write("wiring.toml", scenarioText(wholeSamples()));
     const ::Outcome run = space.record(scenario.string(), {"--until-full"});
     ASSERT_EQ(run.code, 0) << run.errors;

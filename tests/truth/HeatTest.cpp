@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <string>
 
-// Wires grow warm: skews move on while a recording runs, and the watch over the margins ends it.
+// Wires warm up: skews drift during a recording, and watching the margins ends it.
 
 namespace truth {
 namespace {
@@ -38,10 +38,10 @@ bench::Scenario warmScenario(double drift, double jitter) {
 struct Ending {
     std::string error;  ///< empty for none
     double seconds = 0; ///< of the recording
-    bool burst = false; ///< of the failure was left behind
+    bool burst = false; ///< the burst of the failure was written
 };
 
-/// Calibrates, then records with the margins watched until a failure or the buffer's end.
+/// Calibrates, then records with watched margins until a failure or the end of the buffer.
 Ending recordWatched(const bench::Scenario& scenario, const char* ovsMargin) {
     const test_support::TemporaryFolder folder;
     BenchRig rig(scenario, folder.path, std::string("ovsMargin=") + ovsMargin + "\n");
@@ -66,21 +66,21 @@ TEST_P(Heat, EndsARecordingWhenTheDataHaveDriftedToTheClockEdge) {
     EXPECT_TRUE(ending.burst);
     const double drifted = std::fabs(perSecond) * ending.seconds;
     std::printf("drift of %+.0f samples a second: failed at %.1f samples\n", perSecond, drifted);
-    // Jitter and the rest of the skews bring single edges there a little before the middle of all does.
+    // With jitter and remaining skews, single edges reach the clock edge a little before the mean does.
     EXPECT_GE(drifted, toTheClockEdge - 2.5);
     EXPECT_LE(drifted, toTheClockEdge + 1.5);
 }
 
 INSTANTIATE_TEST_SUITE_P(LaterAndEarlier, Heat, testing::Values(10.0, -10.0, 5.0, -5.0));
 
-TEST(HeatWatch, LeavesARecordingAloneThatDoesNotDrift) {
+TEST(HeatWatch, KeepsARecordingWithoutDrift) {
     const Ending ending = recordWatched(warmScenario(0.0, 0.3), "1");
     EXPECT_EQ(ending.error, "");
     EXPECT_FALSE(ending.burst);
 }
 
 TEST(HeatWatch, OfTwoAndMoreFailsAtTheFirstClockEdgeOfASoundSignal) {
-    // The verification is a recording too, and is watched like any other: there is no calibrating with such a setting.
+    // The verification is a recording too and is watched like any other: calibration fails with such a setting.
     for (const char* margin : {"2", "3"}) {
         const test_support::TemporaryFolder folder;
         BenchRig rig(warmScenario(0.0, 0.0), folder.path, std::string("ovsMargin=") + margin + "\n");
@@ -96,14 +96,14 @@ TEST(HeatWatch, OfTwoAndMoreFailsAtTheFirstClockEdgeOfASoundSignal) {
 }
 
 TEST(HeatWatch, DoesNotSeeACleanSignalDriftThroughTheClockEdge) {
-    // The known blind spot: with whole samples in half a period and no jitter, no two data edges that are far enough
-    // apart to count lie between the same clock edges, wherever the data have moved to.
+    // The known limit: with whole samples in half a period and no jitter, two data edges between the same clock edges
+    // are never far enough apart to count, wherever the data have drifted.
     const Ending ending = recordWatched(warmScenario(10.0, 0.0), "1");
     EXPECT_EQ(ending.error, "");
     EXPECT_GT(10.0 * ending.seconds, 2 * toTheClockEdge);
 }
 
-TEST(HeatWatch, SwitchedOffLooksAtNothing) {
+TEST(HeatWatch, SwitchedOffChecksNothing) {
     const Ending ending = recordWatched(warmScenario(10.0, 0.3), "0");
     EXPECT_EQ(ending.error, "");
     EXPECT_FALSE(ending.burst);

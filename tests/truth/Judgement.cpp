@@ -17,7 +17,7 @@ using bench_client::BenchRig;
 
 constexpr double lowestCentral = 0.15; // the middle 70 percent
 constexpr double highestCentral = 0.85;
-/// A chance below which no recording that anybody makes shows a wrong bit.
+/// A probability below which no real recording has a wrong bit.
 constexpr double never = 1e-9;
 
 std::string describe(const bench::Scenario& scenario, const bench::RecordingTruth& truth) {
@@ -34,7 +34,7 @@ std::string describe(const bench::Scenario& scenario, const bench::RecordingTrut
     return text;
 }
 
-/// Delays that differ from the first pin's by what the wiring differs, had they been exact.
+/// Exact delays differ from the first pin's as the wiring's skews do.
 std::vector<double> skewErrors(BenchRig& rig) {
     const Cal& cal = rig.inside().cal();
     std::vector<double> errors;
@@ -49,12 +49,12 @@ std::vector<double> skewErrors(BenchRig& rig) {
     return errors;
 }
 
-/// What is wrong with a recording ten times as long as the verification's; nothing for nothing.
+/// The error in a recording ten times as long as the verification's; empty for none.
 std::optional<std::string> faultOfLongRecording(BenchRig& rig) {
     if (rig.scenario.kind == bench::ExportKind::Pti) {
         return rig.recordPattern(10 * verificationBytes);
     }
-    // An export that is not framed cannot be judged by its words: then by the chance of a wrong bit.
+    // An unframed export cannot be judged by its words, so by the probability of a wrong bit.
     const bool safe =
         std::ranges::all_of(rig.truth->pins, [](const bench::PinTruth& pin) { return pin.errorRate < never; });
     return safe ? std::nullopt : std::optional<std::string>("bits are taken wrong");

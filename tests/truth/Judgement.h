@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-// A calibration, judged by what the bench knows.
+// A calibration, judged by the bench's truth.
 
 namespace truth {
 
-/// Bytes of the recording by which a calibration is verified.
+/// Size in bytes of the recording that verifies a calibration.
 inline constexpr std::uint32_t verificationBytes = 0x40000;
 
-/// What a calibration came to.
+/// Outcome of a calibration.
 enum class Outcome {
     right,   ///< all pins in the same bit slot, every clock edge inside the middle 70 percent of every eye
     thin,    ///< the same slot, nearer to an edge, and a recording ten times as long as the verification's is faultless
@@ -27,7 +27,7 @@ enum class Outcome {
 char letterOf(Outcome outcome);
 const char* nameOf(Outcome outcome);
 
-/// Where the clock takes its samples.
+/// Position of the clock edges in the eyes.
 struct Position {
     bool sameSlot = true;
     bool central = true; ///< within the middle 70 percent of every eye
@@ -43,19 +43,19 @@ Position positionOf(std::span<const EyePosition> pins);
 
 struct Verdict {
     Outcome outcome = Outcome::wrong;
-    Position position;      ///< of what was not refused
-    double megahertz = 0.0; ///< the rate chosen; of a refusal, the fastest on offer
+    Position position;      ///< unless refused
+    double megahertz = 0.0; ///< the chosen rate; the fastest one when refused
     std::uint32_t setting = 0;
-    std::string reason;      ///< of a refusal its text, of a wrong one what the recording showed
-    std::string description; ///< the wiring, and what the bench knows of each pin
-    /// For each data pin behind the first: the skew that the delays take out, less the wiring's, in samples.
+    std::string reason;      ///< text of the refusal, or the error of a wrong recording
+    std::string description; ///< the wiring, and the truth about each pin
+    /// For each data pin after the first: the skew that the delays correct, less the wiring's, in samples.
     std::vector<double> skewErrors;
 };
 
-/// Calibrates a channel over the bench's unit in this process and judges it. The diagnostic files stay in `folder`, under
-/// the stem "trace". `roundTrip` is what a request to the unit takes, in nanoseconds: at another one, other samples are
-/// taken, and other noise is met.
-/// @throws std::logic_error when a refusal has no reason or leaves the channel in another state than it says.
+/// Calibrates a channel over the bench's unit in this process and judges it. The diagnostic files remain in `folder`,
+/// with the stem "trace". `roundTrip` is the duration of a request to the unit in nanoseconds; another value selects
+/// other samples, with other noise.
+/// @throws std::logic_error when a refusal has no reason or leaves the channel in another state than reported.
 Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder,
                           std::uint64_t roundTrip = 20000);
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-// The same wirings through the shared library and the server process, in real time, with the outcome that the channel
-// in one process gets.
+// The same wirings through the shared library and the server process, in real time: the outcome is that of the channel
+// in one process.
 
 namespace truth {
 namespace {
@@ -18,8 +18,8 @@ using nlohmann::json;
 
 constexpr int calibrationRefused = 5; // the program's exit code
 
-/// Wirings whose outcome does not hang on the noise that their bursts meet: a hundred paces end alike (`truth_many steady`
-/// looks for such). In real time no two runs meet the same.
+/// Wirings whose outcome does not depend on the noise in their bursts: it is the same at a hundred request durations
+/// (`truth_many steady` searches them). In real time no two runs have the same noise.
 constexpr std::uint64_t steadySeeds[] = {3, 4, 5, 7, 8, 9, 10, 11, 13, 14, 16, 17, 18, 21, 23, 24, 27, 28, 67, 193};
 
 std::vector<EyePosition> eyesOf(const json& truth) {
@@ -33,7 +33,7 @@ std::vector<EyePosition> eyesOf(const json& truth) {
 
 class ThroughTheLibrary : public testing::TestWithParam<std::uint64_t> {};
 
-TEST_P(ThroughTheLibrary, AWiringComesOutAsInOneProcess) {
+TEST_P(ThroughTheLibrary, AWiringHasTheOutcomeThatItHasInOneProcess) {
     const bench::Scenario scenario = drawScenario(GetParam(), bench::ExportKind::Pti);
     const test_support::TemporaryFolder folder;
     const Verdict expected = calibrateAndJudge(scenario, folder.path);

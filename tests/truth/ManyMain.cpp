@@ -6,16 +6,16 @@
 #include <cstdlib>
 #include <string>
 
-// Many wirings at one time: a table to look at, and the stories of those that went wrong.
+// Calibrates many wirings: prints a table, and a description of each wrong outcome.
 //
 //     truth_many 10000                 wirings of seeds 1 to 10000, "pti"
 //     truth_many 200 100001 tpiu       200 from seed 100001 on, another export
 //     truth_many 10000 1 pti FILE      compared with the table in FILE
-//     truth_many steady 60             of seeds 1 to 60 those that do not hang on the noise that they meet
+//     truth_many steady 60             of seeds 1 to 60 those that do not depend on noise
 
 namespace {
 
-/// Whether a wiring comes out the same, at the same setting and for the same reason, at a hundred paces.
+/// Whether a wiring has the same outcome, setting and reason at a hundred request durations.
 bool isSteady(const bench::Scenario& scenario, const std::filesystem::path& folder, truth::Verdict& verdict) {
     verdict = truth::calibrateAndJudge(scenario, folder);
     for (std::uint64_t pace = 1; pace < 100; ++pace) {
@@ -56,7 +56,7 @@ int main(int argc, char** argv) {
     const std::string text = table.text(name + ", " + std::to_string(count) + " wirings");
     std::printf("%s\n", text.c_str());
     for (const truth::TruthTable::Case& wrong : table.wrong) {
-        std::printf("wrong: %s\n", wrong.story.c_str());
+        std::printf("wrong: %s\n", wrong.report.c_str());
     }
     if (argc > 4) {
         const std::string difference = truth::differenceFrom(argv[4], text);

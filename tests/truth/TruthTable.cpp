@@ -19,7 +19,7 @@ constexpr unsigned megahertzPerRow = 10;
 constexpr std::size_t lettersPerLine = 50;
 constexpr std::size_t changesNamed = 20;
 
-/// Figures in a reason differ from wiring to wiring; what kind of reason it is does not.
+/// The kind of a reason, without the figures that differ between wirings.
 std::string kindOf(const std::string& reason) {
     const std::string figure = " : transmitter frequency measured at ";
     const std::size_t at = reason.find(figure);
@@ -128,11 +128,15 @@ std::string TruthTable::text(const std::string& title) const {
 
 TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind) {
     TruthTable table;
+    judgeUpTo(count, table, firstSeed, kind);
+    return table;
+}
+
+void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind) {
     const test_support::TemporaryFolder folder;
-    for (std::uint64_t seed = firstSeed; seed < firstSeed + count; ++seed) {
+    for (std::uint64_t seed = firstSeed + table.total(); seed < firstSeed + count; ++seed) {
         table.add(seed, calibrateAndJudge(drawScenario(seed, kind), folder.path));
     }
-    return table;
 }
 
 std::string differenceFrom(const std::filesystem::path& baseline, const std::string& text) {
@@ -144,7 +148,7 @@ std::string differenceFrom(const std::filesystem::path& baseline, const std::str
     if (before == text) {
         return {};
     }
-    std::string story = "Calibrations come out differently from what " + baseline.filename().string() + " says.\n";
+    std::string report = "Calibrations come out differently from what " + baseline.filename().string() + " says.\n";
     const std::map<std::uint64_t, char> earlier = lettersOf(before);
     std::size_t changed = 0;
     for (const auto& [seed, letter] : lettersOf(text)) {
@@ -153,17 +157,17 @@ std::string differenceFrom(const std::filesystem::path& baseline, const std::str
             continue;
         }
         if (++changed <= changesNamed) {
-            story += "  seed " + std::to_string(seed) + " was " + nameOf(was != earlier.end() ? was->second : ' ') +
-                     " and is " + nameOf(letter) + "\n";
+            report += "  seed " + std::to_string(seed) + " was " + nameOf(was != earlier.end() ? was->second : ' ') +
+                      " and is " + nameOf(letter) + "\n";
         }
     }
     if (changed > changesNamed) {
-        story += "  and " + std::to_string(changed - changesNamed) + " more\n";
+        report += "  and " + std::to_string(changed - changesNamed) + " more\n";
     }
     if (changed == 0) {
-        story += "  The outcome of each wiring is the same; rates, reasons or recovered skews are not.\n";
+        report += "  The outcome of each wiring is the same; rates, reasons or recovered skews are not.\n";
     }
-    return story +
+    return report +
            "When that is what a change was meant to do: run this program again with ORV_TRUTH_RENEW=1 in the "
            "environment, look at what\nthe file's difference says, put the new table into "
            "docs/measurements.md, and explain each wrong case in docs/calibration.md.\nNow:\n" +

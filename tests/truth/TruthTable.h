@@ -18,13 +18,13 @@ public:
 
     unsigned count(Outcome outcome) const;
     unsigned total() const;
-    /// What is compared with an earlier time's: the table per rate, a letter for each wiring, and the reasons.
+    /// The text of a baseline: the table per rate, a letter for each wiring, and the reasons.
     std::string text(const std::string& title) const;
 
     struct Case {
         std::uint64_t seed;
         bool sameSlot;
-        std::string story;
+        std::string report;
     };
     std::vector<Case> wrong;
 
@@ -38,18 +38,20 @@ private:
         std::string text(const std::string& head) const;
     };
 
-    std::map<unsigned, Row> byRate; ///< from so many MHz
+    std::map<unsigned, Row> byRate; ///< by the row's lowest rate in MHz
     Row all;
     std::map<std::string, unsigned> reasons;
     std::string letters;
     std::uint64_t firstSeed = 0;
 };
 
-/// Wirings of that many seeds in a row, each calibrated and judged.
+/// Calibrates and judges the wirings of that many consecutive seeds.
 TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind);
+/// Continues a table of consecutive seeds until it has that many.
+void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind);
 
-/// Compares with a table of an earlier time. Nothing when they are the same; else a text that says which wirings changed
-/// and how to renew the file. With ORV_TRUTH_RENEW set the file is written instead.
+/// Compares a table with a baseline. Empty when they are the same, otherwise a text with the changed wirings and how to
+/// renew the file. With ORV_TRUTH_RENEW set the file is written instead.
 std::string differenceFrom(const std::filesystem::path& baseline, const std::string& text);
 
 } // namespace truth

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// Every wait of a calibration is one that was ordered: all go through one place, which counts them here.
+// All waits of a calibration go through one interface, which counts them here.
 
 namespace truth {
 namespace {

@@ -10,7 +10,7 @@ namespace truth {
 
 namespace {
 
-/// The standard's distributions differ between libraries; this does not.
+/// Unlike the standard's distributions, the same with every library.
 class Draw {
 public:
     explicit Draw(std::uint64_t seed) : random(seed) {}

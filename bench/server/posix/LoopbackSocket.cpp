@@ -33,21 +33,10 @@ void setOption(int socket, int level, int option) {
 
 } // namespace
 
-LoopbackSocket::LoopbackSocket(LoopbackSocket&& other) noexcept : handle(std::exchange(other.handle, none)) {}
-
-LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
-    std::swap(handle, other.handle);
-    return *this;
-}
-
-LoopbackSocket::~LoopbackSocket() {
-    close();
-}
-
 LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     LoopbackSocket result(newSocket());
     const int socket = static_cast<int>(result.handle);
-    // Connections of an earlier run that are still winding up do not keep the port.
+    // Connections of an earlier run that are still closing do not block the port.
     setOption(socket, SOL_SOCKET, SO_REUSEADDR);
     const sockaddr_in address = loopback(port);
     if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(socket, 8) != 0) {

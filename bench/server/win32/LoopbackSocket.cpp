@@ -38,21 +38,10 @@ constexpr std::size_t largestCall = 0x100000;
 
 } // namespace
 
-LoopbackSocket::LoopbackSocket(LoopbackSocket&& other) noexcept : handle(std::exchange(other.handle, none)) {}
-
-LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
-    std::swap(handle, other.handle);
-    return *this;
-}
-
-LoopbackSocket::~LoopbackSocket() {
-    close();
-}
-
 LoopbackSocket LoopbackSocket::listenOn(std::uint16_t port) {
     LoopbackSocket result(static_cast<Handle>(newSocket()));
     const SOCKET socket = native(result.handle);
-    // No option: a listener refuses another one, while connections that a closed listener accepted do not keep the port.
+    // No option: a listener excludes another one, and connections of a closed listener do not block the port.
     // With SO_EXCLUSIVEADDRUSE they would, and with SO_REUSEADDR two listeners could share it.
     const sockaddr_in address = loopback(port);
     if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 || ::listen(socket, 8) != 0) {

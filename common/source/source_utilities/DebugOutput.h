@@ -2,7 +2,7 @@
 
 namespace VX_QRS {
 
-// Passes a line to a debugger, where the platform has a way.
+/// Passes a line to a debugger, on platforms that support it.
 void debugOutput(const char* line);
 
 } // namespace VX_QRS

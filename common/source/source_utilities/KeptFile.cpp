@@ -12,7 +12,7 @@ using nativeFile::Outcome;
 
 KeptFile::KeptFile(const std::string& path, std::string_view suffix, std::string_view replacement)
     : file(nativeFile::follow(path)) {
-    // What is write-protected is not going to be replaced.
+    // A write-protected file will not be replaced.
     if (nativeFile::kindOf(file) != nativeFile::Kind::regular || !nativeFile::isWritable(file)) {
         return;
     }
@@ -39,7 +39,7 @@ KeptFile::KeptFile(const std::string& path, std::string_view suffix, std::string
     }
 }
 
-// False when the name is taken.
+// False when the name exists.
 bool KeptFile::keepAs(const std::string& candidate) {
     made = Made::link;
     Outcome outcome = nativeFile::link(file, candidate);
@@ -61,7 +61,7 @@ KeptFile::~KeptFile() {
     if (made == Made::move) {
         nativeFile::move(name, file);
     } else if (made == Made::link && sameFile(file.c_str(), name.c_str())) {
-        // Otherwise another process replaced the file meanwhile, and this is the only copy.
+        // Otherwise another process has replaced the file, and this is the only copy.
         nativeFile::remove(name);
     }
 }

@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-// What uEnvironment asks of the platform.
+/// Platform layer of uEnvironment.
 namespace VX_QRS::nativeEnvironment {
 
-// Empty when it is not set.
+/// Empty when the variable is not set.
 std::string getVariable(const char* name);
 void setVariable(const char* name, const char* value);
 
-// The directory that holds the user's files; empty when the environment does not tell.
+/// The directory that holds the user's files; empty when the environment does not define it.
 std::string profileDirectory();
 
 bool getCurrentDirectory(std::string& directory);
 bool changeDirectory(const char* directory);
 
-// True when the directory is there in the end.
+/// True when the directory exists afterwards.
 bool makeDirectory(const char* path);
 
 struct Process {
@@ -27,11 +27,11 @@ struct Process {
     std::string program; // file name, with or without its path
 };
 
-// All running processes, in the system's order; false when the system does not tell.
+/// All running processes, in the system's order; false when the system does not report them.
 bool listProcesses(std::vector<Process>& processes);
 
 extern const char separator;
 extern const char otherSeparator; // normalised to the separator
-extern const PathRules pathRules; // what the system itself takes for separators
+extern const PathRules pathRules; // the system's own separators
 
 } // namespace VX_QRS::nativeEnvironment

@@ -2,10 +2,10 @@
 
 #include <string>
 
-// Loadable libraries as the platform has them. Error numbers are those of Windows on all systems.
+/// Platform layer of uDll. Error numbers are those of Windows on all systems.
 namespace VX_QRS::nativeLibrary {
 
-// Null on failure.
+/// Null on failure.
 void* load(const std::string& name, int& error);
 void* findSymbol(void* module, const char* name, int& error);
 bool unload(void* module, int& error);

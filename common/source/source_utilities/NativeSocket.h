@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// What uSocket asks of the platform, one function for one call. Errors are numbers of Windows Sockets on all systems.
+/// Platform layer of uSocket, one function per system call. Errors are numbers of Windows Sockets on all systems.
 namespace VX_QRS::nativeSocket {
 
 using Handle = uSocket::Handle;
@@ -22,10 +22,10 @@ std::int32_t receive(Handle handle, void* data, std::int32_t size);
 std::int32_t send(Handle handle, const void* data, std::int32_t size);
 void shutDownAndClose(Handle handle);
 
-// False only when the time has run out; negative is without a limit.
+/// False only on a timeout; a negative time is unlimited.
 bool waitReadable(Handle handle, int milliseconds);
 
-// Of this thread's latest call.
+/// Error number of this thread's latest call.
 int lastError();
 
 } // namespace VX_QRS::nativeSocket

@@ -72,7 +72,7 @@ void PropertyParser_1::addLine(std::string_view line) {
     if (line.starts_with('#')) {
         return;
     }
-    // Lines are handed out as C texts, which end at a zero byte.
+    // Lines are returned as C strings, which end at a zero byte.
     line = line.substr(0, line.find('\0'));
     line = line.substr(0, line.find_last_not_of(" \t") + 1);
     if (!line.empty()) {
@@ -167,8 +167,8 @@ void PropertyParser_1::getValue(const char* key, const char** value) {
 void PropertyParser_1::apply(Property* object) {
     requirePointer(object);
     needSection();
-    // The object may read another file or choose another section here, and may ask for texts: the bounds are looked
-    // up afresh for each line, and the line is handed out in copies.
+    // The object may read another file, choose another section or get texts here: the bounds are read anew for each
+    // line, and the line is passed in copies.
     for (std::uint32_t index = 0; index < lineCount; ++index) {
         std::string key;
         std::string value;

@@ -2,8 +2,8 @@
 
 namespace VX_QRS {
 
-// Whether two paths, in the process's own narrow encoding, lead to one file that exists. std::filesystem takes narrow
-// names for another encoding on Windows.
+/// Whether two paths, in the process's narrow encoding, name the same existing file. On Windows std::filesystem assumes
+/// another narrow encoding.
 bool sameFile(const char* path, const char* other);
 
 } // namespace VX_QRS

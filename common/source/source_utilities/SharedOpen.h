@@ -4,7 +4,7 @@
 
 namespace VX_QRS {
 
-// fopen in a way that lets others open, read and write the file meanwhile. Started processes do not inherit it.
+/// fopen that permits others to open, read and write the file. Started processes do not inherit it.
 std::FILE* sharedOpen(const char* path, const char* mode);
 
 } // namespace VX_QRS

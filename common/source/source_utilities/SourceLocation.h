@@ -8,7 +8,7 @@ namespace VX_QRS {
 #ifdef __cpp_lib_source_location
 using SourceLocation = std::source_location;
 #else
-// The part of std::source_location that is used here, for compilers that lack it.
+/// The part of std::source_location that is used here, for compilers that lack it.
 class SourceLocation {
 public:
     static constexpr SourceLocation current(std::uint_least32_t line = __builtin_LINE()) {

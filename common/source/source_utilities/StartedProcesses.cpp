@@ -21,7 +21,7 @@ bool hasEnded(StartedProcess& process) noexcept {
 void StartedProcesses::add(Entry& prepared, const StartedProcess& process) noexcept {
     prepared.front() = process;
     const std::lock_guard lock(mutex);
-    // One with the same id has ended, or the platform would not have given the id away.
+    // An entry with the same id has ended, or the platform would not have reused the id.
     list.remove_if([&](const StartedProcess& other) { return other.id == process.id; });
     list.splice(list.end(), prepared);
 }
@@ -77,7 +77,7 @@ bool uEnvironment::terminateProcess(std::uint32_t processId) noexcept {
     }
     StartedProcess& process = taken.front();
     const bool terminated = !hasEnded(process) && killProcess(process);
-    // A killed process ends soon; its remains are collected here rather than at some later look.
+    // A killed process ends soon; it is reaped here rather than at a later call.
     for (int i = 0; i < 1000 && !hasEnded(process); ++i) {
         uThread::sleep(1);
     }

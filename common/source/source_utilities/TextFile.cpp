@@ -1,6 +1,7 @@
 #include "common/source/source_utilities/TextFile.h"
 
 #include "common/source/source_utilities/NativeFile.h"
+#include "common/source/source_utilities/OutputFile.h"
 
 #include <array>
 #include <cstdio>
@@ -14,10 +15,10 @@ namespace {
 struct Closer {
     void operator()(std::FILE* stream) const { std::fclose(stream); }
 };
-using File = std::unique_ptr<std::FILE, Closer>;
+using InputFile = std::unique_ptr<std::FILE, Closer>;
 
-File opened(const std::string& path, const char* mode) {
-    return File(std::fopen(path.c_str(), mode));
+InputFile opened(const std::string& path, const char* mode) {
+    return InputFile(std::fopen(path.c_str(), mode));
 }
 
 // False when a failure ended the text.
@@ -32,33 +33,32 @@ bool readToEnd(std::FILE* file, std::string& text) {
     return std::ferror(file) == 0;
 }
 
-// Creates a file of a name that is free; null when the folder accepts none.
-File createBeside(const std::string& path, std::string& name) {
-    constexpr int mostNames = 100; // of writers that run now, or were ended by force
+// Creates a file under the first free name; no file when the folder accepts none.
+OutputFile createBeside(const std::string& path, std::string& name) {
+    constexpr int mostNames = 100; // of running writers, and of those that were killed
     for (int i = 0; i < mostNames; ++i) {
         name = path + ".new" + (i == 0 ? std::string() : std::to_string(i));
         std::FILE* file = nullptr;
         switch (nativeFile::create(name, file)) {
         case nativeFile::Outcome::done:
-            return File(file);
+            return OutputFile(file);
         case nativeFile::Outcome::taken:
             break;
         case nativeFile::Outcome::refused:
-            return nullptr;
+            return {};
         }
     }
-    return nullptr;
+    return {};
 }
 
-// A full disk may show only when the file is closed.
-bool writeAndClose(File file, std::string_view text) {
-    const bool written = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
-    return std::fclose(file.release()) == 0 && written;
+bool writeAndClose(OutputFile file, std::string_view text) {
+    file.write(text);
+    return file.close();
 }
 
 Written writeInPlace(const std::string& path, std::string_view text) {
-    File file = opened(path, "w");
-    if (!file) {
+    OutputFile file(path, OutputFile::Mode::text);
+    if (!file.isOpen()) {
         return Written::notOpened;
     }
     return writeAndClose(std::move(file), text) ? Written::done : Written::notWritten;
@@ -67,17 +67,17 @@ Written writeInPlace(const std::string& path, std::string_view text) {
 } // namespace
 
 bool read(const std::string& path, std::string& text, Mode mode) {
-    const File file = opened(path, mode == Mode::text ? "r" : "rb");
+    const InputFile file = opened(path, mode == Mode::text ? "r" : "rb");
     if (!file) {
         return false;
     }
     const bool whole = readToEnd(file.get(), text);
-    // Some systems open a directory and only then refuse to read it.
+    // Some systems open a directory and fail at the first read.
     return whole || !text.empty();
 }
 
 bool readWhole(const std::string& path, std::string& bytes) {
-    const File file = opened(path, "rb");
+    const InputFile file = opened(path, "rb");
     return file && readToEnd(file.get(), bytes);
 }
 
@@ -87,13 +87,13 @@ Written replace(const std::string& path, std::string_view text) {
     if (kind == nativeFile::Kind::other) {
         return writeInPlace(target, text);
     }
-    // A folder that accepts new files does not make its write-protected files replaceable.
+    // Write-protected files are not replaced, even in a folder that accepts new files.
     if (kind == nativeFile::Kind::regular && !nativeFile::isWritable(target)) {
         return Written::notOpened;
     }
     std::string name;
-    File file = createBeside(target, name);
-    if (!file) {
+    OutputFile file = createBeside(target, name);
+    if (!file.isOpen()) {
         return Written::notOpened;
     }
     if (writeAndClose(std::move(file), text) && nativeFile::replace(name, target)) {

@@ -4,7 +4,7 @@
 
 namespace VX_QRS {
 
-// Common base of what the u classes throw. Texts are plain English, lower case, without a full stop.
+/// Common base of the exceptions of the u classes. Texts are plain English, lower case, without a full stop.
 class source_utilities_error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

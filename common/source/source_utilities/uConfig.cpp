@@ -33,8 +33,8 @@ std::string openFailure(const std::string& path, const char* purpose) {
 
 } // namespace
 
-// Where the variables of a file go while it is read. Everything is found by an index, and replaced sections leave only
-// at the end, so that no shape of a file costs the square of its size.
+// Collects the variables of a file while it is read. Look-ups use an index, and replaced sections are removed at the
+// end, so that no file takes time quadratic in its size.
 class uConfig::Reader {
 public:
     explicit Reader(uConfig& configuration) : config(configuration), replaced(configuration.sections.size(), false) {

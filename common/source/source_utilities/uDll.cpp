@@ -15,7 +15,8 @@ constexpr const char* extension = ".dll";
 
 std::string callFailure(int error) {
     std::string text;
-    uString::toText(error, text, false, "GetLastError() returned %d");
+    constexpr bool append = false;
+    uString::toText(error, text, append, "GetLastError() returned %d");
     return text;
 }
 

@@ -5,32 +5,32 @@
 
 namespace VX_QRS {
 
-// A library that is loaded at run time by its base name. Nothing is thrown; failures leave a text.
+/// A library that is loaded at run time by its base name. Nothing is thrown; a failure sets a text.
 class uDll {
 public:
-    // Loads at once when a name is given.
+    /// Loads at once when a name is given.
     explicit uDll(const char* name = nullptr, std::int32_t mode = -1);
     uDll(const uDll&) = delete;
     uDll& operator=(const uDll&) = delete;
 
-    // Unloads.
+    /// Unloads.
     ~uDll();
 
-    // `name` may have ".dll" in it, which is removed on all systems. Searched are the places that the platform
-    // searches; on Linux <name>.so and lib<name>.so beside the module that this code is in, in the current directory,
-    // along PATH and where the loader looks. True when the library is held, also when it was before. The mode is
-    // only kept, -1 keeping the one that was given before.
+    /// A ".dll" in `name` is removed on all systems. Windows searches its usual folders; on Linux <name>.so and
+    /// lib<name>.so are searched for in the folder of this code's module, in the current directory, along PATH and in
+    /// the loader's folders. True when the library is loaded, also when it was before. The mode is only stored; -1 keeps
+    /// the earlier one.
     bool FindAndLoad(const char* name, std::int32_t mode = -1);
 
-    // The address, or null.
+    /// The address, or null.
     void* GetSymbol(const char* name);
 
     const char* GetLastErrorText() const { return lastError.c_str(); }
 
-    // False when nothing is loaded, or when the platform refuses.
+    /// False when nothing is loaded or the platform fails to unload it.
     bool Unload();
 
-    // The name with ".dll" behind it unless it is in it already.
+    /// The name with ".dll" appended unless it contains that.
     static std::string GetPlatformName(const char* name);
 
     const std::string& getName() const { return name; }

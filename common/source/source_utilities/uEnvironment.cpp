@@ -59,7 +59,7 @@ const char* uEnvironment::get(const char* name) {
     if (name == nullptr) {
         throw source_utilities_error(nullName);
     }
-    // A node of a map keeps its place, so a thread's text stays where it is while other threads come and go.
+    // Nodes of a map do not move, so a thread's text stays valid while other threads add theirs.
     static std::map<std::thread::id, std::string> texts;
     const std::lock_guard lock(environmentMutex());
     std::string& text = texts[std::this_thread::get_id()];

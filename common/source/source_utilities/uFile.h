@@ -9,22 +9,22 @@
 
 namespace VX_QRS {
 
-// A text file that others may read and write at the same time. Nothing is thrown. write, flush and close may be
-// called from several threads.
+/// A text file that others may read and write at the same time. Nothing is thrown. write, flush and close may be
+/// called from several threads.
 class uFile {
 public:
-    // Only stores; `mode` is that of fopen.
+    /// Stores the arguments, opens nothing; `mode` is that of fopen.
     explicit uFile(const char* path = nullptr, const char* mode = "r");
     uFile(const uFile&) = delete;
     uFile& operator=(const uFile&) = delete;
 
-    // Closes.
+    /// Closes.
     virtual ~uFile();
 
-    // Opens the given path, or with null the one that is stored. A file that was open is closed first.
+    /// Opens the given path, or with null the stored one. An open file is closed first.
     bool open(const char* path, const char* mode);
 
-    // The number of bytes written; 0 when closed.
+    /// Returns the number of bytes written; 0 when closed.
     std::size_t write(const void* data, std::size_t size);
 
     bool flush();

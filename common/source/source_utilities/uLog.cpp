@@ -59,7 +59,7 @@ void uLogger::logArguments(std::uint32_t classes, int timeFormat, const char* fo
     const uTime now;
     now.format(&line[length], static_cast<int>(lineSize - length), timeText(timeFormat));
     length += std::char_traits<char>::length(&line[length]);
-    // One character is kept free, for the line feed that a cut message has lost.
+    // One character is reserved for the line feed that a cut message loses.
     const std::size_t space = lineSize - length - 1;
     const int wanted = std::vsnprintf(&line[length], space, format, arguments);
     length += std::min(static_cast<std::size_t>(std::max(wanted, 0)), space - 1);
@@ -67,7 +67,7 @@ void uLogger::logArguments(std::uint32_t classes, int timeFormat, const char* fo
 }
 
 void uLogger::output(std::size_t length) {
-    if (!enabled) { // switched off while this line waited for the lock
+    if (!enabled) { // disabled while this line waited for the lock
         return;
     }
     if (!fileOpen) {
@@ -135,7 +135,8 @@ bool uLogManager::open(const char* name, const char* levelVariable, const char* 
     }
     const int level = std::atoi(uEnvironment::get(levelVariable));
 
-    owned.push_back(std::make_unique<uLogger>(path.c_str(), true));
+    constexpr bool append = true;
+    owned.push_back(std::make_unique<uLogger>(path.c_str(), append));
     current = owned.back().get();
     if (shared) {
         loggers.emplace(name, current);
@@ -149,7 +150,7 @@ bool uLogManager::open(const char* name, const char* levelVariable, const char* 
         uEnvironment::getTraceSettingsDirectory(settingsDirectory);
         uEnvironment::getTraceDataDirectory(dataDirectory);
     } catch (const source_utilities_error&) {
-        // Without a user's profile the two lines name nothing; the log itself does not depend on it.
+        // Without a user's profile the two directories are empty; the log does not depend on them.
     }
     uLogger* logger = current;
     logger->log(uLogger::messageClass, uLogger::timeOnly, "Logger : trace user settings directory is %s",
@@ -169,8 +170,12 @@ void uLogManager::setLevel(int level) {
         bool toDebugger;
         int threshold;
     };
-    constexpr std::array<Level, 6> levels{
-        {{false, false, 1}, {true, false, 1}, {false, false, 2}, {true, false, 2}, {true, true, 2}, {true, true, 3}}};
+    constexpr std::array<Level, 6> levels{{{.toStdout = false, .toDebugger = false, .threshold = 1},
+                                           {.toStdout = true, .toDebugger = false, .threshold = 1},
+                                           {.toStdout = false, .toDebugger = false, .threshold = 2},
+                                           {.toStdout = true, .toDebugger = false, .threshold = 2},
+                                           {.toStdout = true, .toDebugger = true, .threshold = 2},
+                                           {.toStdout = true, .toDebugger = true, .threshold = 3}}};
     uLogger* logger = current;
     if (level < 1 || level > static_cast<int>(levels.size())) {
         logger->setEnabled(false);
@@ -190,7 +195,7 @@ uLogManager* getLogManager() {
 
 namespace {
 
-// Null unless a line with this threshold is wanted.
+// Null when lines of this threshold are not logged.
 uLogger* loggerAt(int threshold) {
     const uLogManager* manager = getLogManager();
     return manager->getThreshold() >= threshold ? manager->getLogger() : nullptr;
@@ -198,7 +203,7 @@ uLogger* loggerAt(int threshold) {
 
 void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments) ORV_PRINTF_CHECKED(3, 0);
 
-// A line that cannot be made, for lack of memory, is lost: it must not fail what it is about.
+// Without memory the line is lost: logging must not fail the operation that logs.
 void logLine(int threshold, std::uint32_t classes, const char* format, std::va_list arguments) {
     try {
         if (uLogger* logger = loggerAt(threshold)) {
@@ -252,7 +257,7 @@ void logEntry(const char* unit, const char* function, const SourceLocation& loca
                         static_cast<int>(location.line()), function);
         }
     } catch (const std::exception&) {
-        // Lost, as any line that cannot be made.
+        // Lost, as in logLine.
     }
 }
 

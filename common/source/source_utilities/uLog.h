@@ -16,18 +16,18 @@
 
 namespace VX_QRS {
 
-// One log file, opened at its first line. Lines are whole and end in exactly one line feed, whatever thread they come
-// from; one that would not fit into 4096 bytes is cut. Failures to write are ignored.
+/// One log file, opened at its first line. Thread-safe: lines are written whole and end in exactly one line feed. A line
+/// of more than 4096 bytes is cut. Failures to write are ignored.
 class uLogger {
 public:
-    // Classes of a line, bits of a mask.
+    /// Classes of a line, bits of a mask.
     static constexpr std::uint32_t messageClass = 1;  // M
     static constexpr std::uint32_t warningClass = 2;  // W
     static constexpr std::uint32_t functionClass = 4; // F
     static constexpr std::uint32_t reservedClass = 8; // A
     static constexpr std::uint32_t errorClass = 16;   // E
 
-    // What stands between class and message; any other number gives one blank.
+    /// Time between class and message; any other number writes one blank.
     static constexpr int noTime = 0;
     static constexpr int dateOnly = 1;
     static constexpr int timeOnly = 2;
@@ -35,7 +35,7 @@ public:
 
     static constexpr std::size_t lineSize = 4096;
 
-    // `append` keeps what is in the file.
+    /// `append` keeps the file's content.
     uLogger(const char* path, bool append);
     uLogger(const uLogger&) = delete;
     uLogger& operator=(const uLogger&) = delete;
@@ -45,13 +45,13 @@ public:
     void logArguments(std::uint32_t classes, int timeFormat, const char* format, std::va_list arguments)
         ORV_PRINTF_CHECKED(4, 0);
 
-    // Gives the old value. Switching off closes the file.
+    /// Returns the old value. Disabling closes the file.
     bool setEnabled(bool enable);
 
     void setToStdout(bool enable) { toStdout = enable; }
     void setToDebugger(bool enable) { toDebugger = enable; }
 
-    // No line passes a mask of 0; any other lets all pass.
+    /// A mask of 0 suppresses all lines; any other value none.
     void setClassMask(std::uint32_t mask) { classMask = mask; }
 
     bool isEnabled() const { return enabled; }
@@ -60,7 +60,7 @@ public:
     const std::string& getPath() const { return path; }
 
 protected:
-    // Where a line goes besides the file; a test listens here.
+    /// The other outputs of a line; tests override them.
     virtual void writeToStdout(const char* line);
     virtual void writeToDebugger(const char* line);
 
@@ -79,7 +79,7 @@ private:
     std::atomic<std::uint32_t> classMask{31};
 };
 
-// The way to the process's log. Opening belongs to the single-threaded start; the rest may be called from any thread.
+/// Access to the process's log. Open it while the process has one thread; the rest is thread-safe.
 class uLogManager {
 public:
     uLogManager() = default;
@@ -87,17 +87,17 @@ public:
     uLogManager& operator=(const uLogManager&) = delete;
     virtual ~uLogManager() = default;
 
-    // Opens the log `name` in the directory that the variable `directoryVariable` (may be null) names, with the level
-    // that the variable `levelVariable` names. `shared` reuses a log of that name. False, with no log and no message,
-    // on a null name or level variable, and when the directory is not there or has fewer than 5120000 bytes to spare.
-    // Level 1 or 2: messages; 3, 4, 5: also texts of errors; 6: also function entries. 2, 4, 5, 6 go to the standard
-    // output as well, 5 and 6 to the debugger too. Any other level gives a log that is switched off.
+    /// Opens the log `name` in the directory that the variable `directoryVariable` (may be null) names, with the level
+    /// that the variable `levelVariable` names. `shared` reuses a log of that name. False, with no log and no message,
+    /// on a null name or level variable, and when the directory is missing or its volume has fewer than 5120000 bytes
+    /// free. Level 1 or 2: messages; 3, 4, 5: also texts of errors; 6: also function entries. 2, 4, 5, 6 go to the
+    /// standard output as well, 5 and 6 to the debugger too. With any other level the log is disabled.
     bool open(const char* name, const char* levelVariable, const char* directoryVariable, bool shared);
 
-    // Null until opened.
+    /// Null until opened.
     uLogger* getLogger() const { return current; }
 
-    // What a line needs is compared with this: 1 messages, 2 texts of errors, 3 function entries.
+    /// Lines up to this threshold are logged: 1 messages, 2 texts of errors, 3 function entries.
     int getThreshold() const { return threshold; }
 
     bool isShared() const { return shared; }
@@ -106,7 +106,7 @@ public:
     static constexpr std::uint64_t leastFreeBytes = 5120000;
 
 protected:
-    // Bytes that may be written to the directory's volume; false when it is not there.
+    /// Number of bytes that can be written to the directory's volume; false when it is missing.
     virtual bool getFreeSpace(const char* directory, std::uint64_t& bytes) const;
 
 private:
@@ -117,22 +117,22 @@ private:
     bool shared = false;
     std::uint32_t openCount = 0;
     std::map<std::string, uLogger*> loggers;     // the shared ones, by name
-    std::vector<std::unique_ptr<uLogger>> owned; // every one, for good: a line may be under way at any time
+    std::vector<std::unique_ptr<uLogger>> owned; // all, never freed: another thread may be logging
 };
 
-// The process's manager, made at the first call and never deleted.
+/// The process's manager, made at the first call and never deleted.
 uLogManager* getLogManager();
 
-// The helpers through which all code logs. Nothing is formatted when the threshold is not reached or no log is open.
-// They throw nothing: a line for which there is no memory is lost.
+/// All code logs through these helpers. Nothing is formatted below the threshold or without an open log. They do not
+/// throw: without memory the line is lost.
 void logMessage(const char* format, ...) ORV_PRINTF_CHECKED(1, 2); // class M, threshold 1
 void logWarning(const char* format, ...) ORV_PRINTF_CHECKED(1, 2); // class W, threshold 1
 void logError(const char* format, ...) ORV_PRINTF_CHECKED(1, 2);   // class E, threshold 1
 void logMessageAt(int threshold, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
 void logErrorAt(int threshold, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
 
-// The line at the start of a significant function: class F, threshold 3. `unit` is the source unit's name, `function`
-// the full name of the function.
+/// The line at the start of a significant function: class F, threshold 3. `unit` is the source unit's name, `function`
+/// the full name of the function.
 void logEntry(const char* unit, const char* function, const SourceLocation& location = SourceLocation::current());
 
 } // namespace VX_QRS

@@ -7,7 +7,7 @@
 
 namespace VX_QRS {
 
-// A recursive lock that knows its owner.
+/// A recursive mutex that knows its owner.
 class uMutex {
 public:
     uMutex();
@@ -15,13 +15,13 @@ public:
     uMutex& operator=(const uMutex&) = delete;
     virtual ~uMutex();
 
-    // Waits for the lock without a limit; always true.
+    /// Blocks indefinitely; always true.
     bool lock();
 
-    // False, with nothing changed, when the calling thread does not hold the lock.
+    /// False, without effect, when the calling thread does not hold the mutex.
     bool unlock();
 
-    // How many times the calling thread holds the lock; 0 when it does not.
+    /// Number of times that the calling thread has locked it; 0 when it does not hold it.
     std::int32_t levels() const;
 
 private:
@@ -29,10 +29,10 @@ private:
 
     std::unique_ptr<Native> native;
     std::int32_t depth = 0;               // only its owner reads or writes it
-    std::atomic<std::thread::id> owner{}; // others may compare it with themselves at any time
+    std::atomic<std::thread::id> owner{}; // other threads compare it with their own at any time
 };
 
-// Holds a lock for a scope.
+/// Holds a mutex for a scope.
 class uMutexLock {
 public:
     explicit uMutexLock(uMutex& held) : mutex(held) { mutex.lock(); }

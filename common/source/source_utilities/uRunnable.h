@@ -2,7 +2,7 @@
 
 namespace VX_QRS {
 
-// The body of a thread.
+/// The body of a thread.
 class uRunnable {
 public:
     virtual ~uRunnable() = default;

@@ -73,7 +73,7 @@ int statusOf(int code) {
     return gone ? uSocket::connectionGone : uSocket::failed;
 }
 
-// There may be no memory for a text; the status is what counts.
+// Without memory for the text only the status is reported.
 void assign(std::string& to, const char* text) noexcept {
     try {
         to = text;
@@ -98,15 +98,15 @@ void uSocket::openHandle() {
     }
 }
 
-// Records before closing, which has an error of its own.
+// Recorded before close(), which changes the error number.
 int uSocket::failOpen(const char* prefix, int status) {
     recordError(prefix);
     close();
     return status;
 }
 
-// Windows' own stack knocks for about two seconds before it reports a refusal, and callers have come to rely on it
-// when they connect to a process that has only just been started. Where a refusal comes at once, this class knocks.
+// Windows retries a refused connection for about two seconds, and callers that connect to a newly started process rely
+// on it. Where a refusal is reported at once, this class retries.
 bool uSocket::knock(std::uint16_t port) {
     constexpr int attempts = 4;
     constexpr std::uint32_t pauseMilliseconds = 500;

@@ -6,13 +6,13 @@
 
 namespace VX_QRS {
 
-// A TCP socket, client or server, over the platform's own. Nothing is thrown: operations give a status number and
-// leave a text in lastError(), which is empty when there is no memory for it. read and write do one platform call each and may move fewer bytes than asked for.
-// Calls block without a limit unless told otherwise. One thread at a time; a lost peer raises no signal, and
-// processes that are started do not inherit the handle.
+/// A TCP socket, client or server, over the platform's own. Nothing is thrown: operations return a status number and set
+/// a text in lastError(), which is empty when there is no memory for it. read and write make one system call each and
+/// may transfer fewer bytes than requested. Calls block indefinitely unless noted. Not thread-safe. A lost peer raises
+/// no signal, and started processes do not inherit the handle.
 class uSocket {
 public:
-    // What the operations give.
+    /// Results of the operations.
     static constexpr int done = 0;
     static constexpr int setUpFailed = 1;
     static constexpr int nullBuffer = 2;
@@ -29,37 +29,37 @@ public:
 
     uSocket() = default;
 
-    // Takes over a connected handle.
+    /// Takes over a connected handle.
     uSocket(Handle connected, const Peer& from);
 
     uSocket(const uSocket&) = delete;
     uSocket& operator=(const uSocket&) = delete;
 
-    // Closes.
+    /// Closes.
     virtual ~uSocket();
 
-    // `host` is a dotted address; names are not looked up. A refusal is reported after one to two seconds, since
-    // the platform, or this class in its place, knocks again first. Status 0, 1 or 4. An open handle is closed first, and a
-    // failed one does not stay open.
+    /// `host` is a dotted address; names are not resolved. A refusal is reported after one to two seconds, since the
+    /// platform, or else this class, retries first. Status 0, 1 or 4. An open handle is closed first; after a failure
+    /// none is open.
     int connect(const char* host, std::uint16_t port);
 
-    // Listens at all addresses of this machine with a backlog of 1. Port 0 takes a free one. Status 0 or 1.
+    /// Listens at all addresses of this machine with a backlog of 1. Port 0 means any free port. Status 0 or 1.
     int listen(std::uint16_t port);
 
-    // Waits for the next connection; null on failure, and at once on a client.
+    /// Waits for the next connection; null on failure, and at once on a client.
     std::unique_ptr<uSocket> accept();
 
-    // Ends the connection in both directions. May be repeated.
+    /// Ends the connection in both directions. May be repeated.
     void close();
 
-    // At most `size` bytes to or from `buffer` + `offset`. `count` is the number moved; a failed read gives -1,
-    // a failed write 0. Status 0, 2, 4 or 5; 5 means that the connection is gone. A read waits for the first byte; an
-    // orderly end of the peer gives status 5 with a count of 0.
+    /// At most `size` bytes to or from `buffer` + `offset`. `count` is the number transferred: -1 after a failed read, 0
+    /// after a failed write. Status 0, 2, 4 or 5; 5 means that the connection is closed. A read blocks until the first
+    /// byte; an orderly end of the peer is status 5 with a count of 0.
     int read(void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count);
     int write(const void* buffer, std::uint32_t size, std::uint32_t offset, std::int32_t& count);
 
-    // Waits at most so long (negative: without a limit) until there is something to read, a connection to accept, or
-    // a failure that the next call will report. False only when the time has run out.
+    /// Waits for data, a connection to accept, or a failure that the next call will report. A negative time is
+    /// unlimited. False only on a timeout.
     bool waitReadable(int milliseconds);
 
     bool isOpen() const { return handle != invalidHandle; }
@@ -68,7 +68,7 @@ public:
     const std::string& peerAddress() const { return peer; }
     const std::string& lastError() const { return error; }
 
-    // The words for a platform's error number, which is one of Windows Sockets on all systems, or -1.
+    /// Text of an error number, which is one of Windows Sockets on all systems, or -1.
     static std::string errorText(int code);
 
 private:

@@ -4,15 +4,15 @@
 
 namespace VX_QRS {
 
-// Measures intervals on the platform's finest steady counter. One user at a time.
+/// Measures intervals with the platform's finest steady counter. Not thread-safe.
 class uStopwatch {
 public:
-    // Starts with a mark.
+    /// Sets the first mark.
     uStopwatch();
 
     void mark();
 
-    // Seconds since the mark; 0.0 on a platform without a counter.
+    /// Seconds since the mark; 0.0 on a platform without a counter.
     double elapsed() const;
 
 private:

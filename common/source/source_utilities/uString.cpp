@@ -22,7 +22,7 @@ void require(const void* pointer, const char* failure) {
     }
 }
 
-// Formatted through one fixed buffer, so that a wild width in a format cannot grow a text without bound.
+// Formatted through one fixed buffer, so that the width in a format cannot make a text arbitrarily long.
 const char* formatted(std::string& out, bool append, const char* format, ...) ORV_PRINTF_CHECKED(3, 4);
 
 const char* formatted(std::string& out, bool append, const char* format, ...) {
@@ -38,7 +38,7 @@ const char* formatted(std::string& out, bool append, const char* format, ...) {
 }
 
 struct Prefix {
-    double scale; // and the least value that has this prefix
+    double scale; // also the smallest value with this prefix
     const char* word;
     const char* symbol;
 };
@@ -92,7 +92,7 @@ Number uString::streamNumber(const char* text) {
         base = hexadecimal ? std::ios_base::hex : std::ios_base::oct;
         digits = text + (hexadecimal ? 2 : 1);
     }
-    // A stream that reads nothing sets the number to 0, and one that overflows to the nearest limit.
+    // The stream sets the number to 0 when it reads none, and to the nearest limit on overflow.
     std::istringstream stream(digits);
     stream.imbue(std::locale::classic());
     stream.setf(base, std::ios_base::basefield);
@@ -217,7 +217,7 @@ namespace {
 
 constexpr const char* nullDelimiter = "unable to split with null delimeter";
 
-// Where the delimiter stands; npos for an empty one, which would otherwise be found everywhere.
+// Position of the delimiter; npos for an empty one, which would match everywhere.
 std::size_t findDelimiter(std::string_view text, std::string_view delimiter, std::size_t from) {
     return delimiter.empty() ? std::string_view::npos : text.find(delimiter, from);
 }
@@ -233,7 +233,7 @@ int uString::splitOnce(const std::string& text, const char* delimiter, std::stri
         second.clear();
         return empty ? 0 : 1;
     }
-    // Built aside: either result may be the text itself.
+    // In temporaries: either result may be the text itself.
     std::string head = text.substr(0, at);
     std::string tail = text.substr(at + std::strlen(delimiter));
     first = std::move(head);

@@ -12,8 +12,7 @@
 
 namespace VX_QRS {
 
-// Conversions between text and values. Everything is static, nothing is kept between calls, and any thread may
-// call. Failures are uString::error.
+/// Conversions between text and values. Stateless and thread-safe. Failures are uString::error.
 class uString {
 public:
     class error : public source_utilities_error {
@@ -21,11 +20,10 @@ public:
         using source_utilities_error::source_utilities_error;
     };
 
-    // Text to number. "0x10" is 16, "010" is 8, "10" is 10; only the very first character chooses the base.
-    // A text that does not begin with a number gives 0, what stands behind a number is ignored, a value out of
-    // range is the nearest limit, and "-1" read as unsigned gives the largest value. The base does not apply to
-    // floating types: "0x10" as a double is 10.0. Character-sized types are read as int and then narrowed.
-    // Throws only on a null or an empty text.
+    /// Text to number. "0x10" is 16, "010" is 8, "10" is 10; only the first character selects the base. A text that does
+    /// not begin with a number is 0, text after a number is ignored, a value out of range becomes the nearest limit, and
+    /// "-1" as unsigned is the largest value. The base does not apply to floating types: "0x10" as a double is 10.0.
+    /// Character-sized types are read as int and then narrowed. Throws only on a null or an empty text.
     template <class Number>
     static Number toNumber(const char* text);
     template <class Number>
@@ -33,49 +31,48 @@ public:
         return toNumber<Number>(text.c_str());
     }
 
-    // "true", "TRUE", "True", "false", "FALSE", "False"; throws on anything else, null and empty included.
+    /// "true", "TRUE", "True", "false", "FALSE", "False"; throws on anything else, including null and an empty text.
     static bool toBool(const char* text);
     static bool toBool(const std::string& text) { return toBool(text.c_str()); }
 
-    // Number to text: replaces `out`, or appends to it, and returns its characters. `format` is a printf format
-    // for one value: an int or unsigned for types of up to 32 bits, a long long or unsigned long long for wider
-    // ones, a double for floating types. Null means "%f" for floating types and "%d" for integers, which shows an
-    // unsigned value of 2^31 and above as negative; 64-bit values are shown in full. A result of more than 1023
-    // characters is cut.
+    /// Number to text: replaces `out`, or appends to it, and returns its characters. `format` is a printf format for one
+    /// value: an int or unsigned for types of up to 32 bits, a long long or unsigned long long for wider ones, a double
+    /// for floating types. Null means "%f" for floating types and "%d" for integers, which writes an unsigned value of
+    /// 2^31 and above as negative; 64-bit values are written in full. A result of more than 1023 characters is cut.
     template <class Number>
     static const char* toText(Number value, std::string& out, bool append = false, const char* format = nullptr);
 
-    // The decimal prefix for a value: "mega" or, with `symbol`, "M", and its scale, 1e6. A value of 1 up to 1000
-    // has an empty one; 0 and negative values have the last of the table, "yocto".
+    /// The decimal prefix for a value: "mega" or, with `symbol`, "M", and its scale, 1e6. A value of 1 up to 1000
+    /// has an empty one; 0 and negative values have the last of the table, "yocto".
     static double prefixDecimal(double value, bool symbol, const char*& prefix);
     static double prefixDecimal(double value, bool symbol, std::string& prefix);
 
-    // The prefix for a value on the scale of powers of 1024, empty below 1024. With `iec` "mebi" or "Mi", without
-    // it "mega" or "M".
+    /// The prefix for a value on the scale of powers of 1024, empty below 1024. With `iec` "mebi" or "Mi", without
+    /// it "mega" or "M".
     static double prefixBinary(double value, bool symbol, bool iec, const char*& prefix);
     static double prefixBinary(double value, bool symbol, bool iec, std::string& prefix);
 
-    // The value divided by its decimal scale and formatted, with the prefix behind it: 25000000 with `symbol` and
-    // the format "%3.2f " gives "25.00 M".
+    /// The value divided by its decimal scale and formatted, followed by the prefix: 25000000 with `symbol` and the
+    /// format "%3.2f " is "25.00 M".
     static const char* toTextWithPrefix(double value, std::string& out, bool symbol, bool append = false,
                                         const char* format = nullptr);
 
-    // Removes the characters of `set` from one end, in place.
+    /// Removes the characters of `set` from one end, in place.
     static void trimLeft(std::string& text, const char* set);
     static void trimRight(std::string& text, const char* set);
 
-    // Splits at the first `delimiter`. Gives 2 when it was found, otherwise `first` is the whole text and the
-    // result 1, or 0 for an empty text. An empty delimiter is never found. Throws on null.
+    /// Splits at the first `delimiter`. Returns 2 when it was found; otherwise `first` is the whole text and the result
+    /// 1, or 0 for an empty text. An empty delimiter is never found. Throws on null.
     static int splitOnce(const char* text, const char* delimiter, std::string& first, std::string& second);
     static int splitOnce(const std::string& text, const char* delimiter, std::string& first, std::string& second);
 
-    // Appends all pieces to `out` and returns its size. "a;;b" has three pieces, "a;" has one, an empty text none.
-    // Time is linear in the text.
+    /// Appends all pieces to `out` and returns its size. "a;;b" has three pieces, "a;" has one, an empty text none.
+    /// Time is linear in the text.
     static std::size_t split(std::vector<std::string>& out, const char* text, const char* delimiter);
     static std::size_t split(std::vector<std::string>& out, const std::string& text, const char* delimiter);
 
-    // Replaces every occurrence in place, left to right, without looking into what was inserted, and returns the
-    // text's characters. An empty original changes nothing. Throws on null.
+    /// Replaces every occurrence in place, left to right, without searching the inserted text, and returns the text's
+    /// characters. An empty original changes nothing. Throws on null.
     static const char* replace(std::string& text, const char* original, const char* replacement);
 
 private:
@@ -87,7 +84,7 @@ private:
     static const char* formatFloating(double value, std::string& out, bool append, const char* format);
 };
 
-// One instance per built-in type, made in uString.cpp.
+/// One instance per built-in type, defined in uString.cpp.
 extern template short uString::streamNumber<short>(const char*);
 extern template unsigned short uString::streamNumber<unsigned short>(const char*);
 extern template int uString::streamNumber<int>(const char*);

@@ -7,33 +7,33 @@
 
 namespace VX_QRS {
 
-// One thread over a runnable, which it does not own and which must outlive the thread. Nothing here throws; an
-// exception that leaves the runnable ends the process.
+/// One thread over a runnable, which it does not own and which must outlive the thread. Nothing here throws; an
+/// exception that leaves the runnable ends the process.
 class uThread {
 public:
     static constexpr std::uint32_t unlimited = 0xFFFFFFFF;
 
-    // `priority` is the platform's number: one of SetThreadPriority on Windows; on Linux its negative is tried as
-    // nice value. 0 is normal, and a priority that is refused is ignored. `stackSize` is in bytes, 0 for the default.
+    /// `priority` is the platform's number: one of SetThreadPriority on Windows; on Linux its negative is the nice
+    /// value. 0 is normal; a priority that the system refuses is ignored. `stackSize` is in bytes, 0 for the default.
     explicit uThread(uRunnable* runnable, std::int32_t priority = 0, std::uint32_t stackSize = 0);
     uThread(const uThread&) = delete;
     uThread& operator=(const uThread&) = delete;
 
-    // Does not wait: join first with wait().
+    /// Does not wait: join first with wait().
     virtual ~uThread();
 
-    // Makes the thread and lets it run; true on success. False while an earlier thread of this object still runs;
-    // after its end it may be started again.
+    /// Starts the thread; true on success. False while an earlier thread of this object still runs; after its end it may
+    /// be started again.
     bool start();
 
-    // Waits until the thread has ended, at most so long; true when it has. False with no thread, and at once on the
-    // thread itself, which could never see its own end.
+    /// Waits for the end of the thread; true when it has ended. False on a timeout, without a thread, and at once on the
+    /// thread itself, which cannot wait for its own end.
     bool wait(std::uint32_t milliseconds = unlimited);
 
-    // True on the thread that this object runs.
+    /// True on the thread that this object runs.
     bool isCurrent() const;
 
-    // 0 until started.
+    /// 0 until started.
     std::uint32_t threadId() const;
 
     static void sleep(std::uint32_t milliseconds);

@@ -20,14 +20,14 @@ State state = State::invalid;
 LocalTime fields;
 int dayOfYear = 0;
 
-// Two logs, each with a lock of its own, may take the time at once.
+// Two logs, each with its own lock, may construct a time concurrently.
 std::mutex& fieldsMutex() {
     static std::mutex mutex;
     return mutex;
 }
 
-// Days ahead of each month. That the longer table serves the years that are not divisible by 4 is how this count has
-// always been made; it is only ever compared with itself.
+// Days before each month. The longer table is for years that are not divisible by 4: this count has always been so, and
+// is compared only with itself.
 constexpr std::array<int, 12> daysAheadDivisible{0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
 constexpr std::array<int, 12> daysAheadOther{0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335};
 
@@ -94,7 +94,8 @@ char* uTime::format(char* buffer, int size, const char* text) {
     }
     std::string milliseconds;
     std::string pattern(text);
-    uString::toText(fields.millisecond, milliseconds, false, "%03d");
+    constexpr bool append = false;
+    uString::toText(fields.millisecond, milliseconds, append, "%03d");
     uString::replace(pattern, "%s", milliseconds.c_str());
     uString::toText(fields.millisecond, milliseconds);
     uString::replace(pattern, "%#s", milliseconds.c_str());

@@ -9,9 +9,9 @@ namespace VX_QRS {
 
 namespace {
 
-// Truncated. What no sleep can take becomes the nearest that one can; a negative time is none.
+// Milliseconds, truncated and limited to what sleep accepts; a negative time is 0.
 std::uint32_t wholeMilliseconds(double seconds) {
-    constexpr double longest = 0xFFFFFFFE; // one more would be without an end
+    constexpr double longest = 0xFFFFFFFE; // one more means no limit
     return seconds > 0 ? static_cast<std::uint32_t>(std::min(seconds * 1000.0, longest)) : 0;
 }
 
@@ -37,7 +37,7 @@ void uTimer::setPollingInterval(double seconds) {
     if (!stopFlag) {
         throw source_utilities_error("uTimer cannot change polling interval while running");
     }
-    thread->wait(); // a thread that has ended the timer may still be on its way out
+    thread->wait(); // a thread that has ended the timer may still be running
     pollingInterval = seconds;
 }
 
@@ -63,7 +63,7 @@ bool uTimer::start() {
     if (!stopFlag || thread->isCurrent()) {
         return false;
     }
-    // The last thing that a run does is to set the flag again, which must not end the next one.
+    // A run sets the flag last; that must not end the next run.
     thread->wait();
     stopFlag = false;
     const bool started = thread->start();
@@ -96,8 +96,8 @@ void uTimer::run() {
     }
 }
 
-// Each slice may last up to a tick of the system's clock longer, so a stopwatch ends the whole in time; without a counter
-// the slices add up by themselves.
+// Each slice may last up to one tick of the system clock longer, so a stopwatch ends the sleep on time; without a
+// counter the slices are added up.
 void uTimer::sleepUnlessStopped(std::uint32_t milliseconds) const {
     if (milliseconds <= longestWholeSleep) {
         uThread::sleep(milliseconds);
@@ -114,7 +114,7 @@ void uTimer::sleepUnlessStopped(std::uint32_t milliseconds) const {
 // False when no entry had firings left.
 bool uTimer::fireDueEntries(double seconds) {
     bool anyActive = false;
-    // By index: a callable that stops the timer empties the list.
+    // By index: a callable may stop the timer, which empties the list.
     for (std::size_t i = 0; i < entries.size(); ++i) {
         Entry& entry = entries[i];
         if (entry.fired >= entry.repeats) {

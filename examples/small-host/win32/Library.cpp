@@ -5,7 +5,7 @@
 #include <stdlib.h>
 
 Library::Library(const std::string& folder, const std::string& name) {
-    // The receiver loads its siblings by their bare names, and Windows looks beside the program, not beside the library.
+    // The receiver loads its siblings by their bare names; Windows searches the program's folder, not the library's.
     SetDllDirectoryA(folder.c_str());
     const std::string file = folder + "\\" + name + ".dll";
     handle = LoadLibraryA(file.c_str());

@@ -6,7 +6,7 @@
 namespace face {
 
 void setVariable(const char* name, const std::string& value) {
-    // The C runtime keeps a copy of its own, which _putenv_s changes together with the process's.
+    // The C runtime has its own copy; _putenv_s changes it together with the process's.
     _putenv_s(name, value.c_str());
     SetEnvironmentVariableA(name, value.empty() ? nullptr : value.c_str());
 }

@@ -5,14 +5,13 @@
 #include <csignal>
 #include <sys/resource.h>
 
-// A disk that has no room for a file, for which a limit on the size of files stands in on this system. The other one has
-// no such limit.
+// A full disk, simulated by a limit on the size of files, which only this system has.
 
 namespace recording_test {
 
 namespace {
 
-/// No file of this process grows beyond that; writing more fails as on a full disk.
+/// Limits the size of this process's files; writing more fails as on a full disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) {
@@ -31,24 +30,24 @@ private:
 
 } // namespace
 
-TEST(FullDisk, LetsTheUploadComeToItsEndAndIsSeenByTheSizeOfTheFile) {
-    constexpr std::size_t room = 150000;
+TEST(FullDisk, LetsTheUploadEndAndShowsInTheSizeOfTheFile) {
+    constexpr std::size_t limitBytes = 150000;
     LibrarySession session(Target{});
     session.configure(0);
     {
-        const FileSizeLimit limit(room);
+        const FileSizeLimit limit(limitBytes);
         session.start();
         EXPECT_EQ(session.finish(), "Stopped by buffer full : upload complete");
     }
     EXPECT_EQ(session.channel->GetNumSamples(), 0x40000u / 8) << "bytes count as written";
-    EXPECT_EQ(session.file().size(), room);
-    EXPECT_EQ(session.differenceFromSent(true), "") << "what found room is right";
+    EXPECT_EQ(session.file().size(), limitBytes);
+    EXPECT_EQ(session.differenceFromSent(Compare::Prefix), "") << "the bytes within the limit are right";
     std::vector<std::uint64_t> samples(16);
     unsigned read = 16;
     EXPECT_EQ(LibrarySession::errorOf([&] { session.channel->SeekReadTraceData(20000, 16, samples.data(), &read); }),
               "");
     EXPECT_EQ(read, 0u);
-    // Once there is room again, recordings are whole again.
+    // Without the limit, recordings are complete again.
     session.start();
     session.finish();
     EXPECT_EQ(session.differenceFromSent(), "");

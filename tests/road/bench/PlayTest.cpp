@@ -4,7 +4,7 @@
 
 #include <random>
 
-// What the target sends comes back unchanged and in order.
+// A recording holds what the target sends, unchanged and in order.
 
 namespace {
 
@@ -19,7 +19,7 @@ void playAndFind(const std::string& scenario, const std::filesystem::path& file)
         << sent.size() << " bytes were sent, " << recorded.size() << " recorded";
 }
 
-std::string noise(std::size_t size) {
+std::string randomBytes(std::size_t size) {
     std::mt19937 source(20240229);
     std::string bytes;
     while (bytes.size() < size) {
@@ -29,19 +29,15 @@ std::string noise(std::size_t size) {
 }
 
 TEST(Play, ARealTraceComesBackUnchanged) {
-    const std::filesystem::path file = std::filesystem::path(ORV_SHARED_DATA) / "stm" / "trace.bin";
-    if (!std::filesystem::exists(file)) {
-        GTEST_SKIP() << "the folder shared/data does not lie beside the source tree";
-    }
-    playAndFind("tpiu", file);
+    playAndFind("tpiu", std::filesystem::path(ORV_TEST_DATA) / "stm" / "trace.bin");
 }
 
-TEST(Play, AGeneratedFileComesBackUnchanged) {
+TEST(Play, RandomBytesComeBackUnchanged) {
     const RunSpace space;
-    playAndFind("tpiu", space.write("noise.bin", noise(200000)));
+    playAndFind("tpiu", space.write("random.bin", randomBytes(200000)));
 }
 
-TEST(Play, AFileWithoutScenarioIsWrongUsage) {
+TEST(Play, AFileWithoutAScenarioIsWrongUsage) {
     const RunSpace space;
     const Outcome run = space.run({"record", "--play", "x.bin", "--cpu", "x"});
     EXPECT_EQ(run.code, 2);

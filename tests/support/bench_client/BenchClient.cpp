@@ -88,7 +88,7 @@ void BenchClient::start() {
 void BenchClient::status(std::uint32_t* ready) {
     const Request counted(time);
     CallbackSink callback(*sink);
-    unit.deliver(callback, true);
+    unit.deliver(callback, bench::Unit::Before::StatusReply);
     *ready = unit.status();
 }
 
@@ -108,7 +108,7 @@ void BenchClient::request(std::uint32_t count) {
     const Request counted(time);
     unit.request(count);
     CallbackSink callback(*sink);
-    unit.deliver(callback, false);
+    unit.deliver(callback, bench::Unit::Before::OtherReply);
 }
 
 void BenchClient::cancel() {

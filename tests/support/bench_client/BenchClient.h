@@ -13,25 +13,25 @@
 #include <string>
 #include <vector>
 
-// What stands between a channel and the bench's unit when both are in one process.
+// Connects a channel and the bench's unit in one process.
 
 namespace bench_client {
 
-/// Time that only waits and requests let pass, and what was waited for.
+/// Time that advances only by waits and requests, and the sum of the waits.
 class BenchTime final : public VX_QRS::ORV::CLIENT::Waits {
 public:
     void sleep(std::uint32_t milliseconds) override;
     void pass(std::uint64_t nanoseconds) { now += nanoseconds; }
 
-    std::uint64_t roundTrip = 20000; ///< nanoseconds that a request takes
+    std::uint64_t roundTrip = 20000; ///< duration of a request in nanoseconds
     std::uint64_t now = 0;           ///< nanoseconds
     std::uint64_t waited = 0;        ///< milliseconds
     std::uint64_t waits = 0;
-    bool sleepsReally = false;                    ///< waits take their time for us too
-    std::chrono::steady_clock::duration inUnit{}; ///< what the unit's own work took of our time
+    bool sleepsReally = false;                    ///< waits also sleep in real time
+    std::chrono::steady_clock::duration inUnit{}; ///< real time spent in the unit
 };
 
-/// The unit behind the data client's interface. One thread.
+/// The unit with the data client's interface. One thread.
 class BenchClient final : public VX_QRS::ORV::DataClient, public VX_QRS::ORV::DataClient::Channel {
 public:
     using RegisterAccess = VX_QRS::ORV::RegisterAccess;
@@ -55,7 +55,7 @@ public:
     void flush() override;
 
 private:
-    /// A request on its way: passes the unit's time, and counts ours.
+    /// A request: advances the unit's time and measures real time.
     class Request {
     public:
         explicit Request(BenchTime& benchTime) : time(benchTime) { time.pass(time.roundTrip); }
@@ -73,7 +73,7 @@ private:
     Callback* sink = nullptr;
 };
 
-/// A target whose transmitter does what it is told. "calibration" is f0, "verification" is ramp.
+/// A target whose transmitter follows its programming. "calibration" is f0, "verification" is ramp.
 class BenchTransmitter final : public VX_QRS::ORV::CLIENT::Transmitter {
 public:
     BenchTransmitter(bench::Unit& benchUnit, const bench::Scenario& benchScenario)

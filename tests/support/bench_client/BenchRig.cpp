@@ -11,7 +11,7 @@ namespace {
 
 using namespace VX_QRS::ORV::CLIENT;
 
-// A factory of data clients has no context, so the rig under construction leaves its client here.
+// A factory of data clients has no context, so the rig under construction puts its client here.
 VX_QRS::ORV::DataClient* nextClient = nullptr;
 
 VX_QRS::ORV::DataClient* takeClient(std::uint32_t) {

@@ -16,14 +16,14 @@ namespace bench_client {
 /// time in a process, on one thread.
 class BenchRig {
 public:
-    /// `folder` exists and is the caller's; `lines` are further settings of the channel.
+    /// `folder` must exist and belongs to the caller; `lines` are further settings of the channel.
     BenchRig(const bench::Scenario& chosen, const std::filesystem::path& folder, const std::string& lines = {});
     ~BenchRig();
     BenchRig(const BenchRig&) = delete;
     BenchRig& operator=(const BenchRig&) = delete;
 
     VX_QRS::ORV::CLIENT::ChannelInspector inside() { return {*channel}; }
-    /// Records the verification pattern at the present settings; null when it comes back as sent, or what is wrong.
+    /// Records the verification pattern at the present settings. Empty when it is as sent, otherwise the error.
     std::optional<std::string> recordPattern(std::uint32_t bytes);
 
     bench::Scenario scenario;

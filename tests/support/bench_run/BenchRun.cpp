@@ -33,7 +33,7 @@ BenchRun::BenchRun(const Target& target) {
         setVariable("ORV_BENCH_PLAY", folder.file("play.bin").c_str());
     }
     setVariable("COMMON_HELIX", std::filesystem::path(ORV_PROGRAM_FOLDER).make_preferred().string().c_str());
-    setVariable("VX_TRACE_LOGGING", "1"); // keeps the files of a channel that has gone
+    setVariable("VX_TRACE_LOGGING", "1"); // keeps the files of a destroyed channel
     setVariable("USERPROFILE", folder.path.string().c_str());
 }
 

@@ -11,17 +11,17 @@
 
 namespace bench_run {
 
-/// The scenario of a run: a perfect wiring, unless `more` says otherwise.
+/// The scenario of a run: ideal wiring unless `more` changes it.
 struct Target {
     const char* kind = "pti";
     unsigned pins = 4;
     double frequency = 50e6; ///< Hz of the trace clock
-    double speed = 8;        ///< the buffer fills so many times faster than it really could
+    double speed = 8;        ///< factor by which the buffer fills faster than in reality
     std::string more;        ///< further tables of the scenario
-    std::string play;        ///< what the target sends; generated trace when empty
+    std::string play;        ///< bytes that the target sends; generated trace when empty
 };
 
-/// The environment of one run of the bench, in a folder of its own. The server process takes it over when it is started.
+/// The environment of one run of the bench, in a folder of its own. A server process that is started inherits it.
 class BenchRun {
 public:
     explicit BenchRun(const Target& target);
@@ -29,13 +29,13 @@ public:
     BenchRun& operator=(const BenchRun&) = delete;
     ~BenchRun();
 
-    /// Of files that the bench writes: truth.jsonl, contents.jsonl, server.log.
+    /// Folder of the bench's files: truth.jsonl, contents.jsonl, server.log.
     std::string benchFolder() const { return folder.file("bench"); }
 
     test_support::TemporaryFolder folder;
 };
 
-/// The transmitter library that lies beside the tests, with one object of it.
+/// The transmitter library in the tests' folder, with one object of it.
 class XmtrLibrary {
 public:
     XmtrLibrary();
@@ -55,10 +55,10 @@ Function symbol(VX_QRS::uDll& library, const char* name) {
     return reinterpret_cast<Function>(reinterpret_cast<std::uintptr_t>(library.GetSymbol(name)));
 }
 
-/// Looks again until it holds; false when it does not within a minute, five with sanitizers.
+/// Polls until the condition holds; false when it does not within a minute, five with sanitizers.
 bool waitUntil(const std::function<bool()>& holds);
 
-/// A data server that was started a moment ago may not listen yet on a busy machine. Tries again then.
+/// Repeats a refused connection: on a busy machine a new data server may not listen yet.
 void untilServerListens(const std::function<void()>& connect, const std::function<bool()>& refused);
 
 } // namespace bench_run

@@ -2,8 +2,8 @@
 
 namespace bench_run {
 
-/// Sets a variable for this process, its libraries, whatever way they ask for it, and the processes that it starts. An
-/// empty value removes it.
+/// Sets a variable for this process, its libraries (by any function that reads it) and the processes that it starts.
+/// An empty value removes it.
 void setVariable(const char* name, const char* value);
 
 } // namespace bench_run

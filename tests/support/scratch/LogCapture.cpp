@@ -17,17 +17,18 @@ bool entriesWanted = false;
 class ProcessLog {
 public:
     ProcessLog() {
-        // The level that logs entries writes in more places than the file; those are not wanted.
+        // The level that logs entries also writes to other outputs; disable those.
         VX_QRS::uEnvironment::set("USERPROFILE", folder.path.string().c_str());
         VX_QRS::uEnvironment::set("ORV_TEST_LOG_LEVEL", entriesWanted ? "6" : "1");
         VX_QRS::uEnvironment::set("ORV_TEST_LOG_DIR", folder.path.string().c_str());
         VX_QRS::uLogManager* manager = VX_QRS::getLogManager();
-        manager->open("log", "ORV_TEST_LOG_LEVEL", "ORV_TEST_LOG_DIR", false);
+        constexpr bool shared = false;
+        manager->open("log", "ORV_TEST_LOG_LEVEL", "ORV_TEST_LOG_DIR", shared);
         manager->getLogger()->setToStdout(false);
         manager->getLogger()->setToDebugger(false);
     }
     ~ProcessLog() {
-        // An open file could not be removed everywhere.
+        // Windows does not remove an open file.
         if (VX_QRS::uLogger* logger = VX_QRS::getLogManager()->getLogger(); logger != nullptr) {
             logger->setEnabled(false);
         }
@@ -41,7 +42,7 @@ std::string logPath() {
     return log.folder.file("log");
 }
 
-/// Puts "#" in place of the number behind a source unit.
+/// Replaces the number after a source unit by "#".
 std::string withoutLineNumber(std::string message) {
     for (const std::string unit : {"orv_client_frontend", "orv_client_transmitter"}) {
         const std::size_t found = message.find(unit);

@@ -6,19 +6,19 @@
 
 namespace test_support {
 
-/// What the product logged since the object was made. The process has one log, in a folder of its own; the first object
-/// opens it.
+/// Log lines of the product since the object's construction. The process has one log, in a folder of its own; the first
+/// object opens it.
 class LogCapture {
 public:
     LogCapture();
 
-    /// Function entries are logged as well, from the process's start on. Costs time.
+    /// Also logs function entries, from the process's start on. Slow.
     class WithEntries {
     public:
         WithEntries();
     };
 
-    /// Lines of a class ('M', 'F', 'E', …), without class and time. The number behind a source unit is "#".
+    /// Lines of a class ('M', 'F', 'E', …), without class and time. The number after a source unit is "#".
     std::vector<std::string> lines(char kind) const;
     std::vector<std::string> messages() const { return lines('M'); }
     std::vector<std::string> errors() const { return lines('E'); }

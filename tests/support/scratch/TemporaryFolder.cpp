@@ -2,6 +2,7 @@
 
 #include "common/source/source_utilities/uEnvironment.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <random>
@@ -9,6 +10,17 @@
 #include <system_error>
 
 namespace test_support {
+
+namespace {
+
+std::string contentOf(const std::string& path, std::ios::openmode mode) {
+    std::ifstream in(path, mode);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+} // namespace
 
 TemporaryFolder::TemporaryFolder() {
     static std::atomic<unsigned> count{0};
@@ -24,11 +36,30 @@ TemporaryFolder::~TemporaryFolder() {
     std::filesystem::remove_all(path, ignored);
 }
 
+bool TemporaryFolder::has(const std::string& name) const {
+    return exists(file(name));
+}
+
+std::vector<std::string> TemporaryFolder::names() const {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(path)) {
+        found.push_back(entry.path().filename().string());
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+std::string TemporaryFolder::read(const std::string& name) const {
+    return contentOf(file(name), std::ios::in);
+}
+
+std::string TemporaryFolder::write(const std::string& name, std::string_view bytes) const {
+    writeText(file(name), bytes);
+    return file(name);
+}
+
 std::string readText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return contentOf(path, std::ios::binary);
 }
 
 std::vector<std::string> linesOf(const std::string& path) {
@@ -40,7 +71,7 @@ std::vector<std::string> linesOf(const std::string& path) {
     return lines;
 }
 
-void writeText(const std::string& path, const std::string& text) {
+void writeText(const std::string& path, std::string_view text) {
     std::ofstream(path, std::ios::binary) << text;
 }
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// The server's side of the wire, written down a second time and on purpose without the client's code, so that a
-/// mistake in either shows.
+/// The server's side of the wire, on purpose implemented without the client's code, so that tests find a mistake in
+/// either.
 namespace frames {
 
 /// Text of bytes given as numbers.
@@ -20,7 +20,7 @@ std::string unescaped(std::string_view raw);
 /// `$`, the command, the escaped arguments, `#00`.
 std::string request(char command, std::string_view arguments = {});
 
-/// Records in front of a reply.
+/// Records that precede a reply.
 std::string dataRecord(std::string_view payload);
 std::string errorRecord(std::uint32_t code, std::string_view first, std::string_view second);
 std::string statusRecord(std::uint32_t value);

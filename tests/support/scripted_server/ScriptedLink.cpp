@@ -45,7 +45,7 @@ LinkScript& LinkScript::writeGives(std::uint32_t result) {
 void LinkScript::verify() {
     EXPECT_EQ(deviation, "");
     EXPECT_EQ(frames::toHex(unexpected), "") << "sent beyond the script";
-    // The two characters behind the last end mark are nothing that a client has to wait for.
+    // A client need not wait for the two characters after the last end mark.
     if (steps.size() == 1 && at(Kind::Give) && steps.front().bytes == "00") {
         steps.clear();
     }
@@ -69,7 +69,7 @@ std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::ui
         lost = true;
         return IoDisconnected;
     }
-    // A read that the client did not make for lack of need leaves its step in place: look behind it.
+    // A read that the client did not need leaves its step in the script: check the step after it.
     const auto expected = std::find_if(script->steps.begin(), script->steps.end(), [](const LinkScript::Step& step) {
         return step.kind == LinkScript::Kind::Expect;
     });
@@ -83,7 +83,7 @@ std::uint32_t ScriptedLink::send(const void* buffer, std::uint32_t size, std::ui
         return IoOk;
     }
     std::string& wanted = expected->bytes;
-    // Takes a part only, as a socket may.
+    // Accepts a part only, as a socket may.
     const std::size_t part = wanted.size() == 1 ? 1 : std::min(sent.size(), (wanted.size() + 1) / 2);
     count = static_cast<std::uint32_t>(part);
     if (sent.substr(0, part) != wanted.substr(0, part) && script->deviation.empty()) {
@@ -113,7 +113,7 @@ std::uint32_t ScriptedLink::waitReadable(std::int32_t waitMs) {
         return IoTimeout;
     }
     if (script->steps.empty() || script->at(LinkScript::Kind::Expect)) {
-        // Waiting on would last for ever; end it in a way that the test sees.
+        // The wait would never end; end it with a failure of the test.
         if (script->deviation.empty()) {
             script->deviation = "waits for bytes where the script has none";
         }

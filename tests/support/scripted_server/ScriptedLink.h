@@ -8,32 +8,31 @@
 #include <memory>
 #include <string>
 
-/// What a link in memory does, step by step. A step that the client does not get to, or one that it does not keep to,
-/// is a failure of the test.
+/// Script of a link in memory. A step that the client does not reach or does not follow fails the test.
 class LinkScript {
 public:
     /// The next bytes that the client sends.
     LinkScript& expect(std::string sent);
-    /// Bytes for the client to read, at most `piece` of them per read. What was not read when the next bytes are
-    /// sent is still read after them.
+    /// Bytes for the client to read, at most `piece` of them per read. Bytes not read when the next ones are sent are
+    /// still read after them.
     LinkScript& give(std::string raw, std::size_t piece = 0x7FFFFFFF);
-    /// So many waits of the client end without anything to read.
+    /// A number of waits of the client time out.
     LinkScript& quiet(int waits);
-    /// Reads and writes fail from here on as they do when the peer is gone.
+    /// From here on reads and writes fail as after a disconnection.
     LinkScript& hangUp();
-    /// The next wait, read or write gives this result.
+    /// The next wait, read or write has this result.
     LinkScript& waitGives(std::uint32_t result);
     LinkScript& readGives(std::uint32_t result);
     LinkScript& writeGives(std::uint32_t result);
 
-    /// All steps were used and kept to. Called at the end of each test.
+    /// Checks that all steps were used and followed. Called at the end of each test.
     void verify();
 
-    bool saidGoodbye = false;   ///< `$D#00` came where the script had ended
+    bool saidGoodbye = false;   ///< `$D#00` arrived after the end of the script
     bool closed = false;        ///< the client closed the link
-    std::uint32_t lastRead = 0; ///< bytes that its last read was to bring at most
-    std::string reason;         ///< what the link reports as its last error
-    std::int32_t lastWait = 0;  ///< milliseconds that the client's last wait was to take at most
+    std::uint32_t lastRead = 0; ///< limit of its last read, in bytes
+    std::string reason;         ///< the link's last error
+    std::int32_t lastWait = 0;  ///< limit of the client's last wait, in milliseconds
 
 private:
     friend class ScriptedLink;

@@ -43,7 +43,7 @@ ScriptedServer::ScriptedServer() : scriptPath(uniqueName("orv-script")) {
 }
 
 ScriptedServer::~ScriptedServer() {
-    EXPECT_TRUE(allEnded()) << "a server process was left behind; it reports:\n" << report();
+    EXPECT_TRUE(allEnded()) << "a server process is still running; it reports:\n" << report();
     uEnvironment::set(folderVariable, "");
     uEnvironment::set(scriptVariable, "");
     std::error_code ignored;

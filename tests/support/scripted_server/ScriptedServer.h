@@ -7,15 +7,15 @@
 #include <string_view>
 #include <vector>
 
-/// A data server process that does what is written here. The client under test starts it, since it finds it under
-/// the server's image name in the folder that the environment names while this object lives.
+/// A scripted data server process. The client under test starts it: it has the server's image name, in the folder that
+/// the environment names while this object lives.
 class ScriptedServer {
 public:
     /// Sets COMMON_HELIX and the script's variable.
     ScriptedServer();
     ScriptedServer(const ScriptedServer&) = delete;
     ScriptedServer& operator=(const ScriptedServer&) = delete;
-    /// Sees to it that none of its processes is left, restores the environment and removes the files.
+    /// Checks that none of its processes is left, restores the environment and removes the files.
     ~ScriptedServer();
 
     /// Steps, in order; see the server program.
@@ -29,16 +29,16 @@ public:
     ScriptedServer& wait(std::uint32_t ms);
     ScriptedServer& close() { return step("close"); }
     ScriptedServer& exit() { return step("exit"); }
-    /// The last step. Nobody waits for the server to get there, so it does not count as unused.
+    /// The last step. The server need not reach it, so it does not count as unused.
     ScriptedServer& hang();
-    /// Listens, takes both connections and answers the version check.
+    /// Listens, accepts both connections and answers the version check.
     ScriptedServer& greet();
 
     /// Writes the script; to be called before the client starts the process.
     void arm();
-    /// Every step was used and no other bytes came.
+    /// Checks that every step was used and no other bytes arrived.
     void verify() const;
-    /// What the processes of this script have reported so far.
+    /// Reports of this script's processes so far.
     std::string report() const;
     /// Ports of the processes that were started, in order.
     std::vector<std::uint32_t> startedPorts() const;

@@ -1,18 +1,18 @@
-// A data server that does what a script says and nothing else. It runs under the image name of the real one.
+// A data server that follows a script. It has the image name of the real one.
 //
-// Command line: `1 <port>`. The variable SCRIPTED_SERVER_SCRIPT names the script; without it the process idles until
-// it is ended. What happened is appended, line by line, to the file of that name plus ".report". A script has one
-// step per line; a line `[port]` opens the part for that port, and what stands ahead of the first such line is for
-// ports that have no part of their own.
+// Command line: `1 <port>`. The variable SCRIPTED_SERVER_SCRIPT names the script; without it the process idles until it
+// is ended. It appends its report, line by line, to the file of that name plus ".report". A script has one step per
+// line; a line `[port]` opens the part for that port, and the steps before the first such line are for ports without a
+// part.
 //
 //   listen          opens the port                     expect HEX      reads exactly these bytes
-//   accept          takes a connection; the first      send HEX        writes these bytes
-//                   one is the talk, others idle       drip MS HEX     writes them one by one, so far apart
+//   accept          accepts a connection; the first    send HEX        writes these bytes
+//                   one is used, others idle           drip MS HEX     writes them one by one, that far apart
 //   refuse          closes the port                    wait MS         sleeps
-//   close           ends the talk                      exit            ends the process at once
+//   close           closes the used connection         exit            ends the process at once
 //   hang            sleeps until the process is ended
 //
-// Behind the last step it reads until the talk ends, and reports bytes that the script did not expect.
+// After the last step it reads until the connection ends, and reports bytes that the script did not expect.
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uSocket.h"
@@ -50,7 +50,7 @@ public:
         report(started.str());
         const std::vector<Step> steps = load();
         for (std::size_t i = 0; i < steps.size(); ++i) {
-            // Told ahead of the doing: the client may end this process as soon as it has what it waited for.
+            // Reported before the step: the client may end this process as soon as it has its bytes.
             if (steps[i].verb != "expect") {
                 report("used " + std::to_string(i));
             }
@@ -100,7 +100,7 @@ private:
     }
 
     bool perform(const Step& step) {
-        // Not before its turn: the client does not wait long for the port to open.
+        // Not earlier: the client does not wait long for the port to open.
         const std::string bytes = frames::fromHex(step.digits);
         if (step.verb == "listen") {
             if (listener.listen(port) != uSocket::done) {

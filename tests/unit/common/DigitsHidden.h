@@ -4,7 +4,7 @@
 
 namespace VX_QRS::test {
 
-// The shape of a text: every digit as "9".
+// A text with every digit replaced by "9".
 inline std::string digitsHidden(std::string text) {
     for (char& c : text) {
         if (c >= '0' && c <= '9') {

@@ -72,7 +72,7 @@ TEST(Exception, EmptyAndNullDetailLeaveNoTrailingColon) {
     EXPECT_STREQ(Exception("unit", 1, eNULL, "").detail(), "");
 }
 
-TEST(Exception, DetailStandsBehindTheText) {
+TEST(Exception, DetailFollowsTheText) {
     const Exception e("orv_client_frontend", 247, eVALUE, "numPins");
     EXPECT_STREQ(e.what(), "eVALUE(6) : invalid variable value : numPins");
     EXPECT_STREQ(e.detail(), "numPins");

@@ -1,7 +1,10 @@
 #include "common/source/source_utilities/KeptFile.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
 
 namespace VX_QRS {
 namespace {
@@ -10,7 +13,7 @@ using Names = std::vector<std::string>;
 
 class KeptFileTest : public testing::Test {
 protected:
-    // Replaces the file as a writer does, and reports where the old content went.
+    // Replaces the file as a writer does, and returns the path of the old content.
     std::string replace(const std::string& content) {
         KeptFile kept(path, ".old", content);
         std::filesystem::remove(path);
@@ -19,8 +22,8 @@ protected:
         return kept.path();
     }
 
-    test::TemporaryFolder folder;
-    const std::string path = folder.path("file");
+    test_support::TemporaryFolder folder;
+    const std::string path = folder.file("file");
 };
 
 TEST_F(KeptFileTest, AMissingFileIsNotKept) {
@@ -37,17 +40,17 @@ TEST_F(KeptFileTest, AFileWithTheContentOfItsReplacementIsNotKept) {
 TEST_F(KeptFileTest, TheOldContentIsKeptByteForByte) {
     const std::string old("a\r\n\x1A\0b", 7);
     folder.write("file", old);
-    EXPECT_EQ(replace("new"), folder.path("file.old"));
-    std::ifstream copy(folder.path("file.old"), std::ios_base::binary);
+    EXPECT_EQ(replace("new"), folder.file("file.old"));
+    std::ifstream copy(folder.file("file.old"), std::ios_base::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(copy), {}), old);
     EXPECT_EQ(folder.read("file"), "new");
 }
 
 TEST_F(KeptFileTest, EarlierCopiesAreNeverReplaced) {
     folder.write("file", "first");
-    EXPECT_EQ(replace("second"), folder.path("file.old"));
-    EXPECT_EQ(replace("third"), folder.path("file.old.2"));
-    EXPECT_EQ(replace("fourth"), folder.path("file.old.3"));
+    EXPECT_EQ(replace("second"), folder.file("file.old"));
+    EXPECT_EQ(replace("third"), folder.file("file.old.2"));
+    EXPECT_EQ(replace("fourth"), folder.file("file.old.3"));
     EXPECT_EQ(folder.read("file.old"), "first");
     EXPECT_EQ(folder.read("file.old.2"), "second");
     EXPECT_EQ(folder.read("file.old.3"), "third");
@@ -57,15 +60,15 @@ TEST_F(KeptFileTest, AnEarlierCopyOfTheSameContentServesAgain) {
     folder.write("file", "first");
     replace("second");
     replace("first");
-    EXPECT_EQ(replace("second"), folder.path("file.old"));
-    EXPECT_EQ(replace("first"), folder.path("file.old.2"));
+    EXPECT_EQ(replace("second"), folder.file("file.old"));
+    EXPECT_EQ(replace("first"), folder.file("file.old.2"));
     EXPECT_EQ(folder.names(), (Names{"file", "file.old", "file.old.2"}));
 }
 
 TEST_F(KeptFileTest, AFolderOfThatNameIsLeftAlone) {
     folder.write("file", "first");
-    std::filesystem::create_directory(folder.path("file.old"));
-    EXPECT_EQ(replace("second"), folder.path("file.old.2"));
+    std::filesystem::create_directory(folder.file("file.old"));
+    EXPECT_EQ(replace("second"), folder.file("file.old.2"));
     EXPECT_EQ(folder.read("file.old.2"), "first");
 }
 
@@ -73,7 +76,7 @@ TEST_F(KeptFileTest, UnlessItIsSettledEverythingIsPutBack) {
     folder.write("file", "first");
     {
         const KeptFile kept(path, ".old", "second");
-        EXPECT_EQ(kept.path(), folder.path("file.old"));
+        EXPECT_EQ(kept.path(), folder.file("file.old"));
     }
     EXPECT_EQ(folder.names(), Names{"file"});
     EXPECT_EQ(folder.read("file"), "first");

@@ -8,7 +8,7 @@
 using VX_QRS::uSocket;
 using VX_QRS::uThread;
 
-// Windows' own stack knocks again before it reports a refusal; elsewhere the class does.
+// Windows retries before it reports a refusal; elsewhere the class does.
 TEST(uSocket, ConnectReachesAListenerThatComesUpAMomentLater) {
     uSocket probe;
     ASSERT_EQ(probe.listen(0), uSocket::done);

@@ -1,5 +1,5 @@
-// Objects that come and go leave nothing behind. Memory is watched by the sanitized builds. ORV_LEAK_CYCLES says how
-// often.
+// Repeated construction and destruction leaks no handle. The sanitized builds check memory. ORV_LEAK_CYCLES sets the
+// number of cycles.
 #include "common/source/source_utilities/uConfig.h"
 #include "common/source/source_utilities/uDll.h"
 #include "common/source/source_utilities/uEnvironment.h"
@@ -8,8 +8,8 @@
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
 #include "common/source/source_utilities/uTimer.h"
-#include "tests/unit/common/OpenHandles.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/open_handles/OpenHandles.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -23,18 +23,18 @@ int cycles() {
     return wanted != nullptr ? std::atoi(wanted) : 200;
 }
 
-// Fewer than one handle in ten cycles may stay: a system may open something of its own along the way.
+// Permits fewer than one handle in ten cycles: the system may open handles of its own.
 template <class Cycle>
 void expectNoLeak(Cycle cycle) {
     for (int i = 0; i < 10; ++i) {
         cycle();
     }
-    const std::size_t before = test::countOpenHandles();
+    const std::size_t before = test_support::countOpenHandles();
     const int count = cycles();
     for (int i = 0; i < count; ++i) {
         cycle();
     }
-    EXPECT_LT(test::countOpenHandles(), before + static_cast<std::size_t>(count) / 10);
+    EXPECT_LT(test_support::countOpenHandles(), before + static_cast<std::size_t>(count) / 10);
 }
 
 TEST(Leaks, Sockets) {
@@ -58,14 +58,14 @@ TEST(Leaks, FailedSockets) {
 }
 
 TEST(Leaks, Files) {
-    const test::TemporaryFolder folder;
-    const std::string path = folder.path("file");
+    const test_support::TemporaryFolder folder;
+    const std::string path = folder.file("file");
     expectNoLeak([&] {
         uFile file(path.c_str(), "w+");
         ASSERT_TRUE(file.open(nullptr, "w+"));
         ASSERT_TRUE(file.open(nullptr, "a+"));
         uConfig config;
-        config.setPath(folder.path("config").c_str());
+        config.setPath(folder.file("config").c_str());
         config.addVariable("a", "b");
         config.write();
         config.read();

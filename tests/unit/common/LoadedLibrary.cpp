@@ -1,4 +1,4 @@
-// What the tests load.
+// The library that tests load.
 #include <stdexcept>
 
 extern "C" {

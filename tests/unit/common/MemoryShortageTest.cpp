@@ -1,13 +1,13 @@
-// Processes, sockets and log lines when memory ends at any block: nothing that was begun is lost.
+// Processes, sockets and log lines when memory ends at any block: no process, handle or connection leaks.
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
 #include "common/source/source_utilities/uTimer.h"
+#include "tests/support/allocation/MemoryShortage.h"
+#include "tests/support/open_handles/OpenHandles.h"
 #include "tests/support/scratch/LogCapture.h"
-#include "tests/unit/common/OpenHandles.h"
-#include "tests/unit/common/TemporaryFolder.h"
-#include "tests/unit/mpx/RefusingAllocator.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -15,11 +15,15 @@
 #include <new>
 
 namespace VX_QRS {
+
+using test_support::forEachRefusedBlock;
+using test_support::MemoryShortage;
+
 namespace {
 
 const test_support::LogCapture::WithEntries everything;
 
-// A program of this test's own that runs for a minute.
+// A program for this test only, which runs for a minute.
 class ShortageOfProcesses : public testing::Test {
 protected:
     ShortageOfProcesses() {
@@ -28,7 +32,7 @@ protected:
         for (const std::string extension : {"", ".exe"}) {
             const std::filesystem::path child = folderOfSelf / ("unit_common_child" + extension);
             if (std::filesystem::exists(child)) {
-                program = folder.path(name + extension);
+                program = folder.file(name + extension);
                 std::filesystem::copy_file(child, program);
             }
         }
@@ -36,27 +40,27 @@ protected:
     ~ShortageOfProcesses() override { uEnvironment::terminateProcess(running()); }
 
     std::uint32_t start() const {
-        return uEnvironment::startProcess(program.c_str(), (folder.path("report") + " 60000").c_str(),
+        return uEnvironment::startProcess(program.c_str(), (folder.file("report") + " 60000").c_str(),
                                           uEnvironment::detachedMode);
     }
     std::uint32_t running() const { return uEnvironment::findProcess(name.c_str(), 0); }
 
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     const std::string name = "orv_short_of_memory_" + std::to_string(uEnvironment::getCurrentProcessId());
     std::string program;
 };
 
 TEST_F(ShortageOfProcesses, StartLosesNoProcessAtAnyBlock) {
-    const std::string arguments = folder.path("report") + " 60000";
+    const std::string arguments = folder.file("report") + " 60000";
     std::uint32_t id = 0;
-    const std::size_t before = test::countOpenHandles();
+    const std::size_t before = test_support::countOpenHandles();
     const int refused = forEachRefusedBlock(
         [&] {
             id = 0;
             try {
                 id = uEnvironment::startProcess(program.c_str(), arguments.c_str(), uEnvironment::detachedMode);
             } catch (const std::bad_alloc&) {
-                // Then there is none.
+                // No process was started.
             }
         },
         [&](const std::string& where) {
@@ -64,14 +68,14 @@ TEST_F(ShortageOfProcesses, StartLosesNoProcessAtAnyBlock) {
             EXPECT_TRUE(id == 0 || uEnvironment::terminateProcess(id));
         });
     EXPECT_GT(refused, 4);
-    EXPECT_LT(test::countOpenHandles(), before + 4) << "neither pipes nor handles stay open";
+    EXPECT_LT(test_support::countOpenHandles(), before + 4) << "neither pipes nor handles stay open";
 }
 
 TEST_F(ShortageOfProcesses, ALookThrowsAndLeavesNothingOpen) {
-    const std::size_t before = test::countOpenHandles();
+    const std::size_t before = test_support::countOpenHandles();
     int thrown = 0;
-    for (int spare = 0; spare < 10; ++spare) {
-        const MemoryEnds end(spare);
+    for (std::size_t granted = 0; granted < 10; ++granted) {
+        const MemoryShortage shortage(granted);
         try {
             uEnvironment::processExists(uEnvironment::getCurrentProcessId());
         } catch (const std::bad_alloc&) {
@@ -79,7 +83,7 @@ TEST_F(ShortageOfProcesses, ALookThrowsAndLeavesNothingOpen) {
         }
     }
     EXPECT_GT(thrown, 0);
-    EXPECT_LT(test::countOpenHandles(), before + 4);
+    EXPECT_LT(test_support::countOpenHandles(), before + 4);
 }
 
 TEST_F(ShortageOfProcesses, AProcessIsWatchedAndTerminatedWithoutMemory) {
@@ -88,11 +92,11 @@ TEST_F(ShortageOfProcesses, AProcessIsWatchedAndTerminatedWithoutMemory) {
     bool endedBefore = true;
     bool terminated = false;
     {
-        const MemoryEnds end(0);
+        const MemoryShortage shortage(0);
         endedBefore = uEnvironment::processHasEnded(id);
         terminated = uEnvironment::terminateProcess(id);
     }
-    EXPECT_FALSE(MemoryEnds::hasRefused()) << "no block is asked for";
+    EXPECT_FALSE(MemoryShortage::hasRefused()) << "no block is asked for";
     EXPECT_FALSE(endedBefore);
     EXPECT_TRUE(terminated);
     EXPECT_EQ(running(), 0U);
@@ -109,7 +113,7 @@ TEST(ShortageOfSockets, ALostConnectionIsStillOneAndHasNoWords) {
     int status = -1;
     int nullStatus = -1;
     {
-        const MemoryEnds end(0);
+        const MemoryShortage shortage(0);
         status = client.read(&byte, 1, 0, count);
         nullStatus = client.read(nullptr, 1, 0, count);
     }
@@ -127,7 +131,7 @@ TEST(ShortageOfSockets, AnAcceptedConnectionWithoutAnObjectIsClosed) {
     ASSERT_EQ(client.connect("127.0.0.1", server.localPort()), uSocket::done);
     std::unique_ptr<uSocket> accepted;
     {
-        const MemoryEnds end(0);
+        const MemoryShortage shortage(0);
         accepted = server.accept();
     }
     EXPECT_EQ(accepted, nullptr);
@@ -143,7 +147,7 @@ TEST(ShortageOfSockets, ConnectionsFailByTheirStatus) {
     int connected = -1;
     std::unique_ptr<uSocket> accepted;
     {
-        const MemoryEnds end(0);
+        const MemoryShortage shortage(0);
         connected = client.connect(name.c_str(), 1);
         accepted = client.accept();
     }
@@ -172,16 +176,16 @@ TEST(ShortageOfTimers, OneThatFindsNoMemoryIsNotStartedAndEndsAtOnce) {
     uTimer timer;
     bool started = true;
     int refused = 0;
-    for (int spare = 0; spare < 10; ++spare) {
+    for (std::size_t granted = 0; granted < 10; ++granted) {
         {
-            const MemoryEnds end(spare);
+            const MemoryShortage shortage(granted);
             started = timer.start();
             timer.stop();
         }
-        refused += MemoryEnds::hasRefused() ? 1 : 0;
-        EXPECT_EQ(started, !MemoryEnds::hasRefused()) << spare;
+        refused += MemoryShortage::hasRefused() ? 1 : 0;
+        EXPECT_EQ(started, !MemoryShortage::hasRefused()) << granted;
     }
-    // Where the platform's own library makes the thread, no block of this program is asked for.
+    // On platforms whose library creates the thread, this program allocates no block.
     SUCCEED() << refused;
 }
 

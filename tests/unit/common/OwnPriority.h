@@ -2,7 +2,7 @@
 
 namespace VX_QRS::test {
 
-// The priority of the calling thread in the numbers that uThread takes.
+// The priority of the calling thread, as a number of uThread.
 int ownPriority();
 
 } // namespace VX_QRS::test

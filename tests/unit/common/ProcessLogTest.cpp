@@ -2,11 +2,13 @@
 #include "common/source/source_utilities/uDll.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/common/DigitsHidden.h"
-#include "tests/unit/common/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 namespace VX_QRS {
 namespace {
@@ -19,19 +21,20 @@ class ProcessLog : public testing::Test {
 protected:
     ~ProcessLog() override {
         if (uLogger* logger = getLogManager()->getLogger()) {
-            logger->setEnabled(false); // closes the file, so that the folder can go
+            logger->setEnabled(false); // closes the file, so that the folder can be removed
         }
     }
 
     void open(const char* level) {
-        uEnvironment::set("USERPROFILE", folder.path().c_str());
-        uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+        uEnvironment::set("USERPROFILE", folder.path.string().c_str());
+        uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
         uEnvironment::set("ORV_TEST_LEVEL", level);
         testing::internal::CaptureStdout();
-        ASSERT_TRUE(getLogManager()->open("log", "ORV_TEST_LEVEL", "ORV_TEST_DIR", true));
+        constexpr bool shared = true;
+        ASSERT_TRUE(getLogManager()->open("log", "ORV_TEST_LEVEL", "ORV_TEST_DIR", shared));
     }
 
-    // What came behind the two lines of the opening.
+    // The lines after the two of the opening.
     std::vector<std::string> lines() {
         testing::internal::GetCapturedStdout();
         std::vector<std::string> result;
@@ -55,7 +58,7 @@ protected:
         logEntry("unit", "Namespace::Class::function");
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(ProcessLog, ManagerIsOneObject) {
@@ -107,7 +110,7 @@ TEST_F(ProcessLog, SwitchedOffLogGetsNothing) {
     testing::internal::GetCapturedStdout();
 }
 
-TEST_F(ProcessLog, LoadingALibraryTellsItsSteps) {
+TEST_F(ProcessLog, LoadingALibraryLogsItsSteps) {
     open("6");
     const std::string path = "a_folder_that_is_not_there";
     uEnvironment::set("PATH", path.c_str());

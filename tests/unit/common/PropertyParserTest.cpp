@@ -1,6 +1,6 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,7 @@ namespace {
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-// Records what it is given, and can do more.
+// Records its calls and runs an optional action in each.
 class Recorder : public Property {
 public:
     void setProperty(const char* name, const char* value) override {
@@ -67,7 +67,7 @@ protected:
         return text;
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     PropertyParser_1 parser;
 };
 
@@ -179,7 +179,7 @@ TEST_F(PropertyParserTest, ReadingAgainForgetsLinesAndSection) {
 TEST_F(PropertyParserTest, NullPathForgetsTheLinesAndKeepsTheName) {
     readText("a=1\n");
     parser.readFile(nullptr);
-    EXPECT_EQ(parser.getFileName(), folder.path("props"));
+    EXPECT_EQ(parser.getFileName(), folder.file("props"));
     EXPECT_EQ(parser.countSections(""), 0U);
     parser.setSection(nullptr);
     expectFailure([&] { parser.countLines(); }, eSEQUENCE, "must call setSection first");
@@ -187,14 +187,14 @@ TEST_F(PropertyParserTest, NullPathForgetsTheLinesAndKeepsTheName) {
 
 TEST_F(PropertyParserTest, FileThatCannotBeOpenedLeavesItsPathAndNoLines) {
     readText("[A]\na=1\n");
-    const std::string missing = folder.path("none");
+    const std::string missing = folder.file("none");
     expectFailure([&] { parser.readFile(missing.c_str()); }, eFILE, missing);
     EXPECT_EQ(parser.getFileName(), missing);
     EXPECT_EQ(parser.countSections("A"), 0U);
-    expectFailure([&] { parser.readFile(folder.path().c_str()); }, eFILE, folder.path());
+    expectFailure([&] { parser.readFile(folder.path.string().c_str()); }, eFILE, folder.path.string());
 }
 
-TEST_F(PropertyParserTest, GetLineGivesTheTextAsItStands) {
+TEST_F(PropertyParserTest, GetLineReturnsTheTextVerbatim) {
     readText("a=$PATH\n");
     parser.setSection(nullptr);
     EXPECT_EQ(section(), (Pairs{{"a", "$PATH"}}));
@@ -225,7 +225,7 @@ TEST_F(PropertyParserTest, NullArgumentsFail) {
     expectFailure([&] { parser.countSections(nullptr); }, eNULL, "");
 }
 
-TEST_F(PropertyParserTest, DollarValueStandsForAVariable) {
+TEST_F(PropertyParserTest, DollarValueNamesAVariable) {
     ASSERT_NE(std::getenv("PATH"), nullptr);
     readText("a=$PATH\nb=x$PATH\n$PATH=c\n");
     parser.setSection(nullptr);
@@ -330,7 +330,7 @@ TEST_F(PropertyParserTest, PathMayBeATextOfTheParser) {
 }
 
 TEST(SharedPropertyParser, OneObjectServesAllCallers) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     PropertyParser* first = createPropertyParser();
     PropertyParser* second = createPropertyParser();
     EXPECT_EQ(first, second);
@@ -338,7 +338,7 @@ TEST(SharedPropertyParser, OneObjectServesAllCallers) {
     first->setSection("A");
     EXPECT_EQ(second->countLines(), 1U);
     destroyPropertyParser(first);
-    EXPECT_EQ(second->countLines(), 1U); // still there for the second user
+    EXPECT_EQ(second->countLines(), 1U); // still valid for the second user
     destroyPropertyParser(second);
     PropertyParser* fresh = createPropertyParser();
     EXPECT_EQ(fresh->getFileName(), nullptr);

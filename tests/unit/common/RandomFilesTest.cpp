@@ -1,8 +1,8 @@
-// Files that no one would write, from a fixed seed. ORV_RANDOM_FILES says how many of each kind.
+// Random files from a fixed seed. ORV_RANDOM_FILES sets the number of each kind.
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/uConfig.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ protected:
 
     char anyByte() { return static_cast<char>(below(256)); }
 
-    // Mostly what the syntaxes care for. The byte that ends a text file on some systems is left to its own test.
+    // Mostly bytes with a meaning in the syntaxes. The byte that ends a text file on some systems has its own test.
     char likelyByte() {
         using namespace std::string_view_literals;
         constexpr std::string_view likely = "[]==#$<<>>/\r\n\n\n  \t\0\xFF"
@@ -50,11 +50,11 @@ protected:
 
     std::string file(const std::string& bytes) { return folder.write("file", bytes); }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     std::mt19937_64 random{20240229};
 };
 
-// The syntax once more, a character at a time.
+// A second implementation of the syntax, character by character.
 std::vector<std::string> expectedLines(const std::string& text) {
     std::vector<std::string> lines;
     std::string line;
@@ -117,7 +117,7 @@ TEST_F(RandomFiles, PropertyParserKeepsEveryLineInOrderAndWithinTheLimit) {
     }
 }
 
-// Equal names of sections merge and an unnamed one can only be written ahead of all others.
+// Sections of equal names merge, and an unnamed one can only be written before all others.
 void dropWhatCannotBeWritten(uConfig& config, bool xml) {
     const auto& sections = config.getSections();
     if (!sections.empty() && !sections.front().name.empty()) {
@@ -137,9 +137,9 @@ TEST_F(RandomFiles, WrittenConfigurationReadsBackEqual) {
     for (int i = 0; i < count(); ++i) {
         const bool xml = i % 2 == 0;
         std::string text = likelyText();
-        // Zero bytes do not pass through the C texts of the interface.
+        // Zero bytes end the C strings of the interface.
         std::replace(text.begin(), text.end(), '\0', '0');
-        // A name that begins like a declaration or a comment is dropped when it is read again.
+        // A name that begins like a declaration or a comment is ignored when it is read again.
         std::replace(text.begin(), text.end(), '?', 'q');
         std::replace(text.begin(), text.end(), '!', 'e');
         uConfig config(xml);
@@ -148,7 +148,7 @@ TEST_F(RandomFiles, WrittenConfigurationReadsBackEqual) {
         dropWhatCannotBeWritten(config, xml);
         config.write();
         uConfig again(xml);
-        again.setPath(folder.path("file").c_str());
+        again.setPath(folder.file("file").c_str());
         again.read();
         ASSERT_EQ(again.getSections(), config.getSections()) << "file " << i << (xml ? ", xml" : ", plain");
     }
@@ -185,7 +185,7 @@ TEST_F(RandomFiles, AnyBytesAreReadWithoutHarm) {
     }
 }
 
-// Each of these costs minutes when time goes with the square of the size.
+// Each of these takes minutes if the time is quadratic in the size.
 TEST_F(RandomFiles, LargeFilesOfEveryShapeTakeLinearTime) {
     std::string manySections;
     std::string manyVariables;

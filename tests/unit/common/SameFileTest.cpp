@@ -1,7 +1,9 @@
 #include "common/source/source_utilities/SameFile.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace VX_QRS {
 namespace {
@@ -10,24 +12,24 @@ namespace {
 constexpr const char* name = "gr\xC3\x9F";
 
 TEST(SameFile, TwoSpellingsOfOnePath) {
-    const test::TemporaryFolder folder;
-    const std::string path = folder.path() + "/" + name;
+    const test_support::TemporaryFolder folder;
+    const std::string path = folder.path.string() + "/" + name;
     std::ofstream(path) << "x";
     EXPECT_TRUE(sameFile(path.c_str(), path.c_str()));
-    EXPECT_TRUE(sameFile(path.c_str(), (folder.path() + "/./" + name).c_str()));
-    EXPECT_TRUE(sameFile(folder.path().c_str(), (folder.path() + "/.").c_str()));
+    EXPECT_TRUE(sameFile(path.c_str(), (folder.path.string() + "/./" + name).c_str()));
+    EXPECT_TRUE(sameFile(folder.path.string().c_str(), (folder.path.string() + "/.").c_str()));
 }
 
 TEST(SameFile, FilesOfTheSameContentAreTwo) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     const std::string one = folder.write("one", "x");
     const std::string two = folder.write("two", "x");
     EXPECT_FALSE(sameFile(one.c_str(), two.c_str()));
 }
 
 TEST(SameFile, WhatDoesNotExistIsNoFile) {
-    const test::TemporaryFolder folder;
-    const std::string missing = folder.path("missing");
+    const test_support::TemporaryFolder folder;
+    const std::string missing = folder.file("missing");
     const std::string there = folder.write("there", "x");
     EXPECT_FALSE(sameFile(missing.c_str(), missing.c_str()));
     EXPECT_FALSE(sameFile(missing.c_str(), there.c_str()));

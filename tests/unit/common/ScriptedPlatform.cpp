@@ -5,38 +5,11 @@
 #include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uThread.h"
 
-#include <cstdlib>
 #include <new>
-
-namespace {
-
-bool refused = false;
-
-} // namespace
-
-void* operator new(std::size_t size) {
-    void* memory = refused ? nullptr : std::malloc(size != 0 ? size : 1);
-    refused = false;
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
 
 namespace VX_QRS {
 
 namespace test {
-
-void refuseNextMemory() {
-    refused = true;
-}
 
 ScriptedPlatform& platform() {
     static ScriptedPlatform instance;
@@ -79,7 +52,7 @@ uThread::uThread(uRunnable* body, std::int32_t threadPriority, std::uint32_t byt
 }
 uThread::~uThread() = default;
 bool uThread::start() {
-    // What runs on the caller's thread has neither; clang asks what the members are for.
+    // Unused, since the runnable runs on the caller's thread; clang warns about unused members.
     static_cast<void>(priority);
     static_cast<void>(stackSize);
     if (!platform().threadsStart) {

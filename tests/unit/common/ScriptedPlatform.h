@@ -9,18 +9,18 @@
 
 namespace VX_QRS::test {
 
-// A platform that does what the test says: its clock, counter, threads and sockets stand in for the system's, so that
-// rules about time and failures can be checked to the digit. A thread runs within its start, a sleep takes no time.
+// A platform that the test controls: its clock, counter, threads and sockets replace the system's, so that rules about
+// time and failures can be checked exactly. A thread runs within its start, a sleep takes no time.
 struct ScriptedPlatform {
     LocalTime time{2026, 11, 21, 6, 14, 2, 11, 7};
 
     bool hasCounter = true;
     std::int64_t frequency = 1000;
     std::int64_t counter = 0;
-    std::int64_t counterStep = 0; // by which every reading moves the counter on
+    std::int64_t counterStep = 0; // added to the counter at every reading
     int counterReadings = 0;
 
-    bool threadsAreThere = true; // otherwise the memory for one is refused
+    bool threadsAreThere = true; // otherwise the allocation of one fails
     bool threadsStart = true;
     std::vector<std::uint32_t> sleeps; // milliseconds
     std::vector<std::string> debugger; // lines
@@ -37,10 +37,7 @@ struct ScriptedPlatform {
     int error = 0;
 };
 
-// The one in force. A test begins with a new one.
+// The current platform. A test begins with a new one.
 ScriptedPlatform& platform();
-
-// The next piece of memory that is asked for is refused.
-void refuseNextMemory();
 
 } // namespace VX_QRS::test

@@ -1,4 +1,4 @@
-// What uSocket makes of every answer of the platform.
+// uSocket's results for every answer of the platform.
 #include "common/source/source_utilities/uSocket.h"
 #include "tests/unit/common/ScriptedPlatform.h"
 
@@ -97,7 +97,7 @@ TEST_F(ScriptedSocket, FailedBindAndListenAreStatusOne) {
     uSocket socket;
     EXPECT_EQ(socket.listen(5), 1);
     EXPECT_EQ(socket.lastError(), "Error listening socket: Address already in use (EADDRINUSE)");
-    EXPECT_EQ(socket.localPort(), 5) << "stored ahead of that step";
+    EXPECT_EQ(socket.localPort(), 5) << "stored before that step";
     platform().binds = false;
     uSocket unbound;
     EXPECT_EQ(unbound.listen(5), 1);

@@ -1,4 +1,4 @@
-// Rules about time, on a clock that the test sets, and what follows when threads and memory are refused.
+// Rules about time, on a clock that the test sets, and failures to create threads and objects.
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/uEnvironment.h"
@@ -6,9 +6,10 @@
 #include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uTime.h"
 #include "common/source/source_utilities/uTimer.h"
-#include "tests/unit/common/FailureText.h"
+#include "tests/support/allocation/MemoryShortage.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/common/ScriptedPlatform.h"
-#include "tests/unit/common/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +25,7 @@ using test::platform;
 class ScriptedTime : public testing::Test {
 protected:
     ScriptedTime() { platform() = {}; }
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(ScriptedTime, StopwatchDividesTicksByTheFrequency) {
@@ -36,7 +37,7 @@ TEST_F(ScriptedTime, StopwatchDividesTicksByTheFrequency) {
     EXPECT_EQ(watch.elapsed(), 0.25);
 }
 
-TEST_F(ScriptedTime, StopwatchWithoutACounterStandsStill) {
+TEST_F(ScriptedTime, StopwatchWithoutACounterReadsZero) {
     platform().counterStep = 250;
     platform().hasCounter = false;
     uStopwatch watch;
@@ -81,7 +82,8 @@ TEST_F(ScriptedTime, FormatsEveryField) {
 }
 
 TEST_F(ScriptedTime, LogLinesCarryTheTimeInTheChosenFormat) {
-    uLogger logger(folder.path("log").c_str(), true);
+    constexpr bool append = true;
+    uLogger logger(folder.file("log").c_str(), append);
     logger.setToDebugger(true);
     logger.log(uLogger::errorClass, 2, "failed");
     for (const int format : {0, 1, 2, 3, 4}) {
@@ -99,21 +101,22 @@ TEST_F(ScriptedTime, LogLinesCarryTheTimeInTheChosenFormat) {
 
 TEST_F(ScriptedTime, OpenedLogBeginsWithItsTwoLines) {
     const std::string profile = uEnvironment::get("USERPROFILE");
-    uEnvironment::set("USERPROFILE", folder.path().c_str());
-    uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+    uEnvironment::set("USERPROFILE", folder.path.string().c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
     uEnvironment::set("ORV_TEST_LEVEL", "1");
     uLogManager manager;
-    ASSERT_TRUE(manager.open("log", "ORV_TEST_LEVEL", "ORV_TEST_DIR", true));
+    constexpr bool shared = true;
+    ASSERT_TRUE(manager.open("log", "ORV_TEST_LEVEL", "ORV_TEST_DIR", shared));
     uEnvironment::set("USERPROFILE", profile.c_str());
     const std::string separator = uEnvironment::separator();
-    const std::string base = folder.path() + separator + ".VX-trace" + separator;
+    const std::string base = folder.path.string() + separator + ".VX-trace" + separator;
     EXPECT_EQ(folder.read("log"),
               "M     14:02:11:007 | Logger : trace user settings directory is " + base + "settings\n" +
                   "M     14:02:11:007 | Logger : trace temporary data directory is " + base + "data\n");
     manager.getLogger()->setEnabled(false);
 }
 
-// What fired, one letter for each call, in order.
+// The calls, one letter each, in order.
 class Action final : public uTimer::Callable {
 public:
     Action(std::string& record, char letter, std::function<void()> more = {})
@@ -145,7 +148,7 @@ protected:
     }
 };
 
-TEST_F(ScriptedTimer, FiresOnlyStrictlyBehindTheDelay) {
+TEST_F(ScriptedTimer, FiresOnlyStrictlyAfterTheDelay) {
     platform().counterStep = 100; // a tenth of a second for each round
     EXPECT_EQ(run(0.1, 4, 2), "ttLttL");
     EXPECT_EQ(run(0.0999, 2, 2), "tLtL");
@@ -173,7 +176,7 @@ TEST_F(ScriptedTimer, TimeOfACallableCountsIntoTheNextRound) {
     EXPECT_EQ(fired, "ssLs");
 }
 
-TEST_F(ScriptedTimer, TimeAheadOfTheStartDoesNotCount) {
+TEST_F(ScriptedTimer, TimeBeforeTheStartDoesNotCount) {
     std::string fired;
     Action tick(fired, 't');
     Action late(fired, 'L');
@@ -218,7 +221,7 @@ TEST_F(ScriptedTimer, LongIntervalIsSleptInSlicesThatMakeUpTheWhole) {
 }
 
 TEST_F(ScriptedTimer, SlicesThatLastLongerEndTheIntervalInTime) {
-    platform().counterStep = 90; // milliseconds, at each look
+    platform().counterStep = 90; // milliseconds at each reading
     uTimer timer;
     timer.setPollingInterval(0.25);
     ASSERT_TRUE(timer.start());
@@ -235,7 +238,8 @@ TEST_F(ScriptedTimer, IntervalBeyondWhatCanBeSleptIsTheLongestThatCan) {
 
 TEST_F(ScriptedTimer, WithoutMemoryForItsThreadThereIsNoTimer) {
     platform().threadsAreThere = false;
-    EXPECT_EQ(test::failureText<source_utilities_error>([] { uTimer timer; }), "uTimer failed to allocate its thread");
+    EXPECT_EQ(test_support::failureText<source_utilities_error>([] { uTimer timer; }),
+              "uTimer failed to allocate its thread");
 }
 
 TEST_F(ScriptedTimer, ThreadThatDoesNotStartLeavesTheTimerStopped) {
@@ -249,8 +253,8 @@ TEST_F(ScriptedTimer, ThreadThatDoesNotStartLeavesTheTimerStopped) {
 
 TEST(ScriptedMemory, ParserThatCannotBeMadeIsAFailureAndNoUse) {
     using namespace ORV::CLIENT;
-    test::refuseNextMemory();
     try {
+        const test_support::MemoryShortage shortage(0, test_support::Shortage::oneBlock);
         createPropertyParser();
         ADD_FAILURE() << "no failure was thrown";
     } catch (const Exception& e) {

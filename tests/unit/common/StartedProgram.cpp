@@ -1,7 +1,7 @@
-// What the tests start: writes what it was given, and what it has open, to the file that its first argument names, one
-// item a line, and then waits for as many milliseconds as the second one says.
+// The program that tests start: writes its arguments and open files to the file of its first argument, one item a line,
+// and then waits for the milliseconds of its second argument.
 #include "common/source/source_utilities/uThread.h"
-#include "tests/unit/common/OpenHandles.h"
+#include "tests/support/open_handles/OpenHandles.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
     if (argc < 3) {
         return 2;
     }
-    const std::vector<std::string> inherited = VX_QRS::test::listOpenFiles();
+    const std::vector<std::string> inherited = test_support::listOpenFiles();
     const std::string path(argv[1]);
     {
         std::ofstream file(path + ".part");
@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
             file << "open: " << name << '\n';
         }
     }
-    // Under its name the report is complete.
+    // The report is renamed when it is complete.
     std::filesystem::rename(path + ".part", path);
     VX_QRS::uThread::sleep(static_cast<std::uint32_t>(std::atoi(argv[2])));
     return 0;

@@ -1,18 +1,20 @@
 #include "common/source/source_utilities/uConfig.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+constexpr bool useXml = true;
+
+using test_support::failureText;
 using Sections = std::vector<uConfig::Section>;
 
 class uConfigTest : public testing::Test {
 protected:
-    // Reads a text over what the configuration holds.
+    // Reads a text into the configuration.
     void read(uConfig& config, const std::string& text) {
         config.setPath(folder.write("config", text).c_str());
         config.read();
@@ -25,18 +27,18 @@ protected:
     }
 
     Sections xml(const std::string& text) {
-        uConfig config(true);
+        uConfig config(useXml);
         read(config, text);
         return config.getSections();
     }
 
     std::string written(uConfig& config, const char* header = nullptr) {
-        config.setPath(folder.path("out").c_str());
+        config.setPath(folder.file("out").c_str());
         config.write(header);
         return folder.read("out");
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(uConfigTest, PlainLineIsSplitAtItsFirstEqualsSignAndTrimmed) {
@@ -154,7 +156,7 @@ TEST_F(uConfigTest, WritesThePlainForm) {
 }
 
 TEST_F(uConfigTest, WritesTheXmlForm) {
-    uConfig config(true);
+    uConfig config(useXml);
     config.addVariable("free", "0");
     config.addVariable("", "skipped", "S");
     config.addVariable("a", "1", "S");
@@ -186,7 +188,7 @@ TEST_F(uConfigTest, LeftoversOfOtherWritersDoNotKeepItFromWriting) {
 }
 
 TEST_F(uConfigTest, FormatIsWhatIsWritten) {
-    uConfig config(true);
+    uConfig config(useXml);
     config.addVariable("a", "1", "S");
     EXPECT_EQ(config.format("<?xml?>"), "<?xml?>\n<S>\n\t<a>1</a>\n</S>\n");
     EXPECT_EQ(written(config, "<?xml?>"), config.format("<?xml?>"));
@@ -266,19 +268,19 @@ TEST_F(uConfigTest, WithoutAPathNothingIsReadOrWritten) {
 }
 
 TEST_F(uConfigTest, FilesThatCannotBeOpenedFail) {
-    const std::string missing = folder.path("none") + "/config";
+    const std::string missing = folder.file("none") + "/config";
     uConfig config;
     config.setPath(missing.c_str());
     EXPECT_EQ(failureText<uConfig::error>([&] { config.read(); }), "failed to open \"" + missing + "\" for reading");
     EXPECT_EQ(failureText<uConfig::error>([&] { config.write(); }), "failed to open \"" + missing + "\" for writing");
-    config.setPath(folder.path().c_str());
+    config.setPath(folder.path.string().c_str());
     EXPECT_EQ(failureText<uConfig::error>([&] { config.read(); }),
-              "failed to open \"" + folder.path() + "\" for reading");
+              "failed to open \"" + folder.path.string() + "\" for reading");
 }
 
 TEST_F(uConfigTest, MissingVariableAndMissingFileAreDifferentFailures) {
     uConfig config;
-    config.setPath(folder.path("none").c_str());
+    config.setPath(folder.file("none").c_str());
     try {
         config.read();
         FAIL();

@@ -1,8 +1,8 @@
 #include "common/source/source_utilities/uDll.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* libraryName = "unit_common_library";
 
-// A function of a library, typed; a missing one ends the test and not the program.
+// A typed function of a library; a missing one fails the test instead of crashing the program.
 template <class Function>
 Function* function(uDll& library, const char* name) {
     void* address = library.GetSymbol(name);
@@ -51,7 +51,7 @@ TEST(uDll, ConstructorLoadsWhenANameIsGiven) {
 TEST(uDll, ExceptionOfTheLibraryIsCaughtOutside) {
     uDll library(libraryName);
     ASSERT_TRUE(library.isLoaded());
-    EXPECT_EQ(test::failureText<std::runtime_error>([&] { function<void()>(library, "throwRuntimeError")(); }),
+    EXPECT_EQ(test_support::failureText<std::runtime_error>([&] { function<void()>(library, "throwRuntimeError")(); }),
               "thrown in the library");
 }
 
@@ -76,10 +76,10 @@ TEST(uDll, FailedLoadLeavesATextWithANumber) {
 }
 
 TEST(uDll, FileThatIsNoLibraryFails) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("broken.dll", "text");
     folder.write("broken.so", "text");
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
     uDll library("broken");
     EXPECT_FALSE(library.isLoaded());
     EXPECT_STREQ(library.GetLastErrorText(), "failed to load broken with error code 193");

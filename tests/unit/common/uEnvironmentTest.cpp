@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uEnvironment.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 
 // A path as this platform writes it.
 std::string native(std::string path) {
@@ -121,11 +121,11 @@ TEST(uEnvironmentPaths, TheOtherSeparatorDoesNotEndAParent) {
 
 class uEnvironmentDirectories : public testing::Test {
 protected:
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(uEnvironmentDirectories, CreatesEveryPartOfAPath) {
-    const std::string deep = folder.path() + "/a/b//c/";
+    const std::string deep = folder.path.string() + "/a/b//c/";
     EXPECT_EQ(uEnvironment::createDirectories(deep.c_str()), 0);
     EXPECT_TRUE(std::filesystem::is_directory(deep));
     EXPECT_EQ(uEnvironment::createDirectories(deep.c_str()), 0) << "being there already is no failure";
@@ -133,8 +133,8 @@ TEST_F(uEnvironmentDirectories, CreatesEveryPartOfAPath) {
 
 TEST_F(uEnvironmentDirectories, FailsWhereAFileIsInTheWay) {
     folder.write("file", "x");
-    EXPECT_EQ(uEnvironment::createDirectories((folder.path() + "/file").c_str()), -1);
-    EXPECT_EQ(uEnvironment::createDirectories((folder.path() + "/file/below").c_str()), -1);
+    EXPECT_EQ(uEnvironment::createDirectories((folder.path.string() + "/file").c_str()), -1);
+    EXPECT_EQ(uEnvironment::createDirectories((folder.path.string() + "/file/below").c_str()), -1);
     EXPECT_EQ(uEnvironment::createDirectories(nullptr), -1);
     EXPECT_EQ(uEnvironment::createDirectories(""), -1);
     EXPECT_FALSE(uEnvironment::makeDirectory(nullptr));
@@ -142,8 +142,8 @@ TEST_F(uEnvironmentDirectories, FailsWhereAFileIsInTheWay) {
 
 TEST_F(uEnvironmentDirectories, TraceDirectoriesLieInTheProfile) {
     const std::string before = uEnvironment::get("USERPROFILE");
-    uEnvironment::set("USERPROFILE", folder.path().c_str());
-    const std::string base = folder.path() + uEnvironment::separator() + ".VX-trace";
+    uEnvironment::set("USERPROFILE", folder.path.string().c_str());
+    const std::string base = folder.path.string() + uEnvironment::separator() + ".VX-trace";
     std::string directory;
     uEnvironment::getTraceDirectory(directory);
     EXPECT_EQ(directory, base);
@@ -158,8 +158,8 @@ TEST_F(uEnvironmentDirectories, TraceDirectoriesLieInTheProfile) {
 }
 
 TEST_F(uEnvironmentDirectories, TwoSeparatorsAtTheStartOfTheProfileStay) {
-    // As a network share begins; here on paths that every machine has.
-    const std::string profile = (uEnvironment::separator()[0] == '/' ? "/" : "\\\\?\\") + folder.path();
+    // The prefix of a network share, on paths that every machine has.
+    const std::string profile = (uEnvironment::separator()[0] == '/' ? "/" : "\\\\?\\") + folder.path.string();
     const std::string before = uEnvironment::get("USERPROFILE");
     uEnvironment::set("USERPROFILE", profile.c_str());
     std::string directory;
@@ -185,26 +185,26 @@ TEST_F(uEnvironmentDirectories, WithoutAProfileThereIsNoTraceDirectory) {
     uEnvironment::set("HOME", home.c_str());
 }
 
-TEST_F(uEnvironmentDirectories, FreeSpaceIsToldForDirectoriesThatAreThere) {
+TEST_F(uEnvironmentDirectories, FreeSpaceIsReportedForExistingDirectories) {
     std::uint64_t bytes = 0;
-    EXPECT_TRUE(uEnvironment::getFreeSpace(folder.path().c_str(), bytes));
-    // Others may write meanwhile, though not all the time.
+    EXPECT_TRUE(uEnvironment::getFreeSpace(folder.path.string().c_str(), bytes));
+    // Other programs may write meanwhile, though not all the time.
     bool agreed = false;
     for (int i = 0; i < 100 && !agreed; ++i) {
-        const auto before = std::filesystem::space(folder.path()).available;
-        ASSERT_TRUE(uEnvironment::getFreeSpace(folder.path().c_str(), bytes));
-        const auto after = std::filesystem::space(folder.path()).available;
+        const auto before = std::filesystem::space(folder.path.string()).available;
+        ASSERT_TRUE(uEnvironment::getFreeSpace(folder.path.string().c_str(), bytes));
+        const auto after = std::filesystem::space(folder.path.string()).available;
         agreed = bytes >= std::min(before, after) && bytes <= std::max(before, after);
     }
     EXPECT_TRUE(agreed) << bytes;
-    EXPECT_FALSE(uEnvironment::getFreeSpace(folder.path("none").c_str(), bytes));
+    EXPECT_FALSE(uEnvironment::getFreeSpace(folder.file("none").c_str(), bytes));
 }
 
 TEST_F(uEnvironmentDirectories, ScopedChangeEndsWithItsScope) {
     const std::filesystem::path before = workingDirectory();
     {
-        const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
-        EXPECT_EQ(workingDirectory(), std::filesystem::canonical(folder.path()));
+        const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
+        EXPECT_EQ(workingDirectory(), std::filesystem::canonical(folder.path.string()));
     }
     EXPECT_EQ(workingDirectory(), before);
 }
@@ -214,8 +214,8 @@ TEST_F(uEnvironmentDirectories, ScopedChangeIsMadeOnce) {
     {
         uEnvironment::ScopedDirectoryChanger changer;
         changer.change(nullptr);
-        changer.change(folder.path().c_str());
-        EXPECT_EQ(failureText<source_utilities_error>([&] { changer.change(folder.path().c_str()); }),
+        changer.change(folder.path.string().c_str());
+        EXPECT_EQ(failureText<source_utilities_error>([&] { changer.change(folder.path.string().c_str()); }),
                   "can't temporarily change the working directory again until its restored");
         changer.change(nullptr);
     }
@@ -224,7 +224,7 @@ TEST_F(uEnvironmentDirectories, ScopedChangeIsMadeOnce) {
 
 TEST_F(uEnvironmentDirectories, ChangeToAMissingDirectoryFails) {
     const std::filesystem::path before = workingDirectory();
-    const std::string missing = folder.path("none");
+    const std::string missing = folder.file("none");
     uEnvironment::ScopedDirectoryChanger changer;
     EXPECT_EQ(failureText<source_utilities_error>([&] { changer.change(missing.c_str()); }),
               "failed to temporarily change the working directory to \"" + missing + "\"");
@@ -235,9 +235,9 @@ TEST_F(uEnvironmentDirectories, ScopedChangeThatWasNeverMadeRestoresNothing) {
     const std::filesystem::path before = workingDirectory();
     {
         const uEnvironment::ScopedDirectoryChanger idle;
-        std::filesystem::current_path(folder.path());
+        std::filesystem::current_path(folder.path.string());
     }
-    EXPECT_EQ(workingDirectory(), std::filesystem::canonical(folder.path()));
+    EXPECT_EQ(workingDirectory(), std::filesystem::canonical(folder.path.string()));
     std::filesystem::current_path(before);
 }
 

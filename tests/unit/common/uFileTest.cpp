@@ -1,8 +1,9 @@
 #include "common/source/source_utilities/uFile.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -11,8 +12,8 @@ namespace {
 
 class uFileTest : public testing::Test {
 protected:
-    test::TemporaryFolder folder;
-    std::string path = folder.path("file");
+    test_support::TemporaryFolder folder;
+    std::string path = folder.file("file");
 };
 
 TEST_F(uFileTest, ConstructorOpensNothing) {
@@ -55,7 +56,7 @@ TEST_F(uFileTest, AppendingKeepsWhatIsThere) {
 
 TEST_F(uFileTest, MissingFolderFails) {
     uFile file;
-    EXPECT_FALSE(file.open((folder.path("none") + "/file").c_str(), "w+"));
+    EXPECT_FALSE(file.open((folder.file("none") + "/file").c_str(), "w+"));
     EXPECT_FALSE(file.isOpen());
 }
 
@@ -75,7 +76,7 @@ TEST_F(uFileTest, OpeningAgainClosesTheFileBefore) {
     uFile file;
     ASSERT_TRUE(file.open(path.c_str(), "w+"));
     file.write("kept", 4);
-    ASSERT_TRUE(file.open(folder.path("other").c_str(), "w+"));
+    ASSERT_TRUE(file.open(folder.file("other").c_str(), "w+"));
     EXPECT_EQ(folder.read("file"), "kept");
 }
 

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,11 @@
 namespace VX_QRS {
 namespace {
 
-// A manager whose disk is as full as the test wants it.
+// Of uLogManager::open.
+constexpr bool separate = false;
+constexpr bool shared = true;
+
+// A manager whose free disk space the test sets.
 class Manager : public uLogManager {
 public:
     std::optional<std::uint64_t> freeBytes = 5120000;
@@ -29,20 +33,20 @@ protected:
 class uLogManagerTest : public testing::Test {
 protected:
     uLogManagerTest() : profile(uEnvironment::get("USERPROFILE")) {
-        uEnvironment::set("USERPROFILE", folder.path("home").c_str());
-        uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+        uEnvironment::set("USERPROFILE", folder.file("home").c_str());
+        uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
         setLevel("1");
     }
     ~uLogManagerTest() override { uEnvironment::set("USERPROFILE", profile.c_str()); }
 
     static void setLevel(const char* level) { uEnvironment::set("ORV_TEST_LEVEL", level); }
 
-    bool open(uLogManager& which, const char* name, bool shared = true) const {
-        return which.open(name, "ORV_TEST_LEVEL", "ORV_TEST_DIR", shared);
+    bool open(uLogManager& which, const char* name, bool isShared = shared) const {
+        return which.open(name, "ORV_TEST_LEVEL", "ORV_TEST_DIR", isShared);
     }
 
     std::string profile;
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     Manager manager;
 };
 
@@ -55,18 +59,18 @@ TEST_F(uLogManagerTest, StartsClosed) {
 TEST_F(uLogManagerTest, FirstLinesNameTheDirectories) {
     ASSERT_TRUE(open(manager, "log"));
     const std::string separator = uEnvironment::separator();
-    const std::string base = folder.path("home") + separator + ".VX-trace" + separator;
+    const std::string base = folder.file("home") + separator + ".VX-trace" + separator;
     const std::string text = folder.read("log");
     EXPECT_THAT(text, testing::StartsWith("M     "));
     EXPECT_THAT(text, testing::HasSubstr(" | Logger : trace user settings directory is " + base + "settings\n"));
     EXPECT_THAT(text, testing::EndsWith(" | Logger : trace temporary data directory is " + base + "data\n"));
     EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 2);
-    EXPECT_EQ(manager.getLogger()->getPath(), folder.path() + separator + "log");
+    EXPECT_EQ(manager.getLogger()->getPath(), folder.path.string() + separator + "log");
 }
 
 TEST_F(uLogManagerTest, NullNamesOpenNothing) {
     EXPECT_FALSE(open(manager, nullptr));
-    EXPECT_FALSE(manager.open("log", nullptr, "ORV_TEST_DIR", true));
+    EXPECT_FALSE(manager.open("log", nullptr, "ORV_TEST_DIR", shared));
     EXPECT_EQ(manager.getLogger(), nullptr);
     EXPECT_EQ(manager.getOpenCount(), 0U);
 }
@@ -120,7 +124,7 @@ TEST_F(uLogManagerTest, FullDiskGivesNoLog) {
     EXPECT_EQ(manager.getLogger(), nullptr);
     EXPECT_EQ(manager.getOpenCount(), 0U);
     EXPECT_FALSE(folder.has("log"));
-    EXPECT_EQ(manager.askedFor, folder.path());
+    EXPECT_EQ(manager.askedFor, folder.path.string());
     manager.freeBytes = 5120000;
     EXPECT_TRUE(open(manager, "log"));
 }
@@ -132,17 +136,17 @@ TEST_F(uLogManagerTest, UnknownFreeSpaceGivesNoLog) {
 }
 
 TEST_F(uLogManagerTest, DirectoryThatIsNotThereGivesNoLog) {
-    uEnvironment::set("ORV_TEST_DIR", folder.path("none").c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.file("none").c_str());
     uLogManager real;
     EXPECT_FALSE(open(real, "log"));
     EXPECT_FALSE(folder.has("none"));
-    uEnvironment::set("ORV_TEST_DIR", folder.path().c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.path.string().c_str());
     EXPECT_TRUE(open(real, "log"));
     EXPECT_TRUE(folder.has("log"));
 }
 
 TEST_F(uLogManagerTest, DirectoryIsCreatedWhereItsVolumeIsKnown) {
-    uEnvironment::set("ORV_TEST_DIR", folder.path("new").c_str());
+    uEnvironment::set("ORV_TEST_DIR", folder.file("new").c_str());
     ASSERT_TRUE(open(manager, "log"));
     EXPECT_TRUE(folder.has("new/log"));
 }
@@ -162,32 +166,32 @@ TEST_F(uLogManagerTest, KnownLogBecomesTheCurrentOneAgain) {
     ASSERT_TRUE(open(manager, "second"));
     EXPECT_NE(manager.getLogger(), first);
     EXPECT_EQ(manager.getOpenCount(), 2U);
-    manager.freeBytes = 0; // not asked for a log that is open
+    manager.freeBytes = 0; // not queried for an open log
     ASSERT_TRUE(open(manager, "first"));
     EXPECT_EQ(manager.getLogger(), first);
     EXPECT_EQ(manager.getOpenCount(), 2U);
 }
 
 TEST_F(uLogManagerTest, OpenWithoutSharingAlwaysMakesALog) {
-    ASSERT_TRUE(open(manager, "log", false));
+    ASSERT_TRUE(open(manager, "log", separate));
     EXPECT_FALSE(manager.isShared());
     uLogger* first = manager.getLogger();
-    ASSERT_TRUE(open(manager, "log", false));
+    ASSERT_TRUE(open(manager, "log", separate));
     EXPECT_NE(manager.getLogger(), first);
     EXPECT_EQ(manager.getOpenCount(), 2U);
-    ASSERT_TRUE(open(manager, "log", true));
+    ASSERT_TRUE(open(manager, "log", shared));
     EXPECT_EQ(manager.getOpenCount(), 3U);
-    ASSERT_TRUE(open(manager, "log", false)); // each call says so for itself
+    ASSERT_TRUE(open(manager, "log", separate)); // sharing is per call
     EXPECT_EQ(manager.getOpenCount(), 4U);
     EXPECT_FALSE(manager.isShared());
 }
 
 TEST_F(uLogManagerTest, WithoutADirectoryThePathIsTheBareName) {
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
-    ASSERT_TRUE(manager.open("bare", "ORV_TEST_LEVEL", nullptr, true));
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
+    ASSERT_TRUE(manager.open("bare", "ORV_TEST_LEVEL", nullptr, shared));
     EXPECT_EQ(manager.getLogger()->getPath(), "bare");
     EXPECT_TRUE(folder.has("bare"));
-    ASSERT_TRUE(manager.open("bare2", "ORV_TEST_LEVEL", "ORV_NO_SUCH_VARIABLE", true));
+    ASSERT_TRUE(manager.open("bare2", "ORV_TEST_LEVEL", "ORV_NO_SUCH_VARIABLE", shared));
     EXPECT_EQ(manager.getLogger()->getPath(), "bare2");
     manager.getLogger()->setEnabled(false);
 }

@@ -1,16 +1,20 @@
 #include "common/source/source_utilities/uLog.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/common/DigitsHidden.h"
-#include "tests/unit/common/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <sstream>
 #include <thread>
 #include <vector>
 
 namespace VX_QRS {
 namespace {
+
+constexpr bool truncate = false;
+constexpr bool append = true;
 
 using test::digitsHidden;
 using testing::EndsWith;
@@ -38,8 +42,8 @@ protected:
         return result;
     }
 
-    test::TemporaryFolder folder;
-    Listening logger{folder.path("log").c_str(), true};
+    test_support::TemporaryFolder folder;
+    Listening logger{folder.file("log").c_str(), true};
 };
 
 TEST_F(uLoggerTest, NoFileBeforeTheFirstLine) {
@@ -134,7 +138,7 @@ TEST_F(uLoggerTest, NothingIsLoggedWhenSwitchedOff) {
 TEST_F(uLoggerTest, SwitchingOffClosesTheFile) {
     logger.log(1, 0, "a");
     logger.setEnabled(false);
-    std::filesystem::remove(folder.path("log"));
+    std::filesystem::remove(folder.file("log"));
     logger.setEnabled(true);
     logger.log(1, 0, "b");
     EXPECT_EQ(folder.read("log"), "M      b\n") << "opened afresh";
@@ -153,21 +157,21 @@ TEST_F(uLoggerTest, ZeroMaskPassesNothing) {
 TEST_F(uLoggerTest, AppendsOrStartsAfresh) {
     logger.log(1, 0, "a");
     logger.setEnabled(false);
-    uLogger appending(folder.path("log").c_str(), true);
+    uLogger appending(folder.file("log").c_str(), append);
     appending.log(1, 0, "b");
     appending.setEnabled(false);
     EXPECT_EQ(lines().size(), 2U);
-    uLogger fresh(folder.path("log").c_str(), false);
+    uLogger fresh(folder.file("log").c_str(), truncate);
     fresh.log(1, 0, "c");
     EXPECT_EQ(lines(), (std::vector<std::string>{"M      c"}));
 }
 
 TEST_F(uLoggerTest, FailedOpenIsTriedAgainWithTheNextLine) {
-    Listening late((folder.path("later") + "/log").c_str(), true);
+    Listening late((folder.file("later") + "/log").c_str(), append);
     late.setToStdout(true);
     late.log(1, 0, "lost");
     EXPECT_EQ(late.console.size(), 1U) << "the other places get it all the same";
-    std::filesystem::create_directory(folder.path("later"));
+    std::filesystem::create_directory(folder.file("later"));
     late.log(1, 0, "kept");
     EXPECT_EQ(folder.read("later/log"), "M      kept\n");
 }
@@ -185,7 +189,7 @@ TEST_F(uLoggerTest, CopiesGoWhereTheFlagsSay) {
 }
 
 TEST_F(uLoggerTest, StandardOutputGetsTheLineAsItIs) {
-    uLogger plain(folder.path("log").c_str(), true);
+    uLogger plain(folder.file("log").c_str(), append);
     plain.setToStdout(true);
     plain.setToDebugger(true);
     testing::internal::CaptureStdout();
@@ -218,7 +222,7 @@ TEST_F(uLoggerTest, LinesOfManyThreadsStayWhole) {
 }
 
 TEST_F(uLoggerTest, TwoLogsOfTwoThreadsDoNotDisturbEachOther) {
-    uLogger other(folder.path("other").c_str(), true);
+    uLogger other(folder.file("other").c_str(), append);
     std::thread thread([&] {
         for (int i = 0; i < 300; ++i) {
             other.log(1, 3, "b");

@@ -24,7 +24,7 @@ TEST(uMutex, UnlockingWhatIsNotLockedIsRefused) {
     EXPECT_TRUE(mutex.unlock());
 }
 
-TEST(uMutex, TellsTheCallingThreadHowOftenItHoldsTheLock) {
+TEST(uMutex, DepthIsThatOfTheCallingThread) {
     uMutex mutex;
     EXPECT_EQ(mutex.levels(), 0);
     mutex.lock();

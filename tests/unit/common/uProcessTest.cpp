@@ -1,7 +1,7 @@
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ protected:
         child = uEnvironment::startProcess(name, (report() + " " + arguments).c_str(), mode);
     }
 
-    std::string report() const { return folder.path("report"); }
+    std::string report() const { return folder.file("report"); }
 
     void awaitReport() const {
         while (!folder.has("report")) {
@@ -41,7 +41,7 @@ protected:
         }
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
     std::uint32_t child = 0;
 };
 
@@ -49,7 +49,7 @@ TEST_F(uProcessTest, StartsABareNameFromTheCurrentDirectoryWithItsArguments) {
     start("0 one  two \"with blank\" \"\" end");
     ASSERT_NE(child, 0U);
     awaitReport();
-    awaitEnd(); // a file that has only just been renamed cannot always be opened at once
+    awaitEnd(); // a newly renamed file cannot always be opened at once
     EXPECT_EQ(folder.read("report"), "one\ntwo\nwith blank\n\nend\n");
     awaitEnd();
     EXPECT_EQ(uEnvironment::findProcess(childName, child), 0U);
@@ -123,7 +123,7 @@ TEST_F(uProcessTest, NothingOpenIsInherited) {
     ASSERT_NE(child, 0U);
     awaitReport();
     EXPECT_EQ(folder.read("report"), "");
-    // With a copy of the listener in the child the port would still be answered.
+    // With a copy of the listener in the child the port would still accept connections.
     const std::uint16_t port = server.localPort();
     server.close();
     uSocket client;

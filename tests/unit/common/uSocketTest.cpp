@@ -80,7 +80,7 @@ TEST_F(uSocketTest, OrderlyEndOfThePeerIsAReadOfNothing) {
 }
 
 TEST_F(uSocketTest, ResetByThePeerIsALostConnection) {
-    // What lies unread when an end closes makes it reset the connection.
+    // Closing with unread data resets the connection.
     ASSERT_EQ(client.write("unread", 6, 0, count), uSocket::done);
     ASSERT_TRUE(accepted->waitReadable(-1));
     accepted->close();
@@ -93,7 +93,7 @@ TEST_F(uSocketTest, WritingToALostPeerEndsInStatusFiveAndNoSignal) {
     accepted->close();
     const std::vector<char> block(4096);
     int status = uSocket::done;
-    // The first writes may still be taken.
+    // The first writes may still succeed.
     for (int i = 0; i < 100000 && status == uSocket::done; ++i) {
         status = client.write(block.data(), 4096, 0, count);
     }
@@ -103,7 +103,7 @@ TEST_F(uSocketTest, WritingToALostPeerEndsInStatusFiveAndNoSignal) {
     EXPECT_EQ(client.write(block.data(), 4096, 0, count), uSocket::connectionGone) << client.lastError();
 }
 
-TEST_F(uSocketTest, WaitReadableTellsDataAndConnections) {
+TEST_F(uSocketTest, WaitReadableReportsDataAndConnections) {
     EXPECT_FALSE(accepted->waitReadable(0));
     uStopwatch watch;
     EXPECT_FALSE(accepted->waitReadable(30));
@@ -151,7 +151,7 @@ TEST_F(uSocketTest, PortOfAListenerIsTaken) {
 
 TEST_F(uSocketTest, PortOfAnEndedListenerMayBeTakenAgain) {
     const std::uint16_t port = server.localPort();
-    accepted->close(); // this end closes first and so keeps the port in its dying connection
+    accepted->close(); // this end closes first, so its closing connection keeps the port
     client.close();
     server.close();
     uSocket other;

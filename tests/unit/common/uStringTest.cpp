@@ -1,5 +1,5 @@
 #include "common/source/source_utilities/uString.h"
-#include "tests/unit/common/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,15 @@
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+// Arguments of uString's functions.
+constexpr bool replace = false;
+constexpr bool append = true;
+constexpr bool word = false;
+constexpr bool symbol = true;
+constexpr bool decimalNames = false;
+constexpr bool iec = true;
+
+using test_support::failureText;
 
 TEST(uStringToNumber, FirstCharactersChooseTheBase) {
     EXPECT_EQ(uString::toNumber<int>("0x10"), 16);
@@ -121,19 +129,19 @@ TEST(uStringToText, DefaultFormats) {
 TEST(uStringToText, UnsignedValuesShowAsDecimalOfTheSameBits) {
     std::string text;
     EXPECT_STREQ(uString::toText(0xFFFFFFFFU, text), "-1");
-    EXPECT_STREQ(uString::toText(0xFFFFFFFFU, text, false, "%u"), "4294967295");
+    EXPECT_STREQ(uString::toText(0xFFFFFFFFU, text, replace, "%u"), "4294967295");
 }
 
 TEST(uStringToText, AppendsOnRequestAndTakesAFormat) {
     std::string text = "a=";
-    EXPECT_STREQ(uString::toText(255, text, true, "0x%04X"), "a=0x00FF");
-    EXPECT_STREQ(uString::toText(2.0, text, true, ";%.1f"), "a=0x00FF;2.0");
-    EXPECT_STREQ(uString::toText(std::uint64_t{1} << 40U, text, false, "%llx"), "10000000000");
+    EXPECT_STREQ(uString::toText(255, text, append, "0x%04X"), "a=0x00FF");
+    EXPECT_STREQ(uString::toText(2.0, text, append, ";%.1f"), "a=0x00FF;2.0");
+    EXPECT_STREQ(uString::toText(std::uint64_t{1} << 40U, text, replace, "%llx"), "10000000000");
 }
 
 TEST(uStringToText, ResultIsCutAtItsBuffer) {
     std::string text;
-    uString::toText(1, text, false, "%2000d");
+    uString::toText(1, text, replace, "%2000d");
     EXPECT_EQ(text, std::string(1023, ' '));
 }
 
@@ -165,13 +173,13 @@ TEST(uStringPrefixDecimal, EveryLineOfTheTable) {
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const PrefixCase& expected = cases[i];
         std::string prefix;
-        EXPECT_EQ(uString::prefixDecimal(expected.value, false, prefix), expected.scale);
+        EXPECT_EQ(uString::prefixDecimal(expected.value, word, prefix), expected.scale);
         EXPECT_EQ(prefix, expected.word);
-        EXPECT_EQ(uString::prefixDecimal(expected.value * 999.0, true, prefix), expected.scale);
+        EXPECT_EQ(uString::prefixDecimal(expected.value * 999.0, symbol, prefix), expected.scale);
         EXPECT_EQ(prefix, expected.symbol);
         if (i + 1 < cases.size()) {
-            // Just below a threshold the next line holds.
-            EXPECT_EQ(uString::prefixDecimal(std::nextafter(expected.value, 0.0), true, prefix), cases[i + 1].scale);
+            // Just below a threshold the next entry applies.
+            EXPECT_EQ(uString::prefixDecimal(std::nextafter(expected.value, 0.0), symbol, prefix), cases[i + 1].scale);
             EXPECT_EQ(prefix, cases[i + 1].symbol);
         }
     }
@@ -179,16 +187,16 @@ TEST(uStringPrefixDecimal, EveryLineOfTheTable) {
 
 TEST(uStringPrefixDecimal, ThresholdIsReachedAtTheValueItself) {
     std::string prefix;
-    EXPECT_EQ(uString::prefixDecimal(1000, false, prefix), 1000.0);
+    EXPECT_EQ(uString::prefixDecimal(1000, word, prefix), 1000.0);
     EXPECT_EQ(prefix, "kilo");
-    EXPECT_EQ(uString::prefixDecimal(999.9, false, prefix), 1.0);
+    EXPECT_EQ(uString::prefixDecimal(999.9, word, prefix), 1.0);
     EXPECT_EQ(prefix, "");
 }
 
 TEST(uStringPrefixDecimal, ZeroNegativeAndNoNumberFallToTheLastLine) {
     for (const double value : {0.0, -5.0, 1e-30, std::nan("")}) {
         const char* prefix = nullptr;
-        EXPECT_EQ(uString::prefixDecimal(value, false, prefix), 1e-24);
+        EXPECT_EQ(uString::prefixDecimal(value, word, prefix), 1e-24);
         EXPECT_STREQ(prefix, "yocto");
     }
 }
@@ -202,13 +210,13 @@ TEST(uStringPrefixBinary, EveryPowerWithEachKindOfName) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         scale *= 1024;
         std::string prefix;
-        EXPECT_EQ(uString::prefixBinary(scale, false, true, prefix), scale);
+        EXPECT_EQ(uString::prefixBinary(scale, word, iec, prefix), scale);
         EXPECT_EQ(prefix, words[i]);
-        EXPECT_EQ(uString::prefixBinary(scale * 1023, true, true, prefix), scale);
+        EXPECT_EQ(uString::prefixBinary(scale * 1023, symbol, iec, prefix), scale);
         EXPECT_EQ(prefix, symbols[i]);
-        EXPECT_EQ(uString::prefixBinary(scale, false, false, prefix), scale);
+        EXPECT_EQ(uString::prefixBinary(scale, word, decimalNames, prefix), scale);
         EXPECT_EQ(prefix, decimalWords[i]);
-        EXPECT_EQ(uString::prefixBinary(scale, true, false, prefix), scale);
+        EXPECT_EQ(uString::prefixBinary(scale, symbol, decimalNames, prefix), scale);
         EXPECT_EQ(prefix, decimalSymbols[i]);
     }
 }
@@ -216,19 +224,19 @@ TEST(uStringPrefixBinary, EveryPowerWithEachKindOfName) {
 TEST(uStringPrefixBinary, NoPrefixBelow1024) {
     for (const double value : {1023.0, 1.0, 0.001, 0.0, -4096.0}) {
         std::string prefix = "old";
-        EXPECT_EQ(uString::prefixBinary(value, true, false, prefix), 1.0);
+        EXPECT_EQ(uString::prefixBinary(value, symbol, decimalNames, prefix), 1.0);
         EXPECT_EQ(prefix, "");
     }
     const char* prefix = nullptr;
-    EXPECT_EQ(uString::prefixBinary(2048, true, false, prefix), 1024.0);
+    EXPECT_EQ(uString::prefixBinary(2048, symbol, decimalNames, prefix), 1024.0);
     EXPECT_STREQ(prefix, "k");
 }
 
 TEST(uStringToTextWithPrefix, ScalesFormatsAndNames) {
     std::string text;
-    EXPECT_STREQ(uString::toTextWithPrefix(25e6, text, true, false, "%3.2f "), "25.00 M");
-    EXPECT_STREQ(uString::toTextWithPrefix(1500, text, false), "1.500000kilo");
-    EXPECT_STREQ(uString::toTextWithPrefix(2e-9, text, true, true, " / %.0f "), "1.500000kilo / 2 n");
+    EXPECT_STREQ(uString::toTextWithPrefix(25e6, text, symbol, replace, "%3.2f "), "25.00 M");
+    EXPECT_STREQ(uString::toTextWithPrefix(1500, text, word), "1.500000kilo");
+    EXPECT_STREQ(uString::toTextWithPrefix(2e-9, text, symbol, append, " / %.0f "), "1.500000kilo / 2 n");
 }
 
 TEST(uStringTrim, RemovesTheSetFromOneEnd) {

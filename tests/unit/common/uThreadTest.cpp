@@ -78,7 +78,7 @@ TEST(uThread, NullRunnableEndsAtOnce) {
 }
 
 TEST(uThread, WaitingOnItselfIsRefused) {
-    // Often, since the thread may ask before or after its start has returned.
+    // Repeated, since the thread may query before or after its start has returned.
     for (int i = 0; i < 300; ++i) {
         uThread* self = nullptr;
         bool waited = true;
@@ -123,7 +123,7 @@ TEST(uThread, DestructorDoesNotWait) {
 TEST(uThread, PriorityAndStackSizeAreAccepted) {
     std::atomic<bool> deep{false};
     Body body([&] {
-        volatile char room[12000000]; // more than any platform gives by itself
+        volatile char room[12000000]; // more than any platform's default
         room[0] = 1;
         room[sizeof room - 1] = 1;
         deep = room[0] == room[sizeof room - 1];
@@ -142,7 +142,7 @@ TEST(uThread, PriorityAndStackSizeAreAccepted) {
 }
 
 TEST(uThread, PriorityReachesTheThread) {
-    for (const std::int32_t wanted : {0, -15}) { // the latter is the platform's least
+    for (const std::int32_t wanted : {0, -15}) { // the latter is the platform's lowest
         const int expected = wanted == 0 ? test::ownPriority() : wanted;
         std::atomic<int> seen{99};
         Body body([&] { seen = test::ownPriority(); });
@@ -155,7 +155,7 @@ TEST(uThread, PriorityReachesTheThread) {
 
 TEST(uThread, SleepLastsAtLeastAsLongAsAskedAndNotTwice) {
     double shortest = 1e9;
-    // A busy machine may wake a sleeper late, though not every time.
+    // A busy machine may end a sleep late, though not every time.
     for (int i = 0; i < 20 && shortest >= 0.06; ++i) {
         uStopwatch watch;
         uThread::sleep(30);

@@ -41,7 +41,7 @@ TEST(uTime, BeforeTheFirstTimeThereIsOnlyAWord) {
     EXPECT_STREQ(uTime::format(small.data(), 5, "%H"), "Inva");
 }
 
-TEST(uTime, TellsTheLocalTime) {
+TEST(uTime, HasTheLocalTime) {
     const std::time_t before = std::time(nullptr);
     const uTime now;
     const std::time_t after = std::time(nullptr);
@@ -60,7 +60,7 @@ TEST(uTime, TellsTheLocalTime) {
 }
 
 TEST(uTime, MillisecondsWithAndWithoutLeadingZeros) {
-    // Until one comes along that tells the two apart.
+    // Until a time distinguishes the two formats.
     for (int i = 0; i < 100000; ++i) {
         const uTime now;
         const std::string text = format("%s %#s %s");

@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "common/source/source_utilities/uTimer.h"
-#include "tests/unit/common/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 
 class Action final : public uTimer::Callable {
 public:
@@ -49,7 +49,7 @@ TEST(uTimer, RepeatCountOfZeroNeverFires) {
     timer.setPollingInterval(0.001);
     timer.registerCallable(&action, 0.0, 0);
     ASSERT_TRUE(timer.start());
-    timer.wait(); // an entry that never fires does not keep the timer going
+    timer.wait(); // an entry that never fires does not keep the timer running
     EXPECT_EQ(action.calls, 0U);
     EXPECT_EQ(timer.size(), 1U);
 }
@@ -205,7 +205,7 @@ TEST(uTimer, StopFromACallableEndsItWithoutADeadlock) {
 
 TEST(uTimer, StopDoesNotWaitForTheRestOfALongInterval) {
     uTimer timer;
-    timer.setPollingInterval(3600.0); // a stop that waited for it would run into the time limit of the test
+    timer.setPollingInterval(3600.0); // a stop that waited for it would exceed the time limit of the test
     ASSERT_TRUE(timer.start());
     timer.stop();
     EXPECT_EQ(timer.size(), 0U);

@@ -1,4 +1,4 @@
-// A packet buffer when memory runs out. The linker puts the functions here in front of the C library's.
+// A packet buffer without memory. The linker replaces the C library's functions with those here.
 
 #include "link/PacketBuffer.h"
 
@@ -15,7 +15,7 @@ namespace {
 
 std::size_t largestGranted = std::numeric_limits<std::size_t>::max();
 
-/// Blocks of more than `size` bytes are refused while this lives.
+/// While it lives, blocks of more than `size` bytes are refused.
 class Granting {
 public:
     explicit Granting(std::size_t size) { largestGranted = size; }
@@ -70,7 +70,7 @@ TEST(PacketBufferWithoutMemory, TakesWhatItNeedsWhenThereIsNoMore) {
     PacketBuffer buffer;
     ASSERT_TRUE(buffer.create(64));
     ASSERT_TRUE(buffer.appendEscaped("ab", 2));
-    // 2 bytes, 70 more and 1; and one behind the capacity for the closing NUL.
+    // 2 bytes, 70 more and 1; and one past the capacity for the closing NUL.
     const Granting justThat(74);
     EXPECT_TRUE(buffer.ensureSpace(70));
     EXPECT_EQ(buffer.capacity, 73u);

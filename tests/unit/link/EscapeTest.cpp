@@ -13,7 +13,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Byte by byte, as one would write it down first.
+// The simple implementation, byte by byte.
 Bytes escapedSlowly(const Bytes& plain) {
     Bytes raw;
     for (const std::uint8_t byte : plain) {
@@ -38,7 +38,7 @@ struct Result {
     std::size_t used;
 };
 
-// Storage is made to measure, so that a sanitizer sees each byte too many.
+// Storage has exactly the size needed, so that a sanitizer reports each byte beyond it.
 Result unescaped(const Bytes& raw, std::size_t wanted) {
     const Bytes in(raw.begin(), raw.end());
     Bytes out(wanted);
@@ -112,7 +112,7 @@ TEST(Escape, RandomBytesMatchTheByteByByteReference) {
     }
 }
 
-TEST(Escape, NothingIsWrittenBehindTheResult) {
+TEST(Escape, NothingIsWrittenPastTheResult) {
     std::mt19937 generator(7);
     for (int round = 0; round < 2000; ++round) {
         const Bytes plain = randomBytes(generator, generator() % 100, round % 2 == 0);
@@ -170,7 +170,7 @@ std::uint8_t drawn(std::mt19937& generator, Mix mix) {
     return static_cast<std::uint8_t>(number);
 }
 
-// Bytes that begin `shift` bytes behind where storage begins, and end where it ends.
+// Bytes that begin `shift` bytes after the start of the storage and end with it.
 struct Shifted {
     Shifted(const Bytes& bytes, std::size_t shift) : storage(shift), at(shift) {
         storage.insert(storage.end(), bytes.begin(), bytes.end());
@@ -239,7 +239,7 @@ TEST(Escape, LongStretchesWithAndWithoutEscapesFollowEachOther) {
     }
 }
 
-// No encoder writes an escape byte behind an escape, but whatever comes has one meaning.
+// No encoder writes an escape byte after an escape, but both implementations have to agree on it.
 TEST(Unescape, EscapeBytesInARowMatchTheReferenceWhereverTheyStand) {
     for (std::size_t row = 1; row <= 70; ++row) {
         for (std::size_t at = 0; at < 140; ++at) {

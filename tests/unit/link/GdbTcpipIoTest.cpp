@@ -21,7 +21,7 @@ std::uint32_t freePort() {
     return probe.localPort();
 }
 
-// A listening end and a connected one, both of the class under test.
+// A listening and a connected end, both of the class under test.
 class GdbTcpipIoTest : public ::testing::Test {
 protected:
     GdbTcpipIoTest() : portNumber(freePort()), server(portNumber), client(portNumber) {}
@@ -134,7 +134,7 @@ TEST_F(GdbTcpipIoTest, AReadTakesNoMoreThanItAskedFor) {
     EXPECT_EQ(receive(client, IoOk), "cdef");
 }
 
-TEST_F(GdbTcpipIoTest, NobodyToAcceptTimesOut) {
+TEST_F(GdbTcpipIoTest, AcceptingWithoutAPeerTimesOut) {
     ASSERT_EQ(server.listenOn(), IoOk);
     EXPECT_EQ(server.acceptClient(20), IoTimeout);
 }
@@ -199,7 +199,7 @@ TEST_F(GdbTcpipIoTest, SendingToAPeerThatIsGoneDisconnectsInTheEnd) {
     server.closeClient();
     std::uint32_t count = 0;
     std::uint32_t result = IoOk;
-    // The first bytes may still go out: the peer's refusal of them is what tells.
+    // The first bytes may still be sent: the peer's reset reports the failure.
     for (int i = 0; i < 2000 && result == IoOk; ++i) {
         result = client.send("x", 1, count);
         if (result == IoOk) {
@@ -219,7 +219,7 @@ TEST_F(GdbTcpipIoTest, ANullBufferIsAFailureThatKeepsTheConnection) {
     EXPECT_EQ(client.send("x", 1, count), IoOk);
 }
 
-TEST_F(GdbTcpipIoTest, ConnectingToNobodyFailsAndMayBeTriedAgain) {
+TEST_F(GdbTcpipIoTest, ConnectingToAClosedPortFailsAndMayBeRetried) {
     EXPECT_EQ(client.connectTo("127.0.0.1"), IoFailed);
     EXPECT_STREQ(client.peerName(), "");
     EXPECT_EQ(client.waitWritable(0), IoOk) << "the socket object stays in place";
@@ -264,9 +264,9 @@ TEST(GdbTcpipIoPeer, ThePeersNameEndsInThePortsLowByteWhateverThatIs) {
     }
 }
 
-TEST_F(GdbTcpipIoTest, AnAcceptedPeerTakesThePlaceOfASocketThatDidNotConnect) {
+TEST_F(GdbTcpipIoTest, AnAcceptedPeerReplacesASocketThatDidNotConnect) {
     EXPECT_EQ(server.connectTo("127.0.0.1"), IoFailed);
-    pair(); // a build that watches memory sees whether the first socket is freed
+    pair(); // a sanitized build reports a first socket that is not freed
     std::uint32_t count = 0;
     EXPECT_EQ(client.send("x", 1, count), IoOk);
     ASSERT_EQ(server.waitReadable(patience), IoOk);

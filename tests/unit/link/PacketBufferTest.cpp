@@ -10,6 +10,10 @@ using namespace MPX_GDB_AGENT;
 
 namespace {
 
+// Of PacketBuffer::startsWith.
+constexpr bool keep = false;
+constexpr bool consume = true;
+
 class PacketBufferTest : public ::testing::Test {
 protected:
     PacketBufferTest() { EXPECT_TRUE(buffer.create(16)); }
@@ -70,7 +74,7 @@ TEST(PacketBuffer, ReserveWithoutStorageAllocates) {
 
 TEST_F(PacketBufferTest, ClearZeroesTheWholeCapacity) {
     append("0123456789abcdef");
-    buffer.startsWith("0", 1, true);
+    buffer.startsWith("0", 1, consume);
     buffer.clear();
     EXPECT_EQ(buffer.offset, 0u);
     EXPECT_EQ(buffer.length, 0u);
@@ -84,9 +88,9 @@ TEST(PacketBuffer, ClearWithoutStorageIsHarmless) {
     EXPECT_EQ(buffer.length, 0u);
 }
 
-TEST_F(PacketBufferTest, SpaceThatFitsBehindTheDataMovesNothing) {
+TEST_F(PacketBufferTest, SpaceThatFitsAfterTheDataMovesNothing) {
     append("abcdef");
-    buffer.startsWith("ab", 2, true);
+    buffer.startsWith("ab", 2, consume);
     ASSERT_TRUE(buffer.ensureSpace(10));
     EXPECT_EQ(buffer.offset, 2u);
     EXPECT_EQ(buffer.capacity, 16u);
@@ -94,7 +98,7 @@ TEST_F(PacketBufferTest, SpaceThatFitsBehindTheDataMovesNothing) {
 
 TEST_F(PacketBufferTest, SpaceThatFitsOnlyWithoutTheOffsetMovesTheDataToTheStart) {
     append("abcdef");
-    buffer.startsWith("ab", 2, true);
+    buffer.startsWith("ab", 2, consume);
     ASSERT_TRUE(buffer.ensureSpace(11));
     EXPECT_EQ(buffer.offset, 0u);
     EXPECT_EQ(buffer.capacity, 16u);
@@ -104,15 +108,15 @@ TEST_F(PacketBufferTest, SpaceThatFitsOnlyWithoutTheOffsetMovesTheDataToTheStart
 
 TEST_F(PacketBufferTest, SpaceBeyondTheRoomGivesTheCapacityOfDataCountAndOne) {
     append("abcdef");
-    buffer.startsWith("ab", 2, true);
+    buffer.startsWith("ab", 2, consume);
     ASSERT_TRUE(buffer.ensureSpace(13));
     EXPECT_EQ(buffer.capacity, 4u + 13u + 1u);
     EXPECT_EQ(buffer.offset, 0u);
     EXPECT_EQ(unread(), "cdef");
     EXPECT_TRUE(zeroBehindData());
-    // The block is larger than it tells by now; the capacity goes by the same rule all the same.
+    // The block is larger than the capacity by now; the capacity follows the same rule anyway.
     append(std::string(14, 'x'));
-    buffer.startsWith("cde", 3, true);
+    buffer.startsWith("cde", 3, consume);
     ASSERT_TRUE(buffer.ensureSpace(4));
     EXPECT_EQ(buffer.capacity, 15u + 4u + 1u);
     EXPECT_EQ(buffer.offset, 0u);
@@ -130,7 +134,7 @@ TEST_F(PacketBufferTest, GrowingStepByStepKeepsAllBytesAndZeroesTheRest) {
         ASSERT_LE(buffer.offset + buffer.length, buffer.capacity);
         ASSERT_TRUE(zeroBehindData()) << i;
         if (i % 11 == 0) {
-            buffer.startsWith(all.data(), 5, true);
+            buffer.startsWith(all.data(), 5, consume);
             all.erase(0, 5);
         }
     }
@@ -186,14 +190,14 @@ TEST_F(PacketBufferTest, ChecksumIsTwoLowerCaseDigitsHighFirst) {
 
 TEST_F(PacketBufferTest, StartsWithComparesAndConsumesOnlyAMatch) {
     append("$cbxyz");
-    EXPECT_TRUE(buffer.startsWith("$cb", 3, false));
+    EXPECT_TRUE(buffer.startsWith("$cb", 3, keep));
     EXPECT_EQ(unread(), "$cbxyz");
-    EXPECT_FALSE(buffer.startsWith("$OK", 3, true));
+    EXPECT_FALSE(buffer.startsWith("$OK", 3, consume));
     EXPECT_EQ(unread(), "$cbxyz");
-    EXPECT_TRUE(buffer.startsWith("$cb", 3, true));
+    EXPECT_TRUE(buffer.startsWith("$cb", 3, consume));
     EXPECT_EQ(unread(), "xyz");
     EXPECT_EQ(buffer.offset, 3u);
-    EXPECT_FALSE(buffer.startsWith("xyz1", 4, true)) << "fewer bytes than asked for";
+    EXPECT_FALSE(buffer.startsWith("xyz1", 4, consume)) << "fewer bytes than asked for";
 }
 
 TEST_F(PacketBufferTest, FindByteGivesTheFirstUnreadOne) {
@@ -201,7 +205,7 @@ TEST_F(PacketBufferTest, FindByteGivesTheFirstUnreadOne) {
     std::uint32_t index = 99;
     EXPECT_TRUE(buffer.findByte('#', index));
     EXPECT_EQ(index, 0u);
-    buffer.startsWith("#", 1, true);
+    buffer.startsWith("#", 1, consume);
     EXPECT_TRUE(buffer.findByte('#', index));
     EXPECT_EQ(index, 1u);
     EXPECT_TRUE(buffer.findByte('#', index, 2));
@@ -212,9 +216,9 @@ TEST_F(PacketBufferTest, FindByteGivesTheFirstUnreadOne) {
     EXPECT_EQ(index, 3u);
 }
 
-TEST_F(PacketBufferTest, PeekAtTheLengthReadsTheByteBehindTheData) {
+TEST_F(PacketBufferTest, PeekAtTheLengthReadsTheBytePastTheData) {
     append("abc");
-    buffer.startsWith("a", 1, true);
+    buffer.startsWith("a", 1, consume);
     std::uint8_t value = 1;
     EXPECT_TRUE(buffer.peekByte(1, value));
     EXPECT_EQ(value, 'c');
@@ -225,7 +229,7 @@ TEST_F(PacketBufferTest, PeekAtTheLengthReadsTheByteBehindTheData) {
     EXPECT_EQ(value, 1);
 }
 
-TEST_F(PacketBufferTest, PeekBehindAFullStorageStaysInsideTheBlock) {
+TEST_F(PacketBufferTest, PeekPastAFullStorageStaysInsideTheBlock) {
     append("0123456789abcdef");
     ASSERT_EQ(buffer.length, buffer.capacity);
     std::uint8_t value = 1;
@@ -243,9 +247,9 @@ TEST(PacketBuffer, PeekWithoutStorageIsRefused) {
     EXPECT_EQ(buffer.storage, nullptr);
 }
 
-TEST_F(PacketBufferTest, DropMovesTheRestToTheStartAndZeroesBehindIt) {
+TEST_F(PacketBufferTest, DropMovesTheRestToTheStartAndZeroesTheTail) {
     append("0123456789");
-    buffer.startsWith("01", 2, true);
+    buffer.startsWith("01", 2, consume);
     buffer.drop(3);
     EXPECT_EQ(unread(), "56789");
     EXPECT_EQ(buffer.offset, 0u);
@@ -254,7 +258,7 @@ TEST_F(PacketBufferTest, DropMovesTheRestToTheStartAndZeroesBehindIt) {
 
 TEST_F(PacketBufferTest, DroppingMoreThanThereIsEmptiesTheBuffer) {
     append("0123");
-    buffer.startsWith("0", 1, true);
+    buffer.startsWith("0", 1, consume);
     buffer.drop(50);
     EXPECT_EQ(buffer.length, 0u);
     EXPECT_EQ(buffer.offset, 0u);
@@ -262,7 +266,7 @@ TEST_F(PacketBufferTest, DroppingMoreThanThereIsEmptiesTheBuffer) {
 
 TEST_F(PacketBufferTest, DroppingNothingStillMovesToTheStart) {
     append("0123");
-    buffer.startsWith("0", 1, true);
+    buffer.startsWith("0", 1, consume);
     buffer.drop(0);
     EXPECT_EQ(unread(), "123");
     EXPECT_EQ(buffer.offset, 0u);
@@ -284,7 +288,7 @@ TEST_F(PacketBufferTest, DecodeOfTooManyGivesWhatThereIs) {
     EXPECT_EQ(decode(5, 0), "");
 }
 
-TEST_F(PacketBufferTest, ALastEscapeByteCombinesWithTheNulBehindTheData) {
+TEST_F(PacketBufferTest, ALastEscapeByteCombinesWithTheNulPastTheData) {
     append("a}");
     buffer.terminate();
     EXPECT_EQ(decode(5, 2), "a ");

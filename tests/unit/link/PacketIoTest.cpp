@@ -12,6 +12,9 @@ using namespace MPX_GDB_AGENT;
 
 namespace {
 
+// Of PacketBuffer::startsWith.
+constexpr bool consume = true;
+
 class PacketIoTest : public ::testing::Test {
 protected:
     PacketIoTest() { EXPECT_TRUE(buffer.create(9)); }
@@ -57,7 +60,7 @@ TEST_F(PacketIoTest, WritingAFullBufferKeepsToItsStorage) {
     EXPECT_EQ(writePacket(link, buffer), IoOk);
 }
 
-TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt) {
+TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndAppendsANul) {
     script->give("0123456789");
     EXPECT_EQ(readPacket(link, buffer, 8, 1000), IoOk);
     EXPECT_EQ(unread(), "01234567");
@@ -69,7 +72,7 @@ TEST_F(PacketIoTest, ReadingTakesAtMostAChunkAndPutsANulBehindIt) {
     EXPECT_EQ(buffer.capacity, 8u + 9u + 1u);
 }
 
-TEST_F(PacketIoTest, TheNulStandsWhereBytesOfAnEarlierPacketStood) {
+TEST_F(PacketIoTest, TheNulOverwritesBytesOfAnEarlierPacket) {
     const auto leaveOldBytes = [this] {
         buffer.clear();
         for (const char c : std::string("01234567")) {
@@ -96,7 +99,7 @@ TEST_F(PacketIoTest, TheNulStandsWhereBytesOfAnEarlierPacketStood) {
 TEST_F(PacketIoTest, TwoRepliesInOneReadLeaveTheSecondAtTheStart) {
     script->give("$OK#00$OK}\x03#00");
     EXPECT_EQ(readPacket(link, buffer, 100, 1000), IoOk);
-    EXPECT_TRUE(buffer.startsWith("$OK", 3, true));
+    EXPECT_TRUE(buffer.startsWith("$OK", 3, consume));
     buffer.drop(3);
     EXPECT_EQ(buffer.offset, 0u);
     EXPECT_EQ(unread(), "$OK}\x03#00");

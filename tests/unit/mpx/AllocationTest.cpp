@@ -2,11 +2,13 @@
 
 #include "link/GdbTcpipIo.h"
 #include "mpx/MpxEcomServer/Scratch.h"
+#include "tests/support/allocation/MemoryShortage.h"
 #include "tests/support/scripted_server/ScriptedServer.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
-#include "tests/unit/mpx/RefusingAllocator.h"
 
 #include <new>
+
+using test_support::RefusedSizes;
 
 namespace {
 class ProxyAllocation : public ProxyOverScript {};
@@ -18,7 +20,7 @@ TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes) {
     const std::string tail = "$cb" + frames::word(7778) + frames::word(100001);
     {
         const std::string raw = frames::reply({}, frames::dataRecord(payload));
-        const Refusing refusing(100008, 100008); // rounded up to a multiple of 8
+        const RefusedSizes refusing(100008, 100008); // rounded up to a multiple of 8
         EXPECT_EQ(startAnswered(raw), "internal error allocating buffer");
         EXPECT_TRUE(refusing.hasRefused());
     }
@@ -29,7 +31,7 @@ TEST_F(ProxyAllocation, ARecordThatFindsNoMemoryAndTheNextOneThatDoes) {
 
 TEST_F(ProxyAllocation, TheSecondTextOfARecordThatFindsNoMemory) {
     openChannel();
-    const Refusing refusing(50008, 50008); // with its NUL, rounded up
+    const RefusedSizes refusing(50008, 50008); // with its NUL, rounded up
     EXPECT_EQ(startAnswered(frames::reply({}, frames::errorRecord(1, "first", std::string(50001, 'x')))),
               "internal error allocating buffer");
     EXPECT_TRUE(refusing.hasRefused());
@@ -38,7 +40,7 @@ TEST_F(ProxyAllocation, TheSecondTextOfARecordThatFindsNoMemory) {
 
 TEST_F(ProxyAllocation, ASizeThatIsOnlyClaimedCostsNoMemory) {
     openChannel();
-    const Refusing refusing(0x100000, static_cast<std::size_t>(-1));
+    const RefusedSizes refusing(0x100000, static_cast<std::size_t>(-1));
     for (const std::uint32_t size : {0xFFFFFFFFu, 0x7FFFFFFFu, 0x100000u}) {
         EXPECT_EQ(startAnswered("$cb" + frames::word(7778) + frames::word(size) + "#00"),
                   "invalid rsp callback responseinvalid rsp response");
@@ -53,7 +55,7 @@ TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds) {
     scratch.ensure(10);
     EXPECT_EQ(scratch.size(), 10u);
     {
-        const Refusing refusing(5000, 6000);
+        const RefusedSizes refusing(5000, 6000);
         EXPECT_THROW(scratch.ensure(5001), std::runtime_error);
         EXPECT_TRUE(refusing.hasRefused());
     }
@@ -67,12 +69,12 @@ TEST(Scratch, AFailedGrowthLeavesNoStorageAndTheNextSucceeds) {
 TEST(Scratch, BlocksAreRoundedUpToAMultipleOfEightAndTheSizeIsNot) {
     for (const std::size_t needed : {4001u, 4007u, 4008u}) {
         VX_QRS::ORV::Scratch scratch;
-        const Refusing refusing(4008, 4008);
+        const RefusedSizes refusing(4008, 4008);
         EXPECT_THROW(scratch.ensure(needed), std::runtime_error) << needed;
     }
     for (const std::size_t needed : {4000u, 4009u}) {
         VX_QRS::ORV::Scratch scratch;
-        const Refusing refusing(4001, 4015);
+        const RefusedSizes refusing(4001, 4015);
         scratch.ensure(needed);
         EXPECT_EQ(scratch.size(), needed);
         EXPECT_FALSE(refusing.hasRefused());
@@ -100,7 +102,7 @@ TEST(Scratch, SizesBeyondThirtyTwoBitsAreRefused) {
 TEST(GdbTcpipIoAllocation, AListenerThatWasNeverCreated) {
     std::unique_ptr<MPX_GDB_AGENT::GdbTcpipIo> io;
     {
-        const Refusing refusing(sizeof(VX_QRS::uSocket), sizeof(VX_QRS::uSocket));
+        const RefusedSizes refusing(sizeof(VX_QRS::uSocket), sizeof(VX_QRS::uSocket));
         io = std::make_unique<MPX_GDB_AGENT::GdbTcpipIo>(1);
         EXPECT_EQ(io->connectTo("127.0.0.1"), MPX_GDB_AGENT::IoFailed);
     }
@@ -121,7 +123,7 @@ TEST(EcomProxyAllocation, MemoryThatEndsDuringConstructionLeavesNoServer) {
     probe.close();
     std::string text;
     for (int spare = 0; spare < 200 && text != "failed to create io"; ++spare) {
-        const Refusing refusing(size, size, spare);
+        const RefusedSizes refusing(size, size, spare);
         try {
             VX_QRS::ORV::OrvEcomProxy proxy(port, 65536);
             break;
@@ -151,7 +153,7 @@ TEST(EcomProxyAllocation, MemoryThatEndsBehindTheVersionCheckLeavesNoServerEithe
         std::string text;
         bool refused = false;
         {
-            const Refusing refusing(size, size, spare);
+            const RefusedSizes refusing(size, size, spare);
             try {
                 proxy = std::make_unique<VX_QRS::ORV::OrvEcomProxy>(port, 65536);
             } catch (const std::exception& e) {

@@ -1,6 +1,6 @@
 // Each operation against each thing that a server can do wrong, on a link in memory.
 
-#include "tests/unit/mpx/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/unit/mpx/Operations.h"
 
 #include <array>
@@ -18,6 +18,7 @@ using frames::word;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using namespace MPX_GDB_AGENT;
+using test_support::failureText;
 using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {

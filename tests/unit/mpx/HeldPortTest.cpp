@@ -3,8 +3,8 @@
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
+#include "tests/support/open_handles/OpenHandles.h"
 #include "tests/support/scripted_server/Frames.h"
-#include "tests/unit/common/OpenHandles.h"
 #include "tests/unit/mpx/ProxyOverProcess.h"
 #include "tests/unit/mpx/TalkPeer.h"
 
@@ -17,6 +17,7 @@
 
 using frames::reply;
 using frames::word;
+using test_support::failureText;
 using testing::AnyOf;
 using VX_QRS::uSocket;
 using VX_QRS::uThread;
@@ -242,10 +243,10 @@ TEST_F(HeldPort, NeitherGoodNorFailedClientsLeaveAnythingOpen) {
     };
     for (const std::string& answer : {reply(word(2)), std::string("$E#00"), reply(word(1))}) {
         cycle(answer); // what a system opens once is open now
-        const std::size_t before = VX_QRS::test::countOpenHandles();
+        const std::size_t before = test_support::countOpenHandles();
         for (int i = 0; i < 3; ++i) {
             cycle(answer);
         }
-        EXPECT_LT(VX_QRS::test::countOpenHandles(), before + 3) << answer;
+        EXPECT_LT(test_support::countOpenHandles(), before + 3) << answer;
     }
 }

@@ -1,6 +1,6 @@
 // Requests of several threads: whole ones exclude each other, callbacks included.
 
-#include "tests/unit/mpx/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
 
 #include <atomic>
@@ -10,6 +10,7 @@
 #include <thread>
 
 using namespace MPX_GDB_AGENT;
+using test_support::failureText;
 using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {

@@ -3,11 +3,11 @@
 
 #include "common/source/source_utilities/uThread.h"
 #include "link/GdbDisplay.h"
+#include "tests/support/allocation/MemoryShortage.h"
 #include "tests/support/scratch/LogCapture.h"
 #include "tests/unit/mpx/FakeServer.h"
 #include "tests/unit/mpx/ProxyOverProcess.h"
 #include "tests/unit/mpx/ProxyOverScript.h"
-#include "tests/unit/mpx/RefusingAllocator.h"
 
 #include <atomic>
 #include <new>
@@ -15,7 +15,11 @@
 #include <utility>
 #include <vector>
 
+using test_support::failureText;
+using test_support::forEachRefusedBlock;
 using test_support::LogCapture;
+using test_support::MemoryShortage;
+using test_support::Shortage;
 using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {
@@ -52,7 +56,7 @@ void makeAndDestroyAtLast(std::uint32_t port) {
             const OrvEcomProxy proxy(port, 64);
             return;
         } catch (const std::exception&) {
-            if (MemoryEnds::hasRefused()) {
+            if (MemoryShortage::hasRefused()) {
                 return;
             }
         }
@@ -111,7 +115,7 @@ TEST(MemoryShortage, NoBlockOfAConstructionLeavesAServerProcess) {
 }
 
 TEST(MemoryShortage, TheFactoryReturnsNullAndThrowsNothing) {
-    const MemoryEnds end(0);
+    const MemoryShortage shortage(0);
     EXPECT_EQ(VX_QRS::ORV::createDataClient(1), nullptr);
 }
 
@@ -123,7 +127,7 @@ TEST(MemoryShortage, AClientIsDestroyedAndItsServerEndedWithoutMemory) {
     std::unique_ptr<OrvEcomProxy> proxy;
     ASSERT_EQ(construct(proxy, freePort()), "");
     {
-        const MemoryEnds end(0);
+        const MemoryShortage shortage(0);
         proxy.reset();
     }
     EXPECT_TRUE(server.allEnded());
@@ -137,7 +141,7 @@ TEST(MemoryShortage, AClientWhoseServerHasDiedIsDestroyedWithoutMemory) {
     std::unique_ptr<OrvEcomProxy> proxy;
     ASSERT_EQ(construct(proxy, freePort()), "");
     ASSERT_TRUE(server.allEnded());
-    const MemoryEnds end(0);
+    const MemoryShortage shortage(0);
     proxy.reset();
 }
 
@@ -192,12 +196,12 @@ TEST(MemoryShortage, AFailureOfAReplyIsNeitherCutNorDoesItSilenceLaterOnes) {
         script->expect("$s#00").give(answer);
         std::string failure;
         try {
-            const MemoryEnds end(0, false);
+            const MemoryShortage shortage(0, Shortage::oneBlock);
             proxy.start();
         } catch (const std::exception& e) {
             failure = e.what();
         }
-        EXPECT_TRUE(MemoryEnds::hasRefused());
+        EXPECT_TRUE(MemoryShortage::hasRefused());
         EXPECT_TRUE(failure == text || failure == std::bad_alloc().what()) << failure;
         script->expect("$S#00");
         EXPECT_EQ(failureText([&] { proxy.stop(); }), "invalid rsp response");
@@ -218,7 +222,7 @@ TEST(MemoryShortage, ATraceTextThatCannotBeHandedOnIsLost) {
     {
         const auto display = std::make_unique<MPX_GDB_AGENT::GdbDisplay<Counting>>();
         *display << "a text that is longer than what a string holds without a block";
-        const MemoryEnds end(0);
+        const MemoryShortage shortage(0);
         display->~GdbDisplay();
         new (display.get()) MPX_GDB_AGENT::GdbDisplay<Counting>;
     }

@@ -14,6 +14,7 @@ using frames::reply;
 using frames::word;
 using testing::AnyOf;
 using namespace VX_QRS::ORV;
+using test_support::failureText;
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include "common/source/source_utilities/uSocket.h"
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/support/scripted_server/ScriptedServer.h"
-#include "tests/unit/mpx/FailureText.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ inline std::uint32_t freePort() {
 
 /// Tries a proxy at that port once; the text of its failure.
 inline std::string constructOnce(std::unique_ptr<VX_QRS::ORV::OrvEcomProxy>& proxy, std::uint32_t port) {
-    return failureText([&] {
+    return test_support::failureText([&] {
         proxy = std::make_unique<VX_QRS::ORV::OrvEcomProxy>(port, VX_QRS::ORV::OrvEcomProxy::defaultChunkSize);
     });
 }

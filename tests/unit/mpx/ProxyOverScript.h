@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/support/scripted_server/Frames.h"
 #include "tests/support/scripted_server/ScriptedLink.h"
 
@@ -9,7 +10,6 @@
 
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,7 +27,7 @@ public:
     std::vector<std::string> calls;
 };
 
-/// A proxy whose server is a script in memory; the version check is behind it when a test begins.
+/// A proxy whose server is a script in memory, after its version check.
 class ProxyOverScript : public ::testing::Test {
 protected:
     static constexpr std::uint32_t chunkSize = 64; // small, so that buffers have to grow
@@ -48,17 +48,16 @@ protected:
         ASSERT_EQ(proxy->openChannel(0, 0, &callback), static_cast<VX_QRS::ORV::DataClient::Channel*>(proxy.get()));
     }
 
-    /// Text of the failure, empty when there was none.
-    static std::string failureOf(const std::function<void()>& action) {
-        try {
-            action();
-        } catch (const VX_QRS::ORV::DataClient::Exception& e) {
-            ADD_FAILURE() << "the interface's own exception is never thrown";
-            return e.what();
-        } catch (const std::runtime_error& e) {
-            return e.what();
-        }
-        return {};
+    /// Text of the exception that a call throws; empty when it throws none.
+    static std::string failureOf(const std::function<void()>& call) {
+        return test_support::failureText([&] {
+            try {
+                call();
+            } catch (const VX_QRS::ORV::DataClient::Exception&) {
+                ADD_FAILURE() << "the interface's own exception is never thrown";
+                throw;
+            }
+        });
     }
 
     /// Makes the request `s` (start) and answers it so.

@@ -16,6 +16,7 @@ using frames::reply;
 using frames::request;
 using frames::statusRecord;
 using frames::word;
+using test_support::failureText;
 using testing::AnyOf;
 using testing::ElementsAre;
 using VX_QRS::uEnvironment;

@@ -1,7 +1,7 @@
 // Each operation over real sockets, with a server on a thread that does what the test says.
 
 #include "link/GdbTcpipIo.h"
-#include "tests/unit/mpx/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/unit/mpx/Operations.h"
 #include "tests/unit/mpx/TalkPeer.h"
 
@@ -15,6 +15,7 @@ using frames::dataRecord;
 using frames::reply;
 using frames::statusRecord;
 using frames::word;
+using test_support::failureText;
 using testing::ElementsAre;
 using VX_QRS::uSocket;
 using VX_QRS::uThread;

@@ -1,9 +1,10 @@
 // The wait for the version, of a server's process that may have ended while something else holds its port.
 
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
-#include "tests/unit/mpx/FailureText.h"
+#include "tests/support/failure/FailureText.h"
 #include "tests/unit/mpx/FakeServer.h"
 
+using test_support::failureText;
 using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {

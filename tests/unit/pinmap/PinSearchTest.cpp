@@ -86,7 +86,7 @@ TEST(PinSearch, PinsZeroAndOneAreGivenAwayLast) {
     ASSERT_TRUE(spared.run());
     EXPECT_EQ(spared.pinoutName, "d");
 
-    // The first list of spared pins refuses pin 1, the second lets it pass.
+    // The first list of spared pins excludes pin 1, the second does not.
     Search withOne{pinoutsOf({{"a", "pti=0,1"}, {"b", "pti=0,2"}, {"c", "pti=1,2"}}), {{"c", {"pti", 1, true}}}};
     ASSERT_TRUE(withOne.run());
     EXPECT_EQ(withOne.pinoutName, "c");
@@ -100,7 +100,7 @@ TEST(PinSearch, PinsZeroAndOneAreGivenAwayLast) {
     EXPECT_EQ(withBoth.pinoutName, "a");
 }
 
-TEST(PinSearch, AnExactFitOnPinsZeroAndOneGoesAheadOfALargerOneElsewhere) {
+TEST(PinSearch, AnExactFitOnPinsZeroAndOnePrecedesALargerOneElsewhere) {
     Search search{pinoutsOf({{"a", "pti=2,3,4"}, {"b", "pti=0,1"}}), {{"c", {"pti", 1, false}}}};
     ASSERT_TRUE(search.run());
     EXPECT_EQ(search.pinoutName, "b");
@@ -117,7 +117,7 @@ TEST(PinSearch, APinoutWithoutDisjointListsIsGivenUp) {
     Search search{pinoutsOf({{"p", "pti=2,3;pti=3,4"}}), {{"x", {"pti", 1, true}}, {"y", {"pti", 1, true}}}};
     EXPECT_FALSE(search.run());
     EXPECT_EQ(search.pinoutName, "untouched");
-    EXPECT_EQ(search.grants.size(), 1U); // what the last attempt granted
+    EXPECT_EQ(search.grants.size(), 1U); // the grants of the last attempt
 
     search.pinouts["q"] = pinoutsOf({{"q", "pti=2,3;pti=4,5"}})["q"];
     EXPECT_TRUE(search.run());
@@ -125,7 +125,7 @@ TEST(PinSearch, APinoutWithoutDisjointListsIsGivenUp) {
 }
 
 TEST(PinSearch, TheLargestRequestIsPlacedFirst) {
-    // In the order of names "a" would take the pins that "b" cannot do without.
+    // In the order of names "a" would get the pins that "b" needs.
     Search search{pinoutsOf({{"p", "pti=2,3;pti=6,7;pti=2,3,4,5"}}),
                   {{"a", {"pti", 1, true}}, {"b", {"pti", 3, true}}}};
     ASSERT_TRUE(search.run());
@@ -182,7 +182,7 @@ TEST(TryPinout, TakesTheFirstListOfOneRequestOrNothing) {
     EXPECT_THAT(grant.pins, ElementsAre(9));
     EXPECT_TRUE(tryPinout(grant, pinouts, owners, "p", {"pti", 1, true}, {2}, {4, 5}));
     EXPECT_THAT(grant.pins, ElementsAre(4, 5));
-    // At least as many: no more are needed.
+    // At least that many: no more are needed.
     EXPECT_TRUE(tryPinout(grant, pinouts, owners, "p", {"pti", 1, false}, {}, {}));
     EXPECT_THAT(grant.pins, ElementsAre(2, 3));
     EXPECT_TRUE(tryPinout(grant, pinouts, owners, "p", {"pti", 0, false}, {2}, {}));
@@ -195,7 +195,7 @@ TEST(PinSearch, GrantsOfEarlierSearchesAndPinoutsAreForgotten) {
                   {{"a", {"pti", 2, true}}, {"b", {"tpiu", 2, true}}}};
     search.grants["old"] = {{9}, "before"};
     EXPECT_FALSE(search.run());
-    // The last pin-out that was tried grants neither.
+    // The last pin-out tried grants neither.
     EXPECT_THAT(search.grants, IsEmpty());
     search.requests["b"].dataPins = 1;
     search.pinouts["q"]["tpiu"][0] = {5, 6};
@@ -204,7 +204,7 @@ TEST(PinSearch, GrantsOfEarlierSearchesAndPinoutsAreForgotten) {
     EXPECT_EQ(search.pinoutName, "q");
 }
 
-// The same search written down as plainly as it is told, for comparison.
+// A simple second implementation of the search, for comparison.
 bool plainSearch(PinGrants& grants, std::string& name, const Pinouts& pinouts, const PinRequests& requests,
                  const PinList& excluded, const PinList& required) {
     std::vector<std::string> order;

@@ -147,7 +147,7 @@ TEST_F(DeviceDatabase, WhatTheLibraryThrowsOutlivesIt) {
         EXPECT_EQ(failureWith(variable, "int"), "unknown exception");
     }
     EXPECT_EQ(failureWith("FAKE_PART", "null"), "This device is not supported by the receiver.");
-    EXPECT_EQ(failureWith("FAKE_PART_DESTROY", "int"), ""); // a destructor has nobody to tell
+    EXPECT_EQ(failureWith("FAKE_PART_DESTROY", "int"), ""); // a destructor cannot report it
 }
 
 struct DatabaseWithoutCreate : DeviceDatabase {

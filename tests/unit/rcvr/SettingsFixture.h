@@ -4,8 +4,6 @@
 #include "common/source/source_utilities/uString.h"
 #include "rcvr/SettingsFile.h"
 
-#include <algorithm>
-
 // A settings file in a folder of its own.
 
 namespace rcvr_test {
@@ -75,15 +73,7 @@ protected:
         EXPECT_NE(readText(path).find("\t<num_pins>1</num_pins>\n\t<pin_map></pin_map>\n"), std::string::npos);
     }
 
-    /// Of everything in the folder, sorted.
-    std::vector<std::string> names() const {
-        std::vector<std::string> found;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
-            found.push_back(entry.path().filename().string());
-        }
-        std::sort(found.begin(), found.end());
-        return found;
-    }
+    std::vector<std::string> names() const { return folder.names(); }
 
     TemporaryFolder folder;
     const std::string path = folder.file("chan.xml");

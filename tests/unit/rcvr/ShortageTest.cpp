@@ -1,8 +1,8 @@
-#include "AllocationFault.h"
 #include "DriverFixture.h"
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uDll.h"
 #include "rcvr/framework/CReceiver.h"
+#include "tests/support/allocation/MemoryShortage.h"
 
 #include <array>
 #include <cstring>
@@ -15,6 +15,7 @@
 namespace {
 
 using namespace rcvr_test;
+using test_support::MemoryShortage;
 
 // A channel whose work needs memory, as that of the real one does.
 class PlainChannel : public client::FrontEndChannel {
@@ -186,13 +187,13 @@ protected:
     }
 
     // A whole life with one kind of shortage; whether memory ran short at all.
-    bool live(long n, AllocationFault::Kind kind) {
+    bool live(std::size_t granted, test_support::Shortage kind) {
         plainChannel.metrics.state = client::Calibrated;
         plainChannel.metrics.hasError = false;
         plainChannel.metrics.threadDone = true;
         configured = false;
         writeBytes("a.tdf", "TDF1");
-        AllocationFault fault(n, kind);
+        MemoryShortage shortage(granted, kind);
         create();
         create();
         if (receiver != nullptr) {
@@ -204,21 +205,21 @@ protected:
         if (channel != nullptr) {
             useChannel();
         }
-        const bool ranShort = fault.occurred();
-        fault.pause();
+        const bool ranShort = MemoryShortage::hasRefused();
+        shortage.pause();
         if (channel != nullptr) {
             expectLocksAreFree();
             if (receiver->GetNumAttachedCpus() == 0) {
                 delete std::exchange(channel, nullptr); // the receiver could not keep it
             }
         }
-        fault.resume();
+        shortage.resume();
         if (channel != nullptr) {
             attempt("ReleaseChannel", [&] { receiver->ReleaseChannel(channel); });
         }
         channel = nullptr;
         destroyAll();
-        return fault.occurred() || ranShort;
+        return MemoryShortage::hasRefused() || ranShort;
     }
 
     void create() noexcept {
@@ -242,14 +243,14 @@ protected:
         }).join();
     }
 
-    void walk(AllocationFault::Kind kind) {
-        long n = 1;
-        while (live(n, kind)) {
-            ASSERT_EQ(escaped, nullptr) << escaped << " let out " << escapedClass << " at allocation " << n;
-            ASSERT_EQ(frontEndSource().created, frontEndSource().destroyed) << n;
-            ++n;
+    void walk(test_support::Shortage kind) {
+        std::size_t granted = 0;
+        while (live(granted, kind)) {
+            ASSERT_EQ(escaped, nullptr) << escaped << " let out " << escapedClass << " after " << granted << " blocks";
+            ASSERT_EQ(frontEndSource().created, frontEndSource().destroyed) << granted;
+            ++granted;
         }
-        EXPECT_GT(n, 200) << "the life has become too short to prove anything";
+        EXPECT_GE(granted, 200U) << "the life has become too short for a meaningful test";
         EXPECT_EQ(escaped, nullptr);
     }
 
@@ -270,23 +271,23 @@ protected:
 };
 
 TEST_F(Shortage, OfASingleAllocationLetsOnlyErrorsOut) {
-    walk(AllocationFault::Kind::Once);
+    walk(test_support::Shortage::oneBlock);
 }
 
 TEST_F(Shortage, ThatLastsLetsOnlyErrorsOut) {
-    walk(AllocationFault::Kind::FromThenOn);
+    walk(test_support::Shortage::lasting);
 }
 
 TEST_F(Shortage, WhereTheReceiverCannotKeepAChannelStillReturnsIt) {
     receiver = CreateRcvr();
     users = 1;
     bool returnedAndNotKept = false;
-    for (long n = 1; !returnedAndNotKept; ++n) {
+    for (std::size_t granted = 0; !returnedAndNotKept; ++granted) {
         bool occurred = false;
         {
-            AllocationFault fault(n, AllocationFault::Kind::Once);
+            const MemoryShortage shortage(granted, test_support::Shortage::oneBlock);
             attempt("AllocateChannel", [&] { channel = receiver->AllocateChannel(fullCpuName, &xmtr, 0, 0); });
-            occurred = fault.occurred();
+            occurred = MemoryShortage::hasRefused();
         }
         ASSERT_TRUE(occurred) << "the appending needed no memory";
         returnedAndNotKept = channel != nullptr && receiver->GetNumAttachedCpus() == 0;
@@ -302,7 +303,7 @@ TEST_F(Shortage, WhereTheReceiverCannotKeepAChannelStillReturnsIt) {
 
 TEST_F(Shortage, CutsTheTextsOfAnErrorButKeepsItsBeginning) {
     const std::string detail(1000, 'd');
-    const AllocationFault fault(1, AllocationFault::Kind::FromThenOn);
+    const MemoryShortage shortage(0);
     try {
         throw Error("OrvRcvr_Receiver", 12, eBadFile, detail.c_str());
     } catch (Error& error) {

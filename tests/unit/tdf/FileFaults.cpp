@@ -44,7 +44,7 @@ int FileFault::calls() const {
 
 } // namespace tdf_test
 
-// The linker leads every call to the first of each pair, and the second to the C library.
+// The linker directs every call to the first of each pair, and the second to the C library.
 extern "C" {
 
 std::FILE* REAL_OPEN(const char* name, const char* mode);

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-// Failures of the C library's file functions, at the place that a test chooses.
+// Failures of the C library's file functions, at the call that a test chooses.
 
 namespace tdf_test {
 
@@ -16,7 +16,7 @@ public:
     FileFault& operator=(const FileFault&) = delete;
     ~FileFault();
 
-    /// How often the function was called since.
+    /// Number of calls of the function since the construction.
     int calls() const;
 
 private:

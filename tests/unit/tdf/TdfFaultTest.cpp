@@ -1,7 +1,7 @@
 #include "FileFaults.h"
 #include "TdfTestSupport.h"
 
-// What the operations say when the system fails them half-way.
+// Texts of the operations when a system call fails in the middle.
 
 namespace {
 
@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(TdfFaultTest, AFileThatOpensForReadingButNotForWritingIsToldByBothOperations) {
+TEST_F(TdfFaultTest, AFileThatOpensForReadingButNotForWritingIsReportedByBothOperations) {
     EXPECT_EQ(beginWith(Function::Open, 1), "File name passed to save file is not valid.");
     EXPECT_EQ(beginWith(Function::Open, 1, 1), "Could not open TDF file as specified.");
     EXPECT_EQ(readBytes(path), "TDF1");
@@ -37,7 +37,7 @@ TEST_F(TdfFaultTest, AFileThatOpensForReadingButNotForWritingIsToldByBothOperati
     EXPECT_EQ(readBytes(path), "TDF1\x0d\0\0\0\x01\0\0\0\x01\0\0\0N"s);
 }
 
-TEST_F(TdfFaultTest, WhatIsWrongWithTheArgumentsIsToldAheadOfAFileThatCannotBeWritten) {
+TEST_F(TdfFaultTest, WrongArgumentsAreReportedBeforeAFileThatCannotBeWritten) {
     begin("N");
     std::uint32_t size = 77;
     const FileFault fault(Function::Open, 1, 1);
@@ -58,8 +58,8 @@ TEST_F(TdfFaultTest, EachFieldOfANewSectionHasItsText) {
     EXPECT_EQ(beginWith(Function::Write, 6), "no failure");
 }
 
-TEST_F(TdfFaultTest, ADiskThatIsFullOnlyWhenItIsWrittenToIsToldAtTheSameStep) {
-    // One system flushes inside its seeks too, so that the steps are told apart by what they say.
+TEST_F(TdfFaultTest, ADiskThatIsFullOnlyAtTheWriteIsReportedAtTheSameStep) {
+    // One system also flushes inside its seeks, so the steps are distinguished by their texts.
     std::vector<std::string> texts;
     for (int flush = 1; texts.empty() || texts.back() != "no failure"; ++flush) {
         const std::string text = beginWith(Function::Flush, flush);
@@ -88,24 +88,24 @@ TEST_F(TdfFaultTest, DataThatCannotBeWrittenLeaveTheSizeOfTheSectionAsItWas) {
     EXPECT_EQ(readBytes(path).substr(0, before.size()), before);
 }
 
-TEST_F(TdfFaultTest, AnErrorFlagBehindTheDataMeansThatTheyAreCorrupted) {
+TEST_F(TdfFaultTest, AnErrorFlagAfterTheDataMeansThatTheyAreCorrupted) {
     begin("N");
     EXPECT_EQ(appendWith(Function::Error, 1), "Write error - section data corrupted.");
     EXPECT_EQ(readBytes(path).substr(4, 4), "\x0d\0\0\0"s);
 }
 
-TEST_F(TdfFaultTest, ASizeThatCannotBeWrittenBehindTheDataIsTold) {
+TEST_F(TdfFaultTest, ASizeThatCannotBeWrittenAfterTheDataIsReported) {
     begin("N");
     EXPECT_EQ(appendWith(Function::Write, 2), "Write error - size of TDF header.");
     EXPECT_EQ(appendWith(Function::Flush, 2), "Write error - size of TDF header.");
 }
 
-TEST_F(TdfFaultTest, ASizeThatCannotBeReadIsTold) {
+TEST_F(TdfFaultTest, ASizeThatCannotBeReadIsReported) {
     begin("N");
     EXPECT_EQ(appendWith(Function::Read, 1), "Write I/O error - unable to determine section length.");
 }
 
-TEST_F(TdfFaultTest, ANewFileThatCannotBeMadeOrWrittenIsTold) {
+TEST_F(TdfFaultTest, ANewFileThatCannotBeCreatedOrWrittenIsReported) {
     const auto createWith = [&](Function function) {
         return textOfFailure([&] {
             const FileFault fault(function, 1);
@@ -117,7 +117,7 @@ TEST_F(TdfFaultTest, ANewFileThatCannotBeMadeOrWrittenIsTold) {
     EXPECT_EQ(createWith(Function::Flush), "Write error -  TDF file identifier.");
 }
 
-TEST_F(TdfFaultTest, AFileThatGoesAwayBehindTheTestOfItsNameIsToldByEveryReader) {
+TEST_F(TdfFaultTest, AFileRemovedAfterTheCheckOfItsNameIsReportedByEveryReader) {
     begin("N");
     const std::string text = "Could not open TDF file as specified.";
     std::uint32_t number = 77;
@@ -142,7 +142,7 @@ TEST_F(TdfFaultTest, AFileThatGoesAwayBehindTheTestOfItsNameIsToldByEveryReader)
     EXPECT_EQ(number, 0U);
 }
 
-TEST_F(TdfFaultTest, DataThatCannotBeReadAreToldAsCorrupted) {
+TEST_F(TdfFaultTest, DataThatCannotBeReadAreReportedAsCorrupted) {
     append(begin("N"), "abcdefgh");
     char bytes[8];
     std::uint32_t loaded = 77;

@@ -6,7 +6,7 @@ using namespace tdf_test;
 
 using TdfFileTest = TdfTest;
 
-TEST_F(TdfFileTest, TwoSavesStandByteForByteOneBehindTheOther) {
+TEST_F(TdfFileTest, TwoSavesFollowEachOtherByteForByte) {
     writeBytes(path, "TDF1");
     const std::uint32_t first = begin();
     EXPECT_EQ(first, 4U);
@@ -57,14 +57,14 @@ TEST_F(TdfFileTest, AnEmptyOrNullSectionNameGivesASizeOfTwelve) {
                                "\x0c\0\0\0\x04\x03\x02\x01\0\0\0\0"s);
 }
 
-TEST_F(TdfFileTest, DataOfAnyElementSizeIsWrittenAsItStands) {
+TEST_F(TdfFileTest, DataOfAnyElementSizeIsWrittenUnchanged) {
     writeBytes(path, "TDF1");
     const std::uint32_t offset = begin("A");
     EXPECT_EQ(append(offset, "\0\r\n\x1a\xff"s, 1), 18U);
     EXPECT_EQ(readBytes(path).substr(17), "\0\r\n\x1a\xff"s);
 }
 
-TEST_F(TdfFileTest, ABadFileNameIsToldByBothOperations) {
+TEST_F(TdfFileTest, ABadFileNameIsReportedByBothOperations) {
     const std::string text = "File name passed to save file is not valid.";
     std::uint32_t out = 77;
     for (const char* name : {static_cast<const char*>(nullptr), "", "no/such/folder/file.tdf"}) {
@@ -87,7 +87,7 @@ TEST_F(TdfFileTest, NullDataIsRefused) {
               "Section header offset to save data is not valid.");
 }
 
-TEST_F(TdfFileTest, ASectionSizeThatCannotBeReadIsTold) {
+TEST_F(TdfFileTest, ASectionSizeThatCannotBeReadIsReported) {
     writeBytes(path, "TDF1ab");
     EXPECT_EQ(textOfFailure([&] { append(4, "abcdefgh"); }), "Write I/O error - unable to determine section length.");
     EXPECT_EQ(textOfFailure([&] { append(4000, "abcdefgh"); }),
@@ -95,8 +95,8 @@ TEST_F(TdfFileTest, ASectionSizeThatCannotBeReadIsTold) {
     EXPECT_EQ(readBytes(path), "TDF1ab");
 }
 
-TEST_F(TdfFileTest, AFileThatCannotBeUpdatedIsTold) {
-    // A folder opens for reading on one system and not on the other; neither writes into it.
+TEST_F(TdfFileTest, AFileThatCannotBeUpdatedIsReported) {
+    // A folder can be opened for reading on one system only, and written on neither.
     const std::string text = textOfFailure([&] {
         std::uint32_t offset = 0;
         TdfFile::beginSection(folder.path.string().c_str(), "N", 1, &offset);
@@ -107,13 +107,13 @@ TEST_F(TdfFileTest, AFileThatCannotBeUpdatedIsTold) {
 }
 
 TEST_F(TdfFileTest, ASizeBeyondThirtyTwoBitsIsRefused) {
-    // The header claims a section that all but fills the format's range; the data would step over its end.
+    // The header claims a section that almost fills the format's range; the data would exceed it.
     writeBytes(path, "TDF1\xfa\xff\xff\xff"s);
     EXPECT_EQ(textOfFailure([&] { append(4, "abcdefgh"); }), "TDF file would be longer than 4 GiB.");
     EXPECT_EQ(readBytes(path), "TDF1\xfa\xff\xff\xff"s);
 }
 
-TEST_F(TdfFileTest, AFullDiskIsToldAtTheFirstField) {
+TEST_F(TdfFileTest, AFullDiskIsReportedAtTheFirstField) {
     if (!std::filesystem::exists("/dev/full")) {
         GTEST_SKIP() << "this system has no device that is always full";
     }

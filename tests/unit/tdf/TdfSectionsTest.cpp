@@ -37,7 +37,7 @@ TEST_F(TdfSectionsTest, ANewFileHoldsItsIdentifierAndNoSection) {
     EXPECT_TRUE(list().empty());
 }
 
-TEST_F(TdfSectionsTest, ANewFileTakesThePlaceOfAnOldOne) {
+TEST_F(TdfSectionsTest, ANewFileReplacesAnOldOne) {
     writeBytes(path, std::string(1000, 'x'));
     TdfFile::createFile(path.c_str());
     EXPECT_EQ(readBytes(path), identifier);
@@ -56,7 +56,7 @@ TEST_F(TdfSectionsTest, ANewFileNeedsANameThatEndsInTdf) {
               "Could not create TDF file as specified.");
 }
 
-TEST_F(TdfSectionsTest, SectionsAreListedInTheirOrderWithPlacesAndSizes) {
+TEST_F(TdfSectionsTest, SectionsAreListedInTheirOrderWithOffsetsAndSizes) {
     makeThree();
     const auto sections = list();
     ASSERT_EQ(sections.size(), 3U);
@@ -74,7 +74,7 @@ TEST_F(TdfSectionsTest, SectionsAreListedInTheirOrderWithPlacesAndSizes) {
     EXPECT_EQ(sections[2].dataSize, 8U);
 }
 
-TEST_F(TdfSectionsTest, AFileWithAnotherIdentifierIsReadFromBehindItsFirstFourBytes) {
+TEST_F(TdfSectionsTest, AFileWithAnotherIdentifierIsReadFromItsFifthByte) {
     writeBytes(path, "TDF1");
     append(begin(), "abcdefgh");
     ASSERT_EQ(list().size(), 1U);
@@ -125,7 +125,7 @@ TEST_F(TdfSectionsTest, PartsOfASectionTogetherAreItsData) {
     }
 }
 
-TEST_F(TdfSectionsTest, AMissingSectionIsToldByItsName) {
+TEST_F(TdfSectionsTest, AMissingSectionIsReportedByItsName) {
     makeThree();
     TdfSection section;
     std::uint32_t number = 77;
@@ -139,7 +139,7 @@ TEST_F(TdfSectionsTest, AMissingSectionIsToldByItsName) {
               "Section size cannot be located in the file.");
 }
 
-TEST_F(TdfSectionsTest, ABadNameOrBufferIsTold) {
+TEST_F(TdfSectionsTest, ABadNameOrBufferIsReported) {
     const std::string wrong = folder.file("trace.bin");
     writeBytes(wrong, identifier);
     TdfFile::createFile(path.c_str());
@@ -171,12 +171,12 @@ TEST_F(TdfSectionsTest, ABadNameOrBufferIsTold) {
               noBuffer);
 }
 
-TEST_F(TdfSectionsTest, WhatFitsNoFormatIsTold) {
+TEST_F(TdfSectionsTest, AViolationOfTheFormatIsReported) {
     const std::string bad[] = {
         "",
         "TDF",
         identifier + "\x0b\0\0\0\x01\0\0\0\0\0\0\0"s,             // a size below a header's
-        identifier + "\0\0\0\0\x01\0\0\0\0\0\0\0"s,               // a section that was only begun
+        identifier + "\0\0\0\0\x01\0\0\0\0\0\0\0"s,               // a section without a size
         identifier + "\x0d\0\0\0\x01\0\0\0\0\0\0\0"s,             // a size beyond the file
         identifier + "\x0d\0\0\0\x01\0\0\0\x02\0\0\0ab"s,         // a name beyond the section
         identifier + "\x0d\0\0\0\x01\0\0\0\xff\xff\xff\xff\x61"s, // a name beyond everything
@@ -189,7 +189,7 @@ TEST_F(TdfSectionsTest, WhatFitsNoFormatIsTold) {
     }
 }
 
-TEST_F(TdfSectionsTest, SectionsAheadOfDamageAreStillThere) {
+TEST_F(TdfSectionsTest, SectionsBeforeDamageAreListed) {
     makeThree();
     writeBytes(path, readBytes(path) + "half a chunk of a save that was cut off");
     std::vector<TdfSection> sections;
@@ -217,11 +217,11 @@ TEST_F(TdfSectionsTest, AFolderIsNoTraceDataFile) {
     std::filesystem::create_directory(place);
     std::vector<TdfSection> sections;
     const std::string text = textOfFailure([&] { TdfFile::listSections(place.c_str(), &sections); });
-    // Folders open for reading on one system and not on the other.
+    // A folder can be opened for reading on one system only.
     EXPECT_TRUE(text == "Invalid TDF format." || text == "File name passed to load is not valid.") << text;
 }
 
-// Whatever a file holds: sections that lie in it, or the one text.
+// For any content of a file: sections inside the file, or the one text.
 TEST_F(TdfSectionsTest, FilesOfAnyBytesAreReadOrRefused) {
     std::mt19937 random(20240817);
     const auto below = [&](std::uint32_t limit) {

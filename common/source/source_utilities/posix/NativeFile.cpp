@@ -22,8 +22,8 @@ std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/') + 1); // npos + 1 is 0
 }
 
-// Without the right to give files away the group alone may still be taken over. Where not even that works, the new
-// group may do no more than everybody.
+// Without the right to change the owner the group alone may still be set. If that fails too, the new group gets no more
+// rights than others.
 void takeOver(const std::string& path, const struct stat& old) {
     mode_t rights = old.st_mode & 0777;
     if (chown(path.c_str(), old.st_uid, old.st_gid) != 0 &&
@@ -36,7 +36,7 @@ void takeOver(const std::string& path, const struct stat& old) {
 } // namespace
 
 std::string follow(const std::string& path) {
-    constexpr int mostLinks = 40; // what the system itself follows
+    constexpr int mostLinks = 40; // the system's own limit
     std::string file = path;
     for (int i = 0; i < mostLinks; ++i) {
         std::array<char, PATH_MAX> buffer{};

@@ -11,7 +11,7 @@ namespace VX_QRS::nativeLibrary {
 
 namespace {
 
-// The numbers that Windows gives for the same failures.
+// Windows' error numbers of the same failures.
 constexpr int moduleNotFound = 126;
 constexpr int symbolNotFound = 127;
 constexpr int notALibrary = 193;
@@ -19,7 +19,7 @@ constexpr int unloadRefused = 6;
 
 constexpr int loadFlags = RTLD_NOW | RTLD_LOCAL;
 
-// The folder of the module that this code was linked into.
+// The folder of the module that contains this code.
 std::string ownDirectory() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<const void*>(&ownDirectory), &info) == 0 || info.dli_fname == nullptr) {

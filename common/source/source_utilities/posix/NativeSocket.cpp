@@ -41,12 +41,12 @@ sockaddr_in addressOf(in_addr_t address, std::uint16_t port) {
     return record;
 }
 
-// The platform's calls take every kind of address record through this one.
+// The system calls accept every kind of address record as this one.
 sockaddr* general(sockaddr_in* record) {
     return reinterpret_cast<sockaddr*>(record);
 }
 
-// An interrupted connect goes on by itself; its outcome is fetched when it is there.
+// An interrupted connect continues by itself; wait for its outcome.
 bool finishConnect(Handle handle) {
     pollfd request{descriptor(handle), POLLOUT, 0};
     uninterrupted([&] { return poll(&request, 1, -1); });
@@ -67,7 +67,7 @@ struct ErrorPair {
 constexpr std::array<ErrorPair, 39> errorPairs{{
     {EPIPE, -1},
     {EINTR, 10004},
-    {EBADF, 10038}, // a number that is no descriptor is no socket either
+    {EBADF, 10038}, // as Windows reports a handle that is no socket
     {EACCES, 10013},
     {EFAULT, 10014},
     {EINVAL, 10022},
@@ -129,7 +129,7 @@ bool connect(Handle handle, const char* address, std::uint16_t port) {
 }
 
 bool bindToAnyAddress(Handle handle, std::uint16_t port) {
-    // A port whose old connections are still dying may be taken again, one that somebody listens at may not.
+    // Permits a port with closing connections, but not one that another socket listens at.
     setOn(handle, SOL_SOCKET, SO_REUSEADDR);
     sockaddr_in record = addressOf(htonl(INADDR_ANY), port);
     return bind(descriptor(handle), general(&record), sizeof record) == 0;
@@ -188,7 +188,7 @@ bool waitReadable(Handle handle, int milliseconds) {
     const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
     pollfd request{descriptor(handle), POLLIN, 0};
     if (handle == uSocket::invalidHandle) {
-        return true; // poll would pass over it and wait
+        return true; // poll would ignore it and wait
     }
     int left = milliseconds;
     for (;;) {

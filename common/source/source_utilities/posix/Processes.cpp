@@ -25,7 +25,7 @@ namespace {
 std::string readWhole(const std::string& path) {
     std::ifstream file(path, std::ios_base::binary);
     std::ostringstream text;
-    text << file.rdbuf(); // a process may end between opening and reading; then this is empty and throws nothing
+    text << file.rdbuf(); // empty when the process has ended since the opening; does not throw
     return text.str();
 }
 
@@ -35,12 +35,12 @@ std::string readLink(const std::string& path) {
     return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
-// What the system shows of a process: a letter for its state, or one of these.
+// State of a process: the system's letter, or one of these.
 constexpr char gone = '\0';
 constexpr char unreadable = '?';
 
-// Without memory, since it decides whether a process may be terminated. A process that has ended stays in the list until
-// its parent collects it.
+// Allocates nothing, since it decides whether a process may be terminated. An ended process stays in the system's list
+// until its parent reaps it.
 char stateOf(std::uint32_t process) noexcept {
     std::array<char, 32> path{};
     std::snprintf(path.data(), path.size(), "/proc/%u/stat", process);
@@ -56,7 +56,7 @@ char stateOf(std::uint32_t process) noexcept {
         return gone;
     }
     const std::string_view stat(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
-    const std::size_t nameEnd = stat.rfind(')'); // the name itself may hold anything
+    const std::size_t nameEnd = stat.rfind(')'); // the name may contain any character
     return nameEnd != std::string_view::npos && nameEnd + 2 < stat.size() ? stat[nameEnd + 2] : unreadable;
 }
 
@@ -70,13 +70,13 @@ bool isShownRunning(std::uint32_t process) noexcept {
 }
 
 std::string programOf(const std::string& folder) {
-    constexpr std::string_view deleted = " (deleted)"; // behind the name of a program whose file is gone
+    constexpr std::string_view deleted = " (deleted)"; // follows the name of a program whose file was removed
     std::string program = readLink(folder + "/exe");
     if (program.ends_with(deleted)) {
         program.resize(program.size() - deleted.size());
     }
     if (program.empty()) {
-        // Another user's: the command line is open to all.
+        // Another user's process: its command line is readable to all.
         program = readWhole(folder + "/cmdline");
         program.resize(std::min(program.find('\0'), program.size()));
     }
@@ -105,7 +105,7 @@ std::vector<std::string> splitArguments(std::string_view text) {
     return parts;
 }
 
-// Where the program may be, in order: the current directory, then PATH.
+// Candidate paths of the program, in order: the current directory, then PATH.
 std::vector<std::string> candidatePaths(const std::string& imageName) {
     if (imageName.find('/') != std::string::npos) {
         return {imageName};
@@ -124,7 +124,7 @@ struct Launch {
     std::vector<std::string> paths;
     std::vector<std::string> arguments;
     std::vector<char*> argumentPointers;
-    int report = -1; // where a failure is told
+    int report = -1; // receives the failure
 };
 
 // Runs in the child, where only plain system calls are safe.
@@ -134,7 +134,7 @@ struct Launch {
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     signal(SIGPIPE, SIG_DFL);
-    constexpr int kept = 3; // the first behind the standard ones
+    constexpr int kept = 3; // the first one past the standard ones
     const char failure = 1;
     if (dup2(launch.report, kept) == kept) {
         fcntl(kept, F_SETFD, FD_CLOEXEC);
@@ -153,7 +153,7 @@ struct Launch {
     _exit(127);
 }
 
-// Whether the program was started, which closes the other end of the pipe; a failure to read does not tell.
+// Whether the program was started, which closes the other end of the pipe. A failed read does not say.
 bool reportsStart(int pipeEnd) {
     char failure = 0;
     ssize_t count = 0;
@@ -163,11 +163,11 @@ bool reportsStart(int pipeEnd) {
     return count == 0;
 }
 
-// For a child that is in no list yet.
+// Waits for a child that is in no list yet.
 void endChild(pid_t child) {
     kill(child, SIGKILL);
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-        // A signal came in between.
+        // Interrupted by a signal.
     }
 }
 
@@ -190,7 +190,7 @@ bool strangerHasEnded(std::uint32_t id) noexcept {
 }
 
 bool killStranger(std::uint32_t id) noexcept {
-    // What does not fit would address a group of processes.
+    // A larger number would address a process group.
     return id <= static_cast<std::uint32_t>(INT_MAX) && isShownRunning(id) && killProcess({id, 0, false});
 }
 

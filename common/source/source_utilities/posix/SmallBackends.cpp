@@ -9,7 +9,7 @@
 
 namespace VX_QRS {
 
-// There is no channel to a debugger here.
+// This platform has no output to a debugger.
 void debugOutput(const char*) {}
 
 LocalTime readLocalTime() {

@@ -15,7 +15,7 @@ namespace VX_QRS {
 
 namespace {
 
-// What object and thread share. The thread keeps it alive, since the object may go without waiting.
+// State shared by object and thread. The thread keeps it alive, since the object may be destroyed without waiting.
 struct Course {
     uRunnable* runnable = nullptr;
     std::int32_t priority = 0;
@@ -87,13 +87,13 @@ bool uThread::start() {
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     if (stackSize != 0) {
-        // Whole pages, and at least what the system insists on.
+        // Whole pages, and at least the system's minimum.
         const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         const auto least = static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN));
         const std::size_t wanted = std::max(std::size_t{stackSize}, least);
         pthread_attr_setstacksize(&attributes, (wanted + page - 1) / page * page);
     }
-    // In place ahead of the thread, which may ask about itself at once.
+    // Set before the thread starts; it may query its own state immediately.
     const std::shared_ptr<Course> before = std::exchange(native->course, course);
     native->joined = false;
     const bool made = pthread_create(&native->handle, &attributes, enter, holder.get()) == 0;
@@ -103,7 +103,7 @@ bool uThread::start() {
         native->joined = true;
         return false;
     }
-    static_cast<void>(holder.release()); // the thread's now
+    static_cast<void>(holder.release()); // owned by the thread now
     std::unique_lock lock(course->mutex);
     course->changed.wait(lock, [&] { return course->threadId != 0; });
     return true;
@@ -123,7 +123,7 @@ bool uThread::wait(std::uint32_t milliseconds) {
             return false;
         }
     }
-    // What is left of the thread takes no time.
+    // Only the thread's return is left.
     const std::lock_guard lock(native->joining);
     if (!native->joined) {
         pthread_join(native->handle, nullptr);
@@ -136,7 +136,7 @@ bool uThread::isCurrent() const {
     if (!native->course) {
         return false;
     }
-    // The system gives the number of a thread that has ended to another one.
+    // The system reuses the number of an ended thread.
     const std::lock_guard lock(native->course->mutex);
     return !native->course->ended && native->course->threadId == static_cast<std::uint32_t>(gettid());
 }
@@ -154,7 +154,7 @@ void uThread::sleep(std::uint32_t milliseconds) {
     left.tv_sec = milliseconds / 1000;
     left.tv_nsec = static_cast<long>(milliseconds % 1000) * 1000000;
     while (nanosleep(&left, &left) != 0) {
-        // A signal came in between; what is left is in `left`.
+        // Interrupted by a signal; the rest is in `left`.
     }
 }
 

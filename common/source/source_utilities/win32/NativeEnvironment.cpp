@@ -18,7 +18,7 @@ const char otherSeparator = '/';
 const PathRules pathRules{"\\/", true};
 
 std::string getVariable(const char* name) {
-    // Wine's narrow call counts letters where bytes are meant, and cuts off the end.
+    // Wine's narrow call counts characters instead of bytes and truncates the value.
     const std::wstring wideName(name, name + std::strlen(name)); // names are ASCII
     std::vector<wchar_t> wide(32768);                            // no value is longer
     const DWORD length = GetEnvironmentVariableW(wideName.c_str(), wide.data(), static_cast<DWORD>(wide.size()));
@@ -71,7 +71,7 @@ bool uEnvironment::getFreeSpace(const char* directory, std::uint64_t& bytes) {
     }
     std::string name(directory);
     if (name.starts_with("\\\\")) {
-        name += '\\'; // the call demands it on a network share
+        name += '\\'; // the call requires it on a network share
     }
     if (GetDiskFreeSpaceExA(name.c_str(), &available, nullptr, nullptr) == 0) {
         return false;

@@ -75,7 +75,7 @@ bool isWritable(const std::string& path) {
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
         return false;
     }
-    // A file that another program has open can often be written, but not replaced.
+    // A file that another program has open can often be written but not replaced.
     const HANDLE file = openShared(path, GENERIC_WRITE | DELETE);
     if (file == INVALID_HANDLE_VALUE) {
         return false;
@@ -85,7 +85,8 @@ bool isWritable(const std::string& path) {
 }
 
 bool replace(const std::string& replacement, const std::string& path) {
-    // The first call keeps access rights and attributes of the old file, and needs one; not every volume can do that.
+    // The first call keeps the access rights and attributes of the old file, which must exist; not every volume
+    // supports it.
     return ReplaceFileA(path.c_str(), replacement.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr,
                         nullptr) != 0 ||
            MoveFileExA(replacement.c_str(), path.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;

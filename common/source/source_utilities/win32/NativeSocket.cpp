@@ -11,7 +11,7 @@ SOCKET native(Handle handle) {
     return static_cast<SOCKET>(handle);
 }
 
-// Not for the processes that are started from here.
+// Not inherited by started processes.
 Handle kept(SOCKET socket) {
     if (socket != INVALID_SOCKET) {
         SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
@@ -27,7 +27,7 @@ sockaddr_in addressOf(unsigned long address, std::uint16_t port) {
     return record;
 }
 
-// The platform's calls take every kind of address record through this one.
+// The system calls accept every kind of address record as this one.
 sockaddr* general(sockaddr_in* record) {
     return reinterpret_cast<sockaddr*>(record);
 }

@@ -41,7 +41,7 @@ bool killProcess(const StartedProcess& process) noexcept {
 
 bool killStranger(std::uint32_t id) noexcept {
     const HANDLE opened = OpenProcess(PROCESS_TERMINATE, FALSE, id);
-    // A caller may hold a handle in place of an id.
+    // Callers may pass a handle instead of an id.
     const HANDLE process = opened != nullptr ? opened : reinterpret_cast<HANDLE>(std::uintptr_t{id});
     const bool ended = TerminateProcess(process, 0) == 1;
     if (opened != nullptr) {
@@ -90,7 +90,7 @@ std::uint32_t uEnvironment::startProcess(const char* imageName, const char* argu
         return 0;
     }
     CloseHandle(process.hThread);
-    // The process's own handle keeps its id from being given away; it is closed when the process has ended.
+    // An open handle keeps the id from being reused; it is closed when the process has ended.
     startedProcesses().add(entry, {process.dwProcessId, reinterpret_cast<std::intptr_t>(process.hProcess), false});
     return process.dwProcessId;
 }

@@ -6,7 +6,7 @@ namespace VX_QRS {
 
 namespace {
 
-// Only a file's number is asked for, so that it does not matter who else has the file open, and how.
+// Reads the file's number only, which works however others have the file open.
 class OpenedFile {
 public:
     explicit OpenedFile(const char* path)

@@ -33,9 +33,9 @@ bool uThread::start() {
         }
         CloseHandle(native->handle);
         native->handle = nullptr;
-        native->id = 0; // of no thread, in case none is made
+        native->id = 0; // no thread, in case the creation fails
     }
-    // The runnable alone goes in: the thread may outlive this object.
+    // Only the runnable is passed: the thread may outlive this object.
     const std::uintptr_t made =
         _beginthreadex(nullptr, stackSize, &Native::enter, runnable, CREATE_SUSPENDED, &native->id);
     if (made == 0) {

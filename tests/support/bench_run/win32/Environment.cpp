@@ -4,7 +4,7 @@
 
 namespace bench_run {
 
-// The C library keeps an environment of its own, which this keeps together with the system's.
+// The C library has its own copy of the environment; this changes both.
 void setVariable(const char* name, const char* value) {
     _putenv_s(name, value);
 }

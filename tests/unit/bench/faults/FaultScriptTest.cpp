@@ -13,7 +13,7 @@ FaultStep stepAt(const std::string& command, unsigned nth, const std::string& ac
     return step;
 }
 
-TEST(FaultScript, AStepMeetsTheNthRequestOfItsCommand) {
+TEST(FaultScript, AStepAffectsTheNthRequestOfItsCommand) {
     FaultSettings settings;
     settings.steps = {stepAt("m", 2, "hang")};
     FaultScript script(settings);
@@ -34,7 +34,7 @@ TEST(FaultScript, AStepWithoutACommandCountsAllRequests) {
     EXPECT_NE(script.onRequest('m'), nullptr);
 }
 
-TEST(FaultScript, TheFirstStepThatFitsWins) {
+TEST(FaultScript, TheFirstMatchingStepWins) {
     FaultSettings settings;
     settings.steps = {stepAt("v", 1, "late"), stepAt("", 1, "die")};
     FaultScript script(settings);

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// A scenario is a text that people send each other: it must not reach what starts programs.
+// Scenarios come from other people: they must not set variables that start programs.
 
 namespace bench {
 namespace {
@@ -38,13 +38,13 @@ TEST(ScenarioEnvironment, AnyOtherIsRefusedWithLineAndKey) {
     }
 }
 
-TEST(ScenarioEnvironment, AnotherThanTheNamedOneIsRefusedBesideIt) {
+TEST(ScenarioEnvironment, ASecondVariableBesideTheNamedOneIsRefused) {
     EXPECT_EQ(
         failureOf("pin_map = \"$A,1\"\n[environment]\n\"A,1\" = \"0,1\"\n\"B,1\" = \"0,1\"\n"),
         "file.toml:4: 'environment.B,1' must be the variable that pin_map names as \"$NAME\", with a comma in it");
 }
 
-// On one system "PATH=/evil,1" would set PATH, and so would a name that ends early for whoever reads it up to a NUL.
+// On one system "PATH=/evil,1" would set PATH, and so would a name with a NUL after PATH.
 TEST(ScenarioEnvironment, NamesOfOtherCharactersAreRefused) {
     for (const std::string_view name :
          {std::string_view("PATH=/evil,1"), std::string_view("PATH\0,1", 7), std::string_view("PATH ,1")}) {

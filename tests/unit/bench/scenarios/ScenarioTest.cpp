@@ -19,7 +19,7 @@ std::string failureOf(std::string_view text) {
     return "no failure";
 }
 
-TEST(Scenario, AnEmptyFileGivesTheDefaults) {
+TEST(Scenario, AnEmptyFileHasTheDefaults) {
     const Scenario scenario = parseScenario("", "file.toml");
     EXPECT_EQ(scenario.kind, ExportKind::Pti);
     EXPECT_EQ(scenario.pins, 4U);
@@ -175,7 +175,7 @@ TEST(Scenario, WrongValuesAreNamed) {
     EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
 }
 
-TEST(Scenario, CellsLieInTheLargestBufferAndHaveEightBits) {
+TEST(Scenario, CellsAreInTheLargestBufferAndHaveEightBits) {
     const auto cell = [](const std::string& line) { return failureOf("[[unit.cell]]\n" + line + "\n"); };
     EXPECT_EQ(cell("byte = 0x7FFFFFF"), "no failure");
     EXPECT_EQ(cell("byte = 0x8000000"), "file.toml:2: 'unit.cell.byte' must be a whole number from 0 to 134217727");

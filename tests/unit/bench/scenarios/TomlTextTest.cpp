@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// Texts that the TOML parser must not get.
+// Texts that must not reach the TOML parser.
 
 namespace bench {
 namespace {
@@ -28,7 +28,7 @@ TEST(TomlText, CharactersOfAllKindsMayBeInStringsAndComments) {
     }
 }
 
-TEST(TomlText, OutsideOfThemNone) {
+TEST(TomlText, OutsideOfThemNoneIsAccepted) {
     EXPECT_EQ(fault("ä"), "f:1:1: " + outside);
     EXPECT_EQ(fault("a = 1\nb ä = 2\n"), "f:2:3: " + outside);
     EXPECT_EQ(fault("a = 'ä'ä\n"), "f:1:8: " + outside);

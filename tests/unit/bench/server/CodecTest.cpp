@@ -52,7 +52,7 @@ TEST(RequestReader, PiecesMakeNoDifference) {
     EXPECT_EQ(whole.next()->command, 'D');
 }
 
-TEST(RequestReader, WaitsForTheTwoCharactersBehindTheEnd) {
+TEST(RequestReader, WaitsForTheTwoCharactersAfterTheEnd) {
     RequestReader reader;
     reader.feed(bytesOf("$v#0"));
     EXPECT_FALSE(reader.next());

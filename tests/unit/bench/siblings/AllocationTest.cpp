@@ -3,8 +3,8 @@
 #include "rcvr/framework/IPartIdentifier.h"
 #include "rcvr/framework/ITargetAdapter.h"
 #include "rcvr/framework/IXmtrLibrary.h"
+#include "tests/support/allocation/MemoryShortage.h"
 #include "tests/support/bench_run/Environment.h"
-#include "tests/unit/bench/siblings/FailingAllocator.h"
 #include "tests/unit/toolkit/TempFolder.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,7 @@
 #include <functional>
 #include <string>
 
-// Every allocation that a sibling library makes fails once: nothing leaves its exports or ends the program.
+// Each allocation of a sibling library fails once: no exception leaves its exports, and the program continues.
 
 extern "C" {
 Vx::Qrs::Trace::IPartIdentifier* CreatePartIdentifier();
@@ -32,6 +32,7 @@ namespace bench {
 namespace {
 
 using bench_run::setVariable;
+using test_support::MemoryShortage;
 using Vx::Qrs::Trace::IPartIdentifier;
 
 class FailingAllocation : public testing::Test {
@@ -47,18 +48,18 @@ protected:
         }
     }
 
-    /// Calls again and again, each time with the next allocation failing, until none fails, and has each result checked.
-    /// Returns how many failed.
+    /// Repeats the call, each time with the next allocation failing, until none fails, and checks each result. Returns
+    /// how many failed.
     static std::size_t failEach(const std::function<void(bool spoilt)>& check, const std::function<void()>& call) {
         for (std::size_t number = 0;; ++number) {
             bool thrown = false;
-            failing_allocator::failAfter(number);
             try {
+                const MemoryShortage shortage(number, test_support::Shortage::oneBlock);
                 call();
             } catch (...) {
                 thrown = true;
             }
-            const bool failed = failing_allocator::disarm();
+            const bool failed = MemoryShortage::hasRefused();
             EXPECT_FALSE(thrown) << "allocation " << number << " left the library as an exception";
             check(failed);
             if (!failed || thrown) {
@@ -70,7 +71,7 @@ protected:
     const TempFolder folder;
 };
 
-TEST_F(FailingAllocation, TheDeviceIdentificationIsThereOrNot) {
+TEST_F(FailingAllocation, TheDeviceIdentificationIsCompleteOrNull) {
     IPartIdentifier* made = nullptr;
     const std::size_t count = failEach(
         [&](bool spoilt) {
@@ -91,7 +92,7 @@ TEST_F(FailingAllocation, ADeviceHasAllEntriesOrNone) {
     const std::size_t whole = made->getDeviceEntries("bench/app").size();
     const std::size_t count = failEach(
         [&](bool) {
-            // A failure leaves no half-made device that a later question would meet.
+            // A failure leaves no incomplete device for a later query.
             EXPECT_THAT(entries, testing::AnyOf(0U, whole));
             EXPECT_EQ(made->getDeviceEntries("bench/app").size(), whole);
             DestroyPartIdentifier(made, 0);
@@ -105,7 +106,7 @@ TEST_F(FailingAllocation, ADeviceHasAllEntriesOrNone) {
     EXPECT_GT(count, 3U);
 }
 
-TEST_F(FailingAllocation, TheTargetAdapterIsThereOrNot) {
+TEST_F(FailingAllocation, TheTargetAdapterIsCompleteOrNull) {
     Vx::Qrs::Trace::ITargetAdapter* made = nullptr;
     const std::size_t count = failEach(
         [&](bool spoilt) {
@@ -119,7 +120,7 @@ TEST_F(FailingAllocation, TheTargetAdapterIsThereOrNot) {
     EXPECT_GT(count, 100U);
 }
 
-TEST_F(FailingAllocation, TheTransmitterLibraryIsThereOrNot) {
+TEST_F(FailingAllocation, TheTransmitterLibraryIsCompleteOrNull) {
     Vx::Qrs::Trace::IXmtrLibrary* made = nullptr;
     const std::size_t count = failEach(
         [&](bool spoilt) {
@@ -147,14 +148,14 @@ TEST_F(FailingAllocation, OperationsOfTheTransmitterLibraryFailWithACode) {
             [&] { result = call(); });
         EXPECT_GT(count, 0U);
     };
-    operation([&] { return library->releasePin(0, 9, 0); }); // its refusal has a text
+    operation([&] { return library->releasePin(0, 9, 0); }); // its refusal allocates a text
     operation([&] { return library->allocatePin(0, 99, 0, 0, 0); });
-    operation([&] { return library->flushBuffer(0); }); // no server is there
+    operation([&] { return library->flushBuffer(0); }); // without a server
     operation([&] { return library->setFunctionMode(0, 77); });
     DestroyXmtr(library);
 }
 
-TEST_F(FailingAllocation, ReplayObjectsAreThereOrNot) {
+TEST_F(FailingAllocation, ReplayObjectsAreCompleteOrNull) {
     Vx::Qrs::Trace::IFileChannelDriver* driver = nullptr;
     EXPECT_EQ(failEach([&](bool spoilt) { EXPECT_EQ(driver == nullptr, spoilt); },
                        [&] { driver = CreateChannelDriver("x"); }),

@@ -17,7 +17,7 @@ DeviceDatabase delivered() {
     return DeviceDatabase::load(std::filesystem::path(ORV_SOURCE_DIR) / "bench" / "scenarios" / "devices.toml");
 }
 
-/// The CPU's class as the receiver reads it off the identifier.
+/// The CPU's class as the receiver gets it from the identifier.
 unsigned classOf(std::uint32_t id) {
     if (id >> 22 == 470) {
         return (id >> 10 & 0xFFF) == 38 ? 3 : 2;
@@ -33,7 +33,7 @@ unsigned classOfCpu(const char* name) {
     return adapter.getCpuInfo() != nullptr ? classOf(adapter.getCpuInfo()->getCpuId()) : 99;
 }
 
-TEST(Devices, EveryClassOfCpuIsThere) {
+TEST(Devices, EveryClassOfCpuExists) {
     EXPECT_EQ(classOfCpu("bench/app"), 2U);
     EXPECT_EQ(classOfCpu("bench/control"), 3U);
     EXPECT_EQ(classOfCpu("bench/signal"), 1U);
@@ -44,7 +44,7 @@ TEST(Devices, EveryClassOfCpuIsThere) {
 TEST(Devices, UnknownAndUnreachableCpusHaveNoInformation) {
     const DeviceDatabase base = delivered();
     EXPECT_EQ(TargetAdapter(base, "bench/unreachable").getCpuInfo(), nullptr);
-    EXPECT_EQ(TargetAdapter(base, "nobody").getCpuInfo(), nullptr);
+    EXPECT_EQ(TargetAdapter(base, "unknown").getCpuInfo(), nullptr);
 }
 
 TEST(Identifier, PinOutsServeEveryKindAndWidth) {
@@ -71,18 +71,18 @@ TEST(Identifier, PinOutsServeEveryKindAndWidth) {
     }
 }
 
-TEST(Identifier, TheSecondQuestionGivesTheSameObjects) {
+TEST(Identifier, TheSecondQueryReturnsTheSameObjects) {
     PartIdentifier identifier(delivered());
     EXPECT_EQ(identifier.getDeviceEntries("bench/app"), identifier.getDeviceEntries("bench/app"));
 }
 
-TEST(Identifier, TheUnitsPortStandsInDoubleQuotes) {
+TEST(Identifier, TheUnitsPortHasDoubleQuotes) {
     PartIdentifier identifier(delivered());
     EXPECT_STREQ(identifier.getDeviceText("bench/app", IPartIdentifier::eUnitName), "bench");
     EXPECT_STREQ(identifier.getDeviceText("bench/app", IPartIdentifier::eUnitPort), "\"0\"");
     EXPECT_STREQ(identifier.getDeviceText("bench/app", IPartIdentifier::eDeviceName), "bench/app");
     EXPECT_STREQ(identifier.getDeviceText("bench/app", 17), "");
-    EXPECT_STREQ(identifier.getDeviceText("nobody", IPartIdentifier::eUnitName), "");
+    EXPECT_STREQ(identifier.getDeviceText("unknown", IPartIdentifier::eUnitName), "");
     EXPECT_STREQ(identifier.getDeviceText(nullptr, IPartIdentifier::eUnitName), "");
 }
 
@@ -97,7 +97,7 @@ TEST(Identifier, CharacteristicsAreTextsAndUnknownOnesEmpty) {
 
 TEST(Identifier, AnUnknownDeviceHasNoEntries) {
     PartIdentifier identifier(delivered());
-    EXPECT_TRUE(identifier.getDeviceEntries("nobody").empty());
+    EXPECT_TRUE(identifier.getDeviceEntries("unknown").empty());
     EXPECT_TRUE(identifier.getDeviceEntries(nullptr).empty());
 }
 
@@ -111,7 +111,7 @@ std::string loadFailure(const std::string& text) {
     return "loaded";
 }
 
-TEST(DeviceFile, DamageIsToldWithLineAndReason) {
+TEST(DeviceFile, DamageIsReportedWithLineAndReason) {
     EXPECT_THAT(loadFailure("[[device]\n"), HasSubstr("d.toml:1: "));
     EXPECT_THAT(loadFailure("\n \u00E4 = 1\n"), HasSubstr("d.toml:2:2: a character beyond ASCII must be"));
     EXPECT_THAT(loadFailure("x = 1\n"), HasSubstr("no [[device]] in it"));
@@ -121,7 +121,7 @@ TEST(DeviceFile, DamageIsToldWithLineAndReason) {
                 HasSubstr("there is no table [pinouts.none]"));
 }
 
-TEST(DeviceFile, TheEnvironmentNamesAnother) {
+TEST(DeviceFile, TheEnvironmentCanNameAnother) {
 #ifdef _WIN32
     _putenv_s("ORV_BENCH_DEVICES", "other.toml");
 #else

@@ -33,7 +33,7 @@ int enableAll(ExportProgram& program) {
     return program.enablePins();
 }
 
-TEST(ExportProgramTest, TheWholeOrderGivesTheRequestWithBitZeroBehindTheClock) {
+TEST(ExportProgramTest, TheWholeOrderProducesTheRequestWithBitZeroAfterTheClock) {
     ExportProgram program = prepared();
     EXPECT_EQ(enableAll(program), done);
     EXPECT_EQ(program.request(), "program pattern=f0 frequency=2 kind=pti pins=5,2,3");
@@ -83,7 +83,7 @@ TEST(ExportProgramTest, ATestModeNeedsTheFunctionModeFirst) {
     EXPECT_EQ(program.setTestMode(5, 0), outOfOrder);
 }
 
-TEST(ExportProgramTest, PinsAreGivenOnceAndOnlyOnesThatExist) {
+TEST(ExportProgramTest, OnlyExistingPinsAreAllocatedAndOnlyOnce) {
     ExportProgram program = prepared();
     EXPECT_EQ(program.allocatePin(12, 2, 6), badPin);
     EXPECT_EQ(program.allocatePin(12, 2, 5), badPin) << "the clock's";
@@ -95,7 +95,7 @@ TEST(ExportProgramTest, PinsAreGivenOnceAndOnlyOnesThatExist) {
     EXPECT_EQ(program.allocatePin(12, 0, 2), done);
 }
 
-TEST(ExportProgramTest, WhatIsMissingKeepsTheChannelFromBeingProgrammed) {
+TEST(ExportProgramTest, AMissingStepPreventsProgrammingTheChannel) {
     ExportProgram noClock = prepared();
     noClock.releasePin(5);
     EXPECT_EQ(noClock.programChannel(), outOfOrder);
@@ -119,7 +119,7 @@ TEST(ExportProgramTest, WhatIsMissingKeepsTheChannelFromBeingProgrammed) {
     EXPECT_EQ(noFrequency.programChannel(), done);
 }
 
-TEST(ExportProgramTest, PortAndPinsComeInTheirOrderAfterEveryChange) {
+TEST(ExportProgramTest, PortAndPinsAreEnabledInOrderAfterEveryChange) {
     ExportProgram program = prepared();
     EXPECT_EQ(program.enablePort(), outOfOrder);
     EXPECT_EQ(program.programChannel(), done);
@@ -131,7 +131,7 @@ TEST(ExportProgramTest, PortAndPinsComeInTheirOrderAfterEveryChange) {
     EXPECT_THAT(program.reason(), HasSubstr("before the port"));
 }
 
-TEST(ExportProgramTest, AShutPortIsEnabledAgainWithoutNewProgramming) {
+TEST(ExportProgramTest, ADisabledPortIsEnabledAgainWithoutProgramming) {
     ExportProgram program = prepared();
     ASSERT_EQ(enableAll(program), done);
     program.shutdown();

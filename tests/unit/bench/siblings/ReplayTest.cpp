@@ -5,7 +5,7 @@
 namespace bench {
 namespace {
 
-TEST(FileReplay, TheDataSourceKeepsTheDriverThatItIsHanded) {
+TEST(FileReplay, TheDataSourceKeepsTheDriverThatItReceives) {
     class Driver : public Vx::Qrs::Trace::IFileChannelDriver {};
     Driver driver;
     FileDataSource source;

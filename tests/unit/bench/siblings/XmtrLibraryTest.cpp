@@ -13,7 +13,7 @@ namespace {
 using testing::ElementsAre;
 using VX_QRS::uSocket;
 
-/// A side server that answers from a script and keeps what it was asked. It ends with its one client.
+/// A side server that answers from a script and keeps the requests. It ends with its one client.
 class FakeServer {
 public:
     FakeServer(const TempFolder& folder, std::vector<std::string> replies) : answers(std::move(replies)) {
@@ -98,14 +98,14 @@ TEST(XmtrLibraryTest, AnErrorAnswerIsAFailure) {
     EXPECT_GT(programOnePin(library), 2);
 }
 
-TEST(XmtrLibraryTest, WithoutAServerThePinsStayDead) {
+TEST(XmtrLibraryTest, WithoutAServerThePinsHaveNoSignal) {
     const TempFolder folder;
     XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     EXPECT_EQ(programOnePin(library), xmtr_result::noBench);
     EXPECT_EQ(library.shutdownPort(0), xmtr_result::noBench);
 }
 
-TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneWent) {
+TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneEnded) {
     const TempFolder folder;
     XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
     {
@@ -119,7 +119,7 @@ TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneWent) {
     EXPECT_THAT(second.asked, ElementsAre("flush", "end 1"));
 }
 
-TEST(XmtrLibraryTest, ClearedStatusBitsComeBackOnlyAfterTheyWentAway) {
+TEST(XmtrLibraryTest, ClearedStatusBitsReturnOnlyAfterTheyWereZero) {
     const TempFolder folder;
     FakeServer server(folder, {"ok 1073741825\n", "ok 0x40000001\n", "ok 1\n", "ok 1073741825\n"});
     XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
@@ -149,7 +149,7 @@ TEST(XmtrLibraryTest, TheKindServesBothItsReaders) {
     }
 }
 
-TEST(XmtrLibraryTest, ScriptedFailuresHitEveryCallOrTheOneNamed) {
+TEST(XmtrLibraryTest, ScriptedFailuresAffectEveryCallOrTheNamedOne) {
     const TempFolder folder;
     XmtrLibrary library(scenarioOf(ExportKind::Pti, {"setPortWidth", "getNumFrequencySettings:2"}),
                         folder.file("side.port").string());

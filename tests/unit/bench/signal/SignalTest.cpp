@@ -25,7 +25,7 @@ std::vector<std::uint16_t> words(const WordStream& stream, std::uint64_t first, 
     return out;
 }
 
-TEST(Patterns, AreLaidOutForOneTwoAndFourPins) {
+TEST(Patterns, AreDefinedForOneTwoAndFourPins) {
     const auto start = [](PatternName name, unsigned pins) { return words(*makePattern(name, pins), 0, 6); };
     EXPECT_THAT(start(PatternName::F0, 1), testing::Each(0x5555));
     EXPECT_THAT(start(PatternName::F0, 2), testing::Each(0x3333));
@@ -44,7 +44,7 @@ TEST(Patterns, AreLaidOutForOneTwoAndFourPins) {
     EXPECT_THAT(start(PatternName::Walk, 4), ElementsAre(0x0124, 0x8012, 0x4801, 0x2480, 0x1248, 0x0124));
 }
 
-TEST(Patterns, TheShiftRegisterComesRoundAfterAllItsStates) {
+TEST(Patterns, TheShiftRegisterRepeatsAfterAllItsStates) {
     const ContentPointer lfsr = makePattern(PatternName::Lfsr, 4);
     EXPECT_EQ(lfsr->at(0), 0xFFFF);
     EXPECT_EQ(lfsr->at(65535), 0xFFFF);
@@ -56,7 +56,7 @@ TEST(Patterns, TheShiftRegisterComesRoundAfterAllItsStates) {
     EXPECT_FALSE(seen[0]);
 }
 
-TEST(Patterns, HaveNamesAndNoOthers) {
+TEST(Patterns, HaveNamesAndOtherNamesAreRejected) {
     EXPECT_EQ(patternFromName("ramp"), PatternName::Ramp);
     EXPECT_EQ(patternFromName("none"), std::nullopt);
     EXPECT_EQ(patternText(PatternName::Walk), "walk");
@@ -82,7 +82,7 @@ TEST(GeneratedTrace, NumbersItsMessagesAndAvoidsTheWordsOfASequence) {
     EXPECT_EQ(words(*content, 4000, 100), std::vector<std::uint16_t>(some.begin() + 4000, some.begin() + 4100));
 }
 
-TEST(WordStream, OpensWithASequenceAndGoesOnBehindEachWhereItStopped) {
+TEST(WordStream, BeginsWithASequenceAndContinuesAfterEachWhereItStopped) {
     const WordStream stream(makePattern(PatternName::Ramp, 4), 6);
     EXPECT_THAT(words(stream, 0, 7), ElementsAre(0, 0, 0, 0, 0, 0x0FF0, syncSequence[6]));
     EXPECT_THAT(words(stream, 7, 6), ElementsAre(0x0123, 0x4567, 0x89AB, 0xCDEF, 0x0123, 0x4567));
@@ -91,7 +91,7 @@ TEST(WordStream, OpensWithASequenceAndGoesOnBehindEachWhereItStopped) {
     EXPECT_NE(syncSequence[6], syncMark);
 }
 
-TEST(WordStream, ReadsTheSameFromAnyPlace) {
+TEST(WordStream, ReadsTheSameFromAnyPosition) {
     const WordStream stream(makeGeneratedTrace(3), 64);
     const auto all = words(stream, 0, 1000);
     for (std::size_t first = 0; first < 300; ++first) {
@@ -101,7 +101,7 @@ TEST(WordStream, ReadsTheSameFromAnyPlace) {
     }
 }
 
-TEST(WordStream, KnowsWhereSequencesLie) {
+TEST(WordStream, KnowsThePositionsOfSequences) {
     const WordStream stream(makePattern(PatternName::F0, 4), 64);
     EXPECT_EQ(stream.nextSequence(0), 0U);
     EXPECT_EQ(stream.nextSequence(1), 71U);
@@ -111,7 +111,7 @@ TEST(WordStream, KnowsWhereSequencesLie) {
     EXPECT_EQ(stream.positionInSequence(73), 2U);
 }
 
-TEST(WordStream, WithoutFramingTheContentStandsAlone) {
+TEST(WordStream, WithoutFramingHasOnlyTheContent) {
     const WordStream stream(makePattern(PatternName::Ramp, 4), 0);
     EXPECT_THAT(words(stream, 0, 4), ElementsAre(0x0123, 0x4567, 0x89AB, 0xCDEF));
     EXPECT_EQ(stream.nextSequence(5), 5U);

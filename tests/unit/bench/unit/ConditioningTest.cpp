@@ -29,7 +29,7 @@ ProcSettings with(unsigned delay, int stretch, unsigned debounce) {
     return settings;
 }
 
-TEST(ProcRegisters, AreTakenApart) {
+TEST(ProcRegisters, AreDecoded) {
     const ProcSettings settings = decodeProc(0x851F, 0x7D44);
     EXPECT_TRUE(settings.enable);
     EXPECT_EQ(settings.rcvrpin, 5U);
@@ -51,7 +51,7 @@ TEST(Conditioning, ALargerDelayMovesAPinToLaterSamples) {
 TEST(Conditioning, StretchLengthensEachRunOfOnesByHalfASamplePerUnit) {
     EXPECT_EQ(conditioned({3, 6, 10, 12}, with(0, 2, 0), 16), "0001111000111000");
     EXPECT_EQ(conditioned({3, 6, 10, 12}, with(0, -2, 0), 16), "0000110000010000");
-    // A single unit shows where the edge lies in the later half between two samples.
+    // A single unit is visible where the edge is in the later half between two samples.
     EXPECT_EQ(conditioned({3.0, 5.6}, with(0, 1, 0), 12), "000111100000");
     EXPECT_EQ(conditioned({3.0, 5.4}, with(0, 1, 0), 12), "000111000000");
     EXPECT_DOUBLE_EQ(shiftOf(with(3, 5, 0)).fall, 5.5);
@@ -59,13 +59,13 @@ TEST(Conditioning, StretchLengthensEachRunOfOnesByHalfASamplePerUnit) {
     EXPECT_DOUBLE_EQ(shiftOf(with(3, -5, 0)).rise, 5.5);
 }
 
-TEST(Conditioning, DebounceTakesOutPulsesBelowHalfItsSetting) {
+TEST(Conditioning, DebounceRemovesPulsesBelowHalfItsSetting) {
     EXPECT_EQ(conditioned({3, 5}, with(0, 0, 4), 12), "000110000000");
     EXPECT_EQ(conditioned({3, 5}, with(0, 0, 5), 12), "000000000000");
     EXPECT_EQ(conditioned({3, 4}, with(0, 0, 3), 12), "000000000000");
 }
 
-TEST(Conditioning, DebounceComesBeforeStretch) {
+TEST(Conditioning, DebouncePrecedesStretch) {
     EXPECT_EQ(conditioned({3, 5}, with(0, 5, 5), 12), "000000000000");
 }
 

@@ -1,4 +1,4 @@
-// The closed form that recordings are made from, against the sampled waveform that bursts are made from.
+// The closed form, which recordings use, against the sampled waveform, which bursts use.
 #include "bench/signal/Random.h"
 #include "bench/unit/Burst.h"
 #include "bench/unit/DataPath.h"
@@ -24,8 +24,8 @@ struct PathSetup {
 
 struct Counted {
     double edges = 0.0;
-    double wrong = 0.0;    // of what the closed form's slot would give
-    double expected = 0.0; // of the same, from its rates
+    double wrong = 0.0;    // relative to the slot of the closed form
+    double expected = 0.0; // the same, from its rates
 };
 
 TransmissionPointer transmissionOf(const PathSetup& setup) {
@@ -57,7 +57,7 @@ PathQuality qualityOf(const PathSetup& setup) {
     return judgePath(clock, data, setup.halfPeriod);
 }
 
-// Takes what the recorder would take out of bursts: the data sample at each clock edge.
+// Samples bursts as the recorder does: the data sample at each clock edge.
 Counted count(const PathSetup& setup, int bursts) {
     const auto sent = transmissionOf(setup);
     const Line clockLine = lineOn(LineSource::Clock, setup.clockTiming, 1);
@@ -100,7 +100,7 @@ void expectAgreement(const PathSetup& setup, int bursts = 60) {
     EXPECT_GT(counted.edges, 100.0);
 }
 
-TEST(DataPath, ACleanCentredSignalIsTakenInTheMiddleOfItsSlot) {
+TEST(DataPath, ACleanCentredSignalIsSampledInTheMiddleOfItsSlot) {
     const PathQuality quality = qualityOf({});
     EXPECT_EQ(quality.slot, 0);
     EXPECT_EQ(quality.early + quality.late + quality.flip, 0.0);
@@ -109,7 +109,7 @@ TEST(DataPath, ACleanCentredSignalIsTakenInTheMiddleOfItsSlot) {
     expectAgreement({}, 5);
 }
 
-TEST(DataPath, AClockDelayedByAWholeBitTakesTheNextSlot) {
+TEST(DataPath, AClockDelayedByAWholeBitSamplesTheNextSlot) {
     PathSetup setup;
     setup.clock.delay = 14;
     EXPECT_EQ(qualityOf(setup).slot, 1);
@@ -166,7 +166,7 @@ TEST(DataPath, RandomSettingsAgreeWithTheSampledWaveform) {
     EXPECT_GT(faulty, 5) << "the drawn settings have to show both sound and unsound paths";
 }
 
-TEST(DataPath, GlitchesThatDebounceDoesNotTakeAreTakenForData) {
+TEST(DataPath, GlitchesThatDebounceKeepsAreSampledAsData) {
     PathSetup setup;
     setup.dataTiming.glitchEvery = 200.0;
     setup.dataTiming.glitchLength = 1.5;
@@ -174,7 +174,7 @@ TEST(DataPath, GlitchesThatDebounceDoesNotTakeAreTakenForData) {
     expectAgreement(setup, 60);
     setup.data.debounce = 4;
     EXPECT_EQ(qualityOf(setup).flip, 0.0);
-    // A glitch that lies on an edge moves it, but not as far as the middle of the eye.
+    // A glitch at an edge moves it, but not as far as the middle of the eye.
     expectAgreement(setup, 60);
 }
 
@@ -205,7 +205,7 @@ TEST(DataPath, DebounceLosesPulsesThatAreTooShort) {
     EXPECT_NEAR(timePath(*sent, lineOn(LineSource::Clock, noisy, 1), settings).lostOnes, 0.76, 0.01);
 }
 
-TEST(Segments, TheWordBoundaryIsWhereMostPinsHaveIt) {
+TEST(Segments, TheWordBoundaryIsThatOfMostPins) {
     Transmission sent;
     sent.words = WordStream(makePattern(PatternName::Ramp, 4), 64);
     std::vector<Line> lines;

@@ -19,13 +19,13 @@ Bytes spoiled(const std::vector<MemoryCell>& cells, Bytes bytes, std::uint64_t a
     return bytes;
 }
 
-TEST(Memory, ASoundOneChangesNothing) {
+TEST(Memory, WithoutDefectsChangesNothing) {
     Bytes bytes{1, 2, 3};
     Memory().spoil(0, bytes);
     EXPECT_EQ(bytes, (Bytes{1, 2, 3}));
 }
 
-TEST(Memory, ADefectiveBitReadsInvertedOrWhatItIsStuckAt) {
+TEST(Memory, ADefectiveBitReadsInvertedOrItsStuckLevel) {
     EXPECT_EQ(spoiled({cell(1, 3)}, {0, 0xFF, 0}), (Bytes{0, 0xF7, 0}));
     EXPECT_EQ(spoiled({cell(1, 3)}, {0, 0, 0}), (Bytes{0, 8, 0}));
     EXPECT_EQ(spoiled({cell(0, 7, 0)}, {0xFF, 0xFF}), (Bytes{0x7F, 0xFF}));
@@ -33,12 +33,12 @@ TEST(Memory, ADefectiveBitReadsInvertedOrWhatItIsStuckAt) {
     EXPECT_EQ(spoiled({cell(1, 0, 1)}, {0x12, 0x34, 0x12}), (Bytes{0x12, 0x35, 0x12}));
 }
 
-TEST(Memory, SeveralBytesLieRegularly) {
+TEST(Memory, DefectiveBytesRepeatAtRegularDistances) {
     EXPECT_EQ(spoiled({cell(1, 0, std::nullopt, 3)}, Bytes(9)), (Bytes{0, 1, 0, 0, 1, 0, 0, 1, 0}));
     EXPECT_EQ(spoiled({cell(1, 0, std::nullopt, 1)}, Bytes(3)), (Bytes{0, 1, 1}));
 }
 
-TEST(Memory, ItsBytesAreFoundFromAnyAddressOn) {
+TEST(Memory, DefectiveBytesAreFoundFromAnyAddress) {
     const std::vector<MemoryCell> cells{cell(5, 0, std::nullopt, 4), cell(6, 1)}; // 5, 9, 13 and so on, and 6
     Bytes whole(64);
     Memory(cells, 1).spoil(0, whole);
@@ -59,8 +59,10 @@ TEST(Memory, ACellWorksUntilItsRecording) {
 
 class BadMemory : public UnitFixture {
 protected:
-    Bytes recorded(double seconds, bool wrapping = false) {
-        beginRecording(smallest, wrapping ? 1 : 0);
+    enum Mode { StopWhenFull = 0, Wrap = 1 };
+
+    Bytes recorded(double seconds, Mode mode = StopWhenFull) {
+        beginRecording(smallest, mode);
         program("ramp");
         pass(seconds);
         Bytes bytes = fetchAll();
@@ -69,13 +71,13 @@ protected:
     }
 
     // The same recordings of a unit without defects.
-    Bytes sound(double seconds, bool wrapping = false) {
+    Bytes sound(double seconds, Mode mode = StopWhenFull) {
         const std::vector<MemoryCell> cells = std::move(scenario.unit.cells);
         scenario.unit.cells.clear();
         const std::uint64_t at = std::exchange(now, 1000);
         make();
         setProcs(4);
-        Bytes bytes = recorded(seconds, wrapping);
+        Bytes bytes = recorded(seconds, mode);
         scenario.unit.cells = cells;
         now = at;
         return bytes;
@@ -93,7 +95,7 @@ protected:
     }
 };
 
-TEST_F(BadMemory, SpoilsTheBytesOfItsPlacesAndNoOther) {
+TEST_F(BadMemory, ChangesOnlyTheDefectiveBytes) {
     const Bytes good = sound(0.1);
     scenario.unit.cells = {cell(40000, 4), cell(100, 0, std::nullopt, 0x10000), cell(smallest, 0)};
     now = 1000;
@@ -104,23 +106,19 @@ TEST_F(BadMemory, SpoilsTheBytesOfItsPlacesAndNoOther) {
     EXPECT_EQ(bad.at(40000), good.at(40000) ^ 0x10);
 }
 
-TEST_F(BadMemory, ShowsInARequestOfAnySizeAndInAPeek) {
+TEST_F(BadMemory, AppearsInARequestOfAnySizeAndInAPeek) {
     const Bytes good = sound(0.1);
     scenario.unit.cells = {cell(20000, 4)};
     now = 1000;
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     unit->stop();
     data.clear();
     unit->request(19998);
-    unit->deliver(*this, false);
+    unit->deliver(*this, Unit::Before::OtherReply);
     EXPECT_EQ(unit->peek(4),
               (Bytes{good[19998], good[19999], static_cast<std::uint8_t>(good[20000] ^ 0x10), good[20001]}));
     unit->request(smallest - 19998);
-    unit->deliver(*this, false);
+    unit->deliver(*this, Unit::Before::OtherReply);
     EXPECT_EQ(differences(good, data), std::vector<std::size_t>{20000});
 }
 
@@ -131,7 +129,7 @@ TEST_F(BadMemory, RecordingsAreCounted) {
     make();
     setProcs(4);
     EXPECT_TRUE(differences(good, recorded(0.1)).empty());
-    // A start that never gets a word is no recording.
+    // A start without any word is no recording.
     unit->openChannel(smallest, 0);
     unit->start();
     pass(0.1);
@@ -140,16 +138,16 @@ TEST_F(BadMemory, RecordingsAreCounted) {
     EXPECT_EQ(differences(good, recorded(0.1)), std::vector<std::size_t>{5});
 }
 
-TEST_F(BadMemory, APlaceIsMetOnceInEachRoundOfAWrappingBuffer) {
-    // About two and a half rounds; the newest block but one is the last that was begun.
-    const Bytes good = sound(0.0131, true);
+TEST_F(BadMemory, ADefectAppearsOnceInEachRoundOfAWrappingBuffer) {
+    // About two and a half rounds; all but the newest block are complete.
+    const Bytes good = sound(0.0131, Wrap);
     scenario.unit.cells = {cell(0x8005, 0)};
     now = 1000;
     make();
     setProcs(4);
-    const Bytes bad = recorded(0.0131, true);
+    const Bytes bad = recorded(0.0131, Wrap);
     ASSERT_EQ(bad.size(), smallest - 0x4000);
-    // What comes first was overwritten last: the place moves with the first block that is left.
+    // The first block left was overwritten last, so the offset of the defect moves with it.
     const std::vector<std::size_t> places = differences(good, bad);
     ASSERT_EQ(places.size(), 1U);
     EXPECT_EQ(places[0] % 0x4000, 5U);

@@ -7,7 +7,7 @@ constexpr std::uint32_t smallest = 0x40000;
 
 class Recording : public UnitFixture {
 protected:
-    // The payload of packets, whose trailers have to be those of trace.
+    // The payload of packets; their trailers must be those of trace.
     static std::vector<std::uint16_t> payloadOf(const std::vector<std::uint16_t>& words) {
         std::vector<std::uint16_t> payload;
         for (std::size_t index = 0; index < words.size(); ++index) {
@@ -30,12 +30,8 @@ protected:
     }
 };
 
-TEST_F(Recording, PtiComesInPacketsAndThePatternGoesOnAcrossThemAndAcrossSequences) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+TEST_F(Recording, PtiHasPacketsAndThePatternContinuesAcrossThemAndAcrossSequences) {
+    recordFor(0.1, "ramp", smallest, 0);
     EXPECT_EQ(unit->status(), smallest);
     auto payload = payloadOf(wordsOf(fetchAll()));
     ASSERT_EQ(payload.size(), 512U * 255U);
@@ -54,11 +50,7 @@ TEST_F(Recording, ASequenceIsNeverCutAtTheEndOfTheBuffer) {
         }
     }
     ASSERT_EQ((512U * 255U) % (scenario.transmitter.syncEvery + 7), 6U);
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     const auto payload = payloadOf(wordsOf(fetchAll()));
     auto expected = sent("ramp", payload.size());
     ASSERT_EQ(expected.back(), syncMark);
@@ -68,11 +60,7 @@ TEST_F(Recording, ASequenceIsNeverCutAtTheEndOfTheBuffer) {
 
 TEST_F(Recording, WithoutPacketsEveryWordIsPayload) {
     scenario.kind = ExportKind::Tpiu;
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0, true);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0, Framing::Words);
     const auto words = wordsOf(fetchAll());
     EXPECT_EQ(words.size(), smallest / 2);
     EXPECT_EQ(words, sent("ramp", words.size()));
@@ -93,7 +81,7 @@ TEST_F(Recording, ProtocolBypassMakesEveryWordPayloadToo) {
     }
 }
 
-TEST_F(Recording, AFileComesBackUnchangedBehindItsIdleWords) {
+TEST_F(Recording, AFileComesBackUnchangedAfterItsIdleWords) {
     scenario.kind = ExportKind::Tpiu;
     std::vector<std::uint8_t> file;
     for (unsigned index = 0; index < 10000; ++index) {
@@ -101,7 +89,7 @@ TEST_F(Recording, AFileComesBackUnchangedBehindItsIdleWords) {
     }
     make(file);
     setProcs(4);
-    beginRecording(smallest, 0, true);
+    beginRecording(smallest, 0, Framing::Words);
     program("none");
     pass(0.1);
     const auto bytes = fetchAll();
@@ -114,28 +102,16 @@ TEST_F(Recording, AFileComesBackUnchangedBehindItsIdleWords) {
 TEST_F(Recording, TheBufferFillsAtTheDataRate) {
     scenario.transmitter.frequencies = {10e6};
     scenario.kind = ExportKind::Tpiu;
-    make();
-    setProcs(4);
-    beginRecording(0x400000, 0, true);
-    program("none");
     // 10 MHz, both edges, 4 pins: 10 million bytes a second.
-    pass(0.1);
+    recordFor(0.1, "none", 0x400000, 0, Framing::Words);
     EXPECT_EQ(unit->status(), 1000000U / 16384 * 16384);
     scenario.server.speed = 4.0;
-    make();
-    setProcs(4);
-    beginRecording(0x400000, 0, true);
-    program("none");
-    pass(0.1);
+    recordFor(0.1, "none", 0x400000, 0, Framing::Words);
     EXPECT_EQ(unit->status(), 4000000U / 16384 * 16384);
 }
 
-TEST_F(Recording, AStopFillsUpTheLastBlock) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.0001); // about 5000 bytes
+TEST_F(Recording, AStopPadsTheLastBlock) {
+    recordFor(0.0001, "ramp", smallest, 0); // about 5000 bytes
     EXPECT_EQ(unit->status(), 0U);
     unit->stop();
     EXPECT_EQ(unit->status(), 16384U);
@@ -146,36 +122,28 @@ TEST_F(Recording, AStopFillsUpTheLastBlock) {
     EXPECT_EQ(words[words.size() - 2], 0);
 }
 
-TEST_F(Recording, AFullBufferStopsTheCaptureAndSaysSoOnceInFrontOfAStatusReply) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.001);
-    unit->deliver(*this, true);
+TEST_F(Recording, AFullBufferStopsTheCaptureAndReportsItOnceBeforeAStatusReply) {
+    recordFor(0.001, "ramp", smallest, 0);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_TRUE(statuses.empty());
     pass(0.1);
-    unit->deliver(*this, false);
-    EXPECT_TRUE(statuses.empty()) << "only in front of a status reply";
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::OtherReply);
+    EXPECT_TRUE(statuses.empty()) << "only before a status reply";
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_EQ(statuses, std::vector<std::uint32_t>{0});
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_EQ(statuses.size(), 1U);
     EXPECT_FALSE(read(reg::bufferStatus) & reg::wrappedBit);
 }
 
 TEST_F(Recording, AWrappingBufferKeepsTheNewestButOneBlock) {
     scenario.kind = ExportKind::Tpiu;
-    make();
-    setProcs(4);
-    beginRecording(smallest, 1, true);
-    program("none");
-    pass(0.001);
+    recordFor(0.001, "none", smallest, 1, Framing::Words);
     EXPECT_FALSE(read(reg::bufferStatus) & reg::wrappedBit);
     pass(0.0201);
     EXPECT_TRUE(read(reg::bufferStatus) & reg::wrappedBit);
     EXPECT_EQ(unit->status(), smallest - 16384);
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_TRUE(statuses.empty());
     const auto words = wordsOf(fetchAll());
     ASSERT_EQ(words.size(), (smallest - 16384) / 2);
@@ -191,41 +159,33 @@ TEST_F(Recording, AWrappingBufferKeepsTheNewestButOneBlock) {
     EXPECT_EQ(words.back(), 0);
 }
 
-TEST_F(Recording, DataComeOnlyAfterARequestAndNeverMoreThanAskedFor) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+TEST_F(Recording, DataFollowOnlyARequestAndNeverExceedIt) {
+    recordFor(0.1, "ramp", smallest, 0);
     unit->stop();
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_TRUE(data.empty());
     unit->request(16384);
     EXPECT_EQ(unit->status(), smallest);
-    unit->deliver(*this, false);
+    unit->deliver(*this, Unit::Before::OtherReply);
     EXPECT_EQ(data.size(), 16384U);
     EXPECT_EQ(unit->status(), smallest - 16384);
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_EQ(data.size(), 16384U);
     unit->request(smallest);
-    unit->deliver(*this, true, 0x8000);
+    unit->deliver(*this, Unit::Before::StatusReply, 0x8000);
     EXPECT_EQ(data.size(), 16384U + 0x8000U);
     EXPECT_NE(unit->status(), 0U) << "requested data are on their way";
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_EQ(data.size(), smallest);
     EXPECT_EQ(unit->status(), 0U);
 }
 
 TEST_F(Recording, NothingIsDeliveredWithoutAChannel) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     unit->status();
     unit->request(16384);
     unit->closeChannel();
-    unit->deliver(*this, true);
+    unit->deliver(*this, Unit::Before::StatusReply);
     EXPECT_TRUE(data.empty() && statuses.empty());
     EXPECT_EQ(unit->status(), 0U);
     EXPECT_THROW(unit->start(), UnitError);
@@ -248,26 +208,22 @@ TEST_F(Recording, CancelAndFlushDiscard) {
             unit->cancel();
         }
         EXPECT_EQ(unit->status(), 0U);
-        unit->deliver(*this, true);
+        unit->deliver(*this, Unit::Before::StatusReply);
         EXPECT_TRUE(data.empty());
     }
 }
 
-TEST_F(Recording, PeekShowsTheNextBytesAndLeavesThem) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+TEST_F(Recording, PeekReturnsTheNextBytesAndKeepsThem) {
+    recordFor(0.1, "ramp", smallest, 0);
     unit->stop();
     unit->request(16384 + 100);
-    unit->deliver(*this, false);
-    const auto ahead = unit->peek(300);
-    ASSERT_EQ(ahead.size(), 300U);
+    unit->deliver(*this, Unit::Before::OtherReply);
+    const auto peeked = unit->peek(300);
+    ASSERT_EQ(peeked.size(), 300U);
     data.clear();
     unit->request(300);
-    unit->deliver(*this, false);
-    EXPECT_EQ(ahead, data);
+    unit->deliver(*this, Unit::Before::OtherReply);
+    EXPECT_EQ(peeked, data);
 }
 
 TEST_F(Recording, NothingIsRecordedWithoutCaptureEnableClockEnableOrTransmitter) {
@@ -288,12 +244,8 @@ TEST_F(Recording, NothingIsRecordedWithoutCaptureEnableClockEnableOrTransmitter)
     EXPECT_TRUE(truths.empty());
 }
 
-TEST_F(Recording, AShutDownTransmitterEndsTheWords) {
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.0002);
+TEST_F(Recording, AfterTheTransmittersShutdownThereAreNoWords) {
+    recordFor(0.0002, "ramp", smallest, 0);
     unit->shutdownTarget();
     pass(1.0);
     unit->stop();
@@ -316,7 +268,7 @@ TEST_F(Recording, TheUnitsOwnGeneratorIsRecordedFromItsStart) {
     PinWiring stuck;
     stuck.emu = 1;
     stuck.stuck = 0;
-    scenario.wiring.pins.push_back(stuck); // the wiring has no part in it
+    scenario.wiring.pins.push_back(stuck); // without effect here
     make();
     setProcs(4);
     beginRecording(smallest, 0);
@@ -334,26 +286,18 @@ TEST_F(Recording, AStuckOrSwappedPinDamagesTheWords) {
     pin.emu = 4;
     pin.stuck = 1;
     scenario.wiring.pins = {pin};
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     auto payload = payloadOf(wordsOf(fetchAll()));
     EXPECT_EQ(payload[7], 0x89AB) << "0x0123 with every top bit set";
     pin.stuck.reset();
     pin.swappedWith = 1;
     scenario.wiring.pins = {pin};
-    make();
-    setProcs(4);
-    beginRecording(smallest, 0);
-    program("ramp");
-    pass(0.1);
+    recordFor(0.1, "ramp", smallest, 0);
     payload = payloadOf(wordsOf(fetchAll()));
     EXPECT_EQ(payload[7], 0x082A) << "0, 1, 2, 3 with the outer bits exchanged";
 }
 
-TEST_F(Recording, AllPinsLateByAWholeBitAreNoErrorOnePinOffAgainstTheOthersIs) {
+TEST_F(Recording, AllPinsLateByAWholeBitAreNoErrorOneLatePinIs) {
     scenario.transmitter.frequencies = {50e6};
     make();
     setProcs(4, {0, 14, 14, 14, 14});
@@ -369,7 +313,7 @@ TEST_F(Recording, AllPinsLateByAWholeBitAreNoErrorOnePinOffAgainstTheOthersIs) {
     payload = payloadOf(wordsOf(fetchAll()));
     EXPECT_EQ(truths.back().pins[3].slot, -1);
     EXPECT_EQ(payload[8] & 0xEEEE, 0x4567 & 0xEEEE);
-    // The lowest bits of ...3, 4, 5, 6, 7 come one group late.
+    // The lowest bits of ...3, 4, 5, 6, 7 are one group late.
     EXPECT_EQ(payload[8] & 0x1111, 0x1010);
 }
 
@@ -379,7 +323,7 @@ TEST_F(Recording, TheLargestBufferIsNumberedWithoutAGap) {
     make();
     setProcs(4);
     constexpr std::uint32_t largest = 0x8000000;
-    beginRecording(largest, 0, true);
+    beginRecording(largest, 0, Framing::Words);
     program("none");
     pass(10.0);
     ASSERT_EQ(unit->status(), largest);
@@ -390,7 +334,7 @@ TEST_F(Recording, TheLargestBufferIsNumberedWithoutAGap) {
     while (unit->status() != 0) {
         data.clear();
         unit->request(0x200000);
-        unit->deliver(*this, false);
+        unit->deliver(*this, Unit::Before::OtherReply);
         const auto words = wordsOf(data);
         expected.resize(words.size());
         stream.fill(at, expected);
@@ -401,7 +345,7 @@ TEST_F(Recording, TheLargestBufferIsNumberedWithoutAGap) {
     EXPECT_LE(largestRecord, Unit::recordBytes);
 }
 
-TEST_F(Recording, DriftShowsInTheTruthOfALaterRecordingOnlyWhileTraceIsSent) {
+TEST_F(Recording, DriftAppearsInTheTruthOfALaterRecordingOnlyWhileTraceIsSent) {
     PinWiring pin;
     pin.emu = 1;
     pin.drift = 100.0;
@@ -416,7 +360,7 @@ TEST_F(Recording, DriftShowsInTheTruthOfALaterRecordingOnlyWhileTraceIsSent) {
     EXPECT_EQ(unit->segmentNow(0)->data[3].line.timing.skew, 0.0);
 }
 
-TEST_F(Recording, ProgramsThatCannotBeAreRefused) {
+TEST_F(Recording, ImpossibleProgramsAreRefused) {
     make();
     EXPECT_THROW(unit->programTarget({"f0", 1, ExportKind::Pti, {0, 1}}), UnitError);
     EXPECT_THROW(unit->programTarget({"f0", 0, ExportKind::Pti, {0}}), UnitError);

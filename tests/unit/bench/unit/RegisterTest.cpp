@@ -66,7 +66,7 @@ TEST_F(UnitRegisters, TheCounterCountsBothEdgesOverItsWindow) {
     EXPECT_EQ(read(reg::countLow(0)) + read(reg::countHigh(0)), 0U) << "no window, no edges";
 }
 
-TEST_F(UnitRegisters, TheCountStandsUntilTheNextWindowIsOver) {
+TEST_F(UnitRegisters, TheCountIsKeptUntilTheNextWindowEnds) {
     scenario.transmitter.frequencies = {25e6, 50e6};
     make();
     setProcs(4);
@@ -131,10 +131,10 @@ TEST_F(UnitRegisters, ABurstFillsAllFifosAndEachReadPops) {
     EXPECT_EQ(read(reg::fifoStatus(2)), 0x200U);
 }
 
-TEST_F(UnitRegisters, ABurstBeginsAtOneMomentForAllPinsWhileTimeGoesOn) {
+TEST_F(UnitRegisters, ABurstStartsAtTheSameTimeForAllPins) {
     unit.emplace(scenario, [this] { return now += 12345; });
     setProcs(4);
-    // Two procs look at the same input.
+    // Two procs have the same input.
     write(reg::procFirst(0, 2), read(reg::procFirst(0, 1)));
     program("ramp");
     trigger();
@@ -143,7 +143,7 @@ TEST_F(UnitRegisters, ABurstBeginsAtOneMomentForAllPinsWhileTimeGoesOn) {
     }
 }
 
-TEST_F(UnitRegisters, ATriggerDropsWhatIsLeftAndASyncDoesNot) {
+TEST_F(UnitRegisters, ATriggerDiscardsOldSamplesAndASyncDoesNot) {
     make();
     setProcs(4);
     program("f0");
@@ -183,7 +183,7 @@ TEST_F(UnitRegisters, ABurstShowsTheSignalOfEachProcsInput) {
     EXPECT_GT(edges[1], 5);
 }
 
-TEST_F(UnitRegisters, ErrorsReadZeroUnlessTheScenarioSaysOtherwiseAndAWriteClearsThem) {
+TEST_F(UnitRegisters, ErrorsReadZeroUnlessSetByTheScenarioAndAWriteClearsThem) {
     make();
     setProcs(4);
     beginRecording(0x40000, 1);
@@ -207,7 +207,7 @@ TEST_F(UnitRegisters, ErrorsReadZeroUnlessTheScenarioSaysOtherwiseAndAWriteClear
     EXPECT_EQ(read(reg::errorB(0)), 0U);
 }
 
-TEST_F(UnitRegisters, CommsComeToRestSoonAfterCaptureEnableIsCleared) {
+TEST_F(UnitRegisters, CommsBecomeIdleSoonAfterCaptureEnableIsCleared) {
     make();
     EXPECT_EQ(read(reg::commsStatus(0)) & 0x9F, 0x80U);
     write(reg::stmControl(0), 1);
@@ -221,7 +221,7 @@ TEST_F(UnitRegisters, CommsComeToRestSoonAfterCaptureEnableIsCleared) {
     EXPECT_NE(read(reg::commsStatus(0)) & 0x9F, 0x80U);
 }
 
-TEST_F(UnitRegisters, TheBridgeAsksForAResetOnlyWhenTheScenarioSaysSo) {
+TEST_F(UnitRegisters, TheBridgeRequestsAResetOnlyIfTheScenarioSetsIt) {
     make();
     EXPECT_EQ(unit->read(reg::kindBridge, reg::bridgeStatus) & 2, 0U);
     scenario.unit.bridgeNeedsReset = true;

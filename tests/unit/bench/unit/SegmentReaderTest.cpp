@@ -8,7 +8,7 @@
 namespace bench {
 namespace {
 
-// Four data lines in their places, conditioned by nothing, on a stream of the test's choice.
+// Four data lines in order, without conditioning, on a stream that the test chooses.
 Segment plainSegment(WordStream words, unsigned pins = 4) {
     Transmission sent;
     sent.dataPins = pins;
@@ -41,13 +41,13 @@ std::vector<std::uint16_t> sentWords(const Segment& segment, std::size_t count, 
     return out;
 }
 
-TEST(SegmentReader, ASoundSegmentIsWhatWasSent) {
+TEST(SegmentReader, AnUndisturbedSegmentIsAsSent) {
     const Segment segment = plainSegment({makePattern(PatternName::Lfsr, 4), 64});
     EXPECT_EQ(readWords(segment, 5000), sentWords(segment, 5000));
     EXPECT_EQ(readWords(segment, 500, 123), sentWords(segment, 500, 123));
 }
 
-TEST(SegmentReader, EveryLineIsTakenFromItsOwnSlot) {
+TEST(SegmentReader, EveryLineIsSampledInItsOwnSlot) {
     Segment segment = plainSegment({makePattern(PatternName::Lfsr, 4), 0});
     segment.data[0].quality.slot = -1;
     segment.data[2].quality.slot = 1;
@@ -64,11 +64,11 @@ TEST(SegmentReader, EveryLineIsTakenFromItsOwnSlot) {
     }
 }
 
-TEST(SegmentReader, WidthsThatDoNotDivideAWordRunOn) {
+TEST(SegmentReader, WidthsThatDoNotDivideAWordContinueInTheNext) {
     for (const unsigned pins : {1U, 2U, 3U, 5U, 7U}) {
         Segment segment = plainSegment({makePattern(PatternName::Lfsr, 4), 0}, pins);
         EXPECT_EQ(readWords(segment, 100), sentWords(segment, 100));
-        // A constant line forces the way through the masks.
+        // A constant line makes the reader use its masks.
         segment.data[0].line.source = LineSource::Constant;
         segment.data[0].line.level = true;
         const auto words = readWords(segment, 100);
@@ -80,7 +80,7 @@ TEST(SegmentReader, WidthsThatDoNotDivideAWordRunOn) {
     }
 }
 
-TEST(SegmentReader, FaultsComeAtTheirRateAndAreTheNeighboursBits) {
+TEST(SegmentReader, FaultsHaveTheirRateAndAreTheNeighboursBits) {
     Segment segment = plainSegment({makePattern(PatternName::Lfsr, 4), 0});
     segment.data[1].quality.early = 0.01;
     constexpr std::size_t count = 50000;
@@ -120,7 +120,7 @@ TEST(SegmentReader, ALostClockPulseMovesTheWordsUntilTheNextSequence) {
     Segment segment = plainSegment({makePattern(PatternName::Ramp, 4), 64});
     segment.clock.timing.lostOnes = 2e-4;
     const auto words = readWords(segment, 20000);
-    // What is found behind each sequence is the ramp again, wherever it stands.
+    // Every sequence is followed by the ramp, at any value.
     std::size_t sequences = 0;
     std::size_t broken = 0;
     std::size_t distance = 0;
@@ -141,7 +141,7 @@ TEST(SegmentReader, AnAddedClockPulseMovesThemTheOtherWay) {
     Segment segment = plainSegment({makePattern(PatternName::Ramp, 4), 0});
     segment.clock.timing.glitchEvery = 14.0 * 400.0; // one in 400 slots
     const auto words = readWords(segment, 1000);
-    // Without sequences the groups of 0 to F go on, with doubled ones among them.
+    // Without sequences the groups of 0 to F continue, with doubled ones among them.
     int added = 0;
     unsigned before = 15;
     for (const std::uint16_t word : words) {
@@ -156,7 +156,7 @@ TEST(SegmentReader, AnAddedClockPulseMovesThemTheOtherWay) {
     EXPECT_EQ(added % 2, 0);
 }
 
-TEST(SegmentReader, DataOnTheClockInputTakesAGroupAtEachOfItsChanges) {
+TEST(SegmentReader, DataOnTheClockInputRecordsAGroupAtEachChange) {
     Segment segment = plainSegment({makePattern(PatternName::Ramp, 4), 0});
     segment.clock.line.source = LineSource::Data;
     segment.clock.line.bit = 2; // changes at groups 2, 4, 6, ...
@@ -174,7 +174,7 @@ TEST(SegmentReader, FewerPinsThanProcsAreFollowedSlotBySlot) {
         path.line.source = LineSource::Constant;
         path.line.level = bit == 1;
     }
-    // Groups 00 01 10 11 with 01 behind each.
+    // Groups 00 01 10 11, each followed by 01.
     EXPECT_EQ(readWords(segment, 2), (std::vector<std::uint16_t>{0x159D, 0x159D}));
 }
 

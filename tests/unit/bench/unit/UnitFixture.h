@@ -12,7 +12,7 @@
 
 namespace bench {
 
-// A unit whose time passes when the test says so, and the moves that every recording is made of.
+// A unit whose time the test controls, and the steps of every recording.
 class UnitFixture : public testing::Test, public RecordSink {
 protected:
     void make(std::optional<std::vector<std::uint8_t>> play = std::nullopt) {
@@ -34,7 +34,7 @@ protected:
         return emu;
     }
 
-    // Proc 0 samples the clock, proc 1 the pin of the highest bit, and so on down.
+    // Proc 0 samples the clock, proc 1 the pin of the highest bit, and so on in descending order.
     void setProcs(unsigned pins, const std::vector<unsigned>& delays = {}, bool clockEnabled = false) {
         for (unsigned proc = 0; proc < reg::procs; ++proc) {
             const bool used = proc <= pins;
@@ -51,14 +51,24 @@ protected:
     }
 
     // The capture side of a recording; the transmitter follows.
-    void beginRecording(std::uint32_t size, std::uint32_t mode, bool everyWord = false) {
+    void beginRecording(std::uint32_t size, std::uint32_t mode, Framing framing = Framing::Packets) {
         unit->openChannel(size, mode);
         unit->cancel();
         unit->flush();
         unit->start();
         write(reg::stmControl(0), reg::captureEnableBit);
-        write(reg::protocol(0), everyWord ? reg::protocolWordsBit : 0);
+        write(reg::protocol(0), framing == Framing::Words ? reg::protocolWordsBit : 0);
         write(reg::procFirst(0, 0), read(reg::procFirst(0, 0)) | reg::enableBit);
+    }
+
+    // Records on four data pins of a new unit.
+    void recordFor(double seconds, const std::string& pattern, std::uint32_t size, std::uint32_t mode,
+                   Framing framing = Framing::Packets) {
+        make();
+        setProcs(4);
+        beginRecording(size, mode, framing);
+        program(pattern);
+        pass(seconds);
     }
 
     std::vector<std::uint8_t> fetchAll() {
@@ -66,7 +76,7 @@ protected:
         data.clear();
         unit->request(unit->status());
         while (unit->status() != 0) {
-            unit->deliver(*this, true);
+            unit->deliver(*this, Unit::Before::StatusReply);
         }
         return data;
     }

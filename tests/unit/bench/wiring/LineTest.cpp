@@ -46,7 +46,7 @@ TEST(DrawLine, CentredDataChangeInTheMiddleBetweenClockEdges) {
     EXPECT_TRUE(levelAt(next, 39.9));
 }
 
-TEST(DrawLine, EdgeAlignedDataChangeWithTheClock) {
+TEST(DrawLine, EdgeAlignedDataChangeAtTheClockEdge) {
     Transmission sent = rampAt(10.0);
     sent.alignment = Alignment::Edge;
     const Waveform clock = drawLine(sent, lineOn(LineSource::Clock), 0.0, 100.0);
@@ -74,7 +74,7 @@ TEST(DrawLine, SkewMovesBothEdgesAndLateFallTheFallsOnly) {
     EXPECT_DOUBLE_EQ(wave.toggles[3], 37.0);
 }
 
-TEST(DrawLine, JitterHasTheSpreadThatWasAskedForAndIsTheSameEachTime) {
+TEST(DrawLine, JitterHasTheGivenSpreadAndIsTheSameEachTime) {
     const Transmission sent = rampAt(14.0);
     Line line = lineOn(LineSource::Clock);
     line.timing.jitter = 0.3;
@@ -86,14 +86,14 @@ TEST(DrawLine, JitterHasTheSpreadThatWasAskedForAndIsTheSameEachTime) {
         squares += error * error;
     }
     EXPECT_NEAR(std::sqrt(squares / static_cast<double>(wave.toggles.size())), 0.3, 0.01);
-    // A window further on shows the same edges.
+    // A later window shows the same edges.
     const Waveform later = drawLine(sent, line, 14000.0, 14100.0);
     for (const double toggle : later.toggles) {
         EXPECT_NE(std::find(wave.toggles.begin(), wave.toggles.end(), toggle), wave.toggles.end());
     }
 }
 
-TEST(DrawLine, GlitchesComeAsOftenAndAsLongAsAskedFor) {
+TEST(DrawLine, GlitchesHaveTheGivenRateAndLength) {
     const Transmission sent = rampAt(14.0);
     Line line = lineOn(LineSource::Constant);
     line.timing.glitchEvery = 500.0;
@@ -105,13 +105,13 @@ TEST(DrawLine, GlitchesComeAsOftenAndAsLongAsAskedFor) {
     }
 }
 
-TEST(DrawLine, AFloatingInputWandersSlowly) {
+TEST(DrawLine, AFloatingInputChangesSlowly) {
     const Transmission sent = rampAt(14.0);
     const Waveform wave = drawLine(sent, lineOn(LineSource::Floating), 0.0, 512000.0);
     EXPECT_NEAR(static_cast<double>(wave.toggles.size()), 1000.0, 150.0);
 }
 
-// --- which signal reaches which receiver input ---
+// --- the signals at the receiver inputs ---
 
 const std::vector<unsigned> pins{0, 1, 2, 3, 4}; // clock, then bits 0 to 3
 
@@ -134,7 +134,7 @@ TEST(Wiring, TheHighestBitIsTheTopOfTheGroup) {
     EXPECT_EQ(lineAtReceiver(wiring, pins, 1, 0.0).source, LineSource::Constant);
 }
 
-TEST(Wiring, SwappedPinsCarryEachOthersSignalAndKeepTheirOwnWay) {
+TEST(Wiring, SwappedPinsCarryEachOthersSignalAndKeepTheirOwnWiring) {
     WiringSettings wiring;
     PinWiring pin;
     pin.emu = 1;

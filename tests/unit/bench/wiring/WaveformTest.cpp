@@ -9,7 +9,7 @@
 namespace bench {
 namespace {
 
-// A waveform as it is drawn, one character a sample.
+// A waveform drawn with one character per sample.
 Waveform drawn(std::string_view levels) {
     Waveform wave;
     wave.first = levels.front() == '1';
@@ -43,7 +43,7 @@ std::string moved(std::string_view levels, double rise, double fall) {
     return sampled(wave, levels.size());
 }
 
-TEST(Waveform, SamplesAreWhatWasDrawnEarliestInBitZero) {
+TEST(Waveform, SamplesAreAsDrawnWithTheEarliestInBitZero) {
     EXPECT_EQ(sampled(drawn("0001111000110000111100001111"), 28), "0001111000110000111100001111");
     std::array<std::uint16_t, 1> word{};
     sampleInto(drawn("1000000000000001"), 0.0, word);
@@ -54,7 +54,7 @@ TEST(Waveform, SamplingMayBeginAnywhere) {
     EXPECT_EQ(sampled(drawn("00011110"), 4, 2.0), "0111");
 }
 
-TEST(Waveform, AnEdgeBetweenTwoSamplesShowsInTheLater) {
+TEST(Waveform, AnEdgeBetweenTwoSamplesAppearsInTheLater) {
     Waveform wave;
     wave.toggles = {2.5};
     EXPECT_EQ(sampled(wave, 5), "00011");
@@ -77,7 +77,7 @@ TEST(Waveform, MovingFallsLengthensOnes) {
     EXPECT_EQ(moved("0001110001110000", 2.0, 2.0), "0000011100011100");
 }
 
-TEST(Waveform, RunsThatMeetVanish) {
+TEST(Waveform, RunsThatMeetAreRemoved) {
     EXPECT_EQ(moved("0001110111000000", 0.0, 1.0), "0001111111100000");
     EXPECT_EQ(moved("0001000111000000", 1.0, 0.0), "0000000011000000");
 }
@@ -89,7 +89,7 @@ TEST(Waveform, DisorderlyTogglesAreSortedAndPairsCancel) {
     EXPECT_EQ(wave.toggles, (std::vector<double>{3.0, 5.0}));
 }
 
-TEST(Waveform, InvertingTwiceIsNothing) {
+TEST(Waveform, InvertingTwiceHasNoEffect) {
     Waveform wave = drawn("0001111000");
     invertBetween(wave, 5.0, 6.0);
     putInOrder(wave);

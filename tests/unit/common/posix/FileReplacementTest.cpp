@@ -1,14 +1,15 @@
-// What a configuration file goes through when it is replaced, on this system.
+// Replacement of a configuration file on this system.
 #include "common/source/source_utilities/KeptFile.h"
 #include "common/source/source_utilities/uConfig.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/common/posix/FileSizeLimit.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -24,7 +25,7 @@ int refuse() {
 
 } // namespace
 
-// The linker leads every call to the first of each pair, and the second to the C library.
+// The linker directs every call to the first of each pair, and the second to the C library.
 extern "C" {
 int __real_link(const char* from, const char* to);
 int __wrap_link(const char* from, const char* to) {
@@ -39,7 +40,7 @@ int __wrap_rename(const char* from, const char* to) {
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 using Names = std::vector<std::string>;
 
 class Refused {
@@ -53,7 +54,7 @@ private:
     bool& flag;
 };
 
-// Nobody in particular, if this process may become so: root is refused nothing.
+// An unprivileged user, if this process may change to one: root has all rights.
 class OrdinaryUser {
 public:
     OrdinaryUser() : before(geteuid()) {
@@ -75,7 +76,7 @@ class FileReplacement : public testing::Test {
 protected:
     FileReplacement() {
         if (geteuid() == 0) {
-            EXPECT_EQ(chown(folder.path().c_str(), OrdinaryUser::nobody, OrdinaryUser::nobody), 0);
+            EXPECT_EQ(chown(folder.path.string().c_str(), OrdinaryUser::nobody, OrdinaryUser::nobody), 0);
         }
     }
 
@@ -101,7 +102,7 @@ protected:
         config.write();
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(FileReplacement, AFullDiskLeavesTheOldFileAndNothingElse) {
@@ -116,7 +117,7 @@ TEST_F(FileReplacement, AFullDiskLeavesTheOldFileAndNothingElse) {
 }
 
 TEST_F(FileReplacement, ADiskThatIsFullAtTheLastByteIsNoticed) {
-    const OrdinaryUser user; // whom a mistake does not let replace a device
+    const OrdinaryUser user; // who cannot replace a device by a mistake
     EXPECT_EQ(failureText<uConfig::error>([&] { write("/dev/full"); }), "failed to write \"/dev/full\"");
 }
 
@@ -136,26 +137,26 @@ TEST_F(FileReplacement, ADeviceIsWrittenInPlace) {
 }
 
 TEST_F(FileReplacement, SymbolicLinksStayAndLeadToTheNewFile) {
-    std::filesystem::create_directory(folder.path("deep"));
+    std::filesystem::create_directory(folder.file("deep"));
     folder.write("deep/file", "old");
-    std::filesystem::create_symlink("deep/file", folder.path("second"));
-    std::filesystem::create_symlink(folder.path("second"), folder.path("first"));
-    write(folder.path("first"));
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("first")));
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("second")));
+    std::filesystem::create_symlink("deep/file", folder.file("second"));
+    std::filesystem::create_symlink(folder.file("second"), folder.file("first"));
+    write(folder.file("first"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("first")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("second")));
     EXPECT_EQ(folder.read("deep/file"), "a=1\n");
     EXPECT_EQ(folder.names(), (Names{"deep", "first", "second"}));
 }
 
 TEST_F(FileReplacement, ASymbolicLinkToNothingYetLeadsToTheNewFile) {
-    std::filesystem::create_symlink("file", folder.path("link"));
-    write(folder.path("link"));
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.path("link")));
+    std::filesystem::create_symlink("file", folder.file("link"));
+    write(folder.file("link"));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.file("link")));
     EXPECT_EQ(folder.read("file"), "a=1\n");
 }
 
 TEST_F(FileReplacement, SymbolicLinksInACircleCannotBeWritten) {
-    const std::string path = folder.path("circle");
+    const std::string path = folder.file("circle");
     std::filesystem::create_symlink("circle", path);
     EXPECT_EQ(failureText<uConfig::error>([&] { write(path); }), "failed to open \"" + path + "\" for writing");
     EXPECT_TRUE(std::filesystem::is_symlink(path));
@@ -195,14 +196,14 @@ TEST_F(FileReplacement, AWriteProtectedFileIsNotReplaced) {
 
 TEST_F(FileReplacement, AFolderThatAcceptsNoNewFileKeepsTheOldOne) {
     const std::string path = userFile("file", "old", 0644);
-    EXPECT_EQ(chmod(folder.path().c_str(), 0555), 0);
+    EXPECT_EQ(chmod(folder.path.string().c_str(), 0555), 0);
     {
         const OrdinaryUser user;
         EXPECT_EQ(failureText<uConfig::error>([&] { write(path); }), "failed to open \"" + path + "\" for writing");
         EXPECT_EQ(failureText<source_utilities_error>([&] { const KeptFile kept(path, ".old", "new"); }),
                   "failed to keep \"" + path + "\" as \"" + path + ".old\", file not replaced");
     }
-    EXPECT_EQ(chmod(folder.path().c_str(), 0755), 0);
+    EXPECT_EQ(chmod(folder.path.string().c_str(), 0755), 0);
     EXPECT_EQ(folder.read("file"), "old");
     EXPECT_EQ(folder.names(), Names{"file"});
 }
@@ -252,12 +253,12 @@ TEST_F(FileReplacement, WhatCannotBeKeptAtAllIsReported) {
 }
 
 TEST_F(FileReplacement, ACopyIsBesideTheFileThatALinkLeadsTo) {
-    std::filesystem::create_directory(folder.path("deep"));
+    std::filesystem::create_directory(folder.file("deep"));
     folder.write("deep/file", "old");
-    std::filesystem::create_symlink("deep/file", folder.path("link"));
-    KeptFile kept(folder.path("link"), ".old", "new");
+    std::filesystem::create_symlink("deep/file", folder.file("link"));
+    KeptFile kept(folder.file("link"), ".old", "new");
     kept.settle();
-    EXPECT_EQ(kept.path(), folder.path("deep/file.old"));
+    EXPECT_EQ(kept.path(), folder.file("deep/file.old"));
     EXPECT_EQ(folder.read("deep/file.old"), "old");
 }
 

@@ -5,7 +5,7 @@
 
 namespace VX_QRS::test {
 
-// Files end after so many bytes, as on a disk that is full.
+// Limits the size of files, as on a full disk.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {

@@ -1,4 +1,4 @@
-// Calls that wait go on waiting when a signal interrupts them.
+// Blocking calls continue when a signal interrupts them.
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uStopwatch.h"
 #include "common/source/source_utilities/uThread.h"
@@ -38,7 +38,7 @@ protected:
     }
     void TearDown() override { sigaction(SIGUSR1, &before, nullptr); }
 
-    // Runs a call that waits, interrupts it a few times and then lets it end.
+    // Runs a blocking call, interrupts it a few times and then lets it end.
     static void interrupt(const std::function<void()>& waiting, const std::function<void()>& release) {
         std::atomic<bool> ended{false};
         std::thread thread([&] {

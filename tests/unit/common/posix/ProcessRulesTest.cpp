@@ -1,8 +1,8 @@
-// What Windows does by itself and is done by hand here.
+// Rules that Windows has built in and this back end implements.
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -46,7 +46,7 @@ TEST(ProcessRules, EndedChildIsReaped) {
     while (uEnvironment::processExists(static_cast<std::uint32_t>(child))) {
         uThread::sleep(1);
     }
-    while (waitpid(child, nullptr, WNOHANG) == 0) { // still in the list when it was looked at
+    while (waitpid(child, nullptr, WNOHANG) == 0) { // still in the list during the query
         uEnvironment::findProcess("true", 0);
     }
     EXPECT_EQ(waitpid(child, nullptr, WNOHANG), -1);
@@ -64,7 +64,7 @@ TEST(ProcessRules, TerminatedChildIsReapedAtOnce) {
 
 TEST(ProcessRules, FailedStartLeavesNoChild) {
     EXPECT_EQ(uEnvironment::startProcess("orv_no_such_program", nullptr, uEnvironment::detachedMode), 0U);
-    // Of all children of this process none is waiting to be reaped.
+    // No child of this process is waiting to be reaped.
     siginfo_t info{};
     const int result = waitid(P_ALL, 0, &info, WEXITED | WNOWAIT | WNOHANG);
     EXPECT_TRUE(result == -1 || info.si_pid == 0);
@@ -79,11 +79,11 @@ TEST(ProcessRules, StartedProcessHasASessionOfItsOwn) {
 }
 
 TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
-    const test::TemporaryFolder folder;
-    // Other runs of this test may be under way; this one's program has its own name.
+    const test_support::TemporaryFolder folder;
+    // Other runs of this test may be active; the program of this one has its own name.
     const std::string number = std::to_string(getpid());
     const std::string name = "a_program_with_a_long_name_" + number;
-    const std::string program = folder.path(name + ".exe");
+    const std::string program = folder.file(name + ".exe");
     std::filesystem::copy_file("/bin/sleep", program);
     const std::uint32_t child = startSleeper(program);
     ASSERT_NE(child, 0U);
@@ -96,11 +96,11 @@ TEST(ProcessRules, NameIsComparedInFullAndNotCutAtFifteenCharacters) {
     uEnvironment::terminateProcess(child);
 }
 
-TEST(ProcessRules, CurrentDirectoryGoesAheadOfThePath) {
-    const test::TemporaryFolder folder;
+TEST(ProcessRules, CurrentDirectoryPrecedesThePath) {
+    const test_support::TemporaryFolder folder;
     const std::string program = folder.write("sleep", "#!/bin/sh\necho \"$@\" > out\n");
     makeRunnable(program);
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
     const std::uint32_t child = startSleeper("sleep");
     ASSERT_NE(child, 0U);
     while (uEnvironment::processExists(child)) {
@@ -110,28 +110,28 @@ TEST(ProcessRules, CurrentDirectoryGoesAheadOfThePath) {
 }
 
 TEST(ProcessRules, FolderOfTheNameIsPassedOver) {
-    const test::TemporaryFolder folder;
-    std::filesystem::create_directory(folder.path("sleep"));
-    const uEnvironment::ScopedDirectoryChanger changer(folder.path().c_str());
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("sleep"));
+    const uEnvironment::ScopedDirectoryChanger changer(folder.path.string().c_str());
     const std::uint32_t child = startSleeper("sleep");
     EXPECT_NE(child, 0U);
     uEnvironment::terminateProcess(child);
 }
 
-TEST(WorkingDirectory, OneThatIsGoneCannotBeTold) {
-    const test::TemporaryFolder folder;
-    std::filesystem::create_directory(folder.path("gone"));
+TEST(WorkingDirectory, ARemovedOneIsAFailure) {
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directory(folder.file("gone"));
     std::string before;
     uEnvironment::getCurrentDirectory(before);
-    std::filesystem::current_path(folder.path("gone"));
-    std::filesystem::remove(folder.path("gone"));
+    std::filesystem::current_path(folder.file("gone"));
+    std::filesystem::remove(folder.file("gone"));
     std::string directory;
-    EXPECT_EQ(test::failureText<source_utilities_error>([&] { uEnvironment::getCurrentDirectory(directory); }),
+    EXPECT_EQ(test_support::failureText<source_utilities_error>([&] { uEnvironment::getCurrentDirectory(directory); }),
               "failed to get current working directory");
     std::filesystem::current_path(before);
 }
 
-TEST(ProfileDirectory, HomeStandsInForAnEmptyProfile) {
+TEST(ProfileDirectory, HomeReplacesAnEmptyProfile) {
     const std::string profile = uEnvironment::get("USERPROFILE");
     const std::string home = uEnvironment::get("HOME");
     uEnvironment::set("USERPROFILE", "");
@@ -144,7 +144,7 @@ TEST(ProfileDirectory, HomeStandsInForAnEmptyProfile) {
     EXPECT_EQ(directory, "/some/profile/.VX-trace");
     uEnvironment::set("USERPROFILE", "");
     uEnvironment::set("HOME", "");
-    EXPECT_EQ(test::failureText<source_utilities_error>([&] { uEnvironment::getTraceDirectory(directory); }),
+    EXPECT_EQ(test_support::failureText<source_utilities_error>([&] { uEnvironment::getTraceDirectory(directory); }),
               "failed to read environment variable \"USERPROFILE\"");
     uEnvironment::set("USERPROFILE", profile.c_str());
     uEnvironment::set("HOME", home.c_str());
@@ -157,8 +157,8 @@ TEST(Paths, BackslashesAreNormalised) {
 }
 
 TEST(Paths, ABackslashBelongsToTheNameOfADirectory) {
-    const test::TemporaryFolder folder;
-    const std::string home = folder.path("DOMAIN\\user");
+    const test_support::TemporaryFolder folder;
+    const std::string home = folder.file("DOMAIN\\user");
     const std::string before = uEnvironment::get("USERPROFILE");
     uEnvironment::set("USERPROFILE", home.c_str());
     std::string directory;

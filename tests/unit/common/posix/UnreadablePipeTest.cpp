@@ -1,5 +1,5 @@
-// The pipe that reports whether a program was started cannot be read. The linker puts the function here in place of the
-// C library's.
+// The pipe that reports whether a program was started cannot be read. The linker replaces the C library's function with
+// the one here.
 #include "common/source/source_utilities/StartedProcesses.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uStopwatch.h"
@@ -53,7 +53,7 @@ TEST(UnreadablePipe, AnInterruptedReadIsTriedAgain) {
     EXPECT_TRUE(hasNoChild());
 }
 
-// A process of this test's that is known as one that was started here and has ended, as after its id was given away.
+// A process of this test that the list has as started here and ended, as after its id was reused.
 TEST(StartedProcesses, ThatHaveEndedAreNotTerminatedInTheShapeOfAStranger) {
     const pid_t stranger = fork();
     if (stranger == 0) {

@@ -1,16 +1,17 @@
 #include "common/source/source_utilities/KeptFile.h"
 #include "common/source/source_utilities/uConfig.h"
-#include "tests/unit/common/FailureText.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/failure/FailureText.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <fstream>
 
 namespace VX_QRS {
 namespace {
 
-using test::failureText;
+using test_support::failureText;
 using Names = std::vector<std::string>;
 
 class OpenFile {
@@ -35,7 +36,7 @@ protected:
         config.write();
     }
 
-    test::TemporaryFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 TEST_F(FileReplacement, AFileThatIsOpenElsewhereStaysWithNothingBesideIt) {
@@ -72,8 +73,8 @@ TEST_F(FileReplacement, AReadOnlyFileIsNotReplaced) {
 }
 
 TEST_F(FileReplacement, LinesEndAsTheSystemEndsThem) {
-    write(folder.path("file"));
-    std::ifstream file(folder.path("file"), std::ios_base::binary);
+    write(folder.file("file"));
+    std::ifstream file(folder.file("file"), std::ios_base::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "a=1\r\n");
 }
 

@@ -1,6 +1,6 @@
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/PropertyParser.h"
-#include "tests/unit/common/TemporaryFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@ namespace {
 
 // Property files are read in text mode.
 TEST(TextMode, AByte1AEndsAPropertyFile) {
-    const test::TemporaryFolder folder;
+    const test_support::TemporaryFolder folder;
     ORV::CLIENT::PropertyParser_1 parser;
     parser.readFile(folder
                         .write("file", "[A]\r\nk=1\r\n\x1A"

@@ -1,10 +1,10 @@
-#include "tests/unit/common/OpenHandles.h"
+#include "tests/support/open_handles/OpenHandles.h"
 
 #include <filesystem>
 #include <iterator>
 #include <system_error>
 
-namespace VX_QRS::test {
+namespace test_support {
 
 namespace {
 
@@ -24,7 +24,7 @@ std::vector<std::string> listOpenFiles() {
     for (const auto& entry : openDescriptors()) {
         std::error_code gone;
         const std::string name = std::filesystem::read_symlink(entry.path(), gone).string();
-        // The folder itself is open while it is looked through.
+        // The folder itself is open during the iteration.
         if (name != "/dev/null" && !name.ends_with("/fd")) {
             names.push_back(name);
         }
@@ -32,4 +32,4 @@ std::vector<std::string> listOpenFiles() {
     return names;
 }
 
-} // namespace VX_QRS::test
+} // namespace test_support

@@ -1,8 +1,8 @@
-#include "tests/unit/common/OpenHandles.h"
+#include "tests/support/open_handles/OpenHandles.h"
 
 #include <windows.h>
 
-namespace VX_QRS::test {
+namespace test_support {
 
 std::size_t countOpenHandles() {
     DWORD count = 0;
@@ -14,4 +14,4 @@ std::vector<std::string> listOpenFiles() {
     return {};
 }
 
-} // namespace VX_QRS::test
+} // namespace test_support

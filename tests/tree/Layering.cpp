@@ -1,0 +1,253 @@
+#include "tests/tree/Layering.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <regex>
+#include <sstream>
+#include <string_view>
+
+namespace tree {
+
+namespace {
+
+template <class Visit>
+void forEachLine(const std::string& text, Visit visit) {
+    std::istringstream in(text);
+    std::size_t number = 0;
+    for (std::string line; std::getline(in, line);) {
+        visit(++number, line);
+    }
+}
+
+std::string at(const std::string& path, std::size_t line) {
+    return path + ":" + std::to_string(line) + ": ";
+}
+
+struct Room {
+    std::string_view name;
+    std::vector<std::string_view> below; ///< rooms that it may include; a room's own folders are rooms of their own
+};
+
+constexpr std::string_view utilities = "common/source/source_utilities";
+
+/// Folders before the folders that hold them.
+const std::vector<Room>& rooms() {
+    static const std::vector<Room> all{
+        {utilities, {}},
+        {"common", {"common"}},
+        {"rcvr/framework", {}},
+        {"link", {"common"}},
+        {"pinmap", {"common", "rcvr/framework"}},
+        {"tdf", {"common", "rcvr/framework"}},
+        {"mpx", {"common", "rcvr/framework", "link"}},
+        // Mathematics knows neither unit nor transmitter, a transmitter not the channel.
+        {"client/analysis", {"common", "rcvr/framework"}},
+        {"client/patterns", {"common", "rcvr/framework", "client"}},
+        {"client/transmitters", {"common", "rcvr/framework", "mpx", "client", "client/frontend"}},
+        {"client/frontend", {"common", "rcvr/framework", "mpx", "client", "client/analysis"}},
+        {"client", {"common", "rcvr/framework", "mpx", "client/analysis"}},
+        {"rcvr", {"common", "rcvr/framework", "pinmap", "tdf", "client", "client/frontend"}},
+        {"bench/scenarios", {}},
+        {"bench/signal", {}},
+        {"bench/wiring", {"bench/scenarios", "bench/signal"}},
+        {"bench/unit", {"bench/scenarios", "bench/signal", "bench/wiring"}},
+        {"bench/faults", {"bench/scenarios"}},
+        {"bench/server", {"common", "bench/scenarios", "bench/faults", "bench/unit"}},
+        {"bench/siblings", {"common", "rcvr/framework", "bench/scenarios"}},
+        {"bench", {}},
+        {"toolkit", {}},
+        {"diagnosis/files", {"toolkit", "rcvr/framework"}},
+        {"diagnosis/analysis", {"toolkit", "rcvr/framework", "diagnosis/files"}},
+        {"diagnosis/burst", {"toolkit", "rcvr/framework", "diagnosis/files"}},
+        {"diagnosis/doctor", {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis"}},
+        {"diagnosis/report",
+         {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/burst", "diagnosis/doctor"}},
+        {"diagnosis",
+         {"toolkit", "diagnosis/files", "diagnosis/analysis", "diagnosis/burst", "diagnosis/doctor",
+          "diagnosis/report"}},
+        // The library itself is loaded by name; commands that work on files and on the device data base need none.
+        // A scenario is read by the bench and by the program that runs it.
+        {"host/platform", {"toolkit"}},
+        {"host/scenario", {"toolkit", "bench/scenarios", "host/platform"}},
+        {"host/pins", {"toolkit", "rcvr/framework", "pinmap", "host/platform"}},
+        {"host/session",
+         {"toolkit", "rcvr/framework", "tdf", "diagnosis", "diagnosis/files", "diagnosis/analysis", "host/platform",
+          "host/scenario"}},
+        {"host/results", {"toolkit", "diagnosis", "host/session"}},
+        {"host/soak", {"toolkit", "rcvr/framework", "diagnosis/files", "host/platform", "host/session"}},
+        {"host/commands",
+         {"toolkit", "pinmap", "tdf", "diagnosis", "host/pins", "host/platform", "host/results", "host/scenario",
+          "host/session", "host/soak"}},
+        {"host", {"host/commands", "host/platform"}},
+    };
+    return all;
+}
+
+bool isIn(std::string_view path, std::string_view folder) {
+    return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
+}
+
+/// Null for files above all rooms, such as tests.
+const Room* roomOf(std::string_view path) {
+    // Stands with the utilities, but works on the records that all layers share.
+    const bool overRecords = path.find("/source_utilities/PropertyParser.") != std::string_view::npos;
+    for (const Room& room : rooms()) {
+        if (isIn(path, room.name) && !(overRecords && room.name == utilities)) {
+            return &room;
+        }
+    }
+    return nullptr;
+}
+
+bool mayInclude(const Room& room, const Room& included) {
+    // Who may use the records that all layers share may use the utilities that they are made of.
+    const std::string_view name = included.name == utilities ? "common" : included.name;
+    return std::find(room.below.begin(), room.below.end(), name) != room.below.end();
+}
+
+bool isOfAPlatform(const std::string& path) {
+    return path.find("/win32/") != std::string::npos || path.find("/posix/") != std::string::npos;
+}
+
+struct Include {
+    std::size_t line;
+    std::string target;
+};
+
+std::vector<Include> includesOf(const std::string& text, char open, char close) {
+    std::vector<Include> found;
+    forEachLine(text, [&](std::size_t number, const std::string& line) {
+        const std::size_t hash = line.find_first_not_of(" \t");
+        if (hash == std::string::npos || line[hash] != '#') {
+            return;
+        }
+        const std::size_t word = line.find_first_not_of(" \t", hash + 1);
+        if (word == std::string::npos || line.compare(word, 7, "include") != 0) {
+            return;
+        }
+        const std::size_t begin = line.find(open, word + 7);
+        const std::size_t end = begin == std::string::npos ? begin : line.find(close, begin + 1);
+        if (end != std::string::npos) {
+            found.push_back({number, line.substr(begin + 1, end - begin - 1)});
+        }
+    });
+    return found;
+}
+
+/// The file that an include names, empty when it is none of the tree's.
+std::string resolve(const Files& files, const std::string& from, const std::string& target) {
+    const std::string beside = (std::filesystem::path(from).parent_path() / target).lexically_normal().generic_string();
+    if (files.contains(beside)) {
+        return beside;
+    }
+    return files.contains(target) ? target : "";
+}
+
+/// A header that each platform has one of; the build chooses.
+bool isOfEachPlatform(const Files& files, const std::string& from, const std::string& target) {
+    const std::string folder = std::filesystem::path(from).parent_path().generic_string();
+    return files.contains(folder + "/win32/" + target) && files.contains(folder + "/posix/" + target);
+}
+
+} // namespace
+
+Breaches upwardIncludes(const Files& files) {
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        const Room* const room = roomOf(path);
+        if (!isSource(path) || room == nullptr) {
+            continue;
+        }
+        for (const Include& include : includesOf(text, '"', '"')) {
+            const std::string target = resolve(files, path, include.target);
+            const Room* const included = roomOf(target);
+            if (target.empty() || included == room) {
+                continue;
+            }
+            if (included == nullptr || !mayInclude(*room, *included)) {
+                breaches.push_back(at(path, include.line) + "includes " + target);
+            }
+        }
+    }
+    return breaches;
+}
+
+Breaches includesThatAreNotFromTheRoot(const Files& files) {
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        if (!isSource(path) || roomOf(path) == nullptr) {
+            continue;
+        }
+        for (const Include& include : includesOf(text, '"', '"')) {
+            if (!files.contains(include.target) && !isOfEachPlatform(files, path, include.target)) {
+                breaches.push_back(at(path, include.line) + include.target + " is not there");
+            }
+        }
+    }
+    return breaches;
+}
+
+Breaches includeCycles(const Files& files) {
+    enum class State { Open, Done };
+    std::map<std::string, State> states;
+    std::vector<std::string> chain;
+    Breaches breaches;
+    const std::function<void(const std::string&)> visit = [&](const std::string& path) {
+        const auto known = states.find(path);
+        if (known != states.end()) {
+            if (known->second == State::Done) {
+                return;
+            }
+            std::string text = path + ": includes itself by way of";
+            for (auto link = std::find(chain.begin(), chain.end(), path); link != chain.end(); ++link) {
+                text += " " + *link;
+            }
+            breaches.push_back(text);
+            return;
+        }
+        states[path] = State::Open;
+        chain.push_back(path);
+        for (const Include& include : includesOf(files.at(path), '"', '"')) {
+            const std::string target = resolve(files, path, include.target);
+            if (!target.empty()) {
+                visit(target);
+            }
+        }
+        chain.pop_back();
+        states[path] = State::Done;
+    };
+    for (const auto& [path, text] : files) {
+        if (isSource(path)) {
+            visit(path);
+        }
+    }
+    return breaches;
+}
+
+Breaches platformDependence(const Files& files) {
+    static const std::regex test(
+        "^\\s*#\\s*(if|ifdef|ifndef|elif)\\b.*\\b(_WIN32|_WIN64|WIN32|__linux__|__linux|linux|"
+        "__unix__|unix|__APPLE__|_MSC_VER|__MINGW32__|__MINGW64__|__CYGWIN__|_POSIX_VERSION)\\b");
+    static const std::regex header("^(windows|winsock2|ws2tcpip|tlhelp32|process|io|direct|share|unistd|dlfcn|pthread|"
+                                   "fcntl|netdb|poll|spawn|sys/.*|netinet/.*|arpa/.*)(\\.h)?$");
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        if (!isSource(path) || isOfAPlatform(path) || roomOf(path) == nullptr) {
+            continue;
+        }
+        forEachLine(text, [&, &p = path](std::size_t number, const std::string& line) {
+            if (std::regex_search(line, test)) {
+                breaches.push_back(at(p, number) + line);
+            }
+        });
+        for (const Include& include : includesOf(text, '<', '>')) {
+            if (std::regex_match(include.target, header)) {
+                breaches.push_back(at(path, include.line) + "includes <" + include.target + ">");
+            }
+        }
+    }
+    return breaches;
+}
+
+} // namespace tree
