@@ -1,5 +1,6 @@
 #include "toolkit/Format.h"
 
+#include <cmath>
 #include <utility>
 
 namespace toolkit {
@@ -12,6 +13,25 @@ std::string frequencyText(double hertz) {
         }
     }
     return print("%.4g Hz", hertz);
+}
+
+std::string fixedText(double value, int decimals) {
+    return std::isfinite(value) ? print("%.*f", decimals, value) : std::string("-");
+}
+
+std::string numberText(double value, int decimals) {
+    std::string out = fixedText(value, decimals);
+    if (out.find('.') != std::string::npos) {
+        out.resize(out.find_last_not_of('0') + 1);
+        if (out.back() == '.') {
+            out.pop_back();
+        }
+    }
+    return out == "-0" ? "0" : out;
+}
+
+std::string percentText(double share) {
+    return fixedText(share * 100.0, share > 0.0 && share < 0.001 ? 4 : 1) + " %";
 }
 
 std::string sizeText(std::uint64_t bytes) {

@@ -2,13 +2,18 @@
 
 #include "toolkit/ExitCode.h"
 
+#include <algorithm>
 #include <fstream>
-#include <iterator>
-#include <sstream>
 
 namespace toolkit {
 
-std::string readText(const std::filesystem::path& file, std::uintmax_t offset) {
+namespace {
+
+constexpr std::size_t blockBytes = std::size_t{1} << 16;
+
+} // namespace
+
+std::string readText(const std::filesystem::path& file, std::uintmax_t offset, std::size_t limit) {
     std::ifstream in(file, std::ios::binary);
     if (in && offset != 0) {
         in.seekg(static_cast<std::streamoff>(offset));
@@ -18,29 +23,22 @@ std::string readText(const std::filesystem::path& file, std::uintmax_t offset) {
     if (std::filesystem::is_directory(file, failed)) {
         throw Failure(ExitCode::BadInput, "cannot read " + file.string() + ": it is a folder; give the name of a file");
     }
-    if (!in) {
+    std::string text;
+    std::string block(blockBytes, '\0');
+    bool readable = static_cast<bool>(in);
+    while (in && text.size() < limit) {
+        in.read(block.data(), static_cast<std::streamsize>(std::min(block.size(), limit - text.size())));
+        text.append(block.data(), static_cast<std::size_t>(in.gcount()));
+        readable = !in.bad();
+    }
+    if (!readable) {
         throw Failure(ExitCode::BadInput, "cannot read " + file.string() + "; check the name and the folder");
     }
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    return text;
 }
 
-std::vector<std::string> splitLines(const std::string& text) {
-    std::vector<std::string> lines = split(text, '\n');
-    for (std::string& line : lines) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-    }
-    return lines;
-}
-
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::istringstream in(text);
-    for (std::string part; std::getline(in, part, separator);) {
-        parts.push_back(part);
-    }
-    return parts;
+void damaged(const std::string& file, std::size_t line, const std::string& what) {
+    throw Failure(ExitCode::BadInput, file + (line == 0 ? "" : ":" + std::to_string(line)) + ": " + what);
 }
 
 } // namespace toolkit

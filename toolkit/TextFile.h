@@ -1,17 +1,17 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <string>
-#include <vector>
 
 namespace toolkit {
 
-/// The whole file from `offset` on; throws Failure (BadInput) when it cannot be read.
-std::string readText(const std::filesystem::path& file, std::uintmax_t offset = 0);
+/// The bytes of a file from `offset` on, `limit` at most; throws Failure (BadInput) when it cannot be read.
+std::string readText(const std::filesystem::path& file, std::uintmax_t offset = 0,
+                     std::size_t limit = std::numeric_limits<std::size_t>::max());
 
-/// Lines without their ends.
-std::vector<std::string> splitLines(const std::string& text);
-
-std::vector<std::string> split(const std::string& text, char separator);
+/// Throws Failure (BadInput) "FILE:LINE: WHAT"; line 0 leaves the line out.
+[[noreturn]] void damaged(const std::string& file, std::size_t line, const std::string& what);
 
 } // namespace toolkit

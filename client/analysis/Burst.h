@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rcvr/framework/TraceLimits.h"
+
 #include <array>
 #include <cstdint>
 #include <span>
@@ -12,8 +14,8 @@ namespace VX_QRS::ORV::CLIENT::analysis {
 /// Samples at or behind the end of the storage read as 0.
 using Samples = std::span<const std::uint16_t>;
 
-inline constexpr std::uint32_t samplesPerWord = 16;
-inline constexpr std::uint32_t maxPins = 8;
+inline constexpr std::uint32_t samplesPerWord = Vx::Qrs::Trace::limits::burstWordSamples;
+inline constexpr std::uint32_t maxPins = Vx::Qrs::Trace::limits::mostPins;
 
 /// The number of pins that an analysis may look at, whatever the settings ask for.
 constexpr std::uint32_t usedPins(std::uint32_t numPins) {

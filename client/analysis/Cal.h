@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rcvr/framework/TraceLimits.h"
+
 #include <array>
 #include <cstdint>
 
@@ -8,7 +10,7 @@
 namespace VX_QRS::ORV::CLIENT {
 
 /// In an unsigned period, calibration or margin field: not set, or no edge seen.
-inline constexpr std::uint32_t notSet = 0x7FFFFFFF;
+inline constexpr std::uint32_t notSet = Vx::Qrs::Trace::limits::notMeasured;
 
 /// One sampled pin. Proc 0 is the trace clock, 1 and up carry data.
 class ProcCal {

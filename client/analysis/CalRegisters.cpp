@@ -1,5 +1,7 @@
 #include "client/analysis/CalRegisters.h"
 
+#include "rcvr/framework/TraceLimits.h"
+
 namespace VX_QRS::ORV::CLIENT::analysis {
 
 namespace {
@@ -61,19 +63,20 @@ void fromRegisters(const CalRegisters& registers, ProcCal& pin) {
 }
 
 const char* invalidSetting(const ProcCal& pin) {
-    if (pin.filter > 7) {
+    namespace limits = Vx::Qrs::Trace::limits;
+    if (pin.filter > limits::highestFilter) {
         return "invalid filter";
     }
-    if (pin.plateau != 3 && pin.plateau != 5 && pin.plateau != 7) {
+    if (!limits::isPlateau(pin.plateau)) {
         return "invalid plateau";
     }
-    if (pin.debounce > 8) {
+    if (pin.debounce > limits::highestDebounce) {
         return "invalid debounce";
     }
-    if (pin.delay > 31) {
+    if (pin.delay > limits::highestDelay) {
         return "invalid delay";
     }
-    if (pin.stretch > 5 || pin.stretch < -5) {
+    if (pin.stretch > limits::highestStretch || pin.stretch < -limits::highestStretch) {
         return "invalid stretch";
     }
     return nullptr;

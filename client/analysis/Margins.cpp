@@ -42,7 +42,7 @@ ClockCentring clockMargins(const Burst& burst, const Metrics& m) {
         result.before = std::min(result.before, m.proc[p].marginBefore);
         result.after = std::min(result.after, m.proc[p].marginAfter);
     }
-    result.need = integerPart(burst.oversampling / 3 + 0.5);
+    result.need = integerPart(burst.oversampling / Vx::Qrs::Trace::limits::marginDivisor + 0.5);
     result.enough = result.before + result.after >= result.need;
     return result;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/analysis/Cal.h"
+#include "rcvr/framework/TraceLimits.h"
 
 #include <cstdint>
 #include <span>
@@ -39,12 +40,14 @@ CounterWindow counterWindow(std::uint32_t cpi, const UnitClock& clock);
 double frequencyOfCount(std::uint32_t count, std::uint32_t cpi, const UnitClock& clock);
 
 // Limits of the unit.
-inline constexpr double lowestMeasured = 11.0;   ///< Hz, as a frequency
-inline constexpr double highestCounted = 3.5e8;  ///< Hz
-inline constexpr double highestRecorded = 1.2e8; ///< Hz
-inline constexpr double highestDataRate = 9.6e8; ///< bits per second, over all data pins
-inline constexpr double stableWithin = 0.5;      ///< percent of the mean, between two measurements
-inline constexpr double lowestAnalysed = 1.01e7; ///< Hz; slower clocks are not analysed
+inline constexpr double lowestMeasured = 11.0;                                  ///< Hz, as a frequency
+inline constexpr double highestCounted = 3.5e8;                                 ///< Hz
+inline constexpr double highestRecorded = Vx::Qrs::Trace::limits::highestClock; ///< Hz
+inline constexpr double highestDataRate =
+    Vx::Qrs::Trace::limits::highestDataRate; ///< bits per second, over all data pins
+inline constexpr double stableWithin = 0.5;  ///< percent of the mean, between two measurements
+inline constexpr double lowestAnalysed =
+    Vx::Qrs::Trace::limits::lowestAnalysedClock; ///< Hz; slower clocks are not analysed
 
 /// Two measurements, one behind the other.
 struct FrequencyPair {

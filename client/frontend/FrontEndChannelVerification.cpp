@@ -3,6 +3,7 @@
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uLog.h"
+#include "rcvr/framework/TraceLimits.h"
 
 #include <string>
 
@@ -13,9 +14,10 @@ namespace VX_QRS::ORV::CLIENT {
 namespace {
 
 constexpr std::uint32_t verificationBytes = 0x40000;
-constexpr std::uint32_t verificationPackets = 512;
-constexpr std::uint32_t payloadWords = 255;
-constexpr std::uint32_t leastDataWords = 1000;
+using Vx::Qrs::Trace::limits::leastVerifiedWords;
+using Vx::Qrs::Trace::limits::payloadWords;
+using Vx::Qrs::Trace::limits::verificationPackets;
+
 constexpr std::uint32_t passesAllowed = 100; ///< of the control loop
 
 } // namespace
@@ -68,7 +70,7 @@ void FrontEndChannel_1::verifyCal() {
                     tracePackets, otherPackets, dataWords, syncWords, zeroWords);
         }
         if (settings.drmXmtr == "pti" &&
-            (dataWords < leastDataWords || dataWords + syncWords + zeroWords != tracePackets * payloadWords)) {
+            (dataWords < leastVerifiedWords || dataWords + syncWords + zeroWords != tracePackets * payloadWords)) {
             fail(frontEndUnit, eFAIL, "failed side-band verification");
         }
     } catch (...) {

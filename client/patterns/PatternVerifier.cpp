@@ -7,10 +7,9 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-// A synchronisation sequence: five zero words or more, this word, and one word that is not looked at.
-constexpr std::uint16_t syncWord = 0x0FF0;
-constexpr std::uint32_t syncZeros = 5;
-constexpr std::uint32_t syncLength = syncZeros + 2;
+using Vx::Qrs::Trace::limits::syncLength;
+using Vx::Qrs::Trace::limits::syncWord;
+using Vx::Qrs::Trace::limits::syncZeros;
 
 constexpr std::uint32_t keptErrors = 10;
 constexpr std::uint32_t reportedItems = 5;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/Pattern.h"
+#include "rcvr/framework/TraceLimits.h"
 
 #include <cstdint>
 #include <span>
@@ -15,7 +16,7 @@ namespace VX_QRS::ORV::CLIENT {
 /// The source unit that failures of the verification name.
 inline constexpr const char* utilitiesUnit = "orv_client_utilities";
 
-inline constexpr std::uint32_t packetWords = 256;
+using Vx::Qrs::Trace::limits::packetWords;
 
 /// What a packet of 256 words consists of.
 enum class FrameFormat : std::uint32_t {
@@ -24,9 +25,9 @@ enum class FrameFormat : std::uint32_t {
 };
 
 /// What the last word of a packet says, if it is a trailer.
-inline constexpr std::uint16_t trailerTypeMask = 0xF800;
-inline constexpr std::uint16_t trailerTrace = 0x0800;
-inline constexpr std::uint16_t trailerOther = 0x1000;
+using Vx::Qrs::Trace::limits::trailerOther;
+using Vx::Qrs::Trace::limits::trailerTrace;
+using Vx::Qrs::Trace::limits::trailerTypeMask;
 /// A low byte below this one marks a packet that cuts a run of zeros.
 inline constexpr std::uint16_t trailerLowByte = 0x00FF;
 

@@ -15,13 +15,13 @@ bool periodUsable(const Burst& burst) {
     return burst.rates.oversampling >= shortestPeriod && burst.rates.oversampling <= longestPeriod;
 }
 
-/// The clock edges around a place: the last one at or before it, and the first one behind it.
+/// Clock edges around a position: the last at or before it, the first after it.
 struct Neighbours {
     std::optional<std::size_t> before, after;
 };
 Neighbours around(const std::vector<Edge>& clock, std::size_t at) {
     const auto next = std::upper_bound(clock.begin(), clock.end(), at,
-                                       [](std::size_t place, const Edge& edge) { return place < edge.at; });
+                                       [](std::size_t position, const Edge& edge) { return position < edge.at; });
     Neighbours found;
     if (next != clock.end()) {
         found.after = next->at;
@@ -32,7 +32,7 @@ Neighbours around(const std::vector<Edge>& clock, std::size_t at) {
     return found;
 }
 
-/// The receiver looks backwards for the last sample of the earlier level, which lies one in front of the edge.
+/// The receiver searches backwards for the last sample of the earlier level, one before the edge.
 std::size_t backwards(std::size_t at, std::size_t edge) {
     return at - edge + 1;
 }
@@ -49,10 +49,10 @@ std::vector<Edge> edgesOf(std::span<const std::uint8_t> levels, std::size_t from
     return edges;
 }
 
-Room roomOf(const Burst& burst, std::size_t proc) {
-    Room room;
+BurstMargins marginsOf(const Burst& burst, std::size_t proc) {
+    BurstMargins margins;
     if (!periodUsable(burst)) {
-        return room;
+        return margins;
     }
     const std::vector<Edge> clock = edgesOf(burst.pins[0].levels);
     const double period = burst.rates.oversampling;
@@ -61,21 +61,21 @@ Room roomOf(const Burst& burst, std::size_t proc) {
         if (period + static_cast<double>(edge.at) > static_cast<double>(burst.samples())) {
             break;
         }
-        // A clock edge in the same sample lies ahead of the data's.
+        // A clock edge in the same sample counts as before the data's.
         const Neighbours near = around(clock, edge.at);
         if (near.before) {
             const std::size_t hold = backwards(edge.at, *near.before);
-            if (!room.hold || hold < *room.hold) {
-                room.hold = hold;
-                room.holdAt = edge.at;
+            if (!margins.holdMargin || hold < *margins.holdMargin) {
+                margins.holdMargin = hold;
+                margins.holdAt = edge.at;
             }
         }
-        if (near.after && (!room.setup || *near.after - edge.at < *room.setup)) {
-            room.setup = *near.after - edge.at;
-            room.setupAt = edge.at;
+        if (near.after && (!margins.setupMargin || *near.after - edge.at < *margins.setupMargin)) {
+            margins.setupMargin = *near.after - edge.at;
+            margins.setupAt = edge.at;
         }
     }
-    return room;
+    return margins;
 }
 
 std::optional<Eye> foldEye(const Burst& burst, std::size_t proc) {
@@ -109,23 +109,23 @@ std::optional<Eye> foldEye(const Burst& burst, std::size_t proc) {
     return eye;
 }
 
-Opening openingOf(const Eye& eye) {
-    Opening opening{eye.reach, eye.reach};
+EyeOpening openingOf(const Eye& eye) {
+    EyeOpening opening{eye.reach, eye.reach};
     for (std::size_t i = 0; i < eye.rises.size(); ++i) {
         if (eye.rises[i] + eye.falls[i] == 0) {
             continue;
         }
         if (i < eye.reach) {
-            opening.ahead = std::min(opening.ahead, eye.reach - i);
+            opening.setupMargin = std::min(opening.setupMargin, eye.reach - i);
         } else {
-            opening.behind = std::min(opening.behind, i - eye.reach);
+            opening.holdMargin = std::min(opening.holdMargin, i - eye.reach);
         }
     }
     return opening;
 }
 
-Opening narrower(const Opening& one, const Opening& other) {
-    return {std::min(one.ahead, other.ahead), std::min(one.behind, other.behind)};
+EyeOpening narrower(const EyeOpening& one, const EyeOpening& other) {
+    return {std::min(one.setupMargin, other.setupMargin), std::min(one.holdMargin, other.holdMargin)};
 }
 
 std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
@@ -137,7 +137,7 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
     std::size_t counts[2] = {0, 0};
     for (std::size_t i = 0; i + 1 < edges.size(); ++i) {
         const auto length = static_cast<double>(edges[i + 1].at - edges[i].at);
-        // A pair of neighbours of which both last half a period, give or take: their sum is a whole one.
+        // Two neighbours that last about half a period each: their sum is about a whole one.
         const double before = i == 0 ? 0.0 : static_cast<double>(edges[i].at - edges[i - 1].at);
         const double after = i + 2 < edges.size() ? static_cast<double>(edges[i + 2].at - edges[i + 1].at) : 0.0;
         const double low = burst.rates.oversampling * 0.8;
@@ -158,10 +158,10 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
 
 namespace {
 
-Bunching bunchingAt(const Burst& burst, std::size_t proc, std::size_t reference, double bit) {
-    Bunching bunching;
+Concentration concentrationAt(const Burst& burst, std::size_t proc, std::size_t reference, double bit) {
+    Concentration concentration;
     const std::vector<Edge> marks = edgesOf(burst.pins[reference].levels, burstStart);
-    // A duty error moves rises and falls apart, so that each is looked at by itself.
+    // A duty error moves rises and falls apart: each is measured by itself.
     std::complex<double> sums[2] = {0.0, 0.0};
     for (const Edge& edge : edgesOf(burst.pins[proc].levels, burstStart)) {
         const Neighbours near = around(marks, edge.at);
@@ -170,33 +170,38 @@ Bunching bunchingAt(const Burst& burst, std::size_t proc, std::size_t reference,
         }
         const double turn = static_cast<double>(edge.at - *near.before) / bit;
         sums[edge.rise ? 1 : 0] += std::polar(1.0, 2.0 * std::numbers::pi * turn);
-        ++bunching.changes;
+        ++concentration.changes;
     }
-    if (bunching.changes != 0) {
-        bunching.share = (std::abs(sums[0]) + std::abs(sums[1])) / static_cast<double>(bunching.changes);
+    if (concentration.changes != 0) {
+        concentration.share = (std::abs(sums[0]) + std::abs(sums[1])) / static_cast<double>(concentration.changes);
     }
-    return bunching;
+    return concentration;
 }
 
 } // namespace
 
-Bunching bunchingOf(const Burst& burst, std::size_t proc) {
-    return periodUsable(burst) ? bunchingAt(burst, proc, 0, burst.rates.oversampling / 2.0) : Bunching{};
+Concentration concentrationAtClock(const Burst& burst, std::size_t proc) {
+    return periodUsable(burst) ? concentrationAt(burst, proc, 0, burst.rates.oversampling / 2.0) : Concentration{};
 }
 
-Bunching bunchingAround(const Burst& burst, std::size_t proc, std::size_t reference) {
-    const auto bit = usualInterval(burst, reference);
-    return bit ? bunchingAt(burst, proc, reference, static_cast<double>(*bit)) : Bunching{};
+Concentration concentrationAtPin(const Burst& burst, std::size_t proc, std::size_t reference) {
+    const auto bit = medianInterval(burst, reference);
+    return bit ? concentrationAt(burst, proc, reference, static_cast<double>(*bit)) : Concentration{};
 }
 
-std::optional<std::size_t> usualInterval(const Burst& burst, std::size_t proc) {
+std::vector<std::size_t> intervalsOf(const Burst& burst, std::size_t proc) {
     const std::vector<Edge> edges = edgesOf(burst.pins[proc].levels, burstStart);
-    if (edges.size() < 2) {
-        return std::nullopt;
-    }
     std::vector<std::size_t> lengths;
     for (std::size_t i = 0; i + 1 < edges.size(); ++i) {
         lengths.push_back(edges[i + 1].at - edges[i].at);
+    }
+    return lengths;
+}
+
+std::optional<std::size_t> medianInterval(const Burst& burst, std::size_t proc) {
+    std::vector<std::size_t> lengths = intervalsOf(burst, proc);
+    if (lengths.empty()) {
+        return std::nullopt;
     }
     const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
     std::nth_element(lengths.begin(), middle, lengths.end());
@@ -246,12 +251,12 @@ std::optional<MarginFailure> findMarginFailure(const Burst& burst, int margin) {
         if (changed(burst.pins[0])) {
             ++clockEdges;
             if (clockEdges - lastDataEdge < margin) {
-                return MarginFailure{true, at, at / burstWordBits};
+                return MarginFailure{true, at, at / limits::burstWordSamples};
             }
         }
         if (std::any_of(burst.pins.begin() + 1, burst.pins.end(), changed) && run >= bit) {
             if (lastDataEdge != 0 && lastDataEdge == clockEdges) {
-                return MarginFailure{false, at, at / burstWordBits};
+                return MarginFailure{false, at, at / limits::burstWordSamples};
             }
             lastDataEdge = clockEdges;
             run = 0;

@@ -1,9 +1,10 @@
 #include "diagnosis/analysis/DiagnosticSet.h"
 
 #include "diagnosis/analysis/OwnFigures.h"
-#include "diagnosis/files/Text.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +43,7 @@ struct Part {
     Kind kind = Kind::Cal;
 };
 
-/// What a file is by its name; nothing for a file that is none of ours.
+/// What a file is, by its name; nothing for any other file.
 std::optional<Part> partOf(const std::string& name) {
     for (const Suffix& suffix : suffixes) {
         if (name.size() <= suffix.text.size() || !name.ends_with(suffix.text)) {
@@ -51,7 +52,7 @@ std::optional<Part> partOf(const std::string& name) {
         Part part{name.substr(0, name.size() - suffix.text.size()), std::nullopt, suffix.kind};
         const std::size_t mark = part.stem.rfind(".freq");
         if (mark != std::string::npos && mark != 0) {
-            part.setting = numberOf<unsigned>(std::string_view(part.stem).substr(mark + 5));
+            part.setting = toolkit::numberOf<unsigned>(std::string_view(part.stem).substr(mark + 5));
             if (part.setting) {
                 part.stem.resize(mark);
             }
@@ -61,11 +62,11 @@ std::optional<Part> partOf(const std::string& name) {
     return std::nullopt;
 }
 
-bool tellsOfCalibration(Kind kind) {
+bool isOfCalibration(Kind kind) {
     return kind != Kind::Properties && kind != Kind::PinMap && kind != Kind::Recorded;
 }
 
-/// Stems in a folder and below it that have something to tell.
+/// Stems of calibrations in a folder and below it.
 std::set<fs::path> stemsBelow(const fs::path& folder) {
     std::set<fs::path> stems;
     std::error_code failed;
@@ -76,7 +77,7 @@ std::set<fs::path> stemsBelow(const fs::path& folder) {
             at.disable_recursion_pending();
         }
         const auto part = partOf(at->path().filename().string());
-        if (part && tellsOfCalibration(part->kind) && at->is_regular_file(failed)) {
+        if (part && isOfCalibration(part->kind) && at->is_regular_file(failed)) {
             stems.insert(at->path().parent_path() / toolkit::filePath(part->stem));
         }
     }
@@ -140,8 +141,8 @@ void take(DiagnosticSet& set, FileGroup& group, const fs::path& file, Kind kind)
         set.properties = readProperties(file);
         break;
     case Kind::PinMap: {
-        const std::string text = readBytes(file, longestPinMap);
-        const auto lines = textLines(text);
+        const std::string text = toolkit::readText(file, 0, longestPinMap);
+        const auto lines = toolkit::textLines(text);
         set.pinMap = lines.empty() ? std::string() : std::string(lines.front().text);
         break;
     }
@@ -204,7 +205,7 @@ std::string DiagnosticSet::exportKind() const {
     return kind.empty() && properties ? properties->value("drmXmtr").value_or("") : kind;
 }
 
-std::string DiagnosticSet::provedWith() const {
+std::string DiagnosticSet::verificationPattern() const {
     return exportKind() == "tpiu" ? "f0" : "";
 }
 
@@ -216,7 +217,7 @@ double DiagnosticSet::sampleRate() const {
     double rate = usualSampleRate;
     double finest = 0.0;
     eachGroup(*this, [&](const FileGroup& group) {
-        // The more samples in a period, the more digits the file shows of them.
+        // The more samples in a period, the more digits of them the file shows.
         const Rates rates = group.rates();
         if (rates.known() && rates.oversampling > finest) {
             finest = rates.oversampling;
@@ -254,7 +255,7 @@ DiagnosticSet readDiagnostics(const fs::path& place) {
             set.troubles.emplace_back((set.folder / toolkit::filePath(name)).string() + ": " + error.code().message());
         }
     }
-    set.log = findLogWords(set.folder, set.name);
+    set.log = findRunLog(set.folder, set.name);
     std::sort(set.attempts.begin(), set.attempts.end(),
               [](const FileGroup& left, const FileGroup& right) { return left.setting > right.setting; });
     keepOwnFigures(set);

@@ -13,7 +13,7 @@ namespace {
 
 using Bits = std::vector<std::uint8_t>;
 
-constexpr std::size_t mostSlots = std::size_t{1} << 15; // enough to tell, and quick
+constexpr std::size_t mostSlots = std::size_t{1} << 15; // enough to judge by, and quick
 constexpr int farthestAnchor = 3;                       // slots between the sequences on two pins that are one
 constexpr double sameBits = 0.9995;
 /// A shift has to fit better than none by more than chance would do.
@@ -33,11 +33,11 @@ Bits laneBits(const Verification& recording, std::size_t dataPins, std::size_t l
     return bits;
 }
 
-/// Slots at which the mark of a synchronisation sequence begins on one pin. It looks the same on every pin: zeros for
+/// Slots at which the word of a synchronisation sequence begins on one pin. It is the same on every pin: zeros for
 /// five words and a quarter of one, ones for half a word, zeros for a quarter.
 std::vector<std::size_t> anchorsOf(const Bits& bits, std::size_t dataPins) {
     const std::size_t quarter = slotsOf(dataPins) / 4;
-    const std::size_t zeros = syncZeros * slotsOf(dataPins) + quarter;
+    const std::size_t zeros = limits::syncZeros * slotsOf(dataPins) + quarter;
     std::vector<std::size_t> anchors;
     std::size_t run = 0;
     for (std::size_t at = 0; at + 3 * quarter <= bits.size(); ++at) {
@@ -69,7 +69,7 @@ Key mostFrequent(const std::map<Key, std::size_t>& counts, Key none) {
     return best;
 }
 
-/// How much later than in `reference` the same sequences come; nothing when they do not.
+/// How many slots later than in `reference` the same sequences are; nothing without common ones.
 std::optional<int> shiftAgainst(const std::vector<std::size_t>& anchors, const std::vector<std::size_t>& reference) {
     std::map<int, std::size_t> counts;
     for (const std::size_t anchor : anchors) {
@@ -87,10 +87,10 @@ std::optional<int> shiftAgainst(const std::vector<std::size_t>& anchors, const s
     return mostFrequent(counts, 0);
 }
 
-/// Which slots hold the pattern, and how far the pattern has come at each of them.
+/// A slot that holds the pattern, and the position in the pattern there.
 struct ContentSlot {
     std::size_t at;    ///< as most pins have it
-    std::size_t phase; ///< slots of the pattern in front of it
+    std::size_t phase; ///< slots of the pattern before it
 };
 
 struct Anchoring {
@@ -106,7 +106,7 @@ std::vector<ContentSlot> everySlot(std::size_t slots) {
     return content;
 }
 
-/// The slots between the sequences that stand at the usual distance from each other.
+/// The slots between sequences at the usual distance from each other.
 std::vector<ContentSlot> slotsBetween(const std::vector<std::size_t>& anchors, std::size_t dataPins) {
     std::map<std::size_t, std::size_t> distances;
     for (std::size_t i = 0; i + 1 < anchors.size(); ++i) {
@@ -115,17 +115,18 @@ std::vector<ContentSlot> slotsBetween(const std::vector<std::size_t>& anchors, s
     const std::size_t slots = slotsOf(dataPins);
     const std::size_t usual = mostFrequent(distances, std::size_t{0});
     std::vector<ContentSlot> content;
-    if (usual <= syncWords * slots) {
+    if (usual <= limits::syncLength * slots) {
         return content;
     }
-    const std::size_t length = usual - syncWords * slots;
+    const std::size_t length = usual - limits::syncLength * slots;
     for (std::size_t i = 0; i + 1 < anchors.size(); ++i) {
         if (anchors[i + 1] - anchors[i] != usual) {
             continue;
         }
         const std::size_t before = (anchors[i] - anchors[0]) / usual * length;
         for (std::size_t k = 0; k < length; ++k) {
-            content.push_back({anchors[i] + 2 * slots + k, before + k}); // behind the mark and the further word
+            content.push_back(
+                {anchors[i] + 2 * slots + k, before + k}); // after the synchronisation word and the one after it
         }
     }
     return content;
@@ -146,7 +147,7 @@ Anchoring anchor(const std::vector<Bits>& lanes, std::size_t dataPins) {
             ++counts[*found.shifts.back()];
         }
     }
-    // The word boundary is where most pins have it.
+    // Most pins show the word boundary.
     const int usual = mostFrequent(counts, 0);
     std::vector<std::size_t> common;
     for (const std::size_t at : reference) {
@@ -280,12 +281,8 @@ double shareOfSame(const Bits& one, const Bits& other) {
 } // namespace
 
 std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins, std::string_view sent) {
-    std::vector<Pattern> patterns = patternsFor(dataPins);
-    const auto known =
-        std::find_if(patterns.begin(), patterns.end(), [&](const Pattern& pattern) { return pattern.name == sent; });
-    if (known != patterns.end()) {
-        patterns = {*known};
-    }
+    const std::optional<Pattern> known = patternNamed(dataPins, sent);
+    const std::span<const Pattern> patterns = known ? std::span(&*known, 1) : patternsFor(dataPins);
     if (patterns.empty() || recording.words.empty()) {
         return std::nullopt;
     }
@@ -310,7 +307,7 @@ std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t d
         }
     }
     match.bits = anchoring.content.size();
-    match.tellsPinsApart = differsOnAllPins(bestBits);
+    match.distinguishesPins = differsOnAllPins(bestBits);
     for (std::size_t lane = 0; lane < dataPins; ++lane) {
         Lane result;
         result.carries = best.places[lane];

@@ -10,24 +10,25 @@ namespace diagnosis {
 
 namespace {
 
-/// Reasons that come after the margins were measured.
+/// Reasons that occur after the margins were measured.
 constexpr std::array<std::string_view, 5> lateReasons{
     "clock margin too low", "failed calibration pattern test", "failed side-band verification",
     "timeout during calibration verification", "automatic lfsr pattern verification not supported"};
 
-/// Reasons that come before.
+/// Reasons that occur before.
 constexpr std::array<std::string_view, 2> earlyReasons{"unable to detect sampling position", "invalid "};
 
-/// Margins that were measured on the attempt's own burst. A reason of transmitter, unit or file may come at any time.
+/// The margins were measured on the attempt's own burst. Transmitter, unit or file may fail at any time.
 bool reportFitsBurst(const FileGroup& attempt) {
     if (!attempt.cal || !attempt.burst || !attempt.burst->taken()) {
         return false;
     }
     const std::size_t pins = std::min(attempt.cal->pins.size(), attempt.burst->pins.size());
     for (std::size_t proc = 1; proc < pins; ++proc) {
-        const Room room = roomOf(*attempt.burst, proc);
+        const BurstMargins margins = marginsOf(*attempt.burst, proc);
         const CalPin& pin = attempt.cal->pins[proc];
-        if (std::optional<std::size_t>(pin.hold) != room.hold || std::optional<std::size_t>(pin.setup) != room.setup) {
+        if (std::optional<std::size_t>(pin.holdMargin) != margins.holdMargin ||
+            std::optional<std::size_t>(pin.setupMargin) != margins.setupMargin) {
             return false;
         }
     }
@@ -39,16 +40,12 @@ bool untouched(const Burst& burst) {
                        [](const BurstPin& pin) { return pin.delay == 0 && pin.stretch == 0; });
 }
 
-std::string toldReason(const DiagnosticSet& set, const FileGroup& attempt) {
-    if (!set.log || !attempt.setting) {
-        return {};
-    }
-    const auto told = set.log->failed.find(*attempt.setting);
-    return told == set.log->failed.end() ? std::string() : told->second;
+std::string loggedReason(const DiagnosticSet& set, const FileGroup& attempt) {
+    return set.log && attempt.setting ? set.log->failedReason(*attempt.setting).value_or("") : std::string();
 }
 
 bool belowAnalysis(const CalFile& cal) {
-    return cal.rates.known() && cal.rates.exportFrequency < slowestAnalysed;
+    return cal.rates.known() && cal.rates.belowAnalysis();
 }
 
 } // namespace
@@ -59,11 +56,11 @@ bool endedAtVote(const FileGroup& attempt) {
 }
 
 bool reachedMargins(const FileGroup& attempt, const std::string& reason) {
-    const auto tells = [&](std::string_view text) { return reason.find(text) != std::string::npos; };
-    if (std::any_of(lateReasons.begin(), lateReasons.end(), tells)) {
+    const auto names = [&](std::string_view text) { return reason.find(text) != std::string::npos; };
+    if (std::any_of(lateReasons.begin(), lateReasons.end(), names)) {
         return true;
     }
-    if (std::any_of(earlyReasons.begin(), earlyReasons.end(), tells)) {
+    if (std::any_of(earlyReasons.begin(), earlyReasons.end(), names)) {
         return false;
     }
     if (!reason.empty()) {
@@ -78,8 +75,8 @@ bool reachedMargins(const FileGroup& attempt, const std::string& reason) {
 void leaveOutFigures(CalFile& cal) {
     cal.figuresLeftOut = true;
     for (CalPin& pin : cal.pins) {
-        pin.hold.reset();
-        pin.setup.reset();
+        pin.holdMargin.reset();
+        pin.setupMargin.reset();
         pin.correlation.reset();
         pin.correlationAtZero.reset();
     }
@@ -114,7 +111,7 @@ void keepOwnFigures(DiagnosticSet& set) {
         if (!attempt.cal) {
             continue;
         }
-        if (!belowAnalysis(*attempt.cal) && !reachedMargins(attempt, toldReason(set, attempt))) {
+        if (!belowAnalysis(*attempt.cal) && !reachedMargins(attempt, loggedReason(set, attempt))) {
             leaveOutFigures(*attempt.cal);
         }
         takeHeldValues(*attempt.cal, held);

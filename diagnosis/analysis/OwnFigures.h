@@ -4,8 +4,8 @@
 
 #include <string>
 
-// An attempt's report is not all its own: the receiver keeps what an earlier attempt measured until it is measured
-// again, and below the slowest analysed clock it reports values that it does not write.
+// Not all figures of an attempt's report are its own: the receiver keeps those of an earlier attempt until it measures
+// them again, and below the lowest analysed clock it reports values that it does not write.
 
 namespace diagnosis {
 
@@ -13,14 +13,14 @@ namespace diagnosis {
 /// were computed.
 bool endedAtVote(const FileGroup& attempt);
 
-/// Whether the attempt lasted until its own margins and correlations were measured. `reason` is why it ended, in the
-/// receiver's words; without one the files decide.
+/// Whether the attempt lasted until its own margins and correlations were measured. `reason` is the receiver's text
+/// about its end; without one the files decide.
 bool reachedMargins(const FileGroup& attempt, const std::string& reason);
 
-/// Takes margins and correlations out of a report that has them from an earlier attempt.
+/// Removes margins and correlations from a report that has those of an earlier attempt.
 void leaveOutFigures(CalFile& cal);
 
-/// Below slowestAnalysed: puts what the unit holds in place of the reported values; none where no dump tells.
+/// Below the lowest analysed clock: replaces the reported values by those that the unit holds; by none without a dump.
 void takeHeldValues(CalFile& cal, const RegisterDump* held);
 
 /// All of this for every attempt of the set.

@@ -2,10 +2,9 @@
 
 #include "diagnosis/analysis/BurstAnalysis.h"
 #include "diagnosis/analysis/OwnFigures.h"
+#include "toolkit/Format.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 namespace diagnosis {
 
@@ -14,61 +13,66 @@ namespace {
 using Outcome = Verdict::Outcome;
 using Reason = Verdict::Reason;
 
-/// The receiver refuses values outside of these ranges before it writes them.
+/// The receiver rejects values outside of these ranges before it writes them. Empty when all are inside.
 std::string invalidValue(const CalFile& cal) {
+    const auto outside = [](const std::optional<int>& value, int low, int high) {
+        return value && (*value < low || *value > high);
+    };
     for (const CalPin& pin : cal.pins) {
-        if (pin.filter && (*pin.filter < 0 || *pin.filter > 7)) {
+        if (outside(pin.filter, 0, limits::highestFilter)) {
             return "invalid filter";
         }
-        if (pin.plateau && *pin.plateau != 3 && *pin.plateau != 5 && *pin.plateau != 7) {
+        if (pin.plateau && !limits::isPlateau(static_cast<std::uint32_t>(*pin.plateau))) {
             return "invalid plateau";
         }
-        if (pin.debounce && (*pin.debounce < 0 || *pin.debounce > 8)) {
+        if (outside(pin.debounce, 0, limits::highestDebounce)) {
             return "invalid debounce";
         }
-        if (pin.delay && (*pin.delay < 0 || *pin.delay > 31)) {
+        if (outside(pin.delay, 0, limits::highestDelay)) {
             return "invalid delay";
         }
-        if (pin.stretch && (*pin.stretch < -5 || *pin.stretch > 5)) {
+        if (outside(pin.stretch, -limits::highestStretch, limits::highestStretch)) {
             return "invalid stretch";
         }
     }
     return {};
 }
 
-Verdict judgeProof(const DiagnosticSet& set, const FileGroup& attempt) {
-    const Verification& proof = *attempt.verification;
+Verdict judgeVerification(const DiagnosticSet& set, const FileGroup& attempt) {
+    const Verification& recording = *attempt.verification;
     const std::string kind = set.exportKind();
-    if (proof.packets < verificationPackets) {
+    if (recording.packets < limits::verificationPackets) {
         return {Outcome::Refused, Reason::Timeout, "timeout during calibration verification",
-                "The proof's recording holds " + std::to_string(proof.packets) + " of " +
-                    std::to_string(verificationPackets) + " packets: the clock stopped, or no words came."};
+                "The verification recording has " + std::to_string(recording.packets) + " of " +
+                    std::to_string(limits::verificationPackets) +
+                    " packets: the clock stopped, or no words were received."};
     }
     const std::size_t pins = attempt.pins();
-    const std::optional<Pattern> held = pins > 1 ? patternHeld(proof, pins - 1, set.provedWith()) : std::nullopt;
+    const std::optional<Pattern> held =
+        pins > 1 ? patternHeld(recording, pins - 1, set.verificationPattern()) : std::nullopt;
     if (kind == "tpiu") {
         return {Outcome::Accepted,
                 Reason::None,
                 {},
-                held ? "The proof was recorded. The receiver does not look at its words for this kind of export; all "
-                       "of them fit the pattern " +
+                held ? "The verification was recorded. The receiver does not check its words for this kind of export; "
+                       "all of them fit the pattern " +
                            std::string(held->name) + "."
-                     : std::string("The proof was recorded. The receiver does not look at its words for this kind of "
-                                   "export, and they do not fit any pattern.")};
+                     : std::string("The verification was recorded. The receiver does not check its words for this "
+                                   "kind of export, and they do not fit any pattern.")};
     }
     if (!held) {
         return {Outcome::Refused, Reason::Pattern, "failed calibration pattern test",
-                "The proof came back with wrong words."};
+                "The verification recording has wrong words."};
     }
-    if (kind == "pti" && !checkPattern(proof, *held).countsAddUp) {
+    if (kind == "pti" && !checkPattern(recording, *held).countsAddUp) {
         return {Outcome::Refused, Reason::SideBand, "failed side-band verification",
-                "The words of the proof are right, but they are too few or do not add up: synchronisation sequences "
-                "were lost or damaged."};
+                "The words of the verification are right, but they are too few or do not add up: synchronisation "
+                "sequences were lost or damaged."};
     }
     return {Outcome::Accepted,
             Reason::None,
             {},
-            "All " + std::to_string(proof.words.size()) + " words of the proof came back as sent (pattern " +
+            "All " + std::to_string(recording.words.size()) + " words of the verification are as sent (pattern " +
                 std::string(held->name) + ")."};
 }
 
@@ -81,17 +85,29 @@ Verdict judgeVote(const FileGroup& attempt) {
         return {};
     }
     return {Outcome::Refused, Reason::Position, "unable to detect sampling position",
-            std::to_string(vote.between) + " data edges lie between clock edges and " + std::to_string(vote.near) +
-                " near one; one of them has to be three times the other, or more."};
+            std::to_string(vote.between) + " data edges are between clock edges and " + std::to_string(vote.near) +
+                " near one; one of these numbers has to be at least three times the other."};
 }
 
-/// What the log says, where it lies beside the files and they are silent.
-Verdict judgeByLog(const DiagnosticSet& set, const FileGroup& attempt, const char* otherwise) {
-    if (set.log && set.log->failed.contains(*attempt.setting)) {
-        return {Outcome::Refused, Reason::Log, set.log->failed.at(*attempt.setting),
-                "So says the log (" + set.log->file + "); the files hold no reason."};
+Verdict judgeMargin(const FileGroup& attempt) {
+    const auto margin = clockMarginOf(attempt);
+    if (!margin || margin->enough()) {
+        return {};
     }
-    return {Outcome::Untold, Reason::NoProof, {}, otherwise};
+    return {Outcome::Refused, Reason::Margin, "clock margin too low",
+            "The receiver's rule counts " + toolkit::countText(margin->sum(), "sample") +
+                " around the clock's edges (setup margin " + std::to_string(margin->setupMargin) + ", hold margin " +
+                std::to_string(margin->holdMargin) + ", with the edge's own); " +
+                toolkit::countText(margin->need, "sample") + ", a third of the clock period, are needed."};
+}
+
+/// The log's reason; `otherwise` where there is none.
+Verdict judgeByLog(const DiagnosticSet& set, const FileGroup& attempt, const char* otherwise) {
+    if (const auto reason = set.log ? set.log->failedReason(*attempt.setting) : std::nullopt) {
+        return {Outcome::Refused, Reason::Log, *reason,
+                "The reason is from the log (" + set.log->file + "); the files have none."};
+    }
+    return {Outcome::Unknown, Reason::NoVerification, {}, otherwise};
 }
 
 Verdict judgeAnalysis(const DiagnosticSet& set, const FileGroup& attempt) {
@@ -100,104 +116,74 @@ Verdict judgeAnalysis(const DiagnosticSet& set, const FileGroup& attempt) {
                           "The attempt ended before the unit was set up and a burst was taken: because of the "
                           "transmitter, the unit or a file, which only the log names.");
     }
-    if (attempt.cal) {
-        const std::string invalid = invalidValue(*attempt.cal);
-        if (!invalid.empty()) {
-            return {Outcome::Refused, Reason::Value, invalid, "A value lies outside of what the unit takes."};
-        }
+    const std::string invalid = attempt.cal ? invalidValue(*attempt.cal) : std::string();
+    if (!invalid.empty()) {
+        return {Outcome::Refused, Reason::Value, invalid, "A value is outside of the unit's range."};
     }
-    if (attempt.rates().exportFrequency >= slowestAnalysed) {
-        // A vote that fails comes first.
+    if (attempt.rates().exportFrequency >= limits::lowestAnalysedClock) {
+        // A failed vote comes first: the attempt then has no margins of its own.
         const Verdict vote = judgeVote(attempt);
-        if (vote.outcome == Outcome::Refused && endedAtVote(attempt)) {
-            return vote;
-        }
-        const auto margin = clockMarginOf(attempt);
-        if (margin && !margin->enough()) {
-            return {Outcome::Refused, Reason::Margin, "clock margin too low",
-                    "The receiver's rule counts " + samplesWords(margin->hold + margin->setup) +
-                        " around the clock's edges (" + std::to_string(margin->setup) + " ahead, " +
-                        std::to_string(margin->hold) + " behind, with the edge's own); " + samplesWords(margin->need) +
-                        ", a third of the clock period, are needed."};
-        }
-        if (vote.outcome == Outcome::Refused) {
-            return vote;
+        const Verdict margin = endedAtVote(attempt) ? Verdict() : judgeMargin(attempt);
+        for (const Verdict& verdict : {margin, vote}) {
+            if (verdict.outcome == Outcome::Refused) {
+                return verdict;
+            }
         }
     }
     if (set.properties && set.properties->value("verifyCal") == "false" && &attempt == &set.attempts.back()) {
-        return {Outcome::Accepted, Reason::Unproved, {}, "Kept without a proof, as the properties ask."};
+        return {Outcome::Accepted, Reason::Unverified, {}, "Kept without a verification, as the properties ask."};
     }
     return judgeByLog(set, attempt,
-                      "There is no proof, and the analysis has no reason to refuse: the attempt was ended by the "
-                      "transmitter, the unit or a file, which only the log names.");
+                      "There is no verification recording, and the analysis has no reason to refuse: the attempt was "
+                      "ended by the transmitter, the unit or a file, which only the log names.");
 }
 
 } // namespace
-
-std::string frequencyWords(double hertz) {
-    constexpr std::array<std::pair<double, const char*>, 3> scales{{{1e9, "GHz"}, {1e6, "MHz"}, {1e3, "kHz"}}};
-    std::array<char, 40> text{};
-    for (const auto& [scale, unit] : scales) {
-        if (hertz >= scale) {
-            std::snprintf(text.data(), text.size(), "%.4g %s", hertz / scale, unit);
-            return text.data();
-        }
-    }
-    std::snprintf(text.data(), text.size(), "%.4g Hz", hertz);
-    return text.data();
-}
-
-std::string samplesWords(std::size_t samples) {
-    return std::to_string(samples) + (samples == 1 ? " sample" : " samples");
-}
 
 std::optional<ClockMargin> clockMarginOf(const FileGroup& attempt) {
     if (!attempt.cal || !attempt.cal->rates.known()) {
         return std::nullopt;
     }
-    ClockMargin margin;
-    bool some = false;
+    std::optional<ClockMargin> margin;
     for (std::size_t proc = 1; proc < attempt.cal->pins.size(); ++proc) {
         const CalPin& pin = attempt.cal->pins[proc];
-        // A pin that never changes takes no part: its margins are the largest of numbers.
-        if (!pin.hold || !pin.setup) {
+        // A pin that never changes does not count: its margins are the highest possible numbers.
+        if (!pin.holdMargin || !pin.setupMargin) {
             continue;
         }
-        if (!some || *pin.hold < margin.hold) {
-            margin.hold = *pin.hold;
-            margin.holdPin = proc;
+        if (!margin) {
+            margin = ClockMargin{*pin.setupMargin, *pin.holdMargin, proc, proc, attempt.cal->rates.neededMargin()};
         }
-        if (!some || *pin.setup < margin.setup) {
-            margin.setup = *pin.setup;
-            margin.setupPin = proc;
+        if (*pin.holdMargin < margin->holdMargin) {
+            margin->holdMargin = *pin.holdMargin;
+            margin->holdPin = proc;
         }
-        some = true;
+        if (*pin.setupMargin < margin->setupMargin) {
+            margin->setupMargin = *pin.setupMargin;
+            margin->setupPin = proc;
+        }
     }
-    if (!some) {
-        return std::nullopt;
-    }
-    margin.need = static_cast<unsigned>(attempt.cal->rates.oversampling / 3.0 + 0.5);
     return margin;
 }
 
 Verdict judge(const DiagnosticSet& set, const FileGroup& attempt) {
     if (!attempt.setting && set.manual()) {
-        return {Outcome::Accepted, Reason::Manual, {}, "Taken with given values; nothing was measured or proved."};
+        return {Outcome::Accepted, Reason::Manual, {}, "Set with given values; nothing was measured or verified."};
     }
     if (!attempt.setting && set.attempts.empty()) {
         return {
             Outcome::Refused, Reason::Unmeasured, {}, "No frequency setting could be used, so that none was tried."};
     }
     if (!attempt.setting) {
-        return {Outcome::Untold, Reason::None, {}, "A burst that was taken by itself, beside the attempts."};
+        return {Outcome::Unknown, Reason::None, {}, "A burst that was taken outside of the attempts."};
     }
     if (attempt.verification) {
-        return judgeProof(set, attempt);
+        return judgeVerification(set, attempt);
     }
     if (attempt.cal || attempt.burst) {
         return judgeAnalysis(set, attempt);
     }
-    return {Outcome::Untold, Reason::NoProof, {}, "There are no files that tell."};
+    return {Outcome::Unknown, Reason::NoVerification, {}, "The files that would show it are missing."};
 }
 
 std::optional<bool> calibrated(const DiagnosticSet& set, const std::vector<Verdict>& verdicts) {
@@ -212,7 +198,7 @@ std::optional<bool> calibrated(const DiagnosticSet& set, const std::vector<Verdi
         return true;
     case Outcome::Refused:
         return false;
-    case Outcome::Untold:
+    case Outcome::Unknown:
         break;
     }
     return std::nullopt;

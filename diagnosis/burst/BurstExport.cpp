@@ -1,7 +1,7 @@
 #include "diagnosis/burst/BurstExport.h"
 
-#include "diagnosis/files/Text.h"
 #include "toolkit/ExitCode.h"
+#include "toolkit/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -23,11 +23,11 @@ std::size_t procOf(std::string_view text, const Burst& burst) {
             return proc;
         }
     }
-    usage("--pins: there is no pin " + shown(text) + "; this burst has clock" +
+    usage("--pins: there is no pin " + toolkit::shown(text) + "; this burst has clock" +
           (burst.pins.size() > 1 ? " and data1 to " + signalName(burst.pins.size() - 1) : std::string()));
 }
 
-/// The name that the format knows a wire by: one printable character.
+/// The format's identifier of a wire: one printable character.
 char wireOf(std::size_t place) {
     return static_cast<char>('!' + place);
 }
@@ -57,7 +57,7 @@ BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std
     part.from = from;
     part.to = to == 0 ? burst.samples() : to;
     if (part.from >= part.to || part.to > burst.samples()) {
-        usage("--from and --to must name a stretch of the " + std::to_string(burst.samples()) +
+        usage("--from and --to must name a part of the " + std::to_string(burst.samples()) +
               " samples: 0 <= from < to <= " + std::to_string(burst.samples()));
     }
     if (pins.empty()) {
@@ -66,8 +66,8 @@ BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std
         }
         return part;
     }
-    for (const std::string_view item : splitAt(pins, ',')) {
-        const std::size_t proc = procOf(trimmed(item), burst);
+    for (const std::string_view item : toolkit::splitAt(pins, ',')) {
+        const std::size_t proc = procOf(toolkit::trimmed(item), burst);
         if (std::find(part.pins.begin(), part.pins.end(), proc) != part.pins.end()) {
             usage("--pins names " + signalName(proc) + " twice");
         }

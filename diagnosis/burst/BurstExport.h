@@ -9,10 +9,10 @@
 
 namespace diagnosis {
 
-/// Which part of a burst to write.
+/// The part of a burst to write.
 struct BurstPart {
     std::size_t from = 0;
-    std::size_t to = 0;            ///< one behind the last sample
+    std::size_t to = 0;            ///< one past the last sample
     std::vector<std::size_t> pins; ///< procs, in the order in which they are written
 };
 
@@ -27,7 +27,7 @@ std::size_t picosecondsOf(const Burst& burst, std::size_t sample);
 /// end of the part's last sample.
 void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part);
 
-/// A line for each sample: its number, its time in nanoseconds from the burst's first one, and the levels.
+/// One line per sample: its number, its time in nanoseconds from the burst's first one, and the levels.
 void writeCsv(std::ostream& out, const Burst& burst, const BurstPart& part);
 
 /// The name of a pin as a signal: "clock", "data1".

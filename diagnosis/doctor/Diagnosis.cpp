@@ -1,11 +1,12 @@
 #include "diagnosis/doctor/Diagnosis.h"
 
+#include "diagnosis/analysis/BurstAnalysis.h"
 #include "diagnosis/doctor/Rules.h"
-#include "diagnosis/files/Text.h"
+#include "toolkit/Format.h"
+#include "toolkit/Text.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <numeric>
 
 namespace diagnosis {
 
@@ -13,17 +14,31 @@ namespace {
 
 std::string headlineOf(const DiagnosticSet& set, std::optional<bool> calibrated) {
     if (set.manual()) {
-        return "taken with given values, nothing was measured";
+        return "set with given values, nothing was measured";
     }
     if (!calibrated) {
-        return "the files do not say whether the calibration succeeded";
+        return "the files do not show whether the calibration succeeded";
     }
     if (!*calibrated) {
         return "not calibrated";
     }
     const FileGroup& last = set.attempts.back();
-    return "calibrated at " + frequencyWords(last.rates().exportFrequency) + " (setting " +
+    return "calibrated at " + toolkit::frequencyText(last.rates().exportFrequency) + " (setting " +
            std::to_string(*last.setting) + ")";
+}
+
+/// The template with its <names> replaced by the values, in their order.
+std::string filledIn(std::string text, const std::vector<std::string>& values) {
+    std::size_t at = 0;
+    for (const std::string& value : values) {
+        at = text.find('<', at);
+        if (at == std::string::npos) {
+            break;
+        }
+        text.replace(at, text.find('>', at) + 1 - at, value);
+        at += value.size();
+    }
+    return text;
 }
 
 } // namespace
@@ -46,13 +61,17 @@ std::string pinTitle(const DiagnosticSet& set, std::size_t proc) {
     return emu >= 0 ? title + " (EMU" + std::to_string(emu) + ")" : title;
 }
 
+std::string allPinsTitle(std::size_t dataPins) {
+    return dataPins == 2 ? "both data pins" : "all " + std::to_string(dataPins) + " data pins";
+}
+
 std::string attemptTitle(const FileGroup& attempt) {
     if (!attempt.setting) {
         return "the first measurement";
     }
     std::string title = "setting " + std::to_string(*attempt.setting);
     const double rate = attempt.rates().exportFrequency;
-    return rate > 0.0 ? title + " (" + frequencyWords(rate) + ")" : title;
+    return rate > 0.0 ? title + " (" + toolkit::frequencyText(rate) + ")" : title;
 }
 
 Diagnosis diagnose(const DiagnosticSet& set) {
@@ -63,71 +82,69 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     diagnosis.calibrated = calibrated(set, diagnosis.verdicts);
     diagnosis.headline = headlineOf(set, diagnosis.calibrated);
 
-    rules::Case given{set, diagnosis.verdicts, diagnosis.calibrated.value_or(false), {}, {}};
+    rules::Case given{set, diagnosis.verdicts, diagnosis.calibrated.value_or(false), {}, {}, {}, {}};
     for (const FileGroup& attempt : set.attempts) {
         if (!given.calibrated || &attempt == &set.attempts.back()) {
             given.attempts.push_back(&attempt);
         }
     }
-    rules::findClockFaults(given, diagnosis.findings);
-    rules::findSharedFaults(given, diagnosis.findings);
-    rules::findStuckPins(given, diagnosis.findings);
-    rules::findUnrelatedPins(given, diagnosis.findings);
-    rules::findLaneFaults(given, diagnosis.findings, diagnosis.limits);
-    rules::findDutyFaults(given, diagnosis.findings);
-    rules::findMarginFaults(given, diagnosis.findings);
-    rules::findSameRates(given, diagnosis.findings);
-    rules::findLostMargin(given, diagnosis.findings);
-    rules::findRegisterFaults(given, diagnosis.findings);
+    // The order matters: later rules leave out pins that earlier ones found at fault.
+    for (const auto rule :
+         {rules::findClockFaults, rules::findSharedFaults, rules::findStuckPins, rules::findUnrelatedPins,
+          rules::findLaneFaults, rules::findDutyFaults, rules::findMarginFaults, rules::findSameRates,
+          rules::findLostMargin, rules::findRegisterFaults}) {
+        rule(given);
+    }
     rules::findMissing(given, diagnosis);
+    diagnosis.findings = std::move(given.findings);
+    diagnosis.limits = std::move(given.limits);
     std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(),
                      [](const Finding& left, const Finding& right) { return left.severity < right.severity; });
     return diagnosis;
 }
 
-int lostMarginSetting(const DiagnosticSet& set) {
+int requiredMarginEdges(const DiagnosticSet& set) {
     const auto text = set.properties ? set.properties->value("ovsMargin") : std::nullopt;
-    return text ? std::max(1, numberOf<int>(*text).value_or(1)) : 1;
+    return text ? std::max(1, toolkit::numberOf<int>(*text).value_or(1)) : 1;
 }
 
 namespace rules {
 
-Finding& findingFor(Findings& findings, const std::string& kind, const std::vector<std::size_t>& pins) {
-    for (Finding& finding : findings) {
-        if (finding.kind == kind && finding.pins == pins) {
-            return finding;
-        }
+Finding& Case::add(FindingId id, const std::vector<std::size_t>& pins, const std::vector<std::string>& values,
+                   const std::vector<std::string>& remedyValues) {
+    const FindingRow& row = rowOf(id);
+    auto found = std::find_if(findings.begin(), findings.end(),
+                              [&](const Finding& finding) { return finding.kind == row.kind && finding.pins == pins; });
+    if (found == findings.end()) {
+        found = findings.emplace(found);
+        found->kind = row.kind;
+        found->pins = pins;
     }
-    Finding& made = findings.emplace_back();
-    made.kind = kind;
-    made.pins = pins;
-    return made;
+    const bool note = row.severity == SeverityRule::Note || (row.severity == SeverityRule::NoteIfAvoided && calibrated);
+    found->severity = note ? Finding::Severity::Note : Finding::Severity::Fault;
+    found->text = filledIn(row.text, values);
+    found->remedy = filledIn(row.remedy, remedyValues);
+    return *found;
 }
 
-bool hasFinding(const Findings& findings, const std::string& kind, std::size_t pin) {
+bool Case::has(FindingKind kind, std::size_t pin) const {
     return std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
         return finding.kind == kind && std::find(finding.pins.begin(), finding.pins.end(), pin) != finding.pins.end();
     });
 }
 
-std::string enumeration(const std::vector<std::string>& items) {
-    std::string text;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        text += (i == 0 ? "" : i + 1 == items.size() ? " and " : ", ") + items[i];
-    }
-    return text;
+const Burst* liveBurst(const FileGroup& group) {
+    return group.burst && group.burst->taken() && !stuckLevel(*group.burst, 0) ? &*group.burst : nullptr;
 }
 
-std::string percent(double share) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), share > 0.0 && share < 0.001 ? "%.4f %%" : "%.1f %%", share * 100.0);
-    return text.data();
+std::string burstOf(const FileGroup& attempt) {
+    return "burst of " + attemptTitle(attempt) + ": ";
 }
 
-std::string decimal(double value) {
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f", value);
-    return text.data();
+std::vector<std::size_t> dataProcs(std::size_t dataPins) {
+    std::vector<std::size_t> procs(dataPins);
+    std::iota(procs.begin(), procs.end(), std::size_t{1});
+    return procs;
 }
 
 } // namespace rules

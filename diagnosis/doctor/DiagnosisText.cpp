@@ -1,9 +1,10 @@
 #include "diagnosis/doctor/DiagnosisText.h"
 
-#include "diagnosis/doctor/Rules.h"
 #include "diagnosis/files/BurstFile.h"
 #include "toolkit/FilePath.h"
+#include "toolkit/Format.h"
 #include "toolkit/Masked.h"
+#include "toolkit/Text.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,14 +22,10 @@ const char* outcomeName(Verdict::Outcome outcome) {
         return "accepted";
     case Verdict::Outcome::Refused:
         return "refused";
-    case Verdict::Outcome::Untold:
+    case Verdict::Outcome::Unknown:
         break;
     }
-    return "untold";
-}
-
-std::string counted(std::size_t count, const std::string& what) {
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+    return "unknown";
 }
 
 json attemptJson(const DiagnosticSet& set, const Diagnosis& diagnosis, std::size_t index) {
@@ -42,9 +39,10 @@ json attemptJson(const DiagnosticSet& set, const Diagnosis& diagnosis, std::size
 }
 
 json findingJson(const Finding& finding) {
-    json out{{"kind", finding.kind},     {"severity", finding.severity == Finding::Severity::Fault ? "fault" : "note"},
-             {"text", finding.text},     {"evidence", finding.evidence},
-             {"remedy", finding.remedy}, {"pins", json::array()}};
+    json out{
+        {"kind", slugOf(finding.kind)}, {"severity", finding.severity == Finding::Severity::Fault ? "fault" : "note"},
+        {"text", finding.text},         {"evidence", finding.evidence},
+        {"remedy", finding.remedy},     {"pins", json::array()}};
     for (const std::size_t pin : finding.pins) {
         out["pins"].push_back(pinName(pin));
     }
@@ -58,12 +56,12 @@ json findingJson(const Finding& finding) {
 
 std::string whatIsMissing(const Diagnosis& diagnosis) {
     if (diagnosis.missing.empty()) {
-        return "these files do not hold how the calibration ended; the receiver's log does";
+        return "these files do not show how the calibration ended; the receiver's log does";
     }
     std::string text = diagnosis.missing.size() == 1
                            ? std::string("a kind of file is missing: ")
                            : std::to_string(diagnosis.missing.size()) + " kinds of files are missing: ";
-    return text + rules::enumeration(diagnosis.missing);
+    return text + toolkit::enumeration(diagnosis.missing);
 }
 
 std::string findingCount(const Diagnosis& diagnosis) {
@@ -79,10 +77,10 @@ std::string findingCount(const Diagnosis& diagnosis) {
         return "nothing found";
     }
     if (notes == 0) {
-        return counted(faults, "fault") + " found";
+        return toolkit::countText(faults, "fault") + " found";
     }
-    return faults == 0 ? "nothing found that is broken, " + counted(notes, "note")
-                       : counted(faults, "fault") + " and " + counted(notes, "note") + " found";
+    return faults == 0 ? "nothing broken found, " + toolkit::countText(notes, "note")
+                       : toolkit::countText(faults, "fault") + " and " + toolkit::countText(notes, "note") + " found";
 }
 
 std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis) {

@@ -15,10 +15,11 @@ std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis);
 /// "judged", "missing", "damaged".
 nlohmann::json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis);
 
-/// "nothing found", "2 faults found", "1 fault and 1 note"; "nothing found, but ..." when too little could be looked at.
+/// "nothing found", "2 faults found", "1 fault and 1 note found"; "nothing found, but ..." when too little could be
+/// checked.
 std::string findingCount(const Diagnosis& diagnosis);
 
-/// Why "nothing found" is no good news: what is missing to judge by. For a diagnosis that is not judged.
+/// Why "nothing found" does not mean sound: what is missing to judge by. For a diagnosis that is not judged.
 std::string whatIsMissing(const Diagnosis& diagnosis);
 
 } // namespace diagnosis

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-// What cannot be told from these files, and why.
+// What these files cannot show, and why.
 
 namespace diagnosis::rules {
 
 namespace {
 
-/// A kind of file that each attempt leaves, and what nobody can tell without it.
+/// A kind of file that each attempt leaves, and what cannot be checked without it.
 struct FileKind {
     const char* name;
     bool (*there)(const FileGroup&);
@@ -17,45 +17,42 @@ struct FileKind {
 
 constexpr FileKind kinds[] = {
     {"report (.cal.txt)", [](const FileGroup& group) { return group.cal.has_value(); },
-     "There is no calibration report, so that the margins cannot be looked at."},
+     "There is no calibration report, so that the margins cannot be checked."},
     {"burst (.cap.txt)", [](const FileGroup& group) { return group.burst.has_value(); },
-     "There is no burst, so that the clock and the pins themselves cannot be looked at."},
+     "There is no burst, so that the clock and the pins themselves cannot be checked."},
     {"register dump (.reg.txt)", [](const FileGroup& group) { return group.registers.has_value(); },
-     "There is no register dump, so that what the unit holds cannot be compared."},
+     "There is no register dump, so that the unit's settings cannot be checked."},
 };
 
 } // namespace
 
-void findMissing(const Case& given, Diagnosis& diagnosis) {
+void findMissing(Case& given, Diagnosis& diagnosis) {
     if (given.set.manual()) {
         diagnosis.judged = false;
         return;
     }
-    const bool untold = !diagnosis.calibrated;
-    diagnosis.judged = !untold;
+    diagnosis.judged = diagnosis.calibrated.has_value();
     std::vector<const FileGroup*> groups = given.attempts;
     if (groups.empty()) {
         groups.push_back(&given.set.base);
     }
+    const auto someHave = [&](const auto& there) {
+        return std::any_of(groups.begin(), groups.end(), [&](const FileGroup* group) { return there(*group); });
+    };
     for (const FileKind& kind : kinds) {
-        if (std::any_of(groups.begin(), groups.end(), [&](const FileGroup* group) { return kind.there(*group); })) {
-            continue;
+        if (!someHave(kind.there)) {
+            diagnosis.missing.emplace_back(kind.name);
+            given.limits.emplace_back(kind.limit);
         }
-        diagnosis.missing.emplace_back(kind.name);
-        diagnosis.limits.emplace_back(kind.limit);
     }
-    const bool proof = std::any_of(groups.begin(), groups.end(),
-                                   [](const FileGroup* group) { return group->verification.has_value(); });
-    // An attempt that was refused ahead of its proof has none to miss.
-    if (untold && !proof) {
-        diagnosis.missing.emplace_back("proof (.ver)");
+    // An attempt that was refused before its verification has no recording of one.
+    if (!diagnosis.calibrated && !someHave([](const FileGroup& group) { return group.verification.has_value(); })) {
+        diagnosis.missing.emplace_back("verification (.ver)");
     }
-    const double rate = groups.back()->rates().exportFrequency;
-    if (rate > 0.0 && rate < slowestAnalysed && groups.back()->setting &&
-        !hasFinding(diagnosis.findings, "clock-suspect", 0)) {
-        diagnosis.limits.emplace_back("Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's "
-                                      "default settings: there are no margins and no correlations, and only the proof "
-                                      "tells.");
+    if (groups.back()->rates().belowAnalysis() && groups.back()->setting && !given.has(FindingKind::ClockSuspect, 0)) {
+        given.limits.emplace_back("Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's "
+                                  "default settings: there are no margins and no correlations, and only the "
+                                  "verification shows whether they fit.");
     }
 }
 

@@ -4,56 +4,60 @@
 
 #include <set>
 
-// The rules of the diagnosis. Each adds its findings to what it is given.
+// The rules of the diagnosis. Each adds its findings to the case.
 
 namespace diagnosis::rules {
 
-/// What a rule works on: the attempts whose state counts. Of a calibration that succeeded that is the last one alone,
-/// since what the earlier ones met did not matter in the end.
+/// What the rules work on and what they have found.
 struct Case {
     const DiagnosticSet& set;
     const std::vector<Verdict>& verdicts;
     bool calibrated;
+    /// The attempts that count: after a successful calibration the last one only, since faults of earlier ones did not
+    /// matter in the end.
     std::vector<const FileGroup*> attempts;
-    /// Those of them in whose bursts all data pins fail alike, so that none is to blame by itself.
-    std::set<const FileGroup*> alike;
+    /// Attempts in whose bursts all data pins fail in the same way, so that no single one is the cause.
+    std::set<const FileGroup*> withSharedFault;
+    std::vector<Finding> findings;
+    std::vector<std::string> limits; ///< what the files cannot show
+
+    /// The finding of that kind about these pins, with the text and remedy of the row; made if it is not there yet,
+    /// since several attempts show the same fault. Values replace the row's <names>.
+    Finding& add(FindingId id, const std::vector<std::size_t>& pins, const std::vector<std::string>& values = {},
+                 const std::vector<std::string>& remedyValues = {});
+    bool has(FindingKind kind, std::size_t pin) const;
+    std::string title(std::size_t proc) const { return pinTitle(set, proc); }
 };
 
-/// A pin whose changes are bunched less than this around one distance from the clock does not follow it.
-inline constexpr double loosest = 0.4;
+/// Changes of a pin that follows its clock are concentrated by more than this at one distance from its edges.
+inline constexpr double leastConcentration = 0.4;
+/// Fewer changes than these say nothing about a pin.
 inline constexpr std::size_t fewestChanges = 20;
 /// The pattern of a calibration changes every pin at nearly every clock edge; one in four is far too few.
-inline constexpr std::size_t rarest = 4;
+inline constexpr std::size_t rarestChange = 4;
 
-using Findings = std::vector<Finding>;
-using Limits = std::vector<std::string>;
+void findClockFaults(Case& given);
+/// Fills `withSharedFault`; runs before the rules about single pins.
+void findSharedFaults(Case& given);
+void findStuckPins(Case& given);
+void findUnrelatedPins(Case& given);
+void findDutyFaults(Case& given);
+void findLaneFaults(Case& given);
+void findSameRates(Case& given);
+void findMarginFaults(Case& given);
+void findLostMargin(Case& given);
+void findRegisterFaults(Case& given);
 
-void findClockFaults(const Case& given, Findings& findings);
-/// Fills `alike`; goes ahead of the rules about single pins.
-void findSharedFaults(Case& given, Findings& findings);
-void findStuckPins(const Case& given, Findings& findings);
-void findUnrelatedPins(const Case& given, Findings& findings);
-void findDutyFaults(const Case& given, Findings& findings);
-void findLaneFaults(const Case& given, Findings& findings, Limits& limits);
-void findSameRates(const Case& given, Findings& findings);
-void findMarginFaults(const Case& given, Findings& findings);
-void findLostMargin(const Case& given, Findings& findings);
-void findRegisterFaults(const Case& given, Findings& findings);
+/// What the files do not hold: fills `missing` and `judged`, adds to the limits.
+void findMissing(Case& given, Diagnosis& diagnosis);
 
-/// What the files do not hold: fills `missing` and `judged`, adds to `limits`.
-void findMissing(const Case& given, Diagnosis& diagnosis);
-
-/// The finding of that kind about these pins, made when there is none yet: several attempts tell of one fault.
-Finding& findingFor(Findings& findings, const std::string& kind, const std::vector<std::size_t>& pins);
-bool hasFinding(const Findings& findings, const std::string& kind, std::size_t pin);
-/// "a, b and c".
-std::string enumeration(const std::vector<std::string>& items);
-std::string percent(double share);
-/// With one place behind the point.
-std::string decimal(double value);
-/// Evidence for a clock whose edges come less regularly than the data's; empty when they do not.
+/// Evidence for a clock whose edges are less regular than the data's; empty when they are not.
 std::string irregularClock(const FileGroup& attempt);
-/// The burst of an attempt in which the clock runs; without one all pins rest and none can be judged.
+/// The burst of an attempt in which the clock runs; null without one, since no pin can be judged then.
 const Burst* liveBurst(const FileGroup& group);
+/// "burst of setting 3 (95 MHz): ".
+std::string burstOf(const FileGroup& attempt);
+/// Procs 1 and up.
+std::vector<std::size_t> dataProcs(std::size_t dataPins);
 
 } // namespace diagnosis::rules

@@ -14,24 +14,23 @@ namespace diagnosis {
 struct BurstPin {
     int rcvrpin = 0; ///< input of the unit
     int filter = 0, plateau = 0, debounce = 0, delay = 0, stretch = 0, enable = 0;
-    /// 0 or 1 for each sample, all pins alike in number.
+    /// 0 or 1 for each sample; all pins have the same number.
     std::vector<std::uint8_t> levels;
 };
 
-/// A file that ends in ".cap.txt": what all pins looked like, sample by sample.
+/// A file that ends in ".cap.txt": the levels of all pins, sample by sample.
 struct Burst {
     Rates rates;
     std::vector<BurstPin> pins; ///< the clock first; never empty
 
     std::size_t samples() const { return pins.front().levels.size(); }
     std::size_t dataPins() const { return pins.size() - 1; }
-    /// False for one that was written before any pin was switched on: its levels are none.
+    /// False for one that was written before any pin was enabled: its levels mean nothing.
     bool taken() const;
 };
 
-/// Samples at the start that the receiver's analysis leaves out.
+/// Samples at the start that the receiver's analysis ignores.
 inline constexpr std::size_t burstStart = 16;
-inline constexpr std::size_t burstWordBits = 16;
 
 /// Throws Failure (BadInput) with file, line and what is wrong; never anything else, whatever the bytes.
 Burst parseBurst(std::string_view text, const std::string& file);
@@ -39,7 +38,7 @@ Burst readBurst(const std::filesystem::path& file);
 
 /// "clock", "data 1", ...
 std::string pinName(std::size_t proc);
-/// The connector's EMU pin of an input of the unit; -1 when none leads there.
+/// The connector's EMU pin of an input of the unit; -1 when none is wired to it.
 int emuOfInput(int rcvrpin);
 
 } // namespace diagnosis

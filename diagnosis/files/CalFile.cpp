@@ -1,5 +1,8 @@
 #include "diagnosis/files/CalFile.h"
 
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -9,42 +12,41 @@ namespace diagnosis {
 namespace {
 
 constexpr std::size_t largestFile = 1 << 20;
-constexpr std::size_t mostPins = 8;
-constexpr std::uint32_t notSeen = 0x7FFFFFFF;
-constexpr int neverSet = 0x7FFFFFFF; // of an attempt that ended before the pins were set up
 
 std::optional<std::uint32_t> marginOf(std::string_view text, char sign, const std::string& file, std::size_t line) {
-    const auto value = !text.empty() && text.front() == sign ? numberOf<std::uint32_t>(text.substr(1)) : std::nullopt;
+    const auto value =
+        !text.empty() && text.front() == sign ? toolkit::numberOf<std::uint32_t>(text.substr(1)) : std::nullopt;
     if (!value) {
-        damaged(file, line, "expected margin=-NUMBER,+NUMBER");
+        toolkit::damaged(file, line, "expected margin=-NUMBER,+NUMBER");
     }
-    return *value == notSeen ? std::nullopt : value;
+    return *value == limits::notMeasured ? std::nullopt : value;
 }
 
-void takeCount(std::optional<unsigned>& field, const KeyValue& entry, const std::string& file, std::size_t line) {
-    field = numberOf<unsigned>(entry.value);
+void takeCount(std::optional<unsigned>& field, const toolkit::KeyValue& entry, const std::string& file,
+               std::size_t line) {
+    field = toolkit::numberOf<unsigned>(entry.value);
     if (!field) {
-        damaged(file, line, shown(entry.key) + " is no count: " + shown(entry.value));
+        toolkit::damaged(file, line, toolkit::shown(entry.key) + " is no count: " + toolkit::shown(entry.value));
     }
 }
 
-void takePinLine(CalPin& pin, const KeyValue& entry, const std::string& file, std::size_t line) {
+void takePinLine(CalPin& pin, const toolkit::KeyValue& entry, const std::string& file, std::size_t line) {
     if (entry.key == "correlation") {
-        const auto parts = splitAt(entry.value, ',');
+        const auto parts = toolkit::splitAt(entry.value, ',');
         if (parts.size() == 2) {
-            pin.correlation = fractionOf(parts[0]);
-            pin.correlationAtZero = fractionOf(parts[1]);
+            pin.correlation = toolkit::fractionOf(parts[0]);
+            pin.correlationAtZero = toolkit::fractionOf(parts[1]);
         }
         if (!pin.correlation || !pin.correlationAtZero) {
-            damaged(file, line, "expected correlation=NUMBER,NUMBER");
+            toolkit::damaged(file, line, "expected correlation=NUMBER,NUMBER");
         }
     } else if (entry.key == "margin") {
-        const auto parts = splitAt(entry.value, ',');
+        const auto parts = toolkit::splitAt(entry.value, ',');
         if (parts.size() != 2) {
-            damaged(file, line, "expected margin=-NUMBER,+NUMBER");
+            toolkit::damaged(file, line, "expected margin=-NUMBER,+NUMBER");
         }
-        pin.hold = marginOf(parts[0], '-', file, line);
-        pin.setup = marginOf(parts[1], '+', file, line);
+        pin.holdMargin = marginOf(parts[0], '-', file, line);
+        pin.setupMargin = marginOf(parts[1], '+', file, line);
     } else if (entry.key == "edges") {
         takeCount(pin.edges, entry, file, line);
     } else if (entry.key == "glitches") {
@@ -52,7 +54,7 @@ void takePinLine(CalPin& pin, const KeyValue& entry, const std::string& file, st
     } else if (entry.key == "ringing") {
         takeCount(pin.ringing, entry, file, line);
     } else {
-        damaged(file, line, "unknown line " + shown(entry.key));
+        toolkit::damaged(file, line, "unknown line " + toolkit::shown(entry.key));
     }
 }
 
@@ -67,7 +69,7 @@ constexpr std::array listLines{
     ListLine{"plateaus", &CalPin::plateau},
 };
 
-void takeProperty(CalFile& cal, const KeyValue& entry, const std::string& file, std::size_t line) {
+void takeProperty(CalFile& cal, const toolkit::KeyValue& entry, const std::string& file, std::size_t line) {
     cal.properties.emplace_back(entry.key, entry.value);
     if (entry.key == "drmXmtr") {
         cal.exportKind = entry.value;
@@ -76,40 +78,42 @@ void takeProperty(CalFile& cal, const KeyValue& entry, const std::string& file, 
         if (entry.key != list.key) {
             continue;
         }
-        const auto parts = splitAt(entry.value, ',');
+        const auto parts = toolkit::splitAt(entry.value, ',');
         if (parts.size() != cal.pins.size()) {
-            damaged(file, line,
-                    std::string(list.key) + " has " + std::to_string(parts.size()) + " values for " +
-                        std::to_string(cal.pins.size()) + " pins");
+            toolkit::damaged(file, line,
+                             std::string(list.key) + " has " + std::to_string(parts.size()) + " values for " +
+                                 std::to_string(cal.pins.size()) + " pins");
         }
         for (std::size_t pin = 0; pin < parts.size(); ++pin) {
-            cal.pins[pin].*list.field = numberOf<int>(parts[pin]);
+            cal.pins[pin].*list.field = toolkit::numberOf<int>(parts[pin]);
             if (!(cal.pins[pin].*list.field)) {
-                damaged(file, line, std::string(list.key) + " has a value that is no number: " + shown(parts[pin]));
+                toolkit::damaged(file, line,
+                                 std::string(list.key) +
+                                     " has a value that is no number: " + toolkit::shown(parts[pin]));
             }
         }
     }
 }
 
 /// Below the slowest analysed clock the file shows the margins of an attempt before, or none.
-void dropWhatWasNotMeasured(CalFile& cal) {
-    if (!cal.rates.known() || cal.rates.exportFrequency >= slowestAnalysed) {
+void removeUnmeasured(CalFile& cal) {
+    if (!cal.rates.known() || !cal.rates.belowAnalysis()) {
         return;
     }
     for (CalPin& pin : cal.pins) {
-        pin.hold.reset();
-        pin.setup.reset();
+        pin.holdMargin.reset();
+        pin.setupMargin.reset();
     }
 }
 
 /// The reference pin fits itself. Where no pin fits any, the file shows the zeros of figures that were never computed.
-void dropWhatWasNotCompared(CalFile& cal) {
+void removeUncompared(CalFile& cal) {
     const auto fits = [](const CalPin& pin) {
         const double figure = pin.correlationAtZero.value_or(0.0);
         return std::isnan(figure) || std::abs(figure) > 0.0;
     };
-    const bool compared = cal.rates.known() && cal.rates.exportFrequency >= slowestAnalysed &&
-                          std::any_of(cal.pins.begin(), cal.pins.end(), fits);
+    const bool compared =
+        cal.rates.known() && !cal.rates.belowAnalysis() && std::any_of(cal.pins.begin(), cal.pins.end(), fits);
     if (compared) {
         return;
     }
@@ -119,10 +123,10 @@ void dropWhatWasNotCompared(CalFile& cal) {
     }
 }
 
-void dropWhatWasNeverSet(CalFile& cal) {
+void removeUnset(CalFile& cal) {
     for (CalPin& pin : cal.pins) {
         for (const ListLine& list : listLines) {
-            if (pin.*list.field == neverSet) {
+            if (pin.*list.field == static_cast<int>(limits::notMeasured)) {
                 (pin.*list.field).reset();
             }
         }
@@ -132,24 +136,24 @@ void dropWhatWasNeverSet(CalFile& cal) {
 } // namespace
 
 CalFile parseCalFile(std::string_view text, const std::string& file) {
-    const std::vector<TextLine> lines = textLines(text);
+    const std::vector<toolkit::TextLine> lines = toolkit::textLines(text);
     CalFile cal;
     cal.rates = parseRates(lines, file);
-    cal.dataRate = keyValue(lines[2].text)->value;
-    cal.oversampling = keyValue(lines[3].text)->value;
+    cal.dataRate = toolkit::keyValue(lines[2].text)->value;
+    cal.oversampling = toolkit::keyValue(lines[3].text)->value;
     bool properties = false;
-    for (const TextLine& line : std::span(lines).subspan(4)) {
+    for (const toolkit::TextLine& line : std::span(lines).subspan(4)) {
         if (line.text.empty()) {
             continue;
         }
         if (line.text.front() == '[') {
             if (properties || line.text.back() != ']' || line.text.size() < 3) {
-                damaged(file, line.number, "unexpected section " + shown(line.text));
+                toolkit::damaged(file, line.number, "unexpected section " + toolkit::shown(line.text));
             }
             const std::string_view section = line.text.substr(1, line.text.size() - 2);
             properties = section == "Properties";
-            if (!properties && cal.pins.size() == mostPins) {
-                damaged(file, line.number, "more pins than the unit has");
+            if (!properties && cal.pins.size() == limits::mostPins) {
+                toolkit::damaged(file, line.number, "more pins than the unit has");
             }
             if (!properties) {
                 cal.pins.emplace_back();
@@ -157,9 +161,9 @@ CalFile parseCalFile(std::string_view text, const std::string& file) {
             }
             continue;
         }
-        const auto entry = keyValue(line.text);
+        const auto entry = toolkit::keyValue(line.text);
         if (!entry || (cal.pins.empty() && !properties)) {
-            damaged(file, line.number, "expected a section or KEY=VALUE, found " + shown(line.text));
+            toolkit::damaged(file, line.number, "expected a section or KEY=VALUE, found " + toolkit::shown(line.text));
         }
         if (properties) {
             takeProperty(cal, *entry, file, line.number);
@@ -168,16 +172,16 @@ CalFile parseCalFile(std::string_view text, const std::string& file) {
         }
     }
     if (!properties || cal.pins.empty() || !cal.pins.back().plateau) {
-        damaged(file, lines.size(), "the file is cut off; take it from the receiver's folder again");
+        toolkit::damaged(file, lines.size(), "the file is cut off; take it from the receiver's folder again");
     }
-    dropWhatWasNotMeasured(cal);
-    dropWhatWasNotCompared(cal);
-    dropWhatWasNeverSet(cal);
+    removeUnmeasured(cal);
+    removeUncompared(cal);
+    removeUnset(cal);
     return cal;
 }
 
 CalFile readCalFile(const std::filesystem::path& file) {
-    return parseCalFile(readBytes(file, largestFile), file.string());
+    return parseCalFile(toolkit::readText(file, 0, largestFile), file.string());
 }
 
 } // namespace diagnosis

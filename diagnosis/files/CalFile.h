@@ -15,29 +15,28 @@ namespace diagnosis {
 /// One pin of a calibration report. Lengths are in samples of the unit.
 struct CalPin {
     std::string name; ///< "Clock", "Data 1", ...
-    /// At the delay taken as a lag, and with the pins as they are set in the end. Not a number for a pin that stands
-    /// still. Nothing when the pins were not compared: below the slowest clock that is analysed, and when the attempt
-    /// ended ahead of it.
+    /// At the delay used as a lag, and with the final settings. Not a number for a stuck pin. Nothing when the pins were
+    /// not compared: below the lowest analysed clock, and when the attempt ended before.
     std::optional<double> correlation;
     std::optional<double> correlationAtZero;
     std::optional<unsigned> glitches, ringing, edges;
     /// The file's "-": from a clock edge to the next change of the data. Nothing when no change was seen, and below the
-    /// slowest clock that is analysed.
-    std::optional<std::uint32_t> hold;
+    /// lowest analysed clock.
+    std::optional<std::uint32_t> holdMargin;
     /// The file's "+": from a change of the data to the next clock edge.
-    std::optional<std::uint32_t> setup;
+    std::optional<std::uint32_t> setupMargin;
     std::optional<int> delay, stretch, filter, debounce, plateau; ///< nothing when they were never set
 };
 
 /// The receiver's calibration report, a file that ends in ".cal.txt".
 struct CalFile {
     Rates rates;
-    std::string dataRate;        ///< as it stands, such as "400.00 Mbits/second"
-    std::string oversampling;    ///< as it stands, such as "28.00 samples/bit"
+    std::string dataRate;        ///< verbatim, such as "400.00 Mbits/second"
+    std::string oversampling;    ///< verbatim, such as "28.00 samples/bit"
     std::vector<CalPin> pins;    ///< the clock first; never empty
-    bool figuresLeftOut = false; ///< margins and correlations were not the attempt's own
+    bool figuresLeftOut = false; ///< margins and correlations were those of an earlier attempt
     std::string exportKind;      ///< "pti", "tpiu", "tpiulite"
-    std::vector<std::pair<std::string, std::string>> properties; ///< as they stand, in their order
+    std::vector<std::pair<std::string, std::string>> properties; ///< verbatim, in their order
 };
 
 /// Throws Failure (BadInput) with file, line and what is wrong; never anything else, whatever the bytes.

@@ -1,12 +1,14 @@
 #include "diagnosis/files/Patterns.h"
 
+#include <algorithm>
 #include <array>
 
 namespace diagnosis {
 
 namespace {
 
-using Words = std::span<const std::uint16_t>;
+constexpr std::string_view alternatingUnit = "the unit's alternating bits";
+constexpr std::string_view rampUnit = "the unit's ramp";
 
 constexpr std::array<std::uint16_t, 1> alternating1{0x5555};
 constexpr std::array<std::uint16_t, 1> ramp1{0xAAAA};
@@ -34,25 +36,33 @@ std::optional<std::uint16_t> Pattern::next(std::uint16_t word) const {
     return std::nullopt;
 }
 
-std::vector<Pattern> patternsFor(std::size_t dataPins) {
+std::span<const Pattern> patternsFor(std::size_t dataPins) {
+    static constexpr std::array<Pattern, 2> onePin{{{"alternating bits", alternating1}, {alternatingUnit, ramp1}}};
+    static constexpr std::array<Pattern, 5> twoPins{
+        {{"ramp", rampOn2}, {rampUnit, unitRampOn2}, {"f0", f0On2}, {"a5", a5On2}, {"walk", walkOn2}}};
+    static constexpr std::array<Pattern, 5> fourPins{
+        {{"ramp", rampOn4}, {rampUnit, unitRampOn4}, {"f0", f0On4}, {"a5", a5On4}, {"walk", walkOn4}}};
     switch (dataPins) {
     case 1:
-        return {{"alternating bits", Words(alternating1)}, {"the unit's alternating bits", Words(ramp1)}};
+        return onePin;
     case 2:
-        return {{"ramp", Words(rampOn2)},
-                {"the unit's ramp", Words(unitRampOn2)},
-                {"f0", Words(f0On2)},
-                {"a5", Words(a5On2)},
-                {"walk", Words(walkOn2)}};
+        return twoPins;
     case 4:
-        return {{"ramp", Words(rampOn4)},
-                {"the unit's ramp", Words(unitRampOn4)},
-                {"f0", Words(f0On4)},
-                {"a5", Words(a5On4)},
-                {"walk", Words(walkOn4)}};
+        return fourPins;
     default:
         return {};
     }
+}
+
+std::optional<Pattern> patternNamed(std::size_t dataPins, std::string_view name) {
+    const std::span<const Pattern> patterns = patternsFor(dataPins);
+    const auto found =
+        std::find_if(patterns.begin(), patterns.end(), [=](const Pattern& pattern) { return pattern.name == name; });
+    return found == patterns.end() ? std::nullopt : std::optional(*found);
+}
+
+Pattern unitRamp(std::size_t dataPins) {
+    return patternsFor(dataPins == 1 || dataPins == 2 ? dataPins : 4)[1];
 }
 
 } // namespace diagnosis

@@ -1,26 +1,32 @@
 #pragma once
 
+#include "rcvr/framework/TraceLimits.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
 #include <string_view>
-#include <vector>
 
 namespace diagnosis {
 
-/// A test pattern as it comes over a number of data pins: words of 16 bits, repeated for ever.
+namespace limits = Vx::Qrs::Trace::limits;
+
+/// A test pattern on a number of data pins: words of 16 bits, repeated indefinitely.
 struct Pattern {
     std::string_view name;
     std::span<const std::uint16_t> words; ///< static storage, never empty
 
-    /// The word behind `word`, or nothing when that is none of the pattern's.
+    /// The word that follows `word`; nothing for a word that is not in the pattern.
     std::optional<std::uint16_t> next(std::uint16_t word) const;
 };
 
-/// The patterns that a proof can be made of, the likeliest first; empty for a number of pins other than 1, 2 and 4.
-std::vector<Pattern> patternsFor(std::size_t dataPins);
+/// The patterns of verifications, the likeliest first; empty for a number of pins other than 1, 2 and 4.
+std::span<const Pattern> patternsFor(std::size_t dataPins);
+std::optional<Pattern> patternNamed(std::size_t dataPins, std::string_view name);
+/// The ramp of the unit's own generator.
+Pattern unitRamp(std::size_t dataPins);
 
-/// Bit slots of a word: half clock periods in which it comes.
+/// Bit slots of a word: the half clock periods that it takes.
 constexpr std::size_t slotsOf(std::size_t dataPins) {
     return 16 / dataPins;
 }
@@ -29,10 +35,5 @@ constexpr std::size_t slotsOf(std::size_t dataPins) {
 constexpr bool lineBit(std::uint16_t word, std::size_t dataPins, std::size_t slot, std::size_t line) {
     return (word >> (15 - slot * dataPins - line) & 1) != 0;
 }
-
-/// A synchronisation sequence on the wire: five zero words, the mark, and one further word.
-inline constexpr std::uint16_t syncMark = 0x0FF0;
-inline constexpr std::size_t syncZeros = 5;
-inline constexpr std::size_t syncWords = syncZeros + 2;
 
 } // namespace diagnosis

@@ -1,6 +1,7 @@
 #include "diagnosis/files/PropertiesFile.h"
 
-#include "diagnosis/files/Text.h"
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
 
 namespace diagnosis {
 
@@ -24,21 +25,21 @@ std::optional<std::string> PropertiesFile::value(std::string_view key) const {
 
 PropertiesFile parseProperties(std::string_view text, const std::string& file) {
     PropertiesFile properties;
-    for (const TextLine& line : textLines(text)) {
-        const std::string_view content = trimmed(line.text);
+    for (const toolkit::TextLine& line : toolkit::textLines(text)) {
+        const std::string_view content = toolkit::trimmed(line.text);
         if (content.empty() || content.front() == '#') {
             continue;
         }
         if (content.front() == '[') {
             if (content.back() != ']') {
-                damaged(file, line.number, "a section without its \"]\": " + shown(content));
+                toolkit::damaged(file, line.number, "a section without its \"]\": " + toolkit::shown(content));
             }
             properties.sections.push_back({std::string(content.substr(1, content.size() - 2)), {}});
             continue;
         }
-        const auto entry = keyValue(content);
+        const auto entry = toolkit::keyValue(content);
         if (!entry || properties.sections.empty()) {
-            damaged(file, line.number, "expected [SECTION] or KEY=VALUE, found " + shown(content));
+            toolkit::damaged(file, line.number, "expected [SECTION] or KEY=VALUE, found " + toolkit::shown(content));
         }
         properties.sections.back().entries.emplace_back(entry->key, entry->value);
     }
@@ -46,7 +47,7 @@ PropertiesFile parseProperties(std::string_view text, const std::string& file) {
 }
 
 PropertiesFile readProperties(const std::filesystem::path& file) {
-    return parseProperties(readBytes(file, largestFile), file.string());
+    return parseProperties(toolkit::readText(file, 0, largestFile), file.string());
 }
 
 } // namespace diagnosis

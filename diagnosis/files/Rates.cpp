@@ -1,5 +1,8 @@
 #include "diagnosis/files/Rates.h"
 
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
+
 #include <array>
 #include <cmath>
 
@@ -22,7 +25,7 @@ constexpr std::array rateLines{
 
 constexpr double highestOversampling = 1e9; // 1.4e9 samples a second at a clock of about a hertz
 
-// What lies outside stands in a damaged file.
+// Rates outside of these come from damaged files.
 constexpr double slowestUnit = 1e3;
 constexpr double fastestUnit = 1e13;
 
@@ -36,6 +39,10 @@ double roundingOf(double value) {
 
 unsigned Rates::bitSamples() const {
     return static_cast<unsigned>(oversampling / 2.0 + 0.5);
+}
+
+unsigned Rates::neededMargin() const {
+    return static_cast<unsigned>(oversampling / limits::marginDivisor + 0.5);
 }
 
 double Rates::sampleRate() const {
@@ -57,24 +64,25 @@ double Rates::sampleRate() const {
     return rate;
 }
 
-Rates parseRates(std::span<const TextLine> lines, const std::string& file) {
+Rates parseRates(std::span<const toolkit::TextLine> lines, const std::string& file) {
     Rates rates;
     for (std::size_t i = 0; i < rateLines.size(); ++i) {
         const RateLine& wanted = rateLines[i];
         if (i >= lines.size()) {
-            damaged(file, lines.size() + 1, "the file ends before " + std::string(wanted.key) + "=");
+            toolkit::damaged(file, lines.size() + 1, "the file ends before " + std::string(wanted.key) + "=");
         }
-        const auto entry = keyValue(lines[i].text);
-        const auto value = entry && entry->key == wanted.key ? scaledNumber(entry->value, wanted.unit) : std::nullopt;
+        const auto entry = toolkit::keyValue(lines[i].text);
+        const auto value =
+            entry && entry->key == wanted.key ? toolkit::scaledNumber(entry->value, wanted.unit) : std::nullopt;
         if (!value || !std::isfinite(*value) || *value < 0.0) {
-            damaged(file, lines[i].number,
-                    "expected " + std::string(wanted.key) + "=NUMBER " + std::string(wanted.unit) + ", found " +
-                        shown(lines[i].text));
+            toolkit::damaged(file, lines[i].number,
+                             "expected " + std::string(wanted.key) + "=NUMBER " + std::string(wanted.unit) +
+                                 ", found " + toolkit::shown(lines[i].text));
         }
         rates.*wanted.field = *value;
     }
     if (rates.oversampling > highestOversampling) {
-        damaged(file, lines[3].number, "no unit takes that many samples in a clock period");
+        toolkit::damaged(file, lines[3].number, "no unit takes that many samples in a clock period");
     }
     return rates;
 }

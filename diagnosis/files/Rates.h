@@ -1,11 +1,14 @@
 #pragma once
 
-#include "diagnosis/files/Text.h"
+#include "rcvr/framework/TraceLimits.h"
+#include "toolkit/Text.h"
 
 #include <span>
 #include <string>
 
 namespace diagnosis {
+
+namespace limits = Vx::Qrs::Trace::limits;
 
 /// The four lines at the head of a calibration report and of a burst. All 0 before any frequency was measured.
 struct Rates {
@@ -15,6 +18,10 @@ struct Rates {
     double oversampling = 0.0;    ///< samples in a clock period, although the file says samples of a bit
 
     bool known() const { return exportFrequency > 0.0 && oversampling > 0.0; }
+    /// A clock was measured, and it is too slow for the receiver to measure anything on the pins.
+    bool belowAnalysis() const { return exportFrequency > 0.0 && exportFrequency < limits::lowestAnalysedClock; }
+    /// Setup and hold margin together need this many samples, by the receiver's rule.
+    unsigned neededMargin() const;
     /// Samples in half a clock period, as the receiver counts them.
     unsigned bitSamples() const;
     /// Samples a second. The file rounds both factors, so that the nearest round figure within that error is taken.
@@ -23,10 +30,8 @@ struct Rates {
 };
 
 inline constexpr double usualSampleRate = 1.4e9;
-/// Below this clock the receiver analyses nothing.
-inline constexpr double slowestAnalysed = 1.01e7;
 
 /// Reads the first four lines; throws Failure (BadInput).
-Rates parseRates(std::span<const TextLine> lines, const std::string& file);
+Rates parseRates(std::span<const toolkit::TextLine> lines, const std::string& file);
 
 } // namespace diagnosis

@@ -1,7 +1,8 @@
 #include "diagnosis/files/RegisterFile.h"
 
 #include "diagnosis/files/BurstFile.h"
-#include "diagnosis/files/Text.h"
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
 
 #include <array>
 
@@ -142,31 +143,31 @@ std::optional<std::uint32_t> valueAt(const RegisterDump& dump, std::uint32_t add
 RegisterDump parseRegisters(std::string_view text, const std::string& file) {
     RegisterDump dump;
     std::size_t last = 0;
-    for (const TextLine& line : textLines(text)) {
+    for (const toolkit::TextLine& line : toolkit::textLines(text)) {
         last = line.number;
         if (line.text.empty()) {
             continue;
         }
-        const auto entry = keyValue(line.text);
+        const auto entry = toolkit::keyValue(line.text);
         std::optional<std::uint32_t> address;
         std::optional<std::uint32_t> value;
         if (entry && entry->key.starts_with("0x") && entry->value.starts_with("0x")) {
-            address = numberOf<std::uint32_t>(entry->key.substr(2), 16);
-            value = numberOf<std::uint32_t>(entry->value.substr(2), 16);
+            address = toolkit::numberOf<std::uint32_t>(entry->key.substr(2), 16);
+            value = toolkit::numberOf<std::uint32_t>(entry->value.substr(2), 16);
         }
         if (!address || !value) {
-            damaged(file, line.number, "expected 0xADDRESS=0xVALUE, found " + shown(line.text));
+            toolkit::damaged(file, line.number, "expected 0xADDRESS=0xVALUE, found " + toolkit::shown(line.text));
         }
         dump.push_back({*address, *value});
     }
     if (dump.empty()) {
-        damaged(file, last, "there are no registers; take the file from the receiver's folder again");
+        toolkit::damaged(file, last, "there are no registers; take the file from the receiver's folder again");
     }
     return dump;
 }
 
 RegisterDump readRegisters(const std::filesystem::path& file) {
-    return parseRegisters(readBytes(file, largestFile), file.string());
+    return parseRegisters(toolkit::readText(file, 0, largestFile), file.string());
 }
 
 unsigned channelOf(const RegisterDump& dump) {

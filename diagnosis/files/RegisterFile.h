@@ -21,17 +21,17 @@ using RegisterDump = std::vector<RegisterValue>;
 RegisterDump parseRegisters(std::string_view text, const std::string& file);
 RegisterDump readRegisters(const std::filesystem::path& file);
 
-/// What a register is called and what its content says.
+/// The name of a register and the meaning of its content.
 struct RegisterText {
-    std::string name;    ///< such as "data 1 input"; "not named" for one that is none of the unit's
-    std::string meaning; ///< such as "enabled, input 6, delay 2"; empty when there is nothing to say
+    std::string name;    ///< such as "data 1 input"; "not named" for an unknown one
+    std::string meaning; ///< such as "enabled, input 6, delay 2"; may be empty
 };
 
-/// The channel that the dump belongs to, told by its clock register. 0 when it cannot be told.
+/// The channel that the dump belongs to, by its clock register. 0 when that does not show it.
 unsigned channelOf(const RegisterDump& dump);
 RegisterText describe(const RegisterValue& entry, unsigned channel);
 
-/// What a pin's two registers hold.
+/// The content of a pin's two registers.
 struct PinRegisters {
     bool enabled = false;
     unsigned input = 0, delay = 0, filter = 0, plateau = 0, debounce = 0;

@@ -1,6 +1,7 @@
 #include "diagnosis/files/Verification.h"
 
-#include "diagnosis/files/Text.h"
+#include "rcvr/framework/TraceLimits.h"
+#include "toolkit/TextFile.h"
 
 #include <algorithm>
 
@@ -8,11 +9,13 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t packetBytes = 512;
-constexpr std::size_t packetWords = packetBytes / 2;
-constexpr std::size_t payloadWords = packetWords - 1;
+using limits::packetBytes;
+using limits::packetWords;
+using limits::payloadWords;
+using limits::syncWord;
+using limits::syncZeros;
+
 constexpr std::size_t keptErrors = 10;
-constexpr std::size_t fewestDataWords = 1000;
 
 std::uint16_t wordAt(std::string_view bytes, std::size_t offset) {
     const auto low = static_cast<unsigned char>(bytes[offset]);
@@ -23,10 +26,10 @@ std::uint16_t wordAt(std::string_view bytes, std::size_t offset) {
 enum class PacketKind { Trace, Other, Unknown };
 
 PacketKind kindOf(std::uint16_t trailer) {
-    switch (trailer & 0xF800) {
-    case 0x0800:
+    switch (trailer & limits::trailerTypeMask) {
+    case limits::trailerTrace:
         return PacketKind::Trace;
-    case 0x1000:
+    case limits::trailerOther:
         return PacketKind::Other;
     default:
         return PacketKind::Unknown;
@@ -55,15 +58,15 @@ public:
             zeroRun = mode == Mode::Data ? 1 : zeroRun + 1;
             ++check.zeroWords;
             mode = Mode::Zeros;
-        } else if (word == syncMark && mode == Mode::AfterMark) {
+        } else if (word == syncWord && mode == Mode::AfterMark) {
             error(place);
-        } else if (word == syncMark && mode == Mode::Zeros && zeroRun >= syncZeros) {
+        } else if (word == syncWord && mode == Mode::Zeros && zeroRun >= syncZeros) {
             mode = Mode::AfterMark;
-            check.syncWordsSeen += syncWords;
-            check.zeroWords -= std::min(check.zeroWords, syncZeros);
+            check.syncWords += limits::syncLength;
+            check.zeroWords -= std::min<std::size_t>(check.zeroWords, syncZeros);
         } else {
             if (mode != Mode::AfterMark) {
-                takeData(place, word, word == syncMark);
+                takeData(place, word, word == syncWord);
             }
             mode = Mode::Data;
             zeroRun = 0;
@@ -142,7 +145,7 @@ Verification parseVerification(std::string_view bytes) {
 }
 
 Verification readVerification(const std::filesystem::path& file) {
-    return parseVerification(readBytes(file, verificationPackets * packetBytes));
+    return parseVerification(toolkit::readText(file, 0, std::size_t{limits::verificationPackets} * packetBytes));
 }
 
 PatternCheck checkPattern(const Verification& recording, const Pattern& pattern) {
@@ -157,8 +160,8 @@ PatternCheck checkPattern(const Verification& recording, const Pattern& pattern)
         }
     }
     check.errors += recording.unknownPackets;
-    check.countsAddUp = check.dataWords >= fewestDataWords &&
-                        check.dataWords + check.syncWordsSeen + check.zeroWords == recording.words.size();
+    check.countsAddUp = check.dataWords >= limits::leastVerifiedWords &&
+                        check.dataWords + check.syncWords + check.zeroWords == recording.words.size();
     return check;
 }
 

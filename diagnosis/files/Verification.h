@@ -11,7 +11,7 @@
 
 namespace diagnosis {
 
-/// A verification recording, ".ver": the known pattern that a calibration was proved with, as it came back.
+/// A verification recording, ".ver": the known pattern that verifies a calibration, as received.
 struct Verification {
     enum class Framing {
         Packets, ///< 255 words of payload and a trailer
@@ -20,37 +20,34 @@ struct Verification {
     Framing framing = Framing::Words;
     std::size_t packets = 0; ///< of 512 bytes
     std::size_t tracePackets = 0, otherPackets = 0, unknownPackets = 0;
-    /// Payload of the trace packets, one behind the other.
+    /// Payload of the trace packets, in their order.
     std::vector<std::uint16_t> words;
 
-    /// Where a word of `words` stood: packet and index in it.
+    /// Position of a word of `words`: packet and index in it.
     std::size_t packetOf(std::size_t word) const;
     std::size_t indexOf(std::size_t word) const;
 
     std::vector<std::size_t> packetNumbers; ///< of the trace packets
 };
 
-/// What was looked for is as many packets.
-inline constexpr std::size_t verificationPackets = 512;
-
-/// Any bytes are a recording; a rest that is no whole packet is left out.
+/// Any bytes are a recording; an incomplete packet at the end is ignored.
 Verification parseVerification(std::string_view bytes);
-/// Throws Failure (BadInput) when the file cannot be read. Takes the first `verificationPackets` packets.
+/// Throws Failure (BadInput) when the file cannot be read. Takes the first limits::verificationPackets packets.
 Verification readVerification(const std::filesystem::path& file);
 
 /// How well a recording holds a pattern, by the receiver's rules.
 struct PatternCheck {
     std::size_t dataWords = 0; ///< words of the pattern
-    std::size_t syncWordsSeen = 0, zeroWords = 0;
+    std::size_t syncWords = 0, zeroWords = 0;
     std::size_t errors = 0;
-    std::vector<std::size_t> firstErrors; ///< places in Verification::words, the first few
+    std::vector<std::size_t> firstErrors; ///< indices in Verification::words, the first few
     bool countsAddUp = true;              ///< "pti": enough pattern words, and every word is accounted for
 
     bool passed() const { return errors == 0; }
 };
 PatternCheck checkPattern(const Verification& recording, const Pattern& pattern);
 
-/// The pattern that the recording holds without a fault, or nothing. `sent` names it when it is known.
+/// The pattern that the recording holds without a fault, or nothing. `sent` names it if known.
 std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins, std::string_view sent = {});
 
 } // namespace diagnosis

@@ -1,5 +1,5 @@
+#include "diagnosis/burst/Svg.h"
 #include "diagnosis/report/Pictures.h"
-#include "diagnosis/report/Svg.h"
 
 #include <algorithm>
 

@@ -1,6 +1,7 @@
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
+#include "diagnosis/burst/Svg.h"
 #include "diagnosis/report/Pictures.h"
-#include "diagnosis/report/Svg.h"
+#include "toolkit/Format.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,12 +27,11 @@ std::string change(double x, double w, bool rise) {
 
 } // namespace
 
-std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pin, double needed) {
-    const Opening opening = openingOf(eye);
+std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pin) {
+    const EyeOpening opening = openingOf(eye);
     const std::size_t open = opening.samples();
     const double nanoseconds = static_cast<double>(open) * 1e9 / rates.sampleRate();
-    const std::string size =
-        std::to_string(open) + (open == 1 ? " sample, " : " samples, ") + number(nanoseconds, 1) + " ns";
+    const std::string size = toolkit::countText(open, "sample") + ", " + toolkit::numberText(nanoseconds, 1) + " ns";
     Svg svg(width, height, pin + ": eye from " + std::to_string(eye.edges) + " changes, open for " + size, "eye");
 
     const double reach = rates.oversampling * 0.56;
@@ -43,12 +43,12 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
         svg.text(centre, (top + bottom) / 2.0, "no change in the whole burst", "label", "middle");
         return svg.markup();
     }
-    const bool thin = static_cast<double>(opening.byReceiversRule()) < needed;
+    const bool thin = opening.byReceiversRule() < rates.neededMargin();
     svg.text(width - left, 15, size, thin ? "size bad" : "size good", "end");
 
-    // A change lies between its sample and the one before.
-    const double from = x(-static_cast<double>(opening.ahead));
-    const double to = x(static_cast<double>(opening.behind));
+    // A change is between its sample and the one before.
+    const double from = x(-static_cast<double>(opening.setupMargin));
+    const double to = x(static_cast<double>(opening.holdMargin));
     svg.rect(from, top, to - from, bottom - top, thin ? "open-bad" : "open-good");
     svg.line(left, top, width - left, top, "rail");
     svg.line(left, bottom, width - left, bottom, "rail");
@@ -71,7 +71,7 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
     draw(eye.rises, true);
     draw(eye.falls, false);
 
-    // How often the data change at each distance, and where the neighbouring clock edges lie.
+    // How often the data change at each distance, and where the neighbouring clock edges are.
     constexpr double foot = 144.0;
     constexpr double tallest = 18.0;
     for (std::size_t i = 0; i < eye.rises.size(); ++i) {
@@ -93,7 +93,7 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
     svg.line(centre, top - 6, centre, foot, "sampling");
     const double quarter = rates.oversampling / 4.0;
     for (const double at : {-2.0 * quarter, -quarter, quarter, 2.0 * quarter}) {
-        svg.text(x(at), 157, (at > 0 ? "+" : "") + number(at, 1), "tiny", "middle");
+        svg.text(x(at), 157, (at > 0 ? "+" : "") + toolkit::numberText(at, 1), "tiny", "middle");
     }
     svg.text(centre, 157, "clock edge", "tiny", "middle");
     return svg.markup();

@@ -1,6 +1,7 @@
+#include "diagnosis/burst/Markup.h"
 #include "diagnosis/doctor/DiagnosisText.h"
-#include "diagnosis/report/Html.h"
 #include "diagnosis/report/Sections.h"
+#include "toolkit/Format.h"
 
 namespace diagnosis::page {
 
@@ -34,27 +35,26 @@ std::string findingBox(const Finding& finding) {
                        element("p", "check", "<b>Check:</b> " + escaped(finding.remedy)));
 }
 
-/// The attempt that the page is mostly about: the one that was kept, or the last.
+/// The attempt that was kept, or the last.
 const FileGroup& mainGroup(const DiagnosticSet& set) {
     return set.attempts.empty() ? set.base : set.attempts.back();
 }
 
-/// What stands in the place of faults: green only when the board was judged and found good.
+/// Shown in place of faults: green only when the board was judged and found good.
 std::string noFaultBox(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     const auto box = [](const char* look, const char* word, const char* heading, const std::string& text) {
         return element("div", std::string(look) == "good" ? "finding none" : "finding plain",
                        "<h3>" + badge(look, word) + " " + heading + "</h3>" + element("p", "", escaped(text)));
     };
     if (set.manual()) {
-        return box("plain", "not judged", "Nothing was measured",
-                   "The values were given, so that there is nothing to judge.");
+        return box("plain", "not judged", "Nothing was measured", "The values were given: there is nothing to judge.");
     }
     if (!diagnosis.judged) {
         return box("plain", "not judged", "Too little to judge by", sentence(whatIsMissing(diagnosis)) + ".");
     }
     if (!diagnosis.calibrated.value_or(false)) {
         return box("plain", "not known", "Not calibrated, for a reason that the files do not show",
-                   "No fault that the rules know. The log may tell more.");
+                   "No fault that the rules know. The log may have more.");
     }
     return box("good", "sound", "Nothing is broken",
                "The board was " + diagnosis.headline + ", and the files show no fault: nothing needs to be checked.");
@@ -68,10 +68,10 @@ std::string verdictBadge(const Verdict& verdict) {
         return badge("good", "accepted");
     case Verdict::Outcome::Refused:
         return badge("bad", "refused");
-    case Verdict::Outcome::Untold:
+    case Verdict::Outcome::Unknown:
         break;
     }
-    return badge("plain", "not told");
+    return badge("plain", "unknown");
 }
 
 std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
@@ -82,9 +82,9 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     out += element("p", "sub", badge(look, diagnosis.headline));
     std::string facts;
     if (rates.known()) {
-        facts += fact(frequencyWords(rates.exportFrequency), "trace clock");
-        facts += fact(number(rates.dataRate / 1e6, 1) + " Mbit/s", "over all data pins");
-        facts += fact(number(rates.oversampling, 2), "samples a clock period");
+        facts += fact(toolkit::frequencyText(rates.exportFrequency), "trace clock");
+        facts += fact(toolkit::numberText(rates.dataRate / 1e6, 1) + " Mbit/s", "over all data pins");
+        facts += fact(toolkit::numberText(rates.oversampling, 2), "samples a clock period");
     } else {
         facts += fact("none", "trace clock measured");
     }
@@ -95,7 +95,8 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     if (!kind.empty()) {
         facts += fact(kind, "kind of export");
     }
-    facts += fact(number(1e12 / set.sampleRate(), 0) + " ps", rates.known() ? "a sample" : "a sample, usually");
+    facts +=
+        fact(toolkit::numberText(1e12 / set.sampleRate(), 0) + " ps", rates.known() ? "a sample" : "a sample, usually");
     return out + element("div", "facts", facts);
 }
 
@@ -126,14 +127,10 @@ std::string overviewSection(const DiagnosticSet& set, const Diagnosis& diagnosis
         const FileGroup& attempt = set.attempts[i];
         const Verdict& verdict = diagnosis.verdicts[i];
         const Rates rates = attempt.rates();
-        std::string why = escaped(verdict.words);
-        if (!verdict.receiverText.empty()) {
-            why = "<b>" + escaped(verdict.receiverText) + ".</b> " + why;
-        }
         rows += "<tr>" + cell(std::to_string(*attempt.setting), "pin") +
-                cell(rates.known() ? frequencyWords(rates.exportFrequency) : "-", "n") +
-                cell(rates.known() ? number(rates.oversampling, 2) : "-", "n") + cell(verdictBadge(verdict)) +
-                cell(why) + "</tr>";
+                cell(rates.known() ? toolkit::frequencyText(rates.exportFrequency) : "-", "n") +
+                cell(rates.known() ? toolkit::numberText(rates.oversampling, 2) : "-", "n") +
+                cell(verdictBadge(verdict)) + cell(verdictText(verdict)) + "</tr>";
     }
     return element("h2", "", "The attempts, in the order in which they were made") +
            element("div", "scroll", element("table", "", rows));

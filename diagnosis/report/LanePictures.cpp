@@ -1,6 +1,6 @@
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
+#include "diagnosis/burst/Svg.h"
 #include "diagnosis/report/Pictures.h"
-#include "diagnosis/report/Svg.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,29 +11,29 @@ namespace {
 
 constexpr double barWidth = 220.0;
 constexpr double barHeight = 26.0;
-constexpr double edge = 12.0; // left and right of an axis, for the marks of what is cut off
+constexpr double edge = 12.0; // left and right of an axis, for the marks of windows that continue
 
 } // namespace
 
-std::string marginPicture(const std::string& pin, const std::optional<Opening>& room, double period) {
-    const std::string label =
-        pin + (room ? ": " + std::to_string(room->ahead) + " samples free ahead of the clock edge, " +
-                          std::to_string(room->behind) + " behind"
-                    : std::string(": no margin was measured"));
+std::string marginPicture(const std::string& pin, const std::optional<EyeOpening>& margins, const Rates& rates) {
+    const double period = rates.oversampling;
+    const std::string label = pin + (margins ? ": setup margin " + std::to_string(margins->setupMargin) +
+                                                   ", hold margin " + std::to_string(margins->holdMargin) + " samples"
+                                             : std::string(": no margin was measured"));
     Svg svg(barWidth, barHeight, label, "bar");
-    // Half a bit on either side of the clock's edge is all there can be.
+    // Half a bit in both directions is the most that is possible.
     const double reach = std::max(1.0, period / 4.0);
     const double half = barWidth / 2.0 - edge;
     const double centre = barWidth / 2.0;
     const auto x = [&](double samples) { return centre + std::clamp(samples / reach, -1.1, 1.1) * half; };
     svg.rect(edge, 7, 2.0 * half, 12, "track");
-    if (!room) {
+    if (!margins) {
         svg.text(centre, 17, "not measured", "tiny", "middle");
         return svg.markup();
     }
-    const double setup = static_cast<double>(room->ahead);
-    const double hold = static_cast<double>(room->behind);
-    const bool thin = static_cast<double>(room->byReceiversRule()) < std::floor(period / 3.0 + 0.5);
+    const double setup = static_cast<double>(margins->setupMargin);
+    const double hold = static_cast<double>(margins->holdMargin);
+    const bool thin = margins->byReceiversRule() < rates.neededMargin();
     svg.rect(x(-setup), 7, x(hold) - x(-setup), 12, thin ? "fill-bad" : "fill-good");
     svg.line(x(-period / 6.0), 4, x(-period / 6.0), 22, "need");
     svg.line(x(period / 6.0), 4, x(period / 6.0), 22, "need");
@@ -46,7 +46,7 @@ bool DelayWindow::cutBelow() const {
 }
 
 bool DelayWindow::cutAbove() const {
-    return to > largestDelay;
+    return to > limits::highestDelay;
 }
 
 bool DelayWindow::lostBelow() const {
@@ -54,24 +54,24 @@ bool DelayWindow::lostBelow() const {
 }
 
 bool DelayWindow::lostAbove() const {
-    return cutAbove() && chosen >= largestDelay && from + to >= 2 * (largestDelay + 1);
+    return cutAbove() && chosen >= limits::highestDelay && from + to >= 2 * (limits::highestDelay + 1);
 }
 
 std::string delayPicture(const DelayWindow& window, const std::string& pin) {
-    std::string label = pin + ": right for delays from " + std::to_string(window.from) + " to " +
+    std::string label = pin + ": fits at delays from " + std::to_string(window.from) + " to " +
                         std::to_string(window.to) + ", set to " + std::to_string(window.chosen);
     if (window.cutBelow() || window.cutAbove()) {
-        label += "; it goes on beyond the range of 0 to " + std::to_string(largestDelay);
+        label += "; it continues beyond the range of 0 to " + std::to_string(limits::highestDelay);
     }
     if (window.lostBelow() || window.lostAbove()) {
-        label += ", where the best place lies";
+        label += ", where the best delay is";
     }
     Svg svg(barWidth, barHeight, label, "bar");
-    const double step = (barWidth - 2.0 * edge) / (largestDelay + 1);
+    const double step = (barWidth - 2.0 * edge) / (limits::highestDelay + 1);
     const auto x = [&](int delay) { return edge + delay * step; };
     svg.rect(edge, 7, barWidth - 2.0 * edge, 12, "track");
-    const int from = std::clamp(window.from, 0, largestDelay);
-    const int to = std::clamp(window.to, 0, largestDelay);
+    const int from = std::clamp(window.from, 0, limits::highestDelay);
+    const int to = std::clamp(window.to, 0, limits::highestDelay);
     svg.rect(x(from), 7, x(to + 1) - x(from), 12, "fill-window");
     for (int delay = 8; delay <= 24; delay += 8) {
         svg.line(x(delay), 7, x(delay), 19, "grid");
@@ -84,7 +84,7 @@ std::string delayPicture(const DelayWindow& window, const std::string& pin) {
         svg.path("M" + coordinate(barWidth - edge + 1) + " 5V21L" + coordinate(barWidth - edge + 10) + " 13Z",
                  window.lostAbove() ? "cut lost" : "cut");
     }
-    const double set = x(std::clamp(window.chosen, 0, largestDelay)) + step / 2.0;
+    const double set = x(std::clamp(window.chosen, 0, limits::highestDelay)) + step / 2.0;
     svg.line(set, 3, set, 23, "chosen");
     return svg.markup();
 }

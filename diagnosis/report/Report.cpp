@@ -1,6 +1,6 @@
 #include "diagnosis/report/Report.h"
 
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
 #include "diagnosis/report/Sections.h"
 #include "diagnosis/report/Style.h"
 #include "toolkit/FilePath.h"
@@ -14,7 +14,7 @@ std::string reportPage(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     using namespace page;
     std::string body =
         headSection(set, diagnosis) + conclusionSection(set, diagnosis) + overviewSection(set, diagnosis);
-    // The setting that counts stands first, whatever came before it.
+    // The setting that counts comes first.
     for (std::size_t i = set.attempts.size(); i > 0; --i) {
         body += attemptSection(set, set.attempts[i - 1], diagnosis.verdicts[i - 1]);
     }

@@ -4,22 +4,26 @@
 
 #include <string>
 
-// The parts of the report's page, as markup, in the order in which they stand.
+// The parts of the report's page, as markup, in their order.
 
 namespace diagnosis::page {
 
 std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
 std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
 std::string overviewSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
-/// Of the attempt with that index, or of what stands beside the attempts.
+/// Of an attempt, or of what was measured outside of the attempts.
 std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, const Verdict& verdict);
+/// The pins of an attempt; empty without a calibration report.
+std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt);
 /// Empty when no margin failed during a recording.
 std::string lostMarginSection(const DiagnosticSet& set);
 std::string registerSection(const DiagnosticSet& set);
 std::string propertySection(const DiagnosticSet& set);
 std::string fileSection(const DiagnosticSet& set);
 
-/// "accepted", "refused" or "not told", as a badge.
+/// "accepted", "refused" or "unknown", as a badge.
 std::string verdictBadge(const Verdict& verdict);
+/// The receiver's words and the reason.
+std::string verdictText(const Verdict& verdict);
 
 } // namespace diagnosis::page

@@ -11,7 +11,7 @@ const char* styleSheet() {
 --good:#5fce97;--bad:#ff8a80;--warn:#e6b450;--trace:#79b0ff;--clock:#c79bf2;--track:#2a3340;--goodfill:#2f8a5f;
 --badfill:#b9504a;--window:#3f6aa8;--opengood:#17352a;--openbad:#41211f;--badgegood:#17352a;--badgebad:#41211f;
 --badgewarn:#3b3018}}
-@media toolkit::print{:root{--bg:#fff;--panel:#f6f7f9;--ink:#000;--soft:#444;--line:#ccc;--good:#1a7f4b;--bad:#c0362c;
+@media print{:root{--bg:#fff;--panel:#f6f7f9;--ink:#000;--soft:#444;--line:#ccc;--good:#1a7f4b;--bad:#c0362c;
 --warn:#9a6700;--trace:#1f5fbf;--clock:#7a3fb5;--track:#e4e8ee;--goodfill:#58b88a;--badfill:#e5776d;--window:#8fb4e8;
 --opengood:#d9f0e4;--openbad:#fbe3e0;--badgegood:#e2f4ea;--badgebad:#fce8e6;--badgewarn:#fff3d6}}
 *{box-sizing:border-box}
@@ -48,7 +48,7 @@ td{border-bottom:1px solid var(--line);padding:4px 10px 4px 0;vertical-align:mid
 td.n,th.n{text-align:right;font-variant-numeric:tabular-nums}td.n{white-space:nowrap}
 td.pin{white-space:nowrap;font-weight:600}
 tr{break-inside:avoid}
-.scroll{overflow-x:auto}table.proof{width:auto}table.proof td,table.proof th{padding-right:26px}
+.scroll{overflow-x:auto}table.verification{width:auto}table.verification td,table.verification th{padding-right:26px}
 .eyes{display:grid;grid-template-columns:repeat(auto-fit,minmax(196px,1fr));gap:12px}
 .eyes>svg{width:100%;max-width:360px;height:auto;background:var(--panel);border:1px solid var(--line);border-radius:8px;
 break-inside:avoid}
@@ -80,7 +80,7 @@ svg .spot{fill:var(--badfill);opacity:.45}
 svg .spot-mark{fill:var(--bad)}
 svg .skipped{fill:var(--soft)}
 .legend{color:var(--soft);font-size:12.5px;margin:4px 0 0}
-.swatch{display:inline-block;width:12px;height:12px;border-radius:3px;vertical-align:-1px;margin:0 4px 0 12px}
+.swatch{display:inline-block;width:12px;height:12px;border-radius:3px;vertical-align:-1px;margin:0 4px 0 12px}.swatch:first-child{margin-left:0}
 .registers{columns:2;column-gap:28px}
 .registers div{break-inside:avoid;display:flex;gap:10px;font-size:13px;border-bottom:1px solid var(--line);padding:2px 0}
 .registers code{flex:none}
@@ -90,7 +90,7 @@ code{font:12.5px ui-monospace,"DejaVu Sans Mono",Consolas,monospace}
 dl{display:grid;grid-template-columns:max-content 1fr;gap:2px 18px;margin:6px 0;font-size:13.5px}
 dt{color:var(--soft)}dd{margin:0;overflow-wrap:anywhere}
 footer{margin-top:40px;padding-top:12px;border-top:1px solid var(--line);color:var(--soft);font-size:12.5px}
-@media toolkit::print{main{max-width:none;padding:0}body{font-size:10.5px}h1{font-size:19px}h2{font-size:14px;
+@media print{main{max-width:none;padding:0}body{font-size:10.5px}h1{font-size:19px}h2{font-size:14px;
 margin:12px 0 6px;padding-top:8px}h2,h3{break-after:avoid}h3,.finding h3{font-size:12px}h3{margin-top:12px}
 p{margin:4px 0}.hint,.legend,.finding ul,dl,.registers div{font-size:9.5px}.finding{padding:6px 12px;margin:6px 0}
 .facts{grid-template-columns:repeat(6,1fr);gap:6px;margin-bottom:8px}.fact{padding:4px 8px}.fact b{font-size:13px}

@@ -1,18 +1,10 @@
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
 #include "diagnosis/report/Sections.h"
-
-#include <array>
-#include <cstdio>
+#include "toolkit/Format.h"
 
 namespace diagnosis::page {
 
 namespace {
-
-std::string hexadecimal(std::uint32_t value, int digits) {
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "%0*x", digits, value);
-    return text.data();
-}
 
 std::string list(const std::vector<std::pair<std::string, std::string>>& entries) {
     std::string out;
@@ -32,7 +24,7 @@ std::string registerTable(const RegisterDump& dump) {
             what += ": " + escaped(text.meaning);
         }
         rows += std::string(entry.value == 0 ? "<div class=\"zero\">" : "<div>") + "<code>" +
-                hexadecimal(entry.address, 8) + "</code><code>" + hexadecimal(entry.value, 4) +
+                toolkit::print("%08x", entry.address) + "</code><code>" + toolkit::print("%04x", entry.value) +
                 "</code><span class=\"what\">" + what + "</span></div>";
     }
     return element("div", "registers", rows);
@@ -64,8 +56,7 @@ std::string propertySection(const DiagnosticSet& set) {
     }
     const FileGroup& last = set.attempts.empty() ? set.base : set.attempts.back();
     if (last.cal && !last.cal->properties.empty()) {
-        const double rate = last.cal->rates.exportFrequency;
-        const bool written = rate <= 0.0 || rate >= slowestAnalysed;
+        const bool written = !last.cal->rates.belowAnalysis();
         out += element("h3", "",
                        written ? "Calibration, to be used again" : "Calibration report, not written to the unit") +
                list(last.cal->properties);

@@ -1,4 +1,4 @@
-#include "diagnosis/burst/BurstExport.h"
+#include "diagnosis/Diagnosis.h"
 #include "host/commands/Commands.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"
@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <utility>
 
 namespace host {
 
@@ -47,19 +48,21 @@ void requireNoFolder(const std::string& place) {
 
 class BurstCommand final : public Command {
 public:
-    BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets") {}
+    BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets, or draw it") {}
 
     void setUp(CLI::App& app) override {
         app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required()->option_text("FILE");
         app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->option_text("FILE");
         app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->option_text("FILE");
+        app.add_option("--svg", svg, "Draw the waveforms as a picture")->option_text("FILE");
         app.add_option("--from", from, "First sample (0)")
             ->option_text("N")
             ->check(toolkit::wholeNumberFrom(0, mostSamples));
-        app.add_option("--to", to, "One behind the last sample (all)")
+        app.add_option("--to", to, "One past the last sample (all)")
             ->option_text("N")
             ->check(toolkit::wholeNumberFrom(1, mostSamples));
         app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->option_text("LIST");
+        app.add_option("--title", title, "Heading of the picture")->option_text("TEXT");
         app.add_flag("--force", force, "Overwrite outputs that exist");
         addJson(app);
         app.footer("Times come from the samples a second that the burst's head gives.\n"
@@ -67,12 +70,12 @@ public:
     }
 
     toolkit::ExitCode run() override {
-        if (vcd.empty() && csv.empty()) {
-            throw toolkit::Failure(toolkit::ExitCode::Usage, "give --vcd FILE, --csv FILE or both");
+        if (vcd.empty() && csv.empty() && svg.empty()) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage, "give one or more of --vcd FILE, --csv FILE, --svg FILE");
         }
         toolkit::CommandFiles files(force);
         files.read(toolkit::filePath(file));
-        for (const std::string& output : {vcd, csv}) {
+        for (const std::string& output : {vcd, csv, svg}) {
             if (!output.empty()) {
                 files.write(toolkit::filePath(output));
             }
@@ -80,14 +83,14 @@ public:
         requireNoFolder(file);
         const Burst burst = diagnosis::readBurst(toolkit::filePath(file));
         const diagnosis::BurstPart part = diagnosis::partOf(burst, from, to, pins);
-        if (!vcd.empty()) {
-            toolkit::writeOutputFile(toolkit::filePath(vcd),
-                                     [&](std::ostream& out) { diagnosis::writeVcd(out, burst, part); });
-        }
-        if (!csv.empty()) {
-            toolkit::writeOutputFile(toolkit::filePath(csv),
-                                     [&](std::ostream& out) { diagnosis::writeCsv(out, burst, part); });
-        }
+        const auto write = [](const std::string& output, const auto& content) {
+            if (!output.empty()) {
+                toolkit::writeOutputFile(toolkit::filePath(output), content);
+            }
+        };
+        write(vcd, [&](std::ostream& out) { diagnosis::writeVcd(out, burst, part); });
+        write(csv, [&](std::ostream& out) { diagnosis::writeCsv(out, burst, part); });
+        write(svg, [&](std::ostream& out) { diagnosis::writeSvg(out, burst, part, title); });
         tell(burst, part);
         return toolkit::ExitCode::Done;
     }
@@ -105,11 +108,11 @@ private:
             for (const std::size_t proc : part.pins) {
                 out["pins"].push_back(diagnosis::signalName(proc));
             }
-            if (!vcd.empty()) {
-                out["files"]["vcd"] = vcd;
-            }
-            if (!csv.empty()) {
-                out["files"]["csv"] = csv;
+            const std::pair<const char*, std::string> outputs[] = {{"vcd", vcd}, {"csv", csv}, {"svg", svg}};
+            for (const auto& [kind, output] : outputs) {
+                if (!output.empty()) {
+                    out["files"][kind] = output;
+                }
             }
             std::cout << toolkit::jsonText(out) << std::flush;
             return;
@@ -120,7 +123,7 @@ private:
             std::cout << " (the unit's usual clock; no frequency was measured)";
         }
         std::cout << "\n";
-        for (const std::string& output : {vcd, csv}) {
+        for (const std::string& output : {vcd, csv, svg}) {
             if (!output.empty()) {
                 toolkit::printText("  " + toolkit::masked(output) + "\n");
             }
@@ -131,6 +134,8 @@ private:
     std::string file;
     std::string vcd;
     std::string csv;
+    std::string svg;
+    std::string title;
     std::size_t from = 0;
     std::size_t to = 0;
     std::string pins;

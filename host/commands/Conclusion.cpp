@@ -1,6 +1,6 @@
 #include "host/commands/Conclusion.h"
 
-#include "diagnosis/report/Report.h"
+#include "diagnosis/Diagnosis.h"
 #include "host/results/ResultText.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Masked.h"

@@ -1,4 +1,4 @@
-#include "diagnosis/doctor/DiagnosisText.h"
+#include "diagnosis/Diagnosis.h"
 #include "host/commands/Commands.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"

@@ -10,6 +10,7 @@
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
+#include "toolkit/Text.h"
 #include "toolkit/TextFile.h"
 
 #include <CLI/CLI.hpp>

@@ -1,7 +1,7 @@
 #include "host/pins/PinWarnings.h"
 
 #include "rcvr/framework/IPartIdentifier.h"
-#include "toolkit/TextFile.h"
+#include "toolkit/Text.h"
 
 #include <algorithm>
 #include <charconv>

@@ -3,7 +3,7 @@
 #include "toolkit/Format.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
-#include "toolkit/TextFile.h"
+#include "toolkit/Text.h"
 
 #include <cmath>
 #include <cstdio>
@@ -30,10 +30,10 @@ std::string orDash(const std::optional<Number>& value) {
 }
 
 std::string marginText(const CalPin& pin) {
-    if (!pin.hold && !pin.setup) {
+    if (!pin.holdMargin && !pin.setupMargin) {
         return "-";
     }
-    return toolkit::print("-%s +%s", orDash(pin.hold).c_str(), orDash(pin.setup).c_str());
+    return toolkit::print("-%s +%s", orDash(pin.holdMargin).c_str(), orDash(pin.setupMargin).c_str());
 }
 
 void addPins(std::ostringstream& out, const CalFile& report, std::vector<PinPlace> places) {
@@ -89,7 +89,7 @@ void addRejected(std::ostringstream& out, const RecordResult& result) {
         if (entry.verdict == diagnosis::FrequencySetting::Verdict::Rejected) {
             out << "  rejected: setting " << entry.setting << ", "
                 << (entry.hertz > 0.0 ? toolkit::frequencyText(entry.hertz) : std::string("no frequency")) << ": "
-                << toolkit::masked(plainReason(entry.reason)) << "\n";
+                << toolkit::masked(diagnosis::plainReason(entry.reason)) << "\n";
         }
     }
 }
@@ -158,7 +158,7 @@ bool hasPins(const RecordResult& result) {
 }
 
 std::string legendOf(const diagnosis::Rates& rates) {
-    if (rates.known() && rates.exportFrequency < diagnosis::slowestAnalysed) {
+    if (rates.known() && rates.belowAnalysis()) {
         return "Below 10.1 MHz nothing is measured: the unit keeps its default settings. The values\n"
                "are those that its registers hold, not those of the calibration report.\n";
     }
@@ -166,14 +166,6 @@ std::string legendOf(const diagnosis::Rates& rates) {
 }
 
 } // namespace
-
-std::string plainReason(const std::string& reason) {
-    const std::size_t colon = reason.find(") : ");
-    if (colon == std::string::npos || reason.empty() || reason.front() != 'e') {
-        return reason;
-    }
-    return reason.substr(colon + 4);
-}
 
 std::vector<PinPlace> placesOf(const std::string& pinMap) {
     std::vector<unsigned> pins;
@@ -225,7 +217,8 @@ std::string attemptsText(const RecordResult& result) {
         if (entry.report) {
             addPins(out, *entry.report, placesOf(result.pinMap));
         }
-        out << (attempt.kept ? std::string("kept") : "dropped: " + toolkit::masked(plainReason(attempt.reason)))
+        out << (attempt.kept ? std::string("kept")
+                             : "dropped: " + toolkit::masked(diagnosis::plainReason(attempt.reason)))
             << "\n";
     }
     if (result.attempts.empty() && hasPins(result)) {

@@ -15,7 +15,4 @@ std::string attemptsText(const RecordResult& result);
 /// The same as resultText for a script: one JSON object. It has the attempts too.
 std::string resultJson(const RecordResult& result);
 
-/// A failed setting's reason without the status's name and number ahead of it.
-std::string plainReason(const std::string& reason);
-
 } // namespace host

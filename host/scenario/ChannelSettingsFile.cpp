@@ -1,7 +1,7 @@
 #include "host/scenario/ChannelSettingsFile.h"
 
 #include "toolkit/OutputFiles.h"
-#include "toolkit/TextFile.h"
+#include "toolkit/Text.h"
 
 #include <array>
 #include <cctype>

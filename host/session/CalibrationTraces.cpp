@@ -2,10 +2,9 @@
 
 #include "diagnosis/analysis/OwnFigures.h"
 #include "diagnosis/analysis/Verdict.h"
-#include "diagnosis/files/Text.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
-#include "toolkit/TextFile.h"
+#include "toolkit/Text.h"
 
 #include <cmath>
 
@@ -46,7 +45,7 @@ public:
         if (!group.cal) {
             return std::nullopt;
         }
-        const bool slow = group.cal->rates.known() && group.cal->rates.exportFrequency < diagnosis::slowestAnalysed;
+        const bool slow = group.cal->rates.known() && group.cal->rates.belowAnalysis();
         if (slow) {
             const auto held = heldBy(attempt.setting);
             diagnosis::takeHeldValues(*group.cal, held ? &*held : nullptr);
@@ -158,8 +157,8 @@ void readFilesForLog(const CalibrationTraces& traces, SessionResult& result) {
 
 std::vector<double> frequenciesOf(const std::string& attribute) {
     std::vector<double> all;
-    for (const std::string_view item : diagnosis::splitAt(attribute, ',')) {
-        const auto hertz = diagnosis::fractionOf(item);
+    for (const std::string_view item : toolkit::splitAt(attribute, ',')) {
+        const auto hertz = toolkit::fractionOf(item);
         if (!hertz || !std::isfinite(*hertz)) {
             break;
         }

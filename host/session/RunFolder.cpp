@@ -4,6 +4,7 @@
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/OutputFiles.h"
+#include "toolkit/Text.h"
 #include "toolkit/TextFile.h"
 
 #include <array>
@@ -83,9 +84,10 @@ std::string RunFolder::lastWordsOfServer() const {
     if (!std::filesystem::is_regular_file(log, failed)) {
         return words;
     }
-    for (const std::string& line : toolkit::splitLines(toolkit::readText(log))) {
-        if (line.starts_with(mark)) {
-            words = line.substr(mark.size());
+    const std::string text = toolkit::readText(log);
+    for (const toolkit::TextLine& line : toolkit::textLines(text)) {
+        if (line.text.starts_with(mark)) {
+            words = line.text.substr(mark.size());
         }
     }
     return words;

@@ -1,36 +1,22 @@
 #include "host/soak/GeneratorCheck.h"
 
-#include <algorithm>
-#include <array>
+#include "rcvr/framework/TraceLimits.h"
 
 namespace host {
 
 namespace {
 
-constexpr std::array<std::uint16_t, 1> onePin{0xAAAA};
-constexpr std::array<std::uint16_t, 1> twoPins{0x6C6C};
-constexpr std::array<std::uint16_t, 4> fourPins{0x1234, 0x5678, 0x9ABC, 0xDEF0};
-
-constexpr std::size_t packetWords = 256;
-constexpr std::uint16_t kindMask = 0xF800;
-constexpr std::uint16_t traceKind = 0x0800;
-constexpr std::uint16_t otherKind = 0x1000;
-constexpr std::uint16_t syncWord = 0x0FF0;
-constexpr std::size_t syncZeros = 5;
-
-std::span<const std::uint16_t> rampOf(unsigned dataPins) {
-    if (dataPins == 1) {
-        return onePin;
-    }
-    if (dataPins == 2) {
-        return twoPins;
-    }
-    return fourPins;
-}
+using Vx::Qrs::Trace::limits::packetWords;
+using Vx::Qrs::Trace::limits::syncWord;
+using Vx::Qrs::Trace::limits::syncZeros;
+using Vx::Qrs::Trace::limits::trailerOther;
+using Vx::Qrs::Trace::limits::trailerTrace;
+using Vx::Qrs::Trace::limits::trailerTypeMask;
 
 } // namespace
 
-GeneratorCheck::GeneratorCheck(unsigned dataPins, Framing packing) : ramp(rampOf(dataPins)), framing(packing) {}
+GeneratorCheck::GeneratorCheck(unsigned dataPins, Framing packing)
+    : ramp(diagnosis::unitRamp(dataPins)), framing(packing) {}
 
 void GeneratorCheck::take(std::span<const std::uint64_t> samples) {
     for (const std::uint64_t sample : samples) {
@@ -63,11 +49,11 @@ void GeneratorCheck::takeWord(std::uint16_t word) {
 void GeneratorCheck::checkPacket() {
     const std::uint16_t trailer = packet.back();
     const std::uint64_t first = position - packetWords;
-    if ((trailer & kindMask) == traceKind) {
+    if ((trailer & trailerTypeMask) == trailerTrace) {
         for (std::size_t i = 0; i + 1 < packetWords; ++i) {
             takePayload(packet[i], first + i);
         }
-    } else if ((trailer & kindMask) != otherKind) {
+    } else if ((trailer & trailerTypeMask) != trailerOther) {
         ++checked;
         addError(position - 1, trailer, std::nullopt);
     }
@@ -90,7 +76,7 @@ void GeneratorCheck::takePayload(std::uint16_t word, std::uint64_t at) {
     }
     endZeros();
     ++checked;
-    const std::optional<std::uint16_t> following = successor(word);
+    const std::optional<std::uint16_t> following = ramp.next(word);
     if (next ? word != *next : !following) {
         addError(at, word, next);
     }
@@ -98,7 +84,7 @@ void GeneratorCheck::takePayload(std::uint16_t word, std::uint64_t at) {
     if (following) {
         next = following;
     } else if (next) {
-        next = successor(*next);
+        next = ramp.next(*next);
     }
 }
 
@@ -108,7 +94,7 @@ void GeneratorCheck::endZeros() {
         ++checked;
         addError(at, 0, next);
         if (next) {
-            next = successor(*next);
+            next = ramp.next(*next);
         }
     }
     zeros.clear();
@@ -119,14 +105,6 @@ void GeneratorCheck::addError(std::uint64_t at, std::uint16_t got, std::optional
     if (errors.size() < errorsKept) {
         errors.push_back({at / packetWords, static_cast<unsigned>(at % packetWords), got, expected});
     }
-}
-
-std::optional<std::uint16_t> GeneratorCheck::successor(std::uint16_t word) const {
-    const auto found = std::find(ramp.begin(), ramp.end(), word);
-    if (found == ramp.end()) {
-        return std::nullopt;
-    }
-    return ramp[(static_cast<std::size_t>(found - ramp.begin()) + 1) % ramp.size()];
 }
 
 } // namespace host

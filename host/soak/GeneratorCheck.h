@@ -1,5 +1,7 @@
 #pragma once
 
+#include "diagnosis/files/Patterns.h"
+
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -52,9 +54,8 @@ private:
     void checkPacket();
     void endZeros();
     void addError(std::uint64_t at, std::uint16_t got, std::optional<std::uint16_t> expected);
-    std::optional<std::uint16_t> successor(std::uint16_t word) const;
 
-    std::span<const std::uint16_t> ramp;
+    diagnosis::Pattern ramp;
     Framing framing;
     std::uint64_t position = 0; ///< words taken, trailers included
     std::vector<std::uint16_t> packet;

@@ -48,7 +48,7 @@ TEST(DoctorOn, AnOpenClock) {
     EXPECT_EQ(board.doctor.code, 10);
     EXPECT_EQ(board.kinds(), Kinds{"clock-suspect"});
     EXPECT_THAT(board.doctor.output, AllOf(HasSubstr("as with a clock of 50 MHz"), HasSubstr("at the same rate")));
-    EXPECT_THAT(board.page(), HasSubstr("Look at the clock (EMU0) pin first"));
+    EXPECT_THAT(board.page(), HasSubstr("Check the clock (EMU0) pin first"));
 }
 
 TEST(DoctorOn, NoiseOnAllWires) {
@@ -69,13 +69,13 @@ TEST(DoctorOn, AClockWithJitter) {
 
 TEST(DoctorOn, SwappedPinsOfAPatternThatIsTheSameOnAll) {
     const Board board("[wiring]\njitter = 0.2\n[[wiring.pin]]\nemu = 1\nswapped_with = 2\n", "tpiu", "50e6");
-    EXPECT_EQ(board.calibration.code, 0) << "the receiver does not look at the words";
+    EXPECT_EQ(board.calibration.code, 0) << "the receiver does not check the words";
     EXPECT_THAT(board.kinds(), Not(Contains("pins-shorted")));
     // By the burst of the moment the alignment ends half a period off, or right, and then there is nothing to see.
     if (board.doctor.code == 0) {
         EXPECT_THAT(board.doctor.output, HasSubstr("all of them fit the pattern f0"));
     } else {
-        EXPECT_THAT(board.doctor.output, HasSubstr("A wire that is swapped with another's would look like this, too"));
+        EXPECT_THAT(board.doctor.output, HasSubstr("A wire that is swapped with another's would look the same"));
     }
 }
 
@@ -108,7 +108,7 @@ TEST(DoctorOn, FilesThatAreTooFewToJudgeBy) {
     const Outcome text = board.space.run({"doctor", board.run()});
     EXPECT_EQ(text.code, 3);
     EXPECT_THAT(text.output,
-                HasSubstr("nothing found, but 2 kinds of files are missing: burst (.cap.txt) and proof (.ver)"));
+                HasSubstr("nothing found, but 2 kinds of files are missing: burst (.cap.txt) and verification (.ver)"));
     const Outcome json = board.space.run({"doctor", "--json", board.run()});
     EXPECT_EQ(json.json.at("outcome"), "bad-input");
     EXPECT_EQ(json.json.at("judged"), false);
@@ -123,7 +123,7 @@ TEST(DoctorOn, ARateAtWhichNothingIsMeasured) {
     for (const auto& pin : board.calibration.json.at("calibration").at("pins")) {
         EXPECT_TRUE(pin.at("correlation").is_null()) << pin;
         EXPECT_TRUE(pin.at("correlationAtZero").is_null()) << pin;
-        EXPECT_TRUE(pin.at("marginAhead").is_null()) << pin;
+        EXPECT_TRUE(pin.at("setupMargin").is_null()) << pin;
         EXPECT_EQ(pin.at("delay"), 0) << "what the unit holds; the report has 31 for the clock";
     }
     EXPECT_THAT(board.page(), AllOf(HasSubstr("keeps the unit's default settings"), Not(HasSubstr("0.000"))));

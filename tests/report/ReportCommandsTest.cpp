@@ -6,10 +6,12 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::StartsWith;
 
 /// The files of one run, made once.
 class ARun : public testing::Test {
@@ -63,12 +65,12 @@ TEST_F(ARun, IsReportedOn) {
 TEST_F(ARun, IsDiagnosed) {
     const Outcome sound = space->run({"doctor", run()});
     EXPECT_EQ(sound.code, 0) << sound.errors;
-    EXPECT_THAT(sound.output, HasSubstr("nothing found that is broken, 1 note"));
+    EXPECT_THAT(sound.output, HasSubstr("nothing broken found, 1 note"));
     const Outcome broken = refused->run({"doctor", refused->file("run").string()});
     EXPECT_EQ(broken.code, 10) << broken.errors;
     EXPECT_THAT(broken.output, HasSubstr("swapped-pins: not calibrated"));
     EXPECT_THAT(broken.output, HasSubstr("fault: data 3 (EMU2) and data 4 (EMU1) are swapped"));
-    EXPECT_THAT(broken.output, HasSubstr("  evidence: proof of setting 1 (50 MHz), pattern ramp: "));
+    EXPECT_THAT(broken.output, HasSubstr("  evidence: verification of setting 1 (50 MHz), pattern ramp: "));
     const Outcome json = refused->run({"doctor", "--json", refused->file("run").string()});
     EXPECT_EQ(json.json.at("findings").at(0).at("kind"), "pins-swapped");
     EXPECT_EQ(json.json.at("findings").at(0).at("pins"), nlohmann::json({"data 3", "data 4"}));
@@ -86,6 +88,12 @@ TEST_F(ARun, GivesItsBurstToOtherPrograms) {
     EXPECT_EQ(lines(readBytes(csv)), 8193U);
     EXPECT_THAT(readBytes(vcd), HasSubstr("$var wire 1 % data4 $end"));
     EXPECT_EQ(space->run({"burst", burst(), "--vcd", vcd}).code, 8);
+    const std::string svg = space->file("burst.svg").string();
+    const Outcome drawn =
+        space->run({"burst", burst(), "--svg", svg, "--from", "400", "--to", "512", "--title", "a & b", "--json"});
+    EXPECT_EQ(drawn.code, 0) << drawn.errors;
+    EXPECT_EQ(drawn.json.at("files").at("svg"), svg);
+    EXPECT_THAT(readBytes(svg), AllOf(StartsWith("<svg"), HasSubstr(">a &amp; b</text>"), HasSubstr(">410</text>")));
     const Outcome part =
         space->run({"burst", burst(), "--csv", csv, "--from", "10", "--to", "20", "--pins", "data2,clock", "--force"});
     EXPECT_EQ(part.code, 0) << part.errors;
@@ -105,12 +113,12 @@ TEST_F(ARun, WhatIsWrongIsOneLineAndItsCode) {
     for (const Case& wrong : std::vector<Case>{
              {{"report"}, 2, "--help"},
              {{"doctor"}, 2, "--help"},
-             {{"burst", burst()}, 2, "give --vcd FILE, --csv FILE or both"},
+             {{"burst", burst()}, 2, "give one or more of --vcd FILE, --csv FILE, --svg FILE"},
              {{"burst", burst(), "--csv", out, "--pins", "data9"}, 2, "there is no pin"},
              {{"burst", burst(), "--csv", out, "--from", "9000"}, 2, "8192 samples"},
              {{"report", none}, 3, "no diagnostic files at "},
              {{"doctor", none}, 3, "no diagnostic files at "},
-             {{"burst", none, "--csv", out}, 3, "cannot be read"},
+             {{"burst", none, "--csv", out}, 3, "cannot read "},
              {{"burst", damaged, "--csv", out}, 3, "damaged.cap.txt:1: expected exportFrequency=NUMBER Hz"},
              {{"doctor", damaged}, 3, "damaged.cap.txt:1: expected exportFrequency=NUMBER Hz"},
              {{"report", dataFile("bench-cable").string(), "--out", space->file("run").string(), "--force"},

@@ -183,8 +183,8 @@ TEST(FormatPages, CalibrationReportIsRead) {
     const diagnosis::CalFile report = diagnosis::parseCalFile(example("calibration-report"), "example");
     ASSERT_EQ(report.pins.size(), 5U);
     EXPECT_EQ(report.exportKind, "pti");
-    EXPECT_EQ(report.pins[4].hold, 7U);
-    EXPECT_EQ(report.pins[4].setup, 5U);
+    EXPECT_EQ(report.pins[4].holdMargin, 7U);
+    EXPECT_EQ(report.pins[4].setupMargin, 5U);
     EXPECT_EQ(report.pins[0].stretch, -1);
 }
 

@@ -1,12 +1,15 @@
 #include "bench/scenarios/Scenario.h"
+#include "diagnosis/doctor/FindingTable.h"
 #include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/tree/Examples.h"
 #include "tests/tree/SourceTree.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <regex>
+#include <sstream>
 
 // What the documents quote from the tree, and what they say of it as a whole.
 
@@ -99,21 +102,28 @@ TEST(Documents, TheBenchPageExplainsEveryKeyOfAScenario) {
     EXPECT_GT(count, 25U);
 }
 
-TEST(Documents, TheReportPageNamesEveryKindOfFinding) {
-    const std::string& page = files().at("docs/report.md");
-    static const std::regex kind("(?:findingFor\\(\\w+(?:\\.\\w+)?, |kind = |[?:] )\"([a-z]+(?:-[a-z]+)+)\"");
-    std::size_t count = 0;
-    for (const auto& [path, text] : files()) {
-        if (!path.starts_with("diagnosis/doctor/")) {
-            continue;
-        }
-        for (auto match = std::sregex_iterator(text.begin(), text.end(), kind); match != std::sregex_iterator();
-             ++match) {
-            EXPECT_NE(page.find("`" + (*match)[1].str() + "`"), std::string::npos) << (*match)[1] << " of " << path;
-            ++count;
-        }
+/// The rows of the table that has this head, without the row below it.
+std::vector<std::string> tableBelow(const std::string& page, const std::string& head) {
+    std::vector<std::string> rows;
+    std::istringstream in(page.substr(std::min(page.find(head), page.size())));
+    for (std::string line; std::getline(in, line) && line.starts_with("|");) {
+        rows.push_back(line);
     }
-    EXPECT_GT(count, 15U);
+    rows.erase(rows.begin(), rows.begin() + std::min<std::ptrdiff_t>(2, std::ssize(rows)));
+    return rows;
+}
+
+// Text, kind and severity of every finding, row by row. The evidence is the page's own.
+TEST(Documents, TheReportPagesFindingsAreTheDoctorsTable) {
+    const std::vector<std::string> rows =
+        tableBelow(files().at("docs/report.md"), "| finding | kind in JSON | severity | evidence |");
+    ASSERT_EQ(rows.size(), diagnosis::findingTable().size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const diagnosis::FindingRow& row = diagnosis::findingTable()[i];
+        const std::string start =
+            std::string("| `") + row.text + "` | `" + row.slug + "` | " + diagnosis::severityText(row.severity) + " | ";
+        EXPECT_TRUE(rows[i].starts_with(start) && rows[i].size() > start.size() + 2) << rows[i] << "\n" << start;
+    }
 }
 
 } // namespace tree

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-// Writes bursts, one file for each step of an attempt; tools/draw-burst draws them.
+// Writes bursts, one file for each step of an attempt; tools/draw-pictures draws them.
 //
 //     truth_bursts FOLDER              four data pins with skews at 50 MHz, step by step
 //     truth_bursts FOLDER SEED         the files of the wiring of that seed

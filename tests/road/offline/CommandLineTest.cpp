@@ -72,7 +72,7 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
         arguments.push_back("--help");
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
             EXPECT_THAT(word, testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]",
-                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND"))
+                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND", "TEXT"))
                 << arguments.front();
             ++count;
         }

@@ -22,26 +22,26 @@ TEST(Edges, RisesAndFallsStandAtTheirFirstSample) {
     EXPECT_EQ(edges[2].at, 6U);
 }
 
-TEST(Room, IsTheSmallestDistanceOnEitherSideOfTheClock) {
-    // The data change 5 samples behind each clock edge and 9 ahead of the next; the receiver counts one more behind.
+TEST(Margins, AreTheSmallestDistancesBeforeAndAfterTheClock) {
+    // The data change 5 samples after each clock edge and 9 before the next; the receiver counts one more after it.
     std::string data = drawn::square(samples, 14, 8);
     const Burst even = burstOf({drawn::square(samples, 14, 3), data});
-    EXPECT_EQ(roomOf(even, 1).hold, 6U);
-    EXPECT_EQ(roomOf(even, 1).setup, 9U);
-    // One change that comes two samples late makes the room ahead smaller, and is where it was found.
+    EXPECT_EQ(marginsOf(even, 1).holdMargin, 6U);
+    EXPECT_EQ(marginsOf(even, 1).setupMargin, 9U);
+    // One change that is two samples late reduces the setup margin, and is where it was found.
     const std::size_t late = 8 + 14 * 100;
     data[late] = data[late - 1];
     data[late + 1] = data[late - 1];
     const Burst odd = burstOf({drawn::square(samples, 14, 3), data});
-    EXPECT_EQ(roomOf(odd, 1).setup, 7U);
-    EXPECT_EQ(roomOf(odd, 1).setupAt, late + 2);
-    EXPECT_EQ(roomOf(odd, 1).hold, 6U);
+    EXPECT_EQ(marginsOf(odd, 1).setupMargin, 7U);
+    EXPECT_EQ(marginsOf(odd, 1).setupAt, late + 2);
+    EXPECT_EQ(marginsOf(odd, 1).holdMargin, 6U);
 }
 
-TEST(Room, APinThatStandsStillHasNone) {
+TEST(Margins, AStuckPinHasNone) {
     const Burst burst = burstOf({drawn::square(samples, 14, 3), std::string(samples, '1')});
-    EXPECT_FALSE(roomOf(burst, 1).hold);
-    EXPECT_FALSE(roomOf(burst, 1).setup);
+    EXPECT_FALSE(marginsOf(burst, 1).holdMargin);
+    EXPECT_FALSE(marginsOf(burst, 1).setupMargin);
     EXPECT_EQ(stuckLevel(burst, 1), 1U);
     EXPECT_FALSE(stuckLevel(burst, 0));
 }
@@ -50,11 +50,11 @@ TEST(EyeDiagram, ChangesAreCountedFromBothNeighbouringClockEdges) {
     const Burst burst = burstOf({drawn::square(samples, 14, 3), drawn::square(samples, 14, 8)});
     const auto eye = foldEye(burst, 1);
     ASSERT_TRUE(eye);
-    const std::size_t behind = eye->reach + 5;
-    const std::size_t ahead = eye->reach - 9;
-    EXPECT_GT(eye->rises[behind] + eye->falls[behind], 500U);
-    EXPECT_EQ(eye->rises[behind] + eye->falls[behind], eye->edges);
-    EXPECT_GT(eye->rises[ahead], 250U);
+    const std::size_t after = eye->reach + 5;
+    const std::size_t before = eye->reach - 9;
+    EXPECT_GT(eye->rises[after] + eye->falls[after], 500U);
+    EXPECT_EQ(eye->rises[after] + eye->falls[after], eye->edges);
+    EXPECT_GT(eye->rises[before], 250U);
     EXPECT_EQ(eye->rises[eye->reach], 0U) << "nothing changes at the sampling point";
     EXPECT_GT(eye->clockEdges[eye->reach + 14], 500U);
     EXPECT_FALSE(foldEye(burstOf({std::string(samples, '0'), drawn::square(samples, 14, 8)}), 1)) << "no clock";

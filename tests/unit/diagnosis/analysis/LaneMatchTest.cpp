@@ -34,7 +34,7 @@ const LaneBits sentPlain = drawn::lanesOf(4, unframed);
 TEST(LaneMatch, EveryPinOfASoundRecordingCarriesItsOwnBits) {
     const LaneMatch match = matchOf(sent);
     EXPECT_EQ(match.pattern, "ramp");
-    EXPECT_TRUE(match.tellsPinsApart);
+    EXPECT_TRUE(match.distinguishesPins);
     EXPECT_TRUE(match.identical.empty());
     for (std::size_t lane = 0; lane < 4; ++lane) {
         EXPECT_EQ(match.lanes[lane].carries, lane);
@@ -114,7 +114,7 @@ TEST(LaneMatch, APatternThatIsTheSameOnAllPinsTellsNothingApart) {
     const auto match = matchLanes(parseVerification(drawn::plainWords(f0)), 4);
     ASSERT_TRUE(match);
     EXPECT_EQ(match->pattern, "f0");
-    EXPECT_FALSE(match->tellsPinsApart);
+    EXPECT_FALSE(match->distinguishesPins);
     EXPECT_TRUE(match->identical.empty()) << "they are meant to be";
     for (std::size_t lane = 0; lane < 4; ++lane) {
         EXPECT_EQ(match->lanes[lane].carries, lane);

@@ -75,10 +75,10 @@ TEST(OwnFigures, AreAllThatASetShows) {
     const DiagnosticSet set = readDiagnostics(folder.path());
     ASSERT_EQ(set.attempts.size(), 2U);
     EXPECT_TRUE(set.attempts[0].cal->figuresLeftOut);
-    EXPECT_FALSE(set.attempts[0].cal->pins[1].hold);
+    EXPECT_FALSE(set.attempts[0].cal->pins[1].holdMargin);
     EXPECT_FALSE(set.attempts[0].cal->pins[1].correlation);
     EXPECT_FALSE(set.attempts[1].cal->figuresLeftOut);
-    EXPECT_TRUE(set.attempts[1].cal->pins[1].hold);
+    EXPECT_TRUE(set.attempts[1].cal->pins[1].holdMargin);
 }
 
 TEST(OwnFigures, BelowTheSlowestAnalysedClockAreTheRegisters) {
@@ -91,7 +91,7 @@ TEST(OwnFigures, BelowTheSlowestAnalysedClockAreTheRegisters) {
     const DiagnosticSet set = readDiagnostics(folder.path());
     EXPECT_EQ(set.attempts[0].cal->pins[0].delay, 1) << "at a rate that is analysed the report holds";
     EXPECT_EQ(set.attempts[1].cal->pins[0].delay, 9) << "what the attempt before left in the unit";
-    EXPECT_FALSE(set.attempts[1].cal->pins[1].hold) << "no margin is measured";
+    EXPECT_FALSE(set.attempts[1].cal->pins[1].holdMargin) << "no margin is measured";
     EXPECT_EQ(set.attempts[1].cal->pins[0].debounce, 4);
     EXPECT_EQ(set.attempts[1].cal->pins[0].stretch, 0);
 }

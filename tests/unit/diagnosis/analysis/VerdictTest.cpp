@@ -32,7 +32,7 @@ Verdict judged(const DiagnosticSet& set) {
     return judge(set, set.attempts.front());
 }
 
-TEST(Verdict, AProofWithoutAFaultAccepts) {
+TEST(Verdict, AVerificationWithoutAFaultAccepts) {
     const DiagnosticSet set = soundSet();
     EXPECT_EQ(judged(set).outcome, Outcome::Accepted);
     EXPECT_EQ(calibrated(set, {judged(set)}), true);
@@ -49,7 +49,7 @@ TEST(Verdict, AWrongWordRefusesButNotForTpiu) {
     EXPECT_EQ(judged(set).outcome, Outcome::Accepted);
 }
 
-TEST(Verdict, AProofThatDidNotFillIsATimeout) {
+TEST(Verdict, AVerificationThatDidNotFillIsATimeout) {
     DiagnosticSet set = soundSet();
     set.attempts.front().verification = parseVerification(drawn::packets(framed, 100));
     EXPECT_EQ(judged(set).reason, Reason::Timeout);
@@ -78,26 +78,26 @@ TEST(Verdict, TooLittleMarginRefusesWithTheReceiversNumbers) {
     set.attempts.front().cal = parseCalFile(drawn::report({{6, 6}, {3, 6}, {6, 5}, {6, 6}}), "x");
     const auto margin = clockMarginOf(set.attempts.front());
     ASSERT_TRUE(margin);
-    EXPECT_EQ(margin->hold, 3U);
+    EXPECT_EQ(margin->holdMargin, 3U);
     EXPECT_EQ(margin->holdPin, 2U);
-    EXPECT_EQ(margin->setup, 5U);
+    EXPECT_EQ(margin->setupMargin, 5U);
     EXPECT_EQ(margin->setupPin, 3U);
     EXPECT_EQ(margin->need, 9U);
     EXPECT_EQ(judged(set).reason, Reason::Margin);
     EXPECT_EQ(judged(set).words,
-              "The receiver's rule counts 8 samples around the clock's edges (5 ahead, 3 behind, with the edge's own); "
-              "9 samples, a third of the clock period, are needed.");
+              "The receiver's rule counts 8 samples around the clock's edges (setup margin 5, hold margin 3, with the "
+              "edge's own); 9 samples, a third of the clock period, are needed.");
 }
 
-TEST(Verdict, PinsThatStandStillTakeNoPartInTheMargin) {
+TEST(Verdict, StuckPinsDoNotCountForTheMargin) {
     DiagnosticSet set = soundSet();
     set.attempts.front().cal = parseCalFile(drawn::report({{0x7FFFFFFF, 0x7FFFFFFF}, {6, 5}}), "x");
-    EXPECT_EQ(clockMarginOf(set.attempts.front())->hold, 6U);
+    EXPECT_EQ(clockMarginOf(set.attempts.front())->holdMargin, 6U);
     set.attempts.front().cal = parseCalFile(drawn::report({{0x7FFFFFFF, 0x7FFFFFFF}}), "x");
     EXPECT_FALSE(clockMarginOf(set.attempts.front()));
 }
 
-TEST(Verdict, AVoteThatFailsIsToldFromTheBurst) {
+TEST(Verdict, AFailedVoteIsSeenInTheBurst) {
     DiagnosticSet set = soundSet();
     FileGroup& attempt = set.attempts.front();
     attempt.verification.reset();
@@ -106,7 +106,7 @@ TEST(Verdict, AVoteThatFailsIsToldFromTheBurst) {
     for (BurstPin& pin : attempt.burst->pins) {
         pin.delay = 0;
     }
-    // The margins of the attempt before still stand in the report, and would refuse by themselves.
+    // The report still has the margins of the preceding attempt, which would refuse by themselves.
     attempt.cal = parseCalFile(drawn::report({{1, 1}, {1, 1}, {1, 1}, {1, 1}}), "x");
     EXPECT_EQ(judged(set).reason, Reason::Position);
     EXPECT_EQ(judged(set).receiverText, "unable to detect sampling position");
@@ -135,13 +135,13 @@ TEST(Verdict, NothingMeasuredIsNoRefusalWithGivenValues) {
     EXPECT_TRUE(set.manual());
 }
 
-TEST(Verdict, WithoutAProofAndWithoutAReasonTheFilesDoNotTell) {
+TEST(Verdict, WithoutAVerificationAndWithoutAReasonItIsUnknown) {
     DiagnosticSet set = soundSet();
     set.attempts.front().verification.reset();
-    EXPECT_EQ(judged(set).outcome, Outcome::Untold);
+    EXPECT_EQ(judged(set).outcome, Outcome::Unknown);
     EXPECT_FALSE(calibrated(set, {judged(set)}));
     set.properties = parseProperties("[Channel 0]\nverifyCal=false\n", "x");
-    EXPECT_EQ(judged(set).reason, Reason::Unproved);
+    EXPECT_EQ(judged(set).reason, Reason::Unverified);
     EXPECT_EQ(judged(set).outcome, Outcome::Accepted);
 }
 

@@ -37,10 +37,10 @@ TEST(BurstPart, WhatIsNotThereIsRefusedWithWhatIs) {
     EXPECT_EQ(failureOf(0, 0, "data3"), "--pins: there is no pin \"data3\"; this burst has clock and data1 to data2");
     EXPECT_EQ(failureOf(0, 0, "clock,,data1"), "--pins: there is no pin \"\"; this burst has clock and data1 to data2");
     EXPECT_EQ(failureOf(0, 0, "0,clock"), "--pins names clock twice");
-    const std::string stretch = "--from and --to must name a stretch of the 8 samples: 0 <= from < to <= 8";
-    EXPECT_EQ(failureOf(0, 9, ""), stretch);
-    EXPECT_EQ(failureOf(4, 4, ""), stretch);
-    EXPECT_EQ(failureOf(8, 0, ""), stretch);
+    const std::string part = "--from and --to must name a part of the 8 samples: 0 <= from < to <= 8";
+    EXPECT_EQ(failureOf(0, 9, ""), part);
+    EXPECT_EQ(failureOf(4, 4, ""), part);
+    EXPECT_EQ(failureOf(8, 0, ""), part);
 }
 
 TEST(Vcd, HoldsTheFirstLevelsTheChangesAndTheEnd) {

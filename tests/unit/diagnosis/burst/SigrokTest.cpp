@@ -28,7 +28,7 @@ std::string randomLevels(std::mt19937& random, std::size_t samples) {
     return levels.substr(0, samples);
 }
 
-/// A byte for each sample as sigrok takes them, bit i for the i-th wire. `rate` is the one that it has to tell.
+/// A byte for each sample as sigrok takes them, bit i for the i-th wire. `rate` is the one that it has to report.
 std::string importedBySigrok(const TempFolder& folder, const std::filesystem::path& file, const std::string& input,
                              const std::string& rate) {
     const std::string out = folder.file("samples").string();

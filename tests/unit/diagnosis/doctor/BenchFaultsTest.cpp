@@ -100,15 +100,15 @@ TEST(BenchFaults, APinThatComesBitsLateOrEarlyIsNamedWithItsSign) {
     const diagnosis::Diagnosis late = BenchFiles(skewedBy(18.0)).diagnose();
     EXPECT_THAT(kindsOf(late), ElementsAre("pin-late"));
     EXPECT_THAT(findingOf(late, "pin-late").pins, ElementsAre(procOf(3)));
-    EXPECT_EQ(findingOf(late, "pin-late").text, "data 2 (EMU3) comes 2 bits late against most other pins");
+    EXPECT_EQ(findingOf(late, "pin-late").text, "data 2 (EMU3) is 2 bits late against most other pins");
     const diagnosis::Diagnosis early = BenchFiles(skewedBy(-18.0)).diagnose();
     EXPECT_THAT(kindsOf(early), ElementsAre("pin-early"));
     EXPECT_THAT(findingOf(early, "pin-early").pins, ElementsAre(procOf(3)));
-    EXPECT_THAT(BenchFiles(skewedBy(9.0)).diagnose().findings, IsEmpty()) << "a skew that is taken out is no fault";
+    EXPECT_THAT(BenchFiles(skewedBy(9.0)).diagnose().findings, IsEmpty()) << "a skew that is corrected is no fault";
 }
 
 TEST(BenchFaults, APinThatIsOneBitLateIsNamedWithItsSign) {
-    // With the values given and no analysis, half a period of skew is one bit, and only the proof shows it.
+    // With the values given and no analysis, half a period of skew is one bit, and only the verification shows it.
     bench::Scenario scenario = namedScenario("slow");
     scenario.transmitter.frequencies = {9e6};
     PinWiring pin = wiring(2);
@@ -118,7 +118,7 @@ TEST(BenchFaults, APinThatIsOneBitLateIsNamedWithItsSign) {
     EXPECT_THAT(files.failure, HasSubstr("failed calibration pattern test"));
     const diagnosis::Diagnosis diagnosis = files.diagnose();
     EXPECT_THAT(findingOf(diagnosis, "pin-late").pins, ElementsAre(procOf(2)));
-    EXPECT_EQ(findingOf(diagnosis, "pin-late").text, "data 3 (EMU2) comes a bit late against most other pins");
+    EXPECT_EQ(findingOf(diagnosis, "pin-late").text, "data 3 (EMU2) is a bit late against most other pins");
 }
 
 TEST(BenchFaults, AnOpenPinIsToldFromItsBurst) {
@@ -140,7 +140,7 @@ TEST(BenchFaults, ADutyErrorBeyondTheCorrectionIsNamedInBothDirections) {
         EXPECT_THAT(kindsOf(diagnosis), Contains("duty-beyond-correction")) << lateFall;
         const diagnosis::Finding& finding = findingOf(diagnosis, "duty-beyond-correction");
         EXPECT_THAT(finding.pins, ElementsAre(procOf(3)));
-        EXPECT_THAT(finding.evidence.front(), HasSubstr("it can take out 5 of the "));
+        EXPECT_THAT(finding.evidence.front(), HasSubstr("it can correct 5 of the "));
     }
 }
 
@@ -186,7 +186,7 @@ TEST(BenchFaults, AMarginThatFailsDuringARecordingIsFoundWhereTheReceiverFoundIt
     EXPECT_THAT(kindsOf(files.diagnose()), Contains("margin-lost"));
 }
 
-/// Skews of up to two samples, a duty error and jitter on every pin: a cable that nobody has measured.
+/// Skews of up to two samples, a duty error and jitter on every pin: a cable that was not measured.
 bench::Scenario healthyCable(std::uint64_t seed) {
     bench::Scenario scenario = namedScenario("clean");
     scenario.transmitter.frequencies = {12.5e6, 25e6, 40e6};
@@ -213,7 +213,7 @@ TEST(BenchFaults, ASingleWordIsNotPutDownToTheClock) {
     const diagnosis::Diagnosis diagnosis = files.diagnose();
     ASSERT_THAT(kindsOf(diagnosis), ElementsAre("words-wrong"));
     const diagnosis::Finding& finding = findingOf(diagnosis, "words-wrong");
-    EXPECT_EQ(finding.text, "single words of the proof came back wrong, right ones around them");
+    EXPECT_EQ(finding.text, "single words of the verification recording are wrong, those around them are right");
     EXPECT_THAT(finding.evidence, ElementsAre(HasSubstr(": 1 fault, the first in packet 100, word 20")));
     EXPECT_THAT(finding.remedy, HasSubstr("a defect of the unit's memory"));
 }
@@ -227,7 +227,7 @@ TEST(BenchFaults, APatternThatBeginsABitLaterIsNoFault) {
 }
 
 TEST(BenchFaults, AShiftThatASwapMayHaveMadeSaysSo) {
-    // "tpiu" is proved with a pattern that is the same on all pins: the swap shows by its alignment only.
+    // "tpiu" is verified with a pattern that is the same on all pins: the swap shows by its alignment only.
     unsigned shifted = 0;
     for (const unsigned seed : {1U, 2U, 3U, 4U, 5U, 6U}) {
         bench::Scenario scenario = namedScenario("tpiu");
@@ -240,8 +240,8 @@ TEST(BenchFaults, AShiftThatASwapMayHaveMadeSaysSo) {
         const diagnosis::Diagnosis diagnosis = BenchFiles(scenario).diagnose();
         for (const diagnosis::Finding& finding : diagnosis.findings) {
             ++shifted;
-            EXPECT_THAT(finding.remedy, HasSubstr("A wire that is swapped with another's would look like this, too"))
-                << finding.kind;
+            EXPECT_THAT(finding.remedy, HasSubstr("A wire that is swapped with another's would look the same"))
+                << finding.text;
         }
     }
     EXPECT_NE(shifted, 0U);

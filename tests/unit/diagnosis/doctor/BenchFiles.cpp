@@ -61,14 +61,14 @@ bench::Scenario withPin(const bench::PinWiring& pin, const std::vector<double>& 
 std::vector<std::string> kindsOf(const diagnosis::Diagnosis& diagnosis) {
     std::vector<std::string> kinds;
     for (const diagnosis::Finding& finding : diagnosis.findings) {
-        kinds.push_back(finding.kind);
+        kinds.emplace_back(diagnosis::slugOf(finding.kind));
     }
     return kinds;
 }
 
 const diagnosis::Finding& findingOf(const diagnosis::Diagnosis& diagnosis, const std::string& kind) {
     for (const diagnosis::Finding& finding : diagnosis.findings) {
-        if (finding.kind == kind) {
+        if (diagnosis::slugOf(finding.kind) == kind) {
             return finding;
         }
     }

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-/// The diagnostic files of one calibration on the bench, in a folder that goes with the object.
+/// The diagnostic files of one calibration on the bench, in a folder that is removed with the object.
 class BenchFiles {
 public:
-    /// `lines` are further properties of the channel. `after` runs behind the calibration, while the channel is there.
+    /// `lines` are further properties of the channel. `after` runs after the calibration, while the channel exists.
     explicit BenchFiles(const bench::Scenario& scenario, const std::string& lines = {},
                         const std::function<void(bench_client::BenchRig&)>& after = {});
 

@@ -23,7 +23,7 @@ TEST(DiagnosisText, AFaultHasItsEvidenceAndWhatToCheck) {
                 HasSubstr("trace: not calibrated\n1 fault found\n\nfault: no trace clock was measured at the clock "));
     EXPECT_THAT(text, HasSubstr("\n  evidence: trace.cal.txt: exportFrequency 0 Hz, and no setting was tried"));
     EXPECT_THAT(text, HasSubstr("If not, no clock arrives: Is the target powered"));
-    EXPECT_THAT(text, HasSubstr("There is no proof recording"));
+    EXPECT_THAT(text, HasSubstr("There is no verification recording"));
 }
 
 TEST(DiagnosisText, TheObjectForScriptsHoldsTheSame) {
@@ -39,7 +39,7 @@ TEST(DiagnosisText, TheObjectForScriptsHoldsTheSame) {
     EXPECT_EQ(finding.at("severity"), "note");
     EXPECT_DOUBLE_EQ(finding.at("fittingHertz").get<double>(), 50e6);
     EXPECT_EQ(out.at("damaged").size(), 0U);
-    EXPECT_EQ(diagnosis::findingCount(diagnosis::diagnose(set)), "nothing found that is broken, 1 note");
+    EXPECT_EQ(diagnosis::findingCount(diagnosis::diagnose(set)), "nothing broken found, 1 note");
 }
 
 } // namespace

@@ -85,9 +85,11 @@ TEST(Scenario, MarginsOfTheReportAreTheBursts) {
         for (const diagnosis::FileGroup& attempt : files.read().attempts) {
             ASSERT_TRUE(attempt.cal && attempt.burst);
             for (std::size_t proc = 1; proc < attempt.cal->pins.size(); ++proc) {
-                const diagnosis::Room room = diagnosis::roomOf(*attempt.burst, proc);
-                EXPECT_EQ(room.hold, attempt.cal->pins[proc].hold) << name << " setting " << *attempt.setting;
-                EXPECT_EQ(room.setup, attempt.cal->pins[proc].setup) << name << " setting " << *attempt.setting;
+                const diagnosis::BurstMargins margins = diagnosis::marginsOf(*attempt.burst, proc);
+                EXPECT_EQ(margins.holdMargin, attempt.cal->pins[proc].holdMargin)
+                    << name << " setting " << *attempt.setting;
+                EXPECT_EQ(margins.setupMargin, attempt.cal->pins[proc].setupMargin)
+                    << name << " setting " << *attempt.setting;
             }
         }
     }

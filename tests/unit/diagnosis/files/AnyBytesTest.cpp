@@ -1,9 +1,9 @@
 #include "diagnosis/analysis/BurstAnalysis.h"
 #include "diagnosis/analysis/LaneMatch.h"
 #include "diagnosis/files/CalFile.h"
-#include "diagnosis/files/LogWords.h"
 #include "diagnosis/files/PropertiesFile.h"
 #include "diagnosis/files/RegisterFile.h"
+#include "diagnosis/files/RunLog.h"
 #include "diagnosis/files/Verification.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
 #include "toolkit/ExitCode.h"
@@ -81,18 +81,18 @@ void survivesAll(const std::string& good, const Work& work) {
     }
     survives(std::string(), work);
     survives(good, work);
-    EXPECT_GT(sound, 0U) << "mutations never left a sound file: nothing behind the reader was tried";
+    EXPECT_GT(sound, 0U) << "mutations never left a sound file: nothing after the reader was tried";
 }
 
 void analyse(const Burst& burst) {
     for (std::size_t proc = 0; proc < burst.pins.size(); ++proc) {
-        roomOf(burst, proc);
+        marginsOf(burst, proc);
         foldEye(burst, proc);
         dutyOf(burst, proc);
         stuckLevel(burst, proc);
-        bunchingOf(burst, proc);
-        bunchingAround(burst, 0, proc);
-        usualInterval(burst, proc);
+        concentrationAtClock(burst, proc);
+        concentrationAtPin(burst, 0, proc);
+        medianInterval(burst, proc);
     }
     votePosition(burst);
     findMarginFailure(burst, 1);
@@ -111,10 +111,8 @@ TEST(AnyBytes, LogsNeverCrashTheReader) {
         "M     15:49:36:576 | ORV Receiver (unit:184) failed freq1 (5.00000e+07) : eCALIBRATE(12) : no\n"
         "    E 15:49:36:580 | ORV Receiver : SetConfiguration std exception : eXMTR:(11) : transmitter failure : x\n";
     std::size_t failures = 0;
-    survivesAll(good, [&](const std::string& text) {
-        const auto words = parseLogWords(text, "board", "any.txt");
-        failures += words && !words->transmitterFailure().empty();
-    });
+    survivesAll(good,
+                [&](const std::string& text) { failures += !parseRunLog(text, true).transmitterFailure().empty(); });
     EXPECT_GT(failures, 0U);
     EXPECT_EQ(damagedFiles, 0U) << "any text is a log";
 }

@@ -63,7 +63,7 @@ std::string report(const std::vector<Margin>& margins, const std::string& headTe
     std::string text = headText + "\n[Clock]\nedges=0\n\n";
     for (std::size_t pin = 0; pin < margins.size(); ++pin) {
         text += "[Data " + std::to_string(pin + 1) + "]\ncorrelation=0.500,0.900\nedges=0\nmargin=-" +
-                std::to_string(margins[pin].hold) + ",+" + std::to_string(margins[pin].setup) + "\n\n";
+                std::to_string(margins[pin].holdMargin) + ",+" + std::to_string(margins[pin].setupMargin) + "\n\n";
     }
     const std::size_t pins = margins.size() + 1;
     text += "[Properties]\ndrmXmtr=" + kind + "\nxmtrType=\nnumPins=" + std::to_string(margins.size());

@@ -20,7 +20,7 @@ std::string square(std::size_t samples, std::size_t half, std::size_t first);
 
 /// A report on one clock and data pins with these margins.
 struct Margin {
-    std::uint32_t hold, setup;
+    std::uint32_t holdMargin, setupMargin;
 };
 std::string report(const std::vector<Margin>& margins, const std::string& headText = head(),
                    const std::string& kind = "pti");
@@ -33,7 +33,7 @@ std::string packets(const std::function<std::uint16_t(std::size_t)>& word, std::
 /// The same without trailers.
 std::string plainWords(const std::function<std::uint16_t(std::size_t)>& word, std::size_t count = 512);
 
-/// A stream with a synchronisation sequence ahead of every 64 words of a pattern that goes on behind it.
+/// A stream with a synchronisation sequence before every 64 words of a pattern that continues after it.
 std::uint16_t framedWord(const std::vector<std::uint16_t>& pattern, std::size_t index);
 
 extern const std::vector<std::uint16_t> ramp; ///< on four pins

@@ -47,13 +47,13 @@ TEST(CalFile, EveryFieldIsRead) {
     ASSERT_EQ(cal.pins.size(), 3U);
     EXPECT_EQ(cal.pins[0].name, "Clock");
     EXPECT_FALSE(cal.pins[0].correlation);
-    EXPECT_EQ(cal.pins[1].hold, 6U);
-    EXPECT_EQ(cal.pins[1].setup, 5U);
+    EXPECT_EQ(cal.pins[1].holdMargin, 6U);
+    EXPECT_EQ(cal.pins[1].setupMargin, 5U);
     EXPECT_DOUBLE_EQ(cal.pins[1].correlationAtZero.value_or(0.0), 0.9);
     EXPECT_EQ(cal.pins[1].delay, 1);
     EXPECT_EQ(cal.pins[1].stretch, -2);
     EXPECT_EQ(cal.pins[1].plateau, 7);
-    EXPECT_FALSE(cal.pins[2].hold) << "no change was seen";
+    EXPECT_FALSE(cal.pins[2].holdMargin) << "no change was seen";
     EXPECT_TRUE(std::isnan(cal.pins[2].correlation.value_or(0.0)));
     EXPECT_EQ(cal.pins[2].glitches, 3U);
     EXPECT_EQ(cal.pins[2].ringing, 2U);
@@ -87,10 +87,10 @@ TEST(CalFile, DamageIsNamedByFileLineAndWhat) {
 
 TEST(CalFile, AMissingFileIsNamed) {
     EXPECT_EQ(failureOf([] { readCalFile("no-such.cal.txt"); }),
-              "no-such.cal.txt: cannot be read; check that it is there and that it may be read");
+              "cannot read no-such.cal.txt; check the name and the folder");
 }
 
-TEST(Rates, ARoundRateOfTheUnitIsFoundBehindTheRounding) {
+TEST(Rates, ARoundRateOfTheUnitIsFoundDespiteTheRounding) {
     const auto rate = [](const char* clock, const char* oversampling) {
         return parseCalFile(drawn::report({{1, 1}}, drawn::head(clock, oversampling)), "x").rates.sampleRate();
     };

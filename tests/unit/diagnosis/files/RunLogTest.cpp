@@ -38,7 +38,7 @@ TEST(RunLog, AStepDownGivesTheChosenAndTheRejectedSettings) {
     EXPECT_FALSE(log.settingsReplaced);
 }
 
-TEST(RunLog, AttemptsStandInTheirOrderWithPositionAndReason) {
+TEST(RunLog, AttemptsAreInTheirOrderWithPositionAndReason) {
     const RunLog log = parseRunLog(stepDown, true);
     ASSERT_EQ(log.attempts.size(), 2U);
     EXPECT_EQ(log.attempts[0].setting, 2U);
@@ -80,11 +80,17 @@ TEST(RunLog, ASettingThatCannotBeMeasuredIsRejected) {
     EXPECT_EQ(log.frequencies[0].verdict, Verdict::Rejected);
 }
 
-TEST(RunLog, ReplacedSettingsAreToldWithTheirReason) {
+TEST(RunLog, ReplacedSettingsAreReportedWithTheirReason) {
     const RunLog log = parseRunLog(" W    x | ORV Receiver : failed to load settings, overwriting file with defaults : "
                                    "unsupported transmitter (dsp)\n",
                                    true);
     EXPECT_EQ(log.settingsReplaced, "unsupported transmitter (dsp)");
+}
+
+TEST(PlainReason, StatusNameAndNumberAreLeftOut) {
+    EXPECT_EQ(plainReason("eOVS(13) : over sampling error : x"), "over sampling error : x");
+    EXPECT_EQ(plainReason("exceeds frequency limits"), "exceeds frequency limits");
+    EXPECT_EQ(plainReason(""), "");
 }
 
 TEST(RunLog, AnEmptyLogHasNothing) {

@@ -52,7 +52,7 @@ TEST(PatternCheck, ASoundRecordingHoldsItsPatternAndItsCountsAddUp) {
     const PatternCheck check = checkPattern(recording, *held);
     EXPECT_TRUE(check.countsAddUp);
     EXPECT_EQ(check.zeroWords, 0U);
-    EXPECT_EQ(check.dataWords + check.syncWordsSeen, recording.words.size());
+    EXPECT_EQ(check.dataWords + check.syncWords, recording.words.size());
 }
 
 TEST(PatternCheck, OneWrongWordIsOneFaultAtItsPlace) {

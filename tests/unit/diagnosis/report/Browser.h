@@ -11,7 +11,7 @@ class Browser {
 public:
     /// What a page came to.
     struct Outcome {
-        std::string dom;     ///< as it stands once the page has been laid out
+        std::string dom;     ///< after the layout of the page
         std::string console; ///< lines that the page wrote to the console, or that the browser wrote about it
     };
     /// Throws when the browser does not run.

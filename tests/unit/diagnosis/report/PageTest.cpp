@@ -1,4 +1,4 @@
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
 #include "diagnosis/report/Pictures.h"
 #include "diagnosis/report/Report.h"
 #include "tests/unit/diagnosis/doctor/BenchFiles.h"
@@ -42,25 +42,16 @@ TEST(Html, MarkupControlCharactersAndBrokenUtf8AreTakenOut) {
               "?31m?");
 }
 
-TEST(Html, NumbersAreShort) {
-    using diagnosis::page::number;
-    EXPECT_EQ(number(28.0), "28");
-    EXPECT_EQ(number(14.736), "14.74");
-    EXPECT_EQ(number(-0.001), "0");
-    EXPECT_EQ(number(100.0, 0), "100");
-    EXPECT_EQ(number(0.0 / 0.0 * 1.0), "-");
-}
-
 TEST(DelayWindow, EndsBeyondTheRangeAreMarked) {
     using diagnosis::page::delayPicture;
     EXPECT_EQ(count(delayPicture({-3, 9, 2}, "x"), "class=\"cut\""), 1U);
     EXPECT_EQ(count(delayPicture({25, 37, 31}, "x"), "class=\"cut\""), 1U);
     EXPECT_EQ(count(delayPicture({-1, 40, 5}, "x"), "class=\"cut\""), 2U);
     EXPECT_EQ(count(delayPicture({0, 31, 5}, "x"), "class=\"cut"), 0U);
-    EXPECT_THAT(delayPicture({-3, 9, 2}, "x"), HasSubstr("it goes on beyond the range of 0 to 31"));
+    EXPECT_THAT(delayPicture({-3, 9, 2}, "x"), HasSubstr("it continues beyond the range of 0 to 31"));
 }
 
-TEST(DelayWindow, AnEndIsALossOnlyWhenTheBestPlaceIsOutOfReach) {
+TEST(DelayWindow, AnEndIsALossOnlyWhenTheBestDelayIsOutOfReach) {
     using diagnosis::page::delayPicture;
     using diagnosis::page::DelayWindow;
     EXPECT_TRUE((DelayWindow{26, 45, 31}.lostAbove())) << "its middle is 35";
@@ -68,9 +59,9 @@ TEST(DelayWindow, AnEndIsALossOnlyWhenTheBestPlaceIsOutOfReach) {
     EXPECT_FALSE((DelayWindow{20, 60, 30}.lostAbove())) << "it could go one further";
     EXPECT_TRUE((DelayWindow{-9, 3, 0, true}.lostBelow()));
     EXPECT_FALSE((DelayWindow{-9, 3, 0, false}.lostBelow())) << "the others can be moved later instead";
-    EXPECT_FALSE((DelayWindow{-6, 6, 0, true}.lostBelow())) << "it stands in the middle";
+    EXPECT_FALSE((DelayWindow{-6, 6, 0, true}.lostBelow())) << "it is in the middle";
     EXPECT_EQ(count(delayPicture({26, 45, 31}, "x"), "class=\"cut lost\""), 1U);
-    EXPECT_THAT(delayPicture({26, 45, 31}, "x"), HasSubstr("where the best place lies"));
+    EXPECT_THAT(delayPicture({26, 45, 31}, "x"), HasSubstr("where the best delay is"));
 }
 
 TEST(Page, AGoodCalibrationHasNoRedArrows) {
@@ -81,8 +72,8 @@ TEST(Page, AGoodCalibrationHasNoRedArrows) {
         const std::string page = pageOf(set);
         EXPECT_GT(count(page, "class=\"cut\""), 0U) << name;
         EXPECT_EQ(count(page, "class=\"cut lost\""), 0U) << name;
-        EXPECT_THAT(page, HasSubstr("the window goes on beyond the range, which costs nothing")) << name;
-        EXPECT_THAT(page, Not(HasSubstr("room is lost by it"))) << name;
+        EXPECT_THAT(page, HasSubstr("the window continues beyond the range, without any loss")) << name;
+        EXPECT_THAT(page, Not(HasSubstr("reduces the margins"))) << name;
     }
 }
 
@@ -93,7 +84,7 @@ TEST(Page, AClockWhoseDelayEndsIsMarkedAsALoss) {
     folder.write("run.freq0.cal.txt", text);
     const std::string page = pageOf(diagnosis::readDiagnostics(folder.path()));
     EXPECT_GT(count(page, "class=\"cut lost\""), 0U);
-    EXPECT_THAT(page, HasSubstr("the middle of the window lies beyond the range, and room is lost by it"));
+    EXPECT_THAT(page, HasSubstr("the middle of the window is beyond the range, which reduces the margins"));
 }
 
 TEST(Page, HasEveryPartForEveryAttempt) {
@@ -109,8 +100,8 @@ TEST(Page, HasEveryPartForEveryAttempt) {
     EXPECT_EQ(count(page, "class=\"strip\""), 3U);
     EXPECT_EQ(count(page, "class=\"bar\""), 3U * (4U + 1U + 5U)) << "margins, their sum, delays";
     EXPECT_THAT(page, HasSubstr("clock margin too low."));
-    EXPECT_THAT(page, HasSubstr("All 130560 words of the proof came back as sent (pattern ramp)."));
-    EXPECT_THAT(page, HasSubstr("the window goes on beyond the range"));
+    EXPECT_THAT(page, HasSubstr("All 130560 words of the verification are as sent (pattern ramp)."));
+    EXPECT_THAT(page, HasSubstr("the window continues beyond the range"));
     EXPECT_THAT(page, HasSubstr("clock input: enabled, input 4 (EMU0), delay "));
     EXPECT_THAT(page, HasSubstr("<dt>delays</dt>"));
     EXPECT_EQ(count(page, "<svg"), count(page, "</svg>"));
@@ -120,7 +111,8 @@ TEST(Page, HeadingsStayWithTheirPicturesWhenItIsPrinted) {
     const BenchFiles files(namedScenario("clean"));
     const std::string page = pageOf(files.read());
     EXPECT_THAT(page, AllOf(HasSubstr("<div class=\"keep\"><h3>Waveforms</h3>"),
-                            HasSubstr("<div class=\"keep\"><h3>Eyes</h3>"), HasSubstr(".keep{break-inside:avoid}")));
+                            HasSubstr("<div class=\"keep\"><h3>Eyes</h3>"), HasSubstr(".keep{break-inside:avoid}"),
+                            HasSubstr("\n@media print{main{")));
 }
 
 TEST(Page, NeedsNothingFromElsewhereAndRunsNothing) {
@@ -178,8 +170,9 @@ TEST(Page, WhatWasNotJudgedIsNotCalledSound) {
         attempt.burst.reset();
         attempt.verification.reset();
     }
-    EXPECT_THAT(pageOf(set), AllOf(HasSubstr("Too little to judge by"),
-                                   HasSubstr("2 kinds of files are missing: burst (.cap.txt) and proof (.ver).")));
+    EXPECT_THAT(pageOf(set),
+                AllOf(HasSubstr("Too little to judge by"),
+                      HasSubstr("2 kinds of files are missing: burst (.cap.txt) and verification (.ver).")));
 }
 
 TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
@@ -189,7 +182,7 @@ TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
                             HasSubstr("not measured"), Not(HasSubstr("0.000"))));
 }
 
-TEST(Page, TheRoomIsTheEyesAndTheReceiversSumIsNamedAsItsRule) {
+TEST(Page, TheMarginsAreTheEyesAndTheReceiversSumIsNamedAsItsRule) {
     const TempFolder folder;
     const std::string data = drawn::square(8192, 14, 10);
     folder.write("run.freq0.cap.txt", drawn::burst({drawn::square(8192, 14, 3), data}));
@@ -197,15 +190,15 @@ TEST(Page, TheRoomIsTheEyesAndTheReceiversSumIsNamedAsItsRule) {
     const std::string page = pageOf(diagnosis::readDiagnostics(folder.path()));
     EXPECT_THAT(page, HasSubstr("open for 14 samples"));
     EXPECT_EQ(count(page, "<td class=\"n\">7 / 7</td>"), 2U) << "the pin's row and the sum";
-    EXPECT_THAT(page, HasSubstr("14 samples free; the receiver's rule counts 15 of at least 9"));
+    EXPECT_THAT(page, HasSubstr("14 samples stable; the receiver's rule counts 15 of at least 9"));
     EXPECT_THAT(page, Not(HasSubstr(">7 / 8</td>")));
 }
 
-TEST(Page, WithoutABurstTheEdgesOwnSampleIsNoRoomEither) {
+TEST(Page, WithoutABurstTheEdgesOwnSampleIsNoMarginEither) {
     const TempFolder folder;
     folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
     EXPECT_THAT(pageOf(diagnosis::readDiagnostics(folder.path())),
-                HasSubstr("14 samples free; the receiver's rule counts 15 of at least 9"));
+                HasSubstr("14 samples stable; the receiver's rule counts 15 of at least 9"));
 }
 
 TEST(Page, FiguresOfAnEarlierAttemptAreNotShown) {
@@ -216,20 +209,20 @@ TEST(Page, FiguresOfAnEarlierAttemptAreNotShown) {
     folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
     const std::string page = pageOf(diagnosis::readDiagnostics(folder.path()));
     EXPECT_THAT(page, AllOf(HasSubstr("unable to detect sampling position"),
-                            HasSubstr("Those in its report are of an earlier attempt"), Not(HasSubstr("0.900"))));
-    EXPECT_THAT(page, Not(HasSubstr("samples free")));
+                            HasSubstr("Those in its report are from an earlier attempt"), Not(HasSubstr("0.900"))));
+    EXPECT_THAT(page, Not(HasSubstr("samples stable")));
 }
 
 TEST(Page, BelowTheSlowestAnalysedClockTheDelaysAreTheUnits) {
     const BenchFiles files(namedScenario("slow"));
     const std::string page = pageOf(files.read());
-    EXPECT_THAT(page, AllOf(HasSubstr("a clock delay of 31 among it, is not written to the unit"),
+    EXPECT_THAT(page, AllOf(HasSubstr("including a clock delay of 31, is not written to the unit"),
                             HasSubstr("Calibration report, not written to the unit")));
     EXPECT_THAT(page, Not(HasSubstr("<td class=\"n\">31</td>")));
     EXPECT_THAT(page, HasSubstr("clock input: enabled, input 4 (EMU0), delay 0"));
 }
 
-TEST(Page, TheProofsTableSaysWhatFits) {
+TEST(Page, TheVerificationsTableSaysWhatFits) {
     const BenchFiles files(namedScenario("swapped-pins"));
     EXPECT_THAT(pageOf(files.read()), AllOf(HasSubstr("fits its own bits"), HasSubstr("fits best"),
                                             HasSubstr("that is, the bits of"), HasSubstr("shifted by")));
@@ -266,7 +259,7 @@ TEST(Page, AnyDamageOfARunsFilesStillGivesAPage) {
         const TempFolder folder;
         for (const auto& [name, text] : files) {
             std::string damaged = text;
-            // A digit for a digit keeps most files readable, with figures that nobody expects.
+            // A digit for a digit keeps most files readable, with unexpected figures.
             for (unsigned change = 0; change < 1 + random() % 3; ++change) {
                 const std::size_t at =
                     damaged.find_first_of("0123456789", random() % std::min<std::size_t>(damaged.size(), 400));

@@ -57,7 +57,7 @@ TEST_F(CalibrationTracesTest, WithoutALogTheFilesTellTheAttempts) {
     EXPECT_EQ(result.log.frequencies[0].verdict, diagnosis::FrequencySetting::Verdict::Measured);
     EXPECT_EQ(result.log.frequencies[2].verdict, diagnosis::FrequencySetting::Verdict::Rejected);
     ASSERT_TRUE(result.calibration);
-    EXPECT_EQ(result.calibration->pins[1].hold, 6U);
+    EXPECT_EQ(result.calibration->pins[1].holdMargin, 6U);
     EXPECT_THAT(result.notes, ElementsAre(HasSubstr("the receiver wrote no log")));
 }
 
@@ -97,7 +97,7 @@ TEST_F(CalibrationTracesTest, AWholeLogIsUsed) {
     take();
     EXPECT_THAT(result.notes, IsEmpty());
     ASSERT_EQ(result.attempts.size(), 2U);
-    EXPECT_EQ(result.attempts[0].report->pins[1].hold, 1U) << "measured in this attempt";
+    EXPECT_EQ(result.attempts[0].report->pins[1].holdMargin, 1U) << "measured in this attempt";
     traces.log.clear();
     traces.givenValues = true;
     EXPECT_FALSE(isComplete(diagnosis::RunLog(), traces));
@@ -113,13 +113,13 @@ TEST_F(CalibrationTracesTest, AnAttemptThatEndedBeforeItsMarginsHasNone) {
     take();
     ASSERT_EQ(result.attempts.size(), 2U);
     for (const diagnosis::CalPin& pin : result.attempts[0].report->pins) {
-        EXPECT_FALSE(pin.hold);
-        EXPECT_FALSE(pin.setup);
+        EXPECT_FALSE(pin.holdMargin);
+        EXPECT_FALSE(pin.setupMargin);
         EXPECT_FALSE(pin.correlation);
         EXPECT_FALSE(pin.correlationAtZero);
     }
     EXPECT_TRUE(result.attempts[0].report->pins[0].delay);
-    EXPECT_TRUE(result.attempts[1].report->pins[1].hold) << "the kept one's are its own";
+    EXPECT_TRUE(result.attempts[1].report->pins[1].holdMargin) << "the kept one's are its own";
 }
 
 TEST_F(CalibrationTracesTest, BelowTheSlowestAnalysedClockTheRegistersTellTheValues) {

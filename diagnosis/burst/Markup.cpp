@@ -1,10 +1,6 @@
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
 
 #include "toolkit/Masked.h"
-
-#include <array>
-#include <cmath>
-#include <cstdio>
 
 namespace diagnosis::page {
 
@@ -24,28 +20,6 @@ std::string escaped(std::string_view text) {
         }
     }
     return out;
-}
-
-std::string fixed(double value, int decimals) {
-    if (!std::isfinite(value)) {
-        return "-";
-    }
-    std::array<char, 400> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", decimals, value);
-    return text.data();
-}
-
-std::string number(double value, int decimals) {
-    std::string out = fixed(value, decimals);
-    if (out.find('.') != std::string::npos) {
-        while (out.back() == '0') {
-            out.pop_back();
-        }
-        if (out.back() == '.') {
-            out.pop_back();
-        }
-    }
-    return out == "-0" ? "0" : out;
 }
 
 std::string element(const char* name, const char* classes, const std::string& content) {

@@ -2,35 +2,34 @@
 
 #include <charconv>
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// What the readers of the receiver's text files share.
+// Taking texts apart: lines, lists, keys, numbers. Views point into the text that was passed.
 
-namespace diagnosis {
+namespace toolkit {
 
 struct TextLine {
-    std::string_view text; ///< without its end; views the text that was split
+    std::string_view text; ///< without its end
     std::size_t number;    ///< from 1
 };
 
-/// Lines that end in LF or CR LF. Nothing stands behind the last line's end.
+/// Lines that end in LF or CR LF. The end of the last line begins no further one.
 std::vector<TextLine> textLines(std::string_view text);
 
-/// Throws Failure (BadInput) "FILE:LINE: WHAT"; line 0 leaves the line out.
-[[noreturn]] void damaged(const std::string& file, std::size_t line, const std::string& what);
-
-/// Up to `limit` bytes of a file from its start; throws Failure (BadInput) when it cannot be read.
-std::string readBytes(const std::filesystem::path& file, std::size_t limit);
-
-/// A text in quotes, cut to a length that suits a message, with what cannot be printed replaced.
-std::string shown(std::string_view text);
-
-std::string_view trimmed(std::string_view text);
+/// The parts between separators. An empty text has one empty part.
 std::vector<std::string_view> splitAt(std::string_view text, char separator);
+
+/// The items of a list. An empty text has none, and a separator at the end begins none.
+std::vector<std::string> split(std::string_view text, char separator);
+
+/// Without blanks and tabs at both ends.
+std::string_view trimmed(std::string_view text);
+
+/// The text after the first occurrence of a mark; nothing without one.
+std::optional<std::string_view> textAfter(std::string_view text, std::string_view mark);
 
 /// Splits "key=value" at its first "="; nothing without one.
 struct KeyValue {
@@ -57,4 +56,10 @@ std::optional<double> fractionOf(std::string_view text);
 /// "50.00 MHz" with the unit "Hz" is 5e7. Prefixes y to Y.
 std::optional<double> scaledNumber(std::string_view text, std::string_view unit);
 
-} // namespace diagnosis
+/// The text in quotes for a message: shortened, with a question mark for each character that cannot be printed.
+std::string shown(std::string_view text);
+
+/// "a, b and c".
+std::string enumeration(const std::vector<std::string>& items);
+
+} // namespace toolkit

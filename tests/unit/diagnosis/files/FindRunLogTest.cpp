@@ -1,5 +1,5 @@
 #include "diagnosis/analysis/DiagnosticSet.h"
-#include "diagnosis/files/LogWords.h"
+#include "diagnosis/files/RunLog.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
 #include "tests/unit/toolkit/TempFolder.h"
 
@@ -11,7 +11,6 @@ namespace diagnosis {
 namespace {
 
 using testing::ElementsAre;
-using testing::Pair;
 
 constexpr const char* text =
     "    E 15:49:36:348 | MpxEcomProxy: server version is 1\r\n"
@@ -24,31 +23,37 @@ constexpr const char* text =
     "    E 15:49:36:580 | ORV Receiver : SetConfiguration std exception : eCALIBRATE(12) : failed to calibrate channel "
     ": clock margin too low\r\n";
 
-TEST(LogWords, ReasonsAreTakenWithoutTheirClasses) {
-    const auto words = parseLogWords(text, "board", "log.txt");
-    ASSERT_TRUE(words);
-    EXPECT_EQ(words->file, "log.txt");
-    EXPECT_THAT(words->unused, ElementsAre(Pair(0U, "transmitter failure")));
-    EXPECT_THAT(words->failed, ElementsAre(Pair(1U, "failed to calibrate channel : clock margin too low")));
-    EXPECT_EQ(words->last, "failed to calibrate channel : clock margin too low");
-    EXPECT_EQ(words->transmitterFailure(), "transmitter failure");
+TEST(FindRunLog, ReasonsAreReportedWithoutTheirClasses) {
+    const RunLog log = parseRunLog(text, false);
+    EXPECT_EQ(log.stem, "board");
+    EXPECT_THAT(log.failures(), ElementsAre("setting 0: transmitter failure",
+                                            "setting 1: failed to calibrate channel : clock margin too low"));
+    EXPECT_EQ(log.failedReason(1), "failed to calibrate channel : clock margin too low");
+    EXPECT_FALSE(log.failedReason(0));
+    EXPECT_EQ(plainReason(log.failure), "failed to calibrate channel : clock margin too low");
+    EXPECT_EQ(log.transmitterFailure(), "transmitter failure");
 }
 
-TEST(LogWords, OnlyTheLastConfigurationOfTheSameNameCounts) {
-    EXPECT_FALSE(parseLogWords(text, "boar", "x"));
-    EXPECT_FALSE(parseLogWords("", "board", "x"));
-    const auto again = parseLogWords(std::string(text) + "M     15:50:00:000 | ORV Receiver : loading settings from "
-                                                         "/lab/board.xml\n",
-                                     "board", "x");
+TEST(FindRunLog, OnlyTheLastConfigurationOfTheSameNameCounts) {
+    const TempFolder folder;
+    const auto found = [&](const std::string& content, const char* stem) {
+        folder.write("vx_trace_log_1_2.txt", content);
+        return findRunLog(folder.path(), stem);
+    };
+    EXPECT_FALSE(found(text, "boar"));
+    EXPECT_FALSE(found("", "board"));
+    const auto again = found(std::string(text) + "M     15:50:00:000 | ORV Receiver : loading settings from "
+                                                 "/lab/board.xml\n",
+                             "board");
     ASSERT_TRUE(again);
-    EXPECT_EQ(again->last, "");
+    EXPECT_EQ(again->failure, "");
     EXPECT_EQ(again->transmitterFailure(), "");
-    EXPECT_FALSE(parseLogWords(std::string(text) + "M     15:50:00:000 | ORV Receiver : loading settings from "
-                                                   "/lab/other.xml\n",
-                               "board", "x"));
+    EXPECT_FALSE(found(std::string(text) + "M     15:50:00:000 | ORV Receiver : loading settings from "
+                                           "/lab/other.xml\n",
+                       "board"));
 }
 
-TEST(LogWords, AreFoundBesideTheFilesAndInTheFolderAbove) {
+TEST(FindRunLog, LogsAreFoundBesideTheFilesAndInTheFolderAbove) {
     const TempFolder folder;
     std::filesystem::create_directories(folder.path() / "data");
     folder.write("data/board.freq1.cal.txt", drawn::report({{6, 5}}));

@@ -1,6 +1,7 @@
-#include "diagnosis/report/Svg.h"
+#include "diagnosis/burst/Svg.h"
 
-#include "diagnosis/report/Html.h"
+#include "diagnosis/burst/Markup.h"
+#include "toolkit/Format.h"
 
 namespace diagnosis::page {
 
@@ -17,13 +18,18 @@ std::string classOf(std::string_view classes) {
 } // namespace
 
 std::string coordinate(double value) {
-    return number(value, 1);
+    return toolkit::numberText(value, 1);
 }
 
 Svg::Svg(double width, double height, std::string_view label, std::string_view classes) {
-    body = "<svg" + classOf(classes) + " viewBox=\"0 0 " + coordinate(width) + " " + coordinate(height) + "\"" +
+    head = "<svg" + classOf(classes) + " viewBox=\"0 0 " + coordinate(width) + " " + coordinate(height) + "\"" +
            attribute("width", width) + attribute("height", height) + " role=\"img\" aria-label=\"" + escaped(label) +
-           "\"><title>" + escaped(label) + "</title>";
+           "\"";
+    body = "<title>" + escaped(label) + "</title>";
+}
+
+std::string Svg::file(std::string_view style) const {
+    return head + " xmlns=\"http://www.w3.org/2000/svg\">" + std::string(style) + body + "</svg>\n";
 }
 
 void Svg::line(double x1, double y1, double x2, double y2, std::string_view classes) {
@@ -43,12 +49,15 @@ void Svg::circle(double x, double y, double radius, std::string_view classes) {
 void Svg::path(const std::string& data, std::string_view classes, double opacity) {
     body += "<path d=\"" + data + "\"" + classOf(classes);
     if (opacity < 1.0) {
-        body += " opacity=\"" + number(opacity, 2) + "\"";
+        body += " opacity=\"" + toolkit::numberText(opacity, 2) + "\"";
     }
     body += "/>";
 }
 
 void Svg::text(double x, double y, std::string_view content, std::string_view classes, const char* anchor) {
+    if (content.empty()) {
+        return;
+    }
     body += "<text" + attribute("x", x) + attribute("y", y) + classOf(classes) + " text-anchor=\"" + anchor + "\">" +
             escaped(content) + "</text>";
 }

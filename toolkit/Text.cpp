@@ -1,18 +1,15 @@
-#include "diagnosis/files/Text.h"
-
-#include "toolkit/ExitCode.h"
+#include "toolkit/Text.h"
 
 #include <cmath>
-#include <fstream>
 #include <limits>
 
-namespace diagnosis {
+namespace toolkit {
 
 namespace {
 
 constexpr std::size_t longestQuote = 40;
 constexpr std::string_view prefixes = "yzafpnum kMGTPEZY";
-constexpr int prefixOfOne = 8; // place of the blank
+constexpr int prefixOfOne = 8; // index of the blank
 
 } // namespace
 
@@ -33,47 +30,6 @@ std::vector<TextLine> textLines(std::string_view text) {
     return lines;
 }
 
-void damaged(const std::string& file, std::size_t line, const std::string& what) {
-    std::string text = file;
-    if (line != 0) {
-        text += ":" + std::to_string(line);
-    }
-    throw toolkit::Failure(toolkit::ExitCode::BadInput, text + ": " + what);
-}
-
-std::string readBytes(const std::filesystem::path& file, std::size_t limit) {
-    std::ifstream in(file, std::ios::binary);
-    std::string bytes;
-    std::string block(std::size_t{1} << 16, '\0');
-    while (in && bytes.size() < limit) {
-        in.read(block.data(), static_cast<std::streamsize>(block.size()));
-        bytes.append(block.data(), static_cast<std::size_t>(in.gcount()));
-    }
-    if (!in.eof() && bytes.size() < limit) {
-        damaged(file.string(), 0, "cannot be read; check that it is there and that it may be read");
-    }
-    bytes.resize(std::min(bytes.size(), limit));
-    return bytes;
-}
-
-std::string shown(std::string_view text) {
-    std::string out = "\"";
-    for (const char c : text.substr(0, longestQuote)) {
-        out += c >= ' ' && c < 127 ? c : '?';
-    }
-    return out + (text.size() > longestQuote ? "...\"" : "\"");
-}
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
-
 std::vector<std::string_view> splitAt(std::string_view text, char separator) {
     std::vector<std::string_view> parts;
     for (;;) {
@@ -86,6 +42,27 @@ std::vector<std::string_view> splitAt(std::string_view text, char separator) {
     }
 }
 
+std::vector<std::string> split(std::string_view text, char separator) {
+    std::vector<std::string_view> parts = splitAt(text, separator);
+    if (parts.back().empty()) {
+        parts.pop_back();
+    }
+    return {parts.begin(), parts.end()};
+}
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(" \t");
+    if (begin == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(begin, text.find_last_not_of(" \t") - begin + 1);
+}
+
+std::optional<std::string_view> textAfter(std::string_view text, std::string_view mark) {
+    const std::size_t at = text.find(mark);
+    return at == std::string_view::npos ? std::nullopt : std::optional(text.substr(at + mark.size()));
+}
+
 std::optional<KeyValue> keyValue(std::string_view line) {
     const std::size_t equals = line.find('=');
     if (equals == std::string_view::npos) {
@@ -95,7 +72,7 @@ std::optional<KeyValue> keyValue(std::string_view line) {
 }
 
 std::optional<double> fractionOf(std::string_view text) {
-    // "nan", "-nan", "nan(ind)", "1.#IND": what is no number prints differently everywhere.
+    // "nan", "-nan", "nan(ind)", "1.#IND": each platform prints them in another way.
     if (text.find_first_of("nN#") != std::string_view::npos && text.size() < 16) {
         if (text.find("nf") != std::string_view::npos || text.find("INF") != std::string_view::npos) {
             return std::numeric_limits<double>::infinity();
@@ -122,11 +99,27 @@ std::optional<double> scaledNumber(std::string_view text, std::string_view unit)
     if (!value || prefix.size() > 1) {
         return std::nullopt;
     }
-    const std::size_t place = prefix.empty() ? std::size_t{prefixOfOne} : prefixes.find(prefix.front());
-    if (place == std::string_view::npos) {
+    const std::size_t index = prefix.empty() ? std::size_t{prefixOfOne} : prefixes.find(prefix.front());
+    if (index == std::string_view::npos) {
         return std::nullopt;
     }
-    return *value * std::pow(1000.0, static_cast<int>(place) - prefixOfOne);
+    return *value * std::pow(1000.0, static_cast<int>(index) - prefixOfOne);
 }
 
-} // namespace diagnosis
+std::string shown(std::string_view text) {
+    std::string out = "\"";
+    for (const char c : text.substr(0, longestQuote)) {
+        out += c >= ' ' && c < 127 ? c : '?';
+    }
+    return out + (text.size() > longestQuote ? "...\"" : "\"");
+}
+
+std::string enumeration(const std::vector<std::string>& items) {
+    std::string text;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        text += (i == 0 ? "" : i + 1 == items.size() ? " and " : ", ") + items[i];
+    }
+    return text;
+}
+
+} // namespace toolkit
