@@ -112,7 +112,8 @@ void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetric
         return;
     }
     if (name == "ETB Data Flip Needed") {
-        answerBoolean(false);
+        constexpr bool notNeeded = false;
+        answerBoolean(notNeeded);
         if (propertyText(*channel, "drmXmtr") == "tpiu") {
             answerBoolean(needsEtbDataFlip());
         }
@@ -122,9 +123,10 @@ void ChannelDriver::answerAttribute(const std::string& name, const ChannelMetric
 }
 
 bool ChannelDriver::answerFrequency(const std::string& name, const ChannelMetrics& metrics, std::string& text) {
+    constexpr bool replaced = false; // not appended
     for (const FrequencyRow& row : frequencyRows) {
         if (name == row.name) {
-            uString::toText(metrics.*row.field, text, false, "%f");
+            uString::toText(metrics.*row.field, text, replaced, "%f");
             return true;
         }
     }

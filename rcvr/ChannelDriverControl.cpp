@@ -46,7 +46,8 @@ void ChannelDriver::startChannel() {
         ChannelDriver& driver;
         ~AtEnd() { driver.noteBufferSize(); }
     } const atEnd{*this};
-    channel->start(false);
+    constexpr bool noEffect = false;
+    channel->start(noEffect);
 }
 
 void ChannelDriver::noteBufferSize() noexcept {
@@ -107,7 +108,8 @@ void ChannelDriver::NotifySystemStateChange(unsigned state) {
     ChannelStatus status;
     GetChannelStatus(&status);
     if (status.code == ChannelStatus::eBusy) {
-        ApplyTraceEnd(true);
+        constexpr bool traceEnds = true;
+        ApplyTraceEnd(traceEnds);
     }
     VX_QRS::logMessage("OrvRcvr::ChannelDriver NotifySystemStateChange eJOB_MODIFIED_DISABLE_RESUME");
     channel->stop();

@@ -61,7 +61,8 @@ void prepareProcessEnvironment() {
         settleLogFileName();
         g_initialised = true;
     }
-    VX_QRS::getLogManager()->open(g_logFileName.c_str(), levelVariable, logDirectoryVariable, true);
+    constexpr bool sharedFile = true;
+    VX_QRS::getLogManager()->open(g_logFileName.c_str(), levelVariable, logDirectoryVariable, sharedFile);
 }
 
 } // namespace Vx::Qrs::Trace::OrvRcvr

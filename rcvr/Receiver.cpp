@@ -158,6 +158,9 @@ void Receiver::followTarget(const char* cpuName, unsigned state) {
     ChannelStatus status; // stays at code 0 while the target is disconnected
     driver->GetChannelStatus(&status);
     const bool busy = status.code == ChannelStatus::eBusy;
+    constexpr bool running = false;
+    constexpr bool halted = true;
+    constexpr bool noEffect = false;
 
     switch (state) {
     case eDisconnectedByUser:
@@ -166,14 +169,14 @@ void Receiver::followTarget(const char* cpuName, unsigned state) {
         break;
     case eRunning:
     case eRunningFree:
-        driver->RegisterCpuHalt(cpuName, false);
+        driver->RegisterCpuHalt(cpuName, running);
         if (follows && !busy) {
-            driver->StartRecording(false);
+            driver->StartRecording(noEffect);
         }
         return;
     case eHalted:
     case eHaltedByEvent:
-        driver->RegisterCpuHalt(cpuName, true);
+        driver->RegisterCpuHalt(cpuName, halted);
         break;
     default:
         return;

@@ -26,6 +26,7 @@ std::string g_drmKey;
 namespace {
 
 constexpr const char* sectionName = "CHANNEL-SETUP";
+constexpr bool asXml = true;
 constexpr const char* copySuffix = ".before-defaults";
 constexpr const char* fileHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                    "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->";
@@ -130,7 +131,7 @@ void SetDefaults(ChannelSettings& settings) {
 void LoadSettings(ChannelSettings& settings, const char* path, const char* cpuName) {
     logMessage("%s : loading settings from %s", programLabel, printable(path));
     try {
-        uConfig file(true);
+        uConfig file(asXml);
         file.setPath(path);
         file.read();
         readRequired(file, settings);
@@ -149,7 +150,7 @@ void LoadSettings(ChannelSettings& settings, const char* path, const char* cpuNa
 void StoreSettings(const ChannelSettings& settings, const char* path, const char* /*cpuName*/) {
     logMessage("%s : storing settings to %s", programLabel, printable(path));
     try {
-        uConfig file(true);
+        uConfig file(asXml);
         file.setPath(path);
         try {
             file.read();

@@ -11,24 +11,28 @@ using namespace VX_QRS::ORV::CLIENT;
 
 namespace {
 
+/// What a state allows, as a sum.
+enum Ability : unsigned { nothing = 0, configurable = 1, startable = 2, stoppable = 4, hasData = 8 };
+
+constexpr bool replaced = false; // what the text held before; the other choice is to append
+
 struct StateRow {
     std::int32_t state;
     std::uint32_t code;
     const char* text;
-    bool configurable;
-    bool startable;
-    bool stoppable;
-    bool hasData;
+    unsigned abilities;
+
+    constexpr bool allows(Ability ability) const { return (abilities & ability) != 0; }
 };
 
 constexpr StateRow stateRows[] = {
-    {Uncalibrated, ChannelStatus::eNotCalibrated, "Ready to calibrate", false, false, false, false},
-    {Calibrating, ChannelStatus::eNotCalibrated, "Calibrating ...", false, false, false, false},
-    {Calibrated, ChannelStatus::eReady, "Ready to record", true, true, false, false},
-    {Recording, ChannelStatus::eBusy, "Recording", true, false, true, false},
-    {Failed, ChannelStatus::eError, "Stopped by error", true, true, false, true},
-    {Idle, ChannelStatus::eBufferFull, "Stopped by buffer full", true, true, false, true},
-    {Stopped, ChannelStatus::eStoppedByUser, "Stopped by user", true, true, false, true},
+    {Uncalibrated, ChannelStatus::eNotCalibrated, "Ready to calibrate", nothing},
+    {Calibrating, ChannelStatus::eNotCalibrated, "Calibrating ...", nothing},
+    {Calibrated, ChannelStatus::eReady, "Ready to record", configurable | startable},
+    {Recording, ChannelStatus::eBusy, "Recording", configurable | stoppable},
+    {Failed, ChannelStatus::eError, "Stopped by error", configurable | startable | hasData},
+    {Idle, ChannelStatus::eBufferFull, "Stopped by buffer full", configurable | startable | hasData},
+    {Stopped, ChannelStatus::eStoppedByUser, "Stopped by user", configurable | startable | hasData},
 };
 
 const StateRow* findRow(std::int32_t state) {
@@ -42,7 +46,7 @@ const StateRow* findRow(std::int32_t state) {
 
 std::string percentText(const char* format, double part, double whole) {
     std::string text;
-    uString::toText(whole > 0.0 ? part * 100.0 / whole : 0.0, text, false, format);
+    uString::toText(whole > 0.0 ? part * 100.0 / whole : 0.0, text, replaced, format);
     return text;
 }
 
@@ -62,9 +66,11 @@ void addUpload(const ChannelMetrics& metrics, ChannelStatus& status) {
 
 std::string rateText(double bitsPerSecond) {
     std::string prefix;
-    const double scale = uString::prefixBinary(bitsPerSecond, true, false, prefix);
+    constexpr bool asSymbol = true;
+    constexpr bool withIecPrefix = false;
+    const double scale = uString::prefixBinary(bitsPerSecond, asSymbol, withIecPrefix, prefix);
     std::string text;
-    uString::toText(bitsPerSecond / scale, text, false, " : %3.1f ");
+    uString::toText(bitsPerSecond / scale, text, replaced, " : %3.1f ");
     return text + prefix + "bits/second";
 }
 
@@ -72,10 +78,10 @@ void describeStatus(const ChannelMetrics& metrics, std::uint32_t bufferBytes, Ch
     if (const StateRow* row = findRow(metrics.state)) {
         status.code = row->code;
         status.text = row->text;
-        status.configurable = row->configurable;
-        status.startable = row->startable;
-        status.stoppable = row->stoppable;
-        status.hasData = row->hasData;
+        status.configurable = row->allows(configurable);
+        status.startable = row->allows(startable);
+        status.stoppable = row->allows(stoppable);
+        status.hasData = row->allows(hasData);
     }
     if (metrics.state == Recording) {
         status.text += rateText(metrics.dataRate) + percentText(" : %3.0f%% full", metrics.bytesReady, bufferBytes);

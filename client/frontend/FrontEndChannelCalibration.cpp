@@ -97,7 +97,7 @@ void logPins(const Metrics& m, const Cal& cal, std::uint32_t numPins) {
 
 void FrontEndChannel_1::calibrate() {
     logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::calibrate");
-    calibration.baseFile = settings.file;
+    calibration.baseFile = stem();
     const uMutexLock lock(*mutex);
     do {
         if (calibration.calInProgress) {
@@ -148,6 +148,7 @@ void FrontEndChannel_1::calibrate() {
         calibration.calProgress = 1.0;
         writeCacheFile(calibration.baseFile + ".cache", settings.pinMap);
         settings.file = calibration.baseFile;
+        calibration.attemptFile.clear();
         transmitter->shutdown();
     } catch (...) {
         // A verification recording moves the state; what the channel was before still holds.
@@ -157,6 +158,7 @@ void FrontEndChannel_1::calibrate() {
         }
         cal = calAtEntry;
         settings.file = calibration.baseFile;
+        calibration.attemptFile.clear();
         try {
             transmitter->shutdown();
         } catch (...) {
@@ -176,8 +178,8 @@ void FrontEndChannel_1::autoCal(Metrics& results, Cal& target, std::uint32_t sta
         const auto setting = static_cast<int>(clocking.frequencySetting);
         const double frequency = clocking.frequencies.at(clocking.frequencySetting);
         logStep(here(), "trying freq%d (%6.5e)", setting, frequency);
-        settings.file = calibration.baseFile + ".freq" + std::to_string(setting);
-        session.diagnosticStems.push_back(settings.file);
+        calibration.attemptFile = calibration.baseFile + ".freq" + std::to_string(setting);
+        session.diagnosticStems.push_back(calibration.attemptFile);
         try {
             attemptCal(results, target, work);
             logStep(here(), "freq%d (%6.5e) kept%s", setting, frequency,

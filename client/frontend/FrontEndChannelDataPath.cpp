@@ -36,9 +36,10 @@ void FrontEndChannel_1::freeSelf() {
 
 /// Keeps the last recording under a number of its own, as long as the budget lasts.
 void FrontEndChannel_1::rotateDataFile() {
-    const std::string from = settings.file + ".bin";
-    std::string to = settings.file;
-    uString::toText(settings.archive, to, true, ".%d.bin");
+    const std::string from = stem() + ".bin";
+    std::string to = stem();
+    constexpr bool appended = true;
+    uString::toText(settings.archive, to, appended, ".%d.bin");
     --settings.archive;
     std::rename(from.c_str(), to.c_str());
 }
@@ -50,7 +51,7 @@ void FrontEndChannel_1::sync() {
 }
 
 bool FrontEndChannel_1::openDataFile() {
-    const std::string path = settings.file + ".bin";
+    const std::string path = stem() + ".bin";
     control.dataFile = OutputFile(path, OutputFile::Mode::binary);
     if (!control.dataFile.isOpen()) {
         control.dataFileRefused = true;

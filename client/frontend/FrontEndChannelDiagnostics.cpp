@@ -20,6 +20,9 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
+constexpr bool withSymbol = true;
+constexpr bool appended = true;
+
 constexpr std::array deletedSuffixes{".bin", ".ver", ".cap.txt", ".reg.txt", ".cal.txt", ".trg.txt"};
 
 /// Fails with eFILE unless the file is opened and written completely.
@@ -141,16 +144,20 @@ private:
 
 } // namespace
 
+const std::string& FrontEndChannel_1::stem() const {
+    return calibration.attemptFile.empty() ? settings.file : calibration.attemptFile;
+}
+
 void FrontEndChannel_1::deleteDiagnosticFiles() {
     for (const std::string& stem : session.diagnosticStems) {
         deleteFilesOf(stem);
     }
     session.diagnosticStems.clear();
-    deleteFilesOf(settings.file);
+    deleteFilesOf(stem());
 }
 
 void FrontEndChannel_1::checkTriggerFile() {
-    std::FILE* trigger = std::fopen((settings.file + ".trg.txt").c_str(), "r");
+    std::FILE* trigger = std::fopen((stem() + ".trg.txt").c_str(), "r");
     if (trigger != nullptr) {
         std::fclose(trigger);
         signalStop(Stopped, nullptr);
@@ -159,16 +166,16 @@ void FrontEndChannel_1::checkTriggerFile() {
 
 void FrontEndChannel_1::formatMetrics(std::string& text) const {
     text.clear();
-    uString::toTextWithPrefix(clocking.exportFrequency, text, true, true, "exportFrequency=%3.2f ");
-    uString::toTextWithPrefix(clocking.dataFrequency, text, true, true, "Hz\ndataFrequency=%3.2f ");
-    uString::toTextWithPrefix(clocking.dataRate, text, true, true, "words/second\ndataRate=%3.2f ");
-    uString::toTextWithPrefix(clocking.oversampling, text, true, true, "bits/second\noversampling=%3.2f ");
+    uString::toTextWithPrefix(clocking.exportFrequency, text, withSymbol, appended, "exportFrequency=%3.2f ");
+    uString::toTextWithPrefix(clocking.dataFrequency, text, withSymbol, appended, "Hz\ndataFrequency=%3.2f ");
+    uString::toTextWithPrefix(clocking.dataRate, text, withSymbol, appended, "words/second\ndataRate=%3.2f ");
+    uString::toTextWithPrefix(clocking.oversampling, text, withSymbol, appended, "bits/second\noversampling=%3.2f ");
     text += "samples/bit\n";
 }
 
 void FrontEndChannel_1::logOvs(const Cal& target, const char* suffix) {
     const std::uint32_t used = analysis::usedPins(settings.numPins);
-    TextFile file(settings.file + (suffix != nullptr ? suffix : ".cap.txt"));
+    TextFile file(stem() + (suffix != nullptr ? suffix : ".cap.txt"));
     std::string text;
     formatMetrics(text);
     for (std::uint32_t p = 0; p < used; ++p) {
@@ -195,7 +202,7 @@ void FrontEndChannel_1::logRegs() {
         append(text, "\n0x%08x=", access.address);
         append(text, "0x%04x", access.value);
     }
-    TextFile file(settings.file + ".reg.txt");
+    TextFile file(stem() + ".reg.txt");
     file.write(text + "\n");
     file.finish();
 }
@@ -204,7 +211,7 @@ void FrontEndChannel_1::logCal(const Metrics& results, const Cal& target) {
     const char* xmtrType = nullptr;
     transmitter->getProperty("xmtrType", &xmtrType);
     const std::uint32_t used = analysis::usedPins(settings.numPins);
-    TextFile file(settings.file + ".cal.txt");
+    TextFile file(stem() + ".cal.txt");
     std::string text;
     formatMetrics(text);
     text += "\n";

@@ -20,6 +20,9 @@ constexpr std::uint32_t lastDebounce = 8;
 constexpr std::uint32_t fullFilter = 7;
 constexpr int pairsTried = 10;
 
+constexpr bool withSymbol = true;
+constexpr bool appended = true;
+
 analysis::UnitClock unitClock(const FrontEnd_1& frontEnd) {
     const PllSettings& pll = frontEnd.pll();
     return {pll.refFrequency, pll.multiplier, pll.divider};
@@ -39,8 +42,8 @@ const char* reasonFor(analysis::FrequencyVerdict verdict) {
 
 std::string withFrequencies(const char* reason, const analysis::FrequencyPair& pair) {
     std::string text = reason;
-    uString::toTextWithPrefix(pair.first, text, true, true, " : frequencies=%3.3f ");
-    uString::toTextWithPrefix(pair.second, text, true, true, "Hz, %3.3f ");
+    uString::toTextWithPrefix(pair.first, text, withSymbol, appended, " : frequencies=%3.3f ");
+    uString::toTextWithPrefix(pair.second, text, withSymbol, appended, "Hz, %3.3f ");
     return text + "Hz";
 }
 
@@ -61,7 +64,7 @@ std::string unusableText(double exportFrequency, double dataRate) {
     }
     text += "transmitter frequency measured at ";
     if (exportFrequency > 1.0) {
-        uString::toTextWithPrefix(exportFrequency, text, true, true, "%3.1f ");
+        uString::toTextWithPrefix(exportFrequency, text, withSymbol, appended, "%3.1f ");
     } else {
         text += "0 ";
     }

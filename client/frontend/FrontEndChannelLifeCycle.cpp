@@ -22,6 +22,8 @@ constexpr std::uint32_t requestGranularity = 16384;
 
 constexpr std::uint32_t samplesDepth = 512; // words in a proc's FIFO
 
+constexpr bool appended = true;
+
 void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
     logEntry(frontEndUnit, function, location);
 }
@@ -137,7 +139,8 @@ void FrontEndChannel_1::start(bool) {
         rotateDataFile();
     }
     try {
-        internalStart(settings.orvBufSize, settings.orvBufMode, settings.testPattern.c_str(), true, true, false);
+        internalStart(settings.orvBufSize, settings.orvBufMode, settings.testPattern.c_str(),
+                      {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
         logStep(here(), "starting collection thread");
         // Opened before the thread runs, so that no reader finds the earlier recording once start has returned.
         if (!control.dataFile.isOpen()) {
@@ -173,10 +176,10 @@ bool FrontEndChannel_1::endEarlierThread() {
 }
 
 void FrontEndChannel_1::internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program,
-                                      bool prepare, bool enableTransmitter, bool bypassProtocol) {
+                                      StartSteps steps) {
     DataClient* client = frontEnd->getDataClient();
-    if (prepare) {
-        if (enableTransmitter) {
+    if (steps.prepare) {
+        if (steps.enableTransmitter) {
             transmitter->shutdown();
             transmitter->reset();
             logStep(here(), "shutdown transmitter");
@@ -194,11 +197,11 @@ void FrontEndChannel_1::internalStart(std::uint32_t bufferSize, const std::strin
         initializeThreadState();
         session.dataChannel->start();
         logStep(here(), "called ds_start");
-        programRecordingRegisters(bypassProtocol, clockRegister);
+        programRecordingRegisters(steps.bypassProtocol, clockRegister);
         logRegs();
     }
-    if (enableTransmitter) {
-        // Behind the capture side, so that the first word sent is seen.
+    if (steps.enableTransmitter) {
+        // After the capture side, so that the first word sent is seen.
         logStep(here(), "enabling transmitter");
         transmitter->program(program, clocking.frequencySetting);
         if (clocking.frequencySetting < clocking.frequencies.size()) {
@@ -221,12 +224,13 @@ void FrontEndChannel_1::initializeThreadState() {
     control.dataFileRefused = false;
     control.verifyTimeoutTicks = 0;
     control.errorText.clear();
-    std::remove((settings.file + ".trg.txt").c_str());
+    std::remove((stem() + ".trg.txt").c_str());
 }
 
-void FrontEndChannel_1::internalStop(bool stopCapture, bool stopTransmitter) {
-    if (stopTransmitter) {
-        transmitter->end(true);
+void FrontEndChannel_1::internalStop(StopSteps steps) {
+    if (steps.stopTransmitter) {
+        constexpr bool traceEnds = true;
+        transmitter->end(traceEnds);
         transmitter->flush();
         try {
             transmitter->shutdown();
@@ -236,7 +240,7 @@ void FrontEndChannel_1::internalStop(bool stopCapture, bool stopTransmitter) {
             logStepError(here(), "failed shutting down port");
         }
     }
-    if (stopCapture) {
+    if (steps.stopCapture) {
         disableClock();
         flushStm();
         logStep(here(), "calling ds_stop");
@@ -367,7 +371,7 @@ void FrontEndChannel_1::pollRecording() {
     checkTriggerFile();
     if (const std::uint32_t error = readOvsError(); error != 0) {
         std::string text = "orv receiver error ";
-        signalStop(Failed, uString::toText(error, text, true));
+        signalStop(Failed, uString::toText(error, text, appended));
     }
     if (settings.ovsMargin != 0) {
         captureOvs();
@@ -380,7 +384,7 @@ void FrontEndChannel_1::drain(Run& run) {
     if (run.firstStop) {
         run.firstStop = false;
         run.ticks = 0;
-        internalStop(true, true);
+        internalStop({.stopCapture = true, .stopTransmitter = true});
     }
     if (counters.bytesReady == 0) {
         logStep(here(), "no more data in orv buffer, setting exit to true");

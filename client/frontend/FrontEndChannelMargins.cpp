@@ -13,28 +13,21 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-namespace {
-
-/// The channel's state groups, which are private to it, come in as whatever they are.
-template <typename Settings, typename Clocking, typename Oversampling>
-analysis::Burst burstOf(const Settings& settings, const Clocking& clocking, const Oversampling& oversampling) {
-    analysis::Burst burst;
-    burst.numPins = analysis::usedPins(settings.numPins);
-    for (std::uint32_t p = 0; p < burst.numPins; ++p) {
-        burst.pin[p] = oversampling.ovsWords[p];
+analysis::Burst FrontEndChannel_1::burst() const {
+    analysis::Burst captured;
+    captured.numPins = analysis::usedPins(settings.numPins);
+    for (std::uint32_t p = 0; p < captured.numPins; ++p) {
+        captured.pin[p] = oversampling.ovsWords[p];
     }
-    burst.length = oversampling.ovsDepth * oversampling.ovsWordBits;
-    burst.skip = oversampling.ovsStart;
-    burst.oversampling = clocking.oversampling;
-    burst.bitSamples = clocking.bitSamples;
-    return burst;
+    captured.length = oversampling.ovsDepth * oversampling.ovsWordBits;
+    captured.skip = oversampling.ovsStart;
+    captured.oversampling = clocking.oversampling;
+    captured.bitSamples = clocking.bitSamples;
+    return captured;
 }
 
-} // namespace
-
 void FrontEndChannel_1::detectSamplingPosition() {
-    const analysis::SamplingPositionCounts counts =
-        analysis::countSamplingPositions(burstOf(settings, clocking, oversampling));
+    const analysis::SamplingPositionCounts counts = analysis::countSamplingPositions(burst());
     const char* found = nullptr;
     switch (analysis::samplingPosition(counts)) {
     case analysis::SamplingPosition::center:
@@ -55,7 +48,7 @@ void FrontEndChannel_1::detectSamplingPosition() {
 }
 
 void FrontEndChannel_1::stretch(Metrics& m) {
-    analysis::stretch(burstOf(settings, clocking, oversampling), transmitter->getPattern()->onesRatio(), m);
+    analysis::stretch(burst(), transmitter->getPattern()->onesRatio(), m);
 }
 
 void FrontEndChannel_1::align(Metrics& m, std::uint32_t strategy) {
@@ -78,21 +71,20 @@ void FrontEndChannel_1::align(Metrics& m, std::uint32_t strategy) {
 
 void FrontEndChannel_1::alignDataWithClock(Metrics& m) {
     findMargin(m);
-    analysis::alignDataWithClock(burstOf(settings, clocking, oversampling), m);
+    analysis::alignDataWithClock(burst(), m);
 }
 
 void FrontEndChannel_1::alignDataWithData(Metrics& m) {
-    analysis::alignDataWithData(burstOf(settings, clocking, oversampling), settings.referencePin, m);
+    analysis::alignDataWithData(burst(), settings.referencePin, m);
 }
 
 void FrontEndChannel_1::findMargin(Metrics& m) {
     const bool delayDue = settings.samplingPos == "edge" && m.proc[0].delay == 0;
-    analysis::findMargin(burstOf(settings, clocking, oversampling),
-                         delayDue ? analysis::halfPeriod(clocking.oversampling) : 0, m);
+    analysis::findMargin(burst(), delayDue ? analysis::halfPeriod(clocking.oversampling) : 0, m);
 }
 
 void FrontEndChannel_1::adjustClockDelay(Metrics& m) {
-    const analysis::ClockCentring margins = analysis::clockMargins(burstOf(settings, clocking, oversampling), m);
+    const analysis::ClockCentring margins = analysis::clockMargins(burst(), m);
     logStep(here(), "clock margins : %u before, %u after, %u samples needed in all : %s", margins.before, margins.after,
             margins.need, margins.enough ? "enough" : "too low");
     if (!margins.enough) {
@@ -103,7 +95,7 @@ void FrontEndChannel_1::adjustClockDelay(Metrics& m) {
 }
 
 void FrontEndChannel_1::computeOvsDataCorrelation(Metrics& m) {
-    analysis::correlateAtZero(burstOf(settings, clocking, oversampling), settings.referencePin, m);
+    analysis::correlateAtZero(burst(), settings.referencePin, m);
 }
 
 void FrontEndChannel_1::formatDelaysForFpga(Metrics& m) {
@@ -115,7 +107,7 @@ double FrontEndChannel_1::findPeakCorrelation(const ProcMetrics& p, std::int32_t
 }
 
 void FrontEndChannel_1::verifyOvsMargin(const Cal& target, std::int32_t margin) {
-    const analysis::MarginFault fault = analysis::findMarginFault(burstOf(settings, clocking, oversampling), margin);
+    const analysis::MarginFault fault = analysis::findMarginFault(burst(), margin);
     if (fault.kind == analysis::MarginFault::Kind::none) {
         return;
     }

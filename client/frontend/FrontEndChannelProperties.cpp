@@ -25,6 +25,8 @@ constexpr std::uint32_t wrapBlock = 16384;
 
 constexpr const char* trueOrFalse = "true|false";
 
+constexpr bool appended = true;
+
 /// True when `value` is one of the words of `choices`, which stand between bars.
 bool isChoice(std::string_view choices, std::string_view value) {
     while (!choices.empty()) {
@@ -47,7 +49,7 @@ const char* join(std::string& out, std::span<const Item> items, const char* form
         if (&item != items.data()) {
             out += ',';
         }
-        uString::toText(item, out, true, format);
+        uString::toText(item, out, appended, format);
     }
     return out.c_str();
 }
@@ -111,6 +113,11 @@ struct FrontEndChannel_1::Properties {
         return text.c_str();
     }
 
+    // A new stem holds at once, for the rest of a running attempt, too.
+    static void setFile(Channel& c, const char* value) {
+        c.settings.file = value;
+        c.calibration.attemptFile.clear();
+    }
     static void setBufMode(Channel& c, const char* value) {
         c.settings.orvBufMode = value;
         // A wrapping buffer loses its beginning, so a reader needs synchronisation all along the stream.
@@ -157,7 +164,7 @@ struct FrontEndChannel_1::Properties {
 constexpr auto anyText = static_cast<const char*>(nullptr);
 
 const FrontEndChannel_1::Properties::Entry FrontEndChannel_1::Properties::table[] = {
-    {"file", anyText, setText<&Settings::file>, getText<&Settings::file>},
+    {"file", anyText, setFile, [](Channel& c) { return c.stem().c_str(); }},
     {"drmXmtr", anyText, setText<&Settings::drmXmtr>, getText<&Settings::drmXmtr>},
     {"targetSync", anyText, setText<&Settings::targetSync>, getText<&Settings::targetSync>},
     {"startPort", anyText, setNumber<&Settings::startPort>, nullptr},
@@ -282,7 +289,7 @@ void FrontEndChannel_1::setBufferSize(const char* value) {
 
 void FrontEndChannel_1::setPropsFile(const char* value) {
     parser->readFile(value);
-    if (settings.file.empty()) {
+    if (stem().empty()) {
         const std::string_view path = value;
         settings.file = path.substr(0, path.rfind('.'));
     }

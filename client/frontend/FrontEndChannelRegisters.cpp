@@ -1,12 +1,11 @@
+#include "client/analysis/Periods.h"
 #include "client/frontend/ChannelLog.h"
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <string>
 
 namespace VX_QRS::ORV::CLIENT {
@@ -140,15 +139,9 @@ void FrontEndChannel_1::waitForCommsIdle(unsigned polls) {
 }
 
 std::uint32_t FrontEndChannel_1::convertPeriod(std::uint32_t words, std::uint32_t low, std::uint32_t high) const {
+    // Not a number before any frequency is known.
     const double ratio = clocking.wordClockFrequency / clocking.dataFrequency;
-    const double counts = std::max(words, low) * ratio + 0.5;
-    // Before any frequency is known there is no ratio. What does not fit into 64 bits has no low half either.
-    constexpr double limit = 9223372036854775808.0;
-    if (!std::isfinite(counts) || counts >= limit || counts < -limit) {
-        return 0;
-    }
-    const auto period = static_cast<std::uint32_t>(static_cast<std::int64_t>(counts) & 0xFFFFFFFF);
-    return std::min(period, high);
+    return analysis::convertPeriod(words, low, high, ratio);
 }
 
 void FrontEndChannel_1::programRecordingRegisters(bool bypassProtocol, std::uint32_t clockRegister) {

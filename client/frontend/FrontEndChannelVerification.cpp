@@ -27,12 +27,15 @@ void FrontEndChannel_1::verifyCal() {
     if (settings.drmXmtr == "tpiu") {
         // This export has to run before the capture side is set up.
         settings.verifyPattern = "f0";
-        internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(), false, true, true);
-        internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(), true, false, true);
+        internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(),
+                      {.prepare = false, .enableTransmitter = true, .bypassProtocol = true});
+        internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(),
+                      {.prepare = true, .enableTransmitter = false, .bypassProtocol = true});
     } else {
-        internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(), true, true, false);
+        internalStart(verificationBytes, "stop", settings.verifyPattern.c_str(),
+                      {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
     }
-    const std::string path = settings.file + ".ver";
+    const std::string path = stem() + ".ver";
     control.dataFile = OutputFile(path, OutputFile::Mode::binary);
     if (!control.dataFile.isOpen()) {
         fail(frontEndUnit, eFILE, path);

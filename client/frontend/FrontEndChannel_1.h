@@ -2,6 +2,7 @@
 
 #include "client/FrontEndChannel.h"
 #include "client/Transmitter.h"
+#include "client/analysis/Burst.h"
 #include "client/analysis/Cal.h"
 #include "client/analysis/Metrics.h"
 #include "client/frontend/FrontEnd_1.h"
@@ -71,9 +72,17 @@ private:
     // ---- FrontEndChannelLifeCycle.cpp ----
     void open();
     void close();
-    void internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program, bool prepare,
-                       bool enableTransmitter, bool bypassProtocol);
-    void internalStop(bool stopCapture, bool stopTransmitter);
+    struct StartSteps {
+        bool prepare;           ///< open the stream and program the capture side
+        bool enableTransmitter; ///< program the transmitter
+        bool bypassProtocol;    ///< record words as sampled, without the protocol of the export
+    };
+    void internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program, StartSteps steps);
+    struct StopSteps {
+        bool stopCapture;
+        bool stopTransmitter;
+    };
+    void internalStop(StopSteps steps);
     void initializeThreadState();
     void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
     void terminateThread();                                    // without the mutex: the thread needs it to end
@@ -148,6 +157,8 @@ private:
     std::uint32_t readOvsError();
 
     // ---- FrontEndChannelMargins.cpp: members that hand the burst to the analysis functions ----
+    /// The burst captured last, as the analysis functions take it; refers to the host buffers.
+    analysis::Burst burst() const;
     void detectSamplingPosition();
     void stretch(Metrics& m);
     void align(Metrics& m, std::uint32_t strategy);
@@ -164,6 +175,8 @@ private:
     void verifyCal();
 
     // ---- FrontEndChannelDiagnostics.cpp ----
+    /// Stem of the files written now: the running attempt's, otherwise the setting `file`.
+    const std::string& stem() const;
     void deleteDiagnosticFiles();
     void logCal(const Metrics& results, const Cal& target);
     void logOvs(const Cal& target, const char* suffix = nullptr);
@@ -172,11 +185,11 @@ private:
     void correlationString(const ProcMetrics& p, std::string& text) const;
     void checkTriggerFile();
 
-    /// What the user asked for. Written by setProperty on the controlling thread (and by calibrate, which gives each
-    /// attempt a `file` of its own, detects `samplingPos`, and fixes `calMode` and `verifyPattern` for some kinds of
-    /// export); acted on at the next applySettings, calibrate or start.
+    /// What the user asked for. Written by setProperty on the controlling thread (and by calibrate, which sets `file` to
+    /// the stem it began with, detects `samplingPos`, and fixes `calMode` and `verifyPattern` for some kinds of export);
+    /// acted on at the next applySettings, calibrate or start.
     struct Settings {
-        std::string file; ///< stem of the data file and of all diagnostic files
+        std::string file; ///< stem of the data file and of all diagnostic files; see stem()
         std::vector<std::string> delays, stretches, plateaus, debounces, filters; ///< per pin; converted by open
         std::int32_t ovsMargin = 0;                 ///< not 0: margins are watched while recording
         double frequencyLimit = 0.0;                ///< Hz; 0 for none
@@ -252,7 +265,8 @@ private:
     struct Calibration {
         Cal cal;
         Metrics metrics;
-        std::string baseFile; ///< the stem as it was when calibrate began
+        std::string baseFile;    ///< the stem as it was when calibrate began
+        std::string attemptFile; ///< stem of the running attempt's files; empty outside of attempts
         std::atomic<bool> calInProgress{false};
         std::atomic<double> calProgress{0.0};
     };

@@ -14,6 +14,8 @@ using Vx::Qrs::Trace::limits::syncZeros;
 constexpr std::uint32_t keptErrors = 10;
 constexpr std::uint32_t reportedItems = 5;
 
+constexpr bool appended = true;
+
 } // namespace
 
 PatternVerifier::PatternVerifier(Pattern& expected, FrameFormat frameFormat) : pattern(expected), format(frameFormat) {
@@ -128,11 +130,11 @@ std::string PatternVerifier::report() const {
         if (items >= reportedItems) {
             break;
         }
-        uString::toText(packet.packet, text, true, " : data errors in packet %d");
+        uString::toText(packet.packet, text, appended, " : data errors in packet %d");
         // A packet that was begun is reported whole.
         for (const auto& [index, word] : packet.words) {
-            uString::toText(index, text, true, ", [%03d]=");
-            uString::toText(word, text, true, "0x%04x");
+            uString::toText(index, text, appended, ", [%03d]=");
+            uString::toText(word, text, appended, "0x%04x");
             ++items;
         }
     }
@@ -143,7 +145,7 @@ std::string PatternVerifier::report() const {
         if (items >= reportedItems) {
             break;
         }
-        uString::toText(packet, text, true, ", %d");
+        uString::toText(packet, text, appended, ", %d");
         ++items;
     }
     return text;

@@ -47,7 +47,8 @@ Ending recordWatched(const bench::Scenario& scenario, const char* ovsMargin) {
     BenchRig rig(scenario, folder.path, std::string("ovsMargin=") + ovsMargin + "\n");
     rig.channel->calibrate();
     const std::uint64_t begin = rig.time.now;
-    rig.inside().internalStart(0x8000000, "stop", "none", true, true, false);
+    rig.inside().internalStart(0x8000000, "stop", "none",
+                               {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
     rig.inside().control().dataFile = VX_QRS::OutputFile(rig.stem + ".bin", VX_QRS::OutputFile::Mode::binary);
     rig.channel->run();
     Ending ending;

@@ -55,7 +55,8 @@ std::optional<std::string> BenchRig::recordPattern(std::uint32_t bytes) {
     const std::string path = stem + ".long";
     ChannelInspector in = inside();
     try {
-        in.internalStart(bytes, "stop", "verification", true, true, false);
+        in.internalStart(bytes, "stop", "verification",
+                         {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
         in.control().dataFile = VX_QRS::OutputFile(path, VX_QRS::OutputFile::Mode::binary);
         channel->run();
         if (in.control().hasError) {

@@ -27,11 +27,12 @@ struct ChannelInspector {
     // life cycle
     void open() { channel.open(); }
     void close() { channel.close(); }
-    void internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program, bool prepare,
-                       bool enableTransmitter, bool bypassProtocol) {
-        channel.internalStart(bufferSize, bufferMode, program, prepare, enableTransmitter, bypassProtocol);
+    using StartSteps = FrontEndChannel_1::StartSteps;
+    using StopSteps = FrontEndChannel_1::StopSteps;
+    void internalStart(std::uint32_t bufferSize, const std::string& bufferMode, const char* program, StartSteps steps) {
+        channel.internalStart(bufferSize, bufferMode, program, steps);
     }
-    void internalStop(bool stopCapture, bool stopTransmitter) { channel.internalStop(stopCapture, stopTransmitter); }
+    void internalStop(StopSteps steps) { channel.internalStop(steps); }
     void initializeThreadState() { channel.initializeThreadState(); }
     void signalStop(std::int32_t requested, const char* text) { channel.signalStop(requested, text); }
     void terminateThread() { channel.terminateThread(); }

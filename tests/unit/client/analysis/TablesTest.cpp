@@ -1,5 +1,6 @@
 #include "client/analysis/CalRegisters.h"
 #include "client/analysis/Metrics.h"
+#include "client/analysis/Periods.h"
 #include "client/analysis/Rates.h"
 
 #include <gtest/gtest.h>
@@ -347,6 +348,33 @@ TEST(OvsStatistics, LookAtTheProcsInUseOnly) {
     EXPECT_TRUE(stats.isFilled());
     stats.entry[1].level = 1;
     EXPECT_FALSE(stats.isEmpty());
+}
+
+// ---- periods of the unit's timers ----
+
+TEST(Periods, AreRaisedScaledRoundedAndLowered) {
+    using analysis::convertPeriod;
+    EXPECT_EQ(convertPeriod(0, 2, 100, 1.0), 2U);
+    EXPECT_EQ(convertPeriod(1, 2, 100, 1.0), 2U);
+    EXPECT_EQ(convertPeriod(50, 2, 100, 1.0), 50U);
+    EXPECT_EQ(convertPeriod(101, 2, 100, 1.0), 100U);
+    EXPECT_EQ(convertPeriod(5, 2, 100, 0.25), 1U) << "1.25";
+    EXPECT_EQ(convertPeriod(6, 2, 100, 0.25), 2U) << "1.5";
+    EXPECT_EQ(convertPeriod(2, 2, 100, 0.25), 1U) << "the result may go below the lower bound";
+    EXPECT_EQ(convertPeriod(2, 2, 100, 1.0 / 16), 0U);
+}
+
+TEST(Periods, AreZeroWithoutARatio) {
+    using analysis::convertPeriod;
+    EXPECT_EQ(convertPeriod(100, 2, 1000, std::nan("")), 0U) << "no frequency known";
+    EXPECT_EQ(convertPeriod(100, 2, 1000, HUGE_VAL), 0U);
+    EXPECT_EQ(convertPeriod(100, 2, 1000, 1e30), 0U) << "beyond 64 bits";
+}
+
+TEST(Periods, WrapInThirtyTwoBitsBeforeTheyAreLowered) {
+    using analysis::convertPeriod;
+    EXPECT_EQ(convertPeriod(0x7FFFFFFF, 2, 16352, 87.5e6 / 43749912.5), 0x218CU);
+    EXPECT_EQ(convertPeriod(0x7FFFFFFF, 2, 16352, 2.0), 16352U);
 }
 
 } // namespace

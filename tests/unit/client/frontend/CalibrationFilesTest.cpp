@@ -28,18 +28,24 @@ protected:
     }
     /// What a calibration at 100 MHz could have left.
     void fillIn() {
-        inside().applyFrequencyChange(100e6);
-        inside().setupPins(inside().cal());
-        inside().cal().reset();
-        inside().cal().proc[0].delay = 9;
-        inside().cal().proc[1].stretch = -2;
-        inside().cal().proc[1].plateau = 7;
-        inside().metrics().proc[1].marginBefore = 3;
-        inside().metrics().proc[1].marginAfter = 4;
-        inside().metrics().proc[1].correlation[31 - 2] = 0.25;
-        inside().metrics().proc[1].correlation[31 + 2] = 0.875;
-        inside().metrics().proc[1].correlationAtZero = -0.0625;
+        measure(100000000);
+        cal.reset();
+        for (const std::uint32_t p : {0U, 1U}) {
+            cal.proc[p].rcvrpin = 4 + p;
+            cal.proc[p].enable = 1;
+        }
+        cal.proc[0].delay = 9;
+        cal.proc[1].stretch = -2;
+        cal.proc[1].plateau = 7;
+        metrics.proc[1].marginBefore = 3;
+        metrics.proc[1].marginAfter = 4;
+        metrics.proc[1].correlation[31 - 2] = 0.25;
+        metrics.proc[1].correlation[31 + 2] = 0.875;
+        metrics.proc[1].correlationAtZero = -0.0625;
     }
+
+    Cal cal;
+    Metrics metrics;
 };
 
 const std::string metricsOf100MHz = "exportFrequency=100.00 MHz\n"
@@ -51,7 +57,7 @@ TEST_F(DiagnosticFiles, TheReportOfACalibrationReadsAsItAlwaysDid) {
     openTwoPins();
     transmitter.properties["xmtrType"] = "stm";
     fillIn();
-    inside().logCal(inside().metrics(), inside().cal());
+    inside().logCal(metrics, cal);
     EXPECT_EQ(text(".cal.txt"), metricsOf100MHz + "\n"
                                                   "[Clock]\n"
                                                   "edges=0\n"
@@ -76,11 +82,11 @@ TEST_F(DiagnosticFiles, TheReportOfACalibrationReadsAsItAlwaysDid) {
 TEST_F(DiagnosticFiles, TheReportWithTheClockStrategyHasNoCorrelations) {
     openTwoPins("deskewStrategy=clock\n");
     fillIn();
-    inside().metrics().proc[0].ringing = 3;
-    inside().metrics().proc[1].glitches = 2;
-    inside().metrics().proc[1].edges = 7;
-    inside().metrics().proc[1].marginAfter = notSet;
-    inside().logCal(inside().metrics(), inside().cal());
+    metrics.proc[0].ringing = 3;
+    metrics.proc[1].glitches = 2;
+    metrics.proc[1].edges = 7;
+    metrics.proc[1].marginAfter = notSet;
+    inside().logCal(metrics, cal);
     EXPECT_THAT(text(".cal.txt"), HasSubstr("[Clock]\nringing=3\nedges=0\n\n"
                                             "[Data 1]\nglitches=2\nedges=7\nmargin=-3,+2147483647\n\n"
                                             "[Properties]\n"));
@@ -89,18 +95,17 @@ TEST_F(DiagnosticFiles, TheReportWithTheClockStrategyHasNoCorrelations) {
 TEST_F(DiagnosticFiles, TheReportOfSevenDataPinsListsEightValues) {
     configure("numPins=7\n");
     channel->applySettings();
-    inside().setupPins(inside().cal());
-    inside().cal().reset();
+    cal.reset();
     for (std::uint32_t p = 0; p < 8; ++p) {
-        inside().cal().proc[p].delay = p;
+        cal.proc[p].delay = p;
     }
-    inside().logCal(inside().metrics(), inside().cal());
+    inside().logCal(metrics, cal);
     EXPECT_THAT(text(".cal.txt"), HasSubstr("\nnumPins=7\ndelays=0,1,2,3,4,5,6,7\nstretches=0,0,0,0,0,0,0,0\n"));
 }
 
 TEST_F(DiagnosticFiles, TheReportOfAManualCalibrationHasItsMarginsAndNoEdges) {
     openTwoPins("calMode=manual\n");
-    inside().applyFrequencyChange(50e6);
+    measure(50000000);
     bursts::OwnedBurst burst(2, 512);
     burst.square(0, 20, 14);
     burst.square(1, 27, 14);
@@ -112,14 +117,13 @@ TEST_F(DiagnosticFiles, TheReportOfAManualCalibrationHasItsMarginsAndNoEdges) {
 
 TEST_F(DiagnosticFiles, TheBurstIsListedSampleBySample) {
     openTwoPins();
-    fillIn();
     bursts::OwnedBurst burst(2, 512);
     burst.draw(0, "0110");
     burst.draw(1, "1", 8191);
     model.setBurst(0, burst.pins[0]);
     model.setBurst(1, burst.pins[1]);
-    inside().captureOvs();
-    inside().logOvs(inside().cal());
+    fillIn(); // takes the burst
+    inside().logOvs(cal);
     const std::string head = metricsOf100MHz +
                              "P0 : rcvrpin=4,filter=7,plateau=3,debounce=4,delay=9,stretch=0,enable=1\n"
                              "P1 : rcvrpin=5,filter=7,plateau=7,debounce=4,delay=0,stretch=-2,enable=1\n"
@@ -136,7 +140,7 @@ TEST_F(DiagnosticFiles, TheBurstIsListedSampleBySample) {
 
 TEST_F(DiagnosticFiles, TheBurstTakesTheSuffixItIsGiven) {
     openTwoPins();
-    inside().logOvs(inside().cal(), ".err.cap.txt");
+    inside().logOvs(cal, ".err.cap.txt");
     EXPECT_TRUE(exists(stem + ".err.cap.txt"));
     EXPECT_FALSE(exists(stem + ".cap.txt"));
     EXPECT_THAT(text(".err.cap.txt"),
@@ -173,9 +177,9 @@ TEST_F(DiagnosticFiles, ThatCannotBeOpenedFailWithTheirPath) {
     for (const char* suffix : {".cap.txt", ".reg.txt", ".cal.txt"}) {
         std::filesystem::create_directory(stem + suffix);
     }
-    expectFailure([&] { inside().logOvs(inside().cal()); }, eFILE, stem + ".cap.txt");
+    expectFailure([&] { inside().logOvs(cal); }, eFILE, stem + ".cap.txt");
     expectFailure([&] { inside().logRegs(); }, eFILE, stem + ".reg.txt");
-    expectFailure([&] { inside().logCal(inside().metrics(), inside().cal()); }, eFILE, stem + ".cal.txt");
+    expectFailure([&] { inside().logCal(metrics, cal); }, eFILE, stem + ".cal.txt");
 }
 
 TEST_F(DiagnosticFiles, ThatCannotBeWrittenCompletelyFail) {
@@ -186,9 +190,9 @@ TEST_F(DiagnosticFiles, ThatCannotBeWrittenCompletelyFail) {
     for (const char* suffix : {".cap.txt", ".reg.txt", ".cal.txt"}) {
         std::filesystem::create_symlink("/dev/full", stem + suffix);
     }
-    expectFailure([&] { inside().logOvs(inside().cal()); }, eFILE, stem + ".cap.txt");
+    expectFailure([&] { inside().logOvs(cal); }, eFILE, stem + ".cap.txt");
     expectFailure([&] { inside().logRegs(); }, eFILE, stem + ".reg.txt");
-    expectFailure([&] { inside().logCal(inside().metrics(), inside().cal()); }, eFAIL, "logging metrics");
+    expectFailure([&] { inside().logCal(metrics, cal); }, eFAIL, "logging metrics");
     std::filesystem::create_symlink("/dev/full", stem + ".cache");
     channel->setProperty("calMode", "manual"); // which deletes the other three first
     expectFailure([&] { channel->calibrate(); }, eFILE, stem + ".cache");
@@ -198,7 +202,8 @@ TEST_F(DiagnosticFiles, AreDeletedForEveryStemInUseButForTheLastOnes) {
     openTwoPins();
     const std::vector<std::string> deleted{".bin", ".ver", ".cap.txt", ".reg.txt", ".cal.txt", ".trg.txt"};
     const std::vector<std::string> kept{".err.cap.txt", ".cache", ".freq3.bin"};
-    inside().session().diagnosticStems = {stem + ".freq1", stem + ".freq2"};
+    auto& stems = inside().session().diagnosticStems;
+    stems = {stem + ".freq1", stem + ".freq2"};
     for (const std::string& of : {stem, stem + ".freq1", stem + ".freq2"}) {
         for (const std::string& suffix : deleted) {
             writeText(of + suffix, "x");
@@ -216,7 +221,7 @@ TEST_F(DiagnosticFiles, AreDeletedForEveryStemInUseButForTheLastOnes) {
             EXPECT_TRUE(exists(of + suffix)) << of << suffix;
         }
     }
-    EXPECT_THAT(inside().session().diagnosticStems, IsEmpty());
+    EXPECT_THAT(stems, IsEmpty());
     inside().deleteDiagnosticFiles(); // nothing there is no error
 }
 
@@ -230,15 +235,16 @@ TEST_F(DiagnosticFiles, ThatCannotBeDeletedAreLeftSilently) {
 
 TEST_F(DiagnosticFiles, ATriggerFileStopsARecordingAndNothingElse) {
     openTwoPins();
-    inside().control().state = Recording;
+    writeText(stem + ".trg.txt", "");
+    inside().checkTriggerFile();
+    EXPECT_EQ(state(), Uncalibrated);
+    std::filesystem::remove(stem + ".trg.txt");
+    beginRecording();
     inside().checkTriggerFile();
     EXPECT_EQ(state(), Recording);
     writeText(stem + ".trg.txt", "");
     inside().checkTriggerFile();
     EXPECT_EQ(state(), Stopped);
-    inside().control().state = Calibrated;
-    inside().checkTriggerFile();
-    EXPECT_EQ(state(), Calibrated);
     EXPECT_TRUE(exists(stem + ".trg.txt"));
 }
 
@@ -267,9 +273,9 @@ TEST_F(DiagnosticFiles, ReplaceThoseOfTheSameName) {
     for (const char* suffix : {".cap.txt", ".reg.txt", ".cal.txt"}) {
         writeText(stem + suffix, "left over");
     }
-    inside().logOvs(inside().cal());
+    inside().logOvs(cal);
     inside().logRegs();
-    inside().logCal(inside().metrics(), inside().cal());
+    inside().logCal(metrics, cal);
     for (const char* suffix : {".cap.txt", ".reg.txt", ".cal.txt"}) {
         EXPECT_THAT(text(suffix), Not(HasSubstr("left over"))) << suffix;
     }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <random>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -82,6 +83,34 @@ protected:
                 unit.setBurst(p, burst.pins[p]);
             }
         });
+    }
+
+    /// The usable rates, as the property lists them.
+    std::vector<double> frequencies() {
+        std::vector<double> found;
+        std::istringstream items(get("frequencies"));
+        for (std::string item; std::getline(items, item, ',');) {
+            found.push_back(std::stod(item));
+        }
+        return found;
+    }
+    /// For tests of the scan, whatever the attempts that follow it come to.
+    void calibrateAnyway() {
+        try {
+            channel->calibrate();
+        } catch (const Exception&) {
+            return;
+        }
+    }
+    /// The setting that the transmitter was programmed with last.
+    std::string lastSetting() {
+        std::string found = "none";
+        for (const std::string& line : model.log()) {
+            if (line.starts_with("transmitter program ")) {
+                found = line.substr(line.rfind(' ') + 1);
+            }
+        }
+        return found;
     }
 
     std::vector<std::uint32_t> debounces() {

@@ -92,7 +92,7 @@ TEST_F(CalibrationTest, TheLogTellsOfAlignmentWithTheClock) {
 
 TEST_F(CalibrationTest, TheLogTellsOfMarginsThatAreTooLow) {
     openChannel();
-    inside().applyFrequencyChange(50e6);
+    measure(50000000);
     Metrics m;
     for (std::uint32_t p = 1; p < 5; ++p) {
         m.proc[p].marginBefore = 4;

@@ -7,32 +7,33 @@ namespace {
 
 TEST_F(CalibrationTest, AnUnknownDeskewStrategyIsRefused) {
     openChannel();
-    expectFailure([&] { inside().align(inside().metrics(), 2); }, eFAIL, "invalid software state");
+    Metrics unused;
+    expectFailure([&] { inside().align(unused, 2); }, eFAIL, "invalid software state");
 }
 
 TEST_F(CalibrationTest, WithDataAtTheClocksEdgesTheClockGoesHalfAPeriodLater) {
     openChannel();
-    inside().applyFrequencyChange(50e6); // 28 samples
-    inside().settings().samplingPos = "edge";
+    measure(50000000); // 28 samples
+    channel->setProperty("samplingPos", "edge");
     Metrics m;
     m.proc[0].delay = 2;
     inside().align(m, 1);
     EXPECT_EQ(m.proc[0].delay, 16);
-    inside().settings().samplingPos = "center";
+    channel->setProperty("samplingPos", "center");
     inside().align(m, 1);
     EXPECT_EQ(m.proc[0].delay, 16);
 }
 
 TEST_F(CalibrationTest, ABurstWithoutDataEdgesHasNoSamplingPosition) {
     openChannel();
-    inside().applyFrequencyChange(50e6);
+    measure(50000000);
     expectFailure([&] { inside().detectSamplingPosition(); }, eCALIBRATE, "unable to detect sampling position");
-    EXPECT_EQ(inside().settings().samplingPos, "detect");
+    EXPECT_EQ(get("samplingPos"), "detect");
 }
 
 TEST_F(CalibrationTest, MarginsThatAreTooLowLeaveTheDelaysAlone) {
     openChannel();
-    inside().applyFrequencyChange(50e6); // needs 9
+    measure(50000000); // needs 9
     Metrics m;
     for (std::uint32_t p = 1; p < 5; ++p) {
         m.proc[p].marginBefore = 4;
@@ -45,17 +46,16 @@ TEST_F(CalibrationTest, MarginsThatAreTooLowLeaveTheDelaysAlone) {
 
 TEST_F(CalibrationTest, AMarginFailureLeavesItsBurstAndNamesTheWord) {
     openCalibrated();
-    inside().applyFrequencyChange(50e6);
     bursts::OwnedBurst burst(5, 512);
     burst.square(0, 100, 14);
     for (std::uint32_t p = 0; p < 5; ++p) {
         model.setBurst(p, burst.pins[p]);
     }
-    inside().captureOvs();
-    inside().verifyOvsMargin(inside().cal(), 1);
+    measure(50000000);
+    const Cal cal;
+    inside().verifyOvsMargin(cal, 1);
     EXPECT_FALSE(exists(stem + ".err.cap.txt"));
-    expectFailure([&] { inside().verifyOvsMargin(inside().cal(), 2); }, eOVS,
-                  "oversampling clock margin failure at index 1");
+    expectFailure([&] { inside().verifyOvsMargin(cal, 2); }, eOVS, "oversampling clock margin failure at index 1");
     EXPECT_TRUE(exists(stem + ".err.cap.txt"));
     EXPECT_FALSE(exists(stem + ".cap.txt"));
     burst.square(0, 100, 1000);
@@ -63,15 +63,14 @@ TEST_F(CalibrationTest, AMarginFailureLeavesItsBurstAndNamesTheWord) {
     for (std::uint32_t p = 0; p < 5; ++p) {
         model.setBurst(p, burst.pins[p]);
     }
-    inside().captureOvs();
-    expectFailure([&] { inside().verifyOvsMargin(inside().cal(), 1); }, eOVS,
-                  "oversampling data margin failure at index 8");
+    measure(50000000);
+    expectFailure([&] { inside().verifyOvsMargin(cal, 1); }, eOVS, "oversampling data margin failure at index 8");
 }
 
 TEST_F(CalibrationTest, ARecordingIsWatchedForTheMarginOfTheSettings) {
     for (const auto& [margin, failure] : {std::pair("1", ""), {"2", "oversampling clock margin failure at index 1"}}) {
         openCalibrated(std::string("ovsMargin=") + margin + "\n");
-        inside().applyFrequencyChange(50e6);
+        measure(50000000);
         bursts::OwnedBurst burst(5, 512);
         burst.square(0, 24, 14);
         model.setBurst(0, burst.pins[0]);
@@ -96,7 +95,7 @@ TEST_F(CalibrationTest, AMarginBelowZeroIsWatchedToo) {
 
 TEST_F(CalibrationTest, MarginsAreTakenHalfAPeriodEarlierOnlyAtTheEdgeAndBeforeTheClockHasMoved) {
     openChannel();
-    inside().applyFrequencyChange(50e6);
+    measure(50000000);
     bursts::OwnedBurst burst(5, 512);
     for (std::uint32_t s = 0; s < 8192; ++s) { // a clock that is high for 10 samples and low for 18
         burst.set(0, s, s % 28 < 10);
@@ -105,14 +104,14 @@ TEST_F(CalibrationTest, MarginsAreTakenHalfAPeriodEarlierOnlyAtTheEdgeAndBeforeT
     for (std::uint32_t p = 0; p < 5; ++p) {
         model.setBurst(p, burst.pins[p]);
     }
-    inside().captureOvs();
+    measure(50000000);
     const struct {
         const char* position;
         std::int32_t clockDelay;
         std::uint32_t before;
     } cases[] = {{"edge", 0, 9}, {"edge", 5, 5}, {"center", 0, 5}, {"detect", 0, 5}, {"detect", 5, 5}};
     for (const auto& one : cases) {
-        inside().settings().samplingPos = one.position;
+        channel->setProperty("samplingPos", one.position);
         Metrics m;
         m.proc[0].delay = one.clockDelay;
         inside().findMargin(m);
@@ -122,8 +121,8 @@ TEST_F(CalibrationTest, MarginsAreTakenHalfAPeriodEarlierOnlyAtTheEdgeAndBeforeT
 
 TEST_F(CalibrationTest, AligningWithTheClockTakesTheMarginsOfTheBurst) {
     openChannel();
-    inside().applyFrequencyChange(50e6);
-    inside().settings().samplingPos = "center";
+    measure(50000000);
+    channel->setProperty("samplingPos", "center");
     bursts::OwnedBurst burst(5, 512);
     burst.square(0, 20, 14);
     for (std::uint32_t p = 1; p < 5; ++p) {
@@ -132,7 +131,7 @@ TEST_F(CalibrationTest, AligningWithTheClockTakesTheMarginsOfTheBurst) {
     for (std::uint32_t p = 0; p < 5; ++p) {
         model.setBurst(p, burst.pins[p]);
     }
-    inside().captureOvs();
+    measure(50000000);
     Metrics m; // without margins
     inside().align(m, 0);
     EXPECT_EQ(m.proc[2].marginBefore, 5U);
@@ -142,8 +141,8 @@ TEST_F(CalibrationTest, AligningWithTheClockTakesTheMarginsOfTheBurst) {
 
 TEST_F(CalibrationTest, TheClockIsCentredByTheMarginsOfTheReferencePin) {
     openChannel();
-    inside().applyFrequencyChange(50e6);
-    inside().settings().referencePin = 2;
+    measure(50000000);
+    inside().settings().referencePin = 2; // no property sets it
     Metrics m;
     for (std::uint32_t p = 1; p < 5; ++p) {
         m.proc[p].marginBefore = 6;

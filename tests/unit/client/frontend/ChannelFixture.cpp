@@ -88,7 +88,25 @@ void ChannelTest::remakeChannel() {
 
 void ChannelTest::beginRecording() {
     VX_QRS::uMutexLock lock(inside().mutex());
-    inside().internalStart(0x400000, "stop", "none", true, true, false);
+    inside().internalStart(0x400000, "stop", "none",
+                           {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
+}
+
+void ChannelTest::measure(std::uint32_t frequency) {
+    const std::string cpi = get("cpi");
+    channel->setProperty("cpi", "43750000"); // one count per hertz with the unit's usual clocks
+    model.set(0x080080F0, frequency & 0xFFFF);
+    model.set(0x080080F2, frequency >> 16);
+    channel->ovs(true, false);
+    channel->setProperty("cpi", cpi.c_str());
+    std::filesystem::remove(stem + ".cap.txt");
+    model.clearLog();
+}
+
+bool ChannelTest::wasOpen() {
+    model.clearLog();
+    remakeChannel();
+    return model.count(Call::CloseChannel) != 0;
 }
 
 void ChannelTest::waitUntilDone() {

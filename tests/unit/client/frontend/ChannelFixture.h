@@ -56,8 +56,15 @@ protected:
     void openCalibrated(const std::string& moreLines = {});
     /// Starts the capture as a recording does, without a thread.
     void beginRecording();
-    /// Waits for the control thread to say that it is done.
+    /// Waits until the control thread reports that it is done.
     void waitUntilDone();
+    /// Measures a clock of that rate, to the hertz, and takes a burst, as an operator's look at the signal does. Clears
+    /// the model's log.
+    void measure(std::uint32_t frequency);
+    /// False when this thread still holds the channel's lock.
+    bool lockIsFree() { return !inside().mutex().unlock(); }
+    /// Whether the channel was open: an open one closes its stream when it is destroyed. Leaves a fresh channel.
+    bool wasOpen();
     std::int32_t state() { return inside().control().state; }
     ChannelMetrics status();
     std::string get(const char* name);

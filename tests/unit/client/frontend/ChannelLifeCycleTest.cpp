@@ -1,6 +1,7 @@
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "tests/unit/client/frontend/ChannelFixture.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@ using testing::Contains;
 using testing::ElementsAre;
 
 using testing::IsEmpty;
+using testing::Not;
 using testing::Return;
 using testing::Throw;
 
@@ -46,18 +48,18 @@ std::vector<std::string> captureSide(const std::string& open) {
 
 TEST_F(LifecycleTest, ApplySettingsReadsTheFileAfreshAndOpensTheChannel) {
     configure("pinMap=0,1,2\norvBufSize=1\ndelays=1,2,3\n");
-    writeText(propsPath, "[Global]\norv=second\nstartPort=3\nxmtrType=new\n[Channel 0]\nfile=" + stem +
+    writeText(propsPath, "[Global]\norv=second\nxmtrType=new\n[Channel 0]\nfile=" + stem +
                              "\nnumPins=2\npinMap=0,2,1\norvBufSize=2\ndrmXmtr=tpiu\n");
+    LogCapture log;
     channel->applySettings();
     EXPECT_THAT(model.log(),
                 ElementsAre("transmitter xmtrType=new", "transmitter drmXmtr=tpiu", "connect second",
                             "read 08000032 08000030 08000034", "transmitter applySettings", "transmitter pins=0,2,1"));
-    EXPECT_TRUE(inside().session().opened);
-    EXPECT_EQ(inside().settings().startPort, 3u) << "the Global section goes to the channel, too";
     EXPECT_EQ(get("orvBufSize"), "1048576");
     EXPECT_EQ(get("drmXmtr"), "tpiu");
-    EXPECT_THAT(inside().session().rcvrPins, ElementsAre(4u, 5u, 2u));
+    EXPECT_THAT(log.messages(), Contains("ORV Receiver : mapped emupins=1,2 to rcvrpins=4,5,2"));
     EXPECT_EQ(state(), Uncalibrated);
+    EXPECT_TRUE(wasOpen());
 }
 
 TEST_F(LifecycleTest, ChannelsSectionComesBehindTheGlobalOneAndWins) {
@@ -70,11 +72,12 @@ TEST_F(LifecycleTest, ChannelsSectionComesBehindTheGlobalOneAndWins) {
 }
 
 TEST_F(LifecycleTest, PinCountBehindThePinMapEmptiesIt) {
-    configure("pinMap=0,1,2\nnumPins=2\n");
+    configure("pinMap=0,1,2\nnumPins=2\ndelays=1,2,3,4\n");
+    LogCapture log;
     channel->applySettings();
     EXPECT_EQ(get("pinMap"), "");
-    EXPECT_EQ(inside().settings().numPins, 3u);
-    EXPECT_THAT(inside().session().rcvrPins, IsEmpty());
+    EXPECT_EQ(get("delays"), "1,2,3") << "the clock and two data pins";
+    EXPECT_THAT(log.messages(), Not(Contains(testing::HasSubstr("mapped"))));
     EXPECT_EQ(transmitter.properties["pins"], "");
 }
 
@@ -82,8 +85,8 @@ TEST_F(LifecycleTest, SectionThatIsNotThereEndsApplySettingsWithTheLockGivenBack
     writeText(propsPath, "[Global]\norv=unit7\n");
     frontEnd->setProperty("propsFile", propsPath.c_str());
     EXPECT_THROW(channel->applySettings(), Exception);
-    EXPECT_FALSE(inside().session().opened);
-    EXPECT_FALSE(inside().mutex().unlock()) << "the lock was not given back";
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_FALSE(wasOpen());
 }
 
 TEST_F(LifecycleTest, ApplySettingsAgainClosesFirst) {
@@ -101,17 +104,15 @@ TEST_F(LifecycleTest, ApplySettingsWithoutAFileIsOutOfSequence) {
         EXPECT_EQ(e.status(), eSEQUENCE);
         EXPECT_STREQ(e.detail(), "must call readFile first");
     }
-    EXPECT_TRUE(inside().mutex().lock());
-    EXPECT_TRUE(inside().mutex().unlock());
-    EXPECT_FALSE(inside().mutex().unlock()) << "the lock was not given back";
+    EXPECT_TRUE(lockIsFree());
 }
 
 TEST_F(LifecycleTest, RefusedValueInTheFileEndsApplySettings) {
     configure("drmXmtr=tpiu\ncalMode=guess\npinMap=0,1,2\n");
     expectFailure([&] { channel->applySettings(); }, eVALUE, "calMode must be automatic|manual");
     EXPECT_EQ(transmitter.properties["drmXmtr"], "pti") << "its turn comes behind the channel's";
-    EXPECT_FALSE(inside().session().opened);
-    EXPECT_FALSE(inside().mutex().unlock());
+    EXPECT_TRUE(lockIsFree());
+    EXPECT_FALSE(wasOpen());
 }
 
 // ---- open and close ----
@@ -143,8 +144,6 @@ TEST_F(LifecycleTest, OpenMakesHostBuffersOfThePinsInUseAndCloseFreesThem) {
         EXPECT_EQ(access.address, 0u);
         EXPECT_EQ(access.value, 0u);
     }
-    EXPECT_EQ(inside().cal().numProcs, 8u);
-    EXPECT_EQ(inside().metrics().numProcs, 8u);
     inside().close();
     for (std::size_t p = 0; p < 8; ++p) {
         EXPECT_TRUE(ovs.ovsWords[p].empty() && ovs.ovsAccess[p].empty());
@@ -152,37 +151,33 @@ TEST_F(LifecycleTest, OpenMakesHostBuffersOfThePinsInUseAndCloseFreesThem) {
 }
 
 TEST_F(LifecycleTest, OpenConvertsTheListsAndLeavesOutWhatTheyLeaveOut) {
-    openChannel("delays=1,0x10,3\nstretches=-5,5\nplateaus=7\ndebounces=0,1,2,3,4\nfilters=010,1\n");
-    const Cal& cal = inside().cal();
-    EXPECT_EQ(cal.proc[0].delay, 1u);
-    EXPECT_EQ(cal.proc[1].delay, 16u);
-    EXPECT_EQ(cal.proc[2].delay, 3u);
-    EXPECT_EQ(cal.proc[3].delay, notSet);
-    EXPECT_EQ(cal.proc[0].stretch, -5);
-    EXPECT_EQ(cal.proc[1].stretch, 5);
-    EXPECT_EQ(cal.proc[2].stretch, 0x7FFFFFFF);
-    EXPECT_EQ(cal.proc[0].plateau, 7u);
-    EXPECT_EQ(cal.proc[1].plateau, notSet);
-    EXPECT_EQ(cal.proc[4].debounce, 4u);
-    EXPECT_EQ(cal.proc[0].filter, 8u);
-    EXPECT_EQ(cal.proc[1].filter, 1u);
+    openChannel("calMode=manual\ndelays=1,0x10,3\nstretches=-5,5\nplateaus=7\ndebounces=0,1,2,3,4\nfilters=06,1\n");
+    channel->calibrate();
+    std::string report = readText(stem + ".cal.txt");
+    std::erase(report, '\r');
+    EXPECT_THAT(report, testing::HasSubstr("delays=1,16,3,0,0\nstretches=-5,5,0,0,0\nfilters=6,1,7,7,7\n"
+                                           "debounces=0,1,2,3,4\nplateaus=7,3,3,3,3\n"));
 }
 
 TEST_F(LifecycleTest, ListsLongerThanThereAreProcsDoNoHarm) {
-    openChannel("delays=0,1,2,3,4,5,6,7,8,9,10\n");
-    EXPECT_EQ(inside().cal().proc[7].delay, 7u);
+    configure("numPins=7\ncalMode=manual\ndelays=0,1,2,3,4,5,6,7,8,9,10\n");
+    channel->applySettings();
+    channel->calibrate();
+    EXPECT_THAT(readText(stem + ".cal.txt"), testing::ContainsRegex("\ndelays=0,1,2,3,4,5,6,7\r?\n"));
 }
 
 TEST_F(LifecycleTest, FailedConversionLeavesTheChannelClosedWithoutHostBuffers) {
     configure("pinMap=0,1,2\ndelays=1,,2\n");
     EXPECT_THROW(channel->applySettings(), VX_QRS::source_utilities_error);
-    EXPECT_FALSE(inside().session().opened);
+    const auto& ovs = inside().oversampling();
     for (std::size_t p = 0; p < 8; ++p) {
-        EXPECT_TRUE(inside().oversampling().ovsWords[p].empty() && inside().oversampling().ovsAccess[p].empty());
+        EXPECT_TRUE(ovs.ovsWords[p].empty() && ovs.ovsAccess[p].empty());
     }
-    EXPECT_FALSE(inside().mutex().unlock());
-    channel->setProperty("delays", "1,2");
-    EXPECT_NO_THROW(inside().open());
+    EXPECT_TRUE(lockIsFree());
+    configure("pinMap=0,1,2\ndelays=1,2\n");
+    model.clearLog();
+    EXPECT_NO_THROW(channel->applySettings());
+    EXPECT_EQ(model.count(Call::CloseChannel), 0u);
 }
 
 TEST_F(LifecycleTest, OpenRefusesABufferSizeThatIsNoneOfTheSizes) {
@@ -194,25 +189,22 @@ TEST_F(LifecycleTest, OpenRefusesABufferSizeThatIsNoneOfTheSizes) {
 }
 
 TEST_F(LifecycleTest, OpenRefusesAnUnknownKindOfExport) {
-    configure("");
-    channel->setProperty("pinMap", "0,1");
+    configure("pinMap=0,1\n");
     transmitter.properties["drmXmtr"] = "trace";
-    expectFailure([&] { inside().open(); }, eCONFIG, "invalid channel type: trace");
-    EXPECT_FALSE(inside().session().opened);
+    expectFailure([&] { channel->applySettings(); }, eCONFIG, "invalid channel type: trace");
+    EXPECT_EQ(model.count(Call::CloseChannel), 0u);
     for (const char* kind : {"pti", "tpiu", "tpiulite"}) {
         transmitter.properties["drmXmtr"] = kind;
-        EXPECT_NO_THROW(inside().open());
+        EXPECT_NO_THROW(channel->applySettings());
         EXPECT_EQ(get("drmXmtr"), kind);
-        inside().close();
     }
+    EXPECT_EQ(model.count(Call::CloseChannel), 2u) << "the first attempt opened nothing";
 }
 
 TEST_F(LifecycleTest, TransmitterWithoutAKindLeavesTheChannelsOwn) {
-    configure("");
-    channel->setProperty("pinMap", "0,1");
-    channel->setProperty("drmXmtr", "tpiu");
-    transmitter.properties["drmXmtr"] = "";
-    inside().open();
+    configure("pinMap=0,1\ndrmXmtr=tpiu\n");
+    ON_CALL(transmitter, getProperty).WillByDefault([](const char*, const char** value) { *value = ""; });
+    channel->applySettings();
     EXPECT_EQ(get("drmXmtr"), "tpiu");
 }
 
@@ -221,7 +213,6 @@ TEST_F(LifecycleTest, OpenDoesNotLookAtWhetherThePinMapWasTaken) {
     channel->setProperty("pinMap", "0,1");
     inside().settings().numPins = 4;
     EXPECT_NO_THROW(inside().open());
-    EXPECT_THAT(inside().session().rcvrPins, IsEmpty());
 }
 
 TEST_F(LifecycleTest, OnlyChannelZeroConnects) {
@@ -251,7 +242,8 @@ TEST_F(LifecycleTest, InternalStartOpensTheStreamProgramsTheUnitAndThenTheTransm
     model.set(0x8008050, 0x0101);
     inside().session().orvBufHasWrapped = "true";
     LogCapture log;
-    inside().internalStart(0x80000, "stop", "walk", true, true, false);
+    inside().internalStart(0x80000, "stop", "walk",
+                           {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
     std::vector<std::string> expected{"transmitter shutdown", "transmitter reset"};
     const auto capture = captureSide("open 524288 0");
     expected.insert(expected.end(), capture.begin(), capture.end());
@@ -271,34 +263,41 @@ TEST_F(LifecycleTest, InternalStartOfTheCaptureAloneLeavesTheTransmitterAlone) {
     openChannel();
     model.set(0x800811E, 0x0400);
     model.set(0x8008050, 0x0100);
-    inside().internalStart(0x40000, "wrap", "walk", true, false, false);
+    inside().internalStart(0x40000, "wrap", "walk",
+                           {.prepare = true, .enableTransmitter = false, .bypassProtocol = false});
     EXPECT_EQ(model.log(), captureSide("open 262144 1"));
-    inside().internalStart(0x80000, "neither stop nor wrap", "walk", true, false, false);
+    inside().internalStart(0x80000, "neither stop nor wrap", "walk",
+                           {.prepare = true, .enableTransmitter = false, .bypassProtocol = false});
     EXPECT_THAT(model.log(), Contains("open 524288 1"));
 }
 
 TEST_F(LifecycleTest, InternalStartWithoutPreparationOnlyProgramsTheTransmitter) {
     openChannel();
-    inside().clocking().frequencies = {1e6, 2e6, 3e6};
-    inside().clocking().frequencySetting = 2;
-    inside().internalStart(0x40000, "stop", "f0", false, true, true);
+    auto& clocking = inside().clocking();
+    clocking.frequencies = {1e6, 2e6, 3e6};
+    clocking.frequencySetting = 2;
+    inside().internalStart(0x40000, "stop", "f0",
+                           {.prepare = false, .enableTransmitter = true, .bypassProtocol = true});
     EXPECT_THAT(model.log(), ElementsAre("transmitter program f0 2"));
     EXPECT_EQ(state(), Uncalibrated);
-    EXPECT_EQ(inside().clocking().exportFrequency, 3e6);
-    EXPECT_EQ(inside().clocking().dataFrequency, 6e6);
-    EXPECT_EQ(inside().clocking().dataRate, 24e6);
+    EXPECT_EQ(status().exportFrequency, 3e6);
+    EXPECT_EQ(status().dataFrequency, 6e6);
+    EXPECT_EQ(status().dataRate, 24e6);
     model.clearLog();
-    inside().internalStart(0x40000, "stop", "f0", false, false, true);
+    inside().internalStart(0x40000, "stop", "f0",
+                           {.prepare = false, .enableTransmitter = false, .bypassProtocol = true});
     EXPECT_THAT(model.log(), IsEmpty());
 }
 
 TEST_F(LifecycleTest, SettingThatWasNeverMeasuredKeepsTheRates) {
     openChannel();
-    inside().clocking().frequencies = {1e6};
-    inside().clocking().frequencySetting = 3;
-    inside().clocking().exportFrequency = 5.0;
-    inside().internalStart(0x40000, "stop", "f0", false, true, true);
-    EXPECT_EQ(inside().clocking().exportFrequency, 5.0);
+    measure(5000000);
+    auto& clocking = inside().clocking();
+    clocking.frequencies = {1e6};
+    clocking.frequencySetting = 3;
+    inside().internalStart(0x40000, "stop", "f0",
+                           {.prepare = false, .enableTransmitter = true, .bypassProtocol = true});
+    EXPECT_EQ(status().exportFrequency, 5e6);
 }
 
 TEST_F(LifecycleTest, RegistersOfARecordingFollowTheProperties) {
@@ -326,11 +325,9 @@ TEST_F(LifecycleTest, RegistersOfARecordingFollowTheProperties) {
         transmitter.properties["drmXmtr"] = "pti";
         configure(std::string("pinMap=0,1,2,3,4\n") + c.lines);
         channel->applySettings();
-        ChannelInspector fresh{*channel};
-        fresh.clocking().wordClockFrequency = 1e6;
-        fresh.clocking().dataFrequency = 1e6;
-        model.clearLog();
-        fresh.internalStart(0x40000, "stop", "none", true, false, c.bypass);
+        measure(43750000); // one count of the word clock in each word
+        inside().internalStart(0x40000, "stop", "none",
+                               {.prepare = true, .enableTransmitter = false, .bypassProtocol = c.bypass});
         EXPECT_THAT(model.written(0x8008040), ElementsAre(c.timeout)) << c.lines;
         EXPECT_THAT(model.written(0x8008050), Contains(c.control)) << c.lines;
         EXPECT_EQ(model.written(0x8008050).back(), c.control) << c.lines;
@@ -339,17 +336,32 @@ TEST_F(LifecycleTest, RegistersOfARecordingFollowTheProperties) {
     }
 }
 
-TEST_F(LifecycleTest, InitializeThreadStateForgetsTheLastRecording) {
+TEST_F(LifecycleTest, WrapModeTurnsPeriodicSyncOnAndStopModeLeavesItOn) {
     openChannel();
-    inside().signalStop(Failed, "old");
-    inside().counters().bytesReady = 1;
-    inside().counters().bytesPending = 2;
-    inside().counters().bytesTotal = 3;
-    inside().counters().published = {1, 3};
-    inside().control().threadDone = true;
-    inside().control().verifyTimeoutTicks = 4;
+    measure(43750000);
+    const auto control = [this] {
+        beginRecording();
+        return model.written(0x8008050).back();
+    };
+    EXPECT_EQ(control(), 0x0E1u);
+    channel->setProperty("orvBufMode", "wrap");
+    channel->setProperty("orvBufMode", "stop");
+    EXPECT_EQ(control(), 0x0E9u);
+    channel->setProperty("stmPeriodicSyncEnable", "false");
+    EXPECT_EQ(control(), 0x0E1u);
+}
+
+TEST_F(LifecycleTest, InitializeThreadStateForgetsTheLastRecording) {
+    openCalibrated();
+    beginRecording();
+    model.setRecorded(std::vector<std::uint8_t>(20000, 1));
+    model.onNext(Call::Request, [this] { model.setRecorded({}); }, 1); // the rest of it
+    channel->stop();
+    channel->run();
+    channel->onError(1, "old", nullptr);
+    EXPECT_EQ(status().bytesTotal, 16384u);
     writeText(stem + ".trg.txt", "left over");
-    inside().initializeThreadState();
+    beginRecording();
     const ChannelMetrics now = status();
     EXPECT_EQ(now.state, Recording);
     EXPECT_EQ(now.bytesReady, 0u);
@@ -357,10 +369,6 @@ TEST_F(LifecycleTest, InitializeThreadStateForgetsTheLastRecording) {
     EXPECT_FALSE(now.hasError);
     EXPECT_FALSE(now.threadDone);
     EXPECT_STREQ(now.errorText, "");
-    EXPECT_EQ(inside().counters().bytesPending, 0u);
-    EXPECT_FALSE(inside().control().exitThread);
-    EXPECT_EQ(inside().control().verifyTimeoutTicks, 0u);
-    EXPECT_EQ(inside().control().errorText, "");
     EXPECT_FALSE(exists(stem + ".trg.txt"));
 }
 
@@ -374,7 +382,7 @@ TEST_F(LifecycleTest, InternalStopEndsTheTransmitterThenTheCaptureAndAsksWhatIsT
     model.set(0x8008050, 0x0001);
     model.scriptStatus({1234});
     LogCapture log;
-    inside().internalStop(true, true);
+    inside().internalStop({.stopCapture = true, .stopTransmitter = true});
     EXPECT_THAT(model.log(), ElementsAre("transmitter end 1", "transmitter flush", "transmitter shutdown",
                                          "read 0800811e", "write 0800811e=0400", "read 08008050", "write 08008050=0000",
                                          "read 08008060", "read 2:01c70404", "stop", "status", "read 0800100a"));
@@ -389,22 +397,22 @@ TEST_F(LifecycleTest, InternalStopDoesWhatItIsToldOnly) {
     openChannel();
     beginRecording();
     model.clearLog();
-    inside().internalStop(false, true);
+    inside().internalStop({.stopCapture = false, .stopTransmitter = true});
     EXPECT_THAT(model.log(),
                 ElementsAre("transmitter end 1", "transmitter flush", "transmitter shutdown", "read 0800100a"));
     model.clearLog();
-    inside().internalStop(false, false);
+    inside().internalStop({.stopCapture = false, .stopTransmitter = false});
     EXPECT_THAT(model.log(), ElementsAre("read 0800100a"));
 }
 
 TEST_F(LifecycleTest, WrappedBufferIsReported) {
     openChannel();
     model.set(0x800100A, 0xEFFF);
-    inside().internalStop(false, false);
+    inside().internalStop({.stopCapture = false, .stopTransmitter = false});
     EXPECT_EQ(get("orvBufHasWrapped"), "false");
     model.set(0x800100A, 0x1000);
     LogCapture log;
-    inside().internalStop(false, false);
+    inside().internalStop({.stopCapture = false, .stopTransmitter = false});
     EXPECT_EQ(get("orvBufHasWrapped"), "true");
     EXPECT_THAT(log.steps(), ElementsAre("wrap detected"));
 }
@@ -415,19 +423,19 @@ TEST_F(LifecycleTest, FailedShutdownOfThePortIsLoggedAndDropped) {
     model.clearLog();
     EXPECT_CALL(transmitter, shutdown).WillOnce(Throw(std::runtime_error("stuck"))).WillOnce([] { throw 7; });
     LogCapture log;
-    inside().internalStop(true, true);
+    inside().internalStop({.stopCapture = true, .stopTransmitter = true});
     EXPECT_THAT(log.errorSteps(), ElementsAre("failed shutting down port"));
     EXPECT_EQ(model.count(Call::Stop), 1u);
-    EXPECT_NO_THROW(inside().internalStop(false, true));
+    EXPECT_NO_THROW(inside().internalStop({.stopCapture = false, .stopTransmitter = true}));
 }
 
 TEST_F(LifecycleTest, FailedEndOrFlushOfTheTransmitterIsPassedOn) {
     openChannel();
     beginRecording();
     EXPECT_CALL(transmitter, end(true)).WillOnce(Throw(std::runtime_error("end"))).WillRepeatedly(Return());
-    EXPECT_THROW(inside().internalStop(true, true), std::runtime_error);
+    EXPECT_THROW(inside().internalStop({.stopCapture = true, .stopTransmitter = true}), std::runtime_error);
     EXPECT_CALL(transmitter, flush).WillOnce(Throw(std::runtime_error("flush")));
-    EXPECT_THROW(inside().internalStop(true, true), std::runtime_error);
+    EXPECT_THROW(inside().internalStop({.stopCapture = true, .stopTransmitter = true}), std::runtime_error);
     EXPECT_EQ(model.count(Call::Stop), 0u);
 }
 
@@ -436,7 +444,7 @@ TEST_F(LifecycleTest, FailedEndOrFlushOfTheTransmitterIsPassedOn) {
 TEST_F(LifecycleTest, SignalStopLogsBothStates) {
     openCalibrated();
     LogCapture log;
-    inside().signalStop(Stopped, nullptr);
+    channel->stop();
     EXPECT_THAT(log.steps(), ElementsAre("current state=2, requested state=6"));
 }
 
@@ -444,42 +452,44 @@ TEST_F(LifecycleTest, FirstErrorWins) {
     openChannel();
     beginRecording();
     LogCapture log;
-    inside().signalStop(Failed, "first");
-    inside().signalStop(Failed, "second");
-    inside().signalStop(Failed, nullptr);
+    channel->onError(1, nullptr, nullptr);
+    channel->onError(2, nullptr, nullptr);
     EXPECT_EQ(state(), Failed);
-    EXPECT_STREQ(status().errorText, "first");
-    EXPECT_EQ(inside().control().errorText, "first");
-    EXPECT_TRUE(inside().control().exitThread);
-    EXPECT_THAT(log.errorSteps(), ElementsAre("channel error : first", "channel error : second", "channel error"));
+    EXPECT_STREQ(status().errorText, "data server error (1)");
+    EXPECT_THAT(log.errorSteps(),
+                ElementsAre("channel error : data server error (1)", "channel error : data server error (2)"));
+    model.clearLog();
+    channel->run();
+    EXPECT_THAT(model.log(), IsEmpty()) << "the thread leaves at once";
 }
 
 TEST_F(LifecycleTest, ErrorWithoutTextHasAWordOfItsOwn) {
     openChannel();
+    LogCapture log;
     inside().signalStop(Failed, nullptr);
     EXPECT_STREQ(status().errorText, "channel error");
+    EXPECT_THAT(log.errorSteps(), ElementsAre("channel error"));
 }
 
 TEST_F(LifecycleTest, ErrorOutsideARecordingIsKeptAndLeavesTheState) {
     openCalibrated();
-    inside().signalStop(Failed, "late");
+    channel->onError(5, nullptr, nullptr);
     EXPECT_EQ(state(), Calibrated);
-    EXPECT_TRUE(inside().control().exitThread);
     EXPECT_TRUE(status().hasError);
-    EXPECT_STREQ(status().errorText, "late");
+    EXPECT_STREQ(status().errorText, "data server error (5)");
 }
 
 TEST_F(LifecycleTest, TextOfAnErrorOutlivesTheStartOfTheNextRecording) {
     openChannel();
     beginRecording();
-    inside().signalStop(Failed, "first");
+    channel->onError(1, nullptr, nullptr);
     const char* held = status().errorText;
-    inside().initializeThreadState();
+    beginRecording();
     EXPECT_STREQ(status().errorText, "");
-    EXPECT_STREQ(held, "first");
-    inside().signalStop(Failed, "second");
-    EXPECT_STREQ(status().errorText, "second");
-    EXPECT_STREQ(held, "first");
+    EXPECT_STREQ(held, "data server error (1)");
+    channel->onError(2, nullptr, nullptr);
+    EXPECT_STREQ(status().errorText, "data server error (2)");
+    EXPECT_STREQ(held, "data server error (1)");
 }
 
 // ---- start, stop, end, status ----
@@ -490,14 +500,14 @@ TEST_F(LifecycleTest, StartBeforeCalibrationIsOutOfSequenceAndStopChangesNothing
     channel->stop();
     EXPECT_EQ(state(), Uncalibrated);
     EXPECT_THAT(model.log(), IsEmpty());
-    EXPECT_FALSE(inside().mutex().unlock());
+    EXPECT_TRUE(lockIsFree());
 }
 
 TEST_F(LifecycleTest, FailedStartGivesTheLockBack) {
     openCalibrated();
     model.failNext(Call::OpenChannel, "internal channel open error");
     EXPECT_THROW(channel->start(false), std::runtime_error);
-    EXPECT_FALSE(inside().mutex().unlock());
+    EXPECT_TRUE(lockIsFree());
     EXPECT_EQ(state(), Calibrated);
 }
 
@@ -508,26 +518,30 @@ TEST_F(LifecycleTest, EndTransmissionPassesItsFlagAndFailuresOn) {
     EXPECT_THAT(model.log(), ElementsAre("transmitter end 0", "transmitter end 1"));
     EXPECT_CALL(transmitter, end(true)).WillOnce(Throw(std::runtime_error("no")));
     EXPECT_THROW(channel->endTransmission(true), std::runtime_error);
-    EXPECT_FALSE(inside().mutex().unlock());
+    EXPECT_TRUE(lockIsFree());
 }
 
 TEST_F(LifecycleTest, StatusFillsInWhatIsKnown) {
     openCalibrated();
-    inside().clocking().wordClockFrequency = 1.0;
-    inside().clocking().exportFrequency = 2.0;
-    inside().clocking().dataFrequency = 3.0;
-    inside().clocking().dataRate = 4.0;
-    inside().counters().published = {5, 6};
-    inside().control().threadDone = true;
+    measure(2000000);
+    beginRecording();
+    model.scriptStatus({20000, 20000, 20000, 20000, 0});
+    model.deliverBefore(Call::Status, [](auto& callback) { callback.onData("abcdef", 6); }, 3);
+    std::uint32_t readyThen = 0;
+    waits.hook = [&](std::uint32_t) { readyThen = std::max(readyThen, status().bytesReady); };
+    channel->stop();
+    channel->run();
+    waits.hook = {};
     EXPECT_CALL(transmitter, hasTriggered).Times(0);
     const ChannelMetrics now = status();
-    EXPECT_EQ(now.wordClockFrequency, 1.0);
-    EXPECT_EQ(now.exportFrequency, 2.0);
-    EXPECT_EQ(now.dataFrequency, 3.0);
-    EXPECT_EQ(now.dataRate, 4.0);
-    EXPECT_EQ(now.bytesReady, 5u);
+    EXPECT_EQ(now.wordClockFrequency, 87.5e6);
+    EXPECT_EQ(now.exportFrequency, 2e6);
+    EXPECT_EQ(now.dataFrequency, 4e6);
+    EXPECT_EQ(now.dataRate, 16e6);
+    EXPECT_EQ(readyThen, 20000u);
+    EXPECT_EQ(now.bytesReady, 0u);
     EXPECT_EQ(now.bytesTotal, 6u);
-    EXPECT_EQ(now.state, Calibrated);
+    EXPECT_EQ(now.state, Stopped);
     EXPECT_TRUE(now.threadDone);
     EXPECT_FALSE(now.hasError);
     EXPECT_STREQ(now.errorText, "");
@@ -535,24 +549,26 @@ TEST_F(LifecycleTest, StatusFillsInWhatIsKnown) {
 }
 
 TEST_F(LifecycleTest, StatusOfARunningCalibrationIsItsProgressAlone) {
-    openCalibrated();
-    inside().calibration().calInProgress = true;
-    inside().calibration().calProgress = 0.25;
-    inside().counters().published = {5, 6};
-    inside().clocking().dataRate = 4.0;
-    inside().signalStop(Failed, "error");
+    openCalibrated("calMode=manual\n");
+    measure(50000000);
+    beginRecording();
+    model.setRecorded(std::vector<std::uint8_t>(16384, 1));
+    channel->stop();
+    channel->run();
+    channel->onError(1, nullptr, nullptr);
+    ASSERT_EQ(status().bytesTotal, 16384u);
     ChannelMetrics now;
     now.bytesReady = 99;
     now.hasError = true;
-    channel->status(now);
+    ON_CALL(transmitter, shutdown).WillByDefault([&] { channel->status(now); });
+    channel->calibrate();
     EXPECT_EQ(now.state, Calibrating);
-    EXPECT_EQ(now.progress, 0.25);
+    EXPECT_EQ(now.progress, 1.0);
     EXPECT_EQ(now.bytesReady, 0u);
     EXPECT_EQ(now.bytesTotal, 0u);
     EXPECT_EQ(now.dataRate, 0.0);
     EXPECT_FALSE(now.hasError);
     EXPECT_STREQ(now.errorText, "");
-    inside().calibration().calInProgress = false;
 }
 
 TEST_F(LifecycleTest, TriggeredTransmitterLeavesTheRecordingGoing) {

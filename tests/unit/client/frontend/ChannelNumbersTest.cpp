@@ -45,7 +45,8 @@ TEST_F(NumberThree, IsItsOwnAndDoesNotConnect) {
 }
 
 TEST_F(NumberThree, RecordsWithItsOwnRegisters) {
-    inside().internalStart(0x40000, "stop", "none", true, false, false);
+    inside().internalStart(0x40000, "stop", "none",
+                           {.prepare = true, .enableTransmitter = false, .bypassProtocol = false});
     EXPECT_THAT(model.log(),
                 ElementsAre("close", "open 262144 0", "cancel", "flush", "read 080081de", "write 080081de=0000",
                             "read 08008056", "write 08008056=0000", "read 08008066", "read 2:01c70404",

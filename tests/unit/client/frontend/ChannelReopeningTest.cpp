@@ -21,10 +21,11 @@ protected:
     /// An answer for the transmitter that looks at whether its caller holds the channel's lock.
     auto calledUnderTheLock(bool expected) {
         return [this, expected] {
-            const bool held = inside().mutex().unlock();
+            VX_QRS::uMutex& mutex = inside().mutex();
+            const bool held = mutex.unlock();
             EXPECT_EQ(held, expected);
             if (held) {
-                inside().mutex().lock();
+                mutex.lock();
             }
         };
     }
@@ -45,27 +46,27 @@ std::string pathOfTheParser() {
 
 TEST_F(ReopeningTest, EveryOpeningBeginsWithAFreshCalibration) {
     openChannel("delays=1\n");
-    inside().cal().proc[0].delay = 9;
-    inside().cal().proc[7].debounce = 9;
-    inside().metrics().proc[2].edges = 9;
-    inside().metrics().proc[7].marginBefore = 9;
+    auto& calibration = inside().calibration();
+    calibration.cal.proc[0].delay = 9;
+    calibration.cal.proc[7].debounce = 9;
+    calibration.metrics.proc[2].edges = 9;
+    calibration.metrics.proc[7].marginBefore = 9;
     channel->applySettings();
-    EXPECT_EQ(inside().cal().proc[0].delay, 1u);
-    EXPECT_EQ(inside().cal().proc[7].debounce, notSet);
-    EXPECT_EQ(inside().metrics().proc[2].edges, 0u);
-    EXPECT_EQ(inside().metrics().proc[7].marginBefore, notSet);
+    EXPECT_EQ(calibration.cal.proc[0].delay, 1u);
+    EXPECT_EQ(calibration.cal.proc[7].debounce, notSet);
+    EXPECT_EQ(calibration.metrics.proc[2].edges, 0u);
+    EXPECT_EQ(calibration.metrics.proc[7].marginBefore, notSet);
 }
 
 TEST_F(ReopeningTest, AClosingThatFailsIsNotRepeated) {
     openChannel();
     model.failNext(Call::CloseChannel, "disconnected from server");
     EXPECT_THROW(channel->applySettings(), std::runtime_error);
-    EXPECT_FALSE(inside().session().opened);
-    EXPECT_FALSE(inside().mutex().unlock()) << "the lock was not given back";
+    EXPECT_TRUE(lockIsFree());
     EXPECT_NO_THROW(channel->applySettings());
-    EXPECT_TRUE(inside().session().opened);
     EXPECT_EQ(model.count(Call::CloseChannel), 1u);
     EXPECT_EQ(model.count(Call::Connect), 1u);
+    EXPECT_TRUE(wasOpen());
 }
 
 // ---- the lock ----
@@ -74,7 +75,8 @@ TEST_F(ReopeningTest, OperationsCallTheTransmitterUnderTheLockAndStatusWithoutIt
     configure("pinMap=0,1\n");
     EXPECT_CALL(transmitter, applySettings).WillOnce(calledUnderTheLock(true));
     channel->applySettings();
-    inside().control().state = Calibrated;
+    channel->setProperty("calMode", "manual");
+    channel->calibrate();
     EXPECT_CALL(transmitter, reset).WillOnce(calledUnderTheLock(true));
     EXPECT_CALL(transmitter, flush).WillOnce(calledUnderTheLock(true)); // by the control thread
     EXPECT_CALL(transmitter, end(false)).WillOnce(calledUnderTheLock(true));
@@ -93,17 +95,19 @@ TEST_F(ReopeningTest, OperationsCallTheTransmitterUnderTheLockAndStatusWithoutIt
 TEST_F(ReopeningTest, StatusIsAnsweredWhileAnotherThreadHoldsTheLock) {
     openCalibrated();
     beginRecording();
-    inside().mutex().lock();
+    VX_QRS::uMutex& mutex = inside().mutex();
+    mutex.lock();
     std::future<ChannelMetrics> other = std::async(std::launch::async, [this] { return status(); });
     EXPECT_EQ(other.wait_for(std::chrono::seconds(60)), std::future_status::ready);
-    inside().mutex().unlock();
+    mutex.unlock();
     EXPECT_EQ(other.get().state, Recording);
 }
 
 TEST_F(ReopeningTest, AStopWaitsForWhoeverHoldsTheLock) {
     openCalibrated();
     beginRecording();
-    inside().mutex().lock();
+    VX_QRS::uMutex& mutex = inside().mutex();
+    mutex.lock();
     std::atomic<bool> returned{false};
     std::thread other([&] {
         channel->stop();
@@ -112,7 +116,7 @@ TEST_F(ReopeningTest, AStopWaitsForWhoeverHoldsTheLock) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_FALSE(returned);
     EXPECT_EQ(state(), Recording);
-    inside().mutex().unlock();
+    mutex.unlock();
     other.join();
     EXPECT_EQ(state(), Stopped);
 }
