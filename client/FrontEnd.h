@@ -43,7 +43,7 @@ public:
 
 /// The singleton, made at the first call (which starts the data server process); every call counts one user.
 FrontEnd* createFrontEnd();
-/// Gives one use back; the last one deletes the object. Ignored when there is no user.
+/// Releases one use; the last one deletes the object. Ignored without a user.
 void destroyFrontEnd(FrontEnd* frontEnd);
 
 } // namespace VX_QRS::ORV::CLIENT

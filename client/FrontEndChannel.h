@@ -49,15 +49,15 @@ public:
     /// Begins a recording; the argument has no effect. The data file is empty once it returns. An upload that still runs
     /// is ended first and its rest lost: wait for `threadDone` before. calibrate and applySettings do the same.
     /// Never call it while a recording runs: the call is ignored, but keeps the channel's lock for the calling thread,
-    /// and the running recording then stands still.
+    /// and the running recording then stalls.
     virtual void start(bool flag) = 0;
     /// Asks the recording to end and returns.
     virtual void stop() = 0;
     /// Tells the transmitter that the trace ends.
     virtual void endTransmission(bool flag) = 0;
-    /// Takes no lock, but for a trigger of the target, which it logs under the channel's.
+    /// Lock-free, except that a trigger of the target is logged under the channel's lock.
     virtual void status(ChannelMetrics& out) = 0;
-    /// Takes a burst of samples and lists it, and gives the unit's error flags (0 for none).
+    /// Captures a burst of samples and lists it; returns the unit's error flags (0 for none).
     virtual std::uint32_t ovs(bool capture, bool clearError) = 0;
 };
 

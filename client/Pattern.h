@@ -11,8 +11,8 @@ public:
     virtual ~Pattern() = default;
     /// The share of ones on a pin, 0 to 1.
     virtual double onesRatio() = 0;
-    /// True when `current` is a fault behind `previous`. `synced` is the caller's memory of the pattern lock: the first
-    /// word after a fault, or at the start, is taken on trust. Throws Exception for a pin count without an image.
+    /// True when `current` is a fault after `previous`. `synced` is the caller's memory of the pattern lock: the first
+    /// word after a fault, or at the start, is accepted unchecked. Throws Exception for a pin count without an image.
     virtual bool check(std::uint16_t previous, std::uint16_t current, bool& synced) = 0;
 };
 

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-// Whatever sends the trace stream to the capture unit's pins.
+// The source of the trace stream on the capture unit's pins.
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -16,7 +16,7 @@ public:
     ~Transmitter() override = default;
     virtual void applySettings() = 0;
     /// Sends the named pattern ("calibration", "verification", "none" for trace …) at a frequency setting. A null name
-    /// programs the pattern now set once more; that of a ramp is no name to program, and fails.
+    /// programs the current pattern again; the name of a ramp cannot be programmed, so that fails.
     virtual void program(const char* name, std::uint32_t frequencySetting) = 0;
     virtual void end(bool flag) = 0;
     virtual void flush() = 0;
@@ -34,10 +34,10 @@ public:
 Transmitter* createTransmitter(FrontEnd* frontEnd, const char* cpuName, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
                                std::uint32_t xmtrChannel, std::uint32_t xmtrCookie, std::uint32_t adapterKind,
                                const ChannelSettings* traceSetup);
-/// Gives one use back; an unknown pointer is ignored.
+/// Releases one use; an unknown pointer is ignored.
 void destroyTransmitter(Transmitter* transmitter);
-/// The same for a caller that knows whose settings may go now. `traceSetup` of the first use serves all others, so
-/// when its owner goes first the transmitter keeps a copy; without this knowledge it keeps one whenever a user goes.
+/// The same, naming the settings that may be destroyed now. All users share the `traceSetup` of the first, so the
+/// transmitter copies it when its owner leaves first; without a name it copies it whenever a user leaves.
 void destroyTransmitter(Transmitter* transmitter, const ChannelSettings* leaving);
 
 } // namespace VX_QRS::ORV::CLIENT

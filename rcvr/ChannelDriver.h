@@ -57,11 +57,11 @@ public:
     void GetChannelStatus(ChannelStatus* out) override;
     std::string NotImplementedText(unsigned number, std::uint64_t value) override;
 
-    /// Acts on jobModifiedDisableResume only: the recording is ended and started anew. What comes from below passes.
+    /// Acts on jobModifiedDisableResume only: the recording is ended and started anew. Failures from below pass.
     virtual void NotifySystemStateChange(unsigned state);
-    /// 3 and 4 mean disconnected: recordings are refused and the status is not told.
+    /// 3 and 4 mean disconnected: recordings are refused and the status is not reported.
     virtual void SetTargetState(unsigned state);
-    /// Tells the transmitter that the trace ends. What comes from below passes.
+    /// Signals the end of the trace to the transmitter. Failures from below pass.
     virtual void ApplyTraceEnd(bool flag);
     /// True with no CPU registered as well.
     virtual bool AreAllCpusHalted();
@@ -69,10 +69,10 @@ public:
     virtual void UnregisterCPU(const char* cpuName);
     virtual VX_QRS::ORV::CLIENT::FrontEndChannel* GetFrontEndChannel();
     /// Writes the channel's section of the front end's properties file, for the first channel with a new global section
-    /// ahead of it, from a settings file, and takes the settings over. The caller holds the lock.
+    /// before it, from a settings file, and takes the settings over. The caller holds the lock.
     virtual void ConvertXmlToFrontEndPropsFile(const char* xmlPath, const char* propsPath);
 
-    /// The CPU's name as messages about pins give it: what stands behind the only "/", or else the whole name.
+    /// The CPU's name as messages about pins give it: the part after the only "/", otherwise the whole name.
     const std::string& ShortCpuName() const { return shortCpuName; }
     const VX_QRS::ORV::CLIENT::ChannelSettings& Settings() const { return settings; }
 
@@ -137,7 +137,7 @@ private:
     std::unique_ptr<VX_QRS::uMutex> lock;
     Receiver* receiver;
     FrontEnd* frontEnd;
-    FrontEndChannel* channel = nullptr; // handed back to the front end
+    FrontEndChannel* channel = nullptr; // released through the front end
     std::string cpuName;
     std::string shortCpuName;
     std::string attributeText; // what GetAttribute returned last

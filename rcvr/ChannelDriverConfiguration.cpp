@@ -152,7 +152,7 @@ void ChannelDriver::findPins(TracePinMapper& mapper, unsigned traceClass, Channe
                local.pinMap.c_str(), local.transmitter.c_str(), shortCpuName.c_str());
 }
 
-// The search is only a proof here: the map stays as the user wrote it.
+// The search only checks the map; the user's text stays.
 void ChannelDriver::checkPins(TracePinMapper& mapper, const ChannelSettings& local) {
     logMessage("%s :  pin map specified as %s", programLabel, local.pinMap.c_str());
     const PinList mapPins = parsePinList(local.pinMap);

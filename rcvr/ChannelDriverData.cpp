@@ -82,7 +82,7 @@ ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample,
     ReadResult result;
     // A read that met the end of the growing file left the stream failed.
     readStream.clear();
-    // The buffer tells in one step where the end is; it is below 0 for a file that is not open.
+    // The buffer finds the end in one step; it is below 0 for a file that is not open.
     const std::streamoff length = readStream.rdbuf()->pubseekoff(0, std::ios::end, std::ios::in);
     result.available = samplesIn(length > 0 ? static_cast<std::uint64_t>(length) : 0);
     if (startSample >= result.available) {
@@ -185,7 +185,7 @@ std::uint64_t ChannelDriver::waitForUpload() {
     return samplesIn(metrics.bytesReady + metrics.bytesTotal);
 }
 
-// Proves that the target can be written, and that it is not the recording itself.
+// Checks that the target can be written and is not the recording itself.
 void ChannelDriver::refuseTarget(const std::string& path) {
     int failure = 0;
     if (VX_QRS::sameFile(path.c_str(), dataFilePath.c_str())) {

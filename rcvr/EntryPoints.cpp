@@ -50,7 +50,7 @@ void makeReceiver() {
 
 } // namespace
 
-// Symbols are hidden unless told otherwise.
+// Symbols are hidden by default.
 #define RCVR_EXPORT __attribute__((visibility("default")))
 
 extern "C" {

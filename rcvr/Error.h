@@ -9,15 +9,15 @@
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
-/// Names of the source units, as they stand in errors and log lines.
+/// Names of the source units in errors and log lines.
 inline constexpr const char* receiverUnit = "OrvRcvr_Receiver";
 inline constexpr const char* channelDriverUnit = "OrvRcvr_ChannelDriver";
 inline constexpr const char* utilitiesUnit = "OrvRcvr_Utilities";
 
-/// What stands in front of all that the receiver says.
+/// Prefix of the receiver's log lines.
 inline constexpr const char* programLabel = "ORV Receiver";
 
-/// Picks the first words of an error's text. The numbers are not those of the layers below.
+/// Selects the first words of an error's text. The layers below number theirs differently.
 enum ErrorCode : std::uint32_t {
     eFailed = 1,
     eNoMemory = 2,
@@ -30,13 +30,13 @@ enum ErrorCode : std::uint32_t {
     eNoLibrary = 9,
 };
 
-/// What the framework sees of a failure. Its title is always "error" and its severity 2. An error is logged when it is
+/// A failure as the framework sees it. Its title is always "error" and its severity 2. An error is logged when it is
 /// made, not when it is copied. Making, copying and formatting one throws nothing.
 class Error : public Zarn::cZarnError {
 public:
     /// "operation failed".
     Error();
-    /// The words of the code with " : " and the detail behind them; `file` and `line` become the detailed text. Both
+    /// The words of the code, followed by " : " and the detail; `file` and `line` become the detailed text. Both
     /// pointers may be null.
     Error(const char* file, std::uint32_t line, std::uint32_t code, const char* detail);
     /// Takes the texts of a failure from below: of an Exception its message, detail and place, of any other its what().
@@ -50,7 +50,7 @@ public:
 
     std::uint32_t GetCode() const { return code; }
 
-    /// Title, severity and texts in one line. The text lives in the object and is good as long as that.
+    /// Title, severity and texts in one line. The object owns the text.
     const char* FormatForLog();
 
 private:

@@ -7,7 +7,7 @@
 #include <exception>
 #include <utility>
 
-// The framework's boundary: what comes from below is logged and leaves as an Error.
+// The framework's boundary: failures from below are logged and thrown as Error.
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 

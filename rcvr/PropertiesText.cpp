@@ -2,6 +2,7 @@
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uString.h"
+#include "rcvr/SettingsKeys.h"
 
 #include <algorithm>
 
@@ -19,14 +20,10 @@ std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CL
         text.append(key).append("=").append(value).append("\n");
     };
     line("xmtrType", "");
-    line("targetSync", settings.isSync ? "true" : "false");
-    line("orvBufMode", settings.isStopOnFull ? "stop" : "wrap");
-    // Setting the count empties the map, so the count stands first.
-    line("numPins", std::to_string(settings.numPins));
-    line("pinMap", settings.pinMap);
-    line("orvBufSize", std::to_string(bufferSizeBytes(settings.bufferSizeIndex)));
-    line("startPort", std::to_string(settings.startPort));
-    line("drmXmtr", settings.transmitter);
+    for (const SettingsKey* row : settingsKeysBy(&SettingsKey::sectionTurn)) {
+        line(row->property,
+             row->propertyText != nullptr ? row->propertyText(settings) : valueText(row->value, settings));
+    }
     return text;
 }
 

@@ -10,7 +10,7 @@
 namespace Vx::Qrs::Trace::OrvRcvr {
 
 /// Bytes of the capture buffer for an index into the settings' choices: 262144 for 0, doubling up to 134217728 for 9,
-/// which stands for every greater index too.
+/// which also serves every greater index.
 std::uint32_t bufferSizeBytes(std::uint32_t index);
 
 /// "[Channel N]" and its eight keys.
@@ -19,7 +19,7 @@ std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CL
 /// "[Global]" with the capture unit's address, and an empty line.
 std::string globalSectionText(const std::string& unitName, std::uint32_t unitPort);
 
-/// Where the properties file for a settings file lies: its file name with ".xml" replaced by ".cfg", in `directory`.
+/// Path of the properties file for a settings file: its file name with ".xml" replaced by ".cfg", in `directory`.
 std::string propertiesPathFor(const std::string& settingsPath, const std::string& directory);
 
 } // namespace Vx::Qrs::Trace::OrvRcvr

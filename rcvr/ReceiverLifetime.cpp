@@ -55,7 +55,7 @@ Receiver::Receiver() {
     try {
         acquire();
     } catch (...) {
-        // Nothing that was acquired is lost; what the teardown says is less than what went wrong before.
+        // Releases what was acquired. The first failure is more specific than one of the teardown; keep it.
         try {
             TearDown();
         } catch (...) {
@@ -67,7 +67,7 @@ Receiver::Receiver() {
 Receiver::~Receiver() {
     try {
         TearDown();
-    } catch (...) { // TearDown is called ahead of this where failures are of interest
+    } catch (...) { // callers that need failures call TearDown before
     }
 }
 
@@ -134,7 +134,7 @@ void Receiver::LoadFileLibraries() {
     try {
         makeFileDataSource();
     } catch (...) {
-        // The teardown looks at the driver only where there is a data source to serve.
+        // The teardown destroys the driver only together with a data source.
         destroyFileChannelDriver();
         throw;
     }

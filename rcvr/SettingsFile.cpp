@@ -5,6 +5,7 @@
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
 #include "rcvr/Error.h"
+#include "rcvr/SettingsKeys.h"
 
 #include <stdexcept>
 #include <vector>
@@ -31,48 +32,58 @@ constexpr const char* copySuffix = ".before-defaults";
 constexpr const char* fileHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                                    "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->";
 
-void readValue(uConfig& file, const char* key, bool& value) {
-    value = uString::toBool(file.getVariable(key).value);
-}
+/// Converts a text into each kind of value.
+struct Assign {
+    ChannelSettings& settings;
+    const std::string& text;
 
-void readValue(uConfig& file, const char* key, std::uint32_t& value) {
-    value = uString::toNumber<std::uint32_t>(file.getVariable(key).value);
-}
+    void operator()(bool& value) const { value = uString::toBool(text); }
+    void operator()(std::uint32_t& value) const { value = uString::toNumber<std::uint32_t>(text); }
+    void operator()(std::string& value) const { value = text; }
+    void operator()(const char*) const {} // a fixed text
+    template <typename Type>
+    void operator()(Type ChannelSettings::* field) const {
+        (*this)(settings.*field);
+    }
+    template <typename Type>
+    void operator()(Type* carried) const {
+        (*this)(*carried);
+    }
+};
 
-void readValue(uConfig& file, const char* key, std::string& value) {
-    value = file.getVariable(key).value;
-}
+/// Copies the default of a field; values that are only carried along have none.
+struct Reset {
+    ChannelSettings& settings;
 
-void readRequired(uConfig& file, ChannelSettings& settings) {
-    readValue(file, "no_emu0", g_noEmu0);
-    // The two pins are given free together: the second key is written for other readers of the file only.
-    readValue(file, "no_emu0", g_noEmu1);
-    readValue(file, "drm_type", g_drmType);
-    readValue(file, "drm_key", g_drmKey);
-    readValue(file, "is_sync", settings.isSync);
-    readValue(file, "is_stop_on_full", settings.isStopOnFull);
-    readValue(file, "num_pins", settings.numPins);
-    readValue(file, "pin_map", settings.pinMap);
-    readValue(file, "bufsize_current", settings.bufferSizeIndex);
-    readValue(file, "drm_xmtr", settings.transmitter);
-    readValue(file, "start_port", settings.startPort);
-}
+    template <typename Type>
+    void operator()(Type ChannelSettings::* field) const {
+        settings.*field = ChannelSettings().*field;
+    }
+    template <typename Type>
+    void operator()(Type*) const {}
+};
 
-// All five or none: a file from before these keys existed has none of them.
-void readTargetExport(uConfig& file, ChannelSettings& settings) {
-    try {
-        readValue(file, "ARM_STALL_CPU", settings.stallCpu);
-        readValue(file, "ARM_MONITOR_CPRT", settings.monitorCprt);
-        readValue(file, "ARM_NO_DATA_TRACE_ON_FIFO_FULL", settings.noDataTraceOnFifoFull);
-        readValue(file, "ARM_CYCLE_ACCURATE_TRACE", settings.cycleAccurateTrace);
-        readValue(file, "ARM_EXPORT_FRAMESIZE", settings.exportFrameSize);
-    } catch (const uConfig::name_error&) {
-        const ChannelSettings defaults;
-        settings.stallCpu = defaults.stallCpu;
-        settings.monitorCprt = defaults.monitorCprt;
-        settings.noDataTraceOnFifoFull = defaults.noDataTraceOnFifoFull;
-        settings.cycleAccurateTrace = defaults.cycleAccurateTrace;
-        settings.exportFrameSize = defaults.exportFrameSize;
+void readAll(uConfig& file, ChannelSettings& settings) {
+    bool exportComplete = true;
+    for (const SettingsKey* row : settingsKeysBy(&SettingsKey::readTurn)) {
+        const bool ofExport = row->missing == SettingsKey::Missing::ResetsTargetExport;
+        if (ofExport && !exportComplete) {
+            continue;
+        }
+        try {
+            const char* key = row->readKey != nullptr ? row->readKey : row->key;
+            std::visit(Assign{settings, file.getVariable(key).value}, row->value);
+        } catch (const uConfig::name_error&) {
+            if (!ofExport) {
+                throw;
+            }
+            exportComplete = false;
+        }
+    }
+    for (const SettingsKey& row : settingsKeys()) {
+        if (!exportComplete && row.missing == SettingsKey::Missing::ResetsTargetExport) {
+            std::visit(Reset{settings}, row.value);
+        }
     }
 }
 
@@ -91,33 +102,6 @@ void check(const ChannelSettings& settings) {
     }
 }
 
-const char* textOf(bool value) {
-    return value ? "true" : "false";
-}
-
-void setAllKeys(uConfig& file, const ChannelSettings& settings) {
-    const auto set = [&](const char* key, const std::string& value) {
-        file.addVariable(key, value.c_str(), sectionName);
-    };
-    set("RCVRNAME", "Kite R2 Trace");
-    set("no_emu0", textOf(g_noEmu0));
-    set("no_emu1", textOf(g_noEmu1));
-    set("drm_type", g_drmType);
-    set("drm_key", g_drmKey);
-    set("num_pins", std::to_string(settings.numPins));
-    set("pin_map", settings.pinMap);
-    set("is_stop_on_full", textOf(settings.isStopOnFull));
-    set("is_sync", textOf(settings.isSync));
-    set("bufsize_current", std::to_string(settings.bufferSizeIndex));
-    set("drm_xmtr", settings.transmitter);
-    set("start_port", std::to_string(settings.startPort));
-    set("ARM_STALL_CPU", textOf(settings.stallCpu));
-    set("ARM_MONITOR_CPRT", textOf(settings.monitorCprt));
-    set("ARM_NO_DATA_TRACE_ON_FIFO_FULL", textOf(settings.noDataTraceOnFifoFull));
-    set("ARM_CYCLE_ACCURATE_TRACE", textOf(settings.cycleAccurateTrace));
-    set("ARM_EXPORT_FRAMESIZE", std::to_string(settings.exportFrameSize));
-}
-
 const char* printable(const char* text) {
     return text != nullptr ? text : "(null)";
 }
@@ -134,8 +118,7 @@ void LoadSettings(ChannelSettings& settings, const char* path, const char* cpuNa
         uConfig file(asXml);
         file.setPath(path);
         file.read();
-        readRequired(file, settings);
-        readTargetExport(file, settings);
+        readAll(file, settings);
         check(settings);
         return;
     } catch (const std::exception& exception) {
@@ -156,7 +139,9 @@ void StoreSettings(const ChannelSettings& settings, const char* path, const char
             file.read();
         } catch (const uConfig::error&) { // a new file then
         }
-        setAllKeys(file, settings);
+        for (const SettingsKey& row : settingsKeys()) {
+            file.addVariable(row.key, valueText(row.value, settings).c_str(), sectionName);
+        }
         KeptFile old(path, copySuffix, file.format(fileHeader));
         file.write(fileHeader);
         old.settle();

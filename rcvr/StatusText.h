@@ -6,11 +6,11 @@
 #include <cstdint>
 #include <string>
 
-// What a channel's snapshot means for the framework and its user.
+// Translates a channel's snapshot for the framework and its user.
 
 namespace Vx::Qrs::Trace::OrvRcvr {
 
-/// Code, text and flags. A state that is not known leaves code 0 and the text as it was. `bufferBytes` is the size of
+/// Code, text and flags. An unknown state leaves code and text unchanged. `bufferBytes` is the size of
 /// the capture buffer, 0 while that is not known.
 void describeStatus(const VX_QRS::ORV::CLIENT::ChannelMetrics& metrics, std::uint32_t bufferBytes,
                     ChannelStatus& status);

@@ -15,7 +15,7 @@ std::uint32_t halfPeriod(double oversampling);
 /// held to be even. The ones count over the whole burst while the zeros are taken from a shorter total.
 void stretch(const Burst& burst, double onesRatio, Metrics& m);
 
-/// Centres each data pin between its margins, which are to be there. The clock's delay stays.
+/// Centres each data pin between its margins, which must be known. The clock's delay stays.
 void alignDataWithClock(const Burst& burst, Metrics& m);
 
 /// Moves each data pin to where it correlates best with the reference pin. The clock's delay stays.
@@ -25,10 +25,10 @@ void alignDataWithData(const Burst& burst, std::uint32_t referencePin, Metrics& 
 void correlateAtZero(const Burst& burst, std::uint32_t referencePin, Metrics& m);
 
 /// The first of the largest correlations in amount between lag -range and range, and in `delay` its lag, negated.
-/// What is not a number never wins; with nothing but that the result is 0 at delay 0.
+/// Values that are not a number never win; without any other the result is 0 at delay 0.
 double findPeakCorrelation(const ProcMetrics& p, std::int32_t& delay, std::uint32_t range);
 
-/// Shifts all delays so that the least is 0, and limits them to what the unit takes.
+/// Shifts all delays so that the least is 0, and limits them to the range of the unit.
 void formatDelays(std::uint32_t numPins, Metrics& m);
 
 } // namespace VX_QRS::ORV::CLIENT::analysis

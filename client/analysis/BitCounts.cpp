@@ -29,7 +29,7 @@ std::uint64_t sumOfLanes(std::uint64_t lanes) {
 /// How many words may be added up before a lane, 16 per word, could overflow.
 constexpr std::uint32_t wordsPerSum = 4000;
 
-/// Ones of a stretch of `count` samples that `wordAt(i)` gives in whole words. Sums go by lane, which compilers turn
+/// Ones of an interval of `count` samples that `wordAt(i)` gives in whole words. Sums go by lane, which compilers turn
 /// into vector code; machines without a bit counting instruction are served as well.
 template <typename WordAt>
 std::uint64_t countStretch(std::uint32_t count, WordAt wordAt) {

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-// Input conditioning and sampling position per pin: what a calibration finds and the unit is set to.
+// Input conditioning and sampling position per pin: found by a calibration and written to the unit.
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -29,13 +29,13 @@ class Cal {
 public:
     explicit Cal(std::uint32_t count = 8) : numProcs(count) {}
     Cal(const Cal& other) { *this = other; }
-    /// Copies the number of procs and that many entries; the entries behind them stay.
+    /// Copies the number of procs and that many entries; the entries past them stay.
     Cal& operator=(const Cal& other);
     virtual ~Cal() = default;
 
-    /// Gives the first `numProcs` entries the defaults; pin and enable stay.
+    /// Sets the first `numProcs` entries to the defaults; pin and enable stay.
     void reset();
-    /// Gives what is not set in the first `numProcs` entries the value of `defaults`; pin and enable stay.
+    /// Replaces unset values of the first `numProcs` entries by those of `defaults`; pin and enable stay.
     void merge(const Cal& defaults);
 
     std::array<ProcCal, 8> proc;

@@ -25,7 +25,7 @@ std::uint32_t plateauToRegister(std::uint32_t plateau) {
     if (plateau < 4) {
         return 0;
     }
-    return plateau == 5 || plateau == 6 ? 1 : 2; // 4 goes with 7; no setting of 4 is ever let through
+    return plateau == 5 || plateau == 6 ? 1 : 2; // 4 counts as 7; a setting of 4 is rejected before
 }
 
 std::uint32_t plateauFromRegister(std::uint32_t code) {

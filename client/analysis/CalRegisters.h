@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-// The two registers of a pin, and what is allowed to go into them.
+// The two registers of a pin and their legal values.
 
 namespace VX_QRS::ORV::CLIENT::analysis {
 
@@ -18,10 +18,10 @@ struct CalRegisters {
 CalRegisters toRegisters(const ProcCal& pin);
 
 /// Fills all seven fields. The plateau comes out as 3 whatever the unit holds: its code is shifted away before it is
-/// looked at, and listings of old units show it so.
+/// decoded, and listings of old units have it so.
 void fromRegisters(const CalRegisters& registers, ProcCal& pin);
 
-/// What is wrong with a pin's settings, the first of it; null for nothing.
+/// The first invalid value of a pin's settings, as text; null for none.
 const char* invalidSetting(const ProcCal& pin);
 
 } // namespace VX_QRS::ORV::CLIENT::analysis

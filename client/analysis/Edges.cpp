@@ -47,7 +47,7 @@ int nextEdge(Samples samples, std::uint32_t& position, std::uint32_t limit) {
         }
         mask = allOnes;
     }
-    if (level && word < wordLimit) { // behind the storage everything reads as 0
+    if (level && word < wordLimit) { // past the storage everything reads as 0
         position = sampleCount(samples);
         return result;
     }

@@ -4,13 +4,12 @@
 
 namespace VX_QRS::ORV::CLIENT::analysis {
 
-/// The next edge behind a sample, in a burst of `limit` samples; whole words only. Gives +1 for a rise, -1 for a
-/// fall, and the first sample of the new level in `word` and `bit`; 0 for none, and both stay.
+/// Finds the next edge after a sample, in a burst of `limit` samples; whole words only. Returns +1 for a rise, -1 for a
+/// fall, with the first sample of the new level in `word` and `bit`; 0 for none, and both stay.
 int nextEdge(Samples samples, std::uint32_t& word, std::uint32_t& bit, std::uint32_t limit);
 
-/// The edge in front of a sample, met when going back from it: +1 when the level at the sample is 0 (going back, the
-/// level rises), -1 when it is 1. `word` and `bit` become the last sample of the earlier level; 0 for none, and both
-/// stay.
+/// Finds the edge before a sample. Returns +1 when the level at the sample is 0 (going back, the level rises), -1 when
+/// it is 1, with the last sample of the earlier level in `word` and `bit`; 0 for none, and both stay.
 int prevEdge(Samples samples, std::uint32_t& word, std::uint32_t& bit);
 
 /// The same by sample number.

@@ -36,14 +36,14 @@ void findMargin(const Burst& burst, std::uint32_t clockOffset, Metrics& m) {
 
 ClockCentring clockMargins(const Burst& burst, const Metrics& m) {
     ClockCentring result;
-    result.before = notSet;
-    result.after = notSet;
+    result.holdMargin = notSet;
+    result.setupMargin = notSet;
     for (std::uint32_t p = 1; p < usedPins(burst.numPins); ++p) {
-        result.before = std::min(result.before, m.proc[p].marginBefore);
-        result.after = std::min(result.after, m.proc[p].marginAfter);
+        result.holdMargin = std::min(result.holdMargin, m.proc[p].marginBefore);
+        result.setupMargin = std::min(result.setupMargin, m.proc[p].marginAfter);
     }
     result.need = integerPart(burst.oversampling / Vx::Qrs::Trace::limits::marginDivisor + 0.5);
-    result.enough = result.before + result.after >= result.need;
+    result.enough = result.holdMargin + result.setupMargin >= result.need;
     return result;
 }
 

@@ -3,20 +3,20 @@
 #include "client/analysis/Burst.h"
 #include "client/analysis/Metrics.h"
 
-// How far data edges keep away from clock edges.
+// Setup and hold margins: the distances of data edges from the following and the preceding clock edge.
 
 namespace VX_QRS::ORV::CLIENT::analysis {
 
-/// Both margins of every pin: the least distances, in samples, from a data edge back and on to a clock edge. They are
-/// 0x7FFFFFFF for the clock and where no edge was seen. `clockOffset` stands in for a delay of the clock that the unit
-/// does not have yet.
+/// Both margins of every pin: the least distances, in samples, from a data edge back and on to a clock edge; 0x7FFFFFFF
+/// for the clock, and for a lane without edges. `clockOffset` replaces a delay of the clock that the unit does not have
+/// yet.
 void findMargin(const Burst& burst, std::uint32_t clockOffset, Metrics& m);
 
-/// What centring the clock came to.
+/// The margins of the bus, which decide whether the clock can be centred.
 struct ClockCentring {
-    std::uint32_t before = 0; ///< the smallest margin of the data pins
-    std::uint32_t after = 0;
-    std::uint32_t need = 0; ///< a third of a clock period
+    std::uint32_t holdMargin = 0;  ///< the least `marginBefore` of the data pins
+    std::uint32_t setupMargin = 0; ///< the least `marginAfter` of the data pins
+    std::uint32_t need = 0;        ///< a third of a clock period
     bool enough = false;
 };
 
@@ -26,7 +26,7 @@ ClockCentring clockMargins(const Burst& burst, const Metrics& m);
 /// Moves the clock into the middle of the reference pin's margins.
 void centreClock(std::uint32_t referencePin, Metrics& m);
 
-/// The watch over a burst that was taken while recording.
+/// A fault in a burst that was captured while recording.
 struct MarginFault {
     enum class Kind { none, clock, data } kind = Kind::none;
     std::uint32_t word = 0; ///< index of the word at which it happened

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-// What an analysis of a burst of samples found. Distances and delays are in samples.
+// Results of the analysis of a burst of samples. Distances and delays are in samples.
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -25,8 +25,8 @@ public:
     std::int32_t stretch = 0;
     std::uint32_t ones = 0;
     std::uint32_t zeros = 0;
-    std::uint32_t marginBefore = notSet; ///< least distance from a data edge back to a clock edge
-    std::uint32_t marginAfter = notSet;  ///< least distance from a data edge on to a clock edge
+    std::uint32_t marginBefore = notSet; ///< hold margin: least distance from a data edge back to a clock edge
+    std::uint32_t marginAfter = notSet;  ///< setup margin: least distance from a data edge on to a clock edge
 };
 
 class Metrics {

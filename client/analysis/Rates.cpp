@@ -9,12 +9,12 @@ namespace VX_QRS::ORV::CLIENT::analysis {
 
 namespace {
 
-constexpr std::uint32_t settlingTime = 10; // milliseconds that a count may lag behind its window
+constexpr std::uint32_t settlingTime = 10; // ms; a count may trail its window by this much
 
 /// One row of the conditioning table: from so many samples on.
 struct Conditioning {
     double from;
-    std::uint32_t filter; // notSet: as it is
+    std::uint32_t filter; // notSet: unchanged
     std::uint32_t plateau;
     std::uint32_t debounce;
 };

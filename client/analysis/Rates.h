@@ -32,7 +32,7 @@ Rates ratesOf(double exportFrequency, const UnitClock& clock, std::uint32_t numP
 struct CounterWindow {
     std::uint32_t low; ///< register contents
     std::uint32_t high;
-    std::uint32_t wait; ///< milliseconds until the count is certain to stand
+    std::uint32_t wait; ///< milliseconds until the count is complete
 };
 CounterWindow counterWindow(std::uint32_t cpi, const UnitClock& clock);
 
@@ -49,7 +49,7 @@ inline constexpr double stableWithin = 0.5;  ///< percent of the mean, between t
 inline constexpr double lowestAnalysed =
     Vx::Qrs::Trace::limits::lowestAnalysedClock; ///< Hz; slower clocks are not analysed
 
-/// Two measurements, one behind the other.
+/// Two successive measurements.
 struct FrequencyPair {
     double first;
     double second;
@@ -69,7 +69,7 @@ constexpr bool exceedsRecording(double exportFrequency, double dataRate) {
 /// The index of the fastest rate below the limit, or 0; the last one when the limit is 0.
 std::uint32_t startSetting(std::span<const double> frequencies, double limit);
 
-/// Input conditioning by the room that a clock period leaves, in samples. At low rates the filter stays.
+/// Sets the input conditioning for the samples of a clock period. With few samples the filter stays.
 void applyConditioning(double oversampling, ProcCal& pin);
 
 } // namespace VX_QRS::ORV::CLIENT::analysis

@@ -12,17 +12,17 @@ inline constexpr const char* programLabel = "ORV Receiver";
 /// The source unit that exceptions and log lines of front end and channels name, whatever file they come from.
 inline constexpr const char* frontEndUnit = "orv_client_frontend";
 
-/// The line it is called from.
+/// The caller's line.
 inline int here(const SourceLocation& location = SourceLocation::current()) {
     return static_cast<int>(location.line());
 }
 
-/// Whether anybody reads steps; ask before composing a text for one.
+/// Whether steps are logged; check before composing a text for one.
 bool stepsWanted();
 
-/// A step that was taken: class M, threshold 1. Use as logStep(here(), "called ds_start").
+/// Logs a step: class M, threshold 1. Use as logStep(here(), "called ds_start").
 void logStep(int line, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
-/// A failure: class E, threshold 1.
+/// Logs a failure: class E, threshold 1.
 void logStepError(int line, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
 
 } // namespace VX_QRS::ORV::CLIENT

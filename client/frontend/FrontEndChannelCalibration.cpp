@@ -45,7 +45,7 @@ void logResults(const char* what, const Metrics& m, std::uint32_t numPins, std::
     logStep(here(), "%s", text.c_str());
 }
 
-/// Why a calibration begins with the setting that it begins with.
+/// Logs the choice of the first setting.
 void logStart(std::uint32_t setting, const std::vector<double>& frequencies, double limit) {
     const double frequency = frequencies.at(setting);
     if (limit == 0.0) {
@@ -59,7 +59,7 @@ void logStart(std::uint32_t setting, const std::vector<double>& frequencies, dou
     }
 }
 
-/// What follows from an attempt that failed.
+/// Logs the consequence of a failed attempt.
 void logDropped(std::uint32_t setting, std::uint32_t status) {
     if (status != eCALIBRATE) {
         logStep(here(), "freq%u dropped : not for its signal, so no other setting is tried", setting);
@@ -70,7 +70,7 @@ void logDropped(std::uint32_t setting, std::uint32_t status) {
     }
 }
 
-/// What an attempt came to, a line for each pin.
+/// Logs the result of an attempt, a line for each pin.
 void logPins(const Metrics& m, const Cal& cal, std::uint32_t numPins) {
     if (!stepsWanted()) {
         return;
@@ -151,7 +151,7 @@ void FrontEndChannel_1::calibrate() {
         calibration.attemptFile.clear();
         transmitter->shutdown();
     } catch (...) {
-        // A verification recording moves the state; what the channel was before still holds.
+        // A verification recording changes the state; restore it.
         control.state = stateAtEntry;
         if (doneAtEntry) {
             control.threadDone = true; // a verification that was refused halfway has taken it back
@@ -211,7 +211,7 @@ void FrontEndChannel_1::attemptCal(Metrics& results, const Cal& start, Cal& work
     work = start;
     captureOvs();
     if (frequency < analysis::lowestAnalysed) {
-        // Slow enough for the latest sampling point; the unit goes on with what it was given for measuring the rate.
+        // Slow enough for the latest sampling point; the unit keeps the settings of the rate measurement.
         logStep(here(), "too slow to be analysed, and needs no analysis");
         work.reset();
         work.proc[0].delay = longestDelay;

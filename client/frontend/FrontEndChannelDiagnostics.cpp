@@ -14,7 +14,7 @@
 #include <new>
 #include <string>
 
-// The plain text files that a calibration leaves beside the trace file, for a person to read.
+// The plain text files for people that a calibration writes beside the trace file.
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -46,7 +46,7 @@ private:
     OutputFile file;
 };
 
-/// Appends; for lines without texts of the user's.
+/// Appends; for lines without the user's texts.
 void append(std::string& text, const char* format, ...) ORV_PRINTF_CHECKED(2, 3);
 void append(std::string& text, const char* format, ...) {
     std::array<char, 256> buffer{};
@@ -77,7 +77,7 @@ void appendList(std::string& text, const char* key, std::uint32_t numPins, Value
     }
 }
 
-/// The levels of all pins, one line for each sample. A pin that came into use behind the channel's opening has no
+/// The levels of all pins, one line for each sample. A pin that came into use after the channel was opened has no
 /// samples and reads as 0.
 template <typename Words>
 std::string listing(const Words& words, std::uint32_t numPins, std::uint32_t depth, std::uint32_t wordBits) {
@@ -259,7 +259,7 @@ void FrontEndChannel_1::correlationString(const ProcMetrics& p, std::string& tex
     std::int32_t delay = 0;
     findPeakCorrelation(p, delay, maxLag);
     text.clear();
-    // On purpose at the peak's negated lag: that is how these reports have always read.
+    // On purpose at the peak's negated lag, as in all earlier reports.
     append(text, "%.3f", p.correlation[static_cast<std::size_t>(delay + maxLag)]);
     append(text, ",%.3f", p.correlationAtZero);
 }

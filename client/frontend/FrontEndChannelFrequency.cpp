@@ -47,9 +47,9 @@ std::string withFrequencies(const char* reason, const analysis::FrequencyPair& p
     return text + "Hz";
 }
 
-/// Whether the log has the reason already: what a measurement says of rates that cannot be used stands there rung by
-/// rung, and not once more as the text of its failure.
-bool toldByRungs(const std::exception& e, bool measuring) {
+/// Whether the log has the reason already: a measurement logs it at each debounce step, so the text of its failure is
+/// not logged as well.
+bool reportedPerStep(const std::exception& e, bool measuring) {
     const auto* failure = dynamic_cast<const Exception*>(&e);
     return measuring && failure != nullptr && failure->status() == eXMTR;
 }
@@ -145,7 +145,7 @@ void FrontEndChannel_1::findAllFrequencySettings(Metrics& results, Cal& target) 
             measureAndVerifyFreq();
         } catch (const std::exception& e) {
             logStep(here(), "exception programming transmitter to frequency setting %u", setting);
-            if (!toldByRungs(e, measuring)) {
+            if (!reportedPerStep(e, measuring)) {
                 logStep(here(), "setting %u not used : %s", setting, e.what());
             }
             break;

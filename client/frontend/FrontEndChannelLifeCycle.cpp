@@ -28,7 +28,7 @@ void entry(const char* function, const SourceLocation& location = SourceLocation
     logEntry(frontEndUnit, function, location);
 }
 
-/// What an exception says of itself.
+/// The text of an exception, never empty.
 const char* textOf(const std::exception& e) {
     return e.what() != nullptr && *e.what() != '\0' ? e.what() : "unknown exception";
 }
@@ -89,7 +89,7 @@ void FrontEndChannel_1::open() {
     session.opened = true;
 }
 
-/// Entry i of each list is the setting of proc i. Entries behind the last proc are read and dropped.
+/// Entry i of each list is the setting of proc i. Entries past the last proc are converted and ignored.
 void FrontEndChannel_1::convertLists() {
     Cal& cal = calibration.cal;
     const auto convert = [&cal](const std::vector<std::string>& items, auto ProcCal::* field) {
@@ -283,11 +283,11 @@ void FrontEndChannel_1::signalStop(std::int32_t requested, const char* text) {
             control.state = requested;
         }
     } catch (...) {
-        // Whoever reports the end of a recording has nobody to tell of a failure to do so.
+        // The caller reports the end of a recording and cannot handle a failure to do so.
     }
 }
 
-/// The first error wins, and the thread is told to leave.
+/// The first error wins and ends the thread.
 void FrontEndChannel_1::recordError(const char* text) {
     if (text != nullptr) {
         logStepError(here(), "channel error : %s", text);
@@ -320,7 +320,7 @@ void FrontEndChannel_1::terminateThread() {
 void FrontEndChannel_1::run() {
     controlLoop();
     control.threadLives = false;
-    control.threadDone = true; // last: whoever sees it may take the channel down
+    control.threadDone = true; // last: a caller that sees it may delete the channel
 }
 
 void FrontEndChannel_1::controlLoop() {
@@ -407,7 +407,7 @@ void FrontEndChannel_1::cancelRest() {
     session.dataChannel->cancel();
 }
 
-/// When the thread was told to leave between two passes, none of them has seen it.
+/// No pass has seen a request to end that came between two passes.
 void FrontEndChannel_1::cancelAfterLoop(const Run& run) {
     if (run.settled) {
         return;

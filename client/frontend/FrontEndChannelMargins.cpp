@@ -9,7 +9,7 @@
 
 #include <string>
 
-// The burst, as it was captured last, handed to the analysis functions, and what the channel makes of their answers.
+// Hands the burst captured last to the analysis functions and acts on their results.
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -85,8 +85,8 @@ void FrontEndChannel_1::findMargin(Metrics& m) {
 
 void FrontEndChannel_1::adjustClockDelay(Metrics& m) {
     const analysis::ClockCentring margins = analysis::clockMargins(burst(), m);
-    logStep(here(), "clock margins : %u before, %u after, %u samples needed in all : %s", margins.before, margins.after,
-            margins.need, margins.enough ? "enough" : "too low");
+    logStep(here(), "clock margins : %u before, %u after, %u samples needed in all : %s", margins.holdMargin,
+            margins.setupMargin, margins.need, margins.enough ? "enough" : "too low");
     if (!margins.enough) {
         fail(frontEndUnit, eCALIBRATE, "clock margin too low");
     }

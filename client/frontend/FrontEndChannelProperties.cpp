@@ -20,14 +20,14 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-/// What a wrapping buffer gives up, in bytes.
+/// Bytes that a wrapping buffer loses.
 constexpr std::uint32_t wrapBlock = 16384;
 
 constexpr const char* trueOrFalse = "true|false";
 
 constexpr bool appended = true;
 
-/// True when `value` is one of the words of `choices`, which stand between bars.
+/// True when `value` is one of the words of `choices`, which bars separate.
 bool isChoice(std::string_view choices, std::string_view value) {
     while (!choices.empty()) {
         const std::size_t end = choices.find('|');
@@ -56,7 +56,7 @@ const char* join(std::string& out, std::span<const Item> items, const char* form
 
 } // namespace
 
-/// The table of all properties: who sets and who reads each, and which words it takes.
+/// The table of all properties: their setters, getters and accepted words.
 struct FrontEndChannel_1::Properties {
     using Channel = FrontEndChannel_1;
 
@@ -222,7 +222,7 @@ FrontEndChannel_1::~FrontEndChannel_1() {
     try {
         close();
     } catch (const std::exception& e) {
-        // The stream of a server that is gone; nothing is left to be closed.
+        // The server is gone, and its stream with it.
         logStepError(here(), "failed to close channel : %s", e.what());
     } catch (...) {
         logStepError(here(), "failed to close channel : %s", "unknown exception");
@@ -270,7 +270,7 @@ void FrontEndChannel_1::getProperty(const char* name, const char** value) {
     parser->getValue(name, value);
 }
 
-/// Takes an index into the sizes or one of the sizes in bytes.
+/// Accepts an index into the sizes, or one of the sizes in bytes.
 void FrontEndChannel_1::setBufferSize(const char* value) {
     const std::vector<std::uint32_t>& sizes = limits.orvBufSizes;
     std::size_t index = uString::toNumber<std::uint32_t>(value);

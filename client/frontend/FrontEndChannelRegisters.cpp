@@ -12,10 +12,10 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-/// The unit's input behind each EMU pin of the connector.
+/// The unit's input for each EMU pin of the connector.
 constexpr std::array<std::uint32_t, 6> receiverInputs{4, 5, 2, 3, 6, 7};
 
-/// Of a wrapping recording without a period of its own, in words: what wraps should not hold back data for long.
+/// Words; for a wrapping recording without a period of its own, which should not hold back data for long.
 constexpr std::uint32_t wrapTimeoutPeriod = 2000;
 
 constexpr std::uint32_t minPeriod = 2;
@@ -67,7 +67,7 @@ bool FrontEndChannel_1::applyPinSettings() {
     if (uString::split(items, settings.pinMap, ",") != settings.numPins) {
         return false;
     }
-    // The clock leads; the data pins are turned round, so that the one written last is proc 1.
+    // The clock is first; the data pins are reversed, so that the last one of the map is proc 1.
     std::string emuText;
     session.emuPins.push_back(uString::toNumber<std::uint32_t>(items.front()));
     for (std::size_t i = items.size() - 1; i > 0; --i) {

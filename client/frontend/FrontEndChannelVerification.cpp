@@ -7,7 +7,7 @@
 
 #include <string>
 
-// The proof of a calibration: a short recording of a known pattern.
+// The verification of a calibration: a short recording of a known pattern.
 
 namespace VX_QRS::ORV::CLIENT {
 

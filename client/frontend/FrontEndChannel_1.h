@@ -88,8 +88,8 @@ private:
     void terminateThread();                                    // without the mutex: the thread needs it to end
     /// Whether a control thread has been started and not ended.
     bool hasThread() const;
-    /// Ends what is left of the last recording's thread, with the mutex released meanwhile, since the thread needs it to
-    /// end. Call it with the mutex held; true when it was released, so that the caller has to check the state again.
+    /// Ends the last recording's thread if it still runs. Expects the mutex held and releases it meanwhile, since the
+    /// thread needs it to end. True when it was released: the caller has to check the state again.
     bool endEarlierThread();
     void controlLoop(); // the thread's body; a verification runs it on the calling thread
     struct Run {
@@ -218,14 +218,14 @@ private:
         bool stm32BitDataLimit = false;
     };
 
-    /// Fixed limits and what follows from them; never changes behind the constructor.
+    /// Fixed limits and the values derived from them; constant after construction.
     struct BufferLimits {
         std::uint32_t orvBufSizeMin = 0x40000;
         std::uint32_t orvBufSizeMax = 0x8000000;
         std::vector<std::uint32_t> orvBufSizes; ///< the legal buffer sizes, ascending
     };
 
-    /// What the last open, recording and attempts left. Written by the controlling thread under the mutex.
+    /// Results of the last open, recording and attempts. Written by the controlling thread under the mutex.
     struct Session {
         bool opened = false;
         DataClient::Channel* dataChannel = nullptr; ///< the data client's; set by each start
@@ -233,7 +233,7 @@ private:
         std::vector<std::uint32_t> emuPins;         ///< EMU pin of each pin, clock first
         std::string orvBufHasWrapped = "false";     ///< result of the last recording
         bool keepFiles = false;                     ///< diagnostic files survive the object
-        std::string propertyText;                   ///< behind getProperty
+        std::string propertyText;                   ///< storage of the text that getProperty returned
         std::vector<std::string> diagnosticStems;   ///< every stem used since the last deletion
     };
 
@@ -289,7 +289,7 @@ private:
     /// without the mutex.
     struct Control {
         std::atomic<std::int32_t> state{Uncalibrated};
-        std::atomic<bool> exitThread{false};  ///< tells the control thread to leave
+        std::atomic<bool> exitThread{false};  ///< asks the control thread to end
         std::atomic<bool> threadDone{false};  ///< the control thread has finished; set by it, as its last act
         std::atomic<bool> threadLives{false}; ///< from before its start until all it wrote is in the file
         bool dataFileRefused = false;         ///< the recording's file could not be opened, which has been signalled
@@ -314,7 +314,7 @@ private:
 
     FrontEnd_1* frontEnd;              // not owned
     Transmitter* transmitter;          // shared, handed back to the factory
-    const ChannelSettings* traceSetup; // goes with the channel's owner, which the transmitter has to be told
+    const ChannelSettings* traceSetup; // lives as long as the channel's owner; named when the transmitter is released
     std::uint32_t channelNumber;       // number on the unit; scales register addresses
     PropertyParser* parser;            // shared by the process
     std::unique_ptr<uMutex> mutex;

@@ -199,7 +199,7 @@ void FrontEnd_1::applySettings() {
     parser->setSection("Global");
     parser->apply(this);
     logStep(here(), "connecting to orv url %s", url.c_str());
-    // The data server's start has used it by now; the line helps whoever reads the log.
+    // The data server's start has used it by now; the line helps the reader of the log.
     const char* helix = uEnvironment::get("COMMON_HELIX");
     if (*helix != '\0') {
         logStep(here(), "COMMON_HELIX is \"%s\"", helix);

@@ -19,7 +19,7 @@ struct PllSettings {
     double divider = 3.0;
 };
 
-/// How a front end comes by its data client.
+/// Makes and destroys the data client of a front end.
 struct DataClientFactory {
     DataClient* (*create)(std::uint32_t port);
     void (*destroy)(DataClient* client);
@@ -57,8 +57,8 @@ private:
 
     std::uint32_t maxChnls = 1; // number of channel sections of the properties file
     DataClientFactory clientFactory;
-    DataClient* dataClient = nullptr;       // owned, given back through the factory
-    std::string propertyText;               // behind getProperty
+    DataClient* dataClient = nullptr;       // owned, destroyed through the factory
+    std::string propertyText;               // storage of the text that getProperty returned
     std::string url = "0";                  // the unit as the data server knows it
     std::vector<FrontEndChannel*> channels; // owned; the index is not the channel's number once one was released
     PropertyParser* parser = nullptr;       // shared by the process

@@ -51,7 +51,7 @@ inline constexpr std::uint32_t bufferBlock80 = 0x08001080; // two registers
 inline constexpr std::uint32_t bufferBlock84 = 0x08001084; // three registers
 
 // Per channel.
-inline constexpr Block errorStatusA{0x08008010, 2}; // bit 15 is looked at; cleared by writing the pin mask
+inline constexpr Block errorStatusA{0x08008010, 2}; // bit 15 counts; cleared by writing the pin mask
 inline constexpr std::uint32_t errorStatusAFlag = 0x8000;
 inline constexpr Block errorStatusB{0x08008020, 2}; // bit 15 - p for proc p
 inline constexpr std::uint32_t errorStatusBClear = 0x800F;

@@ -4,8 +4,8 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-/// The one way in which the front end waits, so that a simulation can let time pass without waiting. Called from every
-/// thread of a channel.
+/// All waits of the front end, so that a simulation can let time pass without waiting. Called from every thread of a
+/// channel.
 class Waits {
 public:
     virtual ~Waits() = default;

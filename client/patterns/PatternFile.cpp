@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::uint64_t packetBytes = 2 * packetWords;
 
-/// Packets read at a time. The recording of a verification is one block, so that it is read once although it is looked at
+/// Packets read at a time. The recording of a verification is one block, so that it is read once although it is scanned
 /// twice.
 constexpr std::uint64_t blockPackets = 1024;
 
@@ -44,13 +44,13 @@ public:
         size = static_cast<std::uint64_t>(end);
     }
 
-    /// Whole packets from one on, 0 behind the end.
+    /// Number of whole packets from here; 0 past the end.
     std::uint64_t packetsFrom(std::uint64_t first) const {
         const std::uint64_t position = first * packetBytes;
         return position < size ? (size - position) / packetBytes : 0;
     }
 
-    /// Calls `visit` with the number behind `first` and the bytes of each of so many packets.
+    /// Calls `visit` with the number, counted from `first`, and the bytes of each of `count` packets.
     template <class Visit>
     void forEach(std::uint64_t first, std::uint64_t packets, Visit visit) {
         for (std::uint64_t done = 0; done < packets;) {

@@ -49,7 +49,7 @@ void PatternVerifier::checkTenBitPacket(std::uint32_t number, std::span<const st
         } else if (word == syncWord) {
             takeSyncWord(number, i);
         } else {
-            // Ahead of the first word of the pattern there is nothing that it could follow.
+            // The first word of the pattern has no predecessor.
             if (mode != Mode::AfterSync) {
                 if (last != 0 && pattern.check(last, word, synced)) {
                     addError(number, i, word);

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-// Judges the packets of a recorded test pattern, as words; where they come from is the caller's business.
+// Judges the packets of a recorded test pattern, as words.
 
 namespace VX_QRS::ORV::CLIENT {
 
@@ -24,7 +24,7 @@ enum class FrameFormat : std::uint32_t {
     PWords,        ///< 256 words of payload
 };
 
-/// What the last word of a packet says, if it is a trailer.
+/// Meaning of the last word of a packet, if it is a trailer.
 using Vx::Qrs::Trace::limits::trailerOther;
 using Vx::Qrs::Trace::limits::trailerTrace;
 using Vx::Qrs::Trace::limits::trailerTypeMask;

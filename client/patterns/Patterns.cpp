@@ -107,7 +107,7 @@ bool PatternCycle::check(std::uint16_t previous, std::uint16_t current, bool& sy
         bad = false;
     }
     bad = synced && (bad || current != expected);
-    // A fault loses the lock, so that it is reported once and not on every word behind it.
+    // A fault loses the lock, so that it is reported once and not for every following word.
     synced = !bad;
     return bad;
 }

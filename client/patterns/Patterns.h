@@ -13,7 +13,7 @@ namespace VX_QRS::ORV::CLIENT {
 /// The source unit that failures of the patterns name.
 inline constexpr const char* patternsUnit = "orv_client_patterns";
 
-/// Nothing is known of the stream, so nothing is a fault. Base of all the others.
+/// An unknown stream, without faults. Base of all the others.
 class PatternNone_1 : public Pattern {
 public:
     explicit PatternNone_1(std::uint32_t pins) : numPins(pins) {}
@@ -26,7 +26,7 @@ protected:
     double ratio = 0.5;
 };
 
-/// The words of a pattern for each number of data pins; behind the last word the first follows again.
+/// The words of a pattern for each number of data pins; the first follows the last.
 struct PatternImages {
     std::span<const std::uint16_t> onePin;
     std::span<const std::uint16_t> twoPins;
@@ -48,7 +48,7 @@ protected:
 private:
     std::span<const std::uint16_t> words; // static storage
     const char* unsupported;
-    std::size_t next = 0; // where the last word looked for has its successor; no word stands twice in a sequence
+    std::size_t next = 0; // index of the successor of the word found last; each word occurs once in a sequence
 };
 
 class PatternF0_1 : public PatternCycle {

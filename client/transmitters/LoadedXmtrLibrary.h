@@ -8,17 +8,17 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-/// An object of the transmitter library that nobody handed over, and the target adapter that keeps it in work.
+/// A transmitter library object for a channel that was given none, and the target adapter that keeps it working.
 /// Owns both and the two libraries that they come from. Failures are Exception, eXMTR.
 class LoadedXmtrLibrary {
 public:
     LoadedXmtrLibrary() = default;
     LoadedXmtrLibrary(const LoadedXmtrLibrary&) = delete;
     LoadedXmtrLibrary& operator=(const LoadedXmtrLibrary&) = delete;
-    /// Gives back what is held. What cannot be given back is logged and left.
+    /// Releases both objects. A failure to release is logged.
     ~LoadedXmtrLibrary();
 
-    /// Loads both libraries and makes both objects; on a failure what was made is given back.
+    /// Loads both libraries and makes both objects; releases them again on failure.
     void load(const std::string& cpuName);
 
     /// Null until loaded.

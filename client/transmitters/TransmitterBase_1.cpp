@@ -91,7 +91,7 @@ void TransmitterBase_1::applySettings() {
     entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::applySettings");
     parser->setSection("Global");
     parser->apply(this);
-    // The channel's own section is not for here: a channel hands it to its transmitter when it applies its settings.
+    // A channel applies its own section to its transmitter together with its settings.
     // The Global section is set twice; nothing that it sets depends on how often.
     parser->apply(this);
     if (drmXmtr.empty()) {

@@ -29,7 +29,7 @@ inline constexpr const char* patternLfsr = "lfsr";
 inline constexpr const char* patternRampFrom0 = "ramp0";
 inline constexpr const char* patternRampFrom1 = "ramp1";
 
-/// A signal that comes from elsewhere and that nothing here controls; base of the transmitters that are controlled.
+/// An external signal that is not controlled from here; base of the controlled transmitters.
 class TransmitterBase_1 : public Transmitter {
 public:
     /// Throws eNULL without a front end. `frontEnd` is not owned.
@@ -39,7 +39,7 @@ public:
     ~TransmitterBase_1() override;
 
     /// `drmXmtr`, `pins`, `xmtrType`, `numPins`, `xmtrMode`. Throws eNAME for others, eVALUE for an empty item
-    /// among the pins; the pins ahead of that one stay.
+    /// among the pins; the preceding pins stay.
     void setProperty(const char* name, const char* value) override;
     /// `drmXmtr`, `xmtrType`, `numPins`.
     void getProperty(const char* name, const char** value) override;

@@ -16,7 +16,7 @@ public:
     ~TransmitterFpga_1() override;
 
     /// Throws eVALUE for a pattern that the unit cannot send and for a number of pins that is not 1, 2 or 4. "none"
-    /// sends a ramp. `frequencySetting` is not looked at. The failures of register accesses pass through.
+    /// sends a ramp. `frequencySetting` is ignored. Failures of register accesses pass through.
     void program(const char* name, std::uint32_t frequencySetting) override;
     void shutdown() override;
 

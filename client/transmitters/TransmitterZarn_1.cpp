@@ -182,7 +182,7 @@ void TransmitterZarn_1::allocatePins() {
                    static_cast<int>(bit), static_cast<int>(mode));
     };
     allocate(kind->clockPinMode, clockBit, pins.front(), "failed allocating clock pin");
-    // The pin that stands first behind the clock carries bit 0 and is allocated last.
+    // The first pin after the clock carries bit 0 and is allocated last.
     for (std::uint32_t i = numDataPins(); i > 0; --i) {
         allocate(kind->dataPinMode, i - 1, pins[i], "failed allocating data pin");
     }

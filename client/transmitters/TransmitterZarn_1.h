@@ -32,8 +32,8 @@ public:
     std::uint32_t numFrequencySettings() override;
     bool hasTriggered() override;
 
-    /// A channel that shares this transmitter goes, and its record of settings may go with it. If that is the one in
-    /// use here, or if the caller does not know (null), what it says now is kept and used from here on. Allocates
+    /// A channel that shares this transmitter ends, and its record of settings with it. If that record is the one in
+    /// use here, or if the caller does not know (null), its present values are copied and used from now on. Allocates
     /// nothing: a channel's destructor calls it.
     void setupLeaves(const ChannelSettings* leaving) noexcept;
 

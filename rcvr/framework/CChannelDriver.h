@@ -5,7 +5,7 @@
 
 // One CPU's trace channel, as the trace framework drives it.
 //
-// Order of use: CReceiver::AllocateChannel gives the object; SetConfiguration calibrates; then any number of
+// Order of use: CReceiver::AllocateChannel returns the object; SetConfiguration calibrates; then any number of
 // StartRecording and StopRecording pairs, each followed by reading or saving; CReceiver::ReleaseChannel ends it. The
 // object belongs to the receiver: never delete it.
 //
@@ -15,7 +15,7 @@
 // Threads: one controlling thread calls SetConfiguration, StartRecording, StopRecording, reading and saving.
 // GetChannelStatus and GetAttribute may be called from other threads, but wait while SetConfiguration, StartRecording
 // or StopRecording are at work. GetNumSamples may be called from any thread. GetProgress never waits for a calibration,
-// so that it can follow one from another thread. Nobody may be inside when the channel is released.
+// so that it can follow one from another thread. No call may be running when the channel is released.
 //
 // While a recording runs, every question after the state (GetChannelStatus, GetProgress, GetNumSamples, GetAttribute,
 // SeekReadTraceData) asks the transmitter library for the target's trace status, on the calling thread; it takes as
@@ -99,7 +99,7 @@ public:
 
     /// Starts a recording; the argument is not used. Refused before a successful SetConfiguration and while the target
     /// is disconnected; ignored while a recording runs. Blocks while an earlier upload goes on, and returns once the
-    /// capture unit records. The earlier recording's samples are gone. Where it throws once the unit was told to
+    /// capture unit records. The earlier recording's samples are gone. Where it throws after the unit was asked to
     /// record, the state stays at recording: StopRecording brings the channel out.
     virtual void StartRecording(bool flag) = 0;
 
@@ -121,22 +121,22 @@ public:
     /// Refused: throws.
     virtual void LoadFile(const char* path) = 0;
 
-    /// Reads samples of 8 bytes each. `buffer` holds at least `numSamples` (1 or more), `*numRead` tells how many came;
+    /// Reads samples of 8 bytes each. `buffer` holds at least `numSamples` (1 or more), `*numRead` becomes the number read;
     /// fewer than asked at the end of the data is no error. Sample n is bytes 8n to 8n + 7 of the recording, the first
     /// the lowest. Blocks until the samples are there or the upload has ended: during a recording that is until it was
     /// stopped. Where nothing more comes although the upload has not ended, 1 second.
     virtual void SeekReadTraceData(unsigned startSample, unsigned numSamples, std::uint64_t* buffer,
                                    unsigned* numRead) = 0;
 
-    /// Samples recorded, those still in the capture unit included; a part of one counts as one. Behind a calibration and
-    /// ahead of a recording it tells of the calibration's proof: ask ChannelStatus::hasData first.
+    /// Samples recorded, those still in the capture unit included; a part of one counts as one. Between a calibration
+    /// and a recording it counts those of the verification: check ChannelStatus::hasData first.
     virtual unsigned GetNumSamples() = 0;
 
     /// The name given to AllocateChannel; valid as long as the channel.
     virtual const char* CpuName() = 0;
 
     /// State, rate and fill for the user and for menus. Leaves `*out` untouched while the target is disconnected.
-    /// Behind a recording the text ends in " : upload complete", and then the error if there was one, once all samples
+    /// After a recording the text ends in " : upload complete", and then the error if there was one, once all samples
     /// have come.
     virtual void GetChannelStatus(ChannelStatus* out) = 0;
 

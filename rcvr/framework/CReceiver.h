@@ -30,7 +30,7 @@ public:
     /// CChannelDriver::StartRecording and StopRecording, and may throw Vx::Qrs::Zarn::cZarnError like them. A
     /// disconnection stops nothing. Null `cpuName` is ignored.
     virtual void OnTargetStateChange(const char* cpuName, unsigned state) = 0;
-    /// State 0: the trace job was modified. A recording is ended and, behind its upload, for which this waits, started
+    /// State 0: the trace job was modified. A recording is ended and, after its upload, for which this waits, started
     /// anew; on a calibrated channel that does not record one is started. Other states are ignored. Never throws.
     virtual void OnTraceSystemStateChange(const char* cpuName, unsigned state) = 0;
     /// Not used by this receiver.
@@ -40,7 +40,7 @@ public:
 
 /// One per process, counted by CreateRcvr and DestroyRcvr. Its operations are not to be called concurrently, nor, but for
 /// the notifications, while another thread is inside of one of its channels, GetProgress excepted. Errors are thrown as
-/// Vx::Qrs::Zarn::cZarnError. Where nothing else is told, an operation returns at once and throws nothing.
+/// Vx::Qrs::Zarn::cZarnError. Unless noted, an operation returns at once and throws nothing.
 class CReceiver : public CTargetStateNotification {
 public:
     /// How many channels are allocated.
@@ -79,13 +79,13 @@ public:
 
 extern "C" {
 
-/// Gives the process's receiver, made at the first call, and counts the user. Never null; throws
-/// Vx::Qrs::Zarn::cZarnError on failure, and then counts nobody. The first call starts the data server process, which
+/// Returns the process's receiver, made at the first call, and counts the user. Never null; throws
+/// Vx::Qrs::Zarn::cZarnError on failure, and then counts no user. The first call starts the data server process, which
 /// may take some seconds: 7 where its program cannot be started, 40 where it ends at once at each of eight ports.
 /// Meanwhile the process's working directory is another. Not thread-safe. Look it up by this name in the loaded library.
 Vx::Qrs::Trace::CReceiver* CreateRcvr();
 
-/// Gives back one CreateRcvr. At the last one all channels and the receiver are gone, and so is the data server's
+/// Ends one CreateRcvr. At the last one all channels and the receiver are gone, and so is the data server's
 /// process; this may take a second, and waits for a request to the server that is under way. Any other pointer is
 /// ignored. Throws nothing. Not thread-safe.
 void DestroyRcvr(Vx::Qrs::Trace::CReceiver* receiver);

@@ -14,7 +14,7 @@ public:
 
 class IFileDataSource {
 public:
-    /// Called once, behind both were made. The driver is not owned; it lives until right before the source is
+    /// Called once, after both were made. The driver is not owned; it lives until right before the source is
     /// destroyed.
     virtual void setFileChannelDriver(IFileChannelDriver* driver) = 0;
     virtual ~IFileDataSource() = default;

@@ -4,7 +4,7 @@
 
 // The device identification library `PartIdentifier`: what is known of a device and of its trace pins.
 //
-// Everything that it gives out belongs to the identifier object. Texts are never null; objects and texts stay valid
+// The identifier object owns everything that it returns. Texts are never null; objects and texts stay valid
 // until the object is destroyed, except getDeviceText's, which lasts until its next call.
 //
 // The receiver makes an object in the first CreateRcvr and a further one in each CChannelDriver::SetConfiguration:
@@ -25,7 +25,7 @@ public:
 
 class IPart {
 public:
-    /// Of the part that owns a trace part: told to people.
+    /// Of the part that owns a trace part; shown to people.
     virtual const char* getName() = 0;
     /// The properties of one group, in the data base's order. Pin assignments are the group "program.pinouts".
     virtual std::vector<IPartProperty*> getProperties(const char* group) = 0;
@@ -58,7 +58,7 @@ public:
     /// The entries of a device, found by its full CPU name; empty for an unknown one. The first with a trace part that
     /// has pin-outs counts.
     virtual std::vector<IDeviceEntry*> getDeviceEntries(const char* deviceName) = 0;
-    /// One text about a device, `selector` being a TextSelector; empty when unknown. The port may stand in double
+    /// One text about a device, `selector` being a TextSelector; empty when unknown. The port may be in double
     /// quotes.
     virtual const char* getDeviceText(const char* deviceName, unsigned selector) = 0;
     virtual ~IPartIdentifier() = default;
@@ -67,8 +67,8 @@ public:
 } // namespace Vx::Qrs::Trace
 
 extern "C" {
-/// Exports of the library `PartIdentifier`. CreatePartIdentifier gives null when it cannot make an object; what it
-/// makes is given to DestroyPartIdentifier once, whose second argument is 0.
+/// Exports of the library `PartIdentifier`. CreatePartIdentifier returns null when it cannot make an object; each
+/// object is passed once to DestroyPartIdentifier, whose second argument is 0.
 using CreatePartIdentifierFunction = Vx::Qrs::Trace::IPartIdentifier* (*)();
 using DestroyPartIdentifierFunction = void (*)(Vx::Qrs::Trace::IPartIdentifier*, unsigned);
 }

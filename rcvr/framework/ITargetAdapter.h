@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// The target adapter library `HaloTargetAdapter`: what kind of CPU hides behind a name.
+// The target adapter library `HaloTargetAdapter`: the kind of CPU for a name.
 //
 // The receiver loads it in each CReceiver::AllocateChannel, asks once on the calling thread, frees the adapter and
 // unloads the library again. It waits as long as the answer takes. What the library throws as Vx::Qrs::Zarn::cZarnError

@@ -11,13 +11,13 @@
 // A host catches `const Vx::Qrs::Zarn::cZarnError&` (or cZarnErrorIF). Errors are thrown by value; the pointers that
 // the text operations give stay valid as long as the caught object and until its text is next changed.
 // Neither class derives from std::exception: a host that catches only std::exception does not see these.
-// Objects are not shared between threads; whoever caught one owns it. Null texts that are given count as empty ones, or
-// add nothing. An object's code lies in the library that threw it: it must be gone before that is unloaded.
+// Objects are not shared between threads; the catcher owns its object. Null texts count as empty ones, or add nothing.
+// An object's code is in the library that threw it: destroy it before that library is unloaded.
 // Making, copying and changing an error throws nothing: without memory a long text is cut.
 
 namespace Vx::Qrs::Zarn {
 
-/// How grave an error is. The receiver uses the value 2 only.
+/// Severity of an error. The receiver uses the value 2 only.
 enum Severity_Type : unsigned { eSeverityError = 2 };
 
 /// A text that is cut, at the earliest after 188 characters, where there is no memory for the whole of it.
@@ -85,7 +85,7 @@ public:
     virtual const char* GetDetailedText() const = 0;
     /// Appends to the detailed text.
     virtual void AddDetailedInfo(const char* text) = 0;
-    /// Puts a text ahead of the error text, with " : " between them.
+    /// Inserts a text before the error text, with " : " between them.
     virtual void PushText(const char* text) = 0;
     /// Does nothing; kept for hosts that call it on every error they have shown.
     virtual void Delete() = 0;

@@ -7,7 +7,7 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
-/// The insides of a channel, for tests. A member that is not called needs no body.
+/// Access to the private members of a channel, for tests. Prefer the log, the registers, files and status.
 struct ChannelInspector {
     FrontEndChannel_1& channel;
 

@@ -25,7 +25,7 @@ public:
     std::atomic<std::uint32_t> sleeps{0};
     std::atomic<std::uint64_t> total{0}; ///< milliseconds
     std::atomic<std::uint32_t> last{0};  ///< milliseconds
-    /// Called inside every wait, on the waiting thread; to be set while nobody waits.
+    /// Called inside every wait, on the waiting thread; to be set while no thread waits.
     std::function<void(std::uint32_t)> hook;
 };
 

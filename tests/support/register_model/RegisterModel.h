@@ -32,7 +32,7 @@ enum class Call {
 };
 
 /// The capture unit and its server in the same process: a register map, oversample FIFOs and one recording stream
-/// behind `DataClient`. Every request is recorded, in order and as text; what is read can be scripted.
+/// of a `DataClient`. Every request is recorded, in order and as text; what is read can be scripted.
 ///
 /// Accesses to registers that the unit does not have, and writes to those that can only be read, throw
 /// std::runtime_error and are counted in `refusals`.
@@ -51,7 +51,7 @@ public:
 
     /// One line per request: "connect <url>", "read 0800811e 08008060", "write 0800811e=7fff", "open <size> <mode>",
     /// "close", "start", "status", "stop", "request <bytes>", "cancel", "flush", "disconnect". Registers of kind 2
-    /// stand with "2:" in front. A line of `note` stands as it is.
+    /// have the prefix "2:". A line of `note` is logged unchanged.
     std::vector<std::string> log() const;
     void clearLog();
     /// Puts a line of the test's own between the requests.
@@ -92,7 +92,7 @@ public:
     void scriptStatus(std::vector<std::uint32_t> values);
     /// Cuts what a request delivers into records of at most so many bytes.
     void setPieceSize(std::uint32_t bytes);
-    /// Records in front of the reply to the `skip`+1st next request of that kind.
+    /// Delivers records before the reply to the `skip`+1st next request of that kind.
     void deliverBefore(Call call, std::function<void(Callback&)> record, unsigned skip = 0);
 
     // ---- failures and interposition ----

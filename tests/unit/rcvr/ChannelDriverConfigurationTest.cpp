@@ -114,7 +114,7 @@ TEST_F(Configuration, PinsBeyondTheConnectorAreNeverGranted) {
     EXPECT_FALSE(std::filesystem::exists(propertiesFile()));
 }
 
-TEST_F(Configuration, TheLastPinOfTheConnectorCanBeGrantedAndTheNumberBehindItCannot) {
+TEST_F(Configuration, TheLastPinOfTheConnectorCanBeGrantedAndTheNextNumberCannot) {
     device("unit kite\nport 3\nentry\ntrace port\npinout p=pti=6,2,3;pti=5,2,3\n");
     makeDriver().SetConfiguration(settingsFile().c_str());
     EXPECT_EQ(driver->Settings().pinMap, "5,2,3");
@@ -169,7 +169,7 @@ TEST_F(Configuration, OnlyThePtiTransmitterCanBeSetUpOnARunningCpu) {
     makeDriver();
     const std::string tpiu = settingsFile("chan.xml", "<drm_xmtr>tpiu</drm_xmtr>\n<num_pins>1</num_pins>\n");
     EXPECT_CALL(channel, applySettings()).Times(2);
-    driver->SetConfiguration(tpiu.c_str()); // nobody is registered
+    driver->SetConfiguration(tpiu.c_str()); // no CPU is registered
     driver->RegisterCpuHalt("cpu", false);
     EXPECT_EQ(failureOf([&] { driver->SetConfiguration(tpiu.c_str()); }),
               "Error 1: operation failed : the cpu must be halted first");

@@ -144,7 +144,7 @@ TEST_F(Data, WhatIsAnnouncedLaterDoesNotCount) {
 TEST_F(Data, AnUploadThatGrowsAgainIsWaitedForAnew) {
     upload(samples(0, 10));
     channel.metrics.threadDone = false;
-    // Asked for the total, then once ahead of the first poll and once behind each.
+    // Asked for the total, then once before the first poll and once after each.
     int asked = 0;
     EXPECT_CALL(channel, status).WillRepeatedly([&](client::ChannelMetrics& out) {
         out = channel.metrics;
@@ -174,7 +174,7 @@ TEST_F(Data, FailuresWhileReadingComeInOneForm) {
     upload(samples(0, 1));
     EXPECT_CALL(channel, status).WillOnce(Throw(42));
     EXPECT_EQ(failureOf(readOne), "Error 1: " + text);
-    EXPECT_EQ(number, 1U) << "what was read ahead of the failure";
+    EXPECT_EQ(number, 1U) << "samples read before the failure";
 }
 
 TEST_F(Data, NullPointersAreRefusedAndNoSamplesNeedNoBuffer) {

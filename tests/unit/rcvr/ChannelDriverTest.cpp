@@ -37,7 +37,7 @@ TEST_F(ChannelDriverTest, ConstructionAllocatesWithTheAdaptersKindAndReleasesAtT
     EXPECT_THAT(calls(), ElementsAre("CreatePartIdentifier", "NewTargetAdapter board/cpu", "FreeTargetAdapter"));
 }
 
-TEST_F(ChannelDriverTest, TheShortNameIsThePartBehindTheOnlySlash) {
+TEST_F(ChannelDriverTest, TheShortNameIsThePartAfterTheOnlySlash) {
     receiver = std::make_unique<Receiver>();
     const auto shortName = [&](const char* name) {
         return ChannelDriver(receiver.get(), &frontEnd, name, &xmtr, 0, 0).ShortCpuName();
@@ -306,7 +306,7 @@ TEST_F(ChannelDriverTest, OtherSystemStatesDoNothing) {
 TEST_F(ChannelDriverTest, TheHaltListHoldsOneEntryPerNameWithItsLastValue) {
     makeDriver();
     const LogCapture log(folder, "1");
-    EXPECT_TRUE(driver->AreAllCpusHalted()); // nobody runs
+    EXPECT_TRUE(driver->AreAllCpusHalted()); // no CPU runs
     driver->RegisterCpuHalt("a", true);
     EXPECT_TRUE(driver->AreAllCpusHalted());
     driver->RegisterCpuHalt("b", false);

@@ -1,12 +1,12 @@
 #include "DriverFixture.h"
 
-// Every operation of the receiver and of a channel tells its name ahead of anything else that it logs.
+// Every operation of the receiver and of a channel logs its name before anything else.
 
 namespace {
 
 using namespace rcvr_test;
 
-// The level that tells entries writes to the standard output, too.
+// The level that logs entries writes to the standard output, too.
 struct Silence {
     Silence() { testing::internal::CaptureStdout(); }
     Silence(const Silence&) = delete;

@@ -67,7 +67,7 @@ public:
     bool failing = false; ///< getProperty throws
 };
 
-/// Only the trace class is asked for in this room; everything else succeeds and does nothing.
+/// Only the trace class is asked for here; everything else succeeds and does nothing.
 class FakeXmtrLibrary : public Vx::Qrs::Trace::IXmtrLibrary {
 public:
     unsigned kind = 1;

@@ -1,5 +1,4 @@
 #include "DriverFixture.h"
-#include "LinkedCalls.h"
 
 #include <atomic>
 #include <chrono>
@@ -46,12 +45,6 @@ protected:
         EXPECT_TRUE(started && answered);
     }
 };
-
-TEST_F(Notification, DecidesFromItsOwnAttributeWhateverIsAskedMeanwhile) {
-    const BeforeToBool meanwhile([&] { std::thread([&] { ask("orvBufSize"); }).join(); });
-    EXPECT_CALL(channel, start(false));
-    EXPECT_EQ(failureOf([&] { receiver->OnTargetStateChange("cpu", 5); }), "");
-}
 
 TEST_F(Notification, LeavesTheTextThatTheHostWasGiven) {
     TraceAttribute attribute;

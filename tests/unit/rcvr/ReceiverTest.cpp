@@ -1,5 +1,4 @@
 #include "DriverFixture.h"
-#include "LinkedCalls.h"
 
 namespace {
 
@@ -37,12 +36,13 @@ TEST_F(ReceiverTest, LoadsItsSiblingsAndGivesThemBackInOrder) {
 
 TEST_F(ReceiverTest, UnloadsItsSiblingsInTheOppositeOrderOfTheirUse) {
     receiver = std::make_unique<Receiver>();
-    const UnloadedLibraries unloaded;
+    const ScopedVariable unloads("FAKE_UNLOADS", folder.file("unloads.txt"));
     receiver.reset();
-    EXPECT_THAT(unloaded.names(), ElementsAre("AmbitFileChannelDriver", "OrvDataSource", "PartIdentifier"));
+    EXPECT_THAT(readLines(folder.file("unloads.txt")),
+                ElementsAre("AmbitFileChannelDriver", "OrvDataSource", "PartIdentifier"));
 }
 
-TEST_F(ReceiverTest, LoadsTheDataSourceAheadOfTheFileChannelDriver) {
+TEST_F(ReceiverTest, LoadsTheDataSourceBeforeTheFileChannelDriver) {
     const LogCapture log(folder, "1");
     const Receiver made;
     std::vector<std::string> requests;
@@ -103,7 +103,7 @@ TEST_F(ReceiverTest, EveryFailureOfTheFileLibrariesOnlyCostsReplay) {
               prefix + "dll load failure : missing exports in file channel driver dll");
     EXPECT_EQ(errorWith({"part", "driver", "source-bare"}),
               prefix + "dll load failure : missing exports in file data source dll");
-    EXPECT_THAT(calls(), Contains("DestroyChannelDriver")); // it has nobody to serve
+    EXPECT_THAT(calls(), Contains("DestroyChannelDriver")); // it has no data source
     {
         const ScopedVariable behaviour("FAKE_FILE_DRIVER", "null");
         EXPECT_EQ(errorWith({"part", "driver", "source"}),
@@ -146,8 +146,8 @@ TEST_F(ReceiverTest, WithoutTheDeviceIdentificationThereIsNoReceiver) {
 }
 
 TEST_F(ReceiverTest, WhatTheIdentificationThrowsOutlivesItsLibrary) {
-    const auto failureWith = [&](const char* wish) {
-        const ScopedVariable behaviour("FAKE_PART", wish);
+    const auto failureWith = [&](const char* request) {
+        const ScopedVariable behaviour("FAKE_PART", request);
         return failureOfMaking();
     };
     EXPECT_EQ(failureWith("std"), "std: thrown by the sibling");
@@ -183,7 +183,7 @@ TEST_F(ReceiverTest, ChannelsThatWereNeverReleasedGoWithIt) {
     receiver.reset();
 }
 
-TEST_F(ReceiverTest, ChannelsGoAheadOfTheFrontEndAndThatAheadOfTheIdentification) {
+TEST_F(ReceiverTest, ChannelsGoBeforeTheFrontEndAndThatBeforeTheIdentification) {
     makeDriver();
     const std::string last = "DestroyPartIdentifier 0";
     testing::MockFunction<void()> destroyed;

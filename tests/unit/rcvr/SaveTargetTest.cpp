@@ -36,7 +36,7 @@ TEST_F(SaveTarget, AReadOnlyFolder) {
     std::string place = folder.file("read-only");
     std::filesystem::create_directory(place);
     std::filesystem::permissions(place, perms::owner_read | perms::owner_exec);
-    // A user with all rights writes there all the same; the system's own tree takes a file from nobody.
+    // A user with all rights writes there all the same; the system's own tree accepts no file.
     const std::string probe = place + "/probe";
     if (std::ofstream(probe).is_open()) {
         std::filesystem::remove(probe);
@@ -89,7 +89,7 @@ TEST_F(SaveTarget, ADiskThatFillsUpKeepsTheChunksThatWereFinished) {
         std::vector<OrvRcvr::TdfSection> sections;
         try {
             OrvRcvr::TdfFile::listSections(path.c_str(), &sections);
-        } catch (const Vx::Qrs::Zarn::cZarnError&) { // a header or a chunk that was begun stands at the end
+        } catch (const Vx::Qrs::Zarn::cZarnError&) { // a header or a partial chunk is at the end
         }
         saved.push_back(sections.empty() ? 0 : sections[0].dataSize);
         if (!sections.empty()) {

@@ -2,7 +2,7 @@
 #include "SettingsFixture.h"
 #include "tests/unit/tdf/FileFaults.h"
 
-// Whatever becomes of a settings file, nothing of the user's is lost.
+// No text of the user's is lost when a settings file is replaced.
 
 namespace {
 

@@ -127,7 +127,7 @@ TEST_F(SettingsFile, TransmittersOtherThanTheThreeKindsAreRefused) {
     }
 }
 
-TEST_F(SettingsFile, OfSeveralFaultsTheMapIsToldAheadOfTheTransmitterAndThatAheadOfThePins) {
+TEST_F(SettingsFile, OfSeveralFaultsTheMapIsToldBeforeTheTransmitterAndThatBeforeThePins) {
     TemporaryFolder logFolder;
     const LogCapture log(logFolder, "1");
     const auto toldFor = [&](const std::string& text) {
@@ -150,7 +150,7 @@ TEST_F(SettingsFile, KeysAreFoundInAnySection) {
     EXPECT_EQ(readText(path), text);
 }
 
-TEST_F(SettingsFile, WhatStandsBehindTheFirstFaultIsNotCarried) {
+TEST_F(SettingsFile, WhatFollowsTheFirstFaultIsNotCarried) {
     std::string text = replaced(defaultFile, "<no_emu0>false", "<no_emu0>maybe");
     load(replaced(text, "<drm_type>", "<drm_type>type"));
     EXPECT_EQ(g_drmType, "");
@@ -164,7 +164,7 @@ TEST_F(SettingsFile, WhatStandsBehindTheFirstFaultIsNotCarried) {
 }
 
 TEST_F(SettingsFile, TheSecondPinFlagFollowsTheFirstAtTheNextStore) {
-    // A bad key behind the carried ones makes the store follow the load.
+    // A bad key after the carried ones makes the store follow the load.
     std::string text = replaced(defaultFile, "<no_emu0>false", "<no_emu0>true");
     text = replaced(text, "<drm_type>", "<drm_type>type");
     text = replaced(text, "<drm_key>", "<drm_key>key");

@@ -66,7 +66,7 @@ protected:
         writeBytes(path, text);
         return load();
     }
-    // Defaults were loaded and stand in the file now.
+    // Defaults were loaded and are in the file now.
     void expectRefused(const std::string& text) {
         EXPECT_TRUE(isDefault(load(text))) << text;
         EXPECT_NE(readText(path), text);

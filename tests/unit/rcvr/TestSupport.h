@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// What the tests of this room share: folders, variables, the log and the stand-ins of the sibling libraries.
+// Shared by these tests: folders, variables, the log and the stand-ins of the sibling libraries.
 
 namespace rcvr_test {
 

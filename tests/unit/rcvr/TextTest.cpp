@@ -7,7 +7,7 @@
 
 #include <limits>
 
-// The pure functions behind attributes, status and the properties file.
+// The pure functions of attributes, status and the properties file.
 
 namespace {
 
@@ -22,7 +22,7 @@ TEST(ListText, CountsOneMoreThanThereAreCommas) {
     EXPECT_EQ(countListEntries(","), 2U);
 }
 
-TEST(ListText, EntriesWithACommaBehindComeWholeAndTheLastLosesItsLastCharacter) {
+TEST(ListText, EntriesWithAFollowingCommaComeWholeAndTheLastLosesItsLastCharacter) {
     EXPECT_EQ(pickListEntry("25.0,100000.000000", 0), "25.0");
     EXPECT_EQ(pickListEntry("25.0,100000.000000", 1), "100000.00000");
     EXPECT_EQ(pickListEntry("x", 0), "");

@@ -1,3 +1,4 @@
+#include "client/analysis/Alignment.h"
 #include "client/analysis/BitCounts.h"
 #include "client/analysis/Conversions.h"
 #include "client/analysis/Edges.h"
@@ -202,7 +203,7 @@ TEST_P(RandomAttempts, GiveTheSameDelaysAndMarginsInBothImplementations) {
             reference::align(burst, 0, samplingPos, reference, slowByClock);
             ASSERT_TRUE(same(fastByClock, slowByClock)) << "alignment by clock of burst " << i;
         }
-        // A start behind the burst makes the count wrap round to all of it; the slow one would not come back.
+        // A start past the burst makes the count wrap round to all of it; the slow one would not come back.
         const bool inside = burst.bitSamples + burst.skip <= burst.length;
         if (inside) {
             in.align(fast, 1);
@@ -231,7 +232,8 @@ TEST_P(RandomAttempts, GiveTheSameEndOfAWatchedBurstInBothImplementations) {
     bursts::Generator random(GetParam() + 4000);
     for (std::uint32_t i = 0; i < burstsPerSeed / 100; ++i) { // each failure writes a file
         bursts::OwnedBurst owned = random.next();
-        hand(inside(), owned);
+        ChannelInspector in = inside();
+        hand(in, owned);
         const auto margin = static_cast<std::int32_t>(random.below(4));
         std::uint32_t index = 0;
         const int expected = reference::marginFault(owned.view(), margin, index);
@@ -239,7 +241,7 @@ TEST_P(RandomAttempts, GiveTheSameEndOfAWatchedBurstInBothImplementations) {
                                      "oversampling data margin failure at index "};
         std::string said = "none";
         try {
-            inside().verifyOvsMargin(inside().cal(), margin);
+            in.verifyOvsMargin(in.cal(), margin);
         } catch (const Exception& e) {
             ASSERT_EQ(e.status(), eOVS);
             said = e.detail();
@@ -252,9 +254,8 @@ TEST_P(RandomAttempts, GiveTheSameDelaysOfAnyCorrelationsInBothImplementations) 
     bursts::Generator random(GetParam() + 5000);
     const double special[] = {0.0, -0.0, 1.0, -1.0, 0.5, std::nan(""), HUGE_VAL, -HUGE_VAL};
     for (std::uint32_t i = 0; i < burstsPerSeed; ++i) {
-        inside().settings().numPins = 1 + random.below(8);
         Burst pins;
-        pins.numPins = inside().settings().numPins;
+        pins.numPins = 1 + random.below(8);
         Metrics fast;
         Metrics slow;
         const bool few = random.below(2) != 0; // values of which many are equal
@@ -265,14 +266,14 @@ TEST_P(RandomAttempts, GiveTheSameDelaysOfAnyCorrelationsInBothImplementations) 
             slow.proc[p].correlation = fast.proc[p].correlation;
             const std::uint32_t range = random.below(32);
             std::int32_t delays[2] = {77, 88};
-            const double best = inside().findPeakCorrelation(fast.proc[p], delays[0], range);
+            const double best = analysis::findPeakCorrelation(fast.proc[p], delays[0], range);
             ASSERT_TRUE(same(best, reference::findPeakCorrelation(slow.proc[p], delays[1], range))) << i;
             ASSERT_EQ(delays[0], delays[1]) << i;
             const std::int32_t spread = random.below(10) == 0 ? 2000000000 : 60;
             fast.proc[p].delay = slow.proc[p].delay = static_cast<std::int32_t>(random.uniform() * spread) -
                                                       spread / 2 + (random.below(3) == 0 ? delays[0] : 0);
         }
-        inside().formatDelaysForFpga(fast);
+        analysis::formatDelays(pins.numPins, fast);
         reference::formatDelays(pins, slow);
         ASSERT_TRUE(same(fast, slow)) << i;
     }
@@ -301,7 +302,7 @@ INSTANTIATE_TEST_SUITE_P(Seeds, RandomBursts, ::testing::Range(1U, 9U));
 INSTANTIATE_TEST_SUITE_P(Seeds, RandomAttempts, ::testing::Range(1U, 9U));
 
 TEST(CountsWhosePositionsWrap, CoverTheWholeBurst) {
-    // A start behind the burst leaves a count that wraps: the positions run through 2^32 and then through the burst.
+    // A start past the burst leaves a count that wraps: the positions run through 2^32 and then through the burst.
     bursts::Generator random(77);
     for (int i = 0; i < 2000; ++i) {
         bursts::OwnedBurst owned = random.next();

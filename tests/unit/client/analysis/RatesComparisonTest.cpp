@@ -88,7 +88,7 @@ TEST(RandomRates, GiveTheSameConditioningInBothImplementations) {
         std::uint32_t plateau = 3;
         std::uint32_t debounce = 0;
         const double s = oversampling * 0.85;
-        // From the bottom of the table to its top, each row overwriting what stands below it.
+        // From the bottom of the table to its top, each row overwriting those below it.
         if (s >= 3) {
             debounce = 3;
         }

@@ -25,7 +25,7 @@ double countOnes(Samples samples, std::uint32_t start, std::uint32_t count, std:
 double countCommonOnes(Samples a, Samples b, std::uint32_t start, std::uint32_t count, std::int32_t lag);
 double correlateBits(Samples a, Samples b, std::uint32_t start, std::uint32_t count, std::int32_t lag);
 
-/// "center", "edge", or null when it cannot be told.
+/// "center", "edge", or null when it is undecided.
 const char* samplingPosition(const Burst& burst);
 const char* samplingPosition(std::uint32_t centerCount, std::uint32_t edgeCount);
 void stretch(const Burst& burst, double onesRatio, Metrics& m);

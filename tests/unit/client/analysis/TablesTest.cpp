@@ -201,7 +201,7 @@ TEST(InvalidSetting, IsFoundAtEachLimitAndInItsOrder) {
     for (std::size_t first = 0; first < unset.size(); ++first) {
         EXPECT_EQ(with([&](ProcCal& p) {
                       for (std::size_t i = first; i < unset.size(); ++i) {
-                          unset[i](p); // the first in this order is the one that is told
+                          unset[i](p); // the first in this order is reported
                       }
                   }),
                   "invalid " + names[first]);
@@ -317,7 +317,7 @@ TEST(CalMerge, FillsOnlyWhatIsNotSet) {
     EXPECT_EQ(cal.proc[1].delay, 0U);
     EXPECT_EQ(cal.proc[0].rcvrpin, 0U);
     EXPECT_EQ(cal.proc[0].enable, 0U);
-    EXPECT_EQ(cal.proc[2].filter, notSet); // behind the receiver's own count
+    EXPECT_EQ(cal.proc[2].filter, notSet); // past the receiver's own count
 }
 
 TEST(FreshMetrics, KnowNothing) {

@@ -117,7 +117,7 @@ OwnedBurst clockAndData(std::uint32_t half, double clockAt, double dataAt, std::
 }
 
 TEST(SamplingPosition, CountsDataEdgesByTheirNearerClockEdge) {
-    // Half a period of 16: an edge 9 to 24 samples from the nearer clock edge stands between them. With both edges of
+    // Half a period of 16: an edge 9 to 24 samples from the nearer clock edge lies between them. With both edges of
     // the clock that never happens, so a clock of half the rate is drawn.
     OwnedBurst between = clockAndData(16, 40, 56, 32);
     between.square(0, 40, 32);
@@ -133,7 +133,7 @@ TEST(SamplingPosition, OfAnOddHalfPeriodTakesTheCenteredEdgeAsCentered) {
     // front of its edge at 30.
     OwnedBurst centred = clockAndData(7, 30, 33);
     EXPECT_EQ(analysis::countSamplingPositions(centred.view()).edge, 0U);
-    // One sample later it is 3 on, and only the last edge, with no clock edge behind it, still counts as centred.
+    // One sample later it is 3 on, and only the last edge, with no clock edge after it, still counts as centred.
     OwnedBurst later = clockAndData(7, 30, 34);
     EXPECT_EQ(analysis::countSamplingPositions(later.view()).center, 1U);
     EXPECT_EQ(analysis::countSamplingPositions(later.view()).edge, 1166U);
@@ -250,7 +250,7 @@ TEST(AlignDataWithData, SearchesNoFurtherThanTheCorrelationsReach) {
     EXPECT_DOUBLE_EQ(m.proc[1].correlation[31], 1.0);
 }
 
-TEST(AlignDataWithData, LeavesEntriesBehindItsRangeZero) {
+TEST(AlignDataWithData, LeavesEntriesPastItsRangeZero) {
     OwnedBurst burst = skewed(10, 0, 0);
     Metrics m;
     m.proc[2].correlation.fill(7.0);
@@ -317,7 +317,7 @@ TEST(CountOnes, HoldsForStreamsOfAnyLength) {
     EXPECT_EQ(analysis::countCommonOnes(ones, ones, 3, 600001, 7), 600001.0);
 }
 
-TEST(CorrelateBits, ReadsZerosBehindTheBurst) {
+TEST(CorrelateBits, ReadsZerosPastTheBurst) {
     const std::vector<std::uint16_t> ones(4, 0xFFFF);
     EXPECT_EQ(analysis::countOnes(ones, 32, 32, 0), 32.0);
     EXPECT_EQ(analysis::countOnes(ones, 32, 32, 31), 1.0);
@@ -331,7 +331,7 @@ TEST(FindMargin, IsTheLeastDistanceEitherWay) {
     OwnedBurst burst = clockAndData(16, 16, 22);
     Metrics m;
     analysis::findMargin(burst.view(), 0, m);
-    EXPECT_EQ(m.proc[1].marginBefore, 7U); // back to the last sample in front of the clock's edge
+    EXPECT_EQ(m.proc[1].marginBefore, 7U); // back to the last sample before the clock's edge
     EXPECT_EQ(m.proc[1].marginAfter, 10U);
     EXPECT_EQ(m.proc[0].marginBefore, notSet);
     EXPECT_EQ(m.proc[0].marginAfter, notSet);
@@ -468,7 +468,7 @@ TEST(MarginFault, IsNoneForDataBetweenClockEdges) {
 }
 
 TEST(MarginFault, WithAMarginOfTwoIsMetAtTheFirstClockEdge) {
-    OwnedBurst burst = clockAndData(16, 104, 112); // the first toggle behind the skipped word is at 24
+    OwnedBurst burst = clockAndData(16, 104, 112); // the first toggle after the skipped word is at 24
     const analysis::MarginFault fault = faultOf(burst, 2);
     EXPECT_EQ(fault.kind, analysis::MarginFault::Kind::clock);
     EXPECT_EQ(fault.word, 1U);

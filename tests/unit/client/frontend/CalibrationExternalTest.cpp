@@ -27,7 +27,7 @@ protected:
         own->applySettings();
         model.clearLog();
     }
-    /// Nobody knows what such a signal should look like.
+    /// The content of such a signal is unknown.
     void expectNoPattern() {
         const std::int32_t before = insideOwn().control().state;
         try {
@@ -41,7 +41,7 @@ protected:
         EXPECT_EQ(insideOwn().control().state, before);
         EXPECT_EQ(insideOwn().settings().file, stem);
         EXPECT_FALSE(insideOwn().calibration().calInProgress);
-        EXPECT_FALSE(insideOwn().mutex().unlock()); // nobody holds it
+        EXPECT_FALSE(insideOwn().mutex().unlock());
         EXPECT_FALSE(exists(stem + ".cache"));
     }
 
@@ -52,7 +52,7 @@ TEST_F(ExternalSignal, CannotBeCalibratedAutomaticallyForWantOfAPattern) {
     open("delays=1,2,3,4,5\n");
     LogCapture log;
     expectNoPattern();
-    // It was measured and looked at, up to the step that needs to know the share of ones.
+    // It was measured and analysed, up to the step that needs to know the share of ones.
     EXPECT_THAT(insideOwn().clocking().frequencies, ElementsAre(testing::DoubleNear(50e6, 50)));
     EXPECT_EQ(insideOwn().settings().samplingPos, "edge");
     EXPECT_THAT(log.steps(), Contains("failed freq0 (5.00000e+07) : eSEQUENCE(9) : invalid sequence of calls : no "

@@ -27,7 +27,7 @@ inline constexpr std::uint32_t countHigh = 0x080080F2;
 inline constexpr std::uint32_t windowLow = 0x080080E0;
 inline constexpr std::uint32_t windowHigh = 0x080080E2;
 
-/// The count that stands for a rate with the unit's usual clocks and the usual `cpi`.
+/// The count of a rate with the unit's usual clocks and the usual `cpi`.
 inline std::uint32_t countFor(double frequency) {
     return static_cast<std::uint32_t>(frequency * 8 * 1e6 * 3 / 1.05e9 + 0.5);
 }

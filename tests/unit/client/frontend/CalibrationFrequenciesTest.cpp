@@ -126,7 +126,7 @@ TEST_F(CalibrationTest, NoClockFailsAtTheFirstRungAndLeavesItsFiles) {
     EXPECT_THAT(debounces(), ElementsAre(4));
     EXPECT_THAT(readText(stem + ".cap.txt"), testing::HasSubstr("delay=9,")); // the user's, not the measurement's own
     const auto lines = model.log();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), registerDumpLine), 2); // with the settings, and behind the failure
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), registerDumpLine), 2); // with the settings, and after the failure
 }
 
 TEST_F(CalibrationTest, AWindowOfNothingEndsInAStatedFailureWhenAnythingWasCounted) {

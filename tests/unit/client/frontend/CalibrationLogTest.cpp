@@ -1,6 +1,6 @@
 #include "tests/unit/client/frontend/CalibrationFixture.h"
 
-// The log tells somebody who was not there what was tried, what was found, and why a setting was kept or dropped.
+// The log of a calibration: what was tried and found, and why a setting was kept or rejected.
 
 namespace client_test {
 namespace {

@@ -29,7 +29,7 @@ TEST_F(CalibrationTest, ManualModeTakesItsMarginsAtTheFixedPositionNotAtTheUsers
         model.setBurst(p, burst.pins[p]);
     }
     channel->calibrate();
-    // Setup: the last sample before the rise.
+    // Hold: back to the last sample before the rise.
     EXPECT_THAT(readText(stem + ".cal.txt"), testing::ContainsRegex("Data 1.\r?\n.*\n.*\nmargin=-5,.6\r?\n"));
 }
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <stdexcept>
 
-// The recording that proves a calibration, over a model of the unit.
+// The recording that verifies a calibration, over a model of the unit.
 
 namespace client_test {
 namespace {
@@ -227,7 +227,7 @@ TEST_F(VerificationTest, ARecordingThatBreaksOffLeavesNoOpenFile) {
     try {
         verify();
     } catch (const std::exception&) {
-        // How it is reported is not what is looked at here.
+        // Its report is not the subject here.
     }
     waits.hook = {};
     EXPECT_THAT(log.steps(), Contains("closed data file"));

@@ -144,7 +144,7 @@ TEST_F(CalibrationTest, DuringARecordingItIsRefusedAndTheTransmitterShutDownAllT
     EXPECT_TRUE(lockIsFree());
 }
 
-TEST_F(CalibrationTest, AFailureOfTheShutdownBehindAFailureIsSwallowed) {
+TEST_F(CalibrationTest, AFailureOfTheShutdownAfterAFailureIsSwallowed) {
     openCalibrated();
     beginRecording();
     EXPECT_CALL(transmitter, shutdown).WillOnce([] { throw std::runtime_error("port"); });

@@ -143,7 +143,7 @@ TEST_F(DataPathTest, ErrorsBeforeTheRecordingBeginsAreForgotten) {
     EXPECT_EQ(state(), Recording);
     model.clearLog();
     waits.hook = [this](std::uint32_t) { channel->stop(); };
-    channel->run(); // is not told to leave before its first pass
+    channel->run(); // does not end before its first pass
     waits.hook = {};
     EXPECT_EQ(model.count(Call::Stop), 1u);
 }

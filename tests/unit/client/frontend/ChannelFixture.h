@@ -61,8 +61,9 @@ protected:
     /// Measures a clock of that rate, to the hertz, and takes a burst, as an operator's look at the signal does. Clears
     /// the model's log.
     void measure(std::uint32_t frequency);
-    /// False when this thread still holds the channel's lock.
-    bool lockIsFree() { return !inside().mutex().unlock(); }
+    /// Gives back one level of the channel's lock; false when this thread holds none.
+    bool releaseLock() { return inside().mutex().unlock(); }
+    bool lockIsFree() { return !releaseLock(); }
     /// Whether the channel was open: an open one closes its stream when it is destroyed. Leaves a fresh channel.
     bool wasOpen();
     std::int32_t state() { return inside().control().state; }

@@ -74,7 +74,7 @@ TEST_F(HandoverTest, SecondStartDoesNotKeepTheOldFileInPlace) {
     channel->start(false);
     channel->start(false);
     EXPECT_EQ(readText(binPath()), "");
-    EXPECT_TRUE(inside().mutex().unlock());
+    EXPECT_TRUE(releaseLock());
     channel->stop();
     waitUntilDone();
 }
@@ -83,12 +83,13 @@ TEST_F(HandoverTest, ThreadOpensItsFileWhileAnotherHoldsTheLock) {
     openCalibrated();
     writeText(binPath(), "old");
     beginRecording();
-    inside().mutex().lock();
+    VX_QRS::uMutex& mutex = inside().mutex();
+    mutex.lock();
     std::thread body([this] { channel->run(); });
     while (!readText(binPath()).empty()) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    inside().mutex().unlock();
+    mutex.unlock();
     channel->stop();
     body.join();
 }
@@ -178,12 +179,12 @@ TEST_F(HandoverTest, CallerThatHoldsTheLockDeeperIsNotMadeToWait) {
     openCalibrated();
     model.setRecorded(std::vector<std::uint8_t>(endless, 'x'));
     channel->start(false);
-    channel->start(false); // keeps a level: the control thread stands still
+    channel->start(false); // keeps a level: the control thread stalls
     channel->stop();
     channel->start(false); // would wait for it for ever
     EXPECT_EQ(state(), Recording);
     EXPECT_FALSE(status().threadDone);
-    EXPECT_TRUE(inside().mutex().unlock());
+    EXPECT_TRUE(releaseLock());
     channel->stop();
     model.setRecorded({});
     waitUntilDone();

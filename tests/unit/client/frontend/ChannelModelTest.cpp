@@ -113,7 +113,7 @@ protected:
         }
     }
 
-    /// A recording runs and its thread looks at it.
+    /// A recording runs and its thread polls it.
     bool watched() const { return expected.state == Recording && expected.threadAlive; }
 
     void leave(std::int32_t state) {

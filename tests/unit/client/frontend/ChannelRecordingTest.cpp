@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// The control thread's body, run on the test's own thread, so that each pass can be told what it meets.
+// The control thread's body, run on the test's own thread, so that a test decides what each pass meets.
 
 namespace client_test {
 
@@ -38,16 +38,16 @@ protected:
         model.clearLog();
     }
 
-    /// Runs the body to its end; `behind` is called with the number of each pass, in the sleep behind it.
-    void run(const std::function<void(unsigned)>& behind = {}) {
+    /// Runs the body to its end; calls `afterPass` with the number of each pass, in the sleep that follows it.
+    void run(const std::function<void(unsigned)>& afterPass = {}) {
         unsigned passes = 0;
         waits.hook = [&](std::uint32_t milliseconds) {
             if (milliseconds != passInterval) {
                 return;
             }
             ASSERT_LT(++passes, 1000u) << "the body does not end";
-            if (behind) {
-                behind(passes);
+            if (afterPass) {
+                afterPass(passes);
             }
         };
         channel->run();
@@ -55,7 +55,7 @@ protected:
         passesRun = passes;
     }
 
-    /// Stops behind the second pass.
+    /// Stops after the second pass.
     void runAndStop() {
         run([this](unsigned pass) {
             if (pass == 2) {
@@ -373,7 +373,7 @@ TEST_F(RecordingTest, FileThatCannotBeOpenedEndsTheThreadBeforeItsFirstPass) {
     channel->setProperty("file", stem.c_str());
 }
 
-TEST_F(RecordingTest, FileThatCannotBeOpenedLeavesNothingToDoBehindTheWordThatTheThreadIsDone) {
+TEST_F(RecordingTest, FileThatCannotBeOpenedLeavesNothingToDoOnceTheThreadIsDone) {
     begin();
     channel->setProperty("file", (folder.path / "missing" / "trace").string().c_str());
     inside().counters().bytesReady = 100; // what asks for a cancel, under the lock, wherever a thread leaves otherwise
@@ -397,7 +397,7 @@ TEST_F(RecordingTest, LeavingBetweenTwoPassesCancelsWhatIsLeftOnce) {
     EXPECT_EQ(passesRun, 3u);
     EXPECT_THAT(model.log(), ElementsAre("status", poll, "status", poll, "status", poll, "cancel"));
     EXPECT_THAT(log.steps(), Contains("calling ds_cancel, 100 bytes on orv, 0 bytes pending"));
-    EXPECT_EQ(state(), Recording) << "nobody asked for another state";
+    EXPECT_EQ(state(), Recording) << "no caller asked for another state";
     EXPECT_TRUE(status().threadDone);
 }
 
@@ -427,7 +427,7 @@ TEST_F(RecordingTest, LeavingBeforeTheFirstPassDoesNothing) {
     EXPECT_TRUE(status().threadDone);
 }
 
-TEST_F(RecordingTest, FailedCancelBehindTheLoopIsAnError) {
+TEST_F(RecordingTest, FailedCancelAfterTheLoopIsAnError) {
     begin();
     model.setRecorded(someBytes(100));
     model.failNext(Call::Cancel, "disconnected from server");

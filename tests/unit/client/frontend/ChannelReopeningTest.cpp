@@ -18,7 +18,7 @@ namespace {
 
 class ReopeningTest : public ChannelTest {
 protected:
-    /// An answer for the transmitter that looks at whether its caller holds the channel's lock.
+    /// An answer for the transmitter that checks whether its caller holds the channel's lock.
     auto calledUnderTheLock(bool expected) {
         return [this, expected] {
             VX_QRS::uMutex& mutex = inside().mutex();
@@ -103,7 +103,7 @@ TEST_F(ReopeningTest, StatusIsAnsweredWhileAnotherThreadHoldsTheLock) {
     EXPECT_EQ(other.get().state, Recording);
 }
 
-TEST_F(ReopeningTest, AStopWaitsForWhoeverHoldsTheLock) {
+TEST_F(ReopeningTest, AStopWaitsForTheHolderOfTheLock) {
     openCalibrated();
     beginRecording();
     VX_QRS::uMutex& mutex = inside().mutex();

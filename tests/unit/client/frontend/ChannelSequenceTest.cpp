@@ -4,12 +4,11 @@
 #include <stdexcept>
 #include <string>
 
-// Steps whose order shows only when a later one fails or looks at what an earlier one left.
+// Steps whose order shows only when a later one fails or reads what an earlier one left.
 
 namespace client_test {
 
 using testing::Contains;
-using testing::ElementsAre;
 
 namespace {
 
@@ -18,14 +17,14 @@ class SequenceTest : public ChannelTest {};
 } // namespace
 
 TEST_F(SequenceTest, OpenAppliesThePinsBeforeItRefusesTheKindOfExport) {
-    configure("");
-    channel->setProperty("pinMap", "0,1,2");
+    configure("pinMap=0,1,2\n");
     transmitter.properties["drmXmtr"] = "trace";
-    expectFailure([&] { inside().open(); }, eCONFIG, "invalid channel type: trace");
+    LogCapture log;
+    expectFailure([&] { channel->applySettings(); }, eCONFIG, "invalid channel type: trace");
     EXPECT_THAT(model.log(), Contains("transmitter pins=0,1,2"));
-    EXPECT_THAT(inside().session().rcvrPins, ElementsAre(4u, 2u, 5u));
-    channel->setProperty("pinMap", "0,6");
-    expectFailure([&] { inside().open(); }, eFAIL,
+    EXPECT_THAT(log.messages(), Contains("ORV Receiver : mapped emupins=2,1 to rcvrpins=4,2,5"));
+    configure("pinMap=0,6\n");
+    expectFailure([&] { channel->applySettings(); }, eFAIL,
                   "receiver is not connected to one or more of the requested EMU pins, 0,6");
 }
 

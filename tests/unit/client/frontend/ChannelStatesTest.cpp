@@ -175,7 +175,7 @@ protected:
         const bool ignored = state() == Recording;
         channel->start(false);
         if (ignored) {
-            EXPECT_TRUE(inside().mutex().unlock()) << "an ignored start keeps a level of the lock";
+            EXPECT_TRUE(releaseLock()) << "an ignored start keeps a level of the lock";
         }
     }
 };

@@ -70,7 +70,7 @@ TEST_F(ThreadTest, StartIsPossibleFromEveryEndOfARecording) {
 
 // ---- archives ----
 
-TEST_F(ThreadTest, StartThatFailsLeavesNoThreadToWaitForAndCanBeRepeatedBehindAStop) {
+TEST_F(ThreadTest, StartThatFailsLeavesNoThreadToWaitForAndCanBeRepeatedAfterAStop) {
     openCalibrated();
     EXPECT_CALL(transmitter, program)
         .WillOnce(testing::Throw(Exception("transmitter", 1, eXMTR, "failed enabling port")))
@@ -122,7 +122,7 @@ TEST_F(ThreadTest, SecondStartKeepsTheLockOneLevelDeeper) {
     channel->start(false);
     EXPECT_THAT(log.steps(), Contains("already recording, call ignored"));
     EXPECT_EQ(model.count(Call::Start), 1u);
-    EXPECT_TRUE(inside().mutex().unlock());
+    EXPECT_TRUE(releaseLock());
     EXPECT_TRUE(lockIsFree());
     channel->stop();
     waitUntilDone();

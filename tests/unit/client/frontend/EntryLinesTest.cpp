@@ -23,7 +23,7 @@ protected:
         try {
             action();
         } catch (const std::exception&) {
-            // The entry comes first, whatever comes of the call.
+            // The entry comes first, whatever the result of the call.
         }
         return log.functions("orv_client_frontend");
     }

@@ -241,12 +241,12 @@ protected:
         shared->setProperty("drmXmtr", "pti");
         shared->setProperty("pins", "0,1");
         shared->program("f0", 0);
-        destroyTransmitter(shared, &nobodys);
+        destroyTransmitter(shared, &lentSettings);
         testing::Mock::VerifyAndClearExpectations(&library);
     }
 
     testing::NiceMock<transmitter_test::MockXmtrLibrary> library;
-    ChannelSettings nobodys;
+    ChannelSettings lentSettings;
 };
 
 TEST_F(SharedTransmitterTest, SettingsOfTheFirstChannelOutliveIt) {
@@ -257,7 +257,7 @@ TEST_F(SharedTransmitterTest, SettingsOfTheFirstChannelOutliveIt) {
     FrontEndChannel* one = makeTarget(&second);
     first->stallCpu = true;
     unit().release(zero);
-    first->stallCpu = false; // what its memory holds by now is nobody's business
+    first->stallCpu = false; // what its memory holds by now does not matter
     first.reset();
     expectProgrammed(true, false);
     unit().release(one);

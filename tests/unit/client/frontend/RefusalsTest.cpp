@@ -25,7 +25,7 @@ unsigned refuseEach(const std::function<void()>& action, Status status, const st
             if (!memoryWasRefused()) {
                 return nth - 1;
             }
-            ADD_FAILURE() << "allocation " << nth << " failed and nobody was told";
+            ADD_FAILURE() << "allocation " << nth << " failed unreported";
         } catch (const Exception& e) {
             EXPECT_TRUE(memoryWasRefused());
             EXPECT_EQ(e.status(), status) << "allocation " << nth;
@@ -112,8 +112,8 @@ TEST_F(RefusalsTest, HostBuffersThatCannotBeAllocatedEndTheOpening) {
 
 TEST_F(RefusalsTest, OpeningThatLacksMemoryAnywhereLeavesTheChannelClosedAndCanBeRepeated) {
     configure("pinMap=0,1,2\ndelays=1,2,3\n");
-    inside().settings().pinMap = "0,1,2";
-    inside().settings().numPins = 3;
+    channel->applySettings(); // which reads the file
+    inside().close();
     unsigned failures = 0;
     for (bool through = false; !through;) {
         ASSERT_LT(failures, 1000u);
@@ -121,11 +121,14 @@ TEST_F(RefusalsTest, OpeningThatLacksMemoryAnywhereLeavesTheChannelClosedAndCanB
         try {
             inside().open();
             through = !memoryWasRefused(); // a log line can do without
-            EXPECT_TRUE(inside().session().opened);
+            model.clearLog();
             inside().close();
+            EXPECT_EQ(model.count(Call::CloseChannel), 1u) << "it was open";
         } catch (const std::exception&) {
             EXPECT_TRUE(memoryWasRefused());
-            EXPECT_FALSE(inside().session().opened);
+            model.clearLog();
+            inside().close();
+            EXPECT_EQ(model.count(Call::CloseChannel), 0u) << "it was not";
         }
         ++failures;
     }
@@ -142,10 +145,12 @@ TEST_F(RefusalsTest, ErrorThatLacksMemoryForItsTextEndsTheRecordingAllTheSame) {
     EXPECT_EQ(state(), Failed);
     EXPECT_TRUE(status().hasError);
     EXPECT_STREQ(status().errorText, "out of memory");
-    EXPECT_TRUE(inside().control().exitThread);
+    model.clearLog();
+    channel->run();
+    EXPECT_EQ(model.count(Call::Status), 0u) << "the thread leaves at once";
 }
 
-TEST_F(RefusalsTest, ThreadThatDoesNotStartFailsTheRecordingAndNobodyWaitsForIt) {
+TEST_F(RefusalsTest, ThreadThatDoesNotStartFailsTheRecordingAndIsNotWaitedFor) {
     openCalibrated();
     writeText(binPath(), "an earlier recording");
     letThreadsStart(false);

@@ -83,7 +83,7 @@ TEST_F(PatternFileTest, MoreThanThereIsCannotBeVerified) {
     EXPECT_EQ(verify(packets, 1, 5), bad(0, 0, eVALUE, "invalid verification file size"));
 }
 
-TEST_F(PatternFileTest, AFirstPacketBehindTheEndLeavesNothing) {
+TEST_F(PatternFileTest, AFirstPacketPastTheEndLeavesNothing) {
     const std::vector<Packet> packets(5, packetOf({}));
     for (const std::uint32_t first : {5u, 6u, 8388608u, 0xFFFFFFFFu}) {
         EXPECT_EQ(verify(packets, first, 0), good(0, 0, 0)) << first;

@@ -161,7 +161,7 @@ TEST(PatternTable, WithoutLockTheWordIsTakenOnTrust) {
     EXPECT_TRUE(synced);
 }
 
-TEST(PatternTable, AWrongWordIsOneFaultAndTheRightOneBehindItIsTrusted) {
+TEST(PatternTable, AWrongWordIsOneFaultAndTheRightOneAfterItIsTrusted) {
     const auto pattern = make("ramp", 4);
     bool synced = false;
     const Words words{0x0123, 0x4567, 0x4568, 0xCDEF, 0x0123, 0x4567};

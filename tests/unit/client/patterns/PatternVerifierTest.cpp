@@ -115,19 +115,19 @@ TEST_F(PatternVerifierTest, ZerosInDataDoNotBreakThePattern) {
     EXPECT_THAT(words(), ElementsAre(248u, 0u, 7u));
 }
 
-TEST_F(PatternVerifierTest, TheWordBehindASequenceIsNotCheckedAndTheOneBehindThatIs) {
+TEST_F(PatternVerifierTest, TheWordAfterASequenceIsNotCheckedAndTheNextOneIs) {
     feed(join({{0x5555, 0x5555}, zeros5, {0x0FF0, 0x1234, 0x5554}}));
     EXPECT_EQ(verifier.report(), "failed to verify pattern : data errors in packet 0, [009]=0x5554");
 }
 
-TEST_F(PatternVerifierTest, AZeroBehindASequenceIsAnErrorAndKeepsTheRun) {
+TEST_F(PatternVerifierTest, AZeroAfterASequenceIsAnErrorAndKeepsTheRun) {
     feed(join({{0x5555}, zeros5, {0x0FF0, 0, 0x0FF0, 0x1234}}));
     // The zero is an error, but the run of five before it is not forgotten: the second 0x0FF0 synchronises again.
     EXPECT_EQ(verifier.report(), "failed to verify pattern : data errors in packet 0, [007]=0x0000");
     EXPECT_THAT(words(), ElementsAre(246u, 14u, 1u));
 }
 
-TEST_F(PatternVerifierTest, A0FF0BehindASequenceIsAnErrorAndTheNextWordStillUnchecked) {
+TEST_F(PatternVerifierTest, A0FF0AfterASequenceIsAnErrorAndTheNextWordStillUnchecked) {
     feed(join({{0x5555, 0x5555}, zeros5, {0x0FF0, 0x0FF0, 0x0FF0, 0x1234}}));
     EXPECT_EQ(verifier.report(), "failed to verify pattern : data errors in packet 0, [008]=0x0ff0, [009]=0x0ff0");
     EXPECT_THAT(words(), ElementsAre(246u, 7u, 0u));
@@ -279,8 +279,8 @@ TEST_F(PatternVerifierTest, OnlyTheFirstTenErrorsAreKept) {
 }
 
 TEST_F(PatternVerifierTest, AfterTenErrorsInvalidPacketsStillCountAfterElevenNoMore) {
-    // With eleven errors in the book an invalid packet is dropped; that shows in the report only when no error does,
-    // so this looks at a verifier whose errors all lie in one packet behind an invalid one.
+    // With eleven errors recorded an invalid packet is ignored; that shows in the report only when no error does,
+    // so all errors of this verifier are in one packet after an invalid one.
     feed(Words{}, invalidTrailer);
     feedPacket(withErrorsAt({10, 20, 30}));
     feed(Words{}, invalidTrailer);

@@ -6,7 +6,7 @@ using testing::ElementsAre;
 
 namespace {
 
-/// Shows what the operations of the base class leave behind.
+/// Shows what the operations of the base class leave.
 class OpenTransmitter : public TransmitterBase_1 {
 public:
     using TransmitterBase_1::channelNumber;
@@ -104,7 +104,7 @@ TEST_F(TransmitterBaseTest, NoPinsAreNoDataPins) {
     EXPECT_EQ(transmitter.numDataPins(), 0u);
 }
 
-TEST_F(TransmitterBaseTest, APinThatIsNoNumberFailsBehindThePinsAheadOfIt) {
+TEST_F(TransmitterBaseTest, APinThatIsNoNumberFailsAfterThePinsBeforeIt) {
     OpenTransmitter transmitter(&frontEnd, 0);
     transmitter.setProperty("pins", "9,9,9");
     transmitter.dirty = false;

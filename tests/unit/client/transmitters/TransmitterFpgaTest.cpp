@@ -77,7 +77,7 @@ TEST_F(TransmitterFpgaTest, WithoutAnyNameThereIsNothingToSend) {
     expectFailure([&] { transmitter.program(nullptr, 0); }, eVALUE, "invalid program for transmitter type");
 }
 
-TEST_F(TransmitterFpgaTest, OtherPinCountsFailBehindTheNewPattern) {
+TEST_F(TransmitterFpgaTest, OtherPinCountsFailAfterTheNewPattern) {
     for (const char* pins : {"0,1,2,3", "0", "0,1,2,3,4,5"}) {
         transmitter.setProperty("pins", "0,1");
         transmitter.program("f0", 0);
@@ -103,7 +103,7 @@ TEST_F(TransmitterFpgaTest, ANullNameRepeatsCalibrationAsF0) {
     EXPECT_THAT(frontEnd.model.written(0x08000010), ElementsAre(0x0510u, 0x0510u));
 }
 
-TEST_F(TransmitterFpgaTest, ANullNameBehindARampFails) {
+TEST_F(TransmitterFpgaTest, ANullNameAfterARampFails) {
     transmitter.setProperty("pins", "0,1");
     for (const char* name : {"ramp", "verification", "none"}) {
         transmitter.program(name, 0);

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-// A target's transmitter that nobody hands a library, with stand-ins for the two libraries that it loads.
+// A target's transmitter that is given no library, with stand-ins for the two libraries that it loads.
 
 namespace transmitter_test {
 

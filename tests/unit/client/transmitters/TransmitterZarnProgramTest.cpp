@@ -95,7 +95,7 @@ TEST_F(TransmitterZarnProgramTest, CallsTheLibraryInOrderForEveryKindModeAndPatt
     }
 }
 
-TEST_F(TransmitterZarnProgramTest, TheFirstPinBehindTheClockCarriesBitZeroAndIsAllocatedLast) {
+TEST_F(TransmitterZarnProgramTest, TheFirstPinAfterTheClockCarriesBitZeroAndIsAllocatedLast) {
     const auto transmitter = make();
     open(*transmitter, 1);
     transmitter->setProperty("pins", "5,3,1");
@@ -131,7 +131,7 @@ TEST_F(TransmitterZarnProgramTest, LogsWhatItProgramsAndAllocates) {
                             "ORV Receiver : transmitter allocated EMU3 to bit0 in mode 12"));
 }
 
-TEST_F(TransmitterZarnProgramTest, ANullNameBehindCalibrationKeepsF0AndChangesTheSetting) {
+TEST_F(TransmitterZarnProgramTest, ANullNameAfterCalibrationKeepsF0AndChangesTheSetting) {
     const auto transmitter = make();
     open(*transmitter, 1);
     transmitter->setProperty("pins", "0,1");
@@ -144,7 +144,7 @@ TEST_F(TransmitterZarnProgramTest, ANullNameBehindCalibrationKeepsF0AndChangesTh
     EXPECT_CALL(library, closeChannel(channel));
 }
 
-TEST_F(TransmitterZarnProgramTest, ANullNameBehindVerificationIsNoName) {
+TEST_F(TransmitterZarnProgramTest, ANullNameAfterVerificationIsNoName) {
     const auto transmitter = make();
     open(*transmitter, 1);
     transmitter->setProperty("pins", "0,1");
@@ -215,7 +215,7 @@ TEST_F(TransmitterZarnProgramTest, ThePatternIsTheOneThatTheTargetSends) {
     }
 }
 
-TEST_F(TransmitterZarnProgramTest, AnExportKindWithoutPinModesFailsBehindTheReleases) {
+TEST_F(TransmitterZarnProgramTest, AnExportKindWithoutPinModesFailsAfterTheReleases) {
     const auto transmitter = make();
     open(*transmitter, 1);
     transmitter->setProperty("pins", "0,1");
@@ -226,7 +226,7 @@ TEST_F(TransmitterZarnProgramTest, AnExportKindWithoutPinModesFailsBehindTheRele
     EXPECT_TRUE(accepts(*transmitter->getPattern(), {0x0FF0, 0xFF0F, 0xF0FF}));
 }
 
-TEST_F(TransmitterZarnProgramTest, TheNewPatternStandsAheadOfTheReleases) {
+TEST_F(TransmitterZarnProgramTest, TheNewPatternStandsBeforeTheReleases) {
     const auto transmitter = make();
     open(*transmitter, 1);
     transmitter->setProperty("pins", "0,1,2");
@@ -404,7 +404,7 @@ TEST_F(TransmitterZarnSetupTest, SettingsOfAChannelThatWentAreKeptAsTheyWere) {
     open(*transmitter, 5);
     setup->monitorCprt = true;
     transmitter->setupLeaves(setup.get());
-    setup->monitorCprt = false; // what is in the memory afterwards is nobody's business any more
+    setup->monitorCprt = false; // what is in the memory afterwards does not matter any more
     setup.reset();
     const InSequence inOrder;
     expectPins(kinds[2], {0, 1});

@@ -89,7 +89,7 @@ TEST_F(TransmitterZarnTest, AFailedReopenLeavesTheLinkClosed) {
     EXPECT_THROW(transmitter->applySettings(), Exception);
 }
 
-TEST_F(TransmitterZarnTest, TheLinkIsClosedAheadOfSettingsThatCannotBeApplied) {
+TEST_F(TransmitterZarnTest, TheLinkIsClosedBeforeSettingsThatCannotBeApplied) {
     const auto transmitter = make();
     open(*transmitter, 1);
     testing::Mock::VerifyAndClearExpectations(&library);

@@ -13,7 +13,7 @@
 // How tests steer the stand-ins of the sibling libraries: by environment variables, which work across the libraries'
 // edges on both systems.
 
-// Symbols are hidden unless told otherwise.
+// Symbols are hidden by default.
 #define FAKE_EXPORT __attribute__((visibility("default")))
 
 namespace fake {
@@ -26,7 +26,26 @@ inline void trace(const std::string& line) {
     }
 }
 
-/// The objects that a library has given out. What a host never gives back goes when the library is unloaded, so that
+/// A library has one of its own: a line into the file that FAKE_UNLOADS names when it is unloaded.
+class NotesItsUnloading {
+public:
+    explicit NotesItsUnloading(const char* libraryName) : name(libraryName) {
+        VX_QRS::uEnvironment::get("FAKE_UNLOADS"); // its storage is then destroyed after this object
+    }
+    NotesItsUnloading(const NotesItsUnloading&) = delete;
+    NotesItsUnloading& operator=(const NotesItsUnloading&) = delete;
+    ~NotesItsUnloading() {
+        const std::string path = VX_QRS::uEnvironment::get("FAKE_UNLOADS");
+        if (!path.empty()) {
+            std::ofstream(path, std::ios::app) << name << "\n";
+        }
+    }
+
+private:
+    const char* name;
+};
+
+/// The objects that a library has given out. Objects that a host never returns are destroyed when the library is unloaded, so that
 /// only what the host itself loses shows as lost.
 template <class Object>
 class Given {
@@ -43,19 +62,19 @@ private:
     std::vector<std::unique_ptr<Object>> objects;
 };
 
-/// What a function is told to do: "" for its work, "null" for no result, or something to throw.
+/// The behaviour asked of a function: "" for its work, "null" for no result, or something to throw.
 inline std::string behaviour(const char* variable) {
-    const std::string wish = VX_QRS::uEnvironment::get(variable);
-    if (wish == "std") {
+    const std::string request = VX_QRS::uEnvironment::get(variable);
+    if (request == "std") {
         throw std::runtime_error("thrown by the sibling");
     }
-    if (wish == "zarn") {
+    if (request == "zarn") {
         throw Vx::Qrs::Zarn::cZarnError("sibling's own error", Vx::Qrs::Zarn::eSeverityError);
     }
-    if (wish == "int") {
+    if (request == "int") {
         throw 42;
     }
-    return wish;
+    return request;
 }
 
 } // namespace fake

@@ -5,6 +5,8 @@ using namespace Vx::Qrs::Trace;
 
 namespace {
 
+const fake::NotesItsUnloading unloading("OrvDataSource");
+
 class DataSource : public IFileDataSource {
 public:
     void setFileChannelDriver(IFileChannelDriver* driver) override {

@@ -5,6 +5,7 @@ using namespace Vx::Qrs::Trace;
 
 namespace {
 
+const fake::NotesItsUnloading unloading("AmbitFileChannelDriver");
 fake::Given<IFileChannelDriver> drivers;
 
 } // namespace

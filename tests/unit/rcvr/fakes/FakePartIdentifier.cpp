@@ -10,6 +10,8 @@ using namespace Vx::Qrs::Trace;
 
 namespace {
 
+const fake::NotesItsUnloading unloading("PartIdentifier");
+
 class Property : public IPartProperty {
 public:
     Property(std::string propertyName, std::string propertyValue)

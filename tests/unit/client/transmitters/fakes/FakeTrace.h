@@ -5,7 +5,7 @@
 #include <fstream>
 #include <string>
 
-// Symbols are hidden unless told otherwise.
+// Symbols are hidden by default.
 #define FAKE_EXPORT __attribute__((visibility("default")))
 
 namespace fake {
