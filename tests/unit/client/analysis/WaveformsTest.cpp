@@ -408,8 +408,8 @@ TEST(ClockMargins, AreTheLeastOfAllDataPins) {
     m.proc[0].marginBefore = 0;
     m.proc[4].marginBefore = 0; // not in use
     const auto found = analysis::clockMargins(burst.view(), m);
-    EXPECT_EQ(found.before, 5U);
-    EXPECT_EQ(found.after, 6U);
+    EXPECT_EQ(found.holdMargin, 5U);
+    EXPECT_EQ(found.setupMargin, 6U);
 }
 
 TEST(CentreClock, MovesTheClockByHalfTheDifferenceOfTheReferencePin) {

@@ -230,6 +230,23 @@ TEST_F(RecordingTest, WhatWasAskedForAndDoesNotComeIsCancelledWhenTheUnitReports
     EXPECT_EQ(status().bytesTotal, 0u);
 }
 
+TEST_F(RecordingTest, ARecordingAfterACancelledUploadRequestsItsOwnData) {
+    begin();
+    model.scriptStatus({0, 0, 20000, 20000, 0});
+    runAndStop();
+    ASSERT_EQ(model.log().back(), "cancel");
+    beginRecording();
+    model.setRecorded(someBytes(16384));
+    run([this](unsigned pass) {
+        if (pass == 2) {
+            channel->stop();
+        } else if (pass == 20) {
+            tellToLeave(); // it waits for the cancelled data
+        }
+    });
+    EXPECT_EQ(readText(binPath()).size(), 16384u);
+}
+
 TEST_F(RecordingTest, DataArriveInAsManyPiecesAsTheServerLikes) {
     begin();
     const auto bytes = someBytes(16384 * 5);
