@@ -19,13 +19,8 @@ constexpr std::uint16_t syncWord = 0x0FF0;
 constexpr std::size_t syncZeros = 5;
 
 std::span<const std::uint16_t> rampOf(unsigned dataPins) {
-    if (dataPins == 1) {
-        return onePin;
-    }
-    if (dataPins == 2) {
-        return twoPins;
-    }
-    return fourPins;
+    using Ramp = std::span<const std::uint16_t>;
+    return dataPins == 1 ? Ramp(onePin) : dataPins == 2 ? Ramp(twoPins) : Ramp(fourPins);
 }
 
 } // namespace
@@ -41,7 +36,7 @@ void GeneratorCheck::take(std::span<const std::uint64_t> samples) {
 }
 
 void GeneratorCheck::endOfFullBuffer() {
-    // A sixth zero may stand where the end of the buffer has cut a sequence behind its mark.
+    // A sixth zero may appear where the end of the buffer has cut a sequence after its mark.
     if (zeros.size() > syncZeros + 1) {
         endZeros();
     }

@@ -123,7 +123,7 @@ TEST(DoctorOn, ARateAtWhichNothingIsMeasured) {
     for (const auto& pin : board.calibration.json.at("calibration").at("pins")) {
         EXPECT_TRUE(pin.at("correlation").is_null()) << pin;
         EXPECT_TRUE(pin.at("correlationAtZero").is_null()) << pin;
-        EXPECT_TRUE(pin.at("marginAhead").is_null()) << pin;
+        EXPECT_TRUE(pin.at("setupMargin").is_null()) << pin;
         EXPECT_EQ(pin.at("delay"), 0) << "what the unit holds; the report has 31 for the clock";
     }
     EXPECT_THAT(board.page(), AllOf(HasSubstr("keeps the unit's default settings"), Not(HasSubstr("0.000"))));

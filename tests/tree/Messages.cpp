@@ -207,8 +207,10 @@ bool reports(const Tokens& tokens, std::size_t index) {
 
 /// Calls whose texts are none that happen: the help of orvtrace, which explains itself, and what a compiler says.
 bool helps(const Tokens& tokens, std::size_t index) {
-    static const std::set<std::string> calls{"add_option", "add_flag", "add_subcommand", "footer",        "option_text",
-                                             "type_name",  "Command",  "set_help_flag",  "static_assert", "app"};
+    static const std::set<std::string> calls{
+        "addArgument",      "addOptionalArgument", "addOption",     "addFlag", "addNumber",
+        "addWhole",         "addSubcommand",       "add_flag",      "footer",  "Command",
+        "DiagnosisCommand", "set_help_flag",       "static_assert", "app"};
     return !tokens[index].isLiteral && calls.contains(tokens[index].text) && index + 1 < tokens.size() &&
            tokens[index + 1].text == "(";
 }
@@ -275,7 +277,8 @@ bool isSpelled(const std::vector<std::string>& pieces, const std::vector<std::st
 std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
     static const std::regex blank("<[a-z][a-z0-9 _-]*>");
     static const std::regex value(
-        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?");
+        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?"
+        "|\\{(:[^{}]*)?\\}"); // of printf, of pages, of fmt::format
     std::string plain = text;
     std::replace(plain.begin(), plain.end(), '\n', ' ');
     if (isFormat) {

@@ -33,6 +33,7 @@ std::vector<std::string> textsOf(const std::vector<Literal>& literals) {
 TEST(MessageRules, PiecesStandBetweenValues) {
     EXPECT_THAT(piecesOf("cpu %s has %3.0f%% of %-20s.\n", true), ElementsAre("cpu", "has", "% of", "."));
     EXPECT_THAT(piecesOf("pin <number> of <cpu name>: 50% off", false), ElementsAre("pin", "of", ": 50% off"));
+    EXPECT_THAT(piecesOf("{:g} Hz of {}: {:04x}.\n", true), ElementsAre("Hz of", ":", "."));
     EXPECT_THAT(piecesOf("usage: server 1 <port>\n", true), ElementsAre("usage: server 1"));
 }
 
@@ -80,7 +81,7 @@ TEST(MessageRules, ASentenceIsAMessageWhereverItStands) {
     EXPECT_THAT(breachesOf("out << \"<p class=\\\"hint one\\\">a new hint</p>\";\n"),
                 ElementsAre("host/a.cpp:1: not in doc.md: a new hint"));
     EXPECT_THAT(breachesOf("logStep(here(), \"done\");\n"), ElementsAre("host/a.cpp:1: not in doc.md: done"));
-    EXPECT_THAT(breachesOf("app.add_flag(\"--x\", x, \"Do the thing\"); static_assert(a, \"is so\");\n"), IsEmpty());
+    EXPECT_THAT(breachesOf("syntax.addFlag(\"--x\", x, \"Do the thing\"); static_assert(a, \"is so\");\n"), IsEmpty());
     EXPECT_THAT(breachesOf("f(\"one\"); g(\", x\"); // it is \"in here\"\n"), IsEmpty());
 }
 
