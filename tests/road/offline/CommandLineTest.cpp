@@ -251,7 +251,7 @@ TEST(ScenarioList, OneIsExplained) {
     const Outcome told = space.run({"scenarios", "stuck-pin"});
     EXPECT_EQ(told.code, 0) << told.errors;
     EXPECT_THAT(told.output, HasSubstr("is stuck at "));
-    EXPECT_THAT(told.output, testing::ContainsRegex("outcome   calibration-refused: failed to calibrate channel\r?\n"));
+    EXPECT_THAT(told.output, testing::ContainsRegex("outcome  calibration-refused: failed to calibrate channel\r?\n"));
     EXPECT_THAT(told.output, HasSubstr("orvtrace record --scenario stuck-pin"));
     const Outcome unknown = space.run({"scenarios", "stuck"});
     EXPECT_EQ(unknown.code, 3);

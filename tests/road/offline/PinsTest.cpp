@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 const json* answerFor(const json& all, const std::string& kind, unsigned dataPins) {
     for (const json& answer : all.at("answers")) {
-        if (answer.at("kind") == kind && answer.at("dataPins") == dataPins) {
+        if (answer.at("exportKind") == kind && answer.at("dataPins") == dataPins) {
             return &answer;
         }
     }
@@ -52,7 +52,7 @@ TEST(Pins, AKindLeavesOutTheOthersPinOuts) {
     ASSERT_EQ(run.code, 0) << run.errors;
     EXPECT_EQ(run.json.at("pinouts").size(), 5U);
     for (const json& pinout : run.json.at("pinouts")) {
-        EXPECT_EQ(pinout.at("kind"), "tpiu");
+        EXPECT_EQ(pinout.at("exportKind"), "tpiu");
     }
     EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--kind", "tpiu"}).output.find(" pti "), std::string::npos);
 }

@@ -13,7 +13,7 @@ std::string schemaFaults(const std::string& name, const std::string& json) {
     }
     const TemporaryFolder folder;
     writeText(folder.file("value"), json);
-    const std::string command = "python3 '" + validator + "' '" + ORV_SCHEMA_FOLDER + "' " + name + " '" +
+    const std::string command = "/usr/bin/python3 '" + validator + "' '" + ORV_SCHEMA_FOLDER + "' " + name + " '" +
                                 folder.file("value") + "' >'" + folder.file("faults") + "' 2>&1";
     const int code = std::system(command.c_str());
     const std::string faults = readText(folder.file("faults"));

@@ -44,11 +44,13 @@ RecordResult sample() {
     return result;
 }
 
-/// It fits its schema too.
+/// They fit their schemas too.
 nlohmann::json jsonOf(const RecordResult& result) {
-    const nlohmann::json json = recordJson(result);
+    const nlohmann::json json = nlohmann::json::parse(recordJson(result).dump());
     EXPECT_EQ(test_support::schemaFaults("record", json.dump()), "");
-    EXPECT_EQ(test_support::schemaFaults("calibrate", calibrationJson(result).dump()), "");
+    RecordResult calibrated = result;
+    calibrated.files.clear();
+    EXPECT_EQ(test_support::schemaFaults("calibrate", calibrationJson(calibrated).dump()), "");
     return json;
 }
 
