@@ -29,10 +29,7 @@ json pinsJson(const diagnosis::CalFile& report, std::vector<PinPlace> places) {
                         {"setupMargin", orNull(pin.setup)},
                         {"holdMargin", orNull(pin.hold)},
                         {"correlation", orNull(pin.correlation)},
-                        {"correlationAtZero", orNull(pin.correlationAtZero)},
-                        {"edges", orNull(pin.edges)},
-                        {"glitches", orNull(pin.glitches)},
-                        {"ringing", orNull(pin.ringing)}});
+                        {"correlationAtZero", orNull(pin.correlationAtZero)}});
     }
     return pins;
 }

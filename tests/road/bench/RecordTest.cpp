@@ -103,10 +103,10 @@ TEST(Recordings, PinsAreChosenByCountOrByList) {
     const Outcome two = space.record("clean", {"--pins", "2"});
     ASSERT_EQ(two.code, 0) << two.errors;
     EXPECT_EQ(two.json.at("calibration").at("pins").size(), 3U);
-    EXPECT_EQ(two.json.at("pinMap"), "5,2,3");
+    EXPECT_EQ(two.json.at("emuPins"), nlohmann::json({5, 2, 3}));
     const Outcome list = space.record("clean", {"--pins", "0,1,2", "--force"});
     ASSERT_EQ(list.code, 0) << list.errors;
-    EXPECT_EQ(list.json.at("pinMap"), "0,1,2");
+    EXPECT_EQ(list.json.at("emuPins"), nlohmann::json({0, 1, 2}));
     const Outcome refused = space.record("clean", {"--pins", "4,5", "--force"});
     EXPECT_EQ(refused.code, 5) << refused.errors;
     EXPECT_THAT(refused.errors,

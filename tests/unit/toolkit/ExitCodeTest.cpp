@@ -8,6 +8,8 @@
 namespace toolkit {
 namespace {
 
+using testing::HasSubstr;
+
 constexpr int last = static_cast<int>(ExitCode::FaultsFound);
 
 TEST(ExitCodes, EachHasItsOwnName) {
@@ -35,7 +37,7 @@ TEST(ExitCodes, ScriptsRelyOnTheNumbers) {
 TEST(ExitCodes, TheTableNamesEachAndFitsAScreensWidth) {
     const std::string table = exitCodeTable();
     for (int code = 0; code <= last; ++code) {
-        EXPECT_THAT(table, testing::ContainsRegex(" " + std::to_string(code) + "  [a-z]"));
+        EXPECT_THAT(table, HasSubstr(" " + std::to_string(code) + "  "));
     }
     std::istringstream in(table);
     for (std::string line; std::getline(in, line);) {
