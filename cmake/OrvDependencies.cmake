@@ -4,7 +4,7 @@
 # Header-only packages serve both targets. For a cross build their folders are copied, since /usr/include as a
 # whole must never be on a cross compiler's path.
 set(ORV_HEADER_ROOT ${CMAKE_BINARY_DIR}/header-packages)
-foreach(folder CLI nlohmann toml++)
+foreach(folder CLI fmt nlohmann toml++)
   if(NOT EXISTS /usr/include/${folder})
     message(FATAL_ERROR "header package folder '${folder}' is missing; run tools/install-packages")
   endif()
@@ -12,6 +12,15 @@ foreach(folder CLI nlohmann toml++)
 endforeach()
 add_library(orv_header_packages INTERFACE)
 target_include_directories(orv_header_packages SYSTEM INTERFACE ${ORV_HEADER_ROOT})
+
+# Linked statically, so that programs need nothing but the system; Debian has it for both targets.
+find_library(ORV_ZLIB NAMES libz.a)
+find_path(ORV_ZLIB_INCLUDE NAMES zlib.h)
+if(NOT ORV_ZLIB OR NOT ORV_ZLIB_INCLUDE)
+  message(FATAL_ERROR "zlib is missing for this target; run tools/install-packages")
+endif()
+add_library(orv_zlib INTERFACE)
+target_link_libraries(orv_zlib INTERFACE ${ORV_ZLIB})
 
 # Benchmarks and fuzz targets use what the tests share, which is written with it.
 if(ORV_BUILD_TESTS OR ORV_BUILD_BENCHMARKS OR ORV_BUILD_FUZZERS)

@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
     commands.push_back(host::makeRecordCommand());
     commands.push_back(host::makeCalibrateCommand());
     commands.push_back(host::makeSoakCommand());
-    // On files that are there already:
+    // On existing files:
     commands.push_back(host::makeReportCommand());
     commands.push_back(host::makeDoctorCommand());
     commands.push_back(host::makeBurstCommand());

@@ -1,7 +1,6 @@
 #include "toolkit/ExitCode.h"
 
 #include <array>
-#include <string_view>
 
 namespace toolkit {
 
@@ -13,6 +12,7 @@ struct Entry {
     const char* meaning;
 };
 
+// By their numbers.
 constexpr std::array entries{
     Entry{ExitCode::Done, "done", "done"},
     Entry{ExitCode::Failed, "failed", "failed, no code of its own"},
@@ -28,12 +28,8 @@ constexpr std::array entries{
 };
 
 const Entry& entryOf(ExitCode code) {
-    for (const Entry& entry : entries) {
-        if (entry.code == code) {
-            return entry;
-        }
-    }
-    return entries[static_cast<std::size_t>(ExitCode::Failed)];
+    const auto index = static_cast<std::size_t>(code);
+    return entries[index < entries.size() ? index : static_cast<std::size_t>(ExitCode::Failed)];
 }
 
 std::string cell(const Entry& entry) {
@@ -45,10 +41,6 @@ std::string cell(const Entry& entry) {
 
 const char* exitCodeName(ExitCode code) {
     return entryOf(code).name;
-}
-
-const char* exitCodeMeaning(ExitCode code) {
-    return entryOf(code).meaning;
 }
 
 std::string exitCodeTable() {

@@ -5,31 +5,28 @@
 
 namespace toolkit {
 
-/// What the program's exit status tells a script. The numbers are documented in the help text and stay as they are.
+/// The program's exit status. Scripts rely on the numbers; the help text lists them.
 enum class ExitCode : int {
     Done = 0,
-    Failed = 1,             ///< something that has no code of its own
+    Failed = 1,             ///< a failure without a code of its own
     Usage = 2,              ///< the command line cannot be understood
     BadInput = 3,           ///< a settings, scenario, trace or play file is missing or damaged
     NoSystem = 4,           ///< the receiver library, a sibling library or the data server is missing or failed
-    CalibrationRefused = 5, ///< the receiver could not be configured and calibrated, or a request would not be granted
+    CalibrationRefused = 5, ///< the receiver could not be configured and calibrated, or a request would be refused
     RecordingError = 6,     ///< the recording was ended by an error; what was captured is kept
     Interrupted = 7,        ///< Ctrl-C; what was captured is kept
-    OutputExists = 8,       ///< an output is there already and --force was not given
+    OutputExists = 8,       ///< an output exists and --force was not given
     OutputUnwritable = 9,   ///< an output cannot be written
-    FaultsFound = 10,       ///< the work was done, and what it looked at is not in order
+    FaultsFound = 10,       ///< the work was done, and it found faults
 };
 
 /// One word for a script, such as "calibration-refused".
 const char* exitCodeName(ExitCode code);
 
-/// What a code means, in a few words.
-const char* exitCodeMeaning(ExitCode code);
-
 /// The table for the help text, two columns.
 std::string exitCodeTable();
 
-/// A failure that ends the program: one line that says what, where and what to do.
+/// A failure that ends the program: one line with fault, place and remedy.
 class Failure : public std::runtime_error {
 public:
     Failure(ExitCode exitCode, const std::string& text, std::string whereText = {})

@@ -1,5 +1,8 @@
 #include "toolkit/Format.h"
 
+#include <fmt/core.h>
+
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -9,14 +12,14 @@ std::string frequencyText(double hertz) {
     constexpr std::array<std::pair<double, const char*>, 3> scales{{{1e9, "GHz"}, {1e6, "MHz"}, {1e3, "kHz"}}};
     for (const auto& [scale, unit] : scales) {
         if (hertz >= scale) {
-            return print("%.4g %s", hertz / scale, unit);
+            return fmt::format("{:.4g} {}", hertz / scale, unit);
         }
     }
-    return print("%.4g Hz", hertz);
+    return fmt::format("{:.4g} Hz", hertz);
 }
 
 std::string fixedText(double value, int decimals) {
-    return std::isfinite(value) ? print("%.*f", decimals, value) : std::string("-");
+    return std::isfinite(value) ? fmt::format("{:.{}f}", value, decimals) : std::string("-");
 }
 
 std::string numberText(double value, int decimals) {
@@ -42,7 +45,7 @@ std::string sizeText(std::uint64_t bytes) {
         value /= 1024.0;
         ++unit;
     }
-    return print("%.*f %s", unit == 0 ? 0 : 2, value, units[unit]);
+    return fmt::format("{:.{}f} {}", value, unit == 0 ? 0 : 2, units[unit]);
 }
 
 std::string countText(std::uint64_t count, const std::string& what) {

@@ -1,31 +1,9 @@
 #pragma once
 
-#include <array>
-#include <cstdarg>
 #include <cstdint>
-#include <cstdio>
 #include <string>
 
-// Numbers and tables as text.
-
 namespace toolkit {
-
-// The C++ run-time used here formats in the GNU way on both systems, which only GCC has a name for.
-#ifdef __clang__
-__attribute__((format(printf, 1, 2)))
-#else
-__attribute__((format(gnu_printf, 1, 2)))
-#endif
-/// printf into a string of at most 1023 characters.
-inline std::string
-print(const char* format, ...) {
-    std::array<char, 1024> text{};
-    va_list values;
-    va_start(values, format);
-    std::vsnprintf(text.data(), text.size(), format, values);
-    va_end(values);
-    return text.data();
-}
 
 /// "50 MHz", "12.5 MHz", "400 kHz".
 std::string frequencyText(double hertz);

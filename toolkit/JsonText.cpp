@@ -1,41 +1,38 @@
 #include "toolkit/JsonText.h"
 
-#include <array>
-#include <cstdio>
+#include "toolkit/Remedy.h"
 
 namespace toolkit {
 
-namespace {
+using nlohmann::json;
 
-constexpr unsigned char deleteCharacter = 0x7F;
-constexpr unsigned char leadOfControls = 0xC2; ///< U+0080 to U+00BF; those below U+00A0 are control characters
-constexpr unsigned char firstPrintable = 0xA0;
-
-std::string escapeOf(unsigned char code) {
-    std::array<char, 8> text{};
-    std::snprintf(text.data(), text.size(), "\\u%04x", static_cast<unsigned>(code));
-    return text.data();
+std::string jsonText(const json& value) {
+    constexpr int indent = 2;
+    constexpr bool asciiOnly = true;
+    return value.dump(indent, ' ', asciiOnly, json::error_handler_t::replace) + "\n";
 }
 
-} // namespace
+json orNull(const std::string& text) {
+    return text.empty() ? json() : json(text);
+}
 
-std::string jsonText(const nlohmann::json& value) {
-    const std::string dumped = value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
-    std::string out;
-    out.reserve(dumped.size() + 1);
-    for (std::size_t i = 0; i < dumped.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(dumped[i]);
-        const auto next = static_cast<unsigned char>(i + 1 < dumped.size() ? dumped[i + 1] : 0);
-        if (byte == deleteCharacter) {
-            out += escapeOf(byte);
-        } else if (byte == leadOfControls && next < firstPrintable) {
-            out += escapeOf(next);
-            ++i;
-        } else {
-            out += dumped[i];
-        }
-    }
-    return out + "\n";
+std::string pinKey(std::size_t proc) {
+    return proc == 0 ? "clock" : "data" + std::to_string(proc);
+}
+
+json resultHead(ExitCode code) {
+    return {{"schema", jsonSchema},
+            {"outcome", exitCodeName(code)},
+            {"exitCode", static_cast<int>(code)},
+            {"error", nullptr}};
+}
+
+json failureJson(const Failure& failure, const std::string& run) {
+    json out = resultHead(failure.code);
+    out["error"] = {{"text", failure.what()},
+                    {"where", orNull(failure.where)},
+                    {"remedy", orNull(remedyOf(failure.code, failure.what(), run))}};
+    return out;
 }
 
 } // namespace toolkit

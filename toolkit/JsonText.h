@@ -1,7 +1,6 @@
 #pragma once
 
 #include "toolkit/ExitCode.h"
-#include "toolkit/Remedy.h"
 
 #include <nlohmann/json.hpp>
 
@@ -10,28 +9,31 @@
 
 namespace toolkit {
 
-/// A JSON value as the program prints it. Texts of others may hold bytes that are no UTF-8, which are replaced, and
-/// control characters, which are escaped: all of them, since JSON may be printed on a terminal.
+/// Version of the JSON that every command prints. The rule of what may change within a version is in docs/orvtrace.md;
+/// the schemas are in docs/schemas/.
+inline constexpr int jsonSchema = 1;
+
+/// Third argument of nlohmann::json::parse(): a fault gives a discarded value.
+inline constexpr bool noExceptions = false;
+
+/// A JSON value as the program prints it: ASCII, so that no control character reaches a terminal. Bytes that are not
+/// UTF-8 are replaced.
 std::string jsonText(const nlohmann::json& value);
 
-/// What was not measured is null.
-template <class Number>
-nlohmann::json orNull(const std::optional<Number>& value) {
-    nlohmann::json answer;
-    if (value.has_value()) {
-        answer = *value;
-    }
-    return answer;
+/// Null for an unmeasured value.
+template <class Value>
+nlohmann::json orNull(const std::optional<Value>& value) {
+    return value ? nlohmann::json(*value) : nlohmann::json();
 }
+/// Null for an empty text.
+nlohmann::json orNull(const std::string& text);
 
-/// What a failure is for a script: "outcome", "exitCode" and "error". `run` as for remedyOf().
-inline nlohmann::json failureJson(const Failure& failure, const std::string& run = {}) {
-    return {{"outcome", exitCodeName(failure.code)},
-            {"exitCode", static_cast<int>(failure.code)},
-            {"error",
-             {{"text", failure.what()},
-              {"where", failure.where},
-              {"remedy", remedyOf(failure.code, failure.what(), run)}}}};
-}
+/// "clock", "data1": the name of a sampled pin in every command, by its position in a sample.
+std::string pinKey(std::size_t proc);
+
+/// What every object begins with: "schema", "outcome", "exitCode" and "error", which is null.
+nlohmann::json resultHead(ExitCode code);
+/// The same with the error of a failure. `run` as for remedyOf().
+nlohmann::json failureJson(const Failure& failure, const std::string& run = {});
 
 } // namespace toolkit

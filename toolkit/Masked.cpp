@@ -1,5 +1,7 @@
 #include "toolkit/Masked.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdio>
 #include <iostream>
 
@@ -16,13 +18,15 @@ bool isControl(std::string_view character) {
     return character.size() == 2 && first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
 }
 
-std::string withMarks(std::string_view text, bool keepLineEnds) {
+enum class LineEnds { Keep, Mask };
+
+std::string withMarks(std::string_view text, LineEnds lineEnds) {
     std::string out;
     out.reserve(text.size());
     while (!text.empty()) {
         const std::size_t length = characterLength(text);
         const std::string_view character = text.substr(0, length == 0 ? 1 : length);
-        const bool kept = length != 0 && (!isControl(character) || (keepLineEnds && character == "\n"));
+        const bool kept = length != 0 && (!isControl(character) || (lineEnds == LineEnds::Keep && character == "\n"));
         if (kept) {
             out += character;
         } else {
@@ -36,31 +40,22 @@ std::string withMarks(std::string_view text, bool keepLineEnds) {
 } // namespace
 
 std::size_t characterLength(std::string_view text) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    const std::size_t length = first < 0x80   ? 1
-                               : first < 0xC2 ? 0
-                               : first < 0xE0 ? 2
-                               : first < 0xF0 ? 3
-                               : first < 0xF5 ? 4
-                                              : 0;
-    if (length == 0 || length > text.size()) {
+    const auto first = static_cast<unsigned char>(text.front());
+    const auto lead = static_cast<std::size_t>(std::countl_one(first));
+    const std::size_t length = std::max<std::size_t>(lead, 1);
+    if (lead == 1 || first == 0xC0 || first == 0xC1 || first > 0xF4 || length > text.size()) {
         return 0;
     }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    return length;
+    const auto follows = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
+    return std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), follows) ? length : 0;
 }
 
 std::string masked(std::string_view text) {
-    return withMarks(text, false);
+    return withMarks(text, LineEnds::Mask);
 }
 
 std::string maskedLines(std::string_view text) {
-    return withMarks(text, true);
+    return withMarks(text, LineEnds::Keep);
 }
 
 void printText(std::string_view text) {

@@ -3,11 +3,11 @@
 #include <string>
 #include <string_view>
 
-// Names and texts of others may hold bytes that move a terminal's cursor, change its colours or end a line too early.
+// Names and texts from elsewhere may have bytes that move a terminal's cursor, change its colours or end a line early.
 
 namespace toolkit {
 
-/// Bytes of the UTF-8 character at the front of a text; 0 when there is none.
+/// Bytes of the UTF-8 character at the beginning of a text; 0 if there is none.
 std::size_t characterLength(std::string_view text);
 
 /// With a question mark for each control character and each byte that is no UTF-8. Line ends are control characters.

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A file that exists for as long as the object, unless it was there before.
+/// A file that exists as long as the object, unless it existed before.
 class Probe {
 public:
     explicit Probe(const fs::path& tested) : file(tested) {
@@ -71,8 +71,8 @@ bool sameFile(const fs::path& one, const fs::path& other) {
     return fs::equivalent(one, other, failed);
 }
 
-/// The file that a chain of links leads to, also when it is not there.
-fs::path behindLinks(fs::path file) {
+/// The end of a chain of links, which may be missing.
+fs::path resolveLinks(fs::path file) {
     constexpr int most = 40;
     std::error_code failed;
     for (int links = 0; links < most && fs::is_symlink(file, failed); ++links) {
@@ -81,7 +81,7 @@ fs::path behindLinks(fs::path file) {
     return file;
 }
 
-/// A name that nothing has, beside the file.
+/// An unused name in the file's folder.
 fs::path partialName(const fs::path& file) {
     std::error_code failed;
     fs::path name;
@@ -95,20 +95,16 @@ fs::path partialName(const fs::path& file) {
     return name;
 }
 
-[[noreturn]] void failFull(const fs::path& file) {
-    throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; is the disk full?");
-}
-
 } // namespace
 
-void CommandFiles::write(const fs::path& file, bool mayExist) {
+void CommandFiles::write(const fs::path& file, bool existing) {
     for (const fs::path& input : inputs) {
         if (sameFile(input, file)) {
             throw Failure(ExitCode::Usage, file.string() + " is read by this command; give another name");
         }
     }
-    testOutputFile(file, mayExist);
-    // While this one is there, an output that was named before is there too if it is the same.
+    testOutputFile(file, existing);
+    // While this file exists, an earlier output exists too if it is the same file.
     const Probe probe(file);
     for (const fs::path& output : outputs) {
         if (sameFile(output, file)) {
@@ -121,13 +117,13 @@ void CommandFiles::write(const fs::path& file, bool mayExist) {
 
 void testOutputFile(const fs::path& file, bool force) {
     requirePlace(file, force);
-    const fs::path target = behindLinks(file);
+    const fs::path target = resolveLinks(file);
     if (!Probe(file).isOpen() || !Probe(partialName(target)).isOpen()) {
         throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; check folder and permissions");
     }
 }
 
-NewFile::NewFile(const fs::path& file) : named(file), target(behindLinks(file)), grown(partialName(target)) {}
+NewFile::NewFile(const fs::path& file) : named(file), target(resolveLinks(file)), grown(partialName(target)) {}
 
 NewFile::~NewFile() {
     std::error_code failed;
@@ -156,10 +152,28 @@ void writeOutputFile(const fs::path& file, const std::function<void(std::ostream
         body(out);
         out.close();
         if (!out) {
-            failFull(file);
+            throw Failure(ExitCode::OutputUnwritable, file.string() + " cannot be written; is the disk full?");
         }
     }
     made.putInPlace();
+}
+
+bool MadeFolders::make(const fs::path& folder) {
+    std::error_code failed;
+    if (fs::is_directory(folder, failed)) {
+        return true;
+    }
+    if (fs::create_directory(folder, failed)) {
+        made.push_back(folder);
+    }
+    return fs::is_directory(folder, failed);
+}
+
+void MadeFolders::removeEmpty() {
+    std::error_code failed;
+    for (; !made.empty(); made.pop_back()) {
+        fs::remove(made.back(), failed); // does nothing to one that holds something
+    }
 }
 
 bool diskIsFull(const fs::path& folder) {
@@ -172,7 +186,7 @@ bool diskIsFull(const fs::path& folder) {
     out.close();
     std::error_code failed;
     fs::remove(file, failed);
-    // A folder that cannot be written at all tells nothing about its disk.
+    // A folder without write permission says nothing about its disk.
     return opened && !out;
 }
 

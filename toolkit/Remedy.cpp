@@ -17,25 +17,25 @@ struct Entry {
 
 constexpr const char* unknownCpu =
     "check the CPU's full name, such as bench/app; orvtrace pins lists those of the bench";
-constexpr const char* doctorTells = "orvtrace doctor <run> tells why";
+constexpr const char* doctorShows = "orvtrace doctor <run> shows why";
 constexpr const char* runMark = "<run>";
 
-// The first one that fits holds.
+// The first one that fits counts.
 constexpr std::array entries{
     Entry{ExitCode::NoSystem, serverSaid, ""},
     Entry{ExitCode::NoSystem, "failed to connect to data server",
           "is mpx_ecom_server.exe installed, and is no other run using its port?"},
     Entry{ExitCode::NoSystem, "Failed to return CPU info", unknownCpu},
     Entry{ExitCode::CalibrationRefused, "Failed to return CPU info", unknownCpu},
-    Entry{ExitCode::NoSystem, "dll load failure", "this library has to lie beside the receiver's"},
+    Entry{ExitCode::NoSystem, "dll load failure", "this library must be in the receiver's folder"},
     Entry{ExitCode::NoSystem, "cannot load ", "check the installation, or give the library with --library"},
-    Entry{ExitCode::NoSystem, "Bad installation", "the libraries of an installation lie in one folder"},
-    Entry{ExitCode::NoSystem, "server", "is the data server still running? the log in the run's folder tells more"},
+    Entry{ExitCode::NoSystem, "Bad installation", "the libraries of an installation must be in one folder"},
+    Entry{ExitCode::NoSystem, "server", "is the data server still running? see the log in the run's folder"},
     Entry{ExitCode::CalibrationRefused, "This device is not supported", unknownCpu},
-    Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins tells which pins this device has"},
-    Entry{ExitCode::CalibrationRefused, "", doctorTells},
+    Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins lists the pins of this device"},
+    Entry{ExitCode::CalibrationRefused, "", doctorShows},
     Entry{ExitCode::RecordingError, "samples but its file holds only", ""},
-    Entry{ExitCode::RecordingError, "", "the log in the run's folder tells more"},
+    Entry{ExitCode::RecordingError, "", "see the log in the run's folder"},
 };
 
 } // namespace
@@ -63,7 +63,7 @@ void printFailure(ExitCode code, const std::string& text, const std::string& log
     std::string line = text.substr(0, text.find_first_of("\r\n"));
     std::string remedy = remedyOf(code, text, run);
     if (!remedy.empty()) {
-        // The receiver's texts are sentences or not. What can be typed stays as it is.
+        // Some of the receiver's texts are sentences. A command stays unchanged.
         const bool sentence = line.ends_with('.');
         if (sentence && !remedy.starts_with("orvtrace ")) {
             remedy.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(remedy.front())));

@@ -122,4 +122,12 @@ std::string enumeration(const std::vector<std::string>& items) {
     return text;
 }
 
+std::string joined(const std::vector<std::string>& parts, const char* separator) {
+    std::string all;
+    for (const std::string& part : parts) {
+        all.append(&part == &parts.front() ? "" : separator).append(part);
+    }
+    return all;
+}
+
 } // namespace toolkit

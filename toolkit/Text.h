@@ -25,6 +25,9 @@ std::vector<std::string_view> splitAt(std::string_view text, char separator);
 /// The items of a list. An empty text has none, and a separator at the end begins none.
 std::vector<std::string> split(std::string_view text, char separator);
 
+/// "a, b, c" with the separator ", ".
+std::string joined(const std::vector<std::string>& parts, const char* separator);
+
 /// Without blanks and tabs at both ends.
 std::string_view trimmed(std::string_view text);
 

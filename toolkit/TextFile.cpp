@@ -37,6 +37,10 @@ std::string readText(const std::filesystem::path& file, std::uintmax_t offset, s
     return text;
 }
 
+void requireReadable(const std::filesystem::path& file) {
+    readText(file, 0, 0);
+}
+
 void damaged(const std::string& file, std::size_t line, const std::string& what) {
     throw Failure(ExitCode::BadInput, file + (line == 0 ? "" : ":" + std::to_string(line)) + ": " + what);
 }

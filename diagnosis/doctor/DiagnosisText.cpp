@@ -3,6 +3,7 @@
 #include "diagnosis/files/BurstFile.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
+#include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Text.h"
 
@@ -21,7 +22,7 @@ const char* outcomeName(Verdict::Outcome outcome) {
     case Verdict::Outcome::Accepted:
         return "accepted";
     case Verdict::Outcome::Refused:
-        return "refused";
+        return "rejected";
     case Verdict::Outcome::Unknown:
         break;
     }
@@ -34,20 +35,20 @@ json attemptJson(const DiagnosticSet& set, const Diagnosis& diagnosis, std::size
     return {{"setting", *attempt.setting},
             {"hertz", attempt.rates().known() ? json(attempt.rates().exportFrequency) : json()},
             {"verdict", outcomeName(verdict.outcome)},
-            {"receiverText", verdict.receiverText},
-            {"reason", verdict.words}};
+            {"receiverText", toolkit::orNull(verdict.receiverText)},
+            {"explanation", toolkit::orNull(verdict.words)}};
 }
 
 json findingJson(const Finding& finding) {
-    json out{
-        {"kind", slugOf(finding.kind)}, {"severity", finding.severity == Finding::Severity::Fault ? "fault" : "note"},
-        {"text", finding.text},         {"evidence", finding.evidence},
-        {"remedy", finding.remedy},     {"pins", json::array()}};
+    json out{{"kind", slugOf(finding.kind)},
+             {"severity", finding.severity == Finding::Severity::Fault ? "fault" : "note"},
+             {"text", finding.text},
+             {"evidence", finding.evidence},
+             {"remedy", finding.remedy},
+             {"pins", json::array()},
+             {"fittingHertz", toolkit::orNull(finding.fittingRate)}};
     for (const std::size_t pin : finding.pins) {
-        out["pins"].push_back(pinName(pin));
-    }
-    if (finding.fittingRate) {
-        out["fittingHertz"] = *finding.fittingRate;
+        out["pins"].push_back(toolkit::pinKey(pin));
     }
     return out;
 }
@@ -104,7 +105,7 @@ std::string diagnosisText(const DiagnosticSet& set, const Diagnosis& diagnosis) 
 
 json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     json out{{"stem", (set.folder / toolkit::filePath(set.name)).string()},
-             {"calibrated", nullptr},
+             {"calibrated", toolkit::orNull(diagnosis.calibrated)},
              {"headline", diagnosis.headline},
              {"attempts", json::array()},
              {"findings", json::array()},
@@ -112,9 +113,6 @@ json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
              {"judged", diagnosis.judged},
              {"missing", diagnosis.missing},
              {"damaged", set.troubles}};
-    if (diagnosis.calibrated) {
-        out["calibrated"] = *diagnosis.calibrated;
-    }
     for (std::size_t i = 0; i < set.attempts.size(); ++i) {
         out["attempts"].push_back(attemptJson(set, diagnosis, i));
     }

@@ -5,6 +5,8 @@
 #include "diagnosis/report/Sections.h"
 #include "toolkit/Format.h"
 
+#include <fmt/core.h>
+
 #include <cstdlib>
 
 namespace diagnosis::page {
@@ -94,7 +96,7 @@ std::string firstErrorsText(const Verification& recording, const PatternCheck& c
     for (const std::size_t at : check.firstErrors) {
         first += (first.empty() ? "" : ", ") + std::string("packet ") + std::to_string(recording.packetOf(at)) +
                  " word " + std::to_string(recording.indexOf(at)) + " <code>" +
-                 toolkit::print("%04X", recording.words[at]) + "</code>";
+                 fmt::format("{:04X}", recording.words[at]) + "</code>";
     }
     return first.empty() ? first : element("p", "hint", "The first wrong words: " + first + ".");
 }

@@ -2,6 +2,8 @@
 #include "diagnosis/report/Sections.h"
 #include "toolkit/Format.h"
 
+#include <fmt/core.h>
+
 namespace diagnosis::page {
 
 namespace {
@@ -24,7 +26,7 @@ std::string registerTable(const RegisterDump& dump) {
             what += ": " + escaped(text.meaning);
         }
         rows += std::string(entry.value == 0 ? "<div class=\"zero\">" : "<div>") + "<code>" +
-                toolkit::print("%08x", entry.address) + "</code><code>" + toolkit::print("%04x", entry.value) +
+                fmt::format("{:08x}", entry.address) + "</code><code>" + fmt::format("{:04x}", entry.value) +
                 "</code><span class=\"what\">" + what + "</span></div>";
     }
     return element("div", "registers", rows);

@@ -3,15 +3,15 @@
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
-#include "toolkit/Numbers.h"
 #include "toolkit/OutputFiles.h"
+#include "toolkit/Remedy.h"
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
 
-#include <CLI/CLI.hpp>
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <iostream>
-#include <utility>
 
 namespace host {
 
@@ -20,7 +20,7 @@ namespace {
 using diagnosis::Burst;
 
 /// More than any burst has.
-constexpr std::int64_t mostSamples = 1000000000;
+constexpr std::uint64_t mostSamples = 1000000000;
 
 /// A folder may hold several bursts: they are named.
 void requireNoFolder(const std::string& place) {
@@ -37,10 +37,7 @@ void requireNoFolder(const std::string& place) {
         }
     }
     std::sort(bursts.begin(), bursts.end());
-    std::string list;
-    for (const std::string& name : bursts) {
-        list += (list.empty() ? "" : ", ") + name;
-    }
+    const std::string list = toolkit::joined(bursts, ", ");
     throw toolkit::Failure(toolkit::ExitCode::BadInput,
                            place + (list.empty() ? " is a folder without a burst, a file that ends in .cap.txt"
                                                  : " is a folder; name one of its bursts: " + list));
@@ -50,23 +47,18 @@ class BurstCommand final : public Command {
 public:
     BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets, or draw it") {}
 
-    void setUp(CLI::App& app) override {
-        app.add_option("file", file, "The burst: a file that ends in .cap.txt")->required()->option_text("FILE");
-        app.add_option("--vcd", vcd, "Write a value change dump, for GTKWave or sigrok")->option_text("FILE");
-        app.add_option("--csv", csv, "Write comma-separated values, a line for each sample")->option_text("FILE");
-        app.add_option("--svg", svg, "Draw the waveforms as a picture")->option_text("FILE");
-        app.add_option("--from", from, "First sample (0)")
-            ->option_text("N")
-            ->check(toolkit::wholeNumberFrom(0, mostSamples));
-        app.add_option("--to", to, "One past the last sample (all)")
-            ->option_text("N")
-            ->check(toolkit::wholeNumberFrom(1, mostSamples));
-        app.add_option("--pins", pins, "Pins in their order, such as clock,data1,data4 (all)")->option_text("LIST");
-        app.add_option("--title", title, "Heading of the picture")->option_text("TEXT");
-        app.add_flag("--force", force, "Overwrite outputs that exist");
-        addJson(app);
-        app.footer("Times come from the samples a second that the burst's head gives.\n"
-                   "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
+    void setUp(Syntax& syntax) override {
+        syntax.addArgument(file, "FILE", "The burst: a file that ends in .cap.txt");
+        syntax.addOption("--vcd", vcd, "FILE", "Write a value change dump, for GTKWave or sigrok");
+        syntax.addOption("--csv", csv, "FILE", "Write comma-separated values, a line for each sample");
+        syntax.addOption("--svg", svg, "FILE", "Draw the waveforms as a picture");
+        syntax.addWhole("--from", from, "N", 0, mostSamples, "First sample (0)");
+        syntax.addWhole("--to", to, "N", 1, mostSamples, "One past the last sample (all)");
+        syntax.addOption("--pins", pins, "LIST", "Pins in their order, such as clock,data1,data4 (all)");
+        syntax.addOption("--title", title, "TEXT", "Heading of the picture");
+        syntax.addFlag("--force", force, "Overwrite outputs that exist");
+        syntax.footer("Times come from the samples a second that the burst's head gives.\n"
+                      "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
     }
 
     toolkit::ExitCode run() override {
@@ -91,44 +83,33 @@ public:
         write(vcd, [&](std::ostream& out) { diagnosis::writeVcd(out, burst, part); });
         write(csv, [&](std::ostream& out) { diagnosis::writeCsv(out, burst, part); });
         write(svg, [&](std::ostream& out) { diagnosis::writeSvg(out, burst, part, title); });
-        tell(burst, part);
+        toolkit::printText(json ? jsonOf(burst, part) : textOf(burst, part));
         return toolkit::ExitCode::Done;
     }
 
 private:
-    void tell(const Burst& burst, const diagnosis::BurstPart& part) const {
-        if (json) {
-            nlohmann::json out{{"outcome", "done"},
-                               {"exitCode", 0},
-                               {"samples", part.to - part.from},
-                               {"samplesPerSecond", burst.rates.sampleRate()},
-                               {"rateMeasured", burst.rates.known()},
-                               {"pins", nlohmann::json::array()},
-                               {"files", nlohmann::json::object()}};
-            for (const std::size_t proc : part.pins) {
-                out["pins"].push_back(diagnosis::signalName(proc));
-            }
-            const std::pair<const char*, std::string> outputs[] = {{"vcd", vcd}, {"csv", csv}, {"svg", svg}};
-            for (const auto& [kind, output] : outputs) {
-                if (!output.empty()) {
-                    out["files"][kind] = output;
-                }
-            }
-            std::cout << toolkit::jsonText(out) << std::flush;
-            return;
+    std::string jsonOf(const Burst& burst, const diagnosis::BurstPart& part) const {
+        nlohmann::json out = toolkit::resultHead(toolkit::ExitCode::Done);
+        out["samples"] = part.to - part.from;
+        out["samplesPerSecond"] = burst.rates.sampleRate();
+        out["rateMeasured"] = burst.rates.known();
+        out["pins"] = nlohmann::json::array();
+        for (const std::size_t proc : part.pins) {
+            out["pins"].push_back(toolkit::pinKey(proc));
         }
-        std::cout << part.to - part.from << " samples of " << part.pins.size() << " pins, "
-                  << burst.rates.sampleRate() / 1e9 << "e9 a second";
-        if (!burst.rates.known()) {
-            std::cout << " (the unit's usual clock; no frequency was measured)";
-        }
-        std::cout << "\n";
+        out["files"] = {{"vcd", toolkit::orNull(vcd)}, {"csv", toolkit::orNull(csv)}, {"svg", toolkit::orNull(svg)}};
+        return toolkit::jsonText(out);
+    }
+
+    std::string textOf(const Burst& burst, const diagnosis::BurstPart& part) const {
+        std::string text =
+            fmt::format("{} samples of {} pins, {:g}e9 a second{}\n", part.to - part.from, part.pins.size(),
+                        burst.rates.sampleRate() / 1e9,
+                        burst.rates.known() ? "" : " (the unit's usual clock; no frequency was measured)");
         for (const std::string& output : {vcd, csv, svg}) {
-            if (!output.empty()) {
-                toolkit::printText("  " + toolkit::masked(output) + "\n");
-            }
+            text += output.empty() ? "" : "  " + toolkit::masked(output) + "\n";
         }
-        std::cout << std::flush;
+        return text;
     }
 
     std::string file;

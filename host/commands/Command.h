@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/commands/Syntax.h"
 #include "toolkit/ExitCode.h"
 
 #include <memory>
@@ -7,19 +8,15 @@
 #include <utility>
 #include <vector>
 
-namespace CLI {
-class App;
-}
-
 namespace host {
 
-/// One subcommand of orvtrace. To add one: derive a class, give it a free function that makes one, and put that
+/// One subcommand of orvtrace. To add one: derive a class, write a free function that makes one, and put that
 /// function's name into the list in main.cpp.
 ///
-/// What every subcommand can rely on: setUp() is called once, then, if its name stands on the command line and the line
-/// can be parsed, run() once. A Failure that run() throws ends the program with its code and with one line on the
-/// standard error output; with `json` set an object {"outcome", "exitCode", "error"} goes to the standard output too. A
-/// Failure of the code Usage has "see 'orvtrace NAME --help'" added to it.
+/// setUp() is called once; then run(), once, if the command line can be parsed and names this subcommand. A Failure that
+/// run() throws ends the program with its code and one line on the standard error output; with `json` set, an object
+/// with the error goes to the standard output too. "see 'orvtrace NAME --help'" is added to a Failure of the code Usage.
+/// Each subcommand has --json and --help.
 class Command {
 public:
     Command(std::string commandName, std::string oneLine) : name(std::move(commandName)), about(std::move(oneLine)) {}
@@ -27,9 +24,8 @@ public:
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
 
-    /// Adds options and arguments to the subcommand's own parser, bound to members of this object. Every command
-    /// that has results calls addJson() here.
-    virtual void setUp(CLI::App& app) = 0;
+    /// Describes arguments and options, bound to members of this object.
+    virtual void setUp(Syntax& syntax) = 0;
 
     /// Does the work. Results go to the standard output, everything else to the standard error output.
     virtual toolkit::ExitCode run() = 0;
@@ -37,17 +33,13 @@ public:
     const std::string name;  ///< as on the command line
     const std::string about; ///< one line for the list of subcommands
     bool json = false;       ///< the user wants JSON
-
-protected:
-    /// The flag --json.
-    void addJson(CLI::App& app);
 };
 
-/// What --version tells: name and value, in order. The first is the program's own version.
+/// What --version prints: name and value, in order. The first is the program's own version.
 using VersionFacts = std::vector<std::pair<std::string, std::string>>;
 using CommandList = std::vector<std::unique_ptr<Command>>;
 
-/// The whole program: parses the line, runs the command that it names, gives the exit status.
+/// The whole program: parses the line, runs the command that it names, returns the exit status.
 int runCommandLine(const CommandList& commands, const VersionFacts& version, int argc, const char* const* argv);
 
 } // namespace host

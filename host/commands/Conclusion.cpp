@@ -10,36 +10,12 @@
 
 namespace host {
 
-namespace {
-
-/// Empty when the receiver has left none.
-std::string logOf(const SessionResult& result) {
-    for (const auto& [what, where] : result.files) {
-        if (what == "log") {
-            return where;
-        }
-    }
-    return {};
-}
-
-} // namespace
-
-void printTroubles(const SessionResult& result, toolkit::ExitCode code, const std::string& failure) {
-    for (const std::string& note : result.notes) {
-        toolkit::printNotice(note);
-    }
-    for (const std::string& trouble : result.troubles) {
-        toolkit::printNotice(trouble + "; it was left out");
-    }
-    if (code != toolkit::ExitCode::Done) {
-        toolkit::printFailure(code, failure, logOf(result), result.doctorTakes);
-    }
-}
-
 void leaveReport(const Session& session, RecordResult& result) {
     const auto file = session.runFolder() / toolkit::filePath(session.fileStem().filename().string() + ".report.html");
+    constexpr bool overwrite = true;
     try {
-        result.files.emplace_back("report", diagnosis::writeReport(session.fileStem(), file, true).file.string());
+        const auto written = diagnosis::writeReport(session.fileStem(), file, overwrite).file;
+        result.files.push_back({"report", "report", written.string()});
     } catch (const toolkit::Failure& failure) {
         if (failure.code != toolkit::ExitCode::BadInput) {
             throw;
@@ -47,25 +23,26 @@ void leaveReport(const Session& session, RecordResult& result) {
     }
 }
 
-toolkit::ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
-                            const std::function<std::string(const RecordResult&)>& text) {
+toolkit::ExitCode concluded(SessionResult& result, const std::function<void()>& work,
+                            const std::function<std::string()>& output) {
     try {
         work();
     } catch (const toolkit::Failure& failure) {
-        result.code = failure.code;
-        result.failure = failure.what();
-        result.where = failure.where;
+        result.fail(failure);
     } catch (const std::exception& error) {
-        result.code = toolkit::ExitCode::Failed;
-        result.failure = error.what();
+        result.fail(toolkit::Failure(toolkit::ExitCode::Failed, error.what()));
     }
-    if (json) {
-        std::cout << resultJson(result) << std::flush;
-    } else if (result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty()) {
-        toolkit::printText(text(result));
-    }
+    toolkit::printText(output());
     std::cout << std::flush;
-    printTroubles(result, result.code, result.failure);
+    for (const std::string& note : result.notes) {
+        toolkit::printNotice(note);
+    }
+    for (const std::string& trouble : result.troubles) {
+        toolkit::printNotice(trouble + "; it was left out");
+    }
+    if (result.code != toolkit::ExitCode::Done) {
+        toolkit::printFailure(result.code, result.failure, result.file("log"), result.doctorTakes);
+    }
     return result.code;
 }
 

@@ -8,15 +8,12 @@
 
 namespace host {
 
-/// What goes to the standard error output behind a result: the diagnostic files that were left out, and the failure.
-void printTroubles(const SessionResult& result, toolkit::ExitCode code, const std::string& failure);
+/// Runs the work that fills a result, then prints what `output` makes of it. Remarks and a failure follow on the
+/// standard error output.
+toolkit::ExitCode concluded(SessionResult& result, const std::function<void()>& work,
+                            const std::function<std::string()>& output);
 
-/// Runs the work that fills a result and prints what became of it: with `json` an object in any case, otherwise the
-/// text, as soon as there is a calibration to tell of. A failure goes to the standard error output behind that.
-toolkit::ExitCode concluded(RecordResult& result, const std::function<void()>& work, bool json,
-                            const std::function<std::string(const RecordResult&)>& text);
-
-/// Leaves the page about the calibration in the run's folder and names it in the result. A calibration that left no
+/// Writes the page about the calibration into the run's folder and names it in the result. A calibration that left no
 /// files has none.
 void leaveReport(const Session& session, RecordResult& result);
 

@@ -1,26 +1,27 @@
 #include "host/commands/Commands.h"
+#include "host/commands/SessionFlags.h"
 #include "host/pins/PinAnswers.h"
 #include "host/pins/PinWarnings.h"
 #include "host/platform/Platform.h"
-#include "host/scenario/ChannelSettingsFile.h"
-#include "host/scenario/DevicesFile.h"
+#include "host/scenario/ScenarioFile.h"
 #include "host/session/Receiver.h"
 #include "pinmap/TracePinMapper.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
+#include "toolkit/Table.h"
 #include "toolkit/Text.h"
 #include "toolkit/TextFile.h"
 
-#include <CLI/CLI.hpp>
-
+#include <algorithm>
 #include <array>
 #include <iostream>
 #include <optional>
-#include <sstream>
 
 namespace host {
+
+using toolkit::orNull;
 
 namespace {
 
@@ -35,46 +36,36 @@ std::string dataText(const PinList& pins) {
 }
 
 nlohmann::json toJson(const PinAnswer& answer) {
-    nlohmann::json out{{"kind", answer.kind}, {"dataPins", answer.dataPins}, {"granted", answer.granted}};
-    if (!answer.asked.empty()) {
-        out["asked"] = answer.asked;
-    }
+    const auto list = [](const PinList& pins) { return pins.empty() ? nlohmann::json() : nlohmann::json(pins); };
+    return {{"exportKind", answer.kind},     {"dataPins", answer.dataPins},    {"asked", list(answer.asked)},
+            {"granted", answer.granted},     {"emuPins", list(answer.pins)},   {"pinout", orNull(answer.pinout)},
+            {"owner", orNull(answer.owner)}, {"remark", orNull(answer.remark)}};
+}
+
+std::string toText(const PinAnswer& answer) {
+    std::string text = "refused";
     if (answer.granted) {
-        out["pinout"] = answer.pinout;
-        out["pins"] = answer.pins;
-        out["owner"] = answer.owner;
+        text = "granted: clock " + std::to_string(answer.pins.front()) + ", data " + dataText(answer.pins) + " of " +
+               answer.pinout + (answer.owner.empty() ? "" : ", owned by " + answer.owner);
     }
-    if (!answer.remark.empty()) {
-        out["remark"] = answer.remark;
-    }
-    return out;
+    return text + (answer.remark.empty() ? "" : ": " + answer.remark);
 }
 
 /// `orvtrace pins`.
 class PinsCommand : public Command {
 public:
-    PinsCommand() : Command("pins", "Tell which pins of a device can carry trace") {}
+    PinsCommand() : Command("pins", "Print which pins of a device can carry trace") {}
 
-    void setUp(CLI::App& app) override {
-        app.footer("Without --pins every wish that channel settings can have is answered. With it a\n"
-                   "wish that would be refused gives exit code 5. Alone: the bench's devices.\n"
-                   "Example: orvtrace pins --device bench/app --kind pti --pins 0,1,2");
-        auto* byName =
-            app.add_option("--device", device, "Full CPU name, as the device data base knows it")->option_text("NAME");
-        app.add_option("--map-file", mapFile, "Read a pin map file instead of the data base")
-            ->option_text("FILE")
-            ->excludes(byName);
-        app.add_option("--kind", kind, "Kind of trace export: pti, tpiu or tpiulite")
-            ->option_text("KIND")
-            ->check(CLI::IsMember(settingsKinds));
-        app.add_option("--pins", pins, "1, 2 or 4 data pins, or EMU pins, clock first: 0,1,2")
-            ->option_text("N|LIST")
-            ->check([](const std::string& text) {
-                return pinChoiceOf(text) ? std::string()
-                                         : std::string("must be 1, 2 or 4, or a clock and 1, 2 or 4 data pins out of "
-                                                       "0 to 5, such as 0,1,2");
-            });
-        addJson(app);
+    void setUp(Syntax& syntax) override {
+        syntax.footer("Without --pins every request that channel settings can make is answered. With it\n"
+                      "a request that would be refused gives exit code 5. Alone: the bench's devices.\n"
+                      "Example: orvtrace pins --device bench/app --kind pti --pins 0,1,2");
+        const Option byName =
+            syntax.addOption("--device", device, "NAME", "Full CPU name, as the device data base knows it");
+        syntax.addOption("--map-file", mapFile, "FILE", "Read a pin map file instead of the data base")
+            .excludes(byName);
+        syntax.addOption("--kind", kind, "KIND", "Kind of trace export: pti, tpiu or tpiulite").oneOf(settingsKinds);
+        addPins(syntax, pins);
     }
 
     toolkit::ExitCode run() override;
@@ -87,7 +78,7 @@ private:
     void read(TracePinMapper& mapper) const;
     std::vector<PinAnswer> answers(TracePinMapper& mapper) const;
     void printPlain(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
-    void printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const;
+    void printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers, toolkit::ExitCode code) const;
 
     std::string device;
     std::string mapFile;
@@ -98,7 +89,7 @@ private:
 
 void PinsCommand::read(TracePinMapper& mapper) const {
     if (!mapFile.empty()) {
-        toolkit::readText(toolkit::filePath(mapFile)); // says more of a missing file than the mapper does
+        toolkit::requireReadable(toolkit::filePath(mapFile)); // more specific about a missing file than the mapper
         guarded(toolkit::ExitCode::BadInput, [&] { mapper.readPinMapFile(mapFile.c_str()); });
         return;
     }
@@ -109,7 +100,7 @@ void PinsCommand::read(TracePinMapper& mapper) const {
     }
 }
 
-/// All wishes, or the one that was asked for.
+/// Answers to all requests, or to the one on the command line.
 std::vector<PinAnswer> PinsCommand::answers(TracePinMapper& mapper) const {
     std::vector<PinAnswer> all;
     for (const std::string& each : kind.empty() ? settingsKinds : std::vector{kind}) {
@@ -132,7 +123,7 @@ std::vector<PinAnswer> PinsCommand::answers(TracePinMapper& mapper) const {
     return all;
 }
 
-/// Those of the kind that was asked for, or all.
+/// Pin-outs of the requested kind, or all.
 void PinsCommand::forEachPinout(
     const TracePinMapper& mapper,
     const std::function<void(const std::string& pinout, const std::string& of, const PinList&)>& visit) const {
@@ -148,63 +139,52 @@ void PinsCommand::forEachPinout(
 }
 
 void PinsCommand::printPlain(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
-    std::ostringstream out;
-    out << toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) << "\n\n"
-        << toolkit::print("%-12s %-9s %9s  %5s  %s\n", "pin-out", "kind", "data pins", "clock", "data (bit 0 first)");
+    toolkit::Table pinouts({"pin-out", "kind", ">data pins", ">clock", "data (bit 0 first)"});
     forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
-        out << toolkit::print("%-12s %-9s %9zu  %5u  %s\n", toolkit::masked(pinout).c_str(),
-                              toolkit::masked(of).c_str(), list.size() - 1, list.front(), dataText(list).c_str());
+        pinouts.addRow({pinout, of, std::to_string(list.size() - 1), std::to_string(list.front()), dataText(list)});
     });
-    out << "\n" << toolkit::print("%-9s %-10s %s\n", "kind", "asked", "answer");
+    toolkit::Table requests({"kind", "asked", "answer"});
     for (const PinAnswer& answer : answers) {
-        const std::string asked =
-            answer.asked.empty() ? toolkit::countText(answer.dataPins, "pin") : pinsText(answer.asked);
-        out << toolkit::print("%-9s %-10s ", answer.kind.c_str(), asked.c_str());
-        if (answer.granted) {
-            out << "granted: clock " << answer.pins.front() << ", data " << dataText(answer.pins) << " of "
-                << toolkit::masked(answer.pinout)
-                << (answer.owner.empty() ? "" : ", owned by " + toolkit::masked(answer.owner));
-        } else {
-            out << "refused";
-        }
-        out << (answer.remark.empty() ? "" : ": " + toolkit::masked(answer.remark)) << "\n";
+        requests.addRow({answer.kind,
+                         answer.asked.empty() ? toolkit::countText(answer.dataPins, "pin") : pinsText(answer.asked),
+                         toText(answer)});
     }
-    toolkit::printText(out.str());
+    const std::size_t columns = outputColumns();
+    toolkit::printText(toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) + "\n\n" +
+                       pinouts.text(columns) + "\n" + requests.text(columns));
 }
 
-void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
-    nlohmann::json out;
-    out[device.empty() ? "mapFile" : "device"] = device.empty() ? mapFile : device;
+void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers,
+                            toolkit::ExitCode code) const {
+    nlohmann::json out = toolkit::resultHead(code);
+    out["device"] = orNull(device);
+    out["mapFile"] = orNull(mapFile);
     out["pinouts"] = nlohmann::json::array();
     forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
-        out["pinouts"].push_back({{"pinout", pinout}, {"kind", of}, {"pins", list}});
+        out["pinouts"].push_back({{"name", pinout}, {"exportKind", of}, {"emuPins", list}});
     });
     out["answers"] = nlohmann::json::array();
     for (const PinAnswer& answer : answers) {
         out["answers"].push_back(toJson(answer));
     }
-    out["warnings"] = warnings;
+    out["notes"] = warnings;
     std::cout << toolkit::jsonText(out);
 }
 
-/// A device data base cannot be asked for all that it knows; that of the bench is a file.
+/// A real device data base cannot be listed; that of the bench is a file.
 toolkit::ExitCode PinsCommand::listDevices() const {
     const std::string own = getEnvironment("ORV_BENCH_DEVICES");
     const auto devices = devicesOf(own.empty() ? programFolder() / "devices.toml" : toolkit::filePath(own));
     if (devices.empty() || !kind.empty() || !pins.empty()) {
         throw toolkit::Failure(toolkit::ExitCode::Usage, "give --device NAME or --map-file FILE");
     }
-    nlohmann::json list = nlohmann::json::array();
+    nlohmann::json out = toolkit::resultHead(toolkit::ExitCode::Done);
+    toolkit::Table table(2);
     for (const auto& [known, note] : devices) {
-        if (json) {
-            list.push_back({{"device", known}, {"note", note}});
-        } else {
-            toolkit::printText(toolkit::print("%-18s ", toolkit::masked(known).c_str()) + toolkit::masked(note) + "\n");
-        }
+        out["devices"].push_back({{"name", known}, {"note", note}});
+        table.addRow({known, note});
     }
-    if (json) {
-        std::cout << toolkit::jsonText({{"devices", list}});
-    }
+    toolkit::printText(json ? toolkit::jsonText(out) : table.text(outputColumns()));
     return toolkit::ExitCode::Done;
 }
 
@@ -213,7 +193,7 @@ toolkit::ExitCode PinsCommand::run() {
         return listDevices();
     }
     std::optional<LoadedLibrary> library;
-    if (mapFile.empty()) { // says more of a missing library than the mapper does
+    if (mapFile.empty()) { // more specific about a missing library than the mapper
         library.emplace(programFolder() / toolkit::filePath(libraryFileName("PartIdentifier")));
     }
     TracePinMapper mapper;
@@ -227,14 +207,15 @@ toolkit::ExitCode PinsCommand::run() {
         toolkit::printNotice("warning: " + warning);
     }
     const std::vector<PinAnswer> all = answers(mapper);
+    const bool refused =
+        !pins.empty() && std::none_of(all.begin(), all.end(), [](const PinAnswer& answer) { return answer.granted; });
+    const toolkit::ExitCode code = refused ? toolkit::ExitCode::CalibrationRefused : toolkit::ExitCode::Done;
     if (json) {
-        printJson(mapper, all);
+        printJson(mapper, all, code);
     } else {
         printPlain(mapper, all);
     }
-    const bool refused =
-        !pins.empty() && std::none_of(all.begin(), all.end(), [](const PinAnswer& answer) { return answer.granted; });
-    return refused ? toolkit::ExitCode::CalibrationRefused : toolkit::ExitCode::Done;
+    return code;
 }
 
 } // namespace

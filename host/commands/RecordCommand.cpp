@@ -4,15 +4,8 @@
 #include "host/platform/InterruptAnswer.h"
 #include "host/results/ResultText.h"
 #include "host/session/RecordingOutputs.h"
-#include "toolkit/Crc32.h"
 #include "toolkit/FilePath.h"
-#include "toolkit/Numbers.h"
-
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <cstdio>
-#include <iostream>
+#include "toolkit/JsonText.h"
 
 namespace host {
 
@@ -26,9 +19,9 @@ struct RecordOptions {
     bool untilFull = false;   ///< record until the unit's buffer is full instead
     bool triggerFile = false; ///< end by the trigger file instead of a stop
     bool wrap = false;        ///< let the buffer wrap
-    unsigned repeat = 1;
-    std::string save; ///< trace data file
-    std::string raw;  ///< raw copy
+    unsigned repeat = 1;      ///< 0: calibrate only
+    std::string save;         ///< trace data file
+    std::string raw;          ///< raw copy
 };
 
 /// One run of the command, from its inputs to its result.
@@ -41,7 +34,8 @@ public:
     void run();
 
 private:
-    void recordAll();
+    bool calibratesOnly() const { return options.repeat == 0; }
+    void calibrateAndRecord();
     void record(unsigned number);
     void keep(CChannelDriver& channel, unsigned number, const ReadBack& back,
               const std::optional<toolkit::Failure>& fault);
@@ -70,16 +64,16 @@ void RecordRun::record(unsigned number) {
     recording.seconds = end.seconds;
     recording.wrapped = session.receiver().attribute("Buffer Wrapped") == "1";
     if (number == 1) {
-        result.files.emplace_back("samples", session.fileStem().string() + ".bin");
+        result.files.push_back({"samples", "samples", session.fileStem().string() + ".bin"});
     }
     const ReadBack back = readBack(channel, line, [&](std::span<const std::uint64_t> samples) {
-        recording.checksum = toolkit::crc32(recording.checksum, samples);
+        recording.checksum = checksumOf(recording.checksum, samples);
         recording.samples += samples.size();
     });
     keep(channel, number, back, faultOf(end, back));
 }
 
-/// What came is written in any case. The recording's own fault comes first in the text.
+/// Writes the samples that came in any case. The recording's own fault comes first in the text.
 void RecordRun::keep(CChannelDriver& channel, unsigned number, const ReadBack& back,
                      const std::optional<toolkit::Failure>& fault) {
     const InterruptAnswer answer("stopping when what was captured is saved");
@@ -103,71 +97,95 @@ void RecordRun::run() {
     }
     session.prepare();
     session.open(line);
+    if (interrupted()) {
+        throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted before the calibration");
+    }
+    calibrateAndRecord();
+    if (calibratesOnly()) {
+        leaveReport(session, result);
+    }
+    if (interrupted()) {
+        throw toolkit::Failure(toolkit::ExitCode::Interrupted,
+                               calibratesOnly()            ? "interrupted, after the calibration had ended"
+                               : result.recordings.empty() ? "interrupted before the recording"
+                                                           : "interrupted; what was captured is kept");
+    }
+}
+
+void RecordRun::calibrateAndRecord() {
     try {
-        recordAll();
+        session.calibrate(line);
+        for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number) {
+            record(number);
+        }
     } catch (const toolkit::Failure& failure) {
         const toolkit::Failure explained = session.explained(failure);
-        // A refused calibration is what a page about it is wanted for most.
-        if (!result.calibrated && explained.code == toolkit::ExitCode::CalibrationRefused) {
+        const bool refused = !result.calibrated && explained.code == toolkit::ExitCode::CalibrationRefused;
+        // A refused calibration is the main use of a page about it.
+        if (calibratesOnly() ? explained.code == failure.code : refused) {
             leaveReport(session, result);
         }
         throw explained;
     }
 }
 
-void RecordRun::recordAll() {
-    if (interrupted()) {
-        throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted before the calibration");
+/// `orvtrace calibrate`.
+class CalibrateCommand : public Command {
+public:
+    CalibrateCommand() : Command("calibrate", "Calibrate and report every attempt") { options.repeat = 0; }
+
+    void setUp(Syntax& syntax) override {
+        syntax.footer("Example: orvtrace calibrate --scenario step-down");
+        addScenario(syntax, options.session);
+        addSettings(syntax, options.session);
+        addCpu(syntax, options.session);
+        addPins(syntax, options.session.pins);
+        addRunFlags(syntax, options.session);
     }
-    session.calibrate(line);
-    for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number) {
-        record(number);
+
+    toolkit::ExitCode run() override {
+        checkSessionOptions(options.session);
+        RecordResult result;
+        return concluded(
+            result, [&] { RecordRun(options, result).run(); },
+            [&] { return json ? toolkit::jsonText(calibrationJson(result)) : attemptsText(result, outputColumns()); });
     }
-    if (interrupted()) {
-        throw toolkit::Failure(toolkit::ExitCode::Interrupted, result.recordings.empty()
-                                                                   ? "interrupted before the recording"
-                                                                   : "interrupted; what was captured is kept");
-    }
-}
+
+private:
+    RecordOptions options;
+};
 
 /// `orvtrace record`.
 class RecordCommand : public Command {
 public:
     RecordCommand() : Command("record", "Calibrate, record, upload and save trace") {}
-    void setUp(CLI::App& app) override;
+    void setUp(Syntax& syntax) override;
     toolkit::ExitCode run() override;
 
 private:
     RecordOptions options;
 };
 
-void RecordCommand::setUp(CLI::App& app) {
-    app.footer("Example: orvtrace record --scenario bench-cable --save trace.tdf");
-    auto* scenario = addScenario(app, options.session);
-    addSettings(app, options.session);
-    addCpu(app, options.session);
-    app.add_option("--play", options.session.play, "File that the simulated target sends")
-        ->option_text("FILE")
-        ->needs(scenario);
-    addPins(app, options.session);
-    addBuffer(app, options.session);
-    auto* seconds = app.add_option("--seconds", options.seconds, "Length of the recording (1)")
-                        ->option_text("SECONDS")
-                        ->check(toolkit::numberFrom(0.0, 1e6));
-    auto* full =
-        app.add_flag("--until-full", options.untilFull, "Record until the unit's buffer is full")->excludes(seconds);
-    app.add_flag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
-        ->excludes(full);
-    app.add_flag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace")->excludes(full);
-    app.add_option("--repeat", options.repeat, "Record N times on one calibration (1)")
-        ->option_text("N")
-        ->check(toolkit::wholeNumberFrom(1, 9999));
-    app.add_option("--save", options.save, "New trace data file, a section per recording")
-        ->option_text("FILE.tdf")
-        ->check(checkTdfName);
-    app.add_option("--raw", options.raw, "Bare bytes; of several recordings FILE-1 and so on")->option_text("FILE");
-    addRunFlags(app, options.session);
-    addJson(app);
+void RecordCommand::setUp(Syntax& syntax) {
+    syntax.footer("Example: orvtrace record --scenario bench-cable --save trace.tdf");
+    const Option scenario = addScenario(syntax, options.session);
+    addSettings(syntax, options.session);
+    addCpu(syntax, options.session);
+    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends").needs(scenario);
+    addPins(syntax, options.session.pins);
+    addBuffer(syntax, options.session);
+    const Option seconds =
+        syntax.addNumber("--seconds", options.seconds, "SECONDS", 0.0, 1e6, "Length of the recording (1)");
+    const Option full = syntax.addFlag("--until-full", options.untilFull, "Record until the unit's buffer is full");
+    full.excludes(seconds);
+    syntax.addFlag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
+        .excludes(full);
+    syntax.addFlag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace").excludes(full);
+    syntax.addWhole("--repeat", options.repeat, "N", 1, 9999, "Record N times on one calibration (1)");
+    syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
+        .check(checkTdfName);
+    syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
+    addRunFlags(syntax, options.session);
 }
 
 toolkit::ExitCode RecordCommand::run() {
@@ -179,13 +197,19 @@ toolkit::ExitCode RecordCommand::run() {
     }
     checkSessionOptions(options.session);
     RecordResult result;
-    return concluded(result, [&] { RecordRun(options, result).run(); }, json, resultText);
+    return concluded(
+        result, [&] { RecordRun(options, result).run(); },
+        [&] { return json ? toolkit::jsonText(recordJson(result)) : resultText(result, outputColumns()); });
 }
 
 } // namespace
 
 std::unique_ptr<Command> makeRecordCommand() {
     return std::make_unique<RecordCommand>();
+}
+
+std::unique_ptr<Command> makeCalibrateCommand() {
+    return std::make_unique<CalibrateCommand>();
 }
 
 } // namespace host

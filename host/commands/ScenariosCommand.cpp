@@ -1,73 +1,88 @@
 #include "host/commands/Commands.h"
 #include "host/platform/Platform.h"
-#include "host/scenario/ScenarioCheck.h"
+#include "host/scenario/ScenarioFile.h"
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
-
-#include <CLI/CLI.hpp>
+#include "toolkit/Table.h"
 
 #include <iostream>
-#include <sstream>
 
 namespace host {
 
 namespace {
 
-/// What a person can expect of a run.
+/// What the scenario's author expects, by key; may be empty.
+std::string expected(const Scenario& scenario, const char* key) {
+    const auto found = scenario.expect.find(key);
+    return found == scenario.expect.end() ? std::string() : found->second;
+}
+
+/// The expected result of a run, for a person.
 std::string outcomeText(const Scenario& scenario) {
-    const auto of = [&](const char* key) {
-        const auto found = scenario.expect.find(key);
-        return found == scenario.expect.end() ? std::string() : found->second;
-    };
+    const auto of = [&](const char* key) { return expected(scenario, key); };
     std::string text = of("outcome");
     if (!of("setting").empty()) {
         text +=
             ", with setting " + of("setting") + (of("rejected").empty() ? "" : ", after " + of("rejected") + " failed");
     }
-    // A test may look for no more than how a message begins.
+    // A test may expect the beginning of a message only.
     std::string message = of("message");
-    while (message.ends_with(' ') || message.ends_with(':')) {
-        message.pop_back();
-    }
-    if (!message.empty()) {
-        text += ": " + message;
-    }
-    if (!of("soak").empty()) {
-        text += "; of a soak: " + of("soak");
-    }
+    message.erase(message.find_last_not_of(" :") + 1);
+    text += message.empty() ? "" : ": " + message;
+    text += of("soak").empty() ? "" : "; of a soak: " + of("soak");
     return text.empty() ? "nothing in particular" : text;
 }
 
 void explain(const Scenario& scenario) {
-    std::ostringstream out;
-    out << toolkit::masked(scenario.name + ": " + scenario.about) << "\n"
-        << "  cpu       " << toolkit::masked(scenario.cpu) << "\n"
-        << "  export    " << toolkit::masked(scenario.settings.exportKind) << ", "
-        << toolkit::countText(scenario.settings.dataPins, "data pin")
-        << (scenario.settings.pinMap.empty() ? "" : ", pins " + toolkit::masked(scenario.settings.pinMap)) << "\n"
-        << "  buffer    " << bufferSizes.at(scenario.settings.bufferIndex) << ", "
-        << (scenario.settings.stopOnFull ? "stops when full" : "wraps") << "\n";
+    toolkit::Table table(2, "  ");
+    table.addRow({"cpu", scenario.cpu});
+    table.addRow({"export", scenario.settings.exportKind + ", " +
+                                toolkit::countText(scenario.settings.dataPins, "data pin") +
+                                (scenario.settings.pinMap.empty() ? "" : ", pins " + scenario.settings.pinMap)});
+    table.addRow({"buffer", std::string(bufferSizes.at(scenario.settings.bufferIndex)) + ", " +
+                                (scenario.settings.stopOnFull ? "stops when full" : "wraps")});
     for (const std::string& trait : scenario.traits) {
-        out << (&trait == &scenario.traits.front() ? "  bench     " : "            ") << toolkit::masked(trait) << "\n";
+        table.addRow({&trait == &scenario.traits.front() ? "bench" : "", trait});
     }
-    const auto options = scenario.expect.find("options");
-    out << "  outcome   " << toolkit::masked(outcomeText(scenario)) << "\n"
-        << "  file      " << toolkit::masked(scenario.file.string()) << "\n"
-        << "  try       orvtrace " << (scenario.expect.contains("soak") ? "soak" : "record") << " --scenario "
-        << toolkit::masked(scenario.name)
-        << (options == scenario.expect.end() ? "" : " " + toolkit::masked(options->second)) << "\n";
-    toolkit::printText(out.str());
+    table.addRow({"outcome", outcomeText(scenario)});
+    table.addRow({"file", scenario.file.string()});
+    const std::string options = expected(scenario, "options");
+    table.addRow({"try", std::string("orvtrace ") + (expected(scenario, "soak").empty() ? "record" : "soak") +
+                             " --scenario " + scenario.name + (options.empty() ? "" : " " + options)});
+    toolkit::printText(toolkit::masked(scenario.name + ": " + scenario.about) + "\n" + table.text(outputColumns()));
+}
+
+/// What the scenario's author expects, with each value in its own kind.
+nlohmann::json expectJson(const Scenario& scenario) {
+    const auto text = [&](const char* key) { return expected(scenario, key); };
+    const auto value = [&](const char* key) {
+        const auto parsed = nlohmann::json::parse(text(key), nullptr, toolkit::noExceptions);
+        return parsed.is_primitive() && !parsed.is_discarded() ? parsed : nlohmann::json();
+    };
+    const auto rejected = nlohmann::json::parse("[" + text("rejected") + "]", nullptr, toolkit::noExceptions);
+    return {{"outcome", toolkit::orNull(text("outcome"))},
+            {"message", toolkit::orNull(text("message"))},
+            {"setting", value("setting")},
+            {"rejected", rejected.is_discarded() ? nlohmann::json::array() : rejected},
+            {"state", toolkit::orNull(text("state"))},
+            {"wrapped", value("wrapped")},
+            {"bytes", value("bytes")},
+            {"eye", value("eye")},
+            {"options", toolkit::orNull(text("options"))},
+            {"soakOutcome", toolkit::orNull(text("soak"))},
+            {"soakWords", value("soak_words")},
+            {"soakWrongWords", value("soak_errors")}};
 }
 
 nlohmann::json toJson(const Scenario& scenario) {
     return {{"name", scenario.name},
             {"about", scenario.about},
             {"cpu", scenario.cpu},
-            {"export", scenario.settings.exportKind},
-            {"pins", scenario.settings.dataPins},
-            {"bench", scenario.traits},
-            {"expect", scenario.expect},
+            {"exportKind", scenario.settings.exportKind},
+            {"dataPins", scenario.settings.dataPins},
+            {"traits", scenario.traits},
+            {"expect", expectJson(scenario)},
             {"file", scenario.file.string()}};
 }
 
@@ -76,47 +91,40 @@ class ScenariosCommand : public Command {
 public:
     ScenariosCommand() : Command("scenarios", "List the scenarios of the bench, or explain one") {}
 
-    void setUp(CLI::App& app) override {
-        app.footer("Example: orvtrace scenarios bench-cable");
-        app.add_option("name", wanted, "The scenario to explain: a name or a file")->option_text("NAME|FILE");
-        addJson(app);
+    void setUp(Syntax& syntax) override {
+        syntax.footer("Example: orvtrace scenarios bench-cable");
+        syntax.addOptionalArgument(wanted, "NAME|FILE", "The scenario to explain: a name or a file");
     }
 
     toolkit::ExitCode run() override {
-        if (!wanted.empty()) {
-            showOne(soundScenario(wanted, programFolder()));
+        const auto folder = programFolder() / "scenarios";
+        std::vector<Scenario> scenarios;
+        if (wanted.empty()) {
+            requireScenarios(folder);
+            scenarios = listScenarios(folder);
         } else {
-            showAll();
+            scenarios.push_back(readScenario(scenarioFile(wanted, folder)));
+        }
+        if (json) {
+            nlohmann::json out = toolkit::resultHead(toolkit::ExitCode::Done);
+            out["scenarios"] = nlohmann::json::array();
+            for (const Scenario& scenario : scenarios) {
+                out["scenarios"].push_back(toJson(scenario));
+            }
+            std::cout << toolkit::jsonText(out);
+        } else if (!wanted.empty()) {
+            explain(scenarios.front());
+        } else {
+            toolkit::Table table(2);
+            for (const Scenario& scenario : scenarios) {
+                table.addRow({scenario.name, scenario.about});
+            }
+            toolkit::printText(table.text(outputColumns()));
         }
         return toolkit::ExitCode::Done;
     }
 
 private:
-    void showOne(const Scenario& scenario) const {
-        if (json) {
-            std::cout << toolkit::jsonText(toJson(scenario));
-        } else {
-            explain(scenario);
-        }
-    }
-
-    void showAll() const {
-        const auto folder = programFolder() / "scenarios";
-        requireScenarios(folder);
-        nlohmann::json all = nlohmann::json::array();
-        for (const Scenario& scenario : listScenarios(folder)) {
-            if (json) {
-                all.push_back(toJson(scenario));
-            } else {
-                toolkit::printText(toolkit::print("%-16s ", toolkit::masked(scenario.name).c_str()) +
-                                   toolkit::masked(scenario.about) + "\n");
-            }
-        }
-        if (json) {
-            std::cout << toolkit::jsonText(all);
-        }
-    }
-
     std::string wanted;
 };
 

@@ -5,44 +5,40 @@
 
 namespace host {
 
-CLI::Option* addScenario(CLI::App& app, SessionOptions& options) {
-    return app.add_option("--scenario", options.scenario, "Run on the simulated bench: a scenario's name or file")
-        ->option_text("NAME|FILE");
+Option addScenario(Syntax& syntax, SessionOptions& options) {
+    return syntax.addOption("--scenario", options.scenario, "NAME|FILE",
+                            "Run on the simulated bench: a scenario's name or file");
 }
 
-CLI::Option* addSettings(CLI::App& app, SessionOptions& options) {
-    return app.add_option("--settings", options.settings, "Channel settings file to use, XML")->option_text("FILE");
+void addSettings(Syntax& syntax, SessionOptions& options) {
+    syntax.addOption("--settings", options.settings, "FILE", "Channel settings file to use, XML");
 }
 
-CLI::Option* addCpu(CLI::App& app, SessionOptions& options) {
-    return app.add_option("--cpu", options.cpu, "Full CPU name; a scenario brings its own")->option_text("NAME");
+void addCpu(Syntax& syntax, SessionOptions& options) {
+    syntax.addOption("--cpu", options.cpu, "NAME", "Full CPU name; a scenario brings its own");
 }
 
-CLI::Option* addPins(CLI::App& app, SessionOptions& options) {
-    return app.add_option("--pins", options.pins, "1, 2 or 4 data pins, or EMU pins, clock first: 0,1,2")
-        ->option_text("N|LIST")
-        ->check([](const std::string& text) {
-            return pinChoiceOf(text) ? std::string()
-                                     : std::string("must be 1, 2 or 4, or a clock and 1, 2 or 4 data pins out of 0 to "
-                                                   "5, such as 0,1,2");
+void addPins(Syntax& syntax, std::string& pins) {
+    syntax.addOption("--pins", pins, "N|LIST", "1, 2 or 4 data pins, or EMU pins, clock first: 0,1,2")
+        .check([](const std::string& text) {
+            return pinChoiceOf(text) ? ""
+                                     : "must be 1, 2 or 4, or a clock and 1, 2 or 4 data pins out of 0 to 5, such as "
+                                       "0,1,2";
         });
 }
 
-CLI::Option* addBuffer(CLI::App& app, SessionOptions& options) {
-    return app.add_option("--buffer", options.buffer, "Size of the unit's buffer, 256k to 128M")
-        ->option_text("SIZE")
-        ->check([](const std::string& text) {
-            return bufferIndexOf(text) ? std::string()
-                                       : std::string("must be 256k, 512k, 1M, 2M, 4M, 8M, 16M, 32M, 64M or 128M");
+void addBuffer(Syntax& syntax, SessionOptions& options) {
+    syntax.addOption("--buffer", options.buffer, "SIZE", "Size of the unit's buffer, 256k to 128M")
+        .check([](const std::string& text) {
+            return bufferIndexOf(text) ? "" : "must be 256k, 512k, 1M, 2M, 4M, 8M, 16M, 32M, 64M or 128M";
         });
 }
 
-void addRunFlags(CLI::App& app, SessionOptions& options) {
-    app.add_option("--out", options.out, "Folder of the run (a new one, orvtrace-NAME)")->option_text("DIR");
-    app.add_option("--library", options.library, "Receiver library, by name or path (OrvRcvr)")
-        ->option_text("NAME|FILE");
-    app.add_flag("--force", options.force, "Overwrite outputs that exist");
-    app.add_flag("--quiet", options.quiet, "No progress");
+void addRunFlags(Syntax& syntax, SessionOptions& options) {
+    syntax.addOption("--out", options.out, "DIR", "Folder of the run (a new one, orvtrace-NAME)");
+    syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)");
+    syntax.addFlag("--force", options.force, "Overwrite outputs that exist");
+    syntax.addFlag("--quiet", options.quiet, "No progress");
 }
 
 void checkSessionOptions(const SessionOptions& options) {
@@ -63,10 +59,9 @@ void checkSessionOptions(const SessionOptions& options) {
 
 std::string checkTdfName(const std::string& name) {
     std::string ending = name.substr(name.size() - std::min<std::size_t>(name.size(), 4));
-    for (char& c : ending) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return ending == ".tdf" ? std::string() : std::string("the file's name must end in .tdf");
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+    return ending == ".tdf" ? "" : "the file's name must end in .tdf";
 }
 
 } // namespace host

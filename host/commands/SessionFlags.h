@@ -1,27 +1,27 @@
 #pragma once
 
+#include "host/commands/Syntax.h"
 #include "host/session/Session.h"
-
-#include <CLI/CLI.hpp>
 
 #include <string>
 
-// Options that several subcommands share. Each gives back what it adds, so that a command can say what goes with what.
+// Options that several subcommands share.
 
 namespace host {
 
-CLI::Option* addScenario(CLI::App& app, SessionOptions& options);
-CLI::Option* addSettings(CLI::App& app, SessionOptions& options);
-CLI::Option* addCpu(CLI::App& app, SessionOptions& options);
-CLI::Option* addPins(CLI::App& app, SessionOptions& options);
-CLI::Option* addBuffer(CLI::App& app, SessionOptions& options);
+Option addScenario(Syntax& syntax, SessionOptions& options);
+void addSettings(Syntax& syntax, SessionOptions& options);
+void addCpu(Syntax& syntax, SessionOptions& options);
+/// --pins, as pinChoiceOf() reads it.
+void addPins(Syntax& syntax, std::string& pins);
+void addBuffer(Syntax& syntax, SessionOptions& options);
 /// --out, --library, --force, --quiet.
-void addRunFlags(CLI::App& app, SessionOptions& options);
+void addRunFlags(Syntax& syntax, SessionOptions& options);
 
-/// What the parser cannot check; throws Failure (Usage).
+/// Checks combinations of options; throws Failure (Usage).
 void checkSessionOptions(const SessionOptions& options);
 
-/// For `check`: the name of a trace data file.
+/// For Option::check(): the name of a trace data file.
 std::string checkTdfName(const std::string& name);
 
 } // namespace host

@@ -1,16 +1,16 @@
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
+#include "host/platform/Platform.h"
 #include "host/session/Receiver.h"
 #include "tdf/TdfFile.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
-#include "toolkit/Numbers.h"
 #include "toolkit/OutputFiles.h"
 #include "toolkit/Remedy.h"
-
-#include <CLI/CLI.hpp>
+#include "toolkit/Table.h"
+#include "toolkit/TextFile.h"
 
 #include <fstream>
 #include <iostream>
@@ -24,22 +24,10 @@ using Vx::Qrs::Trace::OrvRcvr::TdfFile;
 using Vx::Qrs::Trace::OrvRcvr::TdfSection;
 
 constexpr const char* traceSection = "BinTraceData";
-// Of the messages of trace data files.
+// Parts of the messages about trace data files.
 constexpr const char* invalidFormat = "Invalid TDF format";
 constexpr const char* notLocated = "section cannot be located";
 constexpr std::size_t chunkBytes = 65536;
-
-void requireInput(const std::string& text) {
-    const fs::path file = toolkit::filePath(text);
-    std::error_code failed;
-    if (fs::is_directory(file, failed)) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput,
-                               "cannot read " + text + ": it is a folder; give the name of a file");
-    }
-    if (!fs::is_regular_file(file, failed) || !std::ifstream(file, std::ios::binary)) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput, "cannot read " + text + "; check the name and the folder");
-    }
-}
 
 /// Runs an operation on a trace data file; its failure names the file.
 void onFile(const std::string& file, const std::function<void()>& work) {
@@ -54,18 +42,18 @@ void onFile(const std::string& file, const std::function<void()>& work) {
 class TdfCommand : public Command {
 public:
     TdfCommand() : Command("tdf", "List, extract and create trace data files") {}
-    void setUp(CLI::App& app) override;
-    toolkit::ExitCode run() override;
+    void setUp(Syntax& syntax) override;
+    toolkit::ExitCode run() override { return (this->*chosen)(); }
 
 private:
     std::vector<TdfSection> sectionsOf(std::string& damage) const;
-    toolkit::ExitCode list() const;
-    toolkit::ExitCode extract() const;
-    toolkit::ExitCode create() const;
+    toolkit::ExitCode list();
+    toolkit::ExitCode extract();
+    toolkit::ExitCode create();
     TdfSection wantedSection() const;
+    void print(nlohmann::json more, const std::string& text) const;
 
-    CLI::App* listApp = nullptr;
-    CLI::App* extractApp = nullptr;
+    toolkit::ExitCode (TdfCommand::*chosen)() = nullptr;
     std::string file;
     std::string output;
     std::string section = traceSection;
@@ -75,49 +63,50 @@ private:
     bool force = false;
 };
 
-void TdfCommand::setUp(CLI::App& app) {
-    app.footer("Example: orvtrace tdf list trace.tdf");
-    app.require_subcommand(1);
-    const auto addFile = [this](CLI::App& to) {
-        to.add_option("file", file, "The trace data file")->required()->option_text("FILE.tdf");
-    };
+void TdfCommand::setUp(Syntax& syntax) {
+    syntax.footer("Example: orvtrace tdf list trace.tdf");
 
-    listApp = app.add_subcommand("list", "Tell the sections of a trace data file");
-    addFile(*listApp);
-    addJson(*listApp);
+    Syntax lists =
+        syntax.addSubcommand("list", "Print the sections of a trace data file", [this] { chosen = &TdfCommand::list; });
+    lists.addArgument(file, "FILE.tdf", "The trace data file");
 
-    extractApp = app.add_subcommand("extract", "Write the data of one section into a file");
-    extractApp->footer("Example: orvtrace tdf extract trace.tdf trace.bin --number 2");
-    addFile(*extractApp);
-    extractApp->add_option("output", output, "The new file")->required()->option_text("FILE");
-    auto* byName = extractApp->add_option("--section", section, "The first section of this name (BinTraceData)")
-                       ->option_text("NAME");
-    extractApp->add_option("--number", number, "The section of this number in the list")
-        ->option_text("N")
-        ->check(toolkit::wholeNumberFrom(1, 1000000))
-        ->excludes(byName);
-    extractApp->add_flag("--force", force, "Overwrite the output when it exists");
-    addJson(*extractApp);
+    Syntax extracts = syntax.addSubcommand("extract", "Write the data of one section into a file",
+                                           [this] { chosen = &TdfCommand::extract; });
+    extracts.footer("Example: orvtrace tdf extract trace.tdf trace.bin --number 2");
+    extracts.addArgument(file, "FILE.tdf", "The trace data file");
+    extracts.addArgument(output, "FILE", "The new file");
+    const Option byName =
+        extracts.addOption("--section", section, "NAME", "The first section of this name (BinTraceData)");
+    extracts.addWhole("--number", number, "N", 1, 1000000, "The section of this number in the list").excludes(byName);
+    extracts.addFlag("--force", force, "Overwrite the output when it exists");
 
-    CLI::App* createApp = app.add_subcommand("create", "Make a trace data file, empty or with one section");
-    createApp->footer("Example: orvtrace tdf create trace.tdf --data trace.bin");
-    createApp->add_option("file", file, "The new trace data file")
-        ->required()
-        ->option_text("FILE.tdf")
-        ->check(checkTdfName);
-    auto* from = createApp->add_option("--data", data, "File whose bytes become a section's data")->option_text("FILE");
-    createApp->add_option("--section", section, "Its name (BinTraceData)")->option_text("NAME")->needs(from);
-    createApp->add_option("--version", version, "Version of its contents (1)")
-        ->option_text("N")
-        ->check(toolkit::wholeNumberFrom(0, 0xFFFFFFFF))
-        ->needs(from);
-    createApp->add_flag("--force", force, "Overwrite the file when it exists");
-    addJson(*createApp);
+    Syntax creates = syntax.addSubcommand("create", "Make a trace data file, empty or with one section",
+                                          [this] { chosen = &TdfCommand::create; });
+    creates.footer("Example: orvtrace tdf create trace.tdf --data trace.bin");
+    creates.addArgument(file, "FILE.tdf", "The new trace data file").check(checkTdfName);
+    const Option from = creates.addOption("--data", data, "FILE", "File whose bytes become a section's data");
+    creates.addOption("--section", section, "NAME", "Its name (BinTraceData)").needs(from);
+    creates.addWhole("--version", version, "N", 0, 0xFFFFFFFF, "Version of its contents (1)").needs(from);
+    creates.addFlag("--force", force, "Overwrite the file when it exists");
 }
 
-/// `damage` is why the list ends early, empty when it does not.
+nlohmann::json toJson(const TdfSection& section) {
+    return {{"name", section.name}, {"version", section.version},       {"offset", section.offset},
+            {"size", section.size}, {"dataOffset", section.dataOffset}, {"dataSize", section.dataSize}};
+}
+
+void TdfCommand::print(nlohmann::json more, const std::string& text) const {
+    if (json) {
+        more.update(toolkit::resultHead(toolkit::ExitCode::Done));
+        std::cout << toolkit::jsonText(more);
+    } else {
+        toolkit::printText(text + "\n");
+    }
+}
+
+/// `damage` says why the list ends early; empty for a complete list.
 std::vector<TdfSection> TdfCommand::sectionsOf(std::string& damage) const {
-    requireInput(file);
+    toolkit::requireReadable(toolkit::filePath(file));
     std::vector<TdfSection> sections;
     try {
         onFile(file, [&] { TdfFile::listSections(file.c_str(), &sections); });
@@ -134,38 +123,35 @@ std::vector<TdfSection> TdfCommand::sectionsOf(std::string& damage) const {
     return sections;
 }
 
-toolkit::ExitCode TdfCommand::list() const {
+toolkit::ExitCode TdfCommand::list() {
     std::string damage;
     const std::vector<TdfSection> sections = sectionsOf(damage);
+    const toolkit::Failure failure(toolkit::ExitCode::BadInput, damage);
     if (json) {
-        nlohmann::json all = nlohmann::json::array();
+        nlohmann::json out =
+            damage.empty() ? toolkit::resultHead(toolkit::ExitCode::Done) : toolkit::failureJson(failure);
+        out["file"] = file;
+        out["sections"] = nlohmann::json::array();
         for (const TdfSection& each : sections) {
-            all.push_back({{"name", each.name},
-                           {"version", each.version},
-                           {"offset", each.offset},
-                           {"size", each.size},
-                           {"dataOffset", each.dataOffset},
-                           {"dataSize", each.dataSize}});
-        }
-        nlohmann::json out{{"file", file}, {"sections", all}, {"damaged", !damage.empty()}};
-        if (!damage.empty()) {
-            out.update(toolkit::failureJson(toolkit::Failure(toolkit::ExitCode::BadInput, damage)));
-            toolkit::printFailure(toolkit::ExitCode::BadInput, damage);
+            out["sections"].push_back(toJson(each));
         }
         std::cout << toolkit::jsonText(out) << std::flush;
-        return damage.empty() ? toolkit::ExitCode::Done : toolkit::ExitCode::BadInput;
+        if (!damage.empty()) {
+            toolkit::printFailure(failure.code, damage);
+        }
+        return damage.empty() ? toolkit::ExitCode::Done : failure.code;
     }
     if (damage.empty() || !sections.empty()) {
-        toolkit::printText(toolkit::print("%6s  %-20s %7s %10s %10s  %s\n", "number", "section", "version", "offset",
-                                          "data", "bytes"));
-    }
-    for (std::size_t i = 0; i < sections.size(); ++i) {
-        toolkit::printText(toolkit::print(
-            "%6zu  %-20s %7u %10u %10u  %s\n", i + 1, toolkit::masked(sections[i].name).c_str(), sections[i].version,
-            sections[i].offset, sections[i].dataSize, toolkit::sizeText(sections[i].dataSize).c_str()));
+        toolkit::Table table({">number", "section", ">version", ">offset", ">data", "bytes"});
+        for (std::size_t i = 0; i < sections.size(); ++i) {
+            const TdfSection& each = sections[i];
+            table.addRow({std::to_string(i + 1), each.name, std::to_string(each.version), std::to_string(each.offset),
+                          std::to_string(each.dataSize), toolkit::sizeText(each.dataSize)});
+        }
+        toolkit::printText(table.text(outputColumns()));
     }
     if (!damage.empty()) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput, damage);
+        throw toolkit::Failure(failure);
     }
     return toolkit::ExitCode::Done;
 }
@@ -181,7 +167,7 @@ TdfSection TdfCommand::wantedSection() const {
                 throw;
             }
             throw toolkit::Failure(failure.code,
-                                   text + " orvtrace tdf list " + toolkit::quoted(file) + " tells the sections");
+                                   text + " orvtrace tdf list " + toolkit::quoted(file) + " lists the sections");
         }
         return found;
     }
@@ -196,8 +182,8 @@ TdfSection TdfCommand::wantedSection() const {
     return sections[number - 1];
 }
 
-toolkit::ExitCode TdfCommand::extract() const {
-    requireInput(file);
+toolkit::ExitCode TdfCommand::extract() {
+    toolkit::requireReadable(toolkit::filePath(file));
     toolkit::CommandFiles files(force);
     files.read(toolkit::filePath(file));
     files.write(toolkit::filePath(output));
@@ -216,22 +202,18 @@ toolkit::ExitCode TdfCommand::extract() const {
             out.write(chunk.data(), loaded);
         }
     });
-    if (json) {
-        std::cout << toolkit::jsonText(
-            {{"file", file}, {"section", found.name}, {"bytes", found.dataSize}, {"output", output}});
-    } else {
-        toolkit::printText(toolkit::countText(found.dataSize, "byte") + " of section " + toolkit::masked(found.name) +
-                           " in " + toolkit::masked(output) + "\n");
-    }
+    print({{"file", file}, {"section", toJson(found)}, {"files", {{"data", output}}}},
+          toolkit::countText(found.dataSize, "byte") + " of section " + toolkit::masked(found.name) + " in " +
+              toolkit::masked(output));
     return toolkit::ExitCode::Done;
 }
 
-toolkit::ExitCode TdfCommand::create() const {
+toolkit::ExitCode TdfCommand::create() {
     constexpr std::uint64_t most = 0xFFFF0000;
     std::error_code failed;
     toolkit::CommandFiles files(force);
     if (!data.empty()) {
-        requireInput(data);
+        toolkit::requireReadable(toolkit::filePath(data));
         files.read(toolkit::filePath(data));
         if (fs::file_size(toolkit::filePath(data), failed) > most) {
             throw toolkit::Failure(toolkit::ExitCode::BadInput, data + " is too long; a section holds less than 4 GB");
@@ -259,26 +241,16 @@ toolkit::ExitCode TdfCommand::create() const {
     };
     guardedOutput(toolkit::filePath(file), write);
     made.putInPlace();
-    if (json) {
-        std::cout << toolkit::jsonText({{"file", file}, {"section", data.empty() ? "" : section}, {"bytes", bytes}});
-    } else {
-        toolkit::printText(toolkit::masked(file) +
-                           (data.empty()
-                                ? ", no sections"
-                                : ", section " + toolkit::masked(section) + ", " + toolkit::countText(bytes, "byte")) +
-                           "\n");
+    std::string damage;
+    const std::vector<TdfSection> written = sectionsOf(damage);
+    if (!damage.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::OutputUnwritable, damage);
     }
+    print({{"section", written.empty() ? nlohmann::json() : toJson(written.front())}, {"files", {{"traceData", file}}}},
+          toolkit::masked(file) +
+              (data.empty() ? ", no sections"
+                            : ", section " + toolkit::masked(section) + ", " + toolkit::countText(bytes, "byte")));
     return toolkit::ExitCode::Done;
-}
-
-toolkit::ExitCode TdfCommand::run() {
-    if (listApp->parsed()) {
-        return list();
-    }
-    if (extractApp->parsed()) {
-        return extract();
-    }
-    return create();
 }
 
 } // namespace

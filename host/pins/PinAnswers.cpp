@@ -1,8 +1,11 @@
 #include "host/pins/PinAnswers.h"
 
 #include "toolkit/Format.h"
+#include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 
 namespace host {
@@ -45,12 +48,10 @@ bool onConnector(const PinList& list) {
 }
 
 template <class Items, class Text>
-std::string joined(const Items& items, const char* between, Text text) {
-    std::string all;
-    for (const auto& item : items) {
-        all += (all.empty() ? "" : between) + text(item);
-    }
-    return all;
+std::string joined(const Items& items, const char* separator, Text text) {
+    std::vector<std::string> parts;
+    std::transform(items.begin(), items.end(), std::back_inserter(parts), text);
+    return toolkit::joined(parts, separator);
 }
 
 } // namespace
@@ -71,7 +72,7 @@ std::vector<std::string> kindsOf(const Pinouts& pinouts) {
 
 std::string refusalReason(const Pinouts& pinouts, const std::string& kind, unsigned dataPins, const PinList& asked) {
     if (listsOf(pinouts, kind, std::nullopt).empty()) {
-        const std::string kinds = joined(kindsOf(pinouts), ", ", [](const std::string& text) { return text; });
+        const std::string kinds = toolkit::joined(kindsOf(pinouts), ", ");
         return "no pin-out carries " + kind + " trace; there is " + (kinds.empty() ? "none" : kinds);
     }
     const std::vector<PinList> fitting = listsOf(pinouts, kind, dataPins);
@@ -93,7 +94,10 @@ std::string refusalReason(const Pinouts& pinouts, const std::string& kind, unsig
 }
 
 PinAnswer answerOf(const Pinouts& pinouts, const std::string& kind, unsigned dataPins, const PinList& asked) {
-    PinAnswer answer{kind, dataPins, asked, false, {}, {}, {}, {}};
+    PinAnswer answer;
+    answer.kind = kind;
+    answer.dataPins = dataPins;
+    answer.asked = asked;
     PinList excluded;
     if (!asked.empty()) {
         for (const std::uint32_t pin : connector) {
@@ -112,8 +116,8 @@ PinAnswer answerOf(const Pinouts& pinouts, const std::string& kind, unsigned dat
     }
     answer.pins = grants[requestName].pins;
     if (!asked.empty() && asked != answer.pins) {
-        // The search only proves that the pins can be had; the map is used in the order in which it was given.
-        answer.remark = "the pin-out's own order is " + pinsText(answer.pins) + "; yours would be used as it stands";
+        // The search only shows that the pins are available; the map is used in its given order.
+        answer.remark = "the pin-out's own order is " + pinsText(answer.pins) + "; yours would be used unchanged";
         answer.pins = asked;
     }
     return answer;

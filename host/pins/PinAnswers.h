@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-// What a device's pin-outs can give, and in words why they cannot. The search is the receiver's own.
+// Answers of a device's pin-outs to requests, with reasons. The search is the receiver's own.
 
 namespace host {
 
 using Vx::Qrs::Trace::OrvRcvr::PinList;
 using Vx::Qrs::Trace::OrvRcvr::Pinouts;
 
-/// What the receiver would do with one wish.
+/// The receiver's answer to one request.
 struct PinAnswer {
     std::string kind;
     unsigned dataPins = 0;
@@ -22,16 +22,16 @@ struct PinAnswer {
     std::string pinout; ///< the pin-out that serves it
     std::string owner;  ///< the part of the device that owns the trace source; may be empty
     PinList pins;       ///< granted, clock first, then bit 0 and up
-    std::string remark; ///< why not; or what a user should know about the grant
+    std::string remark; ///< why not; or a remark on the grant
 };
 
 /// The trace kinds of all pin-outs, in their order.
 std::vector<std::string> kindsOf(const Pinouts& pinouts);
 
-/// Why no pin-out serves the wish, in one sentence. `asked` may be empty.
+/// Why no pin-out grants the request, in one sentence. `asked` may be empty.
 std::string refusalReason(const Pinouts& pinouts, const std::string& kind, unsigned dataPins, const PinList& asked);
 
-/// What the receiver answers to "so many data pins", or with `asked` to "exactly these pins".
+/// The answer to a request for a number of data pins or, with `asked`, for exactly these pins.
 PinAnswer answerOf(const Pinouts& pinouts, const std::string& kind, unsigned dataPins, const PinList& asked);
 
 /// "0,1,2".

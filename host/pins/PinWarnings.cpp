@@ -4,7 +4,9 @@
 #include "toolkit/Text.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cctype>
+#include <cstdlib>
+#include <limits>
 
 namespace host {
 
@@ -27,17 +29,10 @@ std::string_view trimmed(std::string_view text) {
 }
 
 /// The whole text, in one of the notations that the receiver reads: decimal, "0x" hexadecimal, octal after a 0.
-bool isNumber(std::string_view text) {
-    int base = 10;
-    if (text.starts_with("0x") || text.starts_with("0X")) {
-        base = 16;
-        text.remove_prefix(2);
-    } else if (text.size() > 1 && text.front() == '0') {
-        base = 8;
-    }
-    std::uint32_t value = 0;
-    const auto [end, failed] = std::from_chars(text.data(), text.data() + text.size(), value, base);
-    return failed == std::errc() && end == text.data() + text.size();
+bool isNumber(const std::string& text) {
+    char* end = nullptr;
+    const bool fits = std::strtoull(text.c_str(), &end, 0) <= std::numeric_limits<std::uint32_t>::max();
+    return fits && *end == '\0' && !text.empty() && std::isdigit(static_cast<unsigned char>(text.front())) != 0;
 }
 
 void checkNumbers(const std::string& where, const std::vector<std::string>& numbers, const PinList& pins,
@@ -45,7 +40,7 @@ void checkNumbers(const std::string& where, const std::vector<std::string>& numb
     for (std::size_t i = 0; i < numbers.size() && i < pins.size(); ++i) {
         const std::string number(trimmed(numbers[i]));
         if (!isNumber(number)) {
-            warnings.push_back(where + ": \"" + number + "\" is no pin number; the receiver takes it for " +
+            warnings.push_back(where + ": \"" + number + "\" is no pin number; the receiver reads it as " +
                                std::to_string(pins[i]));
         }
     }

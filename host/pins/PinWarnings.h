@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-// The receiver takes pin-outs as they come: what it cannot read as a number counts as 0 and what follows one is ignored,
-// and nothing keeps clock and data off one pin. A user has to be told.
+// The receiver does not check pin-outs: text that is no number counts as 0, text after a number is ignored, and clock and
+// data may share a pin. These are warnings for the user.
 
 namespace host {
 
 using Vx::Qrs::Trace::OrvRcvr::PinoutText;
 
-/// Of a device, from the device identification library. What that cannot answer is left out.
+/// Pin-outs of a device, from the device identification library; those that it does not answer are left out.
 std::vector<PinoutText> pinoutTextsOfDevice(const LoadedLibrary& library, const std::string& device);
 
 /// One sentence for each number that cannot be read, and for each list that has a pin twice. With `kind` not empty only

@@ -4,8 +4,8 @@
 
 namespace host {
 
-/// Says what the first Ctrl-C does, for as long as it lives. Where several live the first one counts: what contains the
-/// others is what ends.
+/// Sets the line that answers the first Ctrl-C during the object's life. Of several objects the first one counts: the
+/// work that contains the others is the one that ends.
 class InterruptAnswer {
 public:
     /// Such as "stopping after the calibration"; must live as long as the program.

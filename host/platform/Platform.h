@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-// What the program asks of the system. One back end each in win32/ and posix/.
+// The system's services. One back end each in win32/ and posix/.
 
 namespace host {
 
@@ -20,11 +20,12 @@ std::string libraryFileName(const std::string& name);
 
 unsigned processId();
 bool errorOutputIsTerminal();
-/// Columns of the terminal that the standard error output is; 80 when that is none or does not tell.
+/// Columns of the terminal that the standard error output is; 80 if it is none or does not report them.
 std::size_t errorOutputColumns();
+/// Columns of the terminal that the standard output is; unlimited for a file or pipe.
+std::size_t outputColumns();
 
-/// For as long as it lives a console shows what the program writes as the UTF-8 that it is. Nothing to do where every
-/// terminal does.
+/// Makes a console show the program's output as UTF-8 during the object's life. No effect where every terminal does.
 class Utf8Console {
 public:
     Utf8Console();
@@ -33,7 +34,7 @@ public:
     Utf8Console& operator=(const Utf8Console&) = delete;
 
 private:
-    [[maybe_unused]] unsigned before = 0; ///< what to go back to; 0: nothing. Not every system has a use for it
+    [[maybe_unused]] unsigned before = 0; ///< code page to restore; 0: none. Not used on every system
 };
 
 /// From here on the first Ctrl-C (or request to end) raises interrupted() and is answered at once with a line on the
@@ -43,13 +44,13 @@ void watchInterrupts();
 bool interrupted();
 
 inline constexpr std::size_t usualColumns = 80;
-/// What the second Ctrl-C says.
+/// The line that answers the second Ctrl-C.
 inline constexpr char endedAtOnce[] =
     "\norvtrace: ended at once by a second interrupt; what was captured may be lost\n";
 
 /// "Linux", "Windows".
 const char* systemName();
-/// The system's own version, such as "6.1.0"; empty when it does not tell.
+/// The system's own version, such as "6.1.0"; empty if it is not known.
 std::string systemVersion();
 
 /// A library loaded at run time; unloaded with the object.

@@ -5,127 +5,100 @@ namespace host {
 
 namespace {
 
-using diagnosis::CalFile;
-using diagnosis::CalPin;
 using nlohmann::json;
+using toolkit::orNull;
+using Verdict = diagnosis::FrequencySetting::Verdict;
 
-const char* verdictName(diagnosis::FrequencySetting::Verdict verdict) {
-    switch (verdict) {
-    case diagnosis::FrequencySetting::Verdict::Measured:
-        return "measured";
-    case diagnosis::FrequencySetting::Verdict::Chosen:
-        return "chosen";
-    case diagnosis::FrequencySetting::Verdict::Rejected:
-        return "rejected";
-    }
-    return "";
+const char* verdictName(Verdict verdict) {
+    return verdict == Verdict::Chosen ? "accepted" : verdict == Verdict::Rejected ? "rejected" : "untried";
 }
 
-json pinsJson(const CalFile& report, std::vector<PinPlace> places) {
+json pinsJson(const diagnosis::CalFile& report, std::vector<PinPlace> places) {
     places.resize(report.pins.size());
     json pins = json::array();
     for (std::size_t i = 0; i < report.pins.size(); ++i) {
-        const CalPin& pin = report.pins[i];
-        const PinPlace& place = places[i];
-        pins.push_back({{"name", pin.name},
-                        {"emu", toolkit::orNull(place.emu)},
-                        {"bit", toolkit::orNull(place.bit)},
-                        {"delay", toolkit::orNull(pin.delay)},
-                        {"stretch", toolkit::orNull(pin.stretch)},
-                        {"filter", toolkit::orNull(pin.filter)},
-                        {"debounce", toolkit::orNull(pin.debounce)},
-                        {"plateau", toolkit::orNull(pin.plateau)},
-                        {"holdMargin", toolkit::orNull(pin.holdMargin)},
-                        {"setupMargin", toolkit::orNull(pin.setupMargin)},
-                        {"correlation", toolkit::orNull(pin.correlation)},
-                        {"correlationAtZero", toolkit::orNull(pin.correlationAtZero)},
-                        {"edges", toolkit::orNull(pin.edges)},
-                        {"glitches", pin.glitches.value_or(0)},
-                        {"ringing", pin.ringing.value_or(0)}});
+        const diagnosis::CalPin& pin = report.pins[i];
+        pins.push_back({{"name", toolkit::pinKey(i)},
+                        {"emuPin", orNull(places[i].emu)},
+                        {"bit", orNull(places[i].bit)},
+                        {"delay", orNull(pin.delay)},
+                        {"stretch", orNull(pin.stretch)},
+                        {"filter", orNull(pin.filter)},
+                        {"debounce", orNull(pin.debounce)},
+                        {"plateau", orNull(pin.plateau)},
+                        {"setupMargin", orNull(pin.setupMargin)},
+                        {"holdMargin", orNull(pin.holdMargin)},
+                        {"correlation", orNull(pin.correlation)},
+                        {"correlationAtZero", orNull(pin.correlationAtZero)}});
     }
     return pins;
+}
+
+json pinsJson(const std::optional<diagnosis::CalFile>& report, const RecordResult& result) {
+    return report ? pinsJson(*report, placesOf(result.pinMap)) : json();
 }
 
 json attemptsJson(const RecordResult& result) {
     json attempts = json::array();
     for (const AttemptResult& entry : result.attempts) {
-        json item{{"setting", entry.attempt.setting},
-                  {"hertz", entry.attempt.hertz},
-                  {"position", entry.attempt.position.empty() ? json() : json(entry.attempt.position)},
-                  {"kept", entry.attempt.kept}};
-        if (!entry.attempt.reason.empty()) {
-            item["reason"] = entry.attempt.reason;
-        }
-        if (entry.report) {
-            item["pins"] = pinsJson(*entry.report, placesOf(result.pinMap));
-        }
-        attempts.push_back(item);
+        attempts.push_back({{"setting", entry.attempt.setting},
+                            {"hertz", entry.attempt.hertz},
+                            {"position", orNull(entry.attempt.position)},
+                            {"verdict", verdictName(entry.attempt.kept ? Verdict::Chosen : Verdict::Rejected)},
+                            {"reason", orNull(entry.attempt.reason)},
+                            {"pins", pinsJson(entry.report, result)}});
     }
     return attempts;
 }
 
-json calibrationJson(const RecordResult& result) {
-    json calibration{{"calibrated", result.calibrated}, {"seconds", result.calibrationSeconds}};
+json frequenciesJson(const RecordResult& result) {
     json frequencies = json::array();
     for (const diagnosis::FrequencySetting& entry : result.log.frequencies) {
-        json item{{"setting", entry.setting}, {"hertz", entry.hertz}, {"verdict", verdictName(entry.verdict)}};
-        if (!entry.reason.empty()) {
-            item["reason"] = entry.reason;
-        }
-        frequencies.push_back(item);
+        frequencies.push_back({{"setting", entry.setting},
+                               {"hertz", entry.hertz},
+                               {"verdict", verdictName(entry.verdict)},
+                               {"reason", orNull(entry.reason)}});
     }
-    calibration["frequencies"] = frequencies;
-    const diagnosis::FrequencySetting* chosen = result.log.chosen();
-    calibration["setting"] = chosen != nullptr ? json(chosen->setting) : json();
-    calibration["hertz"] = chosen != nullptr                          ? json(chosen->hertz)
-                           : result.calibrated && !result.givenValues ? toolkit::orNull(result.hertz)
-                                                                      : json();
-    calibration["attempts"] = attemptsJson(result);
-    if (result.calibration) {
-        calibration["export"] = result.calibration->exportKind;
-        calibration["pins"] = pinsJson(*result.calibration, placesOf(result.pinMap));
-    }
-    return calibration;
+    return frequencies;
 }
 
 } // namespace
 
-std::string resultJson(const RecordResult& result) {
-    json out = toolkit::failureJson(toolkit::Failure(result.code, result.failure, result.where), result.doctorTakes);
-    if (result.failure.empty()) {
-        out.erase("error");
+json calibrationJson(const RecordResult& result) {
+    const diagnosis::FrequencySetting* chosen = result.log.chosen();
+    const bool stated = result.calibrated && !result.givenValues;
+    const auto& report = result.calibration;
+    json out = sessionJson(result);
+    out["cpu"] = orNull(result.cpu);
+    const std::vector<unsigned> emuPins = emuPinsOf(result.pinMap);
+    out["emuPins"] = emuPins.empty() ? json() : json(emuPins);
+    out["calibration"] = {{"calibrated", result.calibrated},
+                          {"seconds", orNull(result.calibrationSeconds)},
+                          {"setting", chosen != nullptr ? json(chosen->setting) : json()},
+                          {"hertz", chosen != nullptr ? json(chosen->hertz)
+                                    : stated          ? orNull(result.hertz)
+                                                      : json()},
+                          {"bitsPerSecond", report && report->rates.known() ? json(report->rates.dataRate) : json()},
+                          {"exportKind", report ? orNull(report->exportKind) : json()},
+                          {"frequencies", frequenciesJson(result)},
+                          {"attempts", attemptsJson(result)},
+                          {"pins", pinsJson(report, result)}};
+    return out;
+}
+
+json recordJson(const RecordResult& result) {
+    json recordings = json::array();
+    for (const RecordingResult& recording : result.recordings) {
+        recordings.push_back({{"state", recording.state},
+                              {"samples", recording.samples},
+                              {"bytes", recording.samples * sizeof(std::uint64_t)},
+                              {"seconds", recording.seconds},
+                              {"wrapped", recording.wrapped},
+                              {"crc32", recording.checksum}});
     }
-    if (!result.scenario.empty()) {
-        out["scenario"] = result.scenario;
-    }
-    out["cpu"] = result.cpu;
-    out["pinMap"] = result.pinMap;
-    out["calibration"] = calibrationJson(result);
-    if (!result.recordings.empty()) {
-        json recordings = json::array();
-        for (const RecordingResult& recording : result.recordings) {
-            recordings.push_back({{"state", recording.state},
-                                  {"samples", recording.samples},
-                                  {"bytes", recording.samples * 8},
-                                  {"seconds", recording.seconds},
-                                  {"wrapped", recording.wrapped},
-                                  {"crc32", recording.checksum}});
-        }
-        out["recording"] = recordings.back();
-        out["recordings"] = recordings;
-    }
-    json files = json::object();
-    for (const auto& [what, where] : result.files) {
-        files[what] = where;
-    }
-    out["files"] = files;
-    if (!result.notes.empty()) {
-        out["notes"] = result.notes;
-    }
-    if (!result.troubles.empty()) {
-        out["damaged"] = result.troubles;
-    }
-    return toolkit::jsonText(out);
+    json out = calibrationJson(result);
+    out["recordings"] = recordings;
+    return out;
 }
 
 } // namespace host

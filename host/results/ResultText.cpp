@@ -3,7 +3,11 @@
 #include "toolkit/Format.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
+#include "toolkit/Table.h"
 #include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
+
+#include <fmt/core.h>
 
 #include <cmath>
 #include <cstdio>
@@ -22,36 +26,26 @@ std::string orDash(const std::optional<Number>& value) {
         return "-";
     }
     if constexpr (std::is_floating_point_v<Number>) {
-        // A pin that never changes correlates with nothing.
-        return std::isfinite(*value) ? toolkit::print("%.3f", static_cast<double>(*value)) : std::string("-");
+        // A pin that never changes has no correlation.
+        return std::isfinite(*value) ? fmt::format("{:.3f}", *value) : std::string("-");
     } else {
         return std::to_string(*value);
     }
 }
 
-std::string marginText(const CalPin& pin) {
-    if (!pin.holdMargin && !pin.setupMargin) {
-        return "-";
-    }
-    return toolkit::print("-%s +%s", orDash(pin.holdMargin).c_str(), orDash(pin.setupMargin).c_str());
-}
-
-void addPins(std::ostringstream& out, const CalFile& report, std::vector<PinPlace> places) {
+std::string pinTable(const CalFile& report, std::vector<PinPlace> places, std::size_t columns) {
+    toolkit::Table table({"pin", ">emu", ">bit", ">delay", ">stretch", ">setup", ">hold", ">correlation"});
     places.resize(report.pins.size());
-    out << toolkit::print("%-8s %3s %3s %6s %8s %12s %12s\n", "pin", "emu", "bit", "delay", "stretch", "margin",
-                          "correlation");
     for (std::size_t i = 0; i < report.pins.size(); ++i) {
         const CalPin& pin = report.pins[i];
-        const PinPlace& place = places[i];
-        out << toolkit::print("%-8s %3s %3s %6s %8s %12s %12s\n", toolkit::masked(pin.name).c_str(),
-                              orDash(place.emu).c_str(), orDash(place.bit).c_str(), orDash(pin.delay).c_str(),
-                              orDash(pin.stretch).c_str(), marginText(pin).c_str(),
-                              orDash(pin.correlationAtZero).c_str());
+        table.addRow({pin.name, orDash(places[i].emu), orDash(places[i].bit), orDash(pin.delay), orDash(pin.stretch),
+                      orDash(pin.setupMargin), orDash(pin.holdMargin), orDash(pin.correlationAtZero)});
     }
+    return table.text(columns);
 }
 
-constexpr const char* legend = "Lengths are in samples of the capture unit. The margin is the room behind (-) and\n"
-                               "ahead of (+) the clock's edge; the correlation is with the first data pin, 1\n"
+constexpr const char* legend = "Lengths are in samples of the capture unit. Setup margin: data stable before the\n"
+                               "clock edge; hold margin: after it. The correlation is with the first data pin, 1\n"
                                "when both change together.\n";
 
 /// Settings count from 0, so that their number would look like the last one's.
@@ -81,7 +75,7 @@ void addVerdict(std::ostringstream& out, const RecordResult& result) {
     if (result.calibration && result.calibration->rates.known()) {
         out << ", data rate " << toolkit::masked(result.calibration->dataRate);
     }
-    out << toolkit::print(", in %.1f s\n", result.calibrationSeconds);
+    out << fmt::format(", in {:.1f} s\n", result.calibrationSeconds.value_or(0.0));
 }
 
 void addRejected(std::ostringstream& out, const RecordResult& result) {
@@ -102,48 +96,38 @@ void addRecordings(std::ostringstream& out, const RecordResult& result) {
             out << i + 1 << ": ";
         }
         out << "recorded " << toolkit::sizeText(recording.samples * 8) << " (" << recording.samples << " samples)"
-            << toolkit::print(" in %.2f s", recording.seconds) << (recording.wrapped ? ", the buffer wrapped" : "")
-            << ": " << toolkit::masked(recording.state) << toolkit::print(", CRC-32 %08x\n", recording.checksum);
+            << fmt::format(" in {:.2f} s{}: {}, CRC-32 {:08x}\n", recording.seconds,
+                           recording.wrapped ? ", the buffer wrapped" : "", toolkit::masked(recording.state),
+                           recording.checksum);
     }
 }
 
-void addFiles(std::ostringstream& out, const RecordResult& result) {
-    if (result.files.empty()) {
-        return;
-    }
-    out << "\nfiles\n";
-    for (const auto& [what, where] : result.files) {
-        out << toolkit::print("  %-20s ", what.c_str()) << toolkit::masked(where) << "\n";
-    }
-}
-
-/// What can be done with the run now: the page is there already, or can be made.
-void addNext(std::ostringstream& out, const RecordResult& result) {
-    for (const auto& [what, where] : result.files) {
-        if (what == "report") {
-            out << "\nnext: open " << toolkit::masked(where) << " in a browser\n";
-            return;
+/// Where the files are, and what the user can do with the run next.
+void addFiles(std::ostringstream& out, const RecordResult& result, std::size_t columns) {
+    if (!result.files.empty()) {
+        toolkit::Table table(2, "  ");
+        for (const NamedFile& file : result.files) {
+            table.addRow({file.label, file.path});
         }
+        out << "\nfiles\n" << table.text(columns);
     }
-    if (result.calibration && !result.doctorTakes.empty()) {
+    if (const std::string page = result.file("report"); !page.empty()) {
+        out << "\nnext: open " << toolkit::masked(page) << " in a browser\n";
+    } else if (result.calibration && !result.doctorTakes.empty()) {
         out << "\nnext: orvtrace report " << toolkit::masked(toolkit::quoted(result.doctorTakes))
             << " makes a page about the calibration\n";
     }
 }
 
 std::string samplesText(const diagnosis::Rates& rates) {
-    return rates.known() ? toolkit::print(", %.2f samples a clock period", rates.oversampling) : std::string();
+    return rates.known() ? fmt::format(", {:.2f} samples a clock period", rates.oversampling) : std::string();
 }
 
-/// What the receiver makes of its vote about the data's edges. How they really lie does not follow from it.
+/// How the receiver uses its vote about the data's edges. Their real position does not follow from it.
 std::string positionText(const std::string& position) {
-    if (position == "edge") {
-        return ", clock taken half a period later";
-    }
-    if (position == "center") {
-        return ", clock taken as it comes";
-    }
-    return {};
+    return position == "edge"     ? ", clock taken half a period later"
+           : position == "center" ? ", clock taken as it comes"
+                                  : "";
 }
 
 std::string headline(const RecordResult& result) {
@@ -152,9 +136,13 @@ std::string headline(const RecordResult& result) {
            "\n";
 }
 
-/// A calibration that ended ahead of its first attempt has computed nothing for any pin.
+/// A calibration that ended before its first attempt has computed nothing for any pin.
 bool hasPins(const RecordResult& result) {
     return result.calibration && (result.calibrated || !result.attempts.empty());
+}
+
+bool measured(const RecordResult& result) {
+    return result.calibrated || !result.recordings.empty() || !result.log.frequencies.empty();
 }
 
 std::string legendOf(const diagnosis::Rates& rates) {
@@ -167,7 +155,7 @@ std::string legendOf(const diagnosis::Rates& rates) {
 
 } // namespace
 
-std::vector<PinPlace> placesOf(const std::string& pinMap) {
+std::vector<unsigned> emuPinsOf(const std::string& pinMap) {
     std::vector<unsigned> pins;
     for (const std::string& item : toolkit::split(pinMap, ',')) {
         unsigned pin = 0;
@@ -176,54 +164,55 @@ std::vector<PinPlace> placesOf(const std::string& pinMap) {
         }
         pins.push_back(pin);
     }
-    std::vector<PinPlace> places;
-    if (pins.empty()) {
-        return places;
+    return pins;
+}
+
+std::vector<PinPlace> placesOf(const std::string& pinMap) {
+    const std::vector<unsigned> pins = emuPinsOf(pinMap);
+    std::vector<PinPlace> places(pins.size());
+    for (std::size_t i = 1; i < pins.size(); ++i) {
+        places[i] = PinPlace{pins[pins.size() - i], static_cast<unsigned>(pins.size() - i - 1)};
     }
-    places.push_back(PinPlace{pins.front(), std::nullopt});
-    for (std::size_t i = pins.size() - 1; i > 0; --i) {
-        places.push_back(PinPlace{pins[i], static_cast<unsigned>(i - 1)});
+    if (!pins.empty()) {
+        places.front().emu = pins.front();
     }
     return places;
 }
 
-std::string resultText(const RecordResult& result) {
+std::string resultText(const RecordResult& result, std::size_t columns) {
+    if (!measured(result)) {
+        return {};
+    }
     std::ostringstream out;
     out << headline(result);
     addVerdict(out, result);
     addRejected(out, result);
     if (hasPins(result)) {
-        out << "\n";
-        addPins(out, *result.calibration, placesOf(result.pinMap));
+        out << "\n" << pinTable(*result.calibration, placesOf(result.pinMap), columns);
         out << legendOf(result.calibration->rates);
     }
     addRecordings(out, result);
-    addFiles(out, result);
-    addNext(out, result);
+    addFiles(out, result, columns);
     return out.str();
 }
 
-std::string attemptsText(const RecordResult& result) {
+std::string attemptsText(const RecordResult& result, std::size_t columns) {
+    if (!measured(result)) {
+        return {};
+    }
     std::ostringstream out;
     out << headline(result);
+    const std::vector<PinPlace> places = placesOf(result.pinMap);
     for (const AttemptResult& entry : result.attempts) {
         const diagnosis::CalibrationAttempt& attempt = entry.attempt;
-        out << "\nsetting " << attempt.setting << ", " << toolkit::frequencyText(attempt.hertz);
-        if (entry.report) {
-            out << samplesText(entry.report->rates);
-        }
-        out << positionText(attempt.position);
-        out << "\n";
-        if (entry.report) {
-            addPins(out, *entry.report, placesOf(result.pinMap));
-        }
-        out << (attempt.kept ? std::string("kept")
-                             : "dropped: " + toolkit::masked(diagnosis::plainReason(attempt.reason)))
+        out << "\nsetting " << attempt.setting << ", " << toolkit::frequencyText(attempt.hertz)
+            << (entry.report ? samplesText(entry.report->rates) : "") << positionText(attempt.position) << "\n"
+            << (entry.report ? pinTable(*entry.report, places, columns) : "")
+            << (attempt.kept ? "accepted" : "rejected: " + toolkit::masked(diagnosis::plainReason(attempt.reason)))
             << "\n";
     }
     if (result.attempts.empty() && hasPins(result)) {
-        out << "\n";
-        addPins(out, *result.calibration, placesOf(result.pinMap));
+        out << "\n" << pinTable(*result.calibration, places, columns);
     }
     if (hasPins(result)) {
         out << "\n" << legendOf(result.calibration->rates);
@@ -235,8 +224,7 @@ std::string attemptsText(const RecordResult& result) {
             out << "  not tried: setting " << entry.setting << ", " << toolkit::frequencyText(entry.hertz) << "\n";
         }
     }
-    addFiles(out, result);
-    addNext(out, result);
+    addFiles(out, result, columns);
     return out.str();
 }
 

@@ -2,17 +2,24 @@
 
 #include "host/results/RecordResult.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <string>
+
+// `columns` is the width of the terminal that shows the text.
 
 namespace host {
 
-/// The result for a person: verdict, rejected settings, one line per pin, recordings, files.
-std::string resultText(const RecordResult& result);
+/// The result for a person: verdict, rejected settings, a table of pins, recordings, files. Empty if the run ended
+/// before it measured anything.
+std::string resultText(const RecordResult& result, std::size_t columns);
 
-/// One table per calibration attempt, then the verdict, then the files.
-std::string attemptsText(const RecordResult& result);
+/// The same with a table for each calibration attempt, without recordings.
+std::string attemptsText(const RecordResult& result, std::size_t columns);
 
-/// The same as resultText for a script: one JSON object. It has the attempts too.
-std::string resultJson(const RecordResult& result);
+/// The result for a script, attempts included, recordings excluded.
+nlohmann::json calibrationJson(const RecordResult& result);
+/// The same with "recordings".
+nlohmann::json recordJson(const RecordResult& result);
 
 } // namespace host

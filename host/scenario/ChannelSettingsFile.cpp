@@ -3,6 +3,9 @@
 #include "toolkit/OutputFiles.h"
 #include "toolkit/Text.h"
 
+#include <fmt/core.h>
+
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
@@ -13,28 +16,15 @@ namespace host {
 
 namespace {
 
-std::string condensed(const std::string& text) {
-    std::string result;
-    for (const char c : text) {
-        if (c != ' ') {
-            result += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        }
+/// In lower case, without blanks and without "B" or "iB" at the end.
+std::string condensed(std::string text) {
+    std::erase(text, ' ');
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+    for (const char letter : {'b', 'i'}) {
+        text.resize(text.size() - (text.ends_with(letter) ? 1 : 0));
     }
-    if (!result.empty() && result.back() == 'b') {
-        result.pop_back();
-    }
-    if (!result.empty() && result.back() == 'i') {
-        result.pop_back();
-    }
-    return result;
-}
-
-void addLine(std::string& text, const char* key, const std::string& value) {
-    text.append("\t<").append(key).append(">").append(value).append("</").append(key).append(">\n");
-}
-
-std::string truth(bool value) {
-    return value ? "true" : "false";
+    return text;
 }
 
 /// Without any of these the receiver overwrites the file with its defaults.
@@ -44,19 +34,16 @@ constexpr std::array neededKeys{"no_emu0",  "drm_type", "drm_key",         "is_s
 } // namespace
 
 std::string settingsFault(const std::string& text) {
-    std::string missing;
-    std::size_t count = 0;
+    std::vector<std::string> missing;
     for (const char* key : neededKeys) {
-        if (text.find(std::string("<") + key) != std::string::npos) {
-            continue;
+        if (text.find(std::string("<") + key) == std::string::npos) {
+            missing.push_back(std::string("<") + key + ">");
         }
-        missing += (missing.empty() ? "<" : ", <") + std::string(key) + ">";
-        ++count;
     }
-    if (count == neededKeys.size()) {
+    if (missing.size() == neededKeys.size()) {
         return "it is no channel settings file";
     }
-    return count == 0 ? std::string() : "it lacks " + missing;
+    return missing.empty() ? std::string() : "it lacks " + toolkit::joined(missing, ", ");
 }
 
 std::optional<unsigned> bufferIndexOf(const std::string& text) {
@@ -93,23 +80,24 @@ std::optional<PinChoice> pinChoiceOf(const std::string& text) {
 }
 
 std::string channelSettingsText(const ChannelSettings& settings) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    return fmt::format("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                        "<!-- This file defines the MPX Kite R2 STM receiver channel settings. -->\n"
-                       "<CHANNEL-SETUP>\n";
-    addLine(text, "RCVRNAME", "Kite R2 Trace");
-    addLine(text, "no_emu0", truth(false));
-    addLine(text, "no_emu1", truth(false));
-    addLine(text, "drm_type", "");
-    addLine(text, "drm_key", "");
-    addLine(text, "num_pins", std::to_string(settings.dataPins));
-    addLine(text, "pin_map", settings.pinMap);
-    addLine(text, "is_stop_on_full", truth(settings.stopOnFull));
-    addLine(text, "is_sync", truth(settings.followTarget));
-    addLine(text, "bufsize_current", std::to_string(settings.bufferIndex));
-    addLine(text, "drm_xmtr", settings.exportKind);
-    addLine(text, "start_port", "0");
-    text += "</CHANNEL-SETUP>\n";
-    return text;
+                       "<CHANNEL-SETUP>\n"
+                       "\t<RCVRNAME>Kite R2 Trace</RCVRNAME>\n"
+                       "\t<no_emu0>false</no_emu0>\n"
+                       "\t<no_emu1>false</no_emu1>\n"
+                       "\t<drm_type></drm_type>\n"
+                       "\t<drm_key></drm_key>\n"
+                       "\t<num_pins>{}</num_pins>\n"
+                       "\t<pin_map>{}</pin_map>\n"
+                       "\t<is_stop_on_full>{}</is_stop_on_full>\n"
+                       "\t<is_sync>{}</is_sync>\n"
+                       "\t<bufsize_current>{}</bufsize_current>\n"
+                       "\t<drm_xmtr>{}</drm_xmtr>\n"
+                       "\t<start_port>0</start_port>\n"
+                       "</CHANNEL-SETUP>\n",
+                       settings.dataPins, settings.pinMap, settings.stopOnFull, settings.followTarget,
+                       settings.bufferIndex, settings.exportKind);
 }
 
 void writeChannelSettings(const ChannelSettings& settings, const std::filesystem::path& file) {

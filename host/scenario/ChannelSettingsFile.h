@@ -7,7 +7,7 @@
 
 namespace host {
 
-/// What a user can choose about a channel. The receiver reads it from a small XML file.
+/// A user's choices for a channel. The receiver reads them from a small XML file.
 struct ChannelSettings {
     unsigned dataPins = 4;          ///< 1, 2 or 4
     std::string pinMap;             ///< EMU pins, clock first, separated by ","; empty: the receiver looks for one
@@ -24,7 +24,7 @@ inline constexpr std::array bufferSizes{"256 KiB", "512 KiB", "1 MiB",  "2 MiB",
 /// Index of a size given as "4M", "4 MB", "4MiB" or "256k", in any case; nothing when there is no such size.
 std::optional<unsigned> bufferIndexOf(const std::string& text);
 
-/// The trace pins that a person asks for.
+/// The requested trace pins.
 struct PinChoice {
     unsigned dataPins = 0;
     std::string pinMap; ///< empty: the receiver looks for pins

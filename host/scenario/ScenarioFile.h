@@ -5,23 +5,25 @@
 #include <filesystem>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
 
-/// What the host needs to know of a scenario of the bench. The bench itself reads the rest.
+/// The host's part of a scenario of the bench. The bench itself reads the rest.
 struct Scenario {
     std::filesystem::path file; ///< absolute
     std::string name;
     std::string about;
     std::string cpu;
     ChannelSettings settings;
-    std::vector<std::string> traits; ///< what is particular about target, wiring, unit and server, in sentences
+    std::vector<std::string> traits;                ///< properties of target, wiring, unit and server, in sentences
     std::map<std::string, std::string> environment; ///< variables of the run, by name
-    std::map<std::string, std::string> expect;      ///< what its author says will come of it
+    std::map<std::string, std::string> expect;      ///< the result that its author expects
 };
 
-/// Throws Failure (BadInput) for a file that is missing or damaged.
+/// Reads a scenario with the bench's own parser, which knows every key. Throws Failure (BadInput) for a file that is
+/// missing or damaged.
 Scenario readScenario(const std::filesystem::path& file);
 
 /// Throws Failure (NoSystem) when there is no such folder: the bench is a part of the product that can be left out.
@@ -33,5 +35,9 @@ std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::fil
 
 /// All scenarios of a folder, by name. Empty when there is no such folder.
 std::vector<Scenario> listScenarios(const std::filesystem::path& folder);
+
+/// Full names and notes of the devices in a device file of the bench. Empty without such a file, or if it cannot be
+/// read.
+std::vector<std::pair<std::string, std::string>> devicesOf(const std::filesystem::path& file);
 
 } // namespace host

@@ -17,6 +17,7 @@ using diagnosis::CalFile;
 using diagnosis::FileGroup;
 
 constexpr const char* noReason = "not known: the receiver's log is missing or cut off";
+constexpr const char* calibrationReport = "calibrationReport";
 constexpr double sameRate = 1e-3; ///< share; the log rounds to six digits
 
 std::string endingOf(unsigned setting) {
@@ -62,8 +63,8 @@ private:
     fs::path named(const std::string& ending) const { return toolkit::filePath(traces.stem.string() + ending); }
 
     void nameReport(const fs::path& file) const {
-        std::erase_if(result.files, [](const auto& entry) { return entry.first == "calibration report"; });
-        result.files.emplace_back("calibration report", file.string());
+        std::erase_if(result.files, [](const NamedFile& each) { return each.key == calibrationReport; });
+        result.files.push_back({calibrationReport, "calibration report", file.string()});
     }
 
     /// A damaged file is no reason to lose the recording that it is about.
@@ -81,7 +82,7 @@ private:
         }
     }
 
-    /// The last dump of this attempt or, without one, of what was written before it.
+    /// The last dump of this attempt or, without one, of an earlier one.
     std::optional<diagnosis::RegisterDump> heldBy(unsigned setting) const {
         std::vector<std::string> endings{""};
         for (const diagnosis::CalibrationAttempt& attempt : result.log.attempts) {

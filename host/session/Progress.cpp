@@ -2,8 +2,9 @@
 
 #include "host/platform/Platform.h"
 #include "rcvr/framework/cZarnError.h"
-#include "toolkit/Format.h"
 #include "toolkit/Masked.h"
+
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <cmath>
@@ -51,7 +52,7 @@ std::string decimalRate(const std::string& text) {
         return text;
     }
     value *= std::pow(1.024, static_cast<double>(power + 1));
-    return toolkit::print("%.1f ", value) + text.substr(static_cast<std::size_t>(used));
+    return fmt::format("{:.1f} ", value) + text.substr(static_cast<std::size_t>(used));
 }
 
 void takePart(ProgressStep& step, const std::string& part) {
@@ -87,13 +88,13 @@ std::string progressText(const ProgressStep& step, double elapsedSeconds) {
         text += ", " + step.rate;
     }
     if (step.fraction) {
-        text += toolkit::print(", %.0f%% ", *step.fraction * 100.0) + step.fractionWord;
+        text += fmt::format(", {:.0f}% {}", *step.fraction * 100.0, step.fractionWord);
     }
-    text += toolkit::print(", %.1f s", elapsedSeconds);
+    text += fmt::format(", {:.1f} s", elapsedSeconds);
     if (step.expectedSeconds) {
-        text += toolkit::print(" of %.1f s", *step.expectedSeconds);
+        text += fmt::format(" of {:.1f} s", *step.expectedSeconds);
     } else if (step.fraction && *step.fraction >= enoughToEstimate) {
-        text += toolkit::print(" of about %.1f s", elapsedSeconds / std::min(*step.fraction, 1.0));
+        text += fmt::format(" of about {:.1f} s", elapsedSeconds / std::min(*step.fraction, 1.0));
     }
     return text;
 }
@@ -126,7 +127,7 @@ void ProgressLine::show(const ProgressStep& step) {
     if (style == ProgressStyle::Terminal) {
         overwrite(toolkit::masked(prefix + progressText(step, secondsBetween(start, now))));
     } else if (begins || now - lastLine >= plainInterval) {
-        // How far a phase is when it begins is not worth a word.
+        // A phase that begins has no progress to report.
         const std::string text = begins ? step.phase : progressText(step, secondsBetween(start, now));
         toolkit::printNotice(prefix + text);
         std::fflush(stderr);
@@ -161,7 +162,7 @@ ProgressStep stepOfCalibration(Vx::Qrs::Trace::CChannelDriverProgress& source) {
     try {
         source.GetProgress(&first, &percent, &text);
     } catch (const Vx::Qrs::Zarn::cZarnErrorIF&) {
-        percent = -1; // told by the calibration itself
+        percent = -1; // the calibration itself reports it
     }
     ProgressStep step;
     step.phase = "calibrating";

@@ -13,13 +13,13 @@
 
 namespace host {
 
-/// What is going on at one moment.
+/// The state of a run at one moment.
 struct ProgressStep {
     std::string phase; ///< such as "recording"; a new one starts the clock again
     std::string rate;  ///< such as "190.7 Mbits/second"; may be empty
     std::optional<double> fraction;
     std::string fractionWord;              ///< what the fraction counts, such as "full"
-    std::optional<double> expectedSeconds; ///< of the phase, when that is known beforehand
+    std::optional<double> expectedSeconds; ///< of the phase, if that is known
 };
 
 /// The receiver's status text, such as "Recording : 190.7 Mbits/second :  37% full", as a step.
@@ -35,7 +35,7 @@ enum class ProgressStyle {
     Quiet,    ///< nothing
 };
 
-/// Tells a person on the standard error output how far things are. Any thread.
+/// Progress on the standard error output. Any thread.
 class ProgressLine {
 public:
     /// Terminal or Plain as the standard error output is one or not, or Quiet.
@@ -46,10 +46,10 @@ public:
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    /// Stands in front of every phase from here on, such as "2 of 5: ".
+    /// Text before every phase from here on, such as "2 of 5: ".
     void setPrefix(const std::string& text);
     void show(const ProgressStep& step);
-    /// Takes the line away from a terminal; what is shown next is a new phase.
+    /// Removes the line from a terminal; the next step is a new phase.
     void clear();
 
 private:
@@ -65,11 +65,10 @@ private:
     std::mutex mutex;
 };
 
-/// How far a calibration is.
+/// The progress of a calibration.
 ProgressStep stepOfCalibration(Vx::Qrs::Trace::CChannelDriverProgress& source);
 
-/// Shows what goes on while one call works, from construction to destruction: at once, and then again and again from a
-/// thread of its own.
+/// Shows progress from construction to destruction: at once, and then repeatedly from a thread of its own.
 class ProgressFollower {
 public:
     ProgressFollower(std::function<ProgressStep()> source, ProgressLine& line);

@@ -12,7 +12,7 @@ using Vx::Qrs::Zarn::cZarnErrorIF;
 
 namespace {
 
-// What the receiver says when the fault lies with a process or library around it.
+// Texts of the receiver about faults of a process or library around it.
 constexpr std::array systemTexts{"data server failure",
                                  "dll load failure",
                                  "disconnected from server",
@@ -78,10 +78,6 @@ Receiver::Receiver(const std::string& library) {
     }
     folder = std::filesystem::absolute(file).parent_path();
     receiverLibrary = std::make_unique<LoadedLibrary>(std::filesystem::absolute(file));
-    create();
-}
-
-void Receiver::create() {
     const auto createRcvr = receiverLibrary->symbol<CreateRcvrFunction>("CreateRcvr");
     guarded(toolkit::ExitCode::NoSystem, [&] { receiver = createRcvr(); });
 }
@@ -118,7 +114,7 @@ void Receiver::allocate(const std::string& cpu) {
             [&] { driver = receiver->AllocateChannel(cpu.c_str(), xmtr, xmtrChannel, xmtrCookie); });
     if (driver == nullptr) {
         throw toolkit::Failure(toolkit::ExitCode::NoSystem,
-                               "the receiver gives no channel for " + cpu + "; its log tells why");
+                               "the receiver gives no channel for " + cpu + "; see its log");
     }
 }
 

@@ -14,23 +14,23 @@
 
 namespace host {
 
-/// Calls into the receiver and turns what it throws into a Failure of the given code.
+/// Calls into the receiver and turns its exceptions into a Failure of the given code.
 void guarded(toolkit::ExitCode code, const std::function<void()>& work);
 
-/// The same for what writes an output; the Failure (OutputUnwritable) names the file.
+/// The same for writing an output; the Failure (OutputUnwritable) names the file.
 void guardedOutput(const std::filesystem::path& file, const std::function<void()>& work);
 
 /// The receiver library with one channel, as a framework holds it. Released in order by the destructor.
-/// Failures are Failure objects: NoSystem for what is missing or does not answer.
+/// Failures are Failure objects: NoSystem for a part that is missing or does not answer.
 class Receiver {
 public:
-    /// `library` is a name, found beside this program, or a path.
+    /// `library` is a name, found in this program's folder, or a path.
     explicit Receiver(const std::string& library);
     ~Receiver();
     Receiver(const Receiver&) = delete;
     Receiver& operator=(const Receiver&) = delete;
 
-    /// Makes the channel, with a transmitter object of the library zarn_xmtr that lies beside the receiver.
+    /// Makes the channel, with a transmitter object of the library zarn_xmtr in the receiver's folder.
     void allocate(const std::string& cpu);
     Vx::Qrs::Trace::CChannelDriver& channel() { return *driver; }
 
@@ -38,7 +38,6 @@ public:
     std::string attribute(const std::string& name);
 
 private:
-    void create();
     void releaseQuietly();
 
     std::filesystem::path folder;
@@ -49,7 +48,7 @@ private:
     Vx::Qrs::Trace::CChannelDriver* driver = nullptr;
 };
 
-/// NoSystem when the receiver's text tells of the data server or a library, otherwise `code`.
+/// NoSystem if the receiver's text is about the data server or a library, otherwise `code`.
 toolkit::ExitCode classify(const std::string& errorText, toolkit::ExitCode code);
 
 } // namespace host

@@ -3,14 +3,17 @@
 #include "host/platform/InterruptAnswer.h"
 #include "host/session/Receiver.h"
 
+#include <bit>
 #include <chrono>
 #include <fstream>
 #include <string_view>
 #include <thread>
 #include <vector>
+#include <zlib.h>
 
 namespace host {
 
+using toolkit::ExitCode;
 using Vx::Qrs::Trace::CChannelDriver;
 using Vx::Qrs::Trace::ChannelStatus;
 using Clock = std::chrono::steady_clock;
@@ -18,6 +21,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(10);
+constexpr bool unusedFlag = false; ///< argument of StartRecording()
 constexpr std::string_view uploadedMark = "upload complete";
 
 double secondsSince(Clock::time_point start) {
@@ -26,7 +30,7 @@ double secondsSince(Clock::time_point start) {
 
 ChannelStatus statusOf(CChannelDriver& channel, ProgressLine& progress, std::optional<double> expected = {}) {
     ChannelStatus status;
-    guarded(toolkit::ExitCode::RecordingError, [&] { channel.GetChannelStatus(&status); });
+    guarded(ExitCode::RecordingError, [&] { channel.GetChannelStatus(&status); });
     ProgressStep step = stepOfStatus(status.text);
     if (status.stoppable) {
         step.expectedSeconds = expected;
@@ -43,7 +47,7 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
     while (statusOf(channel, progress, expected).stoppable) {
         const bool due = !plan.untilFull && secondsSince(start) >= plan.seconds;
         if (interrupted() || (due && plan.triggerFile.empty())) {
-            guarded(toolkit::ExitCode::RecordingError, [&] { channel.StopRecording(); });
+            guarded(ExitCode::RecordingError, [&] { channel.StopRecording(); });
         } else if (due && !triggered) {
             std::ofstream(plan.triggerFile).put('\n');
             triggered = true;
@@ -60,24 +64,22 @@ std::string reasonIn(const std::string& status) {
     return rest.starts_with(separator) ? rest.substr(separator.size()) : std::string();
 }
 
-/// How many were captured cannot be said: the receiver's number counts what was on its way twice.
+/// The number of captured samples is unknown: the receiver counts those in transit twice.
 std::string cameText(const ReadBack& back) {
-    if (back.samples == 0) {
-        return "no samples came";
-    }
-    return "the " + std::to_string(back.samples) + " samples that came are kept";
+    return back.samples == 0 ? "no samples came"
+                             : "the " + std::to_string(back.samples) + " samples that came are kept";
 }
 
 } // namespace
 
 RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine& progress) {
     RecordingEnd end;
-    guarded(toolkit::ExitCode::RecordingError, [&] { channel.StartRecording(false); });
+    guarded(ExitCode::RecordingError, [&] { channel.StartRecording(unusedFlag); });
     const auto start = Clock::now();
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
     const InterruptAnswer answer("stopping when what was captured is uploaded");
-    // The code alone does not tell that the upload has ended: before its first byte it looks finished.
+    // The code alone does not show the end of the upload: before its first byte it looks finished.
     ChannelStatus status = statusOf(channel, progress);
     while (status.text.find(uploadedMark) == std::string::npos) {
         std::this_thread::sleep_for(pollInterval);
@@ -97,13 +99,12 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleS
     const InterruptAnswer answer("stopping when what was captured is read back");
     constexpr unsigned chunk = 8192;
     unsigned total = 0;
-    guarded(toolkit::ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
+    guarded(ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
     std::vector<std::uint64_t> samples(chunk);
     ReadBack back{total, 0};
     for (unsigned start = 0; start < total;) {
         unsigned read = 0;
-        guarded(toolkit::ExitCode::RecordingError,
-                [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
+        guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
         if (read == 0) {
             break;
         }
@@ -116,17 +117,25 @@ ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleS
     return back;
 }
 
+std::uint32_t checksumOf(std::uint32_t earlier, std::span<const std::uint64_t> samples) {
+    static_assert(std::endian::native == std::endian::little, "bytes in memory are those of a file");
+    if (samples.empty()) {
+        return earlier; // zlib returns its initial value for a null pointer
+    }
+    const std::span<const std::byte> bytes = std::as_bytes(samples);
+    return static_cast<std::uint32_t>(crc32_z(earlier, reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()));
+}
+
 std::optional<toolkit::Failure> faultOf(const RecordingEnd& end, const ReadBack& back) {
     if (end.failed) {
-        return toolkit::Failure(toolkit::ExitCode::RecordingError, end.error + "; " + cameText(back));
+        return toolkit::Failure(ExitCode::RecordingError, end.error + "; " + cameText(back));
     }
     if (back.whole()) {
         return std::nullopt;
     }
-    return toolkit::Failure(toolkit::ExitCode::RecordingError,
-                            "the receiver announces " + std::to_string(back.announced) +
-                                " samples but its file holds only " + std::to_string(back.samples) +
-                                "; is the disk full?");
+    return toolkit::Failure(ExitCode::RecordingError, "the receiver announces " + std::to_string(back.announced) +
+                                                          " samples but its file holds only " +
+                                                          std::to_string(back.samples) + "; is the disk full?");
 }
 
 } // namespace host

@@ -13,11 +13,11 @@
 
 namespace host {
 
-/// How a recording is to end.
+/// How a recording ends.
 struct RecordingPlan {
     double seconds = 1.0;
     bool untilFull = false;            ///< only the unit ends it
-    std::filesystem::path triggerFile; ///< not empty: created instead of a stop, when the seconds are over
+    std::filesystem::path triggerFile; ///< not empty: created after the seconds, instead of a stop
 };
 
 struct RecordingEnd {
@@ -34,8 +34,8 @@ RecordingEnd runRecording(Vx::Qrs::Trace::CChannelDriver& channel, const Recordi
 /// Called with the samples in their order, as they come.
 using SampleSink = std::function<void(std::span<const std::uint64_t>)>;
 
-/// How many samples were read back, of those that the receiver announces. A full disk leaves fewer, and so does an
-/// error in an upload, after which the announced number counts samples twice that were on their way.
+/// Samples that were read back and that the receiver announces. There are fewer on a full disk, and after an error in an
+/// upload, when the announced number counts samples in transit twice.
 struct ReadBack {
     std::uint64_t announced = 0;
     std::uint64_t samples = 0;
@@ -45,7 +45,10 @@ struct ReadBack {
 /// Reads every sample back, as a trace view would, to the last one that came. Throws Failure.
 ReadBack readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink);
 
-/// What went wrong with a recording, the receiver's reason first; nothing when all is in order.
+/// Continues a CRC-32 over samples as a file has them, lowest byte first; start with 0.
+std::uint32_t checksumOf(std::uint32_t earlier, std::span<const std::uint64_t> samples);
+
+/// The fault of a recording, the receiver's reason first; nothing if it has none.
 std::optional<toolkit::Failure> faultOf(const RecordingEnd& end, const ReadBack& back);
 
 } // namespace host

@@ -31,8 +31,8 @@ std::uint64_t sectionBytes(const fs::path& file) {
     return sections.empty() ? 0 : sections.back().dataSize;
 }
 
-/// The receiver fails a copy at the first announced sample that is missing. What it wrote until then is complete when
-/// it has the length of what was read back.
+/// The receiver fails a copy at the first announced sample that is missing. The copy is complete if it is as long as the
+/// samples that were read back.
 void copyWhatCame(const fs::path& named, const ReadBack& back, const std::function<void()>& copy,
                   const std::function<std::uint64_t()>& written) {
     try {
@@ -74,7 +74,7 @@ std::vector<fs::path> RecordingOutputs::files() const {
     return all;
 }
 
-/// A section more, or none: what the file held before stays as it was when this one cannot be written.
+/// Adds a section, or leaves the file unchanged.
 void RecordingOutputs::addSection(CChannelDriver& channel, bool first, const ReadBack& back) const {
     const auto add = [&](const fs::path& to) { channel.SaveFile(to.string(), CChannelDriver::eSaveTraceDataFile); };
     if (first) {
@@ -116,13 +116,13 @@ void RecordingOutputs::write(CChannelDriver& channel, unsigned number, const Rea
     if (!save.empty()) {
         addSection(channel, number == 1, back);
         if (number == 1) {
-            result.files.emplace_back("trace data file", save.string());
+            result.files.push_back({"traceData", "trace data file", save.string()});
         }
     }
     if (!raw.empty()) {
         copyRaw(channel, number, back);
-        result.files.emplace_back(count > 1 ? "raw copy " + std::to_string(number) : "raw copy",
-                                  rawFile(number).string());
+        result.files.push_back(
+            {rawCopies, count > 1 ? "raw copy " + std::to_string(number) : "raw copy", rawFile(number).string()});
     }
 }
 

@@ -24,7 +24,7 @@ std::filesystem::path freeFolder(const std::string& name) {
     return candidate;
 }
 
-/// Why there is no such folder, and what to do.
+/// Why the folder cannot be made, and the remedy.
 std::string reasonOf(const std::filesystem::path& folder) {
     std::error_code failed;
     const std::filesystem::path above = folder.parent_path();
@@ -46,7 +46,7 @@ RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool fo
     std::error_code failed;
     folder = wanted.empty() ? freeFolder(name) : toolkit::filePath(wanted);
     folder = std::filesystem::absolute(folder, failed).lexically_normal().make_preferred();
-    if (!folder.has_filename()) { // a separator stood at the end
+    if (!folder.has_filename()) { // the path ends with a separator
         folder = folder.parent_path();
     }
     for (const char* part : leftByRuns) {
@@ -59,7 +59,8 @@ RunFolder::RunFolder(const std::string& wanted, const std::string& name, bool fo
         throw toolkit::Failure(toolkit::ExitCode::OutputUnwritable,
                                "cannot create the folder " + folder.string() + ": " + reasonOf(folder));
     }
-    toolkit::testOutputFile(folder / ".orvtrace-test", true);
+    constexpr bool overwrite = true;
+    toolkit::testOutputFile(folder / ".orvtrace-test", overwrite);
 }
 
 bool RunFolder::willClear(const std::filesystem::path& file) const {
@@ -119,7 +120,7 @@ void RunFolder::enterBench(const Scenario& scenario, const std::string& play,
     for (const auto& [name, value] : scenario.environment) {
         setEnvironment(name.c_str(), value);
     }
-    // Level 1 writes the log, and makes the receiver leave its diagnostic files.
+    // Level 1 makes the receiver write its log and its diagnostic files.
     setEnvironment("VX_TRACE_LOGGING", "1");
 }
 

@@ -2,19 +2,19 @@
 
 #include "host/scenario/ScenarioFile.h"
 #include "toolkit/FilePath.h"
-#include "toolkit/MadeFolders.h"
+#include "toolkit/OutputFiles.h"
 
 #include <filesystem>
 #include <string>
 
 namespace host {
 
-/// Everything that one run leaves behind lies in one folder: the channel settings that the receiver is given, and for
-/// a run on the bench the bench's own folder and the receiver's, so that nothing of the user's profile is touched.
+/// The folder with all files of one run: the channel settings and, for a run on the bench, the bench's own folder and the
+/// receiver's, so that nothing in the user's profile changes.
 class RunFolder {
 public:
-    /// `wanted` may be empty: a new folder "orvtrace-<name>" in the current one, with "-2" and so on behind it when
-    /// that is taken. A folder that holds an earlier run is refused (OutputExists) unless `force`; clear() removes that
+    /// `wanted` may be empty: a new folder "orvtrace-<name>" in the current one, with "-2" and so on at its end if that
+    /// exists. A folder that holds an earlier run is refused (OutputExists) unless `force`; clear() removes that
     /// run. The folder is made, but none above it, and then remembered in `made`. Throws Failure.
     RunFolder(const std::string& wanted, const std::string& name, bool force, toolkit::MadeFolders& made);
 
@@ -24,7 +24,7 @@ public:
         return folder / toolkit::filePath(stem + ".xml");
     }
 
-    /// Whether a file lies where clear() takes away everything.
+    /// Whether clear() removes this file.
     bool willClear(const std::filesystem::path& file) const;
 
     /// Sets the environment of a run on the bench, for this process and the ones that it starts.
@@ -33,7 +33,7 @@ public:
     /// Why the data server of a run on the bench ended, in its own words; empty when it did not say.
     std::string lastWordsOfServer() const;
 
-    /// Takes away what runs leave in it, but not the settings file.
+    /// Removes the files of earlier runs, except the settings file.
     void clear() const;
 
 private:

@@ -1,7 +1,6 @@
 #include "host/session/Session.h"
 
 #include "host/platform/InterruptAnswer.h"
-#include "host/scenario/ScenarioCheck.h"
 #include "host/session/CalibrationTraces.h"
 #include "host/session/StartTurn.h"
 #include "toolkit/FilePath.h"
@@ -11,6 +10,9 @@
 #include <chrono>
 
 namespace host {
+
+using toolkit::ExitCode;
+using toolkit::Failure;
 
 namespace fs = std::filesystem;
 
@@ -36,25 +38,13 @@ fs::path findLog(const fs::path& directory) {
     return newest;
 }
 
-void requireFile(const fs::path& file, const char* what) {
-    std::error_code failed;
-    const std::string named = std::string("the ") + what + " " + file.string();
-    if (fs::is_directory(file, failed)) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput, named + " is a folder; give the name of a file");
-    }
-    if (!fs::is_regular_file(file, failed)) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput, named + " does not exist; check the name and the folder");
-    }
-    toolkit::readText(file, fs::file_size(file, failed)); // proves that it can be read
+/// Failures that a full disk may cause, though their text does not say so.
+bool possibleDiskError(ExitCode code) {
+    return code == ExitCode::CalibrationRefused || code == ExitCode::RecordingError || code == ExitCode::BadInput ||
+           code == ExitCode::Failed;
 }
 
-/// Failures that a full disk may be behind, though their text does not tell.
-bool mayComeOfTheDisk(toolkit::ExitCode code) {
-    return code == toolkit::ExitCode::CalibrationRefused || code == toolkit::ExitCode::RecordingError ||
-           code == toolkit::ExitCode::BadInput || code == toolkit::ExitCode::Failed;
-}
-
-/// From the current folder where it lies below that.
+/// Relative to the current folder if it is below that.
 std::string asTyped(const fs::path& path) {
     std::error_code failed;
     const fs::path shorter = path.lexically_relative(fs::current_path(failed));
@@ -72,7 +62,7 @@ Session::Session(const SessionOptions& given, SessionResult& filled)
 
 Session::~Session() {
     channel.reset();
-    if (prepared && !leftSomething()) {
+    if (prepared && !hasOutput()) {
         std::error_code failed;
         folder->clear();
         if (settingsMade) {
@@ -83,7 +73,7 @@ Session::~Session() {
     made.removeEmpty();
 }
 
-bool Session::leftSomething() const {
+bool Session::hasOutput() const {
     std::error_code failed;
     const std::uintmax_t size = fs::file_size(logFile, failed);
     return configured || (!failed && size != 0);
@@ -91,7 +81,7 @@ bool Session::leftSomething() const {
 
 void Session::checkInputs() {
     if (!options.scenario.empty()) {
-        scenario = soundScenario(options.scenario, programFolder());
+        scenario = readScenario(scenarioFile(options.scenario, programFolder() / "scenarios"));
     }
     if (!options.settings.empty()) {
         requireInput(toolkit::filePath(options.settings), "settings file");
@@ -108,16 +98,23 @@ void Session::checkInputs() {
 }
 
 void Session::requireInput(const fs::path& file, const char* what) {
-    requireFile(file, what);
+    std::error_code failed;
+    const std::string named = std::string("the ") + what + " " + file.string();
+    if (fs::is_directory(file, failed)) {
+        throw Failure(ExitCode::BadInput, named + " is a folder; give the name of a file");
+    }
+    if (!fs::is_regular_file(file, failed)) {
+        throw Failure(ExitCode::BadInput, named + " does not exist; check the name and the folder");
+    }
+    toolkit::requireReadable(file);
     inputs.push_back(file);
 }
 
-/// Settings that the receiver would overwrite with its defaults are told before anything starts.
+/// Settings that the receiver would overwrite with its defaults are rejected before anything starts.
 void Session::requireSettings() const {
     if (const std::string fault = settingsFault(toolkit::readText(toolkit::filePath(options.settings)));
         !fault.empty()) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput,
-                               options.settings + ": the receiver cannot use these settings: " + fault);
+        throw Failure(ExitCode::BadInput, options.settings + ": the receiver cannot use these settings: " + fault);
     }
 }
 
@@ -125,8 +122,7 @@ void Session::requirePlay() {
     requireInput(toolkit::filePath(options.play), "file to play");
     std::error_code failed;
     if (fs::file_size(toolkit::filePath(options.play), failed) == 0) {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput,
-                               "the file to play " + options.play + " is empty; give one that is not");
+        throw Failure(ExitCode::BadInput, "the file to play " + options.play + " is empty; give one that is not");
     }
 }
 
@@ -135,9 +131,8 @@ void Session::placeRun() {
     for (const fs::path& input : inputs) {
         files.read(input);
         if (folder->willClear(input)) {
-            throw toolkit::Failure(toolkit::ExitCode::Usage,
-                                   input.string() + " is read by this command and lies in the earlier run that "
-                                                    "--force removes; choose another folder with --out");
+            throw Failure(ExitCode::Usage, input.string() + " is read by this command and lies in the earlier run that "
+                                                            "--force removes; choose another folder with --out");
         }
     }
     files.read(toolkit::filePath(options.library));
@@ -155,23 +150,22 @@ void Session::placeRun() {
 
 void Session::testOutput(const fs::path& file) {
     if (folder->willClear(file)) {
-        throw toolkit::Failure(toolkit::ExitCode::Usage,
-                               file.string() + " lies in the earlier run that --force removes; give another "
-                                               "folder");
+        throw Failure(ExitCode::Usage, file.string() + " lies in the earlier run that --force removes; give another "
+                                                       "folder");
     }
     files.write(file);
 }
 
-toolkit::Failure Session::explained(const toolkit::Failure& failure) const {
-    if (!folder || !mayComeOfTheDisk(failure.code)) {
+Failure Session::explained(const Failure& failure) const {
+    if (!folder || !possibleDiskError(failure.code)) {
         return failure;
     }
     for (const fs::path& place : {folder->path(), stem.parent_path()}) {
         if (!place.empty() && toolkit::diskIsFull(place)) {
-            return toolkit::Failure(toolkit::ExitCode::OutputUnwritable,
-                                    "the disk of the folder " + place.string() + " is full; free space on it (" +
-                                        failure.what() + ")",
-                                    failure.where);
+            return Failure(ExitCode::OutputUnwritable,
+                           "the disk of the folder " + place.string() + " is full; free space on it (" +
+                               failure.what() + ")",
+                           failure.where);
         }
     }
     return failure;
@@ -189,7 +183,7 @@ void Session::prepare() {
     } else if (getEnvironment("VX_TRACE_LOGGING").empty()) {
         setEnvironment("VX_TRACE_LOGGING", "1");
     }
-    result.files.emplace_back("settings", settingsFile.string());
+    result.files.push_back({"settings", "settings", settingsFile.string()});
 }
 
 void Session::writeSettings() {
@@ -202,7 +196,7 @@ void Session::writeSettings() {
             fs::copy_file(own, settingsFile, fs::copy_options::overwrite_existing, failed);
         }
         if (toolkit::readText(settingsFile) != text) {
-            throw toolkit::Failure(toolkit::ExitCode::OutputUnwritable, "cannot write " + settingsFile.string());
+            throw Failure(ExitCode::OutputUnwritable, "cannot write " + settingsFile.string());
         }
         return;
     }
@@ -225,29 +219,29 @@ void Session::writeSettings() {
 void Session::withServer(const std::function<void()>& work) {
     try {
         work();
-    } catch (const toolkit::Failure& failure) {
+    } catch (const Failure& failure) {
         const std::string words = scenario ? folder->lastWordsOfServer() : std::string();
-        if (failure.code != toolkit::ExitCode::NoSystem || words.empty()) {
+        if (failure.code != ExitCode::NoSystem || words.empty()) {
             throw;
         }
-        throw toolkit::Failure(failure.code, std::string(failure.what()) + toolkit::serverSaid + words, failure.where);
+        throw Failure(failure.code, std::string(failure.what()) + toolkit::serverSaid + words, failure.where);
     }
 }
 
-/// The receiver tells where its files lie by the environment, also when it cannot be made.
+/// The receiver reports the folders of its files by the environment, also if it cannot be made.
 void Session::load() {
     const auto findFiles = [this] {
         const fs::path data = toolkit::filePath(getEnvironment("VX_TRACE_DATA_DIR"));
         stem = data / settingsFile.stem();
         logFile = findLog(toolkit::filePath(getEnvironment("VX_TRACE_LOGGING_DIR")));
-        result.files.emplace_back("receiver's files", data.string());
+        result.files.push_back({"receiverFolder", "receiver's files", data.string()});
         if (!logFile.empty()) {
-            result.files.emplace_back("log", logFile.string());
+            result.files.push_back({"log", "log", logFile.string()});
         }
     };
     try {
         withServer([this] { channel = std::make_unique<Receiver>(options.library); });
-    } catch (const toolkit::Failure&) {
+    } catch (const Failure&) {
         findFiles();
         throw;
     }
@@ -267,7 +261,7 @@ void Session::open(ProgressLine& line) {
         load();
     }
     if (scenario) {
-        result.files.emplace_back("bench", folder->benchFolder().string());
+        result.files.push_back({"benchFolder", "bench", folder->benchFolder().string()});
     }
     ownFiles = result.files.size();
     withServer([this] { channel->allocate(result.cpu); });
@@ -289,10 +283,10 @@ void Session::calibrate(ProgressLine& line) {
     };
     try {
         const ProgressFollower follower([this] { return stepOfCalibration(channel->channel()); }, line);
-        guarded(toolkit::ExitCode::CalibrationRefused,
+        guarded(ExitCode::CalibrationRefused,
                 [&] { channel->channel().SetConfiguration(settingsFile.string().c_str()); });
         result.calibrated = true;
-    } catch (const toolkit::Failure&) {
+    } catch (const Failure&) {
         finish();
         throw;
     }
@@ -322,7 +316,7 @@ void Session::collect() {
     takeTraces(traces, result);
 }
 
-/// What was calibrated with the defaults is nothing that the user asked for.
+/// A calibration with the default settings is not the requested one.
 void Session::requireOwnSettings() {
     const bool replaced = toolkit::readText(settingsFile) != givenSettings;
     if (!result.log.settingsReplaced && !replaced) {
@@ -331,8 +325,8 @@ void Session::requireOwnSettings() {
     result.calibrated = false;
     result.log.frequencies.clear();
     const std::string own = options.settings.empty() ? settingsFile.string() : options.settings;
-    throw toolkit::Failure(toolkit::ExitCode::BadInput, own + ": the receiver cannot use these settings: " +
-                                                            result.log.settingsReplaced.value_or("unknown reason"));
+    throw Failure(ExitCode::BadInput, own + ": the receiver cannot use these settings: " +
+                                          result.log.settingsReplaced.value_or("unknown reason"));
 }
 
 } // namespace host

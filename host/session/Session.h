@@ -13,15 +13,15 @@
 
 namespace host {
 
-/// What the command line says about the receiver and its channel.
+/// Options about the receiver and its channel.
 struct SessionOptions {
     std::string scenario;            ///< name or file; empty: the real siblings and server
     std::string settings;            ///< channel settings file; empty: written from the scenario
     std::string cpu;                 ///< empty: the scenario's
-    std::string play;                ///< what the simulated target sends
+    std::string play;                ///< file that the simulated target sends
     std::string out;                 ///< folder of the run
     std::string library = "OrvRcvr"; ///< name or path of the receiver
-    std::string pins;                ///< as pinChoiceOf() takes it; empty: as the settings say
+    std::string pins;                ///< as pinChoiceOf() reads it; empty: as in the settings
     std::string buffer;              ///< size of the unit's buffer; empty: as the settings say
     std::optional<bool> stopOnFull;  ///< nothing: as the settings say
     bool force = false;              ///< an earlier run in `out` may be removed
@@ -29,10 +29,10 @@ struct SessionOptions {
 };
 
 /// One channel from the command line to a calibrated receiver, in this order: checkInputs(), prepare(), open(),
-/// calibrate(). All throw Failure. What is found out goes into the result, also when a step fails.
+/// calibrate(). All throw Failure. They fill the result, also if a step fails.
 ///
-/// A session that ends before the receiver left a log or was configured takes away again whatever it made: settings
-/// file, the bench's folder, and folders that are empty then. After that everything stays.
+/// A session that ends before the receiver wrote a log or was configured removes everything that it made: settings file,
+/// the bench's folder, and folders that are then empty. After that everything stays.
 class Session {
 public:
     Session(const SessionOptions& given, SessionResult& filled);
@@ -40,7 +40,7 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Looks at every input, and finds the run's folder. Nothing that is there is touched.
+    /// Checks every input, and finds the run's folder. Changes no file.
     void checkInputs();
     /// Removes an earlier run from the folder, and puts the settings file into it. Nothing is started.
     void prepare();
@@ -52,7 +52,7 @@ public:
     /// Tests an output of the command's own, after checkInputs() and before prepare(); throws Failure.
     void testOutput(const std::filesystem::path& file);
 
-    /// The failure of a step, or that the disk is full when that is what is behind it.
+    /// The failure of a step, or a full disk if that is the cause.
     toolkit::Failure explained(const toolkit::Failure& failure) const;
 
     Receiver& receiver() { return *channel; }
@@ -68,7 +68,7 @@ private:
     void writeSettings();
     void load();
     void withServer(const std::function<void()>& work);
-    bool leftSomething() const;
+    bool hasOutput() const;
     void collect();
     void requireOwnSettings();
 
@@ -79,11 +79,11 @@ private:
     toolkit::CommandFiles files;
     std::vector<std::filesystem::path> inputs;
     std::optional<RunFolder> folder;
-    bool prepared = false; ///< what lies in the folder is of this run
+    bool prepared = false; ///< the files in the folder are of this run
     std::filesystem::path settingsFile;
     bool settingsMade = false; ///< there was no such file before
     std::string givenSettings; ///< the settings file before the receiver read it, which overwrites what it cannot use
-    bool configured = false;   ///< the receiver was asked to configure the channel, and leaves files about it
+    bool configured = false;   ///< the receiver was asked to configure the channel, and writes files about it
     std::filesystem::path stem;
     std::filesystem::path logFile;
     std::uintmax_t logRead = 0; ///< how much of the log belongs to earlier calibrations

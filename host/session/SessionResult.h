@@ -2,38 +2,62 @@
 
 #include "diagnosis/files/CalFile.h"
 #include "diagnosis/files/RunLog.h"
+#include "toolkit/ExitCode.h"
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace host {
 
-/// One attempt of a calibration with what its files say.
+/// One attempt of a calibration and its report.
 struct AttemptResult {
     diagnosis::CalibrationAttempt attempt;
     std::optional<diagnosis::CalFile> report; ///< nothing when the attempt ended before its first measurement
 };
 
-/// Everything that a calibrated session leaves to tell.
+/// A file or folder of a run.
+struct NamedFile {
+    std::string key;   ///< in JSON, such as "traceData"
+    std::string label; ///< in text, such as "trace data file"
+    std::string path;
+};
+
+/// Key of bare copies, of which there may be several.
+inline constexpr const char* rawCopies = "raw";
+
+/// The result of a session, as far as it came.
 struct SessionResult {
+    toolkit::ExitCode code = toolkit::ExitCode::Done;
+    std::string failure; ///< the line for the user when `code` is not Done
+    std::string where;   ///< place in the receiver's sources; may be empty
+
     std::string scenario; ///< empty without the bench
     std::string cpu;
     std::string pinMap;
 
     bool calibrated = false;
-    double calibrationSeconds = 0.0;
-    bool givenValues = false;    ///< with given values, so that no frequency was measured
-    std::optional<double> hertz; ///< the trace clock that the receiver states, where it states one
-    diagnosis::RunLog log;       ///< of the log or, where there is none, of the files
+    std::optional<double> calibrationSeconds; ///< nothing before the first calibration ended
+    bool givenValues = false;                 ///< calibrated with given values: no frequency was measured
+    std::optional<double> hertz;              ///< the trace clock that the receiver states
+    diagnosis::RunLog log;                    ///< from the log or, without one, from the files
     std::vector<AttemptResult> attempts;
     std::optional<diagnosis::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
-    std::vector<std::pair<std::string, std::string>> files; ///< what, where
-    std::string doctorTakes; ///< what `orvtrace doctor` and `report` take for this run; empty before any calibration
-    std::vector<std::string> notes;    ///< what a user should know about these results
-    std::vector<std::string> troubles; ///< diagnostic files that could not be read: "FILE:LINE: WHAT"
+    std::vector<NamedFile> files;
+    std::string doctorTakes; ///< argument of `orvtrace doctor` and `report` for this run; empty before any calibration
+    std::vector<std::string> notes;    ///< remarks on these results for the user
+    std::vector<std::string> troubles; ///< unreadable diagnostic files: "FILE:LINE: WHAT"
+
+    /// Empty without a file of this key.
+    std::string file(const std::string& key) const;
+    /// The failure for a result that has one.
+    void fail(const toolkit::Failure& why);
 };
+
+/// The part that all sessions have for a script: the head of the object, "scenario", "files", "notes", "damaged".
+nlohmann::json sessionJson(const SessionResult& result);
 
 } // namespace host

@@ -27,7 +27,7 @@ void GeneratorCheck::take(std::span<const std::uint64_t> samples) {
 }
 
 void GeneratorCheck::endOfFullBuffer() {
-    // A sixth zero may stand where the end of the buffer has cut a sequence behind its mark.
+    // A sixth zero may appear where the end of the buffer has cut a sequence after its mark.
     if (zeros.size() > syncZeros + 1) {
         endZeros();
     }

@@ -13,7 +13,7 @@ namespace host {
 
 /// How the recorded words are packed.
 enum class Framing {
-    Packets, ///< 255 words and a trailer that tells the packet's kind
+    Packets, ///< 255 words and a trailer with the packet's kind
     Words,   ///< nothing but words
 };
 
@@ -36,7 +36,7 @@ public:
     GeneratorCheck(unsigned dataPins, Framing packing);
 
     void take(std::span<const std::uint64_t> samples);
-    /// Call it behind the last sample of a recording that filled the buffer: it has no padding, so that zero words at its
+    /// Called after the last sample of a recording that filled the buffer: it has no padding, so that zero words at its
     /// end are wrong, too, unless they can be the beginning of a synchronisation sequence.
     void endOfFullBuffer();
 
@@ -59,9 +59,9 @@ private:
     Framing framing;
     std::uint64_t position = 0; ///< words taken, trailers included
     std::vector<std::uint16_t> packet;
-    std::optional<std::uint16_t> next; ///< what has to come
-    std::vector<std::uint64_t> zeros;  ///< places of a run of zero words whose meaning is not known yet
-    bool skipNext = false;             ///< the word behind 0x0FF0
+    std::optional<std::uint16_t> next; ///< the expected word
+    std::vector<std::uint64_t> zeros;  ///< positions of a run of zero words whose meaning is not known yet
+    bool skipNext = false;             ///< the word after 0x0FF0
     std::uint64_t checked = 0;
     std::uint64_t wrong = 0;
     std::vector<WordError> errors;

@@ -42,7 +42,7 @@ private:
     SoakResult& result;
     Session session;
     ProgressLine line;
-    ProgressLine silent{ProgressStyle::Quiet}; ///< a round's own phases are too short to be told
+    ProgressLine silent{ProgressStyle::Quiet}; ///< a round's own phases are too short to be shown
 };
 
 void SoakRun::show(const SoakLength& length) {
@@ -50,7 +50,7 @@ void SoakRun::show(const SoakLength& length) {
     step.phase = "soaking";
     step.rate = toolkit::countText(result.rounds, "round") + ", " + toolkit::countText(result.words, "word") + ", " +
                 toolkit::countText(result.errors, "error");
-    if (length.seconds < SoakLength::noLimit) {
+    if (length.rounds == 0) {
         step.expectedSeconds = length.seconds;
     }
     line.show(step);
@@ -65,10 +65,11 @@ void SoakRun::calibrate() {
     }
     result.dataPins = numberOf(session.receiver().attribute(dataPinsAttribute));
     if (!result.dataPins) {
-        throw toolkit::Failure(toolkit::ExitCode::Failed, "the receiver does not tell how many data pins it records");
+        throw toolkit::Failure(toolkit::ExitCode::Failed, "the receiver does not report how many data pins it records");
     }
     if (result.calibration && result.calibration->rates.known()) {
         result.dataRate = result.calibration->dataRate;
+        result.bitsPerSecond = result.calibration->rates.dataRate;
     }
 }
 
@@ -115,7 +116,8 @@ void SoakRun::run(const SoakLength& length) {
         }
         result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
         result.interrupted = interrupted();
-    } while (result.seconds < length.seconds && result.rounds < length.rounds && !result.interrupted);
+    } while (!result.interrupted &&
+             (length.rounds == 0 ? result.seconds < length.seconds : result.rounds < length.rounds));
     if (const auto failure = verdictOf(result)) {
         throw toolkit::Failure(*failure);
     }

@@ -56,7 +56,7 @@ TEST_F(ARun, IsReportedOn) {
     const std::string elsewhere = space->file("elsewhere.html").string();
     const Outcome json = space->run({"report", dataFile("bench-cable").string(), "--out", elsewhere, "--json"});
     EXPECT_EQ(json.code, 0) << json.errors;
-    EXPECT_EQ(json.json.at("report"), elsewhere);
+    EXPECT_EQ(json.json.at("files").at("report"), elsewhere);
     EXPECT_EQ(json.json.at("calibrated"), true);
     EXPECT_EQ(json.json.at("attempts").size(), 3U);
     EXPECT_EQ(readBytes(elsewhere), page) << "the same page for the same files";
@@ -73,7 +73,7 @@ TEST_F(ARun, IsDiagnosed) {
     EXPECT_THAT(broken.output, HasSubstr("  evidence: verification of setting 1 (50 MHz), pattern ramp: "));
     const Outcome json = refused->run({"doctor", "--json", refused->file("run").string()});
     EXPECT_EQ(json.json.at("findings").at(0).at("kind"), "pins-swapped");
-    EXPECT_EQ(json.json.at("findings").at(0).at("pins"), nlohmann::json({"data 3", "data 4"}));
+    EXPECT_EQ(json.json.at("findings").at(0).at("pins"), nlohmann::json({"data3", "data4"}));
     EXPECT_EQ(json.code, 10);
     EXPECT_EQ(json.json.at("outcome"), "faults-found");
 }

@@ -1,6 +1,9 @@
 #include "tests/road/Orvtrace.h"
 
 #include "tests/road/Shell.h"
+#include "tests/support/json_schema/JsonSchema.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +14,31 @@
 #include <sstream>
 
 namespace fs = std::filesystem;
+
+namespace {
+
+/// The name of the schema for what these arguments print.
+std::string schemaOf(const std::vector<std::string>& arguments) {
+    static const std::vector<std::string> commands{"record", "calibrate", "soak", "report",   "doctor",
+                                                   "burst",  "tdf",       "pins", "scenarios"};
+    const auto command = std::find_first_of(arguments.begin(), arguments.end(), commands.begin(), commands.end());
+    if (command == arguments.end()) {
+        return "version";
+    }
+    const auto nested = std::find_if(command, arguments.end(), [](const std::string& each) {
+        return each == "list" || each == "extract" || each == "create";
+    });
+    return *command == "tdf" ? "tdf-" + (nested == arguments.end() ? "list" : *nested) : *command;
+}
+
+/// Every object that a test asks for fits its published schema.
+void checkSchema(const std::vector<std::string>& arguments, const Outcome& run) {
+    if (run.code >= 0 && std::find(arguments.begin(), arguments.end(), "--json") != arguments.end()) {
+        EXPECT_EQ(test_support::schemaFaults(schemaOf(arguments), run.output), "") << run.output;
+    }
+}
+
+} // namespace
 
 RunSpace::RunSpace(const std::string& name) {
     static unsigned next = 0;
@@ -50,6 +78,7 @@ Outcome RunSpace::run(const std::vector<std::string>& arguments, const fs::path&
     result.output = readBytes(file("stdout.txt"));
     result.errors = readBytes(file("stderr.txt"));
     result.json = nlohmann::json::parse(result.output, nullptr, false);
+    checkSchema(arguments, result);
     return result;
 }
 
@@ -113,7 +142,7 @@ std::string readBytes(const fs::path& file) {
 std::vector<nlohmann::json> truthOf(const Outcome& run) {
     std::vector<nlohmann::json> all;
     std::istringstream in(
-        readBytes(toolkit::filePath(run.json.at("files").at("bench").get<std::string>()) / "truth.jsonl"));
+        readBytes(toolkit::filePath(run.json.at("files").at("benchFolder").get<std::string>()) / "truth.jsonl"));
     for (std::string line; std::getline(in, line);) {
         all.push_back(nlohmann::json::parse(line));
     }

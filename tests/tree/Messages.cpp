@@ -88,8 +88,9 @@ bool reports(const Tokens& tokens, std::size_t index) {
 /// Texts that need no explanation: help of orvtrace, what a compiler prints, steps in the log.
 bool explainsItself(const Tokens& tokens, std::size_t index) {
     static const std::set<std::string> calls{
-        "add_option",  "add_flag", "add_subcommand", "footer",     "type_name",    "Command", "set_help_flag",
-        "option_text", "app",      "static_assert",  "logMessage", "logMessageAt", "logStep", "logEntry"};
+        "addArgument", "addOptionalArgument", "addOption", "addFlag", "addNumber", "addWhole",         "addSubcommand",
+        "add_flag",    "set_help_flag",       "footer",    "app",     "Command",   "DiagnosisCommand", "static_assert",
+        "logMessage",  "logMessageAt",        "logStep",   "logEntry"};
     return isCallOf(calls, tokens, index);
 }
 
@@ -156,7 +157,8 @@ bool isSpelled(const std::vector<std::string>& pieces, const std::vector<std::st
 std::vector<std::string> piecesOf(const std::string& text, bool isFormat) {
     static const std::regex blank("<[a-z][a-z0-9 _-]*>");
     static const std::regex value(
-        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?");
+        "%[-+0#]*[0-9]*(\\.[0-9]+)?(hh|h|ll|l|z)?[diuoxXeEfgGscpn]|%\\.\\*s|<[/!A-Za-z][^>]*>?"
+        "|\\{(:[^{}]*)?\\}"); // of printf, of pages, of fmt::format
     std::string plain = text;
     std::replace(plain.begin(), plain.end(), '\n', ' ');
     if (isFormat) {

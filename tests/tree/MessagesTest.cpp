@@ -34,6 +34,7 @@ std::vector<std::string> textsOf(const std::vector<Literal>& literals) {
 TEST(MessageRules, PiecesAreTheTextsBetweenValues) {
     EXPECT_THAT(piecesOf("cpu %s has %3.0f%% of %-20s.\n", true), ElementsAre("cpu", "has", "% of", "."));
     EXPECT_THAT(piecesOf("pin <number> of <cpu name>: 50% off", false), ElementsAre("pin", "of", ": 50% off"));
+    EXPECT_THAT(piecesOf("{:g} Hz of {}: {:04x}.\n", true), ElementsAre("Hz of", ":", "."));
     EXPECT_THAT(piecesOf("usage: server 1 <port>\n", true), ElementsAre("usage: server 1"));
 }
 
@@ -99,7 +100,7 @@ TEST(MessageRules, ASentenceIsAMessageAnywhere) {
     EXPECT_THAT(breachesOf("std::string a() { return b ? \"the \" \"wire\" : \"no-wire\"; }"),
                 ElementsAre("host/a.cpp:1: not in doc.md: the wire"));
     EXPECT_THAT(breachesOf("constexpr std::array a{Entry{1, \"quite new\"}};\n"), SizeIs(1));
-    EXPECT_THAT(breachesOf("app.add_flag(\"--x\", x, \"Do the thing\"); static_assert(a, \"is so\");\n"), IsEmpty());
+    EXPECT_THAT(breachesOf("syntax.addFlag(\"--x\", x, \"Do the thing\"); static_assert(a, \"is so\");\n"), IsEmpty());
     EXPECT_THAT(breachesOf("f(\"one\"); g(\", x\"); // it is \"in here\"\n"), IsEmpty());
 }
 

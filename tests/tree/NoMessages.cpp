@@ -30,7 +30,7 @@ const std::vector<Area>& messageAreas() {
         {"host/scenario/ScenarioFile.cpp", Scope::reported, "a scenario in words"},
         {"diagnosis/report/", Scope::reported, "a page with its own legends"},
         {"host/results/", Scope::reported, "results with their own legends"},
-        {"host/soak/SoakText.cpp", Scope::reported, "results with their own legends"},
+        {"host/soak/SoakResult.cpp", Scope::reported, "results with their own legends"},
         {"benchmarks/", Scope::none, ""},
         {"examples/", Scope::none, ""},
         {"fuzz/", Scope::none, ""},
@@ -111,7 +111,7 @@ const std::vector<Exceptions>& piecesThatAreNoMessages() {
         {"written into a file or to the side connection",
          {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "Kite R2 Trace", "[Global] orv=", "Hz dataFrequency=",
           "words/second dataRate=", "bits/second oversampling=", "[Properties] drmXmtr=", "program pattern="}},
-        {"a listing", {"samples of", "data (bit 0 first)", "of section", ", no sections", "of about"}},
+        {"a listing", {">data pins", "samples of", "data (bit 0 first)", "of section", ", no sections", "of about"}},
     };
     return all;
 }

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <limits>
 #include <sys/ioctl.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -19,13 +20,13 @@ volatile std::sig_atomic_t interruptSeen = 0;
 bool errorsOnTerminal = false;
 bool onlyOutputOnTerminal = false;
 
-// Below, nothing but what may be called at any moment.
+// Below, only functions that are safe in a signal handler.
 
 void say(int stream, const char* text, std::size_t length) {
     [[maybe_unused]] const ssize_t told = write(stream, text, length);
 }
 
-/// The terminal has echoed the key, wherever its line was: what comes next begins a new one.
+/// The terminal has echoed the key in the middle of its line: begin a new one.
 void answer() {
     if (onlyOutputOnTerminal) {
         say(STDOUT_FILENO, "\n", 1);
@@ -50,10 +51,15 @@ extern "C" void onInterrupt(int number) {
     errno = errorBefore;
 }
 
-/// Whoever started this program may have asked that it outlives the terminal.
+/// As by nohup: the program shall outlive the terminal.
 bool isIgnored(int number) {
     struct sigaction before{};
     return sigaction(number, nullptr, &before) == 0 && before.sa_handler == SIG_IGN;
+}
+
+std::size_t columnsOf(int stream, std::size_t otherwise) {
+    winsize size{};
+    return ioctl(stream, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : otherwise;
 }
 
 } // namespace
@@ -92,8 +98,11 @@ Utf8Console::Utf8Console() = default;
 Utf8Console::~Utf8Console() = default;
 
 std::size_t errorOutputColumns() {
-    winsize size{};
-    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col : usualColumns;
+    return columnsOf(STDERR_FILENO, usualColumns);
+}
+
+std::size_t outputColumns() {
+    return columnsOf(STDOUT_FILENO, std::numeric_limits<std::size_t>::max());
 }
 
 void watchInterrupts() {

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <io.h>
+#include <limits>
 
 namespace host {
 
@@ -21,7 +22,7 @@ void say(DWORD stream, const char* text, std::size_t length) {
     WriteFile(GetStdHandle(stream), text, static_cast<DWORD>(length), &written, nullptr);
 }
 
-/// The console has echoed the key, wherever its line was: what comes next begins a new one.
+/// The console has echoed the key in the middle of its line: begin a new one.
 void answer() {
     const bool errorsOnConsole = errorOutputIsTerminal();
     if (!errorsOnConsole && _isatty(_fileno(stdout)) != 0) {
@@ -38,7 +39,7 @@ BOOL WINAPI onInterrupt(DWORD event) {
     }
     if (event == CTRL_CLOSE_EVENT || event == CTRL_LOGOFF_EVENT || event == CTRL_SHUTDOWN_EVENT) {
         // The system ends the process when this returns, and some seconds later in any case. Until then the recording
-        // can be stopped and saved; the program's own end takes this thread along.
+        // can be stopped and saved; the end of the program ends this thread.
         Sleep(INFINITE);
     }
     if (!again) {
@@ -46,6 +47,15 @@ BOOL WINAPI onInterrupt(DWORD event) {
     }
     say(STD_ERROR_HANDLE, endedAtOnce, sizeof endedAtOnce - 1);
     return FALSE;
+}
+
+std::size_t columnsOf(DWORD stream, std::size_t otherwise) {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (GetConsoleScreenBufferInfo(GetStdHandle(stream), &info) == 0) {
+        return otherwise;
+    }
+    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+    return columns > 0 ? static_cast<std::size_t>(columns) : otherwise;
 }
 
 } // namespace
@@ -101,12 +111,11 @@ Utf8Console::~Utf8Console() {
 }
 
 std::size_t errorOutputColumns() {
-    CONSOLE_SCREEN_BUFFER_INFO info{};
-    if (GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) == 0) {
-        return usualColumns;
-    }
-    const int columns = info.srWindow.Right - info.srWindow.Left + 1;
-    return columns > 0 ? static_cast<std::size_t>(columns) : usualColumns;
+    return columnsOf(STD_ERROR_HANDLE, usualColumns);
+}
+
+std::size_t outputColumns() {
+    return columnsOf(STD_OUTPUT_HANDLE, std::numeric_limits<std::size_t>::max());
 }
 
 void watchInterrupts() {
@@ -122,7 +131,7 @@ const char* systemName() {
 }
 
 std::string systemVersion() {
-    // The documented calls answer what the program's manifest says it knows; this one answers the system's number.
+    // The documented calls return the version that the program's manifest names; this one returns the system's.
     using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
     const FARPROC found = GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion");
     OSVERSIONINFOW answer{};
@@ -135,7 +144,7 @@ std::string systemVersion() {
 }
 
 LoadedLibrary::LoadedLibrary(const std::filesystem::path& file) : path(file) {
-    // Its siblings are looked for in its own folder too.
+    // Also searches the library's own folder for its siblings.
     handle = LoadLibraryExW(file.c_str(), nullptr, file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
     if (handle == nullptr) {
         throw toolkit::Failure(toolkit::ExitCode::NoSystem,

@@ -27,8 +27,8 @@ TEST(Letters, AWholeRunInAFolderOfAnyName) {
                                    "Läufe", "--save", "Größe.tdf", "--raw", "roh ö.bin", "--seconds", "0.1"},
                                   program);
     ASSERT_EQ(run.code, 0) << run.errors;
-    EXPECT_EQ(run.json.at("files").at("trace data file"), space.file("Größe.tdf").string());
-    EXPECT_EQ(run.json.at("files").at("raw copy"), space.file("roh ö.bin").string());
+    EXPECT_EQ(run.json.at("files").at("traceData"), space.file("Größe.tdf").string());
+    EXPECT_EQ(run.json.at("files").at("raw").at(0), space.file("roh ö.bin").string());
     EXPECT_TRUE(fs::exists(space.file("Läufe") / toolkit::filePath("Löwe.xml")));
     EXPECT_THAT(readBytes(space.file("roh ö.bin")), HasSubstr(sent.substr(0, 64)));
 

@@ -24,13 +24,13 @@ std::vector<std::string> words(const std::string& text, char separator) {
 
 class Scenarios : public testing::TestWithParam<const char*> {
 protected:
-    bool expects(const char* key) const { return expect.contains(key); }
+    bool expects(const char* key) const { return !expect.at(key).is_null(); }
     std::string expected(const char* key) const { return expect.at(key).get<std::string>(); }
 
     void SetUp() override {
         const Outcome told = space.run({"scenarios", GetParam(), "--json"});
         ASSERT_EQ(told.code, 0) << told.errors;
-        expect = told.json.at("expect");
+        expect = told.json.at("scenarios").at(0).at("expect");
         std::vector<std::string> options{"--raw", space.file("raw.bin").string(), "--save",
                                          space.file("trace.tdf").string()};
         if (expects("options")) {
@@ -57,37 +57,37 @@ protected:
 /// The chosen and the rejected settings, and that the files of failed attempts stay.
 void Scenarios::checkFrequencies() const {
     if (expects("setting")) {
-        EXPECT_EQ(calibration().at("setting").dump(), expected("setting"));
+        EXPECT_EQ(calibration().at("setting"), expect.at("setting"));
     }
-    std::vector<std::string> rejected;
+    json rejected = json::array();
     for (const json& entry : calibration().at("frequencies")) {
         if (entry.at("verdict") == "rejected") {
-            rejected.push_back(entry.at("setting").dump());
+            rejected.push_back(entry.at("setting"));
         }
     }
-    if (!expects("rejected")) {
+    if (expect.at("rejected").empty()) {
         return;
     }
-    EXPECT_EQ(rejected, words(expected("rejected"), ','));
-    const std::filesystem::path folder = run.json.at("files").at("receiver's files").get<std::string>();
-    for (const std::string& setting : rejected) {
+    EXPECT_EQ(rejected, expect.at("rejected"));
+    const std::filesystem::path folder = run.json.at("files").at("receiverFolder").get<std::string>();
+    for (const json& setting : rejected) {
         for (const char* ending : {".cal.txt", ".cap.txt", ".reg.txt"}) {
-            const auto file = folder / (std::string(GetParam()) + ".freq" + setting + ending);
+            const auto file = folder / (std::string(GetParam()) + ".freq" + setting.dump() + ending);
             EXPECT_TRUE(std::filesystem::exists(file)) << file;
         }
     }
 }
 
 void Scenarios::checkRecording() const {
-    const json& recording = run.json.at("recording");
+    const json& recording = run.json.at("recordings").back();
     if (expects("state")) {
         EXPECT_EQ(recording.at("state"), expected("state"));
     }
     if (expects("wrapped")) {
-        EXPECT_EQ(recording.at("wrapped").dump(), expected("wrapped"));
+        EXPECT_EQ(recording.at("wrapped"), expect.at("wrapped"));
     }
     if (expects("bytes")) {
-        EXPECT_EQ(recording.at("bytes").dump(), expected("bytes"));
+        EXPECT_EQ(recording.at("bytes"), expect.at("bytes"));
     }
     EXPECT_GT(recording.at("samples").get<unsigned>(), 0U);
 }
@@ -95,7 +95,7 @@ void Scenarios::checkRecording() const {
 /// The raw copy and the trace data file hold the very samples that were read back.
 void Scenarios::checkSavedFiles() const {
     const std::string raw = readBytes(space.file("raw.bin"));
-    EXPECT_EQ(raw.size(), run.json.at("recording").at("bytes").get<std::size_t>());
+    EXPECT_EQ(raw.size(), run.json.at("recordings").back().at("bytes").get<std::size_t>());
     const std::string samples = readBytes(run.json.at("files").at("samples").get<std::string>());
     EXPECT_TRUE(raw == samples) << "the raw copy differs from the receiver's own file";
     const std::string saved = readBytes(space.file("trace.tdf"));
@@ -128,10 +128,10 @@ void Scenarios::checkEye() const {
 }
 
 void Scenarios::checkNothingRecorded() const {
-    EXPECT_FALSE(run.json.contains("recording"));
+    EXPECT_TRUE(run.json.at("recordings").empty());
     EXPECT_FALSE(std::filesystem::exists(space.file("raw.bin")));
     EXPECT_FALSE(std::filesystem::exists(space.file("trace.tdf")));
-    EXPECT_THAT(run.output, testing::Not(HasSubstr("\"verdict\": \"chosen\"")));
+    EXPECT_THAT(run.output, testing::Not(HasSubstr("\"verdict\": \"accepted\"")));
 }
 
 TEST_P(Scenarios, EndAsTheirAuthorSays) {
@@ -172,7 +172,7 @@ TEST(ScenarioList, HasNoScenarioThatIsNotTested) {
     const Outcome told = space.run({"scenarios", "--json"});
     ASSERT_EQ(told.code, 0) << told.errors;
     std::vector<std::string> names;
-    for (const json& scenario : told.json) {
+    for (const json& scenario : told.json.at("scenarios")) {
         names.push_back(scenario.at("name"));
     }
     EXPECT_THAT(names, testing::UnorderedElementsAreArray(tested));

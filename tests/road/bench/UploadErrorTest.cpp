@@ -34,7 +34,7 @@ protected:
 TEST_F(UploadError, WhatCameBeforeTheConnectionEndedIsKept) {
     const Outcome run = record(faultyUpload("\"cut\"\nbyte = 3000000"));
     EXPECT_EQ(run.code, 6) << run.errors;
-    const auto& recording = run.json.at("recording");
+    const auto& recording = run.json.at("recordings").back();
     const auto bytes = recording.at("bytes").get<std::uint64_t>();
     EXPECT_GT(bytes, 0U);
     EXPECT_LT(bytes, 3000000U);
@@ -46,7 +46,7 @@ TEST_F(UploadError, WhatCameBeforeTheConnectionEndedIsKept) {
     EXPECT_EQ(list.json.at("sections").at(0).at("dataSize"), bytes);
     EXPECT_EQ(run.json.at("error").at("text"),
               "disconnected from server; the " + std::to_string(bytes / 8) + " samples that came are kept");
-    EXPECT_THAT(run.json.at("files").at("raw copy").get<std::string>(), HasSubstr("x.bin"));
+    EXPECT_THAT(run.json.at("files").at("raw").at(0).get<std::string>(), HasSubstr("x.bin"));
 }
 
 TEST_F(UploadError, TheReceiversReasonComesFirstWhateverEndedTheUpload) {
@@ -73,7 +73,7 @@ TEST_F(UploadError, AnErrorThatCostNothingIsToldAllTheSame) {
     const Outcome run =
         record(faultyUpload("\"error_record\"\ncode = 7\ntext = \"overrun\"\ndetail = \"port 2\"", "0"));
     EXPECT_EQ(run.code, 6) << run.errors;
-    EXPECT_EQ(run.json.at("recording").at("samples"), 32768);
+    EXPECT_EQ(run.json.at("recordings").back().at("samples"), 32768);
     EXPECT_EQ(run.json.at("error").at("text"),
               "data server error (7) : overrun : port 2; the 32768 samples that came are kept");
     EXPECT_EQ(std::filesystem::file_size(raw), 262144U);

@@ -11,7 +11,7 @@ using testing::HasSubstr;
 
 const json* answerFor(const json& all, const std::string& kind, unsigned dataPins) {
     for (const json& answer : all.at("answers")) {
-        if (answer.at("kind") == kind && answer.at("dataPins") == dataPins) {
+        if (answer.at("exportKind") == kind && answer.at("dataPins") == dataPins) {
             return &answer;
         }
     }
@@ -28,11 +28,11 @@ TEST(Pins, EveryWishOfChannelSettingsIsAnswered) {
     const json* two = answerFor(run.json, "pti", 2);
     ASSERT_NE(two, nullptr);
     EXPECT_EQ(two->at("granted"), true);
-    EXPECT_EQ(two->at("pins"), json({5, 2, 3})) << "pins 0 and 1 are spared where that is possible";
+    EXPECT_EQ(two->at("emuPins"), json({5, 2, 3})) << "pins 0 and 1 are spared where that is possible";
     EXPECT_EQ(two->at("owner"), "debug subsystem");
     const json* four = answerFor(run.json, "tpiu", 4);
     ASSERT_NE(four, nullptr);
-    EXPECT_EQ(four->at("pins"), json({0, 1, 2, 3, 4}));
+    EXPECT_EQ(four->at("emuPins"), json({0, 1, 2, 3, 4}));
 }
 
 TEST(Pins, OneWishIsGrantedOrRefusedWithItsReason) {
@@ -52,7 +52,7 @@ TEST(Pins, AKindLeavesOutTheOthersPinOuts) {
     ASSERT_EQ(run.code, 0) << run.errors;
     EXPECT_EQ(run.json.at("pinouts").size(), 5U);
     for (const json& pinout : run.json.at("pinouts")) {
-        EXPECT_EQ(pinout.at("kind"), "tpiu");
+        EXPECT_EQ(pinout.at("exportKind"), "tpiu");
     }
     EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--kind", "tpiu"}).output.find(" pti "), std::string::npos);
 }
@@ -65,7 +65,7 @@ TEST(Pins, AloneTellsTheDevicesOfTheBench) {
     const Outcome told = space.run({"pins", "--json"});
     ASSERT_EQ(told.code, 0);
     EXPECT_EQ(told.json.at("devices").size(), lines(run.output));
-    EXPECT_EQ(told.json.at("devices").at(0).at("device"), "bench/app");
+    EXPECT_EQ(told.json.at("devices").at(0).at("name"), "bench/app");
 }
 
 TEST(Pins, AnUnknownDeviceIsOneLine) {
@@ -85,7 +85,7 @@ TEST(Pins, APinMapFileTakesTheDataBasesPlace) {
     const Outcome run = space.run({"pins", "--map-file", file.string(), "--kind", "pti", "--json"});
     ASSERT_EQ(run.code, 0) << run.errors;
     EXPECT_EQ(run.json.at("pinouts").size(), 2U);
-    EXPECT_EQ(answerFor(run.json, "pti", 2)->at("pins"), json({2, 3, 4}));
+    EXPECT_EQ(answerFor(run.json, "pti", 2)->at("emuPins"), json({2, 3, 4}));
     EXPECT_EQ(answerFor(run.json, "pti", 4)->at("granted"), false);
     EXPECT_THAT(answerFor(run.json, "pti", 4)->at("remark").get<std::string>(), HasSubstr("there are 1, 2"));
 }
@@ -96,12 +96,12 @@ TEST(Pins, ANumberThatCannotBeReadAndAPinThatIsUsedTwiceAreToldAndGranted) {
     const Outcome run = space.run({"pins", "--map-file", file.string(), "--kind", "pti", "--json"});
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(answerFor(run.json, "pti", 1)->at("granted"), true) << "as the receiver does";
-    ASSERT_EQ(run.json.at("warnings").size(), 2U) << run.output;
-    EXPECT_THAT(run.json.at("warnings").at(0).get<std::string>(), HasSubstr("\"x\" is no pin number"));
-    EXPECT_THAT(run.json.at("warnings").at(1).get<std::string>(), HasSubstr("pin 0 is the clock and a data pin too"));
+    ASSERT_EQ(run.json.at("notes").size(), 2U) << run.output;
+    EXPECT_THAT(run.json.at("notes").at(0).get<std::string>(), HasSubstr("\"x\" is no pin number"));
+    EXPECT_THAT(run.json.at("notes").at(1).get<std::string>(), HasSubstr("pin 0 is the clock and a data pin too"));
     EXPECT_THAT(run.errors, HasSubstr("orvtrace: warning: pin-out front, pti=x,0: pin 0 is the clock"));
     EXPECT_EQ(lines(run.errors), 2U);
-    EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--json"}).json.at("warnings"), json::array());
+    EXPECT_EQ(space.run({"pins", "--device", "bench/app", "--json"}).json.at("notes"), json::array());
 }
 
 TEST(Pins, NamesWithControlCharactersReachNoTerminal) {
@@ -113,7 +113,7 @@ TEST(Pins, NamesWithControlCharactersReachNoTerminal) {
     EXPECT_EQ((run.output + run.errors).find('\x1b'), std::string::npos);
     const Outcome told = space.run({"pins", "--map-file", file.string(), "--json"});
     ASSERT_TRUE(told.json.is_object()) << told.output;
-    EXPECT_EQ(told.json.at("pinouts").at(0).at("pinout"), "fr\x1b[31mont");
+    EXPECT_EQ(told.json.at("pinouts").at(0).at("name"), "fr\x1b[31mont");
     EXPECT_EQ((told.output + told.errors).find('\x1b'), std::string::npos);
 }
 

@@ -34,7 +34,7 @@ TEST(Tdf, WhatIsCreatedIsListedAndExtractedAgain) {
     EXPECT_EQ(section.at("version"), 1);
     EXPECT_EQ(section.at("offset"), 8);
     EXPECT_EQ(section.at("dataSize"), bytes.size());
-    EXPECT_EQ(list.json.at("damaged"), false);
+    EXPECT_EQ(list.json.at("error"), nullptr);
     EXPECT_THAT(space.run({"tdf", "list", file}).output, HasSubstr("BinTraceData"));
 
     const Outcome out = space.run({"tdf", "extract", file, space.file("out.bin").string()});
@@ -118,7 +118,7 @@ TEST(Tdf, OfADamagedFileTheSoundSectionsAreTold) {
     EXPECT_THAT(run.errors, HasSubstr("Invalid TDF format. Its first section can be read"));
     const Outcome json = space.run({"tdf", "list", "--json", cut.string()});
     EXPECT_EQ(json.code, 3);
-    EXPECT_EQ(json.json.at("damaged"), true);
+    EXPECT_TRUE(json.json.at("error").is_object());
     EXPECT_EQ(json.json.at("sections").size(), 1U);
     EXPECT_EQ(space.run({"tdf", "extract", cut.string(), space.file("out").string(), "--number", "1"}).code, 0);
     EXPECT_EQ(space.run({"tdf", "extract", cut.string(), space.file("out2").string(), "--number", "2"}).code, 3);

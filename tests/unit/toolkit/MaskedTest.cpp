@@ -1,4 +1,3 @@
-#include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
 
 #include <gtest/gtest.h>
@@ -30,13 +29,6 @@ TEST(Masked, NoticesAreOneLine) {
     printNotice("a\x1b"
                 "b\nc");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "orvtrace: a?b?c\n");
-}
-
-TEST(JsonText, HasNoControlCharacterAndStaysWhatItWas) {
-    const std::string odd = "a\x1b\x7f\xc2\x9b\xc2\xa0\xc3\xbc\n";
-    const std::string text = jsonText({{"name", odd}});
-    EXPECT_EQ(maskedLines(text), text);
-    EXPECT_EQ(nlohmann::json::parse(text).at("name"), odd);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "tests/unit/toolkit/TempFolder.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
-#include "toolkit/MadeFolders.h"
 #include "toolkit/OutputFiles.h"
 #include "toolkit/TextFile.h"
 

@@ -32,7 +32,7 @@ TEST(DiagnosisText, TheObjectForScriptsHoldsTheSame) {
     const nlohmann::json out = diagnosis::diagnosisJson(set, diagnosis::diagnose(set));
     EXPECT_EQ(out.at("calibrated"), true);
     EXPECT_EQ(out.at("attempts").size(), 3U);
-    EXPECT_EQ(out.at("attempts")[0].at("verdict"), "refused");
+    EXPECT_EQ(out.at("attempts")[0].at("verdict"), "rejected");
     EXPECT_EQ(out.at("attempts")[2].at("verdict"), "accepted");
     const nlohmann::json& finding = out.at("findings").at(0);
     EXPECT_EQ(finding.at("kind"), "margin-too-small");

@@ -15,10 +15,10 @@ TEST(PinWarnings, SoundPinOutsHaveNone) {
 
 TEST(PinWarnings, ANumberThatCannotBeReadIsNamedWithWhatItCountsAs) {
     EXPECT_THAT(pinWarnings({{"front", "pti=x,1;pti=2,3y"}}, ""),
-                ElementsAre("pin-out front, pti=x,1: \"x\" is no pin number; the receiver takes it for 0",
-                            "pin-out front, pti=2,3y: \"3y\" is no pin number; the receiver takes it for 3"));
+                ElementsAre("pin-out front, pti=x,1: \"x\" is no pin number; the receiver reads it as 0",
+                            "pin-out front, pti=2,3y: \"3y\" is no pin number; the receiver reads it as 3"));
     EXPECT_THAT(pinWarnings({{"front", "pti=08,1"}}, ""),
-                ElementsAre("pin-out front, pti=08,1: \"08\" is no pin number; the receiver takes it for 0"));
+                ElementsAre("pin-out front, pti=08,1: \"08\" is no pin number; the receiver reads it as 0"));
 }
 
 TEST(PinWarnings, ClockAndDataOnOnePinAreNamed) {

@@ -134,7 +134,7 @@ TEST(ScenarioFile, WhatTheUnitDoesWrongIsTold) {
                                      "data change in the middle between clock edges",
                                      "the unit reports an error 0.5 s into each recording from recording 2 on",
                                      "the unit's export port never comes to rest", "the unit's bridge asks for a reset",
-                                     "bit 3 of byte 256 of the capture memory, and of every 512th behind it, is stuck "
+                                     "bit 3 of byte 256 of the capture memory, and of every 512th after it, is stuck "
                                      "at 0 from recording 4 on",
                                      "bit 0 of byte 0 of the capture memory reads inverted"));
 }

@@ -3,7 +3,6 @@
 #include "rcvr/framework/cZarnError.h"
 #include "tests/unit/host/session/ScriptedChannel.h"
 #include "tests/unit/toolkit/TempFolder.h"
-#include "toolkit/Crc32.h"
 
 #include <gtest/gtest.h>
 
@@ -12,6 +11,8 @@
 
 namespace host {
 namespace {
+
+constexpr std::uint64_t digits = 0x3837363534333231; ///< "12345678" in a file
 
 TEST(RunRecording, IsStoppedAfterItsSecondsAndWaitsForTheUpload) {
     ScriptedChannel channel;
@@ -86,13 +87,13 @@ TEST(ReadBackTest, EverySampleEntersTheChecksumInItsBytesOrder) {
     channel.announced = 20000;
     ProgressLine line(ProgressStyle::Quiet);
     std::uint32_t checksum = 0;
-    const auto add = [&](std::span<const std::uint64_t> samples) { checksum = toolkit::crc32(checksum, samples); };
+    const auto add = [&](std::span<const std::uint64_t> samples) { checksum = checksumOf(checksum, samples); };
     const ReadBack back = readBack(channel, line, add);
     EXPECT_EQ(back.samples, 20000U);
     EXPECT_TRUE(back.whole());
     std::uint32_t expected = 0;
     for (int i = 0; i < 20000; ++i) {
-        expected = toolkit::crc32(expected, reinterpret_cast<const unsigned char*>("12345678"), 8);
+        expected = checksumOf(expected, std::span(&digits, 1));
     }
     EXPECT_EQ(checksum, expected);
 }
@@ -122,9 +123,10 @@ TEST(RecordingFault, MissingSamplesPointAtTheDiskOnlyWithoutAnError) {
     EXPECT_EQ(faultOf(bad, {10, 0})->code, toolkit::ExitCode::RecordingError);
 }
 
-TEST(Crc32, HasItsWellKnownCheckValue) {
-    EXPECT_EQ(toolkit::crc32(0, reinterpret_cast<const unsigned char*>("123456789"), 9), 0xCBF43926U);
-    EXPECT_EQ(toolkit::crc32(0, nullptr, 0), 0U);
+TEST(Checksum, IsTheCrc32OfTheBytesInTheFile) {
+    EXPECT_EQ(checksumOf(0, std::span(&digits, 1)), 0x9AE0DAAFU) << "the one of \"12345678\"";
+    EXPECT_EQ(checksumOf(0, {}), 0U);
+    EXPECT_EQ(checksumOf(0x9AE0DAAFU, {}), 0x9AE0DAAFU);
 }
 
 TEST(Guarded, AReceiversErrorKeepsItsTexts) {

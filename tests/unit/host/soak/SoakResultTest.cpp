@@ -1,4 +1,5 @@
 #include "host/soak/SoakResult.h"
+#include "tests/support/json_schema/JsonSchema.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -13,10 +14,11 @@ SoakResult sample() {
     result.scenario = "self-test";
     result.dataPins = 4;
     result.dataRate = "400.00 Mbits/second";
+    result.bitsPerSecond = 4e8;
     result.rounds = 3;
     result.words = 3000000;
     result.seconds = 2.0;
-    result.files.emplace_back("log", "x.txt");
+    result.files.push_back({"log", "log", "x.txt"});
     return result;
 }
 
@@ -93,9 +95,9 @@ TEST(SoakText, TellsWhatWasCheckedAndHowMuch) {
 
 TEST(SoakText, WrongWordsAreATable) {
     EXPECT_THAT(soakText(faulty()), HasSubstr("3000000 words checked, 2 errors; "));
-    EXPECT_THAT(soakText(faulty()), HasSubstr("\n round   packet  word       byte  expected     got\n"
-                                              "     1        2    45       1114    0x1234  0x1235\n"
-                                              "     3        0     0          0         -  0xffff\n"));
+    EXPECT_THAT(soakText(faulty()), HasSubstr("\nround  packet  word  byte  expected     got\n"
+                                              "    1       2    45  1114    0x1234  0x1235\n"
+                                              "    3       0     0     0         -  0xffff\n"));
 }
 
 TEST(SoakText, WithoutARoundThereIsNothingToTell) {
@@ -103,28 +105,33 @@ TEST(SoakText, WithoutARoundThereIsNothingToTell) {
 }
 
 TEST(SoakJson, HasEveryFigure) {
-    const auto json = nlohmann::json::parse(soakJson(sample()));
-    EXPECT_EQ(json, nlohmann::json::parse(R"({"outcome": "done", "exitCode": 0, "interrupted": false,
-        "scenario": "self-test", "pins": 4, "dataRate": "400.00 Mbits/second", "rounds": 3, "seconds": 2.0,
-        "words": 3000000, "wordsPerSecond": 1500000.0, "errors": 0, "firstErrors": [], "files": {"log": "x.txt"}})"));
+    const auto json = soakJson(sample());
+    EXPECT_EQ(json, nlohmann::json::parse(R"({"schema": 1, "outcome": "done", "exitCode": 0, "error": null,
+        "interrupted": false, "scenario": "self-test", "dataPins": 4, "bitsPerSecond": 4e8, "rounds": 3,
+        "seconds": 2.0, "words": 3000000, "wordsPerSecond": 1500000.0, "wrongWords": 0, "firstWrongWords": [],
+        "files": {"log": "x.txt"}, "notes": [], "damaged": []})"));
+    EXPECT_EQ(test_support::schemaFaults("soak", json.dump()), "");
 }
 
 TEST(SoakJson, WrongWordsAreNumbersAndAnUnknownOneIsNull) {
     SoakResult result = faulty();
     result.code = toolkit::ExitCode::FaultsFound;
     result.failure = "2 words came back wrong";
-    const auto json = nlohmann::json::parse(soakJson(result));
+    const auto json = soakJson(result);
     EXPECT_EQ(json.at("outcome"), "faults-found");
     EXPECT_EQ(json.at("error").at("text"), "2 words came back wrong");
-    EXPECT_EQ(json.at("firstErrors"), nlohmann::json::parse(R"([
+    EXPECT_EQ(test_support::schemaFaults("soak", json.dump()), "");
+    EXPECT_EQ(json.at("firstWrongWords"), nlohmann::json::parse(R"([
         {"round": 1, "packet": 2, "word": 45, "byte": 1114, "expected": 4660, "got": 4661},
         {"round": 3, "packet": 0, "word": 0, "byte": 0, "expected": null, "got": 65535}])"));
 }
 
 TEST(SoakJson, WhatWasNotReachedIsNull) {
-    const auto json = nlohmann::json::parse(soakJson(SoakResult()));
-    EXPECT_TRUE(json.at("pins").is_null());
-    EXPECT_FALSE(json.contains("dataRate"));
+    const auto json = soakJson(SoakResult());
+    EXPECT_EQ(test_support::schemaFaults("soak", json.dump()), "");
+    for (const char* key : {"dataPins", "bitsPerSecond", "wordsPerSecond"}) {
+        EXPECT_TRUE(json.at(key).is_null()) << key;
+    }
     EXPECT_TRUE(json.at("files").is_object());
 }
 
