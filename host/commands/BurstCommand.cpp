@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 namespace host {
 
@@ -97,7 +98,12 @@ private:
         for (const std::size_t proc : part.pins) {
             out["pins"].push_back(toolkit::pinKey(proc));
         }
-        out["files"] = {{"vcd", toolkit::orNull(vcd)}, {"csv", toolkit::orNull(csv)}, {"svg", toolkit::orNull(svg)}};
+        out["files"] = nlohmann::json::object();
+        for (const auto& [kind, output] : {std::pair{"vcd", &vcd}, std::pair{"csv", &csv}, std::pair{"svg", &svg}}) {
+            if (!output->empty()) {
+                out["files"][kind] = *output;
+            }
+        }
         return toolkit::jsonText(out);
     }
 

@@ -27,9 +27,9 @@ struct WordError {
     std::uint64_t byte() const { return packet * 512 + word * 2U; }
 };
 
-/// Takes the samples of one recording in their order. The generator repeats a ramp; the first word tells where in it
-/// the recording begins. Five or more zero words, 0x0FF0 and one word are a synchronisation sequence, which may stand
-/// between any two words; zero words at the very end are padding. Every other word has to be the next of the ramp.
+/// Checks the samples of one recording, in order. The generator repeats a ramp; the first word shows where in the ramp
+/// the recording begins. Five or more zero words, 0x0FF0 and one word are a synchronisation sequence, which may occur
+/// between any two words; zero words at the end are padding. Every other word has to be the next of the ramp.
 class GeneratorCheck {
 public:
     /// `dataPins` is 1, 2 or 4.

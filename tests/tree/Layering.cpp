@@ -90,7 +90,7 @@ bool isIn(std::string_view path, std::string_view folder) {
 
 /// Null for files above all rooms, such as tests.
 const Room* roomOf(std::string_view path) {
-    // Stands with the utilities, but works on the records that all layers share.
+    // In the folder of the utilities, but works on the records that all layers share.
     const bool overRecords = path.find("/source_utilities/PropertyParser.") != std::string_view::npos;
     for (const Room& room : rooms()) {
         if (isIn(path, room.name) && !(overRecords && room.name == utilities)) {

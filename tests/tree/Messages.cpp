@@ -222,7 +222,7 @@ std::vector<Literal> sentencesOf(const std::string& source) {
 }
 
 std::vector<Message> messagesOf(const std::string& document) {
-    // A cell of code spans only; a second span and so on stands on a line of its own.
+    // A cell of code spans only; each further span is on a line of its own.
     static const std::regex cell("\\| `([^`]+)`(<br>`[^`]+`)* (?=\\|)");
     static const std::regex span("`([^`]+)`");
     std::vector<Message> messages;

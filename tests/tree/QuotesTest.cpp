@@ -70,7 +70,7 @@ TEST(Documents, TheIntegrationGuideNamesEveryOperationAndExport) {
             const std::string wanted = isExport ? (*match)[3] : (*match)[1].matched ? (*match)[1] : (*match)[2];
             if (wanted == "Type" || wanted == "Code" || wanted == "SaveFormat" || wanted == "TargetState" ||
                 wanted == "TextSelector" || wanted == "Severity_Type" || wanted == "Copy") {
-                continue; // told by their values, and one that is no caller's business
+                continue; // documented by their values, and one that is no caller's business
             }
             EXPECT_TRUE(guide.find(wanted) != std::string::npos) << wanted << " of " << path;
             ++count;

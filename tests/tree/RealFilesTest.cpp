@@ -113,7 +113,7 @@ TEST_F(RealFiles, OfTextAreTheExamples) {
     EXPECT_TRUE(burst.ends_with(" 8191\n"));
 }
 
-TEST_F(RealFiles, TheProofBeginsWithThePacket) {
+TEST_F(RealFiles, TheVerificationBeginsWithThePacket) {
     const std::string proof = bytes("freq2.ver");
     EXPECT_EQ(proof.size(), 262144U);
     for (const HexLine& line : hexLinesOf(example("recording", "packet"))) {
@@ -182,7 +182,7 @@ TEST_F(RealFiles, OfTheBenchHaveTheKeys) {
     EXPECT_TRUE(log.starts_with(shapeOf(example("bench-files", "server-log")))) << log.substr(0, 300);
 }
 
-// Where they lie and what there is, as the first page tells it.
+// Names and folders, as the first page lists them.
 TEST_F(RealFiles, HaveTheNamesOfTheFirstPage) {
     const std::regex known("bench-cable(\\.freq\\d)?\\.(cal\\.txt|cap\\.txt|reg\\.txt|ver)|"
                            "bench-cable\\.(cfg|bin|cache)");

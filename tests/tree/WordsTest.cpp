@@ -55,4 +55,8 @@ TEST(Words, OfDocumentsAreEasy) {
     expectNone(hardWordsInDocuments(sources()));
 }
 
+TEST(Words, OfCommentsAreEasy) {
+    expectNone(hardWordsInComments(sources()));
+}
+
 } // namespace tree

@@ -24,7 +24,7 @@ TEST(MissingParts, TheReceiverLibraryIsNamed) {
     EXPECT_THAT(run.errors, HasSubstr("cannot load "));
 }
 
-/// The failure names the receiver's log, which tells more and stays.
+/// The failure names the receiver's log, which has more and is kept.
 void expectLogOf(const Outcome& run) {
     static const std::regex place("\\(log: ([^)]*)\\)");
     std::smatch found;

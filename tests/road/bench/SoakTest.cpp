@@ -104,7 +104,7 @@ TEST(Soak, RoundsFollowEachOtherUntilTheTimeIsOver) {
     EXPECT_EQ(withoutProgress(run.errors), "");
 }
 
-// The cells lie behind what calibration reads, so that it passes; they break in the second round.
+// The cells are past the part that calibration reads, so it passes; they break in the second round.
 TEST(Soak, WrongWordsAreCountedAndShownWithTheirPlace) {
     const RunSpace space;
     const auto scenario =
@@ -133,7 +133,7 @@ TEST(Soak, WrongWordsAreCountedAndShownWithTheirPlace) {
 
 TEST(Soak, WrongWordsAreFoundWithoutPacketsToo) {
     const RunSpace space;
-    // Nobody looks at the proof of this export: the place may lie in what calibration reads.
+    // The verification of this export is not checked: the cell may be in the part that calibration reads.
     const auto scenario = unitWith(space, "[[unit.cell]]\nbyte = 511\nevery = 0x20000\nbit = 3\n", "tpiu");
     const Outcome run = soak(space, scenario, "1");
     EXPECT_EQ(run.code, 10) << run.errors;

@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
-// An error after the stop, while the unit's buffer is uploaded: what came until then is kept, and the receiver's reason
-// is told. The first request is the one of the calibration's verification.
+// An error after the stop, while the unit's buffer is uploaded: the samples received are kept, and the receiver's reason is
+// reported. The first request is the one of the calibration's verification.
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-// A run that fails before the receiver had anything to say leaves nothing behind.
+// A run that fails before the receiver reports anything leaves no files.
 
 namespace {
 

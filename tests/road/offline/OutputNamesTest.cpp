@@ -35,7 +35,7 @@ std::vector<fs::path> namesOf(const RunSpace& space, const fs::path& file) {
     return names;
 }
 
-/// A command that reads "{}" and is told to write it.
+/// A command that reads "{}" and also has to write.
 struct Meeting {
     Arguments arguments;
     std::string name;

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-// What is wrong with a scenario is told before anything starts, in the words of the server that reads it.
+// Faults of a scenario are reported before anything starts, in the words of the server that reads it.
 
 namespace {
 
@@ -12,7 +12,7 @@ using testing::StartsWith;
 
 struct Wrong {
     const char* text;
-    const char* told; ///< behind "FILE:"
+    const char* reported; ///< after "FILE:"
 };
 
 constexpr Wrong wrongScenarios[]{
@@ -35,10 +35,10 @@ TEST(BadScenario, FileLineKeyAndWhatIsAllowedAreOneLineAndNothingStarts) {
         const auto file = space.write("my own.toml", wrong.text);
         const Outcome run = space.record(file.string());
         EXPECT_EQ(run.code, 3) << run.errors;
-        EXPECT_THAT(run.errors, StartsWith("orvtrace: " + file.string() + ":" + wrong.told));
+        EXPECT_THAT(run.errors, StartsWith("orvtrace: " + file.string() + ":" + wrong.reported));
         EXPECT_EQ(lines(run.errors), 1U) << run.errors;
         EXPECT_EQ(run.json.at("outcome"), "bad-input");
-        EXPECT_THAT(run.json.at("error").at("text").get<std::string>(), HasSubstr(wrong.told));
+        EXPECT_THAT(run.json.at("error").at("text").get<std::string>(), HasSubstr(wrong.reported));
         EXPECT_FALSE(std::filesystem::exists(space.file("run")));
     }
 }

@@ -57,7 +57,7 @@ TEST(FullDisk, ASaveThatFailsLeavesTheOldFileAndKeepsTheRecording) {
     const fs::path old = space.write("old.tdf", "kept");
     Outcome run;
     {
-        const FileLimit limit(bufferBytes); // the recording fits, and not the head of a section in front of it
+        const FileLimit limit(bufferBytes); // the recording fits, and not with a section header before it
         run = space.record("tpiu", withBrief({"--save", old.string(), "--force"}));
     }
     EXPECT_EQ(run.code, 9) << run.errors;

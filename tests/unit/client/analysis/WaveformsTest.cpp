@@ -129,8 +129,8 @@ TEST(SamplingPosition, CountsDataEdgesByTheirNearerClockEdge) {
 }
 
 TEST(SamplingPosition, OfAnOddHalfPeriodTakesTheCenteredEdgeAsCentered) {
-    // Half a period of 7: low is 3. From 33 it is 4 on to the clock's edge at 37 and 4 back to the last sample in
-    // front of its edge at 30.
+    // Half a period of 7: low is 3. From 33 it is 4 on to the clock's edge at 37 and 4 back to the last sample
+    // before its edge at 30.
     OwnedBurst centred = clockAndData(7, 30, 33);
     EXPECT_EQ(analysis::countSamplingPositions(centred.view()).edge, 0U);
     // One sample later it is 3 on, and only the last edge, with no clock edge after it, still counts as centred.

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-// What is told of a calibration by its log, and by its files where there is no log.
+// What the log says about a calibration, and the files where there is no log.
 
 namespace host {
 namespace {
