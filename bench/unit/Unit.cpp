@@ -29,6 +29,11 @@ std::optional<unsigned> channelOf(reg::Address address, AddressOf addressOf) {
     return std::nullopt;
 }
 
+std::optional<unsigned> windowChannelOf(reg::Address address) {
+    const auto channel = channelOf(address, reg::windowLow);
+    return channel ? channel : channelOf(address, reg::windowHigh);
+}
+
 // Registers that affect what is recorded, and whether.
 bool shapesRecording(reg::Address address) {
     return channelOf(address, reg::stmControl) ||
@@ -124,8 +129,7 @@ void Unit::write(std::uint32_t kind, reg::Address address, std::uint32_t value) 
         programGenerator(word);
     } else if (channelOf(address, reg::errorA) || channelOf(address, reg::errorB)) {
         errorsCleared = true;
-    } else if (auto channel = channelOf(address, reg::windowLow);
-               channel || (channel = channelOf(address, reg::windowHigh))) {
+    } else if (const auto channel = windowChannelOf(address)) {
         counters[*channel].windowStart = sampleNow();
         counters[*channel].pending = true;
     } else if (const auto control = channelOf(address, reg::stmControl)) {

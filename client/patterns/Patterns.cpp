@@ -2,6 +2,7 @@
 
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uLog.h"
+#include "rcvr/framework/TracePatterns.h"
 
 #include <array>
 #include <iterator>
@@ -14,36 +15,18 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-using Word = std::uint16_t;
+namespace words = Vx::Qrs::Trace::patterns;
 
-// On one pin every pattern but the unit's ramp is a plain alternation.
-constexpr std::array<Word, 1> alternation{0x5555};
-
-constexpr std::array<Word, 1> f0TwoPins{0x3333};
-constexpr std::array<Word, 1> f0FourPins{0x0F0F};
-constexpr PatternImages f0Images{alternation, f0TwoPins, f0FourPins, "unsupported number of pins for f0 pattern"};
-
-constexpr std::array<Word, 1> a5TwoPins{0x6666};
-constexpr std::array<Word, 1> a5FourPins{0x5A5A};
-constexpr PatternImages a5Images{alternation, a5TwoPins, a5FourPins, "unsupported number of pins for a5 pattern"};
-
-constexpr std::array<Word, 3> ff0AnyPins{0x0FF0, 0xFF0F, 0xF0FF};
-constexpr PatternImages ff0Images{ff0AnyPins, ff0AnyPins, ff0AnyPins, nullptr};
-
-constexpr std::array<Word, 1> ramp0TwoPins{0x1B1B};
-constexpr std::array<Word, 4> ramp0FourPins{0x0123, 0x4567, 0x89AB, 0xCDEF};
-constexpr PatternImages ramp0Images{alternation, ramp0TwoPins, ramp0FourPins,
+constexpr PatternImages f0Images{words::alternation, words::f0TwoPins, words::f0FourPins,
+                                 "unsupported number of pins for f0 pattern"};
+constexpr PatternImages a5Images{words::alternation, words::a5TwoPins, words::a5FourPins,
+                                 "unsupported number of pins for a5 pattern"};
+constexpr PatternImages ff0Images{words::ff0, words::ff0, words::ff0, nullptr};
+constexpr PatternImages ramp0Images{words::alternation, words::rampTwoPins, words::rampFourPins,
                                     "unsupported number of pins for ramp pattern"};
-
-constexpr std::array<Word, 1> ramp1OnePin{0xAAAA};
-constexpr std::array<Word, 1> ramp1TwoPins{0x6C6C};
-constexpr std::array<Word, 4> ramp1FourPins{0x1234, 0x5678, 0x9ABC, 0xDEF0};
-constexpr PatternImages ramp1Images{ramp1OnePin, ramp1TwoPins, ramp1FourPins,
+constexpr PatternImages ramp1Images{words::unitRampOnePin, words::unitRampTwoPins, words::unitRampFourPins,
                                     "unsupported number of pins ramp pattern"};
-
-constexpr std::array<Word, 3> walkTwoPins{0x1861, 0x8618, 0x6186};
-constexpr std::array<Word, 5> walkFourPins{0x0124, 0x8012, 0x4801, 0x2480, 0x1248};
-constexpr PatternImages walkImages{alternation, walkTwoPins, walkFourPins,
+constexpr PatternImages walkImages{words::alternation, words::walkTwoPins, words::walkFourPins,
                                    "unsupported number of pins walking 1 pattern"};
 
 constexpr double ff0OnesRatio = 2.0 / 3.0;
