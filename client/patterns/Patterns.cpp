@@ -17,6 +17,8 @@ namespace {
 
 namespace words = Vx::Qrs::Trace::patterns;
 
+using words::Word;
+
 constexpr PatternImages f0Images{words::alternation, words::f0TwoPins, words::f0FourPins,
                                  "unsupported number of pins for f0 pattern"};
 constexpr PatternImages a5Images{words::alternation, words::a5TwoPins, words::a5FourPins,

@@ -1,6 +1,6 @@
 #include "diagnosis/Diagnosis.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
-#include "tests/unit/toolkit/TempFolder.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -26,12 +26,12 @@ protected:
         folder.write("board.freq0.cal.txt", drawn::report({{6, 5}, {0x7FFFFFFF, 0x7FFFFFFF}}));
     }
 
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
 };
 
 TEST_F(ARunWithAStuckPin, IsJudgedFromItsFolderItsStemAndItsFiles) {
     for (const char* place : {"", "board", "board.freq0.cap.txt"}) {
-        const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(folder.path() / place);
+        const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(folder.path / place);
         const diagnosis::Diagnosis found = diagnosis::diagnose(set);
         ASSERT_EQ(found.findings.size(), 1U) << place;
         EXPECT_EQ(found.findings[0].kind, diagnosis::FindingKind::PinStuck);
@@ -41,16 +41,16 @@ TEST_F(ARunWithAStuckPin, IsJudgedFromItsFolderItsStemAndItsFiles) {
 }
 
 TEST_F(ARunWithAStuckPin, IsReportedAsTextAsJsonAndAsAPage) {
-    const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(folder.path());
+    const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(folder.path);
     const diagnosis::Diagnosis found = diagnosis::diagnose(set);
     EXPECT_THAT(diagnosis::diagnosisText(set, found), HasSubstr("fault: data 2 (EMU3) is stuck at 0\n"));
     EXPECT_EQ(diagnosis::diagnosisJson(set, found).at("findings").at(0).at("kind"), "pin-stuck");
     EXPECT_THAT(diagnosis::reportPage(set, found), HasSubstr("Data 2 (EMU3) is stuck at 0"));
-    EXPECT_TRUE(std::filesystem::exists(diagnosis::writeReport(folder.path(), {}, false).file));
+    EXPECT_TRUE(std::filesystem::exists(diagnosis::writeReport(folder.path, {}, false).file));
 }
 
 TEST_F(ARunWithAStuckPin, LeavesABurstThatCanBeExported) {
-    const diagnosis::Burst burst = diagnosis::readBurst(folder.file("board.freq0.cap.txt"));
+    const diagnosis::Burst burst = diagnosis::readBurst(folder.path / "board.freq0.cap.txt");
     std::ostringstream picture;
     diagnosis::writeSvg(picture, burst, diagnosis::partOf(burst, 0, 100, {}), "a burst");
     EXPECT_THAT(picture.str(), StartsWith("<svg"));

@@ -1,4 +1,4 @@
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/OutputFiles.h"
@@ -34,56 +34,57 @@ std::string textOf(Work&& work) {
     return "no failure";
 }
 
-std::size_t entriesIn(const TempFolder& folder) {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()));
+std::size_t entriesIn(const test_support::TemporaryFolder& folder) {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.path), fs::directory_iterator()));
 }
 
 TEST(OutputFile, ANewOneIsAcceptedAndNotLeftBehind) {
-    const TempFolder folder;
-    EXPECT_EQ(codeOf([&] { testOutputFile(folder.file("new.tdf"), false); }), ExitCode::Done);
-    EXPECT_FALSE(fs::exists(folder.file("new.tdf")));
+    const test_support::TemporaryFolder folder;
+    EXPECT_EQ(codeOf([&] { testOutputFile(folder.path / "new.tdf", false); }), ExitCode::Done);
+    EXPECT_FALSE(fs::exists(folder.path / "new.tdf"));
 }
 
 TEST(OutputFile, ItsFolderHasToBeThere) {
-    const TempFolder folder;
-    const fs::path file = folder.file("sub") / "new.tdf";
+    const test_support::TemporaryFolder folder;
+    const fs::path file = (folder.path / "sub") / "new.tdf";
     EXPECT_EQ(codeOf([&] { testOutputFile(file, true); }), ExitCode::OutputUnwritable);
     EXPECT_THAT(textOf([&] { testOutputFile(file, true); }),
-                HasSubstr("the folder " + folder.file("sub").string() + " does not exist; make it or give another"));
+                HasSubstr("the folder " + (folder.path / "sub").string() + " does not exist; make it or give another"));
     EXPECT_EQ(entriesIn(folder), 0U);
 }
 
 TEST(OutputFile, AnExistingOneIsRefusedAndStays) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("old.bin", "kept");
     EXPECT_EQ(codeOf([&] { testOutputFile(file, false); }), ExitCode::OutputExists);
     EXPECT_EQ(readText(file), "kept");
 }
 
 TEST(OutputFile, ForceAcceptsAnExistingOneAndLeavesItForNow) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("old.bin", "kept");
     EXPECT_EQ(codeOf([&] { testOutputFile(file, true); }), ExitCode::Done);
     EXPECT_EQ(readText(file), "kept");
 }
 
 TEST(OutputFile, AFolderIsNoFile) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     for (const bool force : {false, true}) {
-        EXPECT_EQ(codeOf([&] { testOutputFile(folder.path(), force); }), ExitCode::OutputUnwritable);
-        EXPECT_THAT(textOf([&] { testOutputFile(folder.path(), force); }), HasSubstr(" is a folder; give the name"));
+        EXPECT_EQ(codeOf([&] { testOutputFile(folder.path, force); }), ExitCode::OutputUnwritable);
+        EXPECT_THAT(textOf([&] { testOutputFile(folder.path, force); }), HasSubstr(" is a folder; give the name"));
     }
 }
 
 TEST(OutputFile, AFileInTheWayOfItsFolderIsUnwritable) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("wall", "");
-    EXPECT_EQ(codeOf([&] { testOutputFile(folder.file("wall") / "x.bin", false); }), ExitCode::OutputUnwritable);
-    EXPECT_THAT(textOf([&] { testOutputFile(folder.file("wall") / "x.bin", false); }), HasSubstr(" is a file, not a"));
+    EXPECT_EQ(codeOf([&] { testOutputFile((folder.path / "wall") / "x.bin", false); }), ExitCode::OutputUnwritable);
+    EXPECT_THAT(textOf([&] { testOutputFile((folder.path / "wall") / "x.bin", false); }),
+                HasSubstr(" is a file, not a"));
 }
 
 TEST(OutputFile, AWriterThatFailsLeavesTheOldFileAndNothingElse) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("old.bin", "kept");
     EXPECT_EQ(codeOf([&] {
                   writeOutputFile(file, [](std::ostream& out) {
@@ -99,7 +100,7 @@ TEST(OutputFile, AWriterThatFailsLeavesTheOldFileAndNothingElse) {
 }
 
 TEST(OutputFile, ACompleteOneTakesTheOldOnesPlaceAndItsPermissions) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("old.bin", "old");
     fs::permissions(file, fs::perms::group_all | fs::perms::others_all, fs::perm_options::remove);
     const fs::perms before = fs::status(file).permissions();
@@ -114,29 +115,29 @@ TEST(OutputFile, ACompleteOneTakesTheOldOnesPlaceAndItsPermissions) {
 }
 
 TEST(OutputFile, AFileOfTheTemporaryNameIsNotTouched) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("x.part1.bin", "kept");
-    writeOutputFile(folder.file("x.bin"), [](std::ostream& out) { out << "new"; });
-    EXPECT_EQ(readText(folder.file("x.part1.bin")), "kept");
-    EXPECT_EQ(readText(folder.file("x.bin")), "new");
+    writeOutputFile(folder.path / "x.bin", [](std::ostream& out) { out << "new"; });
+    EXPECT_EQ(readText(folder.path / "x.part1.bin"), "kept");
+    EXPECT_EQ(readText(folder.path / "x.bin"), "new");
 }
 
 TEST(OutputFile, BehindALinkTheFileItselfIsReplaced) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("real.bin", "old");
     std::error_code failed;
-    fs::create_symlink("real.bin", folder.file("link.bin"), failed);
+    fs::create_symlink("real.bin", folder.path / "link.bin", failed);
     if (failed) {
         GTEST_SKIP() << "this system has no symbolic links for everybody: " << failed.message();
     }
-    writeOutputFile(folder.file("link.bin"), [](std::ostream& out) { out << "new"; });
-    EXPECT_TRUE(fs::is_symlink(folder.file("link.bin")));
+    writeOutputFile(folder.path / "link.bin", [](std::ostream& out) { out << "new"; });
+    EXPECT_TRUE(fs::is_symlink(folder.path / "link.bin"));
     EXPECT_EQ(readText(file), "new");
 }
 
 TEST(OutputFile, NamesMayHaveLettersOfAllKinds) {
-    const TempFolder folder;
-    const fs::path place = folder.path() / filePath("mein Gerät Ω");
+    const test_support::TemporaryFolder folder;
+    const fs::path place = folder.path / filePath("mein Gerät Ω");
     fs::create_directory(place);
     const fs::path file = place / filePath("Größe ₂.vcd");
     testOutputFile(file, false);
@@ -156,16 +157,16 @@ ExitCode codeOfOver(const fs::path& input, const fs::path& output) {
 }
 
 TEST(CommandFilesTest, AnInputIsNoOutputWhateverItIsCalled) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("in.bin", "kept");
-    fs::create_directory(folder.file("sub"));
-    fs::create_hard_link(file, folder.file("hard.bin"));
-    std::vector<fs::path> names{file, folder.path() / "." / "in.bin", folder.file("sub") / ".." / "in.bin",
-                                folder.file("hard.bin")};
+    fs::create_directory(folder.path / "sub");
+    fs::create_hard_link(file, folder.path / "hard.bin");
+    std::vector<fs::path> names{file, folder.path / "." / "in.bin", (folder.path / "sub") / ".." / "in.bin",
+                                (folder.path / "hard.bin")};
     std::error_code failed;
-    fs::create_symlink(file, folder.file("soft.bin"), failed);
+    fs::create_symlink(file, folder.path / "soft.bin", failed);
     if (!failed) { // not on every system for everybody
-        names.push_back(folder.file("soft.bin"));
+        names.push_back(folder.path / "soft.bin");
     }
     for (const fs::path& name : names) {
         EXPECT_EQ(codeOfOver(file, name), ExitCode::Usage) << name;
@@ -180,28 +181,28 @@ TEST(CommandFilesTest, AnInputIsNoOutputWhateverItIsCalled) {
 }
 
 TEST(CommandFilesTest, AnotherFileAndAnInputThatIsNotThereDoNoHarm) {
-    const TempFolder folder;
-    EXPECT_EQ(codeOfOver(folder.write("in.bin", ""), folder.file("out.bin")), ExitCode::Done);
-    EXPECT_EQ(codeOfOver(folder.file("missing.bin"), folder.file("out.bin")), ExitCode::Done);
+    const test_support::TemporaryFolder folder;
+    EXPECT_EQ(codeOfOver(folder.write("in.bin", ""), folder.path / "out.bin"), ExitCode::Done);
+    EXPECT_EQ(codeOfOver(folder.path / "missing.bin", folder.path / "out.bin"), ExitCode::Done);
     EXPECT_EQ(codeOfOver({}, folder.write("old.bin", "")), ExitCode::Done);
 }
 
 TEST(CommandFilesTest, TwoOutputsOfOneFileAreRefusedBeforeAndAfterItExists) {
-    const TempFolder folder;
-    fs::create_directory(folder.file("sub"));
+    const test_support::TemporaryFolder folder;
+    fs::create_directory(folder.path / "sub");
     for (const char* kind : {"new", "old"}) {
         CommandFiles files(true);
-        files.write(folder.file("x.bin"));
-        files.write(folder.file("y.bin"));
-        EXPECT_EQ(codeOf([&] { files.write(folder.file("x.bin")); }), ExitCode::Usage) << kind;
-        EXPECT_EQ(codeOf([&] { files.write(folder.file("sub") / ".." / "y.bin"); }), ExitCode::Usage) << kind;
+        files.write(folder.path / "x.bin");
+        files.write(folder.path / "y.bin");
+        EXPECT_EQ(codeOf([&] { files.write(folder.path / "x.bin"); }), ExitCode::Usage) << kind;
+        EXPECT_EQ(codeOf([&] { files.write((folder.path / "sub") / ".." / "y.bin"); }), ExitCode::Usage) << kind;
         folder.write("x.bin", "");
         folder.write("y.bin", "");
     }
 }
 
 TEST(CommandFilesTest, OnlyWhatTheCommandMayOverwriteNeedsNoForce) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("old.bin", "");
     CommandFiles files(false);
     EXPECT_EQ(codeOf([&] { files.write(file); }), ExitCode::OutputExists);
@@ -209,40 +210,40 @@ TEST(CommandFilesTest, OnlyWhatTheCommandMayOverwriteNeedsNoForce) {
 }
 
 TEST(DiskIsFullTest, AFolderWithRoomIsNotFullAndIsLeftAsItWas) {
-    const TempFolder folder;
-    EXPECT_FALSE(diskIsFull(folder.path()));
-    EXPECT_FALSE(diskIsFull(folder.file("missing")));
+    const test_support::TemporaryFolder folder;
+    EXPECT_FALSE(diskIsFull(folder.path));
+    EXPECT_FALSE(diskIsFull(folder.path / "missing"));
     EXPECT_EQ(entriesIn(folder), 0U);
 }
 
 TEST(MadeFoldersTest, WhatWasMadeGoesAgainUnlessItHoldsSomething) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     MadeFolders made;
-    EXPECT_TRUE(made.make(folder.file("a")));
-    EXPECT_TRUE(made.make(folder.file("a") / "b"));
-    EXPECT_TRUE(made.make(folder.file("a") / "b" / "c"));
-    EXPECT_TRUE(made.make(folder.file("a") / "d"));
-    EXPECT_TRUE(made.make(folder.path())) << "it is there already";
+    EXPECT_TRUE(made.make(folder.path / "a"));
+    EXPECT_TRUE(made.make((folder.path / "a") / "b"));
+    EXPECT_TRUE(made.make((folder.path / "a") / "b" / "c"));
+    EXPECT_TRUE(made.make((folder.path / "a") / "d"));
+    EXPECT_TRUE(made.make(folder.path)) << "it is there already";
     folder.write("a/d/kept.txt", "");
     made.removeEmpty();
-    EXPECT_FALSE(fs::exists(folder.file("a") / "b"));
-    EXPECT_TRUE(fs::exists(folder.file("a") / "d" / "kept.txt"));
-    EXPECT_TRUE(fs::exists(folder.path()));
+    EXPECT_FALSE(fs::exists((folder.path / "a") / "b"));
+    EXPECT_TRUE(fs::exists((folder.path / "a") / "d" / "kept.txt"));
+    EXPECT_TRUE(fs::exists(folder.path));
 }
 
 TEST(MadeFoldersTest, NoneIsMadeAboveTheOneThatIsWanted) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     MadeFolders made;
-    EXPECT_FALSE(made.make(folder.file("a") / "b"));
-    EXPECT_FALSE(fs::exists(folder.file("a")));
+    EXPECT_FALSE(made.make((folder.path / "a") / "b"));
+    EXPECT_FALSE(fs::exists(folder.path / "a"));
 }
 
 TEST(MadeFoldersTest, AFileInTheWayIsTold) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("wall", "");
     MadeFolders made;
-    EXPECT_FALSE(made.make(folder.file("wall") / "a"));
-    EXPECT_FALSE(made.make(folder.file("wall")));
+    EXPECT_FALSE(made.make((folder.path / "wall") / "a"));
+    EXPECT_FALSE(made.make(folder.path / "wall"));
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/TextFile.h"
 
@@ -8,18 +8,18 @@ namespace toolkit {
 namespace {
 
 TEST(ReadText, CanBeginAtAnOffsetAndStopAtALimit) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("a.txt", "0123456789");
-    EXPECT_EQ(readText(folder.file("a.txt")), "0123456789");
-    EXPECT_EQ(readText(folder.file("a.txt"), 4), "456789");
-    EXPECT_EQ(readText(folder.file("a.txt"), 4, 3), "456");
-    EXPECT_EQ(readText(folder.file("a.txt"), 20), "");
+    EXPECT_EQ(readText(folder.path / "a.txt"), "0123456789");
+    EXPECT_EQ(readText(folder.path / "a.txt", 4), "456789");
+    EXPECT_EQ(readText(folder.path / "a.txt", 4, 3), "456");
+    EXPECT_EQ(readText(folder.path / "a.txt", 20), "");
 }
 
 TEST(ReadText, AMissingFileAndAFolderAreNamed) {
-    const TempFolder folder;
-    EXPECT_THROW(readText(folder.file("none.txt")), Failure);
-    EXPECT_THROW(readText(folder.path()), Failure);
+    const test_support::TemporaryFolder folder;
+    EXPECT_THROW(readText(folder.path / "none.txt"), Failure);
+    EXPECT_THROW(readText(folder.path), Failure);
 }
 
 TEST(Damaged, NamesFileLineAndWhat) {

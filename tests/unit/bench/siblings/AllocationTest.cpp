@@ -5,7 +5,7 @@
 #include "rcvr/framework/IXmtrLibrary.h"
 #include "tests/support/allocation/MemoryShortage.h"
 #include "tests/support/bench_run/Environment.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -40,7 +40,7 @@ protected:
     void SetUp() override {
         setVariable("ORV_BENCH_DEVICES", ORV_SOURCE_DIR "/bench/scenarios/devices.toml");
         setVariable("ORV_BENCH_SCENARIO", ORV_SOURCE_DIR "/bench/scenarios/bad-memory.toml");
-        setVariable("ORV_BENCH_DIR", folder.path().string().c_str());
+        setVariable("ORV_BENCH_DIR", folder.path.string().c_str());
     }
     void TearDown() override {
         for (const char* name : {"ORV_BENCH_DEVICES", "ORV_BENCH_SCENARIO", "ORV_BENCH_DIR"}) {
@@ -68,7 +68,7 @@ protected:
         }
     }
 
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
 };
 
 TEST_F(FailingAllocation, TheDeviceIdentificationIsCompleteOrNull) {

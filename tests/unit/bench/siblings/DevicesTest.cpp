@@ -1,7 +1,7 @@
 #include "bench/siblings/DeviceDatabase.h"
 #include "bench/siblings/PartIdentifier.h"
 #include "bench/siblings/TargetAdapter.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -102,7 +102,7 @@ TEST(Identifier, AnUnknownDeviceHasNoEntries) {
 }
 
 std::string loadFailure(const std::string& text) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     try {
         DeviceDatabase::load(folder.write("d.toml", text));
     } catch (const DeviceDatabaseError& error) {

@@ -1,5 +1,5 @@
 #include "bench/siblings/XmtrLibrary.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -16,7 +16,8 @@ using VX_QRS::uSocket;
 /// A side server that answers from a script and keeps the requests. It ends with its one client.
 class FakeServer {
 public:
-    FakeServer(const TempFolder& folder, std::vector<std::string> replies) : answers(std::move(replies)) {
+    FakeServer(const test_support::TemporaryFolder& folder, std::vector<std::string> replies)
+        : answers(std::move(replies)) {
         EXPECT_EQ(listener.listen(0), uSocket::done);
         folder.write("side.port", std::to_string(listener.localPort()) + "\n");
         thread = std::thread([this] { serve(); });
@@ -78,9 +79,9 @@ int programOnePin(XmtrLibrary& library) {
 }
 
 TEST(XmtrLibraryTest, ProgrammingReachesTheServer) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     FakeServer server(folder, {"ok\n", "ok\n", "ok\r\n", "ok\n", "ok\n"});
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), (folder.path / "side.port").string());
     EXPECT_EQ(programOnePin(library), 0);
     EXPECT_EQ(library.applyEnd(0, true), 0);
     EXPECT_EQ(library.flushBuffer(0), 0);
@@ -92,22 +93,22 @@ TEST(XmtrLibraryTest, ProgrammingReachesTheServer) {
 }
 
 TEST(XmtrLibraryTest, AnErrorAnswerIsAFailure) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     FakeServer server(folder, {"err no such pin\n"});
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), (folder.path / "side.port").string());
     EXPECT_GT(programOnePin(library), 2);
 }
 
 TEST(XmtrLibraryTest, WithoutAServerThePinsHaveNoSignal) {
-    const TempFolder folder;
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
+    const test_support::TemporaryFolder folder;
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), (folder.path / "side.port").string());
     EXPECT_EQ(programOnePin(library), xmtr_result::noBench);
     EXPECT_EQ(library.shutdownPort(0), xmtr_result::noBench);
 }
 
 TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneEnded) {
-    const TempFolder folder;
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
+    const test_support::TemporaryFolder folder;
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), (folder.path / "side.port").string());
     {
         FakeServer first(folder, {"ok\n"});
         EXPECT_EQ(library.flushBuffer(0), 0);
@@ -120,9 +121,9 @@ TEST(XmtrLibraryTest, ANewServerIsFoundAfterTheOldOneEnded) {
 }
 
 TEST(XmtrLibraryTest, ClearedStatusBitsReturnOnlyAfterTheyWereZero) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     FakeServer server(folder, {"ok 1073741825\n", "ok 0x40000001\n", "ok 1\n", "ok 1073741825\n"});
-    XmtrLibrary library(scenarioOf(ExportKind::Pti), folder.file("side.port").string());
+    XmtrLibrary library(scenarioOf(ExportKind::Pti), (folder.path / "side.port").string());
     std::uint32_t status = 0;
     EXPECT_EQ(library.getTraceStatus(0, &status), 0);
     EXPECT_EQ(status, 0x40000001U);
@@ -136,11 +137,11 @@ TEST(XmtrLibraryTest, ClearedStatusBitsReturnOnlyAfterTheyWereZero) {
 }
 
 TEST(XmtrLibraryTest, TheKindServesBothItsReaders) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const std::pair<ExportKind, unsigned> kinds[] = {
         {ExportKind::Pti, 1}, {ExportKind::Tpiu, 4}, {ExportKind::TpiuLite, 5}};
     for (const auto& [kind, number] : kinds) {
-        XmtrLibrary library(scenarioOf(kind), folder.file("side.port").string());
+        XmtrLibrary library(scenarioOf(kind), (folder.path / "side.port").string());
         unsigned answer = 0;
         EXPECT_EQ(library.getTransmitterKind(0, &answer), 0);
         EXPECT_EQ(answer, number);
@@ -150,9 +151,9 @@ TEST(XmtrLibraryTest, TheKindServesBothItsReaders) {
 }
 
 TEST(XmtrLibraryTest, ScriptedFailuresAffectEveryCallOrTheNamedOne) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     XmtrLibrary library(scenarioOf(ExportKind::Pti, {"setPortWidth", "getNumFrequencySettings:2"}),
-                        folder.file("side.port").string());
+                        (folder.path / "side.port").string());
     EXPECT_EQ(library.setPortWidth(0, 1), xmtr_result::scripted);
     EXPECT_EQ(library.setPortWidth(0, 1), xmtr_result::scripted);
     unsigned count = 0;
@@ -163,8 +164,8 @@ TEST(XmtrLibraryTest, ScriptedFailuresAffectEveryCallOrTheNamedOne) {
 }
 
 TEST(XmtrLibraryTest, TheExportSettingsOfTheTargetAreAccepted) {
-    const TempFolder folder;
-    XmtrLibrary library(scenarioOf(ExportKind::Tpiu), folder.file("side.port").string());
+    const test_support::TemporaryFolder folder;
+    XmtrLibrary library(scenarioOf(ExportKind::Tpiu), (folder.path / "side.port").string());
     unsigned value = 1;
     unsigned size = 0;
     EXPECT_EQ(library.getExportFrameLimits(0, &value, &size), 0);

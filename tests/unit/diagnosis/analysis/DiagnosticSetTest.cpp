@@ -1,6 +1,6 @@
 #include "diagnosis/analysis/DiagnosticSet.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
-#include "tests/unit/toolkit/TempFolder.h"
 #include "toolkit/ExitCode.h"
 
 #include <gmock/gmock.h>
@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-void writeRun(const TempFolder& folder, const std::string& stem) {
+void writeRun(const test_support::TemporaryFolder& folder, const std::string& stem) {
     folder.write(stem + ".freq1.cal.txt", drawn::report({{2, 1}}));
     folder.write(stem + ".freq10.cal.txt", drawn::report({{2, 1}}));
     folder.write(stem + ".freq2.cap.txt", drawn::burst({"0011", "0101"}));
@@ -35,9 +35,9 @@ toolkit::Failure failureAt(const std::filesystem::path& place) {
 }
 
 TEST(DiagnosticSet, AttemptsStandInTheOrderOfTheirTries) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     writeRun(folder, "run");
-    const DiagnosticSet set = readDiagnostics(folder.path());
+    const DiagnosticSet set = readDiagnostics(folder.path);
     EXPECT_EQ(set.name, "run");
     ASSERT_EQ(set.attempts.size(), 3U);
     EXPECT_EQ(set.attempts[0].setting, 10U);
@@ -56,12 +56,12 @@ TEST(DiagnosticSet, AttemptsStandInTheOrderOfTheirTries) {
 }
 
 TEST(DiagnosticSet, AStemAFileAndAFolderAboveGiveTheSame) {
-    const TempFolder folder;
-    std::filesystem::create_directories(folder.path() / "a" / "b");
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path / "a" / "b");
     folder.write("a/b/run.freq1.cal.txt", drawn::report({{2, 1}}));
-    const auto stem = folder.path() / "a" / "b" / "run";
+    const auto stem = folder.path / "a" / "b" / "run";
     for (const std::filesystem::path& place :
-         {folder.path(), folder.path() / "a" / "b", stem, std::filesystem::path(stem.string() + ".freq1"),
+         {folder.path, folder.path / "a" / "b", stem, std::filesystem::path(stem.string() + ".freq1"),
           std::filesystem::path(stem.string() + ".freq1.cal.txt")}) {
         const DiagnosticSet set = readDiagnostics(place);
         EXPECT_EQ(set.name, "run") << place;
@@ -70,10 +70,10 @@ TEST(DiagnosticSet, AStemAFileAndAFolderAboveGiveTheSame) {
 }
 
 TEST(DiagnosticSet, ADamagedFileIsLeftOutAndNamed) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     writeRun(folder, "run");
     folder.write("run.freq1.cal.txt", "exportFrequency=banana\n");
-    const DiagnosticSet set = readDiagnostics(folder.file("run"));
+    const DiagnosticSet set = readDiagnostics(folder.path / "run");
     ASSERT_EQ(set.troubles.size(), 1U);
     EXPECT_THAT(set.troubles[0], HasSubstr("run.freq1.cal.txt:1: expected exportFrequency=NUMBER Hz"));
     EXPECT_EQ(set.attempts.size(), 3U);
@@ -81,21 +81,21 @@ TEST(DiagnosticSet, ADamagedFileIsLeftOutAndNamed) {
 }
 
 TEST(DiagnosticSet, AFolderWithoutFilesAndOneWithSeveralRecordingsAreRefused) {
-    const TempFolder folder;
-    EXPECT_EQ(failureAt(folder.path()).code, toolkit::ExitCode::BadInput);
-    EXPECT_THAT(failureAt(folder.file("none")).what(), HasSubstr("no diagnostic files at "));
+    const test_support::TemporaryFolder folder;
+    EXPECT_EQ(failureAt(folder.path).code, toolkit::ExitCode::BadInput);
+    EXPECT_THAT(failureAt(folder.path / "none").what(), HasSubstr("no diagnostic files at "));
     writeRun(folder, "one");
     writeRun(folder, "two");
-    const toolkit::Failure several = failureAt(folder.path());
+    const toolkit::Failure several = failureAt(folder.path);
     EXPECT_EQ(several.code, toolkit::ExitCode::Usage);
     EXPECT_THAT(several.what(), HasSubstr("holds the files of 2 recordings; name one of them: "));
-    EXPECT_EQ(readDiagnostics(folder.file("two")).name, "two");
+    EXPECT_EQ(readDiagnostics(folder.path / "two").name, "two");
 }
 
 TEST(DiagnosticSet, StemsWithMarksOfTheirOwnStayWhole) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("my.freq.board.cal.txt", drawn::report({{2, 1}}));
-    const DiagnosticSet set = readDiagnostics(folder.path());
+    const DiagnosticSet set = readDiagnostics(folder.path);
     EXPECT_EQ(set.name, "my.freq.board");
     EXPECT_TRUE(set.base.cal);
 }

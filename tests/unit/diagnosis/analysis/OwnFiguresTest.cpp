@@ -1,6 +1,6 @@
 #include "diagnosis/analysis/OwnFigures.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
-#include "tests/unit/toolkit/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -63,7 +63,7 @@ TEST(OwnFigures, WithoutALogTheBurstTellsThatTheVoteFailed) {
 }
 
 TEST(OwnFigures, AreAllThatASetShows) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("x.freq2.cal.txt", drawn::report({{6, 5}, {6, 5}}));
     std::string burst =
         drawn::burst({drawn::square(samples, 14, 3), std::string(samples, '0'), std::string(samples, '0')});
@@ -72,7 +72,7 @@ TEST(OwnFigures, AreAllThatASetShows) {
     }
     folder.write("x.freq2.cap.txt", burst);
     folder.write("x.freq1.cal.txt", drawn::report({{6, 5}, {6, 5}}));
-    const DiagnosticSet set = readDiagnostics(folder.path());
+    const DiagnosticSet set = readDiagnostics(folder.path);
     ASSERT_EQ(set.attempts.size(), 2U);
     EXPECT_TRUE(set.attempts[0].cal->figuresLeftOut);
     EXPECT_FALSE(set.attempts[0].cal->pins[1].holdMargin);
@@ -82,13 +82,13 @@ TEST(OwnFigures, AreAllThatASetShows) {
 }
 
 TEST(OwnFigures, BelowTheSlowestAnalysedClockAreTheRegisters) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const std::string slow = drawn::head("9.00 MHz", "155.56 ");
     folder.write("x.freq1.cal.txt", drawn::report({{6, 5}}));
     folder.write("x.freq1.reg.txt", drawn::registers({9, 10}));
     folder.write("x.freq0.cal.txt", drawn::report({{6, 5}}, slow));
     folder.write("x.reg.txt", drawn::registers({0, 0}));
-    const DiagnosticSet set = readDiagnostics(folder.path());
+    const DiagnosticSet set = readDiagnostics(folder.path);
     EXPECT_EQ(set.attempts[0].cal->pins[0].delay, 1) << "at a rate that is analysed the report holds";
     EXPECT_EQ(set.attempts[1].cal->pins[0].delay, 9) << "what the attempt before left in the unit";
     EXPECT_FALSE(set.attempts[1].cal->pins[1].holdMargin) << "no margin is measured";

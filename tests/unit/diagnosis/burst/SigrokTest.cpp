@@ -1,6 +1,6 @@
 #include "diagnosis/burst/BurstExport.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
-#include "tests/unit/toolkit/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -29,14 +29,14 @@ std::string randomLevels(std::mt19937& random, std::size_t samples) {
 }
 
 /// A byte for each sample as sigrok takes them, bit i for the i-th wire. `rate` is the one that it has to report.
-std::string importedBySigrok(const TempFolder& folder, const std::filesystem::path& file, const std::string& input,
-                             const std::string& rate) {
-    const std::string out = folder.file("samples").string();
+std::string importedBySigrok(const test_support::TemporaryFolder& folder, const std::filesystem::path& file,
+                             const std::string& input, const std::string& rate) {
+    const std::string out = (folder.path / "samples").string();
     const std::string command = "sigrok-cli -I '" + input + "' -i '" + file.string() + "' -O binary -o '" + out +
-                                "' 2>'" + folder.file("errors").string() + "'";
+                                "' 2>'" + (folder.path / "errors").string() + "'";
     const int status = std::system(command.c_str());
     EXPECT_EQ(status, 0) << "is the package sigrok-cli installed (tools/install-packages test)? "
-                         << readAll(folder.file("errors"));
+                         << readAll(folder.path / "errors");
     std::string bytes = readAll(out);
     const std::string head = "META samplerate: " + rate + "\n";
     EXPECT_EQ(bytes.substr(0, head.size()), head);
@@ -53,11 +53,11 @@ TEST(Sigrok, ReadsTheSamplesThatTheBurstHolds) {
     const std::size_t from = 500;
     const std::size_t to = 1500;
     const BurstPart part = partOf(burst, from, to, "");
-    const TempFolder folder;
-    std::ofstream out(folder.file("burst.vcd"), std::ios::binary);
+    const test_support::TemporaryFolder folder;
+    std::ofstream out(folder.path / "burst.vcd", std::ios::binary);
     writeVcd(out, burst, part);
     out.close();
-    const std::string bytes = importedBySigrok(folder, folder.file("burst.vcd"), "vcd", "1000000000000");
+    const std::string bytes = importedBySigrok(folder, folder.path / "burst.vcd", "vcd", "1000000000000");
     const std::size_t start = picosecondsOf(burst, from);
     ASSERT_EQ(bytes.size(), picosecondsOf(burst, to) - start);
     for (std::size_t sample = from; sample < to; ++sample) {
@@ -80,12 +80,12 @@ TEST(Sigrok, TakesValuesSampleBySample) {
         levels.push_back(randomLevels(random, 4000));
     }
     const Burst burst = parseBurst(drawn::burst(levels), "x");
-    const TempFolder folder;
-    std::ofstream out(folder.file("burst.csv"), std::ios::binary);
+    const test_support::TemporaryFolder folder;
+    std::ofstream out(folder.path / "burst.csv", std::ios::binary);
     writeCsv(out, burst, partOf(burst, 0, 0, ""));
     out.close();
     const std::string bytes = importedBySigrok(
-        folder, folder.file("burst.csv"), "csv:header=yes:column_formats=2-,*l:samplerate=1400000000", "1400000000");
+        folder, folder.path / "burst.csv", "csv:header=yes:column_formats=2-,*l:samplerate=1400000000", "1400000000");
     ASSERT_EQ(bytes.size(), 4000U);
     for (std::size_t sample = 0; sample < bytes.size(); ++sample) {
         unsigned expected = 0;

@@ -15,7 +15,7 @@ std::filesystem::path scenarioFolder() {
 
 BenchFiles::BenchFiles(const bench::Scenario& scenario, const std::string& lines,
                        const std::function<void(bench_client::BenchRig&)>& after) {
-    const std::filesystem::path live = folder.path() / "live";
+    const std::filesystem::path live = folder.path / "live";
     std::filesystem::create_directories(live);
     bench_client::BenchRig rig(scenario, live, lines);
     try {

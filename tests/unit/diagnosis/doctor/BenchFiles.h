@@ -3,7 +3,7 @@
 #include "bench/scenarios/Scenario.h"
 #include "diagnosis/doctor/Diagnosis.h"
 #include "tests/support/bench_client/BenchRig.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <functional>
 #include <string>
@@ -18,12 +18,12 @@ public:
 
     diagnosis::DiagnosticSet read() const { return diagnosis::readDiagnostics(place()); }
     diagnosis::Diagnosis diagnose() const { return diagnosis::diagnose(read()); }
-    std::filesystem::path place() const { return folder.path() / "kept"; }
+    std::filesystem::path place() const { return folder.path / "kept"; }
 
     std::string failure; ///< what calibrate threw; empty when it succeeded
 
 private:
-    TempFolder folder;
+    test_support::TemporaryFolder folder;
 };
 
 /// A scenario of the bench by its name.

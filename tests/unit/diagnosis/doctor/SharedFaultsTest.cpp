@@ -222,13 +222,13 @@ TEST(Transmitter, AFailureThatTheLogNamesIsNoMissingClock) {
 }
 
 TEST(Transmitter, AnAttemptThatItEndedHasABurstThatWasNeverTaken) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     std::string burst = drawn::burst({std::string(600, '0'), std::string(600, '0'), std::string(600, '0')});
     for (std::size_t at = burst.find("enable=1"); at != std::string::npos; at = burst.find("enable=1", at)) {
         burst.replace(at, 8, "enable=0");
     }
     folder.write("trace.freq1.cap.txt", burst);
-    auto set = diagnosis::readDiagnostics(folder.file("trace"));
+    auto set = diagnosis::readDiagnostics(folder.path / "trace");
     const diagnosis::Diagnosis alone = diagnosis::diagnose(set);
     EXPECT_THAT(alone.findings, IsEmpty()) << "a burst that was never taken shows no dead clock";
     EXPECT_FALSE(alone.judged);

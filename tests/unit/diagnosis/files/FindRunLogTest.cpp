@@ -1,7 +1,7 @@
 #include "diagnosis/analysis/DiagnosticSet.h"
 #include "diagnosis/files/RunLog.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
-#include "tests/unit/toolkit/TempFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -35,10 +35,10 @@ TEST(FindRunLog, ReasonsAreReportedWithoutTheirClasses) {
 }
 
 TEST(FindRunLog, OnlyTheLastConfigurationOfTheSameNameCounts) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const auto found = [&](const std::string& content, const char* stem) {
         folder.write("vx_trace_log_1_2.txt", content);
-        return findRunLog(folder.path(), stem);
+        return findRunLog(folder.path, stem);
     };
     EXPECT_FALSE(found(text, "boar"));
     EXPECT_FALSE(found("", "board"));
@@ -54,18 +54,18 @@ TEST(FindRunLog, OnlyTheLastConfigurationOfTheSameNameCounts) {
 }
 
 TEST(FindRunLog, LogsAreFoundBesideTheFilesAndInTheFolderAbove) {
-    const TempFolder folder;
-    std::filesystem::create_directories(folder.path() / "data");
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path / "data");
     folder.write("data/board.freq1.cal.txt", drawn::report({{6, 5}}));
-    EXPECT_FALSE(readDiagnostics(folder.path()).log);
+    EXPECT_FALSE(readDiagnostics(folder.path).log);
     folder.write("vx_trace_log_11212026_77.txt", text);
     folder.write("vx_trace_log_11212026_78.txt", "nothing of this run\n");
-    const auto above = readDiagnostics(folder.path()).log;
+    const auto above = readDiagnostics(folder.path).log;
     ASSERT_TRUE(above);
     EXPECT_EQ(above->file, "vx_trace_log_11212026_77.txt");
-    std::filesystem::rename(folder.file("vx_trace_log_11212026_77.txt"),
-                            folder.path() / "data" / "vx_trace_log_1_2.txt");
-    EXPECT_TRUE(readDiagnostics(folder.path()).log);
+    std::filesystem::rename(folder.path / "vx_trace_log_11212026_77.txt",
+                            folder.path / "data" / "vx_trace_log_1_2.txt");
+    EXPECT_TRUE(readDiagnostics(folder.path).log);
 }
 
 } // namespace

@@ -17,18 +17,18 @@ std::string readAll(const std::filesystem::path& file) {
 std::string Browser::run(const std::string& page, const std::vector<std::string>& options) const {
     const std::string number = std::to_string(++pages);
     const auto file = folder.write("page" + number + ".html", page);
-    std::string command = "HOME='" + folder.path().string() +
+    std::string command = "HOME='" + folder.path.string() +
                           "' timeout 120 chromium --headless --no-sandbox "
                           "--disable-gpu --disable-quic --no-first-run --disable-background-networking "
                           "--disable-component-update --disable-sync --disable-dev-shm-usage --hide-scrollbars "
                           "--host-resolver-rules='MAP * ~NOTFOUND' --enable-logging=stderr --window-size=1180,2400 "
                           "--user-data-dir='" +
-                          folder.file("profile" + number).string() + "'";
+                          folder.file("profile" + number) + "'";
     for (const std::string& option : options) {
         command += " '" + option + "'";
     }
-    command += " 'file://" + file.string() + "' >'" + folder.file("out" + number).string() + "' 2>'" +
-               folder.file("err" + number).string() + "' </dev/null";
+    command += " 'file://" + file + "' >'" + folder.file("out" + number) + "' 2>'" + folder.file("err" + number) +
+               "' </dev/null";
     if (std::system(command.c_str()) != 0) {
         throw std::runtime_error("chromium failed; is the package installed (tools/install-packages test)? " +
                                  readAll(folder.file("err" + number)));
@@ -58,7 +58,7 @@ std::size_t Browser::picture(const std::string& page, const std::filesystem::pat
 }
 
 std::string Browser::print(const std::string& page) const {
-    const auto pdf = folder.file("page.pdf");
+    const auto pdf = folder.path / "page.pdf";
     run(page, {"--no-pdf-header-footer", "--print-to-pdf=" + pdf.string()});
     return readAll(pdf);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 
 #include <filesystem>
 #include <string>
@@ -24,6 +24,6 @@ public:
 private:
     std::string run(const std::string& page, const std::vector<std::string>& options) const;
 
-    TempFolder folder;
+    test_support::TemporaryFolder folder;
     mutable unsigned pages = 0;
 };

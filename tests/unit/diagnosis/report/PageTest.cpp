@@ -78,11 +78,11 @@ TEST(Page, AGoodCalibrationHasNoRedArrows) {
 }
 
 TEST(Page, AClockWhoseDelayEndsIsMarkedAsALoss) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     std::string text = drawn::report({{14, 1}, {14, 1}}, drawn::head("25.00 MHz", "56.00 "));
     text.replace(text.find("delays=1,"), 9, "delays=31,");
     folder.write("run.freq0.cal.txt", text);
-    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path()));
+    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path));
     EXPECT_GT(count(page, "class=\"cut lost\""), 0U);
     EXPECT_THAT(page, HasSubstr("the middle of the window is beyond the range, which reduces the margins"));
 }
@@ -183,11 +183,11 @@ TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
 }
 
 TEST(Page, TheMarginsAreTheEyesAndTheReceiversSumIsNamedAsItsRule) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const std::string data = drawn::square(8192, 14, 10);
     folder.write("run.freq0.cap.txt", drawn::burst({drawn::square(8192, 14, 3), data}));
     folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
-    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path()));
+    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path));
     EXPECT_THAT(page, HasSubstr("open for 14 samples"));
     EXPECT_EQ(count(page, "<td class=\"n\">7 / 7</td>"), 2U) << "the pin's row and the sum";
     EXPECT_THAT(page, HasSubstr("14 samples stable; the receiver's rule counts 15 of at least 9"));
@@ -195,19 +195,19 @@ TEST(Page, TheMarginsAreTheEyesAndTheReceiversSumIsNamedAsItsRule) {
 }
 
 TEST(Page, WithoutABurstTheEdgesOwnSampleIsNoMarginEither) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
-    EXPECT_THAT(pageOf(diagnosis::readDiagnostics(folder.path())),
+    EXPECT_THAT(pageOf(diagnosis::readDiagnostics(folder.path)),
                 HasSubstr("14 samples stable; the receiver's rule counts 15 of at least 9"));
 }
 
 TEST(Page, FiguresOfAnEarlierAttemptAreNotShown) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     std::string burst = drawn::burst({drawn::square(8192, 14, 3), std::string(8192, '0')});
     burst.replace(burst.find("delay=1"), 7, "delay=0");
     folder.write("run.freq0.cap.txt", burst);
     folder.write("run.freq0.cal.txt", drawn::report({{8, 7}}));
-    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path()));
+    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path));
     EXPECT_THAT(page, AllOf(HasSubstr("unable to detect sampling position"),
                             HasSubstr("Those in its report are from an earlier attempt"), Not(HasSubstr("0.900"))));
     EXPECT_THAT(page, Not(HasSubstr("samples stable")));
@@ -229,14 +229,14 @@ TEST(Page, TheVerificationsTableSaysWhatFits) {
 }
 
 TEST(Page, WhatStandsInTheFilesIsTextAndNeverMarkup) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     std::string text = drawn::report({{6, 5}});
     text.replace(text.find("drmXmtr=pti"), 11, "drmXmtr=<i>&\xff");
     folder.write("a&b.freq0.cal.txt", text);
     folder.write("a&b.freq0.cap.txt", drawn::burst({drawn::square(2000, 14, 3), drawn::square(2000, 14, 9)}));
     folder.write("a&b.cfg", "[Chan<script>]\nx=<script>alert(1)</script>\n");
     folder.write("a&b.cache", "</main>\n");
-    const std::string page = pageOf(diagnosis::readDiagnostics(folder.file("a&b")));
+    const std::string page = pageOf(diagnosis::readDiagnostics(folder.path / "a&b"));
     EXPECT_THAT(page, Not(HasSubstr("<script")));
     EXPECT_THAT(page, Not(HasSubstr("<i>")));
     EXPECT_EQ(count(page, "</main>"), 1U);
@@ -256,7 +256,7 @@ TEST(Page, AnyDamageOfARunsFilesStillGivesAPage) {
         {"run.cfg", "[Channel 0]\novsMargin=2\n"}};
     unsigned whole = 0;
     for (unsigned round = 0; round < 150; ++round) {
-        const TempFolder folder;
+        const test_support::TemporaryFolder folder;
         for (const auto& [name, text] : files) {
             std::string damaged = text;
             // A digit for a digit keeps most files readable, with unexpected figures.
@@ -272,7 +272,7 @@ TEST(Page, AnyDamageOfARunsFilesStillGivesAPage) {
             }
             folder.write(name, damaged);
         }
-        const auto set = diagnosis::readDiagnostics(folder.path());
+        const auto set = diagnosis::readDiagnostics(folder.path);
         whole += set.troubles.empty();
         const std::string page = pageOf(set);
         EXPECT_TRUE(page.ends_with("</html>\n"));
@@ -283,21 +283,21 @@ TEST(Page, AnyDamageOfARunsFilesStillGivesAPage) {
 }
 
 TEST(WriteReport, PutsThePageBesideTheFilesOrIntoTheFolderThatWasGiven) {
-    const TempFolder folder;
-    std::filesystem::create_directories(folder.path() / "deep");
+    const test_support::TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path / "deep");
     folder.write("deep/run.freq0.cal.txt", drawn::report({{6, 5}}));
-    EXPECT_EQ(diagnosis::writeReport(folder.path(), {}, false).file, folder.path() / "run.report.html");
-    EXPECT_EQ(diagnosis::writeReport(folder.path() / "deep" / "run", {}, false).file,
-              folder.path() / "deep" / "run.report.html");
+    EXPECT_EQ(diagnosis::writeReport(folder.path, {}, false).file, folder.path / "run.report.html");
+    EXPECT_EQ(diagnosis::writeReport(folder.path / "deep" / "run", {}, false).file,
+              folder.path / "deep" / "run.report.html");
     try {
-        diagnosis::writeReport(folder.path(), {}, false);
+        diagnosis::writeReport(folder.path, {}, false);
         FAIL();
     } catch (const toolkit::Failure& failure) {
         EXPECT_EQ(failure.code, toolkit::ExitCode::OutputExists);
     }
-    EXPECT_NO_THROW(diagnosis::writeReport(folder.path(), {}, true));
+    EXPECT_NO_THROW(diagnosis::writeReport(folder.path, {}, true));
     try {
-        diagnosis::writeReport(folder.path(), folder.path() / "deep", true);
+        diagnosis::writeReport(folder.path, folder.path / "deep", true);
         FAIL();
     } catch (const toolkit::Failure& failure) {
         EXPECT_EQ(failure.code, toolkit::ExitCode::OutputUnwritable);
@@ -305,10 +305,10 @@ TEST(WriteReport, PutsThePageBesideTheFilesOrIntoTheFolderThatWasGiven) {
 }
 
 TEST(WriteReport, DamagedFilesAreNamedInThePage) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("run.freq0.cal.txt", drawn::report({{6, 5}}));
     folder.write("run.freq0.cap.txt", "nonsense\n");
-    const diagnosis::ReportResult result = diagnosis::writeReport(folder.path(), {}, false);
+    const diagnosis::ReportResult result = diagnosis::writeReport(folder.path, {}, false);
     EXPECT_EQ(result.set.troubles.size(), 1U);
     std::ifstream in(result.file);
     const std::string page{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};

@@ -1,5 +1,5 @@
 #include "host/scenario/ChannelSettingsFile.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/TextFile.h"
 
@@ -35,15 +35,15 @@ TEST(ChannelSettingsFile, TheTextHasTheReceiversOwnForm) {
 }
 
 TEST(ChannelSettingsFile, TheFileHoldsTheTextByteForByte) {
-    const TempFolder folder;
-    writeChannelSettings(ChannelSettings(), folder.file("a.xml"));
-    EXPECT_EQ(toolkit::readText(folder.file("a.xml")), channelSettingsText(ChannelSettings()));
+    const test_support::TemporaryFolder folder;
+    writeChannelSettings(ChannelSettings(), folder.path / "a.xml");
+    EXPECT_EQ(toolkit::readText(folder.path / "a.xml"), channelSettingsText(ChannelSettings()));
 }
 
 TEST(ChannelSettingsFile, AFolderThatIsNotThereIsAnUnwritableOutput) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     try {
-        writeChannelSettings(ChannelSettings(), folder.file("none") / "a.xml");
+        writeChannelSettings(ChannelSettings(), (folder.path / "none") / "a.xml");
         FAIL();
     } catch (const toolkit::Failure& failure) {
         EXPECT_EQ(failure.code, toolkit::ExitCode::OutputUnwritable);

@@ -1,5 +1,5 @@
 #include "host/scenario/ScenarioFile.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "toolkit/ExitCode.h"
 
 #include <gmock/gmock.h>
@@ -10,7 +10,7 @@ namespace {
 using testing::HasSubstr;
 
 TEST(ScenarioFile, WhatTheHostNeedsIsRead) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const Scenario scenario = readScenario(folder.write("a.toml", "name = \"a\"\nabout = \"one\"\ncpu = \"x/y\"\n"
                                                                   "kind = \"tpiu\"\npins = 2\npin_map = \"5,2,3\"\n"
                                                                   "[settings]\nbuffer = 4\nstop_on_full = true\n"
@@ -39,27 +39,26 @@ std::string failureOf(const std::function<void()>& work) {
 }
 
 TEST(ScenarioFile, DamageIsToldWithItsLine) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const auto file = folder.write("bad.toml", "name = \"a\"\ncpu = \n");
     EXPECT_THAT(failureOf([&] { readScenario(file); }), HasSubstr("bad.toml:2: "));
 }
 
 TEST(ScenarioFile, AVariableThatIsNoneOfItsOwnIsRefusedWithLineAndKey) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const auto file = folder.write("bad.toml", "cpu = \"c\"\npin_map = \"$PATH\"\n[environment]\nPATH = \"/evil\"\n");
     EXPECT_EQ(failureOf([&] { readScenario(file); }),
-              file.string() +
-                  ":4: 'environment.PATH' must be the variable that pin_map names as \"$NAME\", with a comma "
-                  "in it");
+              file + ":4: 'environment.PATH' must be the variable that pin_map names as \"$NAME\", with a comma "
+                     "in it");
     const auto good = folder.write("good.toml", "cpu = \"c\"\npin_map = \"$A,1\"\nenvironment = {\"A,1\" = \"0,1\"}\n");
     EXPECT_EQ(readScenario(good).environment.at("A,1"), "0,1");
 }
 
 TEST(ScenarioFile, CharactersBeyondAsciiOutsideOfStringsAreRefusedWithTheirPlace) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const auto file = folder.write("bad.toml", "cpu = \"c\"\n\u00E4 = 1\n");
     EXPECT_EQ(failureOf([&] { readScenario(file); }),
-              file.string() + ":2:1: a character beyond ASCII must be in quotation marks or in a comment");
+              file + ":2:1: a character beyond ASCII must be in quotation marks or in a comment");
     EXPECT_EQ(readScenario(folder.write("bom.toml", "\xEF\xBB\xBF"
                                                     "cpu = \"\u00E4\"\n"))
                   .cpu,
@@ -67,23 +66,23 @@ TEST(ScenarioFile, CharactersBeyondAsciiOutsideOfStringsAreRefusedWithTheirPlace
 }
 
 TEST(ScenarioFile, AScenarioWithoutCpuIsRefused) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const auto file = folder.write("bare.toml", "name = \"a\"\n");
     EXPECT_THAT(failureOf([&] { readScenario(file); }), HasSubstr("names no cpu"));
 }
 
 TEST(ScenarioFile, AnUnknownNameListsTheKnownOnes) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("one.toml", "name = \"one\"\ncpu = \"c\"\n");
     folder.write("two.toml", "name = \"two\"\ncpu = \"c\"\n");
-    EXPECT_THAT(failureOf([&] { scenarioFile("three", folder.path()); }), HasSubstr("there are: one, two"));
+    EXPECT_THAT(failureOf([&] { scenarioFile("three", folder.path); }), HasSubstr("there are: one, two"));
 }
 
 TEST(ScenarioFile, ANameIsFoundInTheFolderAndAPathAnywhere) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const auto file = folder.write("one.toml", "name = \"one\"\ncpu = \"c\"\n");
-    EXPECT_EQ(scenarioFile("one", folder.path()).filename(), "one.toml");
-    EXPECT_EQ(scenarioFile(file.string(), "nowhere").filename(), "one.toml");
+    EXPECT_EQ(scenarioFile("one", folder.path).filename(), "one.toml");
+    EXPECT_EQ(scenarioFile(file, "nowhere").filename(), "one.toml");
 }
 
 TEST(ScenarioFile, AFolderThatIsNotThereHasNone) {
@@ -101,7 +100,7 @@ TEST(ScenarioFile, ANameWithoutTheBenchSaysThatTheBenchIsMissing) {
 }
 
 TEST(ScenarioFile, WhatIsParticularAboutTheBenchIsTold) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const Scenario scenario = readScenario(folder.write(
         "a.toml", "cpu = \"x/y\"\n[transmitter]\nfrequencies = [12.5e6, 50e6]\n[wiring]\nalignment = \"edge\"\n"
                   "jitter = 0.3\n[[wiring.pin]]\nemu = 2\nskew = -1.5\nstuck = 1\n[[wiring.pin]]\nemu = 3\n"
@@ -116,7 +115,7 @@ TEST(ScenarioFile, WhatIsParticularAboutTheBenchIsTold) {
 }
 
 TEST(ScenarioFile, WithoutATargetTheGeneratorIsTold) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const Scenario scenario =
         readScenario(folder.write("a.toml", "cpu = \"fpga\"\n[unit]\ngenerator_frequency = 25e6\n"));
     EXPECT_THAT(scenario.traits, testing::ElementsAre("the unit's own generator at 25 MHz, no target",
@@ -124,7 +123,7 @@ TEST(ScenarioFile, WithoutATargetTheGeneratorIsTold) {
 }
 
 TEST(ScenarioFile, WhatTheUnitDoesWrongIsTold) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const Scenario scenario = readScenario(folder.write(
         "a.toml", "cpu = \"fpga\"\n[unit]\nerror_a = 0x8000\nerror_after = 0.5\nerror_from = 2\n"
                   "comms_stuck = true\nbridge_needs_reset = true\n[[unit.cell]]\nbyte = 0x100\nevery = 512\n"

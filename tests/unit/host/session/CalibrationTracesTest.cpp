@@ -1,6 +1,6 @@
 #include "host/session/CalibrationTraces.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/diagnosis/files/DrawnFiles.h"
-#include "tests/unit/toolkit/TempFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -18,7 +18,7 @@ constexpr std::size_t samples = 8192;
 class CalibrationTracesTest : public testing::Test {
 protected:
     CalibrationTracesTest() {
-        traces.stem = folder.file("x");
+        traces.stem = folder.path / "x";
         traces.calibrated = true;
         traces.hertz = 5e7;
         traces.frequencies = {2.5e7, 5e7, 1e8};
@@ -38,7 +38,7 @@ protected:
         takeTraces(traces, result);
     }
 
-    TempFolder folder;
+    test_support::TemporaryFolder folder;
     CalibrationTraces traces;
     SessionResult result;
 };

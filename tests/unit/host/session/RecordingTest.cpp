@@ -1,8 +1,8 @@
 #include "host/session/Receiver.h"
 #include "host/session/Recording.h"
 #include "rcvr/framework/cZarnError.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/unit/host/session/ScriptedChannel.h"
-#include "tests/unit/toolkit/TempFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -44,9 +44,9 @@ TEST(RunRecording, UntilFullNeverStopsItself) {
 }
 
 TEST(RunRecording, TheTriggerFileTakesThePlaceOfTheStop) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     ScriptedChannel channel;
-    channel.trigger = folder.file("x.trg.txt");
+    channel.trigger = folder.path / "x.trg.txt";
     channel.script = {ScriptedChannel::recording()};
     channel.afterStop = {ScriptedChannel::ended(11, "Stopped by user : upload complete")};
     RecordingPlan plan;

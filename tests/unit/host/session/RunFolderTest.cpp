@@ -1,5 +1,5 @@
 #include "host/session/RunFolder.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/OutputFiles.h"
@@ -45,41 +45,41 @@ std::string textOf(Work&& work) {
 }
 
 TEST(RunFolderTest, AnEmptyFolderIsTakenWithoutForce) {
-    const TempFolder folder;
-    EXPECT_EQ(codeOf([&] { runFolder(folder.path().string(), false); }), ExitCode::Done);
-    EXPECT_TRUE(fs::is_empty(folder.path()));
+    const test_support::TemporaryFolder folder;
+    EXPECT_EQ(codeOf([&] { runFolder(folder.path.string(), false); }), ExitCode::Done);
+    EXPECT_TRUE(fs::is_empty(folder.path));
 }
 
 TEST(RunFolderTest, AFileOfTheUsersIsNoEarlierRunAndStays) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     folder.write("mine.txt", "kept");
-    EXPECT_EQ(codeOf([&] { runFolder(folder.path().string(), true); }), ExitCode::Done);
-    EXPECT_EQ(toolkit::readText(folder.file("mine.txt")), "kept");
+    EXPECT_EQ(codeOf([&] { runFolder(folder.path.string(), true); }), ExitCode::Done);
+    EXPECT_EQ(toolkit::readText(folder.path / "mine.txt"), "kept");
 }
 
 TEST(RunFolderTest, AnEarlierRunIsRefusedAndStays) {
-    const TempFolder folder;
-    fs::create_directories(folder.file(".VX-trace") / "data");
-    EXPECT_EQ(codeOf([&] { runFolder(folder.path().string(), false); }), ExitCode::OutputExists);
-    EXPECT_TRUE(fs::exists(folder.file(".VX-trace") / "data"));
+    const test_support::TemporaryFolder folder;
+    fs::create_directories((folder.path / ".VX-trace") / "data");
+    EXPECT_EQ(codeOf([&] { runFolder(folder.path.string(), false); }), ExitCode::OutputExists);
+    EXPECT_TRUE(fs::exists((folder.path / ".VX-trace") / "data"));
 }
 
 TEST(RunFolderTest, WithForceAnEarlierRunStaysUntilItIsCleared) {
-    const TempFolder folder;
-    fs::create_directories(folder.file(".VX-trace") / "data");
-    fs::create_directories(folder.file("bench"));
-    const RunFolder run = runFolder(folder.path().string(), true);
-    EXPECT_TRUE(fs::exists(folder.file(".VX-trace") / "data"));
-    EXPECT_TRUE(run.willClear(folder.file(".VX-trace") / "data" / "x.bin"));
-    EXPECT_TRUE(run.willClear(folder.file("sub") / ".." / "bench" / "x.bin"));
-    EXPECT_FALSE(run.willClear(folder.file("x.bin")));
+    const test_support::TemporaryFolder folder;
+    fs::create_directories((folder.path / ".VX-trace") / "data");
+    fs::create_directories(folder.path / "bench");
+    const RunFolder run = runFolder(folder.path.string(), true);
+    EXPECT_TRUE(fs::exists((folder.path / ".VX-trace") / "data"));
+    EXPECT_TRUE(run.willClear((folder.path / ".VX-trace") / "data" / "x.bin"));
+    EXPECT_TRUE(run.willClear((folder.path / "sub") / ".." / "bench" / "x.bin"));
+    EXPECT_FALSE(run.willClear(folder.path / "x.bin"));
     run.clear();
-    EXPECT_FALSE(fs::exists(folder.file(".VX-trace")));
-    EXPECT_FALSE(fs::exists(folder.file("bench")));
+    EXPECT_FALSE(fs::exists(folder.path / ".VX-trace"));
+    EXPECT_FALSE(fs::exists(folder.path / "bench"));
 }
 
 TEST(RunFolderTest, AFileInItsPlaceIsUnwritable) {
-    const TempFolder folder;
+    const test_support::TemporaryFolder folder;
     const fs::path file = folder.write("wall", "");
     EXPECT_EQ(codeOf([&] { runFolder(file.string(), true); }), ExitCode::OutputUnwritable);
     EXPECT_THAT(textOf([&] { runFolder(file.string(), true); }), HasSubstr(": it is a file; choose another"));
@@ -87,19 +87,19 @@ TEST(RunFolderTest, AFileInItsPlaceIsUnwritable) {
 }
 
 TEST(RunFolderTest, OnlyItsLastPartIsMade) {
-    const TempFolder folder;
-    const fs::path wanted = folder.file("a") / "run";
+    const test_support::TemporaryFolder folder;
+    const fs::path wanted = (folder.path / "a") / "run";
     EXPECT_EQ(codeOf([&] { runFolder(wanted.string(), false); }), ExitCode::OutputUnwritable);
     EXPECT_THAT(textOf([&] { runFolder(wanted.string(), false); }),
-                HasSubstr("the folder " + folder.file("a").string() + " does not exist; make it or give another"));
-    EXPECT_EQ(codeOf([&] { runFolder(folder.file("b").string(), false); }), ExitCode::Done);
-    EXPECT_TRUE(fs::is_directory(folder.file("b")));
+                HasSubstr("the folder " + (folder.path / "a").string() + " does not exist; make it or give another"));
+    EXPECT_EQ(codeOf([&] { runFolder((folder.path / "b").string(), false); }), ExitCode::Done);
+    EXPECT_TRUE(fs::is_directory(folder.path / "b"));
 }
 
 TEST(RunFolderTest, ASeparatorAtTheEndDoesNotMatter) {
-    const TempFolder folder;
-    const RunFolder run = runFolder(folder.path().string() + "/", false);
-    EXPECT_EQ(run.settingsFile("a"), runFolder(folder.path().string(), false).settingsFile("a"));
+    const test_support::TemporaryFolder folder;
+    const RunFolder run = runFolder(folder.path.string() + "/", false);
+    EXPECT_EQ(run.settingsFile("a"), runFolder(folder.path.string(), false).settingsFile("a"));
     EXPECT_TRUE(run.path().is_absolute());
 }
 

@@ -1,5 +1,5 @@
 #include "host/session/StartTurn.h"
-#include "tests/unit/toolkit/TempFolder.h"
+#include "tests/support/scratch/TemporaryFolder.h"
 #include "toolkit/ExitCode.h"
 
 #include <gmock/gmock.h>
@@ -19,8 +19,8 @@ using testing::HasSubstr;
 class StartTurnTest : public testing::Test {
 protected:
     ProgressLine quiet{ProgressStyle::Quiet};
-    const TempFolder folder;
-    const std::filesystem::path file = folder.path() / "x.lock";
+    const test_support::TemporaryFolder folder;
+    const std::filesystem::path file = folder.path / "x.lock";
 };
 
 TEST_F(StartTurnTest, OneAtATimeHoldsTheFile) {
@@ -70,7 +70,7 @@ TEST_F(StartTurnTest, AShortWaitIsNotReported) {
 }
 
 TEST_F(StartTurnTest, WithoutAPlaceForTheFileThereAreNoTurns) {
-    const std::filesystem::path nowhere = folder.path() / "no" / "x.lock";
+    const std::filesystem::path nowhere = folder.path / "no" / "x.lock";
     EXPECT_FALSE(FileLock(nowhere).usable());
     EXPECT_NO_THROW({
         const StartTurn first(quiet, nowhere);
