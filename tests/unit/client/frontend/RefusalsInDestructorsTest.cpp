@@ -17,8 +17,8 @@ using testing::_;
 
 /// Prepares and removes something again and again, each time with one more allocation of the removal granted, until
 /// none is refused any more. Gives the number of removals that lacked memory.
-unsigned removeUnderShortage(Refusal refusal, const std::function<void()>& prepare, const std::function<void()>& remove,
-                             const std::function<void()>& afterShortage = {}) {
+unsigned removeUnderShortage(test_support::Shortage refusal, const std::function<void()>& prepare,
+                             const std::function<void()>& remove, const std::function<void()>& afterShortage = {}) {
     for (unsigned nth = 1; nth < 1000; ++nth) {
         prepare();
         refuseMemory(nth, refusal);
@@ -64,7 +64,8 @@ protected:
 
 TEST_F(DestructorsTest, AChannelGoesThoughMemoryLacksAndLeavesOnlyTheFileThatCouldNotBeNamed) {
     const unsigned shortages = removeUnderShortage(
-        Refusal::once, [&] { prepareChannel(); }, [&] { channel.reset(); }, [&] { EXPECT_LE(filesLeft(), 1u); });
+        test_support::Shortage::oneBlock, [&] { prepareChannel(); }, [&] { channel.reset(); },
+        [&] { EXPECT_LE(filesLeft(), 1u); });
     EXPECT_GE(shortages, 2 * suffixes.size());
     EXPECT_EQ(filesLeft(), 0u);
     remakeChannel();
@@ -72,7 +73,7 @@ TEST_F(DestructorsTest, AChannelGoesThoughMemoryLacksAndLeavesOnlyTheFileThatCou
 
 TEST_F(DestructorsTest, AChannelGoesThoughMemoryLacksFromSomePointOn) {
     EXPECT_GE(removeUnderShortage(
-                  Refusal::lasting, [&] { prepareChannel(); }, [&] { channel.reset(); }),
+                  test_support::Shortage::lasting, [&] { prepareChannel(); }, [&] { channel.reset(); }),
               2 * suffixes.size());
     EXPECT_EQ(filesLeft(), 0u);
     remakeChannel();
@@ -80,14 +81,14 @@ TEST_F(DestructorsTest, AChannelGoesThoughMemoryLacksFromSomePointOn) {
 
 TEST_F(DestructorsTest, DeletingDiagnosticFilesForgetsTheStemsThoughMemoryLacks) {
     prepareChannel();
-    refuseMemory(1, Refusal::lasting);
+    refuseMemory(1, test_support::Shortage::lasting);
     EXPECT_NO_THROW(inside().deleteDiagnosticFiles());
     EXPECT_TRUE(memoryWasRefused());
     EXPECT_TRUE(inside().session().diagnosticStems.empty());
 }
 
 TEST_F(DestructorsTest, AChannelThatSharesItsTransmitterLeavesItsSettingsThereThoughMemoryLacks) {
-    for (const Refusal refusal : {Refusal::once, Refusal::lasting}) {
+    for (const test_support::Shortage refusal : {test_support::Shortage::oneBlock, test_support::Shortage::lasting}) {
         std::unique_ptr<ChannelSettings> setup;
         FrontEndChannel* first = nullptr;
         Transmitter* shared = nullptr;
@@ -120,7 +121,7 @@ TEST_F(DestructorsTest, AFrontEndGoesWithItsChannelsThoughMemoryLacks) {
     static RegisterModel unit;
     const DataClientFactory factory{[](std::uint32_t) -> VX_QRS::ORV::DataClient* { return &unit; },
                                     [](VX_QRS::ORV::DataClient*) {}};
-    for (const Refusal refusal : {Refusal::once, Refusal::lasting}) {
+    for (const test_support::Shortage refusal : {test_support::Shortage::oneBlock, test_support::Shortage::lasting}) {
         std::unique_ptr<FrontEnd_1> owner;
         const auto prepare = [&] {
             owner = std::make_unique<FrontEnd_1>(factory, waits);

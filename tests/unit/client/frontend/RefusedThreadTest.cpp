@@ -7,7 +7,7 @@ using ThreadShortage = ChannelTest;
 
 TEST_F(ThreadShortage, NoneEscapesTheThreadsBodyAndTheThreadIsDoneInTheEnd) {
     openCalibrated();
-    for (const Refusal refusal : {Refusal::once, Refusal::lasting}) {
+    for (const test_support::Shortage refusal : {test_support::Shortage::oneBlock, test_support::Shortage::lasting}) {
         bool refused = true;
         for (unsigned nth = 1; refused; ++nth) {
             ASSERT_LT(nth, 1000u);

@@ -3,16 +3,13 @@
 #include "common/source/source_utilities/uMutex.h"
 #include "common/source/source_utilities/uThread.h"
 
-#include <cstdlib>
 #include <mutex>
-#include <new>
+#include <optional>
 #include <utility>
 
 namespace {
 
-thread_local unsigned countdown = 0;
-thread_local bool lasting = false;
-thread_local bool refused = false;
+thread_local std::optional<test_support::MemoryShortage> shortage;
 bool threadsStart = true;
 
 /// Never deleted: locks are taken until the process ends.
@@ -23,37 +20,18 @@ client_test::LockWatch& lockWatch() {
 
 } // namespace
 
-void* operator new(std::size_t size) {
-    if (countdown != 0 && --countdown == 0) {
-        refused = true;
-        countdown = lasting ? 1 : 0;
-        throw std::bad_alloc();
-    }
-    void* memory = std::malloc(size != 0 ? size : 1);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
 namespace client_test {
 
-void refuseMemory(unsigned nth, Refusal refusal) {
-    countdown = nth;
-    lasting = refusal == Refusal::lasting;
-    refused = false;
+void refuseMemory(unsigned nth, test_support::Shortage kind) {
+    shortage.reset();
+    if (nth != 0) {
+        shortage.emplace(nth - 1, kind);
+    }
 }
 
 bool memoryWasRefused() {
-    countdown = 0;
-    return refused;
+    shortage.reset();
+    return test_support::MemoryShortage::hasRefused();
 }
 
 void letThreadsStart(bool start) {

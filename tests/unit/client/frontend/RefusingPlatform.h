@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/allocation/MemoryShortage.h"
+
 #include <functional>
 
 // A platform that refuses memory and threads when a test says so, and reports locks. It replaces the real one.
@@ -10,11 +12,9 @@ class uMutex;
 
 namespace client_test {
 
-enum class Refusal { once, lasting };
-
-/// The `nth` allocation of this thread from now on fails, 1 being the next, and with `lasting` all that follow.
+/// The `nth` allocation of this thread from now on fails, 1 being the next, and with a lasting shortage all that follow.
 /// 0: none.
-void refuseMemory(unsigned nth, Refusal refusal = Refusal::once);
+void refuseMemory(unsigned nth, test_support::Shortage kind = test_support::Shortage::oneBlock);
 /// Whether that allocation has been asked for. Ends the refusing.
 bool memoryWasRefused();
 
