@@ -42,7 +42,7 @@ Verdict judgeVerification(const DiagnosticSet& set, const FileGroup& attempt) {
     const Verification& recording = *attempt.verification;
     const std::string kind = set.exportKind();
     if (recording.packets < limits::verificationPackets) {
-        return {Outcome::Refused, Reason::Timeout, "timeout during calibration verification",
+        return {Outcome::Rejected, Reason::Timeout, "timeout during calibration verification",
                 "The verification recording has " + std::to_string(recording.packets) + " of " +
                     std::to_string(limits::verificationPackets) +
                     " packets: the clock stopped, or no words were received."};
@@ -61,11 +61,11 @@ Verdict judgeVerification(const DiagnosticSet& set, const FileGroup& attempt) {
                                    "kind of export, and they do not fit any pattern.")};
     }
     if (!held) {
-        return {Outcome::Refused, Reason::Pattern, "failed calibration pattern test",
+        return {Outcome::Rejected, Reason::Pattern, "failed calibration pattern test",
                 "The verification recording has wrong words."};
     }
     if (kind == "pti" && !checkPattern(recording, *held).countsAddUp) {
-        return {Outcome::Refused, Reason::SideBand, "failed side-band verification",
+        return {Outcome::Rejected, Reason::SideBand, "failed side-band verification",
                 "The words of the verification are right, but they are too few or do not add up: synchronisation "
                 "sequences were lost or damaged."};
     }
@@ -84,7 +84,7 @@ Verdict judgeVote(const FileGroup& attempt) {
     if (!vote.undecided()) {
         return {};
     }
-    return {Outcome::Refused, Reason::Position, "unable to detect sampling position",
+    return {Outcome::Rejected, Reason::Position, "unable to detect sampling position",
             std::to_string(vote.between) + " data edges are between clock edges and " + std::to_string(vote.near) +
                 " near one; one of these numbers has to be at least three times the other."};
 }
@@ -94,7 +94,7 @@ Verdict judgeMargin(const FileGroup& attempt) {
     if (!margin || margin->enough()) {
         return {};
     }
-    return {Outcome::Refused, Reason::Margin, "clock margin too low",
+    return {Outcome::Rejected, Reason::Margin, "clock margin too low",
             "The receiver's rule counts " + toolkit::countText(margin->sum(), "sample") +
                 " around the clock's edges (setup margin " + std::to_string(margin->setupMargin) + ", hold margin " +
                 std::to_string(margin->holdMargin) + ", with the edge's own); " +
@@ -104,7 +104,7 @@ Verdict judgeMargin(const FileGroup& attempt) {
 /// The log's reason; `otherwise` where there is none.
 Verdict judgeByLog(const DiagnosticSet& set, const FileGroup& attempt, const char* otherwise) {
     if (const auto reason = set.log ? set.log->failedReason(*attempt.setting) : std::nullopt) {
-        return {Outcome::Refused, Reason::Log, *reason,
+        return {Outcome::Rejected, Reason::Log, *reason,
                 "The reason is from the log (" + set.log->file + "); the files have none."};
     }
     return {Outcome::Unknown, Reason::NoVerification, {}, otherwise};
@@ -118,14 +118,14 @@ Verdict judgeAnalysis(const DiagnosticSet& set, const FileGroup& attempt) {
     }
     const std::string invalid = attempt.cal ? invalidValue(*attempt.cal) : std::string();
     if (!invalid.empty()) {
-        return {Outcome::Refused, Reason::Value, invalid, "A value is outside of the unit's range."};
+        return {Outcome::Rejected, Reason::Value, invalid, "A value is outside of the unit's range."};
     }
     if (attempt.rates().exportFrequency >= limits::lowestAnalysedClock) {
         // A failed vote comes first: the attempt then has no margins of its own.
         const Verdict vote = judgeVote(attempt);
         const Verdict margin = endedAtVote(attempt) ? Verdict() : judgeMargin(attempt);
         for (const Verdict& verdict : {margin, vote}) {
-            if (verdict.outcome == Outcome::Refused) {
+            if (verdict.outcome == Outcome::Rejected) {
                 return verdict;
             }
         }
@@ -172,7 +172,7 @@ Verdict judge(const DiagnosticSet& set, const FileGroup& attempt) {
     }
     if (!attempt.setting && set.attempts.empty()) {
         return {
-            Outcome::Refused, Reason::Unmeasured, {}, "No frequency setting could be used, so that none was tried."};
+            Outcome::Rejected, Reason::Unmeasured, {}, "No frequency setting could be used, so that none was tried."};
     }
     if (!attempt.setting) {
         return {Outcome::Unknown, Reason::None, {}, "A burst that was taken outside of the attempts."};
@@ -196,7 +196,7 @@ std::optional<bool> calibrated(const DiagnosticSet& set, const std::vector<Verdi
     switch (verdicts.back().outcome) {
     case Outcome::Accepted:
         return true;
-    case Outcome::Refused:
+    case Outcome::Rejected:
         return false;
     case Outcome::Unknown:
         break;

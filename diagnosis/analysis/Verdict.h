@@ -13,7 +13,7 @@ namespace diagnosis {
 struct Verdict {
     enum class Outcome {
         Accepted, ///< calibrated with these values
-        Refused,  ///< the receiver gave this setting up
+        Rejected, ///< the receiver went on to a slower setting, or gave up
         Unknown,  ///< the files do not show it
     };
     enum class Reason {

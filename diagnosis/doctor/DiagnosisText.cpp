@@ -21,7 +21,7 @@ const char* outcomeName(Verdict::Outcome outcome) {
     switch (outcome) {
     case Verdict::Outcome::Accepted:
         return "accepted";
-    case Verdict::Outcome::Refused:
+    case Verdict::Outcome::Rejected:
         return "rejected";
     case Verdict::Outcome::Unknown:
         break;

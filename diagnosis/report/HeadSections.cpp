@@ -66,8 +66,8 @@ std::string verdictBadge(const Verdict& verdict) {
     switch (verdict.outcome) {
     case Verdict::Outcome::Accepted:
         return badge("good", "accepted");
-    case Verdict::Outcome::Refused:
-        return badge("bad", "refused");
+    case Verdict::Outcome::Rejected:
+        return badge("bad", "rejected");
     case Verdict::Outcome::Unknown:
         break;
     }

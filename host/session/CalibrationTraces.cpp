@@ -123,7 +123,7 @@ diagnosis::RunLog logOfFiles(const diagnosis::DiagnosticSet& set, const Calibrat
         attempt.kept = traces.calibrated && &group == &set.attempts.back();
         if (!attempt.kept) {
             const diagnosis::Verdict verdict = diagnosis::judge(set, group);
-            attempt.reason = verdict.outcome == diagnosis::Verdict::Outcome::Refused && !verdict.receiverText.empty()
+            attempt.reason = verdict.outcome == diagnosis::Verdict::Outcome::Rejected && !verdict.receiverText.empty()
                                  ? verdict.receiverText
                                  : noReason;
         }
