@@ -1,5 +1,7 @@
 #include "tests/tree/Layering.h"
 
+#include "tests/tree/Lines.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <functional>
@@ -10,19 +12,6 @@
 namespace tree {
 
 namespace {
-
-template <class Visit>
-void forEachLine(const std::string& text, Visit visit) {
-    std::istringstream in(text);
-    std::size_t number = 0;
-    for (std::string line; std::getline(in, line);) {
-        visit(++number, line);
-    }
-}
-
-std::string at(const std::string& path, std::size_t line) {
-    return path + ":" + std::to_string(line) + ": ";
-}
 
 struct Room {
     std::string_view name;

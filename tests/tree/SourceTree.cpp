@@ -1,5 +1,7 @@
 #include "tests/tree/SourceTree.h"
 
+#include "tests/tree/Lines.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -15,19 +17,6 @@
 namespace tree {
 
 namespace {
-
-template <class Visit>
-void forEachLine(const std::string& text, Visit visit) {
-    std::istringstream in(text);
-    std::size_t number = 0;
-    for (std::string line; std::getline(in, line);) {
-        visit(++number, line);
-    }
-}
-
-std::string at(const std::string& path, std::size_t line) {
-    return path + ":" + std::to_string(line) + ": ";
-}
 
 /// What a link to a heading calls it: small letters, digits, "-" and "_"; blanks become "-".
 std::string anchorOf(const std::string& heading) {
