@@ -1,4 +1,5 @@
 #include "tests/support/scratch/TemporaryFolder.h"
+#include "tests/unit/toolkit/FailureOf.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/OutputFiles.h"
@@ -13,26 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-
-template <class Work>
-ExitCode codeOf(Work&& work) {
-    try {
-        work();
-    } catch (const Failure& failure) {
-        return failure.code;
-    }
-    return ExitCode::Done;
-}
-
-template <class Work>
-std::string textOf(Work&& work) {
-    try {
-        work();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
-    return "no failure";
-}
 
 std::size_t entriesIn(const test_support::TemporaryFolder& folder) {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder.path), fs::directory_iterator()));

@@ -1,5 +1,6 @@
 #include "host/session/RunFolder.h"
 #include "tests/support/scratch/TemporaryFolder.h"
+#include "tests/unit/toolkit/FailureOf.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/OutputFiles.h"
@@ -14,34 +15,15 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
+using toolkit::codeOf;
 using toolkit::ExitCode;
-using toolkit::Failure;
 using toolkit::MadeFolders;
+using toolkit::textOf;
 
 /// The folder of a run, as a session makes it.
 RunFolder runFolder(const std::string& wanted, bool force) {
     MadeFolders made;
     return RunFolder(wanted, "x", force, made);
-}
-
-template <class Work>
-ExitCode codeOf(Work&& work) {
-    try {
-        work();
-    } catch (const Failure& failure) {
-        return failure.code;
-    }
-    return ExitCode::Done;
-}
-
-template <class Work>
-std::string textOf(Work&& work) {
-    try {
-        work();
-    } catch (const Failure& failure) {
-        return failure.what();
-    }
-    return "no failure";
 }
 
 TEST(RunFolderTest, AnEmptyFolderIsTakenWithoutForce) {
