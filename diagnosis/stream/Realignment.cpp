@@ -1,0 +1,263 @@
+#include "diagnosis/stream/WordChecker.h"
+
+#include "rcvr/framework/TraceLimits.h"
+
+#include <algorithm>
+#include <vector>
+
+// How a stream continues after a word that is wrong.
+
+namespace diagnosis {
+
+namespace {
+
+constexpr std::size_t windowWords = 48;     ///< of a pattern, that decide what happened
+constexpr std::size_t windowSequences = 3;  ///< where only sequences are known
+constexpr std::size_t nearWords = 8;        ///< right after words were lost or inserted
+constexpr std::size_t mostPadding = 8192;   ///< words: a block of the unit
+constexpr std::size_t mostInserted = 512;   ///< words, where only a pattern shows it
+constexpr double moved = 0.7;               ///< share of sound words below which the stream has moved
+
+} // namespace
+
+/// So far the words ahead are looked at.
+std::size_t WordChecker::farthest() const {
+    return std::max<std::size_t>(mostPadding + 1,
+                                 (windowSequences + 2) * std::size_t{expected.learned().period} + windowWords);
+}
+
+/// A sequence at an irregular distance, between words of a pattern.
+bool WordChecker::skipSequence() {
+    if (expected.regular() || !expected.hasPattern()) {
+        return false;
+    }
+    const Words words = window.from(position, farthest());
+    const auto mark = static_cast<std::size_t>(
+        std::find_if(words.begin(), words.end(), [](std::uint16_t word) { return word != 0; }) - words.begin());
+    if (mark < limits::syncZeros || mark >= words.size() || words[mark] != limits::syncWord) {
+        return false;
+    }
+    const std::size_t length = std::min(mark + 2, words.size());
+    ++check.sequences;
+    check.wordsJudged += length;
+    check.wordsCompared += length;
+    position += length;
+    zeroRun = 0;
+    return true;
+}
+
+/// The unit fills its last block with zeros.
+bool WordChecker::isPadding() {
+    const Words words = window.from(position, mostPadding + 1);
+    return words.size() <= mostPadding &&
+           std::all_of(words.begin(), words.end(), [](std::uint16_t word) { return word == 0; });
+}
+
+WordChecker::Fit WordChecker::fitFrom(std::uint64_t from, Cursor at, const LaneOrder& lanesAs, std::size_t most) {
+    const Words words = window.from(from, farthest());
+    Fit fit;
+    bool sound = true;
+    bool whole = false; // the sequence's beginning was seen
+    for (const std::uint16_t raw : words) {
+        if (fit.judged == most) {
+            break;
+        }
+        const ExpectedWord here = expected.at(at);
+        whole = whole || at.inPeriod == 0;
+        expected.step(at);
+        if (here.mask == 0 || here.further) {
+            continue;
+        }
+        const std::uint16_t word = lanesAs == straightLanes ? raw : reordered(raw, lanesAs, tally.count());
+        const bool good = ((word ^ here.value) & here.mask) == 0;
+        if (expected.hasPattern()) {
+            ++fit.judged;
+            fit.good += good;
+            continue;
+        }
+        sound = sound && good;
+        if (here.mark && whole) {
+            ++fit.judged;
+            fit.good += sound;
+        }
+        sound = sound || here.mark;
+    }
+    return fit;
+}
+
+/// True if the words after the wrong one make sense again, and the position, the cursor or the lanes' order has changed.
+bool WordChecker::explain(const ExpectedWord& here) {
+    if (isPadding()) {
+        ended = true;
+        return true;
+    }
+    if (here.further) {
+        return reorderLanes();
+    }
+    if (expected.hasPattern()) {
+        const Fit stay = fitFrom(position, cursor, order, windowWords);
+        if (stay.judged < nearWords || stay.share() >= moved) {
+            return false;
+        }
+        return realign() || reorderLanes();
+    }
+    // The next sequence is where it belongs if only this one is damaged.
+    const std::uint64_t rest = expected.learned().period - cursor.inPeriod;
+    const Fit next = fitFrom(position + rest, Cursor{0, cursor.phase}, order, 1);
+    return next.good == 0 && realign();
+}
+
+bool WordChecker::realign() {
+    return expected.regular() ? realignBySequence() : realignByPattern();
+}
+
+bool WordChecker::realignBySequence() {
+    const Regularity& learned = expected.learned();
+    const std::uint64_t period = learned.period;
+    std::vector<std::uint16_t> words;
+    for (const std::uint16_t word : window.from(position, farthest())) {
+        words.push_back(seen(word));
+    }
+    // The first mark that another one follows at the usual distance, or that is the last.
+    std::size_t mark = 0;
+    for (; mark < words.size(); ++mark) {
+        if (isMarkAt(learned.kind, words, mark, learned.laneMask) &&
+            (mark + period >= words.size() || isMarkAt(learned.kind, words, mark + period, learned.laneMask))) {
+            break;
+        }
+    }
+    if (mark == words.size()) {
+        return false;
+    }
+    const Cursor atMark = expected.moved(cursor, mark);
+    const std::uint64_t step = (learned.zeros + period - atMark.inPeriod) % period;
+    if (!expected.hasPattern()) {
+        if (step == 0) {
+            return false;
+        }
+        if (2 * step <= period) {
+            lose(step);
+        } else {
+            skip(period - step);
+        }
+        return true;
+    }
+    // The pattern shows how many periods are lost beside.
+    const std::uint64_t cycle = expected.cycle();
+    std::uint64_t lost = cycle;
+    for (std::uint64_t words_ = step; words_ < cycle; words_ += period) {
+        if (fitFrom(position + mark, expected.moved(atMark, words_), order, windowWords / 2).holds()) {
+            lost = words_;
+            break;
+        }
+    }
+    if (lost == 0 || lost == cycle) {
+        return false;
+    }
+    const Words first = window.from(position, 1);
+    const ExpectedWord here = expected.at(expected.moved(cursor, lost));
+    const Fit near = fitFrom(position, expected.moved(cursor, lost), order, nearWords);
+    if (((seen(first.front()) ^ here.value) & here.mask) == 0 && near.share() > moved) {
+        lose(lost);
+    } else if (fitFrom(position + cycle - lost, cursor, order, nearWords).share() > moved) {
+        skip(cycle - lost);
+    } else if (2 * lost <= cycle) {
+        lose(lost);
+    } else {
+        skip(cycle - lost);
+    }
+    return true;
+}
+
+bool WordChecker::realignByPattern() {
+    const std::uint64_t length = expected.patternLength();
+    for (std::uint64_t lost = 1; lost < length; ++lost) {
+        const Cursor at = expected.moved(cursor, lost);
+        const Words first = window.from(position, 1);
+        if (seen(first.front()) == expected.at(at).value && fitFrom(position, at, order, windowWords).holds()) {
+            lose(lost);
+            return true;
+        }
+    }
+    for (std::uint64_t inserted = 1; inserted <= mostInserted; ++inserted) {
+        if (fitFrom(position + inserted, cursor, order, nearWords).holds() &&
+            fitFrom(position + inserted, cursor, order, windowWords).holds()) {
+            skip(inserted);
+            return true;
+        }
+    }
+    return false;
+}
+
+void WordChecker::lose(std::uint64_t words) {
+    wordsDamaged(DamageKind::LostWords, words);
+    cursor = expected.moved(cursor, words);
+    before = {};
+    sequenceSound = true;
+}
+
+void WordChecker::skip(std::uint64_t words) {
+    wordsDamaged(DamageKind::InsertedWords, words);
+    position += window.from(position, words).size();
+    before = {};
+    sequenceSound = true;
+}
+
+void WordChecker::wordsDamaged(DamageKind kind, std::uint64_t amount) {
+    // A packet that cuts a run of zeros may shorten a sequence.
+    if (position < cutUntil || window.cutsZerosAt(position, expected.learned().period)) {
+        cutUntil = 0;
+        return;
+    }
+    Damage damage;
+    damage.kind = kind;
+    damage.place.byte = window.byteOf(position);
+    damage.amount = amount;
+    damage.amountIsLeast = kind == DamageKind::LostWords;
+    damage.atBlock = damage.place.byte % (2 * mostPadding) == 0;
+    addDamage(check, damage);
+    ++check.gaps;
+    (kind == DamageKind::LostWords ? check.lostWords : check.insertedWords) += amount;
+}
+
+/// The words after the next marks, by another order of the lanes.
+WordChecker::Fit WordChecker::fitOfFurther(const LaneOrder& lanesAs) {
+    Fit fit;
+    const Words words = window.from(position, farthest());
+    for (std::size_t i = 0; i < words.size() && fit.judged < windowSequences; i += expected.learned().period) {
+        ++fit.judged;
+        fit.good += reordered(words[i], lanesAs, tally.count()) == expected.at(cursor).value;
+    }
+    return fit;
+}
+
+bool WordChecker::reorderLanes() {
+    const unsigned lanes = tally.count();
+    if (lanes < 2) {
+        return false;
+    }
+    const bool further = expected.at(cursor).further;
+    LaneOrder tried = straightLanes;
+    while (std::next_permutation(tried.begin(), tried.begin() + lanes)) {
+        const Fit fit = further ? fitOfFurther(tried) : fitFrom(position, cursor, tried, windowWords);
+        if (fit.judged < windowSequences || !fit.holds() || tried == order) {
+            continue;
+        }
+        for (unsigned lane = 0; lane < lanes; ++lane) {
+            if (tried[lane] != order[lane]) {
+                Damage damage;
+                damage.kind = DamageKind::Swapped;
+                damage.place.byte = window.byteOf(position);
+                damage.lane = tried[lane];
+                damage.carries = lane;
+                damage.amount = 1;
+                addDamage(check, damage);
+            }
+        }
+        order = tried;
+        return true;
+    }
+    return false;
+}
+
+} // namespace diagnosis
