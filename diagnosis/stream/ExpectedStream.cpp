@@ -10,7 +10,7 @@ namespace diagnosis {
 namespace {
 
 constexpr std::uint16_t frameFirst = 0xFFFF;
-constexpr std::uint16_t frameSecond = 0x7FFF;
+constexpr std::uint16_t frameSecond = halfSynchronisation;
 constexpr std::size_t fewestDistances = 3; ///< that make sequences regular
 
 struct Marks {
@@ -48,18 +48,18 @@ Value mostFrequent(const std::vector<Value>& values, std::size_t& count) {
     return best;
 }
 
-/// The word after the marks if it hardly ever changes.
+/// The word after the first marks if it hardly ever changes. Later ones may be those of lanes that were swapped.
 std::optional<std::uint16_t> furtherWord(const Marks& marks, std::span<const std::uint16_t> words) {
     constexpr std::size_t enough = 8;
     std::vector<std::uint16_t> all;
     for (const std::size_t place : marks.places) {
-        if (place + 1 < words.size()) {
+        if (place + 1 < words.size() && all.size() < enough + enough / 2) {
             all.push_back(words[place + 1]);
         }
     }
     std::size_t count = 0;
     const std::uint16_t word = mostFrequent(all, count);
-    return count >= enough && 2 * count > all.size() ? std::optional(word) : std::nullopt;
+    return count >= enough ? std::optional(word) : std::nullopt;
 }
 
 Regularity learnWithMask(SequenceKind kind, std::span<const std::uint16_t> words, bool patternWords,
@@ -104,6 +104,19 @@ Regularity learnWithMask(SequenceKind kind, std::span<const std::uint16_t> words
 }
 
 } // namespace
+
+std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words) {
+    std::vector<std::uint16_t> kept;
+    kept.reserve(words.size());
+    std::uint16_t last = 0;
+    for (const std::uint16_t word : words) {
+        if (word != halfSynchronisation || last == frameFirst) {
+            kept.push_back(word);
+        }
+        last = word;
+    }
+    return kept;
+}
 
 bool isMarkAt(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask) {
     switch (kind) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 // What a stream should hold at each of its words: synchronisation sequences at a regular distance, a pattern between
 // them if the content is one.
@@ -17,6 +18,12 @@ enum class SequenceKind {
     Zeros, ///< five zero words or more, the mark, and one further word
     Frame, ///< FF FF FF 7F
 };
+
+/// A half-word synchronisation may be anywhere between the words of a frame, and is none of them.
+inline constexpr std::uint16_t halfSynchronisation = 0x7FFF;
+
+/// The words without half-word synchronisations; the second half of a full one stays.
+std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words);
 
 /// How often sequences come, as learned from the stream's beginning.
 struct Regularity {
@@ -36,7 +43,7 @@ struct Regularity {
 /// Whether the mark of a sequence is at `at`. Bits outside of the mask are ignored.
 bool isMarkAt(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask);
 
-/// `patternWords`: the content has no zeros of its own. Lanes are tried without one of them where that alone shows the
+/// Frames are without half-word synchronisations. `patternWords`: the content has no zeros of its own. Lanes are tried without one of them where that alone shows the
 /// sequences; 0: unknown.
 Regularity learnRegularity(SequenceKind kind, std::span<const std::uint16_t> words, bool patternWords, unsigned lanes);
 
@@ -77,6 +84,10 @@ public:
     Cursor atDistance(std::uint64_t position, std::uint64_t mark) const;
 
     bool regular() const { return regularity.regular(); }
+    /// A word that does not count: the one that is expected here comes after it. `last` is the word before it.
+    bool isExtra(std::uint16_t last, std::uint16_t word, const ExpectedWord& here) const {
+        return word == halfSynchronisation && regularity.kind == SequenceKind::Frame && !here.mark && last != 0xFFFF;
+    }
     bool hasPattern() const { return pattern.has_value(); }
     const Regularity& learned() const { return regularity; }
     std::size_t patternLength() const { return pattern ? pattern->words.size() : 0; }

@@ -11,6 +11,7 @@ constexpr std::uint64_t fewestOfDrift = 4;  ///< wrong bits
 constexpr double shareOfDrift = 0.97;       ///< of them that show the neighbour's bit
 constexpr double chanceOfNoise = 7.0;       ///< natural logarithm: noise looks so in one case of a thousand
 constexpr std::uint64_t fewestOfStuck = 16; ///< words
+constexpr std::uint64_t clearer = 3; ///< times as many bits of one neighbour as of the other
 /// Words after the first damage that decide its kind.
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
 
@@ -39,10 +40,11 @@ DamageKind LaneFigures::kind(std::uint16_t mask) const {
     }
     const double late = againstNoise(likePreceding, known, unlikePreceding, bits);
     const double early = againstNoise(likeNext, known, unlikeNext, bits);
-    if (late >= chanceOfNoise && late > early) {
+    // On a lane whose bits alternate only the sequences tell one neighbour from the other.
+    if (late >= chanceOfNoise && onlyPreceding > clearer * onlyNext) {
         return DamageKind::DriftLate;
     }
-    return early >= chanceOfNoise && early > late ? DamageKind::DriftEarly : DamageKind::Noise;
+    return early >= chanceOfNoise && onlyNext > clearer * onlyPreceding ? DamageKind::DriftEarly : DamageKind::Noise;
 }
 
 void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,

@@ -3,6 +3,7 @@
 #include "rcvr/framework/TraceLimits.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 // How a stream continues after a word that is wrong.
@@ -12,7 +13,8 @@ namespace diagnosis {
 namespace {
 
 constexpr std::size_t windowWords = 48;     ///< of a pattern, that decide what happened
-constexpr std::size_t windowSequences = 3;  ///< where only sequences are known
+constexpr std::size_t windowSequences = 3;  ///< whose next words show an order of lanes
+constexpr std::size_t triedSequences = 6;   ///< of which one may be sound
 constexpr std::size_t nearWords = 8;        ///< right after words were lost or inserted
 constexpr std::size_t mostPadding = 8192;   ///< words: a block of the unit
 constexpr std::size_t mostInserted = 512;   ///< words, where only a pattern shows it
@@ -23,7 +25,7 @@ constexpr double moved = 0.7;               ///< share of sound words below whic
 /// So far the words ahead are looked at.
 std::size_t WordChecker::farthest() const {
     return std::max<std::size_t>(mostPadding + 1,
-                                 (windowSequences + 2) * std::size_t{expected.learned().period} + windowWords);
+                                 (triedSequences + 2) * std::size_t{expected.learned().period} + windowWords);
 }
 
 /// A sequence at an irregular distance, between words of a pattern.
@@ -54,70 +56,79 @@ bool WordChecker::isPadding() {
 }
 
 WordChecker::Fit WordChecker::fitFrom(std::uint64_t from, Cursor at, const LaneOrder& lanesAs, std::size_t most) {
-    const Words words = window.from(from, farthest());
     Fit fit;
-    bool sound = true;
-    bool whole = false; // the sequence's beginning was seen
-    for (const std::uint16_t raw : words) {
+    for (const std::uint16_t raw : window.from(from, farthest())) {
         if (fit.judged == most) {
             break;
         }
         const ExpectedWord here = expected.at(at);
-        whole = whole || at.inPeriod == 0;
         expected.step(at);
-        if (here.mask == 0 || here.further) {
-            continue;
-        }
-        const std::uint16_t word = lanesAs == straightLanes ? raw : reordered(raw, lanesAs, tally.count());
-        const bool good = ((word ^ here.value) & here.mask) == 0;
-        if (expected.hasPattern()) {
+        if (here.mask != 0 && !here.further) {
+            const std::uint16_t word = lanesAs == straightLanes ? raw : reordered(raw, lanesAs, tally.count());
             ++fit.judged;
-            fit.good += good;
-            continue;
+            fit.good += ((word ^ here.value) & here.mask) == 0;
         }
-        sound = sound && good;
-        if (here.mark && whole) {
-            ++fit.judged;
-            fit.good += sound;
-        }
-        sound = sound || here.mark;
     }
     return fit;
 }
 
+/// Whether one of the next sequences that have not begun yet is where it belongs.
+bool WordChecker::sequencesHold() {
+    const Words words = window.from(position, farthest());
+    Cursor at = cursor;
+    std::size_t count = 0;
+    bool whole = false; // begun, and sound so far
+    std::uint16_t previous = last;
+    for (const std::uint16_t raw : words) {
+        const ExpectedWord here = expected.at(at);
+        const bool extra = expected.isExtra(std::exchange(previous, raw), raw, here);
+        if (extra) {
+            continue;
+        }
+        if (here.sequence) {
+            whole = at.inPeriod == 0 ? &raw != words.data() : whole;
+            whole = whole && ((seen(raw) ^ here.value) & here.mask) == 0;
+            count += here.mark ? 1U : 0U;
+            if (here.mark && (whole || count > triedSequences)) {
+                return whole;
+            }
+        }
+        expected.step(at);
+    }
+    return count < 2; // the stream ends before it shows
+}
+
 /// True if the words after the wrong one make sense again, and the position, the cursor or the lanes' order has changed.
 bool WordChecker::explain(const ExpectedWord& here) {
-    if (isPadding()) {
-        ended = true;
-        return true;
-    }
     if (here.further) {
         return reorderLanes();
     }
-    if (expected.hasPattern()) {
-        const Fit stay = fitFrom(position, cursor, order, windowWords);
-        if (stay.judged < nearWords || stay.share() >= moved) {
-            return false;
-        }
-        return realign() || reorderLanes();
+    if (expected.regular() && !sequencesHold() && realignBySequence()) {
+        return true;
     }
-    // The next sequence is where it belongs if only this one is damaged.
-    const std::uint64_t rest = expected.learned().period - cursor.inPeriod;
-    const Fit next = fitFrom(position + rest, Cursor{0, cursor.phase}, order, 1);
-    return next.good == 0 && realign();
+    if (!expected.hasPattern()) {
+        return false;
+    }
+    const Fit stay = fitFrom(position, cursor, order, windowWords);
+    if (stay.judged < nearWords || stay.share() >= moved) {
+        return false;
+    }
+    return (expected.regular() ? realignBySequence() : realignByPattern()) || reorderLanes();
 }
 
-bool WordChecker::realign() {
-    return expected.regular() ? realignBySequence() : realignByPattern();
+/// With the lanes in their places, and without half-word synchronisations.
+std::vector<std::uint16_t> WordChecker::wordsAhead() {
+    std::vector<std::uint16_t> words;
+    for (const std::uint16_t word : window.from(position, farthest())) {
+        words.push_back(seen(word));
+    }
+    return expected.learned().kind == SequenceKind::Frame ? withoutHalves(words) : words;
 }
 
 bool WordChecker::realignBySequence() {
     const Regularity& learned = expected.learned();
     const std::uint64_t period = learned.period;
-    std::vector<std::uint16_t> words;
-    for (const std::uint16_t word : window.from(position, farthest())) {
-        words.push_back(seen(word));
-    }
+    const std::vector<std::uint16_t> words = wordsAhead();
     // The first mark that another one follows at the usual distance, or that is the last.
     std::size_t mark = 0;
     for (; mark < words.size(); ++mark) {
@@ -131,40 +142,45 @@ bool WordChecker::realignBySequence() {
     }
     const Cursor atMark = expected.moved(cursor, mark);
     const std::uint64_t step = (learned.zeros + period - atMark.inPeriod) % period;
-    if (!expected.hasPattern()) {
-        if (step == 0) {
-            return false;
-        }
-        if (2 * step <= period) {
-            lose(step);
-        } else {
-            skip(period - step);
-        }
-        return true;
+    if (expected.hasPattern()) {
+        return realignTo(mark, atMark, step);
     }
-    // The pattern shows how many periods are lost beside.
-    const std::uint64_t cycle = expected.cycle();
-    std::uint64_t lost = cycle;
-    for (std::uint64_t words_ = step; words_ < cycle; words_ += period) {
-        if (fitFrom(position + mark, expected.moved(atMark, words_), order, windowWords / 2).holds()) {
-            lost = words_;
-            break;
-        }
-    }
-    if (lost == 0 || lost == cycle) {
+    if (step == 0) {
         return false;
     }
-    const Words first = window.from(position, 1);
-    const ExpectedWord here = expected.at(expected.moved(cursor, lost));
-    const Fit near = fitFrom(position, expected.moved(cursor, lost), order, nearWords);
-    if (((seen(first.front()) ^ here.value) & here.mask) == 0 && near.share() > moved) {
-        lose(lost);
-    } else if (fitFrom(position + cycle - lost, cursor, order, nearWords).share() > moved) {
-        skip(cycle - lost);
-    } else if (2 * lost <= cycle) {
-        lose(lost);
+    if (2 * step <= period) {
+        lose(step);
     } else {
-        skip(cycle - lost);
+        skip(period - step);
+    }
+    return true;
+}
+
+/// The pattern shows whether words were lost or inserted, and how many of its periods.
+bool WordChecker::realignTo(std::uint64_t mark, const Cursor& atMark, std::uint64_t step) {
+    const std::uint64_t cycle = expected.cycle();
+    std::uint64_t fewest = cycle; // words lost
+    std::uint64_t most = 0;
+    for (std::uint64_t lost = step; lost < cycle; lost += expected.learned().period) {
+        if (fitFrom(position + mark, expected.moved(atMark, lost), order, windowWords / 2).holds()) {
+            fewest = std::min(fewest, lost);
+            most = lost;
+        }
+    }
+    if (fewest == 0 || fewest == cycle) {
+        return false;
+    }
+    const std::uint64_t inserted = cycle - most;
+    const Cursor after = expected.moved(cursor, fewest);
+    const Words first = window.from(position, 1);
+    const ExpectedWord here = expected.at(after);
+    const bool joins = ((seen(first.front()) ^ here.value) & here.mask) == 0 &&
+                       fitFrom(position, after, order, nearWords).share() > moved;
+    const bool resumes = fitFrom(position + inserted, cursor, order, nearWords).share() > moved;
+    if (joins != resumes ? joins : fewest <= inserted) {
+        lose(fewest);
+    } else {
+        skip(inserted);
     }
     return true;
 }
@@ -198,7 +214,13 @@ void WordChecker::lose(std::uint64_t words) {
 
 void WordChecker::skip(std::uint64_t words) {
     wordsDamaged(DamageKind::InsertedWords, words);
-    position += window.from(position, words).size();
+    for (; words != 0; ++position) {
+        const Words next = window.from(position, 1);
+        if (next.empty()) {
+            break;
+        }
+        words -= expected.isExtra(std::exchange(last, next.front()), next.front(), {}) ? 0U : 1U;
+    }
     before = {};
     sequenceSound = true;
 }

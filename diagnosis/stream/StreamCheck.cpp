@@ -14,7 +14,6 @@ namespace diagnosis {
 namespace {
 
 constexpr std::size_t sampleBytes = 8;
-constexpr std::size_t learnedWords = std::size_t{1} << 18;
 constexpr std::size_t recognisedBytes = std::size_t{1} << 16;
 constexpr std::size_t fewestSequences = 4; ///< that make a judgement
 constexpr std::size_t fewestPackets = 8;   ///< whose trailers show the mode
@@ -96,7 +95,7 @@ StreamMode recognised(std::span<const std::uint8_t> bytes) {
     if (count.packets >= fewestPackets && 10 * count.trailers >= 9 * count.packets) {
         return StreamMode::Pti;
     }
-    const std::vector<std::uint16_t> words = plainWords(bytes);
+    const std::vector<std::uint16_t> words = withoutHalves(plainWords(bytes));
     const Regularity frames = learnRegularity(SequenceKind::Frame, words, false, 0);
     return frames.regular() && frames.marks >= fewestSequences ? StreamMode::Tpiu : StreamMode::Unknown;
 }
@@ -259,8 +258,11 @@ StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {
     const SequenceKind kind = packets                                          ? SequenceKind::Zeros
                               : check.form.mode == StreamMode::Unknown || patterned ? SequenceKind::None
                                                                                : SequenceKind::Frame;
-    WordWindow window([&](std::span<std::uint8_t> out) { return rewound(out); }, packets, kind == SequenceKind::Frame);
-    const Regularity learned = learnRegularity(kind, window.from(0, learnedWords), patterned, check.form.lanes);
+    WordWindow window([&](std::span<std::uint8_t> out) { return rewound(out); }, packets);
+    const Regularity learned =
+        kind == SequenceKind::Frame
+            ? learnRegularity(kind, withoutHalves(window.from(0, learnedWords)), patterned, check.form.lanes)
+            : learnRegularity(kind, window.from(0, learnedWords), patterned, check.form.lanes);
     const std::optional<Pattern> pattern = patterned ? patternOf(form.pattern, form.lanes) : std::nullopt;
     const ExpectedStream expected(learned, pattern);
     WordChecker checker(window, expected, check);
@@ -273,7 +275,7 @@ StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {
     check.otherPackets = window.otherPackets;
     check.badTrailers = window.badTrailers;
     check.cutPackets = window.cutPackets;
-    check.halfSequences = learned.marks != 0 ? window.halfSequences : 0;
+    check.halfSequences = learned.marks != 0 ? check.halfSequences : 0;
     check.wordsBetween = learned.period;
     if (!learned.regular() && kind == SequenceKind::Frame) {
         check.sequences = learned.marks;

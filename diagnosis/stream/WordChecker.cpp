@@ -9,6 +9,7 @@ namespace diagnosis {
 
 namespace {
 
+constexpr std::uint16_t frameStart = 0xFFFF;
 constexpr std::size_t stride = 4096; ///< words asked for at a time
 constexpr std::size_t keptDamages = 16;
 constexpr std::size_t phaseWindow = 64;        ///< words that show where the pattern begins
@@ -51,16 +52,36 @@ void WordChecker::start() {
     const Words words = window.from(0, stride);
     const Regularity& learned = expected.learned();
     if (!expected.hasPattern()) {
-        position = learned.firstMark - std::min<std::size_t>(learned.firstMark, learned.zeros);
+        const std::size_t first = learned.firstMark - std::min<std::size_t>(learned.firstMark, learned.zeros);
+        position = first;
+        if (learned.kind == SequenceKind::Frame) {
+            position = startOfFrames(first);
+        }
+        cursor = expected.atDistance(first, learned.firstMark);
     } else {
         while (position < words.size() && words[position] == 0) {
             ++position;
         }
+        cursor = expected.atDistance(position, learned.firstMark);
+        choosePhase(words);
     }
-    cursor = expected.atDistance(position, learned.firstMark);
-    choosePhase(words);
     nextAnalysis = position;
     backoff = firstBackoff;
+}
+
+/// The position of a word that was counted without half-word synchronisations.
+std::uint64_t WordChecker::startOfFrames(std::size_t counted) {
+    std::uint16_t earlier = 0;
+    std::uint64_t at = 0;
+    for (const std::uint16_t word : window.from(0, learnedWords)) {
+        const bool counts = word != halfSynchronisation || earlier == frameStart;
+        if (counts && counted-- == 0) {
+            break;
+        }
+        earlier = word;
+        ++at;
+    }
+    return at;
 }
 
 /// The pattern's word at the stream's first one, by the bits that agree.
@@ -69,8 +90,8 @@ void WordChecker::choosePhase(Words words) {
     Cursor chosen = cursor;
     std::uint64_t begin = position;
     // A stream may begin within a sequence whose place is not known.
-    const std::uint64_t last = expected.regular() ? position : position + 2 * limits::syncLength;
-    for (std::uint64_t from = position; from <= last; ++from) {
+    const std::uint64_t latest = expected.regular() ? position : position + 2 * limits::syncLength;
+    for (std::uint64_t from = position; from <= latest; ++from) {
         for (std::uint32_t phase = 0; phase < expected.patternLength(); ++phase) {
             Cursor at = cursor;
             at.phase = phase;
@@ -130,6 +151,11 @@ bool WordChecker::scan(Words words) {
         const ExpectedWord here = expected.at(cursor);
         if (!expected.regular()) {
             countLooseMarks(raw);
+        } else if (expected.isExtra(last, raw, here)) {
+            ++check.halfSequences;
+            ++position;
+            last = raw;
+            continue;
         }
         if (here.mask != 0 || tally.any()) {
             const std::uint16_t word = seen(raw);
@@ -144,6 +170,7 @@ bool WordChecker::scan(Words words) {
             }
             countJudged(here, true);
         }
+        last = raw;
         advance(here);
     }
     return false;
@@ -182,13 +209,17 @@ void WordChecker::resolve() {
     if (skipSequence()) {
         return;
     }
+    if (isPadding()) {
+        ended = true;
+        return;
+    }
     if (position >= nextAnalysis) {
         if (explain(here)) {
             backoff = firstBackoff;
             nextAnalysis = position + 1;
             return;
         }
-        nextAnalysis = position + backoff;
+        nextAnalysis = here.further ? position : position + backoff;
         backoff = expected.hasPattern() ? std::min(backoff * 2, longestBackoff) : firstBackoff;
     }
     const Words words = window.from(position, 1);
@@ -196,6 +227,7 @@ void WordChecker::resolve() {
         return;
     }
     const std::uint16_t word = seen(words.front());
+    last = words.front();
     // Any word may follow a mark.
     if (!here.further) {
         takeWrong(word, static_cast<std::uint16_t>((word ^ here.value) & here.mask), here);

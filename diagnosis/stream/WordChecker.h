@@ -11,6 +11,9 @@
 
 namespace diagnosis {
 
+/// Words of the beginning from which the distance of sequences is learned.
+inline constexpr std::size_t learnedWords = std::size_t{1} << 18;
+
 /// The received lane that shows each lane of the sent word.
 using LaneOrder = std::array<std::uint8_t, 4>;
 inline constexpr LaneOrder straightLanes{0, 1, 2, 3};
@@ -33,7 +36,7 @@ public:
     std::uint64_t firstByteOf(unsigned lane) const { return firstBytes[lane]; }
 
 private:
-    /// How much of the words ahead fits: words of a pattern, or whole sequences.
+    /// How many of the words that follow fit.
     struct Fit {
         std::size_t judged = 0, good = 0;
         double share() const { return judged == 0 ? 0.0 : static_cast<double>(good) / static_cast<double>(judged); }
@@ -42,6 +45,7 @@ private:
     using Words = std::span<const std::uint16_t>;
 
     void start();
+    std::uint64_t startOfFrames(std::size_t counted);
     void choosePhase(Words words);
     bool scan(Words words);
     void resolve();
@@ -54,17 +58,19 @@ private:
     bool skipSequence();
     bool explain(const ExpectedWord& here);
     bool isPadding();
-    bool realign();
     bool realignBySequence();
+    bool realignTo(std::uint64_t mark, const Cursor& atMark, std::uint64_t step);
     bool realignByPattern();
     bool reorderLanes();
     void lose(std::uint64_t words);
     void skip(std::uint64_t words);
     void wordsDamaged(DamageKind kind, std::uint64_t amount);
+    bool sequencesHold();
     Fit fitFrom(std::uint64_t from, Cursor at, const LaneOrder& lanesAs, std::size_t most);
     Fit fitOfFurther(const LaneOrder& lanesAs);
     std::uint16_t seen(std::uint16_t word) const;
     std::size_t farthest() const;
+    std::vector<std::uint16_t> wordsAhead();
 
     WordWindow& window;
     const ExpectedStream& expected;
@@ -75,6 +81,7 @@ private:
     std::uint64_t position = 0;
     Cursor cursor;
     ExpectedWord before;
+    std::uint16_t last = 0; ///< received before the position
     std::uint64_t nextAnalysis = 0;
     std::uint64_t backoff = 0;
     bool sequenceSound = true;

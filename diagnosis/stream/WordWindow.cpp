@@ -7,32 +7,17 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::uint16_t halfWord = 0x7FFF;
-constexpr std::uint16_t frameFirst = 0xFFFF;
 constexpr std::size_t keptFaults = 4096; ///< waiting; more are counted only
 
 } // namespace
 
-WordWindow::WordWindow(ByteReader source, bool hasPackets, bool dropsHalf)
-    : reader(std::move(source), hasPackets), packets(hasPackets), dropHalf(dropsHalf) {}
+WordWindow::WordWindow(ByteReader source, bool hasPackets)
+    : reader(std::move(source), hasPackets), packets(hasPackets) {}
 
 void WordWindow::append(const PayloadChunk& from) {
     const std::uint64_t first = wordsRead();
     segments.push_back({first, from.byte});
-    if (!dropHalf) {
-        held.insert(held.end(), from.words.begin(), from.words.end());
-    } else {
-        for (std::size_t i = 0; i < from.words.size(); ++i) {
-            const std::uint16_t word = from.words[i];
-            if (word == halfWord && last != frameFirst) {
-                ++halfSequences;
-                segments.push_back({wordsRead(), from.byte + 2 * (i + 1)});
-            } else {
-                held.push_back(word);
-            }
-            last = word;
-        }
-    }
+    held.insert(held.end(), from.words.begin(), from.words.end());
     if (from.fault != PayloadChunk::Fault::None && faults.size() < keptFaults) {
         faults.push_back({from.fault, from.byte, from.bytes, first, wordsRead()});
     }

@@ -12,8 +12,7 @@ namespace diagnosis {
 /// The payload's words by their position, as far as they are held: a window that moves over the stream.
 class WordWindow {
 public:
-    /// `dropsHalf`: half-word synchronisations are counted, and are no words.
-    WordWindow(ByteReader source, bool packets, bool dropsHalf);
+    WordWindow(ByteReader source, bool packets);
 
     /// Words from a position on, `most` of them; fewer at the end of the stream. Valid until the next call.
     std::span<const std::uint16_t> from(std::uint64_t position, std::size_t most);
@@ -38,7 +37,7 @@ public:
     std::uint64_t bytesRead() const { return reader.bytesRead(); }
     std::uint64_t wordsRead() const { return base + held.size(); }
 
-    std::uint64_t tracePackets = 0, otherPackets = 0, badTrailers = 0, cutPackets = 0, halfSequences = 0;
+    std::uint64_t tracePackets = 0, otherPackets = 0, badTrailers = 0, cutPackets = 0;
 
 private:
     bool load();
@@ -50,11 +49,9 @@ private:
 
     PayloadReader reader;
     bool packets;
-    bool dropHalf;
     PayloadChunk chunk;
     std::vector<std::uint16_t> held;
     std::uint64_t base = 0; ///< position of held.front()
-    std::uint16_t last = 0;
     std::deque<Segment> segments;
     std::deque<Fault> faults;
     std::deque<std::uint64_t> zeroCuts;
