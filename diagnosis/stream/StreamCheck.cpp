@@ -270,7 +270,7 @@ StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {
 
     check.bytes = window.bytesRead();
     check.samples = check.bytes / sampleBytes;
-    check.words = window.wordsRead();
+    check.words = window.wordsRead() - check.padding;
     check.tracePackets = window.tracePackets;
     check.otherPackets = window.otherPackets;
     check.badTrailers = window.badTrailers;

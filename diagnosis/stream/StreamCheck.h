@@ -92,7 +92,8 @@ struct StreamCheck {
     std::uint64_t bytes = 0;
     std::uint64_t samples = 0;     ///< whole ones
     std::uint64_t tracePackets = 0, otherPackets = 0, badTrailers = 0, cutPackets = 0;
-    std::uint64_t words = 0;         ///< of payload
+    std::uint64_t words = 0;         ///< of payload, without those that fill the unit's last block
+    std::uint64_t padding = 0;       ///< zero words that fill it
     std::uint64_t wordsCompared = 0; ///< with the pattern, synchronisation included
     std::uint64_t wordsJudged = 0;   ///< by their content or as a part of a synchronisation sequence
     std::uint64_t wrongWords = 0;    ///< of those

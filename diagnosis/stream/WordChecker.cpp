@@ -131,11 +131,6 @@ void WordChecker::run() {
         takeFaults(position);
         window.forget(position);
     }
-    window.from(position, stride); // at the end all of it is read
-    while (!window.from(position, stride).empty()) {
-        position += window.from(position, stride).size();
-        window.forget(position);
-    }
     takeFaults(~std::uint64_t{0});
 }
 
@@ -210,6 +205,7 @@ void WordChecker::resolve() {
         return;
     }
     if (isPadding()) {
+        check.padding = window.from(position, ~std::size_t{0} / 4).size();
         ended = true;
         return;
     }
