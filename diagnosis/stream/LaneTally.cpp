@@ -11,7 +11,7 @@ constexpr std::uint64_t fewestOfDrift = 4;  ///< wrong bits
 constexpr double shareOfDrift = 0.97;       ///< of them that show the neighbour's bit
 constexpr double chanceOfNoise = 7.0;       ///< natural logarithm: noise looks so in one case of a thousand
 constexpr std::uint64_t fewestOfStuck = 16; ///< words
-constexpr std::uint64_t clearer = 3; ///< times as many bits of one neighbour as of the other
+constexpr std::uint64_t clearer = 3;        ///< times as many bits of one neighbour as of the other
 /// Words after the first damage that decide its kind.
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
 

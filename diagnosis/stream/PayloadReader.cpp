@@ -42,8 +42,8 @@ PayloadReader::PayloadReader(ByteReader source, bool packets)
 /// At least so many bytes from the present position on, unless the stream ends.
 std::span<const std::uint8_t> PayloadReader::ahead(std::size_t bytes) {
     if (end - begin < bytes && !ended) {
-        std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin), buffer.begin() + static_cast<std::ptrdiff_t>(end),
-                  buffer.begin());
+        std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
+                  buffer.begin() + static_cast<std::ptrdiff_t>(end), buffer.begin());
         end -= begin;
         begin = 0;
         while (end < buffer.size() && !ended) {

@@ -20,7 +20,7 @@ struct PayloadChunk {
     std::uint32_t bytes = 0;
     std::vector<std::uint16_t> words{};
     Fault fault = Fault::None;
-    bool trace = true;     ///< false for a packet of the other kind
+    bool trace = true;      ///< false for a packet of the other kind
     bool cutsZeros = false; ///< a run of zeros does not continue in the next packet
 };
 

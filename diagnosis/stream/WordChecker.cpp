@@ -12,8 +12,8 @@ namespace {
 constexpr std::uint16_t frameStart = 0xFFFF;
 constexpr std::size_t stride = 4096; ///< words asked for at a time
 constexpr std::size_t keptDamages = 16;
-constexpr std::size_t phaseWindow = 64;        ///< words that show where the pattern begins
-constexpr std::uint64_t firstBackoff = 64;     ///< words until the next attempt at an explanation
+constexpr std::size_t phaseWindow = 64;    ///< words that show where the pattern begins
+constexpr std::uint64_t firstBackoff = 64; ///< words until the next attempt at an explanation
 constexpr std::uint64_t longestBackoff = 65536;
 
 } // namespace
@@ -30,9 +30,8 @@ std::uint16_t reordered(std::uint16_t word, const LaneOrder& order, unsigned lan
 void addDamage(StreamCheck& check, const Damage& damage) {
     ++check.damageCount;
     const auto place =
-        std::upper_bound(check.damages.begin(), check.damages.end(), damage, [](const Damage& one, const Damage& other) {
-            return one.place.byte < other.place.byte;
-        });
+        std::upper_bound(check.damages.begin(), check.damages.end(), damage,
+                         [](const Damage& one, const Damage& other) { return one.place.byte < other.place.byte; });
     check.damages.insert(place, damage);
     if (check.damages.size() > keptDamages) {
         check.damages.pop_back();
@@ -172,8 +171,7 @@ bool WordChecker::scan(Words words) {
 }
 
 void WordChecker::countLooseMarks(std::uint16_t word) {
-    if (word == limits::syncWord && zeroRun >= limits::syncZeros &&
-        expected.learned().kind == SequenceKind::Zeros) {
+    if (word == limits::syncWord && zeroRun >= limits::syncZeros && expected.learned().kind == SequenceKind::Zeros) {
         ++check.sequences;
         check.wordsJudged += expected.hasPattern() ? 0U : limits::syncLength;
     }
