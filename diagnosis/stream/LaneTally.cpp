@@ -47,6 +47,12 @@ DamageKind LaneFigures::kind(std::uint16_t mask) const {
     return early >= chanceOfNoise && onlyNext > clearer * onlyPreceding ? DamageKind::DriftEarly : DamageKind::Noise;
 }
 
+LaneTally::LaneTally(unsigned laneCount) : lanes(laneCount) {
+    for (unsigned lane = 0; lane < lanes; ++lane) {
+        masks[lane] = laneBits(lanes, lane);
+    }
+}
+
 void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,
                      const ExpectedWord& after) {
     if (lanes == 0) {
@@ -64,7 +70,7 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
     const unsigned unlikePreceding = (here.value ^ later(before.value, here.value)) & known;
     const unsigned unlikeNext = (here.value ^ earlier(here.value, after.value)) & known;
     for (unsigned lane = 0; lane < lanes; ++lane) {
-        const unsigned ofLane = laneBits(lanes, lane);
+        const unsigned ofLane = masks[lane];
         const unsigned bad = wrong & ofLane;
         LaneFigures& own = figures[lane];
         if (bad != 0 && own.wrongBits == 0) {

@@ -29,7 +29,7 @@ struct LaneFigures {
 /// Follows the wrong bits of a stream, lane by lane.
 class LaneTally {
 public:
-    explicit LaneTally(unsigned laneCount) : lanes(laneCount) {}
+    explicit LaneTally(unsigned laneCount);
 
     /// A word and its wrong bits: those that differ from the expected ones. Sound words count once there were wrong ones.
     void take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,
@@ -39,11 +39,13 @@ public:
     bool any() const { return damaged; }
 
     unsigned count() const { return lanes; }
+    std::uint16_t maskOf(unsigned lane) const { return masks[lane]; }
     const LaneFigures& of(unsigned lane) const { return figures[lane]; }
-    DamageKind kindOf(unsigned lane) const { return figures[lane].kind(laneBits(lanes, lane)); }
+    DamageKind kindOf(unsigned lane) const { return figures[lane].kind(masks[lane]); }
 
 private:
     unsigned lanes;
+    std::array<std::uint16_t, 16> masks{};
     bool damaged = false;
     std::array<LaneFigures, 16> figures{};
 };

@@ -15,6 +15,7 @@ using limits::packetBytes;
 constexpr std::size_t bufferBytes = std::size_t{1} << 16;
 constexpr std::size_t packetsAhead = 8; ///< whose trailers decide the length of a damaged packet
 constexpr std::size_t longestPacket = 2 * packetBytes;
+constexpr std::size_t longestPause = 63; ///< packets
 constexpr std::uint16_t unusedTrailerBits = 0x0700;
 
 std::uint16_t wordAt(std::span<const std::uint8_t> bytes, std::size_t offset) {
@@ -98,6 +99,16 @@ std::size_t PayloadReader::lengthOfDamaged(std::span<const std::uint8_t> bytes) 
     return best;
 }
 
+bool PayloadReader::searchesLength() {
+    if (packetsToSearch != 0) {
+        --packetsToSearch;
+        return false;
+    }
+    packetsToSearch = pause;
+    pause = std::min(2 * pause + 1, longestPause);
+    return true;
+}
+
 bool PayloadReader::next(PayloadChunk& chunk) {
     std::span<const std::uint8_t> bytes = ahead(packetBytes);
     chunk.fault = PayloadChunk::Fault::None;
@@ -117,7 +128,9 @@ bool PayloadReader::next(PayloadChunk& chunk) {
     }
     std::uint16_t trailer = wordAt(bytes, packetBytes - 2);
     std::size_t length = packetBytes;
-    if (!isPlainTrailer(trailer)) {
+    if (isPlainTrailer(trailer)) {
+        pause = packetsToSearch = 0;
+    } else if (searchesLength()) {
         bytes = ahead(longestPacket + (packetsAhead + 1) * packetBytes);
         length = lengthOfDamaged(bytes);
         trailer = wordAt(bytes, length - 2);

@@ -38,6 +38,7 @@ private:
     std::span<const std::uint8_t> ahead(std::size_t bytes);
     void take(PayloadChunk& chunk, std::size_t bytes, std::size_t payloadBytes);
     std::size_t lengthOfDamaged(std::span<const std::uint8_t> bytes) const;
+    bool searchesLength();
 
     ByteReader read;
     bool framed;
@@ -46,6 +47,9 @@ private:
     std::size_t end = 0;
     bool ended = false;
     std::uint64_t position = 0; ///< of the stream's bytes, taken so far
+    // Where no trailers follow, the search for them gets rarer.
+    std::size_t packetsToSearch = 0;
+    std::size_t pause = 0;
 };
 
 /// How many of the packets in these bytes end in a trailer, of how many. The last packet has no say.

@@ -233,7 +233,7 @@ void WordChecker::takeWrong(std::uint16_t word, std::uint16_t wrong, const Expec
     if (wrong != 0) {
         const std::uint64_t byte = window.byteOf(position);
         for (unsigned lane = 0; lane < tally.count(); ++lane) {
-            if (tally.of(lane).wrongBits == 0 && (wrong & laneBits(tally.count(), lane)) != 0) {
+            if (tally.of(lane).wrongBits == 0 && (wrong & tally.maskOf(lane)) != 0) {
                 firstBytes[lane] = byte;
             }
         }
