@@ -105,15 +105,14 @@ Regularity learnWithMask(SequenceKind kind, std::span<const std::uint16_t> words
 
 } // namespace
 
-std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words) {
+std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, std::uint16_t previous) {
     std::vector<std::uint16_t> kept;
     kept.reserve(words.size());
-    std::uint16_t last = 0;
     for (const std::uint16_t word : words) {
-        if (word != halfSynchronisation || last == frameFirst) {
+        if (word != halfSynchronisation || previous == frameFirst) {
             kept.push_back(word);
         }
-        last = word;
+        previous = word;
     }
     return kept;
 }

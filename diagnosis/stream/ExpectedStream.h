@@ -22,8 +22,8 @@ enum class SequenceKind {
 /// A half-word synchronisation may be anywhere between the words of a frame, and is none of them.
 inline constexpr std::uint16_t halfSynchronisation = 0x7FFF;
 
-/// The words without half-word synchronisations; the second half of a full one stays.
-std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words);
+/// The words without half-word synchronisations; the second half of a full one stays. `previous` is the word before them.
+std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, std::uint16_t previous = 0);
 
 /// How often sequences come, as learned from the stream's beginning.
 struct Regularity {

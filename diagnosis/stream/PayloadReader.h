@@ -52,10 +52,4 @@ private:
     std::size_t pause = 0;
 };
 
-/// How many of the packets in these bytes end in a trailer, of how many. The last packet has no say.
-struct TrailerCount {
-    std::size_t trailers = 0, packets = 0;
-};
-TrailerCount countTrailers(std::span<const std::uint8_t> bytes);
-
 } // namespace diagnosis

@@ -102,6 +102,9 @@ bool WordChecker::explain(const ExpectedWord& here) {
     if (here.further) {
         return reorderLanes();
     }
+    if (expected.learned().kind == SequenceKind::Frame && frameExplained(here)) {
+        return skipDamagedHalves();
+    }
     if (expected.regular() && !sequencesHold() && realignBySequence()) {
         return true;
     }
@@ -121,7 +124,7 @@ std::vector<std::uint16_t> WordChecker::wordsAhead() {
     for (const std::uint16_t word : window.from(position, farthest())) {
         words.push_back(seen(word));
     }
-    return expected.learned().kind == SequenceKind::Frame ? withoutHalves(words) : words;
+    return expected.learned().kind == SequenceKind::Frame ? withoutHalves(words, last) : words;
 }
 
 bool WordChecker::realignBySequence() {

@@ -89,10 +89,29 @@ std::vector<std::uint16_t> plainWords(std::span<const std::uint8_t> bytes) {
     return words;
 }
 
+/// Nearly all packets end in a trailer, those of a wrong length included.
+bool hasPackets(std::span<const std::uint8_t> bytes) {
+    PayloadReader reader(
+        [&](std::span<std::uint8_t> out) {
+            const std::size_t count = std::min(out.size(), bytes.size());
+            std::copy_n(bytes.begin(), count, out.begin());
+            bytes = bytes.subspan(count);
+            return count;
+        },
+        true);
+    PayloadChunk chunk;
+    std::size_t packets = 0;
+    std::size_t bad = 0;
+    while (reader.next(chunk)) {
+        packets += chunk.fault == PayloadChunk::Fault::Rest ? 0U : 1U;
+        bad += chunk.fault == PayloadChunk::Fault::BadTrailer ? 1U : 0U;
+    }
+    return packets >= fewestPackets && 10 * bad <= packets;
+}
+
 /// Only what cannot be anything else.
 StreamMode recognised(std::span<const std::uint8_t> bytes) {
-    const TrailerCount count = countTrailers(bytes);
-    if (count.packets >= fewestPackets && 10 * count.trailers >= 9 * count.packets) {
+    if (hasPackets(bytes)) {
         return StreamMode::Pti;
     }
     const std::vector<std::uint16_t> words = withoutHalves(plainWords(bytes));
@@ -278,14 +297,12 @@ StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {
     check.cutPackets = window.cutPackets;
     check.halfSequences = learned.marks != 0 ? check.halfSequences : 0;
     check.wordsBetween = learned.period;
-    if (!learned.regular() && kind == SequenceKind::Frame) {
-        check.sequences = learned.marks;
-    }
     takeLanes(check, checker);
     judgeLength(check);
     const bool compared = pattern && check.wordsCompared * 10 >= check.words * 9;
     conclude(check,
-             check.words != 0 && (compared || (!patterned && learned.regular() && check.sequences >= fewestSequences)));
+             check.words != 0 && (compared || (!patterned && (learned.regular() || kind == SequenceKind::Frame) &&
+                                               check.sequences >= fewestSequences)));
     return check;
 }
 

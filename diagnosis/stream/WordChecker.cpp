@@ -134,6 +134,9 @@ void WordChecker::run() {
 }
 
 void WordChecker::advance(const ExpectedWord& here) {
+    if (here.mark) {
+        doubtful.clear();
+    }
     before = here;
     expected.step(cursor);
     ++position;
@@ -164,6 +167,9 @@ bool WordChecker::scan(Words words) {
             }
             countJudged(here, true);
         }
+        if (here.mask == 0) {
+            noteHalf(raw);
+        }
         last = raw;
         advance(here);
     }
@@ -171,6 +177,10 @@ bool WordChecker::scan(Words words) {
 }
 
 void WordChecker::countLooseMarks(std::uint16_t word) {
+    if (expected.learned().kind == SequenceKind::Frame) {
+        countLooseFrames(word);
+        return;
+    }
     if (word == limits::syncWord && zeroRun >= limits::syncZeros && expected.learned().kind == SequenceKind::Zeros) {
         ++check.sequences;
         check.wordsJudged += expected.hasPattern() ? 0U : limits::syncLength;

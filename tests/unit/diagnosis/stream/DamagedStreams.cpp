@@ -102,7 +102,7 @@ public:
                 inside = 0;
             }
             if (halves && oneIn(50) && inside != 0) {
-                add(0x7FFF, false);
+                add(0x7FFF, true);
             }
             auto word = static_cast<std::uint16_t>(random());
             word = (word & 0xFF) == 0xFF ? static_cast<std::uint16_t>(word ^ 0x10) : word;
