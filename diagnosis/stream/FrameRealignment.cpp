@@ -9,8 +9,8 @@ namespace diagnosis {
 namespace {
 
 constexpr std::uint16_t fullStart = 0xFFFF;
-constexpr std::size_t mostDoubtful = 4; ///< half-word synchronisations with wrong bits between two sequences
-constexpr int mostWrongOfHalf = 3;      ///< bits
+constexpr std::size_t mostDoubtful = 16; ///< half-word synchronisations with wrong bits between two sequences
+constexpr int mostWrongOfHalf = 3;       ///< bits
 constexpr std::size_t frameWords = 8;
 constexpr std::uint64_t certainFrames =
     4; ///< synchronisations with whole frames between them; by chance there are none
@@ -34,11 +34,17 @@ void WordChecker::noteHalf(std::uint16_t word) {
     if (expected.learned().kind != SequenceKind::Frame || !expected.regular() || doubtful.size() == mostDoubtful) {
         return;
     }
-    const auto wrong = static_cast<std::uint16_t>(seen(word) ^ halfSynchronisation);
-    // On a single pin any word is of one lane.
-    if (wrong != 0 && confined(wrong, tally.count() == 1 ? mostWrongOfHalf - 1 : mostWrongOfHalf)) {
+    if (const std::uint16_t wrong = wrongOfHalf(word)) {
         doubtful.push_back({position, window.byteOf(position), wrong});
     }
+}
+
+/// The wrong bits of a word that may be a half-word synchronisation; 0 if it is one, or none.
+std::uint16_t WordChecker::wrongOfHalf(std::uint16_t word) const {
+    const auto wrong = static_cast<std::uint16_t>(seen(word) ^ halfSynchronisation);
+    // On a single pin any word is of one lane.
+    const bool like = confined(wrong, tally.count() == 1 ? mostWrongOfHalf - 1 : mostWrongOfHalf);
+    return like ? wrong : std::uint16_t{0};
 }
 
 /// The sequence is here with wrong bits of one lane, or as much later as there are doubtful words before it.
@@ -50,14 +56,24 @@ bool WordChecker::frameExplained(const ExpectedWord& here) {
     const auto wrongOf = [&](std::size_t at, std::uint16_t sound) {
         return static_cast<std::uint16_t>(seen(words[at]) ^ sound);
     };
+    const int most = tally.count() == 1 ? mostWrongOfHalf - 1 : mostWrongOfHalf + 1;
     if (here.mark) {
-        return !words.empty() && confined(wrongOf(0, halfSynchronisation), 4);
+        return !words.empty() && confined(wrongOf(0, halfSynchronisation), most);
     }
-    for (std::size_t later = 0; later <= doubtful.size() && later + 1 < words.size(); ++later) {
+    for (std::size_t later = 0; later + 1 < words.size(); ++later) {
+        // One may be right before the sequence.
+        const std::uint16_t half = later == 0 ? std::uint16_t{0} : wrongOfHalf(words[later - 1]);
+        if (half != 0 && doubtful.size() < mostDoubtful) {
+            const std::uint64_t place = position + later - 1;
+            doubtful.push_back({place, window.byteOf(place), half});
+        }
+        if (later > doubtful.size()) {
+            return false;
+        }
         const std::uint16_t first = wrongOf(later, fullStart);
         const std::uint16_t second = wrongOf(later + 1, halfSynchronisation);
-        if (confined(static_cast<std::uint16_t>(first | second), 4) &&
-            std::popcount(first) + std::popcount(second) <= 6) {
+        if (confined(static_cast<std::uint16_t>(first | second), 2 * most) && std::popcount(first) <= most &&
+            std::popcount(second) <= most) {
             halvesToSkip = later;
             return true;
         }

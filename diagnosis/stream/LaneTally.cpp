@@ -66,9 +66,12 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
     const auto earlier = [&](std::uint16_t own, std::uint16_t next) {
         return ((static_cast<unsigned>(own) << 16 | next) >> (16 - lanes)) & 0xFFFFU;
     };
-    const unsigned known = here.mask & later(before.mask, here.mask) & earlier(here.mask, after.mask);
-    const unsigned unlikePreceding = (here.value ^ later(before.value, here.value)) & known;
-    const unsigned unlikeNext = (here.value ^ earlier(here.value, after.value)) & known;
+    const unsigned knownPreceding = later(before.mask, here.mask);
+    const unsigned knownNext = earlier(here.mask, after.mask);
+    // A neighbour that is not known may differ; one that is known and equal cannot explain a wrong bit.
+    const unsigned known = here.mask & (knownPreceding | knownNext);
+    const unsigned unlikePreceding = ((here.value ^ later(before.value, here.value)) | ~knownPreceding) & known;
+    const unsigned unlikeNext = ((here.value ^ earlier(here.value, after.value)) | ~knownNext) & known;
     for (unsigned lane = 0; lane < lanes; ++lane) {
         const unsigned ofLane = masks[lane];
         const unsigned bad = wrong & ofLane;

@@ -12,11 +12,11 @@ namespace diagnosis {
 /// The wrong bits of one lane.
 struct LaneFigures {
     std::uint64_t wrongBits = 0;
-    std::uint64_t known = 0;         ///< wrong bits whose neighbours are known
+    std::uint64_t known = 0;         ///< wrong bits with a known neighbour
     std::uint64_t likePreceding = 0; ///< of those, equal to the preceding slot's bit
     std::uint64_t likeNext = 0;      ///< equal to the next slot's
     std::uint64_t onlyPreceding = 0, onlyNext = 0;
-    /// Bits since the first wrong one whose neighbours are known, and of those the ones that differ from a neighbour.
+    /// Bits since the first wrong one with a known neighbour, and of those the ones that may differ from a neighbour.
     std::uint64_t bits = 0, unlikePreceding = 0, unlikeNext = 0;
     std::uint64_t firstWord = 0;
     std::uint64_t wordsSince = 0;

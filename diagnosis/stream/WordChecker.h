@@ -62,6 +62,7 @@ private:
     bool frameExplained(const ExpectedWord& here);
     bool skipDamagedHalves();
     void noteHalf(std::uint16_t word);
+    std::uint16_t wrongOfHalf(std::uint16_t word) const;
     void takeHalf(std::uint64_t byte, std::uint64_t place, std::uint16_t wrong);
     void countLooseFrames(std::uint16_t word);
     bool realignBySequence();
