@@ -79,7 +79,8 @@ Regularity learnWithMask(SequenceKind kind, std::span<const std::uint16_t> words
     const std::size_t usual = mostFrequent(distances, count);
     if (kind == SequenceKind::Zeros && patternWords && !marks.zeros.empty()) {
         std::size_t alike = 0;
-        learned.zeros = static_cast<std::uint32_t>(std::max<std::size_t>(mostFrequent(marks.zeros, alike), limits::syncZeros));
+        learned.zeros =
+            static_cast<std::uint32_t>(std::max<std::size_t>(mostFrequent(marks.zeros, alike), limits::syncZeros));
     }
     // Beside the usual distance only damage makes others, and damage is rare or at the end.
     if (count < fewestDistances || 2 * count < distances.size() || usual <= learned.length()) {
@@ -93,9 +94,8 @@ Regularity learnWithMask(SequenceKind kind, std::span<const std::uint16_t> words
         }
     }
     // What comes before it in step is sound, too.
-    const auto first = std::find_if(marks.places.begin(), marks.places.end(), [&](std::size_t place) {
-        return place % usual == learned.firstMark % usual;
-    });
+    const auto first = std::find_if(marks.places.begin(), marks.places.end(),
+                                    [&](std::size_t place) { return place % usual == learned.firstMark % usual; });
     learned.firstMark = *first;
     if (kind == SequenceKind::Zeros && mask == 0xFFFF) {
         learned.further = furtherWord(marks, words);
@@ -105,15 +105,14 @@ Regularity learnWithMask(SequenceKind kind, std::span<const std::uint16_t> words
 
 } // namespace
 
-std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words) {
+std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, std::uint16_t previous) {
     std::vector<std::uint16_t> kept;
     kept.reserve(words.size());
-    std::uint16_t last = 0;
     for (const std::uint16_t word : words) {
-        if (word != halfSynchronisation || last == frameFirst) {
+        if (word != halfSynchronisation || previous == frameFirst) {
             kept.push_back(word);
         }
-        last = word;
+        previous = word;
     }
     return kept;
 }
@@ -205,8 +204,8 @@ Cursor ExpectedStream::moved(Cursor cursor, std::uint64_t words) const {
     words %= cycle();
     if (regular() && pattern) {
         const std::uint64_t every = regularity.period - regularity.length();
-        cursor.phase = static_cast<std::uint32_t>((cursor.phase + words / regularity.period * every) %
-                                                  pattern->words.size());
+        cursor.phase =
+            static_cast<std::uint32_t>((cursor.phase + words / regularity.period * every) % pattern->words.size());
         words %= regularity.period;
     }
     for (; words != 0; --words) {

@@ -22,17 +22,17 @@ enum class SequenceKind {
 /// A half-word synchronisation may be anywhere between the words of a frame, and is none of them.
 inline constexpr std::uint16_t halfSynchronisation = 0x7FFF;
 
-/// The words without half-word synchronisations; the second half of a full one stays.
-std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words);
+/// The words without half-word synchronisations; the second half of a full one stays. `previous` is the word before them.
+std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, std::uint16_t previous = 0);
 
 /// How often sequences come, as learned from the stream's beginning.
 struct Regularity {
     SequenceKind kind = SequenceKind::None;
-    std::uint32_t period = 0;    ///< words from mark to mark; 0: irregular, or no sequences
-    std::uint32_t zeros = 0;     ///< words before the mark that belong to the sequence
-    std::uint32_t trailing = 0;  ///< words after the mark that belong to it
-    std::size_t firstMark = 0;   ///< position of a mark; `regular` ones follow it
-    std::size_t marks = 0;       ///< found, at whatever distance
+    std::uint32_t period = 0;             ///< words from mark to mark; 0: irregular, or no sequences
+    std::uint32_t zeros = 0;              ///< words before the mark that belong to the sequence
+    std::uint32_t trailing = 0;           ///< words after the mark that belong to it
+    std::size_t firstMark = 0;            ///< position of a mark; `regular` ones follow it
+    std::size_t marks = 0;                ///< found, at whatever distance
     std::optional<std::uint16_t> further; ///< the word after the mark, if it is always the same
     std::uint16_t laneMask = 0xFFFF;      ///< the bits in which the sequences were found; a dead lane is left out
 
@@ -58,10 +58,10 @@ constexpr std::uint16_t laneBits(unsigned lanes, unsigned lane) {
 
 struct ExpectedWord {
     std::uint16_t value = 0;
-    std::uint16_t mask = 0;  ///< of the bits that are known
-    bool sequence = false;   ///< a part of a synchronisation sequence
+    std::uint16_t mask = 0; ///< of the bits that are known
+    bool sequence = false;  ///< a part of a synchronisation sequence
     bool mark = false;
-    bool further = false;    ///< the word after a mark: by custom, not by rule
+    bool further = false; ///< the word after a mark: by custom, not by rule
 };
 
 /// A position in the expected stream.

@@ -11,7 +11,7 @@ constexpr std::uint64_t fewestOfDrift = 4;  ///< wrong bits
 constexpr double shareOfDrift = 0.97;       ///< of them that show the neighbour's bit
 constexpr double chanceOfNoise = 7.0;       ///< natural logarithm: noise looks so in one case of a thousand
 constexpr std::uint64_t fewestOfStuck = 16; ///< words
-constexpr std::uint64_t clearer = 3; ///< times as many bits of one neighbour as of the other
+constexpr std::uint64_t clearer = 3;        ///< times as many bits of one neighbour as of the other
 /// Words after the first damage that decide its kind.
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
 
@@ -47,6 +47,12 @@ DamageKind LaneFigures::kind(std::uint16_t mask) const {
     return early >= chanceOfNoise && onlyNext > clearer * onlyPreceding ? DamageKind::DriftEarly : DamageKind::Noise;
 }
 
+LaneTally::LaneTally(unsigned laneCount) : lanes(laneCount) {
+    for (unsigned lane = 0; lane < lanes; ++lane) {
+        masks[lane] = laneBits(lanes, lane);
+    }
+}
+
 void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,
                      const ExpectedWord& after) {
     if (lanes == 0) {
@@ -60,11 +66,14 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
     const auto earlier = [&](std::uint16_t own, std::uint16_t next) {
         return ((static_cast<unsigned>(own) << 16 | next) >> (16 - lanes)) & 0xFFFFU;
     };
-    const unsigned known = here.mask & later(before.mask, here.mask) & earlier(here.mask, after.mask);
-    const unsigned unlikePreceding = (here.value ^ later(before.value, here.value)) & known;
-    const unsigned unlikeNext = (here.value ^ earlier(here.value, after.value)) & known;
+    const unsigned knownPreceding = later(before.mask, here.mask);
+    const unsigned knownNext = earlier(here.mask, after.mask);
+    // A neighbour that is not known may differ; one that is known and equal cannot explain a wrong bit.
+    const unsigned known = here.mask & (knownPreceding | knownNext);
+    const unsigned unlikePreceding = ((here.value ^ later(before.value, here.value)) | ~knownPreceding) & known;
+    const unsigned unlikeNext = ((here.value ^ earlier(here.value, after.value)) | ~knownNext) & known;
     for (unsigned lane = 0; lane < lanes; ++lane) {
-        const unsigned ofLane = laneBits(lanes, lane);
+        const unsigned ofLane = masks[lane];
         const unsigned bad = wrong & ofLane;
         LaneFigures& own = figures[lane];
         if (bad != 0 && own.wrongBits == 0) {

@@ -15,7 +15,12 @@ using limits::packetBytes;
 constexpr std::size_t bufferBytes = std::size_t{1} << 16;
 constexpr std::size_t packetsAhead = 8; ///< whose trailers decide the length of a damaged packet
 constexpr std::size_t longestPacket = 2 * packetBytes;
+constexpr std::size_t longestPause = 63; ///< packets
 constexpr std::uint16_t unusedTrailerBits = 0x0700;
+
+struct Score {
+    std::size_t trailers = 0, packets = 0;
+};
 
 std::uint16_t wordAt(std::span<const std::uint8_t> bytes, std::size_t offset) {
     return static_cast<std::uint16_t>(bytes[offset] | bytes[offset + 1] << 8);
@@ -42,8 +47,8 @@ PayloadReader::PayloadReader(ByteReader source, bool packets)
 /// At least so many bytes from the present position on, unless the stream ends.
 std::span<const std::uint8_t> PayloadReader::ahead(std::size_t bytes) {
     if (end - begin < bytes && !ended) {
-        std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin), buffer.begin() + static_cast<std::ptrdiff_t>(end),
-                  buffer.begin());
+        std::copy(buffer.begin() + static_cast<std::ptrdiff_t>(begin),
+                  buffer.begin() + static_cast<std::ptrdiff_t>(end), buffer.begin());
         end -= begin;
         begin = 0;
         while (end < buffer.size() && !ended) {
@@ -70,7 +75,7 @@ void PayloadReader::take(PayloadChunk& chunk, std::size_t bytes, std::size_t pay
 /// The length after which the following packets end in trailers; a packet's usual one if none is better.
 std::size_t PayloadReader::lengthOfDamaged(std::span<const std::uint8_t> bytes) const {
     const auto score = [&](std::size_t length) {
-        TrailerCount count;
+        Score count;
         for (std::size_t k = 0; k <= packetsAhead && length + k * packetBytes <= bytes.size(); ++k) {
             const std::uint16_t word = wordAt(bytes, length + k * packetBytes - 2);
             count.trailers += isTrailer(word) && (word & unusedTrailerBits) == 0;
@@ -81,7 +86,7 @@ std::size_t PayloadReader::lengthOfDamaged(std::span<const std::uint8_t> bytes) 
     std::size_t best = packetBytes;
     std::size_t most = score(packetBytes).trailers;
     for (std::size_t length = 2; length <= std::min(longestPacket, bytes.size()); ++length) {
-        const TrailerCount count = score(length);
+        const Score count = score(length);
         // All but one, since the damaged packet's own trailer may be gone.
         if (count.packets > 2 && count.trailers + 1 >= count.packets && count.trailers > most + 1) {
             most = count.trailers;
@@ -96,6 +101,16 @@ std::size_t PayloadReader::lengthOfDamaged(std::span<const std::uint8_t> bytes) 
         }
     }
     return best;
+}
+
+bool PayloadReader::searchesLength() {
+    if (packetsToSearch != 0) {
+        --packetsToSearch;
+        return false;
+    }
+    packetsToSearch = pause;
+    pause = std::min(2 * pause + 1, longestPause);
+    return true;
 }
 
 bool PayloadReader::next(PayloadChunk& chunk) {
@@ -117,7 +132,9 @@ bool PayloadReader::next(PayloadChunk& chunk) {
     }
     std::uint16_t trailer = wordAt(bytes, packetBytes - 2);
     std::size_t length = packetBytes;
-    if (!isPlainTrailer(trailer)) {
+    if (isPlainTrailer(trailer)) {
+        pause = packetsToSearch = 0;
+    } else if (searchesLength()) {
         bytes = ahead(longestPacket + (packetsAhead + 1) * packetBytes);
         length = lengthOfDamaged(bytes);
         trailer = wordAt(bytes, length - 2);
@@ -132,15 +149,6 @@ bool PayloadReader::next(PayloadChunk& chunk) {
     }
     take(chunk, length, length - 2);
     return true;
-}
-
-TrailerCount countTrailers(std::span<const std::uint8_t> bytes) {
-    TrailerCount count;
-    for (std::size_t at = packetBytes; at < bytes.size(); at += packetBytes) {
-        count.trailers += isTrailer(wordAt(bytes, at - 2));
-        ++count.packets;
-    }
-    return count;
 }
 
 } // namespace diagnosis

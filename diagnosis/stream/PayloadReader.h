@@ -20,7 +20,7 @@ struct PayloadChunk {
     std::uint32_t bytes = 0;
     std::vector<std::uint16_t> words{};
     Fault fault = Fault::None;
-    bool trace = true;     ///< false for a packet of the other kind
+    bool trace = true;      ///< false for a packet of the other kind
     bool cutsZeros = false; ///< a run of zeros does not continue in the next packet
 };
 
@@ -38,6 +38,7 @@ private:
     std::span<const std::uint8_t> ahead(std::size_t bytes);
     void take(PayloadChunk& chunk, std::size_t bytes, std::size_t payloadBytes);
     std::size_t lengthOfDamaged(std::span<const std::uint8_t> bytes) const;
+    bool searchesLength();
 
     ByteReader read;
     bool framed;
@@ -46,12 +47,9 @@ private:
     std::size_t end = 0;
     bool ended = false;
     std::uint64_t position = 0; ///< of the stream's bytes, taken so far
+    // Where no trailers follow, the search for them gets rarer.
+    std::size_t packetsToSearch = 0;
+    std::size_t pause = 0;
 };
-
-/// How many of the packets in these bytes end in a trailer, of how many. The last packet has no say.
-struct TrailerCount {
-    std::size_t trailers = 0, packets = 0;
-};
-TrailerCount countTrailers(std::span<const std::uint8_t> bytes);
 
 } // namespace diagnosis

@@ -1,5 +1,4 @@
 #include "diagnosis/stream/WordChecker.h"
-
 #include "rcvr/framework/TraceLimits.h"
 
 #include <algorithm>
@@ -12,13 +11,13 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t windowWords = 48;     ///< of a pattern, that decide what happened
-constexpr std::size_t windowSequences = 3;  ///< whose next words show an order of lanes
-constexpr std::size_t triedSequences = 6;   ///< of which one may be sound
-constexpr std::size_t nearWords = 8;        ///< right after words were lost or inserted
-constexpr std::size_t mostPadding = 8192;   ///< words: a block of the unit
-constexpr std::size_t mostInserted = 512;   ///< words, where only a pattern shows it
-constexpr double moved = 0.7;               ///< share of sound words below which the stream has moved
+constexpr std::size_t windowWords = 48;    ///< of a pattern, that decide what happened
+constexpr std::size_t windowSequences = 3; ///< whose next words show an order of lanes
+constexpr std::size_t triedSequences = 6;  ///< of which one may be sound
+constexpr std::size_t nearWords = 8;       ///< right after words were lost or inserted
+constexpr std::size_t mostPadding = 8192;  ///< words: a block of the unit
+constexpr std::size_t mostInserted = 512;  ///< words, where only a pattern shows it
+constexpr double moved = 0.7;              ///< share of sound words below which the stream has moved
 
 } // namespace
 
@@ -103,6 +102,9 @@ bool WordChecker::explain(const ExpectedWord& here) {
     if (here.further) {
         return reorderLanes();
     }
+    if (expected.learned().kind == SequenceKind::Frame && frameExplained(here)) {
+        return skipDamagedHalves();
+    }
     if (expected.regular() && !sequencesHold() && realignBySequence()) {
         return true;
     }
@@ -122,7 +124,7 @@ std::vector<std::uint16_t> WordChecker::wordsAhead() {
     for (const std::uint16_t word : window.from(position, farthest())) {
         words.push_back(seen(word));
     }
-    return expected.learned().kind == SequenceKind::Frame ? withoutHalves(words) : words;
+    return expected.learned().kind == SequenceKind::Frame ? withoutHalves(words, last) : words;
 }
 
 bool WordChecker::realignBySequence() {

@@ -89,10 +89,29 @@ std::vector<std::uint16_t> plainWords(std::span<const std::uint8_t> bytes) {
     return words;
 }
 
+/// Nearly all packets end in a trailer, those of a wrong length included.
+bool hasPackets(std::span<const std::uint8_t> bytes) {
+    PayloadReader reader(
+        [&](std::span<std::uint8_t> out) {
+            const std::size_t count = std::min(out.size(), bytes.size());
+            std::copy_n(bytes.begin(), count, out.begin());
+            bytes = bytes.subspan(count);
+            return count;
+        },
+        true);
+    PayloadChunk chunk;
+    std::size_t packets = 0;
+    std::size_t bad = 0;
+    while (reader.next(chunk)) {
+        packets += chunk.fault == PayloadChunk::Fault::Rest ? 0U : 1U;
+        bad += chunk.fault == PayloadChunk::Fault::BadTrailer ? 1U : 0U;
+    }
+    return packets >= fewestPackets && 10 * bad <= packets;
+}
+
 /// Only what cannot be anything else.
 StreamMode recognised(std::span<const std::uint8_t> bytes) {
-    const TrailerCount count = countTrailers(bytes);
-    if (count.packets >= fewestPackets && 10 * count.trailers >= 9 * count.packets) {
+    if (hasPackets(bytes)) {
         return StreamMode::Pti;
     }
     const std::vector<std::uint16_t> words = withoutHalves(plainWords(bytes));
@@ -108,10 +127,10 @@ void fillPlace(StreamPlace& place, const StreamCheck& check) {
     place.sample = place.byte / sampleBytes;
     place.percent = check.bytes == 0 ? 0.0 : 100.0 * static_cast<double>(place.byte) / static_cast<double>(check.bytes);
     if (check.form.clockHertz > 0.0 && check.form.lanes != 0) {
-        const double payload = check.form.mode == StreamMode::Pti
-                                   ? static_cast<double>(Vx::Qrs::Trace::limits::payloadWords) /
-                                         Vx::Qrs::Trace::limits::packetWords
-                                   : 1.0;
+        const double payload =
+            check.form.mode == StreamMode::Pti
+                ? static_cast<double>(Vx::Qrs::Trace::limits::payloadWords) / Vx::Qrs::Trace::limits::packetWords
+                : 1.0;
         place.seconds = static_cast<double>(place.byte) / 2.0 * payload / wordsASecond(check.form);
     }
 }
@@ -169,9 +188,9 @@ void takeSwaps(StreamCheck& check) {
 }
 
 void judgeLength(StreamCheck& check) {
-    const std::uint64_t rest = check.bytes % (check.form.mode == StreamMode::Pti
-                                                  ? std::size_t{Vx::Qrs::Trace::limits::packetBytes}
-                                                  : sampleBytes);
+    const std::uint64_t rest =
+        check.bytes %
+        (check.form.mode == StreamMode::Pti ? std::size_t{Vx::Qrs::Trace::limits::packetBytes} : sampleBytes);
     const bool cut = check.form.mode != StreamMode::Unknown && rest != 0 && check.cutPackets == 0;
     const std::uint64_t announced = check.form.announcedSamples.value_or(check.samples);
     if (!cut && check.samples >= announced) {
@@ -213,7 +232,8 @@ void conclude(StreamCheck& check, bool judged) {
 } // namespace
 
 std::optional<StreamMode> streamModeNamed(std::string_view name) {
-    const auto found = std::find_if(modes.begin() + 1, modes.end(), [=](const auto& each) { return each.second == name; });
+    const auto found =
+        std::find_if(modes.begin() + 1, modes.end(), [=](const auto& each) { return each.second == name; });
     return found == modes.end() ? std::nullopt : std::optional(found->first);
 }
 
@@ -235,7 +255,7 @@ bool hasCheckedPattern(std::string_view name, unsigned lanes) {
 
 std::string_view damageKindName(DamageKind kind) {
     static constexpr std::array<std::string_view, 11> names{
-        "noise",   "drift-early", "drift-late",     "stuck-at-0", "stuck-at-1",  "swapped",
+        "noise",      "drift-early",    "drift-late", "stuck-at-0",  "stuck-at-1",     "swapped",
         "lost-words", "inserted-words", "cut-packet", "bad-trailer", "missing-samples"};
     return names[static_cast<std::size_t>(kind)];
 }
@@ -255,9 +275,9 @@ StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {
     }
     const bool packets = check.form.mode == StreamMode::Pti;
     const bool patterned = !form.pattern.empty();
-    const SequenceKind kind = packets                                          ? SequenceKind::Zeros
+    const SequenceKind kind = packets                                               ? SequenceKind::Zeros
                               : check.form.mode == StreamMode::Unknown || patterned ? SequenceKind::None
-                                                                               : SequenceKind::Frame;
+                                                                                    : SequenceKind::Frame;
     WordWindow window([&](std::span<std::uint8_t> out) { return rewound(out); }, packets);
     const Regularity learned =
         kind == SequenceKind::Frame
@@ -277,14 +297,12 @@ StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {
     check.cutPackets = window.cutPackets;
     check.halfSequences = learned.marks != 0 ? check.halfSequences : 0;
     check.wordsBetween = learned.period;
-    if (!learned.regular() && kind == SequenceKind::Frame) {
-        check.sequences = learned.marks;
-    }
     takeLanes(check, checker);
     judgeLength(check);
     const bool compared = pattern && check.wordsCompared * 10 >= check.words * 9;
-    conclude(check, check.words != 0 &&
-                        (compared || (!patterned && learned.regular() && check.sequences >= fewestSequences)));
+    conclude(check,
+             check.words != 0 && (compared || (!patterned && (learned.regular() || kind == SequenceKind::Frame) &&
+                                               check.sequences >= fewestSequences)));
     return check;
 }
 

@@ -37,22 +37,22 @@ using ByteReader = std::function<std::size_t(std::span<std::uint8_t>)>;
 
 struct StreamPlace {
     std::uint64_t byte = 0;
-    std::uint64_t sample = 0; ///< of 8 bytes
-    double percent = 0.0;     ///< of the stream's bytes
+    std::uint64_t sample = 0;        ///< of 8 bytes
+    double percent = 0.0;            ///< of the stream's bytes
     std::optional<double> seconds{}; ///< of trace before it, if the clock and the number of lanes are known
 };
 
 enum class DamageKind {
-    Noise,         ///< single bits are wrong
-    DriftEarly,    ///< a lane shows the next slot's bit
-    DriftLate,     ///< a lane shows the preceding slot's bit
+    Noise,      ///< single bits are wrong
+    DriftEarly, ///< a lane shows the next slot's bit
+    DriftLate,  ///< a lane shows the preceding slot's bit
     StuckAt0,
     StuckAt1,
-    Swapped,       ///< a lane carries the bits of another one
+    Swapped, ///< a lane carries the bits of another one
     LostWords,
     InsertedWords,
-    CutPacket,     ///< a packet is shorter or longer than 512 bytes
-    BadTrailer,    ///< the last word of a packet is no trailer
+    CutPacket,      ///< a packet is shorter or longer than 512 bytes
+    BadTrailer,     ///< the last word of a packet is no trailer
     MissingSamples, ///< the stream is shorter than announced, or ends within a sample or packet
 };
 /// "noise", "drift-early" and so on.
@@ -84,13 +84,13 @@ enum class StreamVerdict { Sound, Damaged, Unknown };
 std::string_view streamVerdictName(StreamVerdict verdict);
 
 struct StreamCheck {
-    StreamForm form;               ///< with what was recognised
-    bool modeRecognised = false;   ///< by the stream itself
+    StreamForm form;             ///< with what was recognised
+    bool modeRecognised = false; ///< by the stream itself
     StreamVerdict verdict = StreamVerdict::Unknown;
-    std::string reason;            ///< why it is unknown, and what would help; empty otherwise
+    std::string reason; ///< why it is unknown, and what would help; empty otherwise
 
     std::uint64_t bytes = 0;
-    std::uint64_t samples = 0;     ///< whole ones
+    std::uint64_t samples = 0; ///< whole ones
     std::uint64_t tracePackets = 0, otherPackets = 0, badTrailers = 0, cutPackets = 0;
     std::uint64_t words = 0;         ///< of payload, without those that fill the unit's last block
     std::uint64_t padding = 0;       ///< zero words that fill it
@@ -99,10 +99,10 @@ struct StreamCheck {
     std::uint64_t wrongWords = 0;    ///< of those
     std::uint64_t sequences = 0;     ///< synchronisation sequences, or full synchronisations of frames
     std::uint64_t halfSequences = 0; ///< half-word synchronisations
-    std::uint64_t sequencesDamaged = 0, sequencesMissing = 0;
-    std::uint64_t wordsBetween = 0;  ///< usual distance of sequences, from start to start; 0: none, or irregular
+    std::uint64_t sequencesDamaged = 0;
+    std::uint64_t wordsBetween = 0; ///< usual distance of sequences, from start to start; 0: none, or irregular
     std::uint64_t lostWords = 0, insertedWords = 0;
-    std::uint64_t gaps = 0;          ///< places at which words are lost or inserted
+    std::uint64_t gaps = 0; ///< places at which words are lost or inserted
 
     std::optional<Damage> firstDamage;
     std::vector<Damage> damages;   ///< the first few, in order

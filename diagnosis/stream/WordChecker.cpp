@@ -12,8 +12,8 @@ namespace {
 constexpr std::uint16_t frameStart = 0xFFFF;
 constexpr std::size_t stride = 4096; ///< words asked for at a time
 constexpr std::size_t keptDamages = 16;
-constexpr std::size_t phaseWindow = 64;        ///< words that show where the pattern begins
-constexpr std::uint64_t firstBackoff = 64;     ///< words until the next attempt at an explanation
+constexpr std::size_t phaseWindow = 64;    ///< words that show where the pattern begins
+constexpr std::uint64_t firstBackoff = 64; ///< words until the next attempt at an explanation
 constexpr std::uint64_t longestBackoff = 65536;
 
 } // namespace
@@ -30,9 +30,8 @@ std::uint16_t reordered(std::uint16_t word, const LaneOrder& order, unsigned lan
 void addDamage(StreamCheck& check, const Damage& damage) {
     ++check.damageCount;
     const auto place =
-        std::upper_bound(check.damages.begin(), check.damages.end(), damage, [](const Damage& one, const Damage& other) {
-            return one.place.byte < other.place.byte;
-        });
+        std::upper_bound(check.damages.begin(), check.damages.end(), damage,
+                         [](const Damage& one, const Damage& other) { return one.place.byte < other.place.byte; });
     check.damages.insert(place, damage);
     if (check.damages.size() > keptDamages) {
         check.damages.pop_back();
@@ -135,6 +134,9 @@ void WordChecker::run() {
 }
 
 void WordChecker::advance(const ExpectedWord& here) {
+    if (here.mark) {
+        doubtful.clear();
+    }
     before = here;
     expected.step(cursor);
     ++position;
@@ -165,6 +167,9 @@ bool WordChecker::scan(Words words) {
             }
             countJudged(here, true);
         }
+        if (here.mask == 0) {
+            noteHalf(raw);
+        }
         last = raw;
         advance(here);
     }
@@ -172,8 +177,11 @@ bool WordChecker::scan(Words words) {
 }
 
 void WordChecker::countLooseMarks(std::uint16_t word) {
-    if (word == limits::syncWord && zeroRun >= limits::syncZeros &&
-        expected.learned().kind == SequenceKind::Zeros) {
+    if (expected.learned().kind == SequenceKind::Frame) {
+        countLooseFrames(word);
+        return;
+    }
+    if (word == limits::syncWord && zeroRun >= limits::syncZeros && expected.learned().kind == SequenceKind::Zeros) {
         ++check.sequences;
         check.wordsJudged += expected.hasPattern() ? 0U : limits::syncLength;
     }
@@ -235,7 +243,7 @@ void WordChecker::takeWrong(std::uint16_t word, std::uint16_t wrong, const Expec
     if (wrong != 0) {
         const std::uint64_t byte = window.byteOf(position);
         for (unsigned lane = 0; lane < tally.count(); ++lane) {
-            if (tally.of(lane).wrongBits == 0 && (wrong & laneBits(tally.count(), lane)) != 0) {
+            if (tally.of(lane).wrongBits == 0 && (wrong & tally.maskOf(lane)) != 0) {
                 firstBytes[lane] = byte;
             }
         }

@@ -58,6 +58,13 @@ private:
     bool skipSequence();
     bool explain(const ExpectedWord& here);
     bool isPadding();
+    bool confined(std::uint16_t wrong, int mostBits) const;
+    bool frameExplained(const ExpectedWord& here);
+    bool skipDamagedHalves();
+    void noteHalf(std::uint16_t word);
+    std::uint16_t wrongOfHalf(std::uint16_t word) const;
+    void takeHalf(std::uint64_t byte, std::uint64_t place, std::uint16_t wrong);
+    void countLooseFrames(std::uint16_t word);
     bool realignBySequence();
     bool realignTo(std::uint64_t mark, const Cursor& atMark, std::uint64_t step);
     bool realignByPattern();
@@ -88,6 +95,14 @@ private:
     bool ended = false;
     std::uint64_t cutUntil = 0; ///< a packet of the wrong length explains what is wrong until here
     std::size_t zeroRun = 0;    ///< where sequences are irregular
+    /// Words that may be half-word synchronisations with wrong bits, since the last sequence.
+    struct DoubtfulHalf {
+        std::uint64_t place, byte;
+        std::uint16_t wrong;
+    };
+    std::vector<DoubtfulHalf> doubtful;
+    std::size_t halvesToSkip = 0;
+    std::uint64_t sinceFrame = 0; ///< words since a full synchronisation, where they are irregular
 };
 
 } // namespace diagnosis

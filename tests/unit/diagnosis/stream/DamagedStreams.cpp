@@ -102,7 +102,7 @@ public:
                 inside = 0;
             }
             if (halves && oneIn(50) && inside != 0) {
-                add(0x7FFF, false);
+                add(0x7FFF, true);
             }
             auto word = static_cast<std::uint16_t>(random());
             word = (word & 0xFF) == 0xFF ? static_cast<std::uint16_t>(word ^ 0x10) : word;
@@ -357,7 +357,8 @@ private:
             const double chance = std::min(1.0, static_cast<double>(at - place + 1) / growth);
             for (unsigned bit = lane; bit < 16; bit += make.lanes) {
                 const std::size_t slot = at * 16 + bit;
-                if (make.share() < chance && bitOf(sound, slot) != bitOf(sound, late ? slot - make.lanes : slot + make.lanes)) {
+                if (make.share() < chance &&
+                    bitOf(sound, slot) != bitOf(sound, late ? slot - make.lanes : slot + make.lanes)) {
                     stream[at] = static_cast<std::uint16_t>(stream[at] ^ (0x8000U >> bit));
                     first = first == 0 && visible(at) ? at : first;
                 }

@@ -13,11 +13,11 @@ namespace stream_test {
 
 struct MadeStream {
     std::vector<std::uint8_t> bytes;
-    diagnosis::StreamForm form;  ///< as a user would give it
-    std::string what;            ///< for a failed test
-    bool judged = true;          ///< there is enough to call it sound
+    diagnosis::StreamForm form; ///< as a user would give it
+    std::string what;           ///< for a failed test
+    bool judged = true;         ///< there is enough to call it sound
     // With a damage:
-    std::uint64_t place = 0;     ///< byte of the first word that differs, of those that can be judged
+    std::uint64_t place = 0; ///< byte of the first word that differs, of those that can be judged
     diagnosis::DamageKind kind = diagnosis::DamageKind::Noise;
 };
 

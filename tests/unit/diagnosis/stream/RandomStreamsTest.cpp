@@ -17,8 +17,14 @@ std::string found(const StreamCheck& check) {
     if (!check.firstDamage) {
         return std::string(diagnosis::streamVerdictName(check.verdict));
     }
-    return std::string(diagnosis::damageKindName(check.firstDamage->kind)) + " at " +
-           std::to_string(check.firstDamage->place.byte) + ", " + std::to_string(check.damageCount) + " in all";
+    std::string text = std::string(diagnosis::damageKindName(check.firstDamage->kind)) + " at " +
+                       std::to_string(check.firstDamage->place.byte) + ", " + std::to_string(check.damageCount) +
+                       " in all";
+    for (const diagnosis::LaneDamage& lane : check.lanes) {
+        text += "; lane " + std::to_string(lane.lane) + ": " + std::to_string(lane.wrongBits) + " bits, " +
+                std::to_string(lane.likePreceding) + " late, " + std::to_string(lane.likeNext) + " early";
+    }
+    return text;
 }
 
 TEST(RandomStreams, SoundOnesRaiseNoAlarm) {
