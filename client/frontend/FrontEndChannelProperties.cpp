@@ -132,7 +132,7 @@ struct FrontEndChannel_1::Properties {
     static const char* getBufSizes(Channel& c) {
         return join<std::uint32_t>(c.session.propertyText, c.limits.orvBufSizes, "%d");
     }
-    static const char* getBufHasWrapped(Channel& c) { return c.session.orvBufHasWrapped.c_str(); }
+    static const char* getBufHasWrapped(Channel& c) { return c.session.orvBufHasWrapped ? "true" : "false"; }
     static const char* getFrequencies(Channel& c) {
         return join<double>(c.session.propertyText, c.clocking.frequencies, "%f");
     }

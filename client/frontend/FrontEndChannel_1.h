@@ -86,6 +86,7 @@ private:
     void initializeThreadState();
     void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
     void terminateThread();                                    // without the mutex: the thread needs it to end
+    bool waitForThread();
     /// Whether a control thread has been started and not ended.
     bool hasThread() const;
     /// Ends the last recording's thread if it still runs. Expects the mutex held and releases it meanwhile, since the
@@ -231,7 +232,7 @@ private:
         DataClient::Channel* dataChannel = nullptr; ///< the data client's; set by each start
         std::vector<std::uint32_t> rcvrPins;        ///< receiver input of each pin, clock first
         std::vector<std::uint32_t> emuPins;         ///< EMU pin of each pin, clock first
-        std::string orvBufHasWrapped = "false";     ///< result of the last recording
+        std::atomic<bool> orvBufHasWrapped{false};  ///< result of the last recording; read without the mutex
         bool keepFiles = false;                     ///< diagnostic files survive the object
         std::string propertyText;                   ///< storage of the text that getProperty returned
         std::vector<std::string> diagnosticStems;   ///< every stem used since the last deletion
