@@ -95,8 +95,9 @@ private:
     bool isDisconnected() const;
     enum class StartState { Ready, Recording, Ending };
     StartState startState();
+    template <class Start>
+    StartState startIfReady(Start&& start);
     bool startUnlessEnding();
-    void startChannel();
     void noteBufferSize() noexcept;
     void closeReadStream();
 
@@ -135,6 +136,7 @@ private:
     // Written by the controlling thread, read by polls of the status.
     std::atomic<std::uint32_t> targetState{0};
     std::unique_ptr<VX_QRS::uMutex> lock;
+    VX_QRS::uMutex startLock; // makes the query whether to start and the start one step; nests inside of `lock`
     Receiver* receiver;
     FrontEnd* frontEnd;
     FrontEndChannel* channel = nullptr; // released through the front end
