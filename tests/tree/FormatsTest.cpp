@@ -3,6 +3,7 @@
 #include "client/Pattern.h"
 #include "client/frontend/Registers.h"
 #include "client/patterns/PatternVerifier.h"
+#include "common/source/properties/ChannelProperties.h"
 #include "common/source/source_utilities/uLog.h"
 #include "diagnosis/files/BurstFile.h"
 #include "diagnosis/files/CalFile.h"
@@ -106,13 +107,9 @@ TEST(FormatPages, PropertiesFollowFromTheSettings) {
 }
 
 TEST(FormatPages, PropertiesAreTheChannels) {
-    const std::string source =
-        readText(std::string(ORV_SOURCE_ROOT) + "/client/frontend/FrontEndChannelProperties.cpp");
-    const std::regex entry("\\n    \\{\"(\\w+)\", ");
     std::set<std::string> known;
-    for (auto match = std::sregex_iterator(source.begin(), source.end(), entry); match != std::sregex_iterator();
-         ++match) {
-        known.insert((*match)[1]);
+    for (const auto& property : VX_QRS::ORV::CLIENT::channelProperties) {
+        known.insert(property.name);
     }
     EXPECT_GT(known.size(), 30U);
     std::set<std::string> explained;
