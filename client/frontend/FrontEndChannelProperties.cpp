@@ -136,7 +136,7 @@ struct FrontEndChannel_1::Properties {
     /// Fails to compile for a name that no property has.
     static consteval const ChannelProperty* named(const char* name) {
         const ChannelProperty* property = findChannelProperty(name);
-        return property != nullptr ? property : throw "no such property";
+        return property != nullptr ? property : throw name;
     }
 
     static const Entry table[channelProperties.size()];

@@ -92,15 +92,15 @@ bool isList(std::string_view text) {
 const char* expectedOf(Value kind, const std::string& value) {
     switch (kind) {
     case Value::Unsigned:
-        return isUnsigned(value) ? nullptr : "a whole number";
+        return isUnsigned(value) ? nullptr : "must be a whole number";
     case Value::Signed:
-        return isSigned(value) ? nullptr : "a whole number, with or without a sign";
+        return isSigned(value) ? nullptr : "must be a whole number, with or without a sign";
     case Value::Real:
-        return isReal(value) ? nullptr : "a decimal number";
+        return isReal(value) ? nullptr : "must be a decimal number";
     case Value::BufferSize:
-        return isBufferSize(value) ? nullptr : "a number from 0 to 9, or a size of the unit's buffer in bytes";
+        return isBufferSize(value) ? nullptr : "must be a number from 0 to 9, or a size of the unit's buffer in bytes";
     case Value::List:
-        return isList(value) ? nullptr : "whole numbers separated by commas";
+        return isList(value) ? nullptr : "must be whole numbers separated by commas";
     case Value::Text:
     case Value::Words:
         break;
@@ -114,8 +114,14 @@ void checkValue(const ChannelProperty& property, const std::string& value) {
         throw std::runtime_error(name + " must be " + property.words);
     }
     if (const char* expected = expectedOf(property.value, value); expected != nullptr) {
-        throw std::runtime_error(name + " must be " + expected + ", not '" + value + "'");
+        throw std::runtime_error(name + " " + expected + ", not '" + value + "'");
     }
+}
+
+/// What a property follows from that cannot be added.
+std::string sourceOf(const ChannelProperty& property) {
+    const std::string key = property.follows;
+    return key.empty() ? "the name of the channel settings file" : key + " of the channel settings file";
 }
 
 bool isControl(char letter) {
@@ -152,7 +158,7 @@ AddedProperty parseAddedProperty(const std::string& text) {
         throw std::runtime_error(added.name + " is read only");
     }
     if (property->follows != nullptr) {
-        throw std::runtime_error(added.name + " cannot be added: it follows from " + property->follows);
+        throw std::runtime_error(added.name + " cannot be added: it follows from " + sourceOf(*property));
     }
     std::string value = added.value;
     try {

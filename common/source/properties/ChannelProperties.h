@@ -26,7 +26,8 @@ struct ChannelProperty {
     /// Words separated by "|". A Text with words has a meaning for these only, although the channel stores any.
     const char* words = nullptr;
     bool isReadOnly = false;
-    /// What the value follows from, for a property that a user must not set beside it; null for the others.
+    /// For a property that a user must not set beside the channel settings file: the key that it follows from, empty for
+    /// the name of the file. Null for the others.
     const char* follows = nullptr;
 };
 
@@ -38,9 +39,9 @@ inline constexpr const char* trueOrFalse = "true|false";
 
 inline constexpr auto channelProperties = std::to_array<ChannelProperty>({
     // Hosts look for the receiver's files by the name of the settings file.
-    {.name = "file", .follows = "the name of the channel settings file"},
+    {.name = "file", .follows = ""},
     // The driver checks these against the device data base, and keeps them in its record of settings.
-    {.name = "drmXmtr", .follows = "drm_xmtr of the channel settings file"},
+    {.name = "drmXmtr", .follows = "drm_xmtr"},
     {.name = "targetSync", .words = trueOrFalse},
     {.name = "startPort", .value = ChannelProperty::Value::Unsigned},
     {.name = "stmSyncPeriod", .value = ChannelProperty::Value::Unsigned},
@@ -71,9 +72,9 @@ inline constexpr auto channelProperties = std::to_array<ChannelProperty>({
     {.name = "cpi", .value = ChannelProperty::Value::Unsigned},
     {.name = "frequencyLimit", .value = ChannelProperty::Value::Real},
     {.name = "frequencies", .isReadOnly = true},
-    {.name = "numPins", .value = ChannelProperty::Value::Unsigned, .follows = "num_pins of the channel settings file"},
-    {.name = "pinMap", .follows = "pin_map of the channel settings file"},
-    {.name = "propsFile", .follows = "the name of the channel settings file"},
+    {.name = "numPins", .value = ChannelProperty::Value::Unsigned, .follows = "num_pins"},
+    {.name = "pinMap", .follows = "pin_map"},
+    {.name = "propsFile", .follows = ""},
 });
 
 /// Null for an unknown name. Names are compared exactly.
