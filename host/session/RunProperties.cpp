@@ -8,6 +8,7 @@
 #include "toolkit/Masked.h"
 #include "toolkit/OutputFiles.h"
 
+#include <algorithm>
 #include <ostream>
 #include <stdexcept>
 
@@ -78,6 +79,10 @@ std::vector<std::string> settableProperties() {
         }
     }
     return names;
+}
+
+bool isSet(const std::vector<SetProperty>& properties, const std::string& name) {
+    return std::any_of(properties.begin(), properties.end(), [&](const auto& each) { return each.name == name; });
 }
 
 std::string propertiesText(const std::vector<SetProperty>& properties) {

@@ -42,6 +42,12 @@ std::string propertyFault(const std::string& text);
 /// The names of all properties that can be set.
 std::vector<std::string> settableProperties();
 
+bool isSet(const std::vector<SetProperty>& properties, const std::string& name);
+
+/// The fault of a run that waits for a full buffer, which properties make wrap.
+inline constexpr const char* wrapsByProperty =
+    "the property orvBufMode makes the unit's buffer wrap; leave it out, this run waits for a full buffer";
+
 /// "with NAME=VALUE, NAME=VALUE" and a line end; empty without properties.
 std::string propertiesText(const std::vector<SetProperty>& properties);
 

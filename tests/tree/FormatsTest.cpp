@@ -110,7 +110,7 @@ TEST(FormatPages, PropertiesFollowFromTheSettings) {
 TEST(FormatPages, AddedPropertiesAreRead) {
     using VX_QRS::ORV::CLIENT::AddedProperty;
     const TemporaryFolder folder;
-    writeText(folder.file("added.txt"), example("added-properties"));
+    writeText(folder.file("added.txt"), exampleOf(page("properties"), "added-properties"));
     EXPECT_THAT(VX_QRS::ORV::CLIENT::readAddedProperties(folder.file("added.txt")),
                 ElementsAre(AddedProperty{"frequencyLimit", "60e6"}, AddedProperty{"ovsMargin", "1"}));
 }

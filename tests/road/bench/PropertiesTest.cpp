@@ -91,6 +91,22 @@ TEST(Properties, ResultsForAPersonNameThem) {
     EXPECT_THAT(calibrated.output, HasSubstr("with cpi=500000, archive=1"));
 }
 
+TEST(Properties, ABufferThatWrapsEndsNoRunThatWaitsForAFullOne) {
+    const RunSpace space;
+    const std::string wraps = "the property orvBufMode makes the unit's buffer wrap";
+    const Outcome recorded = space.record("clean", {"--until-full", "--set", "orvBufMode=wrap"});
+    EXPECT_EQ(recorded.code, 3) << recorded.errors;
+    EXPECT_THAT(recorded.errors, HasSubstr(wraps));
+    EXPECT_THAT(recorded.json.at("recordings"), IsEmpty());
+    const Outcome soaked =
+        space.run({"soak", "--rounds", "1", "--out", space.file("soak").string(), "--set", "orvBufMode=wrap"});
+    EXPECT_EQ(soaked.code, 3) << soaked.errors;
+    EXPECT_THAT(soaked.errors, HasSubstr(wraps));
+    const Outcome usual = space.record("clean", {"--force", "--seconds", "0.2", "--set", "orvBufMode=wrap"});
+    EXPECT_EQ(usual.code, 0) << usual.errors;
+    EXPECT_THAT(usual.json.at("recordings").at(0).at("state").get<std::string>(), HasSubstr("Stopped by user"));
+}
+
 TEST(Properties, ABadFileLeavesNothing) {
     const RunSpace space;
     const auto mine = space.write("mine.txt", "\nfrequncyLimit=1\n");
