@@ -7,6 +7,7 @@
 #include "client/analysis/Metrics.h"
 #include "client/frontend/FrontEnd_1.h"
 #include "client/frontend/Registers.h"
+#include "common/source/properties/ChannelProperties.h"
 #include "common/source/source_utilities/OutputFile.h"
 #include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/SourceLocation.h"
@@ -221,8 +222,8 @@ private:
 
     /// Fixed limits and the values derived from them; constant after construction.
     struct BufferLimits {
-        std::uint32_t orvBufSizeMin = 0x40000;
-        std::uint32_t orvBufSizeMax = 0x8000000;
+        std::uint32_t orvBufSizeMin = smallestBufferBytes;
+        std::uint32_t orvBufSizeMax = largestBufferBytes;
         std::vector<std::uint32_t> orvBufSizes; ///< the legal buffer sizes, ascending
     };
 
