@@ -10,6 +10,8 @@
 //
 //     truth_many 10000                 wirings of seeds 1 to 10000, "pti"
 //     truth_many 200 100001 tpiu       200 from seed 100001 on, another export
+//     truth_many 1000 1 unkind         "pti", the same wirings with memory and coupling
+//     truth_many 1000 1 unkind=0.3     the same with at most that many samples of each
 //     truth_many 10000 1 pti FILE      compared with the table in FILE
 //     truth_many steady 60             of seeds 1 to 60 those that do not depend on noise
 
@@ -25,6 +27,15 @@ bool isSteady(const bench::Scenario& scenario, const std::filesystem::path& fold
         }
     }
     return true;
+}
+
+truth::Board boardOf(const std::string& name) {
+    const std::string unkind = "unkind";
+    if (name == unkind) {
+        return truth::unkindBoard;
+    }
+    return name.starts_with(unkind + "=") ? truth::Board{std::atof(name.c_str() + unkind.size() + 1)}
+                                          : truth::kindBoard;
 }
 
 int printSteady(unsigned count) {
@@ -47,12 +58,13 @@ int main(int argc, char** argv) {
     const unsigned count = argc > 1 ? static_cast<unsigned>(std::atoi(argv[1])) : 10000;
     const std::uint64_t first = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 1;
     const std::string name = argc > 3 ? argv[3] : "pti";
-    const auto kind = bench::exportKindFromName(name);
+    const truth::Board board = boardOf(name);
+    const auto kind = bench::exportKindFromName(board.unkind() ? "pti" : name);
     if (count == 0 || !kind) {
-        std::fprintf(stderr, "usage: %s [COUNT [FIRST SEED [pti|tpiu [FILE]]]]\n", *argv);
+        std::fprintf(stderr, "usage: %s [COUNT [FIRST SEED [pti|tpiu|unkind[=SAMPLES] [FILE]]]]\n", *argv);
         return 2;
     }
-    const truth::TruthTable table = truth::judgeMany(first, count, *kind);
+    const truth::TruthTable table = truth::judgeMany(first, count, *kind, board);
     const std::string text = table.text(name + ", " + std::to_string(count) + " wirings");
     std::printf("%s\n", text.c_str());
     for (const truth::TruthTable::Case& wrong : table.wrong) {
