@@ -41,8 +41,7 @@ void judgeWorst(const PathTiming& clock, const PathTiming& data, double half, Pa
     const EdgeChances edges(clock, data, half, quality.slot);
     quality.early = edges.early(std::max(data.rise, data.fall) + data.latest);
     quality.late = edges.late(std::min(data.rise, data.fall) + data.earliest);
-    const double longer = data.earliest - data.latest;
-    quality.lost = std::max(data.lostOne(longer), data.lostZero(longer));
+    quality.lost = std::max(data.lostOne(data.shortest), data.lostZero(data.shortest));
 }
 
 } // namespace
@@ -79,6 +78,7 @@ PathTiming timePath(const Transmission& transmission, const Line& line, const Pr
     if (const ContentShift content(line, transmission.halfPeriod); content.any()) {
         timing.earliest = content.earliest();
         timing.latest = content.latest();
+        timing.shortest = content.shortest();
     }
     if (line.timing.glitchEvery > 0.0 && line.timing.glitchLength >= shortest) {
         timing.glitchEvery = line.timing.glitchEvery;

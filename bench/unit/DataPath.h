@@ -31,6 +31,7 @@ struct PathTiming {
     /// How far the content can shift an edge (ContentShift); equal for a line that it does not shift.
     double earliest = 0.0;
     double latest = 0.0;
+    double shortest = 0.0;    ///< the same of a single slot: by how much it becomes longer, negative
     double glitchEvery = 0.0; ///< of the pulses that survive
     double glitchLength = 0.0;
 

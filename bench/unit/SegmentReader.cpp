@@ -50,7 +50,7 @@ public:
             addFault(pin, FaultKind::Neighbour, path.quality.early, -group, seed);
             addFault(pin, FaultKind::Neighbour, path.quality.late, group, seed);
             addFault(pin, FaultKind::Flip, path.quality.flip, 0, seed);
-            const double shorter = path.timing.earliest - path.timing.latest;
+            const double shorter = path.timing.shortest;
             const bool shifts = path.edges != nullptr;
             addFault(pin, FaultKind::LostOne, shifts ? path.timing.lostOne(shorter) : path.timing.lostOnes, 0, seed);
             addFault(pin, FaultKind::LostZero, shifts ? path.timing.lostZero(shorter) : path.timing.lostZeros, 0, seed);

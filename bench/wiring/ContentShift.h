@@ -57,6 +57,9 @@ public:
     const LineMemory& memory() const { return response; }
     double earliest() const { return response.earliest() - reach; }
     double latest() const { return response.latest() + reach; }
+    /// By how much a pulse of a single slot can become longer: negative. A neighbour that went the opposite way cannot
+    /// go the same way in the next slot, so of its two shifts only one counts.
+    double shortest() const { return response.earliest() - response.latest() - reach; }
 
     /// The state before a slot; `levels(line, slot)` is the level of a line of the group.
     template <class Levels>

@@ -237,7 +237,7 @@ TEST(ContentChances, OfRandomLinesAgreeWithTheSampledWaveform) {
 TEST(ContentChances, PulsesThatTheContentMakesTooShortAreLostToDebounce) {
     Wires wires;
     wires.halfPeriod = 6.0;
-    wires.memory = 4.0;
+    wires.memory = 5.0;
     wires.coupling = 0.5;
     wires.debounce = 8; // 4 samples
     wires.clockDelay = 3;

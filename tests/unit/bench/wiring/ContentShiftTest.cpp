@@ -138,6 +138,22 @@ TEST(ContentShift, AddsMemoryAndCoupling) {
     EXPECT_NEAR(shiftIn(dataLine(4.0, 0.5, {1}), 7.0, levels, 40), memory + 0.5, 1e-12);
 }
 
+TEST(ContentShift, NeighboursShortenASingleSlotByOneShiftEach) {
+    const Line line = dataLine(0.0, 0.5, {1, 2});
+    const ContentShift content(line, 7.0);
+    double shortest = 0.0;
+    for (unsigned bits = 0; bits < 64; ++bits) { // three slots of two neighbours
+        Levels levels{{"010", "000", "000"}};
+        for (unsigned slot = 0; slot < 3; ++slot) {
+            levels.lines[1][slot] = (bits >> slot & 1U) != 0 ? '1' : '0';
+            levels.lines[2][slot] = (bits >> (3 + slot) & 1U) != 0 ? '1' : '0';
+        }
+        shortest = std::min(shortest, content.shiftAt(2, levels) - content.shiftAt(1, levels));
+    }
+    EXPECT_EQ(shortest, -1.0);
+    EXPECT_EQ(content.shortest(), shortest);
+}
+
 TEST(ContentShift, IsNoneForClocksAndForLinesWithoutNeighbours) {
     Line clock = dataLine(4.0, 0.5, {1});
     clock.source = LineSource::Clock;
