@@ -13,6 +13,7 @@
 //     truth_many 1000 1 unkind         "pti", the same wirings with memory and coupling
 //     truth_many 1000 1 unkind=0.3     the same with at most that many samples of each
 //     truth_many 10000 1 pti FILE      compared with the table in FILE
+//     truth_many file FILE             a scenario at twenty request durations, with other noise in each
 //     truth_many steady 60             of seeds 1 to 60 those that do not depend on noise
 
 namespace {
@@ -49,11 +50,26 @@ int printSteady(unsigned count) {
     return 0;
 }
 
+int printScenario(const char* file) {
+    const test_support::TemporaryFolder folder;
+    const bench::Scenario scenario = bench::loadScenario(file);
+    for (std::uint64_t pace = 0; pace < 20; ++pace) {
+        const truth::Verdict verdict =
+            truth::calibrateAndJudge(scenario, folder.path, 20000 + 1237 * pace, truth::Judging::ByTrace);
+        std::printf("%s at %.1f MHz: %s; %s\n", nameOf(verdict.outcome), verdict.megahertz, verdict.reason.c_str(),
+                    verdict.description.c_str());
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::string(argv[1]) == "steady") {
         return printSteady(static_cast<unsigned>(std::atoi(argv[2])));
+    }
+    if (argc == 3 && std::string(argv[1]) == "file") {
+        return printScenario(argv[2]);
     }
     const unsigned count = argc > 1 ? static_cast<unsigned>(std::atoi(argv[1])) : 10000;
     const std::uint64_t first = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 1;
