@@ -255,6 +255,8 @@ void readPin(TableReader& in, PinWiring& pin) {
     in.number("glitch_every", pin.glitchEvery, 0.0, 1e12);
     in.number("glitch_length", pin.glitchLength, 0.0, anyLength);
     in.number("drift", pin.drift, -anyLength, anyLength);
+    in.number("memory", pin.memory, 0.0, PinWiring::longestMemory);
+    in.number("coupling", pin.coupling, 0.0, PinWiring::largestCoupling);
     if (pin.glitchEvery > 0.0 && pin.glitchLength >= pin.glitchEvery) {
         in.fail("glitch_length", "must be below glitch_every");
     }
