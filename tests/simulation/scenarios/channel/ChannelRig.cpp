@@ -1,0 +1,147 @@
+#include "tests/simulation/scenarios/channel/ChannelRig.h"
+
+#include "common/source/Exception.h"
+#include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/faults/Faults.h"
+#include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scenarios/Scenario.h"
+#include "tests/support/register_model/ChannelInspector.h"
+
+#include <cstring>
+#include <exception>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <new>
+#include <unistd.h>
+#include <vector>
+
+namespace simulation {
+
+using namespace VX_QRS::ORV::CLIENT;
+
+namespace {
+
+UnitDouble* currentUnit = nullptr;
+
+DataClientFactory unitFactory(UnitDouble& unit) {
+    currentUnit = &unit;
+    return {[](std::uint32_t) -> VX_QRS::ORV::DataClient* { return currentUnit; }, [](VX_QRS::ORV::DataClient*) {}};
+}
+
+/// In memory, and one for each process of the search.
+const std::string& folder() {
+    static const std::string* path = [] {
+        const std::string base = std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
+        auto* made = new std::string(base + "/orv_simulation_" + std::to_string(getpid()));
+        std::filesystem::create_directories(*made);
+        return made;
+    }();
+    return *path;
+}
+
+std::vector<std::uint8_t> contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+ChannelRig::ChannelRig(const std::string& lines) {
+    const std::string path = folder() + "/props.txt";
+    {
+        std::ofstream file(path);
+        file << "[Global]\norv=unit\n[Channel 0]\nfile=" << folder() << "/trace\npinMap=0,1,2,3,4\n" << lines;
+        std::filesystem::remove(binPath());
+    }
+    ready = attempt([&] {
+        frontEnd = std::make_unique<FrontEnd_1>(unitFactory(unitDouble));
+        object = std::make_unique<FrontEndChannel_1>(frontEnd.get(), &transmitter);
+        frontEnd->setProperty("propsFile", path.c_str());
+        object->setProperty("propsFile", path.c_str());
+        object->applySettings();
+    });
+    if (ready) {
+        ChannelInspector{*object}.control().state = Calibrated;
+    }
+}
+
+ChannelRig::~ChannelRig() {
+    if (ready) {
+        recover();
+    }
+    attempt([&] { object.reset(); });
+    attempt([&] { frontEnd.reset(); });
+}
+
+bool ChannelRig::attempt(const std::function<void()>& operation) {
+    const ProductCall product;
+    try {
+        operation();
+        return true;
+    } catch (const Exception&) {
+    } catch (const std::bad_alloc&) {
+    } catch (const std::runtime_error& e) {
+        // The unit's own failures travel unchanged.
+        expect(Faults::instance().haveFailed(), "exception without a fault", e.what());
+    }
+    return false;
+}
+
+bool ChannelRig::start() {
+    return attempt([&] { object->start(false); });
+}
+
+void ChannelRig::stop() {
+    attempt([&] { object->stop(); });
+}
+
+ChannelMetrics ChannelRig::look() {
+    ChannelMetrics metrics;
+    attempt([&] { object->status(metrics); });
+    expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
+    expect(metrics.state != Triggered && metrics.state >= Uncalibrated, "state", std::to_string(metrics.state));
+    return metrics;
+}
+
+void ChannelRig::awaitEnd() {
+    constexpr std::uint32_t pollInterval = 10; // milliseconds
+    for (ChannelMetrics metrics = look(); !metrics.threadDone && !metrics.threadAbsent; metrics = look()) {
+        VX_QRS::uThread::sleep(pollInterval);
+    }
+}
+
+void ChannelRig::judgeRecording() {
+    const ChannelMetrics metrics = look();
+    if (!metrics.threadDone || metrics.hasError) {
+        return;
+    }
+    const std::vector<std::uint8_t> file = contentOf(binPath());
+    if (file == unitDouble.content() && metrics.bytesTotal == file.size()) {
+        return;
+    }
+    // A write that the disk refuses is told by the log alone: the upload has to come to its end.
+    const bool diskFailed = Faults::instance().haveFailed();
+    expect(diskFailed, "lost data",
+           std::to_string(file.size()) + " bytes in the file, " + std::to_string(metrics.bytesTotal) + " counted, " +
+               std::to_string(unitDouble.content().size()) + " recorded");
+}
+
+void ChannelRig::recover() {
+    Faults::instance().end();
+    stop();
+    attempt([&] { object->applySettings(); });
+    expect(attempt([&] { object->applySettings(); }), "no recovery", "settings are refused without a fault");
+    ChannelInspector{*object}.control().state = Calibrated;
+    expect(start(), "no recovery", "a start is refused without a fault");
+    stop();
+    awaitEnd();
+    judgeRecording();
+}
+
+std::string ChannelRig::binPath() const {
+    return folder() + "/trace.bin";
+}
+
+} // namespace simulation

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "client/frontend/FrontEndChannel_1.h"
+#include "client/frontend/FrontEnd_1.h"
+#include "tests/simulation/scenarios/channel/TransmitterDouble.h"
+#include "tests/simulation/scenarios/channel/UnitDouble.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace simulation {
+
+/// A channel over a unit in the same process, with the rules that hold whatever a scenario does.
+class ChannelRig {
+public:
+    /// Opened and calibrated, unless a fault of the schedule prevents it; `isReady` tells. `lines` are properties.
+    explicit ChannelRig(const std::string& lines = {});
+    ChannelRig(const ChannelRig&) = delete;
+    ChannelRig& operator=(const ChannelRig&) = delete;
+    /// Judges the last recording if nobody has, and checks that the channel can record again once nothing fails.
+    ~ChannelRig();
+
+    bool isReady() const { return ready; }
+    VX_QRS::ORV::CLIENT::FrontEndChannel_1& channel() { return *object; }
+    UnitDouble& unit() { return unitDouble; }
+
+    /// Runs an operation that may throw the channel's own exceptions; true when it did not throw.
+    bool attempt(const std::function<void()>& operation);
+    bool start();
+    void stop();
+    /// Polls status until the recording's thread is done.
+    void awaitEnd();
+    /// The rules for a recording that has ended: either it is whole, or it says that it failed.
+    void judgeRecording();
+    /// A look at the status as any thread may take it at any time.
+    VX_QRS::ORV::CLIENT::ChannelMetrics look();
+    std::string binPath() const;
+
+private:
+    void recover();
+
+    UnitDouble unitDouble;
+    TransmitterDouble transmitter;
+    std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEnd_1> frontEnd;
+    std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEndChannel_1> object;
+    bool ready = false;
+};
+
+} // namespace simulation
