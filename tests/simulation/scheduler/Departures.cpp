@@ -40,7 +40,7 @@ private:
     std::map<ThreadNumber, std::uint32_t> steps;
 };
 
-/// Reads a number and the character after it; '\0' stands for the end.
+/// Reads a number and the character after it; '\0' at the end.
 template <class Number>
 Number take(std::string_view& text, char& after) {
     Number number{};

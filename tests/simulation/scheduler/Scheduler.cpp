@@ -106,7 +106,7 @@ void Scheduler::work(Worker& worker) {
         currentTask = nullptr;
         const Quiet quiet;
         task.body = nullptr;
-        worker.task = nullptr; // before the end: whoever runs next may need a worker
+        worker.task = nullptr; // before the end: the next thread to run may need a worker
         finish(task);
     }
 }

@@ -49,7 +49,7 @@ struct Condition {
 };
 
 /// Runs real threads one at a time. The running thread chooses at its next choice point, through the strategy, who goes
-/// on. Time is virtual: a point costs one microsecond, and when nobody can run the clock moves to the next deadline.
+/// on. Time is virtual: a point costs one microsecond, and when no thread can run, the clock moves to the next deadline.
 ///
 /// A thread that is blocked for ever cannot be unwound, since destructors wait. A schedule that ends in a deadlock or
 /// never ends is therefore handed to `onStuck`, which must not return.

@@ -18,7 +18,7 @@ public:
     explicit ChannelRig(const std::string& lines = {});
     ChannelRig(const ChannelRig&) = delete;
     ChannelRig& operator=(const ChannelRig&) = delete;
-    /// Judges the last recording if nobody has, and checks that the channel can record again once nothing fails.
+    /// Checks that the channel can record again once nothing fails.
     ~ChannelRig();
 
     bool isReady() const { return ready; }

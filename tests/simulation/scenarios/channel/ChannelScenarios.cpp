@@ -35,7 +35,7 @@ void fillAndStartAgain() {
     }
 }
 
-/// A start while the earlier recording is still uploaded: its rest is lost, and nobody waits for ever.
+/// A start while the earlier recording is still uploaded: its rest is lost, and no thread waits for ever.
 void startDuringUpload() {
     ChannelRig rig;
     if (!rig.isReady() || !rig.start()) {
