@@ -4,66 +4,39 @@
 #include "common/source/source_utilities/uThread.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scenarios/ProcessFolder.h"
 #include "tests/simulation/scenarios/Scenario.h"
+#include "tests/simulation/scenarios/doubles/ServerSubstitute.h"
 #include "tests/support/register_model/ChannelInspector.h"
 
 #include <cstring>
 #include <exception>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
-#include <unistd.h>
 #include <vector>
 
 namespace simulation {
 
 using namespace VX_QRS::ORV::CLIENT;
 
-namespace {
-
-VX_QRS::ORV::DataClient* currentClient = nullptr;
-
-DataClientFactory factoryOf(VX_QRS::ORV::DataClient& client) {
-    currentClient = &client;
-    return {[](std::uint32_t) { return currentClient; }, [](VX_QRS::ORV::DataClient*) {}};
-}
-
-/// In memory, and one for each process of the search.
-const std::string& folder() {
-    static const std::string* path = [] {
-        const std::string base = std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
-        auto* made = new std::string(base + "/orv_simulation_" + std::to_string(getpid()));
-        std::filesystem::create_directories(*made);
-        return made;
-    }();
-    return *path;
-}
-
-std::vector<std::uint8_t> contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
-
 ChannelRig::ChannelRig(Unit kind, const std::string& lines)
     : bench(kind == Unit::bench ? std::make_unique<BenchDouble>() : nullptr),
       client(bench != nullptr ? bench->client() : unitDouble) {
-    const std::string path = folder() + "/props.txt";
+    const std::string path = processFolder() + "/props.txt";
     {
         std::ofstream file(path);
-        file << "[Global]\norv=unit\n[Channel 0]\nfile=" << folder() << "/trace\npinMap=0,1,2,3,4\n" << lines;
+        file << "[Global]\norv=unit\n[Channel 0]\nfile=" << processFolder() << "/trace\npinMap=0,1,2,3,4\n" << lines;
         std::filesystem::remove(binPath());
     }
     ready = open(path);
 }
 
 bool ChannelRig::open(const std::string& propertiesFile) {
+    substituteServer(&client);
     const bool opened = attempt([&] {
         Transmitter* sender = bench != nullptr ? &bench->transmitter() : static_cast<Transmitter*>(&transmitter);
-        frontEnd = std::make_unique<FrontEnd_1>(factoryOf(client));
+        frontEnd = std::make_unique<FrontEnd_1>(substituteFactory());
         object = std::make_unique<FrontEndChannel_1>(frontEnd.get(), sender);
         frontEnd->setProperty("propsFile", propertiesFile.c_str());
         object->setProperty("propsFile", propertiesFile.c_str());
@@ -158,7 +131,7 @@ void ChannelRig::recover() {
 }
 
 std::string ChannelRig::binPath() const {
-    return folder() + "/trace.bin";
+    return processFolder() + "/trace.bin";
 }
 
 } // namespace simulation
