@@ -2,11 +2,13 @@
 
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/backend/Files.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/faults/Quiet.h"
 #include "tests/simulation/scenarios/ProcessFolder.h"
 #include "tests/simulation/scenarios/Scenario.h"
 #include "tests/simulation/scenarios/doubles/ServerSubstitute.h"
+#include "tests/simulation/scheduler/Scheduler.h"
 #include "tests/support/register_model/ChannelInspector.h"
 
 #include <cstring>
@@ -49,7 +51,7 @@ bool ChannelRig::open(const std::string& propertiesFile) {
 }
 
 bool ChannelRig::calibrate() {
-    return attempt([&] { object->calibrate(); });
+    return change([&] { object->calibrate(); });
 }
 
 ChannelRig::~ChannelRig() {
@@ -74,8 +76,17 @@ bool ChannelRig::attempt(const std::function<void()>& operation) {
     return false;
 }
 
+bool ChannelRig::change(const std::function<void()>& operation) {
+    ++changes;
+    lastSeen.clear();
+    const bool done = attempt(operation);
+    ++changes;
+    lastSeen.clear();
+    return done;
+}
+
 bool ChannelRig::start() {
-    return attempt([&] { object->start(false); });
+    return change([&] { object->start(false); });
 }
 
 void ChannelRig::stop() {
@@ -84,10 +95,24 @@ void ChannelRig::stop() {
 
 ChannelMetrics ChannelRig::look() {
     ChannelMetrics metrics;
-    attempt([&] { object->status(metrics); });
-    expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
-    expect(metrics.state != Triggered && metrics.state >= Uncalibrated, "state", std::to_string(metrics.state));
+    const unsigned changesBefore = changes;
+    if (attempt([&] { object->status(metrics); })) {
+        expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
+        judgeState(metrics.state, changesBefore);
+    }
     return metrics;
+}
+
+/// Between two changes a state stays, or a recording ends.
+void ChannelRig::judgeState(std::int32_t state, unsigned changesBefore) {
+    expect(state >= Uncalibrated && state <= Stopped, "state", std::to_string(state));
+    if (changesBefore != changes || changes % 2 != 0) {
+        return;
+    }
+    const auto [last, isFirst] = lastSeen.try_emplace(Scheduler::instance().self(), state);
+    expect(isFirst || state == last->second || (last->second == Recording && state >= Failed), "state",
+           std::to_string(state) + " after " + std::to_string(last->second));
+    last->second = state;
 }
 
 void ChannelRig::awaitEnd() {
@@ -95,6 +120,7 @@ void ChannelRig::awaitEnd() {
     for (ChannelMetrics metrics = look(); !metrics.threadDone && !metrics.threadAbsent; metrics = look()) {
         VX_QRS::uThread::sleep(pollInterval);
     }
+    expect(filesLeftOpen() == 0, "done too early", "the recording's file is open when the thread is done");
 }
 
 void ChannelRig::judgeRecording() {
@@ -117,7 +143,7 @@ void ChannelRig::judgeRecording() {
 void ChannelRig::recover() {
     Faults::instance().end();
     stop();
-    attempt([&] { object->applySettings(); });
+    change([&] { object->applySettings(); });
     expect(attempt([&] { object->applySettings(); }), "no recovery", "settings are refused without a fault");
     if (bench != nullptr) {
         expect(calibrate(), "no recovery", "a calibration fails without a fault");
