@@ -53,14 +53,6 @@ std::string written(const Burst& read, std::string_view head) {
     return out.str();
 }
 
-std::string_view firstLines(std::string_view text, int count) {
-    std::size_t end = 0;
-    for (; count != 0; --count) {
-        end = text.find('\n', end) + 1;
-    }
-    return text.substr(0, end - 1);
-}
-
 bool same(const BurstPin& one, const BurstPin& other) {
     return one.rcvrpin == other.rcvrpin && one.filter == other.filter && one.plateau == other.plateau &&
            one.debounce == other.debounce && one.delay == other.delay && one.stretch == other.stretch &&
@@ -68,7 +60,7 @@ bool same(const BurstPin& one, const BurstPin& other) {
 }
 
 void checkRoundTrip(const Burst& read, std::string_view text) {
-    const auto again = parsed(diagnosis::parseBurst, written(read, firstLines(text, 4)));
+    const auto again = parsed(diagnosis::parseBurst, written(read, ratesOf(text)));
     require(again && again->pins.size() == read.pins.size(), "what was written is read");
     require(std::equal(read.pins.begin(), read.pins.end(), again->pins.begin(), same), "a written burst is the same");
 }

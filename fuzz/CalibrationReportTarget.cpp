@@ -68,14 +68,6 @@ bool same(const CalPin& one, const CalPin& other) {
            one.plateau == other.plateau;
 }
 
-std::string_view firstLines(std::string_view text, int count) {
-    std::size_t end = 0;
-    for (; count != 0; --count) {
-        end = text.find('\n', end) + 1;
-    }
-    return text.substr(0, end - 1);
-}
-
 } // namespace
 
 void calibrationReport(Input input) {
@@ -87,7 +79,7 @@ void calibrationReport(Input input) {
     require(std::isfinite(cal->rates.sampleRate()) && cal->rates.sampleRate() > 0.0, "a rate of samples");
     cal->rates.neededMargin();
     cal->rates.bitSamples();
-    const auto again = parsed(diagnosis::parseCalFile, written(*cal, firstLines(textOf(input), 4)));
+    const auto again = parsed(diagnosis::parseCalFile, written(*cal, ratesOf(textOf(input))));
     require(again && again->pins.size() == cal->pins.size(), "what was written is read");
     for (std::size_t i = 0; i < cal->pins.size(); ++i) {
         require(same(cal->pins[i], again->pins[i]), "a written pin is the same");

@@ -3,7 +3,9 @@
 #include "fuzz/Require.h"
 #include "fuzz/Targets.h"
 #include "fuzz/Text.h"
+#include "fuzz/UnitMeasure.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 
@@ -11,34 +13,7 @@ namespace fuzz {
 
 namespace {
 
-namespace reg = bench::reg;
-
 constexpr unsigned mostLines = 6; // a burst of each pin is computed after each
-
-void enableInputs(bench::Unit& unit) {
-    for (unsigned proc = 0; proc < reg::procs; ++proc) {
-        unit.write(reg::kindUnit, reg::procFirst(0, proc), reg::enableBit | (proc + 2) << 8);
-    }
-    unit.write(reg::kindUnit, reg::stmControl(0), reg::captureEnableBit);
-}
-
-/// What the unit sees of the target: a burst, a count of clock edges, and the start of a recording.
-void measure(bench::Unit& unit, std::uint64_t& now) {
-    for (const std::uint32_t value : {0x001FU, 0x801FU, 0U}) {
-        unit.write(reg::kindUnit, reg::capture, value);
-    }
-    unit.write(reg::kindUnit, reg::windowLow(0), 1000);
-    unit.openChannel(0x8000, 0);
-    unit.start();
-    now += 200'000; // nanoseconds
-    for (unsigned proc = 0; proc < reg::procs; ++proc) {
-        unit.read(reg::kindUnit, reg::fifoStatus(proc));
-        unit.read(reg::kindUnit, reg::fifoData(proc));
-    }
-    unit.read(reg::kindUnit, reg::countLow(0));
-    unit.stop();
-    require(unit.peek(512).size() <= 512, "a peek is no longer than asked");
-}
 
 } // namespace
 

@@ -20,6 +20,7 @@ std::span<const Target> targets() {
         {"runFolder", runFolder},
         {"runLog", runLog},
         {"scenario", scenario},
+        {"scenarioRun", scenarioRun},
         {"settingsFile", settingsFile},
         {"sideRequests", sideRequests},
         {"traceFile", traceFile},

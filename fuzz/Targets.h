@@ -25,6 +25,10 @@ void packetBuffer(Input input);
 /// Bytes as the text of a scenario, which is read, or rejected with a position.
 void scenario(Input input);
 
+/// The same, and a scenario that is read is run: the unit measures and records what its target sends, and gives all that
+/// it holds. The host reads the same.
+void scenarioRun(Input input);
+
 /// Bytes as the requests of a data client to the bench's server. Byte 0 chooses the scenario; the low bits of byte 1 are
 /// the sizes of the pieces that arrive. All requests are answered, in well-formed packets, the same for any pieces.
 void benchRequests(Input input);

@@ -29,4 +29,13 @@ auto parsed(Parse parse, std::string_view text) -> std::optional<decltype(parse(
     }
 }
 
+/// The four lines at the head of a burst and of a calibration report that were read, without the last one's end.
+inline std::string_view ratesOf(std::string_view text) {
+    std::size_t end = 0;
+    for (int line = 0; line < 4; ++line) {
+        end = text.find('\n', end) + 1;
+    }
+    return text.substr(0, end - 1);
+}
+
 } // namespace fuzz

@@ -179,6 +179,13 @@ TEST(Scenario, WrongValuesAreNamed) {
     EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
 }
 
+TEST(Scenario, JitterIsLimitedToWhatABurstCanBeComputedWith) {
+    EXPECT_EQ(parseScenario("[wiring]\njitter = 1000\n", "f").wiring.jitter, 1000.0);
+    EXPECT_THAT(failureOf("[wiring]\njitter = 1001\n"), HasSubstr("'wiring.jitter' must be a number from 0 to 1000"));
+    EXPECT_THAT(failureOf("[[wiring.pin]]\njitter = 1e6\n"),
+                HasSubstr("'wiring.pin.jitter' must be a number from 0 to 1000"));
+}
+
 TEST(Scenario, CellsAreInTheLargestBufferAndHaveEightBits) {
     const auto cell = [](const std::string& line) { return failureOf("[[unit.cell]]\n" + line + "\n"); };
     EXPECT_EQ(cell("byte = 0x7FFFFFF"), "no failure");
