@@ -123,12 +123,17 @@ endfunction()
 set(ORV_QUICK_BUILD $<$<CONFIG:Release>:-O0>)
 set(ORV_QUICK_RUN $<$<CONFIG:Release>:-O1>)
 
-# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [ISOLATED] [COMPUTES]): a GoogleTest program.
+# Tests that also run where time is short (`./test --reduced`).
+add_custom_target(reduced_tests)
+
+# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [ISOLATED] [COMPUTES] [REDUCED sanitizer...]): a
+# GoogleTest program.
 # Natively each case is a test of its own. Starting a process under Wine costs more than most cases do, so there
 # the whole program is one test, unless ISOLATED says that its cases need a fresh process each. COMPUTES is for a program
-# that spends its time in its own code rather than in the product's.
+# that spends its time in its own code rather than in the product's. REDUCED names the sanitizers, address or thread, under
+# which it belongs to the reduced set.
 function(orv_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK" "SOURCES;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK" "SOURCES;DEPENDS;REDUCED")
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
@@ -144,6 +149,12 @@ function(orv_test name)
     target_precompile_headers(${name} REUSE_FROM orv_test_headers_quick_build)
   endif()
   set(properties TIMEOUT ${ARG_TIMEOUT})
+  foreach(sanitizer ${ARG_REDUCED})
+    if(ORV_SANITIZE MATCHES "${sanitizer}")
+      list(APPEND properties LABELS reduced)
+      add_dependencies(reduced_tests ${name})
+    endif()
+  endforeach()
   if(ARG_LOCK AND ORV_OWN_NAMESPACES)
     # The only launcher that CTest knows before CMake 3.29.
     set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${ORV_OWN_NAMESPACES})

@@ -3,6 +3,7 @@
 #include "client/FrontEnd.h"
 #include "client/FrontEndChannel.h"
 #include "common/source/ChannelSettings.h"
+#include "common/source/properties/AddedProperties.h"
 #include "common/source/source_utilities/uMutex.h"
 #include "rcvr/framework/CChannelDriver.h"
 #include "rcvr/framework/IXmtrLibrary.h"
@@ -69,7 +70,8 @@ public:
     virtual void UnregisterCPU(const char* cpuName);
     virtual VX_QRS::ORV::CLIENT::FrontEndChannel* GetFrontEndChannel();
     /// Writes the channel's section of the front end's properties file, for the first channel with a new global section
-    /// before it, from a settings file, and takes the settings over. The caller holds the lock.
+    /// before it, from a settings file and the properties that the user added, and takes the settings over. The caller holds the
+    /// lock.
     virtual void ConvertXmlToFrontEndPropsFile(const char* xmlPath, const char* propsPath);
 
     /// The CPU's name as messages about pins give it: the part after the only "/", otherwise the whole name.
@@ -95,15 +97,17 @@ private:
     bool isDisconnected() const;
     enum class StartState { Ready, Recording, Ending };
     StartState startState();
+    template <class Start>
+    StartState startIfReady(Start&& start);
     bool startUnlessEnding();
-    void startChannel();
     void noteBufferSize() noexcept;
     void closeReadStream();
 
     // ChannelDriverConfiguration.cpp
     void refuseTooManyChannels();
     std::uint32_t channelIndex();
-    std::string prepareChannelSection(const char* xmlPath, ChannelSettings& local);
+    std::string prepareChannelSection(const char* xmlPath, ChannelSettings& local,
+                                      const std::vector<VX_QRS::ORV::CLIENT::AddedProperty>& added);
     void findPins(TracePinMapper& mapper, unsigned traceClass, ChannelSettings& local);
     void checkPins(TracePinMapper& mapper, const ChannelSettings& local);
     void writePropertiesFile(const char* propsPath, const std::string& channelSection);
@@ -135,6 +139,7 @@ private:
     // Written by the controlling thread, read by polls of the status.
     std::atomic<std::uint32_t> targetState{0};
     std::unique_ptr<VX_QRS::uMutex> lock;
+    VX_QRS::uMutex startLock; // makes the query whether to start and the start one step; nests inside of `lock`
     Receiver* receiver;
     FrontEnd* frontEnd;
     FrontEndChannel* channel = nullptr; // released through the front end

@@ -11,6 +11,7 @@
 #include "rcvr/SettingsFile.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 // From a settings file to a calibrated channel.
 
@@ -21,6 +22,7 @@ using VX_QRS::logMessage;
 using VX_QRS::OutputFile;
 using VX_QRS::uEnvironment;
 using VX_QRS::uString;
+using VX_QRS::ORV::CLIENT::AddedProperty;
 
 namespace {
 
@@ -50,6 +52,19 @@ const char* kindForClass(unsigned traceClass) {
 const PinList& allEmulationPins() {
     static const PinList pins{0, 1, 2, 3, 4, 5};
     return pins;
+}
+
+/// The user's additions to the channel's section.
+std::vector<AddedProperty> addedProperties() {
+    const std::string path = uEnvironment::get(VX_QRS::ORV::CLIENT::addedPropertiesVariable);
+    if (path.empty()) {
+        return {};
+    }
+    try {
+        return VX_QRS::ORV::CLIENT::readAddedProperties(path);
+    } catch (const std::runtime_error& fault) {
+        throwError(channelDriverUnit, eBadFile, fault.what());
+    }
 }
 
 std::string deviceText(Receiver& receiver, const std::string& cpuName, unsigned selector) {
@@ -96,8 +111,10 @@ void ChannelDriver::refuseTooManyChannels() {
 
 void ChannelDriver::ConvertXmlToFrontEndPropsFile(const char* xmlPath, const char* propsPath) {
     logEntry(channelDriverUnit, "Vx::Qrs::Trace::OrvRcvr::ChannelDriver::ConvertXmlToFrontEndPropsFile");
+    // First of all: a bad file must not even replace a bad settings file.
+    const std::vector<AddedProperty> added = addedProperties();
     ChannelSettings local;
-    const std::string section = prepareChannelSection(xmlPath, local);
+    const std::string section = prepareChannelSection(xmlPath, local, added);
     writePropertiesFile(propsPath, section);
     settings = local;
     logStep("ConvertXmlToFrontEndPropsFile", "success");
@@ -108,7 +125,8 @@ std::uint32_t ChannelDriver::channelIndex() {
     return std::max(frontEnd->numChannels(), std::uint32_t{1}) - 1;
 }
 
-std::string ChannelDriver::prepareChannelSection(const char* xmlPath, ChannelSettings& local) {
+std::string ChannelDriver::prepareChannelSection(const char* xmlPath, ChannelSettings& local,
+                                                 const std::vector<AddedProperty>& added) {
     if (xmtrLibrary == nullptr) {
         throwError(channelDriverUnit, eNullParameter);
     }
@@ -127,7 +145,10 @@ std::string ChannelDriver::prepareChannelSection(const char* xmlPath, ChannelSet
     } else {
         checkPins(mapper, local);
     }
-    return channelSectionText(index, local);
+    for (const AddedProperty& property : added) {
+        logMessage("%s : property %s=%s added", programLabel, property.name.c_str(), property.value.c_str());
+    }
+    return channelSectionText(index, local, added);
 }
 
 void ChannelDriver::findPins(TracePinMapper& mapper, unsigned traceClass, ChannelSettings& local) {

@@ -4,6 +4,8 @@
 #include "rcvr/Guard.h"
 #include "rcvr/framework/CReceiver.h"
 
+#include <utility>
+
 // Starting and stopping a recording.
 
 namespace Vx::Qrs::Trace::OrvRcvr {
@@ -14,6 +16,19 @@ using namespace VX_QRS::ORV::CLIENT;
 namespace {
 
 constexpr std::uint32_t endingPollMilliseconds = 5;
+constexpr bool noEffect = false; // the flag of a channel's start
+
+template <class Step>
+class AtEnd {
+public:
+    explicit AtEnd(Step last) : step(std::move(last)) {}
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+    ~AtEnd() { step(); }
+
+private:
+    Step step;
+};
 
 } // namespace
 
@@ -39,17 +54,19 @@ ChannelDriver::StartState ChannelDriver::startState() {
     return ended && !metrics.threadDone && !metrics.threadAbsent ? StartState::Ending : StartState::Ready;
 }
 
-// A configuration that failed late leaves the channel with another buffer than the last one that succeeded; the
-// property is free of a wrap's lost block only once the recording has begun.
-void ChannelDriver::startChannel() {
-    struct AtEnd {
-        ChannelDriver& driver;
-        ~AtEnd() { driver.noteBufferSize(); }
-    } const atEnd{*this};
-    constexpr bool noEffect = false;
-    channel->start(noEffect);
+// Two threads that both found the channel ready would start it twice, and the second start keeps the channel's lock.
+template <class Start>
+ChannelDriver::StartState ChannelDriver::startIfReady(Start&& start) {
+    const VX_QRS::uMutexLock held(startLock);
+    const StartState state = startState();
+    if (state == StartState::Ready) {
+        start();
+    }
+    return state;
 }
 
+// After each start, a failed one too: a configuration that failed late leaves the channel with another buffer than the
+// last one that succeeded, and the property is free of a wrap's lost block only once the recording has begun.
 void ChannelDriver::noteBufferSize() noexcept {
     try {
         orvBufSizeBytes = VX_QRS::uString::toNumber<std::uint32_t>(propertyText(*channel, "orvBufSize"));
@@ -58,19 +75,17 @@ void ChannelDriver::noteBufferSize() noexcept {
 }
 
 bool ChannelDriver::startUnlessEnding() {
-    switch (startState()) {
-    case StartState::Ending:
-        return false;
-    case StartState::Recording:
+    const StartState state = startIfReady([this] {
+        const AtEnd noted([this] { noteBufferSize(); });
+        logStep("StartRecording", "calling FE start");
+        channel->start(noEffect);
+    });
+    if (state == StartState::Ready) {
+        logStep("StartRecording", "done calling FE start");
+    } else if (state == StartState::Recording) {
         logStep("StartRecording", "already recording, call ignored");
-        return true;
-    case StartState::Ready:
-        break;
     }
-    logStep("StartRecording", "calling FE start");
-    startChannel();
-    logStep("StartRecording", "done calling FE start");
-    return true;
+    return state != StartState::Ending;
 }
 
 void ChannelDriver::StartRecording(bool /*flag*/) {
@@ -113,13 +128,13 @@ void ChannelDriver::NotifySystemStateChange(unsigned state) {
     }
     VX_QRS::logMessage("OrvRcvr::ChannelDriver NotifySystemStateChange eJOB_MODIFIED_DISABLE_RESUME");
     channel->stop();
-    StartState ready = startState();
-    while (ready == StartState::Ending) {
+    // Texts of properties share one storage, so that other threads' queries and this one take the lock.
+    const AtEnd noted([this] {
+        const VX_QRS::uMutexLock held(*lock);
+        noteBufferSize();
+    });
+    while (startIfReady([this] { channel->start(noEffect); }) == StartState::Ending) {
         VX_QRS::uThread::sleep(endingPollMilliseconds);
-        ready = startState();
-    }
-    if (ready == StartState::Ready) {
-        startChannel();
     }
 }
 

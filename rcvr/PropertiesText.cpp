@@ -1,5 +1,6 @@
 #include "rcvr/PropertiesText.h"
 
+#include "common/source/properties/ChannelProperties.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uString.h"
 #include "rcvr/SettingsKeys.h"
@@ -9,20 +10,29 @@
 namespace Vx::Qrs::Trace::OrvRcvr {
 
 std::uint32_t bufferSizeBytes(std::uint32_t index) {
-    constexpr std::uint32_t smallest = 0x40000;
-    constexpr std::uint32_t lastChoice = 9;
-    return smallest << std::min(index, lastChoice);
+    using namespace VX_QRS::ORV::CLIENT;
+    return smallestBufferBytes << std::min(index, bufferSizeCount - 1);
 }
 
-std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CLIENT::ChannelSettings& settings) {
+std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CLIENT::ChannelSettings& settings,
+                               const std::vector<VX_QRS::ORV::CLIENT::AddedProperty>& added) {
     std::string text = "[Channel " + std::to_string(channelIndex) + "]\n";
-    const auto line = [&](const char* key, const std::string& value) {
+    const auto line = [&](const std::string& key, const std::string& value) {
         text.append(key).append("=").append(value).append("\n");
     };
     line("xmtrType", "");
     for (const SettingsKey* row : settingsKeysBy(&SettingsKey::sectionTurn)) {
-        line(row->property,
-             row->propertyText != nullptr ? row->propertyText(settings) : valueText(row->value, settings));
+        // Applying a section sets every line of a key, the last one to stay, but a look-up finds the first: with both
+        // lines the channel would do one thing and report the other.
+        const bool isReplaced =
+            std::ranges::any_of(added, [row](const auto& property) { return property.name == row->property; });
+        if (!isReplaced) {
+            line(row->property,
+                 row->propertyText != nullptr ? row->propertyText(settings) : valueText(row->value, settings));
+        }
+    }
+    for (const auto& [name, value] : added) {
+        line(name, value);
     }
     return text;
 }

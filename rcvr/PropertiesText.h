@@ -1,9 +1,11 @@
 #pragma once
 
 #include "common/source/ChannelSettings.h"
+#include "common/source/properties/AddedProperties.h"
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 // The text of the front end's properties file.
 
@@ -13,8 +15,9 @@ namespace Vx::Qrs::Trace::OrvRcvr {
 /// which also serves every greater index.
 std::uint32_t bufferSizeBytes(std::uint32_t index);
 
-/// "[Channel N]" and its eight keys.
-std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CLIENT::ChannelSettings& settings);
+/// "[Channel N]" and its eight keys, then the added ones, which replace a key of the eight.
+std::string channelSectionText(std::uint32_t channelIndex, const VX_QRS::ORV::CLIENT::ChannelSettings& settings,
+                               const std::vector<VX_QRS::ORV::CLIENT::AddedProperty>& added = {});
 
 /// "[Global]" with the capture unit's address, and an empty line.
 std::string globalSectionText(const std::string& unitName, std::uint32_t unitPort);

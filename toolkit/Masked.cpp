@@ -18,6 +18,23 @@ bool isControl(std::string_view character) {
     return character.size() == 2 && first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
 }
 
+/// Whether the second byte of three or four is one of a character: shorter forms exist for lower ones, and surrogates
+/// and what follows U+10FFFF are none.
+bool continuesCharacter(unsigned char first, unsigned char second) {
+    switch (first) {
+    case 0xE0:
+        return second >= 0xA0;
+    case 0xED:
+        return second < 0xA0;
+    case 0xF0:
+        return second >= 0x90;
+    case 0xF4:
+        return second < 0x90;
+    default:
+        return true;
+    }
+}
+
 enum class LineEnds { Keep, Mask };
 
 std::string withMarks(std::string_view text, LineEnds lineEnds) {
@@ -47,7 +64,10 @@ std::size_t characterLength(std::string_view text) {
         return 0;
     }
     const auto follows = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
-    return std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), follows) ? length : 0;
+    if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), follows)) {
+        return 0;
+    }
+    return length > 2 && !continuesCharacter(first, static_cast<unsigned char>(text[1])) ? 0 : length;
 }
 
 std::string masked(std::string_view text) {

@@ -243,18 +243,23 @@ private:
 
 constexpr double anyLength = 1e6; // samples
 constexpr double anySeconds = 3600.0;
+// More than ten half periods of the slowest clock that the receiver analyses. Edges move by several times this, and each
+// sample that they can reach is computed.
+constexpr double highestJitter = 1e3;
 
 void readPin(TableReader& in, PinWiring& pin) {
     in.integer("emu", pin.emu, 0, emuPins - 1);
     in.number("skew", pin.skew, -anyLength, anyLength);
     in.number("late_fall", pin.lateFall, -anyLength, anyLength);
-    in.number("jitter", pin.jitter, 0.0, anyLength);
+    in.number("jitter", pin.jitter, 0.0, highestJitter);
     in.integer("stuck", pin.stuck, 0, 1);
     in.flag("open", pin.open);
     in.integer("swapped_with", pin.swappedWith, 0, emuPins - 1);
     in.number("glitch_every", pin.glitchEvery, 0.0, 1e12);
     in.number("glitch_length", pin.glitchLength, 0.0, anyLength);
     in.number("drift", pin.drift, -anyLength, anyLength);
+    in.number("memory", pin.memory, 0.0, PinWiring::longestMemory);
+    in.number("coupling", pin.coupling, 0.0, PinWiring::largestCoupling);
     if (pin.glitchEvery > 0.0 && pin.glitchLength >= pin.glitchEvery) {
         in.fail("glitch_length", "must be below glitch_every");
     }
@@ -325,7 +330,7 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
     in.section("wiring", [&](TableReader& table) {
         table.choice("alignment", scenario.wiring.alignment,
                      {{"center", Alignment::Center}, {"edge", Alignment::Edge}});
-        table.number("jitter", scenario.wiring.jitter, 0.0, anyLength);
+        table.number("jitter", scenario.wiring.jitter, 0.0, highestJitter);
         table.integer("seed", scenario.wiring.seed, 0, std::numeric_limits<std::int64_t>::max());
         table.sections("pin", [&](TableReader& pin) { readPin(pin, scenario.wiring.pins.emplace_back()); });
     });

@@ -88,6 +88,12 @@ struct PinWiring {
     double glitchEvery = 0.0;            ///< mean distance of short pulses, 0 for none
     double glitchLength = 0.0;           ///< length of such a pulse
     double drift = 0.0;                  ///< growth of the skew in samples a second while the target sends trace
+    double memory = 0.0;   ///< time constant of the line: an edge after a longer run comes later (ContentShift.h)
+    double coupling = 0.0; ///< an edge on an adjacent data pin in the same slot moves an edge of this pin: earlier
+                           ///< if both go the same way, later if they go opposite ways
+
+    static constexpr double longestMemory = 5.0;   ///< a bit at 200 MHz still crosses the threshold
+    static constexpr double largestCoupling = 2.0; ///< with two neighbours it shifts an edge twice as far
 };
 
 struct WiringSettings {

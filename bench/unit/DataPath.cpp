@@ -1,5 +1,7 @@
 #include "bench/unit/DataPath.h"
 
+#include "bench/wiring/ContentShift.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -11,38 +13,6 @@ namespace bench {
 
 namespace {
 
-// The probability that a normal variable is below z.
-double below(double z) {
-    return 0.5 * std::erfc(-z / std::numbers::sqrt2);
-}
-
-// The probability that a normal value with this mean and deviation is below a limit.
-double chanceBelow(double mean, double spread, double limit) {
-    if (spread > 0.0) {
-        return below((limit - mean) / spread);
-    }
-    return mean < limit ? 1.0 : 0.0;
-}
-
-// The samples in which a clock edge can appear, each with its probability.
-template <class Visit>
-void forEachSample(double edge, double jitter, Visit&& visit) {
-    if (jitter <= 0.0) {
-        visit(std::ceil(edge), 1.0);
-        return;
-    }
-    constexpr double reach = 6.0;
-    double lower = 0.0;
-    for (double sample = std::ceil(edge - reach * jitter); sample < edge + reach * jitter + 1.0; sample += 1.0) {
-        const double upper = below((sample - edge) / jitter);
-        visit(sample, upper - lower);
-        lower = upper;
-    }
-}
-
-// Enough clock edges for every position that they can have relative to the samples.
-constexpr int edgesLookedAt = 128;
-
 struct Chances {
     double early = 0.0;
     double late = 0.0;
@@ -51,7 +21,7 @@ struct Chances {
 // A sample is early before the slot's first edge, and late after the next slot's first edge.
 Chances chancesOf(const PathTiming& clock, const PathTiming& data, double half, std::int64_t slot) {
     Chances sum;
-    for (int edge = 0; edge < edgesLookedAt; ++edge) {
+    for (int edge = 0; edge < clockEdgesInAll; ++edge) {
         const double at = edge * half + clock.phase + (edge % 2 == 0 ? clock.rise : clock.fall);
         const double begin = (edge + static_cast<double>(slot)) * half + data.phase;
         forEachSample(at, clock.jitter, [&](double sample, double weight) {
@@ -61,12 +31,28 @@ Chances chancesOf(const PathTiming& clock, const PathTiming& data, double half, 
             }
         });
     }
-    sum.early /= 2.0 * edgesLookedAt;
-    sum.late /= 2.0 * edgesLookedAt;
+    sum.early /= 2.0 * clockEdgesInAll;
+    sum.late /= 2.0 * clockEdgesInAll;
     return sum;
 }
 
+// The latest edge at the start of a slot is the worst there, the earliest one at its end.
+void judgeWorst(const PathTiming& clock, const PathTiming& data, double half, PathQuality& quality) {
+    const EdgeChances edges(clock, data, half, quality.slot);
+    quality.early = edges.early(std::max(data.rise, data.fall) + data.latest);
+    quality.late = edges.late(std::min(data.rise, data.fall) + data.earliest);
+    quality.lost = std::max(data.lostOne(data.shortest), data.lostZero(data.shortest));
+}
+
 } // namespace
+
+double PathTiming::lostOne(double longer) const {
+    return chanceBelow(one + longer, std::numbers::sqrt2 * jitter, shortestOne);
+}
+
+double PathTiming::lostZero(double longer) const {
+    return chanceBelow(zero + longer, std::numbers::sqrt2 * jitter, shortestZero);
+}
 
 PathTiming timePath(const Transmission& transmission, const Line& line, const ProcSettings& settings) {
     const EdgeShift shift = shiftOf(settings);
@@ -78,15 +64,21 @@ PathTiming timePath(const Transmission& transmission, const Line& line, const Pr
     timing.jitter = line.timing.jitter;
     const double shortest = 0.5 * settings.debounce;
     if (line.source == LineSource::Clock || line.source == LineSource::Data) {
-        const double spread = std::numbers::sqrt2 * timing.jitter;
         // Jitter can reverse a pulse's edges, which removes it as debounce does.
         const double limit = std::max(shortest, std::numeric_limits<double>::min());
-        const double one = transmission.halfPeriod + line.timing.lateFall;
-        const double zero = transmission.halfPeriod - line.timing.lateFall;
         // Stretching can close a pulse that debounce has kept.
         const double stretch = shift.fall - shift.rise;
-        timing.lostOnes = chanceBelow(one, spread, std::max(limit, -stretch));
-        timing.lostZeros = chanceBelow(zero, spread, std::max(limit, stretch));
+        timing.one = transmission.halfPeriod + line.timing.lateFall;
+        timing.zero = transmission.halfPeriod - line.timing.lateFall;
+        timing.shortestOne = std::max(limit, -stretch);
+        timing.shortestZero = std::max(limit, stretch);
+        timing.lostOnes = timing.lostOne(0.0);
+        timing.lostZeros = timing.lostZero(0.0);
+    }
+    if (const ContentShift content(line, transmission.halfPeriod); content.any()) {
+        timing.earliest = content.earliest();
+        timing.latest = content.latest();
+        timing.shortest = content.shortest();
     }
     if (line.timing.glitchEvery > 0.0 && line.timing.glitchLength >= shortest) {
         timing.glitchEvery = line.timing.glitchEvery;
@@ -95,7 +87,11 @@ PathTiming timePath(const Transmission& transmission, const Line& line, const Pr
     return timing;
 }
 
-PathQuality judgePath(const PathTiming& clock, const PathTiming& data, double half) {
+PathQuality judgePath(const PathTiming& clock, const PathTiming& line, double half) {
+    PathTiming data = line;
+    // The middle of what the content can do decides about the slot.
+    data.rise += 0.5 * (line.earliest + line.latest);
+    data.fall += 0.5 * (line.earliest + line.latest);
     PathQuality quality;
     quality.flip = data.glitchEvery > 0.0 ? data.glitchLength / data.glitchEvery : 0.0;
     if (data.source == LineSource::Constant || data.source == LineSource::Floating) {
@@ -104,7 +100,7 @@ PathQuality judgePath(const PathTiming& clock, const PathTiming& data, double ha
     double sum = 0.0;
     double lowest = std::numeric_limits<double>::max();
     double highest = std::numeric_limits<double>::lowest();
-    for (int edge = 0; edge < edgesLookedAt; ++edge) {
+    for (int edge = 0; edge < clockEdgesInAll; ++edge) {
         const double shift = edge % 2 == 0 ? clock.rise : clock.fall;
         const double start = edge * half;
         const double at = std::ceil(start + clock.phase + shift) - start - data.phase;
@@ -112,7 +108,7 @@ PathQuality judgePath(const PathTiming& clock, const PathTiming& data, double ha
         lowest = std::min(lowest, at);
         highest = std::max(highest, at);
     }
-    const double mean = sum / edgesLookedAt;
+    const double mean = sum / clockEdgesInAll;
     const auto middle = static_cast<std::int64_t>(std::floor((mean - 0.5 * (data.rise + data.fall)) / half));
     double best = std::numeric_limits<double>::max();
     for (std::int64_t slot = middle - 1; slot <= middle + 1; ++slot) {
@@ -124,11 +120,14 @@ PathQuality judgePath(const PathTiming& clock, const PathTiming& data, double ha
             quality.late = chances.late;
         }
     }
-    const double begin = static_cast<double>(quality.slot) * half + std::max(data.rise, data.fall);
+    if (line.shifts()) {
+        judgeWorst(clock, line, half, quality);
+    }
+    const double begin = static_cast<double>(quality.slot) * half + std::max(line.rise, line.fall) + line.latest;
     quality.offset = mean - begin;
     quality.offsetMin = lowest - begin;
     quality.offsetMax = highest - begin;
-    quality.eye = half - std::abs(data.rise - data.fall);
+    quality.eye = half - std::abs(line.rise - line.fall) - (line.latest - line.earliest);
     return quality;
 }
 
@@ -145,6 +144,10 @@ Segment makeSegment(TransmissionPointer transmission, const Line& clock, const P
         path.line = data[index];
         path.timing = timePath(sent, data[index], dataSettings[index]);
         path.quality = judgePath(segment.clock.timing, path.timing, sent.halfPeriod);
+        if (path.timing.shifts()) {
+            path.edges =
+                std::make_shared<EdgeChances>(segment.clock.timing, path.timing, sent.halfPeriod, path.quality.slot);
+        }
         if (path.line.source == LineSource::Data) {
             ++votes[path.quality.slot];
         }

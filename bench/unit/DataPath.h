@@ -1,15 +1,18 @@
 #pragma once
 
 #include "bench/unit/Conditioning.h"
+#include "bench/unit/EdgeChances.h"
 #include "bench/wiring/Line.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace bench {
 
 /// The data path in closed form: the recorded bits follow from the position of the clock edges in each pin's eye
-/// and from the jitter, without computing single samples. The recorder uses a data pin's level in the first
+/// and from the jitter, without computing single samples; where the content shifts edges, also from the content
+/// (ContentChances). The recorder uses a data pin's level in the first
 /// sample at or after a clock edge, as in the sampled waveform.
 
 /// A line's edges and disturbances after conditioning. All lengths are in samples.
@@ -21,17 +24,32 @@ struct PathTiming {
     double jitter = 0.0;
     double lostOnes = 0.0; ///< probability that debounce removes a one of a single slot
     double lostZeros = 0.0;
+    double one = 0.0; ///< length of a one of a single slot, and that below which it is removed
+    double zero = 0.0;
+    double shortestOne = 0.0;
+    double shortestZero = 0.0;
+    /// How far the content can shift an edge (ContentShift); equal for a line that it does not shift.
+    double earliest = 0.0;
+    double latest = 0.0;
+    double shortest = 0.0;    ///< the same of a single slot: by how much it becomes longer, negative
     double glitchEvery = 0.0; ///< of the pulses that survive
     double glitchLength = 0.0;
+
+    bool shifts() const { return earliest != latest; }
+    /// The same probabilities for a pulse that the content makes longer, or shorter if negative.
+    double lostOne(double longer) const;
+    double lostZero(double longer) const;
 };
 PathTiming timePath(const Transmission& transmission, const Line& line, const ProcSettings& settings);
 
-/// Position of the clock edges in one pin's eye. Slot m means that clock edge k samples the data of slot k + m.
+/// Position of the clock edges in one pin's eye. Slot m means that clock edge k samples the data of slot k + m. For a
+/// line whose edges the content shifts, all is that of the worst content: the eye is open for any.
 struct PathQuality {
     std::int64_t slot = 0;
     double early = 0.0;     ///< probability of sampling the preceding slot
     double late = 0.0;      ///< probability of sampling the next slot
     double flip = 0.0;      ///< probability of sampling a glitch
+    double lost = 0.0;      ///< probability of losing a pulse to debounce; only where the content shifts edges
     double offset = 0.0;    ///< mean distance of the sample from the start of the eye
     double offsetMin = 0.0; ///< over all clock edges, without jitter
     double offsetMax = 0.0;
@@ -44,6 +62,7 @@ struct ProcPath {
     Line line;
     PathTiming timing;
     PathQuality quality; ///< slot 0 is that of most data pins: the unit finds the word boundary itself
+    std::shared_ptr<const EdgeChances> edges; ///< only where the content shifts edges
 };
 
 /// An interval of a recording without any reprogramming.

@@ -1,6 +1,8 @@
 #include "bench/unit/SegmentReader.h"
 
 #include "bench/signal/Random.h"
+#include "bench/unit/ContentChances.h"
+#include "bench/unit/SlotReader.h"
 
 #include <algorithm>
 #include <array>
@@ -10,9 +12,6 @@
 namespace bench {
 
 namespace {
-
-// Below this probability no recording that fits the unit has the fault.
-constexpr double negligible = 1e-15;
 
 std::int64_t floorDivide(std::int64_t value, std::int64_t by) {
     return value >= 0 ? value / by : -((by - 1 - value) / by);
@@ -51,8 +50,13 @@ public:
             addFault(pin, FaultKind::Neighbour, path.quality.early, -group, seed);
             addFault(pin, FaultKind::Neighbour, path.quality.late, group, seed);
             addFault(pin, FaultKind::Flip, path.quality.flip, 0, seed);
-            addFault(pin, FaultKind::LostOne, path.timing.lostOnes, 0, seed);
-            addFault(pin, FaultKind::LostZero, path.timing.lostZeros, 0, seed);
+            const double shorter = path.timing.shortest;
+            const bool shifts = path.edges != nullptr;
+            addFault(pin, FaultKind::LostOne, shifts ? path.timing.lostOne(shorter) : path.timing.lostOnes, 0, seed);
+            addFault(pin, FaultKind::LostZero, shifts ? path.timing.lostZero(shorter) : path.timing.lostZeros, 0, seed);
+            if (shifts) {
+                pin.content = std::make_unique<ContentChances>(*segment.transmission, path);
+            }
         }
         plain = std::all_of(lines.begin(), lines.end(),
                             [](const Pin& pin) { return !pin.constant && pin.shift == 0 && pin.faults.empty(); });
@@ -95,13 +99,15 @@ private:
         bool level = false;
         std::int64_t shift = 0; // distance in bits from a line's recorded bit to the sent one
         std::vector<Fault> faults;
+        // The faults above are then those of the worst content, and the content decides which of them happen.
+        std::unique_ptr<ContentChances> content;
     };
 
     static constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max() / 16;
 
     Event makeEvent(double chance, std::uint64_t seed) const {
         Event event{chance, RandomSequence(seed), bit / pins};
-        if (chance < negligible) {
+        if (chance < negligibleChance) {
             event.slot = never;
         } else {
             event.slot += event.random.failuresBeforeSuccess(chance);
@@ -247,10 +253,28 @@ private:
         return value == lost && alone ? !lost : value;
     }
 
+    // Whether a fault that the worst content would have at this bit happens with the content that is sent.
+    bool happens(Pin& pin, Fault& fault, std::int64_t at) const {
+        const std::int64_t slot = floorDivide(at + pin.shift, pins);
+        double chance = fault.event.chance;
+        switch (fault.kind) {
+        case FaultKind::Neighbour:
+            chance = fault.move < 0 ? pin.content->early(slot) : pin.content->late(slot);
+            break;
+        case FaultKind::LostOne:
+        case FaultKind::LostZero:
+            chance = pin.content->lost(slot);
+            break;
+        case FaultKind::Flip:
+            break;
+        }
+        return fault.event.random.uniform() * fault.event.chance < chance;
+    }
+
     void putFault(unsigned line, Fault& fault, std::span<std::uint16_t> out, std::uint64_t bits) {
         for (; fault.event.slot * pins + line < bit + bits; advance(fault.event)) {
             const std::uint64_t at = fault.event.slot * pins + line;
-            if (at < bit) {
+            if (at < bit || (lines[line].content && !happens(lines[line], fault, static_cast<std::int64_t>(at)))) {
                 continue;
             }
             std::uint16_t& word = out[(at - bit) / wordBits];
@@ -271,102 +295,6 @@ private:
     bool plain = false;
 };
 
-// Steps through the slots one by one. The clock line decides in which of them a group is sampled.
-class SlotReader final : public SegmentReader {
-public:
-    SlotReader(const Segment& part, std::uint64_t skip)
-        : segment(part), sent(*part.transmission), random(part.seed + skip),
-          slot(static_cast<std::int64_t>((part.firstWord + skip) * wordBits / sent.dataPins)) {}
-
-    void fill(std::span<std::uint16_t> out) override {
-        for (std::uint16_t& word : out) {
-            while (bits < wordBits) {
-                step();
-            }
-            bits -= wordBits;
-            word = static_cast<std::uint16_t>((collected >> bits) & 0xFFFFU);
-        }
-    }
-
-private:
-    // A line without an edge for this long counts as if it had one, so that a reader always ends.
-    static constexpr unsigned longestSilence = 1U << 20;
-
-    bool chance(double probability) { return probability > negligible && random.uniform() < probability; }
-
-    void step() {
-        // The unit always searches for sequences: one starts a word.
-        const auto bit = static_cast<std::uint64_t>(slot) * sent.dataPins;
-        if (sent.words.framed() && bit % wordBits == 0 && sent.words.positionInSequence(bit / wordBits) == 0U) {
-            bits -= bits % wordBits;
-            collected = bits == 0 ? 0 : collected;
-        }
-        const PathTiming& clock = segment.clock.timing;
-        bool edge = false;
-        switch (segment.clock.line.source) {
-        case LineSource::Clock:
-            edge = true;
-            break;
-        case LineSource::Data:
-            edge = slotLevel(sent, segment.clock.line, slot) != slotLevel(sent, segment.clock.line, slot - 1);
-            break;
-        case LineSource::Floating:
-            edge = chance(sent.halfPeriod / floatingEdgeDistance);
-            break;
-        case LineSource::Constant:
-            break;
-        }
-        if (edge && chance(slot % 2 == 0 ? clock.lostOnes : clock.lostZeros)) {
-            edge = false;
-            ++slot; // skips the pulse's other edge
-        }
-        silence = edge ? 0 : silence + 1;
-        if (edge || silence > longestSilence) {
-            silence = 0;
-            takeGroup();
-        }
-        if (clock.glitchEvery > 0.0 && chance(sent.halfPeriod / clock.glitchEvery)) {
-            takeGroup();
-            takeGroup();
-        }
-        ++slot;
-    }
-
-    void takeGroup() {
-        for (const ProcPath& path : segment.data) {
-            collected = (collected << 1) | (takeBit(path) ? 1U : 0U);
-            ++bits;
-        }
-    }
-
-    bool takeBit(const ProcPath& path) {
-        std::int64_t from = slot + path.quality.slot;
-        if (chance(path.quality.early)) {
-            --from;
-        } else if (chance(path.quality.late)) {
-            ++from;
-        }
-        bool level = slotLevel(sent, path.line, from);
-        if (path.line.source == LineSource::Floating) {
-            level = (hashOf(segment.seed, static_cast<std::uint64_t>(from)) & 1) != 0;
-        }
-        const double lost = level ? path.timing.lostOnes : path.timing.lostZeros;
-        if (lost > negligible && slotLevel(sent, path.line, from - 1) != level &&
-            slotLevel(sent, path.line, from + 1) != level && chance(lost)) {
-            level = !level;
-        }
-        return chance(path.quality.flip) ? !level : level;
-    }
-
-    const Segment& segment;
-    const Transmission& sent;
-    RandomSequence random;
-    std::int64_t slot;
-    std::uint64_t collected = 0;
-    unsigned bits = 0;
-    unsigned silence = 0;
-};
-
 bool needsSlots(const Segment& segment) {
     return segment.clock.line.source != LineSource::Clock || segment.data.size() != segment.transmission->dataPins ||
            std::any_of(segment.data.begin(), segment.data.end(), [](const ProcPath& path) {
@@ -378,7 +306,7 @@ bool needsSlots(const Segment& segment) {
 
 std::unique_ptr<SegmentReader> readSegment(const Segment& segment, std::uint64_t skip) {
     if (needsSlots(segment)) {
-        return std::make_unique<SlotReader>(segment, skip);
+        return readSlots(segment, skip);
     }
     return std::make_unique<WordReader>(segment, skip);
 }

@@ -8,6 +8,9 @@
 
 namespace bench {
 
+/// Below this probability no recording that fits the unit has a fault.
+inline constexpr double negligibleChance = 1e-15;
+
 /// The payload words of a segment, in order, as the recorder assembles them: the words sent, with the errors of
 /// the pins.
 class SegmentReader {

@@ -38,7 +38,7 @@ struct PinTruth {
     double fractionMin = 0.0;
     double fractionMax = 0.0;
     std::int64_t slot = 0;  ///< relative to most data pins
-    double errorRate = 0.0; ///< probability of a wrong bit where it differs from its neighbours
+    double errorRate = 0.0; ///< probability of a wrong bit where it differs from its neighbours, in the worst content
     double skew = 0.0;      ///< the wiring's skew of this pin
 };
 

@@ -262,7 +262,8 @@ void Unit::reportTruth(const Segment& segment, unsigned channel) {
             pin.fractionMax = path.quality.offsetMax / pin.eye;
         }
         pin.slot = path.quality.slot;
-        pin.errorRate = path.quality.early + path.quality.late + path.quality.flip;
+        const double errors = path.quality.early + path.quality.late + path.quality.flip + path.quality.lost;
+        pin.errorRate = path.timing.shifts() ? std::min(errors, 1.0) : errors;
         pin.skew = path.line.timing.skew;
         truth.pins.push_back(pin);
     }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace bench {
 
@@ -37,6 +38,8 @@ struct LineTiming {
     double glitchEvery = 0.0;
     double glitchLength = 0.0;
     std::uint64_t seed = 0; ///< of the jitter and the glitches
+    double memory = 0.0;    ///< samples: time constant with which the line settles; 0: at once
+    double coupling = 0.0;  ///< samples by which an edge of a neighbour shifts an edge in the same slot
 };
 
 struct Line {
@@ -44,6 +47,7 @@ struct Line {
     unsigned bit = 0;   ///< Data: which bit of the group, 0 the top one
     bool level = false; ///< Constant
     LineTiming timing;
+    std::vector<unsigned> neighbours; ///< Data with coupling: bits of the group on the adjacent wires
 };
 
 /// Mean distance between the edges of a floating input, in samples.

@@ -24,6 +24,30 @@ unsigned signalAt(const WiringSettings& wiring, unsigned emu) {
     return emu;
 }
 
+// A driven pin that reaches a wire: its position in `pins`, 0 for the clock.
+std::optional<unsigned> drivenAt(const WiringSettings& wiring, const std::vector<unsigned>& pins, unsigned emu) {
+    const auto driven = std::find(pins.begin(), pins.end(), signalAt(wiring, emu));
+    if (driven == pins.end()) {
+        return std::nullopt;
+    }
+    return static_cast<unsigned>(driven - pins.begin());
+}
+
+// The bits on the wires next to one, by the connector's order. A clock is led apart from the data, and a wire without
+// a signal has no edges.
+std::vector<unsigned> bitsBeside(const WiringSettings& wiring, const std::vector<unsigned>& pins, unsigned emu) {
+    std::vector<unsigned> bits;
+    for (const unsigned beside : {emu - 1, emu + 1}) {
+        if (beside >= inputOfEmu.size() || wiring.pin(beside).stuck || wiring.pin(beside).open) {
+            continue;
+        }
+        if (const auto index = drivenAt(wiring, pins, beside); index && *index != 0) {
+            bits.push_back(static_cast<unsigned>(pins.size()) - 1 - *index);
+        }
+    }
+    return bits;
+}
+
 } // namespace
 
 unsigned receiverInputOfEmu(unsigned emu) {
@@ -51,6 +75,8 @@ Line lineAtReceiver(const WiringSettings& wiring, const std::vector<unsigned>& p
     line.timing.glitchEvery = pin.glitchEvery;
     line.timing.glitchLength = pin.glitchLength;
     line.timing.seed = hashOf(wiring.seed, *emu);
+    line.timing.memory = pin.memory;
+    line.timing.coupling = pin.coupling;
     if (pin.stuck) {
         line.level = *pin.stuck != 0;
         line.timing.glitchEvery = 0.0;
@@ -60,14 +86,16 @@ Line lineAtReceiver(const WiringSettings& wiring, const std::vector<unsigned>& p
         line.source = LineSource::Floating;
         return line;
     }
-    const auto driven = std::find(pins.begin(), pins.end(), signalAt(wiring, *emu));
-    if (driven == pins.end()) {
+    const auto index = drivenAt(wiring, pins, *emu);
+    if (!index) {
         return line;
     }
-    const auto index = static_cast<unsigned>(driven - pins.begin());
     const auto dataPins = static_cast<unsigned>(pins.size()) - 1;
-    line.source = index == 0 ? LineSource::Clock : LineSource::Data;
-    line.bit = index == 0 ? 0 : dataPins - index;
+    line.source = *index == 0 ? LineSource::Clock : LineSource::Data;
+    line.bit = *index == 0 ? 0 : dataPins - *index;
+    if (pin.coupling > 0.0 && line.source == LineSource::Data) {
+        line.neighbours = bitsBeside(wiring, pins, *emu);
+    }
     return line;
 }
 

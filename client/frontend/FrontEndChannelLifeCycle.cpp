@@ -17,6 +17,9 @@ namespace {
 /// Of the control thread, in milliseconds.
 constexpr std::uint32_t passInterval = 5;
 
+/// How long an end that was asked for is waited for before it is asked for again, in milliseconds.
+constexpr std::uint32_t endInterval = 50;
+
 /// The unit is asked for whole blocks only.
 constexpr std::uint32_t requestGranularity = 16384;
 
@@ -170,7 +173,7 @@ bool FrontEndChannel_1::endEarlierThread() {
     }
     control.exitThread = true;
     mutex->unlock();
-    thread->wait();
+    waitForThread();
     mutex->lock();
     return true;
 }
@@ -184,7 +187,7 @@ void FrontEndChannel_1::internalStart(std::uint32_t bufferSize, const std::strin
             transmitter->reset();
             logStep(here(), "shutdown transmitter");
         }
-        session.orvBufHasWrapped = "false";
+        session.orvBufHasWrapped = false;
         client->closeChannel(session.dataChannel);
         logStep(here(), "callsed ds_close");
         session.dataChannel = client->openChannel(bufferSize, bufferMode == "stop" ? 0 : 1, this);
@@ -250,7 +253,7 @@ void FrontEndChannel_1::internalStop(StopSteps steps) {
     }
     const std::uint32_t status = readRegister(registers::kindUnit, registers::bufferStatus);
     if ((status & registers::bufferStatusWrapped) != 0) {
-        session.orvBufHasWrapped = "true";
+        session.orvBufHasWrapped = true;
         logStep(here(), "wrap detected");
     }
 }
@@ -313,8 +316,15 @@ void FrontEndChannel_1::recordError(const char* text) {
 }
 
 void FrontEndChannel_1::terminateThread() {
-    control.exitThread = true;
-    thread->wait();
+    do {
+        control.exitThread = true;
+    } while (!waitForThread());
+}
+
+/// Waits for the thread's end, but not for long: a start on another thread may have taken the request to end back and
+/// have a thread of its own running. True when no thread is left, and at once on the thread itself.
+bool FrontEndChannel_1::waitForThread() {
+    return thread->wait(endInterval) || thread->threadId() == 0 || thread->isCurrent();
 }
 
 void FrontEndChannel_1::run() {

@@ -1,6 +1,7 @@
 #include "client/frontend/ChannelLog.h"
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
+#include "common/source/properties/ChannelProperties.h"
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uLog.h"
 #include "common/source/source_utilities/uString.h"
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <new>
 #include <span>
 #include <string>
@@ -23,24 +25,7 @@ namespace {
 /// Bytes that a wrapping buffer loses.
 constexpr std::uint32_t wrapBlock = 16384;
 
-constexpr const char* trueOrFalse = "true|false";
-
 constexpr bool appended = true;
-
-/// True when `value` is one of the words of `choices`, which bars separate.
-bool isChoice(std::string_view choices, std::string_view value) {
-    while (!choices.empty()) {
-        const std::size_t end = choices.find('|');
-        if (choices.substr(0, end) == value) {
-            return true;
-        }
-        if (end == std::string_view::npos) {
-            break;
-        }
-        choices.remove_prefix(end + 1);
-    }
-    return false;
-}
 
 template <class Item>
 const char* join(std::string& out, std::span<const Item> items, const char* format) {
@@ -56,13 +41,12 @@ const char* join(std::string& out, std::span<const Item> items, const char* form
 
 } // namespace
 
-/// The table of all properties: their setters, getters and accepted words.
+/// How the channel sets and reads each of its properties.
 struct FrontEndChannel_1::Properties {
     using Channel = FrontEndChannel_1;
 
     struct Entry {
-        const char* name;
-        const char* choices;                // null: any text
+        const ChannelProperty* property;
         void (*set)(Channel&, const char*); // null: read only
         const char* (*get)(Channel&);       // null: read from the file
     };
@@ -132,7 +116,7 @@ struct FrontEndChannel_1::Properties {
     static const char* getBufSizes(Channel& c) {
         return join<std::uint32_t>(c.session.propertyText, c.limits.orvBufSizes, "%d");
     }
-    static const char* getBufHasWrapped(Channel& c) { return c.session.orvBufHasWrapped.c_str(); }
+    static const char* getBufHasWrapped(Channel& c) { return c.session.orvBufHasWrapped ? "true" : "false"; }
     static const char* getFrequencies(Channel& c) {
         return join<double>(c.session.propertyText, c.clocking.frequencies, "%f");
     }
@@ -149,57 +133,64 @@ struct FrontEndChannel_1::Properties {
         return c.session.propertyText.c_str();
     }
 
-    static const Entry table[];
+    /// Fails to compile for a name that no property has.
+    static consteval const ChannelProperty* named(const char* name) {
+        const ChannelProperty* property = findChannelProperty(name);
+        return property != nullptr ? property : throw name;
+    }
 
-    static const Entry* find(const char* name) {
-        for (const Entry* entry = table; entry->name != nullptr; ++entry) {
-            if (std::strcmp(entry->name, name) == 0) {
-                return entry;
-            }
-        }
-        return nullptr;
+    static const Entry table[channelProperties.size()];
+
+    /// Whether the table has every property once and a setter for each that is not read only.
+    static constexpr bool fits(std::span<const Entry> entries) {
+        return std::ranges::all_of(channelProperties, [&](const ChannelProperty& property) {
+            return std::ranges::count_if(entries, [&](const Entry& entry) {
+                       return entry.property == &property && (entry.set == nullptr) == property.isReadOnly;
+                   }) == 1;
+        });
+    }
+
+    static const Entry* find(std::string_view name) {
+        const Entry* entry = std::ranges::find(table, name, [](const Entry& each) { return each.property->name; });
+        return entry != std::end(table) ? entry : nullptr;
     }
 };
 
-constexpr auto anyText = static_cast<const char*>(nullptr);
-
-const FrontEndChannel_1::Properties::Entry FrontEndChannel_1::Properties::table[] = {
-    {"file", anyText, setFile, [](Channel& c) { return c.stem().c_str(); }},
-    {"drmXmtr", anyText, setText<&Settings::drmXmtr>, getText<&Settings::drmXmtr>},
-    {"targetSync", anyText, setText<&Settings::targetSync>, getText<&Settings::targetSync>},
-    {"startPort", anyText, setNumber<&Settings::startPort>, nullptr},
-    {"stmSyncPeriod", anyText, setNumber<&Settings::stmSyncPeriod>, nullptr},
-    {"stmTimeoutPeriod", anyText, setNumber<&Settings::stmTimeoutPeriod>, nullptr},
-    {"stmClockTimeoutEnable", trueOrFalse, setFlag<&Settings::stmClockTimeoutEnable>, nullptr},
-    {"stmZeroTimeoutEnable", trueOrFalse, setFlag<&Settings::stmZeroTimeoutEnable>, nullptr},
-    {"stmPeriodicSyncEnable", trueOrFalse, setFlag<&Settings::stmPeriodicSyncEnable>, nullptr},
-    {"stmDiagnosticTimingEnable", trueOrFalse, setFlag<&Settings::stmDiagnosticTimingEnable>, nullptr},
-    {"stm32BitDataLimit", trueOrFalse, setFlag<&Settings::stm32BitDataLimit>, nullptr},
-    {"orvBufMode", "stop|wrap", setBufMode, getText<&Settings::orvBufMode>},
-    {"orvBufHasWrapped", anyText, nullptr, getBufHasWrapped},
-    {"orvBufSize", anyText, [](Channel& c, const char* value) { c.setBufferSize(value); }, getBufSize},
-    {"orvBufSizes", anyText, nullptr, getBufSizes},
-    {"delays", anyText, setList<&Settings::delays>, getList<&Settings::delays>},
-    {"stretches", anyText, setList<&Settings::stretches>, getList<&Settings::stretches>},
-    {"plateaus", anyText, setList<&Settings::plateaus>, getList<&Settings::plateaus>},
-    {"debounces", anyText, setList<&Settings::debounces>, getList<&Settings::debounces>},
-    {"filters", anyText, setList<&Settings::filters>, getList<&Settings::filters>},
-    {"calMode", "automatic|manual", setText<&Settings::calMode>, getText<&Settings::calMode>},
-    {"verifyCal", trueOrFalse, setFlag<&Settings::verifyCalEnabled>, getFlag<&Settings::verifyCalEnabled>},
-    // Its default is not among the words: once replaced, it cannot be set again.
-    {"verifyPattern", "f0|a5|ramp|walk|lfsr", setText<&Settings::verifyPattern>, getText<&Settings::verifyPattern>},
-    {"testPattern", "none|f0|a5|ramp|walk|lfsr", setText<&Settings::testPattern>, getText<&Settings::testPattern>},
-    {"deskewStrategy", "clock|data", setDeskewStrategy, getDeskewStrategy},
-    {"samplingPos", "detect|center|edge", setText<&Settings::samplingPos>, getText<&Settings::samplingPos>},
-    {"ovsMargin", anyText, setNumber<&Settings::ovsMargin>, getNumber<&Settings::ovsMargin>},
-    {"archive", anyText, setNumber<&Settings::archive>, getNumber<&Settings::archive>},
-    {"cpi", anyText, setNumber<&Settings::cpi>, getNumber<&Settings::cpi>},
-    {"frequencyLimit", anyText, setNumber<&Settings::frequencyLimit>, nullptr},
-    {"frequencies", anyText, nullptr, getFrequencies},
-    {"numPins", anyText, setNumPins, nullptr},
-    {"pinMap", anyText, [](Channel& c, const char* value) { c.setPinMap(value); }, getPinMap},
-    {"propsFile", anyText, [](Channel& c, const char* value) { c.setPropsFile(value); }, nullptr},
-    {nullptr, nullptr, nullptr, nullptr},
+constexpr FrontEndChannel_1::Properties::Entry FrontEndChannel_1::Properties::table[] = {
+    {named("file"), setFile, [](Channel& c) { return c.stem().c_str(); }},
+    {named("drmXmtr"), setText<&Settings::drmXmtr>, getText<&Settings::drmXmtr>},
+    {named("targetSync"), setText<&Settings::targetSync>, getText<&Settings::targetSync>},
+    {named("startPort"), setNumber<&Settings::startPort>, nullptr},
+    {named("stmSyncPeriod"), setNumber<&Settings::stmSyncPeriod>, nullptr},
+    {named("stmTimeoutPeriod"), setNumber<&Settings::stmTimeoutPeriod>, nullptr},
+    {named("stmClockTimeoutEnable"), setFlag<&Settings::stmClockTimeoutEnable>, nullptr},
+    {named("stmZeroTimeoutEnable"), setFlag<&Settings::stmZeroTimeoutEnable>, nullptr},
+    {named("stmPeriodicSyncEnable"), setFlag<&Settings::stmPeriodicSyncEnable>, nullptr},
+    {named("stmDiagnosticTimingEnable"), setFlag<&Settings::stmDiagnosticTimingEnable>, nullptr},
+    {named("stm32BitDataLimit"), setFlag<&Settings::stm32BitDataLimit>, nullptr},
+    {named("orvBufMode"), setBufMode, getText<&Settings::orvBufMode>},
+    {named("orvBufHasWrapped"), nullptr, getBufHasWrapped},
+    {named("orvBufSize"), [](Channel& c, const char* value) { c.setBufferSize(value); }, getBufSize},
+    {named("orvBufSizes"), nullptr, getBufSizes},
+    {named("delays"), setList<&Settings::delays>, getList<&Settings::delays>},
+    {named("stretches"), setList<&Settings::stretches>, getList<&Settings::stretches>},
+    {named("plateaus"), setList<&Settings::plateaus>, getList<&Settings::plateaus>},
+    {named("debounces"), setList<&Settings::debounces>, getList<&Settings::debounces>},
+    {named("filters"), setList<&Settings::filters>, getList<&Settings::filters>},
+    {named("calMode"), setText<&Settings::calMode>, getText<&Settings::calMode>},
+    {named("verifyCal"), setFlag<&Settings::verifyCalEnabled>, getFlag<&Settings::verifyCalEnabled>},
+    {named("verifyPattern"), setText<&Settings::verifyPattern>, getText<&Settings::verifyPattern>},
+    {named("testPattern"), setText<&Settings::testPattern>, getText<&Settings::testPattern>},
+    {named("deskewStrategy"), setDeskewStrategy, getDeskewStrategy},
+    {named("samplingPos"), setText<&Settings::samplingPos>, getText<&Settings::samplingPos>},
+    {named("ovsMargin"), setNumber<&Settings::ovsMargin>, getNumber<&Settings::ovsMargin>},
+    {named("archive"), setNumber<&Settings::archive>, getNumber<&Settings::archive>},
+    {named("cpi"), setNumber<&Settings::cpi>, getNumber<&Settings::cpi>},
+    {named("frequencyLimit"), setNumber<&Settings::frequencyLimit>, nullptr},
+    {named("frequencies"), nullptr, getFrequencies},
+    {named("numPins"), setNumPins, nullptr},
+    {named("pinMap"), [](Channel& c, const char* value) { c.setPinMap(value); }, getPinMap},
+    {named("propsFile"), [](Channel& c, const char* value) { c.setPropsFile(value); }, nullptr},
 };
 
 FrontEndChannel_1::FrontEndChannel_1(FrontEnd_1* owner, Transmitter* sender, const ChannelSettings* setup)
@@ -247,12 +238,14 @@ void FrontEndChannel_1::setProperty(const char* name, const char* value) {
     if (name == nullptr || value == nullptr) {
         fail(frontEndUnit, eNULL, "property name or value");
     }
+    static_assert(Properties::fits(Properties::table));
     const Properties::Entry* entry = Properties::find(name);
     if (entry == nullptr || entry->set == nullptr) {
         fail(frontEndUnit, eNAME, name);
     }
-    if (entry->choices != nullptr && !isChoice(entry->choices, value)) {
-        fail(frontEndUnit, eVALUE, std::string(name) + " must be " + entry->choices);
+    const ChannelProperty& property = *entry->property;
+    if (property.value == ChannelProperty::Value::Words && !isOneOf(property.words, value)) {
+        fail(frontEndUnit, eVALUE, std::string(name) + " must be " + property.words);
     }
     entry->set(*this, value);
 }

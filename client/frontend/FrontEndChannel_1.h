@@ -7,6 +7,7 @@
 #include "client/analysis/Metrics.h"
 #include "client/frontend/FrontEnd_1.h"
 #include "client/frontend/Registers.h"
+#include "common/source/properties/ChannelProperties.h"
 #include "common/source/source_utilities/OutputFile.h"
 #include "common/source/source_utilities/PropertyParser.h"
 #include "common/source/source_utilities/SourceLocation.h"
@@ -86,6 +87,7 @@ private:
     void initializeThreadState();
     void signalStop(std::int32_t requested, const char* text); // takes the mutex; from any thread
     void terminateThread();                                    // without the mutex: the thread needs it to end
+    bool waitForThread();
     /// Whether a control thread has been started and not ended.
     bool hasThread() const;
     /// Ends the last recording's thread if it still runs. Expects the mutex held and releases it meanwhile, since the
@@ -220,8 +222,8 @@ private:
 
     /// Fixed limits and the values derived from them; constant after construction.
     struct BufferLimits {
-        std::uint32_t orvBufSizeMin = 0x40000;
-        std::uint32_t orvBufSizeMax = 0x8000000;
+        std::uint32_t orvBufSizeMin = smallestBufferBytes;
+        std::uint32_t orvBufSizeMax = largestBufferBytes;
         std::vector<std::uint32_t> orvBufSizes; ///< the legal buffer sizes, ascending
     };
 
@@ -231,7 +233,7 @@ private:
         DataClient::Channel* dataChannel = nullptr; ///< the data client's; set by each start
         std::vector<std::uint32_t> rcvrPins;        ///< receiver input of each pin, clock first
         std::vector<std::uint32_t> emuPins;         ///< EMU pin of each pin, clock first
-        std::string orvBufHasWrapped = "false";     ///< result of the last recording
+        std::atomic<bool> orvBufHasWrapped{false};  ///< result of the last recording; read without the mutex
         bool keepFiles = false;                     ///< diagnostic files survive the object
         std::string propertyText;                   ///< storage of the text that getProperty returned
         std::vector<std::string> diagnosticStems;   ///< every stem used since the last deletion

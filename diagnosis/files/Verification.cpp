@@ -16,6 +16,7 @@ using limits::syncWord;
 using limits::syncZeros;
 
 constexpr std::size_t keptErrors = 10;
+constexpr std::uint16_t wholeRuns = 0x00FF; ///< in a trailer: zeros at the packet's end continue in the next one
 
 std::uint16_t wordAt(std::string_view bytes, std::size_t offset) {
     const auto low = static_cast<unsigned char>(bytes[offset]);
@@ -34,6 +35,10 @@ PacketKind kindOf(std::uint16_t trailer) {
     default:
         return PacketKind::Unknown;
     }
+}
+
+bool cutsZeroRun(std::uint16_t trailer) {
+    return (trailer & wholeRuns) != wholeRuns;
 }
 
 /// More than half of the packets, of which the last has no say, end in a trailer.
@@ -140,6 +145,9 @@ Verification parseVerification(std::string_view bytes) {
         for (std::size_t i = 0; i < count; ++i) {
             recording.words.push_back(wordAt(bytes, first + 2 * i));
         }
+        if (count == payloadWords && cutsZeroRun(wordAt(bytes, first + packetBytes - 2))) {
+            recording.zeroRunCuts.push_back(recording.words.size());
+        }
     }
     return recording;
 }
@@ -152,7 +160,12 @@ PatternCheck checkPattern(const Verification& recording, const Pattern& pattern)
     PatternCheck check;
     Checker checker(pattern, check);
     const bool packets = recording.framing == Verification::Framing::Packets;
+    auto cut = recording.zeroRunCuts.begin();
     for (std::size_t i = 0; i < recording.words.size(); ++i) {
+        if (cut != recording.zeroRunCuts.end() && *cut == i) {
+            checker.cutZeroRun();
+            ++cut;
+        }
         if (packets) {
             checker.take(i, recording.words[i]);
         } else {

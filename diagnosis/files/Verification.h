@@ -22,6 +22,8 @@ struct Verification {
     std::size_t tracePackets = 0, otherPackets = 0, unknownPackets = 0;
     /// Payload of the trace packets, in their order.
     std::vector<std::uint16_t> words;
+    /// Indices of `words` at which a new run of zeros begins, even between zeros, as the packets' trailers say. Ascending.
+    std::vector<std::size_t> zeroRunCuts;
 
     /// Position of a word of `words`: packet and index in it.
     std::size_t packetOf(std::size_t word) const;

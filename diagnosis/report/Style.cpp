@@ -15,7 +15,7 @@ const char* styleSheet() {
 --warn:#9a6700;--trace:#1f5fbf;--clock:#7a3fb5;--track:#e4e8ee;--goodfill:#58b88a;--badfill:#e5776d;--window:#8fb4e8;
 --opengood:#d9f0e4;--openbad:#fbe3e0;--badgegood:#e2f4ea;--badgebad:#fce8e6;--badgewarn:#fff3d6}}
 *{box-sizing:border-box}
-html{-webkit-toolkit::print-color-adjust:exact;toolkit::print-color-adjust:exact}
+html{-webkit-print-color-adjust:exact;print-color-adjust:exact}
 body{margin:0;background:var(--bg);color:var(--ink);font:15px/1.5 system-ui,"Segoe UI","DejaVu Sans",sans-serif}
 main{max-width:1180px;margin:0 auto;padding:28px 32px 48px}
 h1{font-size:26px;line-height:1.2;margin:0 0 2px}

@@ -54,7 +54,14 @@ public:
     NarrowFormatter() { column_width(optionColumn); }
 
     std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
-        return helpText(CLI::Formatter::make_help(app, std::move(name), mode));
+        std::string text = CLI::Formatter::make_help(app, std::move(name), mode);
+        // The usage says OPTIONS already; a line less, and the longest help fits a screen.
+        constexpr std::string_view heading = "Options:\n";
+        const std::size_t at = text.find(heading);
+        if (!hasSubcommands(*app) && at != std::string::npos) {
+            text.erase(at, heading.size());
+        }
+        return helpText(text);
     }
     std::string make_subcommand(const CLI::App* subcommand) const override {
         std::string text = "  " + subcommand->get_name();
@@ -113,11 +120,6 @@ const CLI::App& activeApp(const CLI::App& app) {
     return *at;
 }
 
-std::string suggestion(const std::string& word, const std::vector<std::string>& known, const char* before) {
-    const std::string nearest = nearestWord(word, known);
-    return nearest.empty() ? std::string() : "; did you mean " + (before + nearest) + "?";
-}
-
 /// The first arguments as far as they are no options.
 std::string surplusText(const std::vector<std::string>& arguments) {
     const auto end = std::find_if(arguments.begin(), arguments.end(), [](auto& each) { return each.starts_with("-"); });
@@ -143,7 +145,7 @@ std::string unknownText(const CLI::App& app, const std::vector<std::string>& arg
     for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; })) {
         known.push_back(each->get_name());
     }
-    return "there is no subcommand '" + argument + "'" + suggestion(argument, known, "");
+    return "there is no subcommand '" + argument + "'" + suggestion(argument, known);
 }
 
 std::string missingText(const CLI::App& app) {
@@ -235,6 +237,11 @@ Option Syntax::addOptionalArgument(std::string& value, const char* valueName, co
 
 Option Syntax::addOption(const char* name, std::string& value, const char* valueName, const char* about) {
     return Option(app.add_option(name, value, about)->option_text(valueName));
+}
+
+Option Syntax::addRepeatable(const char* name, std::vector<std::string>& values, const char* valueName,
+                             const char* about) {
+    return Option(app.add_option(name, values, about)->option_text(valueName)->allow_extra_args(false));
 }
 
 Option Syntax::addFlag(const char* name, bool& value, const char* about) {

@@ -115,6 +115,9 @@ void RecordRun::run() {
 void RecordRun::calibrateAndRecord() {
     try {
         session.calibrate(line);
+        if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
+            throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
+        }
         for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number) {
             record(number);
         }

@@ -1,5 +1,7 @@
 #include "host/commands/SessionFlags.h"
 
+#include "host/commands/Suggestion.h"
+
 #include <algorithm>
 #include <cctype>
 
@@ -35,6 +37,14 @@ void addBuffer(Syntax& syntax, SessionOptions& options) {
 }
 
 void addRunFlags(Syntax& syntax, SessionOptions& options) {
+    syntax.addRepeatable("--set", options.set, "NAME=VALUE", "Set a property of the channel; may be repeated")
+        .check([](const std::string& text) {
+            const std::string fault = propertyFault(text);
+            const std::vector<std::string> known = settableProperties();
+            const std::string name = text.substr(0, text.find('='));
+            const bool isKnown = std::find(known.begin(), known.end(), name) != known.end();
+            return fault.empty() || isKnown ? fault : fault + suggestion(name, known);
+        });
     syntax.addOption("--out", options.out, "DIR", "Folder of the run (a new one, orvtrace-NAME)");
     syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)");
     syntax.addFlag("--force", options.force, "Overwrite outputs that exist");

@@ -15,7 +15,7 @@ void addCpu(Syntax& syntax, SessionOptions& options);
 /// --pins, as pinChoiceOf() reads it.
 void addPins(Syntax& syntax, std::string& pins);
 void addBuffer(Syntax& syntax, SessionOptions& options);
-/// --out, --library, --force, --quiet.
+/// --set, --out, --library, --force, --quiet.
 void addRunFlags(Syntax& syntax, SessionOptions& options);
 
 /// Checks combinations of options; throws Failure (Usage).

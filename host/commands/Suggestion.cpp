@@ -43,4 +43,9 @@ std::string nearestWord(const std::string& word, const std::vector<std::string>&
     return word.size() > 1 ? nearest : std::string();
 }
 
+std::string suggestion(const std::string& word, const std::vector<std::string>& known, const std::string& before) {
+    const std::string nearest = nearestWord(word, known);
+    return nearest.empty() ? std::string() : "; did you mean " + before + nearest + "?";
+}
+
 } // namespace host

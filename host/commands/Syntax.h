@@ -37,6 +37,8 @@ public:
     Option addArgument(std::string& value, const char* valueName, const char* about);
     Option addOptionalArgument(std::string& value, const char* valueName, const char* about);
     Option addOption(const char* name, std::string& value, const char* valueName, const char* about);
+    /// May be given several times, a value each time.
+    Option addRepeatable(const char* name, std::vector<std::string>& values, const char* valueName, const char* about);
     Option addFlag(const char* name, bool& value, const char* about);
     /// A finite number from `lowest` to `highest`.
     Option addNumber(const char* name, double& value, const char* valueName, double lowest, double highest,

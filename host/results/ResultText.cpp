@@ -133,7 +133,7 @@ std::string positionText(const std::string& position) {
 std::string headline(const RecordResult& result) {
     return toolkit::masked(result.scenario.empty() ? "cpu " + result.cpu
                                                    : "scenario " + result.scenario + ", cpu " + result.cpu) +
-           "\n";
+           "\n" + propertiesText(result.properties);
 }
 
 /// A calibration that ended before its first attempt has computed nothing for any pin.

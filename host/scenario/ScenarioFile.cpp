@@ -52,6 +52,8 @@ void addPin(std::vector<std::string>& traits, const bench::PinWiring& pin) {
     add(pin.jitter.value_or(0.0), " jitters by ", " samples rms", " samples rms");
     add(pin.drift, " drifts later by ", " samples a second while trace is sent",
         " samples a second, towards early, while trace is sent");
+    add(pin.memory, " settles with a time constant of ", " samples", "");
+    add(pin.coupling, " is shifted by ", " samples by each edge on a pin beside it", "");
     if (pin.stuck) {
         traits.push_back(fmt::format("{} is stuck at {}", name, *pin.stuck));
     }

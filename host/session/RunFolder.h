@@ -24,6 +24,10 @@ public:
         return folder / toolkit::filePath(stem + ".xml");
     }
 
+    std::filesystem::path propertiesFile(const std::string& stem) const {
+        return folder / toolkit::filePath(stem + ".properties");
+    }
+
     /// Whether clear() removes this file.
     bool willClear(const std::filesystem::path& file) const;
 

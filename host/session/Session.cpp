@@ -68,6 +68,9 @@ Session::~Session() {
         if (settingsMade) {
             fs::remove(settingsFile, failed);
         }
+        if (propertiesMade) {
+            fs::remove(propertiesFile, failed);
+        }
         result.files.clear();
     }
     made.removeEmpty();
@@ -89,6 +92,10 @@ void Session::checkInputs() {
     if (!options.play.empty()) {
         requirePlay();
     }
+    if (const fs::path file = RunProperties::givenFile(); !file.empty()) {
+        requireInput(file, "properties file");
+    }
+    properties.emplace(options.set);
     if (scenario) {
         inputs.push_back(scenario->file);
     }
@@ -146,6 +153,11 @@ void Session::placeRun() {
     if (!fs::equivalent(own, settingsFile, failed)) {
         files.overwrite(settingsFile);
     }
+    propertiesFile = folder->propertiesFile(name);
+    if (!properties->all().empty()) {
+        propertiesMade = !fs::exists(propertiesFile, failed);
+        files.overwrite(propertiesFile);
+    }
 }
 
 void Session::testOutput(const fs::path& file) {
@@ -184,6 +196,20 @@ void Session::prepare() {
         setEnvironment("VX_TRACE_LOGGING", "1");
     }
     result.files.push_back({"settings", "settings", settingsFile.string()});
+    writeProperties();
+}
+
+void Session::writeProperties() {
+    if (properties->all().empty()) {
+        if (options.force) { // one of the earlier run would claim that this run had its properties
+            std::error_code failed;
+            fs::remove(propertiesFile, failed);
+        }
+        return;
+    }
+    properties->writeTo(propertiesFile);
+    result.properties = properties->all();
+    result.files.push_back({"properties", "properties", propertiesFile.string()});
 }
 
 void Session::writeSettings() {

@@ -4,12 +4,14 @@
 #include "host/session/Progress.h"
 #include "host/session/Receiver.h"
 #include "host/session/RunFolder.h"
+#include "host/session/RunProperties.h"
 #include "host/session/SessionResult.h"
 #include "toolkit/OutputFiles.h"
 
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -22,6 +24,7 @@ struct SessionOptions {
     std::string out;                 ///< folder of the run
     std::string library = "OrvRcvr"; ///< name or path of the receiver
     std::string pins;                ///< as pinChoiceOf() reads it; empty: as in the settings
+    std::vector<std::string> set;    ///< NAME=VALUE, properties of the channel that no settings file has
     std::string buffer;              ///< size of the unit's buffer; empty: as the settings say
     std::optional<bool> stopOnFull;  ///< nothing: as the settings say
     bool force = false;              ///< an earlier run in `out` may be removed
@@ -32,7 +35,7 @@ struct SessionOptions {
 /// calibrate(). All throw Failure. They fill the result, also if a step fails.
 ///
 /// A session that ends before the receiver wrote a log or was configured removes everything that it made: settings file,
-/// the bench's folder, and folders that are then empty. After that everything stays.
+/// file of properties, the bench's folder, and folders that are then empty. After that everything stays.
 class Session {
 public:
     Session(const SessionOptions& given, SessionResult& filled);
@@ -42,7 +45,8 @@ public:
 
     /// Checks every input, and finds the run's folder. Changes no file.
     void checkInputs();
-    /// Removes an earlier run from the folder, and puts the settings file into it. Nothing is started.
+    /// Removes an earlier run from the folder, and puts the settings file into it, and one of properties if any are
+    /// set. Nothing is started.
     void prepare();
     /// Loads the receiver, starts the data server and makes the channel.
     void open(ProgressLine& line);
@@ -66,6 +70,7 @@ private:
     void requireInput(const std::filesystem::path& file, const char* what);
     void placeRun();
     void writeSettings();
+    void writeProperties();
     void load();
     void withServer(const std::function<void()>& work);
     bool hasOutput() const;
@@ -82,6 +87,9 @@ private:
     bool prepared = false; ///< the files in the folder are of this run
     std::filesystem::path settingsFile;
     bool settingsMade = false; ///< there was no such file before
+    std::optional<RunProperties> properties;
+    std::filesystem::path propertiesFile;
+    bool propertiesMade = false;
     std::string givenSettings; ///< the settings file before the receiver read it, which overwrites what it cannot use
     bool configured = false;   ///< the receiver was asked to configure the channel, and writes files about it
     std::filesystem::path stem;

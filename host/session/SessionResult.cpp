@@ -27,6 +27,10 @@ json sessionJson(const SessionResult& result) {
             ? toolkit::resultHead(result.code)
             : toolkit::failureJson(toolkit::Failure(result.code, result.failure, result.where), result.doctorTakes);
     out["scenario"] = toolkit::orNull(result.scenario);
+    out["properties"] = json::array();
+    for (const auto& [name, value] : result.properties) {
+        out["properties"].push_back({{"name", name}, {"value", value}});
+    }
     out["files"] = json::object();
     for (const NamedFile& each : result.files) {
         if (each.key == rawCopies) {

@@ -2,6 +2,7 @@
 
 #include "diagnosis/files/CalFile.h"
 #include "diagnosis/files/RunLog.h"
+#include "host/session/RunProperties.h"
 #include "toolkit/ExitCode.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -37,6 +38,7 @@ struct SessionResult {
     std::string scenario; ///< empty without the bench
     std::string cpu;
     std::string pinMap;
+    std::vector<SetProperty> properties; ///< of the channel, that no settings file has
 
     bool calibrated = false;
     std::optional<double> calibrationSeconds; ///< nothing before the first calibration ended
@@ -57,7 +59,8 @@ struct SessionResult {
     void fail(const toolkit::Failure& why);
 };
 
-/// The part that all sessions have for a script: the head of the object, "scenario", "files", "notes", "damaged".
+/// The part that all sessions have for a script: the head of the object, "scenario", "properties",
+/// "files", "notes", "damaged".
 nlohmann::json sessionJson(const SessionResult& result);
 
 } // namespace host

@@ -63,7 +63,8 @@ std::string soakText(const SoakResult& result) {
     if (!result.dataRate.empty()) {
         text += ", " + result.dataRate;
     }
-    text += fmt::format("\n{}, each calibrated and recorded anew, in {:.1f} s\n",
+    text += "\n" + propertiesText(result.properties);
+    text += fmt::format("{}, each calibrated and recorded anew, in {:.1f} s\n",
                         toolkit::countText(result.rounds, "round"), result.seconds);
     text += fmt::format("{} checked, {}; {:.2f} million words a second over all\n",
                         toolkit::countText(result.words, "word"), toolkit::countText(result.errors, "error"),

@@ -59,6 +59,9 @@ void SoakRun::show(const SoakLength& length) {
 void SoakRun::calibrate() {
     session.calibrate(silent);
     if (session.receiver().attribute("orvBufMode") != "stop") {
+        if (isSet(result.properties, "orvBufMode")) {
+            throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
+        }
         throw toolkit::Failure(toolkit::ExitCode::BadInput,
                                options.settings + ": is_stop_on_full is false; set it to true, a round ends "
                                                   "when the unit's buffer is full");

@@ -7,6 +7,8 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <set>
+#include <string>
 #include <vector>
 
 // A target ends the program when a check fails, so returning is the test. The counts detect a missing corpus.
@@ -24,15 +26,59 @@ std::vector<Bytes> corpus(const char* target) {
     return inputs;
 }
 
+std::set<std::string> namesIn(const char* folder) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.insert(entry.path().stem().string());
+    }
+    return names;
+}
+
+class EveryTarget : public testing::TestWithParam<fuzz::Target> {};
+
+std::string nameOf(const testing::TestParamInfo<fuzz::Target>& info) {
+    return info.param.name;
+}
+
 } // namespace
 
-TEST(FuzzCorpus, EveryReplyKeptEndsInAKnownWay) {
-    const auto inputs = corpus("replies");
-    EXPECT_GE(inputs.size(), 40u);
-    for (const Bytes& input : inputs) {
-        fuzz::replies(input);
+namespace fuzz {
+
+static void PrintTo(const Target& target, std::ostream* out) {
+    *out << target.name;
+}
+
+} // namespace fuzz
+
+TEST(FuzzTargets, HaveAFolderOfInputsAProgramAndNoOthersDo) {
+    std::set<std::string> names;
+    for (const fuzz::Target& target : fuzz::targets()) {
+        names.insert(target.name);
+    }
+    EXPECT_EQ(namesIn(FUZZ_CORPUS), names);
+    std::set<std::string> programs;
+    for (std::string file : namesIn(FUZZ_SOURCES)) {
+        if (const std::size_t end = file.rfind("Target"); end != std::string::npos && end + 6 == file.size()) {
+            file.front() = static_cast<char>(file.front() - 'A' + 'a');
+            programs.insert(file.substr(0, end));
+        }
+    }
+    EXPECT_EQ(programs, names) << "a program is built for each file";
+    for (const std::string& name : namesIn(FUZZ_SOURCES "/dictionaries")) {
+        EXPECT_EQ(names.count(name), 1U) << name << " has a dictionary and no program";
     }
 }
+
+TEST_P(EveryTarget, HoldsForEachInputKept) {
+    const auto inputs = corpus(GetParam().name);
+    EXPECT_GE(inputs.size(), 4U);
+    EXPECT_LE(inputs.size(), 60U) << "merge the inputs, each build replays them";
+    for (const Bytes& input : inputs) {
+        GetParam().run(input);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Fuzz, EveryTarget, testing::ValuesIn(fuzz::targets().begin(), fuzz::targets().end()), nameOf);
 
 TEST(FuzzCorpus, EveryReplyKeptCutAtEachByteEndsInAKnownWay) {
     for (const Bytes& input : corpus("replies")) {

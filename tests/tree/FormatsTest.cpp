@@ -3,6 +3,8 @@
 #include "client/Pattern.h"
 #include "client/frontend/Registers.h"
 #include "client/patterns/PatternVerifier.h"
+#include "common/source/properties/AddedProperties.h"
+#include "common/source/properties/ChannelProperties.h"
 #include "common/source/source_utilities/uLog.h"
 #include "diagnosis/files/BurstFile.h"
 #include "diagnosis/files/CalFile.h"
@@ -105,19 +107,23 @@ TEST(FormatPages, PropertiesFollowFromTheSettings) {
               example("properties"));
 }
 
+TEST(FormatPages, AddedPropertiesAreRead) {
+    using VX_QRS::ORV::CLIENT::AddedProperty;
+    const TemporaryFolder folder;
+    writeText(folder.file("added.txt"), exampleOf(page("properties"), "added-properties"));
+    EXPECT_THAT(VX_QRS::ORV::CLIENT::readAddedProperties(folder.file("added.txt")),
+                ElementsAre(AddedProperty{"frequencyLimit", "60e6"}, AddedProperty{"ovsMargin", "1"}));
+}
+
 TEST(FormatPages, PropertiesAreTheChannels) {
-    const std::string source =
-        readText(std::string(ORV_SOURCE_ROOT) + "/client/frontend/FrontEndChannelProperties.cpp");
-    const std::regex entry("\\n    \\{\"(\\w+)\", ");
     std::set<std::string> known;
-    for (auto match = std::sregex_iterator(source.begin(), source.end(), entry); match != std::sregex_iterator();
-         ++match) {
-        known.insert((*match)[1]);
+    for (const auto& property : VX_QRS::ORV::CLIENT::channelProperties) {
+        known.insert(property.name);
     }
     EXPECT_GT(known.size(), 30U);
     std::set<std::string> explained;
     const std::vector<Section> sections = sectionsOf(page("properties"), "##");
-    ASSERT_EQ(sections.size(), 1U);
+    ASSERT_EQ(sections.size(), 2U);
     const std::regex name("`(\\w+)`");
     for (const auto& row : tableOf(sections[0].text)) {
         for (auto match = std::sregex_iterator(row[0].begin(), row[0].end(), name); match != std::sregex_iterator();

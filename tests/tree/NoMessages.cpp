@@ -55,6 +55,7 @@ const std::vector<Exceptions>& piecesThatAreNoMessages() {
           "word",
           "whole number",
           "settings file",
+          "properties file",
           "file to play",
           "calibration report",
           "trace data file",

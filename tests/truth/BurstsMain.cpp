@@ -6,11 +6,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <string_view>
+#include <utility>
 
 // Writes bursts, one file for each step of an attempt; tools/draw-pictures draws them.
 //
 //     truth_bursts FOLDER              four data pins with skews at 50 MHz, step by step
 //     truth_bursts FOLDER SEED         the files of the wiring of that seed
+//     truth_bursts FOLDER FILE.toml    a calibrated scenario that sends "f0", then trace
 
 namespace {
 
@@ -64,17 +67,40 @@ void stepByStep(const std::filesystem::path& folder) {
     commit(".4-centred.cap.txt");
 }
 
+/// What calibration sees of a scenario, and what it does not.
+void patternAndTrace(const std::filesystem::path& folder, const char* file) {
+    bench_client::BenchRig rig(bench::loadScenario(file), folder);
+    rig.channel->calibrate();
+    ChannelInspector in = rig.inside();
+    Cal cal = in.cal();
+    for (const auto& [pattern, name] : {std::pair("calibration", ".f0.cap.txt"), std::pair("none", ".trace.cap.txt")}) {
+        rig.transmitter.program(pattern, in.clocking().frequencySetting);
+        rig.time.sleep(1);
+        in.captureOvs();
+        in.logOvs(cal, name);
+    }
+    // The channel deletes its files unless logging is on, so they are kept under another name.
+    for (const char* name : {".f0.cap.txt", ".trace.cap.txt"}) {
+        std::filesystem::copy_file(folder / (std::string("trace") + name), folder / (std::string("sent") + name),
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::fprintf(stderr, "usage: %s FOLDER [SEED]\n", *argv);
+        std::fprintf(stderr, "usage: %s FOLDER [SEED | FILE.toml]\n", *argv);
         return 2;
     }
     const std::filesystem::path folder = argv[1];
     std::filesystem::create_directories(folder);
     if (argc == 2) {
         stepByStep(folder);
+        return 0;
+    }
+    if (std::string_view(argv[2]).ends_with(".toml")) {
+        patternAndTrace(folder, argv[2]);
         return 0;
     }
     // The channel deletes its files unless logging is on, so they are kept under another name.

@@ -1,3 +1,4 @@
+#include "bench/wiring/ContentShift.h"
 #include "tests/support/bench_client/BenchRig.h"
 #include "tests/support/scratch/TemporaryFolder.h"
 #include "tests/truth/TruthTable.h"
@@ -78,11 +79,12 @@ TEST(Judging, RequiresTheMiddleSeventyPercentOfEveryEyeInOneSlot) {
 
 /// Compares the first wirings with a baseline, and then as many as this build judges.
 TruthTable judgeAndCompare(const std::string& kindText, bench::ExportKind kind, std::uint64_t firstSeed,
-                           std::initializer_list<unsigned> counts, unsigned mostWirings) {
+                           std::initializer_list<unsigned> counts, unsigned mostWirings,
+                           const Board& board = kindBoard) {
     TruthTable table;
     for (const unsigned count : counts) {
         if (count <= mostWirings) {
-            judgeUpTo(count, table, firstSeed, kind);
+            judgeUpTo(count, table, firstSeed, kind, board);
             const std::string text = table.text(kindText + ", " + std::to_string(count) + " wirings");
             std::printf("%s\n", text.c_str());
             EXPECT_EQ(differenceFrom(baseline(kindText + "-" + std::to_string(count) + ".txt"), text), "");
@@ -102,6 +104,35 @@ TEST(RandomWirings, OfPtiHaveTheOutcomesOfTheBaseline) {
 
 TEST(RandomWirings, OfTpiuHaveTheOutcomesOfTheBaseline) {
     judgeAndCompare("tpiu", bench::ExportKind::Tpiu, 100001, {50, 200}, ORV_TRUTH_TPIU_WIRINGS);
+}
+
+// How many of these wirings calibrate and are wrong is what "f0" does not show.
+TEST(RandomWirings, OfUnkindBoardsHaveTheOutcomesOfTheBaseline) {
+    judgeAndCompare("unkind", bench::ExportKind::Pti, 1, {100}, 100, unkindBoard);
+}
+
+TEST(RandomWirings, OfUnkindBoardsAreTheKindOnesWithMemoryAndCoupling) {
+    double memory[2] = {9, -9};
+    double coupling[2] = {9, -9};
+    for (unsigned seed = 1; seed <= 500; ++seed) {
+        bench::Scenario scenario = drawScenario(seed, bench::ExportKind::Pti, unkindBoard);
+        for (bench::PinWiring& pin : scenario.wiring.pins) {
+            memory[0] = std::min(memory[0], pin.memory);
+            memory[1] = std::max(memory[1], pin.memory);
+            coupling[0] = std::min(coupling[0], pin.coupling);
+            coupling[1] = std::max(coupling[1], pin.coupling);
+            pin.memory = 0.0;
+            pin.coupling = 0.0;
+        }
+        EXPECT_EQ(scenarioText(scenario), scenarioText(drawScenario(seed, bench::ExportKind::Pti))) << seed;
+    }
+    EXPECT_LT(coupling[0], 0.01);
+    EXPECT_GT(coupling[1], 0.59);
+    EXPECT_LT(coupling[1], 0.6);
+    // At 100 MHz half a period has 7 samples.
+    EXPECT_LT(bench::LineMemory(memory[0], 7.0).latest(), 0.01);
+    EXPECT_NEAR(bench::LineMemory(memory[1], 7.0).latest(), 0.6, 0.01);
+    EXPECT_NEAR(memory[1], 3.9, 0.05);
 }
 
 TEST(Baselines, AreComparedSeedBySeed) {

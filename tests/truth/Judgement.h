@@ -18,8 +18,9 @@ inline constexpr std::uint32_t verificationBytes = 0x40000;
 
 /// Outcome of a calibration.
 enum class Outcome {
-    right,   ///< all pins in the same bit slot, every clock edge inside the middle 70 percent of every eye
-    thin,    ///< the same slot, nearer to an edge, and a recording ten times as long as the verification's is faultless
+    right, ///< all pins in the same bit slot, every clock edge inside the middle 70 percent of every eye
+    thin,  ///< the same slot, nearer to an edge, and a recording ten times as long as the verification's is faultless;
+           ///< of trace where the content shifts edges, otherwise of the verification's pattern
     refused, ///< with a stated reason
     wrong,   ///< everything else
 };
@@ -52,11 +53,17 @@ struct Verdict {
     std::vector<double> skewErrors;
 };
 
+/// The recording that decides about a thin calibration, and what else a right one needs.
+enum class Judging {
+    ByPattern, ///< the verification's pattern; the position alone makes it right
+    ByTrace,   ///< trace, whose edges can be worse; a right one has no content with a wrong bit either
+};
+
 /// Calibrates a channel over the bench's unit in this process and judges it. The diagnostic files remain in `folder`,
 /// with the stem "trace". `roundTrip` is the duration of a request to the unit in nanoseconds; another value selects
 /// other samples, with other noise.
 /// @throws std::logic_error when a refusal has no reason or leaves the channel in another state than reported.
 Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder,
-                          std::uint64_t roundTrip = 20000);
+                          std::uint64_t roundTrip = 20000, Judging judging = Judging::ByPattern);
 
 } // namespace truth

@@ -10,7 +10,10 @@
 //
 //     truth_many 10000                 wirings of seeds 1 to 10000, "pti"
 //     truth_many 200 100001 tpiu       200 from seed 100001 on, another export
+//     truth_many 1000 1 unkind         "pti", the same wirings with memory and coupling
+//     truth_many 1000 1 unkind=0.3     the same with at most that many samples of each
 //     truth_many 10000 1 pti FILE      compared with the table in FILE
+//     truth_many file FILE             a scenario at twenty request durations, with other noise in each
 //     truth_many steady 60             of seeds 1 to 60 those that do not depend on noise
 
 namespace {
@@ -27,6 +30,15 @@ bool isSteady(const bench::Scenario& scenario, const std::filesystem::path& fold
     return true;
 }
 
+truth::Board boardOf(const std::string& name) {
+    const std::string unkind = "unkind";
+    if (name == unkind) {
+        return truth::unkindBoard;
+    }
+    return name.starts_with(unkind + "=") ? truth::Board{std::atof(name.c_str() + unkind.size() + 1)}
+                                          : truth::kindBoard;
+}
+
 int printSteady(unsigned count) {
     const test_support::TemporaryFolder folder;
     for (std::uint64_t seed = 1; seed <= count; ++seed) {
@@ -38,21 +50,37 @@ int printSteady(unsigned count) {
     return 0;
 }
 
+int printScenario(const char* file) {
+    const test_support::TemporaryFolder folder;
+    const bench::Scenario scenario = bench::loadScenario(file);
+    for (std::uint64_t pace = 0; pace < 20; ++pace) {
+        const truth::Verdict verdict =
+            truth::calibrateAndJudge(scenario, folder.path, 20000 + 1237 * pace, truth::Judging::ByTrace);
+        std::printf("%s at %.1f MHz: %s; %s\n", nameOf(verdict.outcome), verdict.megahertz, verdict.reason.c_str(),
+                    verdict.description.c_str());
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::string(argv[1]) == "steady") {
         return printSteady(static_cast<unsigned>(std::atoi(argv[2])));
     }
+    if (argc == 3 && std::string(argv[1]) == "file") {
+        return printScenario(argv[2]);
+    }
     const unsigned count = argc > 1 ? static_cast<unsigned>(std::atoi(argv[1])) : 10000;
     const std::uint64_t first = argc > 2 ? std::strtoull(argv[2], nullptr, 10) : 1;
     const std::string name = argc > 3 ? argv[3] : "pti";
-    const auto kind = bench::exportKindFromName(name);
+    const truth::Board board = boardOf(name);
+    const auto kind = bench::exportKindFromName(board.unkind() ? "pti" : name);
     if (count == 0 || !kind) {
-        std::fprintf(stderr, "usage: %s [COUNT [FIRST SEED [pti|tpiu [FILE]]]]\n", *argv);
+        std::fprintf(stderr, "usage: %s [COUNT [FIRST SEED [pti|tpiu|unkind[=SAMPLES] [FILE]]]]\n", *argv);
         return 2;
     }
-    const truth::TruthTable table = truth::judgeMany(first, count, *kind);
+    const truth::TruthTable table = truth::judgeMany(first, count, *kind, board);
     const std::string text = table.text(name + ", " + std::to_string(count) + " wirings");
     std::printf("%s\n", text.c_str());
     for (const truth::TruthTable::Case& wrong : table.wrong) {

@@ -1,7 +1,6 @@
 #include "tests/truth/TruthTable.h"
 
 #include "tests/support/scratch/TemporaryFolder.h"
-#include "tests/truth/Wirings.h"
 
 #include <algorithm>
 #include <cmath>
@@ -126,16 +125,17 @@ std::string TruthTable::text(const std::string& title) const {
     return out;
 }
 
-TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind) {
+TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board) {
     TruthTable table;
-    judgeUpTo(count, table, firstSeed, kind);
+    judgeUpTo(count, table, firstSeed, kind, board);
     return table;
 }
 
-void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind) {
+void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind, const Board& board) {
     const test_support::TemporaryFolder folder;
+    const Judging judging = board.unkind() ? Judging::ByTrace : Judging::ByPattern;
     for (std::uint64_t seed = firstSeed + table.total(); seed < firstSeed + count; ++seed) {
-        table.add(seed, calibrateAndJudge(drawScenario(seed, kind), folder.path));
+        table.add(seed, calibrateAndJudge(drawScenario(seed, kind, board), folder.path, 20000, judging));
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/truth/Judgement.h"
+#include "tests/truth/Wirings.h"
 
 #include <array>
 #include <cstdint>
@@ -46,9 +47,10 @@ private:
 };
 
 /// Calibrates and judges the wirings of that many consecutive seeds.
-TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind);
+TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board = kindBoard);
 /// Continues a table of consecutive seeds until it has that many.
-void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind);
+void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind,
+               const Board& board = kindBoard);
 
 /// Compares a table with a baseline. Empty when they are the same, otherwise a text with the changed wirings and how to
 /// renew the file. With ORV_TRUTH_RENEW set the file is written instead.

@@ -1,5 +1,8 @@
 #include "tests/truth/Wirings.h"
 
+#include "bench/unit/Unit.h"
+#include "bench/wiring/ContentShift.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -29,9 +32,30 @@ std::string exactly(double value) {
     return text;
 }
 
+constexpr double fastHalfPeriod = bench::Unit::sampleRate / 200e6; // 100 MHz
+constexpr std::uint64_t unkindSeed = 0x756E6B696E64;               // apart from the wiring's
+
+void makeUnkind(std::uint64_t seed, double mostShift, bench::Scenario& scenario) {
+    Draw draw(seed + unkindSeed);
+    for (bench::PinWiring& pin : scenario.wiring.pins) {
+        pin.memory = memoryOfLateness(draw.between(0.0, mostShift), fastHalfPeriod);
+        pin.coupling = draw.between(0.0, mostShift);
+    }
+}
+
 } // namespace
 
-bench::Scenario drawScenario(std::uint64_t seed, bench::ExportKind kind) {
+double memoryOfLateness(double lateness, double halfPeriod) {
+    double low = 0.0;
+    double high = bench::PinWiring::longestMemory;
+    for (int step = 0; step < 60; ++step) {
+        const double middle = (low + high) / 2.0;
+        (bench::LineMemory(middle, halfPeriod).latest() < lateness ? low : high) = middle;
+    }
+    return low;
+}
+
+bench::Scenario drawScenario(std::uint64_t seed, bench::ExportKind kind, const Board& board) {
     Draw draw(seed);
     bench::Scenario scenario;
     scenario.name = "wiring " + std::to_string(seed);
@@ -54,6 +78,9 @@ bench::Scenario drawScenario(std::uint64_t seed, bench::ExportKind kind) {
         scenario.transmitter.frequencies.push_back(std::round(draw.between(8.0, 130.0) * 10.0) * 1e5);
     }
     std::sort(scenario.transmitter.frequencies.begin(), scenario.transmitter.frequencies.end());
+    if (board.unkind()) {
+        makeUnkind(seed, *board.mostShift, scenario);
+    }
     return scenario;
 }
 
@@ -79,6 +106,9 @@ std::string scenarioText(const bench::Scenario& scenario) {
     for (const bench::PinWiring& pin : scenario.wiring.pins) {
         text += "\n\n[[wiring.pin]]\nemu = " + std::to_string(pin.emu) + "\nskew = " + exactly(pin.skew) +
                 "\nlate_fall = " + exactly(pin.lateFall);
+        if (pin.memory != 0.0 || pin.coupling != 0.0) {
+            text += "\nmemory = " + exactly(pin.memory) + "\ncoupling = " + exactly(pin.coupling);
+        }
     }
     return text + "\n\n[expect]\noutcome = \"any\"\n";
 }

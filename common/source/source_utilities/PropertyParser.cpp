@@ -11,7 +11,6 @@ namespace VX_QRS::ORV::CLIENT {
 namespace {
 
 constexpr const char* unit = "orv_client_utilities";
-constexpr std::size_t lineLimit = 1023; // characters
 
 bool isHeader(const std::string& line) {
     return line.front() == '[';
@@ -23,7 +22,11 @@ void requirePointer(const void* pointer) {
     }
 }
 
-void splitLine(const std::string& line, std::string& key, std::string& value) {
+} // namespace
+
+namespace propertyLine {
+
+void split(const std::string& line, std::string& key, std::string& value) {
     const std::size_t at = line.find('=');
     key.assign(line, 0, at);
     if (at == std::string::npos) {
@@ -44,7 +47,7 @@ void expandVariable(std::string& value) {
     value = content;
 }
 
-} // namespace
+} // namespace propertyLine
 
 PropertyParser_1::PropertyParser_1() {
     PropertyParser_1::readFile(nullptr);
@@ -63,7 +66,7 @@ void PropertyParser_1::readFile(const char* path) {
     }
     std::string_view rest(text);
     std::string_view line;
-    while (textFile::takeLine(rest, "\r\n", lineLimit, line)) {
+    while (textFile::takeLine(rest, "\r\n", propertyLine::limit, line)) {
         addLine(line);
     }
 }
@@ -140,7 +143,7 @@ void PropertyParser_1::getLine(std::uint32_t index, const char** key, const char
     if (index >= lineCount) {
         fail(unit, eVALUE, "invalid index");
     }
-    splitLine(lines[firstLine + index], keyText, valueText);
+    propertyLine::split(lines[firstLine + index], keyText, valueText);
     *key = keyText.c_str();
     if (value != nullptr) {
         *value = valueText.c_str();
@@ -157,10 +160,10 @@ void PropertyParser_1::getValue(const char* key, const char** value) {
         if (index == lineCount) {
             fail(unit, eNAME, wanted);
         }
-        splitLine(lines[firstLine + index], keyText, valueText);
+        propertyLine::split(lines[firstLine + index], keyText, valueText);
         ++index;
     } while (keyText != wanted);
-    expandVariable(valueText);
+    propertyLine::expandVariable(valueText);
     *value = valueText.c_str();
 }
 
@@ -172,8 +175,8 @@ void PropertyParser_1::apply(Property* object) {
     for (std::uint32_t index = 0; index < lineCount; ++index) {
         std::string key;
         std::string value;
-        splitLine(lines[firstLine + index], key, value);
-        expandVariable(value);
+        propertyLine::split(lines[firstLine + index], key, value);
+        propertyLine::expandVariable(value);
         try {
             object->setProperty(key.c_str(), value.c_str());
         } catch (const Exception& e) {

@@ -9,6 +9,21 @@
 
 namespace VX_QRS::ORV::CLIENT {
 
+/// The syntax of one line, for other readers of such texts.
+namespace propertyLine {
+
+/// Characters; a longer line is cut.
+inline constexpr std::string_view::size_type limit = 1023;
+
+/// At the first "="; without one the line is a key with an empty value.
+void split(const std::string& line, std::string& key, std::string& value);
+
+/// Replaces "$NAME" by the environment variable's content. Throws eVALUE, with the reason as its detail, when there is
+/// no such variable.
+void expandVariable(std::string& value);
+
+} // namespace propertyLine
+
 /// A text file of "[section]" headers and "key=value" lines, of which one section at a time is current. The file is
 /// held in memory, in order; a key may occur any number of times.
 ///

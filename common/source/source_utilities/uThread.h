@@ -9,6 +9,9 @@ namespace VX_QRS {
 
 /// One thread over a runnable, which it does not own and which must outlive the thread. Nothing here throws; an
 /// exception that leaves the runnable ends the process.
+///
+/// One thread at a time may call start(); wait(), isCurrent() and threadId() may be called from any thread, also during
+/// a start. A wait is for the thread that was the last one started when the wait began.
 class uThread {
 public:
     static constexpr std::uint32_t unlimited = 0xFFFFFFFF;

@@ -72,7 +72,7 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
         arguments.push_back("--help");
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
             EXPECT_THAT(word, testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]",
-                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND", "TEXT"))
+                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND", "TEXT", "NAME=VALUE"))
                 << arguments.front();
             ++count;
         }
@@ -127,6 +127,8 @@ TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
           {"record", "--scenario", "clean", "--pins", "0,1,7"},
           {"record", "--scenario", "clean", "--repeat", "0"},
           {"record", "--play", "x.bin", "--cpu", "x"},
+          {"record", "--scenario", "clean", "--set"},
+          {"record", "--scenario", "clean", "--set", "cpi=1", "archive=1"},
           {"calibrate"},
           {"calibrate", "--scenario", "clean", "--seconds", "1"},
           {"soak", "--seconds", "-1"},
@@ -195,6 +197,16 @@ TEST(CommandLine, WrongUsageIsReportedInTheWordsOfTheHelp) {
     EXPECT_EQ(saidTo({"report"}), "orvtrace: DIR|STEM is required");
     EXPECT_EQ(saidTo({"record", "--scenario"}), "orvtrace: --scenario needs a value: NAME|FILE");
     EXPECT_EQ(saidTo({"tdf"}), "orvtrace: a subcommand is required");
+    for (const char* command : {"record", "calibrate", "soak"}) {
+        EXPECT_EQ(saidTo({command, "--scenario", "clean", "--set", "frequencylimit=1"}),
+                  "orvtrace: --set: there is no property 'frequencylimit'; did you mean frequencyLimit?");
+    }
+    EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--set", "cpi=1", "--set", "quite=other"}),
+              "orvtrace: --set: there is no property 'quite'");
+    EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--set", "archive=x"}),
+              "orvtrace: --set: archive must be a whole number, not 'x'");
+    EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--set", "pinMap=0,1"}),
+              "orvtrace: --set: pinMap cannot be added: it follows from pin_map of the channel settings file");
 }
 
 TEST(CommandLine, NumbersHaveOneRule) {

@@ -25,6 +25,8 @@ public:
     VX_QRS::ORV::CLIENT::ChannelInspector inside() { return {*channel}; }
     /// Records the verification pattern at the present settings. Empty when it is as sent, otherwise the error.
     std::optional<std::string> recordPattern(std::uint32_t bytes);
+    /// Records the target's trace at the present settings. Empty when every word is as sent, otherwise the error.
+    std::optional<std::string> recordTrace(std::uint32_t bytes);
 
     bench::Scenario scenario;
     BenchTime time;
@@ -32,9 +34,13 @@ public:
     BenchClient client;
     BenchTransmitter transmitter;
     std::string stem;
-    std::optional<bench::RecordingTruth> truth; ///< of the last recording
+    std::optional<bench::RecordingTruth> truth;   ///< of the last recording
+    std::optional<bench::ContentsTruth> contents; ///< of the last recording that has ended
     std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEnd_1> frontEnd;
     std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEndChannel_1> channel;
+
+private:
+    std::string faultOfTrace(const std::string& path) const;
 };
 
 } // namespace bench_client

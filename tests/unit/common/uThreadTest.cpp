@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <functional>
+#include <thread>
 #include <utility>
 
 namespace VX_QRS {
@@ -69,6 +70,27 @@ TEST(uThread, MayBeStartedAgainAfterItsEnd) {
         ASSERT_TRUE(thread.wait());
         EXPECT_EQ(runs, i);
     }
+}
+
+TEST(uThread, OthersMayWaitWhileItIsStartedAgain) {
+    Body body([] {});
+    uThread thread(&body);
+    std::atomic<bool> ending{false};
+    const auto wait = [&] {
+        while (!ending) {
+            thread.wait(thread.isCurrent() ? 0 : 1);
+            thread.threadId();
+        }
+    };
+    std::thread first(wait);
+    std::thread second(wait);
+    for (int i = 0; i < 500; ++i) {
+        EXPECT_TRUE(thread.start());
+        EXPECT_TRUE(thread.wait());
+    }
+    ending = true;
+    first.join();
+    second.join();
 }
 
 TEST(uThread, NullRunnableEndsAtOnce) {

@@ -109,9 +109,14 @@ TEST_F(Configuration, AMapThatBelongsToNoListOfTheKindIsNotValid) {
 
 TEST_F(Configuration, PinsBeyondTheConnectorAreNeverGranted) {
     device("unit kite\nport 3\nentry\ntrace port\npinout p=pti=6,7,8\n");
-    EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),
-              "Error 1: operation failed : failed to find a pin map with at least 2 data pins for cpu.");
+    makeDriver();
+    const LogCapture log(folder, "1");
+    const std::string text = "failed to find a pin map with at least 2 data pins for cpu.";
+    EXPECT_EQ(failureOf([&] { driver->SetConfiguration(settingsFile().c_str()); }),
+              "Error 1: operation failed : " + text);
+    EXPECT_THAT(log.lines(), testing::Contains("E ORV Receiver : " + text));
     EXPECT_FALSE(std::filesystem::exists(propertiesFile()));
+    EXPECT_EQ(driver->Settings().numPins, 1U) << "the old settings stay in force";
 }
 
 TEST_F(Configuration, TheLastPinOfTheConnectorCanBeGrantedAndTheNextNumberCannot) {
@@ -124,6 +129,8 @@ TEST_F(Configuration, ADeviceThatIsNotInTheDatabasePassesItsError) {
     device("unit kite\nport 3\n");
     EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),
               "cZarnError: This device is not supported by the receiver.");
+    EXPECT_FALSE(std::filesystem::exists(propertiesFile()));
+    EXPECT_EQ(driver->Settings().numPins, 1U) << "the old settings stay in force";
 }
 
 TEST_F(Configuration, WithoutAUnitNameOrPortItFailsWithAnEmptyFile) {
@@ -135,13 +142,51 @@ TEST_F(Configuration, WithoutAUnitNameOrPortItFailsWithAnEmptyFile) {
     EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),
               "Error 1: operation failed : failed to lookup orv name forboard/cpu");
     EXPECT_EQ(properties(), "");
+    EXPECT_EQ(driver->Settings().numPins, 1U) << "the old settings stay in force";
+    receiver.reset();
+    device(entry);
+    EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),
+              "Error 1: operation failed : failed to lookup orv name forboard/cpu")
+        << "the name is looked up first";
     receiver.reset();
     for (const char* port : {"", "port \"\"\n"}) {
         device("unit kite\n" + std::string(port) + entry);
         EXPECT_EQ(failureOf([&] { makeDriver().SetConfiguration(settingsFile().c_str()); }),
                   "Error 1: unable to convert empty string to numeric");
+        EXPECT_EQ(properties(), "");
+        EXPECT_EQ(driver->Settings().numPins, 1U) << "the old settings stay in force";
         receiver.reset();
     }
+}
+
+TEST_F(Configuration, ASecondChannelNeedsNoUnit) {
+    frontEnd.maxChannels = "2";
+    device("entry\ntrace port\npinout p=pti=2,3,4\n");
+    EXPECT_CALL(frontEnd, numChannels).WillRepeatedly(Return(2));
+    makeDriver().SetConfiguration(settingsFile().c_str());
+    EXPECT_THAT(properties(), testing::StartsWith("[Channel 1]\nxmtrType=\n"));
+}
+
+TEST_F(Configuration, APropertiesFileThatASecondChannelCannotOpenIsInvalid) {
+    frontEnd.maxChannels = "2";
+    EXPECT_CALL(frontEnd, numChannels).WillRepeatedly(Return(2));
+    makeDriver();
+    std::filesystem::create_directories(propertiesFile());
+    EXPECT_EQ(failureOf([&] { driver->SetConfiguration(settingsFile().c_str()); }), "Error 6: invalid file");
+    EXPECT_EQ(driver->Settings().numPins, 1U) << "the old settings stay in force";
+}
+
+TEST_F(Configuration, AGivenMapUsesItsOwnPinsOnly) {
+    device("unit kite\nport 3\nentry\ntrace port\npinout p=pti=0,1,2;pti=3,4\n");
+    makeDriver();
+    EXPECT_EQ(failureOf([&] {
+                  driver->SetConfiguration(
+                      settingsFile("chan.xml", "<num_pins>1</num_pins>\n<pin_map>3,5</pin_map>\n").c_str());
+              }),
+              "Error 1: operation failed : the pin map specified in the receiver settings is not valid for this "
+              "device : 3,5.");
+    driver->SetConfiguration(settingsFile("chan.xml", "<num_pins>1</num_pins>\n<pin_map>3,4</pin_map>\n").c_str());
+    EXPECT_EQ(driver->Settings().pinMap, "3,4");
 }
 
 TEST_F(Configuration, APropertiesFileThatCannotBeOpenedIsInvalid) {

@@ -102,6 +102,46 @@ TEST_F(Notification, OfAModifiedJobWaitsForAStart) {
     expectWaitsForStart([&] { receiver->OnTraceSystemStateChange("cpu", 0); });
 }
 
+TEST_F(Notification, OfAModifiedJobBesideAStartDoesNotStartASecondTime) {
+    std::atomic<bool> notified{false};
+    std::atomic<bool> starting{false};
+    const auto waitFor = [](const std::atomic<bool>& condition) {
+        while (!condition) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    };
+    EXPECT_CALL(channel, stop()).WillOnce([&] {
+        notified = true;
+        waitFor(starting);
+    });
+    EXPECT_CALL(channel, start).WillOnce([&](bool) {
+        starting = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // time for the other one
+        channel.metrics.state = client::Recording;
+        channel.metrics.threadDone = false;
+    });
+    std::thread notification([&] { receiver->OnTraceSystemStateChange("cpu", 0); });
+    waitFor(notified);
+    driver->StartRecording(false);
+    notification.join();
+}
+
+TEST_F(Notification, OfAModifiedJobAsksForPropertiesOneAtATimeWithOtherThreads) {
+    std::atomic<bool> answered{false};
+    std::thread asking;
+    EXPECT_CALL(channel, asked).Times(testing::AnyNumber());
+    EXPECT_CALL(channel, asked(std::string("orvBufSize"))).WillOnce([&](const std::string&) {
+        asking = std::thread([&] {
+            ask("targetSync");
+            answered = true;
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // time for the other one
+        EXPECT_FALSE(answered);
+    });
+    receiver->OnTraceSystemStateChange("cpu", 0);
+    asking.join();
+}
+
 TEST_F(Notification, WhoseOwnStepsFailEndsInAnErrorWithALogLine) {
     const LogCapture log(folder, "1");
     channel.properties["targetSync"] = "maybe";

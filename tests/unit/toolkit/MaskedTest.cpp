@@ -15,6 +15,15 @@ TEST(Masked, ControlCharactersAndBrokenBytesBecomeQuestionMarks) {
     EXPECT_EQ(masked(std::string("a\0b", 3)), "a?b");
 }
 
+TEST(Masked, BytesThatAreNoCharacterAreMaskedOneByOne) {
+    EXPECT_EQ(masked("\xe0\x9f\xbf"), "???") << "a long form of a lower character";
+    EXPECT_EQ(masked("\xf0\x8f\xbf\xbf"), "????");
+    EXPECT_EQ(masked("\xed\xa0\x80"), "???") << "a surrogate";
+    EXPECT_EQ(masked("\xf4\x90\x80\x80"), "????") << "no character has that number";
+    EXPECT_EQ(masked("\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf"),
+              "\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf");
+}
+
 TEST(Masked, LettersOfEveryKindStay) {
     EXPECT_EQ(masked("Gr\u00fc\u00dfe \u03a9 \u2082 \U0001F600 \u00a0"),
               "Gr\u00fc\u00dfe \u03a9 \u2082 \U0001F600 \u00a0");

@@ -15,7 +15,8 @@ namespace VX_QRS {
 
 namespace {
 
-// State shared by object and thread. The thread keeps it alive, since the object may be destroyed without waiting.
+// State of one run, shared by the object, the thread and those that wait for it: the object may be destroyed without
+// waiting, and a waiting thread may see the end only after the next start.
 struct Course {
     uRunnable* runnable = nullptr;
     std::int32_t priority = 0;
@@ -23,6 +24,23 @@ struct Course {
     std::condition_variable changed;
     std::uint32_t threadId = 0; // 0 until the thread runs
     bool ended = false;
+    std::mutex joining; // guards what follows
+    pthread_t handle{};
+    bool joined = false;
+
+    bool isCurrent() {
+        // The system reuses the number of an ended thread.
+        const std::lock_guard lock(mutex);
+        return !ended && threadId == static_cast<std::uint32_t>(gettid());
+    }
+
+    // Nothing runs that could end this one.
+    void endWithoutThread() {
+        joined = true;
+        const std::lock_guard lock(mutex);
+        ended = true;
+        changed.notify_all();
+    }
 };
 
 void* enter(void* argument) {
@@ -48,31 +66,34 @@ void* enter(void* argument) {
 } // namespace
 
 struct uThread::Native {
-    std::shared_ptr<Course> course;
-    pthread_t handle{};
-    std::mutex joining; // guards joined
-    bool joined = true;
-
-    void leave() {
-        if (!joined) {
-            pthread_detach(handle);
-            joined = true;
-        }
+    std::shared_ptr<Course> current() {
+        const std::lock_guard lock(mutex);
+        return course;
     }
+    // The one before.
+    std::shared_ptr<Course> replace(std::shared_ptr<Course> next) {
+        const std::lock_guard lock(mutex);
+        return std::exchange(course, std::move(next));
+    }
+
+private:
+    std::mutex mutex;
+    std::shared_ptr<Course> course;
 };
 
 uThread::uThread(uRunnable* body, std::int32_t threadPriority, std::uint32_t bytes)
     : runnable(body), native(std::make_unique<Native>()), priority(threadPriority), stackSize(bytes) {}
 
 uThread::~uThread() {
-    native->leave();
+    const std::shared_ptr<Course> course = native->current();
+    if (course != nullptr && !std::exchange(course->joined, true)) {
+        pthread_detach(course->handle);
+    }
 }
 
 bool uThread::start() {
-    if (native->course) {
-        if (isCurrent() || !wait(0)) {
-            return false;
-        }
+    if (native->current() != nullptr && !wait(0)) {
+        return false;
     }
     std::shared_ptr<Course> course;
     std::unique_ptr<std::shared_ptr<Course>> holder;
@@ -94,14 +115,16 @@ bool uThread::start() {
         pthread_attr_setstacksize(&attributes, (wanted + page - 1) / page * page);
     }
     // Set before the thread starts; it may query its own state immediately.
-    const std::shared_ptr<Course> before = std::exchange(native->course, course);
-    native->joined = false;
-    const bool made = pthread_create(&native->handle, &attributes, enter, holder.get()) == 0;
-    pthread_attr_destroy(&attributes);
-    if (!made) {
-        native->course = before;
-        native->joined = true;
-        return false;
+    const std::shared_ptr<Course> before = native->replace(course);
+    {
+        const std::lock_guard lock(course->joining);
+        const bool made = pthread_create(&course->handle, &attributes, enter, holder.get()) == 0;
+        pthread_attr_destroy(&attributes);
+        if (!made) {
+            native->replace(before);
+            course->endWithoutThread();
+            return false;
+        }
     }
     static_cast<void>(holder.release()); // owned by the thread now
     std::unique_lock lock(course->mutex);
@@ -110,43 +133,39 @@ bool uThread::start() {
 }
 
 bool uThread::wait(std::uint32_t milliseconds) {
-    if (!native->course || isCurrent()) {
+    const std::shared_ptr<Course> course = native->current();
+    if (course == nullptr || course->isCurrent()) {
         return false;
     }
-    Course& course = *native->course;
     {
-        std::unique_lock lock(course.mutex);
-        const auto hasEnded = [&] { return course.ended; };
+        std::unique_lock lock(course->mutex);
+        const auto hasEnded = [&] { return course->ended; };
         if (milliseconds == unlimited) {
-            course.changed.wait(lock, hasEnded);
-        } else if (!course.changed.wait_for(lock, std::chrono::milliseconds(milliseconds), hasEnded)) {
+            course->changed.wait(lock, hasEnded);
+        } else if (!course->changed.wait_for(lock, std::chrono::milliseconds(milliseconds), hasEnded)) {
             return false;
         }
     }
     // Only the thread's return is left.
-    const std::lock_guard lock(native->joining);
-    if (!native->joined) {
-        pthread_join(native->handle, nullptr);
-        native->joined = true;
+    const std::lock_guard lock(course->joining);
+    if (!std::exchange(course->joined, true)) {
+        pthread_join(course->handle, nullptr);
     }
     return true;
 }
 
 bool uThread::isCurrent() const {
-    if (!native->course) {
-        return false;
-    }
-    // The system reuses the number of an ended thread.
-    const std::lock_guard lock(native->course->mutex);
-    return !native->course->ended && native->course->threadId == static_cast<std::uint32_t>(gettid());
+    const std::shared_ptr<Course> course = native->current();
+    return course != nullptr && course->isCurrent();
 }
 
 std::uint32_t uThread::threadId() const {
-    if (!native->course) {
+    const std::shared_ptr<Course> course = native->current();
+    if (course == nullptr) {
         return 0;
     }
-    const std::lock_guard lock(native->course->mutex);
-    return native->course->threadId;
+    const std::lock_guard lock(course->mutex);
+    return course->threadId;
 }
 
 void uThread::sleep(std::uint32_t milliseconds) {

@@ -78,6 +78,8 @@ swapped_with = 3
 glitch_every = 100
 glitch_length = 2
 drift = 4
+memory = 2.5
+coupling = 0.75
 [server]
 speed = 10
 [faults]
@@ -131,6 +133,8 @@ detail = "d"
     EXPECT_EQ(pin.glitchEvery, 100.0);
     EXPECT_EQ(pin.glitchLength, 2.0);
     EXPECT_EQ(pin.drift, 4.0);
+    EXPECT_EQ(pin.memory, 2.5);
+    EXPECT_EQ(pin.coupling, 0.75);
     EXPECT_EQ(scenario.server.speed, 10.0);
     EXPECT_EQ(scenario.faults.version, 2U);
     EXPECT_TRUE(scenario.faults.refuseSecond && scenario.faults.exitAtStart);
@@ -159,7 +163,7 @@ TEST(Scenario, AnUnknownKeyIsNamedWithFileAndLine) {
               "transmitter, unit, wiring, server, faults, environment, expect");
     EXPECT_EQ(failureOf("[wiring]\n[[wiring.pin]]\nemu = 1\nslew = 2\n"),
               "file.toml:4: 'wiring.pin.slew' is not known here; known are emu, skew, late_fall, jitter, stuck, open, "
-              "swapped_with, glitch_every, glitch_length, drift");
+              "swapped_with, glitch_every, glitch_length, drift, memory, coupling");
     EXPECT_EQ(failureOf("[[unit.cell]]\nword = 1\n"),
               "file.toml:2: 'unit.cell.word' is not known here; known are byte, every, bit, stuck, from_recording");
 }
@@ -175,6 +179,13 @@ TEST(Scenario, WrongValuesAreNamed) {
     EXPECT_THAT(failureOf("[settings]\nsync = 1\n"), HasSubstr("'settings.sync' must be true or false"));
 }
 
+TEST(Scenario, JitterIsLimitedToWhatABurstCanBeComputedWith) {
+    EXPECT_EQ(parseScenario("[wiring]\njitter = 1000\n", "f").wiring.jitter, 1000.0);
+    EXPECT_THAT(failureOf("[wiring]\njitter = 1001\n"), HasSubstr("'wiring.jitter' must be a number from 0 to 1000"));
+    EXPECT_THAT(failureOf("[[wiring.pin]]\njitter = 1e6\n"),
+                HasSubstr("'wiring.pin.jitter' must be a number from 0 to 1000"));
+}
+
 TEST(Scenario, CellsAreInTheLargestBufferAndHaveEightBits) {
     const auto cell = [](const std::string& line) { return failureOf("[[unit.cell]]\n" + line + "\n"); };
     EXPECT_EQ(cell("byte = 0x7FFFFFF"), "no failure");
@@ -185,6 +196,23 @@ TEST(Scenario, CellsAreInTheLargestBufferAndHaveEightBits) {
     EXPECT_THAT(cell("from_recording = 0"), HasSubstr("'unit.cell.from_recording' must be a whole number from 1 to"));
     EXPECT_EQ(failureOf("[unit]\ncell = 3\n"), "file.toml:2: 'unit.cell' must be a list of tables");
     EXPECT_FALSE(parseScenario("[[unit.cell]]\nbyte = 1\n", "f").unit.cells.at(0).stuck) << "it reads inverted";
+}
+
+TEST(Scenario, MemoryAndCouplingAreOffAndHaveTheirRanges) {
+    const auto pin = [](const std::string& line) { return failureOf("[[wiring.pin]]\nemu = 1\n" + line + "\n"); };
+    EXPECT_EQ(parseScenario("[[wiring.pin]]\nemu = 1\n", "f").wiring.pin(1).memory, 0.0);
+    EXPECT_EQ(parseScenario("[[wiring.pin]]\nemu = 1\n", "f").wiring.pin(1).coupling, 0.0);
+    for (const std::string value : {"0", "0.0", "5", "5.0"}) {
+        EXPECT_EQ(pin("memory = " + value), "no failure");
+    }
+    for (const std::string value : {"-0.1", "5.001", "nan", "inf", "-inf", "\"2\"", "true", "[1]"}) {
+        EXPECT_EQ(pin("memory = " + value), "file.toml:3: 'wiring.pin.memory' must be a number from 0 to 5") << value;
+    }
+    EXPECT_EQ(pin("coupling = 2"), "no failure");
+    for (const std::string value : {"-0.1", "2.001", "nan", "inf", "-inf", "\"1\""}) {
+        EXPECT_EQ(pin("coupling = " + value), "file.toml:3: 'wiring.pin.coupling' must be a number from 0 to 2")
+            << value;
+    }
 }
 
 TEST(Scenario, BrokenTomlIsReportedWithItsLine) {

@@ -243,7 +243,7 @@ TEST_F(LifecycleTest, InternalStartOpensTheStreamProgramsTheUnitAndThenTheTransm
     openChannel();
     model.set(0x800811E, 0x8400);
     model.set(0x8008050, 0x0101);
-    inside().session().orvBufHasWrapped = "true";
+    inside().session().orvBufHasWrapped = true;
     LogCapture log;
     inside().internalStart(0x80000, "stop", "walk",
                            {.prepare = true, .enableTransmitter = true, .bypassProtocol = false});
@@ -418,6 +418,15 @@ TEST_F(LifecycleTest, WrappedBufferIsReported) {
     inside().internalStop({.stopCapture = false, .stopTransmitter = false});
     EXPECT_EQ(get("orvBufHasWrapped"), "true");
     EXPECT_THAT(log.steps(), ElementsAre("wrap detected"));
+}
+
+TEST_F(LifecycleTest, WrapDoesNotChangeTheTextThatACallerHolds) {
+    openChannel();
+    const char* held = nullptr;
+    channel->getProperty("orvBufHasWrapped", &held);
+    model.set(0x800100A, 0x1000);
+    inside().internalStop({.stopCapture = false, .stopTransmitter = false});
+    EXPECT_STREQ(held, "false");
 }
 
 TEST_F(LifecycleTest, FailedShutdownOfThePortIsLoggedAndDropped) {

@@ -221,6 +221,21 @@ TEST_F(ThreadTest, FilesOutliveALoggedChannel) {
     remakeChannel();
 }
 
+TEST_F(ThreadTest, EndIsRequestedAgainWhenAStartHasTakenTheRequestBack) {
+    openCalibrated();
+    std::atomic<bool> takenBack{false};
+    // As a start on another thread, which prepares its recording between the request and the wait.
+    waits.hook = [&](std::uint32_t) {
+        if (inside().control().exitThread && !takenBack.exchange(true)) {
+            inside().control().exitThread = false;
+        }
+    };
+    channel->start(false);
+    inside().terminateThread();
+    EXPECT_TRUE(status().threadAbsent);
+    waits.hook = {};
+}
+
 TEST_F(ThreadTest, TerminateWithoutAThreadReturnsAtOnce) {
     inside().terminateThread();
     inside().terminateThread();

@@ -75,6 +75,25 @@ TEST(PatternCheck, ADamagedSequenceLeavesCountsThatDoNotAddUp) {
         << "fewer than a thousand words";
 }
 
+TEST(PatternCheck, ATrailerCanCutARunOfZerosBetweenTwoPackets) {
+    // Four zeros end a packet, one begins the next: a mark after them is a word of the stream if the run was cut.
+    const auto word = [](std::size_t i) -> std::uint16_t {
+        const std::size_t at = i % 510;
+        return at >= 251 && at < 256 ? 0 : at == 256 ? 0x0FF0 : 0x5A5A;
+    };
+    const Pattern pattern = patternNamed(4, "a5").value();
+    std::string bytes = drawn::packets(word, 4);
+    const PatternCheck whole = checkPattern(parseVerification(bytes), pattern);
+    EXPECT_TRUE(whole.passed());
+    EXPECT_EQ(whole.syncWords, 14U);
+    for (std::size_t packet = 0; packet < 4; ++packet) {
+        bytes[packet * 512 + 510] = '\xFE'; // the low byte of its trailer
+    }
+    const PatternCheck cut = checkPattern(parseVerification(bytes), pattern);
+    EXPECT_FALSE(cut.passed()) << "the receiver counts the zeros of each packet anew";
+    EXPECT_EQ(cut.syncWords, 0U);
+}
+
 TEST(PatternCheck, NoPatternIsLaidOutForThreePins) {
     EXPECT_TRUE(patternsFor(3).empty());
     EXPECT_FALSE(patternHeld(parseVerification(drawn::packets(framed)), 3));

@@ -107,6 +107,10 @@ TEST(Page, HasEveryPartForEveryAttempt) {
     EXPECT_EQ(count(page, "<svg"), count(page, "</svg>"));
 }
 
+TEST(Page, ColoursOfThePicturesArePrintedToo) {
+    EXPECT_THAT(pageOf({}), HasSubstr("html{-webkit-print-color-adjust:exact;print-color-adjust:exact}"));
+}
+
 TEST(Page, HeadingsStayWithTheirPicturesWhenItIsPrinted) {
     const BenchFiles files(namedScenario("clean"));
     const std::string page = pageOf(files.read());

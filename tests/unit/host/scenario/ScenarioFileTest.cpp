@@ -104,12 +104,15 @@ TEST(ScenarioFile, WhatIsParticularAboutTheBenchIsTold) {
     const Scenario scenario = readScenario(folder.write(
         "a.toml", "cpu = \"x/y\"\n[transmitter]\nfrequencies = [12.5e6, 50e6]\n[wiring]\nalignment = \"edge\"\n"
                   "jitter = 0.3\n[[wiring.pin]]\nemu = 2\nskew = -1.5\nstuck = 1\n[[wiring.pin]]\nemu = 3\n"
-                  "swapped_with = 4\ndrift = 2.0\n[server]\nspeed = 10.0\n[[faults.at]]\naction = \"die\"\n"));
+                  "swapped_with = 4\ndrift = 2.0\nmemory = 4.0\ncoupling = 0.5\n[server]\nspeed = "
+                  "10.0\n[[faults.at]]\naction = \"die\"\n"));
     EXPECT_THAT(scenario.traits,
                 testing::ElementsAre(
                     "the target's clock can be 12.5 MHz, 50 MHz", "data change together with the clock",
                     "every edge jitters by 0.3 samples rms", "EMU pin 2 comes 1.5 samples early",
                     "EMU pin 2 is stuck at 1", "EMU pin 3 drifts later by 2 samples a second while trace is sent",
+                    "EMU pin 3 settles with a time constant of 4 samples",
+                    "EMU pin 3 is shifted by 0.5 samples by each edge on a pin beside it",
                     "EMU pin 3 and EMU pin 4 are swapped", "the buffer fills 10 times as fast as it really would",
                     "the data server misbehaves: 1 scripted fault"));
 }

@@ -105,11 +105,13 @@ TEST(SoakText, WithoutARoundThereIsNothingToTell) {
 }
 
 TEST(SoakJson, HasEveryFigure) {
-    const auto json = soakJson(sample());
+    SoakResult result = sample();
+    result.properties = {{"cpi", "5"}};
+    const auto json = soakJson(result);
     EXPECT_EQ(json, nlohmann::json::parse(R"({"schema": 1, "outcome": "done", "exitCode": 0, "error": null,
         "interrupted": false, "scenario": "self-test", "dataPins": 4, "bitsPerSecond": 4e8, "rounds": 3,
         "seconds": 2.0, "words": 3000000, "wordsPerSecond": 1500000.0, "wrongWords": 0, "firstWrongWords": [],
-        "files": {"log": "x.txt"}, "notes": [], "damaged": []})"));
+        "properties": [{"name": "cpi", "value": "5"}], "files": {"log": "x.txt"}, "notes": [], "damaged": []})"));
     EXPECT_EQ(test_support::schemaFaults("soak", json.dump()), "");
 }
 

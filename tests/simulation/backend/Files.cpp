@@ -1,0 +1,222 @@
+// Calls of the C library's files. Real files, but: each call is a choice point and can fail, and what is written stays in
+// the stream until it is flushed or closed, so that who looks too early sees it.
+
+#include "tests/simulation/backend/Files.h"
+
+#include "tests/simulation/faults/Faults.h"
+#include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scheduler/Scheduler.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <fcntl.h>
+#include <map>
+#include <stdio_ext.h>
+#include <vector>
+
+extern "C" {
+std::FILE* __real_fopen(const char* path, const char* mode);
+std::FILE* __real_fopen64(const char* path, const char* mode);
+std::FILE* __real_fdopen(int descriptor, const char* mode);
+std::size_t __real_fread(void* data, std::size_t size, std::size_t count, std::FILE* file);
+std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file);
+int __real_fflush(std::FILE* file);
+int __real_fclose(std::FILE* file);
+int __real_ferror(std::FILE* file);
+int __real_setvbuf(std::FILE* file, char* buffer, int mode, std::size_t size);
+int __real_open(const char* path, int flags, ...);
+int __real_remove(const char* path);
+int __real_unlink(const char* path);
+int __real_rename(const char* from, const char* to);
+int __real_link(const char* from, const char* to);
+
+std::FILE* __wrap_fopen(const char* path, const char* mode);
+std::FILE* __wrap_fopen64(const char* path, const char* mode);
+std::FILE* __wrap_fdopen(int descriptor, const char* mode);
+std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::FILE* file);
+std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file);
+int __wrap_fflush(std::FILE* file);
+int __wrap_fclose(std::FILE* file);
+int __wrap_ferror(std::FILE* file);
+int __wrap_setvbuf(std::FILE* file, char* buffer, int mode, std::size_t size);
+int __wrap_open(const char* path, int flags, ...);
+int __wrap_remove(const char* path);
+int __wrap_unlink(const char* path);
+int __wrap_rename(const char* from, const char* to);
+int __wrap_link(const char* from, const char* to);
+}
+
+namespace simulation {
+
+namespace {
+
+/// A stream of a simulated thread.
+struct Stream {
+    std::vector<char> kept; // what is written and not flushed
+    bool failed = false;
+};
+
+using Streams = std::map<std::FILE*, Stream>;
+
+Streams& streams() {
+    static auto* all = new Streams;
+    return *all;
+}
+
+constexpr std::size_t keptSize = 1U << 20U; // more than a scenario writes into one file
+
+bool isSimulated() {
+    return Scheduler::isSimulated() && !Quiet::isOn();
+}
+
+bool fails(const char* what, Fault fault, int error) {
+    Scheduler::instance().point({Operation::file, what});
+    if (!Faults::instance().fails(fault)) {
+        return false;
+    }
+    errno = error;
+    return true;
+}
+
+Stream* streamOf(std::FILE* file) {
+    const auto found = streams().find(file);
+    return found == streams().end() ? nullptr : &found->second;
+}
+
+std::FILE* adopt(std::FILE* file) {
+    if (file != nullptr) {
+        const Quiet quiet;
+        Stream& stream = streams()[file];
+        stream.kept.resize(keptSize);
+        __real_setvbuf(file, stream.kept.data(), _IOFBF, stream.kept.size());
+    }
+    return file;
+}
+
+/// A failed write loses what was not yet in the file.
+int fail(std::FILE* file) {
+    __fpurge(file);
+    if (Stream* stream = streamOf(file); stream != nullptr) {
+        stream->failed = true;
+    }
+    return EOF;
+}
+
+} // namespace
+
+void beginFiles() {
+    const Quiet quiet;
+    streams().clear();
+}
+
+std::size_t filesLeftOpen() {
+    return streams().size();
+}
+
+} // namespace simulation
+
+using simulation::Fault;
+
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+    if (!simulation::isSimulated()) {
+        return __real_fopen(path, mode);
+    }
+    if (simulation::fails("fopen", Fault::fileOpen, EACCES)) {
+        return nullptr;
+    }
+    return simulation::adopt(__real_fopen(path, mode));
+}
+
+std::FILE* __wrap_fopen64(const char* path, const char* mode) {
+    return __wrap_fopen(path, mode);
+}
+
+std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
+    if (!simulation::isSimulated()) {
+        return __real_fdopen(descriptor, mode);
+    }
+    return simulation::fails("fdopen", Fault::fileOpen, EMFILE) ? nullptr
+                                                                : simulation::adopt(__real_fdopen(descriptor, mode));
+}
+
+std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::FILE* file) {
+    if (simulation::isSimulated() && simulation::fails("fread", Fault::fileRead, EIO)) {
+        simulation::fail(file);
+        return 0;
+    }
+    return __real_fread(data, size, count, file);
+}
+
+std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file) {
+    if (simulation::isSimulated() && simulation::fails("fwrite", Fault::fileWrite, ENOSPC)) {
+        const std::size_t written = __real_fwrite(data, size, count / 2, file);
+        __real_fflush(file);
+        simulation::fail(file);
+        return written;
+    }
+    return __real_fwrite(data, size, count, file);
+}
+
+int __wrap_fflush(std::FILE* file) {
+    if (simulation::isSimulated() && simulation::fails("fflush", Fault::fileFlush, ENOSPC)) {
+        return simulation::fail(file);
+    }
+    return __real_fflush(file);
+}
+
+int __wrap_fclose(std::FILE* file) {
+    if (!simulation::isSimulated()) {
+        return __real_fclose(file);
+    }
+    const bool failed = simulation::fails("fclose", Fault::fileClose, ENOSPC);
+    if (failed) {
+        simulation::fail(file);
+    }
+    const int result = __real_fclose(file);
+    const simulation::Quiet quiet;
+    if (simulation::streams().erase(file) == 0) {
+        simulation::Scheduler::instance().report("closed twice", "fclose of a stream that is not open");
+    }
+    return failed ? EOF : result;
+}
+
+int __wrap_ferror(std::FILE* file) {
+    const simulation::Stream* stream = simulation::isSimulated() ? simulation::streamOf(file) : nullptr;
+    return stream != nullptr && stream->failed ? 1 : __real_ferror(file);
+}
+
+int __wrap_setvbuf(std::FILE* file, char* buffer, int mode, std::size_t size) {
+    return simulation::isSimulated() ? 0 : __real_setvbuf(file, buffer, mode, size);
+}
+
+int __wrap_open(const char* path, int flags, ...) {
+    std::va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (simulation::isSimulated() && simulation::fails("open", Fault::fileOpen, EACCES)) {
+        return -1;
+    }
+    return __real_open(path, flags, mode);
+}
+
+int __wrap_remove(const char* path) {
+    const bool failed = simulation::isSimulated() && simulation::fails("remove", Fault::fileRemove, EACCES);
+    return failed ? -1 : __real_remove(path);
+}
+
+int __wrap_unlink(const char* path) {
+    const bool failed = simulation::isSimulated() && simulation::fails("unlink", Fault::fileRemove, EACCES);
+    return failed ? -1 : __real_unlink(path);
+}
+
+int __wrap_rename(const char* from, const char* to) {
+    const bool failed = simulation::isSimulated() && simulation::fails("rename", Fault::fileRename, EACCES);
+    return failed ? -1 : __real_rename(from, to);
+}
+
+int __wrap_link(const char* from, const char* to) {
+    const bool failed = simulation::isSimulated() && simulation::fails("link", Fault::fileLink, EPERM);
+    return failed ? -1 : __real_link(from, to);
+}

@@ -1,0 +1,97 @@
+#include "tests/simulation/exploration/Schedule.h"
+
+#include "tests/simulation/backend/Files.h"
+#include "tests/simulation/backend/Libraries.h"
+#include "tests/simulation/backend/Memory.h"
+#include "tests/simulation/backend/SimulatedLock.h"
+#include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scenarios/Scenario.h"
+#include "tests/simulation/scheduler/Random.h"
+
+#include <exception>
+#include <typeinfo>
+
+namespace simulation {
+
+namespace {
+
+std::unique_ptr<Strategy> strategyOf(const Recipe& recipe, std::uint64_t length) {
+    return recipe.strategy == "departures" ? makeReplay(recipe.departures)
+                                           : makeStrategy(recipe.strategy, recipe.seed, length);
+}
+
+void runGuarded(const Scenario& scenario) {
+    const Quiet quiet;
+    try {
+        scenario.run();
+    } catch (const std::exception& e) {
+        Scheduler::instance().report("escaped exception", std::string(typeid(e).name()) + ": " + e.what());
+    } catch (...) {
+        Scheduler::instance().report("escaped exception", "not of the standard's");
+    }
+}
+
+void judgeRest(Outcome& outcome) {
+    if (filesLeftOpen() != 0) {
+        outcome.findings.push_back({"file left open", std::to_string(filesLeftOpen()) + " streams"});
+    }
+    if (librariesLeft() != 0) {
+        outcome.findings.push_back({"library left loaded", std::to_string(librariesLeft()) + " loads"});
+    }
+}
+
+Outcome runOnce(const Recipe& recipe, std::uint64_t length, Limits limits) {
+    const Scenario& scenario = scenarioOf(recipe.scenario);
+    const std::unique_ptr<Strategy> strategy = strategyOf(recipe, length);
+    forgetLockOrders();
+    beginFiles();
+    forgetLibraries();
+    beginMemory();
+    Faults::instance().begin(recipe.fault);
+    Outcome outcome = Scheduler::instance().run(*strategy, [&] { runGuarded(scenario); }, limits);
+    judgeRest(outcome);
+    return outcome;
+}
+
+} // namespace
+
+Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits) {
+    Outcome outcome = runOnce(recipe, length, limits);
+    // What the process keeps for its life, such as a text for each thread, is there at the second time.
+    if (outcome.findings.empty() && allocationsLeft() != 0) {
+        outcome = runOnce(recipe, length, limits);
+        if (allocationsLeft() != 0) {
+            outcome.findings.push_back({"memory left", std::to_string(allocationsLeft()) + " allocations"});
+        }
+    }
+    return outcome;
+}
+
+Usual measureUsual(const std::string& scenario) {
+    Recipe recipe;
+    recipe.scenario = scenario;
+    recipe.strategy = "departures";
+    runSchedule(recipe, 0);
+    Usual usual;
+    usual.length = runSchedule(recipe, 0).points;
+    usual.operations = Faults::instance().counts();
+    return usual;
+}
+
+Recipe drawRecipe(const std::string& scenario, std::uint64_t seed, const Usual& usual) {
+    Random random(seed);
+    Recipe recipe;
+    recipe.scenario = scenario;
+    recipe.seed = seed;
+    recipe.strategy = strategyNames()[seed % strategyNames().size()];
+    if (usual.operations.empty() || random.chance(0.5)) {
+        return recipe;
+    }
+    auto drawn = usual.operations.begin();
+    std::advance(drawn, static_cast<std::ptrdiff_t>(random.below(usual.operations.size())));
+    recipe.fault = FaultPlan{drawn->first.first, drawn->first.second,
+                             static_cast<std::uint32_t>(random.below(drawn->second)), random.chance(0.5)};
+    return recipe;
+}
+
+} // namespace simulation

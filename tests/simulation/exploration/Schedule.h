@@ -1,0 +1,23 @@
+#pragma once
+
+#include "tests/simulation/exploration/Recipe.h"
+#include "tests/simulation/scheduler/Scheduler.h"
+
+namespace simulation {
+
+/// Runs one schedule in this process, with the rules that hold for every scenario: nothing is left open, allocated or
+/// running.
+Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits = {});
+
+/// What a scenario does without a strategy and without faults.
+struct Usual {
+    std::uint64_t length = 0; ///< points
+    Faults::Counts operations;
+};
+/// Also the first schedule of this process.
+Usual measureUsual(const std::string& scenario);
+
+/// The recipe of a seed: strategies in rotation; half of the recipes have a fault among the usual operations.
+Recipe drawRecipe(const std::string& scenario, std::uint64_t seed, const Usual& usual);
+
+} // namespace simulation

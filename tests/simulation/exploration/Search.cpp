@@ -1,0 +1,118 @@
+#include "tests/simulation/exploration/Search.h"
+
+#include "tests/simulation/exploration/Child.h"
+#include "tests/simulation/exploration/Schedule.h"
+
+#include <algorithm>
+
+namespace simulation {
+
+namespace {
+
+constexpr std::uint64_t schedulesOfAProcess = 2000;
+constexpr std::uint64_t checkedTwice = 100; // one in so many
+
+Recipe recipeOfSeed(const SearchPlan& plan, std::uint64_t seed, const Usual& usual) {
+    Recipe recipe = drawRecipe(plan.scenario, seed, usual);
+    if (!plan.faults) {
+        recipe.fault.reset();
+    }
+    if (!plan.strategy.empty()) {
+        recipe.strategy = plan.strategy;
+    }
+    return recipe;
+}
+
+/// Runs in a process of its own until the first failure.
+void runSeeds(const SearchPlan& plan, std::uint64_t first, std::uint64_t last, Child::Report& report) {
+    const Usual usual = measureUsual(plan.scenario);
+    for (std::uint64_t seed = first; seed < last; ++seed) {
+        const Recipe recipe = recipeOfSeed(plan, seed, usual);
+        report.begin(seed, recipe);
+        Outcome outcome = runSchedule(recipe, usual.length);
+        if (seed % checkedTwice == 0 && outcome.findings.empty() &&
+            runSchedule(recipe, usual.length).hash != outcome.hash) {
+            outcome.findings.push_back({"not repeatable", "the same recipe gave another schedule"});
+        }
+        if (report.end(outcome)) {
+            return;
+        }
+    }
+}
+
+bool breaks(const Recipe& recipe, const std::string& rule, Failure& found) {
+    Failure failure = tryRecipe(recipe);
+    if (failure.rule != rule) {
+        return false;
+    }
+    found = std::move(failure);
+    return true;
+}
+
+} // namespace
+
+SearchResult search(const SearchPlan& plan) {
+    SearchResult result;
+    const std::uint64_t end = plan.firstSeed + plan.schedules;
+    for (std::uint64_t seed = plan.firstSeed; seed < end && result.failures.size() < plan.mostFailures;) {
+        const std::uint64_t last = std::min(end, seed + schedulesOfAProcess);
+        Child child([&](Child::Report& report) { runSeeds(plan, seed, last, report); });
+        child.wait();
+        result.schedules += child.schedules();
+        result.points += child.points();
+        result.switches += child.switches();
+        if (child.failure().has_value()) {
+            result.failures.push_back(*child.failure());
+            seed = child.lastSeed() + 1;
+        } else {
+            seed = last;
+        }
+    }
+    return result;
+}
+
+Failure tryRecipe(const Recipe& recipe) {
+    Child child([&](Child::Report& report) {
+        const Usual usual = measureUsual(recipe.scenario);
+        report.begin(recipe.seed, recipe);
+        report.end(runSchedule(recipe, usual.length));
+    });
+    child.wait();
+    return child.failure().value_or(Failure{recipe, {}, {}, {}});
+}
+
+Failure shorten(const Failure& failure, unsigned tries) {
+    Recipe recipe = failure.recipe;
+    recipe.strategy = "departures";
+    recipe.departures = failure.departures;
+    Failure best = failure;
+    if (!breaks(recipe, failure.rule, best)) {
+        return failure;
+    }
+    for (std::size_t piece = std::max<std::size_t>(recipe.departures.size() / 2, 1); piece > 0; piece /= 2) {
+        for (std::size_t at = 0; at < recipe.departures.size() && tries > 0; --tries) {
+            Recipe shorter = recipe;
+            const auto begin = shorter.departures.begin() + static_cast<std::ptrdiff_t>(at);
+            const std::size_t count = std::min(piece, shorter.departures.size() - at);
+            shorter.departures.erase(begin, begin + static_cast<std::ptrdiff_t>(count));
+            if (breaks(shorter, failure.rule, best)) {
+                recipe = shorter;
+            } else {
+                at += piece;
+            }
+        }
+    }
+    Recipe faultless = recipe;
+    faultless.fault.reset();
+    if (recipe.fault.has_value() && breaks(faultless, failure.rule, best)) {
+        recipe = faultless;
+    }
+    best.recipe = recipe;
+    return best;
+}
+
+std::string textOf(const Failure& failure) {
+    return failure.rule + " in: " + textOf(failure.recipe) + "\n" + failure.text;
+}
+
+} // namespace simulation

@@ -1,0 +1,32 @@
+#pragma once
+
+namespace simulation {
+
+/// While one lives, its thread's allocations are the simulation's own: neither counted nor failed.
+class Quiet {
+public:
+    Quiet() { ++depth; }
+    Quiet(const Quiet&) = delete;
+    Quiet& operator=(const Quiet&) = delete;
+    ~Quiet() { --depth; }
+    static bool isOn() { return depth != 0; }
+
+private:
+    friend class ProductCall;
+
+    static inline thread_local int depth = 0;
+};
+
+/// While one lives, its thread is in the product's code again: a scenario's own code is quiet.
+class ProductCall {
+public:
+    ProductCall() : before(Quiet::depth) { Quiet::depth = 0; }
+    ProductCall(const ProductCall&) = delete;
+    ProductCall& operator=(const ProductCall&) = delete;
+    ~ProductCall() { Quiet::depth = before; }
+
+private:
+    int before;
+};
+
+} // namespace simulation
