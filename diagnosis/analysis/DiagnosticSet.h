@@ -2,6 +2,7 @@
 
 #include "diagnosis/files/BurstFile.h"
 #include "diagnosis/files/CalFile.h"
+#include "diagnosis/files/ChecksFile.h"
 #include "diagnosis/files/PropertiesFile.h"
 #include "diagnosis/files/RegisterFile.h"
 #include "diagnosis/files/RunLog.h"
@@ -43,6 +44,7 @@ struct DiagnosticSet {
     std::vector<std::string> troubles; ///< files that could not be read: "FILE:LINE: WHAT"
 
     std::optional<RunLog> log; ///< of the run; in the folder of these files or in the one above
+    std::optional<RunChecks> checks; ///< what the host has checked beyond the receiver, ".checks.json"
 
     std::string exportKind() const; ///< empty when no file has it
     /// The pattern of the verifications where only one is possible, as for "tpiu"; otherwise empty.

@@ -1,5 +1,4 @@
 #include "diagnosis/burst/Markup.h"
-#include "diagnosis/doctor/DiagnosisText.h"
 #include "diagnosis/report/Sections.h"
 #include "toolkit/Format.h"
 
@@ -40,24 +39,62 @@ const FileGroup& mainGroup(const DiagnosticSet& set) {
     return set.attempts.empty() ? set.base : set.attempts.back();
 }
 
-/// Shown in place of faults: green only when the board was judged and found good.
-std::string noFaultBox(const DiagnosticSet& set, const Diagnosis& diagnosis) {
-    const auto box = [](const char* look, const char* word, const char* heading, const std::string& text) {
-        return element("div", std::string(look) == "good" ? "finding none" : "finding plain",
-                       "<h3>" + badge(look, word) + " " + heading + "</h3>" + element("p", "", escaped(text)));
-    };
-    if (set.manual()) {
-        return box("plain", "not judged", "Nothing was measured", "The values were given: there is nothing to judge.");
+const char* lookOf(RunVerdict::Kind kind) {
+    switch (kind) {
+    case RunVerdict::Kind::Sound:
+        return "good";
+    case RunVerdict::Kind::Thin:
+        return "warn";
+    case RunVerdict::Kind::Fault:
+        return "bad";
+    case RunVerdict::Kind::Unknown:
+        break;
     }
-    if (!diagnosis.judged) {
-        return box("plain", "not judged", "Too little to judge by", sentence(whatIsMissing(diagnosis)) + ".");
+    return "plain";
+}
+
+const char* headingOf(RunVerdict::Kind kind) {
+    switch (kind) {
+    case RunVerdict::Kind::Sound:
+        return "Nothing is broken";
+    case RunVerdict::Kind::Thin:
+        return "Nothing is broken, but little is to spare";
+    case RunVerdict::Kind::Fault:
+        return "Something is wrong";
+    case RunVerdict::Kind::Unknown:
+        break;
     }
-    if (!diagnosis.calibrated.value_or(false)) {
-        return box("plain", "not known", "Not calibrated, for a reason that the files do not show",
-                   "No fault that the rules know. The log may have more.");
+    return "Too little to judge by";
+}
+
+const char* boxOf(RunVerdict::Kind kind) {
+    switch (kind) {
+    case RunVerdict::Kind::Sound:
+        return "finding none";
+    case RunVerdict::Kind::Thin:
+        return "finding note";
+    case RunVerdict::Kind::Fault:
+        return "finding";
+    case RunVerdict::Kind::Unknown:
+        break;
     }
-    return box("good", "sound", "Nothing is broken",
-               "The board was " + diagnosis.headline + ", and the files show no fault: nothing needs to be checked.");
+    return "finding plain";
+}
+
+/// The verdict with all that speaks for it.
+std::string verdictBox(const RunVerdict& verdict) {
+    std::string reasons;
+    for (const RunVerdict::Reason& reason : verdict.reasons) {
+        reasons += element("li", "", escaped(sentence(reason.text)));
+    }
+    std::string evidence;
+    for (const Evidence& piece : verdict.evidence) {
+        evidence += element("li", "", escaped((piece.isThere ? "" : "missing: ") + piece.name + ": " + piece.text));
+    }
+    return element("div", boxOf(verdict.kind),
+                   "<h3>" + badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " + headingOf(verdict.kind) +
+                       "</h3>" + (reasons.empty() ? "" : element("ul", "", reasons)) +
+                       element("p", "check", "<b>Evidence:</b>") + element("ul", "", evidence));
 }
 
 } // namespace
@@ -74,12 +111,13 @@ std::string verdictBadge(const Verdict& verdict) {
     return badge("plain", "unknown");
 }
 
-std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
+std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis, const RunVerdict& verdict) {
     const FileGroup& shown = mainGroup(set);
     const Rates rates = shown.rates();
-    const char* look = !diagnosis.judged ? "plain" : diagnosis.calibrated.value_or(false) ? "good" : "bad";
     std::string out = element("h1", "", "Calibration of " + escaped(set.name));
-    out += element("p", "sub", badge(look, diagnosis.headline));
+    out += element("p", "sub",
+                   badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " + badge("plain", diagnosis.headline));
+    out += element("p", "hint", escaped(sentence(verdictLine(verdict))) + ".");
     std::string facts;
     if (rates.known()) {
         facts += fact(toolkit::frequencyText(rates.exportFrequency), "trace clock");
@@ -100,11 +138,8 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     return out + element("div", "facts", facts);
 }
 
-std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
-    std::string out = element("h2", "", "What was found");
-    if (!diagnosis.hasFaults()) {
-        out += noFaultBox(set, diagnosis);
-    }
+std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis, const RunVerdict& verdict) {
+    std::string out = element("h2", "", "What was found") + verdictBox(verdict);
     for (const Finding& finding : diagnosis.findings) {
         out += findingBox(finding);
     }

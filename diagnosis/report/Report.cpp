@@ -12,8 +12,9 @@ namespace diagnosis {
 
 std::string reportPage(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     using namespace page;
-    std::string body =
-        headSection(set, diagnosis) + conclusionSection(set, diagnosis) + overviewSection(set, diagnosis);
+    const RunVerdict verdict = judgeRun(set, diagnosis);
+    std::string body = headSection(set, diagnosis, verdict) + conclusionSection(set, diagnosis, verdict) +
+                       overviewSection(set, diagnosis);
     // The setting that counts comes first.
     for (std::size_t i = set.attempts.size(); i > 0; --i) {
         body += attemptSection(set, set.attempts[i - 1], diagnosis.verdicts[i - 1]);

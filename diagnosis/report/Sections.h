@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/doctor/Diagnosis.h"
+#include "diagnosis/verdict/RunVerdict.h"
 
 #include <string>
 
@@ -8,8 +9,8 @@
 
 namespace diagnosis::page {
 
-std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
-std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
+std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis, const RunVerdict& verdict);
+std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis, const RunVerdict& verdict);
 std::string overviewSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
 /// Of an attempt, or of what was measured outside of the attempts.
 std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, const Verdict& verdict);

@@ -155,8 +155,8 @@ StreamForm merged(const StreamForm& given, const StreamForm& known) {
     return form;
 }
 
-RecordingCheck checkRecording(const fs::path& recording, const fs::path& run, const StreamForm& given) {
-    RecordingCheck result;
+FileCheck checkRecording(const fs::path& recording, const fs::path& run, const StreamForm& given) {
+    FileCheck result;
     result.name = recording.string();
     const ByteReader reader = fileReader(recording);
     result.facts = run.empty() ? factsBeside(recording) : factsOfRun(run, recording);

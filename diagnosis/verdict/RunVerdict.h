@@ -14,7 +14,28 @@
 
 namespace diagnosis {
 
-/// The smallest setup or hold margin of a data lane, held against what the error rate asks for.
+/// Errors per bit that a run has to be good for when it was not asked for another rate.
+inline constexpr double usualErrorRate = 1e-9;
+/// A margin at which bits are wrong more often than this is a fault, whatever else the run shows.
+inline constexpr double certainErrorRate = 1e-6;
+/// In samples: positions are known to this only when the clock's period is a whole number of samples, and calibration
+/// patterns do not show by how much an edge after a long run comes late.
+inline constexpr double marginUncertainty = 0.5;
+/// In samples: no less is assumed where a burst shows none.
+inline constexpr double leastAssumedJitter = 0.1;
+/// Share of a bit that a margin needs where its jitter was not measured.
+inline constexpr double limitWithoutJitter = 0.2;
+
+/// The margin in samples that an error rate asks for:
+///
+///     deviations(errorRate) * max(jitter, leastAssumedJitter) + marginUncertainty
+///
+/// where a normal value exceeds so many standard deviations at that rate (6.0 at 1e-9), and `jitter` is the rms jitter of
+/// data and clock together that the burst does not exceed with 95 % confidence (LaneMargins::mostJitter).
+double marginLimit(double errorRate, double jitter);
+
+/// The smallest setup or hold margin of a data lane, held against what the error rate asks for: how far the mean change
+/// has to move before a bit is wrong.
 struct WorstMargin {
     std::size_t pin = 0; ///< proc; the lane
     std::string title;   ///< "data 3 (EMU2)"
@@ -65,6 +86,9 @@ const char* verdictName(RunVerdict::Kind kind);
 
 /// Decides from the files of a run alone, so that the run itself and whoever reads its folder later agree.
 RunVerdict judgeRun(const DiagnosticSet& set, const Diagnosis& diagnosis);
+
+/// "1e-9", "1.4e-6".
+std::string rateText(double errorRate);
 
 /// One line: kind, rate, worst margin with its lane and limit, and the first reason of anything less than sound.
 std::string verdictLine(const RunVerdict& verdict);

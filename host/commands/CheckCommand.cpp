@@ -1,5 +1,7 @@
 #include "diagnosis/Diagnosis.h"
 #include "host/commands/Commands.h"
+#include "host/commands/Conclusion.h"
+#include "host/commands/SessionFlags.h"
 #include "host/platform/Platform.h"
 #include "host/session/Receiver.h"
 #include "tdf/TdfFile.h"
@@ -51,10 +53,11 @@ public:
 private:
     diagnosis::StreamForm given() const;
     diagnosis::ByteReader reader() const;
-    diagnosis::RecordingCheck checked() const;
+    diagnosis::FileCheck checked() const;
+    diagnosis::RunVerdict verdictOn(const diagnosis::FileCheck& recording) const;
     void requireOneReading() const;
     void testOutputs();
-    void writeOutputs(const diagnosis::RecordingCheck& recording);
+    void writeOutputs(const diagnosis::FileCheck& recording);
     void writeSnapshot();
     fs::path snapshotFile(const std::string& part) const { return toolkit::filePath(snapshot) / part; }
 
@@ -70,6 +73,7 @@ private:
     std::string snapshot;
     std::uint64_t frameStart = noFrameStart;
     bool force = false;
+    bool strict = false;
     nlohmann::json written = nlohmann::json::object();
     nlohmann::json framesJson;
     std::string writtenText;
@@ -92,7 +96,8 @@ void CheckCommand::setUp(Syntax& syntax) {
     syntax.addOption("--snapshot", snapshot, "DIR", "Write a folder that trc_pkt_lister lists");
     syntax.addWhole("--frame-start", frameStart, "N", 0, 0xFFFFFFFF, "Byte where a frame begins, for --snapshot");
     syntax.addFlag("--force", force, "Overwrite outputs that exist");
-    syntax.footer("Exit code 10 if the stream is damaged.\n"
+    addStrict(syntax, strict);
+    syntax.footer("Exit code 10 if the stream is damaged, or the verdict on its run is a fault.\n"
                   "Example: orvtrace check run/.VX-trace/data/clean.bin");
 }
 
@@ -158,8 +163,8 @@ diagnosis::ByteReader CheckCommand::reader() const {
     return sectionReader(file, sections[section - 1]);
 }
 
-diagnosis::RecordingCheck CheckCommand::checked() const {
-    diagnosis::RecordingCheck result;
+diagnosis::FileCheck CheckCommand::checked() const {
+    diagnosis::FileCheck result;
     result.name = file;
     const diagnosis::ByteReader read = reader();
     const fs::path recording = toolkit::filePath(file);
@@ -246,7 +251,7 @@ void CheckCommand::writeSnapshot() {
         list.empty() ? "none" : list, toolkit::masked(snapshot));
 }
 
-void CheckCommand::writeOutputs(const diagnosis::RecordingCheck& recording) {
+void CheckCommand::writeOutputs(const diagnosis::FileCheck& recording) {
     if (payload.empty() && snapshot.empty()) {
         return;
     }
@@ -273,18 +278,35 @@ void CheckCommand::writeOutputs(const diagnosis::RecordingCheck& recording) {
     }
 }
 
+/// The verdict on the run that the recording belongs to, with this recording as the one that counts.
+diagnosis::RunVerdict CheckCommand::verdictOn(const diagnosis::FileCheck& recording) const {
+    diagnosis::DiagnosticSet set;
+    if (!recording.facts.source.empty()) {
+        set = diagnosis::readDiagnostics(toolkit::filePath(recording.facts.source));
+    }
+    if (!set.checks) {
+        set.checks.emplace();
+    }
+    set.checks->recordings.clear();
+    auto& judged = set.checks->recordings.emplace_back();
+    judged.stream = recording.check;
+    judged.samples = recording.check.samples;
+    judged.announcedSamples = recording.check.form.announcedSamples.value_or(judged.samples);
+    return diagnosis::judgeRun(set, diagnosis::diagnose(set));
+}
+
 toolkit::ExitCode CheckCommand::run() {
     requireOneReading();
     testOutputs();
-    const diagnosis::RecordingCheck recording = checked();
+    const diagnosis::FileCheck recording = checked();
     writeOutputs(recording);
-    const toolkit::ExitCode code = recording.check.verdict == diagnosis::StreamVerdict::Damaged
-                                       ? toolkit::ExitCode::FaultsFound
-                                       : toolkit::ExitCode::Done;
+    const diagnosis::RunVerdict verdict = verdictOn(recording);
+    const toolkit::ExitCode code = diagnosis::exitCodeOf(verdict, toolkit::ExitCode::Done, strict);
     if (json) {
         nlohmann::json out = diagnosis::recordingJson(recording);
         out["files"] = written;
         out["frames"] = framesJson;
+        out["runVerdict"] = diagnosis::verdictJson(verdict);
         out.update(toolkit::resultHead(code));
         toolkit::printText(toolkit::jsonText(out));
     } else {
@@ -293,6 +315,9 @@ toolkit::ExitCode CheckCommand::run() {
     std::cout << std::flush;
     for (const std::string& note : recording.facts.notes) {
         toolkit::printNotice(note);
+    }
+    if (!json) {
+        printVerdict(verdict);
     }
     return code;
 }

@@ -1,5 +1,7 @@
 #include "diagnosis/Diagnosis.h"
 #include "host/commands/Commands.h"
+#include "host/commands/Conclusion.h"
+#include "host/commands/SessionFlags.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
@@ -17,21 +19,31 @@ public:
 
     void setUp(Syntax& syntax) override {
         syntax.addArgument(place, "DIR|STEM", "Folder of a run, stem of its files, or one of them");
+        addStrict(syntax, strict);
     }
 
 protected:
-    toolkit::ExitCode print(const diagnosis::DiagnosticSet& set, nlohmann::json object, toolkit::ExitCode code,
-                            const std::string& text) const {
+    toolkit::ExitCode print(const diagnosis::DiagnosticSet& set, const diagnosis::Diagnosis& diagnosis,
+                            nlohmann::json object, toolkit::ExitCode otherwise, const std::string& text) const {
+        const diagnosis::RunVerdict verdict = diagnosis::judgeRun(set, diagnosis);
+        const bool fault = verdict.kind == diagnosis::RunVerdict::Kind::Fault;
+        const toolkit::ExitCode code =
+            diagnosis::exitCodeOf(verdict, fault ? toolkit::ExitCode::Done : otherwise, strict);
+        object["verdict"] = diagnosis::verdictJson(verdict);
         object.update(toolkit::resultHead(code));
         toolkit::printText(json ? toolkit::jsonText(object) : text);
         std::cout << std::flush;
         for (const std::string& trouble : set.troubles) {
             toolkit::printNotice(trouble + "; it was left out");
         }
+        if (!json) {
+            printVerdict(verdict);
+        }
         return code;
     }
 
     std::string place;
+    bool strict = false;
 };
 
 class DoctorCommand final : public DiagnosisCommand {
@@ -51,10 +63,9 @@ public:
         const diagnosis::Diagnosis diagnosis = diagnosis::diagnose(set);
         // Files without the calibration's end are too few to call a board sound.
         const bool enough = set.troubles.empty() && diagnosis.calibrated.has_value();
-        const toolkit::ExitCode code = diagnosis.hasFaults() ? toolkit::ExitCode::FaultsFound
-                                       : enough              ? toolkit::ExitCode::Done
-                                                             : toolkit::ExitCode::BadInput;
-        return print(set, diagnosis::diagnosisJson(set, diagnosis), code, diagnosis::diagnosisText(set, diagnosis));
+        return print(set, diagnosis, diagnosis::diagnosisJson(set, diagnosis),
+                     enough ? toolkit::ExitCode::Done : toolkit::ExitCode::BadInput,
+                     diagnosis::diagnosisText(set, diagnosis));
     }
 };
 
@@ -67,8 +78,8 @@ public:
         syntax.addOption("--out", out, "FILE",
                          "The page to write (NAME.report.html in the folder, or beside the files)");
         syntax.addFlag("--force", force, "Overwrite a page that exists");
-        syntax.footer("The page is one HTML file that needs nothing else. Exit code 3 if a damaged\n"
-                      "file was left out.\n"
+        syntax.footer("The page is one HTML file that needs nothing else. Exit code 10 if the verdict is\n"
+                      "a fault, otherwise 3 if a damaged file was left out.\n"
                       "Example: orvtrace report run");
     }
 
@@ -79,7 +90,7 @@ public:
             result.set.troubles.empty() ? toolkit::ExitCode::Done : toolkit::ExitCode::BadInput;
         nlohmann::json object = diagnosis::diagnosisJson(result.set, result.diagnosis);
         object["files"] = {{"report", result.file.string()}};
-        return print(result.set, object, code,
+        return print(result.set, result.diagnosis, object, code,
                      toolkit::masked(result.set.name) + ": " + result.diagnosis.headline + "\n" +
                          diagnosis::findingCount(result.diagnosis) + "\nreport " +
                          toolkit::masked(result.file.string()) + "\n");

@@ -201,7 +201,7 @@ toolkit::ExitCode RecordCommand::run() {
     checkSessionOptions(options.session);
     RecordResult result;
     return concluded(
-        result, [&] { RecordRun(options, result).run(); },
+        result, {json, options.session.strict}, [&] { RecordRun(options, result).run(); },
         [&] { return json ? toolkit::jsonText(recordJson(result)) : resultText(result, outputColumns()); });
 }
 

@@ -49,6 +49,11 @@ void addRunFlags(Syntax& syntax, SessionOptions& options) {
     syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)");
     syntax.addFlag("--force", options.force, "Overwrite outputs that exist");
     syntax.addFlag("--quiet", options.quiet, "No progress");
+    addStrict(syntax, options.strict);
+}
+
+void addStrict(Syntax& syntax, bool& strict) {
+    syntax.addFlag("--strict", strict, "Exit code 10 for the verdicts thin and unknown, too");
 }
 
 void checkSessionOptions(const SessionOptions& options) {

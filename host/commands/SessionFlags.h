@@ -15,8 +15,10 @@ void addCpu(Syntax& syntax, SessionOptions& options);
 /// --pins, as pinChoiceOf() reads it.
 void addPins(Syntax& syntax, std::string& pins);
 void addBuffer(Syntax& syntax, SessionOptions& options);
-/// --set, --out, --library, --force, --quiet.
+/// --set, --out, --library, --force, --quiet, --strict.
 void addRunFlags(Syntax& syntax, SessionOptions& options);
+
+void addStrict(Syntax& syntax, bool& strict);
 
 /// Checks combinations of options; throws Failure (Usage).
 void checkSessionOptions(const SessionOptions& options);

@@ -40,7 +40,7 @@ toolkit::ExitCode SoakCommand::run() {
     checkSessionOptions(options);
     SoakResult result;
     return concluded(
-        result, [&] { soak(options, length, result); },
+        result, {json, options.strict}, [&] { soak(options, length, result); },
         [&] { return json ? toolkit::jsonText(soakJson(result)) : soakText(result); });
 }
 

@@ -25,6 +25,9 @@ std::size_t errorOutputColumns();
 /// Columns of the terminal that the standard output is; unlimited for a file or pipe.
 std::size_t outputColumns();
 
+/// Whether the standard output is a terminal that shows colours.
+bool outputTakesColour();
+
 /// From here on the standard input is read as bytes. No effect where it always is.
 void readInputAsBytes();
 

@@ -29,6 +29,7 @@ struct SessionOptions {
     std::optional<bool> stopOnFull;  ///< nothing: as the settings say
     bool force = false;              ///< an earlier run in `out` may be removed
     bool quiet = false;
+    bool strict = false; ///< a verdict other than sound is no success
 };
 
 /// One channel from the command line to a calibrated receiver, in this order: checkInputs(), prepare(), open(),

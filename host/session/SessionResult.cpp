@@ -41,6 +41,7 @@ json sessionJson(const SessionResult& result) {
     }
     out["notes"] = result.notes;
     out["damaged"] = result.troubles;
+    out["verdict"] = result.verdict ? diagnosis::verdictJson(*result.verdict) : json();
     return out;
 }
 

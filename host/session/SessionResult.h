@@ -1,7 +1,9 @@
 #pragma once
 
 #include "diagnosis/files/CalFile.h"
+#include "diagnosis/files/ChecksFile.h"
 #include "diagnosis/files/RunLog.h"
+#include "diagnosis/verdict/RunVerdict.h"
 #include "host/session/RunProperties.h"
 #include "toolkit/ExitCode.h"
 
@@ -48,6 +50,9 @@ struct SessionResult {
     std::vector<AttemptResult> attempts;
     std::optional<diagnosis::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
+    diagnosis::RunChecks checks;                  ///< what the host has checked beyond the receiver
+    std::optional<diagnosis::RunVerdict> verdict; ///< when all has ended
+
     std::vector<NamedFile> files;
     std::string doctorTakes; ///< argument of `orvtrace doctor` and `report` for this run; empty before any calibration
     std::vector<std::string> notes;    ///< remarks on these results for the user
@@ -60,7 +65,7 @@ struct SessionResult {
 };
 
 /// The part that all sessions have for a script: the head of the object, "scenario", "properties",
-/// "files", "notes", "damaged".
+/// "files", "notes", "damaged", "verdict".
 nlohmann::json sessionJson(const SessionResult& result);
 
 } // namespace host

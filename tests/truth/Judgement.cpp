@@ -85,7 +85,7 @@ Position positionOf(std::span<const EyePosition> pins) {
 }
 
 Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder, std::uint64_t roundTrip,
-                          Judging judging) {
+                          Judging judging, const std::function<void()>& onFiles) {
     BenchRig rig(scenario, folder);
     rig.time.roundTrip = roundTrip;
     Verdict verdict;
@@ -95,6 +95,7 @@ Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem
     } catch (const Exception& e) {
         verdict.outcome = Outcome::refused;
         verdict.reason = e.detail();
+        onFiles();
         if (verdict.reason.empty() || rig.inside().control().state != Uncalibrated) {
             throw std::logic_error(scenario.name + " is refused without a reason, or not for good");
         }
@@ -103,6 +104,7 @@ Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem
     if (rig.inside().control().state != Calibrated || !rig.truth) {
         throw std::logic_error(scenario.name + " is calibrated without a recording, or not for good");
     }
+    onFiles();
     verdict.setting = rig.inside().clocking().frequencySetting;
     verdict.megahertz = rig.inside().clocking().exportFrequency / 1e6;
     verdict.description = describe(scenario, *rig.truth);
@@ -110,6 +112,7 @@ Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem
     std::vector<EyePosition> eyes;
     for (const bench::PinTruth& pin : rig.truth->pins) {
         eyes.push_back({pin.slot, pin.eye, pin.fractionMin, pin.fractionMax});
+        verdict.lanes.push_back({pin.slot, pin.errorRate});
     }
     verdict.position = positionOf(eyes);
     // The eyes are those of the worst content. They can be so small that their middle is no margin by itself.

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -42,6 +43,12 @@ struct EyePosition {
 };
 Position positionOf(std::span<const EyePosition> pins);
 
+/// What the bench knows of a lane, the one with the top bit first.
+struct LaneTruth {
+    std::int64_t slot = 0;
+    double errorRate = 0.0; ///< of a bit that differs from its neighbours
+};
+
 struct Verdict {
     Outcome outcome = Outcome::wrong;
     Position position;      ///< unless refused
@@ -51,6 +58,7 @@ struct Verdict {
     std::string description; ///< the wiring, and the truth about each pin
     /// For each data pin after the first: the skew that the delays correct, less the wiring's, in samples.
     std::vector<double> skewErrors;
+    std::vector<LaneTruth> lanes; ///< unless refused
 };
 
 /// The recording that decides about a thin calibration, and what else a right one needs.
@@ -59,11 +67,12 @@ enum class Judging {
     ByTrace,   ///< trace, whose edges can be worse; a right one has no content with a wrong bit either
 };
 
-/// Calibrates a channel over the bench's unit in this process and judges it. The diagnostic files remain in `folder`,
-/// with the stem "trace". `roundTrip` is the duration of a request to the unit in nanoseconds; another value selects
+/// Calibrates a channel over the bench's unit in this process and judges it. The diagnostic files are in `folder`, with
+/// the stem "trace", while `onFiles` runs: when the calibration has ended. `roundTrip` is the duration of a request to the unit in nanoseconds; another value selects
 /// other samples, with other noise.
 /// @throws std::logic_error when a refusal has no reason or leaves the channel in another state than reported.
-Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem::path& folder,
-                          std::uint64_t roundTrip = 20000, Judging judging = Judging::ByPattern);
+Verdict calibrateAndJudge(
+    const bench::Scenario& scenario, const std::filesystem::path& folder, std::uint64_t roundTrip = 20000,
+    Judging judging = Judging::ByPattern, const std::function<void()>& onFiles = [] {});
 
 } // namespace truth

@@ -105,6 +105,11 @@ std::size_t outputColumns() {
     return columnsOf(STDOUT_FILENO, std::numeric_limits<std::size_t>::max());
 }
 
+bool outputTakesColour() {
+    const std::string terminal = getEnvironment("TERM");
+    return isatty(STDOUT_FILENO) != 0 && !terminal.empty() && terminal != "dumb";
+}
+
 void readInputAsBytes() {}
 
 void watchInterrupts() {

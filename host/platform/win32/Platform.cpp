@@ -120,6 +120,13 @@ std::size_t outputColumns() {
     return columnsOf(STD_OUTPUT_HANDLE, std::numeric_limits<std::size_t>::max());
 }
 
+bool outputTakesColour() {
+    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(console, &mode) != FALSE &&
+           SetConsoleMode(console, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
 void readInputAsBytes() {
     _setmode(_fileno(stdin), _O_BINARY);
 }

@@ -1,0 +1,146 @@
+#include "diagnosis/analysis/LaneMargins.h"
+
+#include "diagnosis/analysis/BurstAnalysis.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace diagnosis {
+
+namespace {
+
+constexpr std::size_t fewestOfAKind = 8;
+
+/// Mean and variance of distances that are added one by one.
+class Spread {
+public:
+    void add(double value) {
+        ++number;
+        const double step = value - average;
+        average += step / static_cast<double>(number);
+        squares += step * (value - average);
+    }
+    std::size_t count() const { return number; }
+    double mean() const { return average; }
+    double sumOfSquares() const { return squares; }
+    double variance() const { return number > 1 ? squares / static_cast<double>(number - 1) : 0.0; }
+
+private:
+    std::size_t number = 0;
+    double average = 0.0;
+    double squares = 0.0;
+};
+
+/// Where the clock's falling edges are relative to the middle between two rising ones, and half of its period.
+struct ClockShape {
+    double half = 0.0;
+    double fallLate = 0.0;
+};
+
+std::optional<ClockShape> shapeOf(const std::vector<Edge>& clock) {
+    Spread high;
+    Spread low;
+    for (std::size_t i = 0; i + 1 < clock.size(); ++i) {
+        (clock[i].rise ? high : low).add(static_cast<double>(clock[i + 1].at - clock[i].at));
+    }
+    if (high.count() < fewestOfAKind || low.count() < fewestOfAKind) {
+        return std::nullopt;
+    }
+    return ClockShape{(high.mean() + low.mean()) / 2.0, (high.mean() - low.mean()) / 2.0};
+}
+
+/// Distances of one direction of a pin's changes from the clock edge before them, apart for rising and falling ones.
+struct Direction {
+    std::array<Spread, 2> after{}; ///< of falling and rising clock edges
+    /// Relative to a rising clock edge in the nominal place.
+    std::optional<double> place(const ClockShape& clock) const {
+        const auto count = static_cast<double>(after[0].count() + after[1].count());
+        if (count < static_cast<double>(fewestOfAKind)) {
+            return std::nullopt;
+        }
+        const double sum = after[1].mean() * static_cast<double>(after[1].count()) +
+                           (after[0].mean() + clock.fallLate) * static_cast<double>(after[0].count());
+        return sum / count;
+    }
+};
+
+/// The variance that rounding adds to a distance whose jitter around the mean is this much.
+double roundingVariance(double mean, double jitter) {
+    // The mean of f (1 - f) for the fraction f of a normal value: the first term of its Fourier series suffices.
+    const double wave = std::cos(2.0 * std::numbers::pi * mean) *
+                        std::exp(-2.0 * std::numbers::pi * std::numbers::pi * jitter * jitter);
+    return std::max(0.0, 1.0 / 6.0 - wave / (std::numbers::pi * std::numbers::pi));
+}
+
+} // namespace
+
+double deviationsAt(double probability) {
+    double low = 0.0;
+    double high = 40.0;
+    for (int step = 0; step < 60; ++step) {
+        const double middle = (low + high) / 2.0;
+        const bool above = 0.5 * std::erfc(middle / std::numbers::sqrt2) > probability;
+        (above ? low : high) = middle;
+    }
+    return (low + high) / 2.0;
+}
+
+double jitterOf(double mean, double variance) {
+    double low = 0.0;
+    double high = std::sqrt(variance);
+    for (int step = 0; step < 40; ++step) {
+        const double middle = (low + high) / 2.0;
+        (middle * middle + roundingVariance(mean, middle) < variance ? low : high) = middle;
+    }
+    return (low + high) / 2.0;
+}
+
+std::optional<LaneMargins> measureLane(const Burst& burst, std::size_t proc) {
+    const std::vector<Edge> clock = edgesOf(burst.pins[0].levels, burstStart);
+    const auto shape = shapeOf(clock);
+    if (!shape) {
+        return std::nullopt;
+    }
+    std::array<Direction, 2> directions{}; // falls and rises
+    std::size_t next = 0;
+    LaneMargins lane;
+    for (const Edge& edge : edgesOf(burst.pins[proc].levels, burstStart)) {
+        while (next < clock.size() && clock[next].at <= edge.at) {
+            ++next;
+        }
+        if (next == 0 || next == clock.size()) {
+            continue;
+        }
+        const Edge& before = clock[next - 1];
+        directions[edge.rise ? 1 : 0].after[before.rise ? 1 : 0].add(static_cast<double>(edge.at - before.at));
+        ++lane.changes;
+    }
+    const auto fall = directions[0].place(*shape);
+    const auto rise = directions[1].place(*shape);
+    if (!fall || !rise) {
+        return std::nullopt;
+    }
+    lane.bit = shape->half;
+    // The sample at the clock edge itself still has to show the bit.
+    lane.hold = std::min(*rise, *fall) - std::max(0.0, shape->fallLate) - 1.0;
+    lane.setup = shape->half + std::min(0.0, shape->fallLate) - std::max(*rise, *fall);
+    for (const Direction& direction : directions) {
+        for (const Spread& kind : direction.after) {
+            if (kind.count() < fewestOfAKind) {
+                continue;
+            }
+            const auto count = static_cast<double>(kind.count() - 1);
+            const double error = 1.645 * std::sqrt(2.0 / count);
+            lane.jitter = std::max(lane.jitter, jitterOf(kind.mean(), kind.variance()));
+            lane.mostJitter = std::max(lane.mostJitter, jitterOf(kind.mean(), kind.variance() * (1.0 + error)));
+            lane.leastJitter =
+                std::max(lane.leastJitter, jitterOf(kind.mean(), kind.variance() * std::max(0.0, 1.0 - error)));
+        }
+    }
+    return lane;
+}
+
+} // namespace diagnosis

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "diagnosis/verdict/RunVerdict.h"
+
+// The rules of the verdict, by what they look at. Each fills its part.
+
+namespace diagnosis::verdict_rules {
+
+/// What speaks for each kind of verdict, and what the verdict shows.
+struct Judgement {
+    const DiagnosticSet& set;
+    const Diagnosis& diagnosis;
+    std::vector<RunVerdict::Reason> faults{};
+    std::vector<RunVerdict::Reason> unknowns{};
+    std::vector<RunVerdict::Reason> thins{};
+    RunVerdict verdict{};
+
+    /// The attempt that the run works with, or the last one; null without one.
+    const FileGroup* attempt() const { return set.attempts.empty() ? nullptr : &set.attempts.back(); }
+    void show(const char* name, bool isThere, std::string text) {
+        verdict.evidence.push_back({name, isThere, std::move(text)});
+    }
+};
+
+/// Calibration: the doctor's findings, files that are missing or damaged.
+void judgeCalibration(Judgement& judged);
+/// Margins of the kept setting, and the jitter that they have to hold against.
+void judgeMargins(Judgement& judged);
+/// Comparisons with known words: those of the host, and the receiver's own verification.
+void judgeWords(Judgement& judged);
+/// Recordings of trace.
+void judgeRecordings(Judgement& judged);
+/// How the run itself ended.
+void judgeEnd(Judgement& judged);
+
+/// The error rate that the run was to show, errors per bit.
+double askedErrorRate(const DiagnosticSet& set);
+
+} // namespace diagnosis::verdict_rules

@@ -1,0 +1,124 @@
+#include "tests/truth/VerdictTable.h"
+
+#include "bench/signal/Random.h"
+#include "diagnosis/doctor/Diagnosis.h"
+#include "tests/support/scratch/TemporaryFolder.h"
+#include "toolkit/ExitCode.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+namespace truth {
+
+namespace {
+
+using Kind = diagnosis::RunVerdict::Kind;
+
+constexpr double shareOfKindBoard = 1.0 / 2.0;
+constexpr double shareOfUnkindBoard = 1.0 / 128.0;
+constexpr double exactlyDrawn = 30.0;       ///< above it a Poisson value is its mean, for this purpose
+constexpr std::uint64_t draws = 0x76657264; ///< apart from the draws of the wirings
+
+std::uint64_t poissonOf(double mean, double uniform) {
+    if (mean > exactlyDrawn) {
+        return static_cast<std::uint64_t>(mean + 0.5);
+    }
+    double chance = std::exp(-mean);
+    double below = chance;
+    std::uint64_t value = 0;
+    while (uniform >= below && value < 1000) {
+        ++value;
+        chance *= mean / static_cast<double>(value);
+        below += chance;
+    }
+    return value;
+}
+
+bool isOdd(Outcome known, Kind said) {
+    switch (known) {
+    case Outcome::right:
+        return said == Kind::Fault || said == Kind::Unknown;
+    case Outcome::thin:
+        return said == Kind::Unknown;
+    case Outcome::wrong:
+        return said == Kind::Sound;
+    case Outcome::refused:
+        return said != Kind::Fault;
+    }
+    return true;
+}
+
+} // namespace
+
+diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const std::vector<LaneTruth>& lanes, const Board& board) {
+    diagnosis::WordCheck check;
+    check.pattern = "lfsr";
+    check.askedErrorRate = diagnosis::usualErrorRate;
+    check.bits = comparedBits;
+    const double bits = static_cast<double>(comparedBits) / static_cast<double>(lanes.size());
+    const double share = board.unkind() ? shareOfUnkindBoard : shareOfKindBoard;
+    for (std::size_t i = 0; i < lanes.size(); ++i) {
+        const bool astray = lanes[i].slot != lanes.front().slot;
+        const double mean = bits * (astray ? 0.5 : std::min(0.5, share * lanes[i].errorRate));
+        diagnosis::LaneErrors errors;
+        errors.lane = static_cast<unsigned>(i);
+        errors.errors = poissonOf(mean, bench::uniformOf(seed ^ draws, i));
+        check.errors += errors.errors;
+        check.lanes.push_back(errors);
+    }
+    return check;
+}
+
+diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& known,
+                                const std::optional<diagnosis::WordCheck>& words) {
+    set.checks.emplace();
+    if (known.outcome == Outcome::refused) {
+        set.checks->code = toolkit::ExitCode::CalibrationRefused;
+        set.checks->failure = known.reason;
+    } else if (words) {
+        set.checks->words.push_back(*words);
+    }
+    return diagnosis::judgeRun(set, diagnosis::diagnose(set));
+}
+
+void VerdictTable::add(std::uint64_t seed, const Verdict& known, const diagnosis::RunVerdict& said) {
+    ++counts.at(static_cast<std::size_t>(known.outcome)).at(static_cast<std::size_t>(said.kind));
+    if (isOdd(known.outcome, said.kind)) {
+        odd.push_back(std::string(nameOf(known.outcome)) + " and " + verdictName(said.kind) + ": seed " +
+                      std::to_string(seed) + ": " + verdictLine(said) + "; " + known.reason + "; " + known.description);
+    }
+}
+
+std::string VerdictTable::text() const {
+    std::string out = "| the bench knows | sound |  thin | fault | unknown |\n"
+                      "|-----------------|-------|-------|-------|---------|\n";
+    for (const Outcome known : {Outcome::right, Outcome::thin, Outcome::refused, Outcome::wrong}) {
+        char line[120];
+        std::snprintf(line, sizeof line, "| %-15s | %5u | %5u | %5u | %7u |\n", nameOf(known),
+                      count(known, Kind::Sound), count(known, Kind::Thin), count(known, Kind::Fault),
+                      count(known, Kind::Unknown));
+        out += line;
+    }
+    return out;
+}
+
+VerdictTable judgeVerdicts(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board) {
+    VerdictTable table;
+    for (std::uint64_t seed = firstSeed; seed < firstSeed + count; ++seed) {
+        const test_support::TemporaryFolder folder;
+        diagnosis::DiagnosticSet set;
+        const Verdict known = calibrateAndJudge(drawScenario(seed, kind, board), folder.path, 20000,
+                                                board.unkind() ? Judging::ByTrace : Judging::ByPattern,
+                                                [&] { set = diagnosis::readDiagnostics(folder.path); });
+        std::optional<diagnosis::WordCheck> words;
+        if (known.outcome != Outcome::refused) {
+            words = drawWordCheck(seed, known.lanes, board);
+        }
+        table.add(seed, known, verdictOn(std::move(set), known, words));
+    }
+    return table;
+}
+
+} // namespace truth

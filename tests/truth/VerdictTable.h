@@ -1,0 +1,55 @@
+#pragma once
+
+#include "diagnosis/verdict/RunVerdict.h"
+#include "tests/truth/Judgement.h"
+#include "tests/truth/Wirings.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+// The verdict on a run, held against what the bench knows about its wiring.
+//
+// The run's files are those of the calibration. Its comparison with known words is not made but drawn, since the 3e9 bits
+// that exclude one error in 1e9 would take longer than all the rest: the number of wrong bits of a lane is a Poisson
+// value whose mean is
+//
+//     bits of the lane * share * errorRate
+//
+// with the bench's closed form of the error rate, that of a bit that differs from its neighbours. `share` is the part of
+// random bits that it holds for: a half on a kind board. On an unkind one the rate is that of the worst content, a lane
+// that changes after a long run while both neighbours change the other way: one bit in 128. A lane in another slot than
+// most has half of its bits wrong.
+
+namespace truth {
+
+/// Bits that are compared in a run: without an error they exclude 1e-9 with 95 % confidence.
+inline constexpr std::uint64_t comparedBits = 3'000'000'000;
+
+/// The comparison of a run that was calibrated. The same for the same seed.
+diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const std::vector<LaneTruth>& lanes, const Board& board);
+
+/// The verdict on a run: its files, the comparison, the receiver's failure.
+diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& known,
+                                const std::optional<diagnosis::WordCheck>& words);
+
+/// How many runs have which verdict.
+class VerdictTable {
+public:
+    void add(std::uint64_t seed, const Verdict& known, const diagnosis::RunVerdict& said);
+    unsigned count(Outcome known, diagnosis::RunVerdict::Kind said) const {
+        return counts.at(static_cast<std::size_t>(known)).at(static_cast<std::size_t>(said));
+    }
+    /// The table.
+    std::string text() const;
+    /// Runs of which the verdict says too much or too little, one line each.
+    std::vector<std::string> odd;
+
+private:
+    std::array<std::array<unsigned, 4>, 4> counts{};
+};
+
+/// Calibrates and judges consecutive seeds.
+VerdictTable judgeVerdicts(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board);
+
+} // namespace truth
