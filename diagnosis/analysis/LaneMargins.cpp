@@ -13,6 +13,7 @@ namespace diagnosis {
 namespace {
 
 constexpr std::size_t fewestOfAKind = 8;
+constexpr double oneSided95 = 1.645;
 
 /// Mean and variance of distances that are added one by one.
 class Spread {
@@ -75,6 +76,58 @@ double roundingVariance(double mean, double jitter) {
     return std::max(0.0, 1.0 / 6.0 - wave / (std::numbers::pi * std::numbers::pi));
 }
 
+/// Changes of the same kind: direction of the data and of the clock edge before them.
+struct Kinds {
+    std::vector<Spread> all;
+    double count = 0.0;
+    double variance = 0.0; ///< around the mean of each kind
+};
+
+Kinds kindsOf(const std::array<Direction, 2>& directions) {
+    Kinds kinds;
+    double squares = 0.0;
+    for (const Direction& direction : directions) {
+        for (const Spread& kind : direction.after) {
+            if (kind.count() >= fewestOfAKind) {
+                kinds.all.push_back(kind);
+                kinds.count += static_cast<double>(kind.count() - 1);
+                squares += kind.sumOfSquares();
+            }
+        }
+    }
+    kinds.variance = kinds.count > 0.0 ? squares / kinds.count : 0.0;
+    return kinds;
+}
+
+/// The jitter that makes positions vary that much in all when they are rounded to samples.
+double jitterOf(const Kinds& kinds, double variance) {
+    const auto expected = [&](double jitter) {
+        double rounding = 0.0;
+        for (const Spread& kind : kinds.all) {
+            rounding += roundingVariance(kind.mean(), jitter) * static_cast<double>(kind.count() - 1) / kinds.count;
+        }
+        return jitter * jitter + rounding;
+    };
+    double low = 0.0;
+    double high = std::sqrt(variance);
+    for (int step = 0; step < 40; ++step) {
+        const double middle = (low + high) / 2.0;
+        (expected(middle) < variance ? low : high) = middle;
+    }
+    return (low + high) / 2.0;
+}
+
+void addJitter(LaneMargins& lane, const std::array<Direction, 2>& directions) {
+    const Kinds kinds = kindsOf(directions);
+    if (kinds.all.empty()) {
+        return;
+    }
+    const double error = oneSided95 * std::sqrt(2.0 / kinds.count);
+    lane.jitter = jitterOf(kinds, kinds.variance);
+    lane.mostJitter = jitterOf(kinds, kinds.variance * (1.0 + error));
+    lane.leastJitter = jitterOf(kinds, kinds.variance * std::max(0.0, 1.0 - error));
+}
+
 } // namespace
 
 double deviationsAt(double probability) {
@@ -84,16 +137,6 @@ double deviationsAt(double probability) {
         const double middle = (low + high) / 2.0;
         const bool above = 0.5 * std::erfc(middle / std::numbers::sqrt2) > probability;
         (above ? low : high) = middle;
-    }
-    return (low + high) / 2.0;
-}
-
-double jitterOf(double mean, double variance) {
-    double low = 0.0;
-    double high = std::sqrt(variance);
-    for (int step = 0; step < 40; ++step) {
-        const double middle = (low + high) / 2.0;
-        (middle * middle + roundingVariance(mean, middle) < variance ? low : high) = middle;
     }
     return (low + high) / 2.0;
 }
@@ -127,19 +170,7 @@ std::optional<LaneMargins> measureLane(const Burst& burst, std::size_t proc) {
     // The sample at the clock edge itself still has to show the bit.
     lane.hold = std::min(*rise, *fall) - std::max(0.0, shape->fallLate) - 1.0;
     lane.setup = shape->half + std::min(0.0, shape->fallLate) - std::max(*rise, *fall);
-    for (const Direction& direction : directions) {
-        for (const Spread& kind : direction.after) {
-            if (kind.count() < fewestOfAKind) {
-                continue;
-            }
-            const auto count = static_cast<double>(kind.count() - 1);
-            const double error = 1.645 * std::sqrt(2.0 / count);
-            lane.jitter = std::max(lane.jitter, jitterOf(kind.mean(), kind.variance()));
-            lane.mostJitter = std::max(lane.mostJitter, jitterOf(kind.mean(), kind.variance() * (1.0 + error)));
-            lane.leastJitter =
-                std::max(lane.leastJitter, jitterOf(kind.mean(), kind.variance() * std::max(0.0, 1.0 - error)));
-        }
-    }
+    addJitter(lane, directions);
     return lane;
 }
 

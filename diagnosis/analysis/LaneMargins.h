@@ -29,7 +29,4 @@ std::optional<LaneMargins> measureLane(const Burst& burst, std::size_t proc);
 /// How many standard deviations a normal value exceeds with this probability, which is above 0 and at most a half.
 double deviationsAt(double probability);
 
-/// The jitter that makes positions with this mean, rounded to samples at random, vary as much as that.
-double jitterOf(double mean, double variance);
-
 } // namespace diagnosis

@@ -150,7 +150,7 @@ public:
         checkSessionOptions(options.session);
         RecordResult result;
         return concluded(
-            result, [&] { RecordRun(options, result).run(); },
+            result, {json, options.session.strict}, [&] { RecordRun(options, result).run(); },
             [&] { return json ? toolkit::jsonText(calibrationJson(result)) : attemptsText(result, outputColumns()); });
     }
 

@@ -6,6 +6,7 @@
 #include "toolkit/ExitCode.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <utility>
@@ -36,15 +37,19 @@ std::uint64_t poissonOf(double mean, double uniform) {
     return value;
 }
 
-bool isOdd(Outcome known, Kind said) {
+constexpr std::array names{"right", "unsafe", "thin", "refused", "wrong"};
+
+bool isOdd(Knowledge known, Kind said) {
     switch (known) {
-    case Outcome::right:
+    case Knowledge::right:
         return said == Kind::Fault || said == Kind::Unknown;
-    case Outcome::thin:
+    case Knowledge::unsafe:
+        return said == Kind::Sound || said == Kind::Unknown;
+    case Knowledge::thin:
         return said == Kind::Unknown;
-    case Outcome::wrong:
+    case Knowledge::wrong:
         return said == Kind::Sound;
-    case Outcome::refused:
+    case Knowledge::refused:
         return said != Kind::Fault;
     }
     return true;
@@ -83,22 +88,40 @@ diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& kno
     return diagnosis::judgeRun(set, diagnosis::diagnose(set));
 }
 
+Knowledge knowledgeOf(const Verdict& known) {
+    const bool safe = std::ranges::all_of(
+        known.lanes, [](const LaneTruth& lane) { return lane.errorRate < diagnosis::usualErrorRate; });
+    switch (known.outcome) {
+    case Outcome::right:
+        return safe ? Knowledge::right : Knowledge::unsafe;
+    case Outcome::thin:
+        return safe ? Knowledge::thin : Knowledge::unsafe;
+    case Outcome::refused:
+        return Knowledge::refused;
+    case Outcome::wrong:
+        break;
+    }
+    return Knowledge::wrong;
+}
+
 void VerdictTable::add(std::uint64_t seed, const Verdict& known, const diagnosis::RunVerdict& said) {
-    ++counts.at(static_cast<std::size_t>(known.outcome)).at(static_cast<std::size_t>(said.kind));
-    if (isOdd(known.outcome, said.kind)) {
-        odd.push_back(std::string(nameOf(known.outcome)) + " and " + verdictName(said.kind) + ": seed " +
-                      std::to_string(seed) + ": " + verdictLine(said) + "; " + known.reason + "; " + known.description);
+    const Knowledge knowledge = knowledgeOf(known);
+    ++counts.at(static_cast<std::size_t>(knowledge)).at(static_cast<std::size_t>(said.kind));
+    if (isOdd(knowledge, said.kind)) {
+        odd.push_back(std::string(names.at(static_cast<std::size_t>(knowledge))) + " and " + verdictName(said.kind) +
+                      ": seed " + std::to_string(seed) + ": " + verdictLine(said) + "; " + known.reason + "; " +
+                      known.description);
     }
 }
 
 std::string VerdictTable::text() const {
     std::string out = "| the bench knows | sound |  thin | fault | unknown |\n"
                       "|-----------------|-------|-------|-------|---------|\n";
-    for (const Outcome known : {Outcome::right, Outcome::thin, Outcome::refused, Outcome::wrong}) {
+    for (std::size_t row = 0; row < counts.size(); ++row) {
+        const auto said = [&](Kind kind) { return counts.at(row).at(static_cast<std::size_t>(kind)); };
         char line[120];
-        std::snprintf(line, sizeof line, "| %-15s | %5u | %5u | %5u | %7u |\n", nameOf(known),
-                      count(known, Kind::Sound), count(known, Kind::Thin), count(known, Kind::Fault),
-                      count(known, Kind::Unknown));
+        std::snprintf(line, sizeof line, "| %-15s | %5u | %5u | %5u | %7u |\n", names.at(row), said(Kind::Sound),
+                      said(Kind::Thin), said(Kind::Fault), said(Kind::Unknown));
         out += line;
     }
     return out;

@@ -33,11 +33,22 @@ diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const std::vector<LaneTru
 diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& known,
                                 const std::optional<diagnosis::WordCheck>& words);
 
+/// What the bench knows of a run. A calibration whose clock edges are well inside all eyes is right, whatever the jitter
+/// is: here it has to be good for 1e-9, too.
+enum class Knowledge {
+    right,
+    unsafe, ///< by its position right or thin, but a lane has more than one wrong bit in 1e9
+    thin,
+    refused,
+    wrong,
+};
+Knowledge knowledgeOf(const Verdict& known);
+
 /// How many runs have which verdict.
 class VerdictTable {
 public:
     void add(std::uint64_t seed, const Verdict& known, const diagnosis::RunVerdict& said);
-    unsigned count(Outcome known, diagnosis::RunVerdict::Kind said) const {
+    unsigned count(Knowledge known, diagnosis::RunVerdict::Kind said) const {
         return counts.at(static_cast<std::size_t>(known)).at(static_cast<std::size_t>(said));
     }
     /// The table.
@@ -46,7 +57,7 @@ public:
     std::vector<std::string> odd;
 
 private:
-    std::array<std::array<unsigned, 4>, 4> counts{};
+    std::array<std::array<unsigned, 4>, 5> counts{};
 };
 
 /// Calibrates and judges consecutive seeds.
