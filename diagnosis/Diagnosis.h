@@ -17,7 +17,7 @@
 //     diagnosis::writeReport("run", "run/board.report.html", false);   // the page
 //     diagnosis::writeVcd(out, burst, diagnosis::partOf(burst, 0, 0, {})); // a burst; also writeCsv, writeSvg
 //
-//     const diagnosis::RecordingCheck recording = diagnosis::checkRecording("run/.VX-trace/data/board.bin");
+//     const diagnosis::FileCheck recording = diagnosis::checkRecording("run/.VX-trace/data/board.bin");
 //     std::cout << diagnosis::recordingText(recording);                // does the stream hold together, and where not
 //
 // Single files are read by readBurst, readCalFile, readRegisters, readVerification and readProperties.

@@ -2,6 +2,7 @@
 
 #include "diagnosis/files/BurstFile.h"
 #include "diagnosis/files/CalFile.h"
+#include "diagnosis/files/ChecksFile.h"
 #include "diagnosis/files/PropertiesFile.h"
 #include "diagnosis/files/RegisterFile.h"
 #include "diagnosis/files/RunLog.h"
@@ -39,6 +40,7 @@ struct DiagnosticSet {
     std::optional<PropertiesFile> properties;
     std::optional<std::string> pinMap; ///< of the last calibration that succeeded, ".cache"
     std::optional<std::uintmax_t> recordedBytes;
+    std::optional<RunChecks> checks;   ///< what the host has checked of the run, ".checks.json"
     std::vector<std::string> files;    ///< names of all that were found, sorted
     std::vector<std::string> troubles; ///< files that could not be read: "FILE:LINE: WHAT"
 

@@ -29,7 +29,7 @@ StreamFacts factsBeside(const std::filesystem::path& recording);
 /// `given` where it says something, `known` elsewhere.
 StreamForm merged(const StreamForm& given, const StreamForm& known);
 
-struct RecordingCheck {
+struct FileCheck {
     std::string name; ///< of the file
     StreamFacts facts;
     StreamCheck check;
@@ -37,18 +37,18 @@ struct RecordingCheck {
 
 /// One call for a file of samples: reads what the run says, and checks the stream. `run` may be empty: the files beside the
 /// recording count. What `given` says wins. Throws Failure (BadInput) when the file cannot be read.
-RecordingCheck checkRecording(const std::filesystem::path& recording, const std::filesystem::path& run = {},
+FileCheck checkRecording(const std::filesystem::path& recording, const std::filesystem::path& run = {},
                               const StreamForm& given = {});
 
 /// The bytes of a file. Throws Failure (BadInput) when it cannot be read.
 ByteReader fileReader(const std::filesystem::path& file);
 
 /// One screen for a person.
-std::string recordingText(const RecordingCheck& recording);
+std::string recordingText(const FileCheck& recording);
 /// Such as "sound: ...", one line without its end.
-std::string recordingVerdict(const RecordingCheck& recording);
+std::string recordingVerdict(const FileCheck& recording);
 
 /// The same for a script, without "schema" and what comes with it.
-nlohmann::json recordingJson(const RecordingCheck& recording);
+nlohmann::json recordingJson(const FileCheck& recording);
 
 } // namespace diagnosis

@@ -54,7 +54,7 @@ std::string damageText(const Damage& damage) {
     return fmt::format("the stream ends here, {} missing or left over", toolkit::countText(damage.amount, "byte"));
 }
 
-std::string formText(const RecordingCheck& recording) {
+std::string formText(const FileCheck& recording) {
     const StreamForm& form = recording.check.form;
     std::string text =
         form.mode == StreamMode::Unknown ? "export kind not known" : std::string(streamModeName(form.mode));
@@ -106,7 +106,7 @@ nlohmann::json damageJson(const Damage& damage) {
 
 } // namespace
 
-std::string recordingVerdict(const RecordingCheck& recording) {
+std::string recordingVerdict(const FileCheck& recording) {
     const StreamCheck& check = recording.check;
     switch (check.verdict) {
     case StreamVerdict::Sound:
@@ -120,7 +120,7 @@ std::string recordingVerdict(const RecordingCheck& recording) {
     return "unknown: " + check.reason;
 }
 
-std::string recordingText(const RecordingCheck& recording) {
+std::string recordingText(const FileCheck& recording) {
     const StreamCheck& check = recording.check;
     std::string text = toolkit::masked(recording.name) + ": " + formText(recording) + "\n";
     text += recordingVerdict(recording) + "\n";
@@ -138,7 +138,7 @@ std::string recordingText(const RecordingCheck& recording) {
     return text;
 }
 
-nlohmann::json recordingJson(const RecordingCheck& recording) {
+nlohmann::json recordingJson(const FileCheck& recording) {
     const StreamCheck& check = recording.check;
     nlohmann::json out;
     out["file"] = recording.name;

@@ -51,10 +51,10 @@ public:
 private:
     diagnosis::StreamForm given() const;
     diagnosis::ByteReader reader() const;
-    diagnosis::RecordingCheck checked() const;
+    diagnosis::FileCheck checked() const;
     void requireOneReading() const;
     void testOutputs();
-    void writeOutputs(const diagnosis::RecordingCheck& recording);
+    void writeOutputs(const diagnosis::FileCheck& recording);
     void writeSnapshot();
     fs::path snapshotFile(const std::string& part) const { return toolkit::filePath(snapshot) / part; }
 
@@ -158,8 +158,8 @@ diagnosis::ByteReader CheckCommand::reader() const {
     return sectionReader(file, sections[section - 1]);
 }
 
-diagnosis::RecordingCheck CheckCommand::checked() const {
-    diagnosis::RecordingCheck result;
+diagnosis::FileCheck CheckCommand::checked() const {
+    diagnosis::FileCheck result;
     result.name = file;
     const diagnosis::ByteReader read = reader();
     const fs::path recording = toolkit::filePath(file);
@@ -246,7 +246,7 @@ void CheckCommand::writeSnapshot() {
         list.empty() ? "none" : list, toolkit::masked(snapshot));
 }
 
-void CheckCommand::writeOutputs(const diagnosis::RecordingCheck& recording) {
+void CheckCommand::writeOutputs(const diagnosis::FileCheck& recording) {
     if (payload.empty() && snapshot.empty()) {
         return;
     }
@@ -276,7 +276,7 @@ void CheckCommand::writeOutputs(const diagnosis::RecordingCheck& recording) {
 toolkit::ExitCode CheckCommand::run() {
     requireOneReading();
     testOutputs();
-    const diagnosis::RecordingCheck recording = checked();
+    const diagnosis::FileCheck recording = checked();
     writeOutputs(recording);
     const toolkit::ExitCode code = recording.check.verdict == diagnosis::StreamVerdict::Damaged
                                        ? toolkit::ExitCode::FaultsFound

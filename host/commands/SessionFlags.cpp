@@ -34,6 +34,10 @@ void addBuffer(Syntax& syntax, SessionOptions& options) {
         });
 }
 
+Option addErrorRate(Syntax& syntax, double& rate) {
+    return syntax.addNumber("--error-rate", rate, "RATE", 1e-13, 1e-3, "Wrong bits per bit to exclude (1e-8)");
+}
+
 void addRunFlags(Syntax& syntax, SessionOptions& options) {
     syntax.addOption("--out", options.out, "DIR", "Folder of the run (a new one, orvtrace-NAME)");
     syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)");

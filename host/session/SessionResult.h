@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/files/CalFile.h"
+#include "diagnosis/files/ChecksFile.h"
 #include "diagnosis/files/RunLog.h"
 #include "toolkit/ExitCode.h"
 
@@ -45,6 +46,9 @@ struct SessionResult {
     diagnosis::RunLog log;                    ///< from the log or, without one, from the files
     std::vector<AttemptResult> attempts;
     std::optional<diagnosis::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
+
+    /// Beyond the receiver's own checks. Its code and failure are set when the work is done.
+    diagnosis::RunChecks checks;
 
     std::vector<NamedFile> files;
     std::string doctorTakes; ///< argument of `orvtrace doctor` and `report` for this run; empty before any calibration

@@ -11,7 +11,7 @@
 
 namespace {
 
-using diagnosis::RecordingCheck;
+using diagnosis::FileCheck;
 using diagnosis::StreamMode;
 using diagnosis::StreamVerdict;
 using testing::HasSubstr;
@@ -34,12 +34,12 @@ std::string logOf(const std::string& uploaded) {
            uploaded + " total\n";
 }
 
-TEST(RecordingCheck, TheFilesBesideItSayWhatItIs) {
+TEST(FileCheck, TheFilesBesideItSayWhatItIs) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);
     folder.write("run.bin", rampPackets(32));
     folder.write("vx_trace_log_1.txt", logOf("16384"));
-    const RecordingCheck recording = diagnosis::checkRecording(folder.path / "run.bin");
+    const FileCheck recording = diagnosis::checkRecording(folder.path / "run.bin");
     EXPECT_EQ(recording.check.form.mode, StreamMode::Pti);
     EXPECT_EQ(recording.check.form.lanes, 2U);
     EXPECT_EQ(recording.check.form.clockHertz, 5e7);
@@ -48,29 +48,43 @@ TEST(RecordingCheck, TheFilesBesideItSayWhatItIs) {
     EXPECT_THAT(recording.facts.source, HasSubstr("run"));
 }
 
-TEST(RecordingCheck, AnUploadThatTheLogSaysWasLongerIsDamage) {
+TEST(FileCheck, AnUploadThatTheLogSaysWasLongerIsDamage) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);
     folder.write("run.bin", rampPackets(32));
     folder.write("vx_trace_log_1.txt", logOf("32768"));
-    const RecordingCheck recording = diagnosis::checkRecording(folder.path / "run.bin");
+    const FileCheck recording = diagnosis::checkRecording(folder.path / "run.bin");
     ASSERT_TRUE(recording.check.firstDamage);
     EXPECT_EQ(recording.check.firstDamage->kind, diagnosis::DamageKind::MissingSamples);
     EXPECT_EQ(recording.check.firstDamage->place.byte, 16384U);
 }
 
-TEST(RecordingCheck, AVerificationIsComparedWithItsPattern) {
+TEST(FileCheck, AVerificationAfterTheRecordingIsNotTakenForIt) {
+    const test_support::TemporaryFolder folder;
+    folder.write("run.cfg", properties);
+    folder.write("run.bin", rampPackets(32));
+    folder.write("vx_trace_log_1.txt", logOf("32768"));
+    const auto announced = [&](const std::string& when) {
+        folder.write("run.checks.json", R"({"words":[{"when":")" + when + R"(","pattern":"walk"}],)" +
+                                            R"("recordings":[{"samplesAnnounced":2048,"samples":2048}]})");
+        return diagnosis::checkRecording(folder.path / "run.bin").check.form.announcedSamples;
+    };
+    EXPECT_EQ(announced("after"), 2048U);
+    EXPECT_EQ(announced("before"), 4096U);
+}
+
+TEST(FileCheck, AVerificationIsComparedWithItsPattern) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);
     folder.write("run.freq1.ver", rampPackets(32));
-    const RecordingCheck recording = diagnosis::checkRecording(folder.path / "run.freq1.ver");
+    const FileCheck recording = diagnosis::checkRecording(folder.path / "run.freq1.ver");
     EXPECT_EQ(recording.check.form.pattern, "ramp");
     EXPECT_EQ(recording.check.verdict, StreamVerdict::Sound);
     folder.write("run.cfg", properties + "verifyPattern=a5\n");
     EXPECT_EQ(diagnosis::checkRecording(folder.path / "run.freq1.ver").check.verdict, StreamVerdict::Damaged);
 }
 
-TEST(RecordingCheck, WhatIsGivenWins) {
+TEST(FileCheck, WhatIsGivenWins) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);
     folder.write("run.bin", rampPackets(32));
@@ -78,16 +92,16 @@ TEST(RecordingCheck, WhatIsGivenWins) {
     given.mode = StreamMode::Tpiu;
     given.lanes = 4;
     given.clockHertz = 1e6;
-    const RecordingCheck recording = diagnosis::checkRecording(folder.path / "run.bin", {}, given);
+    const FileCheck recording = diagnosis::checkRecording(folder.path / "run.bin", {}, given);
     EXPECT_EQ(recording.check.form.mode, StreamMode::Tpiu);
     EXPECT_EQ(recording.check.form.lanes, 4U);
     EXPECT_EQ(recording.check.form.clockHertz, 1e6);
 }
 
-TEST(RecordingCheck, AFileWithoutARunIsJudgedByItself) {
+TEST(FileCheck, AFileWithoutARunIsJudgedByItself) {
     const test_support::TemporaryFolder folder;
     folder.write("alone.raw", rampPackets(32));
-    const RecordingCheck recording = diagnosis::checkRecording(folder.path / "alone.raw");
+    const FileCheck recording = diagnosis::checkRecording(folder.path / "alone.raw");
     EXPECT_EQ(recording.check.form.mode, StreamMode::Pti);
     EXPECT_TRUE(recording.check.modeRecognised);
     EXPECT_EQ(recording.facts.source, "");
@@ -95,13 +109,13 @@ TEST(RecordingCheck, AFileWithoutARunIsJudgedByItself) {
     EXPECT_THROW(diagnosis::checkRecording(folder.path / "alone.raw", folder.path / "missing"), toolkit::Failure);
 }
 
-TEST(RecordingCheck, TextAndJsonSayTheSame) {
+TEST(FileCheck, TextAndJsonSayTheSame) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);
     std::string bytes = rampPackets(32);
     bytes[512 * 4 + 100] = '\x1A'; // the last group's lower lane
     folder.write("run.ver", bytes);
-    const RecordingCheck recording = diagnosis::checkRecording(folder.path / "run.ver");
+    const FileCheck recording = diagnosis::checkRecording(folder.path / "run.ver");
     const std::string text = diagnosis::recordingText(recording);
     EXPECT_THAT(text, HasSubstr("damaged from sample 268 (byte 2148, 13.11 %): data 2 has noise: 1 wrong bit\n"));
     EXPECT_LE(std::count(text.begin(), text.end(), '\n'), 12);
