@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
     // In the order of the help text. With a target or the bench:
     commands.push_back(host::makeRecordCommand());
     commands.push_back(host::makeCalibrateCommand());
+    commands.push_back(host::makeVerifyCommand());
     commands.push_back(host::makeSoakCommand());
     // On existing files:
     commands.push_back(host::makeReportCommand());

@@ -332,6 +332,7 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
                      {{"center", Alignment::Center}, {"edge", Alignment::Edge}});
         table.number("jitter", scenario.wiring.jitter, 0.0, highestJitter);
         table.integer("seed", scenario.wiring.seed, 0, std::numeric_limits<std::int64_t>::max());
+        table.flag("drift_stays", scenario.wiring.driftStays);
         table.sections("pin", [&](TableReader& pin) { readPin(pin, scenario.wiring.pins.emplace_back()); });
     });
     in.section("server", [&](TableReader& table) { table.number("speed", scenario.server.speed, 1e-6, 1e6); });

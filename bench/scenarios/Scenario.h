@@ -100,6 +100,7 @@ struct WiringSettings {
     Alignment alignment = Alignment::Center; ///< data change midway between clock edges, or at them
     double jitter = 0.0;                     ///< samples rms, each edge of each pin
     std::uint64_t seed = 1;
+    bool driftStays = false; ///< wires stay where trace has moved them; otherwise each start of trace finds them new
     std::vector<PinWiring> pins; ///< unlisted pins are ideal except for the bus's jitter
 
     /// The wiring of an EMU pin; by default an ideal pin with the bus's jitter.

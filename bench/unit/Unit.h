@@ -143,6 +143,9 @@ private:
     void programGenerator(std::uint16_t control);
 
     // UnitTarget.cpp
+    /// How long the target has been sending trace.
+    double secondsOfTrace() const;
+    void endTarget();
     Line lineOf(unsigned channel, unsigned proc) const;
     std::optional<unsigned> capturingChannel() const;
     enum class Inputs { Same, Changed };
@@ -169,6 +172,7 @@ private:
     std::vector<unsigned> targetPins;
     std::string targetPattern;
     bool targetSendsTrace = false;
+    double driftedSeconds = 0.0; ///< of earlier trace, where the wires stay as it left them
     TransmissionPointer generator;
     std::string generatorPattern;
 

@@ -72,10 +72,10 @@ void Unit::programTarget(const TargetProgram& program) {
     }
     next.words = WordStream(content, program.kind == ExportKind::Pti ? scenario.transmitter.syncEvery : 0);
     update();
+    endTarget();
     targetPins = program.pins;
     targetPattern = program.pattern;
     targetSendsTrace = isTrace;
-    target.reset();
     if (rates[program.frequency] > 0.0) {
         next.halfPeriod = halfPeriodOf(rates[program.frequency]);
         next.start = sampleNow();
@@ -85,9 +85,18 @@ void Unit::programTarget(const TargetProgram& program) {
     update(Inputs::Changed);
 }
 
+double Unit::secondsOfTrace() const {
+    return target && targetSendsTrace ? static_cast<double>(sampleNow() - target->start) / sampleRate : 0.0;
+}
+
+void Unit::endTarget() {
+    driftedSeconds += scenario.wiring.driftStays ? secondsOfTrace() : 0.0;
+    target.reset();
+}
+
 void Unit::shutdownTarget() {
     update();
-    target.reset();
+    endTarget();
     update(Inputs::Changed);
 }
 
@@ -112,10 +121,7 @@ Line Unit::lineOf(unsigned channel, unsigned proc) const {
     if (generator) {
         return lineOfGenerator(proc, generator->dataPins);
     }
-    double seconds = 0.0;
-    if (target && targetSendsTrace) {
-        seconds = static_cast<double>(sampleNow() - target->start) / sampleRate;
-    }
+    const double seconds = driftedSeconds + secondsOfTrace();
     static const std::vector<unsigned> nothingDriven;
     return lineAtReceiver(scenario.wiring, target ? targetPins : nothingDriven, procSettings(channel, proc).rcvrpin,
                           seconds);

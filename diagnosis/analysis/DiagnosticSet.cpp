@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-enum class Kind { Cal, FailedBurst, Burst, Registers, Verification, Properties, PinMap, Recorded };
+enum class Kind { Cal, FailedBurst, Burst, Registers, Verification, Properties, PinMap, Recorded, Checks };
 
 struct Suffix {
     std::string_view text;
@@ -27,10 +27,11 @@ struct Suffix {
 
 // ".err.cap.txt" also ends in ".cap.txt".
 constexpr std::array suffixes{
-    Suffix{".cal.txt", Kind::Cal},      Suffix{".err.cap.txt", Kind::FailedBurst},
-    Suffix{".cap.txt", Kind::Burst},    Suffix{".reg.txt", Kind::Registers},
-    Suffix{".ver", Kind::Verification}, Suffix{".cfg", Kind::Properties},
-    Suffix{".cache", Kind::PinMap},     Suffix{".bin", Kind::Recorded},
+    Suffix{".cal.txt", Kind::Cal},        Suffix{".err.cap.txt", Kind::FailedBurst},
+    Suffix{".cap.txt", Kind::Burst},      Suffix{".reg.txt", Kind::Registers},
+    Suffix{".ver", Kind::Verification},   Suffix{".cfg", Kind::Properties},
+    Suffix{".cache", Kind::PinMap},       Suffix{".bin", Kind::Recorded},
+    Suffix{".checks.json", Kind::Checks},
 };
 
 constexpr int deepestFolder = 4;
@@ -63,7 +64,7 @@ std::optional<Part> partOf(const std::string& name) {
 }
 
 bool isOfCalibration(Kind kind) {
-    return kind != Kind::Properties && kind != Kind::PinMap && kind != Kind::Recorded;
+    return kind != Kind::Properties && kind != Kind::PinMap && kind != Kind::Recorded && kind != Kind::Checks;
 }
 
 /// Stems of calibrations in a folder and below it.
@@ -148,6 +149,9 @@ void take(DiagnosticSet& set, FileGroup& group, const fs::path& file, Kind kind)
     }
     case Kind::Recorded:
         set.recordedBytes = fs::file_size(file);
+        break;
+    case Kind::Checks:
+        set.checks = parseRunChecks(toolkit::readText(file), file.string());
         break;
     }
 }

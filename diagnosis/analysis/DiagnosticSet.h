@@ -40,6 +40,7 @@ struct DiagnosticSet {
     std::optional<PropertiesFile> properties;
     std::optional<std::string> pinMap; ///< of the last calibration that succeeded, ".cache"
     std::optional<std::uintmax_t> recordedBytes;
+    std::optional<RunChecks> checks;   ///< what the host has checked of the run, ".checks.json"
     std::vector<std::string> files;    ///< names of all that were found, sorted
     std::vector<std::string> troubles; ///< files that could not be read: "FILE:LINE: WHAT"
 

@@ -50,6 +50,14 @@ struct RecordingCheck {
     std::optional<StreamCheck> stream;
 };
 
+/// Errors per bit that are excluded with 95 % confidence by a number of bits with so many errors; 1 without a bit.
+double errorRateBound(std::uint64_t bits, std::uint64_t errors);
+/// Bits without an error that exclude such a rate.
+std::uint64_t bitsThatExclude(double errorRate);
+
+/// "alone", "before", "after".
+std::string_view whenName(WordCheck::When when);
+
 struct RunChecks {
     toolkit::ExitCode code = toolkit::ExitCode::Done; ///< of the run, without the verdict
     std::string failure;                              ///< empty when the run was done

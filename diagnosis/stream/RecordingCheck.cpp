@@ -75,6 +75,22 @@ std::optional<std::uint64_t> uploadedBytes(const DiagnosticSet& set) {
     return bytes;
 }
 
+/// Samples that the last recording of trace had. A verification with known words after it is the log's last upload.
+std::optional<std::uint64_t> announcedSamples(const DiagnosticSet& set) {
+    if (set.checks) {
+        const std::vector<WordCheck>& words = set.checks->words;
+        const bool followed = std::any_of(words.begin(), words.end(), [](const WordCheck& each) {
+            return each.when != WordCheck::When::Before && !each.pattern.empty();
+        });
+        if (followed) {
+            const auto& recordings = set.checks->recordings;
+            return recordings.empty() ? std::nullopt : std::optional(recordings.back().announcedSamples);
+        }
+    }
+    const auto bytes = uploadedBytes(set);
+    return bytes ? std::optional((*bytes + sampleBytes - 1) / sampleBytes) : std::nullopt;
+}
+
 /// The pattern that a verification or a recording was asked to hold; empty if it may be any.
 std::string patternFor(const DiagnosticSet& set, const std::string& name) {
     const auto property = [&](std::string_view key) {
@@ -107,9 +123,7 @@ StreamFacts factsOfRun(const fs::path& run, const fs::path& recording) {
     const std::string name = recording.filename().string();
     facts.form.pattern = patternFor(set, name);
     if (name == set.name + ".bin") {
-        if (const auto bytes = uploadedBytes(set)) {
-            facts.form.announcedSamples = (*bytes + sampleBytes - 1) / sampleBytes;
-        }
+        facts.form.announcedSamples = announcedSamples(set);
     }
     for (const std::string& trouble : set.troubles) {
         facts.notes.push_back(trouble + "; it was left out");

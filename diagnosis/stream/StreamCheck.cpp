@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
+#include <string_view>
 
 namespace diagnosis {
 
@@ -17,13 +17,6 @@ constexpr std::size_t sampleBytes = 8;
 constexpr std::size_t recognisedBytes = std::size_t{1} << 16;
 constexpr std::size_t fewestSequences = 4; ///< that make a judgement
 constexpr std::size_t fewestPackets = 8;   ///< whose trailers show the mode
-
-constexpr std::array<std::pair<StreamMode, std::string_view>, 4> modes{{
-    {StreamMode::Unknown, "unknown"},
-    {StreamMode::Pti, "pti"},
-    {StreamMode::Tpiu, "tpiu"},
-    {StreamMode::TpiuLite, "tpiulite"},
-}};
 
 /// Names at the command line, and those in the table of patterns for one pin and for more.
 struct PatternEntry {
@@ -231,16 +224,6 @@ void conclude(StreamCheck& check, bool judged) {
 
 } // namespace
 
-std::optional<StreamMode> streamModeNamed(std::string_view name) {
-    const auto found =
-        std::find_if(modes.begin() + 1, modes.end(), [=](const auto& each) { return each.second == name; });
-    return found == modes.end() ? std::nullopt : std::optional(found->first);
-}
-
-std::string_view streamModeName(StreamMode mode) {
-    return modes[static_cast<std::size_t>(mode)].second;
-}
-
 std::vector<std::string_view> checkedPatternNames() {
     std::vector<std::string_view> names;
     for (const PatternEntry& entry : patterns) {
@@ -251,18 +234,6 @@ std::vector<std::string_view> checkedPatternNames() {
 
 bool hasCheckedPattern(std::string_view name, unsigned lanes) {
     return patternOf(name, lanes == 0 ? 4 : lanes).has_value();
-}
-
-std::string_view damageKindName(DamageKind kind) {
-    static constexpr std::array<std::string_view, 11> names{
-        "noise",      "drift-early",    "drift-late", "stuck-at-0",  "stuck-at-1",     "swapped",
-        "lost-words", "inserted-words", "cut-packet", "bad-trailer", "missing-samples"};
-    return names[static_cast<std::size_t>(kind)];
-}
-
-std::string_view streamVerdictName(StreamVerdict verdict) {
-    static constexpr std::array<std::string_view, 3> names{"sound", "damaged", "unknown"};
-    return names[static_cast<std::size_t>(verdict)];
 }
 
 StreamCheck checkStream(const ByteReader& read, const StreamForm& form) {

@@ -57,6 +57,7 @@ enum class DamageKind {
 };
 /// "noise", "drift-early" and so on.
 std::string_view damageKindName(DamageKind kind);
+std::optional<DamageKind> damageKindNamed(std::string_view name);
 
 /// One damage; of damages to single bits, the sum over a lane.
 struct Damage {
@@ -82,6 +83,7 @@ struct LaneDamage {
 
 enum class StreamVerdict { Sound, Damaged, Unknown };
 std::string_view streamVerdictName(StreamVerdict verdict);
+std::optional<StreamVerdict> streamVerdictNamed(std::string_view name);
 
 struct StreamCheck {
     StreamForm form;             ///< with what was recognised

@@ -3,7 +3,6 @@
 #include "toolkit/Format.h"
 
 #include <algorithm>
-#include <cmath>
 
 // Calibration, words, recordings and the run's own end.
 
@@ -12,16 +11,6 @@ namespace diagnosis::verdict_rules {
 namespace {
 
 using toolkit::ExitCode;
-
-/// Errors per bit that so many bits exclude with 95 % confidence: the normal approximation of Poisson's upper limit is
-/// good to a few percent from no error on.
-double boundOf(std::uint64_t bits, std::uint64_t errors) {
-    if (bits == 0) {
-        return 1.0;
-    }
-    const auto count = static_cast<double>(errors);
-    return std::min(1.0, (errors == 0 ? 3.0 : count + 1.645 * std::sqrt(count) + 2.0) / static_cast<double>(bits));
-}
 
 std::string endOf(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     if (!diagnosis.verdicts.empty() && !diagnosis.verdicts.back().receiverText.empty()) {
@@ -69,7 +58,7 @@ void judgeWordCheck(Judgement& judged, const WordCheck& check) {
                                                              : "no word was compared: " + check.failure});
         return;
     }
-    const double bound = boundOf(check.bits, check.errors);
+    const double bound = check.bound();
     judged.show(name, true,
                 std::to_string(check.bits) + " bits of the pattern " + check.pattern + " compared, " +
                     toolkit::countText(check.errors, "error") + ": below " + rateText(bound) + " errors per bit");
@@ -94,7 +83,7 @@ std::uint64_t bitsOfVerification(const Judgement& judged) {
 
 void showErrorRate(RunVerdict& verdict, std::uint64_t bits, std::uint64_t errors) {
     if (bits != 0) {
-        verdict.errorRate = ErrorRate{bits, errors, boundOf(bits, errors)};
+        verdict.errorRate = ErrorRate{bits, errors, errorRateBound(bits, errors)};
     }
 }
 
@@ -163,7 +152,7 @@ void judgeWords(Judgement& judged) {
         showErrorRate(judged.verdict, verified, 0);
         judged.show("words", true,
                     std::to_string(verified) + " bits of the receiver's verification, all as sent: below " +
-                        rateText(boundOf(verified, 0)) + " errors per bit");
+                        rateText(errorRateBound(verified, 0)) + " errors per bit");
         return;
     }
     if (judged.diagnosis.calibrated.value_or(true)) {
@@ -214,9 +203,14 @@ void judgeEnd(Judgement& judged) {
     }
     const std::string text = judged.set.checks->failure;
     switch (judged.set.checks->code) {
+    case ExitCode::FaultsFound:
+        // Of what was found, which has reasons of its own.
+        if (judged.faults.empty()) {
+            judged.faults.push_back({"faults-found", text.empty() ? "the run found faults" : text});
+        }
+        return;
     case ExitCode::CalibrationRefused:
     case ExitCode::RecordingError:
-    case ExitCode::FaultsFound:
         judged.faults.push_back({"receiver-failed", text.empty() ? "the receiver failed" : text});
         return;
     default:

@@ -41,10 +41,11 @@ diagnosis::DiagnosticSet filesOf(const SessionResult& result) {
 diagnosis::RunVerdict verdictOn(const SessionResult& result) {
     diagnosis::DiagnosticSet set = filesOf(result);
     if (!set.checks) {
+        // The run ended before it wrote them.
         set.checks = result.checks;
+        set.checks->code = result.code;
+        set.checks->failure = result.failure;
     }
-    set.checks->code = result.code;
-    set.checks->failure = result.failure;
     return diagnosis::judgeRun(set, diagnosis::diagnose(set));
 }
 

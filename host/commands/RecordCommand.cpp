@@ -3,7 +3,9 @@
 #include "host/commands/SessionFlags.h"
 #include "host/platform/InterruptAnswer.h"
 #include "host/results/ResultText.h"
+#include "host/session/CheckedReadBack.h"
 #include "host/session/RecordingOutputs.h"
+#include "host/verification/WordVerification.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"
 
@@ -11,6 +13,7 @@ namespace host {
 
 namespace {
 
+using diagnosis::WordCheck;
 using Vx::Qrs::Trace::CChannelDriver;
 
 struct RecordOptions {
@@ -22,6 +25,9 @@ struct RecordOptions {
     unsigned repeat = 1;      ///< 0: calibrate only
     std::string save;         ///< trace data file
     std::string raw;          ///< raw copy
+    bool verify = false;      ///< compare known words
+    bool noVerify = false;    ///< not even where the receiver's own verification looks at no words
+    double errorRate = usualErrorRate;
 };
 
 /// One run of the command, from its inputs to its result.
@@ -36,16 +42,44 @@ public:
 private:
     bool calibratesOnly() const { return options.repeat == 0; }
     void calibrateAndRecord();
+    void calibrateAndVerify();
+    std::optional<double> verifiedRate(const std::string& exportKind) const;
+    void verify(WordCheck::When when);
     void record(unsigned number);
+    /// The work has ended, with a failure or without one.
+    void conclude(const std::optional<toolkit::Failure>& failure);
+    std::optional<toolkit::Failure> interruption() const;
+    std::optional<toolkit::Failure> fault() const;
     void keep(CChannelDriver& channel, unsigned number, const ReadBack& back,
               const std::optional<toolkit::Failure>& fault);
 
     const RecordOptions& options;
     RecordResult& result;
+    PatternTransmitter transmitter; ///< the receiver holds it as long as the session lasts
     Session session;
     RecordingOutputs outputs;
     ProgressLine line;
 };
+
+/// A brief verification follows every calibration whose own one looks at no words.
+std::optional<double> RecordRun::verifiedRate(const std::string& exportKind) const {
+    if (options.verify) {
+        return options.errorRate;
+    }
+    return exportKind == "tpiu" && !options.noVerify ? std::optional(briefErrorRate) : std::nullopt;
+}
+
+void RecordRun::verify(WordCheck::When when) {
+    const VerifiedChannel target = verifiedChannel(session, result);
+    const std::optional<double> rate = verifiedRate(target.exportKind);
+    if (!rate) {
+        return;
+    }
+    WordCheck& check = result.checks.words.emplace_back();
+    check.when = when;
+    check.askedErrorRate = *rate;
+    verifyWords(target, transmitter, check, line);
+}
 
 void RecordRun::record(unsigned number) {
     CChannelDriver& channel = session.receiver().channel();
@@ -66,11 +100,18 @@ void RecordRun::record(unsigned number) {
     if (number == 1) {
         result.files.push_back({"samples", "samples", session.fileStem().string() + ".bin"});
     }
-    const ReadBack back = readBack(channel, line, [&](std::span<const std::uint64_t> samples) {
+    const auto take = [&](std::span<const std::uint64_t> samples) {
         recording.checksum = checksumOf(recording.checksum, samples);
         recording.samples += samples.size();
-    });
-    keep(channel, number, back, faultOf(end, back));
+    };
+    diagnosis::RecordingCheck& check = result.checks.recordings.emplace_back();
+    ReadBack back;
+    check.stream = readBackChecked(channel, line, traceForm(verifiedChannel(session, result)), take, back);
+    check.announcedSamples = back.announced;
+    check.samples = back.samples;
+    const std::optional<toolkit::Failure> fault = faultOf(end, back);
+    check.failure = fault ? fault->what() : "";
+    keep(channel, number, back, fault);
 }
 
 /// Writes the samples that came in any case. The recording's own fault comes first in the text.
@@ -96,33 +137,84 @@ void RecordRun::run() {
         session.testOutput(file);
     }
     session.prepare();
-    session.open(line);
+    session.open(line, [this](Vx::Qrs::Trace::IXmtrLibrary& library) {
+        transmitter.attach(library);
+        return &transmitter;
+    });
     if (interrupted()) {
         throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted before the calibration");
     }
     calibrateAndRecord();
+    const std::optional<toolkit::Failure> end = interruption();
+    conclude(end);
     if (calibratesOnly()) {
         leaveReport(session, result);
     }
-    if (interrupted()) {
-        throw toolkit::Failure(toolkit::ExitCode::Interrupted,
-                               calibratesOnly()            ? "interrupted, after the calibration had ended"
-                               : result.recordings.empty() ? "interrupted before the recording"
-                                                           : "interrupted; what was captured is kept");
+    if (const auto failure = end ? end : fault()) {
+        throw toolkit::Failure(*failure);
+    }
+}
+
+std::optional<toolkit::Failure> RecordRun::interruption() const {
+    if (!interrupted()) {
+        return std::nullopt;
+    }
+    return toolkit::Failure(toolkit::ExitCode::Interrupted,
+                            calibratesOnly()            ? "interrupted, after the calibration had ended"
+                            : result.recordings.empty() ? "interrupted before the recording"
+                                                        : "interrupted; what was captured is kept");
+}
+
+/// What the verification with known words found, or that a requested one could not be made.
+std::optional<toolkit::Failure> RecordRun::fault() const {
+    for (const WordCheck& check : result.checks.words) {
+        if (check.errors != 0) {
+            return toolkit::Failure(toolkit::ExitCode::FaultsFound, wordsText(check));
+        }
+    }
+    for (const WordCheck& check : result.checks.words) {
+        if (calibratesOnly() && options.verify && !check.failure.empty()) {
+            return toolkit::Failure(toolkit::ExitCode::Failed, wordsText(check));
+        }
+    }
+    return std::nullopt;
+}
+
+void RecordRun::conclude(const std::optional<toolkit::Failure>& failure) {
+    result.checks.code = failure ? failure->code : toolkit::ExitCode::Done;
+    result.checks.failure = failure ? failure->what() : "";
+    try {
+        session.writeChecks();
+    } catch (const toolkit::Failure&) {
+        if (!failure) {
+            throw; // otherwise the first failure counts, and this one is likely the same full disk
+        }
+    }
+}
+
+void RecordRun::calibrateAndVerify() {
+    session.calibrate(line);
+    if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
+    }
+    if (!interrupted()) {
+        verify(calibratesOnly() ? WordCheck::When::Alone : WordCheck::When::Before);
     }
 }
 
 void RecordRun::calibrateAndRecord() {
     try {
-        session.calibrate(line);
-        if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
-            throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
-        }
+        calibrateAndVerify();
         for (unsigned number = 1; number <= options.repeat && !interrupted(); ++number) {
             record(number);
         }
+        if (options.verify && !calibratesOnly() && !interrupted()) {
+            line.setPrefix("");
+            verify(WordCheck::When::After);
+        }
     } catch (const toolkit::Failure& failure) {
         const toolkit::Failure explained = session.explained(failure);
+        conclude(explained);
         const bool refused = !result.calibrated && explained.code == toolkit::ExitCode::CalibrationRefused;
         // A refused calibration is the main use of a page about it.
         if (calibratesOnly() ? explained.code == failure.code : refused) {
@@ -130,6 +222,12 @@ void RecordRun::calibrateAndRecord() {
         }
         throw explained;
     }
+}
+
+void addVerification(Syntax& syntax, RecordOptions& options, const char* about) {
+    const Option verify = syntax.addFlag("--verify", options.verify, about);
+    addErrorRate(syntax, options.errorRate).needs(verify);
+    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either").excludes(verify);
 }
 
 /// `orvtrace calibrate`.
@@ -143,6 +241,7 @@ public:
         addSettings(syntax, options.session);
         addCpu(syntax, options.session);
         addPins(syntax, options.session.pins);
+        addVerification(syntax, options, "Compare known words after it");
         addRunFlags(syntax, options.session);
     }
 
@@ -152,6 +251,37 @@ public:
         return concluded(
             result, {json, options.session.strict}, [&] { RecordRun(options, result).run(); },
             [&] { return json ? toolkit::jsonText(calibrationJson(result)) : attemptsText(result, outputColumns()); });
+    }
+
+private:
+    RecordOptions options;
+};
+
+/// `orvtrace verify`.
+class VerifyCommand : public Command {
+public:
+    VerifyCommand() : Command("verify", "Calibrate, then compare known words") {
+        options.repeat = 0;
+        options.verify = true;
+    }
+
+    void setUp(Syntax& syntax) override {
+        syntax.footer("Example: orvtrace verify --scenario bench-cable --error-rate 1e-9");
+        addScenario(syntax, options.session);
+        addSettings(syntax, options.session);
+        addCpu(syntax, options.session);
+        addPins(syntax, options.session.pins);
+        addBuffer(syntax, options.session);
+        addErrorRate(syntax, options.errorRate);
+        addRunFlags(syntax, options.session);
+    }
+
+    toolkit::ExitCode run() override {
+        checkSessionOptions(options.session);
+        RecordResult result;
+        return concluded(
+            result, {json, options.session.strict}, [&] { RecordRun(options, result).run(); },
+            [&] { return json ? toolkit::jsonText(calibrationJson(result)) : resultText(result, outputColumns()); });
     }
 
 private:
@@ -188,6 +318,7 @@ void RecordCommand::setUp(Syntax& syntax) {
     syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
         .check(checkTdfName);
     syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
+    addVerification(syntax, options, "Compare known words before it and after it");
     addRunFlags(syntax, options.session);
 }
 
@@ -209,6 +340,10 @@ toolkit::ExitCode RecordCommand::run() {
 
 std::unique_ptr<Command> makeRecordCommand() {
     return std::make_unique<RecordCommand>();
+}
+
+std::unique_ptr<Command> makeVerifyCommand() {
+    return std::make_unique<VerifyCommand>();
 }
 
 std::unique_ptr<Command> makeCalibrateCommand() {

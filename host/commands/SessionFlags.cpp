@@ -36,6 +36,10 @@ void addBuffer(Syntax& syntax, SessionOptions& options) {
         });
 }
 
+Option addErrorRate(Syntax& syntax, double& rate) {
+    return syntax.addNumber("--error-rate", rate, "RATE", 1e-13, 1e-3, "Wrong bits per bit to exclude (1e-8)");
+}
+
 void addRunFlags(Syntax& syntax, SessionOptions& options) {
     syntax.addRepeatable("--set", options.set, "NAME=VALUE", "Set a property of the channel; may be repeated")
         .check([](const std::string& text) {

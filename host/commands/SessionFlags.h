@@ -15,6 +15,8 @@ void addCpu(Syntax& syntax, SessionOptions& options);
 /// --pins, as pinChoiceOf() reads it.
 void addPins(Syntax& syntax, std::string& pins);
 void addBuffer(Syntax& syntax, SessionOptions& options);
+/// --error-rate of a verification with known words.
+Option addErrorRate(Syntax& syntax, double& rate);
 /// --set, --out, --library, --force, --quiet, --strict.
 void addRunFlags(Syntax& syntax, SessionOptions& options);
 

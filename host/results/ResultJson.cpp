@@ -1,3 +1,4 @@
+#include "diagnosis/files/ChecksJson.h"
 #include "host/results/ResultText.h"
 #include "toolkit/JsonText.h"
 
@@ -62,6 +63,14 @@ json frequenciesJson(const RecordResult& result) {
     return frequencies;
 }
 
+json wordsJson(const RecordResult& result) {
+    json words = json::array();
+    for (const diagnosis::WordCheck& check : result.checks.words) {
+        words.push_back(diagnosis::wordCheckJson(check));
+    }
+    return words;
+}
+
 } // namespace
 
 json calibrationJson(const RecordResult& result) {
@@ -83,6 +92,7 @@ json calibrationJson(const RecordResult& result) {
                           {"frequencies", frequenciesJson(result)},
                           {"attempts", attemptsJson(result)},
                           {"pins", pinsJson(report, result)}};
+    out["words"] = wordsJson(result);
     return out;
 }
 

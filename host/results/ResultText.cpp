@@ -102,6 +102,24 @@ void addRecordings(std::ostringstream& out, const RecordResult& result) {
     }
 }
 
+void addWords(std::ostringstream& out, const RecordResult& result) {
+    for (std::size_t i = 0; i < result.checks.words.size(); ++i) {
+        out << (i == 0 ? "\n" : "") << toolkit::masked(wordsText(result.checks.words[i])) << "\n";
+    }
+}
+
+std::string lanesText(const diagnosis::WordCheck& check) {
+    std::vector<std::string> lanes;
+    for (const diagnosis::LaneErrors& lane : check.lanes) {
+        std::string text = fmt::format("data {}: {}", lane.lane + 1, lane.errors);
+        if (lane.early + lane.late != 0) {
+            text += fmt::format(" ({} early, {} late)", lane.early, lane.late);
+        }
+        lanes.push_back(text);
+    }
+    return lanes.empty() ? std::string() : "; " + toolkit::joined(lanes, ", ");
+}
+
 /// Where the files are, and what the user can do with the run next.
 void addFiles(std::ostringstream& out, const RecordResult& result, std::size_t columns) {
     if (!result.files.empty()) {
@@ -155,6 +173,21 @@ std::string legendOf(const diagnosis::Rates& rates) {
 
 } // namespace
 
+std::string wordsText(const diagnosis::WordCheck& check) {
+    using When = diagnosis::WordCheck::When;
+    std::string text = "known words";
+    text += check.when == When::Before  ? " before the recording: "
+            : check.when == When::After ? " after the recording: "
+                                        : ": ";
+    if (check.bits == 0 && check.errors == 0) {
+        return text + "none compared, " + check.failure;
+    }
+    text += fmt::format("{} compared, {}", toolkit::countText(check.bits, "bit"),
+                        check.errors == 0 ? "none wrong" : toolkit::countText(check.errors, "error")) +
+            lanesText(check) + fmt::format("; error rate below {:.2g}, with 95 % confidence", check.bound());
+    return check.failure.empty() ? text : text + "; " + check.failure;
+}
+
 std::vector<unsigned> emuPinsOf(const std::string& pinMap) {
     std::vector<unsigned> pins;
     for (const std::string& item : toolkit::split(pinMap, ',')) {
@@ -191,6 +224,7 @@ std::string resultText(const RecordResult& result, std::size_t columns) {
         out << "\n" << pinTable(*result.calibration, placesOf(result.pinMap), columns);
         out << legendOf(result.calibration->rates);
     }
+    addWords(out, result);
     addRecordings(out, result);
     addFiles(out, result, columns);
     return out.str();
@@ -224,6 +258,7 @@ std::string attemptsText(const RecordResult& result, std::size_t columns) {
             out << "  not tried: setting " << entry.setting << ", " << toolkit::frequencyText(entry.hertz) << "\n";
         }
     }
+    addWords(out, result);
     addFiles(out, result, columns);
     return out.str();
 }

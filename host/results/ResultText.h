@@ -17,6 +17,9 @@ std::string resultText(const RecordResult& result, std::size_t columns);
 /// The same with a table for each calibration attempt, without recordings.
 std::string attemptsText(const RecordResult& result, std::size_t columns);
 
+/// One comparison with known words, without its line's end.
+std::string wordsText(const diagnosis::WordCheck& check);
+
 /// The result for a script, attempts included, recordings excluded.
 nlohmann::json calibrationJson(const RecordResult& result);
 /// The same with "recordings".

@@ -104,14 +104,15 @@ void Receiver::releaseQuietly() {
     driver = nullptr;
 }
 
-void Receiver::allocate(const std::string& cpu) {
+void Receiver::allocate(const std::string& cpu, const XmtrWrapper& wrap) {
     xmtrLibrary = std::make_unique<LoadedLibrary>(folder / toolkit::filePath(libraryFileName("zarn_xmtr")));
     xmtr = xmtrLibrary->symbol<CreateXmtrFunction>("CreateXmtr")(0, 0);
     if (xmtr == nullptr) {
         throw toolkit::Failure(toolkit::ExitCode::NoSystem, "the transmitter library zarn_xmtr gives no transmitter");
     }
+    IXmtrLibrary* const given = wrap ? wrap(*xmtr) : xmtr;
     guarded(toolkit::ExitCode::NoSystem,
-            [&] { driver = receiver->AllocateChannel(cpu.c_str(), xmtr, xmtrChannel, xmtrCookie); });
+            [&] { driver = receiver->AllocateChannel(cpu.c_str(), given, xmtrChannel, xmtrCookie); });
     if (driver == nullptr) {
         throw toolkit::Failure(toolkit::ExitCode::NoSystem,
                                "the receiver gives no channel for " + cpu + "; see its log");

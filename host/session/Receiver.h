@@ -20,6 +20,9 @@ void guarded(toolkit::ExitCode code, const std::function<void()>& work);
 /// The same for writing an output; the Failure (OutputUnwritable) names the file.
 void guardedOutput(const std::filesystem::path& file, const std::function<void()>& work);
 
+/// Returns the transmitter object that the receiver is given in place of a library's own, which it calls.
+using XmtrWrapper = std::function<Vx::Qrs::Trace::IXmtrLibrary*(Vx::Qrs::Trace::IXmtrLibrary&)>;
+
 /// The receiver library with one channel, as a framework holds it. Released in order by the destructor.
 /// Failures are Failure objects: NoSystem for a part that is missing or does not answer.
 class Receiver {
@@ -30,8 +33,9 @@ public:
     Receiver(const Receiver&) = delete;
     Receiver& operator=(const Receiver&) = delete;
 
-    /// Makes the channel, with a transmitter object of the library zarn_xmtr in the receiver's folder.
-    void allocate(const std::string& cpu);
+    /// Makes the channel, with a transmitter object of the library zarn_xmtr in the receiver's folder, or with what
+    /// `wrap` makes of it, which has to live as long as this object.
+    void allocate(const std::string& cpu, const XmtrWrapper& wrap = {});
     Vx::Qrs::Trace::CChannelDriver& channel() { return *driver; }
 
     /// An attribute of the channel, empty when it has none of that name.

@@ -22,6 +22,7 @@ namespace {
 
 constexpr auto pollInterval = std::chrono::milliseconds(10);
 constexpr bool unusedFlag = false; ///< argument of StartRecording()
+constexpr unsigned chunk = 8192;   ///< samples that are read back at once
 constexpr std::string_view uploadedMark = "upload complete";
 constexpr double errorGrace = 2.0; // seconds
 
@@ -104,26 +105,34 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     return end;
 }
 
-ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink) {
-    const InterruptAnswer answer("stopping when what was captured is read back");
-    constexpr unsigned chunk = 8192;
+SampleReader::SampleReader(CChannelDriver& used, ProgressLine& line) : channel(used), progress(line), samples(chunk) {
     unsigned total = 0;
     guarded(ExitCode::RecordingError, [&] { total = channel.GetNumSamples(); });
-    std::vector<std::uint64_t> samples(chunk);
-    ReadBack back{total, 0};
-    for (unsigned start = 0; start < total;) {
-        unsigned read = 0;
+    back.announced = total;
+}
+
+std::span<const std::uint64_t> SampleReader::next() {
+    unsigned read = 0;
+    if (back.samples < back.announced) {
+        const auto start = static_cast<unsigned>(back.samples);
         guarded(ExitCode::RecordingError, [&] { channel.SeekReadTraceData(start, chunk, samples.data(), &read); });
-        if (read == 0) {
-            break;
-        }
-        sink(std::span(samples).first(read));
-        start += read;
-        back.samples += read;
-        progress.show({"reading back", {}, static_cast<double>(back.samples) / total, "read", {}});
     }
-    progress.clear();
-    return back;
+    if (read == 0) {
+        progress.clear();
+        return {};
+    }
+    back.samples += read;
+    progress.show(
+        {"reading back", {}, static_cast<double>(back.samples) / static_cast<double>(back.announced), "read", {}});
+    return std::span(samples).first(read);
+}
+
+ReadBack readBack(CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink) {
+    SampleReader reader(channel, progress);
+    for (auto samples = reader.next(); !samples.empty(); samples = reader.next()) {
+        sink(samples);
+    }
+    return reader.soFar();
 }
 
 std::uint32_t checksumOf(std::uint32_t earlier, std::span<const std::uint64_t> samples) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/platform/InterruptAnswer.h"
 #include "host/session/Progress.h"
 #include "rcvr/framework/CChannelDriver.h"
 #include "toolkit/ExitCode.h"
@@ -10,6 +11,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace host {
 
@@ -42,7 +44,24 @@ struct ReadBack {
     bool whole() const { return samples >= announced; }
 };
 
-/// Reads every sample back, as a trace view would, to the last one that came. Throws Failure.
+/// Reads samples back in their order, as a trace view would. Throws Failure.
+class SampleReader {
+public:
+    SampleReader(Vx::Qrs::Trace::CChannelDriver& used, ProgressLine& line);
+
+    /// The next samples, valid until the next call; none past the last one that came.
+    std::span<const std::uint64_t> next();
+    const ReadBack& soFar() const { return back; }
+
+private:
+    Vx::Qrs::Trace::CChannelDriver& channel;
+    ProgressLine& progress;
+    InterruptAnswer answer{"stopping when what was captured is read back"};
+    std::vector<std::uint64_t> samples;
+    ReadBack back;
+};
+
+/// Reads every sample back, to the last one that came. Throws Failure.
 ReadBack readBack(Vx::Qrs::Trace::CChannelDriver& channel, ProgressLine& progress, const SampleSink& sink);
 
 /// Continues a CRC-32 over samples as a file has them, lowest byte first; start with 0.

@@ -8,6 +8,7 @@
 #include "toolkit/TextFile.h"
 
 #include <chrono>
+#include <ostream>
 
 namespace host {
 
@@ -274,7 +275,7 @@ void Session::load() {
     findFiles();
 }
 
-void Session::open(ProgressLine& line) {
+void Session::open(ProgressLine& line, const XmtrWrapper& wrap) {
     watchInterrupts();
     {
         std::optional<StartTurn> turn;
@@ -290,7 +291,7 @@ void Session::open(ProgressLine& line) {
         result.files.push_back({"benchFolder", "bench", folder->benchFolder().string()});
     }
     ownFiles = result.files.size();
-    withServer([this] { channel->allocate(result.cpu); });
+    withServer([&] { channel->allocate(result.cpu, wrap); });
 }
 
 void Session::calibrate(ProgressLine& line) {
@@ -302,6 +303,8 @@ void Session::calibrate(ProgressLine& line) {
     result.calibrated = false;
     givenSettings = toolkit::readText(settingsFile);
     configured = true;
+    result.checks = {};
+    fs::remove(checksFile(), failed); // of an earlier calibration
     result.doctorTakes = asTyped(scenario ? folder->path() : stem);
     const auto finish = [&] {
         result.calibrationSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -317,6 +320,18 @@ void Session::calibrate(ProgressLine& line) {
         throw;
     }
     finish();
+}
+
+fs::path Session::checksFile() const {
+    return toolkit::filePath(stem.string() + ".checks.json");
+}
+
+void Session::writeChecks() {
+    if (!configured) {
+        return;
+    }
+    toolkit::writeOutputFile(checksFile(), [&](std::ostream& out) { out << diagnosis::runChecksText(result.checks); });
+    result.files.push_back({"checks", "checks", checksFile().string()});
 }
 
 void Session::collect() {

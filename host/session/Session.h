@@ -49,8 +49,8 @@ public:
     /// Removes an earlier run from the folder, and puts the settings file into it, and one of properties if any are
     /// set. Nothing is started.
     void prepare();
-    /// Loads the receiver, starts the data server and makes the channel.
-    void open(ProgressLine& line);
+    /// Loads the receiver, starts the data server and makes the channel, whose transmitter `wrap` may replace.
+    void open(ProgressLine& line, const XmtrWrapper& wrap = {});
     /// Configures and calibrates. May be called again.
     void calibrate(ProgressLine& line);
 
@@ -59,6 +59,10 @@ public:
 
     /// The failure of a step, or a full disk if that is the cause.
     toolkit::Failure explained(const toolkit::Failure& failure) const;
+
+    /// Writes what was checked of the run beside the files of the calibration, and names the file in the result. Nothing
+    /// before a calibration. Throws Failure (OutputUnwritable).
+    void writeChecks();
 
     Receiver& receiver() { return *channel; }
     /// Path and first part of the name of the receiver's files.
@@ -76,6 +80,7 @@ private:
     void withServer(const std::function<void()>& work);
     bool hasOutput() const;
     void collect();
+    std::filesystem::path checksFile() const;
     void requireOwnSettings();
 
     const SessionOptions& options;

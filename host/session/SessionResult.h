@@ -50,7 +50,8 @@ struct SessionResult {
     std::vector<AttemptResult> attempts;
     std::optional<diagnosis::CalFile> calibration; ///< of the attempt that was kept, otherwise of the last one
 
-    diagnosis::RunChecks checks;                  ///< what the host has checked beyond the receiver
+    /// Beyond the receiver's own checks. Its code and failure are set when the work is done.
+    diagnosis::RunChecks checks;
     std::optional<diagnosis::RunVerdict> verdict; ///< when all has ended
 
     std::vector<NamedFile> files;

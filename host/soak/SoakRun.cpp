@@ -16,6 +16,7 @@ using Clock = std::chrono::steady_clock;
 /// The name that makes the receiver use the capture unit's own generator instead of a target. A recording with no test
 /// pattern asked for makes it send a ramp.
 constexpr const char* generatorName = "fpga";
+constexpr std::uint64_t bitsOfAWord = 16;
 constexpr const char* benchScenario = "self-test";
 /// The attribute's name, with the blank at its end.
 constexpr const char* dataPinsAttribute = "Trace Data Pin Size ";
@@ -37,6 +38,7 @@ private:
     void show(const SoakLength& length);
     void calibrate();
     void playRound();
+    void conclude(const std::optional<toolkit::Failure>& failure);
 
     const SessionOptions& options;
     SoakResult& result;
@@ -104,6 +106,21 @@ void SoakRun::playRound() {
     }
 }
 
+/// Leaves what the rounds have shown beside the files of the last calibration.
+void SoakRun::conclude(const std::optional<toolkit::Failure>& failure) {
+    diagnosis::RunChecks& checks = result.checks;
+    checks.code = failure && result.errors == 0 ? failure->code : toolkit::ExitCode::Done;
+    checks.failure = failure && result.errors == 0 ? failure->what() : "";
+    checks.words.clear();
+    if (result.words != 0) {
+        diagnosis::WordCheck& check = checks.words.emplace_back();
+        check.pattern = "ramp";
+        check.bits = result.words * bitsOfAWord;
+        check.errors = result.errors;
+    }
+    session.writeChecks();
+}
+
 void SoakRun::run(const SoakLength& length) {
     const InterruptAnswer answer("stopping after this round");
     session.checkInputs();
@@ -115,13 +132,17 @@ void SoakRun::run(const SoakLength& length) {
         try {
             playRound();
         } catch (const toolkit::Failure& failure) {
-            throw session.explained(failure);
+            const toolkit::Failure explained = session.explained(failure);
+            conclude(explained);
+            throw explained;
         }
         result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
         result.interrupted = interrupted();
     } while (!result.interrupted &&
              (length.rounds == 0 ? result.seconds < length.seconds : result.rounds < length.rounds));
-    if (const auto failure = verdictOf(result)) {
+    const auto failure = verdictOf(result);
+    conclude(failure);
+    if (failure) {
         throw toolkit::Failure(*failure);
     }
 }

@@ -49,7 +49,8 @@ const std::vector<Room>& rooms() {
         {"bench/siblings", {"common", "rcvr/framework", "bench/scenarios"}},
         {"bench", {}},
         {"toolkit", {}},
-        {"diagnosis/files", {"toolkit", "rcvr/framework"}},
+        // The file of a run's checks holds those of streams.
+        {"diagnosis/files", {"toolkit", "rcvr/framework", "diagnosis/stream"}},
         {"diagnosis/analysis", {"toolkit", "rcvr/framework", "diagnosis/files"}},
         {"diagnosis/stream", {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis"}},
         {"diagnosis/burst", {"toolkit", "rcvr/framework", "diagnosis/files"}},
@@ -69,12 +70,14 @@ const std::vector<Room>& rooms() {
         {"host/pins", {"toolkit", "rcvr/framework", "pinmap", "host/platform"}},
         {"host/session",
          {"toolkit", "common/source/properties", "rcvr/framework", "tdf", "diagnosis", "diagnosis/files",
-          "diagnosis/analysis", "diagnosis/verdict", "host/platform", "host/scenario"}},
-        {"host/results", {"toolkit", "diagnosis", "host/session"}},
+          "diagnosis/analysis", "diagnosis/stream", "diagnosis/verdict", "host/platform", "host/scenario"}},
+        {"host/verification",
+         {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/stream", "host/platform", "host/session"}},
+        {"host/results", {"toolkit", "diagnosis", "diagnosis/files", "host/session"}},
         {"host/soak", {"toolkit", "rcvr/framework", "diagnosis/files", "host/platform", "host/session"}},
         {"host/commands",
          {"toolkit", "pinmap", "tdf", "diagnosis", "host/pins", "host/platform", "host/results", "host/scenario",
-          "host/session", "host/soak"}},
+          "host/session", "host/soak", "host/verification"}},
         {"host", {"host/commands", "host/platform"}},
     };
     return all;

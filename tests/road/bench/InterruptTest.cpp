@@ -46,6 +46,25 @@ TEST_F(Interrupt, StopsInOrderAndKeepsWhatWasCaptured) {
     EXPECT_EQ(space.run({"tdf", "list", space.file("out.tdf").string()}).code, 0);
 }
 
+TEST_F(Interrupt, OfAVerificationLeavesWhatWasCompared) {
+    const Outcome run = space.run(
+        {"verify", "--json", "--scenario", "clean", "--error-rate", "1e-12", "--out", space.file("run").string()}, {},
+        [&](RunningProgram& running) {
+            waitForPhase(space, "verifying known words");
+            std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            EXPECT_TRUE(running.interrupt());
+        });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    ASSERT_TRUE(run.json.is_object()) << run.output;
+    const nlohmann::json words = run.json.at("words").at(0);
+    EXPECT_EQ(words.at("failure"), "interrupted");
+    EXPECT_EQ(words.at("errors"), 0);
+    EXPECT_GT(words.at("bits").get<std::uint64_t>(), 0U);
+    const auto checks = nlohmann::json::parse(readBytes(run.json.at("files").at("checks").get<std::string>()));
+    EXPECT_EQ(checks.at("words").at(0), words);
+    EXPECT_EQ(checks.at("exitCode"), 7);
+}
+
 TEST_F(Interrupt, TheSecondEndsTheProgramAtOnceAndSaysSo) {
     // The server keeps the program waiting for longer than the two take, and then finds it gone.
     const auto scenario =

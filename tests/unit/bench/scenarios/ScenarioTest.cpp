@@ -67,6 +67,7 @@ from_recording = 2
 alignment = "edge"
 jitter = 0.25
 seed = 7
+drift_stays = true
 [[wiring.pin]]
 emu = 2
 skew = -1
@@ -123,6 +124,7 @@ detail = "d"
     EXPECT_EQ(cell.fromRecording, 2U);
     EXPECT_EQ(scenario.wiring.alignment, Alignment::Edge);
     EXPECT_EQ(scenario.wiring.seed, 7U);
+    EXPECT_TRUE(scenario.wiring.driftStays);
     const PinWiring pin = scenario.wiring.pin(2);
     EXPECT_EQ(pin.skew, -1.0);
     EXPECT_EQ(pin.lateFall, 0.5);

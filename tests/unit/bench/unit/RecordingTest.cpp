@@ -360,6 +360,28 @@ TEST_F(Recording, DriftAppearsInTheTruthOfALaterRecordingOnlyWhileTraceIsSent) {
     EXPECT_EQ(unit->segmentNow(0)->data[3].line.timing.skew, 0.0);
 }
 
+TEST_F(Recording, WiresThatStayAreWhereTraceHasMovedThemAlsoForAPattern) {
+    PinWiring pin;
+    pin.emu = 1;
+    pin.drift = 100.0;
+    scenario.wiring.pins = {pin};
+    scenario.wiring.driftStays = true;
+    make();
+    setProcs(4);
+    const auto skew = [&] { return unit->segmentNow(0)->data[3].line.timing.skew; };
+    program("none");
+    pass(0.03);
+    unit->shutdownTarget();
+    pass(0.03);
+    program("ramp");
+    EXPECT_NEAR(skew(), 3.0, 1e-6);
+    pass(0.03);
+    EXPECT_NEAR(skew(), 3.0, 1e-6) << "a pattern moves nothing";
+    program("none");
+    pass(0.01);
+    EXPECT_NEAR(skew(), 4.0, 1e-6);
+}
+
 TEST_F(Recording, ImpossibleProgramsAreRefused) {
     make();
     EXPECT_THROW(unit->programTarget({"f0", 1, ExportKind::Pti, {0, 1}}), UnitError);

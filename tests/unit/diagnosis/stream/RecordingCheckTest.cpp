@@ -59,6 +59,20 @@ TEST(FileCheck, AnUploadThatTheLogSaysWasLongerIsDamage) {
     EXPECT_EQ(recording.check.firstDamage->place.byte, 16384U);
 }
 
+TEST(FileCheck, AVerificationAfterTheRecordingIsNotTakenForIt) {
+    const test_support::TemporaryFolder folder;
+    folder.write("run.cfg", properties);
+    folder.write("run.bin", rampPackets(32));
+    folder.write("vx_trace_log_1.txt", logOf("32768"));
+    const auto announced = [&](const std::string& when) {
+        folder.write("run.checks.json", R"({"words":[{"when":")" + when + R"(","pattern":"walk"}],)" +
+                                            R"("recordings":[{"samplesAnnounced":2048,"samples":2048}]})");
+        return diagnosis::checkRecording(folder.path / "run.bin").check.form.announcedSamples;
+    };
+    EXPECT_EQ(announced("after"), 2048U);
+    EXPECT_EQ(announced("before"), 4096U);
+}
+
 TEST(FileCheck, AVerificationIsComparedWithItsPattern) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "diagnosis/files/ChecksFile.h"
+#include "host/session/Progress.h"
+#include "host/session/Session.h"
+#include "host/verification/PatternTransmitter.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+// Comparing recorded words with those that the target was made to send, as many as an error rate asks for.
+
+namespace host {
+
+/// Costs about a second at 400 Mbit/s.
+inline constexpr double usualErrorRate = 1e-8;
+/// As many bits as the receiver's own verification looks at, where it looks.
+inline constexpr double briefErrorRate = 1.5e-6;
+
+/// A calibrated channel, as far as a verification has to know it.
+struct VerifiedChannel {
+    Vx::Qrs::Trace::CChannelDriver& channel;
+    std::string exportKind{}; ///< "pti", "tpiu", "tpiulite"
+    unsigned dataPins = 0;
+    bool ownGenerator = false; ///< the unit sends to itself
+    bool programmed = true;    ///< false: the signal is none that the receiver programs
+    std::uint64_t bufferBytes = 0;
+    bool stopsWhenFull = true;    ///< otherwise the buffer wraps
+    double clockHertz = 0.0;      ///< of the trace clock; 0: unknown
+    std::filesystem::path file{}; ///< that recordings go to
+
+    double bitsPerSecond() const { return 2.0 * clockHertz * dataPins; }
+};
+
+/// What is known of a recording of trace.
+diagnosis::StreamForm traceForm(const VerifiedChannel& target);
+
+VerifiedChannel verifiedChannel(Session& session, const SessionResult& result);
+
+/// Fills `check`, whose `when` and `askedErrorRate` are set: records the pattern until so many bits are compared that the
+/// rate is excluded, in as many recordings as the buffer needs; the user's interruption ends it. What cannot be verified
+/// says why in `check.failure` and is no Failure. A recording that fails is one, and leaves what was measured.
+///
+/// The samples that the receiver holds afterwards are those of the pattern.
+void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter, diagnosis::WordCheck& check,
+                 ProgressLine& line);
+
+/// The receiver's file of samples, put aside during the object's life: a verification overwrites it. At the end that of
+/// the verification is removed and the other one is back in its place.
+class FileAside {
+public:
+    explicit FileAside(const std::filesystem::path& file);
+    ~FileAside();
+    FileAside(const FileAside&) = delete;
+    FileAside& operator=(const FileAside&) = delete;
+
+private:
+    std::filesystem::path place;
+    std::filesystem::path aside; ///< empty: there was no file
+};
+
+} // namespace host
