@@ -45,7 +45,6 @@ struct DiagnosticSet {
     std::vector<std::string> troubles; ///< files that could not be read: "FILE:LINE: WHAT"
 
     std::optional<RunLog> log; ///< of the run; in the folder of these files or in the one above
-    std::optional<RunChecks> checks; ///< what the host has checked beyond the receiver, ".checks.json"
 
     std::string exportKind() const; ///< empty when no file has it
     /// The pattern of the verifications where only one is possible, as for "tpiu"; otherwise empty.

@@ -90,15 +90,15 @@ void showErrorRate(RunVerdict& verdict, std::uint64_t bits, std::uint64_t errors
 } // namespace
 
 double askedErrorRate(const DiagnosticSet& set) {
-    double asked = 0.0;
+    double asked = usualErrorRate;
     if (set.checks) {
         for (const WordCheck& check : set.checks->words) {
-            if (check.askedErrorRate > 0.0 && (asked == 0.0 || check.askedErrorRate < asked)) {
-                asked = check.askedErrorRate;
+            if (check.askedErrorRate > 0.0) {
+                asked = std::min(asked, check.askedErrorRate);
             }
         }
     }
-    return asked > 0.0 ? asked : usualErrorRate;
+    return asked;
 }
 
 void judgeCalibration(Judgement& judged) {

@@ -14,7 +14,7 @@
 
 namespace diagnosis {
 
-/// Errors per bit that a run has to be good for when it was not asked for another rate.
+/// Errors per bit that margins have to be good for unless a lower rate was asked for.
 inline constexpr double usualErrorRate = 1e-9;
 /// A margin at which bits are wrong more often than this is a fault, whatever else the run shows.
 inline constexpr double certainErrorRate = 1e-6;

@@ -33,7 +33,8 @@ void judgeRecordings(Judgement& judged);
 /// How the run itself ended.
 void judgeEnd(Judgement& judged);
 
-/// The error rate that the run was to show, errors per bit.
+/// The error rate that margins have to be good for: the usual one, or a lower one that was asked for. A brief comparison
+/// shows less, but makes no margin better.
 double askedErrorRate(const DiagnosticSet& set);
 
 } // namespace diagnosis::verdict_rules

@@ -118,7 +118,13 @@ void SoakRun::conclude(const std::optional<toolkit::Failure>& failure) {
         check.bits = result.words * bitsOfAWord;
         check.errors = result.errors;
     }
-    session.writeChecks();
+    try {
+        session.writeChecks();
+    } catch (const toolkit::Failure&) {
+        if (!failure) {
+            throw; // otherwise the first failure counts, and this one is likely the same full disk
+        }
+    }
 }
 
 void SoakRun::run(const SoakLength& length) {
