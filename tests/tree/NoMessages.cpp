@@ -29,6 +29,7 @@ const std::vector<Area>& messageAreas() {
         {"diagnosis/doctor/DiagnosisText.cpp", Scope::sentences, ""},
         {"host/scenario/ScenarioFile.cpp", Scope::reported, "a scenario in words"},
         {"diagnosis/stream/", Scope::reported, "what a stream shows, in whole sentences"},
+        {"diagnosis/verdict/", Scope::reported, "reasons and evidence, explained on a page of their own"},
         {"diagnosis/report/", Scope::reported, "a page with its own legends"},
         {"host/results/", Scope::reported, "results with their own legends"},
         {"host/soak/SoakResult.cpp", Scope::reported, "results with their own legends"},
