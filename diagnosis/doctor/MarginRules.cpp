@@ -96,8 +96,8 @@ void findRegisterFaults(Case& given) {
         return;
     }
     const FileGroup& attempt = *given.attempts.back();
-    // Below the lowest analysed clock the reported values are not written.
-    if (!attempt.registers || !attempt.burst || attempt.rates().exportFrequency < limits::lowestAnalysedClock) {
+    // Below the lowest analysed clock the reported values are not written. The files round a clock just below up to it.
+    if (!attempt.registers || !attempt.burst || attempt.rates().exportFrequency <= limits::lowestAnalysedClock) {
         return;
     }
     const unsigned channel = channelOf(*attempt.registers);

@@ -211,6 +211,10 @@ void judgeEnd(Judgement& judged) {
         return;
     case ExitCode::CalibrationRefused:
     case ExitCode::RecordingError:
+        if (std::any_of(judged.faults.begin(), judged.faults.end(),
+                        [&](const RunVerdict::Reason& reason) { return reason.text == text; })) {
+            return; // the recording's own
+        }
         judged.faults.push_back({"receiver-failed", text.empty() ? "the receiver failed" : text});
         return;
     default:
