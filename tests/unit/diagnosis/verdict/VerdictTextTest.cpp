@@ -13,7 +13,7 @@ RunVerdict thin() {
     verdict.evidence = {{"margins", true, "measured"}};
     verdict.hertz = 50e6;
     verdict.bitsPerSecond = 400e6;
-    verdict.worstMargin = WorstMargin{3, "data 3 (EMU2)", false, 1.234, 0.881, 8.81, 3.25};
+    verdict.worstMargin = WorstMargin{3, "data 3 (EMU2)", false, 1.234, 0.881, 8.81, 3.3};
     verdict.errorRate = ErrorRate{2'080'000, 0, 1.44e-6};
     return verdict;
 }
