@@ -84,7 +84,7 @@ struct RunVerdict {
 /// "sound", "thin", "fault", "unknown".
 const char* verdictName(RunVerdict::Kind kind);
 
-/// Decides from the files of a run alone, so that the run itself and whoever reads its folder later agree.
+/// Decides from the files of a run alone, so that the run itself and a later reader of its folder agree.
 RunVerdict judgeRun(const DiagnosticSet& set, const Diagnosis& diagnosis);
 
 /// "1e-9", "1.4e-6".

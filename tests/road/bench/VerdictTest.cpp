@@ -23,7 +23,7 @@ std::string firstSlug(const json& verdict) {
     return verdict.at("reasons").empty() ? "" : verdict.at("reasons").at(0).at("slug").get<std::string>();
 }
 
-/// The same run, looked at by whoever reads its folder later.
+/// The same run, read from its folder later.
 void expectAgreement(const RunSpace& space, const std::string& name, const Outcome& run) {
     const json& verdict = run.json.at("verdict");
     if (run.json.at("calibration").at("frequencies").empty() && verdict.at("kind") == "unknown") {
@@ -44,7 +44,7 @@ void expectAgreement(const RunSpace& space, const std::string& name, const Outco
     EXPECT_THAT(told.output, Not(HasSubstr("\x1b"))) << "no colour without a terminal";
 }
 
-TEST(Verdict, IsTheSameForWhoeverAsksOnEveryScenario) {
+TEST(Verdict, IsTheSameFromEveryCommandOnEveryScenario) {
     for (const std::string& name : scenarioNames()) {
         const RunSpace space;
         const Outcome run = space.record(name, {"--seconds", "0.2", "--strict"});
