@@ -140,6 +140,8 @@ void Verification::recordOnce() {
     if (stream.wordsCompared == 0 && !interrupted()) {
         words.failure = stream.words == 0 ? "the target sent no words of its test pattern"
                                           : "the recorded words are none of the test pattern's";
+    } else if (2 * stream.wrongWords > stream.wordsCompared && words.bits < needed) {
+        words.failure = "ended early, more than half of the words are wrong"; // more of them show nothing else
     }
 }
 
