@@ -37,11 +37,11 @@ public:
             return;
         }
         if constexpr (std::is_floating_point_v<Number>) {
-            require(found->is_number(), key);
+            expect(found->is_number(), key);
         } else {
-            require(found->is_number_unsigned() &&
-                        found->get<std::uint64_t>() <= std::uint64_t{std::numeric_limits<Number>::max()},
-                    key);
+            expect(found->is_number_unsigned() &&
+                       found->get<std::uint64_t>() <= std::uint64_t{std::numeric_limits<Number>::max()},
+                   key);
         }
         value = found->get<Number>();
     }
@@ -53,13 +53,13 @@ public:
     }
     void flag(const char* key, bool& value) const {
         if (const json* const found = find(key)) {
-            require(found->is_boolean(), key);
+            expect(found->is_boolean(), key);
             value = found->get<bool>();
         }
     }
     void text(const char* key, std::string& value) const {
         if (const json* const found = find(key)) {
-            require(found->is_string(), key);
+            expect(found->is_string(), key);
             value = found->get<std::string>();
         }
     }
@@ -72,7 +72,7 @@ public:
             return;
         }
         const std::optional<Value> found = valueOf(std::string_view(name));
-        require(found.has_value(), key);
+        expect(found.has_value(), key);
         value = *found;
     }
     template <class Read>
@@ -81,7 +81,7 @@ public:
         if (found == nullptr) {
             return;
         }
-        require(found->is_array(), key);
+        expect(found->is_array(), key);
         for (const json& item : *found) {
             read(Keys(item, file));
         }
@@ -92,7 +92,7 @@ public:
             read(Keys(*found, file));
         }
     }
-    void require(bool good, const char* key) const {
+    void expect(bool good, const char* key) const {
         if (!good) {
             bad(key);
         }
@@ -198,8 +198,8 @@ StreamCheck readStream(const Keys& keys) {
     keys.inside("firstDamage", [&](const Keys& damage) { check.firstDamage = readDamage(damage); });
     keys.each("damages", [&](const Keys& damage) { check.damages.push_back(readDamage(damage)); });
     keys.each("lanes", [&](const Keys& lane) { check.lanes.push_back(readLaneDamage(lane)); });
-    // Whoever reads a damaged stream's check relies on its first damage.
-    keys.require(check.verdict != StreamVerdict::Damaged || check.firstDamage.has_value(), "firstDamage");
+    // Readers of a damaged stream's check rely on its first damage.
+    keys.expect(check.verdict != StreamVerdict::Damaged || check.firstDamage.has_value(), "firstDamage");
     return check;
 }
 
@@ -268,7 +268,7 @@ RunChecks parseRunChecks(std::string_view text, const std::string& file) {
     const Keys keys(parsed, file);
     unsigned code = 0;
     keys.number("exitCode", code);
-    keys.require(code <= static_cast<unsigned>(toolkit::ExitCode::FaultsFound), "exitCode");
+    keys.expect(code <= static_cast<unsigned>(toolkit::ExitCode::FaultsFound), "exitCode");
     RunChecks checks;
     checks.code = static_cast<toolkit::ExitCode>(code);
     keys.text("failure", checks.failure);

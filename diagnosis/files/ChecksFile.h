@@ -11,7 +11,7 @@
 #include <vector>
 
 // What the host has checked of a run beyond the receiver: STEM.checks.json, beside the files of the calibration. Kept, so
-// that whoever reads the folder later comes to the verdict that the run ended with.
+// that a later reader of the folder comes to the verdict that the run ended with.
 
 namespace diagnosis {
 

@@ -224,8 +224,9 @@ void RecordRun::calibrateAndRecord() {
     }
 }
 
-void addVerification(Syntax& syntax, RecordOptions& options, const char* about) {
-    const Option verify = syntax.addFlag("--verify", options.verify, about);
+void addVerification(Syntax& syntax, RecordOptions& options) {
+    const Option verify =
+        syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
     syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either").excludes(verify);
 }
@@ -241,7 +242,7 @@ public:
         addSettings(syntax, options.session);
         addCpu(syntax, options.session);
         addPins(syntax, options.session.pins);
-        addVerification(syntax, options, "Compare known words after it");
+        addVerification(syntax, options);
         addRunFlags(syntax, options.session);
     }
 
@@ -318,7 +319,7 @@ void RecordCommand::setUp(Syntax& syntax) {
     syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
         .check(checkTdfName);
     syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
-    addVerification(syntax, options, "Compare known words before it and after it");
+    addVerification(syntax, options);
     addRunFlags(syntax, options.session);
 }
 

@@ -175,10 +175,9 @@ std::string legendOf(const diagnosis::Rates& rates) {
 
 std::string wordsText(const diagnosis::WordCheck& check) {
     using When = diagnosis::WordCheck::When;
-    std::string text = "known words";
-    text += check.when == When::Before  ? " before the recording: "
-            : check.when == When::After ? " after the recording: "
-                                        : ": ";
+    std::string text = check.when == When::Before  ? "known words before the recording: "
+                       : check.when == When::After ? "known words after the recording: "
+                                                   : "known words: ";
     if (check.bits == 0 && check.errors == 0) {
         return text + "none compared, " + check.failure;
     }

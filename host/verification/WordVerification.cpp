@@ -140,6 +140,8 @@ void Verification::recordOnce() {
     if (stream.wordsCompared == 0 && !interrupted()) {
         words.failure = stream.words == 0 ? "the target sent no words of its test pattern"
                                           : "the recorded words are none of the test pattern's";
+    } else if (2 * errorsOf(stream) > stream.wordsCompared && words.bits < needed) {
+        words.failure = "ended early, there are too many errors for a rate"; // more of them show nothing else
     }
 }
 
@@ -169,7 +171,7 @@ void copyInto(const fs::path& from, const fs::path& to) {
     out << in.rdbuf();
     if (!out.flush()) {
         throw toolkit::Failure(toolkit::ExitCode::OutputUnwritable,
-                               to.string() + " cannot be written; is its disk full?");
+                               to.string() + " cannot be written; is the disk full?");
     }
 }
 

@@ -152,6 +152,20 @@ TEST(WordVerification, ErrorsOfSeveralRecordingsAddUpLaneByLane) {
     EXPECT_EQ(bench.check.lanes[1].errors, 1U);
 }
 
+TEST(WordVerification, WhereNothingFitsItEndsAfterOneRecording) {
+    Bench bench;
+    std::vector<std::uint64_t> samples = walkPackets(64);
+    for (std::uint64_t& sample : samples) {
+        sample |= 0x000F'000F'000F'000F; // the last slot of each word, packets' trailers included
+    }
+    bench.give(samples);
+    bench.check.askedErrorRate = 1e-7;
+    bench.verify();
+    EXPECT_EQ(bench.channel.starts, 1U);
+    EXPECT_THAT(bench.check.failure, HasSubstr("too many errors for a rate"));
+    EXPECT_GT(bench.check.errors, bench.check.bits / 16);
+}
+
 TEST(WordVerification, TheFileOfAnEarlierRecordingStaysAndItsOwnGoes) {
     Bench bench;
     bench.folder.write("run.bin", "trace");
