@@ -5,8 +5,10 @@
 #include "diagnosis/doctor/Diagnosis.h"
 #include "diagnosis/doctor/DiagnosisText.h"
 #include "diagnosis/report/Report.h"
+#include "diagnosis/stream/RecordingCheck.h"
+#include "diagnosis/stream/StreamPayload.h"
 
-// Reads what a calibration left, and judges it. Link orv_diagnosis; nothing here needs the command line.
+// Reads what a calibration and a recording left, and judges it. Link orv_diagnosis; nothing here needs the command line.
 //
 //     const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics("run");
 //     const diagnosis::Diagnosis found = diagnosis::diagnose(set);
@@ -14,6 +16,9 @@
 //     std::cout << diagnosis::diagnosisJson(set, found).dump(2);       // for a script; needs <nlohmann/json.hpp>
 //     diagnosis::writeReport("run", "run/board.report.html", false);   // the page
 //     diagnosis::writeVcd(out, burst, diagnosis::partOf(burst, 0, 0, {})); // a burst; also writeCsv, writeSvg
+//
+//     const diagnosis::RecordingCheck recording = diagnosis::checkRecording("run/.VX-trace/data/board.bin");
+//     std::cout << diagnosis::recordingText(recording);                // does the stream hold together, and where not
 //
 // Single files are read by readBurst, readCalFile, readRegisters, readVerification and readProperties.
 //

@@ -80,6 +80,10 @@ public:
     std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override {
         std::string text = CLI::Formatter::make_subcommands(app, mode);
         text.erase(0, text.find_first_not_of('\n'));
+        // What follows is no further line apart: the list leaves none to spare on a screen.
+        while (text.ends_with("\n\n")) {
+            text.pop_back();
+        }
         return text;
     }
     /// The value's name only: messages report what an option needs or excludes.

@@ -25,6 +25,9 @@ std::size_t errorOutputColumns();
 /// Columns of the terminal that the standard output is; unlimited for a file or pipe.
 std::size_t outputColumns();
 
+/// From here on the standard input is read as bytes. No effect where it always is.
+void readInputAsBytes();
+
 /// Makes a console show the program's output as UTF-8 during the object's life. No effect where every terminal does.
 class Utf8Console {
 public:

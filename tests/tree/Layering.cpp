@@ -51,12 +51,13 @@ const std::vector<Room>& rooms() {
         {"toolkit", {}},
         {"diagnosis/files", {"toolkit", "rcvr/framework"}},
         {"diagnosis/analysis", {"toolkit", "rcvr/framework", "diagnosis/files"}},
+        {"diagnosis/stream", {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis"}},
         {"diagnosis/burst", {"toolkit", "rcvr/framework", "diagnosis/files"}},
         {"diagnosis/doctor", {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis"}},
         {"diagnosis/report",
          {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/burst", "diagnosis/doctor"}},
         {"diagnosis",
-         {"toolkit", "diagnosis/files", "diagnosis/analysis", "diagnosis/burst", "diagnosis/doctor",
+         {"toolkit", "diagnosis/files", "diagnosis/analysis", "diagnosis/stream", "diagnosis/burst", "diagnosis/doctor",
           "diagnosis/report"}},
         // The library itself is loaded by name; commands that work on files and on the device data base need none.
         // A scenario is read by the bench and by the program that runs it.

@@ -28,6 +28,7 @@ const std::vector<Area>& messageAreas() {
         {"diagnosis/doctor/Diagnosis.cpp", Scope::sentences, ""},
         {"diagnosis/doctor/DiagnosisText.cpp", Scope::sentences, ""},
         {"host/scenario/ScenarioFile.cpp", Scope::reported, "a scenario in words"},
+        {"diagnosis/stream/", Scope::reported, "what a stream shows, in whole sentences"},
         {"diagnosis/report/", Scope::reported, "a page with its own legends"},
         {"host/results/", Scope::reported, "results with their own legends"},
         {"host/soak/SoakResult.cpp", Scope::reported, "results with their own legends"},
@@ -112,7 +113,10 @@ const std::vector<Exceptions>& piecesThatAreNoMessages() {
         {"written into a file or to the side connection",
          {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "Kite R2 Trace", "[Global] orv=", "Hz dataFrequency=",
           "words/second dataRate=", "bits/second oversampling=", "[Properties] drmXmtr=", "program pattern="}},
-        {"a listing", {">data pins", "samples of", "data (bit 0 first)", "of section", ", no sections", "of about"}},
+        {"a listing",
+         {"), trace sources", "from byte", "as given", "assumed; see --frame-start", "by synchronisation",
+          "of payload in", ">data pins", "samples of", "data (bit 0 first)", "of section", ", no sections",
+          "of about"}},
     };
     return all;
 }

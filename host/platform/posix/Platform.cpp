@@ -105,6 +105,8 @@ std::size_t outputColumns() {
     return columnsOf(STDOUT_FILENO, std::numeric_limits<std::size_t>::max());
 }
 
+void readInputAsBytes() {}
+
 void watchInterrupts() {
     struct sigaction action{};
     action.sa_handler = onInterrupt;

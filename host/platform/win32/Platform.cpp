@@ -7,7 +7,9 @@
 #include <windows.h>
 #include <array>
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <io.h>
 #include <limits>
 
@@ -116,6 +118,10 @@ std::size_t errorOutputColumns() {
 
 std::size_t outputColumns() {
     return columnsOf(STD_OUTPUT_HANDLE, std::numeric_limits<std::size_t>::max());
+}
+
+void readInputAsBytes() {
+    _setmode(_fileno(stdin), _O_BINARY);
 }
 
 void watchInterrupts() {

@@ -14,8 +14,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},      {"record"},      {"calibrate"},      {"soak"},          {"report"}, {"doctor"},   {"burst"},
-    {"tdf"}, {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"}, {"pins"},   {"scenarios"}};
+    {},        {"record"}, {"calibrate"},   {"soak"},           {"report"},        {"doctor"}, {"burst"},
+    {"check"}, {"tdf"},    {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"}, {"pins"},   {"scenarios"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
     const RunSpace space;
@@ -132,6 +132,11 @@ TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
           {"calibrate"},
           {"calibrate", "--scenario", "clean", "--seconds", "1"},
           {"soak", "--seconds", "-1"},
+          {"check"},
+          {"check", "x", "--mode", "etm"},
+          {"check", "x", "--width", "3"},
+          {"check", "x", "--pattern", "lfsr"},
+          {"check", "-", "--payload", "y"},
           {"pins", "--kind", "pti"},
           {"pins", "--device", "bench/app", "--kind", "etm"},
           {"pins", "--device", "bench/app", "--pins", "9"},

@@ -80,6 +80,8 @@ const std::vector<Input> inputs{
     {{"tdf", "extract", "{}", "unused.bin"}, "in.tdf", cutSections},
     {{"tdf", "create", "unused.tdf", "--data", "{}"}, "in.bin", ""},
     {{"pins", "--map-file", "{}"}, "in.map", "front=pt"},
+    {{"check", "{}"}, "in.bin", ""},
+    {{"check", "{}", "--mode", "pti"}, "in.tdf", cutSections},
 };
 
 TEST(FailedInput, AMissingFileIsCodeThree) {
@@ -138,6 +140,7 @@ std::vector<Output> outputsIn(const RunSpace& space) {
         {{"tdf", "extract", sections, "{}"}, "out.bin"},
         {{"tdf", "create", "{}"}, "out.tdf"},
         {{"tdf", "create", "{}", "--data", data}, "out.tdf"},
+        {{"check", data, "--mode", "tpiu", "--payload", "{}"}, "out.bin"},
     };
 }
 
@@ -207,7 +210,8 @@ const std::vector<Arguments> complete{{"record", "--scenario", "clean"},
                                       {"tdf", "extract", "x.tdf", "y"},
                                       {"tdf", "create", "x.tdf", "--data", "y"},
                                       {"pins", "--device", "bench/app"},
-                                      {"scenarios"}};
+                                      {"scenarios"},
+                                      {"check", "x"}};
 
 void expectUsage(const RunSpace& space, const Arguments& arguments, const std::string& named) {
     const Outcome run = space.run(arguments);
@@ -240,6 +244,7 @@ TEST(FailedUsage, ABadNumberIsCodeTwoAndTheOptionIsNamed) {
         {complete[5], {"--from", "--to"}},
         {complete[7], {"--number"}},
         {complete[8], {"--version"}},
+        {complete[11], {"--width", "--clock", "--samples", "--number", "--frame-start"}},
     };
     for (const auto& [arguments, options] : numbers) {
         for (const std::string& option : options) {
@@ -261,6 +266,8 @@ TEST(FailedUsage, ABadWordIsCodeTwoAndTheOptionIsNamed) {
                                                                                           {complete[0], "--buffer"},
                                                                                           {complete[2], "--buffer"},
                                                                                           {complete[9], "--kind"},
+                                                                                          {complete[11], "--mode"},
+                                                                                          {complete[11], "--pattern"},
                                                                                           {complete[0], "--save"}}) {
         Arguments whole = arguments;
         whole.push_back(option);

@@ -45,6 +45,7 @@ struct Meeting {
 const std::vector<Meeting> meetings{
     {{"tdf", "extract", "{in}", "{out}"}, "in.tdf", std::string("TDF\x1A\x01\0\0\0", 8)},
     {{"tdf", "create", "{out}", "--data", "{in}"}, "in.tdf", "any bytes"},
+    {{"check", "{in}", "--mode", "tpiu", "--payload", "{out}"}, "in.bin", "any bytes"},
     {{"burst", "{in}", "--vcd", "{out}"}, "in.cap.txt", head},
     {{"burst", "{in}", "--csv", "{out}"}, "in.cap.txt", head},
     {{"report", "{in}", "--out", "{out}"}, "in.cal.txt", head},

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "diagnosis/stream/ExpectedStream.h"
+#include "diagnosis/stream/StreamCheck.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace diagnosis {
+
+/// The wrong bits of one lane.
+struct LaneFigures {
+    std::uint64_t wrongBits = 0;
+    std::uint64_t known = 0;         ///< wrong bits with a known neighbour
+    std::uint64_t likePreceding = 0; ///< of those, equal to the preceding slot's bit
+    std::uint64_t likeNext = 0;      ///< equal to the next slot's
+    std::uint64_t onlyPreceding = 0, onlyNext = 0;
+    /// Bits since the first wrong one with a known neighbour, and of those the ones that may differ from a neighbour.
+    std::uint64_t bits = 0, unlikePreceding = 0, unlikeNext = 0;
+    std::uint64_t firstWord = 0;
+    std::uint64_t wordsSince = 0;
+    std::uint16_t ones = 0, zeros = 0; ///< levels seen since, by bit
+
+    /// Noise, drift or stuck.
+    DamageKind kind(std::uint16_t mask) const;
+};
+
+/// Follows the wrong bits of a stream, lane by lane.
+class LaneTally {
+public:
+    explicit LaneTally(unsigned laneCount);
+
+    /// A word and its wrong bits: those that differ from the expected ones. Sound words count once there were wrong ones.
+    void take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,
+              const ExpectedWord& after);
+    /// Every word, once there were wrong bits.
+    void follow(std::uint16_t word);
+    bool any() const { return damaged; }
+
+    unsigned count() const { return lanes; }
+    std::uint16_t maskOf(unsigned lane) const { return masks[lane]; }
+    const LaneFigures& of(unsigned lane) const { return figures[lane]; }
+    DamageKind kindOf(unsigned lane) const { return figures[lane].kind(masks[lane]); }
+
+private:
+    unsigned lanes;
+    std::array<std::uint16_t, 16> masks{};
+    bool damaged = false;
+    std::array<LaneFigures, 16> figures{};
+};
+
+} // namespace diagnosis
