@@ -56,12 +56,20 @@ public:
     std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
         std::string text = CLI::Formatter::make_help(app, std::move(name), mode);
         // The usage says OPTIONS already; a line less, and the longest help fits a screen.
-        constexpr std::string_view heading = "Options:\n";
+        constexpr std::string_view heading = "Options:
+";
         const std::size_t at = text.find(heading);
         if (!hasSubcommands(*app) && at != std::string::npos) {
             text.erase(at, heading.size());
         }
-        return helpText(text);
+        text = helpText(text);
+        // The list of subcommands leaves no line of the screen to spare.
+        if (const std::size_t gap = text.find("
+
+Exit codes:"); gap != std::string::npos) {
+            text.erase(gap, 1);
+        }
+        return text;
     }
     std::string make_subcommand(const CLI::App* subcommand) const override {
         std::string text = "  " + subcommand->get_name();
@@ -80,10 +88,6 @@ public:
     std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override {
         std::string text = CLI::Formatter::make_subcommands(app, mode);
         text.erase(0, text.find_first_not_of('\n'));
-        // What follows is no further line apart: the list leaves none to spare on a screen.
-        while (text.ends_with("\n\n")) {
-            text.pop_back();
-        }
         return text;
     }
     /// The value's name only: messages report what an option needs or excludes.
