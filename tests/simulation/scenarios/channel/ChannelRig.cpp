@@ -101,6 +101,9 @@ ChannelMetrics ChannelRig::look() {
     ChannelMetrics metrics;
     attempt([&] { object->status(metrics); });
     expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
+    expect(metrics.bytesReady + metrics.bytesTotal <= unitDouble.capacity, "bytes counted twice",
+           std::to_string(metrics.bytesReady) + " on the unit and " + std::to_string(metrics.bytesTotal) +
+               " in the file of " + std::to_string(unitDouble.capacity));
     expect(metrics.state != Triggered && metrics.state >= Uncalibrated, "state", std::to_string(metrics.state));
     return metrics;
 }
@@ -114,6 +117,9 @@ void ChannelRig::awaitEnd() {
 
 void ChannelRig::judgeRecording() {
     const ChannelMetrics metrics = look();
+    if (metrics.hasError) {
+        expect(Faults::instance().haveFailed(), "failed without a fault", metrics.errorText);
+    }
     if (!metrics.threadDone || metrics.hasError) {
         return;
     }
