@@ -23,11 +23,11 @@ using namespace VX_QRS::ORV::CLIENT;
 
 namespace {
 
-UnitDouble* currentUnit = nullptr;
+VX_QRS::ORV::DataClient* currentClient = nullptr;
 
-DataClientFactory unitFactory(UnitDouble& unit) {
-    currentUnit = &unit;
-    return {[](std::uint32_t) -> VX_QRS::ORV::DataClient* { return currentUnit; }, [](VX_QRS::ORV::DataClient*) {}};
+DataClientFactory factoryOf(VX_QRS::ORV::DataClient& client) {
+    currentClient = &client;
+    return {[](std::uint32_t) { return currentClient; }, [](VX_QRS::ORV::DataClient*) {}};
 }
 
 /// In memory, and one for each process of the search.
@@ -48,23 +48,35 @@ std::vector<std::uint8_t> contentOf(const std::string& path) {
 
 } // namespace
 
-ChannelRig::ChannelRig(const std::string& lines) {
+ChannelRig::ChannelRig(Unit kind, const std::string& lines)
+    : bench(kind == Unit::bench ? std::make_unique<BenchDouble>() : nullptr),
+      client(bench != nullptr ? bench->client() : unitDouble) {
     const std::string path = folder() + "/props.txt";
     {
         std::ofstream file(path);
         file << "[Global]\norv=unit\n[Channel 0]\nfile=" << folder() << "/trace\npinMap=0,1,2,3,4\n" << lines;
         std::filesystem::remove(binPath());
     }
-    ready = attempt([&] {
-        frontEnd = std::make_unique<FrontEnd_1>(unitFactory(unitDouble));
-        object = std::make_unique<FrontEndChannel_1>(frontEnd.get(), &transmitter);
-        frontEnd->setProperty("propsFile", path.c_str());
-        object->setProperty("propsFile", path.c_str());
+    ready = open(path);
+}
+
+bool ChannelRig::open(const std::string& propertiesFile) {
+    const bool opened = attempt([&] {
+        Transmitter* sender = bench != nullptr ? &bench->transmitter() : static_cast<Transmitter*>(&transmitter);
+        frontEnd = std::make_unique<FrontEnd_1>(factoryOf(client));
+        object = std::make_unique<FrontEndChannel_1>(frontEnd.get(), sender);
+        frontEnd->setProperty("propsFile", propertiesFile.c_str());
+        object->setProperty("propsFile", propertiesFile.c_str());
         object->applySettings();
     });
-    if (ready) {
+    if (opened && bench == nullptr) {
         ChannelInspector{*object}.control().state = Calibrated;
     }
+    return opened;
+}
+
+bool ChannelRig::calibrate() {
+    return attempt([&] { object->calibrate(); });
 }
 
 ChannelRig::~ChannelRig() {
@@ -124,14 +136,15 @@ void ChannelRig::judgeRecording() {
         return;
     }
     const std::vector<std::uint8_t> file = contentOf(binPath());
-    if (file == unitDouble.content() && metrics.bytesTotal == file.size()) {
+    const bool isWhole = bench != nullptr || client.delivered() == unitDouble.content();
+    if (isWhole && file == client.delivered() && metrics.bytesTotal == file.size()) {
         return;
     }
     // A write that the disk refuses is told by the log alone: the upload has to come to its end.
     const bool diskFailed = Faults::instance().haveFailed();
     expect(diskFailed, "lost data",
            std::to_string(file.size()) + " bytes in the file, " + std::to_string(metrics.bytesTotal) + " counted, " +
-               std::to_string(unitDouble.content().size()) + " recorded");
+               std::to_string(client.delivered().size()) + " sent by the unit");
 }
 
 void ChannelRig::recover() {
@@ -139,7 +152,11 @@ void ChannelRig::recover() {
     stop();
     attempt([&] { object->applySettings(); });
     expect(attempt([&] { object->applySettings(); }), "no recovery", "settings are refused without a fault");
-    ChannelInspector{*object}.control().state = Calibrated;
+    if (bench != nullptr) {
+        expect(calibrate(), "no recovery", "a calibration fails without a fault");
+    } else {
+        ChannelInspector{*object}.control().state = Calibrated;
+    }
     expect(start(), "no recovery", "a start is refused without a fault");
     stop();
     awaitEnd();

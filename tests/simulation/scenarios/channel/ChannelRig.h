@@ -2,8 +2,10 @@
 
 #include "client/frontend/FrontEndChannel_1.h"
 #include "client/frontend/FrontEnd_1.h"
-#include "tests/simulation/scenarios/channel/TransmitterDouble.h"
-#include "tests/simulation/scenarios/channel/UnitDouble.h"
+#include "tests/simulation/scenarios/doubles/BenchDouble.h"
+#include "tests/simulation/scenarios/doubles/RequestPoints.h"
+#include "tests/simulation/scenarios/doubles/TransmitterDouble.h"
+#include "tests/simulation/scenarios/doubles/UnitDouble.h"
 
 #include <functional>
 #include <memory>
@@ -14,8 +16,13 @@ namespace simulation {
 /// A channel over a unit in the same process, with the rules that hold whatever a scenario does.
 class ChannelRig {
 public:
-    /// Opened and calibrated, unless a fault of the schedule prevents it; `isReady` tells. `lines` are properties.
-    explicit ChannelRig(const std::string& lines = {});
+    enum class Unit {
+        model, ///< the channel counts as calibrated
+        bench, ///< the channel has to calibrate
+    };
+
+    /// Opened, unless a fault of the schedule prevents it; `isReady` tells. `lines` are properties.
+    explicit ChannelRig(Unit kind = Unit::model, const std::string& lines = {});
     ChannelRig(const ChannelRig&) = delete;
     ChannelRig& operator=(const ChannelRig&) = delete;
     /// Checks that the channel can record again once nothing fails.
@@ -24,6 +31,7 @@ public:
     bool isReady() const { return ready; }
     VX_QRS::ORV::CLIENT::FrontEndChannel_1& channel() { return *object; }
     UnitDouble& unit() { return unitDouble; }
+    bool calibrate();
 
     /// Runs an operation that may throw the channel's own exceptions; true when it did not throw.
     bool attempt(const std::function<void()>& operation);
@@ -38,9 +46,12 @@ public:
     std::string binPath() const;
 
 private:
+    bool open(const std::string& propertiesFile);
     void recover();
 
     UnitDouble unitDouble;
+    std::unique_ptr<BenchDouble> bench; // with its own kind only
+    RequestPoints client;
     TransmitterDouble transmitter;
     std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEnd_1> frontEnd;
     std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEndChannel_1> object;

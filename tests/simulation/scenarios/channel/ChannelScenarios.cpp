@@ -77,13 +77,78 @@ void deleteWhileRecording() {
     uThread::sleep(7);
 }
 
+/// Two threads look while the controlling one sends the end of the trace, looks at the signal and stops.
+void lookFromTwoThreads() {
+    ChannelRig rig(ChannelRig::Unit::model, "orvBufMode=wrap\n");
+    if (!rig.isReady() || !rig.start()) {
+        return;
+    }
+    const auto looks = [&rig] {
+        for (int i = 0; i < 6; ++i) {
+            rig.look();
+            uThread::sleep(4);
+        }
+    };
+    SideThread one(looks);
+    SideThread other(looks);
+    rig.attempt([&] { rig.channel().endTransmission(true); });
+    rig.attempt([&] { rig.channel().ovs(true, true); });
+    rig.stop();
+    rig.awaitEnd();
+    rig.judgeRecording();
+}
+
+/// A calibration, which a second thread watches and tries to stop, and a recording after it.
+void calibrateAndRecord() {
+    ChannelRig rig(ChannelRig::Unit::bench);
+    if (!rig.isReady()) {
+        return;
+    }
+    SideThread other([&rig] {
+        for (int i = 0; i < 5; ++i) {
+            rig.look();
+            uThread::sleep(30);
+        }
+        rig.stop();
+    });
+    const bool isCalibrated = rig.calibrate();
+    other.join();
+    if (isCalibrated && rig.start()) {
+        uThread::sleep(10);
+        rig.stop();
+        rig.awaitEnd();
+        rig.judgeRecording();
+    }
+}
+
+/// A calibration while the earlier recording is still uploaded, and a recording after it, whether it succeeded or not.
+void calibrateDuringUpload() {
+    ChannelRig rig(ChannelRig::Unit::bench);
+    if (!rig.isReady() || !rig.calibrate() || !rig.start()) {
+        return;
+    }
+    uThread::sleep(10);
+    rig.stop();
+    rig.calibrate();
+    if (rig.start()) {
+        rig.stop();
+        rig.awaitEnd();
+        rig.judgeRecording();
+    }
+}
+
 } // namespace
 
 std::vector<Scenario> channelScenarios() {
     return {
-        {"channel.stopFromAnotherThread", stopFromAnotherThread}, {"channel.fillAndStartAgain", fillAndStartAgain},
-        {"channel.startDuringUpload", startDuringUpload},         {"channel.settingsWhileEnding", settingsWhileEnding},
+        {"channel.stopFromAnotherThread", stopFromAnotherThread},
+        {"channel.fillAndStartAgain", fillAndStartAgain},
+        {"channel.startDuringUpload", startDuringUpload},
+        {"channel.settingsWhileEnding", settingsWhileEnding},
         {"channel.deleteWhileRecording", deleteWhileRecording},
+        {"channel.lookFromTwoThreads", lookFromTwoThreads},
+        {"channel.calibrateAndRecord", calibrateAndRecord},
+        {"channel.calibrateDuringUpload", calibrateDuringUpload},
     };
 }
 

@@ -1,8 +1,4 @@
-#include "tests/simulation/scenarios/channel/UnitDouble.h"
-
-#include "tests/simulation/faults/Faults.h"
-#include "tests/simulation/faults/Quiet.h"
-#include "tests/simulation/scheduler/Scheduler.h"
+#include "tests/simulation/scenarios/doubles/UnitDouble.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -13,18 +9,6 @@ namespace {
 
 constexpr std::uint32_t requestUnit = 16384;
 constexpr std::uint32_t pieceSize = 8192;
-
-/// Holds the lock for a request.
-class Exclusive {
-public:
-    explicit Exclusive(SimulatedLock& held) : lock(held) { lock.enter(); }
-    Exclusive(const Exclusive&) = delete;
-    Exclusive& operator=(const Exclusive&) = delete;
-    ~Exclusive() { lock.leave(); }
-
-private:
-    SimulatedLock& lock;
-};
 
 } // namespace
 
@@ -42,63 +26,38 @@ UnitDouble::UnitDouble() {
     }
 }
 
-void UnitDouble::begin(const char* what) {
-    Scheduler::instance().point({Operation::request, what});
-    if (Faults::instance().fails(Fault::request)) {
-        throw std::runtime_error("disconnected from server");
-    }
-}
-
 void UnitDouble::record(std::uint32_t bytes) {
-    const Quiet quiet;
     for (std::uint32_t i = 0; i < bytes && recorded.size() < capacity; ++i) {
         recorded.push_back(static_cast<std::uint8_t>(recorded.size() * 7 + generation));
     }
 }
 
-void UnitDouble::connect(const char*) {
-    const Exclusive exclusive(mutex);
-    begin("connect");
-}
+void UnitDouble::connect(const char*) {}
 
-void UnitDouble::disconnect() {
-    const Exclusive exclusive(mutex);
-    begin("disconnect");
-}
+void UnitDouble::disconnect() {}
 
 void UnitDouble::read(VX_QRS::ORV::RegisterAccess* list, std::uint32_t count) {
-    const Exclusive exclusive(mutex);
-    begin("read");
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto found = registers.find(list[i].address);
         list[i].value = found == registers.end() ? 0 : found->second;
     }
 }
 
-void UnitDouble::write(const VX_QRS::ORV::RegisterAccess*, std::uint32_t) {
-    const Exclusive exclusive(mutex);
-    begin("write");
-}
+void UnitDouble::write(const VX_QRS::ORV::RegisterAccess*, std::uint32_t) {}
 
 VX_QRS::ORV::DataClient::Channel* UnitDouble::openChannel(std::uint32_t, std::uint32_t, Callback* newCallback) {
-    const Exclusive exclusive(mutex);
     if (callback != nullptr) {
         throw std::runtime_error("internal channel open error");
     }
     callback = newCallback;
-    begin("open");
     return this;
 }
 
 void UnitDouble::closeChannel(DataClient::Channel*) {
-    const Exclusive exclusive(mutex);
-    begin("close");
     callback = nullptr;
 }
 
 void UnitDouble::start() {
-    const Exclusive exclusive(mutex);
-    begin("start");
     recorded.clear();
     delivered = 0;
     ++generation;
@@ -106,8 +65,6 @@ void UnitDouble::start() {
 }
 
 void UnitDouble::status(std::uint32_t* ready) {
-    const Exclusive exclusive(mutex);
-    begin("status");
     if (isRecording) {
         record(requestUnit / 2);
         if (tellsFull && recorded.size() == capacity && callback != nullptr) {
@@ -119,21 +76,15 @@ void UnitDouble::status(std::uint32_t* ready) {
 }
 
 void UnitDouble::peek(std::uint32_t, std::uint32_t, void*, std::uint32_t* size) {
-    const Exclusive exclusive(mutex);
-    begin("peek");
     *size = 0;
 }
 
 void UnitDouble::stop() {
-    const Exclusive exclusive(mutex);
-    begin("stop");
     isRecording = false;
     record((requestUnit - recorded.size() % requestUnit) % requestUnit);
 }
 
 void UnitDouble::request(std::uint32_t count) {
-    const Exclusive exclusive(mutex);
-    begin("request");
     for (std::uint32_t left = count; left > 0 && callback != nullptr;) {
         const std::uint32_t size = std::min({left, pieceSize, static_cast<std::uint32_t>(recorded.size()) - delivered});
         if (size == 0) {
@@ -147,14 +98,9 @@ void UnitDouble::request(std::uint32_t count) {
 }
 
 void UnitDouble::cancel() {
-    const Exclusive exclusive(mutex);
-    begin("cancel");
     delivered = static_cast<std::uint32_t>(recorded.size());
 }
 
-void UnitDouble::flush() {
-    const Exclusive exclusive(mutex);
-    begin("flush");
-}
+void UnitDouble::flush() {}
 
 } // namespace simulation

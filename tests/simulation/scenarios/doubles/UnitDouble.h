@@ -1,7 +1,6 @@
 #pragma once
 
 #include "mpx/MpxEcomServer/DataClient.h"
-#include "tests/simulation/backend/SimulatedLock.h"
 
 #include <cstdint>
 #include <map>
@@ -10,7 +9,7 @@
 namespace simulation {
 
 /// The capture unit and its data client as one object: registers without meaning beyond what a recording needs, and one
-/// stream. Requests exclude each other and may fail; callbacks run inside them, with the lock held.
+/// stream. For one thread at a time.
 class UnitDouble final : public VX_QRS::ORV::DataClient, public VX_QRS::ORV::DataClient::Channel {
 public:
     UnitDouble();
@@ -37,10 +36,8 @@ public:
     void flush() override;
 
 private:
-    void begin(const char* what);
     void record(std::uint32_t bytes);
 
-    SimulatedLock mutex;
     std::map<std::uint32_t, std::uint32_t> registers;
     Callback* callback = nullptr;
     bool isRecording = false;
