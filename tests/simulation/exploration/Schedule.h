@@ -13,7 +13,10 @@ Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits = 
 struct Usual {
     std::uint64_t length = 0; ///< points
     Faults::Counts operations;
+    std::vector<Finding> findings; ///< also without a strategy a rule may be broken
 };
+/// Its recipe: no strategy, no fault.
+Recipe usualRecipe(const std::string& scenario);
 /// Also the first schedule of this process.
 Usual measureUsual(const std::string& scenario);
 

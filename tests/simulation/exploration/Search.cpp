@@ -23,9 +23,21 @@ Recipe recipeOfSeed(const SearchPlan& plan, std::uint64_t seed, const Usual& usu
     return recipe;
 }
 
+/// Measures the usual schedule; true when it broke a rule, which ends the process.
+bool failsUsually(const std::string& scenario, std::uint64_t seed, Child::Report& report, Usual& usual) {
+    report.begin(seed, usualRecipe(scenario));
+    usual = measureUsual(scenario);
+    Outcome outcome;
+    outcome.findings = usual.findings;
+    return !outcome.findings.empty() && report.end(outcome);
+}
+
 /// Runs in a process of its own until the first failure.
 void runSeeds(const SearchPlan& plan, std::uint64_t first, std::uint64_t last, Child::Report& report) {
-    const Usual usual = measureUsual(plan.scenario);
+    Usual usual;
+    if (failsUsually(plan.scenario, first, report, usual)) {
+        return;
+    }
     for (std::uint64_t seed = first; seed < last; ++seed) {
         const Recipe recipe = recipeOfSeed(plan, seed, usual);
         report.begin(seed, recipe);
@@ -73,9 +85,11 @@ SearchResult search(const SearchPlan& plan) {
 
 Failure tryRecipe(const Recipe& recipe) {
     Child child([&](Child::Report& report) {
-        const Usual usual = measureUsual(recipe.scenario);
-        report.begin(recipe.seed, recipe);
-        report.end(runSchedule(recipe, usual.length));
+        Usual usual;
+        if (!failsUsually(recipe.scenario, recipe.seed, report, usual)) {
+            report.begin(recipe.seed, recipe);
+            report.end(runSchedule(recipe, usual.length));
+        }
     });
     child.wait();
     return child.failure().value_or(Failure{recipe, {}, {}, {}});

@@ -1,3 +1,4 @@
+#include "tests/simulation/exploration/FirstFailures.h"
 #include "tests/simulation/exploration/Schedule.h"
 #include "tests/simulation/exploration/Search.h"
 #include "tests/simulation/scenarios/Scenario.h"
@@ -20,6 +21,7 @@ struct Options {
     SearchPlan plan;
     std::string recipe;
     bool list = false;
+    unsigned firstFailures = 0; // searches for each scenario
 };
 
 std::vector<std::string> chosenScenarios(const Options& options) {
@@ -37,6 +39,18 @@ int replay(const std::string& recipe) {
     const Failure failure = tryRecipe(recipeOf(recipe));
     std::printf("%s\n", failure.rule.empty() ? "no rule is broken" : textOf(failure).c_str());
     return failure.rule.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int measureFirstFailures(const Options& options) {
+    bool isFound = true;
+    for (const std::string& name : chosenScenarios(options)) {
+        SearchPlan plan = options.plan;
+        plan.scenario = name;
+        const FirstFailures found = findFirstFailures(plan, options.firstFailures);
+        isFound = isFound && found.missed == 0;
+        std::printf("%s\n", textOf(name, found).c_str());
+    }
+    return isFound ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 int searchAll(const Options& options) {
@@ -74,6 +88,8 @@ int main(int argc, char** argv) {
     app.add_option("--most-failures", options.plan.mostFailures, "end with so many")->capture_default_str();
     app.add_flag("!--no-faults", options.plan.faults, "let nothing fail");
     app.add_option("--replay", options.recipe, "run one recipe, as a failure shows it");
+    app.add_option("--first-failures", options.firstFailures,
+                   "make so many searches and count their schedules up to the first failure");
     app.add_flag("--list", options.list, "name the scenarios");
     CLI11_PARSE(app, argc, argv);
     try {
@@ -82,6 +98,9 @@ int main(int argc, char** argv) {
                 std::printf("%s\n", scenario.name.c_str());
             }
             return EXIT_SUCCESS;
+        }
+        if (options.firstFailures != 0) {
+            return measureFirstFailures(options);
         }
         return options.recipe.empty() ? searchAll(options) : replay(options.recipe);
     } catch (const std::exception& e) {

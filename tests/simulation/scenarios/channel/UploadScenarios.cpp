@@ -9,11 +9,15 @@ namespace {
 
 using VX_QRS::uThread;
 
+bool isAtWork(const VX_QRS::ORV::CLIENT::ChannelMetrics& metrics) {
+    return !metrics.threadDone && !metrics.threadAbsent;
+}
+
 /// Waits as the channel driver does before a start: a recording that has begun and ended, with a thread still at work.
 void awaitReady(ChannelRig& rig) {
     using namespace VX_QRS::ORV::CLIENT;
     const auto isEnding = [](const ChannelMetrics& metrics) {
-        return metrics.state >= Failed && metrics.state <= Stopped && !metrics.threadDone && !metrics.threadAbsent;
+        return metrics.state >= Failed && metrics.state <= Stopped && isAtWork(metrics);
     };
     while (isEnding(rig.look())) {
         uThread::sleep(5);
@@ -33,7 +37,7 @@ void startAfterAFailedOne() {
 }
 
 /// A calibration, which fails, during an upload. The next recording is whole.
-void calibrateDuringUpload() {
+void failedCalibrationDuringUpload() {
     ChannelRig rig;
     if (!rig.isReady() || !rig.start()) {
         return;
@@ -66,13 +70,77 @@ void lookDuringUpload() {
     rig.judgeRecording();
 }
 
+/// New settings come at once after a start: they end the thread and are refused.
+void settingsAtOnce() {
+    ChannelRig rig;
+    if (!rig.isReady() || !rig.start()) {
+        return;
+    }
+    rig.attempt([&] { rig.channel().applySettings(); });
+    rig.stop();
+}
+
+/// A stop may come while a start is still at work.
+void stopDuringStart() {
+    ChannelRig rig;
+    if (!rig.isReady()) {
+        return;
+    }
+    SideThread other([&rig] {
+        uThread::sleep(1);
+        rig.stop();
+    });
+    const bool isStarted = rig.start();
+    other.join();
+    if (isStarted) {
+        rig.stop();
+        rig.awaitEnd();
+        rig.judgeRecording();
+    }
+}
+
+/// A start when all data have come and the thread of the recording is about to end.
+void startAtTheEndOfAnUpload() {
+    using namespace VX_QRS::ORV::CLIENT;
+    ChannelRig rig;
+    rig.unit().tellsFull = true;
+    if (!rig.isReady()) {
+        return;
+    }
+    for (int recording = 0; recording < 2 && rig.start(); ++recording) {
+        for (ChannelMetrics metrics = rig.look();
+             isAtWork(metrics) && (metrics.state == Recording || metrics.bytesReady != 0); metrics = rig.look()) {
+            uThread::sleep(1);
+        }
+    }
+    rig.awaitEnd();
+    rig.judgeRecording();
+}
+
+/// Short recordings in a row. When the disk refuses their files, each start meets the end of a thread that has failed.
+void manyShortRecordings() {
+    ChannelRig rig;
+    rig.unit().capacity = 16384;
+    rig.unit().tellsFull = true;
+    for (int recording = 0; recording < 6 && rig.isReady() && rig.start(); ++recording) {
+        while (isAtWork(rig.look())) {
+            uThread::sleep(1);
+        }
+        rig.judgeRecording();
+    }
+}
+
 } // namespace
 
 std::vector<Scenario> uploadScenarios() {
     return {
         {"channel.startAfterAFailedOne", startAfterAFailedOne},
-        {"channel.calibrateDuringUpload", calibrateDuringUpload},
+        {"channel.failedCalibrationDuringUpload", failedCalibrationDuringUpload},
         {"channel.lookDuringUpload", lookDuringUpload},
+        {"channel.settingsAtOnce", settingsAtOnce},
+        {"channel.stopDuringStart", stopDuringStart},
+        {"channel.startAtTheEndOfAnUpload", startAtTheEndOfAnUpload},
+        {"channel.manyShortRecordings", manyShortRecordings},
     };
 }
 
