@@ -1,4 +1,5 @@
 #include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/backend/Processes.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/scheduler/Scheduler.h"
 
@@ -82,6 +83,7 @@ std::uint32_t uThread::threadId() const {
 
 void uThread::sleep(std::uint32_t milliseconds) {
     Scheduler::instance().sleepUntil({Operation::sleep, "sleep"}, deadlineIn(milliseconds));
+    simulation::leaveEndedProcess();
 }
 
 } // namespace VX_QRS

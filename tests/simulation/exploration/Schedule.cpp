@@ -2,7 +2,9 @@
 
 #include "tests/simulation/backend/Files.h"
 #include "tests/simulation/backend/Memory.h"
+#include "tests/simulation/backend/Processes.h"
 #include "tests/simulation/backend/SimulatedLock.h"
+#include "tests/simulation/backend/Sockets.h"
 #include "tests/simulation/faults/Quiet.h"
 #include "tests/simulation/scenarios/Scenario.h"
 #include "tests/simulation/scheduler/Random.h"
@@ -30,11 +32,15 @@ void runGuarded(const Scenario& scenario) {
     } catch (...) {
         Scheduler::instance().report("escaped exception", "not of the standard's");
     }
+    endAllProcesses();
 }
 
 void judgeRest(Outcome& outcome) {
     if (filesLeftOpen() != 0) {
         outcome.findings.push_back({"file left open", std::to_string(filesLeftOpen()) + " streams"});
+    }
+    if (socketsLeftOpen() != 0) {
+        outcome.findings.push_back({"socket left open", std::to_string(socketsLeftOpen()) + " sockets"});
     }
     if (allocationsLeft() != 0) {
         outcome.findings.push_back({"memory left", std::to_string(allocationsLeft()) + " allocations"});
@@ -48,6 +54,8 @@ Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits) {
     const std::unique_ptr<Strategy> strategy = strategyOf(recipe, length);
     forgetLockOrders();
     beginFiles();
+    beginSockets(recipe.seed);
+    beginProcesses();
     beginMemory();
     Faults::instance().begin(recipe.fault);
     Outcome outcome = Scheduler::instance().run(*strategy, [&] { runGuarded(scenario); }, limits);
