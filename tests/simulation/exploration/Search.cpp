@@ -52,15 +52,6 @@ void runSeeds(const SearchPlan& plan, std::uint64_t first, std::uint64_t last, C
     }
 }
 
-bool breaks(const Recipe& recipe, const std::string& rule, Failure& found) {
-    Failure failure = tryRecipe(recipe);
-    if (failure.rule != rule) {
-        return false;
-    }
-    found = std::move(failure);
-    return true;
-}
-
 } // namespace
 
 SearchResult search(const SearchPlan& plan) {
@@ -93,36 +84,6 @@ Failure tryRecipe(const Recipe& recipe) {
     });
     child.wait();
     return child.failure().value_or(Failure{recipe, {}, {}, {}});
-}
-
-Failure shorten(const Failure& failure, unsigned tries) {
-    Recipe recipe = failure.recipe;
-    recipe.strategy = "departures";
-    recipe.departures = failure.departures;
-    Failure best = failure;
-    if (!breaks(recipe, failure.rule, best)) {
-        return failure;
-    }
-    for (std::size_t piece = std::max<std::size_t>(recipe.departures.size() / 2, 1); piece > 0; piece /= 2) {
-        for (std::size_t at = 0; at < recipe.departures.size() && tries > 0; --tries) {
-            Recipe shorter = recipe;
-            const auto begin = shorter.departures.begin() + static_cast<std::ptrdiff_t>(at);
-            const std::size_t count = std::min(piece, shorter.departures.size() - at);
-            shorter.departures.erase(begin, begin + static_cast<std::ptrdiff_t>(count));
-            if (breaks(shorter, failure.rule, best)) {
-                recipe = shorter;
-            } else {
-                at += piece;
-            }
-        }
-    }
-    Recipe faultless = recipe;
-    faultless.fault.reset();
-    if (recipe.fault.has_value() && breaks(faultless, failure.rule, best)) {
-        recipe = faultless;
-    }
-    best.recipe = recipe;
-    return best;
 }
 
 std::string textOf(const Failure& failure) {

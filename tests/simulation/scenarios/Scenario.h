@@ -15,6 +15,8 @@ struct Scenario {
 
 /// All scenarios, in the order of the files that list them.
 const std::vector<Scenario>& scenarios();
+/// For the tests of the simulation itself: a scenario that scenarioOf() knows, too, and scenarios() does not list.
+void addScenario(const Scenario& scenario);
 /// Throws std::invalid_argument for an unknown name.
 const Scenario& scenarioOf(const std::string& name);
 

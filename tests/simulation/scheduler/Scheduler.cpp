@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace simulation {
@@ -57,6 +58,7 @@ Outcome Scheduler::run(Strategy& chosen, const std::function<void()>& body, Limi
     limits = most;
     outcome = Outcome{};
     clock = 0;
+    forgetWorkersOfTheParent();
     tasks.clear();
     Task& first = add();
     currentTask = &first;
@@ -71,6 +73,18 @@ Outcome Scheduler::run(Strategy& chosen, const std::function<void()>& body, Limi
     currentTask = nullptr;
     outcome.time = clock;
     return std::move(outcome);
+}
+
+// A process that was forked has the objects of the parent's threads, but not the threads.
+void Scheduler::forgetWorkersOfTheParent() {
+    if (process == getpid()) {
+        return;
+    }
+    process = getpid();
+    for (auto& worker : workers) {
+        static_cast<void>(worker.release());
+    }
+    workers.clear();
 }
 
 Scheduler::Task& Scheduler::add() {

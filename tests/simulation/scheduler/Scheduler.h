@@ -91,6 +91,7 @@ private:
     void work(Worker& worker);
     void finish(Task& task);
     void choose(Task& task, bool yields);
+    void forgetWorkersOfTheParent();
     void collect();
     void record(const Situation& situation, const Choice& choice);
     void checkLimits();
@@ -104,6 +105,7 @@ private:
     Time clock = 0;
     std::vector<std::unique_ptr<Task>> tasks; // by number
     std::vector<std::unique_ptr<Worker>> workers;
+    int process = 0; // whose threads the workers are
     std::vector<ThreadNumber> ready;
     std::vector<ThreadNumber> sleepers;
 };
