@@ -23,6 +23,7 @@ namespace {
 constexpr auto pollInterval = std::chrono::milliseconds(10);
 constexpr bool unusedFlag = false; ///< argument of StartRecording()
 constexpr std::string_view uploadedMark = "upload complete";
+constexpr double errorGrace = 2.0; // seconds
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -56,6 +57,19 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
     }
 }
 
+/// The code alone does not show the end of the upload: before its first byte it looks finished. But after an error without
+/// a byte the upload may never end, as when the system refused the receiver its thread.
+ChannelStatus waitForUpload(CChannelDriver& channel, ProgressLine& progress) {
+    const auto begin = Clock::now();
+    ChannelStatus status = statusOf(channel, progress);
+    while (status.text.find(uploadedMark) == std::string::npos &&
+           (status.code != ChannelStatus::eError || secondsSince(begin) < errorGrace)) {
+        std::this_thread::sleep_for(pollInterval);
+        status = statusOf(channel, progress);
+    }
+    return status;
+}
+
 /// The receiver adds the reason of an error to its words about the upload, in whatever state the recording ended.
 std::string reasonIn(const std::string& status) {
     constexpr std::string_view separator = " : ";
@@ -79,12 +93,7 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
     const InterruptAnswer answer("stopping when what was captured is uploaded");
-    // The code alone does not show the end of the upload: before its first byte it looks finished.
-    ChannelStatus status = statusOf(channel, progress);
-    while (status.text.find(uploadedMark) == std::string::npos) {
-        std::this_thread::sleep_for(pollInterval);
-        status = statusOf(channel, progress);
-    }
+    const ChannelStatus status = waitForUpload(channel, progress);
     progress.clear();
     end.state = status.text;
     end.error = reasonIn(status.text);

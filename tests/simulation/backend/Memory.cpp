@@ -14,20 +14,19 @@ namespace simulation {
 
 namespace {
 
-/// Before each block: which schedule it belongs to, 0 for none.
+/// Before each block.
 struct alignas(std::max_align_t) Header {
-    std::uint64_t schedule = 0;
+    bool isCounted = false;
 };
 
-std::uint64_t schedule = 0;
 std::int64_t left = 0;
 
-bool isCounted() {
-    return schedule != 0 && Scheduler::isSimulated() && !Quiet::isOn();
+bool isProductCall() {
+    return Scheduler::isSimulated() && !Quiet::isOn();
 }
 
 void* allocate(std::size_t size) noexcept {
-    const bool counted = isCounted();
+    const bool counted = isProductCall();
     if (counted && Faults::instance().fails(Fault::memory)) {
         return nullptr;
     }
@@ -35,7 +34,7 @@ void* allocate(std::size_t size) noexcept {
     if (block == nullptr) {
         return nullptr;
     }
-    auto* header = new (block) Header{counted ? schedule : 0};
+    auto* header = new (block) Header{counted};
     left += counted ? 1 : 0;
     return header + 1;
 }
@@ -45,14 +44,14 @@ void release(void* memory) noexcept {
         return;
     }
     Header* header = static_cast<Header*>(memory) - 1;
-    left -= header->schedule != 0 && header->schedule == schedule ? 1 : 0;
+    // One of an earlier schedule that the process has kept so far makes room for its successor.
+    left -= header->isCounted ? 1 : 0;
     std::free(header);
 }
 
 } // namespace
 
 void beginMemory() {
-    ++schedule;
     left = 0;
 }
 

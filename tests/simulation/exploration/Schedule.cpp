@@ -1,6 +1,7 @@
 #include "tests/simulation/exploration/Schedule.h"
 
 #include "tests/simulation/backend/Files.h"
+#include "tests/simulation/backend/Libraries.h"
 #include "tests/simulation/backend/Memory.h"
 #include "tests/simulation/backend/Processes.h"
 #include "tests/simulation/backend/SimulatedLock.h"
@@ -42,24 +43,37 @@ void judgeRest(Outcome& outcome) {
     if (socketsLeftOpen() != 0) {
         outcome.findings.push_back({"socket left open", std::to_string(socketsLeftOpen()) + " sockets"});
     }
-    if (allocationsLeft() != 0) {
-        outcome.findings.push_back({"memory left", std::to_string(allocationsLeft()) + " allocations"});
+    if (librariesLeft() != 0) {
+        outcome.findings.push_back({"library left loaded", std::to_string(librariesLeft()) + " loads"});
     }
 }
 
-} // namespace
-
-Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits) {
+Outcome runOnce(const Recipe& recipe, std::uint64_t length, Limits limits) {
     const Scenario& scenario = scenarioOf(recipe.scenario);
     const std::unique_ptr<Strategy> strategy = strategyOf(recipe, length);
     forgetLockOrders();
     beginFiles();
     beginSockets(recipe.seed);
     beginProcesses();
+    forgetLibraries();
     beginMemory();
     Faults::instance().begin(recipe.fault);
     Outcome outcome = Scheduler::instance().run(*strategy, [&] { runGuarded(scenario); }, limits);
     judgeRest(outcome);
+    return outcome;
+}
+
+} // namespace
+
+Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits) {
+    Outcome outcome = runOnce(recipe, length, limits);
+    // What the process keeps for its life, such as a text for each thread, is there at the second time.
+    if (outcome.findings.empty() && allocationsLeft() != 0) {
+        outcome = runOnce(recipe, length, limits);
+        if (allocationsLeft() != 0) {
+            outcome.findings.push_back({"memory left", std::to_string(allocationsLeft()) + " allocations"});
+        }
+    }
     return outcome;
 }
 

@@ -6,7 +6,7 @@
 namespace simulation {
 
 /// Runs one schedule in this process, with the rules that hold for every scenario: nothing is left open, allocated or
-/// running. The first schedule of a process leaves what the process keeps (tables, names), so run one before.
+/// running.
 Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits = {});
 
 /// What a scenario does without a strategy and without faults.

@@ -11,12 +11,14 @@ namespace simulation {
 
 namespace {
 
-constexpr std::array names{"memory",       "threadStart",  "fileOpen",     "fileRead",      "fileWrite",
-                           "fileFlush",    "fileClose",    "fileRename",   "fileRemove",    "fileLink",
-                           "socketCreate", "socketListen", "socketAccept", "socketConnect", "socketReset",
-                           "socketEnd",    "processList",  "processStart", "processDeath",  "request"};
+constexpr std::array names{"memory",       "threadStart",   "fileOpen",    "fileRead",  "fileWrite",    "fileFlush",
+                           "fileClose",    "fileRename",    "fileRemove",  "fileLink",  "socketCreate", "socketListen",
+                           "socketAccept", "socketConnect", "socketReset", "socketEnd", "libraryLoad",  "processList",
+                           "processStart", "processDeath",  "request"};
 
 } // namespace
+
+static_assert(names.size() == static_cast<std::size_t>(Fault::request) + 1);
 
 const char* nameOf(Fault fault) {
     return names.at(static_cast<std::size_t>(fault));

@@ -29,6 +29,7 @@ enum class Fault : std::uint8_t {
     socketConnect,
     socketReset, ///< a call finds the connection reset
     socketEnd,   ///< a call finds that the peer has closed
+    libraryLoad,
     processList,
     processStart,
     processDeath, ///< a started process ends at this call to it

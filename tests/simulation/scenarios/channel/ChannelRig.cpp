@@ -2,68 +2,43 @@
 
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/backend/Files.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scenarios/ProcessFolder.h"
 #include "tests/simulation/scenarios/Scenario.h"
+#include "tests/simulation/scenarios/doubles/ServerSubstitute.h"
+#include "tests/simulation/scheduler/Scheduler.h"
 #include "tests/support/register_model/ChannelInspector.h"
 
 #include <cstring>
 #include <exception>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <new>
-#include <unistd.h>
 #include <vector>
 
 namespace simulation {
 
 using namespace VX_QRS::ORV::CLIENT;
 
-namespace {
-
-VX_QRS::ORV::DataClient* currentClient = nullptr;
-
-DataClientFactory factoryOf(VX_QRS::ORV::DataClient& client) {
-    currentClient = &client;
-    return {[](std::uint32_t) { return currentClient; }, [](VX_QRS::ORV::DataClient*) {}};
-}
-
-/// In memory, and one for each process of the search.
-const std::string& folder() {
-    static const std::string* path = [] {
-        const std::string base = std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
-        auto* made = new std::string(base + "/orv_simulation_" + std::to_string(getpid()));
-        std::filesystem::create_directories(*made);
-        return made;
-    }();
-    return *path;
-}
-
-std::vector<std::uint8_t> contentOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-} // namespace
-
 ChannelRig::ChannelRig(Unit kind, const std::string& lines)
     : bench(kind == Unit::bench ? std::make_unique<BenchDouble>() : nullptr),
       client(bench != nullptr ? bench->client() : unitDouble) {
-    const std::string path = folder() + "/props.txt";
+    const std::string path = processFolder() + "/props.txt";
     {
         std::ofstream file(path);
-        file << "[Global]\norv=unit\n[Channel 0]\nfile=" << folder() << "/trace\npinMap=0,1,2,3,4\n" << lines;
+        file << "[Global]\norv=unit\n[Channel 0]\nfile=" << processFolder() << "/trace\npinMap=0,1,2,3,4\n" << lines;
         std::filesystem::remove(binPath());
     }
     ready = open(path);
 }
 
 bool ChannelRig::open(const std::string& propertiesFile) {
+    substituteServer(&client);
     const bool opened = attempt([&] {
         Transmitter* sender = bench != nullptr ? &bench->transmitter() : static_cast<Transmitter*>(&transmitter);
-        frontEnd = std::make_unique<FrontEnd_1>(factoryOf(client));
+        frontEnd = std::make_unique<FrontEnd_1>(substituteFactory());
         object = std::make_unique<FrontEndChannel_1>(frontEnd.get(), sender);
         frontEnd->setProperty("propsFile", propertiesFile.c_str());
         object->setProperty("propsFile", propertiesFile.c_str());
@@ -76,7 +51,7 @@ bool ChannelRig::open(const std::string& propertiesFile) {
 }
 
 bool ChannelRig::calibrate() {
-    return attempt([&] { object->calibrate(); });
+    return change([&] { object->calibrate(); });
 }
 
 ChannelRig::~ChannelRig() {
@@ -101,8 +76,17 @@ bool ChannelRig::attempt(const std::function<void()>& operation) {
     return false;
 }
 
+bool ChannelRig::change(const std::function<void()>& operation) {
+    ++changes;
+    lastSeen.clear();
+    const bool done = attempt(operation);
+    ++changes;
+    lastSeen.clear();
+    return done;
+}
+
 bool ChannelRig::start() {
-    return attempt([&] { object->start(false); });
+    return change([&] { object->start(false); });
 }
 
 void ChannelRig::stop() {
@@ -111,13 +95,28 @@ void ChannelRig::stop() {
 
 ChannelMetrics ChannelRig::look() {
     ChannelMetrics metrics;
-    attempt([&] { object->status(metrics); });
-    expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
-    expect(bench != nullptr || metrics.bytesReady + metrics.bytesTotal <= unitDouble.capacity, "bytes counted twice",
-           std::to_string(metrics.bytesReady) + " on the unit and " + std::to_string(metrics.bytesTotal) +
-               " in the file of " + std::to_string(unitDouble.capacity));
-    expect(metrics.state != Triggered && metrics.state >= Uncalibrated, "state", std::to_string(metrics.state));
+    const unsigned changesBefore = changes;
+    if (attempt([&] { object->status(metrics); })) {
+        expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
+        expect(bench != nullptr || metrics.bytesReady + metrics.bytesTotal <= unitDouble.capacity,
+               "bytes counted twice",
+               std::to_string(metrics.bytesReady) + " on the unit and " + std::to_string(metrics.bytesTotal) +
+                   " in the file of " + std::to_string(unitDouble.capacity));
+        judgeState(metrics.state, changesBefore);
+    }
     return metrics;
+}
+
+/// Between two changes a state stays, or a recording ends.
+void ChannelRig::judgeState(std::int32_t state, unsigned changesBefore) {
+    expect(state >= Uncalibrated && state <= Stopped, "state", std::to_string(state));
+    if (changesBefore != changes || changes % 2 != 0) {
+        return;
+    }
+    const auto [last, isFirst] = lastSeen.try_emplace(Scheduler::instance().self(), state);
+    expect(isFirst || state == last->second || (last->second == Recording && state >= Failed), "state",
+           std::to_string(state) + " after " + std::to_string(last->second));
+    last->second = state;
 }
 
 void ChannelRig::awaitEnd() {
@@ -125,6 +124,7 @@ void ChannelRig::awaitEnd() {
     for (ChannelMetrics metrics = look(); !metrics.threadDone && !metrics.threadAbsent; metrics = look()) {
         VX_QRS::uThread::sleep(pollInterval);
     }
+    expect(filesLeftOpen() == 0, "done too early", "the recording's file is open when the thread is done");
 }
 
 void ChannelRig::judgeRecording() {
@@ -150,7 +150,7 @@ void ChannelRig::judgeRecording() {
 void ChannelRig::recover() {
     Faults::instance().end();
     stop();
-    attempt([&] { object->applySettings(); });
+    change([&] { object->applySettings(); });
     expect(attempt([&] { object->applySettings(); }), "no recovery", "settings are refused without a fault");
     if (bench != nullptr) {
         expect(calibrate(), "no recovery", "a calibration fails without a fault");
@@ -164,7 +164,7 @@ void ChannelRig::recover() {
 }
 
 std::string ChannelRig::binPath() const {
-    return folder() + "/trace.bin";
+    return processFolder() + "/trace.bin";
 }
 
 } // namespace simulation

@@ -7,7 +7,9 @@
 #include "tests/simulation/scenarios/doubles/TransmitterDouble.h"
 #include "tests/simulation/scenarios/doubles/UnitDouble.h"
 
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -35,6 +37,8 @@ public:
 
     /// Runs an operation that may throw the channel's own exceptions; true when it did not throw.
     bool attempt(const std::function<void()>& operation);
+    /// The same for one that may begin a recording or a calibration.
+    bool change(const std::function<void()>& operation);
     bool start();
     void stop();
     /// Polls status until the recording's thread is done.
@@ -47,6 +51,7 @@ public:
 
 private:
     bool open(const std::string& propertiesFile);
+    void judgeState(std::int32_t state, unsigned changesBefore);
     void recover();
 
     UnitDouble unitDouble;
@@ -56,6 +61,8 @@ private:
     std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEnd_1> frontEnd;
     std::unique_ptr<VX_QRS::ORV::CLIENT::FrontEndChannel_1> object;
     bool ready = false;
+    unsigned changes = 0;                          // begun and ended calls that may change the state
+    std::map<ThreadNumber, std::int32_t> lastSeen; // state, since the last of them
 };
 
 } // namespace simulation

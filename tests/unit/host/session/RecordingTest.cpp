@@ -67,6 +67,16 @@ TEST(RunRecording, AnErrorIsToldApart) {
     EXPECT_EQ(end.state, "Stopped by error : upload complete : orv receiver error 3");
 }
 
+TEST(RunRecording, AnErrorWithoutAnUploadEnds) {
+    ScriptedChannel channel;
+    channel.script = {ScriptedChannel::ended(
+        10, "Stopped by error : uploading data :   0% complete : failed to start collection thread")};
+    ProgressLine line(ProgressStyle::Quiet);
+    const RecordingEnd end = runRecording(channel, RecordingPlan(), line);
+    EXPECT_TRUE(end.failed);
+    EXPECT_EQ(end.error, "Stopped by error : uploading data :   0% complete : failed to start collection thread");
+}
+
 TEST(RunRecording, AnErrorOfTheUploadIsAFailureInWhateverStateTheRecordingEnded) {
     for (const unsigned code : {8U, 11U}) {
         ScriptedChannel channel;
