@@ -1,5 +1,7 @@
 #include "tests/simulation/exploration/Child.h"
 
+#include "tests/simulation/faults/Faults.h"
+
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -36,6 +38,7 @@ struct Child::Report::Shared {
     std::uint64_t schedules = 0;
     std::uint64_t points = 0;
     std::uint64_t switches = 0;
+    std::uint64_t faults = 0;
     std::array<char, 4096> recipe{};
 };
 
@@ -50,6 +53,7 @@ bool Child::Report::end(const Outcome& outcome) {
     ++shared->schedules;
     shared->points += outcome.points;
     shared->switches += outcome.switches;
+    shared->faults += Faults::instance().haveFailed() ? 1U : 0U;
     if (outcome.findings.empty()) {
         return false;
     }
@@ -136,6 +140,10 @@ std::uint64_t Child::points() const {
 
 std::uint64_t Child::switches() const {
     return report.shared->switches;
+}
+
+std::uint64_t Child::faults() const {
+    return report.shared->faults;
 }
 
 std::uint64_t Child::lastSeed() const {

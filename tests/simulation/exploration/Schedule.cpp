@@ -48,9 +48,9 @@ void judgeRest(Outcome& outcome) {
     }
 }
 
-Outcome runOnce(const Recipe& recipe, std::uint64_t length, Limits limits) {
+Outcome runOnce(const Recipe& recipe, const StrategyMaker& makeIt, Limits limits) {
     const Scenario& scenario = scenarioOf(recipe.scenario);
-    const std::unique_ptr<Strategy> strategy = strategyOf(recipe, length);
+    const std::unique_ptr<Strategy> strategy = makeIt();
     forgetLockOrders();
     beginFiles();
     beginSockets(recipe.seed);
@@ -66,10 +66,14 @@ Outcome runOnce(const Recipe& recipe, std::uint64_t length, Limits limits) {
 } // namespace
 
 Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits) {
-    Outcome outcome = runOnce(recipe, length, limits);
+    return runSchedule(recipe, [&] { return strategyOf(recipe, length); }, limits);
+}
+
+Outcome runSchedule(const Recipe& recipe, const StrategyMaker& makeIt, Limits limits) {
+    Outcome outcome = runOnce(recipe, makeIt, limits);
     // What the process keeps for its life, such as a text for each thread, is there at the second time.
     if (outcome.findings.empty() && allocationsLeft() != 0) {
-        outcome = runOnce(recipe, length, limits);
+        outcome = runOnce(recipe, makeIt, limits);
         if (allocationsLeft() != 0) {
             outcome.findings.push_back({"memory left", std::to_string(allocationsLeft()) + " allocations"});
         }

@@ -52,6 +52,50 @@ void runSeeds(const SearchPlan& plan, std::uint64_t first, std::uint64_t last, C
     }
 }
 
+/// Every operation of the usual schedule, failing once and from then on.
+std::vector<FaultPlan> allFaultsOf(const Usual& usual) {
+    std::vector<FaultPlan> plans;
+    for (const auto& [operation, count] : usual.operations) {
+        for (std::uint32_t index = 0; index < count; ++index) {
+            for (const bool andLater : {false, true}) {
+                plans.push_back({operation.first, operation.second, index, andLater});
+            }
+        }
+    }
+    return plans;
+}
+
+/// Runs in a process of its own until the first failure. A recipe's number takes the place of a seed.
+void runFaults(const std::string& scenario, std::uint64_t first, Child::Report& report) {
+    Usual usual;
+    if (failsUsually(scenario, first, report, usual)) {
+        return;
+    }
+    Recipe recipe = usualRecipe(scenario);
+    const std::vector<FaultPlan> plans = allFaultsOf(usual);
+    for (std::uint64_t number = first; number < plans.size(); ++number) {
+        recipe.fault = plans[number];
+        report.begin(number, recipe);
+        const Outcome outcome = runSchedule(recipe, usual.length);
+        if (report.end(outcome)) {
+            return;
+        }
+    }
+}
+
+/// Waits for the child and adds its part; true when it ended with a failure.
+bool add(Child& child, SearchResult& result) {
+    child.wait();
+    result.schedules += child.schedules();
+    result.points += child.points();
+    result.switches += child.switches();
+    result.faults += child.faults();
+    if (child.failure().has_value()) {
+        result.failures.push_back(*child.failure());
+    }
+    return child.failure().has_value();
+}
+
 } // namespace
 
 SearchResult search(const SearchPlan& plan) {
@@ -60,16 +104,18 @@ SearchResult search(const SearchPlan& plan) {
     for (std::uint64_t seed = plan.firstSeed; seed < end && result.failures.size() < plan.mostFailures;) {
         const std::uint64_t last = std::min(end, seed + schedulesOfAProcess);
         Child child([&](Child::Report& report) { runSeeds(plan, seed, last, report); });
-        child.wait();
-        result.schedules += child.schedules();
-        result.points += child.points();
-        result.switches += child.switches();
-        if (child.failure().has_value()) {
-            result.failures.push_back(*child.failure());
-            seed = child.lastSeed() + 1;
-        } else {
-            seed = last;
-        }
+        seed = add(child, result) ? child.lastSeed() + 1 : last;
+    }
+    return result;
+}
+
+SearchResult searchEveryFault(const std::string& scenario, std::uint64_t mostFailures) {
+    SearchResult result;
+    bool isDone = false;
+    for (std::uint64_t first = 0; !isDone && result.failures.size() < mostFailures;) {
+        Child child([&](Child::Report& report) { runFaults(scenario, first, report); });
+        isDone = !add(child, result);
+        first = child.lastSeed() + 1;
     }
     return result;
 }

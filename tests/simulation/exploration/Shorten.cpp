@@ -25,7 +25,7 @@ public:
         // Departures matter in pairs, to a thread and back, and what is gone may make others needless.
         for (std::size_t before = count() + 1; count() < before && left > 0;) {
             before = count();
-            for (const std::size_t piece : {4, 3, 2, 1}) {
+            for (const std::size_t piece : {4U, 3U, 2U, 1U}) {
                 removePieces(piece);
             }
         }

@@ -11,6 +11,7 @@ struct Scenario {
     /// Thread 0 of each schedule. Quiet: what it does itself does not fail. It enters the product's code by ProductCall
     /// and catches what the product may throw.
     void (*run)();
+    bool isSmall = false; ///< few enough points for every schedule with two preemptions
 };
 
 /// All scenarios, in the order of the files that list them.

@@ -130,15 +130,28 @@ void manyShortRecordings() {
     }
 }
 
+/// A recording of two passes.
+void shortRecording() {
+    ChannelRig rig;
+    rig.unit().capacity = 16384;
+    rig.unit().tellsFull = true;
+    if (rig.isReady() && rig.start()) {
+        rig.awaitEnd();
+        rig.judgeRecording();
+    }
+}
+
 } // namespace
 
 std::vector<Scenario> uploadScenarios() {
+    constexpr bool small = true;
     return {
         {"channel.startAfterAFailedOne", startAfterAFailedOne},
         {"channel.failedCalibrationDuringUpload", failedCalibrationDuringUpload},
         {"channel.lookDuringUpload", lookDuringUpload},
-        {"channel.settingsAtOnce", settingsAtOnce},
-        {"channel.stopDuringStart", stopDuringStart},
+        {"channel.settingsAtOnce", settingsAtOnce, small},
+        {"channel.stopDuringStart", stopDuringStart, small},
+        {"channel.shortRecording", shortRecording, small},
         {"channel.startAtTheEndOfAnUpload", startAtTheEndOfAnUpload},
         {"channel.manyShortRecordings", manyShortRecordings},
     };
