@@ -9,6 +9,7 @@
 #include "tests/simulation/scenarios/Scenario.h"
 #include "tests/simulation/scheduler/Random.h"
 
+#include <algorithm>
 #include <exception>
 #include <typeinfo>
 
@@ -56,6 +57,7 @@ Outcome runSchedule(const Recipe& recipe, std::uint64_t length, Limits limits) {
     beginProcesses();
     beginMemory();
     Faults::instance().begin(recipe.fault);
+    limits.time = std::max(limits.time, scenario.longest);
     Outcome outcome = Scheduler::instance().run(*strategy, [&] { runGuarded(scenario); }, limits);
     judgeRest(outcome);
     return outcome;

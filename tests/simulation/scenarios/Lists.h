@@ -6,5 +6,6 @@ namespace simulation {
 
 // One list for each folder of scenarios.
 std::vector<Scenario> channelScenarios();
+std::vector<Scenario> proxyScenarios();
 
 } // namespace simulation
