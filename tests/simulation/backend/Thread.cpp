@@ -82,7 +82,14 @@ std::uint32_t uThread::threadId() const {
 }
 
 void uThread::sleep(std::uint32_t milliseconds) {
-    Scheduler::instance().sleepUntil({Operation::sleep, "sleep"}, deadlineIn(milliseconds));
+    // The end of a process wakes its thread.
+    const simulation::ProcessNumber process = simulation::currentProcess();
+    const Condition processEnded{[](const void* number) {
+                                     return simulation::isProcessEnded(
+                                         *static_cast<const simulation::ProcessNumber*>(number));
+                                 },
+                                 [](const void*) { return std::string("its time"); }, &process};
+    Scheduler::instance().wait({Operation::sleep, "sleep"}, processEnded, deadlineIn(milliseconds));
     simulation::leaveEndedProcess();
 }
 

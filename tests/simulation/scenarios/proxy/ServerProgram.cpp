@@ -11,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace simulation {
 
@@ -222,8 +223,17 @@ void runServer(const ServerPlan& plan, ServerRecord& record, const std::string& 
 
 void holdPort(const std::string& arguments, std::uint32_t milliseconds) {
     uSocket listener;
-    listener.listen(portOf(arguments));
-    uThread::sleep(milliseconds);
+    if (listener.listen(portOf(arguments)) != uSocket::done) {
+        return;
+    }
+    if (milliseconds != 0) {
+        uThread::sleep(milliseconds);
+        return;
+    }
+    std::vector<std::unique_ptr<uSocket>> taken;
+    for (;;) {
+        taken.push_back(listener.accept());
+    }
 }
 
 } // namespace simulation

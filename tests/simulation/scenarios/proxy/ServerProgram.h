@@ -34,7 +34,8 @@ std::uint32_t registerContent(std::uint32_t address);
 /// the reply to a flush.
 void runServer(const ServerPlan& plan, ServerRecord& record, const std::string& arguments);
 
-/// The body of a program that is no data server: holds the port for a time and neither accepts nor answers.
+/// The body of a program that is no data server: it holds the port for that time or, with 0, until it is ended, and
+/// takes connections without an answer.
 void holdPort(const std::string& arguments, std::uint32_t milliseconds);
 
 } // namespace simulation
