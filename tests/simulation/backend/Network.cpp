@@ -28,7 +28,7 @@ void Network::begin(std::uint64_t seed) {
     if (seed != 0) {
         constexpr std::array kinds{Pieces::whole, Pieces::any, Pieces::small};
         pieces = kinds.at(chance.below(kinds.size()));
-        constexpr double least = 16;
+        constexpr double least = 1024;
         capacity = static_cast<std::size_t>(chance.logUniform(least, usualCapacity));
     }
 }

@@ -9,7 +9,7 @@
 #include "tests/simulation/faults/Quiet.h"
 #include "tests/simulation/scheduler/Scheduler.h"
 
-#include <cstring>
+#include <algorithm>
 #include <exception>
 #include <map>
 #include <utility>
@@ -25,9 +25,11 @@ struct ProcessEnd {};
 
 struct Process {
     std::string image;
+    Program program;
     std::string arguments;
     bool isChild = false; // of the product's process
     bool ended = false;
+    ThreadNumber thread = 0;
     unsigned unseenEnds = 0; // looks of the parent that do not see the end yet
 };
 
@@ -67,7 +69,7 @@ void runProcess(ProcessNumber number) {
     const Process& process = *find(number);
     try {
         leaveEndedProcess();
-        table().programs.at(process.image)(process.arguments);
+        process.program(process.arguments);
     } catch (const ProcessEnd&) {
         // Ended from outside or by a fault.
     } catch (const std::exception& e) {
@@ -84,8 +86,8 @@ ProcessNumber launch(const std::string& image, const std::string& arguments, boo
     const ProcessNumber number = ++table().last;
     constexpr unsigned mostUnseen = 3;
     const auto unseen = static_cast<unsigned>(Network::instance().random().below(mostUnseen));
-    table().processes[number] = {image, arguments, isChild, false, unseen};
-    Scheduler::instance().start([number] { runProcess(number); });
+    table().processes[number] = {image, table().programs.at(image), arguments, isChild, false, 0, unseen};
+    find(number)->thread = Scheduler::instance().start([number] { runProcess(number); });
     return number;
 }
 
@@ -118,10 +120,10 @@ bool isProcessRunning(ProcessNumber number) {
     return process != nullptr && !process->ended;
 }
 
-std::size_t startedByTheProduct() {
+std::size_t runningChildren() {
     std::size_t count = 0;
     for (const auto& [number, process] : table().processes) {
-        count += process.isChild ? 1 : 0;
+        count += process.isChild && !process.ended ? 1 : 0;
     }
     return count;
 }
@@ -133,6 +135,19 @@ void endAllProcesses() {
         }
         endProcess(number);
     }
+    awaitEndedProcesses();
+}
+
+void awaitEndedProcesses() {
+    const Quiet quiet;
+    const Condition condition{
+        [](const void*) {
+            return std::all_of(table().processes.begin(), table().processes.end(), [](const auto& entry) {
+                return !entry.second.ended || Scheduler::instance().hasEnded(entry.second.thread);
+            });
+        },
+        [](const void*) { return std::string("the threads of ended processes"); }, nullptr};
+    Scheduler::instance().wait({Operation::process, "end of processes"}, condition);
 }
 
 ProcessNumber currentProcess() {

@@ -21,10 +21,13 @@ ProcessNumber startStranger(const std::string& image, const std::string& argumen
 /// Ends a process, as someone else may at any time.
 void endProcess(ProcessNumber number);
 bool isProcessRunning(ProcessNumber number);
-/// How many processes the product has started in this schedule.
-std::size_t startedByTheProduct();
-/// Ends all that run and reports those that the product started and left.
+/// Processes that the product has started and that run.
+std::size_t runningChildren();
+/// Ends all that run and reports those that the product started and left. Waits for their threads.
 void endAllProcesses();
+
+/// Waits until no thread of an ended process runs, and with it none of the scenario's own code for it.
+void awaitEndedProcesses();
 
 /// The process of the calling thread.
 ProcessNumber currentProcess();

@@ -19,6 +19,8 @@ namespace {
 // Real time without the end of a schedule, after which a thread is stopped in something that the simulation does not know.
 constexpr unsigned watchdogSeconds = 60;
 
+constexpr int raceDetected = 66; // the exit of a process that ends with ThreadSanitizer's report
+
 std::vector<std::string> linesOf(const std::string& text, std::size_t count) {
     std::vector<std::string> lines;
     std::size_t at = 0;
@@ -118,7 +120,8 @@ void Child::wait() {
     failure.recipe = recipeOf(report.shared->recipe.data());
     if (text.empty()) {
         const bool late = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
-        failure.rule = late ? "stuck outside of the simulation" : "crash";
+        const bool isRace = WIFEXITED(status) && WEXITSTATUS(status) == raceDetected;
+        failure.rule = late ? "stuck outside of the simulation" : isRace ? "data race" : "crash";
         failure.text =
             WIFSIGNALED(status) ? strsignal(WTERMSIG(status)) : "exit " + std::to_string(WEXITSTATUS(status));
     } else {

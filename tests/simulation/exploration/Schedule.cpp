@@ -58,6 +58,7 @@ Outcome runOnce(const Recipe& recipe, const StrategyMaker& makeIt, Limits limits
     forgetLibraries();
     beginMemory();
     Faults::instance().begin(recipe.fault);
+    limits.time = std::max(limits.time, scenario.longest);
     Outcome outcome = Scheduler::instance().run(*strategy, [&] { runGuarded(scenario); }, limits);
     judgeRest(outcome);
     return outcome;

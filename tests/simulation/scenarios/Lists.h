@@ -8,5 +8,6 @@ namespace simulation {
 std::vector<Scenario> channelScenarios();
 std::vector<Scenario> uploadScenarios();
 std::vector<Scenario> receiverScenarios();
+std::vector<Scenario> proxyScenarios();
 
 } // namespace simulation

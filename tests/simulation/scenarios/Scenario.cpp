@@ -21,7 +21,7 @@ std::vector<Scenario>& added() {
 const std::vector<Scenario>& scenarios() {
     static const std::vector<Scenario> all = [] {
         std::vector<Scenario> list;
-        for (const auto& part : {channelScenarios(), uploadScenarios(), receiverScenarios()}) {
+        for (const auto& part : {channelScenarios(), uploadScenarios(), receiverScenarios(), proxyScenarios()}) {
             list.insert(list.end(), part.begin(), part.end());
         }
         return list;

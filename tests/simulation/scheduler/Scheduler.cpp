@@ -1,6 +1,7 @@
 #include "tests/simulation/scheduler/Scheduler.h"
 
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scheduler/Order.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -70,6 +71,9 @@ Outcome Scheduler::run(Strategy& chosen, const std::function<void()>& body, Limi
                              },
                              [](const void*) { return std::string("the end of all threads"); }, &tasks};
     wait({Operation::wait, "end of the scenario"}, allEnded);
+    for (const auto& task : tasks) {
+        noteAcquire(task.get());
+    }
     currentTask = nullptr;
     outcome.time = clock;
     return std::move(outcome);
@@ -106,6 +110,7 @@ ThreadNumber Scheduler::start(std::function<void()> body) {
         (*found)->thread.detach();
     }
     (*found)->task = &task;
+    noteRelease(&task);
     (*found)->gate.open();
     return task.number;
 }
@@ -116,7 +121,9 @@ void Scheduler::work(Worker& worker) {
         Task& task = *worker.task;
         task.gate.pass();
         currentTask = &task;
+        noteAcquire(&task);
         task.body();
+        noteRelease(&task);
         currentTask = nullptr;
         const Quiet quiet;
         task.body = nullptr;
@@ -133,6 +140,10 @@ void Scheduler::finish(Task& task) {
 
 bool Scheduler::hasEnded(ThreadNumber number) const {
     return tasks[number]->ended;
+}
+
+void Scheduler::noteEnd(ThreadNumber number) const {
+    noteAcquire(tasks[number].get());
 }
 
 ThreadNumber Scheduler::self() const {

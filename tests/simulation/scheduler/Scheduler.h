@@ -74,6 +74,8 @@ public:
 
     ThreadNumber start(std::function<void()> body);
     bool hasEnded(ThreadNumber number) const;
+    /// The calling thread has waited for the end of that one.
+    void noteEnd(ThreadNumber number) const;
     ThreadNumber self() const;
     Time now() const { return clock; }
 

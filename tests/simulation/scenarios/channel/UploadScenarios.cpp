@@ -144,14 +144,13 @@ void shortRecording() {
 } // namespace
 
 std::vector<Scenario> uploadScenarios() {
-    constexpr bool small = true;
     return {
         {"channel.startAfterAFailedOne", startAfterAFailedOne},
         {"channel.failedCalibrationDuringUpload", failedCalibrationDuringUpload},
         {"channel.lookDuringUpload", lookDuringUpload},
-        {"channel.settingsAtOnce", settingsAtOnce, small},
-        {"channel.stopDuringStart", stopDuringStart, small},
-        {"channel.shortRecording", shortRecording, small},
+        {.name = "channel.settingsAtOnce", .run = settingsAtOnce, .isSmall = true},
+        {.name = "channel.stopDuringStart", .run = stopDuringStart, .isSmall = true},
+        {.name = "channel.shortRecording", .run = shortRecording, .isSmall = true},
         {"channel.startAtTheEndOfAnUpload", startAtTheEndOfAnUpload},
         {"channel.manyShortRecordings", manyShortRecordings},
     };
