@@ -8,6 +8,7 @@ namespace simulation {
 std::vector<Scenario> channelScenarios();
 std::vector<Scenario> uploadScenarios();
 std::vector<Scenario> receiverScenarios();
+std::vector<Scenario> controlScenarios();
 std::vector<Scenario> proxyScenarios();
 
 } // namespace simulation

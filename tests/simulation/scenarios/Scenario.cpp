@@ -21,7 +21,8 @@ std::vector<Scenario>& added() {
 const std::vector<Scenario>& scenarios() {
     static const std::vector<Scenario> all = [] {
         std::vector<Scenario> list;
-        for (const auto& part : {channelScenarios(), uploadScenarios(), receiverScenarios(), proxyScenarios()}) {
+        for (const auto& part : {channelScenarios(), uploadScenarios(), receiverScenarios(), controlScenarios(),
+                                 proxyScenarios()}) {
             list.insert(list.end(), part.begin(), part.end());
         }
         return list;
