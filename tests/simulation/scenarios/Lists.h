@@ -7,5 +7,6 @@ namespace simulation {
 // One list for each folder of scenarios.
 std::vector<Scenario> channelScenarios();
 std::vector<Scenario> proxyScenarios();
+std::vector<Scenario> utilityScenarios();
 
 } // namespace simulation

@@ -10,7 +10,7 @@ namespace simulation {
 const std::vector<Scenario>& scenarios() {
     static const std::vector<Scenario> all = [] {
         std::vector<Scenario> list;
-        for (const auto& part : {channelScenarios(), proxyScenarios()}) {
+        for (const auto& part : {channelScenarios(), proxyScenarios(), utilityScenarios()}) {
             list.insert(list.end(), part.begin(), part.end());
         }
         return list;
