@@ -66,6 +66,8 @@ Streams& streams() {
     return *all;
 }
 
+bool linksAreRefused = false;
+
 constexpr std::size_t keptSize = 1U << 20U; // more than a scenario writes into one file
 
 bool isSimulated() {
@@ -122,6 +124,11 @@ int fail(std::FILE* file) {
 void beginFiles() {
     const Quiet quiet;
     streams().clear();
+    linksAreRefused = false;
+}
+
+void refuseLinks() {
+    linksAreRefused = true;
 }
 
 std::size_t filesLeftOpen() {
@@ -251,5 +258,9 @@ int __wrap_rename(const char* from, const char* to) {
 
 int __wrap_link(const char* from, const char* to) {
     const bool failed = simulation::isSimulated() && simulation::fails("link", Fault::fileLink, EPERM);
+    if (simulation::linksAreRefused) {
+        errno = EPERM;
+        return -1;
+    }
     return failed ? -1 : __real_link(from, to);
 }

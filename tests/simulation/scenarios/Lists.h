@@ -10,5 +10,6 @@ std::vector<Scenario> uploadScenarios();
 std::vector<Scenario> receiverScenarios();
 std::vector<Scenario> controlScenarios();
 std::vector<Scenario> proxyScenarios();
+std::vector<Scenario> utilityScenarios();
 
 } // namespace simulation

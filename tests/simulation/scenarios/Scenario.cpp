@@ -22,7 +22,7 @@ const std::vector<Scenario>& scenarios() {
     static const std::vector<Scenario> all = [] {
         std::vector<Scenario> list;
         for (const auto& part : {channelScenarios(), uploadScenarios(), receiverScenarios(), controlScenarios(),
-                                 proxyScenarios()}) {
+                                 proxyScenarios(), utilityScenarios()}) {
             list.insert(list.end(), part.begin(), part.end());
         }
         return list;
