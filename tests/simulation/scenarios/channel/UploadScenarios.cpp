@@ -27,7 +27,10 @@ void awaitReady(ChannelRig& rig) {
 /// A start may fail halfway; who waits as the driver does can start again.
 void startAfterAFailedOne() {
     ChannelRig rig;
-    for (int recording = 0; recording < 2 && rig.isReady(); ++recording) {
+    if (!rig.isReady()) {
+        return;
+    }
+    for (int recording = 0; recording < 2; ++recording) {
         rig.start();
         uThread::sleep(10);
         rig.stop();
