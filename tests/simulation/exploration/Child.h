@@ -39,6 +39,7 @@ public:
     std::uint64_t schedules() const;
     std::uint64_t points() const;
     std::uint64_t switches() const;
+    std::uint64_t faults() const;
     std::uint64_t lastSeed() const;
     const std::optional<Failure>& failure() const { return found; }
 
