@@ -56,17 +56,14 @@ public:
     std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override {
         std::string text = CLI::Formatter::make_help(app, std::move(name), mode);
         // The usage says OPTIONS already; a line less, and the longest help fits a screen.
-        constexpr std::string_view heading = "Options:
-";
+        constexpr std::string_view heading = "Options:\n";
         const std::size_t at = text.find(heading);
         if (!hasSubcommands(*app) && at != std::string::npos) {
             text.erase(at, heading.size());
         }
         text = helpText(text);
         // The list of subcommands leaves no line of the screen to spare.
-        if (const std::size_t gap = text.find("
-
-Exit codes:"); gap != std::string::npos) {
+        if (const std::size_t gap = text.find("\n\nExit codes:"); gap != std::string::npos) {
             text.erase(gap, 1);
         }
         return text;
