@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <map>
+#include <set>
 #include <stdio_ext.h>
 #include <vector>
 
@@ -66,6 +67,12 @@ Streams& streams() {
 
 bool linksAreRefused = false;
 
+/// Closed in this schedule, and not opened again.
+std::set<const std::FILE*>& closedStreams() {
+    static auto* all = new std::set<const std::FILE*>;
+    return *all;
+}
+
 constexpr std::size_t keptSize = 1U << 20U; // more than a scenario writes into one file
 
 bool isSimulated() {
@@ -86,14 +93,38 @@ Stream* streamOf(std::FILE* file) {
     return found == streams().end() ? nullptr : &found->second;
 }
 
+/// A stream of the simulation's own may be at the place of a closed one.
+std::FILE* own(std::FILE* file) {
+    const Quiet quiet;
+    closedStreams().erase(file);
+    return file;
+}
+
 std::FILE* adopt(std::FILE* file) {
     if (file != nullptr) {
         const Quiet quiet;
+        closedStreams().erase(file);
         Stream& stream = streams()[file];
         stream.kept.resize(keptSize);
         __real_setvbuf(file, stream.kept.data(), _IOFBF, stream.kept.size());
     }
     return file;
+}
+
+/// Reports a call to a stream that was closed, which on a real system uses freed memory.
+bool isClosed(const std::FILE* file, const char* what) {
+    const bool closed = closedStreams().contains(file);
+    if (closed) {
+        Scheduler::instance().report("closed file used", what);
+    }
+    return closed;
+}
+
+void release(std::FILE* file) {
+    const Quiet quiet;
+    if (streams().erase(file) != 0) {
+        closedStreams().insert(file);
+    }
 }
 
 /// A failed write loses what was not yet in the file.
@@ -110,6 +141,7 @@ int fail(std::FILE* file) {
 void beginFiles() {
     const Quiet quiet;
     streams().clear();
+    closedStreams().clear();
     linksAreRefused = false;
 }
 
@@ -127,7 +159,7 @@ using simulation::Fault;
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (!simulation::isSimulated()) {
-        return __real_fopen(path, mode);
+        return simulation::own(__real_fopen(path, mode));
     }
     if (simulation::fails("fopen", Fault::fileOpen, EACCES)) {
         return nullptr;
@@ -141,7 +173,7 @@ std::FILE* __wrap_fopen64(const char* path, const char* mode) {
 
 std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
     if (!simulation::isSimulated()) {
-        return __real_fdopen(descriptor, mode);
+        return simulation::own(__real_fdopen(descriptor, mode));
     }
     return simulation::fails("fdopen", Fault::fileOpen, EMFILE) ? nullptr
                                                                 : simulation::adopt(__real_fdopen(descriptor, mode));
@@ -150,6 +182,9 @@ std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
 std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::FILE* file) {
     if (simulation::isSimulated() && simulation::fails("fread", Fault::fileRead, EIO)) {
         simulation::fail(file);
+        return 0;
+    }
+    if (simulation::isClosed(file, "fread")) {
         return 0;
     }
     return __real_fread(data, size, count, file);
@@ -162,6 +197,9 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
         simulation::fail(file);
         return written;
     }
+    if (simulation::isClosed(file, "fwrite")) {
+        return 0;
+    }
     return __real_fwrite(data, size, count, file);
 }
 
@@ -169,22 +207,22 @@ int __wrap_fflush(std::FILE* file) {
     if (simulation::isSimulated() && simulation::fails("fflush", Fault::fileFlush, ENOSPC)) {
         return simulation::fail(file);
     }
+    if (simulation::isClosed(file, "fflush")) {
+        return EOF;
+    }
     return __real_fflush(file);
 }
 
 int __wrap_fclose(std::FILE* file) {
-    if (!simulation::isSimulated()) {
-        return __real_fclose(file);
+    const bool failed = simulation::isSimulated() && simulation::fails("fclose", Fault::fileClose, ENOSPC);
+    if (simulation::isClosed(file, "fclose")) {
+        return EOF;
     }
-    const bool failed = simulation::fails("fclose", Fault::fileClose, ENOSPC);
     if (failed) {
         simulation::fail(file);
     }
     const int result = __real_fclose(file);
-    const simulation::Quiet quiet;
-    if (simulation::streams().erase(file) == 0) {
-        simulation::Scheduler::instance().report("closed twice", "fclose of a stream that is not open");
-    }
+    simulation::release(file); // whose buffer was written by that
     return failed ? EOF : result;
 }
 
