@@ -21,6 +21,18 @@ private:
     std::function<void()> work;
 };
 
+/// Runs until it may go.
+class Waiting final : public uRunnable {
+public:
+    void run() override {
+        while (!go) {
+            uThread::sleep(1);
+        }
+    }
+
+    std::atomic<bool> go{false};
+};
+
 CONTRACT(Threads, RunsItsRunnableAndIsJoined) {
     int result = 0;
     Body body([&] { result = 42; });
@@ -35,18 +47,13 @@ CONTRACT(Threads, RunsItsRunnableAndIsJoined) {
 }
 
 CONTRACT(Threads, RunningOnesHaveNumbersOfTheirOwn) {
-    std::atomic<bool> go{false};
-    Body body([&] {
-        while (!go) {
-            uThread::sleep(1);
-        }
-    });
+    Waiting body;
     uThread first(&body);
     uThread second(&body);
     ASSERT_TRUE(first.start());
     ASSERT_TRUE(second.start());
     EXPECT_NE(first.threadId(), second.threadId());
-    go = true;
+    body.go = true;
     EXPECT_TRUE(first.wait());
     EXPECT_TRUE(second.wait());
     EXPECT_NE(first.threadId(), 0U) << "kept after the end";
@@ -61,12 +68,7 @@ CONTRACT(Threads, WaitWithoutAThreadIsFalse) {
 }
 
 CONTRACT(Threads, WaitGivesUpWhenTheTimeHasRunOut) {
-    std::atomic<bool> go{false};
-    Body body([&] {
-        while (!go) {
-            uThread::sleep(1);
-        }
-    });
+    Waiting body;
     uThread thread(&body);
     ASSERT_TRUE(thread.start());
     EXPECT_FALSE(thread.wait(0));
@@ -74,7 +76,7 @@ CONTRACT(Threads, WaitGivesUpWhenTheTimeHasRunOut) {
     EXPECT_FALSE(thread.wait(30));
     EXPECT_GE(watch.elapsed(), 0.029);
     EXPECT_FALSE(thread.start()) << "it still runs";
-    go = true;
+    body.go = true;
     EXPECT_TRUE(thread.wait());
 }
 
@@ -139,17 +141,12 @@ CONTRACT(Threads, DestructorDoesNotWait) {
 }
 
 CONTRACT(Threads, TwoWaitForOne) {
-    std::atomic<bool> go{false};
-    Body body([&] {
-        while (!go) {
-            uThread::sleep(1);
-        }
-    });
+    Waiting body;
     uThread thread(&body);
     ASSERT_TRUE(thread.start());
     contract::Thread other([&] { EXPECT_TRUE(thread.wait()); });
     uThread::sleep(5);
-    go = true;
+    body.go = true;
     EXPECT_TRUE(thread.wait());
 }
 
