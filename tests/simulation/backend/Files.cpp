@@ -7,12 +7,12 @@
 #include "tests/simulation/faults/Quiet.h"
 #include "tests/simulation/scheduler/Scheduler.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
 #include <map>
-#include <set>
 #include <stdio_ext.h>
 #include <vector>
 
@@ -56,6 +56,7 @@ namespace {
 struct Stream {
     std::vector<char> kept; // what is written and not flushed
     bool failed = false;
+    bool closed = false; // its address may return with the next opening
 };
 
 using Streams = std::map<std::FILE*, Stream>;
@@ -66,12 +67,6 @@ Streams& streams() {
 }
 
 bool linksAreRefused = false;
-
-/// Closed in this schedule, and not opened again.
-std::set<const std::FILE*>& closedStreams() {
-    static auto* all = new std::set<const std::FILE*>;
-    return *all;
-}
 
 constexpr std::size_t keptSize = 1U << 20U; // more than a scenario writes into one file
 
@@ -93,38 +88,26 @@ Stream* streamOf(std::FILE* file) {
     return found == streams().end() ? nullptr : &found->second;
 }
 
-/// A stream of the simulation's own may be at the place of a closed one.
-std::FILE* own(std::FILE* file) {
-    const Quiet quiet;
-    closedStreams().erase(file);
-    return file;
-}
-
 std::FILE* adopt(std::FILE* file) {
     if (file != nullptr) {
         const Quiet quiet;
-        closedStreams().erase(file);
         Stream& stream = streams()[file];
+        stream = Stream{};
         stream.kept.resize(keptSize);
         __real_setvbuf(file, stream.kept.data(), _IOFBF, stream.kept.size());
     }
     return file;
 }
 
-/// Reports a call to a stream that was closed, which on a real system uses freed memory.
-bool isClosed(const std::FILE* file, const char* what) {
-    const bool closed = closedStreams().contains(file);
-    if (closed) {
-        Scheduler::instance().report("closed file used", what);
+/// Reports a stream that another thread has closed meanwhile; the C library must not see it.
+bool isClosed(std::FILE* file, const char* what) {
+    const Stream* stream = streamOf(file);
+    if (stream == nullptr || !stream->closed) {
+        return false;
     }
-    return closed;
-}
-
-void release(std::FILE* file) {
-    const Quiet quiet;
-    if (streams().erase(file) != 0) {
-        closedStreams().insert(file);
-    }
+    Scheduler::instance().report("closed file used", std::string(what) + " of a stream that is closed");
+    errno = EBADF;
+    return true;
 }
 
 /// A failed write loses what was not yet in the file.
@@ -141,7 +124,6 @@ int fail(std::FILE* file) {
 void beginFiles() {
     const Quiet quiet;
     streams().clear();
-    closedStreams().clear();
     linksAreRefused = false;
 }
 
@@ -150,7 +132,8 @@ void refuseLinks() {
 }
 
 std::size_t filesLeftOpen() {
-    return streams().size();
+    return static_cast<std::size_t>(
+        std::count_if(streams().begin(), streams().end(), [](const auto& entry) { return !entry.second.closed; }));
 }
 
 } // namespace simulation
@@ -159,7 +142,7 @@ using simulation::Fault;
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (!simulation::isSimulated()) {
-        return simulation::own(__real_fopen(path, mode));
+        return __real_fopen(path, mode);
     }
     if (simulation::fails("fopen", Fault::fileOpen, EACCES)) {
         return nullptr;
@@ -173,48 +156,56 @@ std::FILE* __wrap_fopen64(const char* path, const char* mode) {
 
 std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
     if (!simulation::isSimulated()) {
-        return simulation::own(__real_fdopen(descriptor, mode));
+        return __real_fdopen(descriptor, mode);
     }
     return simulation::fails("fdopen", Fault::fileOpen, EMFILE) ? nullptr
                                                                 : simulation::adopt(__real_fdopen(descriptor, mode));
 }
 
 std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::FILE* file) {
-    if (simulation::isSimulated() && simulation::fails("fread", Fault::fileRead, EIO)) {
-        simulation::fail(file);
-        return 0;
-    }
-    if (simulation::isClosed(file, "fread")) {
-        return 0;
+    if (simulation::isSimulated()) {
+        const bool failed = simulation::fails("fread", Fault::fileRead, EIO);
+        if (simulation::isClosed(file, "fread")) {
+            return 0;
+        }
+        if (failed) {
+            simulation::fail(file);
+            return 0;
+        }
     }
     return __real_fread(data, size, count, file);
 }
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file) {
-    if (simulation::isSimulated() && simulation::fails("fwrite", Fault::fileWrite, ENOSPC)) {
+    const bool failed = simulation::isSimulated() && simulation::fails("fwrite", Fault::fileWrite, ENOSPC);
+    if (simulation::isSimulated() && simulation::isClosed(file, "fwrite")) {
+        return 0;
+    }
+    if (failed) {
         const std::size_t written = __real_fwrite(data, size, count / 2, file);
         __real_fflush(file);
         simulation::fail(file);
         return written;
     }
-    if (simulation::isClosed(file, "fwrite")) {
-        return 0;
-    }
     return __real_fwrite(data, size, count, file);
 }
 
 int __wrap_fflush(std::FILE* file) {
-    if (simulation::isSimulated() && simulation::fails("fflush", Fault::fileFlush, ENOSPC)) {
-        return simulation::fail(file);
-    }
-    if (simulation::isClosed(file, "fflush")) {
+    const bool failed = simulation::isSimulated() && simulation::fails("fflush", Fault::fileFlush, ENOSPC);
+    if (simulation::isSimulated() && simulation::isClosed(file, "fflush")) {
         return EOF;
+    }
+    if (failed) {
+        return simulation::fail(file);
     }
     return __real_fflush(file);
 }
 
 int __wrap_fclose(std::FILE* file) {
-    const bool failed = simulation::isSimulated() && simulation::fails("fclose", Fault::fileClose, ENOSPC);
+    if (!simulation::isSimulated()) {
+        return __real_fclose(file);
+    }
+    const bool failed = simulation::fails("fclose", Fault::fileClose, ENOSPC);
     if (simulation::isClosed(file, "fclose")) {
         return EOF;
     }
@@ -222,7 +213,11 @@ int __wrap_fclose(std::FILE* file) {
         simulation::fail(file);
     }
     const int result = __real_fclose(file);
-    simulation::release(file); // whose buffer was written by that
+    if (simulation::Stream* stream = simulation::streamOf(file); stream != nullptr) {
+        stream->closed = true;
+        const simulation::Quiet quiet;
+        std::vector<char>().swap(stream->kept);
+    }
     return failed ? EOF : result;
 }
 
