@@ -19,7 +19,7 @@ KeptFile::KeptFile(const std::string& path, std::string_view suffix, std::string
     }
     // A write-protected file will not be replaced. A moment later it may be possible again, with nothing kept.
     if (!nativeFile::isWritable(file)) {
-        throw source_utilities_error("failed to open \"" + path + "\" for writing");
+        throw source_utilities_error(textFile::openFailure(path, "writing"));
     }
     std::string content;
     const bool readable = textFile::readWhole(file, content);

@@ -5,6 +5,7 @@
 #include "tests/simulation/scenarios/Lists.h"
 #include "tests/simulation/scenarios/Scenario.h"
 #include "tests/simulation/scenarios/SideThread.h"
+#include "tests/simulation/scenarios/proxy/ProxyLists.h"
 #include "tests/simulation/scenarios/proxy/ProxyRig.h"
 #include "tests/simulation/scheduler/Scheduler.h"
 
@@ -212,7 +213,7 @@ void twoClients() {
 } // namespace
 
 std::vector<Scenario> proxyScenarios() {
-    return {
+    std::vector<Scenario> all{
         {"proxy.createAndDestroy", createAndDestroy, allTries},
         {"proxy.slowStart", slowStart, allTries},
         {"proxy.otherVersion", otherVersion, allTries},
@@ -225,6 +226,9 @@ std::vector<Scenario> proxyScenarios() {
         {"proxy.portOfAnotherRun", portOfAnotherRun, allTries},
         {"proxy.twoClients", twoClients, allTries},
     };
+    const std::vector<Scenario> recordings = recordingScenarios();
+    all.insert(all.end(), recordings.begin(), recordings.end());
+    return all;
 }
 
 } // namespace simulation

@@ -3,11 +3,10 @@
 #include "common/source/source_utilities/uSocket.h"
 #include "common/source/source_utilities/uThread.h"
 #include "tests/simulation/backend/Network.h"
+#include "tests/simulation/scenarios/proxy/ServerTalk.h"
 #include "tests/support/scripted_server/Frames.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
@@ -20,67 +19,11 @@ namespace {
 using VX_QRS::uSocket;
 using VX_QRS::uThread;
 
-constexpr std::size_t wordSize = 4;
-constexpr std::size_t accessSize = 3 * wordSize;
 constexpr std::size_t mostInRecord = 200;
 
 Random& chance() {
     return Network::instance().random();
 }
-
-std::uint32_t wordAt(const std::string& bytes, std::size_t at) {
-    std::uint32_t value = 0;
-    for (std::size_t i = wordSize; i-- > 0;) {
-        value = value * 256 + static_cast<std::uint8_t>(bytes.at(at + i));
-    }
-    return value;
-}
-
-std::uint16_t portOf(const std::string& arguments) {
-    return static_cast<std::uint16_t>(std::atoi(arguments.c_str() + arguments.find(' ') + 1));
-}
-
-struct Request {
-    char command = 0;
-    std::string arguments;
-};
-
-/// The one client's connection.
-class Talk {
-public:
-    explicit Talk(uSocket& connected) : socket(connected) {}
-
-    /// Empty when the client has gone.
-    std::optional<Request> next() {
-        std::size_t end = 0;
-        while ((end = pending.find('#')) == std::string::npos || pending.size() < end + 3) {
-            std::array<char, 256> bytes{};
-            std::int32_t count = 0;
-            if (socket.read(bytes.data(), bytes.size(), 0, count) != uSocket::done) {
-                return {};
-            }
-            pending.append(bytes.data(), static_cast<std::size_t>(count));
-        }
-        const std::size_t begin = pending.find('$') + 1;
-        Request request{pending.at(begin), frames::unescaped(pending.substr(begin + 1, end - begin - 1))};
-        pending.erase(0, end + 3);
-        return request;
-    }
-
-    bool send(const std::string& bytes) {
-        std::int32_t count = 0;
-        for (std::uint32_t at = 0; at < bytes.size(); at += static_cast<std::uint32_t>(count)) {
-            if (socket.write(bytes.data(), static_cast<std::uint32_t>(bytes.size()) - at, at, count) != uSocket::done) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-private:
-    uSocket& socket;
-    std::string pending;
-};
 
 /// The unit that the server owns.
 class Unit {
@@ -157,38 +100,18 @@ private:
     bool isOpen = false;
 };
 
-/// The client's second connection, which carries nothing. A client that could not make it is served all the same.
-class Silent {
-public:
-    explicit Silent(uSocket& listening) : listener(listening) {}
-
-    void acceptIfThere() {
-        if (listener.isOpen() && listener.waitReadable(0)) {
-            socket = listener.accept();
-            listener.close();
-        }
-    }
-
-private:
-    uSocket& listener;
-    std::unique_ptr<uSocket> socket;
-};
-
-void serve(uSocket& client, Silent& silent, const ServerPlan& plan, ServerRecord& record) {
-    Talk talk(client);
+void serve(ServerTalk& talk, const ServerPlan& plan, ServerRecord& record) {
     Unit unit(plan.version, record);
     for (std::size_t served = 0; served < plan.requestsServed; ++served) {
         const std::optional<Request> request = talk.next();
         if (!request.has_value() || request->command == 'D') {
             return;
         }
-        silent.acceptIfThere();
         if (plan.slowest != 0) {
             uThread::sleep(static_cast<std::uint32_t>(chance().below(plan.slowest + 1)));
         }
         const bool isError = served >= plan.requestsWithoutError;
-        const std::string error = "$err" + std::string("unit not ready") + "#00";
-        if (!talk.send(isError ? error : unit.answer(*request))) {
+        if (!talk.send(isError ? "$errunit not ready#00" : unit.answer(*request))) {
             return;
         }
     }
@@ -209,15 +132,9 @@ void runServer(const ServerPlan& plan, ServerRecord& record, const std::string& 
     if (plan.opensAfter != 0) {
         uThread::sleep(plan.opensAfter);
     }
-    uSocket listener;
-    if (listener.listen(portOf(arguments)) != uSocket::done) {
-        return;
-    }
-    ++record.lives;
-    const std::unique_ptr<uSocket> client = listener.accept();
-    Silent silent(listener);
-    if (client != nullptr) {
-        serve(*client, silent, plan, record);
+    ServerTalk talk;
+    if (talk.open(portOf(arguments))) {
+        serve(talk, plan, record);
     }
 }
 

@@ -19,7 +19,6 @@ struct ServerPlan {
 struct ServerRecord {
     std::size_t requested = 0; ///< bytes of recorded data that were asked for
     std::size_t sent = 0;      ///< bytes of recorded data in replies
-    std::size_t lives = 0;     ///< processes that found their port free
 };
 
 inline constexpr const char* serverImage = "mpx_ecom_server.exe";

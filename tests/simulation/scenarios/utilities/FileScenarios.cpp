@@ -126,6 +126,8 @@ void propertiesRead() {
         product([&] {
             parser = createPropertyParser();
             parser->readFile(folder.path("props.txt").c_str());
+            // One piece of the file: all of it is read or none.
+            expect(parser->countSections("Global") == 1, "nothing read", "without a failure");
             parser->setSection("Channel 0");
             const char* value = nullptr;
             parser->getValue("pinMap", &value);
