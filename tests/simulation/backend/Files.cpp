@@ -74,7 +74,7 @@ bool isSimulated() {
     return Scheduler::isSimulated() && !Quiet::isOn();
 }
 
-bool fails(const char* what, Fault fault, int error) {
+bool failsAt(const char* what, Fault fault, int error) {
     Scheduler::instance().point({Operation::file, what});
     if (!Faults::instance().fails(fault)) {
         return false;
@@ -144,7 +144,7 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (!simulation::isSimulated()) {
         return __real_fopen(path, mode);
     }
-    if (simulation::fails("fopen", Fault::fileOpen, EACCES)) {
+    if (simulation::failsAt("fopen", Fault::fileOpen, EACCES)) {
         return nullptr;
     }
     return simulation::adopt(__real_fopen(path, mode));
@@ -158,13 +158,13 @@ std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
     if (!simulation::isSimulated()) {
         return __real_fdopen(descriptor, mode);
     }
-    return simulation::fails("fdopen", Fault::fileOpen, EMFILE) ? nullptr
-                                                                : simulation::adopt(__real_fdopen(descriptor, mode));
+    return simulation::failsAt("fdopen", Fault::fileOpen, EMFILE) ? nullptr
+                                                                  : simulation::adopt(__real_fdopen(descriptor, mode));
 }
 
 std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::FILE* file) {
     if (simulation::isSimulated()) {
-        const bool failed = simulation::fails("fread", Fault::fileRead, EIO);
+        const bool failed = simulation::failsAt("fread", Fault::fileRead, EIO);
         if (simulation::isClosed(file, "fread")) {
             return 0;
         }
@@ -177,7 +177,7 @@ std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::F
 }
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file) {
-    const bool failed = simulation::isSimulated() && simulation::fails("fwrite", Fault::fileWrite, ENOSPC);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("fwrite", Fault::fileWrite, ENOSPC);
     if (simulation::isSimulated() && simulation::isClosed(file, "fwrite")) {
         return 0;
     }
@@ -191,7 +191,7 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
 }
 
 int __wrap_fflush(std::FILE* file) {
-    const bool failed = simulation::isSimulated() && simulation::fails("fflush", Fault::fileFlush, ENOSPC);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("fflush", Fault::fileFlush, ENOSPC);
     if (simulation::isSimulated() && simulation::isClosed(file, "fflush")) {
         return EOF;
     }
@@ -205,7 +205,7 @@ int __wrap_fclose(std::FILE* file) {
     if (!simulation::isSimulated()) {
         return __real_fclose(file);
     }
-    const bool failed = simulation::fails("fclose", Fault::fileClose, ENOSPC);
+    const bool failed = simulation::failsAt("fclose", Fault::fileClose, ENOSPC);
     if (simulation::isClosed(file, "fclose")) {
         return EOF;
     }
@@ -235,29 +235,29 @@ int __wrap_open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (simulation::isSimulated() && simulation::fails("open", Fault::fileOpen, EACCES)) {
+    if (simulation::isSimulated() && simulation::failsAt("open", Fault::fileOpen, EACCES)) {
         return -1;
     }
     return __real_open(path, flags, mode);
 }
 
 int __wrap_remove(const char* path) {
-    const bool failed = simulation::isSimulated() && simulation::fails("remove", Fault::fileRemove, EACCES);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("remove", Fault::fileRemove, EACCES);
     return failed ? -1 : __real_remove(path);
 }
 
 int __wrap_unlink(const char* path) {
-    const bool failed = simulation::isSimulated() && simulation::fails("unlink", Fault::fileRemove, EACCES);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("unlink", Fault::fileRemove, EACCES);
     return failed ? -1 : __real_unlink(path);
 }
 
 int __wrap_rename(const char* from, const char* to) {
-    const bool failed = simulation::isSimulated() && simulation::fails("rename", Fault::fileRename, EACCES);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("rename", Fault::fileRename, EACCES);
     return failed ? -1 : __real_rename(from, to);
 }
 
 int __wrap_link(const char* from, const char* to) {
-    const bool failed = simulation::isSimulated() && simulation::fails("link", Fault::fileLink, EPERM);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("link", Fault::fileLink, EPERM);
     if (simulation::linksAreRefused) {
         errno = EPERM;
         return -1;

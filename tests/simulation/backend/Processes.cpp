@@ -57,10 +57,6 @@ void point(const char* what) {
     }
 }
 
-bool fails(Fault fault) {
-    return Faults::instance().fails(fault);
-}
-
 void runProcess(ProcessNumber number) {
     Scheduler& scheduler = Scheduler::instance();
     const Quiet quiet;

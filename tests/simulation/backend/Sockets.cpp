@@ -57,10 +57,6 @@ void begin(const char* what) {
     }
 }
 
-bool fails(Fault fault) {
-    return Faults::instance().fails(fault);
-}
-
 /// A blocked call: whose it is, and at which socket.
 struct Call {
     SocketHandle handle = uSocket::invalidHandle;

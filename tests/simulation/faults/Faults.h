@@ -76,4 +76,8 @@ private:
     bool failed = false;
 };
 
+inline bool fails(Fault fault) {
+    return Faults::instance().fails(fault);
+}
+
 } // namespace simulation
