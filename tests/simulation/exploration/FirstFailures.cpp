@@ -44,8 +44,8 @@ std::string textOf(const std::string& scenario, const FirstFailures& found) {
         text += "median " + std::to_string(found.median()) + ", most " + std::to_string(found.schedules.back()) +
                 " schedules";
     }
-    text += ", missed by " + std::to_string(found.missed) + " of " +
-            std::to_string(found.schedules.size() + found.missed);
+    text +=
+        ", missed by " + std::to_string(found.missed) + " of " + std::to_string(found.schedules.size() + found.missed);
     for (const std::string& rule : found.rules) {
         text += (&rule == &found.rules.front() ? ": " : ", ") + rule;
     }

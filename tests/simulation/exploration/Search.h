@@ -22,7 +22,7 @@ struct SearchResult {
     std::uint64_t schedules = 0;
     std::uint64_t points = 0;
     std::uint64_t switches = 0;
-    std::uint64_t faults = 0; ///< schedules in which an operation failed
+    std::uint64_t faults = 0;      ///< schedules in which an operation failed
     std::vector<Failure> failures; ///< in the order of their seeds
 };
 
