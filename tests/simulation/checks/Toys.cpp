@@ -29,6 +29,7 @@ void correct() {
     SimulatedLock lock;
     int count = 0;
     const auto add = [&] {
+        const ProductCall product;
         for (int i = 0; i < 10; ++i) {
             lock.enter();
             const int before = count;
@@ -96,6 +97,18 @@ void slow() {
     expect(isDone, "slow", "not done after 10 ms");
 }
 
+void race() {
+    int count = 0;
+    const auto add = [&] {
+        const ProductCall product;
+        step();
+        ++count;
+    };
+    SideThread other(add);
+    uThread::sleep(100);
+    add();
+}
+
 void writes() {
     const ProductCall product;
     std::FILE* file = std::fopen("/dev/null", "wb");
@@ -119,6 +132,7 @@ void addToys() {
         addScenario({"toy.endless", endless});
         addScenario({"toy.window", window});
         addScenario({"toy.slow", slow});
+        addScenario({"toy.race", race});
         addScenario({"toy.writes", writes});
         return true;
     }();

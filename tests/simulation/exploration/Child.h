@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/simulation/exploration/Search.h"
+#include "tests/simulation/scenarios/ProcessFolder.h"
 
 #include <cstdint>
 #include <functional>
@@ -44,6 +45,7 @@ public:
     const std::optional<Failure>& failure() const { return found; }
 
 private:
+    ProcessFolder folder;
     Report report;
     pid_t process = -1;
     std::optional<Failure> found;

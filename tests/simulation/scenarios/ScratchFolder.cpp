@@ -1,15 +1,15 @@
 #include "tests/simulation/scenarios/ScratchFolder.h"
 
+#include "tests/simulation/scenarios/ProcessFolder.h"
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <unistd.h>
 
 namespace simulation {
 
 ScratchFolder::ScratchFolder() {
-    const std::string base = std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
-    folder = base + "/orv_utilities_" + std::to_string(getpid());
+    folder = processFolder() + "/scratch";
     std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder);
 }
