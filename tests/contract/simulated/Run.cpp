@@ -35,7 +35,7 @@ void runSchedule(const std::function<void()>& body, std::uint64_t seed) {
     const std::unique_ptr<Strategy> strategy = strategyOf(seed);
     // Polls at their shortest interval are many points.
     const Limits limits{10000000, 600000000};
-    const Outcome outcome = Scheduler::instance().run(
+    const simulation::Outcome outcome = Scheduler::instance().run(
         *strategy,
         [&] {
             body();
