@@ -105,8 +105,9 @@ void race() {
         ++count;
     };
     SideThread other(add);
-    uThread::sleep(100);
     add();
+    other.join();
+    expect(count == 2, "lost count", std::to_string(count));
 }
 
 void writes() {

@@ -9,7 +9,7 @@ namespace simulation {
 /// - "toy.endless": a poll whose condition never comes;
 /// - "toy.window": a check and an act with one step between them, which another thread has to hit;
 /// - "toy.slow": fails when a thread takes longer than another one sleeps;
-/// - "toy.race": two threads, one after the other, add to a number without a lock: a race that no schedule shows;
+/// - "toy.race": two threads add to a number without a lock: a race that no schedule shows;
 /// - "toy.writes": fails when its second write to a file fails.
 void addToys();
 

@@ -60,7 +60,11 @@ void terminatedByTwo() {
         return;
     }
     int killed = 0;
-    const auto use = [&] { product([&] { killed += uEnvironment::terminateProcess(id) ? 1 : 0; }); };
+    const auto use = [&] {
+        bool isKilled = false;
+        product([&] { isKilled = uEnvironment::terminateProcess(id); });
+        killed += isKilled ? 1 : 0;
+    };
     {
         SideThread other(use);
         use();
