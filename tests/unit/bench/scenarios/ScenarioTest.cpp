@@ -195,12 +195,12 @@ TEST(Scenario, MemoryAndCouplingAreOffAndHaveTheirRanges) {
     EXPECT_EQ(parseScenario("[[wiring.pin]]\nemu = 1\n", "f").wiring.pin(1).memory, 0.0);
     EXPECT_EQ(parseScenario("[[wiring.pin]]\nemu = 1\n", "f").wiring.pin(1).coupling, 0.0);
     for (const std::string value : {"0", "0.0", "5", "5.0"}) {
-        EXPECT_EQ(pin("memory = " + value), "no failure");
+        EXPECT_EQ(pin("memory = " + value), "");
     }
     for (const std::string value : {"-0.1", "5.001", "nan", "inf", "-inf", "\"2\"", "true", "[1]"}) {
         EXPECT_EQ(pin("memory = " + value), "file.toml:3: 'wiring.pin.memory' must be a number from 0 to 5") << value;
     }
-    EXPECT_EQ(pin("coupling = 2"), "no failure");
+    EXPECT_EQ(pin("coupling = 2"), "");
     for (const std::string value : {"-0.1", "2.001", "nan", "inf", "-inf", "\"1\""}) {
         EXPECT_EQ(pin("coupling = " + value), "file.toml:3: 'wiring.pin.coupling' must be a number from 0 to 2")
             << value;
