@@ -340,6 +340,7 @@ void addCommonOptions(CLI::App& app, Command& command) {
 
 int runLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
     CLI::App app("Records trace of a target through the capture unit, or on the simulated bench.", "orvtrace");
+    app.allow_windows_style_options(false); // a path may begin with a slash
     app.formatter(std::make_shared<NarrowFormatter>());
     app.set_help_flag(helpNames, "Print this help and exit; each subcommand has its own");
     bool version = false;
