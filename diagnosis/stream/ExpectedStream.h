@@ -87,7 +87,8 @@ public:
     bool regular() const { return regularity.regular(); }
     /// A word that does not count: the one that is expected here comes after it. `last` is the word before it.
     bool isExtra(std::uint16_t last, std::uint16_t word, const ExpectedWord& here) const {
-        return word == halfSynchronisation && regularity.kind == SequenceKind::Frame && !here.mark && last != frameStart;
+        return word == halfSynchronisation && regularity.kind == SequenceKind::Frame && !here.mark &&
+               last != frameStart;
     }
     bool hasPattern() const { return pattern.has_value(); }
     const Regularity& learned() const { return regularity; }
