@@ -128,7 +128,7 @@ bool isControl(char letter) {
     return (static_cast<unsigned char>(letter) < ' ' && letter != '\t') || letter == 0x7F;
 }
 
-std::string withoutByteOrderMark(std::string text) {
+std::string withoutByteOrderMark(const std::string& text) {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
     return text.starts_with(mark) ? text.substr(mark.size()) : text;
 }
