@@ -182,7 +182,7 @@ std::vector<AddedProperty> readAddedProperties(const std::string& path) {
                                  " names; correct the variable or unset it");
     }
     std::vector<AddedProperty> all;
-    std::istringstream lines(withoutByteOrderMark(std::move(text)));
+    std::istringstream lines(withoutByteOrderMark(text));
     std::size_t number = 1;
     for (std::string line; std::getline(lines, line); ++number) {
         if (line.ends_with('\r')) {
