@@ -99,7 +99,8 @@ void benchRequests(Input input) {
     checkEscapes(bytes);
     std::vector<Request> requests = requestsOf(bytes, bytes.size());
     const auto again = requestsOf(bytes, 1 + input[1] % 16U);
-    require(std::equal(requests.begin(), requests.end(), again.begin(), again.end(), same),
+    require(std::equal(requests.begin(), requests.end(), again.begin(), again.end(),
+                       [](const auto& a, const auto& b) { return same(a, b); }),
             "pieces of any size give the same requests");
     requests.resize(std::min(requests.size(), mostRequests));
 

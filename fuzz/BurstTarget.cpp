@@ -62,7 +62,9 @@ bool same(const BurstPin& one, const BurstPin& other) {
 void checkRoundTrip(const Burst& read, std::string_view text) {
     const auto again = parsed(diagnosis::parseBurst, written(read, ratesOf(text)));
     require(again && again->pins.size() == read.pins.size(), "what was written is read");
-    require(std::equal(read.pins.begin(), read.pins.end(), again->pins.begin(), same), "a written burst is the same");
+    require(std::equal(read.pins.begin(), read.pins.end(), again->pins.begin(),
+                       [](const auto& a, const auto& b) { return same(a, b); }),
+            "a written burst is the same");
 }
 
 void analyse(const Burst& read) {

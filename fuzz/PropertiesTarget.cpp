@@ -40,7 +40,7 @@ void properties(Input input) {
     // One before a blank is no part of a line's end, but is at the end of a line without blanks.
     require(text.find('\r') != std::string::npos ||
                 (again && std::equal(file->sections.begin(), file->sections.end(), again->sections.begin(),
-                                     again->sections.end(), same)),
+                                     again->sections.end(), [](const auto& a, const auto& b) { return same(a, b); })),
             "what was written is read");
     for (const PropertiesSection& section : file->sections) {
         for (const auto& [key, value] : section.entries) {

@@ -38,7 +38,8 @@ void registerDump(Input input) {
         return;
     }
     const auto again = parsed(diagnosis::parseRegisters, written(*dump));
-    require(again && std::equal(dump->begin(), dump->end(), again->begin(), again->end(), same),
+    require(again && std::equal(dump->begin(), dump->end(), again->begin(), again->end(),
+                                [](const auto& a, const auto& b) { return same(a, b); }),
             "what was written is read");
     const unsigned channel = diagnosis::channelOf(*dump);
     for (const RegisterValue& entry : *dump) {

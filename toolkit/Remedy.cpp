@@ -9,7 +9,7 @@ namespace toolkit {
 
 namespace {
 
-struct Entry {
+struct Rule {
     ExitCode code;
     const char* part; ///< of the text; empty: any text with this code
     const char* remedy;
@@ -21,31 +21,31 @@ constexpr const char* doctorShows = "orvtrace doctor <run> shows why";
 constexpr const char* runMark = "<run>";
 
 // The first one that fits counts.
-constexpr std::array entries{
-    Entry{ExitCode::NoSystem, serverSaid, ""},
-    Entry{ExitCode::NoSystem, "failed to connect to data server",
-          "is mpx_ecom_server.exe installed, and is no other run using its port?"},
-    Entry{ExitCode::NoSystem, "Failed to return CPU info", unknownCpu},
-    Entry{ExitCode::CalibrationRefused, "Failed to return CPU info", unknownCpu},
-    Entry{ExitCode::NoSystem, "dll load failure", "this library must be in the receiver's folder"},
-    Entry{ExitCode::NoSystem, "cannot load ", "check the installation, or give the library with --library"},
-    Entry{ExitCode::NoSystem, "Bad installation", "the libraries of an installation must be in one folder"},
-    Entry{ExitCode::NoSystem, "server", "is the data server still running? see the log in the run's folder"},
-    Entry{ExitCode::CalibrationRefused, "This device is not supported", unknownCpu},
-    Entry{ExitCode::CalibrationRefused, "pin map", "orvtrace pins lists the pins of this device"},
-    Entry{ExitCode::CalibrationRefused, "", doctorShows},
-    Entry{ExitCode::RecordingError, "samples but its file holds only", ""},
-    Entry{ExitCode::RecordingError, "", "see the log in the run's folder"},
+constexpr std::array rules{
+    Rule{ExitCode::NoSystem, serverSaid, ""},
+    Rule{ExitCode::NoSystem, "failed to connect to data server",
+         "is mpx_ecom_server.exe installed, and is no other run using its port?"},
+    Rule{ExitCode::NoSystem, "Failed to return CPU info", unknownCpu},
+    Rule{ExitCode::CalibrationRefused, "Failed to return CPU info", unknownCpu},
+    Rule{ExitCode::NoSystem, "dll load failure", "this library must be in the receiver's folder"},
+    Rule{ExitCode::NoSystem, "cannot load ", "check the installation, or give the library with --library"},
+    Rule{ExitCode::NoSystem, "Bad installation", "the libraries of an installation must be in one folder"},
+    Rule{ExitCode::NoSystem, "server", "is the data server still running? see the log in the run's folder"},
+    Rule{ExitCode::CalibrationRefused, "This device is not supported", unknownCpu},
+    Rule{ExitCode::CalibrationRefused, "pin map", "orvtrace pins lists the pins of this device"},
+    Rule{ExitCode::CalibrationRefused, "", doctorShows},
+    Rule{ExitCode::RecordingError, "samples but its file holds only", ""},
+    Rule{ExitCode::RecordingError, "", "see the log in the run's folder"},
 };
 
 } // namespace
 
 std::string remedyOf(ExitCode code, const std::string& text, const std::string& run) {
-    for (const Entry& entry : entries) {
-        if (entry.code != code || text.find(entry.part) == std::string::npos) {
+    for (const Rule& rule : rules) {
+        if (rule.code != code || text.find(rule.part) == std::string::npos) {
             continue;
         }
-        std::string remedy = entry.remedy;
+        std::string remedy = rule.remedy;
         const std::size_t mark = remedy.find(runMark);
         if (mark == std::string::npos) {
             return remedy;

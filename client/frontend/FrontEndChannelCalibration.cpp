@@ -40,7 +40,8 @@ void logResults(const char* what, const Metrics& m, std::uint32_t numPins, std::
     }
     std::string text = what;
     for (std::uint32_t p = 0; p < analysis::usedPins(numPins); ++p) {
-        text += (p == 0 ? "" : ",") + std::to_string(m.proc[p].*result);
+        text += p == 0 ? "" : ",";
+        text += std::to_string(m.proc[p].*result);
     }
     logStep(here(), "%s", text.c_str());
 }

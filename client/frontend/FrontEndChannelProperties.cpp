@@ -13,6 +13,7 @@
 #include <iterator>
 #include <new>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -136,7 +137,7 @@ struct FrontEndChannel_1::Properties {
     /// Fails to compile for a name that no property has.
     static consteval const ChannelProperty* named(const char* name) {
         const ChannelProperty* property = findChannelProperty(name);
-        return property != nullptr ? property : throw name;
+        return property != nullptr ? property : throw std::logic_error(name);
     }
 
     static const Entry table[channelProperties.size()];

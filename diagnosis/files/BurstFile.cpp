@@ -10,7 +10,7 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{1} << 26;
+constexpr std::size_t largestBurstFile = std::size_t{1} << 26;
 
 struct PinField {
     std::string_view key;
@@ -109,7 +109,7 @@ bool Burst::taken() const {
 }
 
 Burst readBurst(const std::filesystem::path& file) {
-    return parseBurst(toolkit::readText(file, 0, largestFile), file.string());
+    return parseBurst(toolkit::readText(file, 0, largestBurstFile), file.string());
 }
 
 std::string pinName(std::size_t proc) {

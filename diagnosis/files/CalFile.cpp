@@ -11,7 +11,7 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t largestFile = 1 << 20;
+constexpr std::size_t largestCalFile = 1 << 20;
 
 std::optional<std::uint32_t> marginOf(std::string_view text, char sign, const std::string& file, std::size_t line) {
     const auto value =
@@ -181,7 +181,7 @@ CalFile parseCalFile(std::string_view text, const std::string& file) {
 }
 
 CalFile readCalFile(const std::filesystem::path& file) {
-    return parseCalFile(toolkit::readText(file, 0, largestFile), file.string());
+    return parseCalFile(toolkit::readText(file, 0, largestCalFile), file.string());
 }
 
 } // namespace diagnosis

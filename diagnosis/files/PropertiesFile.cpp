@@ -7,7 +7,7 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t largestFile = 1 << 20;
+constexpr std::size_t largestPropertiesFile = 1 << 20;
 
 } // namespace
 
@@ -47,7 +47,7 @@ PropertiesFile parseProperties(std::string_view text, const std::string& file) {
 }
 
 PropertiesFile readProperties(const std::filesystem::path& file) {
-    return parseProperties(toolkit::readText(file, 0, largestFile), file.string());
+    return parseProperties(toolkit::readText(file, 0, largestPropertiesFile), file.string());
 }
 
 } // namespace diagnosis

@@ -10,7 +10,7 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t largestFile = 1 << 20;
+constexpr std::size_t largestRegisterFile = 1 << 20;
 constexpr unsigned procs = 8;
 constexpr unsigned channels = 8;
 
@@ -167,7 +167,7 @@ RegisterDump parseRegisters(std::string_view text, const std::string& file) {
 }
 
 RegisterDump readRegisters(const std::filesystem::path& file) {
-    return parseRegisters(toolkit::readText(file, 0, largestFile), file.string());
+    return parseRegisters(toolkit::readText(file, 0, largestRegisterFile), file.string());
 }
 
 unsigned channelOf(const RegisterDump& dump) {

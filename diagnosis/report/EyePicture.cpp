@@ -10,7 +10,7 @@ namespace diagnosis::page {
 
 namespace {
 
-constexpr double width = 280.0;
+constexpr double eyeWidth = 280.0;
 constexpr double height = 162.0;
 constexpr double left = 10.0;
 constexpr double top = 26.0;
@@ -32,10 +32,10 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
     const std::size_t open = opening.samples();
     const double nanoseconds = static_cast<double>(open) * 1e9 / rates.sampleRate();
     const std::string size = toolkit::countText(open, "sample") + ", " + toolkit::numberText(nanoseconds, 1) + " ns";
-    Svg svg(width, height, pin + ": eye from " + std::to_string(eye.edges) + " changes, open for " + size, "eye");
+    Svg svg(eyeWidth, height, pin + ": eye from " + std::to_string(eye.edges) + " changes, open for " + size, "eye");
 
     const double reach = rates.oversampling * 0.56;
-    const double centre = width / 2.0;
+    const double centre = eyeWidth / 2.0;
     const double step = (centre - left) / reach;
     const auto x = [&](double samples) { return centre + samples * step; };
     svg.text(left, 15, pin, "title");
@@ -44,14 +44,14 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
         return svg.markup();
     }
     const bool thin = opening.byReceiversRule() < rates.neededMargin();
-    svg.text(width - left, 15, size, thin ? "size bad" : "size good", "end");
+    svg.text(eyeWidth - left, 15, size, thin ? "size bad" : "size good", "end");
 
     // A change is between its sample and the one before.
     const double from = x(-static_cast<double>(opening.setupMargin));
     const double to = x(static_cast<double>(opening.holdMargin));
     svg.rect(from, top, to - from, bottom - top, thin ? "open-bad" : "open-good");
-    svg.line(left, top, width - left, top, "rail");
-    svg.line(left, bottom, width - left, bottom, "rail");
+    svg.line(left, top, eyeWidth - left, top, "rail");
+    svg.line(left, bottom, eyeWidth - left, bottom, "rail");
 
     std::size_t most = 1;
     for (std::size_t i = 0; i < eye.rises.size(); ++i) {
@@ -83,7 +83,7 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
         const double tall = std::max(1.0, tallest * std::sqrt(count / (2.0 * static_cast<double>(most))));
         svg.rect(x(distance) - step * 0.4, foot - tall, std::max(1.0, step * 0.8), tall, "histogram");
     }
-    svg.line(left, foot, width - left, foot, "axis");
+    svg.line(left, foot, eyeWidth - left, foot, "axis");
     for (std::size_t i = 0; i < eye.clockEdges.size(); ++i) {
         const double distance = static_cast<double>(i) - static_cast<double>(eye.reach);
         if (eye.clockEdges[i] != 0 && std::abs(distance) <= reach) {

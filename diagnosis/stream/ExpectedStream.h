@@ -21,6 +21,7 @@ enum class SequenceKind {
 
 /// A half-word synchronisation may be anywhere between the words of a frame, and is none of them.
 inline constexpr std::uint16_t halfSynchronisation = 0x7FFF;
+inline constexpr std::uint16_t frameStart = 0xFFFF; ///< its word before the last
 
 /// The words without half-word synchronisations; the second half of a full one stays. `previous` is the word before them.
 std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, std::uint16_t previous = 0);
@@ -86,7 +87,8 @@ public:
     bool regular() const { return regularity.regular(); }
     /// A word that does not count: the one that is expected here comes after it. `last` is the word before it.
     bool isExtra(std::uint16_t last, std::uint16_t word, const ExpectedWord& here) const {
-        return word == halfSynchronisation && regularity.kind == SequenceKind::Frame && !here.mark && last != 0xFFFF;
+        return word == halfSynchronisation && regularity.kind == SequenceKind::Frame && !here.mark &&
+               last != frameStart;
     }
     bool hasPattern() const { return pattern.has_value(); }
     const Regularity& learned() const { return regularity; }

@@ -15,7 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t sampleBytes = 8;
 constexpr std::uintmax_t endOfLog = std::uintmax_t{1} << 18;
 
 /// Data pins: the pin map's without the clock, or those that a report or a burst has.

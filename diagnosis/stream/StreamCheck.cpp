@@ -13,7 +13,6 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t sampleBytes = 8;
 constexpr std::size_t recognisedBytes = std::size_t{1} << 16;
 constexpr std::size_t fewestSequences = 4; ///< that make a judgement
 constexpr std::size_t fewestPackets = 8;   ///< whose trailers show the mode

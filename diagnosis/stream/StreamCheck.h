@@ -18,6 +18,8 @@ enum class StreamMode { Unknown, Pti, Tpiu, TpiuLite };
 std::optional<StreamMode> streamModeNamed(std::string_view name);
 std::string_view streamModeName(StreamMode mode); ///< "unknown" for Unknown
 
+inline constexpr std::size_t sampleBytes = 8;
+
 /// What is known of a stream before it is read.
 struct StreamForm {
     StreamMode mode = StreamMode::Unknown;

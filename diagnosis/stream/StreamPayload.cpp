@@ -13,9 +13,7 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t stride = 4096;
 constexpr std::size_t frameWords = 8;
-constexpr std::uint16_t frameStart = 0xFFFF;
 constexpr unsigned firstReservedSource = 0x70;
 constexpr std::size_t searchedWords = std::size_t{1} << 18;
 

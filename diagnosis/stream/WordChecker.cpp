@@ -9,8 +9,6 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::uint16_t frameStart = 0xFFFF;
-constexpr std::size_t stride = 4096; ///< words asked for at a time
 constexpr std::size_t keptDamages = 16;
 constexpr std::size_t phaseWindow = 64;    ///< words that show where the pattern begins
 constexpr std::uint64_t firstBackoff = 64; ///< words until the next attempt at an explanation

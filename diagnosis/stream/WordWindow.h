@@ -9,6 +9,9 @@
 
 namespace diagnosis {
 
+/// Words to ask a window for at a time.
+inline constexpr std::size_t stride = 4096;
+
 /// The payload's words by their position, as far as they are held: a window that moves over the stream.
 class WordWindow {
 public:

@@ -61,7 +61,12 @@ public:
         if (!hasSubcommands(*app) && at != std::string::npos) {
             text.erase(at, heading.size());
         }
-        return helpText(text);
+        text = helpText(text);
+        // The list of subcommands leaves no line of the screen to spare.
+        if (const std::size_t gap = text.find("\n\nExit codes:"); gap != std::string::npos) {
+            text.erase(gap, 1);
+        }
+        return text;
     }
     std::string make_subcommand(const CLI::App* subcommand) const override {
         std::string text = "  " + subcommand->get_name();
@@ -80,10 +85,6 @@ public:
     std::string make_subcommands(const CLI::App* app, CLI::AppFormatMode mode) const override {
         std::string text = CLI::Formatter::make_subcommands(app, mode);
         text.erase(0, text.find_first_not_of('\n'));
-        // What follows is no further line apart: the list leaves none to spare on a screen.
-        while (text.ends_with("\n\n")) {
-            text.pop_back();
-        }
         return text;
     }
     /// The value's name only: messages report what an option needs or excludes.
@@ -339,6 +340,7 @@ void addCommonOptions(CLI::App& app, Command& command) {
 
 int runLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
     CLI::App app("Records trace of a target through the capture unit, or on the simulated bench.", "orvtrace");
+    app.allow_windows_style_options(false); // a path may begin with a slash
     app.formatter(std::make_shared<NarrowFormatter>());
     app.set_help_flag(helpNames, "Print this help and exit; each subcommand has its own");
     bool version = false;

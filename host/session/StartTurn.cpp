@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto pollInterval = std::chrono::milliseconds(20);
+constexpr auto turnInterval = std::chrono::milliseconds(20);
 constexpr auto silentWait = std::chrono::seconds(1);
 
 } // namespace
@@ -35,7 +35,7 @@ StartTurn::StartTurn(ProgressLine& line, const std::filesystem::path& file, std:
         if (waited >= silentWait) {
             line.show({"waiting for other runs to start their data servers", {}, {}, {}, {}});
         }
-        std::this_thread::sleep_for(pollInterval);
+        std::this_thread::sleep_for(turnInterval);
     }
 }
 

@@ -13,11 +13,7 @@ namespace recording_test {
 using namespace VX_QRS::ORV::CLIENT;
 using testing::HasSubstr;
 
-namespace {
-
-constexpr std::uint32_t block = 16384;
-
-} // namespace
+namespace {} // namespace
 
 TEST(Archive, KeepsRecordingsUnderNumbersUntilTheBudgetIsSpent) {
     ChannelSession session(Target{}, "archive=3\norvBufSize=9\n");

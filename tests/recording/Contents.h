@@ -9,6 +9,9 @@
 
 namespace recording_test {
 
+/// What a full buffer overwrites at a time, in bytes.
+inline constexpr std::uint32_t block = 16384;
+
 /// The words that a target sends: a content, with a synchronisation sequence before every `syncEvery` words of it, or
 /// with none when that is 0.
 struct Sent {

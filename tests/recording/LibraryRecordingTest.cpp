@@ -14,8 +14,6 @@ using testing::StartsWith;
 
 namespace {
 
-constexpr std::size_t block = 16384;
-
 std::string noise(std::size_t size) {
     std::mt19937 source(20240229);
     std::string bytes(size, '\0');

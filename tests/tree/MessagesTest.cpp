@@ -16,11 +16,6 @@ namespace {
 
 constexpr const char* document = "docs/troubleshooting.md";
 
-const Files& sources() {
-    static const Files files = readFiles(ORV_SOURCE_ROOT);
-    return files;
-}
-
 std::vector<std::string> textsOf(const std::vector<Literal>& literals) {
     std::vector<std::string> texts;
     for (const Literal& literal : literals) {
@@ -134,23 +129,23 @@ TEST(MessageRules, HeadingsOutsideTheIndexAreFound) {
 }
 
 TEST(Messages, OfTheDocumentAreSpelledInTheCode) {
-    EXPECT_GT(messagesOf(sources().at(document)).size(), 400U);
-    expectNone(messagesThatNothingSays(sources(), document));
+    EXPECT_GT(messagesOf(sourcesOfThisTree().at(document)).size(), 400U);
+    expectNone(messagesThatNothingSays(sourcesOfThisTree(), document));
 }
 
 // A new message needs its row in the document: what it means and what to do.
 TEST(Messages, OfTheCodeAreExplainedInTheDocument) {
-    expectNone(messagesThatNothingExplains(sources(), document, piecesThatAreNoMessages()));
+    expectNone(messagesThatNothingExplains(sourcesOfThisTree(), document, piecesThatAreNoMessages()));
 }
 
 // A folder that is moved or added has to be named there, or its messages would go unchecked.
 TEST(Messages, AreLookedForInEverySource) {
-    expectNone(areasThatDoNotFit(sources(), messageAreas()));
+    expectNone(areasThatDoNotFit(sourcesOfThisTree(), messageAreas()));
 }
 
 TEST(Messages, CanBeLookedUp) {
-    expectNone(rowsOutOfOrder(sources(), document));
-    expectNone(headingsOutsideTheIndex(sources(), document));
+    expectNone(rowsOutOfOrder(sourcesOfThisTree(), document));
+    expectNone(headingsOutsideTheIndex(sourcesOfThisTree(), document));
 }
 
 } // namespace tree

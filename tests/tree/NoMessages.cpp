@@ -115,9 +115,9 @@ const std::vector<Exceptions>& piecesThatAreNoMessages() {
          {"<?xml version=\"1.0\" encoding=\"UTF-8\"?>", "Kite R2 Trace", "[Global] orv=", "Hz dataFrequency=",
           "words/second dataRate=", "bits/second oversampling=", "[Properties] drmXmtr=", "program pattern="}},
         {"a listing",
-         {"), trace sources", "from byte", "as given", "assumed; see --frame-start", "by synchronisation",
-          "of payload in", ">data pins", "samples of", "data (bit 0 first)", "of section", ", no sections",
-          "of about"}},
+         {"Exit codes:", "), trace sources", "from byte", "as given", "assumed; see --frame-start",
+          "by synchronisation", "of payload in", ">data pins", "samples of", "data (bit 0 first)", "of section",
+          ", no sections", "of about"}},
     };
     return all;
 }

@@ -71,6 +71,11 @@ Files readFiles(const std::filesystem::path& root) {
     return files;
 }
 
+const Files& sourcesOfThisTree() {
+    static const Files files = readFiles(ORV_SOURCE_ROOT);
+    return files;
+}
+
 Breaches unfinishedWork(const Files& files) {
     // In two halves, so that this file does not find itself.
     static const std::regex marks("\\b(TO"

@@ -16,6 +16,8 @@ using Breaches = std::vector<std::string>;
 
 /// Everything below `root` but what is hidden or built.
 Files readFiles(const std::filesystem::path& root);
+/// Those of this tree, read once.
+const Files& sourcesOfThisTree();
 
 bool isSource(const std::string& path);
 

@@ -17,53 +17,48 @@ namespace {
 
 constexpr std::size_t longestFile = 900;
 
-const Files& sources() {
-    static const Files files = readFiles(ORV_SOURCE_ROOT);
-    return files;
-}
-
 } // namespace
 
 TEST(Tree, IsThere) {
-    EXPECT_TRUE(sources().contains("CMakeLists.txt"));
+    EXPECT_TRUE(sourcesOfThisTree().contains("CMakeLists.txt"));
     for (const char* room : {"common/", "rcvr/framework/", "rcvr/", "link/", "pinmap/", "tdf/", "mpx/", "client/",
                              "bench/", "toolkit/", "diagnosis/", "host/", "tests/"}) {
-        EXPECT_TRUE(std::any_of(sources().begin(), sources().end(), [&](const auto& file) {
+        EXPECT_TRUE(std::any_of(sourcesOfThisTree().begin(), sourcesOfThisTree().end(), [&](const auto& file) {
             return isSource(file.first) && file.first.starts_with(room);
         })) << room;
     }
 }
 
 TEST(Tree, IncludesPointDownwardsOnly) {
-    EXPECT_THAT(upwardIncludes(sources()), IsEmpty());
+    EXPECT_THAT(upwardIncludes(sourcesOfThisTree()), IsEmpty());
 }
 
 TEST(Tree, IncludesAreNamedFromTheRoot) {
-    EXPECT_THAT(includesThatAreNotFromTheRoot(sources()), IsEmpty());
+    EXPECT_THAT(includesThatAreNotFromTheRoot(sourcesOfThisTree()), IsEmpty());
 }
 
 TEST(Tree, HasNoIncludeCycle) {
-    EXPECT_THAT(includeCycles(sources()), IsEmpty());
+    EXPECT_THAT(includeCycles(sourcesOfThisTree()), IsEmpty());
 }
 
 TEST(Tree, NamesPlatformsInTheirFoldersOnly) {
-    EXPECT_THAT(platformDependence(sources()), IsEmpty());
+    EXPECT_THAT(platformDependence(sourcesOfThisTree()), IsEmpty());
 }
 
 TEST(Tree, BuildsEverySource) {
-    EXPECT_THAT(sourcesThatAreNotBuilt(sources()), IsEmpty());
+    EXPECT_THAT(sourcesThatAreNotBuilt(sourcesOfThisTree()), IsEmpty());
 }
 
 TEST(Tree, HoldsNoUnfinishedWork) {
-    EXPECT_THAT(unfinishedWork(sources()), IsEmpty());
+    EXPECT_THAT(unfinishedWork(sourcesOfThisTree()), IsEmpty());
 }
 
 TEST(Tree, HasNoOverlongFile) {
-    EXPECT_THAT(longFiles(sources(), longestFile), IsEmpty());
+    EXPECT_THAT(longFiles(sourcesOfThisTree(), longestFile), IsEmpty());
 }
 
 TEST(Tree, HasNoDeadLinks) {
-    EXPECT_THAT(deadLinks(sources()), IsEmpty());
+    EXPECT_THAT(deadLinks(sourcesOfThisTree()), IsEmpty());
 }
 
 } // namespace tree

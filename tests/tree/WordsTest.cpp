@@ -12,15 +12,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-namespace {
-
-const Files& sources() {
-    static const Files files = readFiles(ORV_SOURCE_ROOT);
-    return files;
-}
-
-} // namespace
-
 TEST(WordRules, HardWordsInDocumentsAreFoundWithTheirLines) {
     const Files files{{"docs/a.md", "# A\n\nThe edge behind it, ahead\nof the clock: Whoever reads.\n"}};
     EXPECT_THAT(hardWordsInDocuments(files), ElementsAre("docs/a.md:3: \"behind\": after, past, following, below",
@@ -52,11 +43,11 @@ TEST(WordRules, HardWordsInCommentsAreFoundButNotInLiteralsAndNames) {
 }
 
 TEST(Words, OfDocumentsAreEasy) {
-    expectNone(hardWordsInDocuments(sources()));
+    expectNone(hardWordsInDocuments(sourcesOfThisTree()));
 }
 
 TEST(Words, OfCommentsAreEasy) {
-    expectNone(hardWordsInComments(sources()));
+    expectNone(hardWordsInComments(sourcesOfThisTree()));
 }
 
 } // namespace tree

@@ -128,7 +128,7 @@ bool isControl(char letter) {
     return (static_cast<unsigned char>(letter) < ' ' && letter != '\t') || letter == 0x7F;
 }
 
-std::string withoutByteOrderMark(std::string text) {
+std::string withoutByteOrderMark(const std::string& text) {
     constexpr std::string_view mark = "\xEF\xBB\xBF";
     return text.starts_with(mark) ? text.substr(mark.size()) : text;
 }
@@ -182,7 +182,7 @@ std::vector<AddedProperty> readAddedProperties(const std::string& path) {
                                  " names; correct the variable or unset it");
     }
     std::vector<AddedProperty> all;
-    std::istringstream lines(withoutByteOrderMark(std::move(text)));
+    std::istringstream lines(withoutByteOrderMark(text));
     std::size_t number = 1;
     for (std::string line; std::getline(lines, line); ++number) {
         if (line.ends_with('\r')) {

@@ -6,15 +6,20 @@
 #include "common/source/source_utilities/source_utilities_error.h"
 #include "common/source/source_utilities/uString.h"
 
+#include <utility>
+
 namespace VX_QRS {
 
 using nativeFile::Outcome;
 
 KeptFile::KeptFile(const std::string& path, std::string_view suffix, std::string_view replacement)
     : file(nativeFile::follow(path)) {
-    // A write-protected file will not be replaced.
-    if (nativeFile::kindOf(file) != nativeFile::Kind::regular || !nativeFile::isWritable(file)) {
+    if (nativeFile::kindOf(file) != nativeFile::Kind::regular) {
         return;
+    }
+    // A write-protected file will not be replaced. A moment later it may be possible again, with nothing kept.
+    if (!nativeFile::isWritable(file)) {
+        throw source_utilities_error(textFile::openFailure(path, "writing"));
     }
     std::string content;
     const bool readable = textFile::readWhole(file, content);
@@ -34,7 +39,7 @@ KeptFile::KeptFile(const std::string& path, std::string_view suffix, std::string
         std::string earlier;
         const bool same = readable && textFile::readWhole(candidate, earlier) && earlier == content;
         if (same || keepAs(candidate)) {
-            name = candidate;
+            name = std::move(candidate); // without an allocation: nothing may fail once the file has moved
         }
     }
 }

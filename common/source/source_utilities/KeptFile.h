@@ -13,8 +13,8 @@ namespace VX_QRS {
 /// Unless settle() was called, the destructor restores the file. Not thread-safe.
 class KeptFile {
 public:
-    /// Keeps nothing when the file is missing, cannot be opened for writing, or already has the content `replacement`,
-    /// apart from line ends. Throws source_utilities_error when the file cannot be kept.
+    /// Keeps nothing when the file is missing, or already has the content `replacement`, apart from line ends. Throws
+    /// source_utilities_error when the file cannot be opened for writing or cannot be kept.
     KeptFile(const std::string& path, std::string_view suffix, std::string_view replacement);
     KeptFile(const KeptFile&) = delete;
     KeptFile& operator=(const KeptFile&) = delete;

@@ -103,6 +103,10 @@ Written replace(const std::string& path, std::string_view text) {
     return Written::notWritten;
 }
 
+std::string openFailure(const std::string& path, const char* purpose) {
+    return "failed to open \"" + path + "\" for " + purpose;
+}
+
 bool takeLine(std::string_view& text, std::string_view ends, std::string_view::size_type limit,
               std::string_view& line) {
     if (text.empty()) {

@@ -24,6 +24,9 @@ enum class Written { done, notOpened, notWritten };
 /// the file is write-protected, or its folder accepts no new file.
 Written replace(const std::string& path, std::string_view text);
 
+/// Text for a file that cannot be opened for "reading" or "writing".
+std::string openFailure(const std::string& path, const char* purpose);
+
 /// Takes the next line from the beginning of the text. A line ends at the first of the characters `ends`, which is
 /// removed with it, or after `limit` characters. False at the end of the text.
 bool takeLine(std::string_view& text, std::string_view ends, std::string_view::size_type limit, std::string_view& line);

@@ -27,10 +27,6 @@ void require(const void* pointer, const char* failure) {
     }
 }
 
-std::string openFailure(const std::string& path, const char* purpose) {
-    return "failed to open \"" + path + "\" for " + purpose;
-}
-
 } // namespace
 
 // Collects the variables of a file while it is read. Look-ups use an index, and replaced sections are removed at the
@@ -101,7 +97,7 @@ void uConfig::read() {
     }
     std::string text;
     if (!textFile::read(path, text, textFile::Mode::binary)) {
-        throw error(openFailure(path, "reading"));
+        throw error(textFile::openFailure(path, "reading"));
     }
     Reader reader(*this);
     std::string_view rest(text);
@@ -162,7 +158,7 @@ void uConfig::write(const char* header) {
     case textFile::Written::done:
         break;
     case textFile::Written::notOpened:
-        throw error(openFailure(path, "writing"));
+        throw error(textFile::openFailure(path, "writing"));
     case textFile::Written::notWritten:
         throw error("failed to write \"" + path + "\"");
     }

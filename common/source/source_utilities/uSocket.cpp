@@ -106,11 +106,12 @@ int uSocket::failOpen(const char* prefix, int status) {
 }
 
 // Windows retries a refused connection for about two seconds, and callers that connect to a newly started process rely
-// on it. Where a refusal is reported at once, this class retries.
+// on it. Where a refusal is reported sooner, this class retries. A thread may be held up in a call for a while, so only a
+// refusal that took as long as the caller has to wait counts as retried.
 bool uSocket::knock(std::uint16_t port) {
     constexpr int attempts = 4;
     constexpr std::uint32_t pauseMilliseconds = 500;
-    constexpr double atOnce = 0.25; // seconds
+    constexpr double retriedByThePlatform = 1.0; // seconds
     for (int attempt = 1;; ++attempt) {
         openHandle();
         uStopwatch watch;
@@ -118,7 +119,7 @@ bool uSocket::knock(std::uint16_t port) {
             return true;
         }
         const bool refused = nativeSocket::lastError() == connectionRefused;
-        if (!refused || attempt == attempts || watch.elapsed() > atOnce) {
+        if (!refused || attempt == attempts || watch.elapsed() > retriedByThePlatform) {
             return false;
         }
         close();

@@ -40,7 +40,8 @@ std::string listed(const RunSpace& space, const std::filesystem::path& snapshot,
     EXPECT_EQ(run.code, 0) << run.output;
     const std::string text = readBytes(file);
     const std::size_t first = text.find("Trace Packet Lister : Protocol printer");
-    return first == std::string::npos ? std::string() : text.substr(first);
+    const std::size_t end = text.find("Trace Packet Lister : Trace buffer done"); // with the number of bytes
+    return first == std::string::npos || end == std::string::npos ? std::string() : text.substr(first, end - first);
 }
 #endif
 

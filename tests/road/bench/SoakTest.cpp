@@ -214,9 +214,10 @@ TEST(Soak, AnErrorOfTheUnitWhileItRecordsEndsIt) {
     EXPECT_EQ(lines(withoutProgress(run.errors)), 1U) << run.errors;
 }
 
+// A slow unit, so that it is still recording when its error is asked for.
 TEST(Soak, AnErrorOfTheUnitWhileItProvesACalibrationRefusesTheChannel) {
     const RunSpace space;
-    const Outcome run = soak(space, unitWith(space, "[unit]\nerror_a = 0x8000\n"), "1");
+    const Outcome run = soak(space, unitWith(space, "[unit]\nerror_a = 0x8000\n[server]\nspeed = 0.05\n"), "1");
     EXPECT_EQ(run.code, 5) << run.errors;
     EXPECT_EQ(run.json.at("error").at("text"), "failed to calibrate channel : orv receiver error -2147483648");
 }

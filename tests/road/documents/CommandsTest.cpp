@@ -32,6 +32,7 @@ constexpr Exception blocksNotRun[] = {
     {"docs/building.md", "cmake --install", "installs; tests/package does the same"},
     {"docs/building.md", "cmake -S examples/small-host", "builds; tests/package does the same"},
     {"docs/integration.md", "export", "needs a host that has been built; tests/package does the same"},
+    {"docs/schedule-search.md", "", "searches, for minutes, in a build of its own"},
     {"docs/measurements.md", "", "measures, for minutes, in builds of its own"},
 };
 

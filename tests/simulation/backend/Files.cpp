@@ -7,6 +7,7 @@
 #include "tests/simulation/faults/Quiet.h"
 #include "tests/simulation/scheduler/Scheduler.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -55,6 +56,7 @@ namespace {
 struct Stream {
     std::vector<char> kept; // what is written and not flushed
     bool failed = false;
+    bool closed = false; // its address may return with the next opening
 };
 
 using Streams = std::map<std::FILE*, Stream>;
@@ -64,13 +66,15 @@ Streams& streams() {
     return *all;
 }
 
+bool linksAreRefused = false;
+
 constexpr std::size_t keptSize = 1U << 20U; // more than a scenario writes into one file
 
 bool isSimulated() {
     return Scheduler::isSimulated() && !Quiet::isOn();
 }
 
-bool fails(const char* what, Fault fault, int error) {
+bool failsAt(const char* what, Fault fault, int error) {
     Scheduler::instance().point({Operation::file, what});
     if (!Faults::instance().fails(fault)) {
         return false;
@@ -88,10 +92,22 @@ std::FILE* adopt(std::FILE* file) {
     if (file != nullptr) {
         const Quiet quiet;
         Stream& stream = streams()[file];
+        stream = Stream{};
         stream.kept.resize(keptSize);
         __real_setvbuf(file, stream.kept.data(), _IOFBF, stream.kept.size());
     }
     return file;
+}
+
+/// Reports a stream that another thread has closed meanwhile; the C library must not see it.
+bool isClosed(std::FILE* file, const char* what) {
+    const Stream* stream = streamOf(file);
+    if (stream == nullptr || !stream->closed) {
+        return false;
+    }
+    Scheduler::instance().report("closed file used", std::string(what) + " of a stream that is closed");
+    errno = EBADF;
+    return true;
 }
 
 /// A failed write loses what was not yet in the file.
@@ -108,10 +124,16 @@ int fail(std::FILE* file) {
 void beginFiles() {
     const Quiet quiet;
     streams().clear();
+    linksAreRefused = false;
+}
+
+void refuseLinks() {
+    linksAreRefused = true;
 }
 
 std::size_t filesLeftOpen() {
-    return streams().size();
+    return static_cast<std::size_t>(
+        std::count_if(streams().begin(), streams().end(), [](const auto& entry) { return !entry.second.closed; }));
 }
 
 } // namespace simulation
@@ -122,7 +144,7 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (!simulation::isSimulated()) {
         return __real_fopen(path, mode);
     }
-    if (simulation::fails("fopen", Fault::fileOpen, EACCES)) {
+    if (simulation::failsAt("fopen", Fault::fileOpen, EACCES)) {
         return nullptr;
     }
     return simulation::adopt(__real_fopen(path, mode));
@@ -136,20 +158,30 @@ std::FILE* __wrap_fdopen(int descriptor, const char* mode) {
     if (!simulation::isSimulated()) {
         return __real_fdopen(descriptor, mode);
     }
-    return simulation::fails("fdopen", Fault::fileOpen, EMFILE) ? nullptr
-                                                                : simulation::adopt(__real_fdopen(descriptor, mode));
+    return simulation::failsAt("fdopen", Fault::fileOpen, EMFILE) ? nullptr
+                                                                  : simulation::adopt(__real_fdopen(descriptor, mode));
 }
 
 std::size_t __wrap_fread(void* data, std::size_t size, std::size_t count, std::FILE* file) {
-    if (simulation::isSimulated() && simulation::fails("fread", Fault::fileRead, EIO)) {
-        simulation::fail(file);
-        return 0;
+    if (simulation::isSimulated()) {
+        const bool failed = simulation::failsAt("fread", Fault::fileRead, EIO);
+        if (simulation::isClosed(file, "fread")) {
+            return 0;
+        }
+        if (failed) {
+            simulation::fail(file);
+            return 0;
+        }
     }
     return __real_fread(data, size, count, file);
 }
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count, std::FILE* file) {
-    if (simulation::isSimulated() && simulation::fails("fwrite", Fault::fileWrite, ENOSPC)) {
+    const bool failed = simulation::isSimulated() && simulation::failsAt("fwrite", Fault::fileWrite, ENOSPC);
+    if (simulation::isSimulated() && simulation::isClosed(file, "fwrite")) {
+        return 0;
+    }
+    if (failed) {
         const std::size_t written = __real_fwrite(data, size, count / 2, file);
         __real_fflush(file);
         simulation::fail(file);
@@ -159,7 +191,11 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t count,
 }
 
 int __wrap_fflush(std::FILE* file) {
-    if (simulation::isSimulated() && simulation::fails("fflush", Fault::fileFlush, ENOSPC)) {
+    const bool failed = simulation::isSimulated() && simulation::failsAt("fflush", Fault::fileFlush, ENOSPC);
+    if (simulation::isSimulated() && simulation::isClosed(file, "fflush")) {
+        return EOF;
+    }
+    if (failed) {
         return simulation::fail(file);
     }
     return __real_fflush(file);
@@ -169,14 +205,18 @@ int __wrap_fclose(std::FILE* file) {
     if (!simulation::isSimulated()) {
         return __real_fclose(file);
     }
-    const bool failed = simulation::fails("fclose", Fault::fileClose, ENOSPC);
+    const bool failed = simulation::failsAt("fclose", Fault::fileClose, ENOSPC);
+    if (simulation::isClosed(file, "fclose")) {
+        return EOF;
+    }
     if (failed) {
         simulation::fail(file);
     }
     const int result = __real_fclose(file);
-    const simulation::Quiet quiet;
-    if (simulation::streams().erase(file) == 0) {
-        simulation::Scheduler::instance().report("closed twice", "fclose of a stream that is not open");
+    if (simulation::Stream* stream = simulation::streamOf(file); stream != nullptr) {
+        stream->closed = true;
+        const simulation::Quiet quiet;
+        std::vector<char>().swap(stream->kept);
     }
     return failed ? EOF : result;
 }
@@ -195,28 +235,32 @@ int __wrap_open(const char* path, int flags, ...) {
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
     va_end(arguments);
-    if (simulation::isSimulated() && simulation::fails("open", Fault::fileOpen, EACCES)) {
+    if (simulation::isSimulated() && simulation::failsAt("open", Fault::fileOpen, EACCES)) {
         return -1;
     }
     return __real_open(path, flags, mode);
 }
 
 int __wrap_remove(const char* path) {
-    const bool failed = simulation::isSimulated() && simulation::fails("remove", Fault::fileRemove, EACCES);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("remove", Fault::fileRemove, EACCES);
     return failed ? -1 : __real_remove(path);
 }
 
 int __wrap_unlink(const char* path) {
-    const bool failed = simulation::isSimulated() && simulation::fails("unlink", Fault::fileRemove, EACCES);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("unlink", Fault::fileRemove, EACCES);
     return failed ? -1 : __real_unlink(path);
 }
 
 int __wrap_rename(const char* from, const char* to) {
-    const bool failed = simulation::isSimulated() && simulation::fails("rename", Fault::fileRename, EACCES);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("rename", Fault::fileRename, EACCES);
     return failed ? -1 : __real_rename(from, to);
 }
 
 int __wrap_link(const char* from, const char* to) {
-    const bool failed = simulation::isSimulated() && simulation::fails("link", Fault::fileLink, EPERM);
+    const bool failed = simulation::isSimulated() && simulation::failsAt("link", Fault::fileLink, EPERM);
+    if (simulation::linksAreRefused) {
+        errno = EPERM;
+        return -1;
+    }
     return failed ? -1 : __real_link(from, to);
 }

@@ -25,6 +25,8 @@ bool isProductCall() {
     return Scheduler::isSimulated() && !Quiet::isOn();
 }
 
+} // namespace
+
 void* allocate(std::size_t size) noexcept {
     const bool counted = isProductCall();
     if (counted && Faults::instance().fails(Fault::memory)) {
@@ -49,8 +51,6 @@ void release(void* memory) noexcept {
     std::free(header);
 }
 
-} // namespace
-
 void beginMemory() {
     left = 0;
 }
@@ -60,47 +60,3 @@ std::int64_t allocationsLeft() {
 }
 
 } // namespace simulation
-
-void* operator new(std::size_t size) {
-    void* memory = simulation::allocate(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return simulation::allocate(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return simulation::allocate(size);
-}
-
-void operator delete(void* memory) noexcept {
-    simulation::release(memory);
-}
-
-void operator delete[](void* memory) noexcept {
-    simulation::release(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    simulation::release(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept {
-    simulation::release(memory);
-}
-
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
-    simulation::release(memory);
-}
-
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-    simulation::release(memory);
-}

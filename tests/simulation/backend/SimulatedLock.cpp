@@ -1,6 +1,7 @@
 #include "tests/simulation/backend/SimulatedLock.h"
 
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scheduler/Order.h"
 
 #include <algorithm>
 #include <map>
@@ -58,6 +59,11 @@ void noteOrder(const SimulatedLock* wanted) {
 
 } // namespace
 
+std::size_t locksHeld() {
+    const Quiet quiet;
+    return heldLocks()[Scheduler::instance().self()].size();
+}
+
 void forgetLockOrders() {
     heldLocks().clear();
     takenUnder().clear();
@@ -91,10 +97,14 @@ void SimulatedLock::enter() {
                     [](const void* lock) { return static_cast<const SimulatedLock*>(lock)->text(); }, this});
     owner = scheduler.self();
     depth = 1;
+    noteAcquire(this);
     heldLocks()[owner].push_back(this);
 }
 
 void SimulatedLock::leave() {
+    if (depth == 1) {
+        noteRelease(this);
+    }
     --depth;
     if (depth != 0 || !Scheduler::isSimulated()) {
         return;

@@ -2,6 +2,7 @@
 
 #include "tests/simulation/scheduler/Scheduler.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -28,6 +29,8 @@ private:
     std::uint32_t depth = 0;
 };
 
+/// Locks that the calling thread holds.
+std::size_t locksHeld();
 /// Forgets the orders of the schedule before.
 void forgetLockOrders();
 

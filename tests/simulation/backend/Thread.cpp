@@ -1,4 +1,5 @@
 #include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/backend/Processes.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/scheduler/Scheduler.h"
 
@@ -68,7 +69,11 @@ bool uThread::wait(std::uint32_t milliseconds) {
     const ThreadNumber number = *native->number; // the object may be gone when a waiter is asked again
     condition.context = &number;
     const Time deadline = milliseconds == unlimited ? simulation::never : deadlineIn(milliseconds);
-    return scheduler.wait({Operation::wait, "uThread::wait"}, condition, deadline);
+    const bool hasEnded = scheduler.wait({Operation::wait, "uThread::wait"}, condition, deadline);
+    if (hasEnded) {
+        scheduler.noteEnd(number);
+    }
+    return hasEnded;
 }
 
 bool uThread::isCurrent() const {
@@ -81,7 +86,15 @@ std::uint32_t uThread::threadId() const {
 }
 
 void uThread::sleep(std::uint32_t milliseconds) {
-    Scheduler::instance().sleepUntil({Operation::sleep, "sleep"}, deadlineIn(milliseconds));
+    // The end of a process wakes its thread.
+    const simulation::ProcessNumber process = simulation::currentProcess();
+    const Condition processEnded{[](const void* number) {
+                                     return simulation::isProcessEnded(
+                                         *static_cast<const simulation::ProcessNumber*>(number));
+                                 },
+                                 [](const void*) { return std::string("its time"); }, &process};
+    Scheduler::instance().wait({Operation::sleep, "sleep"}, processEnded, deadlineIn(milliseconds));
+    simulation::leaveEndedProcess();
 }
 
 } // namespace VX_QRS

@@ -1,5 +1,7 @@
 #include "tests/simulation/exploration/Child.h"
 
+#include "tests/simulation/faults/Faults.h"
+
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -16,6 +18,8 @@ namespace {
 
 // Real time without the end of a schedule, after which a thread is stopped in something that the simulation does not know.
 constexpr unsigned watchdogSeconds = 60;
+
+constexpr int raceDetected = 66; // the exit of a process that ends with ThreadSanitizer's report
 
 std::vector<std::string> linesOf(const std::string& text, std::size_t count) {
     std::vector<std::string> lines;
@@ -36,6 +40,7 @@ struct Child::Report::Shared {
     std::uint64_t schedules = 0;
     std::uint64_t points = 0;
     std::uint64_t switches = 0;
+    std::uint64_t faults = 0;
     std::array<char, 4096> recipe{};
 };
 
@@ -50,6 +55,7 @@ bool Child::Report::end(const Outcome& outcome) {
     ++shared->schedules;
     shared->points += outcome.points;
     shared->switches += outcome.switches;
+    shared->faults += Faults::instance().haveFailed() ? 1U : 0U;
     if (outcome.findings.empty()) {
         return false;
     }
@@ -114,7 +120,8 @@ void Child::wait() {
     failure.recipe = recipeOf(report.shared->recipe.data());
     if (text.empty()) {
         const bool late = WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM;
-        failure.rule = late ? "stuck outside of the simulation" : "crash";
+        const bool isRace = WIFEXITED(status) && WEXITSTATUS(status) == raceDetected;
+        failure.rule = late ? "stuck outside of the simulation" : isRace ? "data race" : "crash";
         failure.text =
             WIFSIGNALED(status) ? strsignal(WTERMSIG(status)) : "exit " + std::to_string(WEXITSTATUS(status));
     } else {
@@ -136,6 +143,10 @@ std::uint64_t Child::points() const {
 
 std::uint64_t Child::switches() const {
     return report.shared->switches;
+}
+
+std::uint64_t Child::faults() const {
+    return report.shared->faults;
 }
 
 std::uint64_t Child::lastSeed() const {

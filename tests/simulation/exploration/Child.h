@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/simulation/exploration/Search.h"
+#include "tests/simulation/scenarios/ProcessFolder.h"
 
 #include <cstdint>
 #include <functional>
@@ -39,10 +40,12 @@ public:
     std::uint64_t schedules() const;
     std::uint64_t points() const;
     std::uint64_t switches() const;
+    std::uint64_t faults() const;
     std::uint64_t lastSeed() const;
     const std::optional<Failure>& failure() const { return found; }
 
 private:
+    ProcessFolder folder;
     Report report;
     pid_t process = -1;
     std::optional<Failure> found;

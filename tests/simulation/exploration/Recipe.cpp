@@ -14,24 +14,19 @@ const std::string none = "-";
 
 std::string textOf(const Recipe& recipe) {
     const std::string fault = recipe.fault.has_value() ? textOf(*recipe.fault) : none;
-    if (recipe.strategy == followed) {
-        return recipe.scenario + ' ' + followed + ' ' + fault + ' ' + textOf(recipe.departures);
-    }
-    return recipe.scenario + ' ' + recipe.strategy + ' ' + std::to_string(recipe.seed) + ' ' + fault;
+    const std::string text = recipe.scenario + ' ' + recipe.strategy + ' ' + std::to_string(recipe.seed) + ' ' + fault;
+    return recipe.strategy == followed ? text + ' ' + textOf(recipe.departures) : text;
 }
 
 Recipe recipeOf(const std::string& text) {
     std::istringstream words(text);
     Recipe recipe;
     std::string fault;
-    words >> recipe.scenario >> recipe.strategy;
+    words >> recipe.scenario >> recipe.strategy >> recipe.seed >> fault;
     if (recipe.strategy == followed) {
-        words >> fault >> std::ws;
         std::string rest;
-        std::getline(words, rest);
+        std::getline(words >> std::ws, rest);
         recipe.departures = departuresOf(rest);
-    } else {
-        words >> recipe.seed >> fault;
     }
     if (fault.empty()) {
         throw std::invalid_argument("not a recipe: " + text);

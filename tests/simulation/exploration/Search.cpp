@@ -23,9 +23,21 @@ Recipe recipeOfSeed(const SearchPlan& plan, std::uint64_t seed, const Usual& usu
     return recipe;
 }
 
+/// Measures the usual schedule; true when it broke a rule, which ends the process.
+bool failsUsually(const std::string& scenario, std::uint64_t seed, Child::Report& report, Usual& usual) {
+    report.begin(seed, usualRecipe(scenario));
+    usual = measureUsual(scenario);
+    Outcome outcome;
+    outcome.findings = usual.findings;
+    return !outcome.findings.empty() && report.end(outcome);
+}
+
 /// Runs in a process of its own until the first failure.
 void runSeeds(const SearchPlan& plan, std::uint64_t first, std::uint64_t last, Child::Report& report) {
-    const Usual usual = measureUsual(plan.scenario);
+    Usual usual;
+    if (failsUsually(plan.scenario, first, report, usual)) {
+        return;
+    }
     for (std::uint64_t seed = first; seed < last; ++seed) {
         const Recipe recipe = recipeOfSeed(plan, seed, usual);
         report.begin(seed, recipe);
@@ -40,13 +52,48 @@ void runSeeds(const SearchPlan& plan, std::uint64_t first, std::uint64_t last, C
     }
 }
 
-bool breaks(const Recipe& recipe, const std::string& rule, Failure& found) {
-    Failure failure = tryRecipe(recipe);
-    if (failure.rule != rule) {
-        return false;
+/// Every operation of the usual schedule, failing once and from then on.
+std::vector<FaultPlan> allFaultsOf(const Usual& usual) {
+    std::vector<FaultPlan> plans;
+    for (const auto& [operation, count] : usual.operations) {
+        for (std::uint32_t index = 0; index < count; ++index) {
+            for (const bool andLater : {false, true}) {
+                plans.push_back({operation.first, operation.second, index, andLater});
+            }
+        }
     }
-    found = std::move(failure);
-    return true;
+    return plans;
+}
+
+/// Runs in a process of its own until the first failure. A recipe's number takes the place of a seed.
+void runFaults(const std::string& scenario, std::uint64_t first, Child::Report& report) {
+    Usual usual;
+    if (failsUsually(scenario, first, report, usual)) {
+        return;
+    }
+    Recipe recipe = usualRecipe(scenario);
+    const std::vector<FaultPlan> plans = allFaultsOf(usual);
+    for (std::uint64_t number = first; number < plans.size(); ++number) {
+        recipe.fault = plans[number];
+        report.begin(number, recipe);
+        const Outcome outcome = runSchedule(recipe, usual.length);
+        if (report.end(outcome)) {
+            return;
+        }
+    }
+}
+
+/// Waits for the child and adds its part; true when it ended with a failure.
+bool add(Child& child, SearchResult& result) {
+    child.wait();
+    result.schedules += child.schedules();
+    result.points += child.points();
+    result.switches += child.switches();
+    result.faults += child.faults();
+    if (child.failure().has_value()) {
+        result.failures.push_back(*child.failure());
+    }
+    return child.failure().has_value();
 }
 
 } // namespace
@@ -57,58 +104,32 @@ SearchResult search(const SearchPlan& plan) {
     for (std::uint64_t seed = plan.firstSeed; seed < end && result.failures.size() < plan.mostFailures;) {
         const std::uint64_t last = std::min(end, seed + schedulesOfAProcess);
         Child child([&](Child::Report& report) { runSeeds(plan, seed, last, report); });
-        child.wait();
-        result.schedules += child.schedules();
-        result.points += child.points();
-        result.switches += child.switches();
-        if (child.failure().has_value()) {
-            result.failures.push_back(*child.failure());
-            seed = child.lastSeed() + 1;
-        } else {
-            seed = last;
-        }
+        seed = add(child, result) ? child.lastSeed() + 1 : last;
+    }
+    return result;
+}
+
+SearchResult searchEveryFault(const std::string& scenario, std::uint64_t mostFailures) {
+    SearchResult result;
+    bool isDone = false;
+    for (std::uint64_t first = 0; !isDone && result.failures.size() < mostFailures;) {
+        Child child([&](Child::Report& report) { runFaults(scenario, first, report); });
+        isDone = !add(child, result);
+        first = child.lastSeed() + 1;
     }
     return result;
 }
 
 Failure tryRecipe(const Recipe& recipe) {
     Child child([&](Child::Report& report) {
-        const Usual usual = measureUsual(recipe.scenario);
-        report.begin(recipe.seed, recipe);
-        report.end(runSchedule(recipe, usual.length));
+        Usual usual;
+        if (!failsUsually(recipe.scenario, recipe.seed, report, usual)) {
+            report.begin(recipe.seed, recipe);
+            report.end(runSchedule(recipe, usual.length));
+        }
     });
     child.wait();
     return child.failure().value_or(Failure{recipe, {}, {}, {}});
-}
-
-Failure shorten(const Failure& failure, unsigned tries) {
-    Recipe recipe = failure.recipe;
-    recipe.strategy = "departures";
-    recipe.departures = failure.departures;
-    Failure best = failure;
-    if (!breaks(recipe, failure.rule, best)) {
-        return failure;
-    }
-    for (std::size_t piece = std::max<std::size_t>(recipe.departures.size() / 2, 1); piece > 0; piece /= 2) {
-        for (std::size_t at = 0; at < recipe.departures.size() && tries > 0; --tries) {
-            Recipe shorter = recipe;
-            const auto begin = shorter.departures.begin() + static_cast<std::ptrdiff_t>(at);
-            const std::size_t count = std::min(piece, shorter.departures.size() - at);
-            shorter.departures.erase(begin, begin + static_cast<std::ptrdiff_t>(count));
-            if (breaks(shorter, failure.rule, best)) {
-                recipe = shorter;
-            } else {
-                at += piece;
-            }
-        }
-    }
-    Recipe faultless = recipe;
-    faultless.fault.reset();
-    if (recipe.fault.has_value() && breaks(faultless, failure.rule, best)) {
-        recipe = faultless;
-    }
-    best.recipe = recipe;
-    return best;
 }
 
 std::string textOf(const Failure& failure) {

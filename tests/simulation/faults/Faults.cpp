@@ -66,10 +66,11 @@ void Faults::begin(const std::optional<FaultPlan>& plan) {
     counted.clear();
     started = false;
     failed = false;
+    ended = false;
 }
 
 bool Faults::fails(Fault fault) {
-    if (!Scheduler::isSimulated() || Quiet::isOn()) {
+    if (!Scheduler::isSimulated() || Quiet::isOn() || ended) {
         return false;
     }
     const Quiet quiet;

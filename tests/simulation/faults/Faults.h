@@ -65,8 +65,11 @@ public:
     bool fails(Fault fault);
     /// Whether any operation has failed since the begin.
     bool haveFailed() const { return failed; }
-    /// From now on nothing fails: whether all recovers.
-    void end() { current.reset(); }
+    /// From now on nothing fails and nothing is counted: whether all recovers.
+    void end() {
+        current.reset();
+        ended = true;
+    }
     const Counts& counts() const { return counted; }
 
 private:
@@ -74,6 +77,11 @@ private:
     Counts counted;
     bool started = false;
     bool failed = false;
+    bool ended = false;
 };
+
+inline bool fails(Fault fault) {
+    return Faults::instance().fails(fault);
+}
 
 } // namespace simulation

@@ -1,14 +1,24 @@
 #pragma once
 
+#include "tests/simulation/scheduler/Order.h"
+
 namespace simulation {
 
 /// While one lives, its thread's allocations are the simulation's own: neither counted nor failed.
 class Quiet {
 public:
-    Quiet() { ++depth; }
+    Quiet() {
+        if (depth++ == 0) {
+            beginUnwatched();
+        }
+    }
     Quiet(const Quiet&) = delete;
     Quiet& operator=(const Quiet&) = delete;
-    ~Quiet() { --depth; }
+    ~Quiet() {
+        if (--depth == 0) {
+            endUnwatched();
+        }
+    }
     static bool isOn() { return depth != 0; }
 
 private:
@@ -20,10 +30,20 @@ private:
 /// While one lives, its thread is in the product's code again: a scenario's own code is quiet.
 class ProductCall {
 public:
-    ProductCall() : before(Quiet::depth) { Quiet::depth = 0; }
+    ProductCall() : before(Quiet::depth) {
+        Quiet::depth = 0;
+        if (before != 0) {
+            endUnwatched();
+        }
+    }
     ProductCall(const ProductCall&) = delete;
     ProductCall& operator=(const ProductCall&) = delete;
-    ~ProductCall() { Quiet::depth = before; }
+    ~ProductCall() {
+        if (before != 0) {
+            beginUnwatched();
+        }
+        Quiet::depth = before;
+    }
 
 private:
     int before;

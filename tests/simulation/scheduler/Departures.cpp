@@ -94,12 +94,14 @@ std::vector<Departure> departuresOf(const std::string& text) {
         Departure departure;
         char after = '\0';
         departure.thread = take<ThreadNumber>(rest, after);
-        if (after == ':') {
-            departure.step = take<std::uint32_t>(rest, after);
-        }
-        if (after != '>') {
-            throw std::invalid_argument("not a departure: " + text);
-        }
+        const auto require = [&](char wanted) {
+            if (after != wanted) {
+                throw std::invalid_argument("not a departure: " + text);
+            }
+        };
+        require(':');
+        departure.step = take<std::uint32_t>(rest, after);
+        require('>');
         departure.choice.next = take<ThreadNumber>(rest, after);
         if (after == '/') {
             departure.choice.stall = take<Time>(rest, after);

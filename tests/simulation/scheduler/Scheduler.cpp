@@ -1,11 +1,13 @@
 #include "tests/simulation/scheduler/Scheduler.h"
 
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scheduler/Order.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 namespace simulation {
@@ -57,6 +59,7 @@ Outcome Scheduler::run(Strategy& chosen, const std::function<void()>& body, Limi
     limits = most;
     outcome = Outcome{};
     clock = 0;
+    forgetWorkersOfTheParent();
     tasks.clear();
     Task& first = add();
     currentTask = &first;
@@ -68,9 +71,24 @@ Outcome Scheduler::run(Strategy& chosen, const std::function<void()>& body, Limi
                              },
                              [](const void*) { return std::string("the end of all threads"); }, &tasks};
     wait({Operation::wait, "end of the scenario"}, allEnded);
+    for (const auto& task : tasks) {
+        noteAcquire(task.get());
+    }
     currentTask = nullptr;
     outcome.time = clock;
     return std::move(outcome);
+}
+
+// A process that was forked has the objects of the parent's threads, but not the threads.
+void Scheduler::forgetWorkersOfTheParent() {
+    if (process == getpid()) {
+        return;
+    }
+    process = getpid();
+    for (auto& worker : workers) {
+        static_cast<void>(worker.release());
+    }
+    workers.clear();
 }
 
 Scheduler::Task& Scheduler::add() {
@@ -92,6 +110,7 @@ ThreadNumber Scheduler::start(std::function<void()> body) {
         (*found)->thread.detach();
     }
     (*found)->task = &task;
+    noteRelease(&task);
     (*found)->gate.open();
     return task.number;
 }
@@ -102,7 +121,9 @@ void Scheduler::work(Worker& worker) {
         Task& task = *worker.task;
         task.gate.pass();
         currentTask = &task;
+        noteAcquire(&task);
         task.body();
+        noteRelease(&task);
         currentTask = nullptr;
         const Quiet quiet;
         task.body = nullptr;
@@ -119,6 +140,10 @@ void Scheduler::finish(Task& task) {
 
 bool Scheduler::hasEnded(ThreadNumber number) const {
     return tasks[number]->ended;
+}
+
+void Scheduler::noteEnd(ThreadNumber number) const {
+    noteAcquire(tasks[number].get());
 }
 
 ThreadNumber Scheduler::self() const {

@@ -74,6 +74,8 @@ public:
 
     ThreadNumber start(std::function<void()> body);
     bool hasEnded(ThreadNumber number) const;
+    /// The calling thread has waited for the end of that one.
+    void noteEnd(ThreadNumber number) const;
     ThreadNumber self() const;
     Time now() const { return clock; }
 
@@ -91,6 +93,7 @@ private:
     void work(Worker& worker);
     void finish(Task& task);
     void choose(Task& task, bool yields);
+    void forgetWorkersOfTheParent();
     void collect();
     void record(const Situation& situation, const Choice& choice);
     void checkLimits();
@@ -104,6 +107,7 @@ private:
     Time clock = 0;
     std::vector<std::unique_ptr<Task>> tasks; // by number
     std::vector<std::unique_ptr<Worker>> workers;
+    int process = 0; // whose threads the workers are
     std::vector<ThreadNumber> ready;
     std::vector<ThreadNumber> sleepers;
 };

@@ -82,10 +82,20 @@ TEST_F(ScriptedSocket, RefusalAtOnceIsKnockedAtFourTimes) {
     EXPECT_EQ(socket.lastError(), "Error on socket connect: Connection refused (ECONNREFUSED)");
 }
 
+// The thread may have been held up: the caller still has to wait for a server that is starting.
+TEST_F(ScriptedSocket, RefusalAfterLessThanASecondIsKnockedAtAgain) {
+    platform().connects = false;
+    platform().error = 10061;
+    platform().counterStep = 999;
+    uSocket socket;
+    EXPECT_EQ(socket.connect("10.1.2.3", 5), 4);
+    EXPECT_EQ(platform().sleeps.size(), 3U);
+}
+
 TEST_F(ScriptedSocket, RefusalThatTookItsTimeIsFinal) {
     platform().connects = false;
     platform().error = 10061;
-    platform().counterStep = 251;
+    platform().counterStep = 1001;
     uSocket socket;
     EXPECT_EQ(socket.connect("10.1.2.3", 5), 4);
     EXPECT_TRUE(platform().sleeps.empty());

@@ -14,7 +14,7 @@ namespace VX_QRS {
 namespace {
 
 constexpr bool truncate = false;
-constexpr bool append = true;
+constexpr bool appendToFile = true;
 
 using test::digitsHidden;
 using testing::EndsWith;
@@ -157,7 +157,7 @@ TEST_F(uLoggerTest, ZeroMaskPassesNothing) {
 TEST_F(uLoggerTest, AppendsOrStartsAfresh) {
     logger.log(1, 0, "a");
     logger.setEnabled(false);
-    uLogger appending(folder.file("log").c_str(), append);
+    uLogger appending(folder.file("log").c_str(), appendToFile);
     appending.log(1, 0, "b");
     appending.setEnabled(false);
     EXPECT_EQ(lines().size(), 2U);
@@ -167,7 +167,7 @@ TEST_F(uLoggerTest, AppendsOrStartsAfresh) {
 }
 
 TEST_F(uLoggerTest, FailedOpenIsTriedAgainWithTheNextLine) {
-    Listening late((folder.file("later") + "/log").c_str(), append);
+    Listening late((folder.file("later") + "/log").c_str(), appendToFile);
     late.setToStdout(true);
     late.log(1, 0, "lost");
     EXPECT_EQ(late.console.size(), 1U) << "the other places get it all the same";
@@ -189,7 +189,7 @@ TEST_F(uLoggerTest, CopiesGoWhereTheFlagsSay) {
 }
 
 TEST_F(uLoggerTest, StandardOutputGetsTheLineAsItIs) {
-    uLogger plain(folder.file("log").c_str(), append);
+    uLogger plain(folder.file("log").c_str(), appendToFile);
     plain.setToStdout(true);
     plain.setToDebugger(true);
     testing::internal::CaptureStdout();
@@ -222,7 +222,7 @@ TEST_F(uLoggerTest, LinesOfManyThreadsStayWhole) {
 }
 
 TEST_F(uLoggerTest, TwoLogsOfTwoThreadsDoNotDisturbEachOther) {
-    uLogger other(folder.file("other").c_str(), append);
+    uLogger other(folder.file("other").c_str(), appendToFile);
     std::thread thread([&] {
         for (int i = 0; i < 300; ++i) {
             other.log(1, 3, "b");

@@ -85,34 +85,6 @@ TEST_F(uProcessTest, IdOfZeroFindsAnyProcessOfTheName) {
     EXPECT_EQ(uEnvironment::findProcess(childName, found), found);
 }
 
-TEST_F(uProcessTest, TerminatedProcessIsGone) {
-    start("60000");
-    ASSERT_NE(child, 0U);
-    awaitReport();
-    EXPECT_TRUE(uEnvironment::terminateProcess(child));
-    awaitEnd();
-    EXPECT_EQ(uEnvironment::findProcess(childName, child), 0U);
-}
-
-TEST_F(uProcessTest, HasEndedOnlyWhenItHas) {
-    start("60000");
-    ASSERT_NE(child, 0U);
-    EXPECT_FALSE(uEnvironment::processHasEnded(child));
-    EXPECT_TRUE(uEnvironment::terminateProcess(child));
-    EXPECT_TRUE(uEnvironment::processHasEnded(child));
-}
-
-TEST_F(uProcessTest, EndedByItselfIsSeenAndIsNotTerminated) {
-    start("0 one");
-    ASSERT_NE(child, 0U);
-    while (!uEnvironment::processHasEnded(child)) {
-        uThread::sleep(2);
-    }
-    EXPECT_TRUE(uEnvironment::processHasEnded(child));
-    EXPECT_FALSE(uEnvironment::processExists(child));
-    EXPECT_FALSE(uEnvironment::terminateProcess(child));
-}
-
 TEST_F(uProcessTest, NothingOpenIsInherited) {
     uSocket server;
     ASSERT_EQ(server.listen(0), uSocket::done);
@@ -150,13 +122,6 @@ TEST_F(uProcessTest, StartsAlongThePath) {
     awaitEnd(); // a file that has only just been renamed cannot always be opened at once
     EXPECT_EQ(folder.read("report"), "found\n");
     awaitEnd();
-}
-
-TEST(uProcess, IdOfZeroIsNoProcess) {
-    EXPECT_FALSE(uEnvironment::processExists(0));
-    EXPECT_TRUE(uEnvironment::processHasEnded(0));
-    EXPECT_FALSE(uEnvironment::terminateProcess(0));
-    EXPECT_EQ(uEnvironment::findProcess(nullptr, 0), 0U);
 }
 
 TEST(uProcess, ThisProcessExists) {

@@ -23,55 +23,6 @@ private:
     std::function<void()> work;
 };
 
-TEST(uThread, RunsItsRunnableAndIsJoined) {
-    int result = 0;
-    Body body([&] { result = 42; });
-    uThread thread(&body);
-    EXPECT_EQ(thread.threadId(), 0U);
-    EXPECT_TRUE(thread.start());
-    EXPECT_NE(thread.threadId(), 0U);
-    EXPECT_TRUE(thread.wait());
-    EXPECT_EQ(result, 42);
-    EXPECT_TRUE(thread.wait()) << "a thread that has ended may be waited for again";
-}
-
-TEST(uThread, WaitWithoutAThreadIsFalse) {
-    Body body([] {});
-    uThread thread(&body);
-    EXPECT_FALSE(thread.wait());
-    EXPECT_FALSE(thread.wait(0));
-    EXPECT_FALSE(thread.isCurrent());
-}
-
-TEST(uThread, WaitGivesUpWhenTheTimeHasRunOut) {
-    std::atomic<bool> go{false};
-    Body body([&] {
-        while (!go) {
-            uThread::sleep(1);
-        }
-    });
-    uThread thread(&body);
-    ASSERT_TRUE(thread.start());
-    EXPECT_FALSE(thread.wait(0));
-    uStopwatch watch;
-    EXPECT_FALSE(thread.wait(30));
-    EXPECT_GE(watch.elapsed(), 0.029);
-    EXPECT_FALSE(thread.start()) << "it still runs";
-    go = true;
-    EXPECT_TRUE(thread.wait(60000));
-}
-
-TEST(uThread, MayBeStartedAgainAfterItsEnd) {
-    int runs = 0;
-    Body body([&] { ++runs; });
-    uThread thread(&body);
-    for (int i = 1; i <= 3; ++i) {
-        ASSERT_TRUE(thread.start());
-        ASSERT_TRUE(thread.wait());
-        EXPECT_EQ(runs, i);
-    }
-}
-
 TEST(uThread, OthersMayWaitWhileItIsStartedAgain) {
     Body body([] {});
     uThread thread(&body);
@@ -91,55 +42,6 @@ TEST(uThread, OthersMayWaitWhileItIsStartedAgain) {
     ending = true;
     first.join();
     second.join();
-}
-
-TEST(uThread, NullRunnableEndsAtOnce) {
-    uThread thread(nullptr);
-    EXPECT_TRUE(thread.start());
-    EXPECT_TRUE(thread.wait());
-}
-
-TEST(uThread, WaitingOnItselfIsRefused) {
-    // Repeated, since the thread may query before or after its start has returned.
-    for (int i = 0; i < 300; ++i) {
-        uThread* self = nullptr;
-        bool waited = true;
-        bool current = false;
-        bool started = true;
-        Body body([&] {
-            waited = self->wait();
-            current = self->isCurrent();
-            started = self->start();
-        });
-        uThread thread(&body);
-        self = &thread;
-        ASSERT_TRUE(thread.start());
-        ASSERT_TRUE(thread.wait());
-        ASSERT_FALSE(waited);
-        ASSERT_TRUE(current);
-        ASSERT_FALSE(started);
-        ASSERT_FALSE(thread.isCurrent());
-    }
-}
-
-TEST(uThread, DestructorDoesNotWait) {
-    std::atomic<bool> go{false};
-    std::atomic<bool> ended{false};
-    Body body([&] {
-        while (!go) {
-            uThread::sleep(1);
-        }
-        ended = true;
-    });
-    {
-        uThread thread(&body);
-        ASSERT_TRUE(thread.start());
-    }
-    EXPECT_FALSE(ended);
-    go = true;
-    while (!ended) {
-        uThread::sleep(1);
-    }
 }
 
 TEST(uThread, PriorityAndStackSizeAreAccepted) {
@@ -201,19 +103,6 @@ TEST(uStopwatch, AgreesWithTheSystemsSteadyClock) {
     constexpr double clocksDiffer = 0.002;
     EXPECT_GE(measured, seconds(asked - marked) - clocksDiffer);
     EXPECT_LE(measured, seconds(after - before) + clocksDiffer);
-}
-
-TEST(uStopwatch, MeasuresFromTheLatestMark) {
-    uStopwatch watch;
-    const double first = watch.elapsed();
-    EXPECT_GE(first, 0.0);
-    uThread::sleep(20);
-    const double second = watch.elapsed();
-    EXPECT_GE(second, 0.019);
-    EXPECT_GE(watch.elapsed(), second);
-    watch.mark();
-    uStopwatch other;
-    EXPECT_GE(watch.elapsed(), other.elapsed()) << "marked earlier";
 }
 
 } // namespace

@@ -13,7 +13,6 @@ using namespace MPX_GDB_AGENT;
 namespace {
 
 // Of PacketBuffer::startsWith.
-constexpr bool consume = true;
 
 class PacketIoTest : public ::testing::Test {
 protected:
@@ -99,7 +98,7 @@ TEST_F(PacketIoTest, TheNulOverwritesBytesOfAnEarlierPacket) {
 TEST_F(PacketIoTest, TwoRepliesInOneReadLeaveTheSecondAtTheStart) {
     script->give("$OK#00$OK}\x03#00");
     EXPECT_EQ(readPacket(link, buffer, 100, 1000), IoOk);
-    EXPECT_TRUE(buffer.startsWith("$OK", 3, consume));
+    EXPECT_TRUE(buffer.startsWith("$OK", 3, /*consume=*/true));
     buffer.drop(3);
     EXPECT_EQ(buffer.offset, 0u);
     EXPECT_EQ(unread(), "$OK}\x03#00");

@@ -1,6 +1,7 @@
 // Each operation with each fault of a server, on a link in memory.
 
 #include "tests/support/failure/FailureText.h"
+#include "tests/unit/mpx/ConnectionFailures.h"
 #include "tests/unit/mpx/Operations.h"
 
 #include <array>
@@ -23,8 +24,6 @@ using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {
 
-constexpr const char* lost = "disconnected from server";
-constexpr const char* unwritten = "failed to write to server";
 constexpr const char* poisoned = "invalid rsp response";
 constexpr bool withoutChannel = false;
 constexpr bool withChannel = true;

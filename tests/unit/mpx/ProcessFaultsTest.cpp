@@ -2,6 +2,7 @@
 
 #include "common/source/source_utilities/uEnvironment.h"
 #include "common/source/source_utilities/uThread.h"
+#include "tests/unit/mpx/ConnectionFailures.h"
 #include "tests/unit/mpx/Operations.h"
 #include "tests/unit/mpx/ProxyOverProcess.h"
 
@@ -17,9 +18,6 @@ using namespace VX_QRS::ORV;
 using test_support::failureText;
 
 namespace {
-
-constexpr const char* lost = "disconnected from server";
-constexpr const char* unwritten = "failed to write to server";
 
 // A server that waits for the operation's request, and its client.
 struct Session {

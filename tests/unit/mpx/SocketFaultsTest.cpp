@@ -2,6 +2,7 @@
 
 #include "link/GdbTcpipIo.h"
 #include "tests/support/failure/FailureText.h"
+#include "tests/unit/mpx/ConnectionFailures.h"
 #include "tests/unit/mpx/Operations.h"
 #include "tests/unit/mpx/TalkPeer.h"
 
@@ -22,9 +23,6 @@ using VX_QRS::uThread;
 using namespace VX_QRS::ORV;
 
 namespace {
-
-constexpr const char* lost = "disconnected from server";
-constexpr const char* unwritten = "failed to write to server";
 
 class SocketFaults : public ::testing::Test {
 protected:

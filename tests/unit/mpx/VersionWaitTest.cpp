@@ -2,14 +2,13 @@
 
 #include "mpx/MpxEcomServer/OrvEcomProxy.h"
 #include "tests/support/failure/FailureText.h"
+#include "tests/unit/mpx/ConnectionFailures.h"
 #include "tests/unit/mpx/FakeServer.h"
 
 using test_support::failureText;
 using VX_QRS::ORV::OrvEcomProxy;
 
 namespace {
-
-constexpr const char* lost = "disconnected from server";
 
 class VersionWait : public ::testing::Test {
 protected:

@@ -98,6 +98,10 @@ ChannelMetrics ChannelRig::look() {
     const unsigned changesBefore = changes;
     if (attempt([&] { object->status(metrics); })) {
         expect(!metrics.hasError || std::strlen(metrics.errorText) != 0, "error without a text", "status");
+        expect(bench != nullptr || metrics.bytesReady + metrics.bytesTotal <= unitDouble.capacity,
+               "bytes counted twice",
+               std::to_string(metrics.bytesReady) + " on the unit and " + std::to_string(metrics.bytesTotal) +
+                   " in the file of " + std::to_string(unitDouble.capacity));
         judgeState(metrics.state, changesBefore);
     }
     return metrics;
@@ -125,6 +129,9 @@ void ChannelRig::awaitEnd() {
 
 void ChannelRig::judgeRecording() {
     const ChannelMetrics metrics = look();
+    if (metrics.hasError) {
+        expect(Faults::instance().haveFailed(), "failed without a fault", metrics.errorText);
+    }
     if (!metrics.threadDone || metrics.hasError) {
         return;
     }

@@ -1,5 +1,6 @@
 #include "bench/scenarios/Environment.h"
 #include "bench/scenarios/Scenario.h"
+#include "tests/unit/bench/scenarios/FailureOf.h"
 
 #include <gtest/gtest.h>
 
@@ -7,15 +8,6 @@
 
 namespace bench {
 namespace {
-
-std::string failureOf(const std::string& text) {
-    try {
-        parseScenario(text, "file.toml");
-    } catch (const ScenarioError& error) {
-        return error.what();
-    }
-    return "no failure";
-}
 
 TEST(ScenarioEnvironment, TheVariableThatTheMapNamesIsKept) {
     const Scenario scenario =

@@ -4,6 +4,7 @@
 #include "bench/unit/Burst.h"
 #include "bench/unit/ContentChances.h"
 #include "bench/unit/SegmentReader.h"
+#include "tests/unit/bench/unit/BurstSample.h"
 
 #include <gtest/gtest.h>
 
@@ -121,10 +122,6 @@ int kindOf(SlotLevels& levels, const Line& line, std::int64_t slot) {
         }
     }
     return (before ? 100 : 200) + 10 * run + 5 + against;
-}
-
-bool sampleOf(const BurstWords& words, int sample) {
-    return ((words[static_cast<std::size_t>(sample / 16)] >> (sample % 16)) & 1) != 0;
 }
 
 // The number of a clock edge that is seen in a sample. Even edges rise.

@@ -2,6 +2,7 @@
 #include "bench/signal/Random.h"
 #include "bench/unit/Burst.h"
 #include "bench/unit/DataPath.h"
+#include "tests/unit/bench/unit/BurstSample.h"
 
 #include <gtest/gtest.h>
 
@@ -44,10 +45,6 @@ Line lineOn(LineSource source, const LineTiming& timing, std::uint64_t seed) {
     line.timing = timing;
     line.timing.seed = seed;
     return line;
-}
-
-bool sampleOf(const BurstWords& words, int sample) {
-    return ((words[static_cast<std::size_t>(sample / 16)] >> (sample % 16)) & 1) != 0;
 }
 
 PathQuality qualityOf(const PathSetup& setup) {

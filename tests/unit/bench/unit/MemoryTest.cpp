@@ -6,8 +6,6 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::uint32_t smallest = 0x40000;
-
 MemoryCell cell(std::uint64_t byte, unsigned bit, std::optional<unsigned> stuck = std::nullopt, std::uint64_t every = 0,
                 std::uint64_t fromRecording = 1) {
     return {byte, every, bit, stuck, fromRecording};

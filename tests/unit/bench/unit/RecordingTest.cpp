@@ -3,8 +3,6 @@
 namespace bench {
 namespace {
 
-constexpr std::uint32_t smallest = 0x40000;
-
 class Recording : public UnitFixture {
 protected:
     // The payload of packets; their trailers must be those of trace.

@@ -12,6 +12,9 @@
 
 namespace bench {
 
+/// The smallest buffer of the unit, in bytes.
+inline constexpr std::uint32_t smallest = 0x40000;
+
 // A unit whose time the test controls, and the steps of every recording.
 class UnitFixture : public testing::Test, public RecordSink {
 protected:

@@ -2,6 +2,7 @@
 #include "bench/signal/SlotLevels.h"
 #include "bench/wiring/ContentShift.h"
 #include "bench/wiring/Wiring.h"
+#include "tests/unit/bench/wiring/Ramp.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -165,13 +166,6 @@ TEST(ContentShift, IsNoneForClocksAndForLinesWithoutNeighbours) {
 
 // --- the drawn line ---
 
-Transmission rampAt(double halfPeriod) {
-    Transmission sent;
-    sent.halfPeriod = halfPeriod;
-    sent.words = WordStream(makePattern(PatternName::Ramp, 4), 0);
-    return sent;
-}
-
 TEST(DrawLine, EveryEdgeIsShiftedByItsContent) {
     const Transmission sent = rampAt(7.0);
     Line usual = dataLine(0.0);
@@ -211,8 +205,6 @@ TEST(DrawLine, APulseWhoseEdgesMeetVanishes) {
 }
 
 // --- neighbours at the connector ---
-
-const std::vector<unsigned> pins{0, 1, 2, 3, 4}; // clock, then bits 0 to 3, so that EMU 1 carries the line 3
 
 WiringSettings coupledWiring(std::vector<PinWiring> more = {}) {
     WiringSettings wiring;

@@ -1,5 +1,6 @@
 #include "bench/wiring/Line.h"
 #include "bench/wiring/Wiring.h"
+#include "tests/unit/bench/wiring/Ramp.h"
 
 #include <gtest/gtest.h>
 
@@ -8,13 +9,6 @@
 
 namespace bench {
 namespace {
-
-Transmission rampAt(double halfPeriod) {
-    Transmission sent;
-    sent.halfPeriod = halfPeriod;
-    sent.words = WordStream(makePattern(PatternName::Ramp, 4), 0);
-    return sent;
-}
 
 bool levelAt(const Waveform& wave, double time) {
     const auto before = std::upper_bound(wave.toggles.begin(), wave.toggles.end(), time) - wave.toggles.begin();
@@ -112,8 +106,6 @@ TEST(DrawLine, AFloatingInputChangesSlowly) {
 }
 
 // --- the signals at the receiver inputs ---
-
-const std::vector<unsigned> pins{0, 1, 2, 3, 4}; // clock, then bits 0 to 3
 
 TEST(Wiring, TheConnectorsPinsReachTheirInputs) {
     const std::array<unsigned, 6> inputs{4, 5, 2, 3, 6, 7};

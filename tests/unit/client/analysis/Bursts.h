@@ -2,6 +2,7 @@
 
 #include "client/analysis/Burst.h"
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <initializer_list>
@@ -17,6 +18,11 @@
 namespace bursts {
 
 using VX_QRS::ORV::CLIENT::analysis::Burst;
+
+/// Equal in every bit, or both not a number.
+inline bool same(double a, double b) {
+    return (std::isnan(a) && std::isnan(b)) || std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
 
 /// A burst that owns its samples.
 class OwnedBurst {

@@ -22,9 +22,7 @@ using namespace VX_QRS::ORV::CLIENT;
 /// Eight seeds of each comparison make 100,000; a build that runs slowly takes fewer.
 constexpr std::uint32_t burstsPerSeed = ORV_RANDOM_BURSTS / 8;
 
-bool same(double a, double b) {
-    return (std::isnan(a) && std::isnan(b)) || std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
+using bursts::same;
 
 ::testing::AssertionResult same(const Metrics& a, const Metrics& b) {
     for (std::size_t p = 0; p < a.proc.size(); ++p) {

@@ -19,9 +19,7 @@ using namespace VX_QRS::ORV::CLIENT;
 
 constexpr std::uint32_t drawn = ORV_RANDOM_BURSTS;
 
-bool same(double a, double b) {
-    return (std::isnan(a) && std::isnan(b)) || std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
+using bursts::same;
 
 class Draw : public bursts::Generator {
 public:

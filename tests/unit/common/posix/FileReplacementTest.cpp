@@ -188,9 +188,8 @@ TEST_F(FileReplacement, AWriteProtectedFileIsNotReplaced) {
     const OrdinaryUser user;
     EXPECT_EQ(failureText<uConfig::error>([&] { write(path); }), "failed to open \"" + path + "\" for writing");
     EXPECT_EQ(folder.read("file"), "old");
-    {
-        const KeptFile kept(path, ".old", "new");
-    }
+    EXPECT_EQ(failureText<source_utilities_error>([&] { const KeptFile kept(path, ".old", "new"); }),
+              "failed to open \"" + path + "\" for writing");
     EXPECT_EQ(folder.names(), Names{"file"});
 }
 

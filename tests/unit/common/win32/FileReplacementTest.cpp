@@ -27,6 +27,11 @@ private:
     HANDLE handle;
 };
 
+template <class Call>
+std::string refusal(Call call) {
+    return failureText<source_utilities_error>(call);
+}
+
 class FileReplacement : public testing::Test {
 protected:
     static void write(const std::string& path) {
@@ -43,8 +48,9 @@ TEST_F(FileReplacement, AFileThatIsOpenElsewhereStaysWithNothingBesideIt) {
     const std::string path = folder.write("file", "old");
     {
         const OpenFile other(path, FILE_SHARE_READ | FILE_SHARE_WRITE);
-        const KeptFile kept(path, ".old", "a=1\n");
-        EXPECT_EQ(failureText<uConfig::error>([&] { write(path); }), "failed to open \"" + path + "\" for writing");
+        EXPECT_EQ(refusal([&] { const KeptFile kept(path, ".old", "a=1\n"); }),
+                  "failed to open \"" + path + "\" for writing");
+        EXPECT_EQ(refusal([&] { write(path); }), "failed to open \"" + path + "\" for writing");
     }
     EXPECT_EQ(folder.read("file"), "old");
     EXPECT_EQ(folder.names(), Names{"file"});
@@ -54,8 +60,9 @@ TEST_F(FileReplacement, AFileThatIsOpenElsewhereForItselfAloneCannotBeOpened) {
     const std::string path = folder.write("file", "old");
     {
         const OpenFile other(path, 0);
-        const KeptFile kept(path, ".old", "a=1\n");
-        EXPECT_EQ(failureText<uConfig::error>([&] { write(path); }), "failed to open \"" + path + "\" for writing");
+        EXPECT_EQ(refusal([&] { const KeptFile kept(path, ".old", "a=1\n"); }),
+                  "failed to open \"" + path + "\" for writing");
+        EXPECT_EQ(refusal([&] { write(path); }), "failed to open \"" + path + "\" for writing");
     }
     EXPECT_EQ(folder.names(), Names{"file"});
 }
@@ -63,10 +70,9 @@ TEST_F(FileReplacement, AFileThatIsOpenElsewhereForItselfAloneCannotBeOpened) {
 TEST_F(FileReplacement, AReadOnlyFileIsNotReplaced) {
     const std::string path = folder.write("file", "old");
     ASSERT_NE(SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY), 0);
-    {
-        const KeptFile kept(path, ".old", "new");
-    }
-    EXPECT_EQ(failureText<uConfig::error>([&] { write(path); }), "failed to open \"" + path + "\" for writing");
+    EXPECT_EQ(refusal([&] { const KeptFile kept(path, ".old", "new"); }),
+              "failed to open \"" + path + "\" for writing");
+    EXPECT_EQ(refusal([&] { write(path); }), "failed to open \"" + path + "\" for writing");
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL);
     EXPECT_EQ(folder.read("file"), "old");
     EXPECT_EQ(folder.names(), Names{"file"});

@@ -6,7 +6,7 @@
 namespace diagnosis {
 namespace {
 
-constexpr std::size_t samples = 8192;
+using drawn::samples;
 
 Burst burstOf(const std::vector<std::string>& pins, const std::string& head = drawn::head()) {
     return parseBurst(drawn::burst(pins, head), "x");

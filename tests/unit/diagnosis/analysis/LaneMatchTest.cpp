@@ -13,9 +13,6 @@ namespace {
 
 using drawn::LaneBits;
 
-std::uint16_t framed(std::size_t index) {
-    return drawn::framedWord(drawn::ramp, index);
-}
 std::uint16_t unframed(std::size_t index) {
     return drawn::ramp[index % 4];
 }
@@ -28,7 +25,7 @@ LaneMatch matchOf(const LaneBits& bits, bool packets = true) {
     return match.value_or(LaneMatch{});
 }
 
-const LaneBits sent = drawn::lanesOf(4, framed);
+const LaneBits sent = drawn::lanesOf(4, drawn::framed);
 const LaneBits sentPlain = drawn::lanesOf(4, unframed);
 
 TEST(LaneMatch, EveryPinOfASoundRecordingCarriesItsOwnBits) {

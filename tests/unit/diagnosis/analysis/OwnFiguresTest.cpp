@@ -9,7 +9,7 @@
 namespace diagnosis {
 namespace {
 
-constexpr std::size_t samples = 8192;
+using drawn::samples;
 
 /// A burst in which nothing was computed yet, and whose data pins never change: the vote cannot decide.
 Burst voteless() {

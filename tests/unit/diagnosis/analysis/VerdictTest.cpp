@@ -9,11 +9,7 @@ namespace {
 using Reason = Verdict::Reason;
 using Outcome = Verdict::Outcome;
 
-constexpr std::size_t samples = 2048;
-
-std::uint16_t framed(std::size_t index) {
-    return drawn::framedWord(drawn::ramp, index);
-}
+constexpr std::size_t shortBurst = 2048;
 
 /// One attempt of four data pins with sound files.
 DiagnosticSet soundSet() {
@@ -22,9 +18,9 @@ DiagnosticSet soundSet() {
     FileGroup& attempt = set.attempts.emplace_back();
     attempt.setting = 1;
     attempt.cal = parseCalFile(drawn::report({{6, 6}, {6, 6}, {6, 6}, {6, 6}}), "x");
-    const std::string data = drawn::square(samples, 14, 10);
-    attempt.burst = parseBurst(drawn::burst({drawn::square(samples, 14, 3), data, data, data, data}), "x");
-    attempt.verification = parseVerification(drawn::packets(framed));
+    const std::string data = drawn::square(shortBurst, 14, 10);
+    attempt.burst = parseBurst(drawn::burst({drawn::square(shortBurst, 14, 3), data, data, data, data}), "x");
+    attempt.verification = parseVerification(drawn::packets(drawn::framed));
     return set;
 }
 
@@ -40,8 +36,8 @@ TEST(Verdict, AVerificationWithoutAFaultAccepts) {
 
 TEST(Verdict, AWrongWordRefusesButNotForTpiu) {
     DiagnosticSet set = soundSet();
-    set.attempts.front().verification =
-        parseVerification(drawn::packets([](std::size_t i) { return i == 900 ? std::uint16_t{0x1111} : framed(i); }));
+    set.attempts.front().verification = parseVerification(
+        drawn::packets([](std::size_t i) { return i == 900 ? std::uint16_t{0x1111} : drawn::framed(i); }));
     EXPECT_EQ(judged(set).reason, Reason::Pattern);
     EXPECT_EQ(judged(set).receiverText, "failed calibration pattern test");
     EXPECT_EQ(calibrated(set, {judged(set)}), false);
@@ -51,7 +47,7 @@ TEST(Verdict, AWrongWordRefusesButNotForTpiu) {
 
 TEST(Verdict, AVerificationThatDidNotFillIsATimeout) {
     DiagnosticSet set = soundSet();
-    set.attempts.front().verification = parseVerification(drawn::packets(framed, 100));
+    set.attempts.front().verification = parseVerification(drawn::packets(drawn::framed, 100));
     EXPECT_EQ(judged(set).reason, Reason::Timeout);
 }
 
@@ -60,14 +56,14 @@ TEST(Verdict, RightWordsWhoseCountsDoNotAddUpAreASideBandFault) {
     // Six zeros instead of five in one sequence: right by the pattern, but a word too many.
     const std::size_t extra = 71 * 10;
     set.attempts.front().verification = parseVerification(drawn::packets([&](std::size_t i) {
-        return i < extra ? framed(i) : i == extra ? std::uint16_t{0} : framed(i - 1);
+        return i < extra ? drawn::framed(i) : i == extra ? std::uint16_t{0} : drawn::framed(i - 1);
     }));
     const Verdict verdict = judged(set);
     // A longer run is a sequence still; its further zero is counted by itself, so that the sum holds.
     EXPECT_EQ(verdict.outcome, Outcome::Accepted);
     // Fewer pattern words than a thousand are not enough.
     set.attempts.front().verification =
-        parseVerification(drawn::packets([](std::size_t i) { return i < 640 ? framed(i) : std::uint16_t{0}; }));
+        parseVerification(drawn::packets([](std::size_t i) { return i < 640 ? drawn::framed(i) : std::uint16_t{0}; }));
     EXPECT_EQ(judged(set).reason, Reason::SideBand);
     EXPECT_EQ(judged(set).receiverText, "failed side-band verification");
 }
@@ -101,8 +97,8 @@ TEST(Verdict, AFailedVoteIsSeenInTheBurst) {
     DiagnosticSet set = soundSet();
     FileGroup& attempt = set.attempts.front();
     attempt.verification.reset();
-    const std::string still(samples, '0');
-    attempt.burst = parseBurst(drawn::burst({drawn::square(samples, 14, 3), still, still, still, still}), "x");
+    const std::string still(shortBurst, '0');
+    attempt.burst = parseBurst(drawn::burst({drawn::square(shortBurst, 14, 3), still, still, still, still}), "x");
     for (BurstPin& pin : attempt.burst->pins) {
         pin.delay = 0;
     }

@@ -36,7 +36,14 @@ std::string plainWords(const std::function<std::uint16_t(std::size_t)>& word, st
 /// A stream with a synchronisation sequence before every 64 words of a pattern that continues after it.
 std::uint16_t framedWord(const std::vector<std::uint16_t>& pattern, std::size_t index);
 
+/// Length of a burst of the receiver.
+inline constexpr std::size_t samples = 8192;
+
 extern const std::vector<std::uint16_t> ramp; ///< on four pins
+/// A word of the framed ramp.
+inline std::uint16_t framed(std::size_t index) {
+    return framedWord(ramp, index);
+}
 
 /// What becomes of words when each data pin of `dataPins` is replaced: `bitOf` gives the bit that pin `line` shows in
 /// a slot of the whole stream.

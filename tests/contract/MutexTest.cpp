@@ -1,14 +1,17 @@
 #include "common/source/source_utilities/uMutex.h"
+#include "tests/contract/Contract.h"
 
-#include <gtest/gtest.h>
+#include <atomic>
+#include <list>
 
-#include <thread>
-#include <vector>
-
-namespace VX_QRS {
 namespace {
 
-TEST(uMutex, IsRecursive) {
+using contract::Thread;
+using VX_QRS::uMutex;
+using VX_QRS::uMutexLock;
+using VX_QRS::uThread;
+
+CONTRACT(Mutex, IsRecursive) {
     uMutex mutex;
     EXPECT_TRUE(mutex.lock());
     EXPECT_TRUE(mutex.lock());
@@ -17,21 +20,21 @@ TEST(uMutex, IsRecursive) {
     EXPECT_FALSE(mutex.unlock());
 }
 
-TEST(uMutex, UnlockingWhatIsNotLockedIsRefused) {
+CONTRACT(Mutex, UnlockingWhatIsNotLockedIsRefused) {
     uMutex mutex;
     EXPECT_FALSE(mutex.unlock());
     EXPECT_TRUE(mutex.lock());
     EXPECT_TRUE(mutex.unlock());
 }
 
-TEST(uMutex, DepthIsThatOfTheCallingThread) {
+CONTRACT(Mutex, DepthIsThatOfTheCallingThread) {
     uMutex mutex;
     EXPECT_EQ(mutex.levels(), 0);
     mutex.lock();
     mutex.lock();
     EXPECT_EQ(mutex.levels(), 2);
     std::int32_t others = -1;
-    std::thread([&] { others = mutex.levels(); }).join();
+    Thread([&] { others = mutex.levels(); }).join();
     EXPECT_EQ(others, 0);
     mutex.unlock();
     EXPECT_EQ(mutex.levels(), 1);
@@ -39,50 +42,49 @@ TEST(uMutex, DepthIsThatOfTheCallingThread) {
     EXPECT_EQ(mutex.levels(), 0);
 }
 
-TEST(uMutex, OnlyTheOwnerUnlocks) {
+CONTRACT(Mutex, OnlyTheOwnerUnlocks) {
     uMutex mutex;
     mutex.lock();
     bool stranger = true;
-    std::thread([&] { stranger = mutex.unlock(); }).join();
+    Thread([&] { stranger = mutex.unlock(); }).join();
     EXPECT_FALSE(stranger);
     EXPECT_TRUE(mutex.unlock()) << "the stranger's attempt left the lock as it was";
 }
 
-TEST(uMutex, LockedFromOneThreadIsWaitedForByAnother) {
+CONTRACT(Mutex, LockedFromOneThreadIsWaitedForByAnother) {
     uMutex mutex;
     mutex.lock();
     mutex.lock();
     std::atomic<bool> entered{false};
-    std::thread other([&] {
+    Thread other([&] {
         const uMutexLock lock(mutex);
         entered = true;
     });
     mutex.unlock();
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    uThread::sleep(20);
     EXPECT_FALSE(entered) << "one of two locks is still held";
     mutex.unlock();
     other.join();
     EXPECT_TRUE(entered);
 }
 
-TEST(uMutex, ProtectsAgainstManyThreads) {
+CONTRACT(Mutex, ProtectsAgainstManyThreads) {
     uMutex mutex;
     int counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 5000; ++i) {
-                const uMutexLock outer(mutex);
-                const uMutexLock inner(mutex);
-                ++counter;
-            }
-        });
+    constexpr int rounds = 1000;
+    {
+        std::list<Thread> threads;
+        for (int t = 0; t < 4; ++t) {
+            threads.emplace_back([&] {
+                for (int i = 0; i < rounds; ++i) {
+                    const uMutexLock outer(mutex);
+                    const uMutexLock inner(mutex);
+                    ++counter;
+                }
+            });
+        }
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(counter, 20000);
+    EXPECT_EQ(counter, 4 * rounds);
 }
 
 } // namespace
-} // namespace VX_QRS
