@@ -123,7 +123,8 @@ std::size_t lines(const std::string& text) {
 std::string withoutProgress(const std::string& errors) {
     static const std::regex progress("orvtrace: (\\d+ of \\d+: )?"
                                      "(waiting for other runs to start their data servers|starting the data "
-                                     "server|calibrating|recording|uploading|uploaded|reading back|soaking)(, .*)?\r?");
+                                     "server|calibrating|recording|uploading|uploaded|reading back|soaking|"
+                                     "verifying known words|verifying after the recording)(, .*)?\r?");
     std::string rest;
     std::istringstream in(errors);
     for (std::string line; std::getline(in, line);) {

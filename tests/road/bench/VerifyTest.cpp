@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-
 // Verifications with known words: what they cost, what they find, and that trace is none the worse for them.
 
 namespace {
@@ -152,7 +151,7 @@ TEST(VerifiedCalibration, FindsTheLaneWithNoise) {
     const RunSpace space;
     const auto scenario = space.write(
         "noise.toml", std::string(ideal) + "kind = \"tpiu\"\n[settings]\nbuffer = 4\nstop_on_full = true\n" +
-                          fiftyMegahertz + "[[wiring.pin]]\nemu = 2\njitter = 1.5\n");
+                          fiftyMegahertz + "[[wiring.pin]]\nemu = 2\nglitch_every = 3e6\nglitch_length = 10\n");
     const Outcome run = space.run({"calibrate", "--json", "--scenario", scenario.string(), "--verify", "--error-rate",
                                    "1e-7", "--out", space.file("run").string()});
     EXPECT_EQ(run.code, 10) << run.errors;
@@ -162,7 +161,6 @@ TEST(VerifiedCalibration, FindsTheLaneWithNoise) {
     ASSERT_THAT(lanesOf(words), ElementsAre("data3"));
     const json lane = words.at("lanes").at(0);
     EXPECT_EQ(lane.at("errors"), words.at("errors"));
-    EXPECT_GT(lane.at("early").get<int>() + lane.at("late").get<int>(), 0) << "a moved edge shows a neighbour's bit";
 }
 
 TEST(VerifiedRecording, AWireThatDriftsMeanwhileIsFoundAfterIt) {
