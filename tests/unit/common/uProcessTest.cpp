@@ -35,8 +35,9 @@ protected:
         }
     }
 
+    // The list of processes would not tell: the number of an ended one may already be another's.
     void awaitEnd() const {
-        while (uEnvironment::processExists(child)) {
+        while (!uEnvironment::processHasEnded(child)) {
             uThread::sleep(2);
         }
     }
