@@ -228,7 +228,9 @@ void addVerification(Syntax& syntax, RecordOptions& options) {
     const Option verify =
         syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
-    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either").excludes(verify);
+    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either")
+        .excludes(verify)
+        .rare();
 }
 
 /// `orvtrace calibrate`.
@@ -305,7 +307,9 @@ void RecordCommand::setUp(Syntax& syntax) {
     const Option scenario = addScenario(syntax, options.session);
     addSettings(syntax, options.session);
     addCpu(syntax, options.session);
-    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends").needs(scenario);
+    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends")
+        .needs(scenario)
+        .rare();
     addPins(syntax, options.session.pins);
     addBuffer(syntax, options.session);
     const Option seconds =
@@ -313,7 +317,8 @@ void RecordCommand::setUp(Syntax& syntax) {
     const Option full = syntax.addFlag("--until-full", options.untilFull, "Record until the unit's buffer is full");
     full.excludes(seconds);
     syntax.addFlag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
-        .excludes(full);
+        .excludes(full)
+        .rare();
     syntax.addFlag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace").excludes(full);
     syntax.addWhole("--repeat", options.repeat, "N", 1, 9999, "Record N times on one calibration (1)");
     syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
