@@ -31,7 +31,7 @@ if(ORV_BUILD_TESTS OR ORV_BUILD_BENCHMARKS OR ORV_BUILD_FUZZERS)
   foreach(lib gtest gmock gtest_main gmock_main)
     if(TARGET ${lib})
       # Neither it nor its headers are held to this tree's warnings.
-      target_compile_options(${lib} PRIVATE -w)
+      target_compile_options(${lib} PRIVATE -w ${ORV_QUICK_BUILD})
       get_target_property(dirs ${lib} INTERFACE_INCLUDE_DIRECTORIES)
       set_target_properties(${lib} PROPERTIES INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${dirs}")
       if(NOT TARGET GTest::${lib})

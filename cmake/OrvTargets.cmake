@@ -48,7 +48,7 @@ set(ORV_TEST_WARNINGS "")
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # With -fpch-preprocess a compiler cache can tell what is in such a header. GCC forgets which part of it was a system's,
   # and warns of what is not there.
-  set(ORV_PRECOMPILED_FLAGS -fpch-preprocess -Wno-stringop-overflow)
+  set(ORV_PRECOMPILED_FLAGS -fpch-preprocess -Wno-stringop-overflow -Wno-array-bounds)
   set(ORV_TEST_WARNINGS -fpch-preprocess -Wno-array-bounds)
   # With sanitizers GCC 12 sees uninitialised members in the library's own regular expressions, which tests use.
   if(ORV_SANITIZE)
@@ -64,14 +64,23 @@ if(ORV_COVERAGE)
   target_link_options(orv_flags INTERFACE --coverage)
 endif()
 
-# The standard headers that nearly every source of the library begins with, compiled once.
-file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orv_library_headers.cpp CONTENT "")
-add_library(orv_library_headers STATIC EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/orv_library_headers.cpp)
-target_link_libraries(orv_library_headers PUBLIC orv_flags)
-target_compile_options(orv_library_headers PRIVATE ${ORV_PRECOMPILED_FLAGS})
-target_precompile_headers(orv_library_headers PRIVATE
-  <algorithm> <array> <filesystem> <functional> <map> <memory> <mutex> <optional> <span> <sstream> <string> <string_view>
-  <thread> <vector>)
+# orv_headers(<name> HEADERS <header>... [OPTIONS ...] [DEPENDS ...]): headers that nearly every source of some folders
+# begins with, compiled once.
+function(orv_headers name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "HEADERS;OPTIONS;DEPENDS")
+  file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/${name}.cpp CONTENT "")
+  add_library(${name} STATIC EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/${name}.cpp)
+  target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS})
+  target_compile_options(${name} PRIVATE ${ORV_PRECOMPILED_FLAGS} ${ARG_OPTIONS})
+  target_precompile_headers(${name} PRIVATE ${ARG_HEADERS})
+endfunction()
+set(standard_headers <algorithm> <array> <filesystem> <functional> <map> <memory> <mutex> <optional> <span> <sstream>
+  <string> <string_view> <thread> <vector>)
+orv_headers(orv_library_headers HEADERS ${standard_headers})
+# What waits for files and for the unit takes longer to compile than more optimisation saves.
+set(ORV_QUICK_RUN $<$<CONFIG:Release>:-O1>)
+orv_headers(orv_program_headers HEADERS ${standard_headers} <fmt/core.h> <nlohmann/json.hpp> OPTIONS ${ORV_QUICK_RUN}
+            DEPENDS orv_header_packages)
 
 # orv_static(<name> SOURCES ... [DEPENDS ...]): one folder of the tree as a static library. With ORV_PRECOMPILED, it uses
 # the precompiled headers of that target.
@@ -140,14 +149,13 @@ function(orv_test_headers target)
   set(main ${CMAKE_BINARY_DIR}/${target}.cpp)
   file(CONFIGURE OUTPUT ${main} CONTENT "int main() {}\n")
   add_executable(${target} EXCLUDE_FROM_ALL ${main})
-  target_link_libraries(${target} PRIVATE orv_flags GTest::gmock)
+  target_link_libraries(${target} PRIVATE orv_flags orv_header_packages GTest::gmock)
   target_compile_options(${target} PRIVATE ${ARGN} ${ORV_TEST_WARNINGS})
   target_precompile_headers(${target} PRIVATE
-    <gmock/gmock.h> <gtest/gtest.h> <filesystem> <fstream> <functional> <regex> <sstream> <thread>)
+    <gmock/gmock.h> <gtest/gtest.h> <filesystem> <fstream> <functional> <nlohmann/json.hpp> <regex> <sstream> <thread>)
 endfunction()
 # A test is compiled more often than it is run.
 set(ORV_QUICK_BUILD $<$<CONFIG:Release>:-O0>)
-set(ORV_QUICK_RUN $<$<CONFIG:Release>:-O1>)
 
 # Tests that also run where time is short (`./test --reduced`).
 add_custom_target(reduced_tests)

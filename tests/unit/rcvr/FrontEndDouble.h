@@ -2,7 +2,7 @@
 
 #include "client/FrontEnd.h"
 #include "client/FrontEndChannel.h"
-#include "rcvr/framework/IXmtrLibrary.h"
+#include "tests/support/transmitter/IdleXmtrLibrary.h"
 
 #include <gmock/gmock.h>
 
@@ -67,41 +67,17 @@ public:
     bool failing = false; ///< getProperty throws
 };
 
-/// Only the trace class is asked for here; everything else succeeds and does nothing.
-class FakeXmtrLibrary : public Vx::Qrs::Trace::IXmtrLibrary {
+/// Only the trace class is asked for here.
+class FakeXmtrLibrary : public test_support::IdleXmtrLibrary {
 public:
     unsigned kind = 1;
     unsigned askedCookie = 0;
 
-    int closeChannel(unsigned) override { return 0; }
-    int programChannel(unsigned) override { return 0; }
-    int enablePort(unsigned) override { return 0; }
-    int flushBuffer(unsigned) override { return 0; }
-    int shutdownPort(unsigned) override { return 0; }
-    int setTestMode(unsigned, unsigned, unsigned) override { return 0; }
-    int applyFrequency(unsigned, unsigned) override { return 0; }
-    int setExportFrameSize(unsigned, unsigned) override { return 0; }
-    int getNumFrequencySettings(unsigned, unsigned*) override { return 0; }
-    int allocatePin(unsigned, unsigned, unsigned, unsigned, unsigned) override { return 0; }
-    int setStallCpu(unsigned, bool) override { return 0; }
-    int releasePin(unsigned, unsigned, unsigned) override { return 0; }
-    int setPortWidth(unsigned, unsigned) override { return 0; }
-    int setFunctionMode(unsigned, unsigned) override { return 0; }
-    int getExportFrameLimits(unsigned, unsigned*, unsigned*) override { return 0; }
-    int getTraceStatus(unsigned, std::uint32_t*) override { return 0; }
-    int clearTraceStatus(unsigned, std::uint32_t) override { return 0; }
-    int getCharacter(unsigned, std::uint32_t*) override { return 0; }
-    int applyEnd(unsigned, bool) override { return 0; }
-    int setCycleAccurate(unsigned, bool) override { return 0; }
-    int setMonitorCprt(unsigned, bool) override { return 0; }
-    int setNoDataTraceOnFifoFull(unsigned, bool) override { return 0; }
     int getTransmitterKind(unsigned cookie, unsigned* out) override {
         askedCookie = cookie;
         *out = kind;
         return 0;
     }
-    int setOption(unsigned, unsigned) override { return 0; }
-    int enablePins(unsigned) override { return 0; }
 };
 
 } // namespace rcvr_test

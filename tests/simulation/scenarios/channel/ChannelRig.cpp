@@ -5,6 +5,7 @@
 #include "tests/simulation/backend/Files.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scenarios/ChannelCall.h"
 #include "tests/simulation/scenarios/ProcessFolder.h"
 #include "tests/simulation/scenarios/Scenario.h"
 #include "tests/simulation/scenarios/doubles/ServerSubstitute.h"
@@ -60,20 +61,6 @@ ChannelRig::~ChannelRig() {
     }
     attempt([&] { object.reset(); });
     attempt([&] { frontEnd.reset(); });
-}
-
-bool ChannelRig::attempt(const std::function<void()>& operation) {
-    const ProductCall product;
-    try {
-        operation();
-        return true;
-    } catch (const Exception&) {
-    } catch (const std::bad_alloc&) {
-    } catch (const std::runtime_error& e) {
-        // The unit's own failures travel unchanged.
-        expect(Faults::instance().haveFailed(), "exception without a fault", e.what());
-    }
-    return false;
 }
 
 bool ChannelRig::change(const std::function<void()>& operation) {

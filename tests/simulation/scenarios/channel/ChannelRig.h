@@ -35,9 +35,7 @@ public:
     UnitDouble& unit() { return unitDouble; }
     bool calibrate();
 
-    /// Runs an operation that may throw the channel's own exceptions; true when it did not throw.
-    bool attempt(const std::function<void()>& operation);
-    /// The same for one that may begin a recording or a calibration.
+    /// attempt() for an operation that may begin a recording or a calibration.
     bool change(const std::function<void()>& operation);
     bool start();
     void stop();

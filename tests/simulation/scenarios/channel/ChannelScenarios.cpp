@@ -1,4 +1,5 @@
 #include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/scenarios/ChannelCall.h"
 #include "tests/simulation/scenarios/Lists.h"
 #include "tests/simulation/scenarios/SideThread.h"
 #include "tests/simulation/scenarios/channel/ChannelRig.h"
@@ -65,7 +66,7 @@ void settingsWhileEnding() {
         rig.stop();
     });
     uThread::sleep(20);
-    rig.attempt([&] { rig.channel().applySettings(); });
+    attempt([&] { rig.channel().applySettings(); });
 }
 
 /// The channel is deleted while it records.
@@ -91,8 +92,8 @@ void lookFromTwoThreads() {
     };
     SideThread one(looks);
     SideThread other(looks);
-    rig.attempt([&] { rig.channel().endTransmission(true); });
-    rig.attempt([&] { rig.channel().ovs(true, true); });
+    attempt([&] { rig.channel().endTransmission(true); });
+    attempt([&] { rig.channel().ovs(true, true); });
     rig.stop();
     rig.awaitEnd();
     rig.judgeRecording();

@@ -1,4 +1,5 @@
 #include "common/source/source_utilities/uThread.h"
+#include "tests/simulation/scenarios/ChannelCall.h"
 #include "tests/simulation/scenarios/Lists.h"
 #include "tests/simulation/scenarios/SideThread.h"
 #include "tests/simulation/scenarios/channel/ChannelRig.h"
@@ -47,7 +48,7 @@ void failedCalibrationDuringUpload() {
     }
     uThread::sleep(20);
     rig.stop();
-    rig.attempt([&] { rig.channel().calibrate(); });
+    attempt([&] { rig.channel().calibrate(); });
     if (rig.start()) {
         uThread::sleep(10);
         rig.stop();
@@ -79,7 +80,7 @@ void settingsAtOnce() {
     if (!rig.isReady() || !rig.start()) {
         return;
     }
-    rig.attempt([&] { rig.channel().applySettings(); });
+    attempt([&] { rig.channel().applySettings(); });
     rig.stop();
 }
 

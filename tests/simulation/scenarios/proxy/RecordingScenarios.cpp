@@ -8,6 +8,7 @@
 #include "tests/simulation/backend/Processes.h"
 #include "tests/simulation/faults/Faults.h"
 #include "tests/simulation/faults/Quiet.h"
+#include "tests/simulation/scenarios/ChannelCall.h"
 #include "tests/simulation/scenarios/ScratchFolder.h"
 #include "tests/simulation/scenarios/SideThread.h"
 #include "tests/simulation/scenarios/doubles/TransmitterDouble.h"
@@ -58,19 +59,6 @@ public:
         attempt([&] { frontEnd.reset(); });
         expect(runningChildren() == 0, "process left", "after the front end");
         awaitEndedProcesses();
-    }
-
-    bool attempt(const std::function<void()>& operation) {
-        const ProductCall product;
-        try {
-            operation();
-            return true;
-        } catch (const Exception&) {
-        } catch (const std::bad_alloc&) {
-        } catch (const std::runtime_error& e) {
-            expect(Faults::instance().haveFailed(), "exception without a fault", e.what());
-        }
-        return false;
     }
 
     bool start() {

@@ -9,7 +9,7 @@
 #include "tests/simulation/scenarios/Scenario.h"
 #include "tests/simulation/scenarios/doubles/ServerSubstitute.h"
 #include "tests/simulation/scenarios/receiver/Siblings.h"
-#include "tests/simulation/scenarios/receiver/XmtrLibraryDouble.h"
+#include "tests/support/transmitter/IdleXmtrLibrary.h"
 
 #include <algorithm>
 #include <array>
@@ -60,7 +60,8 @@ bool settingsAreKept() {
 
 } // namespace
 
-ReceiverRig::ReceiverRig() : client(bench.client()), transmitterLibrary(std::make_unique<XmtrLibraryDouble>()) {
+ReceiverRig::ReceiverRig()
+    : client(bench.client()), transmitterLibrary(std::make_unique<test_support::IdleXmtrLibrary>()) {
     std::filesystem::remove_all(processFolder());
     std::filesystem::create_directories(processFolder());
     std::ofstream(settingsPath()) << settingsText;

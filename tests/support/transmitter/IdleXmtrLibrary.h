@@ -4,10 +4,10 @@
 
 #include <cstdint>
 
-namespace simulation {
+namespace test_support {
 
-/// A transmitter library whose operations succeed and do nothing.
-class XmtrLibraryDouble final : public Vx::Qrs::Trace::IXmtrLibrary {
+/// A transmitter library whose operations succeed and do nothing: a pattern transmitter with one rate.
+class IdleXmtrLibrary : public Vx::Qrs::Trace::IXmtrLibrary {
 public:
     int closeChannel(unsigned) override { return 0; }
     int programChannel(unsigned) override { return 0; }
@@ -42,4 +42,4 @@ public:
     int enablePins(unsigned) override { return 0; }
 };
 
-} // namespace simulation
+} // namespace test_support
