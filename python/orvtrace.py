@@ -24,12 +24,11 @@ from __future__ import annotations
 import json
 import re
 import struct
+import sys
 from array import array
 from dataclasses import dataclass, field
 from pathlib import Path
-from typing import Any, BinaryIO, Dict, Iterator, List, Mapping, Optional, Sequence, Tuple, Union
-
-import sys
+from typing import Any, BinaryIO, Dict, Iterator, List, Mapping, Optional, Sequence, Union
 
 try:
     import numpy as _numpy
@@ -464,12 +463,25 @@ class Attempt:
     def verification(self) -> Optional[Recording]:
         """The short recording of a known pattern."""
         path = self._path(".ver")
-        return None if path is None else open_recording(path)
+        return None if path is None else open_recording(path, self.export_kind)
+
+    @property
+    def export_kind(self) -> Optional[str]:
+        """The kind of export, as the calibration's report has it."""
+        calibration = self.calibration
+        kind = None if calibration is None else calibration.properties.get("drmXmtr")
+        return kind if kind in EXPORT_KINDS else None
 
 
 @dataclass
 class Run:
-    """A run's folder: that of `orvtrace --out`, its ".VX-trace", or the folder with the receiver's files."""
+    """A run's folder: that of `orvtrace --out`, its ".VX-trace", or the folder with the receiver's files.
+
+    >>> Run("no/such/folder")
+    Traceback (most recent call last):
+    ...
+    FileNotFoundError: no/such/folder: no run: no folder .VX-trace/data with a .cfg file
+    """
 
     folder: PathLike
     stem: Path = field(init=False)  #: path of the receiver's files without their endings
@@ -513,11 +525,10 @@ class Run:
 
     @property
     def export_kind(self) -> Optional[str]:
-        """The kind of export, as the calibration's report has it."""
+        """The kind of export, as the reports of the attempts have it."""
         for attempt in reversed(self.attempts):
-            calibration = attempt.calibration
-            if calibration is not None and calibration.properties.get("drmXmtr") in EXPORT_KINDS:
-                return calibration.properties["drmXmtr"]
+            if attempt.export_kind is not None:
+                return attempt.export_kind
         return None
 
     def recording(self) -> Recording:

@@ -12,6 +12,7 @@ namespace host {
 namespace {
 
 constexpr std::string_view example = "Example: ";
+constexpr std::size_t longestLine = 79;
 
 /// Text that the formatter takes as it is.
 std::string plain(std::string_view text) {
@@ -119,7 +120,7 @@ struct Footer {
 };
 
 std::string exampleBlock(const std::string& examples) {
-    return examples.empty() ? "" : ".PP\n.nf\n.RS 4\n" + examples + ".RE\n.fi\n";
+    return examples.empty() ? "" : ".nf\n.RS 4\n" + examples + ".RE\n.fi\n";
 }
 
 std::string head(const std::string& name, const std::string& about, const ManualEdition& edition) {
@@ -148,6 +149,28 @@ std::string subcommandPage(const std::string& program, const CommandFacts& comma
     text += examples.empty() ? "" : heading("EXAMPLES") + exampleBlock(examples);
     return text + heading("EXIT STATUS") + "0 if done; the other codes are on the page of\n.BR " + plain(program) +
            " (1).\n" + heading("SEE ALSO") + ".BR " + plain(program) + " (1)\n";
+}
+
+/// Lines of running text end before column 80, at a blank; that of an example is shown as it is.
+std::string folded(const std::string& page) {
+    std::string text;
+    bool isExample = false;
+    for (const toolkit::TextLine& line : toolkit::textLines(page)) {
+        isExample = line.text == ".nf" || (isExample && line.text != ".fi");
+        std::string_view rest = line.text;
+        while (rest.size() > longestLine && !isExample && !line.text.starts_with('.')) {
+            const std::size_t blank = rest.rfind(' ', longestLine);
+            if (blank == std::string_view::npos) {
+                break;
+            }
+            text += std::string(rest.substr(0, blank)) + "\n";
+            rest.remove_prefix(blank + 1);
+            // At the beginning of a line these would be a command.
+            text += rest.starts_with('.') || rest.starts_with('\'') ? "\\&" : "";
+        }
+        text += std::string(rest) + "\n";
+    }
+    return text;
 }
 
 /// What no table of the command line has.
@@ -191,9 +214,10 @@ std::string programPage(const CommandFacts& program, const ManualEdition& editio
 } // namespace
 
 std::vector<ManualPage> manualPagesOf(const CommandFacts& program, const ManualEdition& edition) {
-    std::vector<ManualPage> pages{{program.name + ".1", programPage(program, edition)}};
+    std::vector<ManualPage> pages{{program.name + ".1", folded(programPage(program, edition))}};
     for (const CommandFacts& command : program.nested) {
-        pages.push_back({program.name + "-" + command.name + ".1", subcommandPage(program.name, command, edition)});
+        pages.push_back(
+            {program.name + "-" + command.name + ".1", folded(subcommandPage(program.name, command, edition))});
     }
     return pages;
 }

@@ -1,8 +1,7 @@
 # complete.zsh FOLDER LINE: prints what zsh completes at the end of LINE, with the script of FOLDER. A second shell, in a
-# pseudo-terminal, is given the line and the key: completion works in no other way.
+# pseudo-terminal, is given the line and a key: completion works in no other way.
 zmodload zsh/zpty
 zpty -b inner "zsh -f -i"
-function send { zpty -w inner "$1" }
 function until_text {
     local text='' part
     for _ in {1..200}; do
@@ -10,17 +9,37 @@ function until_text {
         [[ $text == *$1* ]] && return
     done
 }
-send "PROMPT='' RPROMPT='' ZLE_RPROMPT_INDENT=0; fpath=(${(q)1} \$fpath); autoload -Uz compinit; compinit -u -d \$HOME/.zcd"
-send "zstyle ':completion:*' list-grouped false; zstyle ':completion:*' verbose no; LISTMAX=1000; setopt no_list_ambiguous"
-# The candidates go to a file as they are added, and none into the line.
-send "compadd () { if [[ \${@[1,(i)(-|--)]} == *-(O|A|D)\\ * ]]; then builtin compadd \"\$@\"; return; fi;
-  local -a __found; builtin compadd -A __found \"\$@\"; local -a __rest; 
-  builtin zparseopts -D -E -a __rest P: i: S: I: p: s: W: f q; local __dir='';
-  for __each in \$__found; do __show=\${__each//\\\\/}; [[ -d \$__show ]] && __show+=/;
-    [[ \$IPREFIX == --*= ]] && __show=\$IPREFIX\$__show; print -r -- \$__show >>\$HOME/found; done; }"
-send "function finish { zle complete-word; print done >>\$HOME/finished; zle kill-whole-line }; zle -N finish"
-send "bindkey '^I' complete-word; bindkey '^X^F' finish; echo ready-now"
-until_text "ready-now"
+# Candidates also go to a file as they are added; calls with -O, -A and -D add none. Folders get their mark.
+cat >$HOME/inner.zsh <<'END'
+PROMPT='' RPROMPT=''
+fpath=($1 $fpath)
+autoload -Uz compinit
+compinit -u -d $HOME/.zcompdump
+function compadd {
+    if [[ ${@[1,(i)(-|--)]} != *-(O|A|D)\ * ]]; then
+        local -a found
+        local each
+        builtin compadd -A found "$@"
+        for each in $found; do
+            each=${each//\\/}
+            [[ -d $each ]] && each+=/
+            [[ $IPREFIX == --*= ]] && each=$IPREFIX$each
+            print -r -- $each >>$HOME/found
+        done
+    fi
+    builtin compadd "$@"
+}
+function finish {
+    zle complete-word
+    print done >>$HOME/finished
+    zle kill-whole-line
+}
+zle -N finish
+bindkey '^X^F' finish
+echo ready"-now"
+END
+zpty -w inner "set -- ${(q)1}; source \$HOME/inner.zsh"
+until_text ready-now
 sleep 0.1
 zpty -w -n inner "$2"$'\x18\x06'
 for _ in {1..200}; do

@@ -74,6 +74,15 @@ class RecordingTest(Runs):
             self.assertEqual(next(recording.samples()), int.from_bytes(recording.data[:8], "little"))
 
     def test_packets_are_recognised_without_a_kind(self):
+        file = self.run_of("step-down").attempts[-1].stem
+        self.assertTrue(orvtrace.open_recording(f"{file}.ver").has_packets)
+        self.assertFalse(orvtrace.Recording(b"\x23\x01\x67\x45" * 4096).has_packets)
+        # Two packets are too few: the last one does not count.
+        packet = bytes(510) + b"\xff\x08"
+        self.assertEqual([orvtrace.Recording(packet * count).has_packets for count in range(5)],
+                         [False, False, False, True, True])
+
+    def test_a_verification_has_the_form_of_its_export(self):
         for scenario, has_packets in (("step-down", True), ("tpiu", False)):
             verification = self.run_of(scenario).attempts[-1].verification()
             self.assertEqual(verification.has_packets, has_packets)
