@@ -38,7 +38,8 @@ std::string randomLevels(std::mt19937& random, std::size_t samples) {
     return levels.substr(0, samples);
 }
 
-/// A byte for each sample as sigrok takes them, bit i for the i-th wire. `rate` is the one that it has to report.
+/// A byte for each sample as sigrok takes them, bit i for the i-th wire. `rate` is the one that it has to report; of a
+/// session, which needs no `input` format, it reports none here.
 std::string importedBySigrok(const test_support::TemporaryFolder& folder, const std::filesystem::path& file,
                              const std::string& input, const std::string& rate) {
     const std::string out = (folder.path / "samples").string();
@@ -48,7 +49,7 @@ std::string importedBySigrok(const test_support::TemporaryFolder& folder, const 
     EXPECT_EQ(status, 0) << "is the package sigrok-cli installed (tools/install-packages test)? "
                          << readAll(folder.path / "errors");
     std::string bytes = readAll(out);
-    const std::string head = "META samplerate: " + rate + "\n";
+    const std::string head = rate.empty() ? "" : "META samplerate: " + rate + "\n";
     EXPECT_EQ(bytes.substr(0, head.size()), head);
     return bytes.substr(std::min(head.size(), bytes.size()));
 }
@@ -119,7 +120,7 @@ TEST(Sigrok, TakesASessionSampleBySampleWithItsNames) {
     std::ofstream out(folder.path / "burst.sr", std::ios::binary);
     writeSigrokSession(out, burst, partOf(burst, from, 0, ""));
     out.close();
-    const std::string bytes = importedBySigrok(folder, folder.path / "burst.sr", "", "1400000000");
+    const std::string bytes = importedBySigrok(folder, folder.path / "burst.sr", "", "");
     ASSERT_EQ(bytes.size(), 8192 - from);
     for (std::size_t sample = 0; sample < bytes.size(); ++sample) {
         ASSERT_EQ(static_cast<unsigned char>(bytes[sample]), levelsAt(levels, from + sample)) << sample;
