@@ -1,5 +1,10 @@
 #include "diagnosis/Diagnosis.h"
+#include "host/commands/BurstsBelow.h"
 #include "host/commands/Commands.h"
+#include "host/commands/SessionFlags.h"
+#include "host/commands/StandardStreams.h"
+#include "host/platform/Platform.h"
+#include "host/scenario/NamesFile.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
@@ -10,8 +15,9 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <iostream>
+#include <iterator>
 #include <utility>
 
 namespace host {
@@ -23,25 +29,40 @@ using diagnosis::Burst;
 /// More than any burst has.
 constexpr std::uint64_t mostSamples = 1000000000;
 
-/// A folder may hold several bursts: they are named.
-void requireNoFolder(const std::string& place) {
-    std::error_code failed;
-    const std::filesystem::path folder = toolkit::filePath(place);
-    if (!std::filesystem::is_directory(folder, failed)) {
-        return;
+/// The burst of a folder that holds one.
+std::string onlyBurst(const std::string& place) {
+    const std::vector<std::filesystem::path> bursts = burstsBelow(toolkit::filePath(place));
+    if (bursts.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               place + " is a folder without a burst, a file that ends in .cap.txt");
     }
-    std::vector<std::string> bursts;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, failed)) {
-        const std::string name = entry.path().string();
-        if (name.ends_with(".cap.txt")) {
-            bursts.push_back(toolkit::quoted(name));
+    if (bursts.size() > 1) {
+        std::vector<std::string> names;
+        for (const std::filesystem::path& each : bursts) {
+            names.push_back(toolkit::quoted(each.string()));
         }
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               place + " is a folder; name one of its bursts: " + toolkit::joined(names, ", "));
     }
-    std::sort(bursts.begin(), bursts.end());
-    const std::string list = toolkit::joined(bursts, ", ");
-    throw toolkit::Failure(toolkit::ExitCode::BadInput,
-                           place + (list.empty() ? " is a folder without a burst, a file that ends in .cap.txt"
-                                                 : " is a folder; name one of its bursts: " + list));
+    return bursts.front().string();
+}
+
+/// The names that the run gave its pins, from the file beside the burst.
+toolkit::LaneNames namesBeside(const std::string& burst) {
+    try {
+        return diagnosis::readDiagnostics(toolkit::filePath(burst)).names;
+    } catch (const toolkit::Failure&) {
+        return {};
+    }
+}
+
+Burst readGiven(const std::string& file) {
+    if (file != standardStream) {
+        return diagnosis::readBurst(toolkit::filePath(file));
+    }
+    readInputAsBytes();
+    const std::string text{std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+    return diagnosis::parseBurst(text, "the standard input");
 }
 
 class BurstCommand final : public Command {
@@ -49,15 +70,16 @@ public:
     BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets, or draw it") {}
 
     void setUp(Syntax& syntax) override {
-        syntax.addArgument(file, "FILE", "The burst: a file that ends in .cap.txt");
+        syntax.addArgument(file, "FILE", "The burst: a file that ends in .cap.txt, - , or a folder with one");
         syntax.addOption("--vcd", vcd, "FILE", "Write a value change dump, for GTKWave or sigrok");
         syntax.addOption("--csv", csv, "FILE", "Write comma-separated values, a line for each sample");
         syntax.addOption("--svg", svg, "FILE", "Draw the waveforms as a picture");
         syntax.addWhole("--from", from, "N", 0, mostSamples, "First sample (0)");
         syntax.addWhole("--to", to, "N", 1, mostSamples, "One past the last sample (all)");
-        syntax.addOption("--pins", pins, "LIST", "Pins in their order, such as clock,data1,data4 (all)");
+        syntax.addOption("--pins", pins, "LIST", "Pins in their order, such as CLK,D0 (all)");
+        addNames(syntax, given);
         syntax.addOption("--title", title, "TEXT", "Heading of the picture");
-        syntax.addFlag("--force", force, "Overwrite outputs that exist");
+        addForce(syntax, force);
         syntax.footer("Times come from the samples a second that the burst's head gives.\n"
                       "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
     }
@@ -66,25 +88,27 @@ public:
         if (vcd.empty() && csv.empty() && svg.empty()) {
             throw toolkit::Failure(toolkit::ExitCode::Usage, "give one or more of --vcd FILE, --csv FILE, --svg FILE");
         }
+        const NamedOutputs outputs({vcd, csv, svg}, json);
         toolkit::CommandFiles files(force);
-        files.read(toolkit::filePath(file));
-        for (const std::string& output : {vcd, csv, svg}) {
-            if (!output.empty()) {
-                files.write(toolkit::filePath(output));
-            }
+        if (file != standardStream) {
+            files.read(toolkit::filePath(file));
         }
-        requireNoFolder(file);
-        const Burst burst = diagnosis::readBurst(toolkit::filePath(file));
-        const diagnosis::BurstPart part = diagnosis::partOf(burst, from, to, pins);
-        const auto write = [](const std::string& output, const auto& content) {
-            if (!output.empty()) {
-                toolkit::writeOutputFile(toolkit::filePath(output), content);
-            }
-        };
-        write(vcd, [&](std::ostream& out) { diagnosis::writeVcd(out, burst, part); });
-        write(csv, [&](std::ostream& out) { diagnosis::writeCsv(out, burst, part); });
-        write(svg, [&](std::ostream& out) { diagnosis::writeSvg(out, burst, part, title); });
-        toolkit::printText(json ? jsonOf(burst, part) : textOf(burst, part));
+        outputs.test(files);
+        std::error_code failed;
+        if (std::filesystem::is_directory(toolkit::filePath(file), failed)) {
+            file = onlyBurst(file);
+        }
+        const Burst burst = readGiven(file);
+        const diagnosis::BurstPart part =
+            diagnosis::partOf(burst, from, to, pins, given.empty() ? namesBeside(file) : laneNamesOf(given));
+        outputs.write(vcd, [&](std::ostream& out) { diagnosis::writeVcd(out, burst, part); });
+        outputs.write(csv, [&](std::ostream& out) { diagnosis::writeCsv(out, burst, part); });
+        outputs.write(svg, [&](std::ostream& out) { diagnosis::writeSvg(out, burst, part, title); });
+        if (json) {
+            toolkit::printText(jsonOf(burst, part));
+        } else {
+            outputs.print(textOf(burst, part));
+        }
         return toolkit::ExitCode::Done;
     }
 
@@ -98,6 +122,8 @@ private:
         for (const std::size_t proc : part.pins) {
             out["pins"].push_back(toolkit::pinKey(proc));
         }
+        out["labels"] = toolkit::labelsJson(
+            burst.pins.size(), [&](std::size_t proc) { return part.names.label(diagnosis::laneOf(burst, proc)); });
         out["files"] = nlohmann::json::object();
         for (const auto& [kind, output] : {std::pair{"vcd", &vcd}, std::pair{"csv", &csv}, std::pair{"svg", &svg}}) {
             if (!output->empty()) {
@@ -113,7 +139,7 @@ private:
                         burst.rates.sampleRate() / 1e9,
                         burst.rates.known() ? "" : " (the unit's usual clock; no frequency was measured)");
         for (const std::string& output : {vcd, csv, svg}) {
-            text += output.empty() ? "" : "  " + toolkit::masked(output) + "\n";
+            text += output.empty() || output == standardStream ? "" : "  " + toolkit::masked(output) + "\n";
         }
         return text;
     }
@@ -126,6 +152,7 @@ private:
     std::size_t from = 0;
     std::size_t to = 0;
     std::string pins;
+    std::string given; ///< names of the pins
     bool force = false;
 };
 

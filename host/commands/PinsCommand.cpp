@@ -1,5 +1,6 @@
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
+#include "host/commands/TerminalText.h"
 #include "host/pins/PinAnswers.h"
 #include "host/pins/PinWarnings.h"
 #include "host/platform/Platform.h"
@@ -150,8 +151,8 @@ void PinsCommand::printPlain(const TracePinMapper& mapper, const std::vector<Pin
                          toText(answer)});
     }
     const std::size_t columns = outputColumns();
-    toolkit::printText(toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) + "\n\n" +
-                       pinouts.text(columns) + "\n" + requests.text(columns));
+    printResult(toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) + "\n\n" +
+                pinouts.text(columns) + "\n" + requests.text(columns));
 }
 
 void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers,
@@ -184,7 +185,11 @@ toolkit::ExitCode PinsCommand::listDevices() const {
         out["devices"].push_back({{"name", known}, {"note", note}});
         table.addRow({known, note});
     }
-    toolkit::printText(json ? toolkit::jsonText(out) : table.text(outputColumns()));
+    if (json) {
+        toolkit::printText(toolkit::jsonText(out));
+    } else {
+        printResult(table.text(outputColumns()));
+    }
     return toolkit::ExitCode::Done;
 }
 

@@ -169,12 +169,12 @@ std::optional<toolkit::Failure> RecordRun::interruption() const {
 std::optional<toolkit::Failure> RecordRun::fault() const {
     for (const WordCheck& check : result.checks.words) {
         if (check.errors != 0) {
-            return toolkit::Failure(toolkit::ExitCode::FaultsFound, wordsText(check));
+            return toolkit::Failure(toolkit::ExitCode::FaultsFound, wordsText(result, check));
         }
     }
     for (const WordCheck& check : result.checks.words) {
         if (calibratesOnly() && options.verify && !check.failure.empty()) {
-            return toolkit::Failure(toolkit::ExitCode::Failed, wordsText(check));
+            return toolkit::Failure(toolkit::ExitCode::Failed, wordsText(result, check));
         }
     }
     return std::nullopt;
@@ -309,7 +309,7 @@ void RecordCommand::setUp(Syntax& syntax) {
     addPins(syntax, options.session.pins);
     addBuffer(syntax, options.session);
     const Option seconds =
-        syntax.addNumber("--seconds", options.seconds, "SECONDS", 0.0, 1e6, "Length of the recording (1)");
+        syntax.addSeconds("--seconds", options.seconds, 0.0, 1e6, "Length of the recording, such as 0.5 or 500ms (1)");
     const Option full = syntax.addFlag("--until-full", options.untilFull, "Record until the unit's buffer is full");
     full.excludes(seconds);
     syntax.addFlag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")

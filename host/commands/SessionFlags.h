@@ -21,6 +21,10 @@ Option addErrorRate(Syntax& syntax, double& rate);
 void addRunFlags(Syntax& syntax, SessionOptions& options);
 
 void addStrict(Syntax& syntax, bool& strict);
+/// --force of a command whose outputs may exist.
+void addForce(Syntax& syntax, bool& force);
+/// --names, as laneNamesOf() reads them.
+void addNames(Syntax& syntax, std::string& names);
 
 /// Checks combinations of options; throws Failure (Usage).
 void checkSessionOptions(const SessionOptions& options);

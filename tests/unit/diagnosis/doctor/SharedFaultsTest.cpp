@@ -58,7 +58,7 @@ TEST(SharedFaults, AClockThatJittersIsNamedAndNotTheLengthsOfTheWires) {
         const diagnosis::Diagnosis diagnosis = BenchFiles(withClock(clock, {50e6})).diagnose();
         EXPECT_THAT(kindsOf(diagnosis), ElementsAre("clock-suspect")) << jitter;
         EXPECT_THAT(findingOf(diagnosis, "clock-suspect").evidence,
-                    Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on data 1"))));
+                    Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on D3"))));
     }
 }
 
@@ -69,7 +69,7 @@ TEST(SharedFaults, AClockWithPulsesOfItsOwnIsNamedWithTheMarginThatItCosts) {
     const diagnosis::Diagnosis diagnosis = BenchFiles(withClock(clock)).diagnose();
     const diagnosis::Finding& finding = findingOf(diagnosis, "margin-too-small");
     EXPECT_THAT(finding.remedy, HasSubstr("Check the clock's wire first"));
-    EXPECT_THAT(finding.evidence, Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on data 1"))));
+    EXPECT_THAT(finding.evidence, Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on D3"))));
 }
 
 TEST(SharedFaults, NoiseOnAllWiresIsOneFinding) {
