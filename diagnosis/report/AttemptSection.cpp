@@ -29,10 +29,11 @@ std::string eyeGrid(const DiagnosticSet& set, const FileGroup& attempt) {
         element(
             "p", "hint",
             "Every change of a pin in the burst, overlaid around the clock edge (purple) at which the bit is sampled. "
-            "The darker a line, the more often the pin changed there; the bars below count, and the tallest has its "
-            "count (heights are square roots, so that rare changes show). Dashed marks are the neighbouring clock "
-            "edges. The field is open in the whole burst: hatched if it is too small by the receiver's rule. Lower "
-            "scale: a unit interval, UI, is one bit.");
+            "The darker a line, the more often the pin changed there. The bars below count, max at the tallest; "
+            "heights "
+            "are square roots, so that rare changes show. Dashed marks are the neighbouring clock edges. The field is "
+            "open in the whole burst, and hatched if it is too small by the receiver's rule. In the lower scale a unit "
+            "interval, UI, is one bit.");
     // When printed, a heading at the foot of a page would be separated from its pictures.
     return element("div", "keep", heading + element("div", "eyes", eyes));
 }

@@ -12,7 +12,7 @@ namespace diagnosis::page {
 namespace {
 
 constexpr double eyeWidth = 280.0;
-constexpr double height = 196.0;
+constexpr double height = 182.0;
 constexpr double left = 10.0;
 constexpr double top = 26.0;
 constexpr double bottom = 118.0;
@@ -40,7 +40,6 @@ struct Frame {
 /// How often the data change at each distance. The tallest bar has its count.
 void drawHistogram(Svg& svg, const Eye& eye, const Frame& frame) {
     std::size_t tallestCount = 0;
-    double tallestPlace = frame.centre;
     for (std::size_t i = 0; i < eye.rises.size(); ++i) {
         const double distance = static_cast<double>(i) - static_cast<double>(eye.reach);
         const std::size_t count = eye.rises[i] + eye.falls[i];
@@ -50,17 +49,10 @@ void drawHistogram(Svg& svg, const Eye& eye, const Frame& frame) {
         const double share = static_cast<double>(count) / (2.0 * static_cast<double>(frame.most));
         const double tall = std::max(1.0, tallest * std::sqrt(share));
         svg.rect(frame.x(distance) - frame.step * 0.4, foot - tall, std::max(1.0, frame.step * 0.8), tall, "histogram");
-        if (count > tallestCount) {
-            tallestCount = count;
-            tallestPlace = frame.x(distance);
-        }
+        tallestCount = std::max(tallestCount, count);
     }
     svg.line(left, foot, eyeWidth - left, foot, "axis");
-    if (tallestCount != 0) {
-        const bool atRight = tallestPlace > frame.centre;
-        svg.text(tallestPlace + (atRight ? -frame.step - 2.0 : frame.step + 2.0), foot - tallest + 9.0,
-                 toolkit::countText(tallestCount, "change"), "tiny", atRight ? "end" : "start");
-    }
+    svg.text(left, foot - tallest + 10.0, "max " + std::to_string(tallestCount), "tiny");
 }
 
 /// Two scales: nanoseconds, and unit intervals, of which a bit is one.

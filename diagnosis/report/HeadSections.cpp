@@ -133,7 +133,8 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis, co
     const Rates rates = shown.rates();
     std::string out = element("h1", "", "Calibration of " + escaped(set.name));
     out += element("p", "sub",
-                   badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " + badge("plain", diagnosis.headline));
+                   badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " +
+                       badge("plain label", diagnosis.headline));
     out += element("p", "hint", escaped(sentence(set, verdictLine(verdict))) + ".");
     std::string facts;
     if (rates.known()) {

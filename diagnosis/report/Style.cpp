@@ -26,7 +26,7 @@ p{margin:6px 0}
 .badge{display:inline-block;padding:1px 10px;border-radius:999px;font-size:13px;font-weight:600;white-space:nowrap}
 .badge::before{display:inline-block;margin-right:.35em;font-weight:700}
 .badge.good::before{content:"\2713"}.badge.bad::before{content:"\2715"}.badge.warn::before{content:"!"}
-.badge.plain::before{content:"\25CB"}
+.badge.plain::before{content:"?"}.badge.label::before{content:none}
 .badge.good{color:var(--good);background:var(--badgegood)}
 .badge.bad{color:var(--bad);background:var(--badgebad)}
 .badge.warn{color:var(--warn);background:var(--badgewarn)}
@@ -68,7 +68,7 @@ svg .fill-good{fill:var(--goodfill)}svg .fill-bad{fill:var(--badfill)}svg .fill-
 svg .open-good{fill:var(--opengood)}svg .open-bad{fill:var(--openbad)}
 svg .hatch{fill:none;stroke:var(--track);stroke-width:1.6}svg .hatch-bad{fill:none;stroke:var(--badfill);stroke-width:1;opacity:.6}
 svg .grid{stroke:var(--bg);stroke-width:1}
-svg .need{stroke:var(--warn);stroke-width:1.5;stroke-dasharray:3 2}
+svg .need{stroke:var(--ink);stroke-width:1.5;stroke-dasharray:3 2}
 svg .sampling{stroke:var(--clock);stroke-width:1.6}
 svg .faint{stroke-width:1;opacity:.55;stroke-dasharray:3 3}
 svg .chosen{stroke:var(--ink);stroke-width:2.5}
@@ -109,7 +109,7 @@ svg.waveform,svg.strip,.finding,.keep{break-inside:avoid}details::details-conten
 @media screen and (max-width:1100px){table.lanes{font-size:12.5px}table.lanes td,table.lanes th{padding-right:7px}}
 @media screen and (max-width:860px){.facts{grid-template-columns:repeat(3,1fr)}}
 @media screen and (max-width:700px){main{padding:14px}h1{font-size:21px;overflow-wrap:anywhere}.registers{columns:1}table.lanes{min-width:860px}
-table.attempts{min-width:520px}.drawn svg{width:860px}.facts{grid-template-columns:repeat(2,1fr)}.finding{padding:8px 10px}
+table.attempts{min-width:720px}.drawn svg{width:860px}.facts{grid-template-columns:repeat(2,1fr)}.finding{padding:8px 10px}
 td.pin,table.lanes th:first-child,table.attempts th:first-child{position:sticky;left:0;background:var(--bg)}dl{grid-template-columns:1fr}
 .eyes>svg{max-width:none}}
 )css";

@@ -65,6 +65,9 @@ public:
             text.erase(at, heading.size());
         }
         text = helpText(text);
+        if (const std::size_t gap = text.find(std::string("\n\n") + commonGroup + " ("); gap != std::string::npos) {
+            text.erase(gap, 1);
+        }
         return text;
     }
     std::string make_subcommand(const CLI::App* subcommand) const override {
@@ -107,8 +110,8 @@ private:
     static std::string commonLine(const std::vector<const CLI::Option*>& options) {
         std::vector<std::string> names;
         for (const CLI::Option* option : options) {
-            const bool isFlag = option->get_type_size() == 0;
-            names.push_back(option->get_name() + (isFlag ? std::string() : " " + valueName(*option)));
+            const std::string value = valueName(*option);
+            names.push_back(option->get_name() + (value.empty() ? value : " " + value));
         }
         return std::string(commonGroup) + " (orvtrace help options): " + toolkit::joined(names, ", ") + "\n";
     }
@@ -411,8 +414,8 @@ void printCommonOptions(const CLI::App& app) {
     collectCommon(app, options);
     std::string text = "Options that several commands have; the help of each names its own:\n";
     for (const CLI::Option* option : options) {
-        const bool isFlag = option->get_type_size() == 0;
-        std::string line = "  " + option->get_name() + (isFlag ? std::string() : " " + option->get_option_text());
+        const std::string value = option->get_option_text();
+        std::string line = "  " + option->get_name() + (value.empty() ? value : " " + value);
         line.resize(std::max(line.size() + 2, optionColumn), ' ');
         text += line + option->get_description() + "\n";
     }

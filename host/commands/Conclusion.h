@@ -1,6 +1,6 @@
 #pragma once
 
-#include "diagnosis/report/Report.h"
+#include "diagnosis/Diagnosis.h"
 #include "host/results/RecordResult.h"
 #include "host/session/Session.h"
 

@@ -10,6 +10,7 @@
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
+#include "toolkit/LaneNames.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Table.h"
 #include "toolkit/Text.h"
@@ -43,11 +44,22 @@ nlohmann::json toJson(const PinAnswer& answer) {
             {"owner", orNull(answer.owner)}, {"remark", orNull(answer.remark)}};
 }
 
+/// "CLK EMU0, D0 EMU1".
+std::string lanesText(const PinList& pins) {
+    std::string text;
+    for (std::size_t i = 0; i < pins.size(); ++i) {
+        const std::size_t proc = i == 0 ? 0 : pins.size() - i;
+        text +=
+            (i == 0 ? "" : ", ") + toolkit::laneLabel({proc, pins.size() - 1, {}}) + " EMU" + std::to_string(pins[i]);
+    }
+    return text;
+}
+
 std::string toText(const PinAnswer& answer) {
     std::string text = "refused";
     if (answer.granted) {
-        text = "granted: clock " + std::to_string(answer.pins.front()) + ", data " + dataText(answer.pins) + " of " +
-               answer.pinout + (answer.owner.empty() ? "" : ", owned by " + answer.owner);
+        text = "granted: " + lanesText(answer.pins) + " of " + answer.pinout +
+               (answer.owner.empty() ? "" : ", owned by " + answer.owner);
     }
     return text + (answer.remark.empty() ? "" : ": " + answer.remark);
 }
@@ -140,7 +152,7 @@ void PinsCommand::forEachPinout(
 }
 
 void PinsCommand::printPlain(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
-    toolkit::Table pinouts({"pin-out", "kind", ">data pins", ">clock", "data (bit 0 first)"});
+    toolkit::Table pinouts({"pin-out", "kind", ">data pins", ">CLK EMU", "data EMU, D0 first"});
     forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
         pinouts.addRow({pinout, of, std::to_string(list.size() - 1), std::to_string(list.front()), dataText(list)});
     });

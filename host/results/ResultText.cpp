@@ -1,6 +1,6 @@
 #include "host/results/ResultText.h"
 
-#include "diagnosis/verdict/LaneRows.h"
+#include "diagnosis/Diagnosis.h"
 #include "toolkit/Format.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
