@@ -8,6 +8,7 @@
 #include "diagnosis/report/Report.h"
 #include "diagnosis/stream/RecordingCheck.h"
 #include "diagnosis/stream/StreamPayload.h"
+#include "diagnosis/verdict/LaneRows.h"
 #include "diagnosis/verdict/RunVerdict.h"
 
 // Reads what a calibration and a recording left, and judges it. Link orv_diagnosis; nothing here needs the command line.
@@ -18,7 +19,7 @@
 //     std::cout << diagnosis::diagnosisJson(set, found).dump(2);       // for a script; needs <nlohmann/json.hpp>
 //     const diagnosis::RunVerdict verdict = diagnosis::judgeRun(set, found);
 //     std::cout << diagnosis::verdictLine(verdict) << "\n";            // can this trace be trusted?
-//     diagnosis::writeReport("run", "run/board.report.html", false);   // the page
+//     diagnosis::writeReport("run", "run/board.report.html");          // the page
 //     diagnosis::writeVcd(out, burst, diagnosis::partOf(burst, 0, 0, {})); // a burst; also writeCsv, writeSvg, writeSigrokSession
 //
 //     const diagnosis::FileCheck recording = diagnosis::checkRecording("run/.VX-trace/data/board.bin");

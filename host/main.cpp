@@ -26,10 +26,12 @@ int main(int argc, char** argv) {
     commands.push_back(host::makeReportCommand());
     commands.push_back(host::makeDoctorCommand());
     commands.push_back(host::makeBurstCommand());
+    commands.push_back(host::makeBurstsCommand());
     commands.push_back(host::makeCheckCommand());
     commands.push_back(host::makeTdfCommand());
     // About the installation:
     commands.push_back(host::makePinsCommand());
     commands.push_back(host::makeScenariosCommand());
+    commands.push_back(host::makeProbeCommand());
     return host::runCommandLine(commands, versionFacts(), argc, argv);
 }

@@ -20,6 +20,14 @@ std::string pinKey(std::size_t proc) {
     return proc == 0 ? "clock" : "data" + std::to_string(proc);
 }
 
+json labelsJson(std::size_t pins, const std::function<std::string(std::size_t)>& labelOf) {
+    json labels = json::object();
+    for (std::size_t proc = 0; proc < pins; ++proc) {
+        labels[pinKey(proc)] = labelOf(proc);
+    }
+    return labels;
+}
+
 json resultHead(ExitCode code) {
     return {{"schema", jsonSchema},
             {"outcome", exitCodeName(code)},

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -30,6 +31,8 @@ nlohmann::json orNull(const std::string& text);
 
 /// "clock", "data1": the name of a sampled pin in every command, by its position in a sample.
 std::string pinKey(std::size_t proc);
+/// The labels of so many sampled pins (see LaneNames), by pinKey().
+nlohmann::json labelsJson(std::size_t pins, const std::function<std::string(std::size_t proc)>& labelOf);
 
 /// What every object begins with: "schema", "outcome", "exitCode" and "error", which is null.
 nlohmann::json resultHead(ExitCode code);

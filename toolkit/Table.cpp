@@ -39,36 +39,65 @@ void Table::addRow(const std::vector<std::string>& cells) {
     }
 }
 
-std::string Table::line(const std::vector<std::string>& cells, std::size_t width) const {
+std::string Table::line(const std::vector<std::string>& cells, const std::vector<std::size_t>& columns,
+                        std::size_t width) const {
     std::string out = margin;
     std::size_t lastStart = lengthOf(margin);
-    for (std::size_t i = 0; i < cells.size(); ++i) {
+    for (const std::size_t i : columns) {
         const std::string padding(widths[i] - lengthOf(cells[i]), ' ');
-        out += (i == 0 ? "" : gap) + (rightAligned[i] ? padding + cells[i] : cells[i] + padding);
-        lastStart += i + 1 < cells.size() ? widths[i] + gapWidth : 0;
+        out += (i == columns.front() ? "" : gap) + (rightAligned[i] ? padding + cells[i] : cells[i] + padding);
+        lastStart += i != columns.back() ? widths[i] + gapWidth : 0;
     }
     out.erase(out.find_last_not_of(' ') + 1);
-    const bool wraps = width > lastStart + narrowest && !rightAligned.back();
+    const bool wraps = width > lastStart + narrowest && !rightAligned[columns.back()];
     return (wraps ? wrapped(out, width, lastStart) : out) + "\n";
+}
+
+std::vector<std::vector<std::size_t>> Table::blocks(std::size_t width) const {
+    std::vector<std::vector<std::size_t>> parts{{0}};
+    const std::size_t start = lengthOf(margin) + widths.front();
+    std::size_t used = start;
+    for (std::size_t i = 1; i < widths.size(); ++i) {
+        // A last column that wraps needs no more than this.
+        const bool wraps = i + 1 == widths.size() && !rightAligned[i];
+        const std::size_t needed = gapWidth + (wraps ? std::min(widths[i], narrowest + 1) : widths[i]);
+        const bool repeats = widths.size() > 2 && parts.back().size() > 1;
+        if (used + needed > width && repeats) {
+            parts.push_back({0});
+            used = start;
+        }
+        parts.back().push_back(i);
+        used += gapWidth + widths[i];
+    }
+    return parts;
 }
 
 std::string Table::text(std::size_t width) const {
     std::string out;
-    for (const std::vector<std::string>& row : rows) {
-        out += line(row, width);
+    for (const std::vector<std::size_t>& columns : blocks(width)) {
+        out += out.empty() ? "" : "\n";
+        for (const std::vector<std::string>& row : rows) {
+            out += line(row, columns, width);
+        }
     }
     return out;
 }
 
 std::string wrapped(std::string line, std::size_t width, std::size_t indent) {
     std::string out;
+    std::size_t start = 0; // of the words; blanks before them are no place to break
     while (lengthOf(line) > width) {
-        const std::size_t blank = line.find_last_of(' ', width);
-        if (blank == std::string::npos || blank <= indent) {
+        start = std::min(line.find_first_not_of(' ', start), line.size());
+        std::size_t blank = line.find_last_of(' ', width);
+        if (blank == std::string::npos || blank <= start) {
+            blank = line.find(' ', start);
+        }
+        if (blank == std::string::npos) {
             break;
         }
-        out += line.substr(0, blank) + "\n";
-        line = std::string(indent, ' ') + line.substr(blank + 1);
+        out += line.substr(0, line.find_last_not_of(' ', blank) + 1) + "\n";
+        line = std::string(indent, ' ') + line.substr(std::min(line.find_first_not_of(' ', blank), line.size()));
+        start = indent;
     }
     return out + line;
 }

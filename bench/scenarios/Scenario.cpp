@@ -348,6 +348,7 @@ Scenario fromTable(const toml::table& root, const std::string& file) {
             in.failWithin("environment", name, environmentRule);
         }
     }
+    in.freeTable("names", scenario.names);
     in.freeTable("expect", scenario.expect);
     in.finish();
     return scenario;

@@ -29,6 +29,7 @@ namespace bench {
 ///     [server]       speed
 ///     [faults]       version, refuse_second, exit_at_start, and [[faults.at]] tables (see FaultStep)
 ///     [environment]  the variable that pin_map names as "$NAME", set by the host for the run (see Environment.h)
+///     [names]        the board's names of the pins, by "CLK", "D0" or "EMU0"; only the host reads it
 ///     [expect]       a free table that only tests read
 enum class ExportKind { Pti, Tpiu, TpiuLite };
 enum class Alignment { Center, Edge };
@@ -161,6 +162,7 @@ struct Scenario {
     /// The free table, as text: numbers in their shortest form, booleans as "true" and "false", the items of
     /// an array joined by ','.
     std::map<std::string, std::string> environment;
+    std::map<std::string, std::string> names;
     std::map<std::string, std::string> expect;
 };
 

@@ -217,6 +217,32 @@ bool DiagnosticSet::manual() const {
     return exportKind() == "tpiulite" || (properties && properties->value("calMode") == "manual");
 }
 
+std::size_t DiagnosticSet::dataPins() const {
+    std::size_t pins = 0;
+    eachGroup(*this, [&](const FileGroup& group) { pins = std::max(pins, group.pins()); });
+    return pins == 0 ? 0 : pins - 1;
+}
+
+toolkit::LanePlace DiagnosticSet::lane(std::size_t proc) const {
+    int emu = -1;
+    eachGroup(*this, [&](const FileGroup& group) {
+        if (group.burst && proc < group.burst->pins.size()) {
+            emu = std::max(emu, emuOfInput(group.burst->pins[proc].rcvrpin));
+        }
+    });
+    const std::size_t pins = dataPins();
+    std::optional<unsigned> known;
+    if (emu >= 0) {
+        known = static_cast<unsigned>(emu);
+    } else if (pinMap && proc <= pins) {
+        // The clock, then bit 0 and up.
+        const std::vector<std::string> map = toolkit::split(*pinMap, ',');
+        const std::size_t at = proc == 0 ? 0 : pins + 1 - proc;
+        known = map.size() == pins + 1 ? toolkit::numberOf<unsigned>(map[at]) : std::nullopt;
+    }
+    return {proc, pins, known};
+}
+
 double DiagnosticSet::sampleRate() const {
     double rate = usualSampleRate;
     double finest = 0.0;
@@ -258,6 +284,9 @@ DiagnosticSet readDiagnostics(const fs::path& place) {
         } catch (const fs::filesystem_error& error) {
             set.troubles.emplace_back((set.folder / toolkit::filePath(name)).string() + ": " + error.code().message());
         }
+    }
+    if (set.checks) {
+        set.names = set.checks->names;
     }
     set.log = findRunLog(set.folder, set.name);
     std::sort(set.attempts.begin(), set.attempts.end(),

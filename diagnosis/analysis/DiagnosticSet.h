@@ -7,6 +7,7 @@
 #include "diagnosis/files/RegisterFile.h"
 #include "diagnosis/files/RunLog.h"
 #include "diagnosis/files/Verification.h"
+#include "toolkit/LaneNames.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -44,12 +45,17 @@ struct DiagnosticSet {
     std::vector<std::string> files;    ///< names of all that were found, sorted
     std::vector<std::string> troubles; ///< files that could not be read: "FILE:LINE: WHAT"
 
+    toolkit::LaneNames names; ///< of the pins; by default those that the run was given
+
     std::optional<RunLog> log; ///< of the run; in the folder of these files or in the one above
 
     std::string exportKind() const; ///< empty when no file has it
     /// The pattern of the verifications where only one is possible, as for "tpiu"; otherwise empty.
     std::string verificationPattern() const;
-    bool manual() const;       ///< calibrated with given values: nothing was measured
+    bool manual() const;          ///< calibrated with given values: nothing was measured
+    std::size_t dataPins() const; ///< of the run; 0 when no file has them
+    /// A sampled pin, with what the files say of the connector.
+    toolkit::LanePlace lane(std::size_t proc) const;
     double sampleRate() const; ///< of the unit, from the file that shows it most exactly
 };
 

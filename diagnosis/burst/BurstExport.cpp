@@ -1,6 +1,7 @@
 #include "diagnosis/burst/BurstExport.h"
 
 #include "toolkit/ExitCode.h"
+#include "toolkit/JsonText.h"
 #include "toolkit/Text.h"
 
 #include <algorithm>
@@ -17,14 +18,17 @@ namespace {
     throw toolkit::Failure(toolkit::ExitCode::Usage, text);
 }
 
-std::size_t procOf(std::string_view text, const Burst& burst) {
+std::size_t procOf(std::string_view text, const Burst& burst, const toolkit::LaneNames& names) {
+    std::vector<std::string> known;
     for (std::size_t proc = 0; proc < burst.pins.size(); ++proc) {
-        if (text == signalName(proc) || text == "P" + std::to_string(proc) || text == std::to_string(proc)) {
+        const toolkit::LanePlace lane = laneOf(burst, proc);
+        known.push_back(names.label(lane));
+        if (text == known.back() || text == toolkit::laneLabel(lane) || text == toolkit::pinKey(proc) ||
+            text == "P" + std::to_string(proc) || text == std::to_string(proc)) {
             return proc;
         }
     }
-    usage("--pins: there is no pin " + toolkit::shown(text) + "; this burst has clock" +
-          (burst.pins.size() > 1 ? " and data1 to " + signalName(burst.pins.size() - 1) : std::string()));
+    usage("--pins: there is no pin " + toolkit::shown(text) + "; this burst has " + toolkit::enumeration(known));
 }
 
 /// The format's identifier of a wire: one printable character.
@@ -43,19 +47,22 @@ void writeHead(std::ostream& out, const Burst& burst, const BurstPart& part, con
     }
     out << ", first sample " << part.from << " $end\n$timescale 1 ps $end\n$scope module burst $end\n";
     for (std::size_t i = 0; i < part.pins.size(); ++i) {
-        out << "$var wire 1 " << wireOf(i) << " " << signalName(part.pins[i]) << " $end\n";
+        out << "$var wire 1 " << wireOf(i) << " " << part.names.label(laneOf(burst, part.pins[i])) << " $end\n";
     }
     out << "$upscope $end\n$enddefinitions $end\n";
 }
 
 } // namespace
 
-std::string signalName(std::size_t proc) {
-    return proc == 0 ? "clock" : "data" + std::to_string(proc);
+toolkit::LanePlace laneOf(const Burst& burst, std::size_t proc) {
+    const int emu = emuOfInput(burst.pins[proc].rcvrpin);
+    return {proc, burst.dataPins(), emu >= 0 ? std::optional(static_cast<unsigned>(emu)) : std::nullopt};
 }
 
-BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std::string& pins) {
+BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std::string& pins,
+                 const toolkit::LaneNames& names) {
     BurstPart part;
+    part.names = names;
     part.from = from;
     part.to = to == 0 ? burst.samples() : to;
     if (part.from >= part.to || part.to > burst.samples()) {
@@ -69,9 +76,9 @@ BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std
         return part;
     }
     for (const std::string_view item : toolkit::splitAt(pins, ',')) {
-        const std::size_t proc = procOf(toolkit::trimmed(item), burst);
+        const std::size_t proc = procOf(toolkit::trimmed(item), burst, names);
         if (std::find(part.pins.begin(), part.pins.end(), proc) != part.pins.end()) {
-            usage("--pins names " + signalName(proc) + " twice");
+            usage("--pins names " + names.label(laneOf(burst, proc)) + " twice");
         }
         part.pins.push_back(proc);
     }
@@ -109,7 +116,7 @@ void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part, cons
 void writeCsv(std::ostream& out, const Burst& burst, const BurstPart& part) {
     out << "sample,nanoseconds";
     for (const std::size_t proc : part.pins) {
-        out << "," << signalName(proc);
+        out << "," << part.names.label(laneOf(burst, proc));
     }
     out << "\n";
     std::array<char, 64> time{};

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/files/BurstFile.h"
+#include "toolkit/LaneNames.h"
 
 #include <cstddef>
 #include <iosfwd>
@@ -14,11 +15,16 @@ struct BurstPart {
     std::size_t from = 0;
     std::size_t to = 0;            ///< one past the last sample
     std::vector<std::size_t> pins; ///< procs, in the order in which they are written
+    toolkit::LaneNames names{};
 };
 
-/// The part that an option's text asks for. `pins` is empty for all of them, or a list such as "0,2", "clock,data2".
-/// `to` 0 means up to the end. Throws Failure (Usage).
-BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std::string& pins);
+/// The part that an option's text asks for. `pins` is empty for all of them, or a list of the users' names, labels or
+/// ids: "CLK,D0", "clock,data4", "0,4". `to` 0 means up to the end. Throws Failure (Usage).
+BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std::string& pins,
+                 const toolkit::LaneNames& names = {});
+
+/// A pin of a burst.
+toolkit::LanePlace laneOf(const Burst& burst, std::size_t proc);
 
 /// The time of a sample, in picoseconds from the burst's first one, rounded.
 std::size_t picosecondsOf(const Burst& burst, std::size_t sample);
@@ -35,8 +41,5 @@ void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part, cons
 
 /// One line per sample: its number, its time in nanoseconds from the burst's first one, and the levels.
 void writeCsv(std::ostream& out, const Burst& burst, const BurstPart& part);
-
-/// The name of a pin as a signal: "clock", "data1".
-std::string signalName(std::size_t proc);
 
 } // namespace diagnosis

@@ -30,6 +30,10 @@ std::string element(const char* name, const char* classes, const std::string& co
     return out + ">" + content + "</" + name + ">";
 }
 
+std::string section(const std::string& id, const std::string& content) {
+    return content.empty() ? content : "<section id=\"" + id + "\">" + content + "</section>";
+}
+
 std::string cell(const std::string& content, const char* classes) {
     return element("td", classes, content);
 }

@@ -3,6 +3,8 @@
 #include "diagnosis/burst/Markup.h"
 #include "toolkit/Format.h"
 
+#include <algorithm>
+
 namespace diagnosis::page {
 
 namespace {
@@ -40,6 +42,23 @@ void Svg::line(double x1, double y1, double x2, double y2, std::string_view clas
 void Svg::rect(double x, double y, double width, double height, std::string_view classes) {
     body += "<rect" + attribute("x", x) + attribute("y", y) + attribute("width", width > 0.0 ? width : 0.0) +
             attribute("height", height) + classOf(classes) + "/>";
+}
+
+void Svg::hatch(double x, double y, double width, double height, std::string_view classes) {
+    constexpr double distance = 5.0;
+    std::string data;
+    // Each line rises to the right at 45 degrees, cut off at the sides.
+    for (double start = distance - height; start < width; start += distance) {
+        const double left = std::max(start, 0.0);
+        const double right = std::min(start + height, width);
+        if (right > left) {
+            data += "M" + coordinate(x + left) + " " + coordinate(y + height - (left - start)) + "L" +
+                    coordinate(x + right) + " " + coordinate(y + height - (right - start));
+        }
+    }
+    if (!data.empty()) {
+        path(data, classes);
+    }
 }
 
 void Svg::circle(double x, double y, double radius, std::string_view classes) {

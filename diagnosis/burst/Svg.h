@@ -13,6 +13,8 @@ public:
 
     void line(double x1, double y1, double x2, double y2, std::string_view classes);
     void rect(double x, double y, double width, double height, std::string_view classes);
+    /// Slanted lines over a rectangle, for what must not depend on its colour alone.
+    void hatch(double x, double y, double width, double height, std::string_view classes = "hatch");
     void circle(double x, double y, double radius, std::string_view classes);
     void path(const std::string& data, std::string_view classes, double opacity = 1.0);
     /// `anchor` is "start", "middle" or "end". An empty text draws nothing.

@@ -1,10 +1,10 @@
 #include "diagnosis/burst/WaveformPicture.h"
 
 #include "diagnosis/burst/Svg.h"
+#include "diagnosis/burst/Ticks.h"
 #include "toolkit/Format.h"
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 
 namespace diagnosis {
@@ -119,25 +119,17 @@ private:
     void drawAxis() {
         const double foot = bottom() + 15.0;
         svg.line(labelWidth, foot, width - rightMargin, foot, "axis");
-        const auto tick = [&](std::size_t at, const std::string& label, const char* anchor) {
-            svg.line(x(at), foot, x(at), foot + 4.0, "axis");
-            svg.text(x(at), foot + 15.0, label, "tiny", anchor);
-        };
-        if (!shown.samplesOnAxis) {
-            for (std::size_t i = 0; i <= 8; ++i) {
-                const std::size_t at = part().from + (part().to - part().from) * i / 8;
-                const double nanoseconds = static_cast<double>(at) * 1e9 / burst.rates.sampleRate();
-                tick(at, toolkit::numberText(nanoseconds, 1) + (i == 8 ? " ns" : ""), i == 8 ? "end" : "middle");
-            }
-            return;
-        }
-        constexpr std::array<std::size_t, 10> steps{1, 2, 5, 10, 20, 50, 100, 200, 500, 1000};
-        const auto fitting = std::find_if(steps.begin(), steps.end(), [&](std::size_t samples) {
-            return static_cast<double>(samples) * step >= leastTickDistance;
-        });
-        const std::size_t distance = fitting == steps.end() ? steps.back() : *fitting;
-        for (std::size_t at = (part().from / distance + 1) * distance; at < part().to; at += distance) {
-            tick(at, std::to_string(at), "middle");
+        svg.text(4, foot + 15.0, shown.samplesOnAxis ? "time in samples" : "time in ns", "tiny");
+        const double unit = shown.samplesOnAxis ? 1.0 : 1e9 / burst.rates.sampleRate();
+        const double from = static_cast<double>(part().from) * unit;
+        const double to = static_cast<double>(part().to) * unit;
+        const auto most = static_cast<std::size_t>((width - labelWidth - rightMargin) / leastTickDistance);
+        for (const double at : page::roundTicks(from, to, most)) {
+            const double place = labelWidth + (at - from) / unit * step;
+            svg.line(place, foot, place, foot + 4.0, "axis");
+            // The last one's label would be cut off in the middle.
+            const bool last = place > width - rightMargin - leastTickDistance / 4.0;
+            svg.text(place, foot + 15.0, toolkit::numberText(at, 3), "tiny", last ? "end" : "middle");
         }
     }
 
@@ -176,7 +168,7 @@ std::string waveformPicture(const Burst& burst, const Waveforms& shown) {
 void writeSvg(std::ostream& out, const Burst& burst, const BurstPart& part, const std::string& heading) {
     Waveforms shown{part, {}, {}, heading, std::nullopt, true};
     for (const std::size_t proc : part.pins) {
-        shown.titles.push_back(pinName(proc));
+        shown.titles.push_back(part.names.title(laneOf(burst, proc)));
         shown.subtitles.push_back("delay " + std::to_string(burst.pins[proc].delay) + ", stretch " +
                                   std::to_string(burst.pins[proc].stretch));
     }

@@ -50,16 +50,11 @@ bool Diagnosis::hasFaults() const {
 }
 
 std::string pinTitle(const DiagnosticSet& set, std::size_t proc) {
-    std::string title = pinName(proc);
-    const auto emuIn = [&](const FileGroup& group) {
-        const bool there = group.burst && proc < group.burst->pins.size();
-        return there ? emuOfInput(group.burst->pins[proc].rcvrpin) : -1;
-    };
-    int emu = emuIn(set.base);
-    for (const FileGroup& attempt : set.attempts) {
-        emu = std::max(emu, emuIn(attempt));
-    }
-    return emu >= 0 ? title + " (EMU" + std::to_string(emu) + ")" : title;
+    return set.names.title(set.lane(proc));
+}
+
+std::string pinLabel(const DiagnosticSet& set, std::size_t proc) {
+    return set.names.label(set.lane(proc));
 }
 
 std::string allPinsTitle(std::size_t dataPins) {

@@ -40,8 +40,10 @@ struct Diagnosis {
 
 Diagnosis diagnose(const DiagnosticSet& set);
 
-/// "data 3 (EMU2)", with what the files say of the connector.
+/// "D1 (EMU2)", with what the files say of the connector (see LaneNames).
 std::string pinTitle(const DiagnosticSet& set, std::size_t proc);
+/// "D1".
+std::string pinLabel(const DiagnosticSet& set, std::size_t proc);
 /// "both data pins", "all 4 data pins".
 std::string allPinsTitle(std::size_t dataPins);
 /// "setting 3 (95 MHz)"; "the first measurement" for what is no attempt.

@@ -109,6 +109,8 @@ json diagnosisJson(const DiagnosticSet& set, const Diagnosis& diagnosis) {
              {"headline", diagnosis.headline},
              {"attempts", json::array()},
              {"findings", json::array()},
+             {"labels", toolkit::labelsJson(set.dataPins() == 0 ? 0 : set.dataPins() + 1,
+                                            [&](std::size_t proc) { return pinLabel(set, proc); })},
              {"limits", diagnosis.limits},
              {"judged", diagnosis.judged},
              {"missing", diagnosis.missing},

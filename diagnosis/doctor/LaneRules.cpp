@@ -64,9 +64,10 @@ void addSwaps(const Mismatch& mismatch) {
         std::string evidence = mismatch.where();
         for (std::size_t lane = first; !done[lane] && mismatch.astray(lane); lane = lanes[lane].carries) {
             done[lane] = true;
-            evidence += (pins.empty() ? "" : ", ") + pinName(lane + 1) + " carries the bits of " +
-                        pinName(lanes[lane].carries + 1) + " (" + toolkit::percentText(lanes[lane].agreement) +
-                        " fit, of its own " + toolkit::percentText(lanes[lane].asNamed) + ")";
+            evidence += (pins.empty() ? "" : ", ") + mismatch.given.label(lane + 1) + " carries the bits of " +
+                        mismatch.given.label(lanes[lane].carries + 1) + " (" +
+                        toolkit::percentText(lanes[lane].agreement) + " fit, of its own " +
+                        toolkit::percentText(lanes[lane].asNamed) + ")";
             pins.push_back(lane + 1);
             titles.push_back(mismatch.title(lane));
         }
@@ -103,8 +104,8 @@ void addDelays(const Mismatch& mismatch, std::size_t proc, Finding& finding) {
                        (*low == *high ? std::string() : " to " + std::to_string(*high));
     // In a pattern that only toggles, one bit late looks like the opposite of the reference pin.
     if (pin.correlationAtZero && *pin.correlationAtZero < 0.0) {
-        line += "; it then shows the opposite of data 1 (correlation " + toolkit::fixedText(*pin.correlationAtZero, 2) +
-                ")";
+        line += "; it then shows the opposite of " + mismatch.given.label(1) + " (correlation " +
+                toolkit::fixedText(*pin.correlationAtZero, 2) + ")";
     }
     finding.evidence.push_back(std::move(line));
 }

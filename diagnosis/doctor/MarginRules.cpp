@@ -45,7 +45,7 @@ bool addMarginTooSmall(Case& given, const FileGroup& attempt) {
                                "), hold margin " + std::to_string(margin->holdMargin) + " (" +
                                given.title(margin->holdPin) + "), " + std::to_string(margin->need) +
                                " needed in all, in samples by the receiver's rule");
-    const std::string irregular = given.calibrated ? std::string() : irregularClock(attempt);
+    const std::string irregular = given.calibrated ? std::string() : irregularClock(given.set, attempt);
     if (!irregular.empty()) {
         finding.evidence.push_back(irregular);
     }

@@ -27,6 +27,7 @@ struct Case {
                  const std::vector<std::string>& remedyValues = {});
     bool has(FindingKind kind, std::size_t pin) const;
     std::string title(std::size_t proc) const { return pinTitle(set, proc); }
+    std::string label(std::size_t proc) const { return pinLabel(set, proc); }
 };
 
 /// Changes of a pin that follows its clock are concentrated by more than this at one distance from its edges.
@@ -58,7 +59,7 @@ void findRegisterFaults(Case& given);
 void findMissing(Case& given, Diagnosis& diagnosis);
 
 /// Evidence for a clock whose edges are less regular than the data's; empty when they are not.
-std::string irregularClock(const FileGroup& attempt);
+std::string irregularClock(const DiagnosticSet& set, const FileGroup& attempt);
 /// Whether the changes of the first data pin are less regular than the clock's.
 bool dataLessRegular(const Burst& burst);
 /// The burst of an attempt in which the clock runs; null without one, since no pin can be judged then.

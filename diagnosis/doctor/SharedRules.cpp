@@ -135,9 +135,9 @@ IntervalRange intervalRange(const Burst& burst, std::size_t proc) {
     return {lengths[lengths.size() / 20], lengths[lengths.size() - 1 - lengths.size() / 20]};
 }
 
-std::string intervalsText(const Burst& burst) {
+std::string intervalsText(const DiagnosticSet& set, const Burst& burst) {
     return "the clock's changes are " + intervalRange(burst, 0).text() + " samples apart, " +
-           intervalRange(burst, 1).text() + " on data 1";
+           intervalRange(burst, 1).text() + " on " + pinLabel(set, 1);
 }
 
 void addAllStuck(Case& given, const FileGroup& attempt) {
@@ -155,7 +155,7 @@ void addAllStuck(Case& given, const FileGroup& attempt) {
 void addClockUnrelated(Case& given, const FileGroup& attempt, const LaneAlignment& alignment) {
     Finding& finding = given.add(FindingId::ClockSuspect, {0}, {given.title(0)});
     finding.evidence.push_back(countsText(attempt, alignment) + rateText(*attempt.burst));
-    finding.evidence.push_back(burstOf(attempt) + intervalsText(*attempt.burst) +
+    finding.evidence.push_back(burstOf(attempt) + intervalsText(given.set, *attempt.burst) +
                                (alignment.alignedToEachOther() ? "; the data pins follow each other" : ""));
 }
 
@@ -176,7 +176,7 @@ void add(SharedFault fault, Case& given, const FileGroup& attempt, const LaneAli
         break;
     case SharedFault::AllNoisy:
         given.add(FindingId::PinsNoisy, dataProcs(dataPins), {allPinsTitle(dataPins)})
-            .evidence.push_back(countsText(attempt, alignment) + "; " + intervalsText(*attempt.burst));
+            .evidence.push_back(countsText(attempt, alignment) + "; " + intervalsText(given.set, *attempt.burst));
         break;
     }
     given.withSharedFault.insert(&attempt);
@@ -188,14 +188,14 @@ bool dataLessRegular(const Burst& burst) {
     return intervalRange(burst, 1).width() > 2 * intervalRange(burst, 0).width() + 2;
 }
 
-std::string irregularClock(const FileGroup& attempt) {
+std::string irregularClock(const DiagnosticSet& set, const FileGroup& attempt) {
     const Burst* burst = liveBurst(attempt);
     if (burst == nullptr || burst->dataPins() == 0) {
         return {};
     }
     // Sampling moves any change by up to a sample in both directions.
     const bool irregular = intervalRange(*burst, 0).width() > 2 * intervalRange(*burst, 1).width() + 2;
-    return irregular ? burstOf(attempt) + intervalsText(*burst) : std::string();
+    return irregular ? burstOf(attempt) + intervalsText(set, *burst) : std::string();
 }
 
 void findSharedFaults(Case& given) {

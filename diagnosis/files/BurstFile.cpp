@@ -112,10 +112,6 @@ Burst readBurst(const std::filesystem::path& file) {
     return parseBurst(toolkit::readText(file, 0, largestBurstFile), file.string());
 }
 
-std::string pinName(std::size_t proc) {
-    return proc == 0 ? "clock" : "data " + std::to_string(proc);
-}
-
 int emuOfInput(int rcvrpin) {
     // The wiring of the unit's connector: EMU 0 to 5 reach these inputs.
     constexpr std::array inputs{4, 5, 2, 3, 6, 7};

@@ -36,8 +36,6 @@ inline constexpr std::size_t burstStart = 16;
 Burst parseBurst(std::string_view text, const std::string& file);
 Burst readBurst(const std::filesystem::path& file);
 
-/// "clock", "data 1", ...
-std::string pinName(std::size_t proc);
 /// The connector's EMU pin of an input of the unit; -1 when none is wired to it.
 int emuOfInput(int rcvrpin);
 

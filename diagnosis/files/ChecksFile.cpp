@@ -86,6 +86,19 @@ public:
             read(Keys(item, file));
         }
     }
+    /// The texts of an object, each with its key.
+    template <class Read>
+    void texts(const char* key, Read read) const {
+        const json* const found = find(key);
+        if (found == nullptr) {
+            return;
+        }
+        expect(found->is_object(), key);
+        for (const auto& [name, value] : found->items()) {
+            expect(value.is_string(), key);
+            read(name, value.template get<std::string>());
+        }
+    }
     template <class Read>
     void inside(const char* key, Read read) const {
         if (const json* const found = find(key)) {
@@ -223,6 +236,18 @@ WordCheck readWords(const Keys& keys) {
     return check;
 }
 
+toolkit::LaneNames readNames(const Keys& keys) {
+    toolkit::LaneNames names;
+    keys.texts("names", [&](const std::string& pin, const std::string& name) {
+        try {
+            names.give(pin, name);
+        } catch (const toolkit::Failure&) {
+            keys.expect(false, "names");
+        }
+    });
+    return names;
+}
+
 RecordingCheck readRecording(const Keys& keys) {
     RecordingCheck recording;
     keys.number("samplesAnnounced", recording.announcedSamples);
@@ -272,6 +297,7 @@ RunChecks parseRunChecks(std::string_view text, const std::string& file) {
     RunChecks checks;
     checks.code = static_cast<toolkit::ExitCode>(code);
     keys.text("failure", checks.failure);
+    checks.names = readNames(keys);
     keys.each("words", [&](const Keys& item) { checks.words.push_back(readWords(item)); });
     keys.each("recordings", [&](const Keys& item) { checks.recordings.push_back(readRecording(item)); });
     return checks;

@@ -2,6 +2,7 @@
 
 #include "diagnosis/stream/StreamCheck.h"
 #include "toolkit/ExitCode.h"
+#include "toolkit/LaneNames.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -63,6 +64,7 @@ struct RunChecks {
     std::string failure;                              ///< empty when the run was done
     std::vector<WordCheck> words;
     std::vector<RecordingCheck> recordings;
+    toolkit::LaneNames names; ///< that the user gave the pins
 };
 
 /// Throws Failure (BadInput) with file and what is wrong.

@@ -123,6 +123,7 @@ json runChecksJson(const RunChecks& checks) {
     return {{"schema", toolkit::jsonSchema},
             {"exitCode", static_cast<int>(checks.code)},
             {"failure", orNull(checks.failure)},
+            {"names", checks.names.all()},
             {"words", words},
             {"recordings", recordings}};
 }

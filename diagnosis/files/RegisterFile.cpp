@@ -180,13 +180,14 @@ unsigned channelOf(const RegisterDump& dump) {
     return 0;
 }
 
-RegisterText describe(const RegisterValue& entry, unsigned channel) {
+RegisterText describe(const RegisterValue& entry, unsigned channel,
+                      const std::function<std::string(std::size_t)>& pinLabel) {
     for (unsigned proc = 0; proc < procs; ++proc) {
         if (entry.address == inputAddress(channel, proc)) {
-            return {pinName(proc) + " input", inputMeaning(entry.value)};
+            return {pinLabel(proc) + " input", inputMeaning(entry.value)};
         }
         if (entry.address == conditioningAddress(channel, proc)) {
-            return {pinName(proc) + " conditioning", conditioningMeaning(entry.value)};
+            return {pinLabel(proc) + " conditioning", conditioningMeaning(entry.value)};
         }
     }
     for (const NamedRun& run : namedRuns) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,13 +24,15 @@ RegisterDump readRegisters(const std::filesystem::path& file);
 
 /// The name of a register and the meaning of its content.
 struct RegisterText {
-    std::string name;    ///< such as "data 1 input"; "not named" for an unknown one
+    std::string name;    ///< such as "D3 input"; "not named" for an unknown one
     std::string meaning; ///< such as "enabled, input 6, delay 2"; may be empty
 };
 
 /// The channel that the dump belongs to, by its clock register. 0 when that does not show it.
 unsigned channelOf(const RegisterDump& dump);
-RegisterText describe(const RegisterValue& entry, unsigned channel);
+/// `pinLabel` names a sampled pin.
+RegisterText describe(const RegisterValue& entry, unsigned channel,
+                      const std::function<std::string(std::size_t)>& pinLabel);
 
 /// The content of a pin's two registers.
 struct PinRegisters {

@@ -26,10 +26,14 @@ std::string eyeGrid(const DiagnosticSet& set, const FileGroup& attempt) {
     }
     const std::string heading =
         element("h3", "", "Eyes") +
-        element("p", "hint",
-                "Every change of a pin in the burst, overlaid around the clock's edge at which the bit is sampled. The "
-                "darker a line, the more often the pin changed there; the bars below count. The distances are in "
-                "samples.");
+        element(
+            "p", "hint",
+            "Every change of a pin in the burst, overlaid around the clock edge (purple) at which the bit is sampled. "
+            "The darker a line, the more often the pin changed there. The bars below count, max at the tallest; "
+            "heights "
+            "are square roots, so that rare changes show. Dashed marks are the neighbouring clock edges. The field is "
+            "open in the whole burst, and hatched if it is too small by the receiver's rule. In the lower scale a unit "
+            "interval, UI, is one bit.");
     // When printed, a heading at the foot of a page would be separated from its pictures.
     return element("div", "keep", heading + element("div", "eyes", eyes));
 }
@@ -63,10 +67,14 @@ std::string pictureOf(const DiagnosticSet& set, const Burst& burst, const std::o
     for (std::size_t proc = 0; proc < burst.pins.size(); ++proc) {
         shown.titles.push_back(pinTitle(set, proc));
     }
-    return (spot ? burstStrip(burst, {*spot}) : std::string()) + waveformPicture(burst, shown) +
+    return element("div", "scroll drawn",
+                   (spot ? burstStrip(burst, {*spot}) : std::string()) + waveformPicture(burst, shown)) +
            element("p", "legend",
                    "Purple lines are the clock's edges, at which the pins are sampled: a full dot is a 1, an empty one "
-                   "a 0. Time counts from the burst's first sample.");
+                   "a 0. Time counts from the burst's first sample." +
+                       std::string(spot ? " The red field and arrow mark the position; the dark start of the strip is "
+                                          "not analysed."
+                                        : ""));
 }
 
 std::string waveforms(const DiagnosticSet& set, const Burst& burst) {
@@ -81,7 +89,8 @@ std::string waveforms(const DiagnosticSet& set, const Burst& burst) {
 }
 
 std::string matchRow(const DiagnosticSet& set, const Lane& found, std::size_t lane) {
-    const std::string carries = found.stuck ? "always " + std::to_string(*found.stuck) : pinName(found.carries + 1);
+    const std::string carries =
+        found.stuck ? "always " + std::to_string(*found.stuck) : escaped(pinLabel(set, found.carries + 1));
     const std::string shift = !found.shiftSignKnown        ? "one slot, in either direction"
                               : found.shift == 0           ? "none"
                               : std::abs(found.shift) == 1 ? std::to_string(found.shift) + " slot"
@@ -139,24 +148,25 @@ std::string verdictText(const Verdict& verdict) {
 
 std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, const Verdict& verdict) {
     const std::string title = attemptTitle(attempt);
+    const std::string id = attempt.setting ? "setting-" + std::to_string(*attempt.setting) : "measured";
     const std::string heading = attempt.setting ? "S" + title.substr(1)
                                 : set.manual()  ? "The given values"
                                                 : "What was measured";
     std::string out = element("h2", "", escaped(heading) + " " + (attempt.setting ? verdictBadge(verdict) : ""));
     out += element("p", "", verdictText(verdict));
-    out += laneTable(set, attempt);
+    out += section(id + "-lanes", laneTable(set, attempt));
     if (attempt.burst && (set.manual() || !attempt.burst->taken())) {
         out += element("p", "hint", "No burst was taken: there are neither eyes nor waveforms to draw.");
     } else if (attempt.burst && stuckLevel(*attempt.burst, 0)) {
         out += element("p", "hint", "The burst shows no running clock: there are neither eyes nor waveforms to draw.");
     } else if (attempt.burst) {
-        out += eyeGrid(set, attempt);
-        out += waveforms(set, *attempt.burst);
+        out += section(id + "-eyes", eyeGrid(set, attempt));
+        out += section(id + "-waveforms", waveforms(set, *attempt.burst));
     }
     if (attempt.verification) {
-        out += verificationSection(set, attempt);
+        out += section(id + "-verification", verificationSection(set, attempt));
     }
-    return out;
+    return section(id, out);
 }
 
 std::string lostMarginSection(const DiagnosticSet& set) {
@@ -168,19 +178,17 @@ std::string lostMarginSection(const DiagnosticSet& set) {
     const int margin = requiredMarginEdges(set);
     const auto failure = findMarginFailure(burst, margin);
     if (!failure) {
-        return heading +
-               element("p", "",
-                       "The burst was kept, but has no failure at a margin of " + std::to_string(margin) + ".");
+        return section("lost-margin", heading + element("p", "",
+                                                        "The burst was kept, but has no failure at a margin of " +
+                                                            std::to_string(margin) + "."));
     }
     const Spot spot{failure->sample, 0, failure->clock ? "clock margin failure" : "data margin failure"};
-    return heading +
-           element(
-               "p", "",
-               std::string(failure->clock ? "The clock changed although no data had changed since its preceding edge"
-                                          : "The data changed twice between two edges of the clock") +
-                   ": at sample " + std::to_string(failure->sample) + ", which the receiver calls index " +
-                   std::to_string(failure->word) + ". This file stays from run to run; remove it after reading it.") +
-           pictureOf(set, burst, spot);
+    const std::string what =
+        std::string(failure->clock ? "The clock changed although no data had changed since its preceding edge"
+                                   : "The data changed twice between two edges of the clock") +
+        ": at sample " + std::to_string(failure->sample) + ", which the receiver calls index " +
+        std::to_string(failure->word) + ". This file stays from run to run; remove it after reading it.";
+    return section("lost-margin", heading + element("p", "", what) + pictureOf(set, burst, spot));
 }
 
 } // namespace diagnosis::page

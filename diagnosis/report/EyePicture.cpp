@@ -1,5 +1,6 @@
 #include "diagnosis/burst/Markup.h"
 #include "diagnosis/burst/Svg.h"
+#include "diagnosis/burst/Ticks.h"
 #include "diagnosis/report/Pictures.h"
 #include "toolkit/Format.h"
 
@@ -11,10 +12,12 @@ namespace diagnosis::page {
 namespace {
 
 constexpr double eyeWidth = 280.0;
-constexpr double height = 162.0;
+constexpr double height = 182.0;
 constexpr double left = 10.0;
 constexpr double top = 26.0;
 constexpr double bottom = 118.0;
+constexpr double foot = 144.0;
+constexpr double tallest = 18.0;
 constexpr double faintest = 0.16;
 
 /// A change of level that takes `w` to either side, drawn as a soft step.
@@ -25,13 +28,66 @@ std::string change(double x, double w, bool rise) {
            coordinate(x) + " " + coordinate(to) + " " + coordinate(x + w) + " " + coordinate(to);
 }
 
+/// Distances from the clock edge, in samples, and where they are drawn.
+struct Frame {
+    double reach = 0.0;
+    double step = 0.0;
+    double centre = 0.0;
+    std::size_t most = 1; ///< changes of one kind at one distance
+    double x(double samples) const { return centre + samples * step; }
+};
+
+/// How often the data change at each distance. The tallest bar has its count.
+void drawHistogram(Svg& svg, const Eye& eye, const Frame& frame) {
+    std::size_t tallestCount = 0;
+    for (std::size_t i = 0; i < eye.rises.size(); ++i) {
+        const double distance = static_cast<double>(i) - static_cast<double>(eye.reach);
+        const std::size_t count = eye.rises[i] + eye.falls[i];
+        if (std::abs(distance) > frame.reach || count == 0) {
+            continue;
+        }
+        const double share = static_cast<double>(count) / (2.0 * static_cast<double>(frame.most));
+        const double tall = std::max(1.0, tallest * std::sqrt(share));
+        svg.rect(frame.x(distance) - frame.step * 0.4, foot - tall, std::max(1.0, frame.step * 0.8), tall, "histogram");
+        tallestCount = std::max(tallestCount, count);
+    }
+    svg.line(left, foot, eyeWidth - left, foot, "axis");
+    svg.text(left, foot - tallest + 10.0, "max " + std::to_string(tallestCount), "tiny");
+}
+
+/// Two scales: nanoseconds, and unit intervals, of which a bit is one.
+void drawScales(Svg& svg, const Rates& rates, const Frame& frame) {
+    const auto tick = [&](double samples, double y, const std::string& label, const char* classes) {
+        svg.line(frame.x(samples), y, frame.x(samples), y + 3.0, classes);
+        svg.text(std::clamp(frame.x(samples), 16.0, eyeWidth - 16.0), y + 13.0, label, "tiny", "middle");
+    };
+    const double nanoseconds = 1e9 / rates.sampleRate();
+    const double ends = frame.reach * nanoseconds;
+    for (const double at : roundTicks(-ends, ends, 8)) {
+        if (at != 0.0) {
+            tick(at / nanoseconds, foot, toolkit::numberText(at, 3), "axis");
+        }
+    }
+    svg.text(frame.centre, foot + 13.0, "0 ns", "tiny", "middle");
+    const double bit = rates.oversampling / 2.0;
+    for (const double at : {-1.0, -0.5, 0.5, 1.0}) {
+        if (std::abs(at * bit) <= frame.reach) {
+            tick(at * bit, foot + 17.0, toolkit::numberText(at, 1), "axis");
+        }
+    }
+    svg.line(left, foot + 17.0, eyeWidth - left, foot + 17.0, "axis");
+    svg.text(frame.centre, foot + 30.0, "0 UI", "tiny", "middle");
+}
+
 } // namespace
 
 std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pin) {
     const EyeOpening opening = openingOf(eye);
     const std::size_t open = opening.samples();
     const double nanoseconds = static_cast<double>(open) * 1e9 / rates.sampleRate();
-    const std::string size = toolkit::countText(open, "sample") + ", " + toolkit::numberText(nanoseconds, 1) + " ns";
+    const double bit = rates.oversampling / 2.0;
+    const std::string size = toolkit::countText(open, "sample") + ", " + toolkit::numberText(nanoseconds, 1) + " ns" +
+                             (bit > 0.0 ? ", " + toolkit::numberText(static_cast<double>(open) / bit, 2) + " UI" : "");
     Svg svg(eyeWidth, height, pin + ": eye from " + std::to_string(eye.edges) + " changes, open for " + size, "eye");
 
     const double reach = rates.oversampling * 0.56;
@@ -44,12 +100,15 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
         return svg.markup();
     }
     const bool thin = opening.byReceiversRule() < rates.neededMargin();
-    svg.text(eyeWidth - left, 15, size, thin ? "size bad" : "size good", "end");
+    svg.text(eyeWidth - left, 15, (thin ? "\u2715 " : "\u2713 ") + size, thin ? "size bad" : "size good", "end");
 
     // A change is between its sample and the one before.
     const double from = x(-static_cast<double>(opening.setupMargin));
     const double to = x(static_cast<double>(opening.holdMargin));
     svg.rect(from, top, to - from, bottom - top, thin ? "open-bad" : "open-good");
+    if (thin) {
+        svg.hatch(from, top, to - from, bottom - top, "hatch-bad");
+    }
     svg.line(left, top, eyeWidth - left, top, "rail");
     svg.line(left, bottom, eyeWidth - left, bottom, "rail");
 
@@ -71,19 +130,7 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
     draw(eye.rises, true);
     draw(eye.falls, false);
 
-    // How often the data change at each distance, and where the neighbouring clock edges are.
-    constexpr double foot = 144.0;
-    constexpr double tallest = 18.0;
-    for (std::size_t i = 0; i < eye.rises.size(); ++i) {
-        const double distance = static_cast<double>(i) - static_cast<double>(eye.reach);
-        const double count = static_cast<double>(eye.rises[i] + eye.falls[i]);
-        if (std::abs(distance) > reach || count == 0.0) {
-            continue;
-        }
-        const double tall = std::max(1.0, tallest * std::sqrt(count / (2.0 * static_cast<double>(most))));
-        svg.rect(x(distance) - step * 0.4, foot - tall, std::max(1.0, step * 0.8), tall, "histogram");
-    }
-    svg.line(left, foot, eyeWidth - left, foot, "axis");
+    drawHistogram(svg, eye, {reach, step, centre, most});
     for (std::size_t i = 0; i < eye.clockEdges.size(); ++i) {
         const double distance = static_cast<double>(i) - static_cast<double>(eye.reach);
         if (eye.clockEdges[i] != 0 && std::abs(distance) <= reach) {
@@ -91,11 +138,7 @@ std::string eyePicture(const Eye& eye, const Rates& rates, const std::string& pi
         }
     }
     svg.line(centre, top - 6, centre, foot, "sampling");
-    const double quarter = rates.oversampling / 4.0;
-    for (const double at : {-2.0 * quarter, -quarter, quarter, 2.0 * quarter}) {
-        svg.text(x(at), 157, (at > 0 ? "+" : "") + toolkit::numberText(at, 1), "tiny", "middle");
-    }
-    svg.text(centre, 157, "clock edge", "tiny", "middle");
+    drawScales(svg, rates, {reach, step, centre, most});
     return svg.markup();
 }
 

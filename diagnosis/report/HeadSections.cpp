@@ -2,9 +2,16 @@
 #include "diagnosis/report/Sections.h"
 #include "toolkit/Format.h"
 
+#include <fmt/core.h>
+
+#include <algorithm>
+
 namespace diagnosis::page {
 
 namespace {
+
+/// The first registers of a dump, which identify the unit.
+constexpr std::size_t unitIds = 4;
 
 std::string fact(const std::string& value, const std::string& what) {
     return "<div class=\"fact\"><b>" + escaped(value) + "</b><span>" + escaped(what) + "</span></div>";
@@ -14,15 +21,15 @@ std::string badge(const char* look, const std::string& text) {
     return std::string("<span class=\"badge ") + look + "\">" + escaped(text) + "</span>";
 }
 
-/// The same with a capital at its start.
-std::string sentence(std::string text) {
-    if (!text.empty() && text.front() >= 'a' && text.front() <= 'z') {
+/// The same with a capital at its start; a name that the user gave keeps its letters.
+std::string sentence(const DiagnosticSet& set, std::string text) {
+    if (!set.names.begins(text) && !text.empty() && text.front() >= 'a' && text.front() <= 'z') {
         text.front() = static_cast<char>(text.front() - 'a' + 'A');
     }
     return text;
 }
 
-std::string findingBox(const Finding& finding) {
+std::string findingBox(const DiagnosticSet& set, const Finding& finding) {
     const bool fault = finding.severity == Finding::Severity::Fault;
     std::string evidence;
     for (const std::string& line : finding.evidence) {
@@ -30,7 +37,7 @@ std::string findingBox(const Finding& finding) {
     }
     return element("div", fault ? "finding" : "finding note",
                    "<h3>" + badge(fault ? "bad" : "warn", fault ? "fault" : "note") + " " +
-                       escaped(sentence(finding.text)) + "</h3>" + element("ul", "", evidence) +
+                       escaped(sentence(set, finding.text)) + "</h3>" + element("ul", "", evidence) +
                        element("p", "check", "<b>Check:</b> " + escaped(finding.remedy)));
 }
 
@@ -82,10 +89,10 @@ const char* boxOf(RunVerdict::Kind kind) {
 }
 
 /// The verdict with all that speaks for it.
-std::string verdictBox(const RunVerdict& verdict) {
+std::string verdictBox(const DiagnosticSet& set, const RunVerdict& verdict) {
     std::string reasons;
     for (const RunVerdict::Reason& reason : verdict.reasons) {
-        reasons += element("li", "", escaped(sentence(reason.text)));
+        reasons += element("li", "", escaped(sentence(set, reason.text)));
     }
     std::string evidence;
     for (const Evidence& piece : verdict.evidence) {
@@ -95,6 +102,16 @@ std::string verdictBox(const RunVerdict& verdict) {
                    "<h3>" + badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " + headingOf(verdict.kind) +
                        "</h3>" + (reasons.empty() ? "" : element("ul", "", reasons)) +
                        element("p", "check", "<b>Evidence:</b>") + element("ul", "", evidence));
+}
+
+/// The capture unit, as far as its registers name it.
+std::string unitText(const DiagnosticSet& set) {
+    const auto& dump = mainGroup(set).registers ? mainGroup(set).registers : set.base.registers;
+    std::string ids;
+    for (std::size_t i = 0; dump && i < std::min(unitIds, dump->size()); ++i) {
+        ids += (ids.empty() ? "" : " ") + fmt::format("{:04x}", (*dump)[i].value);
+    }
+    return ids.empty() ? ids : "Capture unit " + ids;
 }
 
 } // namespace
@@ -116,8 +133,9 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis, co
     const Rates rates = shown.rates();
     std::string out = element("h1", "", "Calibration of " + escaped(set.name));
     out += element("p", "sub",
-                   badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " + badge("plain", diagnosis.headline));
-    out += element("p", "hint", escaped(sentence(verdictLine(verdict))) + ".");
+                   badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " +
+                       badge("plain label", diagnosis.headline));
+    out += element("p", "hint", escaped(sentence(set, verdictLine(verdict))) + ".");
     std::string facts;
     if (rates.known()) {
         facts += fact(toolkit::frequencyText(rates.exportFrequency), "trace clock");
@@ -135,13 +153,25 @@ std::string headSection(const DiagnosticSet& set, const Diagnosis& diagnosis, co
     }
     facts +=
         fact(toolkit::numberText(1e12 / set.sampleRate(), 0) + " ps", rates.known() ? "a sample" : "a sample, usually");
-    return out + element("div", "facts", facts);
+    return section("summary", out + element("div", "facts", facts));
+}
+
+std::string footerSection(const DiagnosticSet& set, const RunVerdict& verdict, const PageOrigin& origin) {
+    std::string text = element("p", "",
+                               badge(lookOf(verdict.kind), verdictName(verdict.kind)) + " " +
+                                   escaped(sentence(set, verdictLine(verdict))) + ".");
+    std::string made = "Made by " + (origin.program.empty() ? std::string("orvtrace") : origin.program) +
+                       (origin.made.empty() ? "" : ", " + origin.made) + ", from the diagnostic files of " + set.name +
+                       " alone.";
+    const std::string unit = unitText(set);
+    made += unit.empty() ? "" : " " + unit + ".";
+    return "<footer id=\"origin\">" + text + element("p", "", escaped(made)) + "</footer>";
 }
 
 std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnosis, const RunVerdict& verdict) {
-    std::string out = element("h2", "", "What was found") + verdictBox(verdict);
+    std::string out = element("h2", "", "What was found") + verdictBox(set, verdict);
     for (const Finding& finding : diagnosis.findings) {
-        out += findingBox(finding);
+        out += findingBox(set, finding);
     }
     for (const std::string& limit : diagnosis.limits) {
         out += element("p", "hint", escaped(limit));
@@ -149,7 +179,7 @@ std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnos
     for (const std::string& trouble : set.troubles) {
         out += element("p", "hint", badge("warn", "left out") + " " + escaped(trouble));
     }
-    return out;
+    return section("findings", out);
 }
 
 std::string overviewSection(const DiagnosticSet& set, const Diagnosis& diagnosis) {
@@ -167,8 +197,8 @@ std::string overviewSection(const DiagnosticSet& set, const Diagnosis& diagnosis
                 cell(rates.known() ? toolkit::numberText(rates.oversampling, 2) : "-", "n") +
                 cell(verdictBadge(verdict)) + cell(verdictText(verdict)) + "</tr>";
     }
-    return element("h2", "", "The attempts, in the order in which they were made") +
-           element("div", "scroll", element("table", "", rows));
+    return section("attempts", element("h2", "", "The attempts, in the order in which they were made") +
+                                   element("div", "scroll", element("table", "attempts", rows)));
 }
 
 } // namespace diagnosis::page

@@ -1,6 +1,8 @@
 #include "diagnosis/burst/Markup.h"
 #include "diagnosis/burst/Svg.h"
 #include "diagnosis/report/Pictures.h"
+#include "toolkit/Format.h"
+#include "toolkit/LaneNames.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,11 +17,11 @@ constexpr double edge = 12.0; // left and right of an axis, for the marks of win
 
 } // namespace
 
-std::string marginPicture(const std::string& pin, const std::optional<EyeOpening>& margins, const Rates& rates) {
-    const double period = rates.oversampling;
-    const std::string label = pin + (margins ? ": setup margin " + std::to_string(margins->setupMargin) +
-                                                   ", hold margin " + std::to_string(margins->holdMargin) + " samples"
-                                             : std::string(": no margin was measured"));
+std::string marginPicture(const std::string& pin, const std::optional<MarginBar>& margins, double period) {
+    const std::string label =
+        pin + (margins ? ": setup / hold margin " + toolkit::setupHoldText(margins->setup, margins->hold) +
+                             " samples, limit " + toolkit::numberText(margins->limit, 1)
+                       : std::string(": no margin was measured"));
     Svg svg(barWidth, barHeight, label, "bar");
     // Half a bit in both directions is the most that is possible.
     const double reach = std::max(1.0, period / 4.0);
@@ -31,12 +33,14 @@ std::string marginPicture(const std::string& pin, const std::optional<EyeOpening
         svg.text(centre, 17, "not measured", "tiny", "middle");
         return svg.markup();
     }
-    const double setup = static_cast<double>(margins->setupMargin);
-    const double hold = static_cast<double>(margins->holdMargin);
-    const bool thin = margins->byReceiversRule() < rates.neededMargin();
-    svg.rect(x(-setup), 7, x(hold) - x(-setup), 12, thin ? "fill-bad" : "fill-good");
-    svg.line(x(-period / 6.0), 4, x(-period / 6.0), 22, "need");
-    svg.line(x(period / 6.0), 4, x(period / 6.0), 22, "need");
+    const double from = x(-margins->setup);
+    const double length = x(margins->hold) - from;
+    svg.rect(from, 7, length, 12, margins->isThin ? "fill-bad" : "fill-good");
+    if (margins->isThin) {
+        svg.hatch(from, 7, std::max(length, 0.0), 12);
+    }
+    svg.line(x(-margins->limit), 4, x(-margins->limit), 22, "need");
+    svg.line(x(margins->limit), 4, x(margins->limit), 22, "need");
     svg.line(centre, 2, centre, 24, "sampling");
     return svg.markup();
 }

@@ -2,10 +2,10 @@
 #include "diagnosis/burst/Markup.h"
 #include "diagnosis/report/Pictures.h"
 #include "diagnosis/report/Sections.h"
+#include "diagnosis/verdict/LaneRows.h"
 #include "toolkit/Format.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 // The table of an attempt's pins, with their margins and delays.
@@ -14,17 +14,9 @@ namespace diagnosis::page {
 
 namespace {
 
-std::string orDash(const std::optional<int>& value) {
-    return value ? std::to_string(*value) : "-";
-}
-
-std::string dutyText(const FileGroup& attempt, std::size_t proc) {
-    if (!attempt.burst || proc >= attempt.burst->pins.size()) {
-        return "-";
-    }
-    const auto duty = dutyOf(*attempt.burst, proc);
-    return duty ? toolkit::fixedText(duty->high, 1) + " / " + toolkit::fixedText(duty->low, 1) : "-";
-}
+/// Columns with pictures, as laneColumns() has them.
+constexpr std::size_t marginsColumn = 2;
+constexpr std::size_t delayColumn = 5;
 
 /// The margins of a pin in the report; of the clock the smallest of all data pins.
 CalPin reportedMargins(const CalFile& cal, std::size_t proc) {
@@ -83,39 +75,39 @@ std::optional<EyeOpening> marginsAround(const FileGroup& attempt, std::size_t pr
     return EyeOpening{*pin.setupMargin, *pin.holdMargin - std::min<std::uint32_t>(*pin.holdMargin, 1)};
 }
 
-std::string marginsText(const EyeOpening& margins) {
-    return std::to_string(margins.setupMargin) + " / " + std::to_string(margins.holdMargin);
+std::optional<MarginBar> barOf(const LaneRow& row) {
+    if (!row.margins) {
+        return std::nullopt;
+    }
+    return MarginBar{row.margins->setup, row.margins->hold, row.margins->limit, row.margins->isThin()};
 }
 
-std::string laneRow(const DiagnosticSet& set, const FileGroup& attempt, std::size_t proc, WindowEnds& ends) {
+/// The cells that the terminal's table has, in their order, with pictures where there are some.
+std::string laneRow(const FileGroup& attempt, const LaneRow& row, WindowEnds& ends) {
     const CalFile& cal = *attempt.cal;
-    const CalPin& pin = cal.pins[proc];
-    const std::string title = pinTitle(set, proc);
+    const std::size_t proc = row.place.proc;
     const auto window = windowOf(cal, proc);
-    const auto margins = marginsAround(attempt, proc);
-    std::string correlation = "-";
-    if (pin.correlationAtZero) {
-        correlation = std::isfinite(*pin.correlationAtZero) ? toolkit::fixedText(*pin.correlationAtZero, 3) : "none";
-    }
     if (window) {
         ends.take(*window);
     }
-    const std::string input = attempt.burst && attempt.burst->taken() && proc < attempt.burst->pins.size()
-                                  ? std::to_string(attempt.burst->pins[proc].rcvrpin)
-                                  : "-";
-    return "<tr>" + cell(escaped(title), "pin") + cell(input, "n") +
-           cell(proc == 0 ? "" : marginPicture(pin.name, margins, cal.rates)) +
-           cell(margins     ? marginsText(*margins)
-                : proc == 0 ? ""
-                            : "-",
-                "n") +
-           cell(window ? delayPicture(*window, title) : "") + cell(orDash(pin.delay), "n") +
-           cell(orDash(pin.stretch), "n") + cell(dutyText(attempt, proc), "n") + cell(correlation, "n") +
-           cell(orDash(pin.filter) + " / " + orDash(pin.plateau) + " / " + orDash(pin.debounce), "n") + "</tr>";
+    const std::vector<std::string> cells = laneCells(row);
+    std::string out = cell(escaped(cells[0]), "pin");
+    for (std::size_t i = 1; i < cells.size(); ++i) {
+        std::string content = escaped(cells[i]);
+        if (i == marginsColumn && proc != 0) {
+            const bool thin = row.margins && row.margins->isThin();
+            content = marginPicture(row.title, barOf(row), cal.rates.oversampling) +
+                      (thin ? "<span class=\"thin\">" + content + "</span>" : content);
+        } else if (i == delayColumn && window) {
+            content = delayPicture(*window, row.title) + content;
+        }
+        out += cell(content, "n");
+    }
+    return element("tr", "", out);
 }
 
-/// The smallest margins of all pins, and the receiver's own sum, by which it decides.
-std::string allPinsRow(const FileGroup& attempt) {
+/// The smallest margins of all pins in the burst, and the receiver's own sum, by which it decides.
+std::string allPinsRow(const FileGroup& attempt, std::size_t columns) {
     const CalFile& cal = *attempt.cal;
     std::optional<EyeOpening> all;
     for (std::size_t proc = 1; proc < cal.pins.size(); ++proc) {
@@ -127,9 +119,14 @@ std::string allPinsRow(const FileGroup& attempt) {
     if (!all || !rule) {
         return {};
     }
-    return "<tr class=\"sum\">" + cell("all together", "pin") + cell("") +
-           cell(marginPicture("all pins together", all, cal.rates)) + cell(marginsText(*all), "n") +
-           "<td colspan=\"6\">" + toolkit::countText(all->samples(), "sample") +
+    const MarginBar bar{static_cast<double>(all->setupMargin), static_cast<double>(all->holdMargin),
+                        cal.rates.oversampling / 6.0, !rule->enough()};
+    return "<tr class=\"sum\">" + cell("all", "pin") + cell("") +
+           cell(marginPicture("all pins together", bar, cal.rates.oversampling) +
+                    toolkit::setupHoldText(bar.setup, bar.hold, 0),
+                "n") +
+           "<td colspan=\"" + std::to_string(columns - 3) +
+           "\">smallest seen: " + toolkit::countText(all->samples(), "sample") +
            " stable; the receiver's rule counts " + std::to_string(rule->sum()) + " of at least " +
            std::to_string(rule->need) + "</td></tr>";
 }
@@ -153,25 +150,26 @@ std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
     return {};
 }
 
-std::string swatch(const char* colour, const char* text) {
-    return std::string("<span class=\"swatch\" style=\"background:var(--") + colour + ")\"></span>" + text;
+std::string swatch(const char* look, const char* text) {
+    return std::string("<span class=\"swatch ") + look + "\"></span>" + text;
 }
 
 std::string legendOf(const CalFile& cal, const WindowEnds& ends) {
-    const std::string lengths = "Lengths are in samples.";
+    const std::string lengths = "Lengths are in samples of the unit unless noted.";
     if (std::none_of(cal.pins.begin(), cal.pins.end(),
                      [](const CalPin& pin) { return pin.setupMargin && pin.holdMargin; })) {
         return lengths;
     }
-    return swatch("goodfill", "data stable around the clock's edge (purple): setup margin before it, hold margin after "
-                              "it") +
-           swatch("badfill",
-                  "less than a third of a clock period by the receiver's rule; the dashed lines mark a sixth "
-                  "in both directions") +
-           swatch("window", "delays that fit, the chosen one marked") +
-           (ends.cut ? swatch("soft", "the window continues beyond the range, without any loss") : "") +
-           (ends.lost ? swatch("bad", "the middle of the window is beyond the range, which reduces the margins") : "") +
-           ". " + lengths;
+    return swatch("good", "data stable around the clock edge (purple): setup margin before it, hold margin after it; "
+                          "the dashed lines are the limit") +
+           swatch("bad", "below the limit (hatched)") +
+           swatch("window", "delays that fit, from 0 to 31, the chosen one marked") +
+           (ends.cut ? swatch("cut", "the window continues beyond the range, without any loss") : "") +
+           (ends.lost ? swatch("lost", "the middle of the window is beyond the range, which reduces the margins")
+                      : "") +
+           ". " + lengths +
+           " In the last row the margins are the smallest of all pins, and the limit is a sixth of a clock period in "
+           "both directions.";
 }
 
 } // namespace
@@ -180,17 +178,22 @@ std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
     if (!attempt.cal) {
         return {};
     }
-    std::string rows =
-        "<tr><th>pin</th><th class=\"n\">input</th><th class=\"pic\">margins around the clock's edge</th>"
-        "<th class=\"n\">setup / hold margin</th><th class=\"pic\">delays that fit, 0 to 31</th>"
-        "<th class=\"n\">delay</th><th class=\"n\">stretch</th><th class=\"n\">ones / zeros</th>"
-        "<th class=\"n\">correlation</th><th class=\"n\">filter / plateau / debounce</th></tr>";
+    std::string heads;
+    const std::vector<std::string> columns = laneColumns();
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const bool right = columns[i].starts_with('>');
+        const bool pictured = i == marginsColumn || i == delayColumn;
+        heads += std::string("<th class=\"") + (right ? "n" : "") + (pictured ? " pic" : "") + "\">" +
+                 escaped(columns[i].substr(right ? 1 : 0)) + "</th>";
+    }
+    std::string rows;
     WindowEnds ends;
-    for (std::size_t proc = 0; proc < attempt.cal->pins.size(); ++proc) {
-        rows += laneRow(set, attempt, proc, ends);
+    for (const LaneRow& row : laneRows(set, attempt)) {
+        rows += laneRow(attempt, row, ends);
     }
     return element("h3", "", "Lanes") + whyNotMeasured(set, attempt) +
-           element("div", "scroll", element("table", "lanes", rows + allPinsRow(attempt))) +
+           element("div", "scroll",
+                   element("table", "lanes", element("tr", "", heads) + rows + allPinsRow(attempt, columns.size()))) +
            element("p", "legend", legendOf(*attempt.cal, ends));
 }
 

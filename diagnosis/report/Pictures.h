@@ -13,9 +13,14 @@
 
 namespace diagnosis::page {
 
-/// The margins of a pin before and after the clock's edge, for a cell of the lane table, against the sixth of a period
-/// that the receiver needs on average in both directions. `margins` may be nothing.
-std::string marginPicture(const std::string& pin, const std::optional<EyeOpening>& margins, const Rates& rates);
+/// Margins before and after the clock's edge, in samples.
+struct MarginBar {
+    double setup = 0.0, hold = 0.0;
+    double limit = 0.0; ///< marked in both directions
+    bool isThin = false;
+};
+/// For a cell of the lane table; `period` is the clock's, in samples. `margins` may be nothing.
+std::string marginPicture(const std::string& pin, const std::optional<MarginBar>& margins, double period);
 
 /// The delays at which a pin's bits are sampled rightly, on the range of the unit, and the chosen one. Ends outside of
 /// the range are marked: as a loss when the best delay is out of reach.

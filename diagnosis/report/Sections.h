@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/doctor/Diagnosis.h"
+#include "diagnosis/report/Report.h"
 #include "diagnosis/verdict/RunVerdict.h"
 
 #include <string>
@@ -21,6 +22,8 @@ std::string lostMarginSection(const DiagnosticSet& set);
 std::string registerSection(const DiagnosticSet& set);
 std::string propertySection(const DiagnosticSet& set);
 std::string fileSection(const DiagnosticSet& set);
+/// The verdict once more, and where the page comes from.
+std::string footerSection(const DiagnosticSet& set, const RunVerdict& verdict, const PageOrigin& origin);
 
 /// "accepted", "refused" or "unknown", as a badge.
 std::string verdictBadge(const Verdict& verdict);

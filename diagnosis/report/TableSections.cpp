@@ -16,11 +16,11 @@ std::string list(const std::vector<std::pair<std::string, std::string>>& entries
     return element("dl", "", out);
 }
 
-std::string registerTable(const RegisterDump& dump) {
+std::string registerTable(const DiagnosticSet& set, const RegisterDump& dump) {
     const unsigned channel = channelOf(dump);
     std::string rows;
     for (const RegisterValue& entry : dump) {
-        const RegisterText text = describe(entry, channel);
+        const RegisterText text = describe(entry, channel, [&](std::size_t proc) { return pinLabel(set, proc); });
         std::string what = escaped(text.name);
         if (!text.meaning.empty() && entry.value != 0) {
             what += ": " + escaped(text.meaning);
@@ -42,11 +42,11 @@ std::string registerSection(const DiagnosticSet& set) {
     if (group == nullptr) {
         return {};
     }
-    return element("h2", "", "Registers of the unit") +
-           element("p", "hint",
-                   group->setting ? "As " + escaped(attemptTitle(*group)) + " left them."
-                                  : std::string("As they were last written.")) +
-           registerTable(*group->registers);
+    const std::string hint = group->setting ? "As " + escaped(attemptTitle(*group)) + " left them."
+                                            : std::string("As they were last written.");
+    return section("registers", element("h2", "", "Registers of the unit") + element("p", "hint", hint) +
+                                    "<details><summary>" + toolkit::countText(group->registers->size(), "register") +
+                                    "</summary>" + registerTable(set, *group->registers) + "</details>");
 }
 
 std::string propertySection(const DiagnosticSet& set) {
@@ -67,7 +67,9 @@ std::string propertySection(const DiagnosticSet& set) {
         out += element("h3", "", "Pin map of the last calibration that succeeded") +
                element("p", "", element("code", "", escaped(*set.pinMap)));
     }
-    return out.empty() ? out : element("h2", "", "Properties") + out;
+    return section("properties", out.empty() ? out
+                                             : element("h2", "", "Properties") + "<details><summary>all values" +
+                                                   "</summary>" + out + "</details>");
 }
 
 std::string fileSection(const DiagnosticSet& set) {
@@ -82,7 +84,7 @@ std::string fileSection(const DiagnosticSet& set) {
                            " bytes; its content is not part "
                            "of this report.");
     }
-    return out;
+    return section("files", out);
 }
 
 } // namespace diagnosis::page

@@ -124,6 +124,7 @@ StreamFacts factsOfRun(const fs::path& run, const fs::path& recording) {
     if (name == set.name + ".bin") {
         facts.form.announcedSamples = announcedSamples(set);
     }
+    facts.names = set.names;
     for (const std::string& trouble : set.troubles) {
         facts.notes.push_back(trouble + "; it was left out");
     }

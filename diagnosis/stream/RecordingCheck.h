@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/stream/StreamCheck.h"
+#include "toolkit/LaneNames.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -17,6 +18,7 @@ struct StreamFacts {
     StreamForm form;
     std::string source;               ///< the stem of the run's files; empty without any
     std::vector<std::string> notes{}; ///< what could not be used, one sentence each
+    toolkit::LaneNames names{};       ///< of the pins
 };
 
 /// From the files of a run: its folder, the stem of its files or one of them. Throws Failure as readDiagnostics() does.
@@ -38,7 +40,7 @@ struct FileCheck {
 /// One call for a file of samples: reads what the run says, and checks the stream. `run` may be empty: the files beside the
 /// recording count. What `given` says wins. Throws Failure (BadInput) when the file cannot be read.
 FileCheck checkRecording(const std::filesystem::path& recording, const std::filesystem::path& run = {},
-                              const StreamForm& given = {});
+                         const StreamForm& given = {});
 
 /// The bytes of a file. Throws Failure (BadInput) when it cannot be read.
 ByteReader fileReader(const std::filesystem::path& file);

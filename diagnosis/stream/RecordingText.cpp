@@ -11,8 +11,8 @@ namespace {
 
 constexpr std::size_t shownDamages = 6;
 
-std::string laneText(unsigned lane) {
-    return "data " + std::to_string(lane + 1);
+std::string laneText(const FileCheck& recording, unsigned lane) {
+    return recording.facts.names.label({lane + 1, recording.check.form.lanes, {}});
 }
 
 std::string placeText(const StreamPlace& place) {
@@ -20,8 +20,8 @@ std::string placeText(const StreamPlace& place) {
                        place.seconds ? fmt::format(", {:.6f} s", *place.seconds) : "");
 }
 
-std::string damageText(const Damage& damage) {
-    const std::string lane = damage.lane ? laneText(*damage.lane) : std::string("the words");
+std::string damageText(const FileCheck& recording, const Damage& damage) {
+    const std::string lane = damage.lane ? laneText(recording, *damage.lane) : std::string("the words");
     const auto bits = [&](const char* what) {
         return fmt::format("{} {}: {}", lane, what, toolkit::countText(damage.amount, "wrong bit"));
     };
@@ -37,7 +37,7 @@ std::string damageText(const Damage& damage) {
     case DamageKind::StuckAt1:
         return bits("is stuck at 1");
     case DamageKind::Swapped:
-        return fmt::format("{} carries the bits of {}", lane, laneText(damage.carries.value_or(0)));
+        return fmt::format("{} carries the bits of {}", lane, laneText(recording, damage.carries.value_or(0)));
     case DamageKind::LostWords:
         return fmt::format("{} lost{}{}", toolkit::countText(damage.amount, "word"),
                            damage.amountIsLeast ? ", or more" : "", damage.atBlock ? ", where blocks join" : "");
@@ -97,11 +97,15 @@ nlohmann::json laneJson(const std::optional<unsigned>& lane) {
     return lane ? nlohmann::json(toolkit::pinKey(*lane + 1)) : nlohmann::json();
 }
 
-nlohmann::json damageJson(const Damage& damage) {
-    return {
-        {"kind", damageKindName(damage.kind)}, {"place", placeJson(damage.place)}, {"lane", laneJson(damage.lane)},
-        {"carries", laneJson(damage.carries)}, {"amount", damage.amount},          {"atLeast", damage.amountIsLeast},
-        {"atBlock", damage.atBlock},           {"text", damageText(damage)}};
+nlohmann::json damageJson(const FileCheck& recording, const Damage& damage) {
+    return {{"kind", damageKindName(damage.kind)},
+            {"place", placeJson(damage.place)},
+            {"lane", laneJson(damage.lane)},
+            {"carries", laneJson(damage.carries)},
+            {"amount", damage.amount},
+            {"atLeast", damage.amountIsLeast},
+            {"atBlock", damage.atBlock},
+            {"text", damageText(recording, damage)}};
 }
 
 } // namespace
@@ -113,7 +117,8 @@ std::string recordingVerdict(const FileCheck& recording) {
         return fmt::format("sound: {} of the words judged{}", toolkit::percentText(check.evidence()),
                            check.form.pattern.empty() ? ", by synchronisation" : ", by the pattern");
     case StreamVerdict::Damaged:
-        return fmt::format("damaged from {}: {}", placeText(check.firstDamage->place), damageText(*check.firstDamage));
+        return fmt::format("damaged from {}: {}", placeText(check.firstDamage->place),
+                           damageText(recording, *check.firstDamage));
     case StreamVerdict::Unknown:
         break;
     }
@@ -130,7 +135,7 @@ std::string recordingText(const FileCheck& recording) {
                         toolkit::percentText(check.evidence()), check.wrongWords);
     const std::size_t shown = std::min(check.damages.size(), shownDamages);
     for (std::size_t i = 0; i < shown; ++i) {
-        text += "  " + placeText(check.damages[i].place) + ": " + damageText(check.damages[i]) + "\n";
+        text += "  " + placeText(check.damages[i].place) + ": " + damageText(recording, check.damages[i]) + "\n";
     }
     if (check.damageCount > shown) {
         text += fmt::format("  and {} more\n", check.damageCount - shown);
@@ -174,12 +179,15 @@ nlohmann::json recordingJson(const FileCheck& recording) {
     out["lostWords"] = check.lostWords;
     out["insertedWords"] = check.insertedWords;
     out["gaps"] = check.gaps;
-    out["firstDamage"] = check.firstDamage ? damageJson(*check.firstDamage) : nlohmann::json();
+    out["firstDamage"] = check.firstDamage ? damageJson(recording, *check.firstDamage) : nlohmann::json();
     out["damageCount"] = check.damageCount;
     out["damages"] = nlohmann::json::array();
     for (const Damage& damage : check.damages) {
-        out["damages"].push_back(damageJson(damage));
+        out["damages"].push_back(damageJson(recording, damage));
     }
+    out["labels"] = toolkit::labelsJson(form.lanes == 0 ? 0 : form.lanes + 1, [&](std::size_t proc) {
+        return recording.facts.names.label({proc, form.lanes, {}});
+    });
     out["lanes"] = nlohmann::json::array();
     for (const LaneDamage& lane : check.lanes) {
         out["lanes"].push_back({{"lane", laneJson(lane.lane)},

@@ -1,5 +1,4 @@
-#include "diagnosis/analysis/BurstAnalysis.h"
-#include "diagnosis/analysis/LaneMargins.h"
+#include "diagnosis/verdict/LaneRows.h"
 #include "diagnosis/verdict/VerdictRules.h"
 #include "toolkit/Format.h"
 
@@ -11,61 +10,13 @@ namespace diagnosis::verdict_rules {
 
 namespace {
 
-/// A lane's margins and what they are held against, in samples.
-struct Lane {
-    std::size_t pin = 0;
-    double setup = 0.0, hold = 0.0;
-    double limit = 0.0;   ///< below it the verdict is thin
-    double certain = 0.0; ///< below it bits are wrong for certain
-    double bit = 0.0;
-};
-
-/// From the burst: limit and certainty follow from the jitter.
-std::optional<Lane> laneOfBurst(const Burst& burst, std::size_t pin, double errorRate) {
-    const auto measured = measureLane(burst, pin);
-    if (!measured) {
-        return std::nullopt;
-    }
-    return Lane{pin,
-                measured->setup,
-                measured->hold,
-                marginLimit(errorRate, measured->mostJitter),
-                deviationsAt(certainErrorRate) * measured->leastJitter - marginUncertainty,
-                measured->bit};
-}
-
-/// From the report: smallest distances in whole samples, without a measure of the jitter that they have. Its hold margins
-/// count the clock edge's own sample twice.
-std::optional<Lane> laneOfReport(const CalFile& cal, std::size_t pin) {
-    const CalPin& lane = cal.pins[pin];
-    if (!lane.setupMargin || !lane.holdMargin) {
-        return std::nullopt;
-    }
-    const double bit = cal.rates.oversampling / 2.0;
-    return Lane{pin,
-                static_cast<double>(*lane.setupMargin),
-                static_cast<double>(*lane.holdMargin) - 2.0,
-                limitWithoutJitter * bit,
-                -1.0,
-                bit};
-}
-
-std::optional<Lane> laneOf(const FileGroup& attempt, std::size_t pin, double errorRate) {
-    if (attempt.burst && attempt.burst->taken() && pin < attempt.burst->pins.size()) {
-        if (const auto lane = laneOfBurst(*attempt.burst, pin, errorRate)) {
-            return lane;
-        }
-    }
-    return attempt.cal && pin < attempt.cal->pins.size() ? laneOfReport(*attempt.cal, pin) : std::nullopt;
-}
-
-WorstMargin marginOf(const Judgement& judged, const Lane& lane) {
+WorstMargin marginOf(const Judgement& judged, const JudgedLane& lane) {
     const double sample = 1e9 / judged.set.sampleRate();
     WorstMargin worst;
     worst.pin = lane.pin;
     worst.title = pinTitle(judged.set, lane.pin);
     worst.isSetup = lane.setup <= lane.hold;
-    worst.samples = std::min(lane.setup, lane.hold);
+    worst.samples = lane.smaller();
     worst.nanoseconds = worst.samples * sample;
     worst.percentOfBit = lane.bit > 0.0 ? 100.0 * worst.samples / lane.bit : 0.0;
     worst.limitSamples = lane.limit;
@@ -77,16 +28,17 @@ std::string sentenceOf(const WorstMargin& worst) {
            toolkit::fixedText(worst.samples, 1) + " samples";
 }
 
-void judgeLanes(Judgement& judged, const std::vector<Lane>& lanes) {
-    const auto spare = [](const Lane& lane) { return std::min(lane.setup, lane.hold) - lane.limit; };
-    const Lane& least = *std::min_element(
-        lanes.begin(), lanes.end(), [&](const Lane& left, const Lane& right) { return spare(left) < spare(right); });
+void judgeLanes(Judgement& judged, const std::vector<JudgedLane>& lanes) {
+    const auto spare = [](const JudgedLane& lane) { return lane.smaller() - lane.limit; };
+    const JudgedLane& least =
+        *std::min_element(lanes.begin(), lanes.end(),
+                          [&](const JudgedLane& left, const JudgedLane& right) { return spare(left) < spare(right); });
     const WorstMargin worst = marginOf(judged, least);
     judged.verdict.worstMargin = worst;
     const std::string limit = toolkit::fixedText(worst.limitSamples, 1);
     judged.show("margins", true, sentenceOf(worst) + ", the smallest of all against its limit of " + limit);
-    for (const Lane& lane : lanes) {
-        if (std::min(lane.setup, lane.hold) < lane.certain) {
+    for (const JudgedLane& lane : lanes) {
+        if (lane.smaller() < lane.certain) {
             judged.faults.push_back({"margin-none", sentenceOf(marginOf(judged, lane)) +
                                                         ", and its jitter alone needs " +
                                                         toolkit::fixedText(lane.certain, 1)});
@@ -130,10 +82,10 @@ void judgeMargins(Judgement& judged) {
                 "choose a setting of the target from 10.1 MHz on");
         return;
     }
-    std::vector<Lane> lanes;
+    std::vector<JudgedLane> lanes;
     const double asked = askedErrorRate(judged.set);
     for (std::size_t pin = 1; pin < attempt->pins(); ++pin) {
-        if (const auto lane = laneOf(*attempt, pin, asked)) {
+        if (const auto lane = judgedLane(*attempt, pin, asked)) {
             lanes.push_back(*lane);
         }
     }

@@ -22,7 +22,7 @@ std::string endOf(const DiagnosticSet& set, const Diagnosis& diagnosis) {
     return diagnosis.verdicts.empty() ? "no setting could be used" : diagnosis.verdicts.back().words;
 }
 
-/// "data 3 (EMU2)" of a lane that counts from 0.
+/// "D1 (EMU2)" of a lane that counts from 0.
 std::string laneTitle(const DiagnosticSet& set, unsigned lane) {
     return pinTitle(set, lane + 1);
 }

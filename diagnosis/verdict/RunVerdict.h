@@ -38,7 +38,7 @@ double marginLimit(double errorRate, double jitter);
 /// has to move before a bit is wrong.
 struct WorstMargin {
     std::size_t pin = 0; ///< proc; the lane
-    std::string title;   ///< "data 3 (EMU2)"
+    std::string title;   ///< "D1 (EMU2)"
     bool isSetup = true; ///< otherwise hold
     double samples = 0.0;
     double nanoseconds = 0.0;

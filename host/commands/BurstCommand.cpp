@@ -1,6 +1,10 @@
 #include "diagnosis/Diagnosis.h"
+#include "host/commands/BurstsBelow.h"
 #include "host/commands/Commands.h"
+#include "host/commands/SessionFlags.h"
+#include "host/commands/StandardStreams.h"
 #include "host/platform/Platform.h"
+#include "host/scenario/NamesFile.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
@@ -11,12 +15,12 @@
 
 #include <fmt/core.h>
 
-#include <algorithm>
 #include <array>
 #include <ctime>
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <iterator>
 
 namespace host {
 
@@ -27,8 +31,6 @@ using diagnosis::Burst;
 /// More than any burst has.
 constexpr std::uint64_t mostSamples = 1000000000;
 
-constexpr const char* standardOutput = "-";
-
 /// The local time, for the head of a file.
 std::string now() {
     const std::time_t time = std::time(nullptr);
@@ -38,25 +40,40 @@ std::string now() {
                                                                                                         : "";
 }
 
-/// A folder may hold several bursts: they are named.
-void requireNoFolder(const std::string& place) {
-    std::error_code failed;
-    const std::filesystem::path folder = toolkit::filePath(place);
-    if (!std::filesystem::is_directory(folder, failed)) {
-        return;
+/// The burst of a folder that holds one.
+std::string onlyBurst(const std::string& place) {
+    const std::vector<std::filesystem::path> bursts = burstsBelow(toolkit::filePath(place));
+    if (bursts.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               place + " is a folder without a burst, a file that ends in .cap.txt");
     }
-    std::vector<std::string> bursts;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, failed)) {
-        const std::string name = entry.path().string();
-        if (name.ends_with(".cap.txt")) {
-            bursts.push_back(toolkit::quoted(name));
+    if (bursts.size() > 1) {
+        std::vector<std::string> names;
+        for (const std::filesystem::path& each : bursts) {
+            names.push_back(toolkit::quoted(each.string()));
         }
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               place + " is a folder; name one of its bursts: " + toolkit::joined(names, ", "));
     }
-    std::sort(bursts.begin(), bursts.end());
-    const std::string list = toolkit::joined(bursts, ", ");
-    throw toolkit::Failure(toolkit::ExitCode::BadInput,
-                           place + (list.empty() ? " is a folder without a burst, a file that ends in .cap.txt"
-                                                 : " is a folder; name one of its bursts: " + list));
+    return bursts.front().string();
+}
+
+/// The names that the run gave its pins, from the file beside the burst.
+toolkit::LaneNames namesBeside(const std::string& burst) {
+    try {
+        return diagnosis::readDiagnostics(toolkit::filePath(burst)).names;
+    } catch (const toolkit::Failure&) {
+        return {};
+    }
+}
+
+Burst readGiven(const std::string& file) {
+    if (file != standardStream) {
+        return diagnosis::readBurst(toolkit::filePath(file));
+    }
+    readInputAsBytes();
+    const std::string text{std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
+    return diagnosis::parseBurst(text, "the standard input");
 }
 
 class BurstCommand final : public Command {
@@ -64,30 +81,51 @@ public:
     BurstCommand() : Command("burst", "Write a burst for waveform viewers and spreadsheets, or draw it") {}
 
     void setUp(Syntax& syntax) override {
-        syntax.addArgument(file, "FILE", "The burst: a file that ends in .cap.txt");
+        syntax.addArgument(file, "FILE", "The burst: a file that ends in .cap.txt, - , or a folder with one");
         syntax.addOption("--vcd", vcd, "FILE", "Write a value change dump, for GTKWave or sigrok");
         syntax.addOption("--sr", sr, "FILE", "Write a session for PulseView and sigrok");
         syntax.addOption("--csv", csv, "FILE", "Write comma-separated values, a line for each sample");
         syntax.addOption("--svg", svg, "FILE", "Draw the waveforms as a picture");
         syntax.addWhole("--from", from, "N", 0, mostSamples, "First sample (0)");
         syntax.addWhole("--to", to, "N", 1, mostSamples, "One past the last sample (all)");
-        syntax.addOption("--pins", pins, "LIST", "Pins in their order, such as clock,data1,data4 (all)");
+        syntax.addOption("--pins", pins, "LIST", "Pins in their order, such as CLK,D0 (all)");
+        addNames(syntax, given);
         syntax.addOption("--title", title, "TEXT", "Heading of the picture");
-        syntax.addFlag("--force", force, "Overwrite outputs that exist");
+        addForce(syntax, force);
         syntax.footer("Times come from the samples a second that the burst's head gives.\n"
                       "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
     }
 
     toolkit::ExitCode run() override {
-        testOutputs();
-        requireNoFolder(file);
-        const Burst burst = diagnosis::readBurst(toolkit::filePath(file));
-        const diagnosis::BurstPart part = diagnosis::partOf(burst, from, to, pins);
-        for (const Output& each : outputs()) {
-            write(*each.file, [&](std::ostream& out) { each.write(out, burst, part); });
+        const std::vector<Output> wanted = outputs();
+        if (wanted.empty()) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage,
+                                   "give one or more of --vcd FILE, --sr FILE, --csv FILE, --svg FILE");
         }
-        if (!printsFile()) {
-            toolkit::printText(json ? jsonOf(burst, part) : textOf(burst, part));
+        std::vector<std::string> names;
+        for (const Output& each : wanted) {
+            names.push_back(*each.file);
+        }
+        const NamedOutputs named(names, json);
+        toolkit::CommandFiles files(force);
+        if (file != standardStream) {
+            files.read(toolkit::filePath(file));
+        }
+        named.test(files);
+        std::error_code failed;
+        if (std::filesystem::is_directory(toolkit::filePath(file), failed)) {
+            file = onlyBurst(file);
+        }
+        const Burst burst = readGiven(file);
+        const diagnosis::BurstPart part =
+            diagnosis::partOf(burst, from, to, pins, given.empty() ? namesBeside(file) : laneNamesOf(given));
+        for (const Output& each : wanted) {
+            named.write(*each.file, [&](std::ostream& out) { each.write(out, burst, part); });
+        }
+        if (json) {
+            toolkit::printText(jsonOf(burst, part));
+        } else {
+            named.print(textOf(burst, part));
         }
         return toolkit::ExitCode::Done;
     }
@@ -115,41 +153,6 @@ private:
         return all;
     }
 
-    bool printsFile() const {
-        const std::vector<Output> all = outputs();
-        return std::any_of(all.begin(), all.end(), [](const Output& each) { return *each.file == standardOutput; });
-    }
-
-    void testOutputs() const {
-        const std::vector<Output> all = outputs();
-        if (all.empty()) {
-            throw toolkit::Failure(toolkit::ExitCode::Usage,
-                                   "give one or more of --vcd FILE, --sr FILE, --csv FILE, --svg FILE");
-        }
-        const auto printed =
-            std::count_if(all.begin(), all.end(), [](const Output& each) { return *each.file == standardOutput; });
-        if (printed > 1 || (printed == 1 && json)) {
-            throw toolkit::Failure(toolkit::ExitCode::Usage,
-                                   "the standard output takes one file, and none beside --json");
-        }
-        toolkit::CommandFiles files(force);
-        files.read(toolkit::filePath(file));
-        for (const Output& each : all) {
-            if (*each.file != standardOutput) {
-                files.write(toolkit::filePath(*each.file));
-            }
-        }
-    }
-
-    static void write(const std::string& output, const std::function<void(std::ostream&)>& content) {
-        if (output == standardOutput) {
-            writeOutputAsBytes();
-            content(std::cout);
-        } else {
-            toolkit::writeOutputFile(toolkit::filePath(output), content);
-        }
-    }
-
     std::string jsonOf(const Burst& burst, const diagnosis::BurstPart& part) const {
         nlohmann::json out = toolkit::resultHead(toolkit::ExitCode::Done);
         out["samples"] = part.to - part.from;
@@ -159,6 +162,8 @@ private:
         for (const std::size_t proc : part.pins) {
             out["pins"].push_back(toolkit::pinKey(proc));
         }
+        out["labels"] = toolkit::labelsJson(
+            burst.pins.size(), [&](std::size_t proc) { return part.names.label(diagnosis::laneOf(burst, proc)); });
         out["files"] = nlohmann::json::object();
         for (const Output& each : outputs()) {
             out["files"][each.kind] = *each.file;
@@ -172,7 +177,7 @@ private:
                         burst.rates.sampleRate() / 1e9,
                         burst.rates.known() ? "" : " (the unit's usual clock; no frequency was measured)");
         for (const Output& each : outputs()) {
-            text += "  " + toolkit::masked(*each.file) + "\n";
+            text += *each.file == standardStream ? "" : "  " + toolkit::masked(*each.file) + "\n";
         }
         return text;
     }
@@ -186,6 +191,7 @@ private:
     std::size_t from = 0;
     std::size_t to = 0;
     std::string pins;
+    std::string given; ///< names of the pins
     bool force = false;
 };
 

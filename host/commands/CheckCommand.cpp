@@ -2,7 +2,9 @@
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
+#include "host/commands/StandardStreams.h"
 #include "host/platform/Platform.h"
+#include "host/scenario/NamesFile.h"
 #include "host/session/Receiver.h"
 #include "tdf/TdfFile.h"
 #include "toolkit/FilePath.h"
@@ -30,7 +32,6 @@ using Vx::Qrs::Trace::OrvRcvr::TdfFile;
 using Vx::Qrs::Trace::OrvRcvr::TdfSection;
 
 constexpr const char* traceSection = "BinTraceData";
-constexpr const char* standardInput = "-";
 constexpr std::uint64_t noSamples = ~std::uint64_t{0};
 constexpr std::uint64_t noFrameStart = ~std::uint64_t{0};
 
@@ -56,8 +57,8 @@ private:
     diagnosis::FileCheck checked() const;
     diagnosis::RunVerdict verdictOn(const diagnosis::FileCheck& recording) const;
     void requireOneReading() const;
-    void testOutputs();
-    void writeOutputs(const diagnosis::FileCheck& recording);
+    void testOutputs(const NamedOutputs& outputs);
+    void writeOutputs(const diagnosis::FileCheck& recording, const NamedOutputs& outputs);
     void writeSnapshot();
     fs::path snapshotFile(const std::string& part) const { return toolkit::filePath(snapshot) / part; }
 
@@ -66,12 +67,13 @@ private:
     std::string mode;
     std::uint32_t width = 0;
     std::string pattern;
-    std::uint64_t hertz = 0;
+    double hertz = 0.0;
     std::uint64_t samples = noSamples;
     std::uint32_t section = 0; ///< from 1; 0: the first of the name
     std::string payload;
     std::string snapshot;
     std::uint64_t frameStart = noFrameStart;
+    std::string names;
     bool force = false;
     bool strict = false;
     nlohmann::json written = nlohmann::json::object();
@@ -84,18 +86,19 @@ void CheckCommand::setUp(Syntax& syntax) {
     syntax.addOption("--run", runPlace, "DIR", "Folder of the run (found beside FILE)");
     syntax.addOption("--mode", mode, "KIND", "Kind of trace export").oneOf({"pti", "tpiu", "tpiulite"});
     syntax.addWhole("--width", width, "N", 1, 4, "Data pins: 1, 2 or 4");
-    std::vector<std::string> names;
+    std::vector<std::string> patterns;
     for (const std::string_view each : diagnosis::checkedPatternNames()) {
-        names.emplace_back(each);
+        patterns.emplace_back(each);
     }
-    syntax.addOption("--pattern", pattern, "NAME", "Compare every word: ramp, ramp1, f0, a5, walk").oneOf(names);
-    syntax.addWhole("--clock", hertz, "N", 1, 1000000000, "Rate of the trace clock in Hz, for times");
+    syntax.addOption("--pattern", pattern, "NAME", "Compare every word: ramp, ramp1, f0, a5, walk").oneOf(patterns);
+    syntax.addHertz("--clock", hertz, 1.0, 1e9, "Rate of the trace clock, such as 50MHz, for times");
     syntax.addWhole("--samples", samples, "N", 0, 0xFFFFFFFF, "Samples that were announced");
     syntax.addWhole("--number", section, "N", 1, 1000000, "Section of a trace data file (first BinTraceData)");
     syntax.addOption("--payload", payload, "FILE", "Write what the target sent, without packets");
     syntax.addOption("--snapshot", snapshot, "DIR", "Write a folder that trc_pkt_lister lists");
     syntax.addWhole("--frame-start", frameStart, "N", 0, 0xFFFFFFFF, "Byte where a frame begins, for --snapshot");
-    syntax.addFlag("--force", force, "Overwrite outputs that exist");
+    addNames(syntax, names);
+    addForce(syntax, force);
     addStrict(syntax, strict);
     syntax.footer("Exit code 10 if the stream is damaged, or the verdict on its run is a fault.\n"
                   "Example: orvtrace check run/.VX-trace/data/clean.bin");
@@ -106,7 +109,7 @@ diagnosis::StreamForm CheckCommand::given() const {
     form.mode = diagnosis::streamModeNamed(mode).value_or(StreamMode::Unknown);
     form.lanes = width;
     form.pattern = pattern;
-    form.clockHertz = static_cast<double>(hertz);
+    form.clockHertz = hertz;
     if (samples != noSamples) {
         form.announcedSamples = samples;
     }
@@ -137,7 +140,7 @@ diagnosis::ByteReader sectionReader(const std::string& file, const TdfSection& s
 
 /// The file's bytes from the first one on.
 diagnosis::ByteReader CheckCommand::reader() const {
-    if (file == standardInput) {
+    if (file == standardStream) {
         readInputAsBytes();
         return [](std::span<std::uint8_t> out) {
             std::cin.read(reinterpret_cast<char*>(out.data()), static_cast<std::streamsize>(out.size()));
@@ -170,10 +173,13 @@ diagnosis::FileCheck CheckCommand::checked() const {
     const fs::path recording = toolkit::filePath(file);
     if (!runPlace.empty()) {
         result.facts = diagnosis::factsOfRun(toolkit::filePath(runPlace), recording);
-    } else if (file != standardInput) {
+    } else if (file != standardStream) {
         result.facts = diagnosis::factsBeside(recording);
     }
     result.facts.form = diagnosis::merged(given(), result.facts.form);
+    if (!names.empty()) {
+        result.facts.names = laneNamesOf(names);
+    }
     const diagnosis::StreamForm& form = result.facts.form;
     if (!form.pattern.empty() && form.lanes == 0) {
         throw toolkit::Failure(toolkit::ExitCode::Usage,
@@ -193,18 +199,16 @@ void CheckCommand::requireOneReading() const {
     if (width == 3) {
         throw toolkit::Failure(toolkit::ExitCode::Usage, "--width: 1, 2 or 4 data pins");
     }
-    if (file == standardInput && (!payload.empty() || !snapshot.empty())) {
+    if (file == standardStream && (!payload.empty() || !snapshot.empty())) {
         throw toolkit::Failure(toolkit::ExitCode::Usage,
                                "--payload and --snapshot need a file, not the standard input");
     }
 }
 
-void CheckCommand::testOutputs() {
+void CheckCommand::testOutputs(const NamedOutputs& outputs) {
     toolkit::CommandFiles files(force);
     files.read(toolkit::filePath(file));
-    if (!payload.empty()) {
-        files.write(toolkit::filePath(payload));
-    }
+    outputs.test(files);
     if (snapshot.empty()) {
         return;
     }
@@ -251,7 +255,7 @@ void CheckCommand::writeSnapshot() {
         list.empty() ? "none" : list, toolkit::masked(snapshot));
 }
 
-void CheckCommand::writeOutputs(const diagnosis::FileCheck& recording) {
+void CheckCommand::writeOutputs(const diagnosis::FileCheck& recording, const NamedOutputs& outputs) {
     if (payload.empty() && snapshot.empty()) {
         return;
     }
@@ -268,10 +272,11 @@ void CheckCommand::writeOutputs(const diagnosis::FileCheck& recording) {
     }
     if (!payload.empty()) {
         std::uint64_t bytes = 0;
-        toolkit::writeOutputFile(toolkit::filePath(payload),
-                                 [&](std::ostream& out) { bytes = diagnosis::writePayload(reader(), known, out); });
+        outputs.write(payload, [&](std::ostream& out) { bytes = diagnosis::writePayload(reader(), known, out); });
         written["payload"] = payload;
-        writtenText += toolkit::countText(bytes, "byte") + " of payload in " + toolkit::masked(payload) + "\n";
+        writtenText += toolkit::countText(bytes, "byte") + " of payload in " +
+                       (payload == standardStream ? std::string("the standard output") : toolkit::masked(payload)) +
+                       "\n";
     }
     if (!snapshot.empty()) {
         writeSnapshot();
@@ -284,6 +289,7 @@ diagnosis::RunVerdict CheckCommand::verdictOn(const diagnosis::FileCheck& record
     if (!recording.facts.source.empty()) {
         set = diagnosis::readDiagnostics(toolkit::filePath(recording.facts.source));
     }
+    set.names = recording.facts.names;
     if (!set.checks) {
         set.checks.emplace();
     }
@@ -297,9 +303,10 @@ diagnosis::RunVerdict CheckCommand::verdictOn(const diagnosis::FileCheck& record
 
 toolkit::ExitCode CheckCommand::run() {
     requireOneReading();
-    testOutputs();
+    const NamedOutputs outputs({payload}, json);
+    testOutputs(outputs);
     const diagnosis::FileCheck recording = checked();
-    writeOutputs(recording);
+    writeOutputs(recording, outputs);
     const diagnosis::RunVerdict verdict = verdictOn(recording);
     const toolkit::ExitCode code = diagnosis::exitCodeOf(verdict, toolkit::ExitCode::Done, strict);
     if (json) {
@@ -310,13 +317,14 @@ toolkit::ExitCode CheckCommand::run() {
         out.update(toolkit::resultHead(code));
         toolkit::printText(toolkit::jsonText(out));
     } else {
-        toolkit::printText(diagnosis::recordingText(recording) + writtenText);
+        const std::string text = diagnosis::recordingText(recording) + writtenText;
+        outputs.print(text);
     }
     std::cout << std::flush;
     for (const std::string& note : recording.facts.notes) {
         toolkit::printNotice(note);
     }
-    if (!json) {
+    if (!json && payload != standardStream) {
         printVerdict(verdict);
     }
     return code;

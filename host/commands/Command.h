@@ -37,6 +37,8 @@ public:
 
 /// What --version prints: name and value, in order. The first is the program's own version.
 using VersionFacts = std::vector<std::pair<std::string, std::string>>;
+/// The first of the facts that runCommandLine() was given; empty before.
+std::string programVersion();
 using CommandList = std::vector<std::unique_ptr<Command>>;
 
 /// The whole program: parses the line, runs the command that it names, returns the exit status.

@@ -1,14 +1,16 @@
 #include "host/commands/Command.h"
 #include "host/commands/CommandFacts.h"
 #include "host/commands/HiddenRequests.h"
-#include "host/commands/Suggestion.h"
 #include "host/commands/Syntax.h"
+#include "host/commands/TerminalText.h"
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
+#include "toolkit/Suggestion.h"
 #include "toolkit/Table.h"
 #include "toolkit/Text.h"
 #include "toolkit/TextFile.h"
+#include "toolkit/Units.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/core.h>
@@ -30,6 +32,7 @@ namespace {
 constexpr std::size_t screenWidth = 80;
 constexpr std::size_t optionColumn = 24;
 constexpr std::size_t subcommandColumn = 14;
+constexpr const char* commonGroup = "Common";
 
 /// Lines that fit a screen.
 std::string helpText(const std::string& text) {
@@ -40,19 +43,6 @@ std::string helpText(const std::string& text) {
         result += toolkit::wrapped(line, screenWidth, indent) + "\n";
     }
     return result;
-}
-
-constexpr const char* rareGroup = ""; // which the parser leaves out of its help
-
-/// "Also --play, --strict: docs/orvtrace.md", a line of its own; empty without rare options.
-std::string rareOptions(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const CLI::Option* option : app.get_options()) {
-        if (option->get_group() == rareGroup) {
-            names.push_back("--" + option->get_lnames().front());
-        }
-    }
-    return names.empty() ? std::string() : "Also " + toolkit::joined(names, ", ") + ": docs/orvtrace.md\n";
 }
 
 bool hasSubcommands(const CLI::App& app) {
@@ -77,11 +67,8 @@ public:
             text.erase(at, heading.size());
         }
         text = helpText(text);
-        // Long lists leave no line of the screen to spare.
-        for (const char* next : {"\n\nExit codes:", "\n\nAlso "}) {
-            if (const std::size_t gap = text.find(next); gap != std::string::npos) {
-                text.erase(gap, 1);
-            }
+        if (const std::size_t gap = text.find(std::string("\n\n") + commonGroup + " ("); gap != std::string::npos) {
+            text.erase(gap, 1);
         }
         return text;
     }
@@ -95,6 +82,9 @@ public:
         return "Usage: " + name + usageOf(*app) + "\n";
     }
     std::string make_group(std::string group, bool positional, std::vector<const CLI::Option*> options) const override {
+        if (group == commonGroup) {
+            return commonLine(options);
+        }
         std::string text = CLI::Formatter::make_group(group, positional, std::move(options));
         text.erase(0, text.find_first_not_of('\n'));
         return text;
@@ -114,11 +104,19 @@ public:
     }
     std::string make_footer(const CLI::App* app) const override {
         const std::string text = app->get_footer();
-        const std::string rare = rareOptions(*app);
-        return text.empty() ? rare : rare + text + "\n";
+        return text.empty() ? text : text + "\n";
     }
 
 private:
+    /// Options that every command has need no line each.
+    static std::string commonLine(const std::vector<const CLI::Option*>& options) {
+        std::vector<std::string> names;
+        for (const CLI::Option* option : options) {
+            const std::string value = valueName(*option);
+            names.push_back(option->get_name() + (value.empty() ? value : " " + value));
+        }
+        return std::string(commonGroup) + " (orvtrace help options): " + toolkit::joined(names, ", ") + "\n";
+    }
     /// In the user's terms, instead of the parser's names of types.
     static std::string valueName(const CLI::Option& option) { return option.get_option_text(); }
     static std::string usageOf(const CLI::App& app) {
@@ -156,7 +154,7 @@ std::string unknownText(const CLI::App& app, const std::vector<std::string>& arg
             }
         }
         return "there is no option " + name + " here" +
-               suggestion(name.substr(std::min(name.size(), name.find_first_not_of('-'))), known, "--");
+               toolkit::suggestion(name.substr(std::min(name.size(), name.find_first_not_of('-'))), known, "--");
     }
     if (!hasSubcommands(app)) {
         return surplusText(arguments);
@@ -164,7 +162,7 @@ std::string unknownText(const CLI::App& app, const std::vector<std::string>& arg
     for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; })) {
         known.push_back(each->get_name());
     }
-    return "there is no subcommand '" + argument + "'" + suggestion(argument, known);
+    return "there is no subcommand '" + argument + "'" + toolkit::suggestion(argument, known);
 }
 
 std::string missingText(const CLI::App& app) {
@@ -244,11 +242,6 @@ const Option& Option::excludes(const Option& other) const {
     return *this;
 }
 
-const Option& Option::rare() const {
-    option->group(rareGroup);
-    return *this;
-}
-
 Option Syntax::addArgument(std::string& value, const char* valueName, const char* about) {
     const Option made = addOptionalArgument(value, valueName, about);
     made.option->required();
@@ -277,6 +270,36 @@ Option Syntax::addNumber(const char* name, double& value, const char* valueName,
     return Option(app.add_option(name, value, about)
                       ->option_text(valueName)
                       ->check(numberCheck(lowest, highest, "number", "0123456789+-.eE")));
+}
+
+const Option& Option::common() const {
+    option->group(commonGroup);
+    return *this;
+}
+
+Option Syntax::addMeasure(const char* name, double& value, const char* valueName, Reader read, const char* kind,
+                          double lowest, double highest, const char* about) {
+    const auto store = [&value, read](const std::string& text) { value = read(text).value(); };
+    return Option(app.add_option_function<std::string>(name, store, about)
+                      ->option_text(valueName)
+                      ->check([=](const std::string& text) {
+                          const std::optional<double> given = read(text);
+                          if (!given) {
+                              return fmt::format("'{}' is not a {}", text, kind);
+                          }
+                          return *given >= lowest && *given <= highest
+                                     ? std::string()
+                                     : fmt::format("must be from {:.15g} to {:.15g}", lowest, highest);
+                      }));
+}
+
+Option Syntax::addSeconds(const char* name, double& value, double lowest, double highest, const char* about) {
+    return addMeasure(name, value, "TIME", toolkit::secondsOf, "time, such as 2, 500ms or 1min", lowest, highest,
+                      about);
+}
+
+Option Syntax::addHertz(const char* name, double& value, double lowest, double highest, const char* about) {
+    return addMeasure(name, value, "RATE", toolkit::hertzOf, "rate, such as 50e6 or 50MHz", lowest, highest, about);
 }
 
 Option Syntax::addWhole(const char* name, std::function<void(std::uint64_t)> store, const char* valueName,
@@ -349,28 +372,106 @@ int fail(const toolkit::Failure& failure, const CLI::App& app, bool json) {
 
 constexpr const char* helpNames = "-h,--help";
 
+void addColour(CLI::App& app) {
+    const auto choose = [](const std::string& when) {
+        useColour(when == "always" ? Colour::Always : when == "never" ? Colour::Never : Colour::Auto);
+    };
+    app.add_option_function<std::string>("--color", choose,
+                                         "Colour: auto (on a terminal, unless NO_COLOR is set), "
+                                         "always or never")
+        ->option_text("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->group(commonGroup);
+}
+
 /// Options that each level of the command line has, after its own.
 void addCommonOptions(CLI::App& app, Command& command) {
     const std::vector<CLI::App*> nested = app.get_subcommands([](CLI::App*) { return true; });
     if (nested.empty()) {
-        app.add_flag("--json", command.json, "Print one JSON value instead of text");
+        app.add_flag("--json", command.json, "Print one JSON value instead of text")->group(commonGroup);
+        addColour(app);
     }
-    app.set_help_flag(helpNames, "Print this help and exit");
+    app.set_help_flag(helpNames, "Print this help and exit")->group(commonGroup);
     for (CLI::App* each : nested) {
         addCommonOptions(*each, command);
     }
+}
+
+/// All options that are common to several commands, each once.
+void collectCommon(const CLI::App& app, std::vector<const CLI::Option*>& found) {
+    for (const CLI::Option* option : app.get_options()) {
+        const bool known = std::any_of(found.begin(), found.end(),
+                                       [&](const CLI::Option* each) { return each->get_name() == option->get_name(); });
+        if (option->get_group() == commonGroup && !known) {
+            found.push_back(option);
+        }
+    }
+    for (const CLI::App* each : app.get_subcommands([](const CLI::App*) { return true; })) {
+        collectCommon(*each, found);
+    }
+}
+
+void printCommonOptions(const CLI::App& app) {
+    std::vector<const CLI::Option*> options;
+    collectCommon(app, options);
+    std::string text = "Options that several commands have; the help of each names its own:\n";
+    for (const CLI::Option* option : options) {
+        const std::string value = option->get_option_text();
+        std::string line = "  " + option->get_name() + (value.empty() ? value : " " + value);
+        line.resize(std::max(line.size() + 2, optionColumn), ' ');
+        text += line + option->get_description() + "\n";
+    }
+    std::cout << helpText(text);
+}
+
+/// `orvtrace help [COMMAND [SUBCOMMAND]]`, or one of its topics; nothing if the words are a command's, whose help follows
+/// from them.
+std::optional<int> printTopic(const CLI::App& app, const std::vector<std::string>& words) {
+    if (words == std::vector<std::string>{"exit-codes"}) {
+        std::cout << toolkit::exitCodeTable();
+        return static_cast<int>(toolkit::ExitCode::Done);
+    }
+    if (words == std::vector<std::string>{"options"}) {
+        printCommonOptions(app);
+        return static_cast<int>(toolkit::ExitCode::Done);
+    }
+    const CLI::App* at = &app;
+    for (const std::string& word : words) {
+        const auto nested = at->get_subcommands([](const CLI::App*) { return true; });
+        const auto found =
+            std::find_if(nested.begin(), nested.end(), [&](const CLI::App* each) { return each->get_name() == word; });
+        if (found == nested.end()) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage, unknownText(*at, {word}));
+        }
+        at = *found;
+    }
+    return std::nullopt;
+}
+
+/// The line with `help` and `version` as the options that they mean.
+std::vector<std::string> plainLine(const CLI::App& app, std::vector<std::string> words, std::optional<int>& printed) {
+    if (!words.empty() && words.front() == "version") {
+        words.front() = "--version";
+    } else if (!words.empty() && words.front() == "help") {
+        words.erase(words.begin());
+        std::erase_if(words, [](const std::string& word) { return word.starts_with('-'); });
+        printed = printTopic(app, words);
+        words.emplace_back("--help");
+    }
+    return words;
 }
 
 int runLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
     CLI::App app("Records trace of a target through the capture unit, or on the simulated bench.", "orvtrace");
     app.allow_windows_style_options(false); // a path may begin with a slash
     app.formatter(std::make_shared<NarrowFormatter>());
-    app.set_help_flag(helpNames, "Print this help and exit; each subcommand has its own");
+    app.set_help_flag(helpNames, "Print this help and exit")->group(commonGroup);
     bool version = false;
     bool json = false;
-    app.add_flag("--version", version, "Print version, build, compiler and system");
-    app.add_flag("--json", json, "Print one JSON value instead of text");
-    app.footer(toolkit::exitCodeTable());
+    app.add_flag("-V,--version", version, "Print version, build, compiler and system")->group(commonGroup);
+    app.add_flag("--json", json, "Print one JSON value instead of text")->group(commonGroup);
+    addColour(app);
+    app.footer("More: orvtrace help COMMAND, orvtrace help exit-codes");
     for (const auto& command : commands) {
         CLI::App* own = app.add_subcommand(command->name, command->about);
         Syntax syntax(*own);
@@ -380,13 +481,22 @@ int runLine(const CommandList& commands, const VersionFacts& facts, int argc, co
     if (const auto code = answeredHidden([&] { return commandFactsOf(app); }, facts.front().second, argc, argv)) {
         return *code;
     }
+    const bool jsonAsked = wantsJson(argc, argv);
     try {
-        app.parse(argc, argv);
+        std::optional<int> printed;
+        std::vector<std::string> words = plainLine(app, {argv + std::min(argc, 1), argv + argc}, printed);
+        if (printed) {
+            return *printed;
+        }
+        std::reverse(words.begin(), words.end()); // as the parser takes them
+        app.parse(std::move(words));
+    } catch (const toolkit::Failure& failure) {
+        return fail(failure, app, jsonAsked);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
             return app.exit(error);
         }
-        return fail(toolkit::Failure(toolkit::ExitCode::Usage, usageText(app, error)), app, wantsJson(argc, argv));
+        return fail(toolkit::Failure(toolkit::ExitCode::Usage, usageText(app, error)), app, jsonAsked);
     }
     if (version) {
         printVersion(facts, json);
@@ -405,7 +515,7 @@ int runLine(const CommandList& commands, const VersionFacts& facts, int argc, co
             return fail(toolkit::Failure(toolkit::ExitCode::Failed, error.what()), app, command->json);
         }
     }
-    return fail(toolkit::Failure(toolkit::ExitCode::Usage, "a subcommand is required"), app, wantsJson(argc, argv));
+    return fail(toolkit::Failure(toolkit::ExitCode::Usage, "a subcommand is required"), app, jsonAsked);
 }
 
 /// Whether the standard output took everything.
@@ -414,9 +524,19 @@ bool outputArrived() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
 }
 
+std::string& ownVersion() {
+    static std::string version;
+    return version;
+}
+
 } // namespace
 
+std::string programVersion() {
+    return ownVersion();
+}
+
 int runCommandLine(const CommandList& commands, const VersionFacts& facts, int argc, const char* const* argv) {
+    ownVersion() = facts.empty() ? std::string() : facts.front().second;
     const int code = runLine(commands, facts, argc, argv);
     if (outputArrived()) {
         return code;

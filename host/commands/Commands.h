@@ -13,9 +13,11 @@ std::unique_ptr<Command> makeSoakCommand();
 std::unique_ptr<Command> makeReportCommand();
 std::unique_ptr<Command> makeDoctorCommand();
 std::unique_ptr<Command> makeBurstCommand();
+std::unique_ptr<Command> makeBurstsCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeTdfCommand();
 std::unique_ptr<Command> makePinsCommand();
 std::unique_ptr<Command> makeScenariosCommand();
+std::unique_ptr<Command> makeProbeCommand();
 
 } // namespace host

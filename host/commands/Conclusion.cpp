@@ -1,21 +1,34 @@
 #include "host/commands/Conclusion.h"
 
 #include "diagnosis/Diagnosis.h"
-#include "host/platform/Platform.h"
+#include "host/commands/Command.h"
+#include "host/commands/TerminalText.h"
 #include "host/results/ResultText.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
 
+#include <array>
+#include <ctime>
 #include <iostream>
 
 namespace host {
 
+diagnosis::PageOrigin pageOrigin() {
+    const std::time_t now = std::time(nullptr);
+    const std::tm* const utc = std::gmtime(&now);
+    std::array<char, 64> made{};
+    if (utc != nullptr) {
+        std::strftime(made.data(), made.size(), "%Y-%m-%d %H:%M UTC", utc);
+    }
+    return {"orvtrace " + programVersion(), made.data()};
+}
+
 void leaveReport(const Session& session, RecordResult& result) {
     const auto file = session.runFolder() / toolkit::filePath(session.fileStem().filename().string() + ".report.html");
-    constexpr bool overwrite = true;
+    const diagnosis::ReportOptions options{true, std::nullopt, pageOrigin()};
     try {
-        const auto written = diagnosis::writeReport(session.fileStem(), file, overwrite).file;
+        const auto written = diagnosis::writeReport(session.fileStem(), file, options).file;
         result.files.push_back({"report", "report", written.string()});
     } catch (const toolkit::Failure& failure) {
         if (failure.code != toolkit::ExitCode::BadInput) {
@@ -27,7 +40,7 @@ void leaveReport(const Session& session, RecordResult& result) {
 namespace {
 
 /// The files of the run, as `orvtrace doctor` reads them later; nothing of a run that left none.
-diagnosis::DiagnosticSet filesOf(const SessionResult& result) {
+std::optional<diagnosis::DiagnosticSet> filesOf(const SessionResult& result) {
     try {
         if (!result.doctorTakes.empty()) {
             return diagnosis::readDiagnostics(toolkit::filePath(result.doctorTakes));
@@ -35,43 +48,25 @@ diagnosis::DiagnosticSet filesOf(const SessionResult& result) {
     } catch (const toolkit::Failure&) {
         // The run ended before its calibration left anything.
     }
-    return {};
+    return std::nullopt;
 }
 
 diagnosis::RunVerdict verdictOn(const SessionResult& result) {
-    diagnosis::DiagnosticSet set = filesOf(result);
+    diagnosis::DiagnosticSet set = result.set.value_or(diagnosis::DiagnosticSet());
     if (!set.checks) {
         // The run ended before it wrote them.
         set.checks = result.checks;
         set.checks->code = result.code;
         set.checks->failure = result.failure;
+        set.names = result.names;
     }
     return diagnosis::judgeRun(set, diagnosis::diagnose(set));
-}
-
-const char* colourOf(diagnosis::RunVerdict::Kind kind) {
-    switch (kind) {
-    case diagnosis::RunVerdict::Kind::Sound:
-        return "\x1b[32m";
-    case diagnosis::RunVerdict::Kind::Fault:
-        return "\x1b[31m";
-    case diagnosis::RunVerdict::Kind::Thin:
-    case diagnosis::RunVerdict::Kind::Unknown:
-        break;
-    }
-    return "\x1b[33m";
 }
 
 } // namespace
 
 void printVerdict(const diagnosis::RunVerdict& verdict) {
-    const bool coloured = getEnvironment("NO_COLOR").empty() && outputTakesColour();
-    // Only this program's own letters are not masked.
-    if (coloured) {
-        std::cout << colourOf(verdict.kind);
-    }
-    toolkit::printText(toolkit::masked(diagnosis::verdictLine(verdict)));
-    std::cout << (coloured ? "\x1b[0m\n" : "\n") << std::flush;
+    printResult(toolkit::masked(diagnosis::verdictLine(verdict)) + "\n");
 }
 
 toolkit::ExitCode concluded(SessionResult& result, const Ending& ending, const std::function<void()>& work,
@@ -83,9 +78,14 @@ toolkit::ExitCode concluded(SessionResult& result, const Ending& ending, const s
     } catch (const std::exception& error) {
         result.fail(toolkit::Failure(toolkit::ExitCode::Failed, error.what()));
     }
+    result.set = filesOf(result);
     result.verdict = verdictOn(result);
     result.code = diagnosis::exitCodeOf(*result.verdict, result.code, ending.strict);
-    toolkit::printText(output());
+    if (ending.json) {
+        toolkit::printText(output());
+    } else {
+        printResult(output());
+    }
     std::cout << std::flush;
     for (const std::string& note : result.notes) {
         toolkit::printNotice(note);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "diagnosis/Diagnosis.h"
 #include "host/results/RecordResult.h"
 #include "host/session/Session.h"
 
@@ -21,6 +22,9 @@ toolkit::ExitCode concluded(SessionResult& result, const Ending& ending, const s
 
 /// The verdict's line on the standard output, in colour where a terminal takes it.
 void printVerdict(const diagnosis::RunVerdict& verdict);
+
+/// This program and the time, for a page.
+diagnosis::PageOrigin pageOrigin();
 
 /// Writes the page about the calibration into the run's folder and names it in the result. A calibration that left no
 /// files has none.

@@ -1,5 +1,6 @@
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
+#include "host/commands/TerminalText.h"
 #include "host/pins/PinAnswers.h"
 #include "host/pins/PinWarnings.h"
 #include "host/platform/Platform.h"
@@ -9,6 +10,7 @@
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
+#include "toolkit/LaneNames.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Table.h"
 #include "toolkit/Text.h"
@@ -42,11 +44,22 @@ nlohmann::json toJson(const PinAnswer& answer) {
             {"owner", orNull(answer.owner)}, {"remark", orNull(answer.remark)}};
 }
 
+/// "CLK EMU0, D0 EMU1".
+std::string lanesText(const PinList& pins) {
+    std::string text;
+    for (std::size_t i = 0; i < pins.size(); ++i) {
+        const std::size_t proc = i == 0 ? 0 : pins.size() - i;
+        text +=
+            (i == 0 ? "" : ", ") + toolkit::laneLabel({proc, pins.size() - 1, {}}) + " EMU" + std::to_string(pins[i]);
+    }
+    return text;
+}
+
 std::string toText(const PinAnswer& answer) {
     std::string text = "refused";
     if (answer.granted) {
-        text = "granted: clock " + std::to_string(answer.pins.front()) + ", data " + dataText(answer.pins) + " of " +
-               answer.pinout + (answer.owner.empty() ? "" : ", owned by " + answer.owner);
+        text = "granted: " + lanesText(answer.pins) + " of " + answer.pinout +
+               (answer.owner.empty() ? "" : ", owned by " + answer.owner);
     }
     return text + (answer.remark.empty() ? "" : ": " + answer.remark);
 }
@@ -139,7 +152,7 @@ void PinsCommand::forEachPinout(
 }
 
 void PinsCommand::printPlain(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers) const {
-    toolkit::Table pinouts({"pin-out", "kind", ">data pins", ">clock", "data (bit 0 first)"});
+    toolkit::Table pinouts({"pin-out", "kind", ">data pins", ">CLK EMU", "data EMU, D0 first"});
     forEachPinout(mapper, [&](const std::string& pinout, const std::string& of, const PinList& list) {
         pinouts.addRow({pinout, of, std::to_string(list.size() - 1), std::to_string(list.front()), dataText(list)});
     });
@@ -150,8 +163,8 @@ void PinsCommand::printPlain(const TracePinMapper& mapper, const std::vector<Pin
                          toText(answer)});
     }
     const std::size_t columns = outputColumns();
-    toolkit::printText(toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) + "\n\n" +
-                       pinouts.text(columns) + "\n" + requests.text(columns));
+    printResult(toolkit::masked(device.empty() ? "pin map file " + mapFile : "device " + device) + "\n\n" +
+                pinouts.text(columns) + "\n" + requests.text(columns));
 }
 
 void PinsCommand::printJson(const TracePinMapper& mapper, const std::vector<PinAnswer>& answers,
@@ -184,7 +197,11 @@ toolkit::ExitCode PinsCommand::listDevices() const {
         out["devices"].push_back({{"name", known}, {"note", note}});
         table.addRow({known, note});
     }
-    toolkit::printText(json ? toolkit::jsonText(out) : table.text(outputColumns()));
+    if (json) {
+        toolkit::printText(toolkit::jsonText(out));
+    } else {
+        printResult(table.text(outputColumns()));
+    }
     return toolkit::ExitCode::Done;
 }
 

@@ -169,12 +169,12 @@ std::optional<toolkit::Failure> RecordRun::interruption() const {
 std::optional<toolkit::Failure> RecordRun::fault() const {
     for (const WordCheck& check : result.checks.words) {
         if (check.errors != 0) {
-            return toolkit::Failure(toolkit::ExitCode::FaultsFound, wordsText(check));
+            return toolkit::Failure(toolkit::ExitCode::FaultsFound, wordsText(result, check));
         }
     }
     for (const WordCheck& check : result.checks.words) {
         if (calibratesOnly() && options.verify && !check.failure.empty()) {
-            return toolkit::Failure(toolkit::ExitCode::Failed, wordsText(check));
+            return toolkit::Failure(toolkit::ExitCode::Failed, wordsText(result, check));
         }
     }
     return std::nullopt;
@@ -229,8 +229,7 @@ void addVerification(Syntax& syntax, RecordOptions& options) {
         syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
     syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either")
-        .excludes(verify)
-        .rare();
+        .excludes(verify);
 }
 
 /// `orvtrace calibrate`.
@@ -308,17 +307,15 @@ void RecordCommand::setUp(Syntax& syntax) {
     addSettings(syntax, options.session);
     addCpu(syntax, options.session);
     syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends")
-        .needs(scenario)
-        .rare();
+        .needs(scenario);
     addPins(syntax, options.session.pins);
     addBuffer(syntax, options.session);
     const Option seconds =
-        syntax.addNumber("--seconds", options.seconds, "SECONDS", 0.0, 1e6, "Length of the recording (1)");
+        syntax.addSeconds("--seconds", options.seconds, 0.0, 1e6, "Length of the recording, such as 0.5 or 500ms (1)");
     const Option full = syntax.addFlag("--until-full", options.untilFull, "Record until the unit's buffer is full");
     full.excludes(seconds);
     syntax.addFlag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
-        .excludes(full)
-        .rare();
+        .excludes(full);
     syntax.addFlag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace").excludes(full);
     syntax.addWhole("--repeat", options.repeat, "N", 1, 9999, "Record N times on one calibration (1)");
     syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")

@@ -1,4 +1,5 @@
 #include "host/commands/Commands.h"
+#include "host/commands/TerminalText.h"
 #include "host/platform/Platform.h"
 #include "host/scenario/ScenarioFile.h"
 #include "toolkit/Format.h"
@@ -50,7 +51,7 @@ void explain(const Scenario& scenario) {
     const std::string options = expected(scenario, "options");
     table.addRow({"try", std::string("orvtrace ") + (expected(scenario, "soak").empty() ? "record" : "soak") +
                              " --scenario " + scenario.name + (options.empty() ? "" : " " + options)});
-    toolkit::printText(toolkit::masked(scenario.name + ": " + scenario.about) + "\n" + table.text(outputColumns()));
+    printResult(toolkit::masked(scenario.name + ": " + scenario.about) + "\n" + table.text(outputColumns()));
 }
 
 /// What the scenario's author expects, with each value in its own kind.
@@ -119,7 +120,7 @@ public:
             for (const Scenario& scenario : scenarios) {
                 table.addRow({scenario.name, scenario.about});
             }
-            toolkit::printText(table.text(outputColumns()));
+            printResult(table.text(outputColumns()));
         }
         return toolkit::ExitCode::Done;
     }

@@ -1,6 +1,6 @@
 #include "host/commands/SessionFlags.h"
 
-#include "host/commands/Suggestion.h"
+#include "toolkit/Suggestion.h"
 
 #include <algorithm>
 #include <cctype>
@@ -47,17 +47,30 @@ void addRunFlags(Syntax& syntax, SessionOptions& options) {
             const std::vector<std::string> known = settableProperties();
             const std::string name = text.substr(0, text.find('='));
             const bool isKnown = std::find(known.begin(), known.end(), name) != known.end();
-            return fault.empty() || isKnown ? fault : fault + suggestion(name, known);
-        });
+            return fault.empty() || isKnown ? fault : fault + toolkit::suggestion(name, known);
+        })
+        .common();
+    addNames(syntax, options.names);
     syntax.addOption("--out", options.out, "DIR", "Folder of the run (a new one, orvtrace-NAME)");
-    syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)").rare();
-    syntax.addFlag("--force", options.force, "Overwrite outputs that exist");
-    syntax.addFlag("--quiet", options.quiet, "No progress");
-    addStrict(syntax, options.strict).rare();
+    syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)").common();
+    addForce(syntax, options.force);
+    syntax.addFlag("--quiet", options.quiet, "No progress").common();
+    addStrict(syntax, options.strict);
 }
 
-Option addStrict(Syntax& syntax, bool& strict) {
-    return syntax.addFlag("--strict", strict, "Exit code 10 for the verdicts thin and unknown, too");
+void addStrict(Syntax& syntax, bool& strict) {
+    syntax.addFlag("--strict", strict, "Exit code 10 for the verdicts thin and unknown, too").common();
+}
+
+void addForce(Syntax& syntax, bool& force) {
+    syntax.addFlag("--force", force, "Overwrite outputs that exist").common();
+}
+
+void addNames(Syntax& syntax, std::string& names) {
+    syntax
+        .addOption("--names", names, "LIST|FILE",
+                   "Names of the pins: CLK,D3,D2,D1,D0, or D0=NET,EMU4=NET, or a file with a table [names]")
+        .common();
 }
 
 void checkSessionOptions(const SessionOptions& options) {

@@ -20,7 +20,11 @@ Option addErrorRate(Syntax& syntax, double& rate);
 /// --set, --out, --library, --force, --quiet, --strict.
 void addRunFlags(Syntax& syntax, SessionOptions& options);
 
-Option addStrict(Syntax& syntax, bool& strict);
+void addStrict(Syntax& syntax, bool& strict);
+/// --force of a command whose outputs may exist.
+void addForce(Syntax& syntax, bool& force);
+/// --names, as laneNamesOf() reads them.
+void addNames(Syntax& syntax, std::string& names);
 
 /// Checks combinations of options; throws Failure (Usage).
 void checkSessionOptions(const SessionOptions& options);

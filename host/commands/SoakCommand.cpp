@@ -25,7 +25,7 @@ void SoakCommand::setUp(Syntax& syntax) {
     syntax.footer("Without --settings the simulated unit is checked, scenario self-test.\n"
                   "Example: orvtrace soak --seconds 60");
     const Option seconds =
-        syntax.addNumber("--seconds", length.seconds, "SECONDS", 0.0, 1e7, "How long (10); the last round is finished");
+        syntax.addSeconds("--seconds", length.seconds, 0.0, 1e7, "How long (10); the last round is finished");
     syntax.addWhole("--rounds", length.rounds, "N", 1, 1000000000, "Do N rounds, however long that takes")
         .excludes(seconds);
     addScenario(syntax, options);

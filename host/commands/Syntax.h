@@ -3,7 +3,9 @@
 #include <concepts>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
@@ -21,8 +23,8 @@ public:
     const Option& oneOf(const std::vector<std::string>& values) const;
     const Option& needs(const Option& other) const;
     const Option& excludes(const Option& other) const;
-    /// Only named at the end of the help text, which has to fit a screen.
-    const Option& rare() const;
+    /// One that several commands have: their help names it in one line, and `orvtrace help options` explains it.
+    const Option& common() const;
 
 private:
     friend class Syntax;
@@ -45,6 +47,10 @@ public:
     /// A finite number from `lowest` to `highest`.
     Option addNumber(const char* name, double& value, const char* valueName, double lowest, double highest,
                      const char* about);
+    /// A time in seconds, plain or with a unit: "0.5", "500ms".
+    Option addSeconds(const char* name, double& value, double lowest, double highest, const char* about);
+    /// A rate in Hz, plain or with a unit: "50e6", "50MHz".
+    Option addHertz(const char* name, double& value, double lowest, double highest, const char* about);
     /// A whole number, decimal.
     template <std::unsigned_integral Number>
     Option addWhole(const char* name, Number& value, const char* valueName, std::uint64_t lowest, std::uint64_t highest,
@@ -59,6 +65,9 @@ public:
     Syntax addSubcommand(const char* name, const char* about, std::function<void()> chosen);
 
 private:
+    using Reader = std::optional<double> (*)(std::string_view);
+    Option addMeasure(const char* name, double& value, const char* valueName, Reader read, const char* kind,
+                      double lowest, double highest, const char* about);
     Option addWhole(const char* name, std::function<void(std::uint64_t)> store, const char* valueName,
                     std::uint64_t lowest, std::uint64_t highest, const char* about);
 

@@ -1,5 +1,7 @@
 #include "host/commands/Commands.h"
 #include "host/commands/SessionFlags.h"
+#include "host/commands/StandardStreams.h"
+#include "host/commands/TerminalText.h"
 #include "host/platform/Platform.h"
 #include "host/session/Receiver.h"
 #include "tdf/TdfFile.h"
@@ -74,11 +76,11 @@ void TdfCommand::setUp(Syntax& syntax) {
                                            [this] { chosen = &TdfCommand::extract; });
     extracts.footer("Example: orvtrace tdf extract trace.tdf trace.bin --number 2");
     extracts.addArgument(file, "FILE.tdf", "The trace data file");
-    extracts.addArgument(output, "FILE", "The new file");
+    extracts.addArgument(output, "FILE", "The new file, or - for the standard output");
     const Option byName =
         extracts.addOption("--section", section, "NAME", "The first section of this name (BinTraceData)");
     extracts.addWhole("--number", number, "N", 1, 1000000, "The section of this number in the list").excludes(byName);
-    extracts.addFlag("--force", force, "Overwrite the output when it exists");
+    addForce(extracts, force);
 
     Syntax creates = syntax.addSubcommand("create", "Make a trace data file, empty or with one section",
                                           [this] { chosen = &TdfCommand::create; });
@@ -87,7 +89,7 @@ void TdfCommand::setUp(Syntax& syntax) {
     const Option from = creates.addOption("--data", data, "FILE", "File whose bytes become a section's data");
     creates.addOption("--section", section, "NAME", "Its name (BinTraceData)").needs(from);
     creates.addWhole("--version", version, "N", 0, 0xFFFFFFFF, "Version of its contents (1)").needs(from);
-    creates.addFlag("--force", force, "Overwrite the file when it exists");
+    addForce(creates, force);
 }
 
 nlohmann::json toJson(const TdfSection& section) {
@@ -100,7 +102,7 @@ void TdfCommand::print(nlohmann::json more, const std::string& text) const {
         more.update(toolkit::resultHead(toolkit::ExitCode::Done));
         std::cout << toolkit::jsonText(more);
     } else {
-        toolkit::printText(text + "\n");
+        printResult(text + "\n");
     }
 }
 
@@ -148,7 +150,7 @@ toolkit::ExitCode TdfCommand::list() {
             table.addRow({std::to_string(i + 1), each.name, std::to_string(each.version), std::to_string(each.offset),
                           std::to_string(each.dataSize), toolkit::sizeText(each.dataSize)});
         }
-        toolkit::printText(table.text(outputColumns()));
+        printResult(table.text(outputColumns()));
     }
     if (!damage.empty()) {
         throw toolkit::Failure(failure);
@@ -186,9 +188,10 @@ toolkit::ExitCode TdfCommand::extract() {
     toolkit::requireReadable(toolkit::filePath(file));
     toolkit::CommandFiles files(force);
     files.read(toolkit::filePath(file));
-    files.write(toolkit::filePath(output));
+    const NamedOutputs outputs({output}, json);
+    outputs.test(files);
     const TdfSection found = wantedSection();
-    toolkit::writeOutputFile(toolkit::filePath(output), [&](std::ostream& out) {
+    outputs.write(output, [&](std::ostream& out) {
         std::vector<char> chunk(chunkBytes);
         std::uint32_t loaded = 0;
         for (std::uint32_t start = 0; start < found.dataSize; start += loaded) {
@@ -202,6 +205,9 @@ toolkit::ExitCode TdfCommand::extract() {
             out.write(chunk.data(), loaded);
         }
     });
+    if (output == standardStream) {
+        return toolkit::ExitCode::Done;
+    }
     print({{"file", file}, {"section", toJson(found)}, {"files", {{"data", output}}}},
           toolkit::countText(found.dataSize, "byte") + " of section " + toolkit::masked(found.name) + " in " +
               toolkit::masked(output));

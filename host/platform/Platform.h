@@ -17,6 +17,8 @@ std::string getEnvironment(const char* name);
 std::filesystem::path programFolder();
 /// "OrvRcvr.dll" or "OrvRcvr.so" for "OrvRcvr".
 std::string libraryFileName(const std::string& name);
+/// Between the folders of the variable PATH.
+char searchPathSeparator();
 
 unsigned processId();
 bool errorOutputIsTerminal();
@@ -32,6 +34,9 @@ bool outputTakesColour();
 void readInputAsBytes();
 /// From here on the standard output is written as bytes. No effect where it always is.
 void writeOutputAsBytes();
+
+/// Whether a program of this computer could listen on this TCP port of 127.0.0.1.
+bool portIsFree(unsigned short port);
 
 /// Makes a console show the program's output as UTF-8 during the object's life. No effect where every terminal does.
 class Utf8Console {

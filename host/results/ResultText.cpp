@@ -1,5 +1,6 @@
 #include "host/results/ResultText.h"
 
+#include "diagnosis/Diagnosis.h"
 #include "toolkit/Format.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
@@ -9,7 +10,7 @@
 
 #include <fmt/core.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <sstream>
 
@@ -18,35 +19,46 @@ namespace host {
 namespace {
 
 using diagnosis::CalFile;
-using diagnosis::CalPin;
 
-template <class Number>
-std::string orDash(const std::optional<Number>& value) {
-    if (!value) {
-        return "-";
-    }
-    if constexpr (std::is_floating_point_v<Number>) {
-        // A pin that never changes has no correlation.
-        return std::isfinite(*value) ? fmt::format("{:.3f}", *value) : std::string("-");
-    } else {
-        return std::to_string(*value);
-    }
+/// The files of the attempt, as far as there are any: of the result alone there is the report.
+diagnosis::DiagnosticSet setOf(const RecordResult& result, const CalFile& report) {
+    diagnosis::DiagnosticSet set;
+    set.names = result.names;
+    set.pinMap = result.pinMap;
+    set.base.cal = report;
+    return set;
 }
 
-std::string pinTable(const CalFile& report, std::vector<PinPlace> places, std::size_t columns) {
-    toolkit::Table table({"pin", ">emu", ">bit", ">delay", ">stretch", ">setup", ">hold", ">correlation"});
-    places.resize(report.pins.size());
-    for (std::size_t i = 0; i < report.pins.size(); ++i) {
-        const CalPin& pin = report.pins[i];
-        table.addRow({pin.name, orDash(places[i].emu), orDash(places[i].bit), orDash(pin.delay), orDash(pin.stretch),
-                      orDash(pin.setupMargin), orDash(pin.holdMargin), orDash(pin.correlationAtZero)});
+const diagnosis::FileGroup* groupOf(const RecordResult& result, std::optional<unsigned> setting) {
+    if (!result.set) {
+        return nullptr;
+    }
+    const auto& attempts = result.set->attempts;
+    const auto found = setting            ? std::find_if(attempts.begin(), attempts.end(),
+                                                         [&](const auto& group) { return group.setting == setting; })
+                       : attempts.empty() ? attempts.end()
+                                          : attempts.end() - 1;
+    const diagnosis::FileGroup* group = found != attempts.end() ? &*found : setting ? nullptr : &result.set->base;
+    return group != nullptr && group->cal ? group : nullptr;
+}
+
+/// The pins of the attempt at a setting; without one, of the attempt that counts.
+std::string pinTable(const RecordResult& result, std::optional<unsigned> setting, const CalFile& report,
+                     std::size_t columns) {
+    const diagnosis::FileGroup* group = groupOf(result, setting);
+    const diagnosis::DiagnosticSet alone = setOf(result, report);
+    toolkit::Table table(diagnosis::laneColumns());
+    for (const diagnosis::LaneRow& row :
+         group != nullptr ? laneRows(*result.set, *group) : laneRows(alone, alone.base)) {
+        table.addRow(diagnosis::laneCells(row));
     }
     return table.text(columns);
 }
 
-constexpr const char* legend = "Lengths are in samples of the capture unit. Setup margin: data stable before the\n"
-                               "clock edge; hold margin: after it. The correlation is with the first data pin, 1\n"
-                               "when both change together.\n";
+constexpr const char* legend =
+    "Lengths are in samples of the capture unit unless noted. Setup margin: the data are stable before the clock edge; "
+    "hold margin: after it. A smaller one than the limit is thin. The correlation is with the first data pin, 1 when "
+    "both change together.\n";
 
 /// Settings count from 0, so that their number would look like the last one's.
 std::string rangeText(const std::vector<diagnosis::FrequencySetting>& settings) {
@@ -104,14 +116,14 @@ void addRecordings(std::ostringstream& out, const RecordResult& result) {
 
 void addWords(std::ostringstream& out, const RecordResult& result) {
     for (std::size_t i = 0; i < result.checks.words.size(); ++i) {
-        out << (i == 0 ? "\n" : "") << toolkit::masked(wordsText(result.checks.words[i])) << "\n";
+        out << (i == 0 ? "\n" : "") << toolkit::masked(wordsText(result, result.checks.words[i])) << "\n";
     }
 }
 
-std::string lanesText(const diagnosis::WordCheck& check) {
+std::string lanesText(const SessionResult& result, const diagnosis::WordCheck& check) {
     std::vector<std::string> lanes;
     for (const diagnosis::LaneErrors& lane : check.lanes) {
-        std::string text = fmt::format("data {}: {}", lane.lane + 1, lane.errors);
+        std::string text = fmt::format("{}: {}", result.names.label(result.lane(lane.lane + 1)), lane.errors);
         if (lane.early + lane.late != 0) {
             text += fmt::format(" ({} early, {} late)", lane.early, lane.late);
         }
@@ -165,7 +177,7 @@ bool measured(const RecordResult& result) {
 
 std::string legendOf(const diagnosis::Rates& rates) {
     if (rates.known() && rates.belowAnalysis()) {
-        return "Below 10.1 MHz nothing is measured: the unit keeps its default settings. The values\n"
+        return "Below 10.1 MHz nothing is measured: the unit keeps its default settings. The values "
                "are those that its registers hold, not those of the calibration report.\n";
     }
     return legend;
@@ -173,7 +185,7 @@ std::string legendOf(const diagnosis::Rates& rates) {
 
 } // namespace
 
-std::string wordsText(const diagnosis::WordCheck& check) {
+std::string wordsText(const SessionResult& result, const diagnosis::WordCheck& check) {
     using When = diagnosis::WordCheck::When;
     std::string text = check.when == When::Before  ? "known words before the recording: "
                        : check.when == When::After ? "known words after the recording: "
@@ -183,7 +195,7 @@ std::string wordsText(const diagnosis::WordCheck& check) {
     }
     text += fmt::format("{} compared, {}", toolkit::countText(check.bits, "bit"),
                         check.errors == 0 ? "none wrong" : toolkit::countText(check.errors, "error")) +
-            lanesText(check) + fmt::format("; error rate below {:.2g}, with 95 % confidence", check.bound());
+            lanesText(result, check) + fmt::format("; error rate below {:.2g}, with 95 % confidence", check.bound());
     return check.failure.empty() ? text : text + "; " + check.failure;
 }
 
@@ -220,7 +232,7 @@ std::string resultText(const RecordResult& result, std::size_t columns) {
     addVerdict(out, result);
     addRejected(out, result);
     if (hasPins(result)) {
-        out << "\n" << pinTable(*result.calibration, placesOf(result.pinMap), columns);
+        out << "\n" << pinTable(result, {}, *result.calibration, columns);
         out << legendOf(result.calibration->rates);
     }
     addWords(out, result);
@@ -235,17 +247,16 @@ std::string attemptsText(const RecordResult& result, std::size_t columns) {
     }
     std::ostringstream out;
     out << headline(result);
-    const std::vector<PinPlace> places = placesOf(result.pinMap);
     for (const AttemptResult& entry : result.attempts) {
         const diagnosis::CalibrationAttempt& attempt = entry.attempt;
         out << "\nsetting " << attempt.setting << ", " << toolkit::frequencyText(attempt.hertz)
             << (entry.report ? samplesText(entry.report->rates) : "") << positionText(attempt.position) << "\n"
-            << (entry.report ? pinTable(*entry.report, places, columns) : "")
+            << (entry.report ? pinTable(result, attempt.setting, *entry.report, columns) : "")
             << (attempt.kept ? "accepted" : "rejected: " + toolkit::masked(diagnosis::plainReason(attempt.reason)))
             << "\n";
     }
     if (result.attempts.empty() && hasPins(result)) {
-        out << "\n" << pinTable(*result.calibration, places, columns);
+        out << "\n" << pinTable(result, {}, *result.calibration, columns);
     }
     if (hasPins(result)) {
         out << "\n" << legendOf(result.calibration->rates);

@@ -18,7 +18,7 @@ std::string resultText(const RecordResult& result, std::size_t columns);
 std::string attemptsText(const RecordResult& result, std::size_t columns);
 
 /// One comparison with known words, without its line's end.
-std::string wordsText(const diagnosis::WordCheck& check);
+std::string wordsText(const SessionResult& result, const diagnosis::WordCheck& check);
 
 /// The result for a script, attempts included, recordings excluded.
 nlohmann::json calibrationJson(const RecordResult& result);

@@ -2,6 +2,7 @@
 
 #include "toolkit/OutputFiles.h"
 #include "toolkit/Text.h"
+#include "toolkit/Units.h"
 
 #include <fmt/core.h>
 
@@ -27,6 +28,8 @@ std::string condensed(std::string text) {
     return text;
 }
 
+constexpr double smallestBuffer = 256.0 * 1024.0;
+
 /// Without any of these the receiver overwrites the file with its defaults.
 constexpr std::array neededKeys{"no_emu0",  "drm_type", "drm_key",         "is_sync",  "is_stop_on_full",
                                 "num_pins", "pin_map",  "bufsize_current", "drm_xmtr", "start_port"};
@@ -49,6 +52,9 @@ std::string settingsFault(const std::string& text) {
 std::optional<unsigned> bufferIndexOf(const std::string& text) {
     for (unsigned index = 0; index < bufferSizes.size(); ++index) {
         if (condensed(text) == condensed(bufferSizes[index])) {
+            return index;
+        }
+        if (toolkit::bytesOf(text) == smallestBuffer * static_cast<double>(1U << index)) {
             return index;
         }
     }

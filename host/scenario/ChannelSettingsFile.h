@@ -21,7 +21,7 @@ struct ChannelSettings {
 inline constexpr std::array bufferSizes{"256 KiB", "512 KiB", "1 MiB",  "2 MiB",  "4 MiB",
                                         "8 MiB",   "16 MiB",  "32 MiB", "64 MiB", "128 MiB"};
 
-/// Index of a size given as "4M", "4 MB", "4MiB" or "256k", in any case; nothing when there is no such size.
+/// Index of a size given as "4M", "4 MB", "4MiB", "256k" or in bytes, in any case; nothing when there is no such size.
 std::optional<unsigned> bufferIndexOf(const std::string& text);
 
 /// The requested trace pins.

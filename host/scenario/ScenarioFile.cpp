@@ -2,9 +2,11 @@
 
 #include "bench/scenarios/Scenario.h"
 #include "bench/scenarios/TomlText.h"
+#include "host/scenario/NamesFile.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
+#include "toolkit/Suggestion.h"
 #include "toolkit/Text.h"
 #include "toolkit/TextFile.h"
 
@@ -160,6 +162,7 @@ Scenario readScenario(const std::filesystem::path& file) {
     scenario.settings.bufferIndex = read.settings.buffer;
     scenario.settings.stopOnFull = read.settings.stopOnFull;
     scenario.settings.followTarget = read.settings.sync;
+    scenario.names = namesOfTable(read.names, scenario.file.string());
     scenario.traits = traitsOf(read);
     scenario.environment = read.environment;
     scenario.expect = read.expect;
@@ -191,6 +194,7 @@ std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::fil
     }
     const std::string known = toolkit::joined(names, ", ");
     throw Failure(ExitCode::BadInput, "there is no scenario '" + nameOrPath + "' in " + folder.string() +
+                                          toolkit::suggestion(nameOrPath, names) +
                                           (known.empty() ? std::string() : std::string("; there are: ") + known));
 }
 

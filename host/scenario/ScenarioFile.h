@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/scenario/ChannelSettingsFile.h"
+#include "toolkit/LaneNames.h"
 
 #include <filesystem>
 #include <map>
@@ -17,6 +18,7 @@ struct Scenario {
     std::string about;
     std::string cpu;
     ChannelSettings settings;
+    toolkit::LaneNames names;                       ///< of the pins
     std::vector<std::string> traits;                ///< properties of target, wiring, unit and server, in sentences
     std::map<std::string, std::string> environment; ///< variables of the run, by name
     std::map<std::string, std::string> expect;      ///< the result that its author expects

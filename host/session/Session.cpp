@@ -1,9 +1,11 @@
 #include "host/session/Session.h"
 
 #include "host/platform/InterruptAnswer.h"
+#include "host/scenario/NamesFile.h"
 #include "host/session/CalibrationTraces.h"
 #include "host/session/StartTurn.h"
 #include "toolkit/FilePath.h"
+#include "toolkit/Format.h"
 #include "toolkit/Remedy.h"
 #include "toolkit/TextFile.h"
 
@@ -101,8 +103,26 @@ void Session::checkInputs() {
         inputs.push_back(scenario->file);
     }
     result.scenario = scenario ? scenario->name : "";
+    takeNames();
     result.cpu = !options.cpu.empty() ? options.cpu : scenario ? scenario->cpu : "";
     placeRun();
+}
+
+void Session::takeNames() {
+    result.names = !options.names.empty() ? laneNamesOf(options.names)
+                   : scenario             ? scenario->names
+                                          : toolkit::LaneNames();
+    if (isNamesFile(options.names)) {
+        inputs.push_back(toolkit::filePath(options.names));
+    }
+    const std::optional<std::size_t> listed = result.names.listedPins();
+    const auto choice = pinChoiceOf(options.pins);
+    const std::size_t pins = choice ? choice->dataPins : scenario ? scenario->settings.dataPins : 0;
+    if (listed && pins != 0 && *listed != pins) {
+        throw Failure(ExitCode::Usage, "--names is a clock and " + toolkit::countText(*listed, "data pin") +
+                                           "; this run has " + std::to_string(pins) +
+                                           "; give the clock first, then the top bit");
+    }
 }
 
 void Session::requireInput(const fs::path& file, const char* what) {
@@ -304,6 +324,7 @@ void Session::calibrate(ProgressLine& line) {
     givenSettings = toolkit::readText(settingsFile);
     configured = true;
     result.checks = {};
+    result.checks.names = result.names;
     fs::remove(checksFile(), failed); // of an earlier calibration
     result.doctorTakes = asTyped(scenario ? folder->path() : stem);
     const auto finish = [&] {

@@ -24,6 +24,7 @@ struct SessionOptions {
     std::string out;                 ///< folder of the run
     std::string library = "OrvRcvr"; ///< name or path of the receiver
     std::string pins;                ///< as pinChoiceOf() reads it; empty: as in the settings
+    std::string names;               ///< of the pins, as laneNamesOf() reads them; empty: the scenario's
     std::vector<std::string> set;    ///< NAME=VALUE, properties of the channel that no settings file has
     std::string buffer;              ///< size of the unit's buffer; empty: as the settings say
     std::optional<bool> stopOnFull;  ///< nothing: as the settings say
@@ -72,6 +73,7 @@ public:
 private:
     void requireSettings() const;
     void requirePlay();
+    void takeNames();
     void requireInput(const std::filesystem::path& file, const char* what);
     void placeRun();
     void writeSettings();

@@ -1,10 +1,22 @@
 #include "host/session/SessionResult.h"
 
 #include "toolkit/JsonText.h"
+#include "toolkit/Text.h"
 
 namespace host {
 
 using nlohmann::json;
+
+toolkit::LanePlace SessionResult::lane(std::size_t proc) const {
+    const std::vector<std::string> map = toolkit::split(pinMap, ',');
+    const std::size_t mapped = map.empty() ? 0 : map.size() - 1;
+    const std::size_t dataPins = calibration ? calibration->pins.size() - 1 : mapped;
+    if (proc > dataPins || mapped != dataPins || map.empty()) {
+        return {proc, dataPins, {}};
+    }
+    // The clock, then bit 0 and up.
+    return {proc, dataPins, toolkit::numberOf<unsigned>(map[proc == 0 ? 0 : map.size() - proc])};
+}
 
 std::string SessionResult::file(const std::string& key) const {
     for (const NamedFile& each : files) {
@@ -31,6 +43,9 @@ json sessionJson(const SessionResult& result) {
     for (const auto& [name, value] : result.properties) {
         out["properties"].push_back({{"name", name}, {"value", value}});
     }
+    const std::size_t dataPins = result.lane(0).dataPins;
+    out["labels"] = toolkit::labelsJson(dataPins == 0 ? 0 : dataPins + 1,
+                                        [&](std::size_t proc) { return result.names.label(result.lane(proc)); });
     out["files"] = json::object();
     for (const NamedFile& each : result.files) {
         if (each.key == rawCopies) {

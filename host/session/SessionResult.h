@@ -6,6 +6,7 @@
 #include "diagnosis/verdict/RunVerdict.h"
 #include "host/session/RunProperties.h"
 #include "toolkit/ExitCode.h"
+#include "toolkit/LaneNames.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -40,6 +41,7 @@ struct SessionResult {
     std::string scenario; ///< empty without the bench
     std::string cpu;
     std::string pinMap;
+    toolkit::LaneNames names;            ///< that the user gave the pins
     std::vector<SetProperty> properties; ///< of the channel, that no settings file has
 
     bool calibrated = false;
@@ -53,12 +55,15 @@ struct SessionResult {
     /// Beyond the receiver's own checks. Its code and failure are set when the work is done.
     diagnosis::RunChecks checks;
     std::optional<diagnosis::RunVerdict> verdict; ///< when all has ended
+    std::optional<diagnosis::DiagnosticSet> set;  ///< the files that it was decided from; nothing if there are none
 
     std::vector<NamedFile> files;
     std::string doctorTakes; ///< argument of `orvtrace doctor` and `report` for this run; empty before any calibration
     std::vector<std::string> notes;    ///< remarks on these results for the user
     std::vector<std::string> troubles; ///< unreadable diagnostic files: "FILE:LINE: WHAT"
 
+    /// A sampled pin, by the pin map.
+    toolkit::LanePlace lane(std::size_t proc) const;
     /// Empty without a file of this key.
     std::string file(const std::string& key) const;
     /// The failure for a result that has one.
@@ -66,7 +71,7 @@ struct SessionResult {
 };
 
 /// The part that all sessions have for a script: the head of the object, "scenario", "properties",
-/// "files", "notes", "damaged", "verdict".
+/// "labels", "files", "notes", "damaged", "verdict".
 nlohmann::json sessionJson(const SessionResult& result);
 
 } // namespace host

@@ -69,7 +69,7 @@ TEST_F(ARun, IsDiagnosed) {
     const Outcome broken = refused->run({"doctor", refused->file("run").string()});
     EXPECT_EQ(broken.code, 10) << broken.errors;
     EXPECT_THAT(broken.output, HasSubstr("swapped-pins: not calibrated"));
-    EXPECT_THAT(broken.output, HasSubstr("fault: data 3 (EMU2) and data 4 (EMU1) are swapped"));
+    EXPECT_THAT(broken.output, HasSubstr("fault: D1 (EMU2) and D0 (EMU1) are swapped"));
     EXPECT_THAT(broken.output, HasSubstr("  evidence: verification of setting 1 (50 MHz), pattern ramp: "));
     const Outcome json = refused->run({"doctor", "--json", refused->file("run").string()});
     EXPECT_EQ(json.json.at("findings").at(0).at("kind"), "pins-swapped");
@@ -131,7 +131,7 @@ TEST_F(ARun, WhatIsWrongIsOneLineAndItsCode) {
              {{"report"}, 2, "--help"},
              {{"doctor"}, 2, "--help"},
              {{"burst", burst()}, 2, "give one or more of --vcd FILE, --sr FILE, --csv FILE, --svg FILE"},
-             {{"burst", burst(), "--vcd", "-", "--csv", "-"}, 2, "the standard output takes one file"},
+             {{"burst", burst(), "--vcd", "-", "--csv", "-"}, 2, "can hold one output only"},
              {{"burst", burst(), "--csv", out, "--pins", "data9"}, 2, "there is no pin"},
              {{"burst", burst(), "--csv", out, "--from", "9000"}, 2, "8192 samples"},
              {{"report", none}, 3, "no diagnostic files at "},

@@ -87,11 +87,28 @@ bool reports(const Tokens& tokens, std::size_t index) {
 
 /// Texts that need no explanation: help of orvtrace, what a compiler prints, steps in the log.
 bool explainsItself(const Tokens& tokens, std::size_t index) {
-    static const std::set<std::string> calls{
-        "addArgument", "addOptionalArgument", "addOption",     "addRepeatable", "addFlag",      "addNumber",
-        "addWhole",    "addSubcommand",       "add_flag",      "set_help_flag", "footer",       "app",
-        "Command",     "DiagnosisCommand",    "static_assert", "logMessage",    "logMessageAt", "logStep",
-        "logEntry"};
+    static const std::set<std::string> calls{"addArgument",
+                                             "addOptionalArgument",
+                                             "addOption",
+                                             "addRepeatable",
+                                             "addFlag",
+                                             "addNumber",
+                                             "addSeconds",
+                                             "addHertz",
+                                             "add_option_function",
+                                             "addWhole",
+                                             "addSubcommand",
+                                             "add_flag",
+                                             "set_help_flag",
+                                             "footer",
+                                             "app",
+                                             "Command",
+                                             "DiagnosisCommand",
+                                             "static_assert",
+                                             "logMessage",
+                                             "logMessageAt",
+                                             "logStep",
+                                             "logEntry"};
     return isCallOf(calls, tokens, index);
 }
 

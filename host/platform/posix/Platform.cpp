@@ -8,7 +8,9 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <limits>
+#include <netinet/in.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 
@@ -110,9 +112,30 @@ bool outputTakesColour() {
     return isatty(STDOUT_FILENO) != 0 && !terminal.empty() && terminal != "dumb";
 }
 
+char searchPathSeparator() {
+    return ':';
+}
+
 void readInputAsBytes() {}
 
 void writeOutputAsBytes() {}
+
+bool portIsFree(unsigned short port) {
+    const int made = socket(AF_INET, SOCK_STREAM, 0);
+    if (made < 0) {
+        return false;
+    }
+    // As a server does: a connection that was closed a moment ago is no obstacle.
+    const int reuse = 1;
+    setsockopt(made, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool bound = bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    close(made);
+    return bound;
+}
 
 void watchInterrupts() {
     struct sigaction action{};

@@ -5,6 +5,7 @@
 #include "toolkit/FilePath.h"
 
 #include <windows.h>
+#include <winsock2.h>
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -127,12 +128,35 @@ bool outputTakesColour() {
            SetConsoleMode(console, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
 }
 
+char searchPathSeparator() {
+    return ';';
+}
+
 void readInputAsBytes() {
     _setmode(_fileno(stdin), _O_BINARY);
 }
 
 void writeOutputAsBytes() {
     _setmode(_fileno(stdout), _O_BINARY);
+}
+
+bool portIsFree(unsigned short port) {
+    WSADATA started{};
+    if (WSAStartup(MAKEWORD(2, 2), &started) != 0) {
+        return false;
+    }
+    const SOCKET made = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool bound =
+        made != INVALID_SOCKET && bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (made != INVALID_SOCKET) {
+        closesocket(made);
+    }
+    WSACleanup();
+    return bound;
 }
 
 void watchInterrupts() {

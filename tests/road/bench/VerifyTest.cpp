@@ -98,7 +98,7 @@ TEST(Verify, ADefectPastTheReceiversOwnVerificationIsFoundOnItsLane) {
                                      "[[unit.cell]]\nbyte = 0x50001\nbit = 5\n");
     const Outcome run = verify(space, scenario.string(), "8e-7");
     EXPECT_EQ(run.code, 10) << run.errors;
-    EXPECT_THAT(run.errors, HasSubstr("1 error; data 3: 1"));
+    EXPECT_THAT(run.errors, HasSubstr("1 error; D1: 1"));
     const json words = run.json.at("words").at(0);
     EXPECT_EQ(words.at("errors"), 1);
     EXPECT_THAT(lanesOf(words), ElementsAre("data3"));

@@ -14,8 +14,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},        {"record"}, {"calibrate"},   {"verify"},         {"soak"},          {"report"}, {"doctor"},   {"burst"},
-    {"check"}, {"tdf"},    {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"}, {"pins"},   {"scenarios"}};
+    {},        {"record"},    {"calibrate"}, {"verify"}, {"soak"},        {"report"},         {"doctor"},
+    {"burst"}, {"bursts"},    {"check"},     {"tdf"},    {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"},
+    {"pins"},  {"scenarios"}, {"probe"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
     const RunSpace space;
@@ -73,7 +74,7 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
             EXPECT_THAT(word,
                         testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]", "N",
-                                       "N|LIST", "LIST", "SIZE", "SECONDS", "RATE", "KIND", "TEXT", "NAME=VALUE"))
+                                       "N|LIST", "LIST", "SIZE", "TIME", "RATE", "KIND", "TEXT", "NAME=VALUE"))
                 << arguments.front();
             ++count;
         }
@@ -85,7 +86,7 @@ TEST(CommandLine, EverySubcommandStandsInTheHelpAndInTheDocument) {
     const RunSpace space;
     const std::string help = space.run({"--help"}).output;
     const std::string page = readBytes(ORV_TOOL_PAGE);
-    EXPECT_THAT(help, HasSubstr("Exit codes:"));
+    EXPECT_THAT(help, HasSubstr("orvtrace help exit-codes"));
     for (const std::vector<std::string>& command : allCommands) {
         if (command.size() != 1) {
             continue;
@@ -123,6 +124,48 @@ TEST(CommandLine, VersionNamesBuildCompilerAndSystem) {
     for (const char* key : {"version", "build", "compiler", "system"}) {
         EXPECT_FALSE(json.json.at(key).get<std::string>().empty()) << key;
     }
+}
+
+TEST(CommandLine, HelpAndVersionAreWordsToo) {
+    const RunSpace space;
+    EXPECT_EQ(space.run({"help"}).output, space.run({"--help"}).output);
+    EXPECT_EQ(space.run({"help", "record"}).output, space.run({"record", "--help"}).output);
+    EXPECT_EQ(space.run({"help", "tdf", "list"}).output, space.run({"tdf", "list", "-h"}).output);
+    EXPECT_EQ(space.run({"version"}).output, space.run({"--version"}).output);
+    EXPECT_EQ(space.run({"-V"}).output, space.run({"--version"}).output);
+    EXPECT_THAT(space.run({"help", "exit-codes"}).output, HasSubstr("10  done, faults were found"));
+    const std::string options = space.run({"help", "options"}).output;
+    for (const char* option :
+         {"--names LIST|FILE", "--color WHEN", "--force", "--strict", "--json", "--set NAME=VALUE"}) {
+        EXPECT_THAT(options, HasSubstr(std::string("\n  ") + option + " "));
+    }
+    const Outcome wrong = space.run({"help", "recrod"});
+    EXPECT_EQ(wrong.code, 2);
+    EXPECT_THAT(wrong.errors, HasSubstr("there is no subcommand 'recrod'; did you mean record?"));
+}
+
+TEST(CommandLine, ColourIsWrittenWhereItIsAskedForOnly) {
+    const RunSpace space;
+    EXPECT_THAT(space.run({"probe", "--bench", "--color", "always"}).output, HasSubstr("\x1b[32mok"));
+    EXPECT_THAT(space.run({"probe", "--bench"}).output, testing::Not(HasSubstr("\x1b")));
+    EXPECT_EQ(space.run({"probe", "--color", "blue"}).code, 2);
+}
+
+TEST(CommandLine, AnUnknownScenarioHasASuggestion) {
+    EXPECT_THAT(saidTo({"record", "--scenario", "bench-cabel"}), HasSubstr("; did you mean bench-cable?"));
+}
+
+TEST(Probe, SaysOfEachPartWhatIsThereAndWhatToDo) {
+    const RunSpace space;
+    const Outcome good = space.run({"probe", "--bench", "--json"});
+    EXPECT_EQ(good.code, 0) << good.output;
+    EXPECT_EQ(good.json.at("wouldStart"), true);
+    EXPECT_GE(good.json.at("parts").size(), 9U);
+    const Outcome bad = space.run({"probe", "--bench", "--library", space.file("none.so").string()});
+    EXPECT_EQ(bad.code, 4);
+    EXPECT_THAT(bad.output, HasSubstr("missing  receiver-library"));
+    EXPECT_THAT(bad.output, HasSubstr("do: install it there"));
+    EXPECT_THAT(bad.output, HasSubstr("a run would not start: receiver-library is missing"));
 }
 
 TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
@@ -226,11 +269,16 @@ TEST(CommandLine, WrongUsageIsReportedInTheWordsOfTheHelp) {
 }
 
 TEST(CommandLine, NumbersHaveOneRule) {
-    for (const char* text : {"abc", "nan", "inf", "-inf", "1s", "1 ", " 1", "1,5", "--1", "0x10"}) {
+    for (const char* text : {"abc", "nan", "inf", "-inf", "1x", "1 ", " 1", "1,5", "--1", "0x10"}) {
         EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--seconds=" + std::string(text)}),
-                  "orvtrace: --seconds: '" + std::string(text) + "' is not a number");
+                  "orvtrace: --seconds: '" + std::string(text) + "' is not a time, such as 2, 500ms or 1min");
+        EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--verify", "--error-rate=" + std::string(text)}),
+                  "orvtrace: --error-rate: '" + std::string(text) + "' is not a number");
     }
-    EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--seconds", ""}), "orvtrace: --seconds: '' is not a number");
+    EXPECT_EQ(saidTo({"check", "x", "--clock", "50mHz"}),
+              "orvtrace: --clock: '50mHz' is not a rate, such as 50e6 or 50MHz");
+    EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--seconds", "300h"}),
+              "orvtrace: --seconds: must be from 0 to 1000000");
     for (const char* text : {"-0.1", "1000001", "1e7", "1e300", "1e999"}) {
         EXPECT_EQ(saidTo({"record", "--scenario", "clean", "--seconds=" + std::string(text)}),
                   "orvtrace: --seconds: must be from 0 to 1000000");
@@ -318,6 +366,7 @@ TEST(Inputs, AFolderInABurstsPlaceNamesTheBurstsInIt) {
     const std::vector<std::string> arguments{"burst", folder.string(), "--vcd", space.file("x.vcd").string()};
     std::filesystem::create_directories(folder / "data");
     EXPECT_THAT(space.run(arguments).errors, HasSubstr(" is a folder without a burst"));
+    EXPECT_EQ(space.run({"bursts", folder.string()}).code, 3);
     const auto second = space.write("run/data/b.cap.txt", "");
     const auto first = space.write("run/data/a.freq1.cap.txt", "");
     const Outcome run = space.run(arguments);

@@ -39,7 +39,7 @@ TEST(Pins, OneWishIsGrantedOrRefusedWithItsReason) {
     const RunSpace space;
     const Outcome granted = space.run({"pins", "--device", "bench/app", "--kind", "pti", "--pins", "0,1,2"});
     EXPECT_EQ(granted.code, 0) << granted.errors;
-    EXPECT_THAT(granted.output, HasSubstr("granted: clock 0, data 1,2 of connector"));
+    EXPECT_THAT(granted.output, HasSubstr("granted: CLK EMU0, D0 EMU1, D1 EMU2 of connector"));
     const Outcome refused = space.run({"pins", "--device", "bench/app", "--kind", "pti", "--pins", "4,5"});
     EXPECT_EQ(refused.code, 5);
     EXPECT_THAT(refused.output, HasSubstr("refused: no pin-out puts pti on just these pins; with 1 data pin there are "

@@ -36,17 +36,17 @@ TEST_F(ARunWithAStuckPin, IsJudgedFromItsFolderItsStemAndItsFiles) {
         ASSERT_EQ(found.findings.size(), 1U) << place;
         EXPECT_EQ(found.findings[0].kind, diagnosis::FindingKind::PinStuck);
         EXPECT_EQ(found.findings[0].pins, std::vector<std::size_t>{2});
-        EXPECT_EQ(found.findings[0].text, "data 2 (EMU3) is stuck at 0");
+        EXPECT_EQ(found.findings[0].text, "D0 (EMU3) is stuck at 0");
     }
 }
 
 TEST_F(ARunWithAStuckPin, IsReportedAsTextAsJsonAndAsAPage) {
     const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(folder.path);
     const diagnosis::Diagnosis found = diagnosis::diagnose(set);
-    EXPECT_THAT(diagnosis::diagnosisText(set, found), HasSubstr("fault: data 2 (EMU3) is stuck at 0\n"));
+    EXPECT_THAT(diagnosis::diagnosisText(set, found), HasSubstr("fault: D0 (EMU3) is stuck at 0\n"));
     EXPECT_EQ(diagnosis::diagnosisJson(set, found).at("findings").at(0).at("kind"), "pin-stuck");
-    EXPECT_THAT(diagnosis::reportPage(set, found), HasSubstr("Data 2 (EMU3) is stuck at 0"));
-    EXPECT_TRUE(std::filesystem::exists(diagnosis::writeReport(folder.path, {}, false).file));
+    EXPECT_THAT(diagnosis::reportPage(set, found), HasSubstr("D0 (EMU3) is stuck at 0"));
+    EXPECT_TRUE(std::filesystem::exists(diagnosis::writeReport(folder.path, {}).file));
 }
 
 TEST_F(ARunWithAStuckPin, LeavesABurstThatCanBeExported) {

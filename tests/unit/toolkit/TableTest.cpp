@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace toolkit {
 namespace {
 
@@ -49,7 +51,35 @@ TEST(Table, AColumnThatIsTooNarrowToWrapStaysWhole) {
 }
 
 TEST(Wrapped, AWordThatIsTooLongStaysWhole) {
-    EXPECT_EQ(wrapped("aaaa abcdefghij b", 6, 2), "aaaa\n  abcdefghij b");
+    EXPECT_EQ(wrapped("aaaa abcdefghij b", 6, 2), "aaaa\n  abcdefghij\n  b");
+    EXPECT_EQ(wrapped("  abcdefghij b", 6, 4), "  abcdefghij\n    b");
+}
+
+TEST(Table, ColumnsThatDoNotFitFollowBelowWithTheFirstOne) {
+    Table table({"pin", ">delay", ">stretch", ">correlation"});
+    table.addRow({"CLK", "29", "0", "-"});
+    table.addRow({"D0", "3", "2", "1.000"});
+    EXPECT_EQ(table.text(24), "pin  delay  stretch\n"
+                              "CLK     29        0\n"
+                              "D0       3        2\n"
+                              "\n"
+                              "pin  correlation\n"
+                              "CLK            -\n"
+                              "D0         1.000\n");
+    EXPECT_EQ(table.text(33), table.text()) << "it fits to the letter";
+}
+
+TEST(Table, NoLineExceedsAnyUsualTerminal) {
+    Table table(
+        {"pin", ">EMU", ">setup / hold", ">in ns", ">limit", ">delay", ">stretch", ">filter / plateau", "remark"});
+    table.addRow(
+        {"TRACEDATA3", "4", "6.2 / 5.4", "4.4 / 3.9", "1.9", "3", "2", "7 / 7", "a remark of several words, as usual"});
+    for (std::size_t width = 60; width <= 200; ++width) {
+        std::istringstream lines(table.text(width));
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_LE(line.size(), width) << line;
+        }
+    }
 }
 
 } // namespace

@@ -26,17 +26,20 @@ std::string failureOf(std::size_t from, std::size_t to, const std::string& pins)
     return "no failure";
 }
 
-TEST(BurstPart, PinsCanBeNamedInThreeWaysAndStandInTheOrderGiven) {
+TEST(BurstPart, PinsCanBeNamedInFiveWaysAndStandInTheOrderGiven) {
     EXPECT_THAT(partOf(threePins(), 0, 0, "").pins, ElementsAre(0U, 1U, 2U));
     EXPECT_THAT(partOf(threePins(), 0, 0, "data2, clock,P1").pins, ElementsAre(2U, 0U, 1U));
+    EXPECT_THAT(partOf(threePins(), 0, 0, "D0,CLK").pins, ElementsAre(2U, 0U));
+    const auto names = toolkit::LaneNames::parse("TCLK,TD1,TD0");
+    EXPECT_THAT(partOf(threePins(), 0, 0, "TD0,D1,clock", names).pins, ElementsAre(2U, 1U, 0U));
     EXPECT_THAT(partOf(threePins(), 0, 0, "2").pins, ElementsAre(2U));
     EXPECT_EQ(partOf(threePins(), 2, 0, "").to, 8U);
 }
 
 TEST(BurstPart, WhatIsNotThereIsRefusedWithWhatIs) {
-    EXPECT_EQ(failureOf(0, 0, "data3"), "--pins: there is no pin \"data3\"; this burst has clock and data1 to data2");
-    EXPECT_EQ(failureOf(0, 0, "clock,,data1"), "--pins: there is no pin \"\"; this burst has clock and data1 to data2");
-    EXPECT_EQ(failureOf(0, 0, "0,clock"), "--pins names clock twice");
+    EXPECT_EQ(failureOf(0, 0, "data3"), "--pins: there is no pin \"data3\"; this burst has CLK, D1 and D0");
+    EXPECT_EQ(failureOf(0, 0, "clock,,data1"), "--pins: there is no pin \"\"; this burst has CLK, D1 and D0");
+    EXPECT_EQ(failureOf(0, 0, "0,clock"), "--pins names CLK twice");
     const std::string part = "--from and --to must name a part of the 8 samples: 0 <= from < to <= 8";
     EXPECT_EQ(failureOf(0, 9, ""), part);
     EXPECT_EQ(failureOf(4, 4, ""), part);
@@ -50,8 +53,8 @@ TEST(Vcd, HoldsTheFirstLevelsTheChangesAndTheEnd) {
     EXPECT_EQ(out.str(), "$comment 1.4e+09 samples a second, first sample 0 $end\n"
                          "$timescale 1 ps $end\n"
                          "$scope module burst $end\n"
-                         "$var wire 1 ! clock $end\n"
-                         "$var wire 1 \" data2 $end\n"
+                         "$var wire 1 ! CLK $end\n"
+                         "$var wire 1 \" D0 $end\n"
                          "$upscope $end\n"
                          "$enddefinitions $end\n"
                          "#0\n$dumpvars\n0!\n1\"\n$end\n"
@@ -84,11 +87,18 @@ TEST(Vcd, WithoutAFrequencyTheUsualClockIsTakenAndSaid) {
     EXPECT_THAT(out.str(), HasSubstr("#714\n1!\n"));
 }
 
+TEST(Vcd, NamesOfTheBoardAreThoseOfTheWires) {
+    const Burst burst = threePins();
+    std::ostringstream out;
+    writeVcd(out, burst, partOf(burst, 0, 4, "", toolkit::LaneNames::parse("EMU4=TRACE[1],CLK=TCLK")));
+    EXPECT_THAT(out.str(), HasSubstr("! TCLK $end\n$var wire 1 \" TRACE[1] $end\n$var wire 1 # D0 $end\n"));
+}
+
 TEST(Csv, HasALineForEachSample) {
     const Burst burst = threePins();
     std::ostringstream out;
     writeCsv(out, burst, partOf(burst, 1, 4, ""));
-    EXPECT_EQ(out.str(), "sample,nanoseconds,clock,data1,data2\n"
+    EXPECT_EQ(out.str(), "sample,nanoseconds,CLK,D1,D0\n"
                          "1,0.714,0,1,1\n"
                          "2,1.429,1,0,1\n"
                          "3,2.143,1,1,1\n");

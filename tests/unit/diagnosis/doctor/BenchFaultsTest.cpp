@@ -33,8 +33,8 @@ TEST(BenchFaults, APinThatIsStuckIsNamedWithItsLevel) {
             EXPECT_THAT(kindsOf(diagnosis), ElementsAre("pin-stuck"));
             const diagnosis::Finding& finding = findingOf(diagnosis, "pin-stuck");
             EXPECT_THAT(finding.pins, ElementsAre(procOf(emu)));
-            EXPECT_EQ(finding.text, "data " + std::to_string(procOf(emu)) + " (EMU" + std::to_string(emu) +
-                                        ") is stuck at " + std::to_string(level));
+            EXPECT_EQ(finding.text, "D" + std::to_string(emu - 1) + " (EMU" + std::to_string(emu) + ") is stuck at " +
+                                        std::to_string(level));
             EXPECT_THAT(finding.evidence.front(), HasSubstr("8192 samples at " + std::to_string(level)));
         }
     }
@@ -100,7 +100,7 @@ TEST(BenchFaults, APinThatComesBitsLateOrEarlyIsNamedWithItsSign) {
     const diagnosis::Diagnosis late = BenchFiles(skewedBy(18.0)).diagnose();
     EXPECT_THAT(kindsOf(late), ElementsAre("pin-late"));
     EXPECT_THAT(findingOf(late, "pin-late").pins, ElementsAre(procOf(3)));
-    EXPECT_EQ(findingOf(late, "pin-late").text, "data 2 (EMU3) is 2 bits late against most other pins");
+    EXPECT_EQ(findingOf(late, "pin-late").text, "D2 (EMU3) is 2 bits late against most other pins");
     const diagnosis::Diagnosis early = BenchFiles(skewedBy(-18.0)).diagnose();
     EXPECT_THAT(kindsOf(early), ElementsAre("pin-early"));
     EXPECT_THAT(findingOf(early, "pin-early").pins, ElementsAre(procOf(3)));
@@ -118,7 +118,7 @@ TEST(BenchFaults, APinThatIsOneBitLateIsNamedWithItsSign) {
     EXPECT_THAT(files.failure, HasSubstr("failed calibration pattern test"));
     const diagnosis::Diagnosis diagnosis = files.diagnose();
     EXPECT_THAT(findingOf(diagnosis, "pin-late").pins, ElementsAre(procOf(2)));
-    EXPECT_EQ(findingOf(diagnosis, "pin-late").text, "data 3 (EMU2) is a bit late against most other pins");
+    EXPECT_EQ(findingOf(diagnosis, "pin-late").text, "D1 (EMU2) is a bit late against most other pins");
 }
 
 TEST(BenchFaults, AnOpenPinIsToldFromItsBurst) {

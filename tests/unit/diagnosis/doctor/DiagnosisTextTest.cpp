@@ -20,7 +20,7 @@ TEST(DiagnosisText, AFaultHasItsEvidenceAndWhatToCheck) {
     const auto set = files.read();
     const std::string text = diagnosis::diagnosisText(set, diagnosis::diagnose(set));
     EXPECT_THAT(text,
-                HasSubstr("trace: not calibrated\n1 fault found\n\nfault: no trace clock was measured at the clock "));
+                HasSubstr("trace: not calibrated\n1 fault found\n\nfault: no trace clock was measured at the CLK "));
     EXPECT_THAT(text, HasSubstr("\n  evidence: trace.cal.txt: exportFrequency 0 Hz, and no setting was tried"));
     EXPECT_THAT(text, HasSubstr("If not, no clock arrives: Is the target powered"));
     EXPECT_THAT(text, HasSubstr("There is no verification recording"));

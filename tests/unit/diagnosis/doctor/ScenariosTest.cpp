@@ -65,7 +65,7 @@ TEST(Scenario, TheSwappedPinsAreTheOnesThatTheWiringSwaps) {
     const diagnosis::Diagnosis diagnosis = files.diagnose();
     const diagnosis::Finding& finding = findingOf(diagnosis, "pins-swapped");
     EXPECT_THAT(finding.pins, ElementsAre(3U, 4U));
-    EXPECT_EQ(finding.text, "data 3 (EMU2) and data 4 (EMU1) are swapped");
+    EXPECT_EQ(finding.text, "D1 (EMU2) and D0 (EMU1) are swapped");
     EXPECT_EQ(finding.evidence.size(), 2U) << "one line for each attempt";
 }
 

@@ -42,7 +42,7 @@ TEST(SharedFaults, AnOpenClockIsNamedAndNoDataPinIs) {
     EXPECT_THAT(kindsOf(diagnosis), ElementsAre("clock-suspect"));
     const diagnosis::Finding& finding = findingOf(diagnosis, "clock-suspect");
     EXPECT_THAT(finding.pins, ElementsAre(0U));
-    EXPECT_EQ(finding.text, "check the clock (EMU0) pin first: the data pins do not follow it");
+    EXPECT_EQ(finding.text, "check the CLK (EMU0) pin first: the data pins do not follow it");
     EXPECT_THAT(finding.evidence, Contains(HasSubstr("the data change every 14 samples, as with a clock of 50 MHz, ")));
     EXPECT_THAT(finding.evidence, Contains(HasSubstr("the data pins follow each other")));
     EXPECT_THAT(finding.evidence, Contains(HasSubstr("settings 1 and 0 were measured at the same rate, ")));
@@ -58,7 +58,7 @@ TEST(SharedFaults, AClockThatJittersIsNamedAndNotTheLengthsOfTheWires) {
         const diagnosis::Diagnosis diagnosis = BenchFiles(withClock(clock, {50e6})).diagnose();
         EXPECT_THAT(kindsOf(diagnosis), ElementsAre("clock-suspect")) << jitter;
         EXPECT_THAT(findingOf(diagnosis, "clock-suspect").evidence,
-                    Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on data 1"))));
+                    Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on D3"))));
     }
 }
 
@@ -69,7 +69,7 @@ TEST(SharedFaults, AClockWithPulsesOfItsOwnIsNamedWithTheMarginThatItCosts) {
     const diagnosis::Diagnosis diagnosis = BenchFiles(withClock(clock)).diagnose();
     const diagnosis::Finding& finding = findingOf(diagnosis, "margin-too-small");
     EXPECT_THAT(finding.remedy, HasSubstr("Check the clock's wire first"));
-    EXPECT_THAT(finding.evidence, Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on data 1"))));
+    EXPECT_THAT(finding.evidence, Contains(AllOf(HasSubstr("the clock's changes are "), HasSubstr(" on D3"))));
 }
 
 TEST(SharedFaults, NoiseOnAllWiresIsOneFinding) {

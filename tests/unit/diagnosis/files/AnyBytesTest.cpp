@@ -139,7 +139,8 @@ TEST(AnyBytes, RegisterDumpsNeverCrashTheReader) {
     survivesAll("\n0x08000000=0x0000\n0x0800811e=0x841f\n0x08008100=0x8602\n", [](const std::string& text) {
         const RegisterDump dump = parseRegisters(text, "any.txt");
         for (const RegisterValue& entry : dump) {
-            EXPECT_FALSE(describe(entry, channelOf(dump)).name.empty());
+            EXPECT_FALSE(
+                describe(entry, channelOf(dump), [](std::size_t proc) { return std::to_string(proc); }).name.empty());
         }
         pinRegisters(dump, channelOf(dump), 1);
     });

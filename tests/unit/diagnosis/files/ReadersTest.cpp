@@ -111,8 +111,6 @@ TEST(BurstFile, PinsAndLevelsAreRead) {
     EXPECT_EQ(burst.pins[1].levels, (std::vector<std::uint8_t>{0, 1, 0, 1}));
     EXPECT_EQ(emuOfInput(burst.pins[1].rcvrpin), 4);
     EXPECT_EQ(emuOfInput(99), -1);
-    EXPECT_EQ(pinName(0), "clock");
-    EXPECT_EQ(pinName(3), "data 3");
 }
 
 TEST(BurstFile, DamageIsNamedByFileLineAndWhat) {
@@ -133,6 +131,11 @@ TEST(BurstFile, DamageIsNamedByFileLineAndWhat) {
               "folder again");
 }
 
+/// Of a run with four data pins.
+RegisterText described(const RegisterValue& entry, unsigned channel) {
+    return describe(entry, channel, [](std::size_t proc) { return toolkit::laneLabel({proc, 4, {}}); });
+}
+
 TEST(RegisterFile, RegistersHaveNamesAndMeanings) {
     const RegisterDump dump =
         parseRegisters("\n0x08000000=0x0000\n0x08000008=0x0000\n0x0800000c=0x0000\n"
@@ -143,16 +146,16 @@ TEST(RegisterFile, RegistersHaveNamesAndMeanings) {
     ASSERT_EQ(dump.size(), 13U);
     const unsigned channel = channelOf(dump);
     EXPECT_EQ(channel, 0U);
-    EXPECT_EQ(describe(dump[7], channel).name, "clock input");
-    EXPECT_EQ(describe(dump[7], channel).meaning, "enabled, input 4 (EMU0), delay 31");
-    EXPECT_EQ(describe(dump[8], channel).name, "data 1 input");
-    EXPECT_EQ(describe(dump[9], channel).meaning, "filter 7, stretch 0, plateau 7, debounce 8");
-    EXPECT_EQ(describe(dump[10], channel).meaning, "filter 7, stretch -2, plateau 7, debounce 8");
-    EXPECT_EQ(describe(dump[5], channel).meaning, "period 16352 word clocks, on zeros yes, on a still clock yes");
-    EXPECT_EQ(describe(dump[6], channel).meaning,
+    EXPECT_EQ(described(dump[7], channel).name, "CLK input");
+    EXPECT_EQ(described(dump[7], channel).meaning, "enabled, input 4 (EMU0), delay 31");
+    EXPECT_EQ(described(dump[8], channel).name, "D3 input");
+    EXPECT_EQ(described(dump[9], channel).meaning, "filter 7, stretch 0, plateau 7, debounce 8");
+    EXPECT_EQ(described(dump[10], channel).meaning, "filter 7, stretch -2, plateau 7, debounce 8");
+    EXPECT_EQ(described(dump[5], channel).meaning, "period 16352 word clocks, on zeros yes, on a still clock yes");
+    EXPECT_EQ(described(dump[6], channel).meaning,
               "capture on, sync period 14336 word clocks, periodic sync, diagnostic timing, protocol bypassed");
-    EXPECT_EQ(describe(dump[11], channel).name, "capture block 140 [9]");
-    EXPECT_EQ(describe(dump[12], channel).name, "not named");
+    EXPECT_EQ(described(dump[11], channel).name, "capture block 140 [9]");
+    EXPECT_EQ(described(dump[12], channel).name, "not named");
     const auto pin = pinRegisters(dump, channel, 1);
     ASSERT_TRUE(pin);
     EXPECT_TRUE(pin->enabled);
@@ -165,7 +168,7 @@ TEST(RegisterFile, TheChannelIsToldByTheClocksRegister) {
     RegisterDump dump(7, {0x08000000, 0});
     dump.push_back({0x0800815E, 0x8400});
     EXPECT_EQ(channelOf(dump), 1U);
-    EXPECT_EQ(describe(dump[7], 1).name, "clock input");
+    EXPECT_EQ(described(dump[7], 1).name, "CLK input");
 }
 
 TEST(RegisterFile, DamageIsNamedByFileLineAndWhat) {

@@ -117,7 +117,7 @@ TEST(FileCheck, TextAndJsonSayTheSame) {
     folder.write("run.ver", bytes);
     const FileCheck recording = diagnosis::checkRecording(folder.path / "run.ver");
     const std::string text = diagnosis::recordingText(recording);
-    EXPECT_THAT(text, HasSubstr("damaged from sample 268 (byte 2148, 13.11 %): data 2 has noise: 1 wrong bit\n"));
+    EXPECT_THAT(text, HasSubstr("damaged from sample 268 (byte 2148, 13.11 %): D0 has noise: 1 wrong bit\n"));
     EXPECT_LE(std::count(text.begin(), text.end(), '\n'), 12);
     const nlohmann::json json = diagnosis::recordingJson(recording);
     EXPECT_EQ(json.at("verdict"), "damaged");

@@ -108,7 +108,7 @@ TEST(RunVerdict, OneWrongBitIsAFaultOfItsLane) {
     const RunVerdict verdict = judged(with(kept(), compared(3'000'000'000, 1)));
     EXPECT_EQ(verdict.kind, Kind::Fault);
     EXPECT_EQ(firstOf(verdict), "words-wrong");
-    EXPECT_THAT(verdict.reasons.front().text, HasSubstr("1 bit of 3000000000 is wrong, on data 3"));
+    EXPECT_THAT(verdict.reasons.front().text, HasSubstr("1 bit of 3000000000 is wrong, on D1"));
     EXPECT_THAT(verdict.reasons.front().text, HasSubstr("with the next slot's bit"));
 }
 

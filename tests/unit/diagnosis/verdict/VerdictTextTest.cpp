@@ -9,18 +9,18 @@ namespace {
 RunVerdict thin() {
     RunVerdict verdict;
     verdict.kind = RunVerdict::Kind::Thin;
-    verdict.reasons = {{"margin-thin", "data 3 (EMU2) is close to the edge"}, {"words-few", "too few"}};
+    verdict.reasons = {{"margin-thin", "D1 (EMU2) is close to the edge"}, {"words-few", "too few"}};
     verdict.evidence = {{"margins", true, "measured"}};
     verdict.hertz = 50e6;
     verdict.bitsPerSecond = 400e6;
-    verdict.worstMargin = WorstMargin{3, "data 3 (EMU2)", false, 1.234, 0.881, 8.81, 3.3};
+    verdict.worstMargin = WorstMargin{3, "D1 (EMU2)", false, 1.234, 0.881, 8.81, 3.3};
     verdict.errorRate = ErrorRate{2'080'000, 0, 1.44e-6};
     return verdict;
 }
 
 TEST(VerdictText, OneLineHasRateMarginLimitAndTheFirstReason) {
-    EXPECT_EQ(verdictLine(thin()), "verdict: thin, 50 MHz, 400 Mbit/s, hold margin of data 3 (EMU2) 1.2 samples "
-                                   "(0.9 ns, 9 % of the bit), limit 3.3, below 1.4e-6 errors per bit: data 3 (EMU2) "
+    EXPECT_EQ(verdictLine(thin()), "verdict: thin, 50 MHz, 400 Mbit/s, hold margin of D1 (EMU2) 1.2 samples "
+                                   "(0.9 ns, 9 % of the bit), limit 3.3, below 1.4e-6 errors per bit: D1 (EMU2) "
                                    "is close to the edge");
     EXPECT_EQ(verdictLine({}), "verdict: unknown");
 }

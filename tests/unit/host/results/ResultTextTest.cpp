@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
+#include <sstream>
 
 namespace host {
 namespace {
@@ -46,7 +47,8 @@ RecordResult sample() {
 }
 
 /// They fit their schemas too.
-nlohmann::json jsonOf(const RecordResult& result) {
+nlohmann::json jsonOf(RecordResult result) {
+    result.verdict.emplace(); // every run that ends has one
     const nlohmann::json json = nlohmann::json::parse(recordJson(result).dump());
     EXPECT_EQ(test_support::schemaFaults("record", json.dump()), "");
     RecordResult calibrated = result;
@@ -75,16 +77,42 @@ TEST(ResultText, TellsChosenRejectedPinsAndFiles) {
     const std::string text = resultText(sample(), toolkit::Table::unlimited);
     EXPECT_THAT(text, HasSubstr("calibrated at 50 MHz, setting 1 (of 0 to 2), data rate 200.00 Mbits/second"));
     EXPECT_THAT(text, HasSubstr("rejected: setting 2, 100 MHz: failed to calibrate channel : clock margin too low\n"));
-    EXPECT_THAT(text, HasSubstr("Data 1    2    1      7       -1      6     5            -\n"));
+    EXPECT_THAT(text, HasSubstr("D1     2         6 / 3  4.3 / 2.1    2.8      7       -1             -            -"));
     EXPECT_THAT(text, HasSubstr("recorded 8.00 KiB (1024 samples)"));
     EXPECT_THAT(text, HasSubstr("CRC-32 cbf43926"));
     EXPECT_THAT(text, HasSubstr("x.bin\n"));
 }
 
+TEST(ResultText, NamesOfTheBoardAreInTheTableAndInJson) {
+    RecordResult result = sample();
+    result.names = toolkit::LaneNames::parse("TCLK,TD1,TD0");
+    const std::string text = resultText(result, toolkit::Table::unlimited);
+    EXPECT_THAT(text, HasSubstr("\nTCLK    0 "));
+    EXPECT_THAT(text, HasSubstr("\nTD0     1 "));
+    EXPECT_EQ(jsonOf(result)["labels"], (nlohmann::json{{"clock", "TCLK"}, {"data1", "TD1"}, {"data2", "TD0"}}));
+    EXPECT_EQ(jsonOf(result)["calibration"]["pins"][1]["name"], "data1") << "ids are stable";
+}
+
+TEST(ResultText, TheTableFitsANarrowTerminal) {
+    std::istringstream lines(resultText(sample(), 60));
+    bool inTable = false;
+    std::size_t rows = 0;
+    for (std::string line; std::getline(lines, line);) {
+        inTable = line.starts_with("pin ") || (inTable && !line.empty());
+        rows += line.starts_with("D1 ") ? 1U : 0U;
+        if (inTable && line.find("Lengths") == std::string::npos) {
+            EXPECT_LE(line.size(), 60U) << line;
+        }
+        inTable = inTable && line.find("Lengths") == std::string::npos;
+    }
+    EXPECT_EQ(rows, 2U) << "columns that do not fit follow below";
+}
+
 TEST(ResultText, APinThatNeverChangesHasNoCorrelation) {
     RecordResult result = sample();
     result.calibration->pins[1].correlationAtZero = std::numeric_limits<double>::quiet_NaN();
-    EXPECT_THAT(resultText(result, toolkit::Table::unlimited), HasSubstr("    6     5            -\n"));
+    EXPECT_THAT(resultText(result, toolkit::Table::unlimited),
+                HasSubstr("D1     2         6 / 3  4.3 / 2.1    2.8      7       -1             -            -"));
     EXPECT_TRUE(jsonOf(result)["calibration"]["pins"][1]["correlationAtZero"].is_null());
 }
 
@@ -92,16 +120,16 @@ TEST(ResultText, ACalibrationThatEndedBeforeItsFirstAttemptHasNoPins) {
     RecordResult result = sample();
     result.calibrated = false;
     result.attempts.clear();
-    EXPECT_THAT(resultText(result, toolkit::Table::unlimited), Not(HasSubstr("Data 1")));
-    EXPECT_THAT(attemptsText(result, toolkit::Table::unlimited), Not(HasSubstr("Data 1")));
+    EXPECT_THAT(resultText(result, toolkit::Table::unlimited), Not(HasSubstr("\nD1 ")));
+    EXPECT_THAT(attemptsText(result, toolkit::Table::unlimited), Not(HasSubstr("\nD1 ")));
     EXPECT_THAT(attemptsText(result, toolkit::Table::unlimited), Not(HasSubstr("Lengths are in samples")));
 }
 
 TEST(ResultText, GivenValuesWithoutAnAttemptAreTold) {
     RecordResult result = sample();
     result.attempts.clear();
-    EXPECT_THAT(resultText(result, toolkit::Table::unlimited), HasSubstr("Data 1"));
-    EXPECT_THAT(attemptsText(result, toolkit::Table::unlimited), HasSubstr("Data 1"));
+    EXPECT_THAT(resultText(result, toolkit::Table::unlimited), HasSubstr("\nD1 "));
+    EXPECT_THAT(attemptsText(result, toolkit::Table::unlimited), HasSubstr("\nD1 "));
 }
 
 TEST(ResultText, WithoutAMeasuredFrequencyThereIsNoDataRate) {

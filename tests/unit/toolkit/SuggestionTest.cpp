@@ -1,8 +1,8 @@
-#include "host/commands/Suggestion.h"
+#include "toolkit/Suggestion.h"
 
 #include <gtest/gtest.h>
 
-namespace host {
+namespace toolkit {
 namespace {
 
 const std::vector<std::string> commands{"record", "calibrate", "soak", "report", "scenarios"};
@@ -26,4 +26,4 @@ TEST(Suggestion, NothingNearGivesNone) {
 }
 
 } // namespace
-} // namespace host
+} // namespace toolkit

@@ -1,8 +1,8 @@
-#include "host/commands/Suggestion.h"
+#include "toolkit/Suggestion.h"
 
 #include <algorithm>
 
-namespace host {
+namespace toolkit {
 
 namespace {
 
@@ -48,4 +48,4 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return nearest.empty() ? std::string() : "; did you mean " + before + nearest + "?";
 }
 
-} // namespace host
+} // namespace toolkit
