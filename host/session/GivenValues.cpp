@@ -40,6 +40,14 @@ std::vector<fs::path> calibrationFiles(const fs::path& stem) {
     return files;
 }
 
+/// An automatic calibration without a limit, but for the properties of the run.
+std::vector<SetProperty> automaticProperties(const SessionResult& result) {
+    std::vector<SetProperty> all{{"calMode", "automatic"}, {"frequencyLimit", "0"}, {"delays", ""}, {"stretches", ""},
+                                 {"plateaus", ""},         {"debounces", ""},       {"filters", ""}};
+    std::erase_if(all, [&](const SetProperty& each) { return isSet(result.properties, each.name); });
+    return all;
+}
+
 } // namespace
 
 std::optional<PinValues> valuesOf(const diagnosis::CalFile& report) {
@@ -121,6 +129,22 @@ void GivenValues::restoreFiles() const {
         const std::string& bytes = text;
         toolkit::writeOutputFile(name, [&](std::ostream& out) { out << bytes; });
     }
+}
+
+void calibrateAgain(Session& session, const SessionResult& result, const std::vector<SetProperty>& changed,
+                    ProgressLine& line) {
+    std::error_code failed;
+    for (const fs::path& each : calibrationFiles(session.fileStem())) {
+        if (each.filename().string().find(".freq") != std::string::npos) {
+            fs::remove(each, failed);
+        }
+    }
+    std::vector<SetProperty> all = automaticProperties(result);
+    std::erase_if(all, [&](const SetProperty& each) { return isSet(changed, each.name); });
+    all.insert(all.end(), changed.begin(), changed.end());
+    OtherProperties properties(session, result);
+    properties.use(all);
+    session.calibrate(line);
 }
 
 } // namespace host

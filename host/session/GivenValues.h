@@ -72,4 +72,10 @@ private:
     std::vector<std::pair<std::filesystem::path, std::string>> kept;
 };
 
+/// Calibrates automatically after given values were set: a channel keeps those, and every other property, until it is set
+/// again, and the receiver does not remove the restored files of earlier attempts. `changed` are further properties;
+/// those of the run count as far as they are not among these.
+void calibrateAgain(Session& session, const SessionResult& result, const std::vector<SetProperty>& changed,
+                    ProgressLine& line);
+
 } // namespace host
