@@ -9,57 +9,12 @@ namespace diagnosis {
 
 namespace {
 
-/// Changes that are this many deviations away from their mean decide about the smallest distances in a burst.
-constexpr double deviationsInBurst = 2.5;
-/// Setup and hold margin together have to be a third of the clock's period.
-constexpr double neededShareOfBit = 2.0 / 3.0;
-
 std::string nanosecondsText(const RateScan& rate, double samples) {
     return toolkit::fixedText(rate.picoseconds(samples) / 1000.0, 1) + " ns";
 }
 
-/// The smallest distances of a lane, as the calibration sees them.
-struct Distances {
-    double setup = 0.0, hold = 0.0;
-};
-
-std::vector<Distances> distancesOf(const RateScan& rate) {
-    std::vector<Distances> all;
-    for (const auto& burst : rate.bursts) {
-        if (!burst) {
-            return {};
-        }
-        const double spread = deviationsInBurst * burst->jitter;
-        all.push_back({burst->setup - spread, burst->hold + 1.0 - spread});
-    }
-    return all;
-}
-
-/// The common margins of all lanes but one.
-Distances leastWithout(const std::vector<Distances>& lanes, std::size_t left) {
-    Distances least{std::numeric_limits<double>::max(), std::numeric_limits<double>::max()};
-    for (std::size_t i = 0; i < lanes.size(); ++i) {
-        if (i != left) {
-            least.setup = std::min(least.setup, lanes[i].setup);
-            least.hold = std::min(least.hold, lanes[i].hold);
-        }
-    }
-    return least;
-}
-
-/// Whether a delay is at the end of its range, so that the lanes could not be brought together.
-bool isAtEnd(const Delays& delays, unsigned longest) {
-    return std::ranges::any_of(delays.lanes, [=](unsigned delay) { return delay == longest; });
-}
-
 std::string refusedText(const RateScan& rate) {
-    std::string text = toolkit::frequencyText(rate.hertz) + " is refused: " + rate.refusal;
-    if (const auto step = nextStepOf(rate)) {
-        return text + "; " + rate.titles[step->lane] + " comes " + nanosecondsText(rate, std::abs(step->move)) +
-               (step->move < 0.0 ? " late" : " early") + ", and with it moved the rate would have " +
-               nanosecondsText(rate, step->margin);
-    }
-    return text;
+    return toolkit::frequencyText(rate.hertz) + " is refused: " + rate.refusal;
 }
 
 std::string scannedText(const RateScan& rate) {
@@ -132,32 +87,16 @@ std::optional<LeastMargin> leastMarginOf(const RateScan& rate) {
     return least;
 }
 
-std::optional<NextStep> nextStepOf(const RateScan& refused) {
-    const std::vector<Distances> lanes = distancesOf(refused);
-    if (refused.refusal.empty() || lanes.size() < 2 || !isAtEnd(refused.plan.kept, refused.plan.longestDelay)) {
-        return std::nullopt;
-    }
-    const double needed = neededShareOfBit * refused.plan.bitSamples;
-    std::optional<NextStep> best;
-    for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
-        const Distances others = leastWithout(lanes, lane);
-        const Distances& own = lanes[lane];
-        const double move = ((own.setup - others.setup) - (own.hold - others.hold)) / 2.0;
-        const double setup = std::min(others.setup, own.setup - move);
-        const double hold = std::min(others.hold, own.hold + move);
-        const double margin = (setup + hold - 1.0) / 2.0; // the clock's delay centres them
-        if (setup + hold >= needed && (!best || margin > best->margin)) {
-            best = NextStep{lane, move, margin};
-        }
-    }
-    return best;
-}
-
-std::string marginAnswer(const MarginScan& scan) {
+const RateScan* fastestSound(const MarginScan& scan) {
     const RateScan* fastest = nullptr;
     for (const RateScan& rate : scan) {
         fastest = isSound(rate) ? &rate : fastest;
     }
+    return fastest;
+}
+
+std::string marginAnswer(const MarginScan& scan) {
+    const RateScan* fastest = fastestSound(scan);
     std::string text;
     if (fastest != nullptr) {
         text += scannedText(*fastest) + "\n";

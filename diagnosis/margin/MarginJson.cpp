@@ -81,11 +81,6 @@ json laneJson(const RateScan& rate, std::size_t index) {
             {"points", pointsJson(rate, rate.scan.lanes[index])}};
 }
 
-json nextStepJson(const RateScan& rate) {
-    const auto step = nextStepOf(rate);
-    return step ? json{{"lane", step->lane}, {"moveSamples", step->move}, {"marginSamples", step->margin}} : json();
-}
-
 json rateJson(const RateScan& rate) {
     json lanes = json::array();
     for (std::size_t i = 0; i < rate.eyes.size(); ++i) {
@@ -95,7 +90,6 @@ json rateJson(const RateScan& rate) {
             {"hertz", rate.hertz},
             {"kept", rate.kept},
             {"refusal", orNull(rate.refusal)},
-            {"nextStep", nextStepJson(rate)},
             {"sampleRate", rate.sampleRate},
             {"bitSamples", rate.plan.bitSamples},
             {"pattern", orNull(rate.pattern)},

@@ -57,13 +57,8 @@ struct LeastMargin {
 };
 std::optional<LeastMargin> leastMarginOf(const RateScan& rate);
 
-/// What would let a refused rate pass: the one lane that has to move.
-struct NextStep {
-    std::size_t lane = 0;
-    double move = 0.0;   ///< samples, positive for later
-    double margin = 0.0; ///< the smallest margin after that, samples
-};
-std::optional<NextStep> nextStepOf(const RateScan& refused);
+/// The fastest sound rate; null without one.
+const RateScan* fastestSound(const MarginScan& scan);
 
 /// Scanned, without an error at the kept values.
 bool isSound(const RateScan& rate);

@@ -15,15 +15,6 @@ namespace {
 
 using diagnosis::RateScan;
 
-/// The fastest rate without an error at the kept values.
-const RateScan* bestOf(const MarginResult& result) {
-    const RateScan* best = nullptr;
-    for (const RateScan& rate : result.rates) {
-        best = diagnosis::isSound(rate) ? &rate : best;
-    }
-    return best;
-}
-
 std::string today() {
     const std::time_t now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
     char text[32] = "";
@@ -46,7 +37,7 @@ std::string marginComment(const RateScan& rate, std::size_t lane) {
 } // namespace
 
 std::string pinnedProperties(const MarginResult& result) {
-    const RateScan* best = bestOf(result);
+    const RateScan* best = diagnosis::fastestSound(result.rates);
     if (best == nullptr) {
         throw toolkit::Failure(toolkit::ExitCode::Failed,
                                "no rate was scanned without a fault, so that there is none to "

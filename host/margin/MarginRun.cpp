@@ -185,6 +185,9 @@ void MarginRun::scanRate(const FrequencySetting& setting, bool isKept) {
     }
     RateScan rate = describe(setting);
     rate.kept = isKept;
+    if (refusal.empty() && setting.hertz < diagnosis::limits::lowestAnalysedClock) {
+        refusal = "below 10.1 MHz nothing is analysed, and no wall is within the range of delays";
+    }
     rate.refusal = refusal;
     if (rate.refusal.empty()) {
         scanKept(rate);
@@ -273,7 +276,7 @@ void MarginRun::writeOutputs() {
         result.files.push_back({key, label, path.string()});
     };
     write(options.page, "page", "page", options.page.empty() ? "" : diagnosis::marginPage(result.rates, result.cpu));
-    write(options.pinned, "pinned", "pinned values", options.pinned.empty() ? "" : pinnedProperties(result));
+    write(options.pinned, "pinned", "pinned", options.pinned.empty() ? "" : pinnedProperties(result));
 }
 
 } // namespace

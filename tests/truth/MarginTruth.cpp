@@ -131,10 +131,10 @@ std::optional<ScannedWiring> scanWiring(const bench::Scenario& scenario, std::ui
     rate.setting = rig.inside().clocking().frequencySetting;
     rate.hertz = rig.inside().clocking().exportFrequency;
     rate.sampleRate = bench::Unit::sampleRate;
-    addBursts(rate, folder.path);
-    if (rate.bursts.empty()) {
-        return std::nullopt; // below the lowest rate that is analysed
+    if (rate.hertz < diagnosis::limits::lowestAnalysedClock) {
+        return std::nullopt;
     }
+    addBursts(rate, folder.path);
     const Cal& cal = rig.inside().cal();
     rate.plan.kept.clock = cal.proc[0].delay;
     for (unsigned lane = 1; lane <= scenario.pins; ++lane) {
@@ -243,10 +243,12 @@ std::string MarginTable::text() const {
     return text;
 }
 
-MarginTable judgeMargins(std::uint64_t firstSeed, unsigned wirings) {
+MarginTable judgeMargins(std::uint64_t firstSeed, unsigned wirings, double jitter) {
     MarginTable table;
     for (std::uint64_t seed = firstSeed; seed < firstSeed + wirings; ++seed) {
-        table.add(seed, scanWiring(drawScenario(seed, bench::ExportKind::Pti), seed));
+        bench::Scenario scenario = drawScenario(seed, bench::ExportKind::Pti);
+        scenario.wiring.jitter *= jitter;
+        table.add(seed, scanWiring(scenario, seed));
     }
     return table;
 }

@@ -44,6 +44,7 @@ struct MarginTable {
     std::string text() const;
 };
 
-MarginTable judgeMargins(std::uint64_t firstSeed, unsigned wirings);
+/// Wirings as drawScenario() makes them; `jitter` times their jitter.
+MarginTable judgeMargins(std::uint64_t firstSeed, unsigned wirings, double jitter = 1.0);
 
 } // namespace truth
