@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
     commands.push_back(host::makeRecordCommand());
     commands.push_back(host::makeCalibrateCommand());
     commands.push_back(host::makeVerifyCommand());
+    commands.push_back(host::makeMarginCommand());
     commands.push_back(host::makeSoakCommand());
     // On existing files:
     commands.push_back(host::makeReportCommand());

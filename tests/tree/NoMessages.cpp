@@ -37,6 +37,8 @@ const std::vector<Area>& messageAreas() {
         {"diagnosis/verdict/", Scope::reported, "reasons and evidence, explained on a page of their own"},
         {"diagnosis/report/", Scope::reported, "a page with its own legends"},
         {"host/results/", Scope::reported, "results with their own legends"},
+        {"host/margin/MarginResult.cpp", Scope::reported, "comments of a file, with the margins"},
+        {"diagnosis/margin/", Scope::reported, "answer, table and page with their own legends"},
         {"host/soak/SoakResult.cpp", Scope::reported, "results with their own legends"},
         {"benchmarks/", Scope::none, ""},
         {"examples/", Scope::none, ""},

@@ -14,8 +14,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},        {"record"},    {"calibrate"}, {"verify"}, {"soak"},        {"report"},         {"doctor"},
-    {"burst"}, {"bursts"},    {"check"},     {"tdf"},    {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"},
+    {},        {"record"},    {"calibrate"}, {"verify"},      {"margin"},         {"soak"},           {"report"}, {"doctor"},
+    {"burst"}, {"bursts"},    {"check"},     {"tdf"},         {"tdf", "list"},    {"tdf", "extract"}, {"tdf", "create"},
     {"pins"},  {"scenarios"}, {"probe"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
