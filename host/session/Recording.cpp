@@ -20,7 +20,6 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-constexpr auto pollInterval = std::chrono::milliseconds(10);
 constexpr bool unusedFlag = false; ///< argument of StartRecording()
 constexpr unsigned chunk = 8192;   ///< samples that are read back at once
 constexpr std::string_view uploadedMark = "upload complete";
@@ -54,18 +53,18 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
             std::ofstream(plan.triggerFile).put('\n');
             triggered = true;
         }
-        std::this_thread::sleep_for(pollInterval);
+        std::this_thread::sleep_for(plan.poll);
     }
 }
 
 /// The code alone does not show the end of the upload: before its first byte it looks finished. But after an error without
 /// a byte the upload may never end, as when the system refused the receiver its thread.
-ChannelStatus waitForUpload(CChannelDriver& channel, ProgressLine& progress) {
+ChannelStatus waitForUpload(CChannelDriver& channel, std::chrono::milliseconds poll, ProgressLine& progress) {
     const auto begin = Clock::now();
     ChannelStatus status = statusOf(channel, progress);
     while (status.text.find(uploadedMark) == std::string::npos &&
            (status.code != ChannelStatus::eError || secondsSince(begin) < errorGrace)) {
-        std::this_thread::sleep_for(pollInterval);
+        std::this_thread::sleep_for(poll);
         status = statusOf(channel, progress);
     }
     return status;
@@ -94,7 +93,7 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
     const InterruptAnswer answer("stopping when what was captured is uploaded");
-    const ChannelStatus status = waitForUpload(channel, progress);
+    const ChannelStatus status = waitForUpload(channel, plan.poll, progress);
     progress.clear();
     end.state = status.text;
     end.error = reasonIn(status.text);

@@ -17,9 +17,8 @@ namespace fs = std::filesystem;
 using diagnosis::StreamCheck;
 using diagnosis::WordCheck;
 
-/// Every lane shows single ones, with a long and a short run of zeros between; a bit of any neighbour differs.
+/// usualPattern by its name.
 constexpr const char* targetPattern = "walk";
-constexpr auto targetMode = PatternTransmitter::Pattern::Walk;
 /// What the unit's own generator sends in any recording.
 constexpr const char* generatorPattern = "ramp1";
 constexpr unsigned bitsOfWord = 16;
@@ -28,8 +27,14 @@ constexpr unsigned bitsOfWord = 16;
 constexpr const char* dataPinsAttribute = "Trace Data Pin Size ";
 constexpr std::uint64_t smallestBuffer = 0x40000;
 
-/// Why nothing is known of the words; empty if something is.
-std::string obstacleOf(const VerifiedChannel& target, const std::string& pattern) {
+} // namespace
+
+std::string verificationPattern(const VerifiedChannel& target) {
+    return target.ownGenerator ? generatorPattern : targetPattern;
+}
+
+std::string verificationObstacle(const VerifiedChannel& target) {
+    const std::string pattern = verificationPattern(target);
     if (!target.programmed) {
         return "the signal is none that the receiver programs, so its words are not known";
     }
@@ -43,6 +48,8 @@ std::string obstacleOf(const VerifiedChannel& target, const std::string& pattern
     }
     return {};
 }
+
+namespace {
 
 void addLanes(WordCheck& words, const StreamCheck& stream) {
     for (const diagnosis::LaneDamage& damage : stream.lanes) {
@@ -201,15 +208,15 @@ diagnosis::StreamForm traceForm(const VerifiedChannel& target) {
 }
 
 void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter, WordCheck& check, ProgressLine& line) {
-    check.pattern = target.ownGenerator ? generatorPattern : targetPattern;
-    check.failure = obstacleOf(target, check.pattern);
+    check.pattern = verificationPattern(target);
+    check.failure = verificationObstacle(target);
     if (!check.failure.empty()) {
         check.pattern.clear();
         return;
     }
     try {
         const FileAside aside(target.file);
-        const PatternOrder order(transmitter, targetMode);
+        const PatternOrder order(transmitter, usualPattern);
         Verification(target, transmitter, check).run(line);
     } catch (const toolkit::Failure& failure) {
         check.failure = failure.what();

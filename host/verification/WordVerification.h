@@ -33,6 +33,14 @@ struct VerifiedChannel {
     double bitsPerSecond() const { return 2.0 * clockHertz * dataPins; }
 };
 
+/// What a target is made to send: every lane shows single ones, with a long and a short run of zeros between; a bit of
+/// any neighbour differs.
+inline constexpr auto usualPattern = PatternTransmitter::Pattern::Walk;
+/// The name of the pattern that a verification records.
+std::string verificationPattern(const VerifiedChannel& target);
+/// Why no words of it are known; empty if they are.
+std::string verificationObstacle(const VerifiedChannel& target);
+
 /// What is known of a recording of trace.
 diagnosis::StreamForm traceForm(const VerifiedChannel& target);
 
