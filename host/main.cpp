@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
     // On existing files:
     commands.push_back(host::makeReportCommand());
     commands.push_back(host::makeDoctorCommand());
+    commands.push_back(host::makeDiffCommand());
     commands.push_back(host::makeBurstCommand());
     commands.push_back(host::makeCheckCommand());
     commands.push_back(host::makeTdfCommand());

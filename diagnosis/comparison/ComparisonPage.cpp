@@ -108,8 +108,8 @@ std::string conclusionOf(const Comparison& comparison) {
 
 std::string comparisonPage(const Comparison& comparison) {
     const std::string title = comparison.equal ? "Two calibrations: equal" : "Two calibrations: different";
-    std::string body = element("h1", "", title) + headOf("A", comparison.a) + headOf("B", comparison.b) +
-                       conclusionOf(comparison);
+    std::string body =
+        element("h1", "", title) + headOf("A", comparison.a) + headOf("B", comparison.b) + conclusionOf(comparison);
     body += element("h2", "", "Pins") + tableOf(comparison) +
             element("p", "legend",
                     "Lengths in samples of the unit. The line in the picture is the clock edge: data stable before it "

@@ -27,13 +27,13 @@ struct KeptCalibration {
     bool calibrated = false;
     bool given = false; ///< set with given values
     std::string exportKind;
-    std::string pinMap;                   ///< "0,1,2,3,4"; empty when not known
-    std::optional<unsigned> setting;      ///< of the target's frequency
-    std::optional<double> hertz;          ///< of the trace clock
-    double sampleRate = usualSampleRate;  ///< of the unit
-    std::vector<KeptPin> pins{};          ///< the clock first
+    std::string pinMap;                  ///< "0,1,2,3,4"; empty when not known
+    std::optional<unsigned> setting;     ///< of the target's frequency
+    std::optional<double> hertz;         ///< of the trace clock
+    double sampleRate = usualSampleRate; ///< of the unit
+    std::vector<KeptPin> pins{};         ///< the clock first
     RunVerdict verdict{};
-    std::vector<std::string> troubles{};  ///< unreadable files
+    std::vector<std::string> troubles{}; ///< unreadable files
 
     /// Every pin has all five values.
     bool hasValues() const;

@@ -12,6 +12,7 @@ std::unique_ptr<Command> makeVerifyCommand();
 std::unique_ptr<Command> makeSoakCommand();
 std::unique_ptr<Command> makeReportCommand();
 std::unique_ptr<Command> makeDoctorCommand();
+std::unique_ptr<Command> makeDiffCommand();
 std::unique_ptr<Command> makeBurstCommand();
 std::unique_ptr<Command> makeCheckCommand();
 std::unique_ptr<Command> makeTdfCommand();

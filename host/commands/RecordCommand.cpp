@@ -1,3 +1,4 @@
+#include "host/calibration/Reuse.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -26,6 +27,7 @@ struct RecordOptions {
     std::string save;         ///< trace data file
     std::string raw;          ///< raw copy
     bool verify = false;      ///< compare known words
+    std::string calibration;  ///< place of an earlier one to use again
     bool noVerify = false;    ///< not even where the receiver's own verification looks at no words
     double errorRate = usualErrorRate;
 };
@@ -44,6 +46,9 @@ private:
     void calibrateAndRecord();
     void calibrateAndVerify();
     std::optional<double> verifiedRate(const std::string& exportKind) const;
+    void readEarlier();
+    void requireFreeValues() const;
+    bool reuseEarlier();
     void verify(WordCheck::When when);
     void record(unsigned number);
     /// The work has ended, with a failure or without one.
@@ -55,7 +60,8 @@ private:
 
     const RecordOptions& options;
     RecordResult& result;
-    PatternTransmitter transmitter; ///< the receiver holds it as long as the session lasts
+    std::optional<diagnosis::KeptCalibration> kept; ///< of an earlier run
+    PatternTransmitter transmitter;                 ///< the receiver holds it as long as the session lasts
     Session session;
     RecordingOutputs outputs;
     ProgressLine line;
@@ -131,8 +137,33 @@ void RecordRun::keep(CChannelDriver& channel, unsigned number, const ReadBack& b
     }
 }
 
+/// Read first: a run may replace the one that it comes from.
+void RecordRun::readEarlier() {
+    if (options.calibration.empty()) {
+        return;
+    }
+    kept = diagnosis::readKeptCalibration(toolkit::filePath(options.calibration));
+    if (const std::string obstacle = reuseObstacle(*kept); !obstacle.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, options.calibration + " cannot be used again: " + obstacle);
+    }
+    result.earlier = EarlierCalibration{options.calibration, kept->date, kept->setting.value_or(0), false, {}, {}};
+}
+
+/// What an earlier calibration sets cannot be the user's, too.
+void RecordRun::requireFreeValues() const {
+    for (const char* name : {"calMode", "delays", "stretches", "plateaus", "debounces", "filters", "frequencyLimit"}) {
+        if (kept && isSet(session.userProperties(), name)) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage,
+                                   std::string("--calibration does not go with the property ") + name +
+                                       ", which it sets itself");
+        }
+    }
+}
+
 void RecordRun::run() {
+    readEarlier();
     session.checkInputs();
+    requireFreeValues();
     for (const std::filesystem::path& file : outputs.files()) {
         session.testOutput(file);
     }
@@ -192,7 +223,26 @@ void RecordRun::conclude(const std::optional<toolkit::Failure>& failure) {
     }
 }
 
+/// With the values of an earlier calibration if they still fit, otherwise anew. True if words were compared, too.
+bool RecordRun::reuseEarlier() {
+    EarlierCalibration& earlier = *result.earlier;
+    ChosenValues values(session, result, transmitter, line);
+    const ReuseAnswer answer = reuse(*kept, values, transmitter, session, result, WordCheck::When::Before,
+                                     options.verify ? std::optional(options.errorRate) : std::nullopt);
+    earlier.reused = answer.reused;
+    earlier.reasons = answer.reasons;
+    earlier.notes = answer.notes;
+    if (!answer.reused && options.session.strict) {
+        throw toolkit::Failure(toolkit::ExitCode::FaultsFound,
+                               earlier.place + " cannot be used again: " + answer.reasons.front());
+    }
+    return answer.reused;
+}
+
 void RecordRun::calibrateAndVerify() {
+    if (kept && reuseEarlier()) {
+        return;
+    }
     session.calibrate(line);
     if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
         throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
@@ -320,6 +370,8 @@ void RecordCommand::setUp(Syntax& syntax) {
         .check(checkTdfName);
     syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
     addVerification(syntax, options);
+    syntax.addOption("--calibration", options.calibration, "DIR|FILE",
+                     "Use an earlier run's calibration if it still fits");
     addRunFlags(syntax, options.session);
 }
 

@@ -30,8 +30,19 @@ struct RecordingResult {
     std::uint32_t checksum = 0; ///< CRC-32 of all bytes read back
 };
 
+/// An earlier calibration that a run was to use again.
+struct EarlierCalibration {
+    std::string place; ///< as the user named it
+    std::string date;  ///< may be empty
+    unsigned setting = 0;
+    bool reused = false;
+    std::vector<std::string> reasons; ///< why not
+    std::vector<std::string> notes;   ///< what has changed and does no harm
+};
+
 /// The result of `record` or `calibrate`.
 struct RecordResult : SessionResult {
+    std::optional<EarlierCalibration> earlier;
     std::vector<RecordingResult> recordings; ///< in the order made
 };
 

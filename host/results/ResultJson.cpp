@@ -96,6 +96,19 @@ json calibrationJson(const RecordResult& result) {
     return out;
 }
 
+namespace {
+
+json earlierJson(const std::optional<EarlierCalibration>& earlier) {
+    if (!earlier) {
+        return {};
+    }
+    return {{"place", earlier->place},     {"date", toolkit::orNull(earlier->date)},
+            {"setting", earlier->setting}, {"reused", earlier->reused},
+            {"reasons", earlier->reasons}, {"notes", earlier->notes}};
+}
+
+} // namespace
+
 json recordJson(const RecordResult& result) {
     json recordings = json::array();
     for (const RecordingResult& recording : result.recordings) {
@@ -107,6 +120,7 @@ json recordJson(const RecordResult& result) {
                               {"crc32", recording.checksum}});
     }
     json out = calibrationJson(result);
+    out["earlierCalibration"] = earlierJson(result.earlier);
     out["recordings"] = recordings;
     return out;
 }

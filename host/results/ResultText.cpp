@@ -56,9 +56,38 @@ std::string rangeText(const std::vector<diagnosis::FrequencySetting>& settings) 
     return " (of " + std::to_string(settings.front().setting) + " to " + std::to_string(settings.back().setting) + ")";
 }
 
+std::string earlierName(const EarlierCalibration& earlier) {
+    return toolkit::masked(earlier.place + (earlier.date.empty() ? "" : " of " + earlier.date));
+}
+
+void addReused(std::ostringstream& out, const RecordResult& result) {
+    out << "calibration " << earlierName(*result.earlier) << " used again";
+    if (result.hertz) {
+        out << " at " << toolkit::frequencyText(*result.hertz) << ", setting " << result.earlier->setting;
+    }
+    out << fmt::format(", in {:.1f} s\n", result.calibrationSeconds.value_or(0.0));
+    for (const std::string& note : result.earlier->notes) {
+        out << "  " << toolkit::masked(note) << "\n";
+    }
+}
+
+void addNotReused(std::ostringstream& out, const RecordResult& result) {
+    if (!result.earlier || result.earlier->reused) {
+        return;
+    }
+    out << "calibration " << earlierName(*result.earlier) << " not used again:\n";
+    for (const std::string& reason : result.earlier->reasons) {
+        out << "  " << toolkit::masked(reason) << "\n";
+    }
+}
+
 void addVerdict(std::ostringstream& out, const RecordResult& result) {
     if (!result.calibrated) {
         out << "not calibrated\n";
+        return;
+    }
+    if (result.earlier && result.earlier->reused) {
+        addReused(out, result);
         return;
     }
     out << "calibrated";
@@ -217,6 +246,7 @@ std::string resultText(const RecordResult& result, std::size_t columns) {
     }
     std::ostringstream out;
     out << headline(result);
+    addNotReused(out, result);
     addVerdict(out, result);
     addRejected(out, result);
     if (hasPins(result)) {
