@@ -92,7 +92,9 @@ std::string lengthText(const KeptCalibration& kept, double samples) {
 }
 
 Comparison compare(const KeptCalibration& a, const KeptCalibration& b, double tolerance) {
-    Comparison comparison{a, b};
+    Comparison comparison;
+    comparison.a = a;
+    comparison.b = b;
     comparison.tolerance = tolerance;
     comparison.sameRate = isSameRate(a, b);
     describeRun(comparison);

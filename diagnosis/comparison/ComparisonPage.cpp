@@ -39,12 +39,12 @@ std::string picture(const KeptPin& before, const KeptPin& after, double reach) {
     return svg.markup();
 }
 
-std::string numbers(const KeptPin& pin) {
+std::string marginNumbers(const KeptPin& pin) {
     return pin.margins ? toolkit::fixedText(pin.margins->setup, 1) + " / " + toolkit::fixedText(pin.margins->hold, 1)
                        : std::string("-");
 }
 
-std::string values(const KeptPin& pin) {
+std::string valueNumbers(const KeptPin& pin) {
     const auto one = [](const std::optional<int>& value) { return value ? std::to_string(*value) : std::string("-"); };
     return one(pin.delay) + " / " + one(pin.stretch);
 }
@@ -68,7 +68,7 @@ double reachOf(const Comparison& comparison) {
     return reach;
 }
 
-std::string tableOf(const Comparison& comparison) {
+std::string pageTableOf(const Comparison& comparison) {
     std::string rows = "<tr><th>pin</th><th class=\"n\">A: delay / stretch</th><th class=\"n\">B</th>"
                        "<th class=\"n\">A: setup / hold</th><th class=\"n\">B</th><th class=\"pic\">setup | hold</th>"
                        "<th>moved</th></tr>";
@@ -78,15 +78,15 @@ std::string tableOf(const Comparison& comparison) {
         const KeptPin& after = comparison.b.pins[proc];
         const bool isClock = proc == 0;
         rows += element("tr", "",
-                        cell(escaped(after.title), "pin") + cell(values(before), "n") + cell(values(after), "n") +
-                            cell(isClock ? "" : numbers(before), "n") + cell(isClock ? "" : numbers(after), "n") +
+                        cell(escaped(after.title), "pin") + cell(valueNumbers(before), "n") + cell(valueNumbers(after), "n") +
+                            cell(isClock ? "" : marginNumbers(before), "n") + cell(isClock ? "" : marginNumbers(after), "n") +
                             cell(isClock ? "" : picture(before, after, reach)) +
                             cell(isClock ? "" : escaped(movedText(comparison, comparison.lanes[proc - 1]))));
     }
     return element("div", "scroll", element("table", "lanes", rows));
 }
 
-std::string headOf(const char* letter, const KeptCalibration& kept) {
+std::string pageHeadOf(const char* letter, const KeptCalibration& kept) {
     const std::string date = kept.date.empty() ? "" : ", " + kept.date;
     return element("h3", "", std::string(letter) + ": " + escaped(kept.place + date)) +
            element("p", "", escaped(verdictLine(kept.verdict)));
@@ -109,8 +109,8 @@ std::string conclusionOf(const Comparison& comparison) {
 std::string comparisonPage(const Comparison& comparison) {
     const std::string title = comparison.equal ? "Two calibrations: equal" : "Two calibrations: different";
     std::string body =
-        element("h1", "", title) + headOf("A", comparison.a) + headOf("B", comparison.b) + conclusionOf(comparison);
-    body += element("h2", "", "Pins") + tableOf(comparison) +
+        element("h1", "", title) + pageHeadOf("A", comparison.a) + pageHeadOf("B", comparison.b) + conclusionOf(comparison);
+    body += element("h2", "", "Pins") + pageTableOf(comparison) +
             element("p", "legend",
                     "Lengths in samples of the unit. The line in the picture is the clock edge: data stable before it "
                     "(setup) to the left, after it (hold) to the right. Moved: with delays and stretches taken out.");
