@@ -3,6 +3,7 @@
 #include "common/source/properties/AddedProperties.h"
 #include "host/platform/Platform.h"
 #include "toolkit/FilePath.h"
+#include "toolkit/Masked.h"
 #include "toolkit/OutputFiles.h"
 #include "toolkit/TextFile.h"
 
@@ -25,14 +26,14 @@ std::string listOf(const std::vector<Number>& values) {
     return text;
 }
 
-/// The files of a calibration, without samples: "STEM." and whatever follows.
+/// The files of a calibration, without samples.
 std::vector<fs::path> calibrationFiles(const fs::path& stem) {
     std::vector<fs::path> files;
     const std::string beginning = stem.filename().string() + ".";
     std::error_code failed;
     for (const auto& entry : fs::directory_iterator(stem.parent_path(), failed)) {
         const std::string name = entry.path().filename().string();
-        if (name.starts_with(beginning) && (name.ends_with(".txt") || name.ends_with(".ver"))) {
+        if (name.starts_with(beginning) && !name.ends_with(".bin") && !name.ends_with(".kept")) {
             files.push_back(entry.path());
         }
     }
@@ -65,45 +66,50 @@ std::vector<SetProperty> propertiesOf(const PinValues& values) {
             {"filters", listOf(values.filters)}};
 }
 
-GivenValues::GivenValues(Session& session, const SessionResult& result)
-    : used(session), settings(result.file("settings")), properties(result.properties),
+OtherProperties::OtherProperties(Session& session, const SessionResult& result)
+    : own(result.properties),
       file(session.runFolder() / toolkit::filePath(session.fileStem().filename().string() + ".values.properties")),
-      variable(getEnvironment(addedPropertiesVariable)) {
-    keepFiles();
-}
+      variable(getEnvironment(addedPropertiesVariable)) {}
 
-GivenValues::~GivenValues() {
+OtherProperties::~OtherProperties() {
     setEnvironment(addedPropertiesVariable, variable);
     std::error_code failed;
     fs::remove(file, failed);
-    try {
-        restoreFiles();
-    } catch (const toolkit::Failure& failure) {
-        toolkit::printNotice(std::string("restoring the files of the calibration: ") + failure.what());
-    }
 }
 
-void GivenValues::set(const PinValues& values) {
-    const std::vector<SetProperty> given = propertiesOf(values);
+void OtherProperties::use(const std::vector<SetProperty>& changed) {
     toolkit::writeOutputFile(file, [&](std::ostream& out) {
-        for (const auto& [name, value] : properties) {
-            if (!isSet(given, name)) {
+        for (const auto& [name, value] : own) {
+            if (!isSet(changed, name)) {
                 out << name << "=" << value << "\n";
             }
         }
-        for (const auto& [name, value] : given) {
+        for (const auto& [name, value] : changed) {
             out << name << "=" << value << "\n";
         }
     });
     setEnvironment(addedPropertiesVariable, file.string());
-    guarded(toolkit::ExitCode::CalibrationRefused,
-            [&] { used.receiver().channel().SetConfiguration(settings.c_str()); });
 }
 
-void GivenValues::keepFiles() {
+GivenValues::GivenValues(Session& session, const SessionResult& result)
+    : used(session), settings(result.file("settings")), properties(session, result) {
     for (const fs::path& each : calibrationFiles(used.fileStem())) {
         kept.emplace_back(each, toolkit::readText(each));
     }
+}
+
+GivenValues::~GivenValues() {
+    try {
+        restoreFiles();
+    } catch (const toolkit::Failure& failure) {
+        toolkit::printNotice(std::string("the files of the calibration cannot be restored: ") + failure.what());
+    }
+}
+
+void GivenValues::set(const PinValues& values) {
+    properties.use(propertiesOf(values));
+    guarded(toolkit::ExitCode::CalibrationRefused,
+            [&] { used.receiver().channel().SetConfiguration(settings.c_str()); });
 }
 
 void GivenValues::restoreFiles() const {
@@ -112,7 +118,8 @@ void GivenValues::restoreFiles() const {
         fs::remove(each, failed);
     }
     for (const auto& [name, text] : kept) {
-        toolkit::writeOutputFile(name, [&](std::ostream& out) { out << text; });
+        const std::string& bytes = text;
+        toolkit::writeOutputFile(name, [&](std::ostream& out) { out << bytes; });
     }
 }
 

@@ -29,9 +29,28 @@ std::optional<PinValues> valuesOf(const diagnosis::CalFile& report);
 /// As properties of the channel: calMode=manual and the five lists.
 std::vector<SetProperty> propertiesOf(const PinValues& values);
 
-/// Sets the unit to given values during the object's life, by the file that VX_TRACE_PROPERTIES names, as --set does.
-/// Rate and settings of the channel stay those of the session's last calibration. At the end the variable and the files of
-/// that calibration, which each set() replaces, are as they were at the beginning.
+/// Other properties than the run's own during the object's life, in a file that VX_TRACE_PROPERTIES names, as by --set.
+class OtherProperties {
+public:
+    /// `result` is what the session filled.
+    OtherProperties(Session& session, const SessionResult& result);
+    ~OtherProperties();
+    OtherProperties(const OtherProperties&) = delete;
+    OtherProperties& operator=(const OtherProperties&) = delete;
+
+    /// The run's own with these in place of those of the same name. The receiver reads them at its next configuration.
+    /// Throws Failure (OutputUnwritable).
+    void use(const std::vector<SetProperty>& changed);
+
+private:
+    std::vector<SetProperty> own;
+    std::filesystem::path file;
+    std::string variable; ///< its value before
+};
+
+/// Sets the unit to given values during the object's life. Rate and settings of the channel stay those of the session's
+/// last calibration. At the end the files of that calibration, which each set() replaces, are as they were; the unit holds
+/// what was set last.
 class GivenValues {
 public:
     /// After a calibration of `session` that succeeded; `result` is what it filled. Throws Failure if the files cannot be
@@ -45,14 +64,11 @@ public:
     void set(const PinValues& values);
 
 private:
-    void keepFiles();
     void restoreFiles() const;
 
     Session& used;
-    std::string settings;                ///< path of the channel settings file
-    std::vector<SetProperty> properties; ///< of the run
-    std::filesystem::path file;          ///< of properties, made for this object
-    std::string variable;                ///< its value before
+    std::string settings; ///< path of the channel settings file
+    OtherProperties properties;
     std::vector<std::pair<std::filesystem::path, std::string>> kept;
 };
 

@@ -30,7 +30,7 @@ double transitionShareOf(unsigned lanes, const std::string& name) {
     std::size_t changes = 0;
     for (std::size_t slot = 0; slot < count; ++slot) {
         for (std::size_t lane = 0; lane < lanes; ++lane) {
-            changes += bitAt(slot, lane) != bitAt(slot + 1, lane) ? 1 : 0;
+            changes += bitAt(slot, lane) != bitAt(slot + 1, lane) ? 1U : 0U;
         }
     }
     return static_cast<double>(changes) / static_cast<double>(count * lanes);
