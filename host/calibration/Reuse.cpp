@@ -66,8 +66,7 @@ double reuseErrorRate(double bitsPerSecond) {
 }
 
 ReuseAnswer reuse(const diagnosis::KeptCalibration& kept, ChosenValues& values, PatternTransmitter& transmitter,
-                  Session& session, SessionResult& result, diagnosis::WordCheck::When when,
-                  std::optional<double> errorRate) {
+                  SessionResult& result, diagnosis::WordCheck::When when, std::optional<double> errorRate) {
     ReuseAnswer answer;
     const auto refuse = [&](std::vector<std::string> reasons) {
         answer.reasons = std::move(reasons);

@@ -26,7 +26,6 @@ double reuseErrorRate(double bitsPerSecond);
 /// and compares known words, to `errorRate` or by reuseErrorRate(). A session for which they do not fit is left as before
 /// a calibration; one for which they do has calibrated, and its checks say with what. Throws Failure.
 ReuseAnswer reuse(const diagnosis::KeptCalibration& kept, ChosenValues& values, PatternTransmitter& transmitter,
-                  Session& session, SessionResult& result, diagnosis::WordCheck::When when,
-                  std::optional<double> errorRate);
+                  SessionResult& result, diagnosis::WordCheck::When when, std::optional<double> errorRate);
 
 } // namespace host

@@ -227,7 +227,7 @@ void RecordRun::conclude(const std::optional<toolkit::Failure>& failure) {
 bool RecordRun::reuseEarlier() {
     EarlierCalibration& earlier = *result.earlier;
     ChosenValues values(session, result, transmitter, line);
-    const ReuseAnswer answer = reuse(*kept, values, transmitter, session, result, WordCheck::When::Before,
+    const ReuseAnswer answer = reuse(*kept, values, transmitter, result, WordCheck::When::Before,
                                      options.verify ? std::optional(options.errorRate) : std::nullopt);
     earlier.reused = answer.reused;
     earlier.reasons = answer.reasons;
