@@ -25,6 +25,7 @@ int main(int argc, char** argv) {
     commands.push_back(host::makeRecordCommand());
     commands.push_back(host::makeCalibrateCommand());
     commands.push_back(host::makeVerifyCommand());
+    commands.push_back(host::makeTuneCommand());
     commands.push_back(host::makeSoakCommand());
     // On existing files:
     commands.push_back(host::makeReportCommand());

@@ -9,6 +9,7 @@ namespace host {
 std::unique_ptr<Command> makeRecordCommand();
 std::unique_ptr<Command> makeCalibrateCommand();
 std::unique_ptr<Command> makeVerifyCommand();
+std::unique_ptr<Command> makeTuneCommand();
 std::unique_ptr<Command> makeSoakCommand();
 std::unique_ptr<Command> makeReportCommand();
 std::unique_ptr<Command> makeDoctorCommand();

@@ -1,4 +1,5 @@
 #include "host/calibration/Reuse.h"
+#include "host/calibration/Tuning.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -28,6 +29,7 @@ struct RecordOptions {
     std::string raw;          ///< raw copy
     bool verify = false;      ///< compare known words
     std::string calibration;  ///< place of an earlier one to use again
+    bool tune = false;        ///< search values where the receiver's are not sound
     bool noVerify = false;    ///< not even where the receiver's own verification looks at no words
     double errorRate = usualErrorRate;
 };
@@ -49,6 +51,8 @@ private:
     void readEarlier();
     void requireFreeValues() const;
     bool reuseEarlier();
+    void calibrateAndTune();
+    void requireEndingBuffer();
     void verify(WordCheck::When when);
     void record(unsigned number);
     /// The work has ended, with a failure or without one.
@@ -239,14 +243,59 @@ bool RecordRun::reuseEarlier() {
     return answer.reused;
 }
 
+void RecordRun::requireEndingBuffer() {
+    if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
+    }
+}
+
+TuneResult tuneResultOf(const TuneAnswer& answer) {
+    using Kind = diagnosis::tune::Found::Kind;
+    TuneResult result{answer.needed, answer.before, {}, {}};
+    for (const TunedSetting& each : answer.settings) {
+        const Kind kind = each.found.kind;
+        result.settings.push_back({each.setting, each.hertz, each.refusal, each.rule,
+                                   kind == Kind::Sound  ? "sound"
+                                   : kind == Kind::Thin ? "thin"
+                                                        : "nothing",
+                                   each.found.steps});
+    }
+    if (answer.kept) {
+        result.kept = answer.settings[*answer.kept].setting;
+    }
+    return result;
+}
+
+/// The receiver's calibration first. What its own verification leaves open, known words decide.
+void RecordRun::calibrateAndTune() {
+    const WordCheck::When when = calibratesOnly() ? WordCheck::When::Alone : WordCheck::When::Before;
+    ChosenValues values(session, result, transmitter, line);
+    std::optional<toolkit::Failure> refusal;
+    try {
+        session.calibrate(line);
+        requireEndingBuffer();
+        result.checks.words.push_back(values.compareWords(when, options.errorRate));
+    } catch (const toolkit::Failure& failure) {
+        if (failure.code != toolkit::ExitCode::CalibrationRefused || result.log.frequencies.empty()) {
+            throw;
+        }
+        refusal.emplace(failure);
+    }
+    if (!interrupted()) {
+        result.tuned = tuneResultOf(tune(values, session, result, when, options.errorRate, refusal, line));
+    }
+}
+
 void RecordRun::calibrateAndVerify() {
     if (kept && reuseEarlier()) {
         return;
     }
-    session.calibrate(line);
-    if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
-        throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
+    if (options.tune) {
+        calibrateAndTune();
+        return;
     }
+    session.calibrate(line);
+    requireEndingBuffer();
     if (!interrupted()) {
         verify(calibratesOnly() ? WordCheck::When::Alone : WordCheck::When::Before);
     }
@@ -339,6 +388,38 @@ private:
     RecordOptions options;
 };
 
+/// `orvtrace tune`.
+class TuneCommand : public Command {
+public:
+    TuneCommand() : Command("tune", "Calibrate, and search values where that is not sound") {
+        options.repeat = 0;
+        options.tune = true;
+    }
+
+    void setUp(Syntax& syntax) override {
+        syntax.footer("The values stay in the run's folder: orvtrace record --calibration DIR uses them.\n"
+                      "Example: orvtrace tune --scenario half-period-peak --out tuned");
+        addScenario(syntax, options.session);
+        addSettings(syntax, options.session);
+        addCpu(syntax, options.session);
+        addPins(syntax, options.session.pins);
+        addBuffer(syntax, options.session);
+        addErrorRate(syntax, options.errorRate);
+        addRunFlags(syntax, options.session);
+    }
+
+    toolkit::ExitCode run() override {
+        checkSessionOptions(options.session);
+        RecordResult result;
+        return concluded(
+            result, {json, options.session.strict}, [&] { RecordRun(options, result).run(); },
+            [&] { return json ? toolkit::jsonText(tuneJson(result)) : resultText(result, outputColumns()); });
+    }
+
+private:
+    RecordOptions options;
+};
+
 /// `orvtrace record`.
 class RecordCommand : public Command {
 public:
@@ -372,6 +453,7 @@ void RecordCommand::setUp(Syntax& syntax) {
     addVerification(syntax, options);
     syntax.addOption("--calibration", options.calibration, "DIR|FILE",
                      "Use an earlier run's calibration if it still fits");
+    syntax.addFlag("--tune", options.tune, "Search values where the calibration is not sound");
     addRunFlags(syntax, options.session);
 }
 
@@ -393,6 +475,10 @@ toolkit::ExitCode RecordCommand::run() {
 
 std::unique_ptr<Command> makeRecordCommand() {
     return std::make_unique<RecordCommand>();
+}
+
+std::unique_ptr<Command> makeTuneCommand() {
+    return std::make_unique<TuneCommand>();
 }
 
 std::unique_ptr<Command> makeVerifyCommand() {

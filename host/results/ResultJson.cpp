@@ -107,7 +107,32 @@ json earlierJson(const std::optional<EarlierCalibration>& earlier) {
             {"reasons", earlier->reasons}, {"notes", earlier->notes}};
 }
 
+json tunedJson(const std::optional<TuneResult>& tuned) {
+    if (!tuned) {
+        return {};
+    }
+    json settings = json::array();
+    for (const TuneResult::Setting& each : tuned->settings) {
+        settings.push_back({{"setting", each.setting},
+                            {"hertz", each.hertz},
+                            {"refusal", orNull(each.refusal)},
+                            {"rule", each.rule},
+                            {"outcome", each.outcome},
+                            {"steps", each.steps}});
+    }
+    return {{"needed", tuned->needed},
+            {"before", orNull(tuned->before)},
+            {"settings", settings},
+            {"kept", orNull(tuned->kept)}};
+}
+
 } // namespace
+
+json tuneJson(const RecordResult& result) {
+    json out = calibrationJson(result);
+    out["tune"] = tunedJson(result.tuned);
+    return out;
+}
 
 json recordJson(const RecordResult& result) {
     json recordings = json::array();
@@ -121,6 +146,7 @@ json recordJson(const RecordResult& result) {
     }
     json out = calibrationJson(result);
     out["earlierCalibration"] = earlierJson(result.earlier);
+    out["tune"] = tunedJson(result.tuned);
     out["recordings"] = recordings;
     return out;
 }

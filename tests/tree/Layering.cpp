@@ -80,7 +80,7 @@ const std::vector<Room>& rooms() {
          {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/stream", "host/platform", "host/session"}},
         {"host/calibration",
          {"toolkit", "rcvr/framework", "diagnosis", "diagnosis/files", "diagnosis/verdict", "diagnosis/comparison",
-          "host/platform", "host/session", "host/verification"}},
+          "diagnosis/tune", "host/platform", "host/session", "host/verification"}},
         {"host/results", {"toolkit", "diagnosis", "diagnosis/files", "host/session"}},
         {"host/soak", {"toolkit", "rcvr/framework", "diagnosis/files", "host/platform", "host/session"}},
         {"host/commands",
