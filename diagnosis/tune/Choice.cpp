@@ -43,8 +43,8 @@ Margins marginsOf(const RawPlaces& places, const LanePlace& lane, const PinValue
     return {clock.first - std::max(rise, fall), std::min(rise, fall) + places.half - clock.last - 1.0};
 }
 
-double limitOf(const RawPlaces& places, const LanePlace& lane, double errorRate) {
-    return marginLimit(errorRate, std::hypot(lane.jitter, places.clockJitter));
+double limitOf(const LanePlace& lane, double errorRate) {
+    return marginLimit(errorRate, lane.mostWithClock);
 }
 
 /// Stretches from the one that evens out rise and fall, outwards.
@@ -122,7 +122,7 @@ class BestChoice {
 public:
     BestChoice(const RawPlaces& given, double errorRate) : places(given) {
         for (const LanePlace& lane : places.lanes) {
-            limits.push_back(limitOf(places, lane, errorRate));
+            limits.push_back(limitOf(lane, errorRate));
         }
     }
 
@@ -195,7 +195,7 @@ Choice judged(const RawPlaces& places, const Values& values, double errorRate) {
         for (std::size_t i = 0; i < places.lanes.size(); ++i) {
             const LanePlace& lane = places.lanes[i];
             const double margin = marginsOf(places, lane, values[i + 1], edges, slot).smaller();
-            const double limit = limitOf(places, lane, errorRate);
+            const double limit = limitOf(lane, errorRate);
             if (margin - limit < choice.spare) {
                 choice.spare = margin - limit;
                 choice.margin = margin;

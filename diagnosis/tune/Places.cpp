@@ -1,6 +1,7 @@
 #include "diagnosis/tune/Places.h"
 
 #include "diagnosis/analysis/BurstAnalysis.h"
+#include "diagnosis/analysis/LaneMargins.h"
 
 #include <algorithm>
 #include <array>
@@ -186,6 +187,13 @@ Seen rawPlacesOf(const Burst& burst, const Values& held, double expectedHalf) {
             seen.fault = pinName(proc) + " does not change with the clock";
             return seen;
         }
+        place->likelyWithClock = place->mostWithClock = std::hypot(place->jitter, grid->jitter);
+        // It knows what rounding adds where an edge always meets the same part of a sample, but is misled by a lane that
+        // changes together with the clock.
+        if (const auto measured = measureLane(burst, proc); measured && measured->mostJitter < place->mostWithClock) {
+            place->likelyWithClock = measured->jitter;
+            place->mostWithClock = measured->mostJitter;
+        }
         const EdgeShift shift = shiftOf(held[proc]);
         place->rise += clock.rise - shift.rise;
         place->fall += clock.rise - shift.fall;
@@ -213,9 +221,16 @@ RawPlaces combined(const RawPlaces& plain, const RawPlaces& second, const RawPla
             weighted({one.rise, near(second.lanes[i].rise, one.rise), near(third.lanes[i].rise, one.rise)}, ofRises);
         lane.fall =
             weighted({one.fall, near(second.lanes[i].fall, one.fall), near(third.lanes[i].fall, one.fall)}, ofFalls);
-        lane.jitter =
-            std::max(one.jitter,
-                     std::sqrt((std::pow(second.lanes[i].jitter, 2.0) + std::pow(third.lanes[i].jitter, 2.0)) / 2.0));
+        const std::array<const LanePlace*, 3> all{&one, &second.lanes[i], &third.lanes[i]};
+        const auto meanOf = [&](double LanePlace::* value) {
+            return std::sqrt(
+                (std::pow(all[0]->*value, 2.0) + std::pow(all[1]->*value, 2.0) + std::pow(all[2]->*value, 2.0)) / 3.0);
+        };
+        lane.jitter = meanOf(&LanePlace::jitter);
+        lane.likelyWithClock = meanOf(&LanePlace::likelyWithClock);
+        // Of three measurements the uncertainty is smaller.
+        lane.mostWithClock =
+            lane.likelyWithClock + (meanOf(&LanePlace::mostWithClock) - lane.likelyWithClock) / std::sqrt(3.0);
     }
     return mean;
 }

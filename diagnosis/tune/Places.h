@@ -26,7 +26,9 @@ std::optional<ClockGrid> gridOf(const Burst& burst, double expectedHalf);
 struct LanePlace {
     double rise = 0.0;
     double fall = 0.0;
-    double jitter = 0.0; ///< rms of the lane alone, with 95 % confidence no more
+    double jitter = 0.0;          ///< rms of the lane alone, with 95 % confidence no more
+    double likelyWithClock = 0.0; ///< rms of lane and clock together
+    double mostWithClock = 0.0;   ///< the same, with 95 % confidence no more
     std::size_t changes = 0;
 };
 /// Nothing for a lane without enough changes of both kinds, or whose changes are anywhere.

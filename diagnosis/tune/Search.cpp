@@ -122,7 +122,7 @@ void SearchRun::check() {
         const double share = std::abs(rise) > trusted || std::abs(fall) > trusted ? 1.0 : 0.25;
         lane.rise += share * rise;
         lane.fall += share * fall;
-        lane.jitter = std::max(lane.jitter, 0.9 * now.jitter);
+        lane.mostWithClock = std::max(lane.mostWithClock, now.likelyWithClock);
     }
     places.clockFallLate += 0.25 * (seen->clockFallLate - places.clockFallLate);
 }
