@@ -107,9 +107,12 @@ std::vector<diagnosis::FrequencySetting> TuneRun::settingsToTry() const {
             limit = toolkit::fractionOf(property.value).value_or(0.0);
         }
     }
+    const double lanes = result.calibration ? static_cast<double>(result.calibration->pins.size()) - 1.0 : 1.0;
     std::vector<diagnosis::FrequencySetting> settings;
     for (const diagnosis::FrequencySetting& each : result.log.frequencies) {
-        if (each.hertz > 0.0 && each.unused.empty() && (limit <= 0.0 || each.hertz < limit)) {
+        const bool recordable = each.hertz > 0.0 && each.hertz <= diagnosis::limits::highestClock &&
+                                2.0 * each.hertz * lanes <= diagnosis::limits::highestDataRate;
+        if (recordable && each.unused.empty() && (limit <= 0.0 || each.hertz < limit)) {
             settings.push_back(each);
         }
     }
@@ -168,6 +171,9 @@ TuneAnswer TuneRun::run(diagnosis::WordCheck::When when, double errorRate,
     }
     const diagnosis::RunChecks checks = result.checks;
     const std::vector<diagnosis::FrequencySetting> settings = settingsToTry();
+    if (settings.empty() && refusal) {
+        throw toolkit::Failure(*refusal);
+    }
     for (const diagnosis::FrequencySetting& each : settings) {
         answer.settings.push_back(tried(each, errorRate));
         const Found& found = answer.settings.back().found;

@@ -65,7 +65,8 @@ bench::ProcSettings settingsOf(const PinValue& value) {
 
 } // namespace
 
-RigBoard::RigBoard(BenchRig& used, unsigned setting) : rig(used), programmed(setting) {}
+RigBoard::RigBoard(BenchRig& used, unsigned setting, const char* burstPattern)
+    : rig(used), programmed(setting), pattern(burstPattern) {}
 
 double RigBoard::half() const {
     return bench::Unit::sampleRate / (2.0 * rig.scenario.transmitter.frequencies.at(programmed));
@@ -73,7 +74,7 @@ double RigBoard::half() const {
 
 void RigBoard::send() {
     rig.transmitter.shutdown();
-    rig.transmitter.program(sentPattern, programmed);
+    rig.transmitter.program(pattern, programmed);
     rig.time.pass(1000000);
 }
 
@@ -102,6 +103,9 @@ diagnosis::Burst RigBoard::burst(const Values& values) {
         pin.enable = 1;
         pin.delay = values[proc].delay;
         pin.stretch = values[proc].stretch;
+        pin.debounce = values[proc].debounce;
+        pin.filter = values[proc].filter;
+        pin.plateau = values[proc].plateau;
         for (const std::uint16_t word : rig.inside().oversampling().ovsWords.at(proc)) {
             for (unsigned bit = 0; bit < 16; ++bit) {
                 pin.levels.push_back((word >> bit & 1) != 0 ? 1 : 0);

@@ -18,7 +18,7 @@ inline constexpr double soundErrorRate = 1e-9;
 /// The bench's unit at one setting of its target.
 class RigBoard final : public diagnosis::tune::Board {
 public:
-    RigBoard(bench_client::BenchRig& used, unsigned setting);
+    RigBoard(bench_client::BenchRig& used, unsigned setting, const char* burstPattern = "walk");
 
     diagnosis::Burst burst(const diagnosis::tune::Values& values) override;
     /// Counts drawn from what the bench knows: a recording's wrong bits come from the same chances.
@@ -32,6 +32,7 @@ private:
 
     bench_client::BenchRig& rig;
     unsigned programmed;
+    const char* pattern;
     std::uint64_t draws = 0;
 };
 

@@ -14,8 +14,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},        {"record"}, {"calibrate"},   {"soak"},           {"report"},        {"doctor"}, {"burst"},
-    {"check"}, {"tdf"},    {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"}, {"pins"},   {"scenarios"}};
+    {},         {"record"},   {"calibrate"}, {"tune"}, {"diff"},        {"soak"},           {"report"},
+    {"doctor"}, {"burst"},    {"check"},     {"tdf"},  {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"},
+    {"pins"},   {"scenarios"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
     const RunSpace space;
