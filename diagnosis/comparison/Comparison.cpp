@@ -28,7 +28,7 @@ LaneChange changeOf(const Comparison& comparison, std::size_t proc) {
     if (before.margins && after.margins) {
         lane.setupChange = after.margins->setup - before.margins->setup;
         lane.holdChange = after.margins->hold - before.margins->hold;
-        lane.eyeChange = *lane.setupChange + *lane.holdChange;
+        lane.fallLater = *after.lateFall - *before.lateFall;
     }
     // At another rate the edges of the clock are elsewhere.
     if (comparison.sameRate && before.arrival && after.arrival) {
@@ -53,9 +53,10 @@ void describeLane(Comparison& comparison, const LaneChange& lane) {
         comparison.differences.push_back(lane.title + " comes " + amount(comparison, *lane.moved) +
                                          (*lane.moved > 0.0 ? " later" : " earlier"));
     }
-    if (lane.eyeChange && std::abs(*lane.eyeChange) > comparison.tolerance && comparison.sameRate) {
-        comparison.differences.push_back(lane.title + " has an eye that is " + amount(comparison, *lane.eyeChange) +
-                                         (*lane.eyeChange > 0.0 ? " wider" : " narrower"));
+    if (lane.fallLater && std::abs(*lane.fallLater) > comparison.tolerance) {
+        comparison.differences.push_back("the falling edges of " + lane.title + " come " +
+                                         amount(comparison, *lane.fallLater) +
+                                         (*lane.fallLater > 0.0 ? " later" : " earlier") + " against the rising ones");
     }
     const bool unmeasured = !lane.setupChange && comparison.a.calibrated && comparison.b.calibrated;
     if (unmeasured) {

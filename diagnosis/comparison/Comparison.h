@@ -22,7 +22,7 @@ struct LaneChange {
     std::string title;
     std::optional<double> setupChange, holdChange; ///< of the margins, in samples
     std::optional<double> moved;                   ///< later, with delays and stretches taken out
-    std::optional<double> eyeChange;               ///< of both margins together
+    std::optional<double> fallLater;               ///< falls against rises, with stretches taken out
 };
 
 /// The margin that has shrunk most.
@@ -38,8 +38,8 @@ struct Comparison {
     bool sameRate = false;
     std::vector<LaneChange> lanes;
     std::optional<Shrink> shrink; ///< nothing when no margin of both is known, or none has shrunk
-    /// Both are calibrated at the same rate on the same pins, and no pin comes earlier or later, or has a smaller eye, by
-    /// more than the tolerance. Delays may differ by what rounding and noise make of the same board.
+    /// Both are calibrated at the same rate on the same pins, and no pin comes earlier or later, with its falls or as a
+    /// whole, by more than the tolerance. Delays and stretches may differ by what noise makes of the same board.
     bool equal = false;
     std::vector<std::string> differences; ///< what is against it, in sentences without their full stop
     double tolerance = usualTolerance;

@@ -78,8 +78,9 @@ std::string pageTableOf(const Comparison& comparison) {
         const KeptPin& after = comparison.b.pins[proc];
         const bool isClock = proc == 0;
         rows += element("tr", "",
-                        cell(escaped(after.title), "pin") + cell(valueNumbers(before), "n") + cell(valueNumbers(after), "n") +
-                            cell(isClock ? "" : marginNumbers(before), "n") + cell(isClock ? "" : marginNumbers(after), "n") +
+                        cell(escaped(after.title), "pin") + cell(valueNumbers(before), "n") +
+                            cell(valueNumbers(after), "n") + cell(isClock ? "" : marginNumbers(before), "n") +
+                            cell(isClock ? "" : marginNumbers(after), "n") +
                             cell(isClock ? "" : picture(before, after, reach)) +
                             cell(isClock ? "" : escaped(movedText(comparison, comparison.lanes[proc - 1]))));
     }
@@ -108,8 +109,8 @@ std::string conclusionOf(const Comparison& comparison) {
 
 std::string comparisonPage(const Comparison& comparison) {
     const std::string title = comparison.equal ? "Two calibrations: equal" : "Two calibrations: different";
-    std::string body =
-        element("h1", "", title) + pageHeadOf("A", comparison.a) + pageHeadOf("B", comparison.b) + conclusionOf(comparison);
+    std::string body = element("h1", "", title) + pageHeadOf("A", comparison.a) + pageHeadOf("B", comparison.b) +
+                       conclusionOf(comparison);
     body += element("h2", "", "Pins") + pageTableOf(comparison) +
             element("p", "legend",
                     "Lengths in samples of the unit. The line in the picture is the clock edge: data stable before it "

@@ -118,7 +118,7 @@ json comparisonJson(const Comparison& comparison) {
                          {"title", lane.title},
                          {"setupChange", toolkit::orNull(lane.setupChange)},
                          {"holdChange", toolkit::orNull(lane.holdChange)},
-                         {"eyeChange", toolkit::orNull(lane.eyeChange)},
+                         {"fallLater", toolkit::orNull(lane.fallLater)},
                          {"moved", toolkit::orNull(lane.moved)}});
     }
     json shrink;

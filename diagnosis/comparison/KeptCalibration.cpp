@@ -50,6 +50,7 @@ void addArrival(KeptPin& pin, const KeptPin& clock) {
     // From the clock edge to the middle of rise and fall; the hold margin leaves out the edge's own sample.
     const double half = pin.margins->bit;
     const double seen = (pin.margins->hold + 1.0 - pin.margins->setup + half) / 2.0;
+    pin.lateFall = pin.margins->lateFall - 0.5 * pin.stretch.value_or(0);
     const double arrival = std::fmod(seen - shiftOf(pin) + shiftOf(clock), half);
     pin.arrival = arrival < 0.0 ? arrival + half : arrival;
 }
@@ -132,6 +133,7 @@ KeptCalibration keptCalibrationOf(const DiagnosticSet& set, const std::string& p
             KeptPin pin = pinOfReport(set, *group.cal, proc);
             pin.margins = kept.pins[proc].margins;
             pin.arrival = kept.pins[proc].arrival;
+            pin.lateFall = kept.pins[proc].lateFall;
             kept.pins[proc] = std::move(pin);
         }
     }

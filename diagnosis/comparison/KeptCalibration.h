@@ -18,6 +18,7 @@ struct KeptPin {
     /// When the data change, in samples after the clock edge, with delays and stretches taken out: the board's own. Half a
     /// clock period more is the same.
     std::optional<double> arrival;
+    std::optional<double> lateFall; ///< of falls against rises, in samples, with the stretch taken out
 };
 
 /// A calibration that was kept, from its files.

@@ -64,8 +64,10 @@ void judgeLane(const KeptCalibration& kept, const Lane& lane, KeptFit& fit) {
         fit.reasons.push_back(title + " has a " + thin);
         return;
     }
-    const bool asBefore =
-        lane.spare(lane.before) < 0.0 && std::abs(lane.later()) <= unmoved && lane.narrower() <= 2.0 * unmoved;
+    // Of a board that has not changed the jitter, too, is known to some percent only.
+    constexpr double sameJitter = 1.25;
+    const bool asBefore = std::abs(lane.later()) <= unmoved && lane.narrower() <= 2.0 * unmoved &&
+                          now.mostJitter <= sameJitter * lane.before.margins->mostJitter + 0.05;
     if (asBefore) {
         fit.notes.push_back(title + " is as thin as it was");
     } else if (std::abs(lane.later()) > unmoved) {
