@@ -22,10 +22,12 @@ int main(int argc, char** argv) {
     commands.push_back(host::makeCalibrateCommand());
     commands.push_back(host::makeVerifyCommand());
     commands.push_back(host::makeMarginCommand());
+    commands.push_back(host::makeTuneCommand());
     commands.push_back(host::makeSoakCommand());
     // On existing files:
     commands.push_back(host::makeReportCommand());
     commands.push_back(host::makeDoctorCommand());
+    commands.push_back(host::makeDiffCommand());
     commands.push_back(host::makeBurstCommand());
     commands.push_back(host::makeBurstsCommand());
     commands.push_back(host::makeCheckCommand());

@@ -167,6 +167,7 @@ std::optional<LaneMargins> measureLane(const Burst& burst, std::size_t proc) {
         return std::nullopt;
     }
     lane.bit = shape->half;
+    lane.lateFall = *fall - *rise;
     // The sample at the clock edge itself still has to show the bit.
     lane.hold = std::min(*rise, *fall) - std::max(0.0, shape->fallLate) - 1.0;
     lane.setup = shape->half + std::min(0.0, shape->fallLate) - std::max(*rise, *fall);

@@ -20,6 +20,7 @@ struct LaneMargins {
     double leastJitter = 0.0; ///< with 95 % confidence it is above this
     double mostJitter = 0.0;  ///< and below this
     double bit = 0.0;         ///< samples in half a clock period
+    double lateFall = 0.0;    ///< by how much falls come later than rises
     std::size_t changes = 0;
 };
 

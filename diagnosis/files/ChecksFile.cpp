@@ -300,6 +300,12 @@ RunChecks parseRunChecks(std::string_view text, const std::string& file) {
     checks.names = readNames(keys);
     keys.each("words", [&](const Keys& item) { checks.words.push_back(readWords(item)); });
     keys.each("recordings", [&](const Keys& item) { checks.recordings.push_back(readRecording(item)); });
+    keys.inside("given", [&](const Keys& given) {
+        checks.given.emplace();
+        given.text("origin", checks.given->origin);
+        given.text("from", checks.given->from);
+        given.number("setting", checks.given->setting);
+    });
     return checks;
 }
 

@@ -59,12 +59,21 @@ std::uint64_t bitsThatExclude(double errorRate);
 /// "alone", "before", "after".
 std::string_view whenName(WordCheck::When when);
 
+/// Values that the host set itself, after the receiver had measured the rate. The burst beside them shows the target's
+/// pattern with these values.
+struct GivenSetting {
+    std::string origin;   ///< "kept": of an earlier calibration; "tune": of the host's own search
+    std::string from;     ///< place of the earlier calibration; may be empty
+    unsigned setting = 0; ///< of the target's frequency
+};
+
 struct RunChecks {
     toolkit::ExitCode code = toolkit::ExitCode::Done; ///< of the run, without the verdict
     std::string failure;                              ///< empty when the run was done
     std::vector<WordCheck> words;
     std::vector<RecordingCheck> recordings;
     toolkit::LaneNames names; ///< that the user gave the pins
+    std::optional<GivenSetting> given{}; ///< nothing when the receiver's calibration chose the values
 };
 
 /// Throws Failure (BadInput) with file and what is wrong.

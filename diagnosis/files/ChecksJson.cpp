@@ -92,6 +92,10 @@ json recordingJson(const RecordingCheck& recording) {
             {"stream", recording.stream ? streamJson(*recording.stream) : json()}};
 }
 
+json givenJson(const std::optional<GivenSetting>& given) {
+    return given ? json{{"origin", given->origin}, {"from", orNull(given->from)}, {"setting", given->setting}} : json();
+}
+
 } // namespace
 
 json wordCheckJson(const WordCheck& check) {
@@ -120,12 +124,10 @@ json runChecksJson(const RunChecks& checks) {
     for (const RecordingCheck& each : checks.recordings) {
         recordings.push_back(recordingJson(each));
     }
-    return {{"schema", toolkit::jsonSchema},
-            {"exitCode", static_cast<int>(checks.code)},
-            {"failure", orNull(checks.failure)},
-            {"names", checks.names.all()},
-            {"words", words},
-            {"recordings", recordings}};
+    return {{"schema", toolkit::jsonSchema},     {"exitCode", static_cast<int>(checks.code)},
+            {"failure", orNull(checks.failure)}, {"names", checks.names.all()},
+            {"words", words},                    {"recordings", recordings},
+            {"given", givenJson(checks.given)}};
 }
 
 std::string runChecksText(const RunChecks& checks) {

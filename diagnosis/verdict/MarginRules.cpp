@@ -64,7 +64,7 @@ void judgeMargins(Judgement& judged) {
         judged.unknowns.push_back({slug, what});
         judged.show("margins", false, remedy);
     };
-    if (judged.set.manual()) {
+    if (judged.set.manual() && !judged.measuredGiven()) {
         missing("values-given", "the unit was set with given values, and no margin was measured",
                 "calibrate automatically (calMode=automatic; tpiulite cannot be calibrated), or compare known words");
         return;
@@ -77,7 +77,7 @@ void judgeMargins(Judgement& judged) {
         judged.show("margins", false, "no setting was kept, and there is nothing to measure them on");
         return;
     }
-    if (attempt->rates().belowAnalysis()) {
+    if (attempt->rates().belowAnalysis() && !judged.measuredGiven()) {
         missing("margins-not-measured", "below 10.1 MHz the receiver measures no margins",
                 "choose a setting of the target from 10.1 MHz on");
         return;

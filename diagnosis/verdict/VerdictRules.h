@@ -15,8 +15,12 @@ struct Judgement {
     std::vector<RunVerdict::Reason> thins{};
     RunVerdict verdict{};
 
+    /// The host set the values itself, and the burst beside them shows what they do.
+    bool measuredGiven() const { return set.manual() && set.checks && set.checks->given && set.base.burst; }
     /// The attempt that the run works with, or the last one; null without one.
-    const FileGroup* attempt() const { return set.attempts.empty() ? nullptr : &set.attempts.back(); }
+    const FileGroup* attempt() const {
+        return measuredGiven() ? &set.base : set.attempts.empty() ? nullptr : &set.attempts.back();
+    }
     /// Files that a calibration leaves.
     bool hasCalibration() const { return !set.attempts.empty() || set.base.cal || set.base.burst; }
     /// The stream of a recording of which nothing else is known; null otherwise.

@@ -1,3 +1,5 @@
+#include "host/calibration/Reuse.h"
+#include "host/calibration/Tuning.h"
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
@@ -26,6 +28,8 @@ struct RecordOptions {
     std::string save;         ///< trace data file
     std::string raw;          ///< raw copy
     bool verify = false;      ///< compare known words
+    std::string calibration;  ///< place of an earlier one to use again
+    bool tune = false;        ///< search values where the receiver's are not sound
     bool noVerify = false;    ///< not even where the receiver's own verification looks at no words
     double errorRate = usualErrorRate;
 };
@@ -44,6 +48,11 @@ private:
     void calibrateAndRecord();
     void calibrateAndVerify();
     std::optional<double> verifiedRate(const std::string& exportKind) const;
+    void readEarlier();
+    void requireFreeValues() const;
+    bool reuseEarlier();
+    void calibrateAndTune();
+    void requireEndingBuffer();
     void verify(WordCheck::When when);
     void record(unsigned number);
     /// The work has ended, with a failure or without one.
@@ -55,7 +64,8 @@ private:
 
     const RecordOptions& options;
     RecordResult& result;
-    PatternTransmitter transmitter; ///< the receiver holds it as long as the session lasts
+    std::optional<diagnosis::KeptCalibration> kept; ///< of an earlier run
+    PatternTransmitter transmitter;                 ///< the receiver holds it as long as the session lasts
     Session session;
     RecordingOutputs outputs;
     ProgressLine line;
@@ -131,8 +141,33 @@ void RecordRun::keep(CChannelDriver& channel, unsigned number, const ReadBack& b
     }
 }
 
+/// Read first: a run may replace the one that it comes from.
+void RecordRun::readEarlier() {
+    if (options.calibration.empty()) {
+        return;
+    }
+    kept = diagnosis::readKeptCalibration(toolkit::filePath(options.calibration));
+    if (const std::string obstacle = reuseObstacle(*kept); !obstacle.empty()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput, options.calibration + " cannot be used again: " + obstacle);
+    }
+    result.earlier = EarlierCalibration{options.calibration, kept->date, kept->setting.value_or(0), false, {}, {}};
+}
+
+/// What an earlier calibration sets cannot be the user's, too.
+void RecordRun::requireFreeValues() const {
+    for (const char* name : {"calMode", "delays", "stretches", "plateaus", "debounces", "filters", "frequencyLimit"}) {
+        if (kept && isSet(session.userProperties(), name)) {
+            throw toolkit::Failure(toolkit::ExitCode::Usage,
+                                   std::string("--calibration does not go with the property ") + name +
+                                       ", which it sets itself");
+        }
+    }
+}
+
 void RecordRun::run() {
+    readEarlier();
     session.checkInputs();
+    requireFreeValues();
     for (const std::filesystem::path& file : outputs.files()) {
         session.testOutput(file);
     }
@@ -192,11 +227,75 @@ void RecordRun::conclude(const std::optional<toolkit::Failure>& failure) {
     }
 }
 
-void RecordRun::calibrateAndVerify() {
-    session.calibrate(line);
+/// With the values of an earlier calibration if they still fit, otherwise anew. True if words were compared, too.
+bool RecordRun::reuseEarlier() {
+    EarlierCalibration& earlier = *result.earlier;
+    ChosenValues values(session, result, transmitter, line);
+    const ReuseAnswer answer = reuse(*kept, values, transmitter, result, WordCheck::When::Before,
+                                     options.verify ? std::optional(options.errorRate) : std::nullopt);
+    earlier.reused = answer.reused;
+    earlier.reasons = answer.reasons;
+    earlier.notes = answer.notes;
+    if (!answer.reused && options.session.strict) {
+        throw toolkit::Failure(toolkit::ExitCode::FaultsFound,
+                               earlier.place + " cannot be used again: " + answer.reasons.front());
+    }
+    return answer.reused;
+}
+
+void RecordRun::requireEndingBuffer() {
     if (options.untilFull && session.receiver().attribute("orvBufMode") == "wrap") {
         throw toolkit::Failure(toolkit::ExitCode::BadInput, wrapsByProperty);
     }
+}
+
+TuneResult tuneResultOf(const TuneAnswer& answer) {
+    using Kind = diagnosis::tune::Found::Kind;
+    TuneResult result{answer.needed, answer.before, {}, {}};
+    for (const TunedSetting& each : answer.settings) {
+        const Kind kind = each.found.kind;
+        result.settings.push_back({each.setting, each.hertz, each.refusal, each.rule,
+                                   kind == Kind::Sound  ? "sound"
+                                   : kind == Kind::Thin ? "thin"
+                                                        : "nothing",
+                                   each.found.steps});
+    }
+    if (answer.kept) {
+        result.kept = answer.settings[*answer.kept].setting;
+    }
+    return result;
+}
+
+/// The receiver's calibration first. What its own verification leaves open, known words decide.
+void RecordRun::calibrateAndTune() {
+    const WordCheck::When when = calibratesOnly() ? WordCheck::When::Alone : WordCheck::When::Before;
+    ChosenValues values(session, result, transmitter, line);
+    std::optional<toolkit::Failure> refusal;
+    try {
+        session.calibrate(line);
+        requireEndingBuffer();
+        result.checks.words.push_back(values.compareWords(when, options.errorRate));
+    } catch (const toolkit::Failure& failure) {
+        if (failure.code != toolkit::ExitCode::CalibrationRefused || result.log.frequencies.empty()) {
+            throw;
+        }
+        refusal.emplace(failure);
+    }
+    if (!interrupted()) {
+        result.tuned = tuneResultOf(tune(values, session, result, when, options.errorRate, refusal, line));
+    }
+}
+
+void RecordRun::calibrateAndVerify() {
+    if (kept && reuseEarlier()) {
+        return;
+    }
+    if (options.tune) {
+        calibrateAndTune();
+        return;
+    }
+    session.calibrate(line);
+    requireEndingBuffer();
     if (!interrupted()) {
         verify(calibratesOnly() ? WordCheck::When::Alone : WordCheck::When::Before);
     }
@@ -290,6 +389,38 @@ private:
     RecordOptions options;
 };
 
+/// `orvtrace tune`.
+class TuneCommand : public Command {
+public:
+    TuneCommand() : Command("tune", "Calibrate, and search values where that is not sound") {
+        options.repeat = 0;
+        options.tune = true;
+    }
+
+    void setUp(Syntax& syntax) override {
+        syntax.footer("The values stay in the run's folder: orvtrace record --calibration DIR uses them.\n"
+                      "Example: orvtrace tune --scenario half-period-peak --out tuned");
+        addScenario(syntax, options.session);
+        addSettings(syntax, options.session);
+        addCpu(syntax, options.session);
+        addPins(syntax, options.session.pins);
+        addBuffer(syntax, options.session);
+        addErrorRate(syntax, options.errorRate);
+        addRunFlags(syntax, options.session);
+    }
+
+    toolkit::ExitCode run() override {
+        checkSessionOptions(options.session);
+        RecordResult result;
+        return concluded(
+            result, {json, options.session.strict}, [&] { RecordRun(options, result).run(); },
+            [&] { return json ? toolkit::jsonText(tuneJson(result)) : resultText(result, outputColumns()); });
+    }
+
+private:
+    RecordOptions options;
+};
+
 /// `orvtrace record`.
 class RecordCommand : public Command {
 public:
@@ -322,6 +453,9 @@ void RecordCommand::setUp(Syntax& syntax) {
         .check(checkTdfName);
     syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
     addVerification(syntax, options);
+    syntax.addOption("--calibration", options.calibration, "DIR|FILE",
+                     "Use an earlier run's calibration if it still fits");
+    syntax.addFlag("--tune", options.tune, "Search values where the calibration is not sound");
     addRunFlags(syntax, options.session);
 }
 
@@ -343,6 +477,10 @@ toolkit::ExitCode RecordCommand::run() {
 
 std::unique_ptr<Command> makeRecordCommand() {
     return std::make_unique<RecordCommand>();
+}
+
+std::unique_ptr<Command> makeTuneCommand() {
+    return std::make_unique<TuneCommand>();
 }
 
 std::unique_ptr<Command> makeVerifyCommand() {

@@ -96,6 +96,44 @@ json calibrationJson(const RecordResult& result) {
     return out;
 }
 
+namespace {
+
+json earlierJson(const std::optional<EarlierCalibration>& earlier) {
+    if (!earlier) {
+        return {};
+    }
+    return {{"place", earlier->place},     {"date", toolkit::orNull(earlier->date)},
+            {"setting", earlier->setting}, {"reused", earlier->reused},
+            {"reasons", earlier->reasons}, {"notes", earlier->notes}};
+}
+
+json tunedJson(const std::optional<TuneResult>& tuned) {
+    if (!tuned) {
+        return {};
+    }
+    json settings = json::array();
+    for (const TuneResult::Setting& each : tuned->settings) {
+        settings.push_back({{"setting", each.setting},
+                            {"hertz", each.hertz},
+                            {"refusal", orNull(each.refusal)},
+                            {"rule", each.rule},
+                            {"outcome", each.outcome},
+                            {"steps", each.steps}});
+    }
+    return {{"needed", tuned->needed},
+            {"before", orNull(tuned->before)},
+            {"settings", settings},
+            {"kept", orNull(tuned->kept)}};
+}
+
+} // namespace
+
+json tuneJson(const RecordResult& result) {
+    json out = calibrationJson(result);
+    out["tune"] = tunedJson(result.tuned);
+    return out;
+}
+
 json recordJson(const RecordResult& result) {
     json recordings = json::array();
     for (const RecordingResult& recording : result.recordings) {
@@ -107,6 +145,8 @@ json recordJson(const RecordResult& result) {
                               {"crc32", recording.checksum}});
     }
     json out = calibrationJson(result);
+    out["earlierCalibration"] = earlierJson(result.earlier);
+    out["tune"] = tunedJson(result.tuned);
     out["recordings"] = recordings;
     return out;
 }

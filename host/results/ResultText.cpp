@@ -68,9 +68,69 @@ std::string rangeText(const std::vector<diagnosis::FrequencySetting>& settings) 
     return " (of " + std::to_string(settings.front().setting) + " to " + std::to_string(settings.back().setting) + ")";
 }
 
+std::string earlierName(const EarlierCalibration& earlier) {
+    return toolkit::masked(earlier.place + (earlier.date.empty() ? "" : " of " + earlier.date));
+}
+
+void addReused(std::ostringstream& out, const RecordResult& result) {
+    out << "calibration " << earlierName(*result.earlier) << " used again";
+    if (result.hertz) {
+        out << " at " << toolkit::frequencyText(*result.hertz) << ", setting " << result.earlier->setting;
+    }
+    out << fmt::format(", in {:.1f} s\n", result.calibrationSeconds.value_or(0.0));
+    for (const std::string& note : result.earlier->notes) {
+        out << "  " << toolkit::masked(note) << "\n";
+    }
+}
+
+void addNotReused(std::ostringstream& out, const RecordResult& result) {
+    if (!result.earlier || result.earlier->reused) {
+        return;
+    }
+    out << "calibration " << earlierName(*result.earlier) << " not used again:\n";
+    for (const std::string& reason : result.earlier->reasons) {
+        out << "  " << toolkit::masked(reason) << "\n";
+    }
+}
+
+void addTuning(std::ostringstream& out, const RecordResult& result) {
+    if (!result.tuned) {
+        return;
+    }
+    if (!result.tuned->needed) {
+        out << "nothing to tune: the receiver's calibration is sound\n";
+        return;
+    }
+    out << "the receiver's calibration is " << toolkit::masked(result.tuned->before)
+        << "\norvtrace searched values by itself, by bursts and known words; the receiver is unchanged\n";
+    for (const TuneResult::Setting& each : result.tuned->settings) {
+        out << "  setting " << each.setting << ", " << toolkit::frequencyText(each.hertz) << ": "
+            << (each.outcome == "nothing" ? "no values" : each.outcome + " values")
+            << "\n    the receiver: " << toolkit::masked(each.refusal.empty() ? "kept it" : each.refusal)
+            << "\n    in its way: " << toolkit::masked(each.rule) << "\n";
+        for (const std::string& step : each.steps) {
+            out << "    " << toolkit::masked(step) << "\n";
+        }
+    }
+    out << (result.tuned->kept ? "" : "nothing better was found, the receiver's own values stay\n");
+}
+
+bool isTuned(const RecordResult& result) {
+    return result.tuned && result.tuned->kept;
+}
+
 void addVerdict(std::ostringstream& out, const RecordResult& result) {
     if (!result.calibrated) {
         out << "not calibrated\n";
+        return;
+    }
+    if (result.earlier && result.earlier->reused) {
+        addReused(out, result);
+        return;
+    }
+    if (isTuned(result)) {
+        out << "tuned at " << toolkit::frequencyText(result.hertz.value_or(0.0)) << ", setting " << *result.tuned->kept
+            << ", with values of orvtrace's own\n";
         return;
     }
     out << "calibrated";
@@ -229,6 +289,8 @@ std::string resultText(const RecordResult& result, std::size_t columns) {
     }
     std::ostringstream out;
     out << headline(result);
+    addNotReused(out, result);
+    addTuning(out, result);
     addVerdict(out, result);
     addRejected(out, result);
     if (hasPins(result)) {

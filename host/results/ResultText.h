@@ -22,7 +22,9 @@ std::string wordsText(const SessionResult& result, const diagnosis::WordCheck& c
 
 /// The result for a script, attempts included, recordings excluded.
 nlohmann::json calibrationJson(const RecordResult& result);
-/// The same with "recordings".
+/// The same with "tune".
+nlohmann::json tuneJson(const RecordResult& result);
+/// The same with "earlierCalibration" and "recordings".
 nlohmann::json recordJson(const RecordResult& result);
 
 } // namespace host

@@ -53,6 +53,16 @@ std::filesystem::path RunProperties::givenFile() {
     return toolkit::filePath(getEnvironment(addedPropertiesVariable));
 }
 
+void RunProperties::replace(const std::vector<SetProperty>& own, const std::vector<SetProperty>& others) {
+    properties.clear();
+    for (const SetProperty& each : own) {
+        if (!isSet(others, each.name)) {
+            properties.push_back(each);
+        }
+    }
+    properties.insert(properties.end(), others.begin(), others.end());
+}
+
 void RunProperties::writeTo(const std::filesystem::path& file) {
     toolkit::writeOutputFile(file, [&](std::ostream& out) {
         for (const auto& [name, value] : properties) {

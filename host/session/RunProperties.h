@@ -28,6 +28,9 @@ public:
 
     const std::vector<SetProperty>& all() const { return properties; }
 
+    /// All are now those of `own` with `others` in place of, or after them.
+    void replace(const std::vector<SetProperty>& own, const std::vector<SetProperty>& others);
+
     /// Writes all properties to a file and names it to the receiver. Throws Failure (OutputUnwritable).
     void writeTo(const std::filesystem::path& file);
 

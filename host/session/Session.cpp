@@ -99,6 +99,7 @@ void Session::checkInputs() {
         requireInput(file, "properties file");
     }
     properties.emplace(options.set);
+    ownProperties = properties->all();
     if (scenario) {
         inputs.push_back(scenario->file);
     }
@@ -231,6 +232,17 @@ void Session::writeProperties() {
     properties->writeTo(propertiesFile);
     result.properties = properties->all();
     result.files.push_back({"properties", "properties", propertiesFile.string()});
+}
+
+void Session::overrideProperties(const std::vector<SetProperty>& others) {
+    properties->replace(ownProperties, others);
+    properties->writeTo(propertiesFile);
+    result.properties = properties->all();
+    if (result.file("properties").empty()) {
+        result.files.insert(result.files.begin() + static_cast<std::ptrdiff_t>(ownFiles),
+                            {"properties", "properties", propertiesFile.string()});
+        ++ownFiles;
+    }
 }
 
 void Session::writeSettings() {

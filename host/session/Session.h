@@ -54,6 +54,11 @@ public:
     void open(ProgressLine& line, const XmtrWrapper& wrap = {});
     /// Configures and calibrates. May be called again.
     void calibrate(ProgressLine& line);
+    /// Properties of the channel for the calibrations that follow, in place of the run's own of these names and of what an
+    /// earlier call set; after open(). Throws Failure (OutputUnwritable).
+    void overrideProperties(const std::vector<SetProperty>& others);
+    /// The run's own.
+    const std::vector<SetProperty>& userProperties() const { return ownProperties; }
 
     /// Tests an output of the command's own, after checkInputs() and before prepare(); throws Failure.
     void testOutput(const std::filesystem::path& file);
@@ -96,6 +101,7 @@ private:
     std::filesystem::path settingsFile;
     bool settingsMade = false; ///< there was no such file before
     std::optional<RunProperties> properties;
+    std::vector<SetProperty> ownProperties; ///< of the run, as the user set them
     std::filesystem::path propertiesFile;
     bool propertiesMade = false;
     std::string givenSettings; ///< the settings file before the receiver read it, which overwrites what it cannot use

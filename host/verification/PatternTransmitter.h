@@ -3,6 +3,9 @@
 #include "rcvr/framework/IXmtrLibrary.h"
 
 #include <atomic>
+#include <functional>
+#include <optional>
+#include <vector>
 
 namespace host {
 
@@ -11,7 +14,11 @@ namespace host {
 /// verification: after setFunctionMode. A recording of trace asks for no test mode, so that the receiver records the
 /// pattern without knowing of it. Without an order nothing is added, and what the receiver programs next is trace again.
 ///
-/// Threads: as for IXmtrLibrary; order() and cancel() while no recording runs.
+/// It can also keep a receiver to one of the target's frequency settings, and have the target send a pattern while the
+/// receiver only sets up the unit: for a burst with given values, during which the receiver itself sends nothing.
+///
+/// Threads: as for IXmtrLibrary; order() and cancel(), holdSetting(), sendDuringSetUp() and their ends while no recording
+/// runs.
 class PatternTransmitter : public Vx::Qrs::Trace::IXmtrLibrary {
 public:
     /// Modes of setTestMode.
@@ -27,6 +34,17 @@ public:
     bool isProgrammed() const { return programmed; }
     /// The library's result code when it refused the pattern; 0 when it did not.
     int refusal() const { return refused; }
+
+    /// From now on the target seems to have this setting alone, as its setting 0. Nothing: all of them again.
+    void holdSetting(std::optional<unsigned> setting) { held = setting; }
+    std::optional<unsigned> heldSetting() const { return held; }
+    /// How many the target has, whatever is held; nothing if it does not say.
+    std::optional<unsigned> settings();
+
+    /// From now on the target is made to send the pattern whenever the receiver opens the channel: by the calls with
+    /// which the receiver has last programmed it, in their order. Nothing happens before it has.
+    void sendDuringSetUp(Pattern pattern) { setUpPattern = pattern; }
+    void sendNothingDuringSetUp() { setUpPattern.reset(); }
 
     int closeChannel(unsigned channel) override;
     int programChannel(unsigned channel) override;
@@ -56,12 +74,25 @@ public:
 
 private:
     static constexpr int noOrder = -1;
+    enum class Call { ReleasePin, FunctionMode, TestMode, Last, Other };
+    struct Programmed {
+        Call kind;
+        std::function<int()> repeat;
+    };
+
+    int programming(Call kind, std::function<int()> call);
+    void repeatProgramming(Pattern pattern);
 
     Vx::Qrs::Trace::IXmtrLibrary* library = nullptr;
     std::atomic<int> ordered{noOrder};
     std::atomic<bool> set{false}; ///< the library took the pattern, and has still to be programmed
     std::atomic<bool> programmed{false};
     std::atomic<int> refused{0};
+    std::optional<unsigned> held;
+    std::optional<Pattern> setUpPattern;
+    std::vector<Programmed> growing;  ///< calls of a programming that has not ended
+    std::vector<Programmed> complete; ///< those of the last one that has
+    unsigned programmedChannel = 0;
 };
 
 /// Orders a pattern during the object's life.

@@ -36,6 +36,8 @@ const std::vector<Area>& messageAreas() {
         {"diagnosis/stream/", Scope::reported, "what a stream shows, in whole sentences"},
         {"diagnosis/verdict/", Scope::reported, "reasons and evidence, explained on a page of their own"},
         {"diagnosis/report/", Scope::reported, "a page with its own legends"},
+        {"diagnosis/comparison/", Scope::reported, "results with their own legends"},
+        {"host/calibration/", Scope::reported, "what was set and why, with its own page"},
         {"host/results/", Scope::reported, "results with their own legends"},
         {"host/margin/MarginResult.cpp", Scope::reported, "comments of a file, with the margins"},
         {"diagnosis/margin/", Scope::reported, "answer, table and page with their own legends"},

@@ -14,9 +14,9 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},        {"record"},    {"calibrate"}, {"verify"},      {"margin"},         {"soak"},           {"report"}, {"doctor"},
-    {"burst"}, {"bursts"},    {"check"},     {"tdf"},         {"tdf", "list"},    {"tdf", "extract"}, {"tdf", "create"},
-    {"pins"},  {"scenarios"}, {"probe"}};
+    {},         {"record"}, {"calibrate"}, {"verify"}, {"margin"},      {"tune"},           {"diff"},          {"soak"},
+    {"report"}, {"doctor"}, {"burst"},     {"bursts"}, {"check"},       {"tdf"},            {"tdf", "list"},   {"tdf", "extract"},
+    {"tdf", "create"},      {"pins"},      {"scenarios"},               {"probe"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
     const RunSpace space;

@@ -202,8 +202,10 @@ TEST(FailedOutput, AFileInThePlaceOfTheRunsFolderIsCodeNine) {
 /// Each subcommand with what it cannot do without.
 const std::vector<Arguments> complete{{"record", "--scenario", "clean"},
                                       {"calibrate", "--scenario", "clean"},
+                                      {"tune", "--scenario", "clean"},
                                       {"soak"},
                                       {"report", "x"},
+                                      {"diff", "x", "y"},
                                       {"doctor", "x"},
                                       {"burst", "x", "--vcd", "y"},
                                       {"tdf", "list", "x.tdf"},
