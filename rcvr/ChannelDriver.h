@@ -4,13 +4,13 @@
 #include "client/FrontEndChannel.h"
 #include "common/source/ChannelSettings.h"
 #include "common/source/properties/AddedProperties.h"
+#include "common/source/source_utilities/InputFile.h"
 #include "common/source/source_utilities/uMutex.h"
 #include "rcvr/framework/CChannelDriver.h"
 #include "rcvr/framework/IXmtrLibrary.h"
 
 #include <atomic>
 #include <cstdint>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -125,7 +125,6 @@ private:
         std::uint64_t available = 0; // samples in the file
         std::uint32_t count = 0;     // samples read
     };
-    void openReadStream();
     ReadResult readFromFile(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer);
     void readWhileUploading(std::uint32_t startSample, std::uint32_t numSamples, std::uint64_t* buffer,
                             unsigned* numRead);
@@ -152,7 +151,7 @@ private:
     ChannelSettings settings;                      // the channel keeps a pointer to this member
     IXmtrLibrary* xmtrLibrary;
     std::uint32_t xmtrCookie;
-    std::ifstream readStream; // guarded by readLock, so that a start cannot close it under a read
+    VX_QRS::InputFile readStream; // guarded by readLock, so that a start cannot close it under a read
     VX_QRS::uMutex readLock;
     std::uint32_t adapterKind = 0;
 };

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <limits>
 #include <stdexcept>
 
@@ -27,6 +28,7 @@ constexpr unsigned uploadPollMilliseconds = 100;
 constexpr unsigned savePollMilliseconds = 20;
 constexpr unsigned mostPollsWithoutGrowth = 10;
 constexpr unsigned chunkSamples = 8192;
+constexpr std::size_t pageSize = 4096; // the system copies whole pages fastest
 constexpr const char* tdfSectionName = "BinTraceData";
 constexpr std::uint32_t tdfSectionVersion = 1;
 constexpr const char* saveFailed = "Internal error saving file";
@@ -48,9 +50,7 @@ bool isGrowing(const VX_QRS::ORV::CLIENT::ChannelMetrics& metrics) {
 
 void ChannelDriver::closeReadStream() {
     const VX_QRS::uMutexLock held(readLock);
-    if (readStream.is_open()) {
-        readStream.close();
-    }
+    readStream.close();
 }
 
 unsigned ChannelDriver::GetNumSamples() {
@@ -63,28 +63,14 @@ unsigned ChannelDriver::GetNumSamples() {
     });
 }
 
-void ChannelDriver::openReadStream() {
-    if (readStream.is_open()) {
-        return;
-    }
-    try {
-        readStream.open(dataFilePath, std::ios::binary);
-    } catch (...) {
-        readStream.close(); // open, but without its buffer it would never read anything
-        throw;
-    }
-}
-
 ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample, std::uint32_t numSamples,
                                                       std::uint64_t* buffer) {
     const VX_QRS::uMutexLock held(readLock);
-    openReadStream();
+    if (!readStream.isOpen()) {
+        readStream.open(dataFilePath); // without a file nothing is available
+    }
     ReadResult result;
-    // A read that met the end of the growing file left the stream failed.
-    readStream.clear();
-    // The buffer finds the end in one step; it is below 0 for a file that is not open.
-    const std::streamoff length = readStream.rdbuf()->pubseekoff(0, std::ios::end, std::ios::in);
-    result.available = samplesIn(length > 0 ? static_cast<std::uint64_t>(length) : 0);
+    result.available = samplesIn(readStream.length());
     if (startSample >= result.available) {
         logMessage("%s : seek read start sample out of range", programLabel);
         return result;
@@ -93,10 +79,10 @@ ChannelDriver::ReadResult ChannelDriver::readFromFile(std::uint32_t startSample,
     if (count == 0) {
         return result;
     }
-    readStream.seekg(static_cast<std::streamoff>(startSample) * sampleSize);
     buffer[count - 1] = 0;
-    readStream.read(reinterpret_cast<char*>(buffer), static_cast<std::streamsize>(count) * sampleSize);
-    result.count = static_cast<std::uint32_t>(std::max<std::streamsize>(readStream.gcount(), 0) / sampleSize);
+    const std::size_t bytes =
+        readStream.readAt(std::uint64_t{startSample} * sampleSize, buffer, std::size_t{count} * sampleSize);
+    result.count = static_cast<std::uint32_t>(bytes / sampleSize);
     if (result.count != count) {
         logError("%s : seek read file failed with numSamplesActual=%u, numSamplesRead=%u", programLabel, count,
                  result.count);
@@ -208,7 +194,7 @@ void ChannelDriver::refuseTarget(const std::string& path) {
 
 template <class Sink>
 void ChannelDriver::saveSamples(Sink&& sink) {
-    Chunk chunk;
+    alignas(pageSize) Chunk chunk;
     const unsigned total = GetNumSamples();
     unsigned saved = 0;
     // 64 bits, so that the last step cannot wrap to the start.

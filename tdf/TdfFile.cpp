@@ -37,10 +37,7 @@ File openForUpdate(const char* fileName) {
 
 // The size field is at the section's start. Flushed at once, so that a full disk is reported here: closing the file
 // cannot report it.
-void putSectionSize(std::FILE* file, std::uint32_t offset, std::uint32_t& size) {
-    std::uint64_t end = 0;
-    require(position(file, end) && end >= offset && end - offset <= largestPosition, sizeNotWritten);
-    size = static_cast<std::uint32_t>(end - offset);
+void putSectionSize(std::FILE* file, std::uint32_t offset, std::uint32_t size) {
     require(seek(file, offset) && putWord(file, size) && std::fflush(file) == 0, sizeNotWritten);
 }
 
@@ -78,8 +75,7 @@ void TdfFile::beginSection(const char* fileName, const char* sectionName, std::u
     require(putWord(file.get(), version) && putWord(file.get(), static_cast<std::uint32_t>(name.size())) &&
                 std::fwrite(name.data(), 1, name.size(), file.get()) == name.size() && std::fflush(file.get()) == 0,
             "Write error -  TDF section name and version.");
-    std::uint32_t size = 0;
-    putSectionSize(file.get(), *offset, size);
+    putSectionSize(file.get(), *offset, headerSize + static_cast<std::uint32_t>(name.size()));
 }
 
 void TdfFile::appendSectionData(const char* fileName, const char* /*sectionName*/, std::uint32_t offset,
@@ -94,12 +90,15 @@ void TdfFile::appendSectionData(const char* fileName, const char* /*sectionName*
     require(seek(file.get(), offset) && getWord(file.get(), oldSize),
             "Write I/O error - unable to determine section length.");
     const std::uint64_t place = std::uint64_t{offset} + oldSize;
-    require(place + std::uint64_t{elementSize} * count <= largestPosition, tooLong);
+    const std::uint64_t end = place + std::uint64_t{elementSize} * count;
+    require(end <= largestPosition, tooLong);
     require(seek(file.get(), place) &&
                 std::fwrite(data, elementSize, count, file.get()) == (elementSize != 0 ? count : 0) &&
                 std::fflush(file.get()) == 0,
             "Write I/O error - unable to write section data.");
     require(std::ferror(file.get()) == 0, "Write error - section data corrupted.");
+    // Every byte is written, so the end is known without a query.
+    *size = static_cast<std::uint32_t>(end - offset);
     putSectionSize(file.get(), offset, *size);
 }
 

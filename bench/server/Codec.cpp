@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <numeric>
 #include <utility>
 
 namespace bench {
@@ -11,14 +13,35 @@ namespace {
 constexpr std::uint8_t escapeByte = 0x7D;
 constexpr std::uint8_t escapeBit = 0x20;
 
-constexpr std::array<bool, 256> makeSpecial() {
-    std::array<bool, 256> table{};
-    for (const char byte : {'}', '#', '$', '*'}) {
-        table[static_cast<std::uint8_t>(byte)] = true;
-    }
-    return table;
+constexpr std::array<std::uint8_t, 4> special{'}', '#', '$', '*'};
+
+bool isSpecial(std::uint8_t byte) {
+    return std::find(special.begin(), special.end(), byte) != special.end();
 }
-constexpr std::array<bool, 256> special = makeSpecial();
+
+// Eight bytes at a time: most groups of a recording have no special byte.
+using Group = std::uint64_t;
+constexpr Group ones = 0x0101010101010101;
+
+// Not 0 when one of the bytes is 0.
+constexpr Group zeroBytes(Group bytes) {
+    return (bytes - ones) & ~bytes & (ones << 7);
+}
+
+bool hasSpecial(Group bytes) {
+    return std::accumulate(special.begin(), special.end(), Group{0}, [&](Group found, std::uint8_t byte) {
+               return found | zeroBytes(bytes ^ (byte * ones));
+           }) != 0;
+}
+
+std::uint8_t* escapeOne(std::uint8_t byte, std::uint8_t* to) {
+    if (isSpecial(byte)) {
+        *to++ = escapeByte;
+        byte ^= escapeBit;
+    }
+    *to++ = byte;
+    return to;
+}
 
 std::span<const std::uint8_t> bytesOf(std::string_view text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
@@ -81,13 +104,19 @@ void ReplyWriter::escaped(std::span<const std::uint8_t> payload) {
     std::size_t used = out.size();
     out.resize(used + 2 * payload.size());
     std::uint8_t* to = out.data() + used;
-    for (const std::uint8_t byte : payload) {
-        if (special[byte]) {
-            *to++ = escapeByte;
-            *to++ = byte ^ escapeBit;
+    while (!payload.empty()) {
+        const std::size_t count = std::min(sizeof(Group), payload.size());
+        Group group = 0;
+        std::memcpy(&group, payload.data(), count);
+        if (count == sizeof group && !hasSpecial(group)) {
+            std::memcpy(to, &group, sizeof group);
+            to += sizeof group;
         } else {
-            *to++ = byte;
+            for (const std::uint8_t byte : payload.first(count)) {
+                to = escapeOne(byte, to);
+            }
         }
+        payload = payload.subspan(count);
     }
     used = static_cast<std::size_t>(to - out.data());
     out.resize(used);

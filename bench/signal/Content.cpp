@@ -68,12 +68,17 @@ private:
 
 class GeneratedContent final : public Content {
 public:
-    explicit GeneratedContent(std::uint64_t value) : seed(value) {}
+    explicit GeneratedContent(std::uint64_t seed) : hash(seed) {}
 
     void fill(std::uint64_t first, std::span<std::uint16_t> out) const override {
-        for (std::uint16_t& word : out) {
-            word = messageWord(first / messageWords, static_cast<unsigned>(first % messageWords));
-            ++first;
+        std::uint64_t number = first / messageWords;
+        auto begin = static_cast<unsigned>(first % messageWords);
+        for (; !out.empty(); begin = 0, ++number) {
+            const auto end = static_cast<unsigned>(std::min<std::size_t>(messageWords, begin + out.size()));
+            for (unsigned position = begin; position < end; ++position) {
+                out[position - begin] = messageWord(number, position);
+            }
+            out = out.subspan(end - begin);
         }
     }
 
@@ -94,11 +99,11 @@ private:
         case 2:
             return avoidSync((number >> 16) & 0xFFFF);
         default:
-            return avoidSync(hashOf(seed, number * messageWords + position) & 0xFFFF);
+            return avoidSync(hash(number * messageWords + position) & 0xFFFF);
         }
     }
 
-    std::uint64_t seed;
+    Hash hash;
 };
 
 // Maximal length, taps 16, 14, 13 and 11; each word is the register's state.

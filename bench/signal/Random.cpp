@@ -7,14 +7,6 @@ namespace bench {
 
 namespace {
 
-std::uint64_t mix(std::uint64_t value) {
-    value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9ULL;
-    value = (value ^ (value >> 27)) * 0x94D049BB133111EBULL;
-    return value ^ (value >> 31);
-}
-
-constexpr std::uint64_t golden = 0x9E3779B97F4A7C15ULL;
-
 double unit(std::uint64_t value) {
     return static_cast<double>(value >> 11) * 0x1.0p-53;
 }
@@ -22,7 +14,7 @@ double unit(std::uint64_t value) {
 } // namespace
 
 std::uint64_t hashOf(std::uint64_t seed, std::uint64_t place) {
-    return mix(mix(seed + golden) ^ (place * golden + 1));
+    return Hash(seed)(place);
 }
 
 double uniformOf(std::uint64_t seed, std::uint64_t place) {
@@ -32,12 +24,12 @@ double uniformOf(std::uint64_t seed, std::uint64_t place) {
 double gaussOf(std::uint64_t seed, std::uint64_t place) {
     const std::uint64_t first = hashOf(seed, place);
     const double radius = std::sqrt(-2.0 * std::log(1.0 - unit(first)));
-    return radius * std::cos(2.0 * std::numbers::pi * unit(mix(first + golden)));
+    return radius * std::cos(2.0 * std::numbers::pi * unit(Hash::mix(first + Hash::golden)));
 }
 
 std::uint64_t RandomSequence::next() {
-    state += golden;
-    return mix(state);
+    state += Hash::golden;
+    return Hash::mix(state);
 }
 
 double RandomSequence::uniform() {

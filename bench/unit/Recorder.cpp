@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace bench {
@@ -13,9 +15,12 @@ constexpr std::size_t packetWords = packetBytes / 2;
 constexpr std::size_t payloadWords = packetWords - 1;
 constexpr std::size_t packetsPerBlock = blockBytes / packetBytes;
 
-void putWord(std::uint8_t* out, std::uint16_t word) {
-    out[0] = static_cast<std::uint8_t>(word & 0xFF);
-    out[1] = static_cast<std::uint8_t>(word >> 8);
+static_assert(std::endian::native == std::endian::little, "words in memory are those of a recording");
+
+// @return the position after them.
+std::uint8_t* putWords(std::uint8_t* out, std::span<const std::uint16_t> words) {
+    std::memcpy(out, words.data(), words.size_bytes());
+    return out + words.size_bytes();
 }
 
 // A synchronisation sequence without its further word would look like a whole one.
@@ -169,19 +174,14 @@ void Recorder::makeBlock(Cursor& cursor) const {
     cursor.blockAt = 0;
     std::uint8_t* out = cursor.block.data();
     if (format == Framing::Words) {
-        for (const std::uint16_t word : payload) {
-            putWord(out, word);
-            out += 2;
-        }
+        putWords(out, payload);
         return;
     }
     for (std::size_t packet = 0; packet < packetsPerBlock; ++packet) {
         const std::size_t first = packet * payloadWords;
-        for (std::size_t index = 0; index < payloadWords; ++index, out += 2) {
-            putWord(out, payload[first + index]);
-        }
-        putWord(out, first < filled ? traceTrailer : otherTrailer);
-        out += 2;
+        out = putWords(out, std::span(payload).subspan(first, payloadWords));
+        const std::uint16_t trailer = first < filled ? traceTrailer : otherTrailer;
+        out = putWords(out, std::span(&trailer, 1));
     }
 }
 

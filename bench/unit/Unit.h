@@ -110,7 +110,7 @@ public:
     /// `status` a record that the unit has stopped by itself. Nothing while no channel is open.
     enum class Before { StatusReply, OtherReply };
     void deliver(RecordSink& sink, Before reply, std::size_t limit = defaultDelivery);
-    static constexpr std::size_t defaultDelivery = 0x200000;
+    static constexpr std::size_t defaultDelivery = 0x600000;
     static constexpr std::size_t recordBytes = 0x40000;
 
     // --- the target ---

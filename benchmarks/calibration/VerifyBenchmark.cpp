@@ -74,6 +74,6 @@ BENCHMARK(verify512Packets)->UseRealTime();
 
 void reportVerify(benchmarks::Report& report) {
     using namespace benchmarks;
-    report.figure("verification of 512 packets", perSecondOf("verify512Packets/real_time", bytes), "byte/s",
-                  atLeast(500e6));
+    report.figure("verification of 512 packets, by processor time",
+                  inverse(processorOf("verify512Packets/real_time", 1.0 / bytes)), "byte/s", atLeast(2e9));
 }

@@ -18,6 +18,7 @@ namespace benchmarks {
 namespace {
 
 constexpr int defaultRounds = 7;
+constexpr const char* processor = "processor"; // counter
 
 struct Run {
     double seconds = 0.0;
@@ -38,6 +39,7 @@ public:
                 continue;
             }
             benchmarks::Run& run = round[name];
+            run.counters[processor] = report.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(report.time_unit);
             run.seconds = report.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(report.time_unit);
             for (const auto& [key, counter] : report.counters) {
                 run.counters[key] = counter.value;
@@ -148,6 +150,16 @@ std::optional<int> takeRounds(std::vector<char*>& arguments) {
 
 Measured secondsOf(std::string benchmark, double scale) {
     return counterOf(std::move(benchmark), {}, scale);
+}
+
+Measured processorOf(std::string benchmark, double scale) {
+    return counterOf(std::move(benchmark), processor, scale);
+}
+
+Measured inverse(Measured measured) {
+    measured.inverse = !measured.inverse;
+    measured.scale = 1.0 / measured.scale;
+    return measured;
 }
 
 Measured perSecondOf(std::string benchmark, double amount) {

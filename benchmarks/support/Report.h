@@ -41,6 +41,11 @@ struct Measured {
 
 /// @param scale for instance 1e3 for milliseconds.
 Measured secondsOf(std::string benchmark, double scale = 1.0);
+/// Processor time of the benchmark's thread per iteration, which load of the machine changes less. A benchmark that counts
+/// more than its thread sets `state.counters["processor"]` itself.
+Measured processorOf(std::string benchmark, double scale = 1.0);
+/// Of a time per byte, bytes per second.
+Measured inverse(Measured measured);
 /// `amount` per second, where one iteration moves `amount`.
 Measured perSecondOf(std::string benchmark, double amount);
 /// The benchmark's `state.counters[counter]`. @param scale for instance 1.0 / (1 << 20) for MiB.

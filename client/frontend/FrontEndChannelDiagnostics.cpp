@@ -9,10 +9,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <new>
 #include <string>
+#include <string_view>
 
 // The plain text files for people that a calibration writes beside the trace file.
 
@@ -77,6 +79,17 @@ void appendList(std::string& text, const char* key, std::uint32_t numPins, Value
     }
 }
 
+/// The end of a sample's line: its number in at least four columns. Thousands of lines make a file.
+void appendNumber(std::string& text, std::uint32_t number) {
+    constexpr std::size_t columns = 4;
+    std::array<char, 16> digits{};
+    const auto length =
+        static_cast<std::size_t>(std::to_chars(digits.begin(), digits.end(), number).ptr - digits.data());
+    text.append(columns - std::min(columns, length), ' ');
+    text.append(digits.data(), length);
+    text += '\n';
+}
+
 /// The levels of all pins, one line for each sample. A pin that came into use after the channel was opened has no
 /// samples and reads as 0.
 template <typename Words>
@@ -84,6 +97,11 @@ std::string listing(const Words& words, std::uint32_t numPins, std::uint32_t dep
     std::string text;
     text.reserve(std::size_t{depth} * wordBits * (3 * numPins + 6));
     std::uint32_t sample = 0;
+    constexpr std::string_view column = " 0 ";
+    std::string line;
+    for (std::uint32_t p = 0; p < numPins; ++p) {
+        line += column;
+    }
     for (std::uint32_t word = 0; word < depth; ++word) {
         std::array<std::uint32_t, registers::maxProcs> levels{};
         for (std::uint32_t p = 0; p < numPins; ++p) {
@@ -91,9 +109,10 @@ std::string listing(const Words& words, std::uint32_t numPins, std::uint32_t dep
         }
         for (std::uint32_t bit = 0; bit < wordBits; ++bit) {
             for (std::uint32_t p = 0; p < numPins; ++p) {
-                text += ((levels[p] >> bit) & 1) != 0 ? " 1 " : " 0 ";
+                line[p * column.size() + 1] = ((levels[p] >> bit) & 1) != 0 ? '1' : '0';
             }
-            append(text, "%4u\n", sample++);
+            text += line;
+            appendNumber(text, sample++);
         }
     }
     return text;

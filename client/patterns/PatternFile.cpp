@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <ios>
 #include <span>
@@ -123,11 +125,10 @@ void verifyPatternFile(Pattern& pattern, const char* path, std::uint32_t firstPa
         fail(utilitiesUnit, eVALUE, "invalid verification file size");
     }
 
+    static_assert(std::endian::native == std::endian::little, "words in memory are those of a file");
     std::array<std::uint16_t, packetWords> words{};
     file.forEach(firstPacket, numPackets != 0 ? numPackets : available, [&](std::uint64_t k, PacketBytes packet) {
-        for (std::size_t i = 0; i < packetWords; ++i) {
-            words[i] = wordAt(packet, i);
-        }
+        std::memcpy(words.data(), packet.data(), packet.size());
         verifier.checkPacket(firstPacket + static_cast<std::uint32_t>(k), words);
         tracePackets = verifier.counts().tracePackets;
         otherPackets = verifier.counts().otherPackets;

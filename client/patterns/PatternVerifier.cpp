@@ -18,7 +18,8 @@ constexpr bool appended = true;
 
 } // namespace
 
-PatternVerifier::PatternVerifier(Pattern& expected, FrameFormat frameFormat) : pattern(expected), format(frameFormat) {
+PatternVerifier::PatternVerifier(Pattern& checked, FrameFormat frameFormat)
+    : pattern(checked), expected(checked), format(frameFormat) {
     if (format != FrameFormat::TenBitPackets && format != FrameFormat::PWords) {
         fail(utilitiesUnit, eFAIL, "invalid frame format");
     }
@@ -42,8 +43,9 @@ void PatternVerifier::checkPacket(std::uint32_t number, std::span<const std::uin
 }
 
 void PatternVerifier::checkTenBitPacket(std::uint32_t number, std::span<const std::uint16_t, packetWords> words) {
-    for (std::uint32_t i = 0; i < packetWords - 1; ++i) {
-        const std::uint16_t word = words[i];
+    const std::span<const std::uint16_t> payload = words.first<packetWords - 1>();
+    for (std::uint32_t i = takeRun(payload); i < payload.size(); i += 1 + takeRun(payload.subspan(i + 1))) {
+        const std::uint16_t word = payload[i];
         if (word == 0) {
             takeZero(number, i);
         } else if (word == syncWord) {
@@ -107,9 +109,22 @@ void PatternVerifier::takeData(std::uint32_t number, std::uint32_t index, std::u
 }
 
 void PatternVerifier::checkPWords(std::uint32_t number, std::span<const std::uint16_t, packetWords> words) {
-    for (std::uint32_t i = 0; i < packetWords; ++i) {
+    for (std::uint32_t i = takeRun(words); i < packetWords; i += 1 + takeRun(words.subspan(i + 1))) {
         takeData(number, i, words[i]);
     }
+}
+
+// While the pattern is locked and its words follow each other, nothing but the count and the last word changes.
+std::uint32_t PatternVerifier::takeRun(std::span<const std::uint16_t> words) {
+    if (mode != Mode::Data || !synced) {
+        return 0;
+    }
+    const std::size_t taken = expected.follow(last, words);
+    if (taken != 0) {
+        last = words[taken - 1];
+        count.dataWords += static_cast<std::uint32_t>(taken);
+    }
+    return static_cast<std::uint32_t>(taken);
 }
 
 void PatternVerifier::addError(std::uint32_t number, std::uint32_t index, std::uint16_t word) {

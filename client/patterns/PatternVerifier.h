@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/Pattern.h"
+#include "client/patterns/PatternRun.h"
 #include "rcvr/framework/TraceLimits.h"
 
 #include <cstdint>
@@ -71,12 +72,15 @@ private:
 
     void checkTenBitPacket(std::uint32_t number, std::span<const std::uint16_t, packetWords> words);
     void checkPWords(std::uint32_t number, std::span<const std::uint16_t, packetWords> words);
+    /// Takes the words that continue the pattern without a fault; returns their number.
+    std::uint32_t takeRun(std::span<const std::uint16_t> words);
     void takeZero(std::uint32_t number, std::uint32_t index);
     void takeSyncWord(std::uint32_t number, std::uint32_t index);
     void takeData(std::uint32_t number, std::uint32_t index, std::uint16_t word);
     void addError(std::uint32_t number, std::uint32_t index, std::uint16_t word);
 
     Pattern& pattern;
+    PatternRun expected;
     FrameFormat format;
     Counts count;
 

@@ -42,6 +42,9 @@ class PatternCycle : public PatternNone_1 {
 public:
     bool check(std::uint16_t previous, std::uint16_t current, bool& synced) override;
 
+    /// Each word occurs once, and none is 0. Empty when there is no image for the number of pins.
+    std::span<const std::uint16_t> sequence() const { return words; }
+
 protected:
     PatternCycle(std::uint32_t numPins, const PatternImages& images);
 

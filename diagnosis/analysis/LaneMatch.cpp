@@ -179,19 +179,50 @@ std::vector<Bits> patternBits(const Pattern& pattern, std::size_t dataPins) {
     return lanes;
 }
 
-double agreement(const Bits& bits, int shift, const std::vector<ContentSlot>& content, const Bits& expected,
-                 std::size_t phase) {
-    std::size_t same = 0;
-    std::size_t compared = 0;
-    for (const ContentSlot& slot : content) {
-        const std::int64_t at = static_cast<std::int64_t>(slot.at) + shift;
-        if (at < 0 || at >= static_cast<std::int64_t>(bits.size())) {
-            continue;
+/// The zeros and the ones of a shifted lane at each bit of a pattern's period. Counted once, they are compared with every
+/// pin and phase of the pattern.
+class LaneCounts {
+public:
+    LaneCounts(const Bits& bits, int shift, const std::vector<ContentSlot>& content, std::size_t period)
+        : counts(period) {
+        for (const ContentSlot& slot : content) {
+            const std::int64_t at = static_cast<std::int64_t>(slot.at) + shift;
+            if (at >= 0 && at < static_cast<std::int64_t>(bits.size())) {
+                ++compared;
+                ++counts[slot.phase % period][bits[static_cast<std::size_t>(at)] != 0 ? 1U : 0U];
+            }
         }
-        ++compared;
-        same += bits[static_cast<std::size_t>(at)] == expected[(slot.phase + phase) % expected.size()];
     }
-    return compared == 0 ? 0.0 : static_cast<double>(same) / static_cast<double>(compared);
+
+    /// The share of bits that are those of a pin.
+    double agreement(const Bits& expected, std::size_t phase) const {
+        std::size_t same = 0;
+        for (std::size_t bit = 0; bit < counts.size(); ++bit) {
+            same += counts[bit][expected[(bit + phase) % counts.size()] != 0 ? 1U : 0U];
+        }
+        return compared == 0 ? 0.0 : static_cast<double>(same) / static_cast<double>(compared);
+    }
+
+private:
+    std::vector<std::array<std::size_t, 2>> counts;
+    std::size_t compared = 0;
+};
+
+/// A lane at the shifts that may explain it, and as it is.
+struct CountedLane {
+    std::optional<int> known; ///< its shift
+    std::map<int, LaneCounts> at;
+};
+
+std::vector<CountedLane> countLanes(const std::vector<Bits>& lanes, const Anchoring& anchoring, std::size_t period) {
+    std::vector<CountedLane> counted(lanes.size());
+    for (std::size_t lane = 0; lane < lanes.size(); ++lane) {
+        counted[lane].known = anchoring.shifts[lane];
+        for (const int shift : counted[lane].known ? std::vector{*counted[lane].known, 0} : std::vector{0, 1, -1}) {
+            counted[lane].at.try_emplace(shift, lanes[lane], shift, anchoring.content, period);
+        }
+    }
+    return counted;
 }
 
 struct Fit {
@@ -201,17 +232,16 @@ struct Fit {
     bool signKnown = true;
 };
 
-Fit bestFit(const Bits& bits, std::optional<int> known, const std::vector<ContentSlot>& content, const Bits& expected,
-            std::size_t phase) {
-    if (known) {
-        const double share = agreement(bits, *known, content, expected, phase);
-        return {*known, share, share - (*known != 0 ? shiftPenalty : 0.0), true};
+Fit bestFit(const CountedLane& lane, const Bits& expected, std::size_t phase) {
+    if (lane.known) {
+        const double share = lane.at.at(*lane.known).agreement(expected, phase);
+        return {*lane.known, share, share - (*lane.known != 0 ? shiftPenalty : 0.0), true};
     }
     Fit best;
     best.score = -1.0;
     std::array<double, 3> shares{};
     for (const int shift : {0, 1, -1}) {
-        const double share = agreement(bits, shift, content, expected, phase);
+        const double share = lane.at.at(shift).agreement(expected, phase);
         shares[static_cast<std::size_t>(shift + 1)] = share;
         const double score = share - (shift != 0 ? shiftPenalty : 0.0);
         if (score > best.score) {
@@ -230,16 +260,15 @@ struct Explanation {
     std::vector<double> asNamed;
 };
 
-Explanation explain(const std::vector<Bits>& lanes, const Anchoring& anchoring, const std::vector<Bits>& expected,
-                    std::size_t phase) {
+Explanation explain(const std::vector<CountedLane>& lanes, const std::vector<Bits>& expected, std::size_t phase) {
     const std::size_t pins = lanes.size();
     std::vector<std::vector<Fit>> fits(pins, std::vector<Fit>(pins));
     Explanation found;
     for (std::size_t lane = 0; lane < pins; ++lane) {
         for (std::size_t place = 0; place < pins; ++place) {
-            fits[lane][place] = bestFit(lanes[lane], anchoring.shifts[lane], anchoring.content, expected[place], phase);
+            fits[lane][place] = bestFit(lanes[lane], expected[place], phase);
         }
-        found.asNamed.push_back(agreement(lanes[lane], 0, anchoring.content, expected[lane], phase));
+        found.asNamed.push_back(lanes[lane].at.at(0).agreement(expected[lane], phase));
     }
     std::vector<std::size_t> places(pins);
     std::iota(places.begin(), places.end(), std::size_t{0});
@@ -297,8 +326,9 @@ std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t d
     LaneMatch match;
     for (const Pattern& pattern : patterns) {
         const std::vector<Bits> expected = patternBits(pattern, dataPins);
+        const std::vector<CountedLane> counted = countLanes(lanes, anchoring, expected.front().size());
         for (std::size_t phase = 0; phase < expected.front().size(); phase += slotsOf(dataPins)) {
-            Explanation found = explain(lanes, anchoring, expected, phase);
+            Explanation found = explain(counted, expected, phase);
             if (found.score > best.score + placePreference) {
                 best = std::move(found);
                 bestBits = expected;

@@ -214,6 +214,18 @@ Cursor ExpectedStream::moved(Cursor cursor, std::uint64_t words) const {
     return cursor;
 }
 
+std::uint32_t ExpectedStream::unknownFrom(const Cursor& cursor) const {
+    const bool content = regular() && !pattern && cursor.inPeriod >= regularity.length();
+    return content ? regularity.period - cursor.inPeriod : 0;
+}
+
+void ExpectedStream::skipUnknown(Cursor& cursor, std::uint32_t words) const {
+    cursor.inPeriod += words;
+    if (cursor.inPeriod == regularity.period) {
+        cursor.inPeriod = 0;
+    }
+}
+
 Cursor ExpectedStream::atDistance(std::uint64_t position, std::uint64_t mark) const {
     Cursor cursor;
     if (regular()) {

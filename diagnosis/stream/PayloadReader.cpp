@@ -3,6 +3,8 @@
 #include "rcvr/framework/TraceLimits.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 #include <utility>
 
 namespace diagnosis {
@@ -64,9 +66,10 @@ void PayloadReader::take(PayloadChunk& chunk, std::size_t bytes, std::size_t pay
     const std::span<const std::uint8_t> from = std::span(buffer).subspan(begin, bytes);
     chunk.byte = position;
     chunk.bytes = static_cast<std::uint32_t>(bytes);
+    static_assert(std::endian::native == std::endian::little, "words in memory are those of a file");
     chunk.words.resize(payloadBytes / 2);
-    for (std::size_t i = 0; i < chunk.words.size(); ++i) {
-        chunk.words[i] = wordAt(from, 2 * i);
+    if (!chunk.words.empty()) {
+        std::memcpy(chunk.words.data(), from.data(), 2 * chunk.words.size());
     }
     begin += bytes;
     position += bytes;

@@ -140,9 +140,25 @@ void WordChecker::advance(const ExpectedWord& here) {
     ++position;
 }
 
+/// Takes the words up to the next sequence at once where any content is right; returns their number.
+std::size_t WordChecker::takeUnknown(Words words) {
+    if (expected.learned().kind != SequenceKind::Zeros || tally.any()) {
+        return 0;
+    }
+    const std::size_t taken = std::min<std::size_t>(words.size(), expected.unknownFrom(cursor));
+    if (taken != 0) {
+        before = ExpectedWord{};
+        last = words[taken - 1];
+        position += taken;
+        expected.skipUnknown(cursor, static_cast<std::uint32_t>(taken));
+    }
+    return taken;
+}
+
 /// Takes words to the first that is wrong; true if there is one.
 bool WordChecker::scan(Words words) {
-    for (const std::uint16_t raw : words) {
+    for (std::size_t i = takeUnknown(words); i < words.size(); i += 1 + takeUnknown(words.subspan(i + 1))) {
+        const std::uint16_t raw = words[i];
         const ExpectedWord here = expected.at(cursor);
         if (!expected.regular()) {
             countLooseMarks(raw);

@@ -1,6 +1,7 @@
 #include "host/session/CheckedReadBack.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace host {
 
@@ -18,8 +19,9 @@ diagnosis::StreamCheck readBackChecked(Vx::Qrs::Trace::CChannelDriver& channel, 
             rest = std::as_bytes(samples);
         }
         const std::size_t count = std::min(rest.size(), out.size());
-        std::transform(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(count), out.begin(),
-                       [](std::byte each) { return std::to_integer<std::uint8_t>(each); });
+        if (count != 0) {
+            std::memcpy(out.data(), rest.data(), count);
+        }
         rest = rest.subspan(count);
         return count;
     };

@@ -2,11 +2,13 @@
 #include "tests/truth/TruthTable.h"
 #include "tests/truth/Wirings.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
-// Calibrates many wirings: prints a table, and a description of each wrong outcome.
+// Calibrates many wirings, on all cores: prints a table, and a description of each wrong outcome.
 //
 //     truth_many 10000                 wirings of seeds 1 to 10000, "pti"
 //     truth_many 200 100001 tpiu       200 from seed 100001 on, another export
@@ -80,7 +82,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s [COUNT [FIRST SEED [pti|tpiu|unkind[=SAMPLES] [FILE]]]]\n", *argv);
         return 2;
     }
-    const truth::TruthTable table = truth::judgeMany(first, count, *kind, board);
+    const truth::TruthTable table =
+        truth::judgeMany(first, count, *kind, board, std::max(1U, std::thread::hardware_concurrency()));
     const std::string text = table.text(name + ", " + std::to_string(count) + " wirings");
     std::printf("%s\n", text.c_str());
     for (const truth::TruthTable::Case& wrong : table.wrong) {

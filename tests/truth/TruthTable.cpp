@@ -3,10 +3,12 @@
 #include "tests/support/scratch/TemporaryFolder.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <future>
 #include <iterator>
 #include <sstream>
 
@@ -55,6 +57,12 @@ const char* nameOf(char letter) {
         }
     }
     return "nothing";
+}
+
+Verdict judge(std::uint64_t seed, bench::ExportKind kind, const Board& board, const std::filesystem::path& folder) {
+    constexpr std::uint64_t roundTrip = 20000;
+    return calibrateAndJudge(drawScenario(seed, kind, board), folder, roundTrip,
+                             board.unkind() ? Judging::ByTrace : Judging::ByPattern);
 }
 
 } // namespace
@@ -125,17 +133,34 @@ std::string TruthTable::text(const std::string& title) const {
     return out;
 }
 
-TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board) {
+TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board,
+                     unsigned threads) {
+    std::vector<Verdict> verdicts(count);
+    std::atomic<unsigned> next{0};
+    const auto work = [&] {
+        const test_support::TemporaryFolder folder;
+        for (unsigned index = next++; index < count; index = next++) {
+            verdicts[index] = judge(firstSeed + index, kind, board, folder.path);
+        }
+    };
+    std::vector<std::future<void>> workers;
+    for (unsigned worker = 0; worker < threads; ++worker) {
+        workers.push_back(std::async(std::launch::async, work));
+    }
+    for (std::future<void>& worker : workers) {
+        worker.get();
+    }
     TruthTable table;
-    judgeUpTo(count, table, firstSeed, kind, board);
+    for (unsigned index = 0; index < count; ++index) {
+        table.add(firstSeed + index, verdicts[index]);
+    }
     return table;
 }
 
 void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind, const Board& board) {
     const test_support::TemporaryFolder folder;
-    const Judging judging = board.unkind() ? Judging::ByTrace : Judging::ByPattern;
     for (std::uint64_t seed = firstSeed + table.total(); seed < firstSeed + count; ++seed) {
-        table.add(seed, calibrateAndJudge(drawScenario(seed, kind, board), folder.path, 20000, judging));
+        table.add(seed, judge(seed, kind, board, folder.path));
     }
 }
 

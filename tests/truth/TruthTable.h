@@ -46,8 +46,9 @@ private:
     std::uint64_t firstSeed = 0;
 };
 
-/// Calibrates and judges the wirings of that many consecutive seeds.
-TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board = kindBoard);
+/// Calibrates and judges the wirings of that many consecutive seeds. The table does not depend on the number of threads.
+TruthTable judgeMany(std::uint64_t firstSeed, unsigned count, bench::ExportKind kind, const Board& board = kindBoard,
+                     unsigned threads = 1);
 /// Continues a table of consecutive seeds until it has that many.
 void judgeUpTo(unsigned count, TruthTable& table, std::uint64_t firstSeed, bench::ExportKind kind,
                const Board& board = kindBoard);

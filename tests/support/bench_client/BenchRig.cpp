@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <mutex>
 #include <vector>
 
 namespace bench_client {
@@ -14,7 +15,10 @@ namespace {
 using namespace VX_QRS::ORV::CLIENT;
 
 // A factory of data clients has no context, so the rig under construction puts its client here.
-VX_QRS::ORV::DataClient* nextClient = nullptr;
+thread_local VX_QRS::ORV::DataClient* nextClient = nullptr;
+
+// All channels of a process share one parser.
+std::mutex parserMutex;
 
 VX_QRS::ORV::DataClient* takeClient(std::uint32_t) {
     return nextClient;
@@ -38,6 +42,7 @@ BenchRig::BenchRig(const bench::Scenario& chosen, const std::filesystem::path& f
       stem((folder / "trace").string()) {
     unit.onRecording = [this](const bench::RecordingTruth& seen) { truth = seen; };
     unit.onFinished = [this](const bench::ContentsTruth& seen) { contents = seen; };
+    const std::lock_guard lock(parserMutex);
     nextClient = &client;
     frontEnd = std::make_unique<FrontEnd_1>(DataClientFactory{&takeClient, &leaveClient}, time);
     channel = std::make_unique<FrontEndChannel_1>(frontEnd.get(), &transmitter);
@@ -50,6 +55,7 @@ BenchRig::BenchRig(const bench::Scenario& chosen, const std::filesystem::path& f
 }
 
 BenchRig::~BenchRig() {
+    const std::lock_guard lock(parserMutex);
     channel.reset();
     frontEnd.reset();
 }

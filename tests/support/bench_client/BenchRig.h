@@ -12,8 +12,8 @@
 
 namespace bench_client {
 
-/// A channel 0 over a unit of the bench with a scenario's wiring and target, opened and ready to calibrate. One at a
-/// time in a process, on one thread.
+/// A channel 0 over a unit of the bench with a scenario's wiring and target, opened and ready to calibrate. Each on one
+/// thread; several at a time for as long as only one of them reads settings, which the construction does.
 class BenchRig {
 public:
     /// `folder` must exist and belongs to the caller; `lines` are further settings of the channel.

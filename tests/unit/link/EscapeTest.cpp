@@ -39,12 +39,21 @@ struct Result {
 };
 
 // Storage has exactly the size needed, so that a sanitizer reports each byte beyond it.
-Result unescaped(const Bytes& raw, std::size_t wanted) {
+Result unescaped(const Bytes& raw, std::size_t wanted, Decoding decoding) {
     const Bytes in(raw.begin(), raw.end());
     Bytes out(wanted);
-    const Unescaped done = unescapeBytes(in, out);
+    const Unescaped done = unescapeBytes(in, out, decoding);
     out.resize(done.produced);
     return {out, done.used};
+}
+
+// The way of every processor, and the best of this one.
+Result unescaped(const Bytes& raw, std::size_t wanted) {
+    const Result plain = unescaped(raw, wanted, Decoding::Plain);
+    const Result best = unescaped(raw, wanted, bestDecoding());
+    EXPECT_EQ(plain.plain, best.plain);
+    EXPECT_EQ(plain.used, best.used);
+    return best;
 }
 
 Result unescapedSlowly(const Bytes& raw, std::size_t wanted) {
@@ -194,11 +203,13 @@ void expectRoundTrip(const Bytes& plain, std::size_t fromShift, std::size_t toSh
     ASSERT_TRUE(std::all_of(end, out.end(), [](std::uint8_t byte) { return byte == 0xEE; }));
 
     const Shifted escapedIn(raw, fromShift);
-    Bytes back(toShift + plain.size(), 0xEE);
-    const Unescaped done = unescapeBytes(escapedIn.span(), std::span(back).subspan(toShift));
-    ASSERT_EQ(done.used, raw.size());
-    ASSERT_EQ(done.produced, plain.size());
-    ASSERT_TRUE(std::equal(plain.begin(), plain.end(), back.begin() + static_cast<std::ptrdiff_t>(toShift)));
+    for (const Decoding decoding : {Decoding::Plain, bestDecoding()}) {
+        Bytes back(toShift + plain.size(), 0xEE);
+        const Unescaped done = unescapeBytes(escapedIn.span(), std::span(back).subspan(toShift), decoding);
+        ASSERT_EQ(done.used, raw.size());
+        ASSERT_EQ(done.produced, plain.size());
+        ASSERT_TRUE(std::equal(plain.begin(), plain.end(), back.begin() + static_cast<std::ptrdiff_t>(toShift)));
+    }
 }
 
 } // namespace
