@@ -174,6 +174,8 @@ Concentration concentrationAt(const Burst& burst, std::size_t proc, std::size_t 
     }
     if (concentration.changes != 0) {
         concentration.share = (std::abs(sums[0]) + std::abs(sums[1])) / static_cast<double>(concentration.changes);
+        const double turn = std::arg(sums[0] + sums[1]) / (2.0 * std::numbers::pi);
+        concentration.phase = turn < 0.0 ? turn + 1.0 : turn;
     }
     return concentration;
 }

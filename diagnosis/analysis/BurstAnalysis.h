@@ -66,6 +66,7 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc);
 /// How concentrated a pin's changes are at one distance from the edges of another pin.
 struct Concentration {
     double share = 0.0; ///< 1: always at the same distance; near 0: at any
+    double phase = 0.0; ///< the mean distance, 0 to 1 of a bit
     std::size_t changes = 0;
 };
 /// Against the clock.

@@ -210,7 +210,10 @@ std::string DiagnosticSet::exportKind() const {
 }
 
 std::string DiagnosticSet::verificationPattern() const {
-    return exportKind() == "tpiu" ? "f0" : "";
+    if (exportKind() == "tpiu") {
+        return "f0";
+    }
+    return properties ? properties->value("verifyPattern").value_or("") : "";
 }
 
 bool DiagnosticSet::manual() const {

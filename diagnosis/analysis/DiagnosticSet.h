@@ -50,7 +50,7 @@ struct DiagnosticSet {
     std::optional<RunLog> log; ///< of the run; in the folder of these files or in the one above
 
     std::string exportKind() const; ///< empty when no file has it
-    /// The pattern of the verifications where only one is possible, as for "tpiu"; otherwise empty.
+    /// The pattern of the verifications where one is known, as for "tpiu" or by a property; otherwise empty.
     std::string verificationPattern() const;
     bool manual() const;          ///< calibrated with given values: nothing was measured
     std::size_t dataPins() const; ///< of the run; 0 when no file has them

@@ -311,7 +311,7 @@ double shareOfSame(const Bits& one, const Bits& other) {
 
 std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins, std::string_view sent) {
     const std::optional<Pattern> known = patternNamed(dataPins, sent);
-    const std::span<const Pattern> patterns = known ? std::span(&*known, 1) : patternsFor(dataPins);
+    const std::span<const Pattern> patterns = known ? std::span(&*known, 1) : usualPatterns(dataPins);
     if (patterns.empty() || recording.words.empty()) {
         return std::nullopt;
     }

@@ -30,7 +30,7 @@ struct LaneMatch {
 };
 
 /// Searches for the permutation of the pins and the shifts that make the recording fit a pattern. `sent` names the
-/// pattern if known. Nothing when there are no words, or for a number of data pins
+/// pattern if known; otherwise it is a usual one. Nothing when there are no words, or for a number of data pins
 /// without patterns.
 std::optional<LaneMatch> matchLanes(const Verification& recording, std::size_t dataPins, std::string_view sent = {});
 

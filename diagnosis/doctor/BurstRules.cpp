@@ -1,11 +1,11 @@
 #include "diagnosis/analysis/BurstAnalysis.h"
-#include "diagnosis/analysis/LaneMargins.h"
 #include "diagnosis/analysis/LaneMatch.h"
 #include "diagnosis/doctor/Rules.h"
 #include "toolkit/Format.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 // What bursts show of single pins.
@@ -19,10 +19,13 @@ constexpr double dutyTolerance = 0.5;
 /// A pin follows the clock worse than the others do when its concentration is lower by this.
 constexpr double clearlyWorse = 0.25;
 
-/// A pin is noisy whose jitter exceeds that of every other this many times, with 95 % confidence in both.
-constexpr double clearlyMoreJitter = 1.5;
-/// In samples: no pin of a board has less.
-constexpr double leastJitterOfOthers = 0.2;
+/// A pin is noisy whose jitter exceeds that of every other this many times.
+constexpr double clearlyMoreJitter = 1.4;
+/// In bits rms: less costs a setting no margin that it needs.
+constexpr double leastNoise = 0.06;
+/// A pin's changes are apart from those of others by so many bits at least, and these agree within so many.
+constexpr double leastApart = 0.25;
+constexpr double agreeing = 0.15;
 
 /// The burst of an attempt whose pins are judged one by one: the clock runs, and the pins do not share a fault.
 const Burst* burstForSinglePins(const Case& given, const FileGroup& attempt) {
@@ -80,33 +83,87 @@ void judgeDuty(Case& given, const FileGroup& attempt, const Burst& burst, std::s
                             toolkit::fixedText(std::abs(raw), 1));
 }
 
-/// The jitter that one data pin has beyond all others; nothing without such a pin.
-struct NoisyPin {
-    std::size_t proc = 0;
-    double jitter = 0.0, others = 0.0; ///< samples rms, the clock's included
+/// Where a data pin changes between clock edges, and by how much that varies, in bits.
+struct LanePlace {
+    double phase = 0.0, jitter = 0.0;
 };
 
-std::optional<NoisyPin> noisyPin(const Burst& burst) {
-    std::vector<LaneMargins> lanes;
+/// Of all data pins; empty when one changes too seldom.
+std::vector<LanePlace> placesOf(const Burst& burst) {
+    std::vector<LanePlace> places;
     for (const std::size_t proc : dataProcs(burst.dataPins())) {
-        const auto lane = measureLane(burst, proc);
-        if (!lane) {
-            return std::nullopt;
+        const Concentration concentration = concentrationAtClock(burst, proc);
+        if (concentration.changes < fewestChanges || concentration.share <= 0.0) {
+            return {};
         }
-        lanes.push_back(*lane);
+        // The concentration of normal values on a circle is exp(-2 (pi jitter)^2).
+        const double jitter = std::sqrt(-0.5 * std::log(std::min(1.0, concentration.share))) / std::numbers::pi;
+        places.push_back({concentration.phase, jitter});
     }
-    if (lanes.empty() || (lanes.size() == 1 && !dataLessRegular(burst))) {
+    return places;
+}
+
+/// The data pin that jitters beyond all others, from 0.
+std::optional<std::size_t> noisyLane(const Burst& burst, const std::vector<LanePlace>& places) {
+    if (places.empty() || (places.size() == 1 && !dataLessRegular(burst))) {
         return std::nullopt;
     }
-    const auto worst = std::max_element(lanes.begin(), lanes.end(),
-                                        [](const auto& a, const auto& b) { return a.leastJitter < b.leastJitter; });
-    double others = 0.0;
-    for (auto lane = lanes.begin(); lane != lanes.end(); ++lane) {
-        others = std::max(others, lane == worst ? 0.0 : lane->mostJitter);
+    const auto worst = std::max_element(places.begin(), places.end(),
+                                        [](const auto& a, const auto& b) { return a.jitter < b.jitter; });
+    double others = leastNoise;
+    for (auto lane = places.begin(); lane != places.end(); ++lane) {
+        others = std::max(others, lane == worst ? 0.0 : clearlyMoreJitter * lane->jitter);
     }
-    const bool clear = worst->leastJitter > clearlyMoreJitter * std::max(others, leastJitterOfOthers);
-    const auto proc = static_cast<std::size_t>(worst - lanes.begin()) + 1;
-    return clear ? std::optional(NoisyPin{proc, worst->jitter, others}) : std::nullopt;
+    return worst->jitter > others ? std::optional(static_cast<std::size_t>(worst - places.begin())) : std::nullopt;
+}
+
+/// In bits, whichever way round is shorter: 0 to a half.
+double distanceOf(const LanePlace& one, const LanePlace& other) {
+    const double distance = std::abs(one.phase - other.phase);
+    return std::min(distance, 1.0 - distance);
+}
+
+/// The data pin, from 0, that changes at another place than all others, which agree. Of two pins the second.
+std::optional<std::size_t> laneApart(const std::vector<LanePlace>& places) {
+    for (std::size_t lane = places.size(); lane-- > 0 && places.size() > 1;) {
+        bool isApart = true;
+        for (std::size_t one = 0; one < places.size(); ++one) {
+            isApart = isApart && (one == lane || distanceOf(places[one], places[lane]) >= leastApart);
+            for (std::size_t other = 0; other < one; ++other) {
+                const bool agree = one == lane || other == lane || distanceOf(places[one], places[other]) < agreeing;
+                isApart = isApart && agree;
+            }
+        }
+        if (isApart) {
+            return lane;
+        }
+    }
+    return std::nullopt;
+}
+
+void addNoisy(Case& given, const FileGroup& attempt, const std::vector<LanePlace>& places, std::size_t lane) {
+    const double bit = attempt.rates().oversampling / 2.0;
+    double others = 0.0;
+    for (std::size_t other = 0; other < places.size(); ++other) {
+        others = std::max(others, other == lane ? 0.0 : places[other].jitter);
+    }
+    given.add(FindingId::PinNoisy, {lane + 1}, {given.title(lane + 1)})
+        .evidence.push_back(burstOf(attempt) + "its changes vary by " +
+                            toolkit::fixedText(places[lane].jitter * bit, 1) + " samples rms" +
+                            (places.size() == 1
+                                 ? std::string(", while the clock is regular")
+                                 : ", those of others by " + toolkit::fixedText(others * bit, 1) + " at most"));
+}
+
+void addApart(Case& given, const FileGroup& attempt, const std::vector<LanePlace>& places, std::size_t lane) {
+    const LanePlace& other = places[lane == 0 ? 1 : 0];
+    given
+        .add(FindingId::PinShifted, {lane + 1},
+             {given.title(lane + 1), "part of a bit", places.size() == 2 ? "the other pin" : "other pins"})
+        .evidence.push_back(burstOf(attempt) + "its changes are " +
+                            toolkit::percentText(distanceOf(places[lane], other)) +
+                            " of a bit, or as much more as whole bits, from those of " +
+                            (places.size() == 2 ? "the other pin" : "the others, which agree"));
 }
 
 /// Calls `judge` for every pin from `first` on of every burst whose pins are judged one by one.
@@ -154,21 +211,21 @@ void findDutyFaults(Case& given) {
     forSinglePins(given, 0, judgeDuty);
 }
 
-void findNoisyPins(Case& given) {
+void findPinsApart(Case& given) {
     for (std::size_t i = 0; i < given.set.attempts.size() && !given.calibrated; ++i) {
         const FileGroup& attempt = given.set.attempts[i];
         const Verdict::Reason reason = given.verdicts[i].reason;
         const bool lacksMargin = reason == Verdict::Reason::Margin || reason == Verdict::Reason::Position;
         const Burst* burst = lacksMargin ? burstForSinglePins(given, attempt) : nullptr;
-        const auto noisy = burst != nullptr ? noisyPin(*burst) : std::nullopt;
-        if (!noisy || given.has(FindingKind::PinGarbled, noisy->proc)) {
+        if (burst == nullptr) {
             continue;
         }
-        given.add(FindingId::PinNoisy, {noisy->proc}, {given.title(noisy->proc)})
-            .evidence.push_back(
-                burstOf(attempt) + "its changes vary by " + toolkit::fixedText(noisy->jitter, 1) + " samples rms" +
-                (burst->dataPins() == 1 ? std::string(", while the clock is regular")
-                                        : ", those of others by " + toolkit::fixedText(noisy->others, 1) + " at most"));
+        const std::vector<LanePlace> places = placesOf(*burst);
+        if (const auto noisy = noisyLane(*burst, places); noisy && !given.has(FindingKind::PinGarbled, *noisy + 1)) {
+            addNoisy(given, attempt, places, *noisy);
+        } else if (const auto apart = noisy ? std::nullopt : laneApart(places)) {
+            addApart(given, attempt, places, *apart);
+        }
     }
 }
 

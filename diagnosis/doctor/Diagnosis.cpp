@@ -87,7 +87,7 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     // The order matters: later rules leave out pins that earlier ones found at fault.
     for (const auto rule :
          {rules::findClockFaults, rules::findSharedFaults, rules::findStuckPins, rules::findUnrelatedPins,
-          rules::findLaneFaults, rules::findDutyFaults, rules::findNoisyPins, rules::findMarginFaults,
+          rules::findDutyFaults, rules::findLaneFaults, rules::findPinsApart, rules::findMarginFaults,
           rules::findSameRates, rules::findLostMargin, rules::findRegisterFaults}) {
         rule(given);
     }

@@ -48,7 +48,8 @@ void findSharedFaults(Case& given);
 void findStuckPins(Case& given);
 void findUnrelatedPins(Case& given);
 void findDutyFaults(Case& given);
-void findNoisyPins(Case& given);
+/// Pins that are noisy, or change apart from others, where a setting fails for its margin.
+void findPinsApart(Case& given);
 void findLaneFaults(Case& given);
 void findSameRates(Case& given);
 void findMarginFaults(Case& given);

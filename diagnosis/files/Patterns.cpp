@@ -50,6 +50,11 @@ std::span<const Pattern> patternsFor(std::size_t dataPins) {
     }
 }
 
+std::span<const Pattern> usualPatterns(std::size_t dataPins) {
+    const std::span<const Pattern> all = patternsFor(dataPins);
+    return all.first(std::min<std::size_t>(all.size(), 2));
+}
+
 std::optional<Pattern> patternNamed(std::size_t dataPins, std::string_view name) {
     const std::span<const Pattern> patterns = patternsFor(dataPins);
     const auto found =

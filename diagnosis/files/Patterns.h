@@ -22,6 +22,9 @@ struct Pattern {
 
 /// The patterns of verifications, the likeliest first; empty for a number of pins other than 1, 2 and 4.
 std::span<const Pattern> patternsFor(std::size_t dataPins);
+/// Those that the receiver sends unless a property names another one: the ramps. Some faults turn one pattern into
+/// another: two pins of a ramp that are shorted show "f0".
+std::span<const Pattern> usualPatterns(std::size_t dataPins);
 std::optional<Pattern> patternNamed(std::size_t dataPins, std::string_view name);
 /// The ramp of the unit's own generator.
 Pattern unitRamp(std::size_t dataPins);

@@ -182,8 +182,11 @@ std::optional<Pattern> patternHeld(const Verification& recording, std::size_t da
     if (recording.words.empty()) {
         return std::nullopt;
     }
-    for (const Pattern& pattern : patternsFor(dataPins)) {
-        if ((sent.empty() || pattern.name == sent) && checkPattern(recording, pattern).passed()) {
+    if (const auto known = patternNamed(dataPins, sent)) {
+        return checkPattern(recording, *known).passed() ? known : std::nullopt;
+    }
+    for (const Pattern& pattern : usualPatterns(dataPins)) {
+        if (checkPattern(recording, pattern).passed()) {
             return pattern;
         }
     }

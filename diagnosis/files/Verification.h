@@ -49,7 +49,8 @@ struct PatternCheck {
 };
 PatternCheck checkPattern(const Verification& recording, const Pattern& pattern);
 
-/// The pattern that the recording holds without a fault, or nothing. `sent` names it if known.
+/// The pattern that the recording holds without a fault, or nothing. `sent` names it if known; otherwise it is a
+/// usual one.
 std::optional<Pattern> patternHeld(const Verification& recording, std::size_t dataPins, std::string_view sent = {});
 
 } // namespace diagnosis

@@ -19,7 +19,8 @@ namespace truth {
 struct Cause {
     std::string slug; ///< of the first reason; of a sound run the first finding's, or "none"
     std::string text;
-    bool isRight = false; ///< the planted fault, on its pins
+    bool isRight = false;    ///< the planted fault, on its pins
+    bool isHarmless = false; ///< nothing is said, and nothing is wrong: the calibration has taken the fault out
 };
 
 /// Calibrates, records trace where the fault needs it, and judges the files. Those of the run are in `folder`.
@@ -27,7 +28,7 @@ Cause causeOf(const FaultyWiring& wiring, const std::filesystem::path& folder);
 
 /// The clock, in Hz, that a wiring's calibration keeps where the verdict on its files has nothing against it but margins
 /// that are thin; nothing otherwise, as a second fault would be a cause of its own.
-std::optional<double> soundClock(const bench::Scenario& scenario, const std::filesystem::path& folder);
+std::optional<double> soundClock(const bench::Scenario& scenario);
 
 /// How often the first cause of each fault is right.
 class CauseTable {
@@ -49,7 +50,8 @@ private:
     std::array<Row, faults.size()> rows;
 };
 
-/// Plants a fault into the first `count` sound wirings that have a place for it, from a seed on.
+/// Plants a fault into the first `count` sound wirings that have a place for it, from a seed on, and that are not right
+/// all the same.
 void judgeCauses(Fault fault, std::uint64_t firstSeed, unsigned count, CauseTable& table);
 
 } // namespace truth

@@ -43,12 +43,12 @@ TEST(SoundWirings, AtTheSlowestAnalysedClockAreNotAccused) {
     }
 }
 
-TEST(Knowledge, AClockThatLosesPulsesIsUnsafeHoweverItsEdgesAreInTheEyes) {
+TEST(Knowledge, OfAWiringThatLosesPulsesIsUnsafeHoweverItsEdgesAreInTheEyes) {
+    // Debounce removes single slots of the clock, or of a data pin, now and then.
     for (const std::uint64_t seed : {164U, 628U, 653U, 897U, 1406U, 1418U}) {
         const Judged run = judged(seed, bench::ExportKind::Tpiu);
         EXPECT_TRUE(run.known.position.right()) << seed;
-        EXPECT_GT(run.known.clockLoss, diagnosis::usualErrorRate) << seed;
-        EXPECT_EQ(knowledgeOf(run.known, std::nullopt), Knowledge::unsafe) << seed;
+        EXPECT_EQ(knowledgeOf(run.known, std::nullopt), Knowledge::unsafe) << seed << ": " << run.known.description;
     }
 }
 

@@ -108,7 +108,7 @@ TEST(LaneMatch, NoiseLowersTheAgreementOfItsPinAlone) {
 
 TEST(LaneMatch, APatternThatIsTheSameOnAllPinsTellsNothingApart) {
     const auto f0 = [](std::size_t) -> std::uint16_t { return 0x0F0F; };
-    const auto match = matchLanes(parseVerification(drawn::plainWords(f0)), 4);
+    const auto match = matchLanes(parseVerification(drawn::plainWords(f0)), 4, "f0");
     ASSERT_TRUE(match);
     EXPECT_EQ(match->pattern, "f0");
     EXPECT_FALSE(match->distinguishesPins);
