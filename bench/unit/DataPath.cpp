@@ -41,7 +41,6 @@ void judgeWorst(const PathTiming& clock, const PathTiming& data, double half, Pa
     const EdgeChances edges(clock, data, half, quality.slot);
     quality.early = edges.early(std::max(data.rise, data.fall) + data.latest);
     quality.late = edges.late(std::min(data.rise, data.fall) + data.earliest);
-    quality.lost = std::max(data.lostOne(data.shortest), data.lostZero(data.shortest));
 }
 
 } // namespace
@@ -122,6 +121,9 @@ PathQuality judgePath(const PathTiming& clock, const PathTiming& line, double ha
     }
     if (line.shifts()) {
         judgeWorst(clock, line, half, quality);
+    }
+    if (line.source == LineSource::Data) {
+        quality.lost = std::max(line.lostOne(line.shortest), line.lostZero(line.shortest));
     }
     const double begin = static_cast<double>(quality.slot) * half + std::max(line.rise, line.fall) + line.latest;
     quality.offset = mean - begin;

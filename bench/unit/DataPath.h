@@ -49,7 +49,7 @@ struct PathQuality {
     double early = 0.0;     ///< probability of sampling the preceding slot
     double late = 0.0;      ///< probability of sampling the next slot
     double flip = 0.0;      ///< probability of sampling a glitch
-    double lost = 0.0;      ///< probability of losing a pulse to debounce; only where the content shifts edges
+    double lost = 0.0;      ///< probability of losing a pulse of a single slot to debounce, stretch or jitter
     double offset = 0.0;    ///< mean distance of the sample from the start of the eye
     double offsetMin = 0.0; ///< over all clock edges, without jitter
     double offsetMax = 0.0;
@@ -71,6 +71,8 @@ struct Segment {
     ProcPath clock;
     std::vector<ProcPath> data;  ///< the enabled data procs, top bit first
     std::vector<unsigned> procs; ///< their numbers
+    /// Probability, in a slot, that the clock loses the pulse that begins there: all words shift until the next sequence.
+    double clockLoss() const { return (clock.timing.lostOnes + clock.timing.lostZeros) / 2.0; }
     std::uint64_t firstWord = 0; ///< of the transmission's stream
     std::uint64_t seed = 0;
 };

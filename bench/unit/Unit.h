@@ -49,6 +49,7 @@ struct RecordingTruth {
     std::uint32_t bufferSize = 0;
     bool wrapping = false;
     Framing framing = Framing::Packets;
+    double clockLoss = 0.0; ///< probability in a slot that the clock loses a pulse, which shifts all that follows
     std::vector<PinTruth> pins;
 };
 

@@ -254,6 +254,7 @@ void Unit::reportTruth(const Segment& segment, unsigned channel) {
                             (stored(reg::stmControl(channel)) & reg::protocolBypassBit) != 0
                         ? Framing::Words
                         : Framing::Packets;
+    truth.clockLoss = segment.clockLoss();
     for (std::size_t index = 0; index < segment.data.size(); ++index) {
         const ProcPath& path = segment.data[index];
         PinTruth pin;

@@ -2,6 +2,7 @@
 
 #include "diagnosis/analysis/BurstAnalysis.h"
 #include "diagnosis/doctor/Rules.h"
+#include "diagnosis/files/Patterns.h"
 #include "toolkit/Format.h"
 #include "toolkit/Text.h"
 
@@ -91,8 +92,8 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     // The order matters: later rules leave out pins that earlier ones found at fault.
     for (const auto rule :
          {rules::findClockFaults, rules::findSharedFaults, rules::findStuckPins, rules::findUnrelatedPins,
-          rules::findLaneFaults, rules::findDutyFaults, rules::findMarginFaults, rules::findSameRates,
-          rules::findLostMargin, rules::findRegisterFaults}) {
+          rules::findLaneFaults, rules::findDutyFaults, rules::findNoisyPins, rules::findMarginFaults,
+          rules::findSameRates, rules::findLostMargin, rules::findRegisterFaults}) {
         rule(given);
     }
     rules::findMissing(given, diagnosis);
@@ -139,6 +140,16 @@ const Burst* liveBurst(const FileGroup& group) {
 
 std::string burstOf(const FileGroup& attempt) {
     return "burst of " + attemptTitle(attempt) + ": ";
+}
+
+bool changesRarely(std::size_t changes, std::size_t clockChanges, std::size_t dataPins) {
+    const std::size_t sequence = limits::syncLength * slotsOf(dataPins);
+    return clockChanges > sequence && changes * rarestChange < clockChanges - sequence;
+}
+
+bool patternWasHeld(const Case& given, const FileGroup& attempt) {
+    return given.calibrated && attempt.verification && attempt.pins() > 1 &&
+           patternHeld(*attempt.verification, attempt.pins() - 1, given.set.verificationPattern());
 }
 
 std::vector<std::size_t> dataProcs(std::size_t dataPins) {

@@ -91,6 +91,9 @@ constexpr std::array table{
                "<pins> are sampled wrongly now and then",
                "All pins at once indicate a shared cause: check the clock's wire and edges first, then the ground and "
                "the port's supply. A slower clock leaves larger margins."},
+    FindingRow{Id::PinNoisy, Kind::PinNoisy, "pin-noisy", Rule::Fault,
+               "the edges of <pin> jitter far more than those of other pins",
+               "Noise on this wire: check its ground, its termination and what runs beside it."},
     FindingRow{Id::WordsWrong, Kind::WordsWrong, "words-wrong", Rule::Fault,
                "the verification recording has wrong words, and no single pin explains them",
                "Check the clock: an extra or a missing edge shifts all pins at once."},

@@ -35,6 +35,11 @@ inline constexpr double leastConcentration = 0.4;
 inline constexpr std::size_t fewestChanges = 20;
 /// The pattern of a calibration changes every pin at nearly every clock edge; one in four is far too few.
 inline constexpr std::size_t rarestChange = 4;
+/// Whether a pin changes far less often than the clock. A synchronisation sequence, in which it hardly does, is allowed
+/// for: on a single pin it is longer than a burst at 10 MHz.
+bool changesRarely(std::size_t changes, std::size_t clockChanges, std::size_t dataPins);
+/// A pattern that was received as sent shows that the pins are sound, however the burst looks.
+bool patternWasHeld(const Case& given, const FileGroup& attempt);
 
 void findClockFaults(Case& given);
 /// Fills `withSharedFault`; runs before the rules about single pins.
@@ -42,6 +47,7 @@ void findSharedFaults(Case& given);
 void findStuckPins(Case& given);
 void findUnrelatedPins(Case& given);
 void findDutyFaults(Case& given);
+void findNoisyPins(Case& given);
 void findLaneFaults(Case& given);
 void findSameRates(Case& given);
 void findMarginFaults(Case& given);
@@ -53,6 +59,8 @@ void findMissing(Case& given, Diagnosis& diagnosis);
 
 /// Evidence for a clock whose edges are less regular than the data's; empty when they are not.
 std::string irregularClock(const FileGroup& attempt);
+/// Whether the changes of the first data pin are less regular than the clock's.
+bool dataLessRegular(const Burst& burst);
 /// The burst of an attempt in which the clock runs; null without one, since no pin can be judged then.
 const Burst* liveBurst(const FileGroup& group);
 /// "burst of setting 3 (95 MHz): ".

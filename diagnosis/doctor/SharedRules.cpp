@@ -184,6 +184,10 @@ void add(SharedFault fault, Case& given, const FileGroup& attempt, const LaneAli
 
 } // namespace
 
+bool dataLessRegular(const Burst& burst) {
+    return intervalRange(burst, 1).width() > 2 * intervalRange(burst, 0).width() + 2;
+}
+
 std::string irregularClock(const FileGroup& attempt) {
     const Burst* burst = liveBurst(attempt);
     if (burst == nullptr || burst->dataPins() == 0) {
@@ -200,9 +204,7 @@ void findSharedFaults(Case& given) {
         if (burst == nullptr || burst->dataPins() < 2) {
             continue;
         }
-        // A pattern that was received as sent shows that the pins are sound, however the burst looks.
-        if (given.calibrated && attempt->verification &&
-            patternHeld(*attempt->verification, burst->dataPins(), given.set.verificationPattern())) {
+        if (patternWasHeld(given, *attempt)) {
             continue;
         }
         const LaneAlignment alignment = alignmentOf(*burst);

@@ -94,6 +94,11 @@ void judgeLanes(Judgement& judged, const std::vector<Lane>& lanes) {
         }
     }
     if (worst.samples < worst.limitSamples) {
+        for (const Finding& finding : judged.diagnosis.findings) {
+            if (finding.kind == FindingKind::DutyBeyondCorrection) {
+                judged.thins.push_back({slugOf(finding.kind), finding.text}); // which costs the margin
+            }
+        }
         judged.thins.push_back({"margin-thin", sentenceOf(worst) + ", and " + limit + " are needed for " +
                                                    rateText(askedErrorRate(judged.set)) + " errors per bit"});
     }
@@ -110,6 +115,10 @@ void judgeMargins(Judgement& judged) {
     if (judged.set.manual() && !judged.measuredGiven()) {
         missing("values-given", "the unit was set with given values, and no margin was measured",
                 "calibrate automatically (calMode=automatic; tpiulite cannot be calibrated), or compare known words");
+        return;
+    }
+    if (judged.loneStream() != nullptr) {
+        judged.show("margins", false, "the files of the calibration show them; name the folder of the run with --run");
         return;
     }
     if (attempt == nullptr || !judged.diagnosis.calibrated.value_or(false)) {

@@ -87,6 +87,22 @@ void showErrorRate(RunVerdict& verdict, std::uint64_t bits, std::uint64_t errors
     }
 }
 
+/// A recording alone: its stream can be sound, and still nothing is known of the margins that it was sampled with.
+void judgeWithoutCalibration(Judgement& judged) {
+    const StreamCheck* stream = judged.loneStream();
+    if (stream == nullptr) {
+        judged.unknowns.push_back({"calibration-missing", "there are no files of a calibration"});
+        judged.show("calibration", false, "run orvtrace calibrate, or name the folder of the run");
+        return;
+    }
+    const bool known = stream->verdict != StreamVerdict::Unknown;
+    judged.unknowns.push_back(
+        {"stream-only", "only the recorded stream was judged" +
+                            (known ? ", and is " + std::string(streamVerdictName(stream->verdict)) : std::string()) +
+                            "; for the rest give --run DIR, the folder of its run"});
+    judged.show("calibration", false, "name the folder of the run with --run");
+}
+
 } // namespace
 
 double askedErrorRate(const DiagnosticSet& set) {
@@ -109,10 +125,8 @@ void judgeCalibration(Judgement& judged) {
             judged.faults.push_back({slugOf(finding.kind), finding.text});
         }
     }
-    const bool files = !set.attempts.empty() || set.base.cal || set.base.burst;
-    if (!files) {
-        judged.unknowns.push_back({"calibration-missing", "there are no files of a calibration"});
-        judged.show("calibration", false, "run orvtrace calibrate, or name the folder of the run");
+    if (!judged.hasCalibration()) {
+        judgeWithoutCalibration(judged);
         return;
     }
     if (!diagnosis.calibrated) {
@@ -153,6 +167,12 @@ void judgeWords(Judgement& judged) {
         judged.show("words", true,
                     std::to_string(verified) + " bits of the receiver's verification, all as sent: below " +
                         rateText(errorRateBound(verified, 0)) + " errors per bit");
+        return;
+    }
+    if (const StreamCheck* stream = judged.loneStream(); stream != nullptr && stream->wordsCompared != 0) {
+        judged.show("words", true,
+                    toolkit::countText(stream->wordsCompared, "word") + " of the pattern " + stream->form.pattern +
+                        " compared, " + std::to_string(stream->wrongWords) + " wrong");
         return;
     }
     if (judged.diagnosis.calibrated.value_or(true)) {

@@ -21,6 +21,13 @@ struct Judgement {
     const FileGroup* attempt() const {
         return measuredGiven() ? &set.base : set.attempts.empty() ? nullptr : &set.attempts.back();
     }
+    /// Files that a calibration leaves.
+    bool hasCalibration() const { return !set.attempts.empty() || set.base.cal || set.base.burst; }
+    /// The stream of a recording of which nothing else is known; null otherwise.
+    const StreamCheck* loneStream() const {
+        const bool checked = !hasCalibration() && set.checks && !set.checks->recordings.empty();
+        return checked && set.checks->recordings.front().stream ? &*set.checks->recordings.front().stream : nullptr;
+    }
     void show(const char* name, bool isThere, std::string text) {
         verdict.evidence.push_back({name, isThere, std::move(text)});
     }

@@ -40,6 +40,19 @@ std::string helpText(const std::string& text) {
     return result;
 }
 
+constexpr const char* rareGroup = ""; // which the parser leaves out of its help
+
+/// "Also --play, --strict: docs/orvtrace.md", a line of its own; empty without rare options.
+std::string rareOptions(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->get_group() == rareGroup) {
+            names.push_back("--" + option->get_lnames().front());
+        }
+    }
+    return names.empty() ? std::string() : "Also " + toolkit::joined(names, ", ") + ": docs/orvtrace.md\n";
+}
+
 bool hasSubcommands(const CLI::App& app) {
     return !app.get_subcommands([](const CLI::App*) { return true; }).empty();
 }
@@ -58,13 +71,15 @@ public:
         // The usage says OPTIONS already; a line less, and the longest help fits a screen.
         constexpr std::string_view heading = "Options:\n";
         const std::size_t at = text.find(heading);
-        if (!hasSubcommands(*app) && at != std::string::npos) {
+        if (at != std::string::npos) {
             text.erase(at, heading.size());
         }
         text = helpText(text);
-        // The list of subcommands leaves no line of the screen to spare.
-        if (const std::size_t gap = text.find("\n\nExit codes:"); gap != std::string::npos) {
-            text.erase(gap, 1);
+        // Long lists leave no line of the screen to spare.
+        for (const char* next : {"\n\nExit codes:", "\n\nAlso "}) {
+            if (const std::size_t gap = text.find(next); gap != std::string::npos) {
+                text.erase(gap, 1);
+            }
         }
         return text;
     }
@@ -97,7 +112,8 @@ public:
     }
     std::string make_footer(const CLI::App* app) const override {
         const std::string text = app->get_footer();
-        return text.empty() ? text : text + "\n";
+        const std::string rare = rareOptions(*app);
+        return text.empty() ? rare : rare + text + "\n";
     }
 
 private:
@@ -223,6 +239,11 @@ const Option& Option::needs(const Option& other) const {
 
 const Option& Option::excludes(const Option& other) const {
     option->excludes(other.option);
+    return *this;
+}
+
+const Option& Option::rare() const {
+    option->group(rareGroup);
     return *this;
 }
 

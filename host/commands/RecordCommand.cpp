@@ -327,7 +327,9 @@ void addVerification(Syntax& syntax, RecordOptions& options) {
     const Option verify =
         syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
-    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either").excludes(verify);
+    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either")
+        .excludes(verify)
+        .rare();
 }
 
 /// `orvtrace calibrate`.
@@ -436,7 +438,9 @@ void RecordCommand::setUp(Syntax& syntax) {
     const Option scenario = addScenario(syntax, options.session);
     addSettings(syntax, options.session);
     addCpu(syntax, options.session);
-    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends").needs(scenario);
+    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends")
+        .needs(scenario)
+        .rare();
     addPins(syntax, options.session.pins);
     addBuffer(syntax, options.session);
     const Option seconds =
@@ -444,14 +448,15 @@ void RecordCommand::setUp(Syntax& syntax) {
     const Option full = syntax.addFlag("--until-full", options.untilFull, "Record until the unit's buffer is full");
     full.excludes(seconds);
     syntax.addFlag("--trigger-file", options.triggerFile, "End it by a trigger file that is made after --seconds")
-        .excludes(full);
+        .excludes(full)
+        .rare();
     syntax.addFlag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace").excludes(full);
     syntax.addWhole("--repeat", options.repeat, "N", 1, 9999, "Record N times on one calibration (1)");
     syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
         .check(checkTdfName);
     syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
     addVerification(syntax, options);
-    syntax.addOption("--calibration", options.calibration, "DIR|FILE",
+    syntax.addOption("--calibration", options.calibration, "DIR|STEM",
                      "Use an earlier run's calibration if it still fits");
     syntax.addFlag("--tune", options.tune, "Search values where the calibration is not sound");
     addRunFlags(syntax, options.session);

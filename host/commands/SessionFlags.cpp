@@ -50,14 +50,14 @@ void addRunFlags(Syntax& syntax, SessionOptions& options) {
             return fault.empty() || isKnown ? fault : fault + suggestion(name, known);
         });
     syntax.addOption("--out", options.out, "DIR", "Folder of the run (a new one, orvtrace-NAME)");
-    syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)");
+    syntax.addOption("--library", options.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)").rare();
     syntax.addFlag("--force", options.force, "Overwrite outputs that exist");
     syntax.addFlag("--quiet", options.quiet, "No progress");
-    addStrict(syntax, options.strict);
+    addStrict(syntax, options.strict).rare();
 }
 
-void addStrict(Syntax& syntax, bool& strict) {
-    syntax.addFlag("--strict", strict, "Exit code 10 for the verdicts thin and unknown, too");
+Option addStrict(Syntax& syntax, bool& strict) {
+    return syntax.addFlag("--strict", strict, "Exit code 10 for the verdicts thin and unknown, too");
 }
 
 void checkSessionOptions(const SessionOptions& options) {

@@ -20,7 +20,7 @@ Option addErrorRate(Syntax& syntax, double& rate);
 /// --set, --out, --library, --force, --quiet, --strict.
 void addRunFlags(Syntax& syntax, SessionOptions& options);
 
-void addStrict(Syntax& syntax, bool& strict);
+Option addStrict(Syntax& syntax, bool& strict);
 
 /// Checks combinations of options; throws Failure (Usage).
 void checkSessionOptions(const SessionOptions& options);

@@ -21,6 +21,8 @@ public:
     const Option& oneOf(const std::vector<std::string>& values) const;
     const Option& needs(const Option& other) const;
     const Option& excludes(const Option& other) const;
+    /// Only named at the end of the help text, which has to fit a screen.
+    const Option& rare() const;
 
 private:
     friend class Syntax;

@@ -109,6 +109,7 @@ Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem
     verdict.megahertz = rig.inside().clocking().exportFrequency / 1e6;
     verdict.description = describe(scenario, *rig.truth);
     verdict.skewErrors = skewErrors(rig);
+    verdict.clockLoss = rig.truth->clockLoss;
     std::vector<EyePosition> eyes;
     for (const bench::PinTruth& pin : rig.truth->pins) {
         eyes.push_back({pin.slot, pin.eye, pin.fractionMin, pin.fractionMax});

@@ -59,6 +59,7 @@ struct Verdict {
     /// For each data pin after the first: the skew that the delays correct, less the wiring's, in samples.
     std::vector<double> skewErrors;
     std::vector<LaneTruth> lanes; ///< unless refused
+    double clockLoss = 0.0;       ///< probability in a slot that the clock loses a pulse
 };
 
 /// The recording that decides about a thin calibration, and what else a right one needs.

@@ -37,7 +37,7 @@ std::uint64_t poissonOf(double mean, double uniform) {
     return value;
 }
 
-constexpr std::array names{"right", "unsafe", "thin", "refused", "wrong"};
+constexpr std::array names{"right", "unsafe", "thin", "wrong bit drawn", "refused", "wrong"};
 
 bool isOdd(Knowledge known, Kind said) {
     switch (known) {
@@ -49,6 +49,7 @@ bool isOdd(Knowledge known, Kind said) {
         return said == Kind::Unknown;
     case Knowledge::wrong:
         return said == Kind::Sound;
+    case Knowledge::hit:
     case Knowledge::refused:
         return said != Kind::Fault;
     }
@@ -57,7 +58,8 @@ bool isOdd(Knowledge known, Kind said) {
 
 } // namespace
 
-diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const std::vector<LaneTruth>& lanes, const Board& board) {
+diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const Verdict& known, const Board& board) {
+    const std::vector<LaneTruth>& lanes = known.lanes;
     diagnosis::WordCheck check;
     check.pattern = "lfsr";
     check.askedErrorRate = diagnosis::usualErrorRate;
@@ -66,7 +68,8 @@ diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const std::vector<LaneTru
     const double share = board.unkind() ? shareOfUnkindBoard : shareOfKindBoard;
     for (std::size_t i = 0; i < lanes.size(); ++i) {
         const bool astray = lanes[i].slot != lanes.front().slot;
-        const double mean = bits * (astray ? 0.5 : std::min(0.5, share * lanes[i].errorRate));
+        const double lost = i == 0 ? known.clockLoss : 0.0;
+        const double mean = bits * (astray ? 0.5 : std::min(0.5, share * lanes[i].errorRate + lost));
         diagnosis::LaneErrors errors;
         errors.lane = static_cast<unsigned>(i);
         errors.errors = poissonOf(mean, bench::uniformOf(seed ^ draws, i));
@@ -88,14 +91,17 @@ diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& kno
     return diagnosis::judgeRun(set, diagnosis::diagnose(set));
 }
 
-Knowledge knowledgeOf(const Verdict& known) {
-    const bool safe = std::ranges::all_of(
-        known.lanes, [](const LaneTruth& lane) { return lane.errorRate < diagnosis::usualErrorRate; });
+Knowledge knowledgeOf(const Verdict& known, const std::optional<diagnosis::WordCheck>& words) {
+    const bool isSafe =
+        known.clockLoss < diagnosis::usualErrorRate &&
+        std::ranges::all_of(
+            known.lanes, [](const LaneTruth& lane) { return lane.errorRate < diagnosis::usualErrorRate; });
+    const bool isHit = words && words->errors != 0;
     switch (known.outcome) {
     case Outcome::right:
-        return safe ? Knowledge::right : Knowledge::unsafe;
+        return !isSafe ? Knowledge::unsafe : isHit ? Knowledge::hit : Knowledge::right;
     case Outcome::thin:
-        return safe ? Knowledge::thin : Knowledge::unsafe;
+        return !isSafe ? Knowledge::unsafe : isHit ? Knowledge::hit : Knowledge::thin;
     case Outcome::refused:
         return Knowledge::refused;
     case Outcome::wrong:
@@ -104,8 +110,9 @@ Knowledge knowledgeOf(const Verdict& known) {
     return Knowledge::wrong;
 }
 
-void VerdictTable::add(std::uint64_t seed, const Verdict& known, const diagnosis::RunVerdict& said) {
-    const Knowledge knowledge = knowledgeOf(known);
+void VerdictTable::add(std::uint64_t seed, const Verdict& known, const std::optional<diagnosis::WordCheck>& words,
+                       const diagnosis::RunVerdict& said) {
+    const Knowledge knowledge = knowledgeOf(known, words);
     ++counts.at(static_cast<std::size_t>(knowledge)).at(static_cast<std::size_t>(said.kind));
     if (isOdd(knowledge, said.kind)) {
         odd.push_back(std::string(names.at(static_cast<std::size_t>(knowledge))) + " and " + verdictName(said.kind) +
@@ -137,9 +144,9 @@ VerdictTable judgeVerdicts(std::uint64_t firstSeed, unsigned count, bench::Expor
                                                 [&] { set = diagnosis::readDiagnostics(folder.path); });
         std::optional<diagnosis::WordCheck> words;
         if (known.outcome != Outcome::refused) {
-            words = drawWordCheck(seed, known.lanes, board);
+            words = drawWordCheck(seed, known, board);
         }
-        table.add(seed, known, verdictOn(std::move(set), known, words));
+        table.add(seed, known, words, verdictOn(std::move(set), known, words));
     }
     return table;
 }

@@ -16,6 +16,8 @@
 //
 //     bits of the lane * share * errorRate
 //
+// and, on the first lane, the number of pulses that the clock loses.
+//
 // with the bench's closed form of the error rate, that of a bit that differs from its neighbours. `share` is the part of
 // random bits that it holds for: a half on a kind board. On an unkind one the rate is that of the worst content, a lane
 // that changes after a long run while both neighbours change the other way: one bit in 128. A lane in another slot than
@@ -27,7 +29,7 @@ namespace truth {
 inline constexpr std::uint64_t comparedBits = 3'000'000'000;
 
 /// The comparison of a run that was calibrated. The same for the same seed.
-diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const std::vector<LaneTruth>& lanes, const Board& board);
+diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const Verdict& known, const Board& board);
 
 /// The verdict on a run: its files, the comparison, the receiver's failure.
 diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& known,
@@ -37,17 +39,20 @@ diagnosis::RunVerdict verdictOn(diagnosis::DiagnosticSet set, const Verdict& kno
 /// is: here it has to be good for 1e-9, too.
 enum class Knowledge {
     right,
-    unsafe, ///< by its position right or thin, but a lane has more than one wrong bit in 1e9
+    unsafe, ///< by its position right or thin, but a lane has more than one wrong bit in 1e9, or the clock loses pulses
+            ///< more often
     thin,
+    hit, ///< right or thin, but the comparison met one of its rare wrong bits: a fault is the truth about that run
     refused,
     wrong,
 };
-Knowledge knowledgeOf(const Verdict& known);
+Knowledge knowledgeOf(const Verdict& known, const std::optional<diagnosis::WordCheck>& words);
 
 /// How many runs have which verdict.
 class VerdictTable {
 public:
-    void add(std::uint64_t seed, const Verdict& known, const diagnosis::RunVerdict& said);
+    void add(std::uint64_t seed, const Verdict& known, const std::optional<diagnosis::WordCheck>& words,
+             const diagnosis::RunVerdict& said);
     unsigned count(Knowledge known, diagnosis::RunVerdict::Kind said) const {
         return counts.at(static_cast<std::size_t>(known)).at(static_cast<std::size_t>(said));
     }
@@ -57,7 +62,7 @@ public:
     std::vector<std::string> odd;
 
 private:
-    std::array<std::array<unsigned, 4>, 5> counts{};
+    std::array<std::array<unsigned, 4>, 6> counts{};
 };
 
 /// Calibrates and judges consecutive seeds.

@@ -14,9 +14,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},         {"record"},   {"calibrate"}, {"tune"}, {"diff"},        {"soak"},           {"report"},
-    {"doctor"}, {"burst"},    {"check"},     {"tdf"},  {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"},
-    {"pins"},   {"scenarios"}};
+    {},        {"record"},   {"calibrate"},   {"verify"},         {"tune"},
+    {"soak"},  {"report"},   {"diff"},        {"doctor"},         {"burst"},
+    {"check"}, {"tdf"},      {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"},
+    {"pins"},  {"scenarios"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
     const RunSpace space;
@@ -72,8 +73,9 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
     for (std::vector<std::string> arguments : allCommands) {
         arguments.push_back("--help");
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
-            EXPECT_THAT(word, testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]",
-                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND", "TEXT", "NAME=VALUE"))
+            EXPECT_THAT(word, testing::AnyOf("A", "B", "FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE",
+                                             "[NAME|FILE]", "N", "N|LIST", "LIST", "SIZE", "SECONDS", "RATE", "KIND",
+                                             "TEXT", "NAME=VALUE"))
                 << arguments.front();
             ++count;
         }
@@ -93,6 +95,21 @@ TEST(CommandLine, EverySubcommandStandsInTheHelpAndInTheDocument) {
         EXPECT_THAT(help, HasSubstr("\n  " + command.front() + " "));
         EXPECT_THAT(page, HasSubstr("orvtrace " + command.front()));
     }
+}
+
+TEST(CommandLine, RareOptionsAreNamedInTheHelpAndExplainedInTheDocument) {
+    const RunSpace space;
+    const std::string help = space.run({"record", "--help"}).output;
+    const std::string page = readBytes(ORV_TOOL_PAGE);
+    const std::size_t also = help.find("\nAlso ");
+    ASSERT_NE(also, std::string::npos) << help;
+    const std::string line = help.substr(also + 1, help.find('\n', also + 1) - also);
+    for (const char* option : {"--play", "--trigger-file", "--no-verify", "--library", "--strict"}) {
+        EXPECT_THAT(line, HasSubstr(option));
+        EXPECT_EQ(help.find(option), also + 1 + line.find(option)) << "it has no line of its own";
+        EXPECT_THAT(page, HasSubstr(std::string("`") + option));
+    }
+    EXPECT_THAT(line, HasSubstr("docs/orvtrace.md"));
 }
 
 TEST(CommandLine, VersionNamesBuildCompilerAndSystem) {

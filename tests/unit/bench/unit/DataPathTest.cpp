@@ -128,6 +128,17 @@ TEST(DataPath, DutyErrorAndStretchNarrowTheEye) {
     expectAgreement(setup, 5);
 }
 
+TEST(DataPath, APulseNearTheDebounceLimitIsLostNowAndThen) {
+    PathSetup setup;
+    setup.halfPeriod = 6.0;
+    setup.dataTiming.jitter = 0.3;
+    EXPECT_LT(qualityOf(setup).lost, 1e-9);
+    setup.data.debounce = 10; // removes pulses below five samples
+    EXPECT_NEAR(qualityOf(setup).lost, chanceBelow(-1.0 / (std::sqrt(2.0) * 0.3)), 1e-6);
+    setup.dataTiming.lateFall = 0.5; // zeros of five samples and a half
+    EXPECT_NEAR(qualityOf(setup).lost, chanceBelow(-0.5 / (std::sqrt(2.0) * 0.3)), 1e-6);
+}
+
 TEST(DataPath, RatesNearTheEdgeOfTheEyeAgreeWithTheSampledWaveform) {
     // 12 samples in a half period of 14 is one edge of the eye, 1.5 to 2 samples before its end.
     for (const unsigned delay : {4U, 5U, 6U, 7U, 8U, 9U}) {

@@ -131,11 +131,23 @@ TEST(SharedFaults, APinOfATogglingPatternThatIsShiftedMayBeSwappedToo) {
     }
 }
 
-TEST(SharedFaults, WithOneDataPinTheClockIsAskedForToo) {
+TEST(SharedFaults, WithOneDataPinTheLessRegularOfTheTwoIsNamed) {
     bench::Scenario scenario = namedScenario("one-pin");
     PinWiring clock = wiring(0);
     clock.jitter = 10.0;
     scenario.wiring.pins = {clock};
+    const diagnosis::Diagnosis jitters = BenchFiles(scenario).diagnose();
+    EXPECT_EQ(kindsOf(jitters).front(), "clock-suspect");
+    scenario.wiring.pins.front().jitter.reset();
+    scenario.wiring.pins.front().open = true;
+    EXPECT_EQ(kindsOf(BenchFiles(scenario).diagnose()).front(), "clock-suspect");
+}
+
+TEST(SharedFaults, WithOneDataPinTheClockIsAskedForToo) {
+    bench::Scenario scenario = namedScenario("one-pin");
+    PinWiring pin = wiring(1);
+    pin.jitter = 10.0;
+    scenario.wiring.pins = {pin};
     const diagnosis::Diagnosis diagnosis = BenchFiles(scenario).diagnose();
     ASSERT_THAT(kindsOf(diagnosis), Contains("pin-garbled"));
     EXPECT_THAT(findingOf(diagnosis, "pin-garbled").remedy, HasSubstr("or the clock's"));

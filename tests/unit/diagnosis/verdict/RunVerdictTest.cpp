@@ -80,6 +80,24 @@ TEST(RunVerdict, AMarginBelowItsLimitIsThinAndNamesTheLane) {
     EXPECT_LT(verdict.worstMargin->samples, verdict.worstMargin->limitSamples);
 }
 
+TEST(RunVerdict, ADutyErrorThatCostsTheMarginIsNamedBeforeIt) {
+    const DiagnosticSet set = kept(2);
+    Diagnosis diagnosis;
+    diagnosis.verdicts.resize(1);
+    diagnosis.calibrated = true;
+    Finding note;
+    note.kind = FindingKind::DutyBeyondCorrection;
+    note.severity = Finding::Severity::Note;
+    note.text = "the duty error of data 4";
+    diagnosis.findings.push_back(note);
+    const RunVerdict verdict = judgeRun(set, diagnosis);
+    EXPECT_EQ(verdict.kind, Kind::Thin);
+    ASSERT_EQ(verdict.reasons.size(), 2U);
+    EXPECT_EQ(verdict.reasons[0].slug, "duty-beyond-correction");
+    EXPECT_EQ(verdict.reasons[1].slug, "margin-thin");
+    EXPECT_EQ(judgeRun(kept(), diagnosis).kind, Kind::Sound) << "where the margin is large it costs nothing";
+}
+
 TEST(RunVerdict, AnErrorRateThatAsksForMoreNeedsMoreMargin) {
     EXPECT_GT(marginLimit(1e-15, 0.3), marginLimit(1e-9, 0.3));
     EXPECT_NEAR(marginLimit(1e-9, 0.3), 6.0 * 0.3 + 0.5, 0.01);
@@ -109,6 +127,40 @@ TEST(RunVerdict, WithoutFilesOfACalibrationItIsUnknown) {
     ASSERT_FALSE(verdict.evidence.empty());
     EXPECT_FALSE(verdict.evidence.front().isThere);
     EXPECT_THAT(verdict.evidence.front().text, HasSubstr("orvtrace calibrate")) << "how to get it";
+}
+
+/// A recording without the files of its run.
+DiagnosticSet lone(StreamVerdict verdict, std::uint64_t compared) {
+    DiagnosticSet set;
+    StreamCheck stream;
+    stream.verdict = verdict;
+    stream.form.pattern = compared == 0 ? "" : "ramp";
+    stream.wordsCompared = compared;
+    set.checks.emplace().recordings.emplace_back().stream = stream;
+    return set;
+}
+
+TEST(RunVerdict, OfALoneStreamSaysThatOnlyTheStreamWasJudgedAndWhatAddsTheRest) {
+    const DiagnosticSet set = lone(StreamVerdict::Sound, 0);
+    const RunVerdict verdict = judgeRun(set, diagnose(set));
+    EXPECT_EQ(verdict.kind, Kind::Unknown);
+    EXPECT_EQ(verdictLine(verdict), "verdict: unknown: only the recorded stream was judged, and is sound; for the "
+                                    "rest give --run DIR, the folder of its run");
+    EXPECT_EQ(firstOf(verdict), "stream-only");
+    for (const Evidence& piece : verdict.evidence) {
+        EXPECT_EQ(piece.isThere, piece.name == "stream") << piece.name;
+    }
+    const DiagnosticSet unclear = lone(StreamVerdict::Unknown, 0);
+    EXPECT_THAT(verdictLine(judgeRun(unclear, diagnose(unclear))), HasSubstr("was judged; for the rest"));
+    const DiagnosticSet damaged = lone(StreamVerdict::Damaged, 0);
+    EXPECT_EQ(judgeRun(damaged, diagnose(damaged)).kind, Kind::Fault);
+}
+
+TEST(RunVerdict, OfALoneStreamWithAPatternCountsItsWordsAsCompared) {
+    const DiagnosticSet set = lone(StreamVerdict::Sound, 1000);
+    const RunVerdict verdict = judgeRun(set, diagnose(set));
+    EXPECT_EQ(verdict.reasons.size(), 1U) << "not that no words were compared";
+    EXPECT_EQ(firstOf(verdict), "stream-only");
 }
 
 TEST(RunVerdict, WithoutAComparisonOfWordsItIsUnknown) {

@@ -41,6 +41,7 @@ RecordResult sample() {
         {{1, 5e7, "center", true, ""}, result.calibration}};
     result.recordings = {{"Stopped by user : upload complete", 1.0, 1024, false, 0xCBF43926}};
     result.files.push_back({"samples", "samples", "x.bin"});
+    result.verdict.emplace();
     return result;
 }
 
@@ -231,6 +232,7 @@ TEST(ResultJson, DamagedReportsAreNamed) {
 
 TEST(ResultJson, AFailureIsNamed) {
     RecordResult result;
+    result.verdict.emplace();
     result.code = toolkit::ExitCode::CalibrationRefused;
     result.failure = "failed to calibrate channel";
     const auto json = jsonOf(result);

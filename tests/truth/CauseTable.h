@@ -1,0 +1,55 @@
+#pragma once
+
+#include "diagnosis/verdict/RunVerdict.h"
+#include "tests/truth/FaultyWirings.h"
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+// The first cause that the verdict names, against the fault that was planted.
+
+namespace truth {
+
+/// What the verdict on a run with a planted fault says.
+struct Cause {
+    std::string slug; ///< of the first reason; of a sound run the first finding's, or "none"
+    std::string text;
+    bool isRight = false; ///< the planted fault, on its pins
+};
+
+/// Calibrates, records trace where the fault needs it, and judges the files. Those of the run are in `folder`.
+Cause causeOf(const FaultyWiring& wiring, const std::filesystem::path& folder);
+
+/// The clock, in Hz, that a wiring's calibration keeps where the verdict on its files has nothing against it but margins
+/// that are thin; nothing otherwise, as a second fault would be a cause of its own.
+std::optional<double> soundClock(const bench::Scenario& scenario, const std::filesystem::path& folder);
+
+/// How often the first cause of each fault is right.
+class CauseTable {
+public:
+    void add(Fault fault, std::uint64_t seed, const Cause& cause);
+    unsigned planted(Fault fault) const { return rowOf(fault).planted; }
+    unsigned right(Fault fault) const { return rowOf(fault).right; }
+    std::string text() const;
+    /// Runs with another cause, one line each.
+    std::vector<std::string> odd;
+
+private:
+    struct Row {
+        unsigned planted = 0;
+        unsigned right = 0;
+        std::map<std::string, unsigned> others; ///< by slug
+    };
+    const Row& rowOf(Fault fault) const { return rows.at(static_cast<std::size_t>(fault)); }
+    std::array<Row, faults.size()> rows;
+};
+
+/// Plants a fault into the first `count` sound wirings that have a place for it, from a seed on.
+void judgeCauses(Fault fault, std::uint64_t firstSeed, unsigned count, CauseTable& table);
+
+} // namespace truth
