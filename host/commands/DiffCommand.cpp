@@ -23,8 +23,8 @@ public:
     void setUp(Syntax& syntax) override {
         syntax.addArgument(places[0], "A", "Folder of a run, stem of its files, or one of them");
         syntax.addArgument(places[1], "B", "The other one, in most cases the later");
-        syntax.addNumber("--allow", allowed, "SAMPLES", 0.0, 1000.0,
-                         "Exit code 10 if a margin shrank by more, or B is slower");
+        syntax.addNumber("--allow", allowed, "N", 0.0, 1000.0,
+                         "Exit code 10 if a margin shrank by more samples, or B is slower");
         syntax.addOption("--html", page, "FILE", "Write a page, too");
         syntax.addFlag("--force", force, "Overwrite a page that exists");
         syntax.footer("Delays and stretches taken out, a pin that moved is the board's; a margin that\n"

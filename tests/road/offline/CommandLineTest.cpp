@@ -73,7 +73,7 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
         arguments.push_back("--help");
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
             EXPECT_THAT(word,
-                        testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]", "N",
+                        testing::AnyOf("A", "B", "FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]", "N",
                                        "N|LIST", "LIST", "SIZE", "TIME", "RATE", "KIND", "TEXT", "NAME=VALUE"))
                 << arguments.front();
             ++count;

@@ -145,6 +145,17 @@ TEST(ChecksFile, TheRecordingsComeBackAsTheyWereWritten) {
     EXPECT_EQ(stream.lanes[0].likePreceding, 21U);
 }
 
+TEST(ChecksFile, TheValuesThatTheHostSetComeBackAsTheyWereWritten) {
+    RunChecks checks;
+    EXPECT_FALSE(parseRunChecks(runChecksText(checks), "x").given);
+    checks.given = GivenSetting{"kept", "monday", 3};
+    const RunChecks back = parseRunChecks(runChecksText(checks), "x");
+    ASSERT_TRUE(back.given);
+    EXPECT_EQ(back.given->origin, "kept");
+    EXPECT_EQ(back.given->from, "monday");
+    EXPECT_EQ(back.given->setting, 3U);
+}
+
 TEST(ChecksFile, NothingIsLostOverAWriteAndARead) {
     const std::string text = runChecksText(someChecks());
     EXPECT_EQ(runChecksText(parseRunChecks(text, "x")), text);

@@ -18,11 +18,16 @@ using testing::HasSubstr;
 
 /// First reasons; a scenario that is not listed is sound.
 const std::map<std::string, std::pair<std::string, std::string>> expected{
+    {"half-period-peak", {"fault", "margin-too-small"}},
     {"coupling", {"thin", "margin-thin"}}, // which is why trace has wrong words there
-    {"memory", {"thin", "margin-thin"}},           {"no-clock", {"fault", "clock-dead"}},
-    {"slow", {"unknown", "margins-not-measured"}}, {"stuck-pin", {"fault", "pin-stuck"}},
-    {"swapped-pins", {"fault", "pins-swapped"}},   {"too-fast", {"fault", "clock-too-fast"}},
-    {"too-many-bits", {"fault", "too-many-bits"}}, {"tpiu", {"unknown", "words-not-compared"}},
+    {"memory", {"thin", "margin-thin"}},
+    {"no-clock", {"fault", "clock-dead"}},
+    {"slow", {"unknown", "margins-not-measured"}},
+    {"stuck-pin", {"fault", "pin-stuck"}},
+    {"swapped-pins", {"fault", "pins-swapped"}},
+    {"too-fast", {"fault", "clock-too-fast"}},
+    {"too-many-bits", {"fault", "too-many-bits"}},
+    {"tpiu", {"unknown", "words-not-compared"}},
     {"tpiulite", {"unknown", "values-given"}},
 };
 

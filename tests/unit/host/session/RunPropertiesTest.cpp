@@ -36,6 +36,15 @@ TEST_F(RunPropertiesTest, TheUsersOwnFollowThoseOfTheFileAndWin) {
     EXPECT_EQ(textOf({"cpi=2", "archive=3", "archive=4"}), "with frequencyLimit=5, cpi=2, archive=4\n");
 }
 
+TEST_F(RunPropertiesTest, OthersReplaceThoseOfTheirNames) {
+    RunProperties properties({"cpi=2", "archive=3"});
+    const std::vector<SetProperty> own = properties.all();
+    properties.replace(own, {{"archive", "4"}, {"calMode", "manual"}});
+    EXPECT_EQ(propertiesText(properties.all()), "with cpi=2, archive=4, calMode=manual\n");
+    properties.replace(own, {});
+    EXPECT_EQ(propertiesText(properties.all()), "with cpi=2, archive=3\n");
+}
+
 TEST_F(RunPropertiesTest, TheReceiverGetsOneFileAndTheVariableIsRestored) {
     give("cpi=1\n");
     const std::string given = getEnvironment(variable);

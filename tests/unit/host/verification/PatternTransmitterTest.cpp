@@ -160,5 +160,64 @@ TEST(PatternTransmitter, ThePatternOfACalibrationReplacesTheOrderedOne) {
     EXPECT_FALSE(transmitter.isProgrammed());
 }
 
+TEST(PatternTransmitter, AHeldSettingIsTheOnlyOneOfTheTarget) {
+    Library library;
+    PatternTransmitter transmitter;
+    transmitter.attach(library);
+    EXPECT_CALL(library, getNumFrequencySettings).Times(3).WillRepeatedly([](unsigned, unsigned* count) {
+        *count = 5;
+        return 0;
+    });
+    EXPECT_CALL(library, applyFrequency(3, 2)).WillOnce(Return(0));
+    EXPECT_CALL(library, applyFrequency(3, 0)).WillOnce(Return(0));
+    transmitter.holdSetting(2);
+    unsigned count = 0;
+    transmitter.getNumFrequencySettings(3, &count);
+    EXPECT_EQ(count, 1U);
+    EXPECT_EQ(transmitter.settings(), 5U) << "whatever is held";
+    transmitter.applyFrequency(3, 0);
+    transmitter.holdSetting({});
+    transmitter.getNumFrequencySettings(3, &count);
+    EXPECT_EQ(count, 5U);
+    transmitter.applyFrequency(3, 0);
+}
+
+TEST(PatternTransmitter, DuringASetUpTheLastProgrammingIsRepeatedWithThePattern) {
+    testing::NiceMock<transmitter_test::MockXmtrLibrary> library;
+    PatternTransmitter transmitter;
+    transmitter.attach(library);
+    unsigned kind = 0;
+    transmitter.sendDuringSetUp(PatternTransmitter::Pattern::Walk);
+    EXPECT_CALL(library, setTestMode).Times(0);
+    transmitter.getTransmitterKind(3, &kind); // nothing was programmed yet
+    testing::Mock::VerifyAndClearExpectations(&library);
+    transmitter.releasePin(3, 0, 0);
+    transmitter.releasePin(3, 1, 0);
+    transmitter.allocatePin(3, 13, 0, 0, 0);
+    transmitter.setFunctionMode(3, 9);
+    transmitter.setTestMode(3, 5, 4);
+    program(transmitter);
+    transmitter.enablePins(3);
+    {
+        const InSequence inOrder;
+        EXPECT_CALL(library, getTransmitterKind).WillOnce(Return(0));
+        EXPECT_CALL(library, releasePin(3, 0, 0)).WillOnce(Return(0));
+        EXPECT_CALL(library, releasePin(3, 1, 0)).WillOnce(Return(0));
+        EXPECT_CALL(library, allocatePin(3, 13, 0, 0, 0)).WillOnce(Return(0));
+        EXPECT_CALL(library, setFunctionMode(3, 9)).WillOnce(Return(0));
+        EXPECT_CALL(library, setTestMode(3, 5, 1)).WillOnce(Return(0));
+        EXPECT_CALL(library, setFunctionMode(3, 9)).WillOnce(Return(0));
+        EXPECT_CALL(library, setTestMode(3, 5, 1)).WillOnce(Return(0));
+        EXPECT_CALL(library, applyFrequency(3, 1)).WillOnce(Return(0));
+        EXPECT_CALL(library, programChannel(3)).WillOnce(Return(0));
+        EXPECT_CALL(library, enablePins(3)).WillOnce(Return(0));
+    }
+    transmitter.getTransmitterKind(3, &kind);
+    testing::Mock::VerifyAndClearExpectations(&library);
+    transmitter.sendNothingDuringSetUp();
+    EXPECT_CALL(library, setTestMode).Times(0);
+    transmitter.getTransmitterKind(3, &kind);
+}
+
 } // namespace
 } // namespace host
