@@ -19,8 +19,8 @@ namespace {
 
 /// The name of the schema for what these arguments print.
 std::string schemaOf(const std::vector<std::string>& arguments) {
-    static const std::vector<std::string> commands{"record", "calibrate", "verify", "margin", "soak", "report",   "doctor",
-                                                   "burst",  "check",     "tdf",    "pins", "scenarios"};
+    static const std::vector<std::string> commands{"record", "calibrate", "verify", "margin", "soak", "report",
+                                                   "doctor", "burst",     "check",  "tdf",    "pins", "scenarios"};
     const auto command = std::find_first_of(arguments.begin(), arguments.end(), commands.begin(), commands.end());
     if (command == arguments.end()) {
         return "version";

@@ -14,7 +14,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const std::vector<std::vector<std::string>> allCommands{
-    {},        {"record"}, {"calibrate"}, {"margin"},  {"soak"},           {"report"},        {"doctor"}, {"burst"},
+    {},        {"record"}, {"calibrate"},   {"margin"},         {"soak"},          {"report"}, {"doctor"},   {"burst"},
     {"check"}, {"tdf"},    {"tdf", "list"}, {"tdf", "extract"}, {"tdf", "create"}, {"pins"},   {"scenarios"}};
 
 TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
@@ -72,7 +72,8 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
         arguments.push_back("--help");
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
             EXPECT_THAT(word, testing::AnyOf("FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]",
-                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND", "TEXT", "NAME=VALUE", "MHZ", "RATE"))
+                                             "N", "N|LIST", "LIST", "SIZE", "SECONDS", "KIND", "TEXT", "NAME=VALUE",
+                                             "MHZ", "RATE"))
                 << arguments.front();
             ++count;
         }
