@@ -47,6 +47,7 @@ private:
     void scanRate(const FrequencySetting& setting, bool isKept);
     void scanKept(RateScan& rate);
     RateScan describe(const FrequencySetting& setting) const;
+    void keepCounts();
     void writeOutputs();
 
     const MarginOptions& options;
@@ -83,6 +84,7 @@ void MarginRun::run() {
     } catch (const toolkit::Failure& failure) {
         throw session.explained(failure);
     }
+    keepCounts();
     writeOutputs();
     if (interrupted()) {
         throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted; what was measured is kept");
@@ -264,6 +266,33 @@ void MarginRun::scanKept(RateScan& rate) {
         rate.eyes.push_back(diagnosis::eyeOf(static_cast<unsigned>(lane), rate.scan.lanes[lane], rate.plan));
     }
     rate.seconds = secondsSince(begin);
+}
+
+/// The words that were compared at the kept values count for the run's verdict if the calibration at the end has the same.
+void MarginRun::keepCounts() {
+    const auto rate = std::ranges::find_if(
+        result.rates, [](const RateScan& each) { return each.kept && each.isScanned() && each.eyes[0].keptBits != 0; });
+    const auto values = result.calibration ? valuesOf(*result.calibration) : std::nullopt;
+    if (rate == result.rates.end() || !values) {
+        return;
+    }
+    const diagnosis::Delays now{values->delays.front(), {values->delays.begin() + 1, values->delays.end()}};
+    if (now != rate->plan.kept || values->stretches != rate->stretches) {
+        result.notes.emplace_back("the calibration at the end has other values than the scanned ones");
+        return;
+    }
+    diagnosis::WordCheck& check = result.checks.words.emplace_back();
+    check.pattern = rate->pattern;
+    check.askedErrorRate = options.quick ? briefErrorRate : options.errorRate;
+    for (std::size_t lane = 0; lane < rate->eyes.size(); ++lane) {
+        const auto kept = std::ranges::find(rate->scan.lanes[lane].taps, 0, &diagnosis::LaneTap::offset);
+        check.bits += kept->bits;
+        check.errors += kept->errors;
+        if (kept->errors != 0) {
+            check.lanes.push_back({static_cast<unsigned>(lane), kept->errors, kept->early, kept->late});
+        }
+    }
+    session.writeChecks();
 }
 
 void MarginRun::writeOutputs() {

@@ -65,6 +65,24 @@ TEST_F(Interrupt, OfAVerificationLeavesWhatWasCompared) {
     EXPECT_EQ(checks.at("exitCode"), 7);
 }
 
+TEST_F(Interrupt, OfAScanOfMarginsLeavesWhatWasMeasuredAndACalibratedTarget) {
+    const Outcome run = space.run(
+        {"margin", "--json", "--scenario", "clean", "--error-rate", "1e-11", "--out", space.file("run").string()}, {},
+        [&](RunningProgram& running) {
+            waitForPhase(space, "50 MHz: scanning");
+            std::this_thread::sleep_for(std::chrono::milliseconds(500));
+            EXPECT_TRUE(running.interrupt());
+        });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    ASSERT_TRUE(run.json.is_object()) << run.output;
+    ASSERT_FALSE(run.json.at("rates").empty()) << run.output;
+    const nlohmann::json scanned = run.json.at("rates").front();
+    EXPECT_TRUE(scanned.at("interrupted").get<bool>());
+    EXPECT_FALSE(scanned.at("lanes").at(0).at("points").empty());
+    const Outcome after = space.run({"doctor", space.file("run").string()});
+    EXPECT_THAT(after.output, testing::HasSubstr("50 MHz")) << after.output << after.errors;
+}
+
 TEST_F(Interrupt, TheSecondEndsTheProgramAtOnceAndSaysSo) {
     // The server keeps the program waiting for longer than the two take, and then finds it gone.
     const auto scenario =
