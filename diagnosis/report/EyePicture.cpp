@@ -12,12 +12,12 @@ namespace diagnosis::page {
 namespace {
 
 constexpr double eyeWidth = 280.0;
-constexpr double height = 182.0;
+constexpr double height = 188.0;
 constexpr double left = 10.0;
 constexpr double top = 26.0;
 constexpr double bottom = 118.0;
-constexpr double foot = 144.0;
-constexpr double tallest = 18.0;
+constexpr double foot = 150.0;
+constexpr double tallest = 16.0;
 constexpr double faintest = 0.16;
 
 /// A change of level that takes `w` to either side, drawn as a soft step.
@@ -52,7 +52,7 @@ void drawHistogram(Svg& svg, const Eye& eye, const Frame& frame) {
         tallestCount = std::max(tallestCount, count);
     }
     svg.line(left, foot, eyeWidth - left, foot, "axis");
-    svg.text(left, foot - tallest + 10.0, "max " + std::to_string(tallestCount), "tiny");
+    svg.text(left, foot - tallest - 2.0, "max " + std::to_string(tallestCount), "tiny");
 }
 
 /// Two scales: nanoseconds, and unit intervals, of which a bit is one.

@@ -109,8 +109,12 @@ svg.waveform,svg.strip,.finding,.keep{break-inside:avoid}details::details-conten
 @media screen and (max-width:1100px){table.lanes{font-size:12.5px}table.lanes td,table.lanes th{padding-right:7px}}
 @media screen and (max-width:860px){.facts{grid-template-columns:repeat(3,1fr)}}
 @media screen and (max-width:700px){main{padding:14px}h1{font-size:21px;overflow-wrap:anywhere}.registers{columns:1}table.lanes{min-width:860px}
-table.attempts{min-width:720px}.drawn svg{width:860px}.facts{grid-template-columns:repeat(2,1fr)}.finding{padding:8px 10px}
-td.pin,table.lanes th:first-child,table.attempts th:first-child{position:sticky;left:0;background:var(--bg)}dl{grid-template-columns:1fr}
+table.attempts,table.attempts tbody{display:block}table.attempts tr:first-child{display:none}
+table.attempts tr{display:flex;flex-wrap:wrap;align-items:center;gap:2px 14px;border-bottom:1px solid var(--line);padding:6px 0}
+table.attempts td{border:0;padding:0}table.attempts td:last-child{flex-basis:100%}
+table.attempts td:first-child::before{content:"setting "}table.attempts td:nth-child(3)::after{content:" samples a period"}
+.drawn svg{width:860px}.facts{grid-template-columns:repeat(2,1fr)}.finding{padding:8px 10px}
+td.pin,table.lanes th:first-child{position:sticky;left:0;background:var(--bg)}dl{grid-template-columns:1fr}
 .eyes>svg{max-width:none}}
 )css";
 }

@@ -48,7 +48,7 @@ TEST(DoctorOn, AnOpenClock) {
     EXPECT_EQ(board.doctor.code, 10);
     EXPECT_EQ(board.kinds(), Kinds{"clock-suspect"});
     EXPECT_THAT(board.doctor.output, AllOf(HasSubstr("as with a clock of 50 MHz"), HasSubstr("at the same rate")));
-    EXPECT_THAT(board.page(), HasSubstr("Check the clock (EMU0) pin first"));
+    EXPECT_THAT(board.page(), HasSubstr("Check the CLK (EMU0) pin first"));
 }
 
 TEST(DoctorOn, NoiseOnAllWires) {

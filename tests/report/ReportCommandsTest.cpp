@@ -48,11 +48,18 @@ TEST_F(ARun, IsReportedOn) {
     EXPECT_THAT(page, HasSubstr("<!DOCTYPE html>"));
     EXPECT_THAT(page, HasSubstr("Nothing is broken"));
 
-    const Outcome again = space->run({"report", run()});
-    EXPECT_EQ(again.code, 8) << "the page is there already";
-    EXPECT_EQ(lines(again.errors), 1U);
-    EXPECT_THAT(again.errors, HasSubstr("--force"));
-    EXPECT_EQ(space->run({"report", run(), "--force"}).code, 0);
+    EXPECT_EQ(space->run({"report", run()}).code, 0) << "an earlier page is renewed";
+    const std::string own = space->write("own.html", "<html>").string();
+    const Outcome refused = space->run({"report", run(), "--out", own});
+    EXPECT_EQ(refused.code, 8) << "a file that is no page";
+    EXPECT_EQ(lines(refused.errors), 1U);
+    EXPECT_THAT(refused.errors, HasSubstr("--force"));
+    EXPECT_EQ(space->run({"report", run(), "--out", own, "--force"}).code, 0);
+    const Outcome piped = space->run({"report", run(), "--out", "-"});
+    EXPECT_EQ(piped.code, 0);
+    EXPECT_THAT(piped.output, AllOf(StartsWith("<!DOCTYPE html>"), testing::EndsWith("</html>\n")));
+    EXPECT_THAT(piped.errors, HasSubstr("verdict: sound"));
+    EXPECT_EQ(space->run({"report", run(), "--out", "-", "--json"}).code, 2);
     const std::string elsewhere = space->file("elsewhere.html").string();
     const Outcome json = space->run({"report", dataFile("bench-cable").string(), "--out", elsewhere, "--json"});
     EXPECT_EQ(json.code, 0) << json.errors;
@@ -86,7 +93,7 @@ TEST_F(ARun, GivesItsBurstToOtherPrograms) {
     EXPECT_EQ(made.json.at("samples"), 8192);
     EXPECT_EQ(made.json.at("samplesPerSecond"), 1.4e9);
     EXPECT_EQ(lines(readBytes(csv)), 8193U);
-    EXPECT_THAT(readBytes(vcd), HasSubstr("$var wire 1 % data4 $end"));
+    EXPECT_THAT(readBytes(vcd), HasSubstr("$var wire 1 % D0 $end"));
     EXPECT_EQ(space->run({"burst", burst(), "--vcd", vcd}).code, 8);
     const std::string svg = space->file("burst.svg").string();
     const Outcome drawn =
@@ -95,10 +102,41 @@ TEST_F(ARun, GivesItsBurstToOtherPrograms) {
     EXPECT_EQ(drawn.json.at("files").at("svg"), svg);
     EXPECT_THAT(readBytes(svg), AllOf(StartsWith("<svg"), HasSubstr(">a &amp; b</text>"), HasSubstr(">410</text>")));
     const Outcome part =
-        space->run({"burst", burst(), "--csv", csv, "--from", "10", "--to", "20", "--pins", "data2,clock", "--force"});
+        space->run({"burst", burst(), "--csv", csv, "--from", "10", "--to", "20", "--pins", "data2,CLK", "--force"});
     EXPECT_EQ(part.code, 0) << part.errors;
     EXPECT_EQ(lines(readBytes(csv)), 11U);
-    EXPECT_THAT(readBytes(csv), HasSubstr("sample,nanoseconds,data2,clock"));
+    EXPECT_THAT(readBytes(csv), HasSubstr("sample,nanoseconds,D2,CLK"));
+}
+
+TEST_F(ARun, ListsItsBurstsAndPassesOneThroughAPipe) {
+    const Outcome all = space->run({"bursts", run(), "--json"});
+    EXPECT_EQ(all.code, 0) << all.errors;
+    EXPECT_EQ(all.json.at("bursts").size(), 3U);
+    EXPECT_EQ(all.json.at("bursts").at(0).at("dataPins"), 4);
+    EXPECT_THAT(space->run({"bursts", run()}).output, HasSubstr(".cap.txt"));
+    const Outcome piped = space->run({"burst", burst(), "--csv", "-", "--to", "3"});
+    EXPECT_EQ(lines(piped.output), 4U) << piped.output;
+    EXPECT_THAT(piped.errors, HasSubstr("3 samples of 5 pins"));
+    const std::filesystem::path folder = space->file("single");
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy_file(burst(), folder / "only.cap.txt");
+    EXPECT_EQ(space->run({"burst", folder.string(), "--csv", "-", "--to", "3"}).output, piped.output)
+        << "a folder with one burst is that burst";
+}
+
+TEST_F(ARun, HasTheNamesThatItsReaderGives) {
+    const std::string board = space->write("board.toml", "[names]\nCLK = \"TCLK\"\nEMU1 = \"NET_A\"\n").string();
+    const Outcome listed = space->run({"doctor", run(), "--names", board, "--json"});
+    EXPECT_EQ(listed.code, 0) << listed.errors;
+    EXPECT_EQ(listed.json.at("labels").at("clock"), "TCLK");
+    EXPECT_EQ(listed.json.at("labels").at("data4"), "NET_A");
+    EXPECT_EQ(listed.json.at("labels").at("data1"), "D3");
+    const Outcome burstNamed =
+        space->run({"burst", burst(), "--csv", "-", "--to", "1", "--names", board, "--pins", "NET_A"});
+    EXPECT_THAT(burstNamed.output, StartsWith("sample,nanoseconds,NET_A"));
+    const std::string bad = space->write("bad.toml", "[names]\nD9 = \"x\"\n").string();
+    EXPECT_EQ(space->run({"doctor", run(), "--names", bad}).code, 3);
+    EXPECT_EQ(space->run({"doctor", run(), "--names", "A,A"}).code, 2);
 }
 
 TEST_F(ARun, PrintsOneFileByteForByteAndNothingElse) {

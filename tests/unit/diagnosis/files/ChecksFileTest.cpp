@@ -251,5 +251,17 @@ TEST(ErrorRateBound, AsManyBitsAsExcludeARateExcludeIt) {
     }
 }
 
+TEST(ChecksFile, NamesOfPinsAreKeptAndBadOnesAreDamage) {
+    RunChecks checks;
+    checks.names = toolkit::LaneNames::parse("TCLK,TD1,TD0");
+    const RunChecks read = parseRunChecks(runChecksText(checks), "x");
+    EXPECT_EQ(read.names.label({2, 2, {}}), "TD0");
+    EXPECT_TRUE(parseRunChecks("{}", "x").names.empty()) << "a file of an earlier version";
+    for (const char* bad :
+         {R"({"names": 5})", R"({"names": {"D0": 1}})", R"({"names": {"Q": "x"}})", R"({"names": {"D0": "a b"}})"}) {
+        EXPECT_THROW(parseRunChecks(bad, "x"), toolkit::Failure) << bad;
+    }
+}
+
 } // namespace
 } // namespace diagnosis

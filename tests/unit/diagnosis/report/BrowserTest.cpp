@@ -107,10 +107,12 @@ TEST(Browser, ShowsTheWholeLaneTableFrom900PixelsOn) {
         EXPECT_EQ(seen(outcome, "scrolled"), "0") << width;
         EXPECT_EQ(seen(outcome, "tilerows"), "1") << width;
     }
-    const Browser::Outcome narrow = browser.open(page, {"--window-size=500,1200"});
-    EXPECT_EQ(seen(narrow, "wide"), "false") << "tables scroll, the page does not";
-    EXPECT_EQ(seen(narrow, "beside"), "0");
-    EXPECT_EQ(seen(narrow, "scrolled"), "3") << "the lanes of three attempts";
+    for (const char* width : {"500", "360"}) {
+        const Browser::Outcome narrow = browser.open(page, {std::string("--window-size=") + width + ",1200"});
+        EXPECT_EQ(seen(narrow, "wide"), "false") << "tables scroll, the page does not";
+        EXPECT_EQ(seen(narrow, "beside"), "0");
+        EXPECT_EQ(seen(narrow, "scrolled"), "6") << "lanes and waveforms of three attempts";
+    }
 }
 
 TEST(Browser, FollowsTheReadersChoiceOfDarkAndLight) {

@@ -107,6 +107,55 @@ TEST(Page, HasEveryPartForEveryAttempt) {
     EXPECT_EQ(count(page, "<svg"), count(page, "</svg>"));
 }
 
+TEST(Page, EveryPartHasANameForLinksAndRegistersAreFolded) {
+    const BenchFiles files(namedScenario("bench-cable"));
+    const std::string page = pageOf(files.read());
+    for (const char* id :
+         {"summary", "findings", "attempts", "setting-2", "setting-2-lanes", "setting-2-eyes", "setting-2-waveforms",
+          "setting-2-verification", "setting-4-lanes", "registers", "files", "origin"}) {
+        EXPECT_EQ(count(page, std::string("id=\"") + id + "\""), 1U) << id;
+    }
+    EXPECT_EQ(count(page, "<section"), count(page, "<section id=\""));
+    EXPECT_EQ(count(page, "<section"), count(page, "</section>"));
+    EXPECT_THAT(page, HasSubstr("<details><summary>51 registers</summary>"));
+}
+
+TEST(Page, TheFooterHasTheVerdictAndTheOrigin) {
+    const BenchFiles files(namedScenario("clean"));
+    const auto set = files.read();
+    const std::string page =
+        diagnosis::reportPage(set, diagnosis::diagnose(set), {"orvtrace 9.8", "2031-02-03 04:05 UTC"});
+    const std::string footer = page.substr(page.find("<footer"));
+    EXPECT_THAT(footer, AllOf(HasSubstr("Verdict: sound, 50 MHz"),
+                              HasSubstr("Made by orvtrace 9.8, 2031-02-03 04:05 UTC, "), HasSubstr("Capture unit ")));
+}
+
+TEST(Page, EyesHaveScalesInNanosecondsAndUnitIntervalsAndACount) {
+    const BenchFiles files(namedScenario("clean"));
+    const std::string page = pageOf(files.read());
+    const std::string eye = page.substr(page.find("class=\"eye\""), 60000);
+    EXPECT_THAT(eye, AllOf(HasSubstr(">0 ns</text>"), HasSubstr(">0 UI</text>"), HasSubstr(">-0.5</text>"),
+                           HasSubstr(">max ")));
+}
+
+TEST(Page, NamesOfTheBoardKeepTheirLettersAndAreText) {
+    const BenchFiles files(namedScenario("swapped-pins"));
+    auto set = files.read();
+    set.names = toolkit::LaneNames::parse("clk<1>,td3,td2,td1,td0");
+    const std::string page = pageOf(set);
+    EXPECT_THAT(page, AllOf(HasSubstr("td1 (D1, EMU2) and td0 (D0, EMU1) are swapped"), HasSubstr("clk&lt;1&gt;"),
+                            Not(HasSubstr("Td1")), Not(HasSubstr("clk<1>"))));
+}
+
+TEST(Page, ALaneBelowItsLimitIsHatchedAndMarked) {
+    const BenchFiles files(namedScenario("coupling"));
+    const std::string page = pageOf(files.read());
+    EXPECT_GT(count(page, "class=\"hatch\""), 0U);
+    EXPECT_GT(count(page, "<span class=\"thin\">"), 0U);
+    const BenchFiles sound(namedScenario("clean"));
+    EXPECT_EQ(count(pageOf(sound.read()), "<span class=\"thin\">"), 0U);
+}
+
 TEST(Page, ColoursOfThePicturesArePrintedToo) {
     EXPECT_THAT(pageOf({}), HasSubstr("html{-webkit-print-color-adjust:exact;print-color-adjust:exact}"));
 }
