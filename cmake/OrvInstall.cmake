@@ -60,7 +60,11 @@ else()
   set(ORV_PACKAGE_SYSTEM "Linux x86-64")
   set(ORV_PACKAGE_DOCS docs)
   set(ORV_PACKAGE_EXAMPLES examples)
-  set(ORV_PACKAGE_EXTRAS "Each subcommand has a manual page, such as `man orvtrace-record`. bash, zsh and fish complete commands.")
+  set(ORV_PACKAGE_EXTRAS "Each subcommand has a manual page, such as `man orvtrace-record`. bash, zsh and fish complete commands.
+
+Of the Debian \
+packages, `orvtrace` with `liborvrcvr${PROJECT_VERSION_MAJOR}` serves a real unit; `orvrcvr-bench` is the bench, `orvrcvr-dev` is \
+for hosts, `orvrcvr-doc` has the documents and examples, `python3-orvtrace` the Python module.")
   set(readme_folder ${ORV_INSTALL_DOCUMENTS})
 endif()
 configure_file(cmake/package/README.md.in ${CMAKE_BINARY_DIR}/package/README.md @ONLY)

@@ -248,6 +248,23 @@ class ExamplesTest(Runs):
         self.assertLess({"data1", "data2", "data3", "data4", "clock edge"}, set(texts))
 
 
+class DocumentTest(Runs):
+    def test_the_script_of_the_document_works(self):
+        page = (SOURCES / "docs" / "python.md").read_text()
+        script = "\n".join(line[4:] for line in page.split("## Module")[0].splitlines() if line.startswith("    ") or not line)
+        (self.root / "run").symlink_to(self.root / "step-down")
+        environment = dict(os.environ, PYTHONPATH=str(SOURCES / "python"), PYTHONDONTWRITEBYTECODE="1")
+        done = subprocess.run([sys.executable, "-c", script], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              env=environment, cwd=self.root, check=False)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertIn(f"{len(self.run_of('step-down').recording())} samples of 8 bytes".encode(), done.stdout)
+
+    def test_every_name_of_the_module_is_in_the_document(self):
+        page = (SOURCES / "docs" / "python.md").read_text()
+        for name in ("Run", "open_recording", "Recording", "sections", "read_burst", "read_calibration", "read_registers"):
+            self.assertIn(f"| `{name}", page)
+
+
 class DocumentationTest(unittest.TestCase):
     def test_examples_in_the_docstrings_hold(self):
         self.assertEqual(doctest.testmod(orvtrace).failed, 0)
