@@ -1,18 +1,14 @@
 #include "host/commands/Command.h"
 #include "host/commands/Commands.h"
 #include "host/platform/Platform.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 namespace {
 
 host::VersionFacts versionFacts() {
-#ifdef __clang__
-    const std::string compiler = "clang " __clang_version__;
-#else
-    const std::string compiler = "gcc " __VERSION__;
-#endif
     return {{"version", ORVTRACE_VERSION},
             {"build", ORVTRACE_BUILD},
-            {"compiler", compiler},
+            {"compiler", ORV_COMPILER},
             {"system", std::string(host::systemName()) + " " + host::systemVersion()}};
 }
 

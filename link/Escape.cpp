@@ -1,5 +1,7 @@
 #include "link/Escape.h"
 
+#include "rcvr/framework/compiler/Compiler.h"
+
 #include <bit>
 #include <cstring>
 
@@ -13,9 +15,7 @@ namespace {
 // branches: each block is stored whole, and the bytes after its first special byte are stored a second time, shifted,
 // whether or not it has one. Only a further special byte in the same block takes a branch. Excess bytes are overwritten
 // by the bytes that follow.
-using Block __attribute__((vector_size(16))) = std::uint8_t;
-using Chars __attribute__((vector_size(16))) = char;
-using Words __attribute__((vector_size(16))) = std::uint64_t;
+using Block = VX_QRS::ByteBlock;
 
 constexpr std::size_t blockSize = sizeof(Block);
 constexpr std::size_t blocks = 4;
@@ -48,16 +48,15 @@ Block escapes(const Block& block) {
 }
 
 bool any(const Block& marked) {
-    const auto words = std::bit_cast<Words>(marked);
+    const auto words = std::bit_cast<VX_QRS::WordBlock>(marked);
     return (words[0] | words[1]) != 0;
 }
 
-// The marked bytes, one bit each, the first byte's lowest. One instruction of every x86-64, by the name that both
-// compilers have for it; portable code costs a fifth of the speed.
+// The marked bytes, one bit each, the first byte's lowest.
 using Flags = std::uint32_t;
 
 Flags flagsOf(const Block& marked) {
-    return static_cast<Flags>(__builtin_ia32_pmovmskb128(std::bit_cast<Chars>(marked)));
+    return VX_QRS::highestBits(marked);
 }
 
 // 1 when there is a flag. Compilers turn a comparison into a branch.

@@ -3,6 +3,7 @@
 #include "rcvr/ProcessEnvironment.h"
 #include "rcvr/Receiver.h"
 #include "rcvr/framework/CReceiver.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <cstdint>
 #include <new>
@@ -50,12 +51,9 @@ void makeReceiver() {
 
 } // namespace
 
-// Symbols are hidden by default.
-#define RCVR_EXPORT __attribute__((visibility("default")))
-
 extern "C" {
 
-RCVR_EXPORT CReceiver* CreateRcvr() {
+ORV_EXPORT CReceiver* CreateRcvr() {
     if (g_refCnt != 0) {
         logCall("CreateRcvr");
         ++g_refCnt;
@@ -72,7 +70,7 @@ RCVR_EXPORT CReceiver* CreateRcvr() {
     return g_receiver;
 }
 
-RCVR_EXPORT void DestroyRcvr(CReceiver* receiver) {
+ORV_EXPORT void DestroyRcvr(CReceiver* receiver) {
     try {
         logCall("DestroyRcvr");
         if (g_refCnt == 0 || receiver != g_receiver) {

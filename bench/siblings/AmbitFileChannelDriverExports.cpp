@@ -1,4 +1,5 @@
 #include "rcvr/framework/IFileReplay.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <new>
 
@@ -11,11 +12,11 @@ class FileChannelDriver : public Vx::Qrs::Trace::IFileChannelDriver {};
 
 extern "C" {
 
-__attribute__((visibility("default"))) Vx::Qrs::Trace::IFileChannelDriver* CreateChannelDriver(const char* name) {
+ORV_EXPORT Vx::Qrs::Trace::IFileChannelDriver* CreateChannelDriver(const char* name) {
     return name != nullptr ? new (std::nothrow) FileChannelDriver() : nullptr;
 }
 
-__attribute__((visibility("default"))) void DestroyChannelDriver(Vx::Qrs::Trace::IFileChannelDriver* driver) {
+ORV_EXPORT void DestroyChannelDriver(Vx::Qrs::Trace::IFileChannelDriver* driver) {
     delete driver;
 }
 }

@@ -1,11 +1,11 @@
 #include "bench/siblings/TargetAdapter.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <cstdio>
 
 extern "C" {
 
-__attribute__((visibility("default"))) void NewTargetAdapter(const char* cpuName,
-                                                             Vx::Qrs::Trace::ITargetAdapter** out) {
+ORV_EXPORT void NewTargetAdapter(const char* cpuName, Vx::Qrs::Trace::ITargetAdapter** out) {
     if (out == nullptr) {
         return;
     }
@@ -18,7 +18,7 @@ __attribute__((visibility("default"))) void NewTargetAdapter(const char* cpuName
     }
 }
 
-__attribute__((visibility("default"))) void FreeTargetAdapter(Vx::Qrs::Trace::ITargetAdapter* adapter) {
+ORV_EXPORT void FreeTargetAdapter(Vx::Qrs::Trace::ITargetAdapter* adapter) {
     delete adapter;
 }
 }

@@ -1,4 +1,5 @@
 #include "bench/siblings/PartIdentifier.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <cstdio>
 
@@ -6,7 +7,7 @@
 // standard error output.
 extern "C" {
 
-__attribute__((visibility("default"))) Vx::Qrs::Trace::IPartIdentifier* CreatePartIdentifier() {
+ORV_EXPORT Vx::Qrs::Trace::IPartIdentifier* CreatePartIdentifier() {
     try {
         return new bench::PartIdentifier(bench::DeviceDatabase::load(bench::DeviceDatabase::defaultFile()));
     } catch (const std::exception& error) {
@@ -15,8 +16,7 @@ __attribute__((visibility("default"))) Vx::Qrs::Trace::IPartIdentifier* CreatePa
     }
 }
 
-__attribute__((visibility("default"))) void DestroyPartIdentifier(Vx::Qrs::Trace::IPartIdentifier* identifier,
-                                                                  unsigned) {
+ORV_EXPORT void DestroyPartIdentifier(Vx::Qrs::Trace::IPartIdentifier* identifier, unsigned) {
     delete identifier;
 }
 }

@@ -1,5 +1,6 @@
 #include "bench/scenarios/FilePath.h"
 #include "bench/siblings/XmtrLibrary.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,7 +9,7 @@
 // Without a scenario there is no target, and so no object.
 extern "C" {
 
-__attribute__((visibility("default"))) Vx::Qrs::Trace::IXmtrLibrary* CreateXmtr(unsigned, unsigned) {
+ORV_EXPORT Vx::Qrs::Trace::IXmtrLibrary* CreateXmtr(unsigned, unsigned) {
     const char* scenario = std::getenv("ORV_BENCH_SCENARIO");
     const char* folder = std::getenv("ORV_BENCH_DIR");
     if (scenario == nullptr || *scenario == 0 || folder == nullptr || *folder == 0) {
@@ -24,7 +25,7 @@ __attribute__((visibility("default"))) Vx::Qrs::Trace::IXmtrLibrary* CreateXmtr(
     }
 }
 
-__attribute__((visibility("default"))) void DestroyXmtr(Vx::Qrs::Trace::IXmtrLibrary* library) {
+ORV_EXPORT void DestroyXmtr(Vx::Qrs::Trace::IXmtrLibrary* library) {
     delete library;
 }
 }

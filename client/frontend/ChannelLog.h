@@ -1,7 +1,7 @@
 #pragma once
 
-#include "common/source/source_utilities/PrintfChecked.h"
 #include "common/source/source_utilities/SourceLocation.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 // Log lines of the front end and its channels: "ORV Receiver (orv_client_frontend:<line>) <message>".
 

@@ -4,8 +4,8 @@
 #include "client/frontend/FrontEndChannel_1.h"
 #include "common/source/Exception.h"
 #include "common/source/source_utilities/OutputFile.h"
-#include "common/source/source_utilities/PrintfChecked.h"
 #include "common/source/source_utilities/uString.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <algorithm>
 #include <array>

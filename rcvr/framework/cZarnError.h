@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rcvr/framework/compiler/Compiler.h"
+
 #include <cstddef>
 #include <cstring>
 #include <initializer_list>
@@ -121,7 +123,7 @@ public:
         }
     }
     // Hosts look this one up in the library by name, so it keeps default visibility.
-    __attribute__((visibility("default"))) void Delete() override;
+    ORV_EXPORT void Delete() override;
 
     ~cZarnError() override = default;
 

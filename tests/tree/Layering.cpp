@@ -19,15 +19,17 @@ struct Room {
 };
 
 constexpr std::string_view utilities = "common/source/source_utilities";
+constexpr std::string_view compiler = "rcvr/framework/compiler";
 
 /// Folders before the folders that hold them.
 const std::vector<Room>& rooms() {
     static const std::vector<Room> all{
-        {utilities, {}},
-        {"common/source/properties", {"common"}},
-        {"common", {"common"}},
-        {"rcvr/framework", {}},
-        {"link", {"common"}},
+        {utilities, {compiler}},
+        {"common/source/properties", {"common", compiler}},
+        {"common", {"common", compiler}},
+        {compiler, {}},
+        {"rcvr/framework", {compiler}},
+        {"link", {"common", compiler}},
         {"pinmap", {"common", "rcvr/framework"}},
         {"tdf", {"common", "rcvr/framework"}},
         {"mpx", {"common", "rcvr/framework", "link"}},
@@ -36,17 +38,18 @@ const std::vector<Room>& rooms() {
         {"client/patterns", {"common", "rcvr/framework", "client"}},
         {"client/transmitters", {"common", "rcvr/framework", "mpx", "client", "client/frontend"}},
         {"client/frontend",
-         {"common", "common/source/properties", "rcvr/framework", "mpx", "client", "client/analysis"}},
+         {"common", "common/source/properties", "rcvr/framework", compiler, "mpx", "client", "client/analysis"}},
         {"client", {"common", "rcvr/framework", "mpx", "client/analysis"}},
         {"rcvr",
-         {"common", "common/source/properties", "rcvr/framework", "pinmap", "tdf", "client", "client/frontend"}},
+         {"common", "common/source/properties", "rcvr/framework", compiler, "pinmap", "tdf", "client",
+          "client/frontend"}},
         {"bench/scenarios", {}},
         {"bench/signal", {}},
         {"bench/wiring", {"bench/scenarios", "bench/signal"}},
         {"bench/unit", {"bench/scenarios", "bench/signal", "bench/wiring"}},
         {"bench/faults", {"bench/scenarios"}},
         {"bench/server", {"common", "bench/scenarios", "bench/faults", "bench/unit"}},
-        {"bench/siblings", {"common", "rcvr/framework", "bench/scenarios"}},
+        {"bench/siblings", {"common", "rcvr/framework", compiler, "bench/scenarios"}},
         {"bench", {}},
         {"toolkit", {}},
         // The file of a run's checks holds those of streams.
@@ -56,7 +59,8 @@ const std::vector<Room>& rooms() {
         {"diagnosis/burst", {"toolkit", "rcvr/framework", "diagnosis/files"}},
         {"diagnosis/doctor", {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis"}},
         {"diagnosis/verdict",
-         {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/stream", "diagnosis/doctor"}},
+         {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/stream",
+          "diagnosis/doctor"}},
         {"diagnosis/report",
          {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/burst", "diagnosis/doctor",
           "diagnosis/verdict"}},
@@ -78,7 +82,7 @@ const std::vector<Room>& rooms() {
         {"host/commands",
          {"toolkit", "pinmap", "tdf", "diagnosis", "host/pins", "host/platform", "host/results", "host/scenario",
           "host/session", "host/soak", "host/verification"}},
-        {"host", {"host/commands", "host/platform"}},
+        {"host", {"host/commands", "host/platform", compiler}},
     };
     return all;
 }
@@ -220,6 +224,27 @@ Breaches includeCycles(const Files& files) {
         if (isSource(path)) {
             visit(path);
         }
+    }
+    return breaches;
+}
+
+Breaches compilerDependence(const Files& files) {
+    static const std::regex own(
+        "\\b(__attribute__|__attribute|__declspec|__builtin_\\w+|__extension__|__typeof__|typeof|__asm__|"
+        "__asm|__int128|__restrict|__forceinline|__GNUC__|__clang__|__VERSION__|__clang_version__|"
+        "_MSC_VER|_Pragma)\\b|#\\s*pragma\\s+(GCC|clang)|<\\w*intrin\\.h>");
+    Breaches breaches;
+    for (const auto& [path, text] : files) {
+        const Room* const room = roomOf(path);
+        if (!isSource(path) || room == nullptr || room->name == compiler) {
+            continue;
+        }
+        forEachLine(text, [&, &p = path](std::size_t number, const std::string& line) {
+            std::smatch found;
+            if (std::regex_search(line, found, own)) {
+                breaches.push_back(at(p, number) + found.str());
+            }
+        });
     }
     return breaches;
 }

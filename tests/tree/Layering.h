@@ -13,4 +13,7 @@ Breaches includesThatAreNotFromTheRoot(const Files& files);
 Breaches includeCycles(const Files& files);
 /// Tests for the platform and headers of one platform, outside win32/ and posix/.
 Breaches platformDependence(const Files& files);
+/// Words that only some compilers know, outside the one header that has them.
+Breaches compilerDependence(const Files& files);
+
 } // namespace tree

@@ -21,6 +21,8 @@ const std::vector<Area>& messageAreas() {
         {"toolkit/Remedy.cpp", Scope::reported, "what to do, after a failure"},
         {"diagnosis/Diagnosis.h", Scope::none, ""},
         {"diagnosis/burst/", Scope::reported, "headers and values of an export"},
+        {"host/commands/ManualPages.cpp", Scope::reported, "manual pages in whole sentences"},
+        {"rcvr/framework/compiler/", Scope::none, ""},
         {"host/commands/ScenariosCommand.cpp", Scope::reported, "a scenario in words"},
         {"diagnosis/analysis/", Scope::reported, "names, and verdicts in whole sentences"},
         {"diagnosis/files/", Scope::reported, "names of values"},

@@ -78,6 +78,19 @@ TEST(TreeRules, PlatformsAreNamedInTheirFoldersOnly) {
                             "common/c.cpp:3: includes <windows.h>", "host/session/f.cpp:1: #ifdef _WIN32"));
 }
 
+TEST(TreeRules, CompilersAreNamedInOneHeaderOnly) {
+    const Files files{
+        {"rcvr/framework/compiler/Compiler.h", "#ifdef __clang__\n#define X __attribute__((unused))\n#endif\n"},
+        {"common/a.h", "#ifdef __GNUC__\n#endif\n#include <immintrin.h>\n"},
+        {"common/win32/b.cpp", "__declspec(dllexport) int b;\n"},
+        {"link/c.cpp", "int c = __builtin_ctz(1);\n#pragma GCC unroll 4\nint attribute; #pragma once\n"},
+        {"tests/d.cpp", "int d = __builtin_ctz(1);\n"},
+    };
+    EXPECT_THAT(compilerDependence(files),
+                ElementsAre("common/a.h:1: __GNUC__", "common/a.h:3: <immintrin.h>", "common/win32/b.cpp:1: __declspec",
+                            "link/c.cpp:1: __builtin_ctz", "link/c.cpp:2: #pragma GCC"));
+}
+
 TEST(TreeRules, SourcesAreBuilt) {
     const Files files{
         {"link/CMakeLists.txt", "orv_static(orv_link SOURCES a.cpp ${system}/b.cpp found/*.cpp)\n"},

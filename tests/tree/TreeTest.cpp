@@ -45,6 +45,10 @@ TEST(Tree, NamesPlatformsInTheirFoldersOnly) {
     EXPECT_THAT(platformDependence(sourcesOfThisTree()), IsEmpty());
 }
 
+TEST(Tree, NamesCompilersInOneHeaderOnly) {
+    EXPECT_THAT(compilerDependence(sourcesOfThisTree()), IsEmpty());
+}
+
 TEST(Tree, BuildsEverySource) {
     EXPECT_THAT(sourcesThatAreNotBuilt(sourcesOfThisTree()), IsEmpty());
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rcvr/framework/compiler/Compiler.h"
+
 #include <cstdint>
 #include <source_location>
 
@@ -11,7 +13,7 @@ using SourceLocation = std::source_location;
 /// The part of std::source_location that is used here, for compilers that lack it.
 class SourceLocation {
 public:
-    static constexpr SourceLocation current(std::uint_least32_t line = __builtin_LINE()) {
+    static constexpr SourceLocation current(std::uint_least32_t line = ORV_CALLERS_LINE) {
         return SourceLocation(line);
     }
     constexpr std::uint_least32_t line() const { return number; }

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "common/source/source_utilities/PrintfChecked.h"
 #include "common/source/source_utilities/SourceLocation.h"
 #include "common/source/source_utilities/uFile.h"
 #include "common/source/source_utilities/uMutex.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <atomic>
 #include <cstdarg>

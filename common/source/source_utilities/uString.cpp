@@ -1,6 +1,6 @@
 #include "common/source/source_utilities/uString.h"
 
-#include "common/source/source_utilities/PrintfChecked.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <array>
 #include <cmath>
@@ -132,10 +132,9 @@ namespace {
 // The caller's format arrives as a parameter, which no compiler can check; these are the only such calls.
 template <class Value>
 const char* formattedBy(const char* format, Value value, std::string& out, bool append) {
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    ORV_FORMAT_FROM_CALLER_BEGIN
     return formatted(out, append, format, value);
-#pragma GCC diagnostic pop
+    ORV_FORMAT_FROM_CALLER_END
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "common/source/source_utilities/LocalTime.h"
 #include "common/source/source_utilities/uString.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
 #include <algorithm>
 #include <array>
@@ -100,10 +101,9 @@ char* uTime::format(char* buffer, int size, const char* text) {
     uString::toText(fields.millisecond, milliseconds);
     uString::replace(pattern, "%#s", milliseconds.c_str());
     const std::tm tm = asTm();
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    ORV_FORMAT_FROM_CALLER_BEGIN
     const std::size_t length = std::strftime(buffer, space, pattern.c_str(), &tm);
-#pragma GCC diagnostic pop
+    ORV_FORMAT_FROM_CALLER_END
     if (length == 0) {
         buffer[0] = '\0';
     }
