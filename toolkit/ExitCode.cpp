@@ -43,6 +43,14 @@ const char* exitCodeName(ExitCode code) {
     return entryOf(code).name;
 }
 
+std::vector<ExitCodeFacts> exitCodes() {
+    std::vector<ExitCodeFacts> codes;
+    for (const Entry& entry : entries) {
+        codes.push_back({static_cast<int>(entry.code), entry.meaning});
+    }
+    return codes;
+}
+
 std::string exitCodeTable() {
     constexpr std::size_t rows = (entries.size() + 1) / 2;
     constexpr std::size_t secondColumn = 38;

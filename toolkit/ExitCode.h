@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace toolkit {
 
@@ -22,6 +23,13 @@ enum class ExitCode : int {
 
 /// One word for a script, such as "calibration-refused".
 const char* exitCodeName(ExitCode code);
+
+struct ExitCodeFacts {
+    int number;
+    const char* meaning; ///< as in the help text
+};
+/// By their numbers.
+std::vector<ExitCodeFacts> exitCodes();
 
 /// The table for the help text, two columns.
 std::string exitCodeTable();

@@ -1,4 +1,6 @@
 #include "host/commands/Command.h"
+#include "host/commands/CommandFacts.h"
+#include "host/commands/HiddenRequests.h"
 #include "host/commands/Suggestion.h"
 #include "host/commands/Syntax.h"
 #include "toolkit/JsonText.h"
@@ -19,7 +21,7 @@
 #include <sstream>
 #include <string_view>
 
-// The only file that includes the command line parser, which takes long to compile.
+// Only this file and CommandFacts.cpp include the command line parser, which takes long to compile.
 
 namespace host {
 
@@ -353,6 +355,9 @@ int runLine(const CommandList& commands, const VersionFacts& facts, int argc, co
         Syntax syntax(*own);
         command->setUp(syntax);
         addCommonOptions(*own, *command);
+    }
+    if (const auto code = answeredHidden([&] { return commandFactsOf(app); }, facts.front().second, argc, argv)) {
+        return *code;
     }
     try {
         app.parse(argc, argv);
