@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/burst/BurstExport.h"
+#include "diagnosis/burst/SigrokSession.h"
 #include "diagnosis/burst/WaveformPicture.h"
 #include "diagnosis/doctor/Diagnosis.h"
 #include "diagnosis/doctor/DiagnosisText.h"
@@ -18,7 +19,7 @@
 //     const diagnosis::RunVerdict verdict = diagnosis::judgeRun(set, found);
 //     std::cout << diagnosis::verdictLine(verdict) << "\n";            // can this trace be trusted?
 //     diagnosis::writeReport("run", "run/board.report.html", false);   // the page
-//     diagnosis::writeVcd(out, burst, diagnosis::partOf(burst, 0, 0, {})); // a burst; also writeCsv, writeSvg
+//     diagnosis::writeVcd(out, burst, diagnosis::partOf(burst, 0, 0, {})); // a burst; also writeCsv, writeSvg, writeSigrokSession
 //
 //     const diagnosis::FileCheck recording = diagnosis::checkRecording("run/.VX-trace/data/board.bin");
 //     std::cout << diagnosis::recordingText(recording);                // does the stream hold together, and where not

@@ -32,7 +32,9 @@ char wireOf(std::size_t place) {
     return static_cast<char>('!' + place);
 }
 
-void writeHead(std::ostream& out, const Burst& burst, const BurstPart& part) {
+void writeHead(std::ostream& out, const Burst& burst, const BurstPart& part, const ExportOrigin& origin) {
+    out << (origin.date.empty() ? "" : "$date " + origin.date + " $end\n");
+    out << (origin.program.empty() ? "" : "$version " + origin.program + " $end\n");
     std::array<char, 64> rate{};
     std::snprintf(rate.data(), rate.size(), "%.6g", burst.rates.sampleRate());
     out << "$comment " << rate.data() << " samples a second";
@@ -80,8 +82,8 @@ std::size_t picosecondsOf(const Burst& burst, std::size_t sample) {
     return static_cast<std::size_t>(std::llround(static_cast<double>(sample) * 1e12 / burst.rates.sampleRate()));
 }
 
-void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part) {
-    writeHead(out, burst, part);
+void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part, const ExportOrigin& origin) {
+    writeHead(out, burst, part, origin);
     const std::size_t start = picosecondsOf(burst, part.from);
     for (std::size_t sample = part.from; sample < part.to; ++sample) {
         const bool first = sample == part.from;

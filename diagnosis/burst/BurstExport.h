@@ -23,9 +23,15 @@ BurstPart partOf(const Burst& burst, std::size_t from, std::size_t to, const std
 /// The time of a sample, in picoseconds from the burst's first one, rounded.
 std::size_t picosecondsOf(const Burst& burst, std::size_t sample);
 
+/// What wrote a file, and when, for its head. An empty text leaves its entry out.
+struct ExportOrigin {
+    std::string program; ///< "orvtrace 0.1.0"
+    std::string date;    ///< "2026-11-22 13:40:05"
+};
+
 /// Value change dump: one wire for each pin, in picoseconds from the part's first sample. The last time stamp is the
 /// end of the part's last sample.
-void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part);
+void writeVcd(std::ostream& out, const Burst& burst, const BurstPart& part, const ExportOrigin& origin = {});
 
 /// One line per sample: its number, its time in nanoseconds from the burst's first one, and the levels.
 void writeCsv(std::ostream& out, const Burst& burst, const BurstPart& part);

@@ -30,6 +30,8 @@ bool outputTakesColour();
 
 /// From here on the standard input is read as bytes. No effect where it always is.
 void readInputAsBytes();
+/// From here on the standard output is written as bytes. No effect where it always is.
+void writeOutputAsBytes();
 
 /// Makes a console show the program's output as UTF-8 during the object's life. No effect where every terminal does.
 class Utf8Console {

@@ -101,6 +101,23 @@ TEST_F(ARun, GivesItsBurstToOtherPrograms) {
     EXPECT_THAT(readBytes(csv), HasSubstr("sample,nanoseconds,data2,clock"));
 }
 
+TEST_F(ARun, PrintsOneFileByteForByteAndNothingElse) {
+    const std::string session = space->file("burst.sr").string();
+    const std::string values = space->file("printed.csv").string();
+    const Outcome made = space->run({"burst", burst(), "--sr", session, "--csv", values, "--json"});
+    EXPECT_EQ(made.code, 0) << made.errors;
+    EXPECT_EQ(made.json.at("files").at("sr"), session);
+    EXPECT_EQ(space->run({"burst", burst(), "--sr", "-"}).output, readBytes(session));
+    EXPECT_EQ(space->run({"burst", burst(), "--csv", "-"}).output, readBytes(values));
+    const Outcome dump = space->run({"burst", burst(), "--vcd", "-", "--svg", space->file("beside.svg").string()});
+    EXPECT_THAT(dump.output, testing::MatchesRegex("\\$date [-0-9]+ [:0-9]+ \\$end\n\\$version orvtrace .*"));
+    EXPECT_TRUE(std::filesystem::exists(space->file("beside.svg")));
+    EXPECT_EQ(dump.errors, "");
+    const Outcome both = space->run({"burst", burst(), "--vcd", "-", "--json"});
+    EXPECT_EQ(both.code, 2);
+    EXPECT_EQ(both.json.at("outcome"), "usage");
+}
+
 TEST_F(ARun, WhatIsWrongIsOneLineAndItsCode) {
     const std::string none = space->file("none").string();
     const std::string damaged = space->write("damaged.cap.txt", "exportFrequency=banana\n").string();
@@ -113,7 +130,8 @@ TEST_F(ARun, WhatIsWrongIsOneLineAndItsCode) {
     for (const Case& wrong : std::vector<Case>{
              {{"report"}, 2, "--help"},
              {{"doctor"}, 2, "--help"},
-             {{"burst", burst()}, 2, "give one or more of --vcd FILE, --csv FILE, --svg FILE"},
+             {{"burst", burst()}, 2, "give one or more of --vcd FILE, --sr FILE, --csv FILE, --svg FILE"},
+             {{"burst", burst(), "--vcd", "-", "--csv", "-"}, 2, "the standard output takes one file"},
              {{"burst", burst(), "--csv", out, "--pins", "data9"}, 2, "there is no pin"},
              {{"burst", burst(), "--csv", out, "--from", "9000"}, 2, "8192 samples"},
              {{"report", none}, 3, "no diagnostic files at "},

@@ -112,6 +112,8 @@ bool outputTakesColour() {
 
 void readInputAsBytes() {}
 
+void writeOutputAsBytes() {}
+
 void watchInterrupts() {
     struct sigaction action{};
     action.sa_handler = onInterrupt;

@@ -131,6 +131,10 @@ void readInputAsBytes() {
     _setmode(_fileno(stdin), _O_BINARY);
 }
 
+void writeOutputAsBytes() {
+    _setmode(_fileno(stdout), _O_BINARY);
+}
+
 void watchInterrupts() {
     SetConsoleCtrlHandler(onInterrupt, TRUE);
 }

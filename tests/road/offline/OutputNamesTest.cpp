@@ -48,6 +48,7 @@ const std::vector<Meeting> meetings{
     {{"check", "{in}", "--mode", "tpiu", "--payload", "{out}"}, "in.bin", "any bytes"},
     {{"burst", "{in}", "--vcd", "{out}"}, "in.cap.txt", head},
     {{"burst", "{in}", "--csv", "{out}"}, "in.cap.txt", head},
+    {{"burst", "{in}", "--sr", "{out}"}, "in.cap.txt", head},
     {{"report", "{in}", "--out", "{out}"}, "in.cal.txt", head},
     {{"record", "--scenario", "clean", "--play", "{in}", "--raw", "{out}"}, "in.txt", "to be sent"},
     {{"record", "--scenario", "clean", "--play", "{in}", "--save", "{out}"}, "in.tdf", "to be sent"},

@@ -59,6 +59,14 @@ TEST(Vcd, HoldsTheFirstLevelsTheChangesAndTheEnd) {
                          "#2857\n");
 }
 
+TEST(Vcd, TheHeadNamesDayAndProgram) {
+    const Burst burst = threePins();
+    std::ostringstream out;
+    writeVcd(out, burst, partOf(burst, 0, 4, "clock"), {"orvtrace 0.1.0", "2026-11-22 13:40:05"});
+    EXPECT_THAT(out.str(), testing::StartsWith("$date 2026-11-22 13:40:05 $end\n$version orvtrace 0.1.0 $end\n"
+                                               "$comment 1.4e+09 samples a second"));
+}
+
 TEST(Vcd, TimesCountFromTheFirstSampleOfThePartAndDoNotDrift) {
     const Burst burst = parseBurst(drawn::burst({drawn::square(8192, 14, 0), drawn::square(8192, 14, 7)}), "x");
     std::ostringstream out;
