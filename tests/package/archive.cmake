@@ -67,13 +67,49 @@ if(SYSTEM STREQUAL "Windows")
   record(zip ${top}/bin/orvtrace.exe)
   documents(${top} ${top}/doc)
 else()
-  only(*.deb deb)
-  run("unpacking ${deb}" dpkg-deb -x ${deb} ${folder}/deb-root)
+  # Each package has what it is named for, and nothing of another's.
+  foreach(holds "liborvrcvr0 usr/${programs}/OrvRcvr.so" "orvtrace usr/bin/orvtrace"
+                "orvtrace usr/share/man/man1/orvtrace-record.1.gz"
+                "orvtrace usr/share/bash-completion/completions/orvtrace"
+                "orvtrace usr/share/zsh/vendor-completions/_orvtrace"
+                "orvtrace usr/share/fish/vendor_completions.d/orvtrace.fish"
+                "orvrcvr-bench usr/${programs}/scenarios/clean.toml"
+                "orvrcvr-dev usr/include/orvrcvr/rcvr/framework/CReceiver.h"
+                "orvrcvr-doc usr/share/doc/orvrcvr/docs/orvtrace.md"
+                "python3-orvtrace usr/lib/python3/dist-packages/orvtrace.py")
+    string(REPLACE " " ";" holds ${holds})
+    list(GET holds 0 package)
+    list(GET holds 1 file)
+    only(${package}_*.deb deb)
+    run("unpacking ${deb}" dpkg-deb -x ${deb} ${folder}/${package})
+    require_file(${folder}/${package}/${file})
+    require_file(${folder}/${package}/usr/share/doc/${package}/copyright)
+    require_file(${folder}/${package}/usr/share/doc/${package}/changelog.gz)
+  endforeach()
+  file(GLOB debs ${folder}/packages/*.deb)
+  list(LENGTH debs count)
+  if(NOT count EQUAL 6)
+    message(FATAL_ERROR "${count} packages: ${debs}")
+  endif()
+  foreach(deb ${debs})
+    run("unpacking ${deb}" dpkg-deb -x ${deb} ${folder}/deb-root)
+    run("unpacking what ${deb} tells the system" dpkg-deb -e ${deb} ${folder}/control)
+    foreach(script postinst postrm preinst prerm triggers)
+      if(EXISTS ${folder}/control/${script})
+        message(FATAL_ERROR "${deb} has a ${script}, which none of its files needs")
+      endif()
+    endforeach()
+    file(REMOVE_RECURSE ${folder}/control)
+  endforeach()
   record(deb ${folder}/deb-root/usr/bin/orvtrace)
-  run("reading ${deb}" dpkg-deb -f ${deb} Package Version Depends Description)
-  if(NOT output MATCHES "Package: orvrcvr" OR NOT output MATCHES "libstdc\\+\\+6")
+  documents(${folder}/deb-root/usr/share/doc/orvrcvr ${folder}/deb-root/usr/share/doc/orvrcvr)
+  only(orvtrace_*.deb deb)
+  run("reading ${deb}" dpkg-deb -f ${deb} Package Source Version Depends Description)
+  if(NOT output MATCHES "liborvrcvr0 \\(= " OR NOT output MATCHES "libstdc\\+\\+6")
     message(FATAL_ERROR "the package says:\n${output}")
   endif()
+  # What Debian's own checker calls an error or a warning.
+  run("lintian" lintian --fail-on error,warning --allow-root ${debs})
   only(*.tar.gz tgz)
   unpack(tgz ${tgz})
   file(GLOB top ${folder}/tgz-root/*)
