@@ -114,6 +114,11 @@ function(orv_loadable name)
          CONTENT "{\n  global:\n    @lines@;\n  local:\n    *;\n};\n" @ONLY)
     target_link_options(${name} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_BINARY_DIR}/${name}.map)
     set_target_properties(${name} PROPERTIES LINK_DEPENDS ${CMAKE_CURRENT_BINARY_DIR}/${name}.map)
+    # A symbol that no library supplies is an error of the build, not of the first host that loads it. Sanitizers' own
+    # symbols come from the program.
+    if(NOT ORV_SANITIZE AND NOT ORV_ATOMIC_POINTS)
+      target_link_options(${name} PRIVATE -Wl,-z,defs)
+    endif()
     # Debian asks every library to name the C library, also one that reaches it through the C++ library only.
     target_link_libraries(${name} PRIVATE -Wl,--push-state,--no-as-needed,-lc,--pop-state)
     if(ORV_SANITIZE)

@@ -276,7 +276,8 @@ private:
     /// Bytes of the running recording; zeroed when one starts. Used under the mutex on the thread that talks to the data
     /// client; status reads `published`, whose two numbers always belong together.
     struct Counters {
-        struct Progress {
+        // Aligned as its size asks: clang would call a library for anything less.
+        struct alignas(2 * sizeof(std::uint32_t)) Progress {
             std::uint32_t unsent = 0;
             std::uint32_t total = 0;
         };
