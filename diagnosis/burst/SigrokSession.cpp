@@ -1,6 +1,7 @@
 #include "diagnosis/burst/SigrokSession.h"
 
-#include <array>
+#include <zlib.h>
+
 #include <cmath>
 #include <cstdint>
 #include <ostream>
@@ -28,16 +29,9 @@ void putNumber(std::string& out, std::uint32_t value, unsigned bytes) {
 }
 
 /// The checksum of ZIP archives.
-std::uint32_t crc32Of(const std::string& bytes) {
-    constexpr std::uint32_t polynomial = 0xEDB88320;
-    std::uint32_t crc = ~std::uint32_t{0};
-    for (const char byte : bytes) {
-        crc ^= static_cast<unsigned char>(byte);
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = crc >> 1 ^ ((crc & 1) != 0 ? polynomial : 0);
-        }
-    }
-    return ~crc;
+std::uint32_t checksumOf(const std::string& bytes) {
+    return static_cast<std::uint32_t>(
+        crc32(0, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size())));
 }
 
 /// The fields that an entry and its place in the directory share.
@@ -49,7 +43,7 @@ std::string zipFields(const Entry& entry) {
     putNumber(fields, 0, 2); // stored
     putNumber(fields, 0, 2); // midnight
     putNumber(fields, firstZipDay, 2);
-    putNumber(fields, crc32Of(entry.content), 4);
+    putNumber(fields, checksumOf(entry.content), 4);
     putNumber(fields, size, 4);
     putNumber(fields, size, 4);
     putNumber(fields, static_cast<std::uint32_t>(std::string(entry.name).size()), 2);
@@ -89,7 +83,7 @@ std::string metadataOf(const Burst& burst, const BurstPart& part) {
     std::string text = "[global]\nsigrok version=0.5.2\n\n[device 1]\ncapturefile=logic-1\ntotal probes=" +
                        std::to_string(part.pins.size()) + "\nsamplerate=" + std::to_string(rate) + "\ntotal analog=0\n";
     for (std::size_t i = 0; i < part.pins.size(); ++i) {
-        text += "probe" + std::to_string(i + 1) + "=" + signalName(part.pins[i]) + "\n";
+        text += "probe" + std::to_string(i + 1) + "=" + part.names.label(laneOf(burst, part.pins[i])) + "\n";
     }
     return text + "unitsize=1\n";
 }

@@ -54,7 +54,7 @@ void judgeRelation(Case& given, const FileGroup& attempt, const Burst& burst, st
     const bool loose = concentration.changes >= fewestChanges && concentration.share <= leastConcentration &&
                        (alone || bestOfOthers(burst, proc) >= concentration.share + clearlyWorse);
     const bool rare = concentration.changes != 0 && changesRarely(concentration.changes, clock, burst.dataPins());
-    const std::string irregular = alone && loose ? irregularClock(attempt) : std::string();
+    const std::string irregular = alone && loose ? irregularClock(given.set, attempt) : std::string();
     if (!irregular.empty()) {
         given.add(FindingId::ClockSuspect, {0}, {given.title(0)}).evidence.push_back(irregular);
     } else if (loose || rare) {

@@ -2,6 +2,7 @@
 
 #include "diagnosis/analysis/BurstAnalysis.h"
 #include "diagnosis/analysis/LaneMargins.h"
+#include "toolkit/LaneNames.h"
 
 #include <algorithm>
 #include <array>
@@ -184,7 +185,7 @@ Seen rawPlacesOf(const Burst& burst, const Values& held, double expectedHalf) {
     for (std::size_t proc = 1; proc < burst.pins.size(); ++proc) {
         auto place = placeOf(burst, proc, *grid);
         if (!place) {
-            seen.fault = pinName(proc) + " does not change with the clock";
+            seen.fault = toolkit::laneLabel({proc, burst.dataPins()}) + " does not change with the clock";
             return seen;
         }
         place->likelyWithClock = place->mostWithClock = std::hypot(place->jitter, grid->jitter);

@@ -3,6 +3,7 @@
 #include "diagnosis/tune/Conditioning.h"
 #include "diagnosis/tune/SlotLag.h"
 #include "toolkit/Format.h"
+#include "toolkit/LaneNames.h"
 
 #include <algorithm>
 #include <cmath>
@@ -100,7 +101,7 @@ bool SearchRun::correct(const Words& words) {
         if (slots != 0) {
             places.lanes[i].rise += slots * places.half;
             places.lanes[i].fall += slots * places.half;
-            say("the words show " + pinName(i + 1) + " a bit too " + (slots < 0 ? "early" : "late"));
+            say("the words show " + toolkit::laneLabel({i + 1, places.lanes.size()}) + " a bit too " + (slots < 0 ? "early" : "late"));
             changed = true;
         }
     }
@@ -142,7 +143,7 @@ Found SearchRun::run() {
             }
         }
         found.choice = judged(places, found.choice.values, task.errorRate);
-        say("the worst lane, " + pinName(found.choice.worst + 1) + ", has " + samplesText(found.choice.margin) +
+        say("the worst lane, " + toolkit::laneLabel({found.choice.worst + 1, places.lanes.size()}) + ", has " + samplesText(found.choice.margin) +
             " of margin, and " + toolkit::fixedText(found.choice.limit, 1) + " are needed");
         constexpr double hopeless = -1.5;
         if (found.choice.spare < hopeless) {

@@ -29,7 +29,7 @@ void MarginCommand::setUp(Syntax& syntax) {
     addPins(syntax, options.session.pins);
     addBuffer(syntax, options.session);
     syntax.addFlag("--quick", options.quick, "The kept rate only, with fewer bits");
-    syntax.addNumber("--rate", options.megahertz, "MHZ", 0.001, 1000.0, "Scan this rate only (all usable ones)");
+    syntax.addHertz("--rate", options.hertz, 1e3, 1e9, "Scan this rate only, such as 50MHz (all usable ones)");
     addErrorRate(syntax, options.errorRate);
     syntax.addOption("--html", options.page, "FILE", "Write a page with the pictures");
     syntax.addOption("--write", options.pinned, "FILE", "Write properties that pin the fastest sound rate");

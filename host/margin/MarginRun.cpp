@@ -96,14 +96,14 @@ std::vector<FrequencySetting> MarginRun::wanted(const std::vector<FrequencySetti
     std::vector<FrequencySetting> rates;
     for (const FrequencySetting& each : all) {
         const bool isChosen = each.verdict == FrequencySetting::Verdict::Chosen;
-        const bool isAsked = std::abs(each.hertz - options.megahertz * 1e6) <= sameRate * each.hertz;
-        if (options.megahertz > 0.0 ? isAsked : isChosen || !options.quick) {
+        const bool isAsked = std::abs(each.hertz - options.hertz) <= sameRate * each.hertz;
+        if (options.hertz > 0.0 ? isAsked : isChosen || !options.quick) {
             rates.push_back(each);
         }
     }
-    if (rates.empty() && options.megahertz > 0.0) {
+    if (rates.empty() && options.hertz > 0.0) {
         throw toolkit::Failure(toolkit::ExitCode::BadInput, "the target has no usable rate of " +
-                                                                toolkit::numberText(options.megahertz) +
+                                                                toolkit::numberText(options.hertz / 1e6) +
                                                                 " MHz; see its rates with orvtrace calibrate");
     }
     return rates;

@@ -15,7 +15,7 @@ namespace host {
 struct MarginOptions {
     SessionOptions session;
     bool quick = false;                ///< the kept rate only, and as few bits as show the walls
-    double megahertz = 0.0;            ///< the only rate to scan; 0: all, or the kept one if quick
+    double hertz = 0.0;                ///< the only rate to scan; 0: all, or the kept one if quick
     double errorRate = usualErrorRate; ///< that is excluded at the kept values
     std::string page;                  ///< file; empty: none
     std::string pinned;                ///< file of properties that pin what was found; empty: none

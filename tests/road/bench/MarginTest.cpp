@@ -108,7 +108,7 @@ TEST(Margin, PinsTheRateOfATargetWithSeveral) {
 
 TEST(Margin, ScansTheRateThatIsAskedFor) {
     const RunSpace space;
-    const Outcome run = scan(space, "step-down", {"--rate", "25"});
+    const Outcome run = scan(space, "step-down", {"--rate", "25MHz"});
     ASSERT_EQ(run.code, 0) << run.errors;
     ASSERT_EQ(run.json.at("rates").size(), 1U);
     EXPECT_NEAR(run.json.at("rates").at(0).at("hertz").get<double>(), 25e6, 1e5);
@@ -119,7 +119,7 @@ TEST(Margin, ScansTheRateThatIsAskedFor) {
 
 TEST(Margin, NamesARefusedRateWithItsReason) {
     const RunSpace space;
-    const Outcome run = scan(space, "step-down", {"--rate", "118"});
+    const Outcome run = scan(space, "step-down", {"--rate", "118MHz"});
     ASSERT_EQ(run.code, 0) << run.errors;
     const json rate = run.json.at("rates").at(0);
     EXPECT_THAT(rate.at("refusal").get<std::string>(), HasSubstr("clock margin too low"));
@@ -128,7 +128,7 @@ TEST(Margin, NamesARefusedRateWithItsReason) {
 
 TEST(Margin, ARateThatTheTargetDoesNotHaveIsBadInput) {
     const RunSpace space;
-    const Outcome run = scan(space, "two-pin", {"--rate", "33"});
+    const Outcome run = scan(space, "two-pin", {"--rate", "33MHz"});
     EXPECT_EQ(run.code, 3) << run.errors;
     EXPECT_THAT(run.errors, HasSubstr("the target has no usable rate of 33 MHz"));
 }

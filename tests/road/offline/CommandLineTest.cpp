@@ -103,21 +103,6 @@ TEST(CommandLine, EverySubcommandStandsInTheHelpAndInTheDocument) {
     }
 }
 
-TEST(CommandLine, RareOptionsAreNamedInTheHelpAndExplainedInTheDocument) {
-    const RunSpace space;
-    const std::string help = space.run({"record", "--help"}).output;
-    const std::string page = readBytes(ORV_TOOL_PAGE);
-    const std::size_t also = help.find("\nAlso ");
-    ASSERT_NE(also, std::string::npos) << help;
-    const std::string line = help.substr(also + 1, help.find('\n', also + 1) - also);
-    for (const char* option : {"--play", "--trigger-file", "--no-verify", "--library", "--strict"}) {
-        EXPECT_THAT(line, HasSubstr(option));
-        EXPECT_EQ(help.find(option), also + 1 + line.find(option)) << "it has no line of its own";
-        EXPECT_THAT(page, HasSubstr(std::string("`") + option));
-    }
-    EXPECT_THAT(line, HasSubstr("docs/orvtrace.md"));
-}
-
 TEST(CommandLine, VersionNamesBuildCompilerAndSystem) {
     const RunSpace space;
     const Outcome run = space.run({"--version"});
