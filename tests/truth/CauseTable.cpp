@@ -128,8 +128,7 @@ std::optional<double> soundClock(const bench::Scenario& scenario) {
         return std::nullopt;
     }
     const Kind kind = diagnosis::judgeRun(set, diagnosis::diagnose(set)).kind;
-    return kind == Kind::Sound || kind == Kind::Thin ? std::optional(scenario.transmitter.frequencies.at(known.setting))
-                                                     : std::nullopt;
+    return kind == Kind::Sound ? std::optional(scenario.transmitter.frequencies.at(known.setting)) : std::nullopt;
 }
 
 void CauseTable::add(Fault fault, std::uint64_t seed, const Cause& cause) {

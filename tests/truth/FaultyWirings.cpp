@@ -63,24 +63,27 @@ public:
     Draw draw;
 };
 
-bool plantStuck(Plan& plan, double) {
+bool plantStuck(Plan& plan, double hertz) {
+    plan.keepOnly(hertz);
     plan.victim().stuck = plan.draw.below(2);
     return true;
 }
 
-bool plantSwapped(Plan& plan, double) {
+bool plantSwapped(Plan& plan, double hertz) {
     if (plan.dataPins() < 2) {
         return false;
     }
+    plan.keepOnly(hertz);
     const auto [one, other] = plan.pair();
     plan.pin(one).swappedWith = other;
     return true;
 }
 
-bool plantShorted(Plan& plan, double) {
+bool plantShorted(Plan& plan, double hertz) {
     if (plan.dataPins() < 2) {
         return false;
     }
+    plan.keepOnly(hertz);
     const auto [kept, lost] = plan.pair();
     std::string map = "0";
     for (unsigned emu = 1; emu <= plan.dataPins(); ++emu) {
@@ -90,7 +93,8 @@ bool plantShorted(Plan& plan, double) {
     return true;
 }
 
-bool plantOpenClock(Plan& plan, double) {
+bool plantOpenClock(Plan& plan, double hertz) {
+    plan.keepOnly(hertz);
     plan.pin(0).open = true;
     plan.made.pins = {0};
     return true;
