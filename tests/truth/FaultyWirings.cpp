@@ -35,6 +35,7 @@ public:
         : bit(bench::Unit::sampleRate / (2.0 * hertz)), draw(seed) {
         made.fault = fault;
         made.scenario = sound;
+        made.without = sound;
     }
 
     unsigned dataPins() const { return made.scenario.pins; }
@@ -56,7 +57,10 @@ public:
         std::sort(made.pins.begin(), made.pins.end());
         return std::minmax(one, other);
     }
-    void keepOnly(double hertz) { made.scenario.transmitter.frequencies = {hertz}; }
+    void keepOnly(double hertz) {
+        made.scenario.transmitter.frequencies = {hertz};
+        made.without.transmitter.frequencies = {hertz};
+    }
 
     FaultyWiring made;
     double bit; ///< samples
@@ -90,6 +94,9 @@ bool plantShorted(Plan& plan, double hertz) {
         map += "," + std::to_string(emu == lost ? kept : emu);
     }
     plan.made.scenario.pinMap = map;
+    // Both inputs then have this wire's skew.
+    plan.made.without.wiring.pins.at(lost) = plan.pin(kept);
+    plan.made.without.wiring.pins.at(lost).emu = lost;
     return true;
 }
 
