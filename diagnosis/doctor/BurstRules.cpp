@@ -23,9 +23,10 @@ constexpr double clearlyWorse = 0.25;
 constexpr double clearlyMoreJitter = 1.4;
 /// In bits rms: less costs a setting no margin that it needs.
 constexpr double leastNoise = 0.06;
-/// A pin's changes are apart from those of others by so many bits at least, and these agree within so many.
-constexpr double leastApart = 0.25;
-constexpr double agreeing = 0.15;
+/// A pin's changes are apart from those of others by so many bits at least, and so much farther than these are among
+/// each other.
+constexpr double leastApart = 0.2;
+constexpr double clearlyApart = 1.5;
 
 /// The burst of an attempt whose pins are judged one by one: the clock runs, and the pins do not share a fault.
 const Burst* burstForSinglePins(const Case& given, const FileGroup& attempt) {
@@ -123,18 +124,19 @@ double distanceOf(const LanePlace& one, const LanePlace& other) {
     return std::min(distance, 1.0 - distance);
 }
 
-/// The data pin, from 0, that changes at another place than all others, which agree. Of two pins the second.
+/// The data pin, from 0, that changes at another place than all others, which agree better. Of two pins the second.
 std::optional<std::size_t> laneApart(const std::vector<LanePlace>& places) {
     for (std::size_t lane = places.size(); lane-- > 0 && places.size() > 1;) {
-        bool isApart = true;
+        double nearest = 0.5;
+        double among = 0.0;
         for (std::size_t one = 0; one < places.size(); ++one) {
-            isApart = isApart && (one == lane || distanceOf(places[one], places[lane]) >= leastApart);
+            nearest = one == lane ? nearest : std::min(nearest, distanceOf(places[one], places[lane]));
             for (std::size_t other = 0; other < one; ++other) {
-                const bool agree = one == lane || other == lane || distanceOf(places[one], places[other]) < agreeing;
-                isApart = isApart && agree;
+                const bool both = one != lane && other != lane;
+                among = both ? std::max(among, distanceOf(places[one], places[other])) : among;
             }
         }
-        if (isApart) {
+        if (nearest >= leastApart && nearest > clearlyApart * among) {
             return lane;
         }
     }

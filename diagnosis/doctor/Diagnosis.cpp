@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <set>
 
 namespace diagnosis {
 
@@ -40,6 +41,21 @@ std::string filledIn(std::string text, const std::vector<std::string>& values) {
         at += value.size();
     }
     return text;
+}
+
+bool isShift(FindingKind kind) {
+    return kind == FindingKind::PinLate || kind == FindingKind::PinEarly || kind == FindingKind::PinShifted;
+}
+
+/// Pins with a duty error that the unit cannot correct.
+std::set<std::size_t> dutyFaultsOf(const std::vector<Finding>& findings) {
+    std::set<std::size_t> pins;
+    for (const Finding& finding : findings) {
+        if (finding.kind == FindingKind::DutyBeyondCorrection) {
+            pins.insert(finding.pins.front());
+        }
+    }
+    return pins;
 }
 
 } // namespace
@@ -87,13 +103,18 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     // The order matters: later rules leave out pins that earlier ones found at fault.
     for (const auto rule :
          {rules::findClockFaults, rules::findSharedFaults, rules::findStuckPins, rules::findUnrelatedPins,
-          rules::findDutyFaults, rules::findLaneFaults, rules::findPinsApart, rules::findMarginFaults,
+          rules::findLaneFaults, rules::findDutyFaults, rules::findPinsApart, rules::findMarginFaults,
           rules::findSameRates, rules::findLostMargin, rules::findRegisterFaults}) {
         rule(given);
     }
     rules::findMissing(given, diagnosis);
     diagnosis.findings = std::move(given.findings);
     diagnosis.limits = std::move(given.limits);
+    // A pin that is shifted for its duty error comes after that.
+    std::stable_partition(diagnosis.findings.begin(), diagnosis.findings.end(),
+                          [dutyPins = dutyFaultsOf(diagnosis.findings)](const Finding& finding) {
+                              return !isShift(finding.kind) || !dutyPins.contains(finding.pins.front());
+                          });
     std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(),
                      [](const Finding& left, const Finding& right) { return left.severity < right.severity; });
     return diagnosis;

@@ -130,7 +130,60 @@ void addShift(const Mismatch& mismatch, std::size_t lane) {
         toolkit::percentText(found.asNamed) + " unshifted");
 }
 
+/// How late the wires are, in bits and relative to any time: what is recorded late has come so much later than the delay
+/// that the calibration gave it. Nothing without all delays.
+std::vector<double> latenessOf(const Mismatch& mismatch) {
+    std::vector<double> lateness;
+    const auto& cal = mismatch.attempt.cal;
+    const double bit = mismatch.attempt.rates().oversampling / 2.0;
+    for (std::size_t lane = 0; lane < mismatch.match.lanes.size(); ++lane) {
+        if (!cal || bit <= 0.0 || lane + 1 >= cal->pins.size() || !cal->pins[lane + 1].delay) {
+            return {};
+        }
+        lateness.push_back(mismatch.match.lanes[lane].shift - *cal->pins[lane + 1].delay / bit);
+    }
+    return lateness;
+}
+
+/// Among three pins and more, the one whose wire is a bit off those of all others, which agree. It need not be recorded
+/// at another slot itself: the calibration may have moved the others to it.
+std::optional<std::size_t> oddWire(const std::vector<double>& lateness) {
+    for (std::size_t lane = 0; lane < lateness.size() && lateness.size() > 2; ++lane) {
+        std::vector<double> others = lateness;
+        others.erase(others.begin() + static_cast<std::ptrdiff_t>(lane));
+        const auto [low, high] = std::minmax_element(others.begin(), others.end());
+        const double apart = std::max(*low - lateness[lane], lateness[lane] - *high);
+        if (apart > 0.5 && apart > 2.0 * (*high - *low)) {
+            return lane;
+        }
+    }
+    return std::nullopt;
+}
+
+/// Names that wire instead of the pins that are recorded at another slot. False without one.
+bool addOddWire(const Mismatch& mismatch) {
+    const std::vector<double> lateness = latenessOf(mismatch);
+    const auto lane = oddWire(lateness);
+    const bool known = std::all_of(mismatch.match.lanes.begin(), mismatch.match.lanes.end(),
+                                   [](const Lane& each) { return each.shift == 0 || each.shiftSignKnown; });
+    if (!lane || !known || mismatch.match.lanes[*lane].shift != 0) {
+        return false;
+    }
+    const bool late = lateness[*lane] > lateness[*lane == 0 ? 1 : 0];
+    Finding& finding = mismatch.given.add(late ? FindingId::PinLate : FindingId::PinEarly, {*lane + 1},
+                                          {mismatch.title(*lane), "a bit or more", "other pins"});
+    addDelays(mismatch, *lane + 1, finding);
+    finding.evidence.push_back(mismatch.where() + "other pins are recorded in another slot, for which their delays do "
+                                                  "not account");
+    return true;
+}
+
 void addShifts(const Mismatch& mismatch) {
+    const bool shifted = std::any_of(mismatch.match.lanes.begin(), mismatch.match.lanes.end(),
+                                     [](const Lane& lane) { return lane.shift != 0 && lane.agreement >= fits; });
+    if (shifted && addOddWire(mismatch)) {
+        return;
+    }
     for (std::size_t lane = 0; lane < mismatch.match.lanes.size(); ++lane) {
         const Lane& found = mismatch.match.lanes[lane];
         if (found.shift != 0 && found.agreement >= fits && !mismatch.stuckOrShorted(lane)) {

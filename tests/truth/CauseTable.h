@@ -26,8 +26,8 @@ struct Cause {
 /// Calibrates, records trace where the fault needs it, and judges the files. Those of the run are in `folder`.
 Cause causeOf(const FaultyWiring& wiring, const std::filesystem::path& folder);
 
-/// The clock, in Hz, that a wiring's calibration keeps where the verdict on its files has nothing against it but margins
-/// that are thin; nothing otherwise, as a second fault would be a cause of its own.
+/// The clock, in Hz, that a wiring's calibration keeps where it is right and its verdict sound; nothing otherwise, as a
+/// thin margin would be a cause of its own.
 std::optional<double> soundClock(const bench::Scenario& scenario);
 
 /// How often the first cause of each fault is right.

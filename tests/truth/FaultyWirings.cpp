@@ -35,6 +35,7 @@ public:
         : bit(bench::Unit::sampleRate / (2.0 * hertz)), draw(seed) {
         made.fault = fault;
         made.scenario = sound;
+        made.without = sound;
     }
 
     unsigned dataPins() const { return made.scenario.pins; }
@@ -56,41 +57,51 @@ public:
         std::sort(made.pins.begin(), made.pins.end());
         return std::minmax(one, other);
     }
-    void keepOnly(double hertz) { made.scenario.transmitter.frequencies = {hertz}; }
+    void keepOnly(double hertz) {
+        made.scenario.transmitter.frequencies = {hertz};
+        made.without.transmitter.frequencies = {hertz};
+    }
 
     FaultyWiring made;
     double bit; ///< samples
     Draw draw;
 };
 
-bool plantStuck(Plan& plan, double) {
+bool plantStuck(Plan& plan, double hertz) {
+    plan.keepOnly(hertz);
     plan.victim().stuck = plan.draw.below(2);
     return true;
 }
 
-bool plantSwapped(Plan& plan, double) {
+bool plantSwapped(Plan& plan, double hertz) {
     if (plan.dataPins() < 2) {
         return false;
     }
+    plan.keepOnly(hertz);
     const auto [one, other] = plan.pair();
     plan.pin(one).swappedWith = other;
     return true;
 }
 
-bool plantShorted(Plan& plan, double) {
+bool plantShorted(Plan& plan, double hertz) {
     if (plan.dataPins() < 2) {
         return false;
     }
+    plan.keepOnly(hertz);
     const auto [kept, lost] = plan.pair();
     std::string map = "0";
     for (unsigned emu = 1; emu <= plan.dataPins(); ++emu) {
         map += "," + std::to_string(emu == lost ? kept : emu);
     }
     plan.made.scenario.pinMap = map;
+    // Both inputs then have this wire's skew.
+    plan.made.without.wiring.pins.at(lost) = plan.pin(kept);
+    plan.made.without.wiring.pins.at(lost).emu = lost;
     return true;
 }
 
-bool plantOpenClock(Plan& plan, double) {
+bool plantOpenClock(Plan& plan, double hertz) {
+    plan.keepOnly(hertz);
     plan.pin(0).open = true;
     plan.made.pins = {0};
     return true;

@@ -32,6 +32,7 @@ std::optional<Fault> faultNamed(std::string_view name);
 struct FaultyWiring {
     Fault fault{};
     bench::Scenario scenario;
+    bench::Scenario without;       ///< the same without the fault: to show that there is no other one
     std::vector<std::size_t> pins; ///< procs that the cause has to name; 0 is the clock
     /// With two data pins one late wire is the same as the other one early.
     bool eitherPin = false;
