@@ -56,7 +56,8 @@ const std::vector<Room>& rooms() {
         {"diagnosis/burst", {"toolkit", "rcvr/framework", "diagnosis/files"}},
         {"diagnosis/doctor", {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis"}},
         {"diagnosis/verdict",
-         {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/stream", "diagnosis/doctor"}},
+         {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/stream",
+          "diagnosis/doctor"}},
         {"diagnosis/report",
          {"toolkit", "rcvr/framework", "diagnosis/files", "diagnosis/analysis", "diagnosis/burst", "diagnosis/doctor",
           "diagnosis/verdict"}},
@@ -81,8 +82,8 @@ const std::vector<Room>& rooms() {
         {"host/results", {"toolkit", "diagnosis", "diagnosis/files", "host/session"}},
         {"host/soak", {"toolkit", "rcvr/framework", "diagnosis/files", "host/platform", "host/session"}},
         {"host/commands",
-         {"toolkit", "pinmap", "tdf", "diagnosis", "host/margin", "host/pins", "host/platform", "host/results", "host/scenario",
-          "host/session", "host/soak", "host/verification"}},
+         {"toolkit", "pinmap", "tdf", "diagnosis", "host/margin", "host/pins", "host/platform", "host/results",
+          "host/scenario", "host/session", "host/soak", "host/verification"}},
         {"host", {"host/commands", "host/platform"}},
     };
     return all;
