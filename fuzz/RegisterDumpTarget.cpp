@@ -42,8 +42,9 @@ void registerDump(Input input) {
                                 [](const auto& a, const auto& b) { return same(a, b); }),
             "what was written is read");
     const unsigned channel = diagnosis::channelOf(*dump);
+    const auto label = [](std::size_t proc) { return std::to_string(proc); };
     for (const RegisterValue& entry : *dump) {
-        require(!diagnosis::describe(entry, channel).name.empty(), "each register has a name");
+        require(!diagnosis::describe(entry, channel, label).name.empty(), "each register has a name");
     }
     for (unsigned proc = 0; proc < 8; ++proc) {
         const auto pin = diagnosis::pinRegisters(*dump, channel, proc);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace diagnosis {
 
@@ -14,7 +13,7 @@ std::string nanosecondsText(const RateScan& rate, double samples) {
 }
 
 std::string refusedText(const RateScan& rate) {
-    return toolkit::frequencyText(rate.hertz) + " is refused: " + rate.refusal;
+    return toolkit::frequencyText(rate.hertz) + " is not scanned: " + rate.refusal;
 }
 
 std::string scannedText(const RateScan& rate) {

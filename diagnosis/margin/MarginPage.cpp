@@ -65,7 +65,7 @@ std::string laneTable(const RateScan& rate) {
 std::string rateSection(const RateScan& rate) {
     std::string section = element("h2", "", escaped(toolkit::frequencyText(rate.hertz)));
     if (!rate.isScanned()) {
-        return section + element("p", "", escaped("Refused: " + rate.refusal));
+        return section + element("p", "", escaped("Not scanned: " + rate.refusal));
     }
     std::string pictures;
     for (std::size_t i = 0; i < rate.eyes.size(); ++i) {

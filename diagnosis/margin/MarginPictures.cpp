@@ -208,7 +208,7 @@ std::string shmooPicture(const MarginScan& scan) {
     for (auto rate = scan.rbegin(); rate != scan.rend(); ++rate, y += size) {
         svg.text(start - 8, y + size - 4, toolkit::frequencyText(rate->hertz), "tiny", "end");
         if (!rate->isScanned()) {
-            svg.text(start + 4, y + size - 4, "refused", "tiny");
+            svg.text(start + 4, y + size - 4, "not scanned", "tiny");
             continue;
         }
         for (int offset = lowest; offset <= highest; ++offset) {

@@ -144,7 +144,7 @@ std::string shmooText(const MarginScan& scan) {
         std::string row = toolkit::frequencyText(rate->hertz);
         row.resize(indent, ' ');
         if (!rate->isScanned()) {
-            text += row + toolkit::masked("refused: " + rate->refusal) + "\n";
+            text += row + toolkit::masked("not scanned: " + rate->refusal) + "\n";
             continue;
         }
         for (int offset = reach.lowest; offset <= reach.highest; ++offset) {
