@@ -3,6 +3,7 @@
 #include "host/commands/Commands.h"
 #include "host/commands/Conclusion.h"
 #include "host/commands/SessionFlags.h"
+#include "host/commands/StandardStreams.h"
 #include "host/platform/InterruptAnswer.h"
 #include "host/results/ResultText.h"
 #include "host/session/CheckedReadBack.h"
@@ -451,7 +452,10 @@ void RecordCommand::setUp(Syntax& syntax) {
     syntax.addWhole("--repeat", options.repeat, "N", 1, 9999, "Record N times on one calibration (1)");
     syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
         .check(checkTdfName);
-    syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
+    syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on")
+        .check([](const std::string& name) {
+            return name == standardStream ? "give a file; the standard output has the result" : "";
+        });
     addVerification(syntax, options);
     syntax.addOption("--calibration", options.calibration, "DIR", "Use an earlier run's calibration if it still fits");
     syntax.addFlag("--tune", options.tune, "Search values where the calibration is not sound");

@@ -170,6 +170,7 @@ TEST(CommandLine, WrongUsageIsOneLineAndCodeTwo) {
           {"record", "--cpu", "x"},
           {"record", "--scenario", "clean", "--seconds", "soon"},
           {"record", "--scenario", "clean", "--save", "x.bin"},
+          {"record", "--scenario", "clean", "--raw", "-"},
           {"record", "--scenario", "clean", "--buffer", "3M"},
           {"record", "--scenario", "clean", "--until-full", "--wrap"},
           {"record", "--scenario", "clean", "--settings", "x.xml", "--wrap"},

@@ -34,6 +34,22 @@ toolkit::Failure failureAt(const std::filesystem::path& place) {
     return {toolkit::ExitCode::Done, ""};
 }
 
+TEST(DiagnosticSet, TheConnectorsPinsComeFromTheBurstsOtherwiseFromThePinMap) {
+    DiagnosticSet set;
+    set.base.cal = parseCalFile(drawn::report({{2, 1}, {2, 1}}), "x");
+    EXPECT_EQ(set.dataPins(), 2U);
+    EXPECT_EQ(set.lane(1).emu, std::nullopt);
+    set.pinMap = "5,1,3";
+    EXPECT_EQ(set.lane(0).emu, 5U);
+    EXPECT_EQ(set.lane(1).emu, 3U) << "the top bit is the map's last";
+    EXPECT_EQ(set.lane(2).emu, 1U);
+    set.base.burst = parseBurst(drawn::burst({"0011", "0101", "0101"}), "x");
+    EXPECT_EQ(set.lane(1).emu, 4U) << "as wired";
+    set.pinMap = "5,1";
+    set.base.burst.reset();
+    EXPECT_EQ(set.lane(1).emu, std::nullopt) << "a map of another run";
+}
+
 TEST(DiagnosticSet, AttemptsStandInTheOrderOfTheirTries) {
     const test_support::TemporaryFolder folder;
     writeRun(folder, "run");
