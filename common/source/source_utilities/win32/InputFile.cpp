@@ -42,8 +42,8 @@ std::size_t InputFile::readAt(std::uint64_t position, void* data, std::size_t si
         place.Offset = static_cast<DWORD>(at);
         place.OffsetHigh = static_cast<DWORD>(at >> 32);
         DWORD count = 0;
-        if (ReadFile(nativeHandle(handle), static_cast<char*>(data) + done, static_cast<DWORD>(std::min(size - done, most)),
-                     &count, &place) == 0 ||
+        if (ReadFile(nativeHandle(handle), static_cast<char*>(data) + done,
+                     static_cast<DWORD>(std::min(size - done, most)), &count, &place) == 0 ||
             count == 0) {
             break;
         }
