@@ -1,8 +1,7 @@
 #include "link/Escape.h"
 
-#include "link/VectorBlock.h"
+#include "rcvr/framework/compiler/Compiler.h"
 
-#include <array>
 #include <bit>
 #include <cstring>
 
@@ -13,14 +12,30 @@ namespace {
 // Payloads are recorded samples. Some need hardly any escapes, others one in 64 bytes at positions that no processor
 // predicts: a branch for each of these costs more than everything else. So there are two paths for a group of blocks. A
 // group without special bytes is copied. Otherwise this and the next groups are processed block by block without
-// branches: the bytes after a block's first special byte are shifted, whether or not it has one. Only a further special
-// byte in the same block takes a branch. Excess bytes are overwritten by the bytes that follow.
+// branches: each block is stored whole, and the bytes after its first special byte are stored a second time, shifted,
+// whether or not it has one. Only a further special byte in the same block takes a branch. Excess bytes are overwritten
+// by the bytes that follow.
+using Block = VX_QRS::ByteBlock;
+
+constexpr std::size_t blockSize = sizeof(Block);
 constexpr std::size_t blocks = 4;
 constexpr std::size_t groupSize = blocks * blockSize;
 // The shifted part of a block and its excess bytes end up to two blocks and two bytes after its start.
 constexpr std::size_t groupReach = groupSize + 2 * blockSize;
 // After a group with special bytes, this many groups are processed without a check for them.
 constexpr int carefulGroups = 8;
+
+static_assert(std::endian::native == std::endian::little, "the first byte is the lowest one");
+
+Block load(const std::uint8_t* from) {
+    Block block;
+    std::memcpy(&block, from, blockSize);
+    return block;
+}
+
+void store(std::uint8_t* to, const Block& block) {
+    std::memcpy(to, &block, blockSize);
+}
 
 // Sets all bits of the bytes to be escaped.
 Block special(const Block& block) {
@@ -30,6 +45,18 @@ Block special(const Block& block) {
 
 Block escapes(const Block& block) {
     return std::bit_cast<Block>(block == escapeByte);
+}
+
+bool any(const Block& marked) {
+    const auto words = std::bit_cast<VX_QRS::WordBlock>(marked);
+    return (words[0] | words[1]) != 0;
+}
+
+// The marked bytes, one bit each, the first byte's lowest.
+using Flags = std::uint32_t;
+
+Flags flagsOf(const Block& marked) {
+    return VX_QRS::highestBits(marked);
 }
 
 // 1 when there is a flag. Compilers turn a comparison into a branch.
@@ -63,8 +90,7 @@ std::uint8_t* escapeFurther(const std::uint8_t* from, Flags further, std::uint8_
     return to;
 }
 
-// Stores the block whole, then the bytes from the first special one on a second time, shifted. `marked` has the flags of
-// the bytes to be escaped. @return the next position of the output.
+// `marked` has the flags of the bytes to be escaped. @return the next position of the output.
 inline std::uint8_t* escapeBlock(const std::uint8_t* from, Block block, Flags marked, std::uint8_t* to) {
     store(to, block);
     const std::size_t at = first(marked);
@@ -114,119 +140,18 @@ std::uint8_t* unescapeFurther(const std::uint8_t* from, Flags further, std::uint
     return to;
 }
 
-// Decoders of a block. `marked` has the flags of the escape bytes, no two of them adjacent. The block's first byte may be
-// the partner of a preceding one. @return the next position of the output.
-
-// Stores the block whole, then the bytes from the first escape's partner on a second time, shifted.
-struct PlainDecoder {
-    static std::uint8_t* unescape(const std::uint8_t* from, const Block& block, Flags marked, std::uint8_t* to) {
-        store(to, block ^ (escapes(load(from - 1)) & escapeMask));
-        const std::size_t at = first(marked);
-        unescapeFrom(from + at, to + at);
-        to -= oneIfAny(marked);
-        const Flags further = withoutFirst(marked);
-        if (further != 0) [[unlikely]] {
-            to = unescapeFurther(from, further, to);
-        }
-        return to + blockSize;
+// `marked` has the flags of the escape bytes, no two of them adjacent. The block's first byte may be the partner of a
+// preceding one.
+inline std::uint8_t* unescapeBlock(const std::uint8_t* from, Block block, Flags marked, std::uint8_t* to) {
+    store(to, block ^ (escapes(load(from - 1)) & escapeMask));
+    const std::size_t at = first(marked);
+    unescapeFrom(from + at, to + at);
+    to -= oneIfAny(marked);
+    const Flags further = withoutFirst(marked);
+    if (further != 0) [[unlikely]] {
+        to = unescapeFurther(from, further, to);
     }
-};
-
-constexpr std::size_t noPlace = 0x80;
-using Places = std::array<std::uint8_t, blockSize>;
-
-// The places of a block's bytes without one of them; in the last row none is left out.
-constexpr std::array<Places, blockSize + 1> placesWithoutOne() {
-    std::array<Places, blockSize + 1> table{};
-    for (std::size_t row = 0; row < table.size(); ++row) {
-        for (std::size_t i = 0; i < blockSize; ++i) {
-            const std::size_t place = i < row ? i : i + 1;
-            table[row][i] = static_cast<std::uint8_t>(place < blockSize ? place : noPlace);
-        }
-    }
-    return table;
-}
-
-constexpr std::array<Places, blockSize + 1> withoutOne = placesWithoutOne();
-
-// One shuffle moves all bytes to their places.
-struct ShuffleDecoder {
-    ORV_SHUFFLES static std::uint8_t* unescape(const std::uint8_t* from, const Block& block, Flags marked,
-                                               std::uint8_t* to) {
-        const Block plain = block ^ (escapes(load(from - 1)) & escapeMask);
-        store(to, shuffled(plain, load(withoutOne[first(marked)].data())));
-        to -= oneIfAny(marked);
-        const Flags further = withoutFirst(marked);
-        if (further != 0) [[unlikely]] {
-            to = unescapeFurther(from, further, to);
-        }
-        return to + blockSize;
-    }
-};
-
-// Inlined, so that it is compiled for the instructions of its caller.
-template <class Decoder>
-[[gnu::always_inline]] inline Unescaped unescapeWith(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
-    const std::uint8_t* const end = in.data() + in.size();
-    const std::uint8_t* const full = out.data() + out.size();
-    UnescapeState state{in.data(), out.data(), false};
-    const auto roomForGroup = [&] {
-        return static_cast<std::size_t>(end - state.from) >= groupReach &&
-               static_cast<std::size_t>(full - state.to) >= groupReach;
-    };
-    // A block reads the byte before it.
-    if (roomForGroup()) {
-        state = unescapeSlowly(state, state.from + 1, end, full);
-    }
-    for (int careful = 0; roomForGroup();) {
-        const std::uint8_t* const from = state.from;
-        const Block b0 = load(from);
-        const Block b1 = load(from + blockSize);
-        const Block b2 = load(from + 2 * blockSize);
-        const Block b3 = load(from + 3 * blockSize);
-        const Block e0 = escapes(b0);
-        const Block e1 = escapes(b1);
-        const Block e2 = escapes(b2);
-        const Block e3 = escapes(b3);
-        if (careful == 0) {
-            if (!state.pending && !any(e0 | e1 | e2 | e3)) {
-                std::memcpy(state.to, from, groupSize);
-                state.from += groupSize;
-                state.to += groupSize;
-                continue;
-            }
-            careful = carefulGroups;
-        }
-        --careful;
-        const Flags f0 = flagsOf(e0);
-        const Flags f1 = flagsOf(e1);
-        const Flags f2 = flagsOf(e2);
-        const Flags f3 = flagsOf(e3);
-        // An escape byte directly after another is data. No encoder writes that.
-        const std::uint64_t all = f0 | f1 << blockSize | std::uint64_t{f2 | f3 << blockSize} << 2 * blockSize;
-        if ((all & (all << 1 | (state.pending ? 1U : 0U))) != 0) {
-            state = unescapeSlowly(state, from + groupSize, end, full);
-            continue;
-        }
-        std::uint8_t* to = Decoder::unescape(from, b0, f0, state.to);
-        to = Decoder::unescape(from + blockSize, b1, f1, to);
-        to = Decoder::unescape(from + 2 * blockSize, b2, f2, to);
-        to = Decoder::unescape(from + 3 * blockSize, b3, f3, to);
-        state = {from + groupSize, to, all >> (groupSize - 1) != 0};
-    }
-    state = unescapeSlowly(state, end, end, full);
-    if (state.pending) {
-        --state.from;
-    }
-    return {static_cast<std::size_t>(state.from - in.data()), static_cast<std::size_t>(state.to - out.data())};
-}
-
-Unescaped unescapePlainly(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
-    return unescapeWith<PlainDecoder>(in, out);
-}
-
-ORV_SHUFFLES Unescaped unescapeByShuffles(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
-    return unescapeWith<ShuffleDecoder>(in, out);
+    return to + blockSize;
 }
 
 } // namespace
@@ -270,13 +195,62 @@ std::size_t escapeBytes(std::span<const std::uint8_t> in, std::uint8_t* out) {
     return static_cast<std::size_t>(to - out);
 }
 
-Decoding bestDecoding() {
-    static const Decoding best = hasShuffle() ? Decoding::Shuffles : Decoding::Plain;
-    return best;
-}
-
-Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out, Decoding decoding) {
-    return decoding == Decoding::Shuffles ? unescapeByShuffles(in, out) : unescapePlainly(in, out);
+Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
+    const std::uint8_t* const end = in.data() + in.size();
+    const std::uint8_t* const full = out.data() + out.size();
+    UnescapeState state{in.data(), out.data(), false};
+    const auto roomForGroup = [&] {
+        return static_cast<std::size_t>(end - state.from) >= groupReach &&
+               static_cast<std::size_t>(full - state.to) >= groupReach;
+    };
+    // A block reads the byte before it.
+    if (roomForGroup()) {
+        state = unescapeSlowly(state, state.from + 1, end, full);
+    }
+    for (int careful = 0; roomForGroup();) {
+        const std::uint8_t* const from = state.from;
+        const Block b0 = load(from);
+        const Block b1 = load(from + blockSize);
+        const Block b2 = load(from + 2 * blockSize);
+        const Block b3 = load(from + 3 * blockSize);
+        const Block e0 = escapes(b0);
+        const Block e1 = escapes(b1);
+        const Block e2 = escapes(b2);
+        const Block e3 = escapes(b3);
+        if (careful == 0) {
+            if (!state.pending && !any(e0 | e1 | e2 | e3)) {
+                std::memcpy(state.to, from, groupSize);
+                state.from += groupSize;
+                state.to += groupSize;
+                continue;
+            }
+            careful = carefulGroups;
+        }
+        --careful;
+        const Flags f0 = flagsOf(e0);
+        const Flags f1 = flagsOf(e1);
+        const Flags f2 = flagsOf(e2);
+        const Flags f3 = flagsOf(e3);
+        // An escape byte directly after another is data. No encoder writes that.
+        constexpr unsigned last = blockSize - 1;
+        const Flags pending = state.pending ? 1 : 0;
+        const Flags doubled = (f0 & (f0 << 1 | pending)) | (f1 & (f1 << 1 | f0 >> last)) |
+                              (f2 & (f2 << 1 | f1 >> last)) | (f3 & (f3 << 1 | f2 >> last));
+        if (doubled != 0) {
+            state = unescapeSlowly(state, from + groupSize, end, full);
+            continue;
+        }
+        std::uint8_t* to = unescapeBlock(from, b0, f0, state.to);
+        to = unescapeBlock(from + blockSize, b1, f1, to);
+        to = unescapeBlock(from + 2 * blockSize, b2, f2, to);
+        to = unescapeBlock(from + 3 * blockSize, b3, f3, to);
+        state = {from + groupSize, to, f3 >> last != 0};
+    }
+    state = unescapeSlowly(state, end, end, full);
+    if (state.pending) {
+        --state.from;
+    }
+    return {static_cast<std::size_t>(state.from - in.data()), static_cast<std::size_t>(state.to - out.data())};
 }
 
 } // namespace MPX_GDB_AGENT

@@ -28,18 +28,8 @@ struct Unescaped {
     std::size_t produced = 0; ///< bytes written
 };
 
-/// How escapes are removed; the result is the same.
-enum class Decoding {
-    Plain,    ///< on every processor
-    Shuffles, ///< only where it is the best
-};
-
-/// The fastest way on this processor.
-Decoding bestDecoding();
-
 /// Copies `in` to `out` without escapes, until either ends. An escape byte at the end of `in` is not used. Bytes of
 /// `out` past those produced may be overwritten.
-Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out,
-                        Decoding decoding = bestDecoding());
+Unescaped unescapeBytes(std::span<const std::uint8_t> in, std::span<std::uint8_t> out);
 
 } // namespace MPX_GDB_AGENT

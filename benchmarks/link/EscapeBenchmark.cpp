@@ -70,18 +70,6 @@ void unescape(benchmark::State& state) {
     }
 }
 
-// Without the instructions that only newer processors have.
-void unescapePlainly(benchmark::State& state) {
-    const Bytes& plain = content(Random, static_cast<std::size_t>(state.range(0)));
-    Bytes in(2 * plain.size());
-    in.resize(escapeBytes(plain, in.data()));
-    Bytes out(plain.size());
-    for (auto unused : state) {
-        benchmark::DoNotOptimize(unescapeBytes(in, out, Decoding::Plain));
-        benchmark::ClobberMemory();
-    }
-}
-
 void sizes(benchmark::internal::Benchmark* benchmark) {
     for (const Kind kind : {Plain, Random}) {
         for (const std::size_t size : sizesMeasured) {
@@ -94,7 +82,6 @@ void sizes(benchmark::internal::Benchmark* benchmark) {
 BENCHMARK(copy)->Apply(sizes);
 BENCHMARK(escape)->Apply(sizes);
 BENCHMARK(unescape)->Apply(sizes);
-BENCHMARK(unescapePlainly)->Arg(64 * kibibyte)->UseRealTime();
 
 std::string named(const std::string& what, Kind kind, std::size_t size) {
     return what + "/" + std::to_string(kind) + "/" + std::to_string(size) + "/real_time";
@@ -116,6 +103,4 @@ void reportEscape(benchmarks::Report& report) {
         }
         report.figure("copy" + amountText, perSecondOf(named("copy", Random, size), amount), "byte/s");
     }
-    report.ratio("unescape of 64 KiB of random bytes, speed against the plain way",
-                 processorOf("unescapePlainly/65536/real_time"), processorOf(named("unescape", Random, 64 * kibibyte)));
 }

@@ -81,8 +81,8 @@ const std::set<std::string>& slugsOf(Fault fault) {
     return all.at(static_cast<std::size_t>(fault));
 }
 
-bool namesPins(const FaultyWiring& wiring, const std::string& text) {
-    const auto names = [&](std::size_t proc) { return text.find(diagnosis::pinName(proc)) != std::string::npos; };
+bool namesPins(const DiagnosticSet& set, const FaultyWiring& wiring, const std::string& text) {
+    const auto names = [&](std::size_t proc) { return text.find(diagnosis::pinLabel(set, proc)) != std::string::npos; };
     return wiring.eitherPin || std::all_of(wiring.pins.begin(), wiring.pins.end(), names);
 }
 
@@ -106,9 +106,10 @@ Cause firstCause(const DiagnosticSet& set) {
 
 Cause causeOf(const FaultyWiring& wiring, const std::filesystem::path& folder) {
     bool isRight = false;
-    Cause cause = firstCause(filesOf(wiring, folder, isRight));
+    const DiagnosticSet set = filesOf(wiring, folder, isRight);
+    Cause cause = firstCause(set);
     cause.isHarmless = isRight && cause.slug == "none";
-    cause.isRight = slugsOf(wiring.fault).contains(cause.slug) && namesPins(wiring, cause.text);
+    cause.isRight = slugsOf(wiring.fault).contains(cause.slug) && namesPins(set, wiring, cause.text);
     return cause;
 }
 

@@ -47,19 +47,4 @@ inline std::uint32_t highestBits(const ByteBlock& block) {
     return static_cast<std::uint32_t>(__builtin_ia32_pmovmskb128(std::bit_cast<Chars>(block)));
 }
 
-/// Marks a function that uses shuffled(), and may be called only where hasShuffle().
-#define ORV_SHUFFLES __attribute__((target("ssse3")))
-
-/// Whether the processor has SSSE3, which nearly all have.
-inline bool hasShuffle() {
-    return __builtin_cpu_supports("ssse3") != 0;
-}
-
-/// Byte i of the result is that of `bytes` at `places[i]`, 0 for places from 0x80 on.
-ORV_SHUFFLES inline ByteBlock shuffled(const ByteBlock& bytes, const ByteBlock& places) {
-    using Chars __attribute__((vector_size(16))) = char;
-    return std::bit_cast<ByteBlock>(
-        __builtin_ia32_pshufb128(std::bit_cast<Chars>(bytes), std::bit_cast<Chars>(places)));
-}
-
 } // namespace VX_QRS

@@ -39,21 +39,12 @@ struct Result {
 };
 
 // Storage has exactly the size needed, so that a sanitizer reports each byte beyond it.
-Result unescaped(const Bytes& raw, std::size_t wanted, Decoding decoding) {
+Result unescaped(const Bytes& raw, std::size_t wanted) {
     const Bytes in(raw.begin(), raw.end());
     Bytes out(wanted);
-    const Unescaped done = unescapeBytes(in, out, decoding);
+    const Unescaped done = unescapeBytes(in, out);
     out.resize(done.produced);
     return {out, done.used};
-}
-
-// The way of every processor, and the best of this one.
-Result unescaped(const Bytes& raw, std::size_t wanted) {
-    const Result plain = unescaped(raw, wanted, Decoding::Plain);
-    const Result best = unescaped(raw, wanted, bestDecoding());
-    EXPECT_EQ(plain.plain, best.plain);
-    EXPECT_EQ(plain.used, best.used);
-    return best;
 }
 
 Result unescapedSlowly(const Bytes& raw, std::size_t wanted) {
@@ -203,13 +194,11 @@ void expectRoundTrip(const Bytes& plain, std::size_t fromShift, std::size_t toSh
     ASSERT_TRUE(std::all_of(end, out.end(), [](std::uint8_t byte) { return byte == 0xEE; }));
 
     const Shifted escapedIn(raw, fromShift);
-    for (const Decoding decoding : {Decoding::Plain, bestDecoding()}) {
-        Bytes back(toShift + plain.size(), 0xEE);
-        const Unescaped done = unescapeBytes(escapedIn.span(), std::span(back).subspan(toShift), decoding);
-        ASSERT_EQ(done.used, raw.size());
-        ASSERT_EQ(done.produced, plain.size());
-        ASSERT_TRUE(std::equal(plain.begin(), plain.end(), back.begin() + static_cast<std::ptrdiff_t>(toShift)));
-    }
+    Bytes back(toShift + plain.size(), 0xEE);
+    const Unescaped done = unescapeBytes(escapedIn.span(), std::span(back).subspan(toShift));
+    ASSERT_EQ(done.used, raw.size());
+    ASSERT_EQ(done.produced, plain.size());
+    ASSERT_TRUE(std::equal(plain.begin(), plain.end(), back.begin() + static_cast<std::ptrdiff_t>(toShift)));
 }
 
 } // namespace
