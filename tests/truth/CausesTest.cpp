@@ -19,11 +19,8 @@ TEST_P(Causes, OfAPlantedFaultAreNamedFirst) {
     judgeCauses(GetParam(), 1, ORV_TRUTH_FAULTS, table);
     std::printf("%s", table.text().c_str());
     for (const std::string& each : table.odd) {
-        std::printf("%s\n", each.c_str());
+        ADD_FAILURE() << each;
     }
-    // Of a hundred of each kind about two late wires are taken for a lack of margin alone (docs/measurements.md).
-    const unsigned mayBeWrong = GetParam() == Fault::late ? 1 : 0;
-    EXPECT_GE(table.right(GetParam()) + mayBeWrong, table.planted(GetParam()));
     EXPECT_EQ(table.planted(GetParam()), ORV_TRUTH_FAULTS);
 }
 
