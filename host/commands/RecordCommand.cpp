@@ -456,8 +456,7 @@ void RecordCommand::setUp(Syntax& syntax) {
         .check(checkTdfName);
     syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on");
     addVerification(syntax, options);
-    syntax.addOption("--calibration", options.calibration, "DIR|STEM",
-                     "Use an earlier run's calibration if it still fits");
+    syntax.addOption("--calibration", options.calibration, "DIR", "Use an earlier run's calibration if it still fits");
     syntax.addFlag("--tune", options.tune, "Search values where the calibration is not sound");
     addRunFlags(syntax, options.session);
 }
