@@ -69,6 +69,7 @@ void judgeLane(const KeptCalibration& kept, const Lane& lane, KeptFit& fit) {
     const bool asBefore = std::abs(lane.later()) <= unmoved && lane.narrower() <= 2.0 * unmoved &&
                           now.mostJitter <= sameJitter * lane.before.margins->mostJitter + 0.05;
     if (asBefore) {
+        fit.thin = true;
         fit.notes.push_back(title + " is as thin as it was");
     } else if (std::abs(lane.later()) > unmoved) {
         fit.reasons.push_back(driftText(kept, title, lane.later()) + ": a " + thin);

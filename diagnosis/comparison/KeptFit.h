@@ -12,6 +12,7 @@ struct KeptFit {
     bool holds() const { return reasons.empty(); }
     std::vector<std::string> reasons; ///< why not, in sentences without their full stop
     std::vector<std::string> notes;   ///< what has changed and does no harm
+    bool thin = false; ///< a lane has less margin than asked for, as before: known words have to show the error rate
 };
 
 /// Holds what a burst with the kept values shows now against what they showed then. They fit where every lane has the

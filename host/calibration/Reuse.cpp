@@ -99,7 +99,9 @@ ReuseAnswer reuse(const diagnosis::KeptCalibration& kept, ChosenValues& values, 
     }
     answer.notes = fit.notes;
     const double bits = 2.0 * hertz * static_cast<double>(kept.pins.size() - 1);
-    const diagnosis::WordCheck check = values.compareWords(when, errorRate.value_or(reuseErrorRate(bits)));
+    const double brief = errorRate.value_or(reuseErrorRate(bits));
+    const diagnosis::WordCheck check =
+        values.compareWords(when, fit.thin ? std::min(brief, diagnosis::usualErrorRate) : brief);
     if (const std::string fault = wordsFault(check); !fault.empty()) {
         return refuse({fault});
     }

@@ -58,7 +58,8 @@ bool isReused(BenchRig& rig, const diagnosis::KeptCalibration& kept, const Value
     const diagnosis::KeptFit fit = diagnosis::fitOf(kept, now.pins, *now.hertz, soundErrorRate);
     constexpr double seconds = 0.2;
     const double bits = seconds * 2.0 * *kept.hertz * static_cast<double>(kept.pins.size() - 1);
-    return fit.holds() && RigBoard(rig, *kept.setting).words(values, 3.0 / bits).sound();
+    const double asked = fit.thin ? soundErrorRate : 3.0 / bits;
+    return fit.holds() && RigBoard(rig, *kept.setting).words(values, asked).sound();
 }
 
 Known knownWith(BenchRig& rig, const Values& values, unsigned setting) {
