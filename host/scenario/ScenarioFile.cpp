@@ -192,10 +192,13 @@ std::filesystem::path scenarioFile(const std::string& nameOrPath, const std::fil
     for (const Scenario& scenario : listScenarios(folder)) {
         names.push_back(scenario.name);
     }
+    // The list is long; a near name is enough.
+    const std::string nearest = toolkit::suggestion(nameOrPath, names);
     const std::string known = toolkit::joined(names, ", ");
     throw Failure(ExitCode::BadInput, "there is no scenario '" + nameOrPath + "' in " + folder.string() +
-                                          toolkit::suggestion(nameOrPath, names) +
-                                          (known.empty() ? std::string() : std::string("; there are: ") + known));
+                                          (!nearest.empty() ? nearest
+                                           : known.empty()  ? std::string()
+                                                            : std::string("; there are: ") + known));
 }
 
 std::vector<Scenario> listScenarios(const std::filesystem::path& folder) {
