@@ -1,12 +1,11 @@
 #include "diagnosis/burst/SigrokSession.h"
 
-#include <zlib.h>
-
 #include <cmath>
 #include <cstdint>
 #include <ostream>
 #include <string>
 #include <vector>
+#include <zlib.h>
 
 // The session is a ZIP archive whose entries are stored as they are: a burst has 8 KiB.
 

@@ -72,7 +72,7 @@ struct RunChecks {
     std::string failure;                              ///< empty when the run was done
     std::vector<WordCheck> words;
     std::vector<RecordingCheck> recordings;
-    toolkit::LaneNames names; ///< that the user gave the pins
+    toolkit::LaneNames names;            ///< that the user gave the pins
     std::optional<GivenSetting> given{}; ///< nothing when the receiver's calibration chose the values
 };
 

@@ -124,9 +124,12 @@ json runChecksJson(const RunChecks& checks) {
     for (const RecordingCheck& each : checks.recordings) {
         recordings.push_back(recordingJson(each));
     }
-    return {{"schema", toolkit::jsonSchema},     {"exitCode", static_cast<int>(checks.code)},
-            {"failure", orNull(checks.failure)}, {"names", checks.names.all()},
-            {"words", words},                    {"recordings", recordings},
+    return {{"schema", toolkit::jsonSchema},
+            {"exitCode", static_cast<int>(checks.code)},
+            {"failure", orNull(checks.failure)},
+            {"names", checks.names.all()},
+            {"words", words},
+            {"recordings", recordings},
             {"given", givenJson(checks.given)}};
 }
 

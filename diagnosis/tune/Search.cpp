@@ -101,7 +101,8 @@ bool SearchRun::correct(const Words& words) {
         if (slots != 0) {
             places.lanes[i].rise += slots * places.half;
             places.lanes[i].fall += slots * places.half;
-            say("the words show " + toolkit::laneLabel({i + 1, places.lanes.size()}) + " a bit too " + (slots < 0 ? "early" : "late"));
+            say("the words show " + toolkit::laneLabel({i + 1, places.lanes.size()}) + " a bit too " +
+                (slots < 0 ? "early" : "late"));
             changed = true;
         }
     }
@@ -143,8 +144,9 @@ Found SearchRun::run() {
             }
         }
         found.choice = judged(places, found.choice.values, task.errorRate);
-        say("the worst lane, " + toolkit::laneLabel({found.choice.worst + 1, places.lanes.size()}) + ", has " + samplesText(found.choice.margin) +
-            " of margin, and " + toolkit::fixedText(found.choice.limit, 1) + " are needed");
+        say("the worst lane, " + toolkit::laneLabel({found.choice.worst + 1, places.lanes.size()}) + ", has " +
+            samplesText(found.choice.margin) + " of margin, and " + toolkit::fixedText(found.choice.limit, 1) +
+            " are needed");
         constexpr double hopeless = -1.5;
         if (found.choice.spare < hopeless) {
             return found;

@@ -328,8 +328,7 @@ void addVerification(Syntax& syntax, RecordOptions& options) {
     const Option verify =
         syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
-    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either")
-        .excludes(verify);
+    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either").excludes(verify);
 }
 
 /// `orvtrace calibrate`.
@@ -438,8 +437,7 @@ void RecordCommand::setUp(Syntax& syntax) {
     const Option scenario = addScenario(syntax, options.session);
     addSettings(syntax, options.session);
     addCpu(syntax, options.session);
-    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends")
-        .needs(scenario);
+    syntax.addOption("--play", options.session.play, "FILE", "File that the simulated target sends").needs(scenario);
     addPins(syntax, options.session.pins);
     addBuffer(syntax, options.session);
     const Option seconds =

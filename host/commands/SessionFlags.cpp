@@ -37,8 +37,7 @@ void addBuffer(Syntax& syntax, SessionOptions& options) {
 }
 
 Option addErrorRate(Syntax& syntax, double& rate) {
-    return syntax.addNumber("--error-rate", rate, "RATE", 1e-13, 1e-3, "Wrong bits per bit to exclude (1e-8)")
-        .common();
+    return syntax.addNumber("--error-rate", rate, "RATE", 1e-13, 1e-3, "Wrong bits per bit to exclude (1e-8)").common();
 }
 
 void addRunFlags(Syntax& syntax, SessionOptions& options) {

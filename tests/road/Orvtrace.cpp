@@ -19,8 +19,8 @@ namespace {
 
 /// The name of the schema for what these arguments print.
 std::string schemaOf(const std::vector<std::string>& arguments) {
-    static const std::vector<std::string> commands{"record", "calibrate", "verify", "margin", "tune", "soak",
-                                                   "report", "diff",      "doctor", "burst",  "bursts", "check",
+    static const std::vector<std::string> commands{"record", "calibrate", "verify",    "margin", "tune",   "soak",
+                                                   "report", "diff",      "doctor",    "burst",  "bursts", "check",
                                                    "tdf",    "pins",      "scenarios", "probe"};
     const auto command = std::find_first_of(arguments.begin(), arguments.end(), commands.begin(), commands.end());
     if (command == arguments.end()) {

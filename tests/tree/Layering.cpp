@@ -92,8 +92,9 @@ const std::vector<Room>& rooms() {
         {"host/results", {"toolkit", "diagnosis", "diagnosis/files", "host/session"}},
         {"host/soak", {"toolkit", "rcvr/framework", "diagnosis/files", "host/platform", "host/session"}},
         {"host/commands",
-         {"toolkit", "pinmap", "tdf", "diagnosis", "diagnosis/comparison", "host/calibration", "host/margin", "host/pins", "host/platform", "host/results", "host/scenario",
-          "host/session", "host/soak", "host/verification"}},
+         {"toolkit", "pinmap", "tdf", "diagnosis", "diagnosis/comparison", "host/calibration", "host/margin",
+          "host/pins", "host/platform", "host/results", "host/scenario", "host/session", "host/soak",
+          "host/verification"}},
         {"host", {"host/commands", "host/platform", compiler}},
     };
     return all;

@@ -13,10 +13,26 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const std::vector<std::vector<std::string>> allCommands{
-    {},         {"record"}, {"calibrate"}, {"verify"}, {"margin"},      {"tune"},           {"diff"},          {"soak"},
-    {"report"}, {"doctor"}, {"burst"},     {"bursts"}, {"check"},       {"tdf"},            {"tdf", "list"},   {"tdf", "extract"},
-    {"tdf", "create"},      {"pins"},      {"scenarios"},               {"probe"}};
+const std::vector<std::vector<std::string>> allCommands{{},
+                                                        {"record"},
+                                                        {"calibrate"},
+                                                        {"verify"},
+                                                        {"margin"},
+                                                        {"tune"},
+                                                        {"diff"},
+                                                        {"soak"},
+                                                        {"report"},
+                                                        {"doctor"},
+                                                        {"burst"},
+                                                        {"bursts"},
+                                                        {"check"},
+                                                        {"tdf"},
+                                                        {"tdf", "list"},
+                                                        {"tdf", "extract"},
+                                                        {"tdf", "create"},
+                                                        {"pins"},
+                                                        {"scenarios"},
+                                                        {"probe"}};
 
 /// The line on the standard error output, without its pointer to the help.
 std::string saidTo(const std::vector<std::string>& arguments) {
@@ -79,9 +95,9 @@ TEST(CommandLine, EveryValueIsNamedInTheUsersTerms) {
     for (std::vector<std::string> arguments : allCommands) {
         arguments.push_back("--help");
         for (const std::string& word : valueWordsOf(space.run(arguments).output)) {
-            EXPECT_THAT(word,
-                        testing::AnyOf("A", "B", "FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE", "[NAME|FILE]", "N",
-                                       "N|LIST", "LIST", "SIZE", "TIME", "RATE", "KIND", "TEXT", "NAME=VALUE"))
+            EXPECT_THAT(word, testing::AnyOf("A", "B", "FILE", "FILE.tdf", "DIR", "DIR|STEM", "NAME", "NAME|FILE",
+                                             "[NAME|FILE]", "N", "N|LIST", "LIST", "SIZE", "TIME", "RATE", "KIND",
+                                             "TEXT", "NAME=VALUE"))
                 << arguments.front();
             ++count;
         }
