@@ -13,14 +13,14 @@ namespace fuzz {
 namespace {
 
 constexpr auto elements = std::to_array<std::string_view>(
-    {"b",    "body",  "circle", "code",  "dd",   "div",  "dl",   "dt",    "footer", "h1",   "h2",
-     "h3",   "head",  "html",   "li",    "line", "link", "main", "meta",  "p",      "path", "rect",
-     "span", "style", "svg",    "table", "td",   "text", "th",   "title", "tr",     "ul"});
+    {"b",    "body",  "circle",  "code", "dd",    "details", "div",  "dl",   "dt",    "footer", "h1",   "h2",
+     "h3",   "head",  "html",    "li",   "line",  "link",    "main", "meta", "p",     "path",   "rect", "section",
+     "span", "style", "summary", "svg",  "table", "td",      "text", "th",   "title", "tr",     "ul"});
 constexpr std::array<std::string_view, 2> withoutEnd{"link", "meta"};
 constexpr auto attributes = std::to_array<std::string_view>(
-    {"aria-label", "charset", "class", "colspan", "content", "cx",    "cy",   "d",     "height",
-     "href",       "lang",    "name",  "opacity", "r",       "rel",   "role", "style", "text-anchor",
-     "viewBox",    "width",   "x",     "x1",      "x2",      "xmlns", "y",    "y1",    "y2"});
+    {"aria-label", "charset", "class", "colspan", "content", "cx",  "cy",   "d",     "height",      "href",
+     "id",         "lang",    "name",  "opacity", "r",       "rel", "role", "style", "text-anchor", "viewBox",
+     "width",      "x",       "x1",    "x2",      "xmlns",   "y",   "y1",   "y2"});
 constexpr std::array<std::string_view, 5> entities{"&amp;", "&lt;", "&gt;", "&quot;", "&nbsp;"};
 
 template <class Names>

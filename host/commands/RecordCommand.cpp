@@ -328,7 +328,9 @@ void addVerification(Syntax& syntax, RecordOptions& options) {
     const Option verify =
         syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
-    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either").excludes(verify);
+    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either")
+        .excludes(verify)
+        .common();
 }
 
 /// `orvtrace calibrate`.

@@ -162,7 +162,8 @@ class BurstTest(Runs):
             file = self.burst_file(scenario)
             burst = orvtrace.read_burst(file)
             rows = list(csv.reader(io.StringIO(output_of("burst", file, "--csv", "-").decode())))
-            self.assertEqual(rows[0], ["sample", "nanoseconds", *burst.names])
+            bits = [f"D{bit}" for bit in reversed(range(len(burst.names) - 1))]
+            self.assertEqual(rows[0], ["sample", "nanoseconds", "CLK", *bits])
             self.assertEqual(len(rows) - 1, len(burst))
             for i, name in enumerate(burst.names):
                 self.assertEqual([int(row[2 + i]) for row in rows[1:]], [int(level) for level in burst[name]])

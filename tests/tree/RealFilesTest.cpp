@@ -185,15 +185,15 @@ TEST_F(RealFiles, OfTheBenchHaveTheKeys) {
 // Names and folders, as the first page lists them.
 TEST_F(RealFiles, HaveTheNamesOfTheFirstPage) {
     const std::regex known("bench-cable(\\.freq\\d)?\\.(cal\\.txt|cap\\.txt|reg\\.txt|ver)|"
-                           "bench-cable\\.(cfg|bin|cache)");
+                           "bench-cable\\.(cfg|bin|cache|checks\\.json)");
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(run(".VX-trace/data"))) {
         names.insert(entry.path().filename().string());
         EXPECT_TRUE(std::regex_match(entry.path().filename().string(), known)) << entry.path();
     }
-    for (const char* name :
-         {"bench-cable.cfg", "bench-cable.bin", "bench-cable.cache", "bench-cable.reg.txt", "bench-cable.freq2.cal.txt",
-          "bench-cable.freq2.cap.txt", "bench-cable.freq2.reg.txt", "bench-cable.freq2.ver"}) {
+    for (const char* name : {"bench-cable.cfg", "bench-cable.bin", "bench-cable.cache", "bench-cable.reg.txt",
+                             "bench-cable.freq2.cal.txt", "bench-cable.freq2.cap.txt", "bench-cable.freq2.reg.txt",
+                             "bench-cable.freq2.ver", "bench-cable.checks.json"}) {
         EXPECT_TRUE(names.contains(name)) << name;
     }
 }

@@ -69,7 +69,7 @@ TEST(EarlierCalibration, OfABoardThatHasDriftedIsReplacedAndSaysWhatHasMoved) {
     EXPECT_EQ(earlier.at("reused"), false);
     ASSERT_EQ(earlier.at("reasons").size(), 1U);
     EXPECT_THAT(earlier.at("reasons").at(0).get<std::string>(),
-                testing::MatchesRegex(R"(data 3 .EMU2. has drifted by (5\.[5-9]|6\.[0-5]) samples .* later since .*)"));
+                testing::MatchesRegex(R"(D1 .EMU2. has drifted by (5\.[5-9]|6\.[0-5]) samples .* later since .*)"));
     EXPECT_EQ(run.json.at("verdict").at("kind"), "sound") << "calibrated anew";
     EXPECT_EQ(run.json.at("calibration").at("setting"), 1);
     const Outcome strict = record(space, drifted, "third", {"--calibration", space.file("first").string(), "--strict"});
@@ -123,7 +123,7 @@ TEST(Diff, OfTheSameBoardIsEqualAndOfAMovedWireNamesIt) {
     EXPECT_NEAR(moved.json.at("lanes").at(2).at("moved").get<double>(), 3.0, 0.6);
     EXPECT_NEAR(moved.json.at("lanes").at(1).at("moved").get<double>(), 0.0, 0.6);
     const std::string page = readBytes(space.file("page.html"));
-    EXPECT_THAT(page, HasSubstr("data 3 (EMU2) comes "));
+    EXPECT_THAT(page, HasSubstr("D1 (EMU2) comes "));
     EXPECT_EQ(space.run({"diff", a, a, "--html", space.file("page.html").string()}).code, 8) << "it exists";
 }
 

@@ -79,7 +79,7 @@ TEST(Margin, ALaneAtTheEndOfItsDelaysIsCutOffAlone) {
     ASSERT_EQ(run.code, 0) << run.errors;
     const json lanes = run.json.at("rates").at(0).at("lanes");
     for (const json& lane : lanes) {
-        EXPECT_EQ(lane.at("isCut").get<bool>(), lane.at("title") == "data 3 (EMU2)") << lane;
+        EXPECT_EQ(lane.at("isCut").get<bool>(), lane.at("title") == "D1 (EMU2)") << lane;
     }
 }
 
@@ -94,7 +94,7 @@ TEST(Margin, WritesThePageAndPinsWhatWasFound) {
     EXPECT_THAT(text, HasSubstr("<svg"));
     EXPECT_THAT(text, HasSubstr("cut off: end of the delays"));
     const std::string properties = readBytes(pinned);
-    EXPECT_THAT(properties, HasSubstr("# data 3 (EMU2): setup margin"));
+    EXPECT_THAT(properties, HasSubstr("# D1 (EMU2): setup margin"));
     EXPECT_THAT(properties, HasSubstr("calMode=manual\ndelays="));
 }
 

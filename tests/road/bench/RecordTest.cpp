@@ -48,7 +48,7 @@ TEST(Outputs, TextTellsPinsRateAndFiles) {
     EXPECT_EQ(run.code, 0) << run.errors;
     EXPECT_THAT(withoutProgress(run.errors), IsEmpty());
     EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz, setting 1 (of 0 to 1)"));
-    EXPECT_THAT(run.output, HasSubstr("\nData 2 "));
+    EXPECT_THAT(run.output, HasSubstr("\nD1 "));
     EXPECT_THAT(run.output, HasSubstr("recorded 256.00 KiB"));
     EXPECT_THAT(run.output, HasSubstr("two-pin.bin"));
     // A carriage return may only be a part of the system's line end.
@@ -147,7 +147,7 @@ TEST(Calibrations, OneThatIsRefusedLeavesAPageAndNamesTheDoctorsCommand) {
     EXPECT_THAT(run.errors, HasSubstr("orvtrace doctor \"" + space.file("a run").string() + "\" shows why (log: "));
     EXPECT_EQ(space.run({"doctor", space.file("a run").string()}).code, 10);
     const Outcome text = space.run({"record", "--scenario", "no-clock", "--out", space.file("b").string()});
-    EXPECT_THAT(text.output, testing::Not(HasSubstr("\nClock "))) << "nothing was computed for any pin";
+    EXPECT_THAT(text.output, testing::Not(HasSubstr("\nCLK "))) << "nothing was computed for any pin";
     EXPECT_THAT(text.output, HasSubstr("\nnext: open "));
 }
 
@@ -156,7 +156,7 @@ TEST(Calibrations, TheTablesAreForPeople) {
     const Outcome run = space.run({"calibrate", "--scenario", "two-pin", "--out", space.file("run").string()});
     ASSERT_EQ(run.code, 0) << run.errors;
     EXPECT_THAT(run.output, HasSubstr("samples a clock period, clock taken "));
-    EXPECT_THAT(run.output, HasSubstr("\nClock "));
+    EXPECT_THAT(run.output, HasSubstr("\nCLK "));
     EXPECT_THAT(run.output, HasSubstr("accepted"));
     EXPECT_THAT(run.output, HasSubstr("calibrated at 50 MHz"));
 }

@@ -154,7 +154,7 @@ TEST(Scenario, ExpectationsAreFree) {
 TEST(Scenario, AnUnknownKeyIsNamedWithFileAndLine) {
     EXPECT_EQ(failureOf("name = \"x\"\nnaem = \"y\"\n"),
               "file.toml:2: 'naem' is not known here; known are name, about, cpu, kind, pins, pin_map, settings, "
-              "transmitter, unit, wiring, server, faults, environment, expect");
+              "transmitter, unit, wiring, server, faults, environment, names, expect");
     EXPECT_EQ(failureOf("[wiring]\n[[wiring.pin]]\nemu = 1\nslew = 2\n"),
               "file.toml:4: 'wiring.pin.slew' is not known here; known are emu, skew, late_fall, jitter, stuck, open, "
               "swapped_with, glitch_every, glitch_length, drift, memory, coupling");

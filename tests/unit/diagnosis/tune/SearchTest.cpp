@@ -189,7 +189,7 @@ TEST(Search, MovesALaneWhoseWordsAreItsNeighbours) {
     EXPECT_EQ(board.comparisons, 2U);
     bool said = false;
     for (const std::string& step : found.steps) {
-        said = said || step == "the words show data 3 a bit too late";
+        said = said || step == "the words show D1 a bit too late";
     }
     EXPECT_TRUE(said);
 }
@@ -209,7 +209,7 @@ TEST(Search, OfALaneWithoutChangesFindsNothingAndSaysWhichOne) {
     const Found found = search(stuck, taskOf(board));
     EXPECT_EQ(found.kind, Found::Kind::Nothing);
     ASSERT_EQ(found.steps.size(), 1U);
-    EXPECT_EQ(found.steps.front(), "a burst is of no use: data 2 does not change with the clock");
+    EXPECT_EQ(found.steps.front(), "a burst is of no use: D2 does not change with the clock");
 }
 
 } // namespace
