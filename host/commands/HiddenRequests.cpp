@@ -5,6 +5,7 @@
 #include "host/platform/Platform.h"
 #include "host/scenario/ScenarioFile.h"
 #include "host/session/RunProperties.h"
+#include "toolkit/ExitCode.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/OutputFiles.h"
 
