@@ -201,8 +201,9 @@ std::string shmooPicture(const MarginScan& scan) {
     const double gridTop = 30.0;
     const double gridWidth = size * (highest - lowest + 1);
     const double gridHeight = size * static_cast<double>(scan.size());
-    Svg svg(start + gridWidth + 20.0, gridTop + gridHeight + 56.0, "Rates against the offset of the sampling point",
-            "shmoo");
+    constexpr double wordsWidth = 420.0; // of title and key
+    Svg svg(start + std::max(gridWidth, wordsWidth) + 20.0, gridTop + gridHeight + 56.0,
+            "Rates against the offset of the sampling point", "shmoo");
     svg.text(start, 16, "Rates against the sampling point, the worst lane in each cell", "title");
     double y = gridTop;
     for (auto rate = scan.rbegin(); rate != scan.rend(); ++rate, y += size) {
