@@ -127,7 +127,8 @@ std::vector<std::uint32_t> ScriptedServer::startedPids() const {
 
 bool ScriptedServer::allEnded() const {
     const std::vector<Started> all = started();
-    const auto runs = [](const Started& one) { return uEnvironment::processExists(one.pid); };
+    // By the name, too: the number of an ended process may already be that of another program.
+    const auto runs = [](const Started& one) { return uEnvironment::findProcess(image, one.pid) != 0; };
     // The process list may show an ended process for a moment.
     for (int i = 0; i < 400; ++i) {
         if (std::none_of(all.begin(), all.end(), runs)) {
@@ -138,7 +139,7 @@ bool ScriptedServer::allEnded() const {
     return false;
 }
 
-void ScriptedServer::verify() const {
+std::set<std::size_t> ScriptedServer::usedSteps() const {
     std::istringstream lines(report());
     std::set<std::size_t> used;
     for (std::string line; std::getline(lines, line);) {
@@ -147,9 +148,21 @@ void ScriptedServer::verify() const {
             if (index < steps) {
                 used.insert(index);
             }
-        } else {
-            EXPECT_TRUE(line.starts_with("started ") || line == "goodbye") << line;
         }
     }
-    EXPECT_EQ(used.size(), steps) << "steps of the script were not used; the server reports:\n" << report();
+    return used;
+}
+
+void ScriptedServer::awaitSteps() const {
+    while (usedSteps().size() < steps) {
+        VX_QRS::uThread::sleep(5);
+    }
+}
+
+void ScriptedServer::verify() const {
+    std::istringstream lines(report());
+    for (std::string line; std::getline(lines, line);) {
+        EXPECT_TRUE(line.starts_with("used ") || line.starts_with("started ") || line == "goodbye") << line;
+    }
+    EXPECT_EQ(usedSteps().size(), steps) << "steps of the script were not used; the server reports:\n" << report();
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -36,6 +37,8 @@ public:
 
     /// Writes the script; to be called before the client starts the process.
     void arm();
+    /// Waits until every step was used.
+    void awaitSteps() const;
     /// Checks that every step was used and no other bytes arrived.
     void verify() const;
     /// Reports of this script's processes so far.
@@ -57,6 +60,7 @@ private:
         std::uint32_t pid = 0;
     };
     std::vector<Started> started() const;
+    std::set<std::size_t> usedSteps() const;
     ScriptedServer& step(std::string_view verb, std::string_view bytes = {});
 
     std::filesystem::path scriptPath;

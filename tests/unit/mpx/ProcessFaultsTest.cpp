@@ -131,6 +131,7 @@ TEST_F(ProcessFaults, AServerThatHangsAndIsEndedFromOutside) {
         const std::uint32_t pid = session.server.startedPids().back();
         std::atomic<bool> ending{false};
         std::thread outside([&] {
+            session.server.awaitSteps(); // the request has arrived
             VX_QRS::uThread::sleep(30);
             ending = true;
             EXPECT_TRUE(VX_QRS::uEnvironment::terminateProcess(pid));
