@@ -85,6 +85,7 @@ void RecordRun::record(unsigned number) {
         plan.triggerFile = toolkit::filePath(session.fileStem().string() + ".trg.txt");
     }
     const RecordingEnd end = runRecording(channel, plan, line);
+    session.leftovers().keep(verifiedChannel(session, result).file);
     RecordingResult& recording = result.recordings.emplace_back();
     recording.state = end.state;
     recording.seconds = end.seconds;

@@ -3,6 +3,7 @@
 #include "host/scenario/ChannelSettingsFile.h"
 #include "host/session/Progress.h"
 #include "host/session/Receiver.h"
+#include "host/session/RemovedAtEnd.h"
 #include "host/session/RunFolder.h"
 #include "host/session/RunProperties.h"
 #include "host/session/SessionResult.h"
@@ -74,6 +75,8 @@ public:
     /// Path and first part of the name of the receiver's files.
     const std::filesystem::path& fileStem() const { return stem; }
     const std::filesystem::path& runFolder() const { return folder->path(); }
+    /// Files to remove once the receiver is destroyed.
+    RemovedAtEnd& leftovers() { return removed; }
 
 private:
     void requireSettings() const;
@@ -110,6 +113,7 @@ private:
     std::filesystem::path logFile;
     std::uintmax_t logRead = 0; ///< how much of the log belongs to earlier calibrations
     std::size_t ownFiles = 0;   ///< files in the result that are there before any calibration
+    RemovedAtEnd removed;       ///< after the receiver
     std::unique_ptr<Receiver> channel;
 };
 

@@ -62,7 +62,7 @@ bool isHopeless(const Point& point) {
 PointRecorder::PointRecorder(Session& session, const SessionResult& result, PatternTransmitter& transmitter,
                              const PinValues& kept)
     : target(verifiedChannel(session, result)), sender(transmitter), keptValues(kept), given(session, result),
-      samples(target.file), patternName(verificationPattern(target)) {
+      samples(target.file, target.leftovers), patternName(verificationPattern(target)) {
     if (const std::string obstacle = verificationObstacle(target); !obstacle.empty()) {
         throw toolkit::Failure(toolkit::ExitCode::Failed, obstacle);
     }

@@ -195,6 +195,7 @@ VerifiedChannel verifiedChannel(Session& session, const SessionResult& result) {
     target.stopsWhenFull = receiver.attribute("orvBufMode") == "stop";
     target.clockHertz = result.hertz.value_or(0.0);
     target.file = toolkit::filePath(session.fileStem().string() + ".bin");
+    target.leftovers = &session.leftovers();
     return target;
 }
 
@@ -215,7 +216,7 @@ void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter,
         return;
     }
     try {
-        const FileAside aside(target.file);
+        const FileAside aside(target.file, target.leftovers);
         const PatternOrder order(transmitter, usualPattern);
         Verification(target, transmitter, check).run(line);
     } catch (const toolkit::Failure& failure) {
@@ -229,7 +230,7 @@ void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter,
     }
 }
 
-FileAside::FileAside(const fs::path& file) : place(file) {
+FileAside::FileAside(const fs::path& file, RemovedAtEnd* unremoved) : place(file), leftovers(unremoved) {
     std::error_code failed;
     if (!fs::exists(place, failed)) {
         return;
@@ -243,7 +244,9 @@ FileAside::FileAside(const fs::path& file) : place(file) {
 FileAside::~FileAside() {
     std::error_code failed;
     if (aside.empty()) {
-        fs::remove(place, failed);
+        if (!fs::remove(place, failed) && failed && leftovers != nullptr) {
+            leftovers->add(place);
+        }
         return;
     }
     if (moved(aside, place)) {

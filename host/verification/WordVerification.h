@@ -29,6 +29,7 @@ struct VerifiedChannel {
     bool stopsWhenFull = true;    ///< otherwise the buffer wraps
     double clockHertz = 0.0;      ///< of the trace clock; 0: unknown
     std::filesystem::path file{}; ///< that recordings go to
+    RemovedAtEnd* leftovers = nullptr;
 
     double bitsPerSecond() const { return 2.0 * clockHertz * dataPins; }
 };
@@ -58,13 +59,15 @@ void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter,
 /// the verification is removed and the other one is back in its place.
 class FileAside {
 public:
-    explicit FileAside(const std::filesystem::path& file);
+    /// A file of the verification that cannot be removed at the end goes to `leftovers`, which may be null.
+    explicit FileAside(const std::filesystem::path& file, RemovedAtEnd* leftovers = nullptr);
     ~FileAside();
     FileAside(const FileAside&) = delete;
     FileAside& operator=(const FileAside&) = delete;
 
 private:
     std::filesystem::path place;
+    RemovedAtEnd* leftovers;
     std::filesystem::path aside; ///< empty: there was no file
 };
 

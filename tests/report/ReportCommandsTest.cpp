@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+
 // A run on the bench, and what the three commands make of its files. One run of each kind serves all tests.
 
 namespace {
@@ -148,7 +150,8 @@ TEST_F(ARun, PrintsOneFileByteForByteAndNothingElse) {
     EXPECT_EQ(space->run({"burst", burst(), "--sr", "-"}).output, readBytes(session));
     EXPECT_EQ(space->run({"burst", burst(), "--csv", "-"}).output, readBytes(values));
     const Outcome dump = space->run({"burst", burst(), "--vcd", "-", "--svg", space->file("beside.svg").string()});
-    EXPECT_THAT(dump.output, testing::MatchesRegex("\\$date [-0-9]+ [:0-9]+ \\$end\n\\$version orvtrace .*"));
+    const std::regex head("\\$date [-0-9]+ [:0-9]+ \\$end\n\\$version orvtrace ");
+    EXPECT_TRUE(std::regex_search(dump.output, head, std::regex_constants::match_continuous)) << dump.output;
     EXPECT_TRUE(std::filesystem::exists(space->file("beside.svg")));
     EXPECT_THAT(dump.errors, StartsWith("8192 samples of 5 pins")) << "the result, beside what was printed";
     const Outcome both = space->run({"burst", burst(), "--vcd", "-", "--json"});
