@@ -7,21 +7,15 @@
 #include "toolkit/JsonText.h"
 #include "toolkit/Masked.h"
 #include "toolkit/Remedy.h"
-#include "toolkit/Suggestion.h"
 #include "toolkit/Table.h"
 #include "toolkit/Text.h"
 #include "toolkit/TextFile.h"
-#include "toolkit/Units.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/core.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <iostream>
-#include <limits>
-#include <sstream>
 #include <string_view>
 
 namespace host {

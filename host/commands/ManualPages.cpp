@@ -65,7 +65,7 @@ std::string item(const std::string& term, const std::string& text) {
 }
 
 /// A full stop at the end, as the pages' sentences have it.
-std::string sentence(std::string text) {
+std::string sentence(const std::string& text) {
     return text.empty() || text.ends_with('.') ? text : text + ".";
 }
 

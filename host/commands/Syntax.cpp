@@ -1,10 +1,10 @@
 #include "host/commands/Syntax.h"
 
 #include "host/commands/HelpText.h"
-#include "toolkit/Text.h"
 #include "toolkit/Units.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/core.h>
 
 #include <cmath>
 #include <limits>
