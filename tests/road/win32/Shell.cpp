@@ -52,12 +52,19 @@ RunningProgram::RunningProgram(const std::filesystem::path& program, const std::
     start.hStdOutput = openOutput(output);
     start.hStdError = openOutput(errors);
     // A group of its own, so that an event for it does not reach this process too.
-    const BOOL started = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
-                                        nullptr, folder.empty() ? nullptr : folder.c_str(), &start, &state->process);
+    BOOL started = FALSE;
+    DWORD error = 0;
+    // Under Wine a start fails now and then on a busy machine.
+    for (int attempt = 0; attempt < 3 && started == FALSE; ++attempt) {
+        Sleep(attempt == 0 ? 0 : 200);
+        started = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP,
+                                 nullptr, folder.empty() ? nullptr : folder.c_str(), &start, &state->process);
+        error = started == FALSE ? GetLastError() : 0;
+    }
     CloseHandle(start.hStdOutput);
     CloseHandle(start.hStdError);
     if (started == FALSE) {
-        throw std::runtime_error("cannot start " + program.string());
+        throw std::runtime_error("cannot start " + program.string() + ", error " + std::to_string(error));
     }
 }
 
