@@ -140,8 +140,8 @@ void DataServer::serveClient(LoopbackSocket connection) {
     RequestReader reader;
     Bytes chunk(0x10000);
     for (;;) {
-        // The client waits for a reply's data, but not for those of the next one.
-        while (!connection.readable(0) && service.prepare()) {
+        // The client waits for a reply, but not yet for the next one.
+        while (service.prepare() && !connection.readable(0)) {
         }
         const std::size_t count = connection.receive(chunk);
         if (count == 0) {

@@ -117,7 +117,7 @@ public:
     std::span<const std::uint8_t> readAhead(std::size_t limit = defaultDelivery);
     /// Bytes that were read ahead and not delivered or discarded since.
     std::size_t bytesAhead() const { return recorder.bytesAhead(); }
-    static constexpr std::size_t defaultDelivery = 0x600000;
+    static constexpr std::size_t defaultDelivery = 0xA00000;
     static constexpr std::size_t recordBytes = 0x40000;
 
     // --- the target ---

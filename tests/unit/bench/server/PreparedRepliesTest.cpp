@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::uint32_t blocks = 0x4000;
 constexpr std::uint32_t mebi = 0x100000;
+constexpr std::uint32_t delivery = Unit::defaultDelivery;
 
 std::string u32(std::uint32_t value) {
     std::string text;
@@ -31,7 +32,7 @@ Bytes escapedRequest(const std::string& body) {
 
 Scenario noisy() {
     Scenario scenario;
-    scenario.wiring.jitter = 1.0; // wrong bits, at positions that follow from what was read before
+    scenario.wiring.jitter = 0.8; // wrong bits, at positions that follow from what was read before
     return scenario;
 }
 
@@ -94,12 +95,12 @@ protected:
 };
 
 TEST_F(PreparedReplies, OfAnUploadAreTheSame) {
-    record(16 * mebi);
+    record(4 * delivery);
     EXPECT_GT(ask("?" + u32(0)), 8U) << "the unit has stopped by itself";
     ask("S");
-    EXPECT_GT(ask("r" + u32(14 * mebi)), Unit::defaultDelivery);
+    EXPECT_GT(ask("r" + u32(2 * delivery + 2 * mebi)), delivery);
     EXPECT_TRUE(preparing.service.prepare()) << "more is requested";
-    EXPECT_GT(ask("?" + u32(0)), Unit::defaultDelivery);
+    EXPECT_GT(ask("?" + u32(0)), delivery);
     EXPECT_GT(ask("?" + u32(0)), mebi);
     EXPECT_FALSE(preparing.service.prepare()) << "no more is requested";
     ask("p" + u32(0) + u32(0) + u32(100) + std::string(100, '\0'));
@@ -108,12 +109,12 @@ TEST_F(PreparedReplies, OfAnUploadAreTheSame) {
 }
 
 TEST_F(PreparedReplies, AreNoMoreThanADelivery) {
-    record(16 * mebi);
+    record(4 * delivery);
     ask("S");
-    ask("r" + u32(16 * mebi));
+    ask("r" + u32(4 * delivery));
     while (preparing.service.prepare()) {
     }
-    EXPECT_EQ(preparing.unit.bytesAhead(), Unit::defaultDelivery);
+    EXPECT_EQ(preparing.unit.bytesAhead(), delivery);
 }
 
 TEST_F(PreparedReplies, OfAPeekAndAStatusDoNotCountWhatIsPrepared) {
@@ -127,24 +128,24 @@ TEST_F(PreparedReplies, OfAPeekAndAStatusDoNotCountWhatIsPrepared) {
 
 TEST_F(PreparedReplies, AreDiscardedWithTheRecording) {
     for (const char* end : {"x", "O", "s"}) {
-        record(16 * mebi);
+        record(4 * delivery);
         ask("S");
-        ask("r" + u32(16 * mebi));
+        ask("r" + u32(4 * delivery));
         ASSERT_TRUE(preparing.service.prepare()) << end;
         ask(end);
         EXPECT_EQ(preparing.unit.bytesAhead(), 0U) << end;
         ask("?" + u32(0));
     }
-    record(8 * mebi);
+    record(2 * delivery);
     ask("S");
-    ask("r" + u32(8 * mebi));
+    ask("r" + u32(2 * delivery));
     EXPECT_GT(ask("?" + u32(0)), mebi) << "nothing of an earlier recording";
 }
 
 TEST_F(PreparedReplies, FollowRecordsThatWereInTheReplyBefore) {
-    record(16 * mebi);
+    record(4 * delivery);
     ask("S");
-    ask("r" + u32(16 * mebi));
+    ask("r" + u32(4 * delivery));
     while (preparing.service.prepare()) {
     }
     std::array<Bytes, 2> replies;
@@ -153,7 +154,7 @@ TEST_F(PreparedReplies, FollowRecordsThatWereInTheReplyBefore) {
         reply.status(7);
         replies[index] = (index == 0 ? plain : preparing).service.answer({'?', {0, 0, 0, 0}}, std::move(reply));
     }
-    EXPECT_GT(replies[0].size(), Unit::defaultDelivery);
+    EXPECT_GT(replies[0].size(), delivery);
     EXPECT_TRUE(replies[0] == replies[1]);
 }
 
