@@ -17,11 +17,13 @@ void cycle(benchmark::State& state) {
     double ordered = 0.0;
     double slept = 0.0;
     double whole = 0.0;
+    double used = 0.0;
     std::uint64_t sleeps = 0;
     for (auto _ : state) {
         const double orderedBefore = r.waits.ordered();
         const double sleptBefore = r.waits.slept();
         const std::uint64_t sleepsBefore = r.waits.sleeps();
+        const double usedBefore = processorSeconds();
         const auto begun = Clock::now();
         r.channel->start(false);
         r.channel->stop();
@@ -32,6 +34,7 @@ void cycle(benchmark::State& state) {
         ordered += r.waits.ordered() - orderedBefore;
         slept += r.waits.slept() - sleptBefore;
         sleeps += r.waits.sleeps() - sleepsBefore;
+        used += processorSeconds() - usedBefore;
         whole += taken;
         state.SetIterationTime(taken);
     }
@@ -40,6 +43,7 @@ void cycle(benchmark::State& state) {
     state.counters["ordered"] = ordered / runs;
     state.counters["late"] = (slept - ordered) / runs;
     state.counters["own"] = (whole - slept) / runs;
+    state.counters["used"] = used / runs;
     state.counters["sleeps"] = static_cast<double>(sleeps) / runs;
 }
 BENCHMARK(cycle)->UseManualTime()->Iterations(20);

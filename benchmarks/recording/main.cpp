@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
     report.figure("  number of these waits", counterOf(cycle, "sleeps"), "");
     report.figure("  late wake-ups", counterOf(cycle, "late", 1e3), "ms");
     report.figure("  outside of all waits", counterOf(cycle, "own", 1e3), "ms");
+    report.figure("  processor time without the server's", counterOf(cycle, "used", 1e3), "ms");
     const std::string upload = "upload/iterations:1/manual_time";
     report.figure("upload of 128 MiB, from the end of the recording", perSecondOf(upload, uploadedBytes), "byte/s",
                   atLeast(1e9));
