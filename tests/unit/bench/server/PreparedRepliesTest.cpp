@@ -36,7 +36,7 @@ Scenario noisy() {
     return scenario;
 }
 
-/// A unit behind its service, at a time of its own.
+/// A unit with its service, at a time of its own.
 class Side {
 public:
     Bytes ask(const std::string& body) {
