@@ -96,6 +96,15 @@ std::optional<std::uint32_t> ArgumentReader::u32() {
     return value;
 }
 
+void ReplyWriter::append(ReplyWriter& made) {
+    if (out.empty()) {
+        out.swap(made.out); // many MiB of data, mostly
+        return;
+    }
+    out.insert(out.end(), made.out.begin(), made.out.end());
+    made.out.clear();
+}
+
 void ReplyWriter::raw(std::string_view text) {
     out.insert(out.end(), text.begin(), text.end());
 }

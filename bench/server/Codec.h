@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -48,6 +49,15 @@ inline constexpr std::uint32_t statusRecord = 7780;
 /// Builds a reply: records first, then the marker and its payload, then the end.
 class ReplyWriter {
 public:
+    ReplyWriter() = default;
+    /// Builds in memory that is there already, whose content is dropped.
+    explicit ReplyWriter(Bytes memory) : out(std::move(memory)) { out.clear(); }
+
+    /// Moves records made earlier to the end of this reply; `made` is empty then.
+    void append(ReplyWriter& made);
+    bool empty() const { return out.empty(); }
+    void clear() { out.clear(); }
+
     void data(std::span<const std::uint8_t> bytes);
     void error(std::uint32_t code, std::string_view first, std::string_view second);
     void status(std::uint32_t value);

@@ -140,6 +140,9 @@ void DataServer::serveClient(LoopbackSocket connection) {
     RequestReader reader;
     Bytes chunk(0x10000);
     for (;;) {
+        // The client waits for a reply, but not yet for the next one.
+        while (service.prepare() && !connection.readable(0)) {
+        }
         const std::size_t count = connection.receive(chunk);
         if (count == 0) {
             log("the client is gone");
@@ -159,8 +162,10 @@ bool DataServer::serveRequest(const LoopbackSocket& connection, const Request& r
         log(std::string("fault at '") + request.command + "': " + step->action);
         return misbehave(connection, request, *step);
     }
-    const Bytes reply = service.answer(request);
-    return !service.ended() && connection.sendAll(reply);
+    Bytes reply = service.answer(request);
+    const bool sent = !service.ended() && connection.sendAll(reply);
+    service.reuse(std::move(reply));
+    return sent;
 }
 
 bool DataServer::misbehave(const LoopbackSocket& connection, const Request& request, const FaultStep& step) {

@@ -20,12 +20,14 @@ std::uint32_t need(std::optional<std::uint32_t> value) {
 
 class ReplySink final : public RecordSink {
 public:
-    explicit ReplySink(ReplyWriter& writer) : reply(writer) {}
+    ReplySink(ReplyWriter& writer, ReplyWriter& made) : reply(writer), ahead(made) {}
     void onData(std::span<const std::uint8_t> bytes) override { reply.data(bytes); }
     void onStatus(std::uint32_t value) override { reply.status(value); }
+    void onDataAhead() override { reply.append(ahead); }
 
 private:
     ReplyWriter& reply;
+    ReplyWriter& ahead;
 };
 
 // The count that opens a register list; the records themselves must be there.
@@ -54,9 +56,25 @@ Bytes Service::answer(const Request& request, ReplyWriter reply) {
     return reply.finish();
 }
 
+bool Service::prepare() {
+    const std::lock_guard lock(mutex);
+    if (unit.bytesAhead() == 0) {
+        ahead.clear(); // delivered, or discarded by a request
+    }
+    const std::span<const std::uint8_t> data = unit.readAhead();
+    if (data.empty()) {
+        return false;
+    }
+    if (ahead.empty()) {
+        ahead = ReplyWriter(std::exchange(spare, {}));
+    }
+    ahead.data(data);
+    return true;
+}
+
 void Service::carryOut(const Request& request, ReplyWriter& reply) {
     ArgumentReader in(request.arguments);
-    ReplySink sink(reply);
+    ReplySink sink(reply, ahead);
     switch (request.command) {
     case 'v':
         reply.ok();

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <utility>
 
 namespace bench {
 
@@ -20,6 +21,15 @@ public:
     Bytes answer(const Request& request, ReplyWriter reply = {});
     bool ended() const { return over; }
 
+    /// Makes a part of the data that a later reply will have. False when there is none to make, or enough is made.
+    bool prepare();
+    /// The memory of a reply that was sent, for a later one.
+    void reuse(Bytes memory) {
+        if (memory.capacity() > spare.capacity()) {
+            spare = std::move(memory);
+        }
+    }
+
 private:
     void carryOut(const Request& request, ReplyWriter& reply);
     void readRegisters(ArgumentReader& in, ReplyWriter& reply);
@@ -29,6 +39,8 @@ private:
     std::mutex& mutex;
     std::uint32_t version;
     bool over = false;
+    ReplyWriter ahead; ///< records of the data that the unit has read ahead
+    Bytes spare;
 };
 
 } // namespace bench

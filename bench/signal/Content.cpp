@@ -74,6 +74,11 @@ public:
         std::uint64_t number = first / messageWords;
         auto begin = static_cast<unsigned>(first % messageWords);
         for (; !out.empty(); begin = 0, ++number) {
+            if (begin == 0 && out.size() >= messageWords) {
+                putMessage(number, out.first<messageWords>());
+                out = out.subspan(messageWords);
+                continue;
+            }
             const auto end = static_cast<unsigned>(std::min<std::size_t>(messageWords, begin + out.size()));
             for (unsigned position = begin; position < end; ++position) {
                 out[position - begin] = messageWord(number, position);
@@ -84,6 +89,13 @@ public:
 
 private:
     static constexpr unsigned messageWords = 8;
+
+    // In one piece, which compiles to straight code.
+    void putMessage(std::uint64_t number, std::span<std::uint16_t, messageWords> out) const {
+        for (unsigned position = 0; position < messageWords; ++position) {
+            out[position] = messageWord(number, position);
+        }
+    }
 
     static std::uint16_t avoidSync(std::uint64_t value) {
         const auto word = static_cast<std::uint16_t>(value);

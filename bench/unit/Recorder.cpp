@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace bench {
 
@@ -40,7 +41,12 @@ void Recorder::open(std::uint32_t size, bool wrapping) {
     done = false;
     hasWrapped = false;
     pieces.clear();
+    forgetFetched();
+}
+
+void Recorder::forgetFetched() {
     fetched = 0;
+    ahead = 0;
     cursorReady = false;
 }
 
@@ -202,6 +208,12 @@ std::size_t Recorder::copyOut(Cursor& cursor, std::uint64_t left, std::span<std:
 }
 
 std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
+    const std::size_t copied = readAhead(out);
+    takeAhead();
+    return copied;
+}
+
+std::size_t Recorder::readAhead(std::span<std::uint8_t> out) {
     if (!done) {
         return 0;
     }
@@ -209,9 +221,13 @@ std::size_t Recorder::fetch(std::span<std::uint8_t> out) {
         seek(fetchCursor, firstBlock() * wordsPerBlock());
         cursorReady = true;
     }
-    const std::size_t copied = copyOut(fetchCursor, bytesHeld(0.0), out);
-    fetched += copied;
+    const std::size_t copied = copyOut(fetchCursor, bytesHeld(0.0) - ahead, out);
+    ahead += copied;
     return copied;
+}
+
+void Recorder::takeAhead() {
+    fetched += std::exchange(ahead, 0);
 }
 
 std::size_t Recorder::look(std::span<std::uint8_t> out) const {
@@ -245,8 +261,7 @@ void Recorder::discard(double now) {
         pieces.clear();
     }
     hasWrapped = false;
-    fetched = 0;
-    cursorReady = false;
+    forgetFetched();
 }
 
 } // namespace bench

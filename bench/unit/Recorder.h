@@ -53,6 +53,12 @@ public:
     std::uint32_t bytesHeld(double now) const;
     /// Copies the next bytes of a finished recording, at most as many as are held. Returns how many.
     std::size_t fetch(std::span<std::uint8_t> out);
+    /// Copies the bytes that the next fetch would, past those read ahead before; they are held until takeAhead. All that
+    /// was read ahead must be taken before the next fetch. Returns how many.
+    std::size_t readAhead(std::span<std::uint8_t> out);
+    std::size_t bytesAhead() const { return ahead; }
+    /// What was read ahead is fetched.
+    void takeAhead();
     /// Like fetch, but the bytes remain.
     std::size_t look(std::span<std::uint8_t> out) const;
 
@@ -98,6 +104,7 @@ private:
     void makeBlock(Cursor& cursor) const; ///< as recorded
     std::size_t copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const;
     void seek(Cursor& cursor, std::uint64_t word) const;
+    void forgetFetched();
 
     std::uint32_t capacity = 0;
     bool wraps = false;
@@ -110,6 +117,7 @@ private:
     Cursor fetchCursor;
     bool cursorReady = false;
     std::uint64_t fetched = 0; ///< bytes
+    std::size_t ahead = 0;     ///< bytes past those, which the cursor has passed
 };
 
 } // namespace bench

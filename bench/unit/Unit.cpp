@@ -291,17 +291,31 @@ void Unit::deliver(RecordSink& sink, Before reply, std::size_t limit) {
         stoppedByItself = false;
         sink.onStatus(0);
     }
-    std::vector<std::uint8_t> bytes;
-    while (recorder.finished() && requested != 0 && limit != 0) {
-        bytes.resize(std::min<std::uint64_t>({requested, limit, recordBytes}));
-        bytes.resize(recorder.fetch(bytes));
-        if (bytes.empty()) {
-            return;
-        }
-        requested -= bytes.size();
-        limit -= bytes.size();
-        sink.onData(bytes);
+    if (const std::size_t ahead = recorder.bytesAhead(); ahead != 0) {
+        sink.onDataAhead();
+        takeAhead();
+        limit -= std::min(limit, ahead);
     }
+    for (auto data = readAhead(limit); !data.empty(); data = readAhead(limit)) {
+        limit -= data.size();
+        takeAhead();
+        sink.onData(data);
+    }
+}
+
+std::span<const std::uint8_t> Unit::readAhead(std::size_t limit) {
+    const std::uint64_t most = std::min<std::uint64_t>(requested, limit);
+    const std::size_t ahead = recorder.bytesAhead();
+    if (!opened || !recorder.finished() || ahead >= most) {
+        return {};
+    }
+    record.resize(std::min<std::uint64_t>(most - ahead, recordBytes));
+    return std::span(record).first(recorder.readAhead(record));
+}
+
+void Unit::takeAhead() {
+    requested -= recorder.bytesAhead();
+    recorder.takeAhead();
 }
 
 } // namespace bench

@@ -68,6 +68,8 @@ public:
     virtual ~RecordSink() = default;
     virtual void onData(std::span<const std::uint8_t> bytes) = 0;
     virtual void onStatus(std::uint32_t value) = 0;
+    /// All data that Unit::readAhead has returned since the last delivery; only for those who call it.
+    virtual void onDataAhead() {}
 };
 
 struct UnitError : std::runtime_error {
@@ -110,7 +112,12 @@ public:
     /// `status` a record that the unit has stopped by itself. Nothing while no channel is open.
     enum class Before { StatusReply, OtherReply };
     void deliver(RecordSink& sink, Before reply, std::size_t limit = defaultDelivery);
-    static constexpr std::size_t defaultDelivery = 0x600000;
+    /// The next data of a delivery to come, past those read ahead before: a record at most, and none past what is
+    /// requested or past `limit` in all. Valid until the next call.
+    std::span<const std::uint8_t> readAhead(std::size_t limit = defaultDelivery);
+    /// Bytes that were read ahead and not delivered or discarded since.
+    std::size_t bytesAhead() const { return recorder.bytesAhead(); }
+    static constexpr std::size_t defaultDelivery = 0xA00000;
     static constexpr std::size_t recordBytes = 0x40000;
 
     // --- the target ---
@@ -153,6 +160,7 @@ private:
     /// Brings the recorder up to date. Inputs of recording (transmitters, settings) may have changed since.
     void update(Inputs inputs = Inputs::Same);
     void finishRecording(std::int64_t now);
+    void takeAhead();
     void beginSegment(unsigned channel, std::int64_t now, bool goesOn);
     void reportTruth(const Segment& segment, unsigned channel);
 
@@ -188,6 +196,7 @@ private:
     bool errorsCleared = false;
     bool stoppedByItself = false;
     std::uint64_t requested = 0;
+    std::vector<std::uint8_t> record; ///< the last one read
     std::uint64_t segments = 0;
     std::uint64_t recordings = 0; ///< with at least one word
 };

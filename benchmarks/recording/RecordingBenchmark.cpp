@@ -12,25 +12,6 @@ double since(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// A second of a recording without any call: all work of this process is its control thread's.
-void watch(benchmark::State& state) {
-    RecordingRig& r = rig();
-    double share = 0.0;
-    for (auto _ : state) {
-        r.channel->start(false);
-        const double before = processorSeconds();
-        const auto start = Clock::now();
-        std::this_thread::sleep_for(std::chrono::seconds(1));
-        const double seconds = since(start);
-        share = (processorSeconds() - before) / seconds;
-        r.channel->stop();
-        r.waitUntilDone();
-        state.SetIterationTime(seconds);
-    }
-    state.counters["percent"] = 100.0 * share;
-}
-BENCHMARK(watch)->UseManualTime()->Iterations(1);
-
 /// From the call to the moment when the unit records and the transmitter sends, without the waits for the unit.
 void start(benchmark::State& state) {
     RecordingRig& r = rig();

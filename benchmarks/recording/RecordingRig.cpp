@@ -16,17 +16,18 @@ std::int64_t nanoseconds() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(Clock::now().time_since_epoch()).count();
 }
 
-/// Slow enough that the largest buffer does not fill during a measurement.
-bench_run::Target slowTarget() {
+bench_run::Target targetOf(Filling filling) {
     bench_run::Target target;
     target.frequency = 12.5e6;
-    target.speed = 1.0;
+    target.speed = filling == Filling::Slow ? 1.0 : 400.0;
     return target;
 }
 
 } // namespace
 
 void TimedWaits::sleep(std::uint32_t milliseconds) {
+    orderedMilliseconds += milliseconds;
+    ++count;
     since = nanoseconds();
     systemWaits().sleep(milliseconds);
     total += nanoseconds() - since.exchange(0);
@@ -37,7 +38,7 @@ double TimedWaits::slept() const {
     return static_cast<double>(total + (begun != 0 ? nanoseconds() - begun : 0)) / 1e9;
 }
 
-RecordingRig::RecordingRig() : bench(slowTarget()) {
+RecordingRig::RecordingRig(Filling filling) : bench(targetOf(filling)) {
     bench_run::untilServerListens(
         [&] {
             try {
@@ -78,9 +79,15 @@ void RecordingRig::waitUntilDone() {
     }
 }
 
-RecordingRig& rig() {
-    static RecordingRig one;
-    return one;
+RecordingRig& rig(Filling filling) {
+    static std::unique_ptr<RecordingRig> one;
+    static Filling present = filling;
+    if (one == nullptr || present != filling) {
+        one.reset();
+        one = std::make_unique<RecordingRig>(filling);
+        present = filling;
+    }
+    return *one;
 }
 
 double processorSeconds() {

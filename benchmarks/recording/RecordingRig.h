@@ -21,16 +21,27 @@ public:
     void sleep(std::uint32_t milliseconds) override;
     /// Seconds spent in sleeps so far by all threads, including the current sleep.
     double slept() const;
+    /// Seconds of all sleeps that were asked for so far.
+    double ordered() const { return static_cast<double>(orderedMilliseconds) / 1e3; }
+    std::uint64_t sleeps() const { return count; }
 
 private:
     std::atomic<std::int64_t> total{0}; // nanoseconds
+    std::atomic<std::uint64_t> orderedMilliseconds{0};
+    std::atomic<std::uint64_t> count{0};
     std::atomic<std::int64_t> since{0}; // start of the current sleep, nanoseconds of the clock; 0 for none
 };
 
-/// A calibrated channel over the bench's server process. One per process.
+/// How fast the unit's buffer fills.
+enum class Filling {
+    Slow, ///< not within a measurement
+    Fast  ///< 128 MiB within 30 ms
+};
+
+/// A calibrated channel over the bench's server process. One at a time.
 class RecordingRig {
 public:
-    RecordingRig();
+    explicit RecordingRig(Filling filling);
     RecordingRig(const RecordingRig&) = delete;
     RecordingRig& operator=(const RecordingRig&) = delete;
     ~RecordingRig();
@@ -46,8 +57,10 @@ public:
     VX_QRS::ORV::CLIENT::FrontEndChannel* channel = nullptr;
 };
 
-/// The rig of this process, created by the first call.
-RecordingRig& rig();
+/// The rig of this process. Another filling than that of the call before makes another rig.
+RecordingRig& rig(Filling filling = Filling::Slow);
+
+inline constexpr std::uint32_t uploadedBytes = 0x8000000; ///< of a full buffer
 
 /// Processor time of this process in seconds, all threads.
 double processorSeconds();

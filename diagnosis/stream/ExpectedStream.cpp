@@ -219,7 +219,7 @@ std::uint32_t ExpectedStream::unknownFrom(const Cursor& cursor) const {
     return content ? regularity.period - cursor.inPeriod : 0;
 }
 
-void ExpectedStream::skipUnknown(Cursor& cursor, std::uint32_t words) const {
+void ExpectedStream::skip(Cursor& cursor, std::uint32_t words) const {
     cursor.inPeriod += words;
     if (cursor.inPeriod == regularity.period) {
         cursor.inPeriod = 0;

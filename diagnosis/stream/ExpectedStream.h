@@ -82,10 +82,12 @@ public:
     /// Any number of words on.
     Cursor moved(Cursor cursor, std::uint64_t words) const;
 
+    /// Whether the first word of a sequence comes next.
+    bool beginsSequence(const Cursor& cursor) const { return regular() && cursor.inPeriod == 0; }
     /// Number of words from here on that are no part of a sequence and have any content; 0 where sequences are irregular.
     std::uint32_t unknownFrom(const Cursor& cursor) const;
-    /// Past so many of them.
-    void skipUnknown(Cursor& cursor, std::uint32_t words) const;
+    /// Past so many words of a period, none of them the pattern's.
+    void skip(Cursor& cursor, std::uint32_t words) const;
 
     /// The cursor of the word at `position` when the mark of a sequence is at `mark`.
     Cursor atDistance(std::uint64_t position, std::uint64_t mark) const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 
 namespace diagnosis {
 
@@ -140,24 +141,60 @@ void WordChecker::advance(const ExpectedWord& here) {
     ++position;
 }
 
-/// Takes the words up to the next sequence at once where any content is right; returns their number.
-std::size_t WordChecker::takeUnknown(Words words) {
+/// Takes sequences that are sound, and the words between them where any content is right; returns their number. The next
+/// word is one to look at.
+std::size_t WordChecker::takeSound(Words words) {
     if (expected.learned().kind != SequenceKind::Zeros || tally.any()) {
         return 0;
     }
+    std::size_t taken = takeUnknown(words);
+    while (takeSequence(words.subspan(taken))) {
+        taken += expected.learned().length();
+        taken += takeUnknown(words.subspan(taken));
+    }
+    return taken;
+}
+
+/// A whole sequence at once; false if it is not sound, or the position is not at the first word of one.
+bool WordChecker::takeSequence(Words words) {
+    const Regularity& learned = expected.learned();
+    if (!expected.beginsSequence(cursor) || expected.hasPattern() || order != straightLanes ||
+        words.size() < learned.length()) {
+        return false;
+    }
+    const Words zeros = words.first(learned.zeros);
+    const Words further = words.subspan(learned.zeros + 1, learned.trailing);
+    const auto differs = [&](std::uint16_t word) { return learned.further && word != *learned.further; };
+    if (words[learned.zeros] != limits::syncWord || std::any_of(zeros.begin(), zeros.end(), std::identity()) ||
+        std::any_of(further.begin(), further.end(), differs)) {
+        return false;
+    }
+    // What countJudged and advance would add up, word by word.
+    check.wordsJudged += learned.zeros + 1;
+    ++(sequenceSound ? check.sequences : check.sequencesDamaged);
+    sequenceSound = true;
+    position += learned.length();
+    before = expected.at({learned.length() - 1, cursor.phase});
+    expected.skip(cursor, learned.length());
+    last = words[learned.length() - 1];
+    return true;
+}
+
+/// Takes the words up to the next sequence at once where any content is right; returns their number.
+std::size_t WordChecker::takeUnknown(Words words) {
     const std::size_t taken = std::min<std::size_t>(words.size(), expected.unknownFrom(cursor));
     if (taken != 0) {
         before = ExpectedWord{};
         last = words[taken - 1];
         position += taken;
-        expected.skipUnknown(cursor, static_cast<std::uint32_t>(taken));
+        expected.skip(cursor, static_cast<std::uint32_t>(taken));
     }
     return taken;
 }
 
 /// Takes words to the first that is wrong; true if there is one.
 bool WordChecker::scan(Words words) {
-    for (std::size_t i = takeUnknown(words); i < words.size(); i += 1 + takeUnknown(words.subspan(i + 1))) {
+    for (std::size_t i = takeSound(words); i < words.size(); i += 1 + takeSound(words.subspan(i + 1))) {
         const std::uint16_t raw = words[i];
         const ExpectedWord here = expected.at(cursor);
         if (!expected.regular()) {

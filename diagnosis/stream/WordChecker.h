@@ -47,6 +47,8 @@ private:
     void start();
     std::uint64_t startOfFrames(std::size_t counted);
     void choosePhase(Words words);
+    std::size_t takeSound(Words words);
+    bool takeSequence(Words words);
     std::size_t takeUnknown(Words words);
     bool scan(Words words);
     void resolve();

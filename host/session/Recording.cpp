@@ -3,6 +3,7 @@
 #include "host/platform/InterruptAnswer.h"
 #include "host/session/Receiver.h"
 
+#include <algorithm>
 #include <bit>
 #include <chrono>
 #include <fstream>
@@ -24,6 +25,8 @@ constexpr bool unusedFlag = false; ///< argument of StartRecording()
 constexpr unsigned chunk = 8192;   ///< samples that are read back at once
 constexpr std::string_view uploadedMark = "upload complete";
 constexpr double errorGrace = 2.0; // seconds
+/// An upload is short, and a status costs little without a running transmitter to ask.
+constexpr std::chrono::milliseconds uploadPoll(1);
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -93,7 +96,7 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
     const InterruptAnswer answer("stopping when what was captured is uploaded");
-    const ChannelStatus status = waitForUpload(channel, plan.poll, progress);
+    const ChannelStatus status = waitForUpload(channel, std::min(plan.poll, uploadPoll), progress);
     progress.clear();
     end.state = status.text;
     end.error = reasonIn(status.text);

@@ -235,6 +235,25 @@ TEST(StreamCheck, WithoutThePatternOnlySequencesAreEvidence) {
     EXPECT_EQ(check.firstDamage->amount, 3U);
 }
 
+TEST(StreamCheck, WithoutThePatternEachWordOfASequenceIsCompared) {
+    StreamForm form;
+    form.mode = StreamMode::Pti;
+    form.lanes = 4;
+    for (std::size_t inside = 0; inside < 6; ++inside) {
+        Words words = rampWords(length);
+        const std::size_t wrong = 71 * 100 + inside;
+        words[wrong] ^= 0x0001;
+        const StreamCheck check = stream_test::checkOf(packed(words), form);
+        EXPECT_EQ(check.wrongWords, 1U) << inside;
+        EXPECT_EQ(check.sequencesDamaged, 1U) << inside;
+        EXPECT_EQ(check.sequences + check.sequencesDamaged, length / 71 + 1) << inside;
+        EXPECT_EQ(check.wordsJudged, 6 * (length / 71 + 1)) << inside;
+        ASSERT_TRUE(check.firstDamage) << inside;
+        EXPECT_EQ(check.firstDamage->kind, DamageKind::Noise) << inside;
+        EXPECT_EQ(check.firstDamage->place.byte, wrong / 255 * 512 + wrong % 255 * 2) << inside;
+    }
+}
+
 TEST(StreamCheck, WhatCannotBeJudgedIsUnknown) {
     std::vector<std::uint8_t> noise(65536);
     std::uint32_t state = 1;
