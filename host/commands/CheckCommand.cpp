@@ -84,7 +84,8 @@ private:
 void CheckCommand::setUp(Syntax& syntax) {
     syntax.addArgument(file, "FILE", "Samples, a trace data file, or - for the standard input");
     syntax.addOption("--run", runPlace, "DIR", "Folder of the run (found beside FILE)");
-    syntax.addOption("--mode", mode, "KIND", "Kind of trace export").oneOf({"pti", "tpiu", "tpiulite"});
+    syntax.addOption("--mode", mode, "KIND", "Kind of trace export: pti, tpiu or tpiulite")
+        .oneOf({"pti", "tpiu", "tpiulite"});
     syntax.addWhole("--width", width, "N", 1, 4, "Data pins: 1, 2 or 4");
     std::vector<std::string> patterns;
     for (const std::string_view each : diagnosis::checkedPatternNames()) {
