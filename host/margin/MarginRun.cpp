@@ -304,7 +304,8 @@ void MarginRun::writeOutputs() {
         toolkit::writeOutputFile(path, [&](std::ostream& out) { out << text; });
         result.files.push_back({key, label, path.string()});
     };
-    write(options.page, "page", "page", options.page.empty() ? "" : diagnosis::marginPage(result.rates, result.cpu));
+    const std::string& name = result.scenario.empty() ? result.cpu : result.scenario;
+    write(options.page, "page", "page", options.page.empty() ? "" : diagnosis::marginPage(result.rates, name));
     write(options.pinned, "pinned", "pinned", options.pinned.empty() ? "" : pinnedProperties(result));
 }
 

@@ -92,7 +92,7 @@ TEST(Margin, WritesThePageAndPinsWhatWasFound) {
     EXPECT_EQ(run.json.at("files").at("page"), page.string());
     const std::string text = readBytes(page);
     EXPECT_THAT(text, HasSubstr("<svg"));
-    EXPECT_THAT(text, HasSubstr("cut off: end of the delays"));
+    EXPECT_THAT(text, HasSubstr("range ends"));
     const std::string properties = readBytes(pinned);
     EXPECT_THAT(properties, HasSubstr("# D1 (EMU2): setup margin"));
     EXPECT_THAT(properties, HasSubstr("calMode=manual\ndelays="));
