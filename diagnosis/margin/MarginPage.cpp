@@ -39,29 +39,37 @@ std::string laneRow(const RateScan& rate, std::size_t index) {
     const auto& burst = rate.bursts[index];
     const std::string own =
         burst ? toolkit::fixedText(burst->setup, 1) + " / " + toolkit::fixedText(burst->hold, 1) : "-";
-    const std::string disagreement = disagreementOf(rate, index);
-    std::string notes = qualityOf(eye.setup, "setup") + "; " + qualityOf(eye.hold, "hold");
-    notes += disagreement.empty() ? "" : "; differs: " + disagreement;
     return element("tr", "",
                    cell(escaped(rate.titles[index]), "pin") + marginCells(rate, eye.setup) +
                        marginCells(rate, eye.hold) + cell(std::to_string(eye.cleanTaps()), "n") +
                        cell(samplesText(eye.widthAt1e9()), "n") + cell(samplesText(eye.widthAt1e12()), "n") +
-                       cell(own, "n") + cell(escaped(notes)));
+                       cell(own, "n"));
+}
+
+/// Below the table, which has too many columns for texts.
+std::string laneNotes(const RateScan& rate, std::size_t index) {
+    const LaneEye& eye = rate.eyes[index];
+    const std::string disagreement = disagreementOf(rate, index);
+    const std::string notes = rate.titles[index] + ": " + qualityOf(eye.setup, "setup") + "; " +
+                              qualityOf(eye.hold, "hold") + (disagreement.empty() ? "" : "; differs: " + disagreement);
+    return element("p", "legend", escaped(notes));
 }
 
 std::string laneTable(const RateScan& rate) {
     std::string head;
     for (const char* title :
          {"lane", ">setup margin, samples", ">ps", ">% of bit", "wall", ">hold margin, samples", ">ps", ">% of bit",
-          "wall", ">delays without an error", ">eye at 1e-9", ">at 1e-12", ">setup / hold in the burst", "notes"}) {
+          "wall", ">delays without an error", ">eye at 1e-9", ">at 1e-12", ">setup / hold in the burst"}) {
         const bool isNumber = *title == '>';
         head += element("th", isNumber ? "n" : "", isNumber ? title + 1 : title);
     }
     std::string rows = element("tr", "", head);
+    std::string notes;
     for (std::size_t i = 0; i < rate.eyes.size(); ++i) {
         rows += laneRow(rate, i);
+        notes += laneNotes(rate, i);
     }
-    return element("div", "scroll", element("table", "lanes", rows));
+    return element("div", "scroll", element("table", "lanes", rows)) + notes;
 }
 
 std::string rateSection(const RateScan& rate) {
