@@ -17,6 +17,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -117,12 +118,28 @@ diagnosis::StreamForm CheckCommand::given() const {
     return form;
 }
 
-bool isTraceDataFile(const std::string& name) {
+/// Of the file's name, in lower case.
+std::string endingOf(const std::string& name) {
     std::string ending = toolkit::filePath(name).extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(), [](unsigned char letter) {
         return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : static_cast<char>(letter);
     });
-    return ending == ".tdf";
+    return ending;
+}
+
+bool isTraceDataFile(const std::string& name) {
+    return endingOf(name) == ".tdf";
+}
+
+/// The other files of a run would be judged as damaged streams.
+void requireRecording(const std::string& name) {
+    constexpr std::array others{".txt", ".xml", ".json", ".html", ".cfg", ".cache", ".properties", ".toml"};
+    const std::string ending = endingOf(name);
+    if (std::find(others.begin(), others.end(), ending) != others.end()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               name + " is no recording: its name ends in " + ending +
+                                   "; give samples (.bin, .ver), a trace data file (.tdf) or -");
+    }
 }
 
 /// The data of a section, as they come.
@@ -149,6 +166,7 @@ diagnosis::ByteReader CheckCommand::reader() const {
         };
     }
     if (!isTraceDataFile(file)) {
+        requireRecording(file);
         return diagnosis::fileReader(toolkit::filePath(file));
     }
     toolkit::requireReadable(toolkit::filePath(file));
