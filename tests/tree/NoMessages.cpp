@@ -70,6 +70,7 @@ const std::vector<Exceptions>& piecesThatAreNoMessages() {
           "rate, such as 50e6 or 50MHz",
           "the standard input",
           "the standard output",
+          "on the standard output",
           "properties file",
           "file to play",
           "calibration report",
