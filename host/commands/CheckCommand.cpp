@@ -94,7 +94,8 @@ void CheckCommand::setUp(Syntax& syntax) {
     }
     syntax.addOption("--pattern", pattern, "NAME", "Compare every word: ramp, ramp1, f0, a5, walk").oneOf(patterns);
     syntax.addHertz("--clock", hertz, 1.0, 1e9, "Rate of the trace clock, such as 50MHz, for times");
-    syntax.addWhole("--samples", samples, "N", 0, 0xFFFFFFFF, "Samples that were announced");
+    syntax.addWhole("--samples", samples, "N", 0, 0xFFFFFFFF,
+                    "Samples that the receiver announced; fewer are a damage");
     syntax.addWhole("--number", section, "N", 1, 1000000, "Section of a trace data file (first BinTraceData)");
     syntax.addOption("--payload", payload, "FILE", "Write what the target sent, without packets");
     syntax.addOption("--snapshot", snapshot, "DIR", "Write a folder that trc_pkt_lister lists");

@@ -138,7 +138,7 @@ const std::vector<Exceptions>& piecesThatAreNoMessages() {
           "lost margin",
           "taken at",
           "(orvtrace help options):",
-          "Options that several commands have; the help of each names its own:",
+          "Options that several commands have; the help of each names its own. A value in parentheses is the default.",
           "), trace sources",
           "from byte",
           "as given",

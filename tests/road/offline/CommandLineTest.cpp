@@ -160,7 +160,9 @@ TEST(CommandLine, HelpAndVersionAreWordsToo) {
     EXPECT_EQ(space.run({"help", "tdf", "list"}).output, space.run({"tdf", "list", "-h"}).output);
     EXPECT_EQ(space.run({"version"}).output, space.run({"--version"}).output);
     EXPECT_EQ(space.run({"-V"}).output, space.run({"--version"}).output);
-    EXPECT_THAT(space.run({"help", "exit-codes"}).output, HasSubstr("10  done, faults were found"));
+    const std::string codes = space.run({"help", "exit-codes"}).output;
+    EXPECT_THAT(codes, HasSubstr("10  done, faults were found"));
+    EXPECT_TRUE(codes.ends_with('\n'));
     const std::string options = space.run({"help", "options"}).output;
     for (const char* option :
          {"--names LIST|FILE", "--color WHEN", "--force", "--strict", "--json", "--set NAME=VALUE"}) {
