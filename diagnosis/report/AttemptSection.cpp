@@ -155,7 +155,7 @@ std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, c
     std::string out = element("h2", "", escaped(heading) + " " + (attempt.setting ? verdictBadge(verdict) : ""));
     out += element("p", "", verdictText(verdict));
     out += section(id + "-lanes", laneTable(set, attempt));
-    if (attempt.burst && (set.manual() || !attempt.burst->taken())) {
+    if (attempt.burst && !showsPins(set, attempt)) {
         out += element("p", "hint", "No burst was taken: there are neither eyes nor waveforms to draw.");
     } else if (attempt.burst && stuckLevel(*attempt.burst, 0) && !attempt.setting) {
         out += element("p", "hint",

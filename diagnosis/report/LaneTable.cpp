@@ -129,7 +129,10 @@ std::string allPinsRow(const FileGroup& attempt, std::size_t columns) {
 
 std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
     if (set.manual()) {
-        return element("p", "hint", "Nothing was measured: these are the given values.");
+        return element("p", "hint",
+                       showsPins(set, attempt)
+                           ? "These are the given values; the margins are those of a burst with them."
+                           : "Nothing was measured: these are the given values.");
     }
     if (attempt.rates().belowAnalysis()) {
         return element(
@@ -169,6 +172,10 @@ std::string legendOf(const CalFile& cal, const WindowEnds& ends) {
 }
 
 } // namespace
+
+bool showsPins(const DiagnosticSet& set, const FileGroup& attempt) {
+    return attempt.burst && attempt.burst->taken() && !(set.manual() && stuckLevel(*attempt.burst, 0));
+}
 
 std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
     if (!attempt.cal) {

@@ -26,7 +26,7 @@ p{margin:6px 0}
 .badge{display:inline-block;padding:1px 10px;border-radius:999px;font-size:13px;font-weight:600;white-space:nowrap}
 .badge::before{display:inline-block;margin-right:.35em;font-weight:700}
 .badge.good::before{content:"\2713"}.badge.bad::before{content:"\2715"}.badge.warn::before{content:"!"}
-.badge.plain::before{content:"?"}.badge.label::before{content:none}
+.badge.plain::before{content:"?"}.badge.label{white-space:normal}.badge.label::before{content:none}
 .badge.good{color:var(--good);background:var(--badgegood)}
 .badge.bad{color:var(--bad);background:var(--badgebad)}
 .badge.warn{color:var(--warn);background:var(--badgewarn)}

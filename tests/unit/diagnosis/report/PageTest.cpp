@@ -229,6 +229,21 @@ TEST(Page, WhatWasNotJudgedIsNotCalledSound) {
                       HasSubstr("2 kinds of files are missing: burst (.cap.txt) and verification (.ver)")));
 }
 
+TEST(Page, GivenValuesAreShownWithTheirBurst) {
+    const BenchFiles files(namedScenario("clean"));
+    auto set = files.read();
+    set.properties = diagnosis::parseProperties("[Channel 0]\ncalMode=manual\n", "x");
+    EXPECT_THAT(pageOf(set), AllOf(HasSubstr("These are the given values; the margins are those of a burst with them."),
+                                   HasSubstr("-eyes\""), Not(HasSubstr("No burst was taken"))));
+    for (auto* group : {&set.base, &set.attempts.back()}) {
+        if (group->burst) {
+            group->burst->pins.front().levels.assign(group->burst->pins.front().levels.size(), 0);
+        }
+    }
+    EXPECT_THAT(pageOf(set),
+                AllOf(HasSubstr("Nothing was measured: these are the given values."), HasSubstr("No burst was taken")));
+}
+
 TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
     const BenchFiles files(namedScenario("slow"));
     const std::string page = pageOf(files.read());
