@@ -54,7 +54,7 @@ if(WIN32)
   set(ORV_PACKAGE_DOCS doc/docs)
   set(ORV_PACKAGE_EXAMPLES doc/examples)
   set(ORV_PACKAGE_EXTRAS "`completions/orvtrace.ps1` completes commands in PowerShell: add `. FOLDER\\completions\\orvtrace.ps1` \
-to the file that `$PROFILE` names.")
+to the file that `$PROFILE` names. The script was never run; Windows blocks it until `Unblock-File`.")
   set(readme_folder .)
 else()
   set(ORV_PACKAGE_SYSTEM "Linux x86-64")

@@ -15,7 +15,7 @@ struct Entry {
 // By their numbers.
 constexpr std::array entries{
     Entry{ExitCode::Done, "done", "done"},
-    Entry{ExitCode::Failed, "failed", "failed, no code of its own"},
+    Entry{ExitCode::Failed, "failed", "failed for another reason"},
     Entry{ExitCode::Usage, "usage", "wrong usage"},
     Entry{ExitCode::BadInput, "bad-input", "input missing or damaged"},
     Entry{ExitCode::NoSystem, "no-system", "no library or data server"},

@@ -32,7 +32,10 @@ std::string readText(const std::filesystem::path& file, std::uintmax_t offset, s
         readable = !in.bad();
     }
     if (!readable) {
-        throw Failure(ExitCode::BadInput, "cannot read " + file.string() + "; check the name and the folder");
+        throw Failure(ExitCode::BadInput,
+                      "cannot read " + file.string() +
+                          (std::filesystem::exists(file, failed) ? "; check its permissions"
+                                                                 : "; check the name and the folder"));
     }
     return text;
 }

@@ -52,8 +52,7 @@ void describeLane(Comparison& comparison, const LaneChange& lane) {
                                          amount(comparison, *lane.fallLater) +
                                          (*lane.fallLater > 0.0 ? " later" : " earlier") + " against the rising ones");
     }
-    const bool unmeasured = !lane.setupChange && comparison.a.calibrated && comparison.b.calibrated;
-    if (unmeasured) {
+    if (!lane.setupChange) {
         comparison.differences.push_back(lane.title + " has no margins in one of the two, so nothing is known of it");
     }
 }
@@ -95,6 +94,9 @@ Comparison compare(const KeptCalibration& a, const KeptCalibration& b, double to
     describeRun(comparison);
     for (std::size_t proc = 1; proc < std::min(a.pins.size(), b.pins.size()); ++proc) {
         comparison.lanes.push_back(changeOf(comparison, proc));
+        if (!a.calibrated || !b.calibrated) {
+            continue; // a burst of a refused setting measures other edges
+        }
         describeLane(comparison, comparison.lanes.back());
         for (const bool isSetup : {true, false}) {
             takeShrink(comparison.shrink, comparison.lanes.back(), isSetup);
@@ -104,12 +106,23 @@ Comparison compare(const KeptCalibration& a, const KeptCalibration& b, double to
     return comparison;
 }
 
+bool lacksMargins(const Comparison& comparison) {
+    const std::vector<KeptPin>& before = comparison.a.pins;
+    const std::vector<KeptPin>& after = comparison.b.pins;
+    for (std::size_t proc = 0; proc < before.size(); ++proc) {
+        if (before[proc].margins && (proc >= after.size() || !after[proc].margins)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool isWorse(const Comparison& comparison, double allowed) {
     const KeptCalibration& a = comparison.a;
     const KeptCalibration& b = comparison.b;
     const bool lost = a.calibrated && !b.calibrated;
     const bool slower = a.hertz && b.hertz && !comparison.sameRate && *b.hertz < *a.hertz;
-    return lost || slower || (comparison.shrink && comparison.shrink->samples > allowed);
+    return lost || slower || lacksMargins(comparison) || (comparison.shrink && comparison.shrink->samples > allowed);
 }
 
 } // namespace diagnosis

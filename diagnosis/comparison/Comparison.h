@@ -47,7 +47,10 @@ struct Comparison {
 
 Comparison compare(const KeptCalibration& a, const KeptCalibration& b, double tolerance = usualTolerance);
 
-/// A margin has shrunk by more than so many samples, or B is not calibrated where A is, or slower.
+/// Whether B lacks a data pin of A, or the margins of one.
+bool lacksMargins(const Comparison& comparison);
+/// A margin has shrunk by more than so many samples or is not known any more, or B is not calibrated where A is, or
+/// slower.
 bool isWorse(const Comparison& comparison, double allowed);
 
 std::string comparisonText(const Comparison& comparison, std::size_t columns);

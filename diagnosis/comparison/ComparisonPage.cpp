@@ -21,11 +21,9 @@ std::string picture(const KeptPin& before, const KeptPin& after, double reach) {
     constexpr double middle = width / 2.0;
     constexpr double bar = 12.0;
     page::Svg svg(width, height, "margins of " + after.title + " in A and in B", "bar");
-    const double scale = (middle - 20.0) / std::max(reach, 1.0);
+    const double scale = (middle - 4.0) / std::max(reach, 1.0);
     double top = 3.0;
-    const char* letter = "A";
     for (const KeptPin* pin : {&before, &after}) {
-        svg.text(2.0, top + bar - 2.0, letter, "tiny");
         if (pin->margins) {
             const double left = std::min(0.0, -pin->margins->setup) * scale;
             const double right = std::max(0.0, pin->margins->hold) * scale;
@@ -33,7 +31,6 @@ std::string picture(const KeptPin& before, const KeptPin& after, double reach) {
             svg.rect(middle + left, top, right - left, bar, open ? "fill-good" : "fill-bad");
         }
         top += bar + 4.0;
-        letter = "B";
     }
     svg.line(middle, 0.0, middle, height, "sampling");
     return svg.markup();
@@ -70,7 +67,7 @@ double reachOf(const Comparison& comparison) {
 
 std::string pageTableOf(const Comparison& comparison) {
     std::string rows = "<tr><th>pin</th><th class=\"n\">A: delay / stretch</th><th class=\"n\">B</th>"
-                       "<th class=\"n\">A: setup / hold</th><th class=\"n\">B</th><th class=\"pic\">setup | hold</th>"
+                       "<th class=\"n\">A: setup / hold</th><th class=\"n\">B</th><th class=\"pic\">A above B</th>"
                        "<th>moved</th></tr>";
     const double reach = reachOf(comparison);
     for (std::size_t proc = 0; proc < std::min(comparison.a.pins.size(), comparison.b.pins.size()); ++proc) {
@@ -111,10 +108,12 @@ std::string comparisonPage(const Comparison& comparison) {
     const std::string title = comparison.equal ? "Two calibrations: equal" : "Two calibrations: different";
     std::string body = element("h1", "", title) + pageHeadOf("A", comparison.a) + pageHeadOf("B", comparison.b) +
                        conclusionOf(comparison);
-    body += element("h2", "", "Pins") + pageTableOf(comparison) +
-            element("p", "legend",
-                    "Lengths in samples of the unit. The line in the picture is the clock edge: data stable before it "
-                    "(setup) to the left, after it (hold) to the right. Moved: with delays and stretches taken out.");
+    body +=
+        element("h2", "", "Pins") + pageTableOf(comparison) +
+        element(
+            "p", "legend",
+            "Lengths in samples of the unit. In the picture A is above B, and the line is the clock edge: data stable "
+            "before it (setup) to the left, after it (hold) to the right. Moved: with delays and stretches taken out.");
     body += element("footer", "", "Made by orvtrace from the diagnostic files alone.");
     return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
            "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">"

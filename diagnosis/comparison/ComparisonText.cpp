@@ -56,6 +56,11 @@ std::string tableOf(const Comparison& comparison, std::size_t columns) {
     return table.text(columns);
 }
 
+bool knowsMargins(const Comparison& comparison) {
+    return comparison.a.calibrated && comparison.b.calibrated && !comparison.lanes.empty() &&
+           comparison.lanes.front().setupChange && !lacksMargins(comparison);
+}
+
 json pinJson(std::size_t proc, const KeptPin& pin) {
     const auto& margins = pin.margins;
     return {{"pin", toolkit::pinKey(proc)},
@@ -105,7 +110,7 @@ std::string comparisonText(const Comparison& comparison, std::size_t columns) {
         const Shrink& shrink = *comparison.shrink;
         text += std::string("the ") + (shrink.isSetup ? "setup" : "hold") + " margin of " + shrink.title +
                 " shrank most, by " + lengthText(comparison.b, shrink.samples) + "\n";
-    } else if (!comparison.lanes.empty() && comparison.lanes.front().setupChange) {
+    } else if (knowsMargins(comparison)) {
         text += "no margin shrank\n";
     }
     return text;

@@ -291,6 +291,13 @@ RunChecks parseRunChecks(std::string_view text, const std::string& file) {
         toolkit::damaged(file, 0, "no JSON");
     }
     const Keys keys(parsed, file);
+    int schema = toolkit::jsonSchema;
+    keys.number("schema", schema);
+    if (schema != toolkit::jsonSchema) {
+        toolkit::damaged(file, 0,
+                         "another version of orvtrace wrote it, schema " + std::to_string(schema) +
+                             "; this version reads schema " + std::to_string(toolkit::jsonSchema));
+    }
     unsigned code = 0;
     keys.number("exitCode", code);
     keys.expect(code <= static_cast<unsigned>(toolkit::ExitCode::FaultsFound), "exitCode");

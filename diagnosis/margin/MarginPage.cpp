@@ -39,27 +39,37 @@ std::string laneRow(const RateScan& rate, std::size_t index) {
     const auto& burst = rate.bursts[index];
     const std::string own =
         burst ? toolkit::fixedText(burst->setup, 1) + " / " + toolkit::fixedText(burst->hold, 1) : "-";
-    const std::string disagreement = disagreementOf(rate, index);
-    std::string notes = qualityOf(eye.setup, "setup") + "; " + qualityOf(eye.hold, "hold");
-    notes += disagreement.empty() ? "" : "; differs: " + disagreement;
     return element("tr", "",
                    cell(escaped(rate.titles[index]), "pin") + marginCells(rate, eye.setup) +
                        marginCells(rate, eye.hold) + cell(std::to_string(eye.cleanTaps()), "n") +
                        cell(samplesText(eye.widthAt1e9()), "n") + cell(samplesText(eye.widthAt1e12()), "n") +
-                       cell(own, "n") + cell(escaped(notes)));
+                       cell(own, "n"));
+}
+
+/// Below the table, which has too many columns for texts.
+std::string laneNotes(const RateScan& rate, std::size_t index) {
+    const LaneEye& eye = rate.eyes[index];
+    const std::string disagreement = disagreementOf(rate, index);
+    const std::string notes = rate.titles[index] + ": " + qualityOf(eye.setup, "setup") + "; " +
+                              qualityOf(eye.hold, "hold") + (disagreement.empty() ? "" : "; differs: " + disagreement);
+    return element("p", "legend", escaped(notes));
 }
 
 std::string laneTable(const RateScan& rate) {
     std::string head;
-    for (const char* title : {"lane", "setup margin, samples", "ps", "% of bit", "wall", "hold margin, samples", "ps",
-                              "% of bit", "wall", "clean taps", "eye at 1e-9", "at 1e-12", "by the burst", "notes"}) {
-        head += element("th", "", title);
+    for (const char* title :
+         {"lane", ">setup margin, samples", ">ps", ">% of bit", "wall", ">hold margin, samples", ">ps", ">% of bit",
+          "wall", ">delays without an error", ">eye at 1e-9", ">at 1e-12", ">setup / hold in the burst"}) {
+        const bool isNumber = *title == '>';
+        head += element("th", isNumber ? "n" : "", isNumber ? title + 1 : title);
     }
     std::string rows = element("tr", "", head);
+    std::string notes;
     for (std::size_t i = 0; i < rate.eyes.size(); ++i) {
         rows += laneRow(rate, i);
+        notes += laneNotes(rate, i);
     }
-    return element("div", "scroll", element("table", "lanes", rows));
+    return element("div", "scroll", element("table", "lanes", rows)) + notes;
 }
 
 std::string rateSection(const RateScan& rate) {
@@ -75,17 +85,21 @@ std::string rateSection(const RateScan& rate) {
            element("p", "sub",
                    escaped(toolkit::fixedText(rate.plan.bitSamples, 1) + " samples in a bit, pattern " + rate.pattern +
                            ", " + toolkit::countText(rate.scan.recordings, "recording") + " in " +
-                           toolkit::fixedText(rate.seconds, 1) + " s, " + toolkit::fixedText(rate.startSeconds, 0) +
-                           " s after the start" + (rate.scan.interrupted ? ", interrupted" : ""))) +
-           laneTable(rate) + element("div", "eyes", pictures);
+                           toolkit::fixedText(rate.seconds, 1) + " s, " + "begun " +
+                           toolkit::fixedText(rate.startSeconds, 0) + " s after the start" +
+                           (rate.scan.interrupted ? ", interrupted" : ""))) +
+           laneTable(rate) + element("div", "eyes wide", pictures);
 }
 
 constexpr const char* legend =
-    "A margin is the way of the sampling point to where one place in a thousand is wrong. Filled circles are counted "
-    "rates, open triangles what a tap without errors excludes with 95 % confidence; the line is the fitted tail, "
+    "A margin is the distance from the kept sampling point (purple) to the wall, where one bit in a thousand is wrong, "
+    "of "
+    "those that differ from their neighbour. Filled circles are counted rates, open triangles the rates that a delay "
+    "without errors excludes with 95 % confidence, a cross is a delay past the wall. The line is the fitted tail, "
     "dashed "
-    "where it goes on below the counts. It assumes Gaussian tails. Where no tail is claimed, the wall is known to a "
-    "sample only.";
+    "where it goes on below the counts; it assumes Gaussian tails. Where no tail is claimed, the wall is known to a "
+    "sample only (bound-only). At a dotted line the range of delays ends before the wall (clipped): the margin is at "
+    "least the stated one.";
 
 } // namespace
 
@@ -97,7 +111,8 @@ std::string marginPage(const MarginScan& scan, const std::string& name) {
         answer += element("p", "", escaped(text.substr(from, end - from)));
         from = end + 1;
     }
-    std::string body = element("h1", "", escaped("Margins of " + name)) + answer + shmooPicture(scan);
+    std::string body =
+        element("h1", "", escaped("Margins of " + name)) + answer + element("div", "scroll", shmooPicture(scan));
     for (auto rate = scan.rbegin(); rate != scan.rend(); ++rate) {
         body += rateSection(*rate);
     }
@@ -106,8 +121,9 @@ std::string marginPage(const MarginScan& scan, const std::string& name) {
            "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">"
            "<meta name=\"color-scheme\" content=\"light dark\"><link rel=\"icon\" href=\"data:,\"><title>" +
            escaped("Margins of " + name) + "</title><style>" + page::styleSheet() +
-           ".eyes.wide{grid-template-columns:repeat(auto-fit,minmax(420px,1fr))}</style></head><body><main>" + body +
-           "</main></body></html>\n";
+           ".eyes.wide{grid-template-columns:repeat(auto-fit,minmax(min(380px,100%),1fr))}"
+           ".eyes.wide>svg{max-width:560px}svg.shmoo{flex:none}</style></head><body><main>" +
+           body + "</main></body></html>\n";
 }
 
 } // namespace diagnosis

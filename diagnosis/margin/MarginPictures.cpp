@@ -66,7 +66,7 @@ void drawTaps(Svg& svg, const Axes& axes, const RateScan& rate, const LaneScan& 
         const double x = axes.x(tap.offset);
         const SlotCount count = countOf(tap, rate.plan.transitionShare);
         if (tap.beyond) {
-            svg.text(x, axes.y(1.0) - 3, "x", "tiny", "middle");
+            svg.text(x, axes.y(1.0) - 3, "\u00D7", "tiny", "middle");
         } else if (count.errors != 0) {
             svg.circle(x, axes.y(count.rate()), 3.2, "one");
         } else if (count.opportunities != 0) {
@@ -104,7 +104,7 @@ void drawTail(Svg& svg, const Axes& axes, const LaneWall& wall, bool isSetup) {
 void drawCuts(Svg& svg, const Axes& axes, const LaneEye& eye, const LaneScan& lane) {
     const auto cut = [&](int offset, const char* anchor) {
         svg.line(axes.x(offset), top, axes.x(offset), bottom, "need");
-        svg.text(axes.x(offset), top + 12, "cut off: end of the delays", "tiny", anchor);
+        svg.text(axes.x(offset) + (offset < 0 ? 4.0 : -4.0), top + 12, "range ends", "tiny", anchor);
     };
     if (eye.setup.state == WallState::Clipped) {
         cut(lane.lowest, "start");

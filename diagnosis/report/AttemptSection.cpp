@@ -103,8 +103,8 @@ std::string matchRow(const DiagnosticSet& set, const Lane& found, std::size_t la
 std::string firstErrorsText(const Verification& recording, const PatternCheck& check) {
     std::string first;
     for (const std::size_t at : check.firstErrors) {
-        first += (first.empty() ? "" : ", ") + std::string("packet ") + std::to_string(recording.packetOf(at)) +
-                 " word " + std::to_string(recording.indexOf(at)) + " <code>" +
+        first += (first.empty() ? "" : "; ") + std::string("packet ") + std::to_string(recording.packetOf(at)) +
+                 ", word " + std::to_string(recording.indexOf(at)) + ": <code>" +
                  fmt::format("{:04X}", recording.words[at]) + "</code>";
     }
     return first.empty() ? first : element("p", "hint", "The first wrong words: " + first + ".");
@@ -155,8 +155,12 @@ std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, c
     std::string out = element("h2", "", escaped(heading) + " " + (attempt.setting ? verdictBadge(verdict) : ""));
     out += element("p", "", verdictText(verdict));
     out += section(id + "-lanes", laneTable(set, attempt));
-    if (attempt.burst && (set.manual() || !attempt.burst->taken())) {
+    if (attempt.burst && !showsPins(set, attempt)) {
         out += element("p", "hint", "No burst was taken: there are neither eyes nor waveforms to draw.");
+    } else if (attempt.burst && stuckLevel(*attempt.burst, 0) && !attempt.setting) {
+        out += element("p", "hint",
+                       "No setting was tried, so that no burst shows the pins: there are neither eyes nor waveforms to "
+                       "draw.");
     } else if (attempt.burst && stuckLevel(*attempt.burst, 0)) {
         out += element("p", "hint", "The burst shows no running clock: there are neither eyes nor waveforms to draw.");
     } else if (attempt.burst) {

@@ -17,11 +17,9 @@ constexpr double edge = 12.0; // left and right of an axis, for the marks of win
 
 } // namespace
 
-std::string marginPicture(const std::string& pin, const std::optional<MarginBar>& margins, double period) {
-    const std::string label =
-        pin + (margins ? ": setup / hold margin " + toolkit::setupHoldText(margins->setup, margins->hold) +
-                             " samples, limit " + toolkit::numberText(margins->limit, 1)
-                       : std::string(": no margin was measured"));
+std::string marginPicture(const std::string& pin, const MarginBar& margins, double period) {
+    const std::string label = pin + ": setup / hold margin " + toolkit::setupHoldText(margins.setup, margins.hold) +
+                              " samples, limit " + toolkit::numberText(margins.limit, 1);
     Svg svg(barWidth, barHeight, label, "bar");
     // Half a bit in both directions is the most that is possible.
     const double reach = std::max(1.0, period / 4.0);
@@ -29,18 +27,14 @@ std::string marginPicture(const std::string& pin, const std::optional<MarginBar>
     const double centre = barWidth / 2.0;
     const auto x = [&](double samples) { return centre + std::clamp(samples / reach, -1.1, 1.1) * half; };
     svg.rect(edge, 7, 2.0 * half, 12, "track");
-    if (!margins) {
-        svg.text(centre, 17, "not measured", "tiny", "middle");
-        return svg.markup();
-    }
-    const double from = x(-margins->setup);
-    const double length = x(margins->hold) - from;
-    svg.rect(from, 7, length, 12, margins->isThin ? "fill-bad" : "fill-good");
-    if (margins->isThin) {
+    const double from = x(-margins.setup);
+    const double length = x(margins.hold) - from;
+    svg.rect(from, 7, length, 12, margins.isThin ? "fill-bad" : "fill-good");
+    if (margins.isThin) {
         svg.hatch(from, 7, std::max(length, 0.0), 12);
     }
-    svg.line(x(-margins->limit), 4, x(-margins->limit), 22, "need");
-    svg.line(x(margins->limit), 4, x(margins->limit), 22, "need");
+    svg.line(x(-margins.limit), 4, x(-margins.limit), 22, "need");
+    svg.line(x(margins.limit), 4, x(margins.limit), 22, "need");
     svg.line(centre, 2, centre, 24, "sampling");
     return svg.markup();
 }

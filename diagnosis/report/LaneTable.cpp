@@ -75,11 +75,8 @@ std::optional<EyeOpening> marginsAround(const FileGroup& attempt, std::size_t pr
     return EyeOpening{*pin.setupMargin, *pin.holdMargin - std::min<std::uint32_t>(*pin.holdMargin, 1)};
 }
 
-std::optional<MarginBar> barOf(const LaneRow& row) {
-    if (!row.margins) {
-        return std::nullopt;
-    }
-    return MarginBar{row.margins->setup, row.margins->hold, row.margins->limit, row.margins->isThin()};
+MarginBar barOf(const JudgedLane& margins) {
+    return {margins.setup, margins.hold, margins.limit, margins.isThin()};
 }
 
 /// The cells that the terminal's table has, in their order, with pictures where there are some.
@@ -94,10 +91,9 @@ std::string laneRow(const FileGroup& attempt, const LaneRow& row, WindowEnds& en
     std::string out = cell(escaped(cells[0]), "pin");
     for (std::size_t i = 1; i < cells.size(); ++i) {
         std::string content = escaped(cells[i]);
-        if (i == marginsColumn && proc != 0) {
-            const bool thin = row.margins && row.margins->isThin();
-            content = marginPicture(row.title, barOf(row), cal.rates.oversampling) +
-                      (thin ? "<span class=\"thin\">" + content + "</span>" : content);
+        if (i == marginsColumn && row.margins) {
+            content = marginPicture(row.title, barOf(*row.margins), cal.rates.oversampling) +
+                      (row.margins->isThin() ? "<span class=\"thin\">" + content + "</span>" : content);
         } else if (i == delayColumn && window) {
             content = delayPicture(*window, row.title) + content;
         }
@@ -133,7 +129,10 @@ std::string allPinsRow(const FileGroup& attempt, std::size_t columns) {
 
 std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
     if (set.manual()) {
-        return element("p", "hint", "Nothing was measured: these are the given values.");
+        return element("p", "hint",
+                       showsPins(set, attempt)
+                           ? "These are the given values; the margins are those of a burst with them."
+                           : "Nothing was measured: these are the given values.");
     }
     if (attempt.rates().belowAnalysis()) {
         return element(
@@ -173,6 +172,10 @@ std::string legendOf(const CalFile& cal, const WindowEnds& ends) {
 }
 
 } // namespace
+
+bool showsPins(const DiagnosticSet& set, const FileGroup& attempt) {
+    return attempt.burst && attempt.burst->taken() && !(set.manual() && stuckLevel(*attempt.burst, 0));
+}
 
 std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt) {
     if (!attempt.cal) {

@@ -19,8 +19,8 @@ struct MarginBar {
     double limit = 0.0; ///< marked in both directions
     bool isThin = false;
 };
-/// For a cell of the lane table; `period` is the clock's, in samples. `margins` may be nothing.
-std::string marginPicture(const std::string& pin, const std::optional<MarginBar>& margins, double period);
+/// For a cell of the lane table; `period` is the clock's, in samples.
+std::string marginPicture(const std::string& pin, const MarginBar& margins, double period);
 
 /// The delays at which a pin's bits are sampled rightly, on the range of the unit, and the chosen one. Ends outside of
 /// the range are marked: as a loss when the best delay is out of reach.

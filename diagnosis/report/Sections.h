@@ -15,6 +15,8 @@ std::string conclusionSection(const DiagnosticSet& set, const Diagnosis& diagnos
 std::string overviewSection(const DiagnosticSet& set, const Diagnosis& diagnosis);
 /// Of an attempt, or of what was measured outside of the attempts.
 std::string attemptSection(const DiagnosticSet& set, const FileGroup& attempt, const Verdict& verdict);
+/// Whether the attempt has a burst of its pins. With given values the receiver leaves one without a clock.
+bool showsPins(const DiagnosticSet& set, const FileGroup& attempt);
 /// The pins of an attempt; empty without a calibration report.
 std::string laneTable(const DiagnosticSet& set, const FileGroup& attempt);
 /// Empty when no margin failed during a recording.

@@ -26,14 +26,14 @@ p{margin:6px 0}
 .badge{display:inline-block;padding:1px 10px;border-radius:999px;font-size:13px;font-weight:600;white-space:nowrap}
 .badge::before{display:inline-block;margin-right:.35em;font-weight:700}
 .badge.good::before{content:"\2713"}.badge.bad::before{content:"\2715"}.badge.warn::before{content:"!"}
-.badge.plain::before{content:"?"}.badge.label::before{content:none}
+.badge.plain::before{content:"?"}.badge.label{white-space:normal}.badge.label::before{content:none}
 .badge.good{color:var(--good);background:var(--badgegood)}
 .badge.bad{color:var(--bad);background:var(--badgebad)}
 .badge.warn{color:var(--warn);background:var(--badgewarn)}
 .badge.plain{color:var(--soft);background:var(--track)}
 .facts{display:grid;grid-template-columns:repeat(auto-fit,minmax(118px,1fr));gap:10px;margin:0 0 18px}
-.fact{background:var(--panel);border:1px solid var(--line);border-radius:8px;padding:8px 10px}
-.fact b{display:block;font-size:17px;line-height:1.3}
+.fact{background:var(--panel);border:1px solid var(--line);border-radius:8px;padding:8px}
+.fact b{display:block;font-size:16px;line-height:1.4;white-space:nowrap}
 .fact span{color:var(--soft);font-size:12.5px}
 .finding{border:1px solid var(--line);border-left:5px solid var(--bad);border-radius:8px;padding:10px 16px;margin:10px 0;
 background:var(--panel);break-inside:avoid}
@@ -56,6 +56,7 @@ tr{break-inside:avoid}
 .eyes>svg{width:100%;max-width:360px;height:auto;background:var(--panel);border:1px solid var(--line);border-radius:8px;
 break-inside:avoid}
 svg{display:block}
+table.lanes th:nth-child(4),table.lanes th:nth-child(5){white-space:nowrap}
 svg.bar{width:100%;min-width:104px;height:auto}th.pic{width:19%}td.n .thin{color:var(--bad);font-weight:600}
 td.n .thin::before{content:"\2715\A0"}tr.sum td{border-top:1px solid var(--soft);color:var(--soft)}
 svg.waveform,svg.strip{width:100%;height:auto}
@@ -88,7 +89,7 @@ svg .skipped{fill:var(--soft)}
 .swatch{display:inline-block;width:12px;height:12px;border-radius:3px;vertical-align:-1px;margin:0 4px 0 12px}.swatch:first-child{margin-left:0}
 .swatch.good{background:var(--goodfill)}.swatch.window{background:var(--window)}
 .swatch.bad{background:repeating-linear-gradient(135deg,var(--badfill) 0 3px,var(--track) 3px 5px)}
-.swatch.cut{border:2px solid var(--soft)}.swatch.lost{background:var(--bad)}
+.swatch.cut{width:9px;border-radius:0;background:var(--soft);clip-path:polygon(100% 0,100% 100%,0 50%)}.swatch.lost{background:var(--bad)}
 .registers{columns:2;column-gap:28px}
 .registers div{break-inside:avoid;display:flex;gap:10px;font-size:13px;border-bottom:1px solid var(--line);padding:2px 0}
 .registers code{flex:none}
@@ -106,7 +107,8 @@ p{margin:4px 0}.hint,.legend,.finding ul,dl,.registers div{font-size:9.5px}.find
 .fact span,code{font-size:9px}.badge{font-size:10px}.scroll{overflow:visible}.eyes{grid-template-columns:repeat(4,1fr);
 gap:6px}table{font-size:9px;break-inside:avoid}td,th{padding:2px 5px 2px 0}svg.bar{width:118px;height:16px}
 svg.waveform,svg.strip,.finding,.keep{break-inside:avoid}details::details-content{content-visibility:visible;block-size:auto}summary{display:none}.hint{break-after:avoid}@page{size:A4;margin:13mm}}
-@media screen and (max-width:1100px){table.lanes{font-size:12.5px}table.lanes td,table.lanes th{padding-right:7px}}
+@media screen and (max-width:1100px){table.lanes{font-size:12.5px}table.lanes td,table.lanes th{padding-right:9px}}
+@media screen and (max-width:1000px){.eyes{grid-template-columns:repeat(auto-fit,minmax(300px,1fr))}.eyes>svg{max-width:none}}
 @media screen and (max-width:860px){.facts{grid-template-columns:repeat(3,1fr)}}
 @media screen and (max-width:700px){main{padding:14px}h1{font-size:21px;overflow-wrap:anywhere}.registers{columns:1}table.lanes{min-width:860px}
 table.attempts,table.attempts tbody{display:block}table.attempts tr:first-child{display:none}

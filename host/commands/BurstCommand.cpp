@@ -92,7 +92,7 @@ public:
         addNames(syntax, given);
         syntax.addOption("--title", title, "TEXT", "Heading of the picture");
         addForce(syntax, force);
-        syntax.footer("Times come from the samples a second that the burst's head gives.\n"
+        syntax.footer("Times come from the sampling rate in the burst's head.\n"
                       "For one of the outputs - is the standard output.\n"
                       "Example: orvtrace burst run/.VX-trace/data/clean.freq1.cap.txt --vcd clean.vcd");
     }

@@ -17,6 +17,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -84,7 +85,8 @@ private:
 void CheckCommand::setUp(Syntax& syntax) {
     syntax.addArgument(file, "FILE", "Samples, a trace data file, or - for the standard input");
     syntax.addOption("--run", runPlace, "DIR", "Folder of the run (found beside FILE)");
-    syntax.addOption("--mode", mode, "KIND", "Kind of trace export").oneOf({"pti", "tpiu", "tpiulite"});
+    syntax.addOption("--mode", mode, "KIND", "Kind of trace export: pti, tpiu or tpiulite")
+        .oneOf({"pti", "tpiu", "tpiulite"});
     syntax.addWhole("--width", width, "N", 1, 4, "Data pins: 1, 2 or 4");
     std::vector<std::string> patterns;
     for (const std::string_view each : diagnosis::checkedPatternNames()) {
@@ -92,7 +94,8 @@ void CheckCommand::setUp(Syntax& syntax) {
     }
     syntax.addOption("--pattern", pattern, "NAME", "Compare every word: ramp, ramp1, f0, a5, walk").oneOf(patterns);
     syntax.addHertz("--clock", hertz, 1.0, 1e9, "Rate of the trace clock, such as 50MHz, for times");
-    syntax.addWhole("--samples", samples, "N", 0, 0xFFFFFFFF, "Samples that were announced");
+    syntax.addWhole("--samples", samples, "N", 0, 0xFFFFFFFF,
+                    "Samples that the receiver announced; fewer are a damage");
     syntax.addWhole("--number", section, "N", 1, 1000000, "Section of a trace data file (first BinTraceData)");
     syntax.addOption("--payload", payload, "FILE", "Write what the target sent, without packets");
     syntax.addOption("--snapshot", snapshot, "DIR", "Write a folder that trc_pkt_lister lists");
@@ -116,12 +119,28 @@ diagnosis::StreamForm CheckCommand::given() const {
     return form;
 }
 
-bool isTraceDataFile(const std::string& name) {
+/// Of the file's name, in lower case.
+std::string endingOf(const std::string& name) {
     std::string ending = toolkit::filePath(name).extension().string();
     std::transform(ending.begin(), ending.end(), ending.begin(), [](unsigned char letter) {
         return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter + 32) : static_cast<char>(letter);
     });
-    return ending == ".tdf";
+    return ending;
+}
+
+bool isTraceDataFile(const std::string& name) {
+    return endingOf(name) == ".tdf";
+}
+
+/// The other files of a run would be judged as damaged streams.
+void requireRecording(const std::string& name) {
+    constexpr std::array others{".txt", ".xml", ".json", ".html", ".cfg", ".cache", ".properties", ".toml"};
+    const std::string ending = endingOf(name);
+    if (std::find(others.begin(), others.end(), ending) != others.end()) {
+        throw toolkit::Failure(toolkit::ExitCode::BadInput,
+                               name + " is no recording: its name ends in " + ending +
+                                   "; give samples (.bin, .ver), a trace data file (.tdf) or -");
+    }
 }
 
 /// The data of a section, as they come.
@@ -148,6 +167,7 @@ diagnosis::ByteReader CheckCommand::reader() const {
         };
     }
     if (!isTraceDataFile(file)) {
+        requireRecording(file);
         return diagnosis::fileReader(toolkit::filePath(file));
     }
     toolkit::requireReadable(toolkit::filePath(file));

@@ -111,7 +111,8 @@ void collectCommon(const CLI::App& app, std::vector<const CLI::Option*>& found) 
 void printCommonOptions(const CLI::App& app) {
     std::vector<const CLI::Option*> options;
     collectCommon(app, options);
-    std::string text = "Options that several commands have; the help of each names its own:\n";
+    std::string text =
+        "Options that several commands have; the help of each names its own. A value in parentheses is the default.\n";
     for (const CLI::Option* option : options) {
         const std::string value = option->get_option_text();
         std::string line = "  " + option->get_name() + (value.empty() ? value : " " + value);
@@ -125,7 +126,7 @@ void printCommonOptions(const CLI::App& app) {
 /// from them.
 std::optional<int> printTopic(const CLI::App& app, const std::vector<std::string>& words) {
     if (words == std::vector<std::string>{"exit-codes"}) {
-        std::cout << toolkit::exitCodeTable();
+        std::cout << toolkit::exitCodeTable() << "\n";
         return static_cast<int>(toolkit::ExitCode::Done);
     }
     if (words == std::vector<std::string>{"options"}) {

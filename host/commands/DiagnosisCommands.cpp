@@ -124,7 +124,7 @@ private:
             return diagnosis::writeReport(toolkit::filePath(place), toolkit::filePath(out),
                                           {force, givenNames(), pageOrigin()});
         }
-        diagnosis::ReportResult result{toolkit::filePath("the standard output"), readPlace(), {}};
+        diagnosis::ReportResult result{toolkit::filePath("on the standard output"), readPlace(), {}};
         result.diagnosis = diagnosis::diagnose(result.set);
         const std::string page = diagnosis::reportPage(result.set, result.diagnosis, pageOrigin());
         outputs.write(out, [&](std::ostream& to) { to << page; });

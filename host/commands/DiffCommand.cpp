@@ -24,11 +24,11 @@ public:
         syntax.addArgument(places[0], "A", "Folder of a run, stem of its files, or one of them");
         syntax.addArgument(places[1], "B", "The other one, in most cases the later");
         syntax.addNumber("--allow", allowed, "N", 0.0, 1000.0,
-                         "Exit code 10 if a margin shrank by more samples, or B is slower");
+                         "Exit code 10 if a margin shrank by more than N samples, or B is slower or lacks a pin");
         syntax.addOption("--html", page, "FILE", "Write a page, too");
         syntax.addFlag("--force", force, "Overwrite a page that exists");
-        syntax.footer("Delays and stretches taken out, a pin that moved is the board's; a margin that\n"
-                      "shrank is what counts for the trace.\n"
+        syntax.footer("Moved: a pin's data change earlier or later with delays and stretches taken out, which\n"
+                      "is the board's doing. For the trace it counts whether a margin shrank.\n"
                       "Example: orvtrace diff monday tuesday --allow 1");
     }
 

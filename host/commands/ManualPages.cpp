@@ -143,7 +143,7 @@ std::string subcommandPage(const std::string& program, const CommandFacts& comma
             text += ".SS " + plain(nested.name) + "\n" + synopsis(name + " " + nested.name, nested) + ".PP\n" +
                     plain(sentence(nested.about)) + "\n" + own.prose + argumentItems(nested.arguments) +
                     optionItems(nested.options);
-            examples += own.examples;
+            examples += examples.find(own.examples) == std::string::npos ? own.examples : "";
         }
     }
     text += examples.empty() ? "" : heading("EXAMPLES") + exampleBlock(examples);

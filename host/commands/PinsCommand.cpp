@@ -71,7 +71,7 @@ public:
 
     void setUp(Syntax& syntax) override {
         syntax.footer("Without --pins every request that channel settings can make is answered. With it\n"
-                      "a request that would be refused gives exit code 5. Alone: the bench's devices.\n"
+                      "the exit code is 5 if the request would be refused. Without options: the bench's devices.\n"
                       "Example: orvtrace pins --device bench/app --kind pti --pins 0,1,2");
         const Option byName =
             syntax.addOption("--device", device, "NAME", "Full CPU name, as the device data base knows it");

@@ -25,7 +25,7 @@ public:
 
     void setUp(Syntax& syntax) override {
         syntax.addFlag("--bench", request.bench, "For a run on the simulated bench");
-        syntax.addFlag("--connect", request.connect, "Start the data server and ask it, too");
+        syntax.addFlag("--connect", request.connect, "Start the data server, too, and ask it for its version");
         syntax.addOption("--library", request.library, "NAME|FILE", "Receiver library, by name or path (OrvRcvr)")
             .common();
         syntax.footer("Each line says what to do. Nothing is changed; --connect makes the receiver's folders\n"
@@ -36,8 +36,9 @@ public:
     toolkit::ExitCode run() override {
         request.version = programVersion();
         if (request.bench && request.connect) {
-            throw toolkit::Failure(toolkit::ExitCode::Usage,
-                                   "the bench has no unit to ask; orvtrace record --scenario clean tries everything");
+            throw toolkit::Failure(
+                toolkit::ExitCode::Usage,
+                "--connect is for a real unit's data server; orvtrace record --scenario clean starts the bench's");
         }
         const std::vector<ProbedPart> parts = probeSystem(request);
         const bool starts = wouldStart(parts);

@@ -29,9 +29,9 @@ void RecordCommand::setUp(Syntax& syntax) {
         .excludes(full);
     syntax.addFlag("--wrap", options.wrap, "Let the buffer wrap: keeps the newest trace").excludes(full);
     syntax.addWhole("--repeat", options.repeat, "N", 1, 9999, "Record N times on one calibration (1)");
-    syntax.addOption("--save", options.save, "FILE.tdf", "New trace data file, a section per recording")
+    syntax.addOption("--save", options.save, "FILE.tdf", "Write a trace data file, a section for each recording")
         .check(checkTdfName);
-    syntax.addOption("--raw", options.raw, "FILE", "Bare bytes; of several recordings FILE-1 and so on")
+    syntax.addOption("--raw", options.raw, "FILE", "Write the samples alone; if several, FILE-1 and so on")
         .check([](const std::string& name) {
             return name == standardStream ? "give a file; the standard output has the result" : "";
         });

@@ -264,8 +264,17 @@ void RecordRun::calibrateAndTune() {
         }
         refusal.emplace(failure);
     }
-    if (!interrupted()) {
+    if (interrupted()) {
+        return;
+    }
+    try {
         result.tuned = tuneResultOf(tune(values, session, result, when, options.errorRate, refusal, line));
+    } catch (const toolkit::Failure&) {
+        // A search that ends early finds nothing, which is no fault of the board's.
+        if (interrupted()) {
+            throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted during the search for values");
+        }
+        throw;
     }
 }
 

@@ -17,7 +17,7 @@ void RunCommand::addVerification(Syntax& syntax) {
     const Option verify =
         syntax.addFlag("--verify", options.verify, "Compare known words: before and after a recording");
     addErrorRate(syntax, options.errorRate).needs(verify);
-    syntax.addFlag("--no-verify", options.noVerify, "Compare no words of a tpiu export, either")
+    syntax.addFlag("--no-verify", options.noVerify, "Compare no words after the calibration of a tpiu export")
         .excludes(verify)
         .common();
 }

@@ -37,7 +37,9 @@ void addBuffer(Syntax& syntax, SessionOptions& options) {
 }
 
 Option addErrorRate(Syntax& syntax, double& rate) {
-    return syntax.addNumber("--error-rate", rate, "RATE", 1e-13, 1e-3, "Wrong bits per bit to exclude (1e-8)").common();
+    return syntax
+        .addNumber("--error-rate", rate, "RATE", 1e-13, 1e-3, "Bit error rate to exclude, with 95 % confidence (1e-8)")
+        .common();
 }
 
 void addRunFlags(Syntax& syntax, SessionOptions& options) {

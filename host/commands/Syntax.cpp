@@ -8,10 +8,13 @@
 
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 namespace host {
 
 namespace {
+
+constexpr std::string_view exampleWord = "Example: "; ///< begins a line of its own in a footer
 
 /// A number between two limits. Only decimal digits, as everywhere in this program.
 CLI::Validator numberCheck(double lowest, double highest, const char* kind, const char* letters) {
@@ -122,7 +125,13 @@ Option Syntax::addWhole(const char* name, std::function<void(std::uint64_t)> sto
 }
 
 void Syntax::footer(const char* text) {
-    app.footer(text);
+    std::string flowing = text;
+    for (std::size_t at = flowing.find('\n'); at != std::string::npos; at = flowing.find('\n', at + 1)) {
+        if (flowing.compare(at + 1, exampleWord.size(), exampleWord) != 0) {
+            flowing[at] = ' ';
+        }
+    }
+    app.footer(flowing);
 }
 
 Syntax Syntax::addSubcommand(const char* name, const char* about, std::function<void()> chosen) {

@@ -1,5 +1,6 @@
 # Completion of orvtrace for PowerShell. The program itself knows what its version accepts.
 # To have it in every session, add to the file that $PROFILE names:   . "FOLDER\completions\orvtrace.ps1"
+# Windows blocks scripts from downloaded archives:   Unblock-File "FOLDER\completions\orvtrace.ps1"
 Register-ArgumentCompleter -Native -CommandName 'orvtrace', 'orvtrace.exe' -ScriptBlock {
     param($wordToComplete, $commandAst, $cursorPosition)
 
@@ -8,17 +9,18 @@ Register-ArgumentCompleter -Native -CommandName 'orvtrace', 'orvtrace.exe' -Scri
             Where-Object { $_.Extent.EndOffset -lt $cursorPosition -or
                 ($wordToComplete -eq '' -and $_.Extent.EndOffset -le $cursorPosition) } |
             ForEach-Object { $_.Extent.Text.Trim('"', "'") })
+    # An option before its value, and the value without a quotation mark that is still open.
+    $option = if ($wordToComplete -match '^--[^=]*=') { $Matches[0] } else { '' }
+    $typed = $wordToComplete.Substring($option.Length).Trim('"', "'")
     # An empty argument would not arrive.
     if ($wordToComplete -eq '') {
         $answers = & $program '--complete-next' @words 2>$null
     } else {
-        $answers = & $program '--complete' @words $wordToComplete 2>$null
+        $answers = & $program '--complete' @words "$option$typed" 2>$null
     }
     foreach ($answer in $answers) {
         $word, $about = "$answer".TrimEnd("`r") -split "`t", 2
         if ($word -eq ':files' -or $word -eq ':folders') {
-            $typed = $wordToComplete -replace '^--[^=]*=', ''
-            $option = $wordToComplete.Substring(0, $wordToComplete.Length - $typed.Length)
             Get-ChildItem -Path "$typed*" -ErrorAction SilentlyContinue |
                 Where-Object { $word -eq ':files' -or $_.PSIsContainer } |
                 ForEach-Object {

@@ -5,6 +5,7 @@
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
 #include "toolkit/OutputFiles.h"
+#include "toolkit/Text.h"
 
 #include <algorithm>
 #include <atomic>
@@ -91,6 +92,14 @@ void MarginRun::run() {
     }
 }
 
+std::string listOf(const std::vector<FrequencySetting>& rates) {
+    std::vector<std::string> texts;
+    for (const FrequencySetting& each : rates) {
+        texts.push_back(toolkit::frequencyText(each.hertz));
+    }
+    return texts.empty() ? "none" : toolkit::joined(texts, ", ");
+}
+
 /// The rates to scan, slow to fast.
 std::vector<FrequencySetting> MarginRun::wanted(const std::vector<FrequencySetting>& all) const {
     std::vector<FrequencySetting> rates;
@@ -103,8 +112,8 @@ std::vector<FrequencySetting> MarginRun::wanted(const std::vector<FrequencySetti
     }
     if (rates.empty() && options.hertz > 0.0) {
         throw toolkit::Failure(toolkit::ExitCode::BadInput, "the target has no usable rate of " +
-                                                                toolkit::numberText(options.hertz / 1e6) +
-                                                                " MHz; see its rates with orvtrace calibrate");
+                                                                toolkit::frequencyText(options.hertz) + "; it has " +
+                                                                listOf(all));
     }
     return rates;
 }
@@ -304,7 +313,8 @@ void MarginRun::writeOutputs() {
         toolkit::writeOutputFile(path, [&](std::ostream& out) { out << text; });
         result.files.push_back({key, label, path.string()});
     };
-    write(options.page, "page", "page", options.page.empty() ? "" : diagnosis::marginPage(result.rates, result.cpu));
+    const std::string& name = result.scenario.empty() ? result.cpu : result.scenario;
+    write(options.page, "page", "page", options.page.empty() ? "" : diagnosis::marginPage(result.rates, name));
     write(options.pinned, "pinned", "pinned", options.pinned.empty() ? "" : pinnedProperties(result));
 }
 

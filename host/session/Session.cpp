@@ -3,6 +3,7 @@
 #include "host/platform/InterruptAnswer.h"
 #include "host/scenario/NamesFile.h"
 #include "host/session/CalibrationTraces.h"
+#include "host/session/ReceiverLog.h"
 #include "host/session/StartTurn.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
@@ -20,26 +21,6 @@ using toolkit::Failure;
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The log that this process writes: its name ends in the number of the debug client's process.
-fs::path findLog(const fs::path& directory) {
-    const std::string ending = std::string("_") + getEnvironment("VX_TRACE_DEBUGCLIENT_PID") + ".txt";
-    fs::path newest;
-    fs::file_time_type newestTime{};
-    std::error_code failed;
-    for (const auto& entry : fs::directory_iterator(directory, failed)) {
-        const std::string name = entry.path().filename().string();
-        if (name.rfind("vx_trace_log", 0) != 0 || !name.ends_with(ending)) {
-            continue;
-        }
-        const auto time = entry.last_write_time(failed);
-        if (newest.empty() || time > newestTime) {
-            newest = entry.path();
-            newestTime = time;
-        }
-    }
-    return newest;
-}
 
 /// Failures that a full disk may cause, though their text does not say so.
 bool possibleDiskError(ExitCode code) {
@@ -292,7 +273,7 @@ void Session::load() {
     const auto findFiles = [this] {
         const fs::path data = toolkit::filePath(getEnvironment("VX_TRACE_DATA_DIR"));
         stem = data / settingsFile.stem();
-        logFile = findLog(toolkit::filePath(getEnvironment("VX_TRACE_LOGGING_DIR")));
+        logFile = receiverLog();
         result.files.push_back({"receiverFolder", "receiver's files", data.string()});
         if (!logFile.empty()) {
             result.files.push_back({"log", "log", logFile.string()});

@@ -2,10 +2,12 @@
 
 #include "host/platform/Platform.h"
 #include "host/session/Receiver.h"
+#include "host/session/ReceiverLog.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
 #include "toolkit/OutputFiles.h"
 #include "toolkit/Text.h"
+#include "toolkit/TextFile.h"
 
 #include <algorithm>
 #include <array>
@@ -160,24 +162,46 @@ fs::path profileFolder() {
     return toolkit::filePath(!profile.empty() ? profile : getEnvironment("HOME"));
 }
 
-/// Only a started data server knows its unit.
-ProbedPart probeUnit(const ProbeRequest& request, bool canStart) {
-    if (request.bench) {
-        return {"capture-unit", State::Ok, "simulated", ""};
+/// Why the data server does not answer, as far as the receiver's log knows.
+ProbedPart withoutAnswer(const toolkit::Failure& failure) {
+    const fs::path log = receiverLog();
+    std::string text = failure.what();
+    std::error_code failed;
+    if (!log.empty() && fs::exists(log, failed)) {
+        const std::vector<std::string> errors = loggedErrors(toolkit::readText(log));
+        text += errors.empty() ? "" : "; the log says: " + toolkit::joined(errors, "; ");
     }
+    return {"server-answer", State::Missing, text,
+            "start the data server by hand, to see what it says" +
+                (log.empty() ? std::string() : "; the receiver's log is " + log.string())};
+}
+
+/// Starts the data server, which ends with the receiver.
+ProbedPart probeAnswer(const ProbeRequest& request, bool canStart) {
     if (!request.connect) {
-        return {"capture-unit", State::Unknown, "not asked", "--connect starts the data server and asks it"};
+        return {"server-answer", State::Unknown, "not asked", "--connect starts the data server and asks it"};
     }
     if (!canStart) {
-        return {"capture-unit", State::Unknown, "not asked: a part that it needs is missing", ""};
+        return {"server-answer", State::Unknown, "not asked: a part that it needs is missing", ""};
+    }
+    if (getEnvironment("VX_TRACE_LOGGING").empty()) {
+        setEnvironment("VX_TRACE_LOGGING", "1"); // only the log knows why a server does not answer
     }
     try {
         const Receiver receiver(request.library);
-        return {"capture-unit", State::Ok, "the data server answers, with the version that the receiver needs", ""};
+        return {"server-answer", State::Ok, "the data server answers, with the version that the receiver needs", ""};
     } catch (const toolkit::Failure& failure) {
-        return {"capture-unit", State::Missing, failure.what(),
-                "is the unit connected and powered? The log in .VX-trace of the profile has more"};
+        return withoutAnswer(failure);
     }
+}
+
+/// The receiver addresses the unit when a channel is configured, which calibrates at once: too much for a probe.
+ProbedPart probeUnit(const ProbeRequest& request) {
+    if (request.bench) {
+        return {"capture-unit", State::Ok, "simulated", ""};
+    }
+    return {"capture-unit", State::Unknown, "not asked: only a calibration asks the unit",
+            "orvtrace soak --settings FILE --rounds 1 checks it without a target"};
 }
 
 } // namespace
@@ -219,7 +243,10 @@ std::vector<ProbedPart> probeSystem(const ProbeRequest& request) {
     if (!request.bench) {
         parts.push_back(probeFolder("data-folder", profileFolder() / ".VX-trace", "the receiver's files"));
     }
-    parts.push_back(probeUnit(request, wouldStart(parts)));
+    if (!request.bench) {
+        parts.push_back(probeAnswer(request, wouldStart(parts)));
+    }
+    parts.push_back(probeUnit(request));
     return parts;
 }
 

@@ -83,6 +83,19 @@ TEST_F(Interrupt, OfAScanOfMarginsLeavesWhatWasMeasuredAndACalibratedTarget) {
     EXPECT_THAT(after.output, testing::HasSubstr("50 MHz")) << after.output << after.errors;
 }
 
+TEST_F(Interrupt, OfASearchForValuesIsNoFaultOfTheBoard) {
+    const Outcome run = space.run({"tune", "--json", "--scenario", "half-period-peak", "--error-rate", "1e-12", "--out",
+                                   space.file("run").string()},
+                                  {}, [&](RunningProgram& running) {
+                                      waitForPhase(space, "tuning 100 MHz: verifying known words");
+                                      std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                                      EXPECT_TRUE(running.interrupt());
+                                  });
+    EXPECT_EQ(run.code, 7) << run.errors;
+    ASSERT_TRUE(run.json.is_object()) << run.output;
+    EXPECT_EQ(run.json.at("error").at("text"), "interrupted during the search for values");
+}
+
 TEST_F(Interrupt, TheSecondEndsTheProgramAtOnceAndSaysSo) {
     // The server keeps the program waiting for longer than the two take, and then finds it gone.
     const auto scenario =

@@ -107,6 +107,15 @@ TEST(Check, OutputsNeedToKnowTheKindOfExport) {
     EXPECT_EQ(space.run({"check", pti, "--mode", "pti", "--pattern", "ramp"}).code, 2) << "the width is not known";
 }
 
+TEST(Check, AnotherFileOfARunIsNoDamagedRecording) {
+    const RunSpace space;
+    for (const char* name : {"clean.xml", "clean.freq1.cal.TXT", "clean.report.html"}) {
+        const Outcome run = space.run({"check", space.write(name, ramp()).string()});
+        EXPECT_EQ(run.code, 3) << name;
+        EXPECT_THAT(run.errors, HasSubstr(" is no recording: its name ends in ."));
+    }
+}
+
 TEST(Check, ASnapshotIsNotWrittenOverAnother) {
     const RunSpace space;
     const fs::path source = fs::path(ORV_TEST_DATA) / "stm" / "trace.bin";

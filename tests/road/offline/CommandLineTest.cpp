@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cctype>
 #include <regex>
 #include <sstream>
@@ -56,6 +57,24 @@ TEST(CommandLine, HelpFitsAScreenAndGoesToTheOutput) {
         }
         if (!arguments.empty() && arguments.size() > 1) {
             EXPECT_THAT(run.output, HasSubstr("Example: orvtrace " + arguments.front())) << "each has an example";
+        }
+    }
+}
+
+TEST(CommandLine, ProseOfAHelpFillsItsLines) {
+    const RunSpace space;
+    for (std::vector<std::string> arguments : allCommands) {
+        arguments.push_back("--help");
+        const std::string help = space.run(arguments).output;
+        const std::size_t footer = help.find("\n\n");
+        if (footer == std::string::npos) {
+            continue;
+        }
+        std::istringstream in(help.substr(footer + 2));
+        std::string before;
+        for (std::string line; std::getline(in, line) && !line.starts_with("Example: "); before = line) {
+            const std::size_t word = std::min(line.find_first_of(" \r"), line.size());
+            EXPECT_TRUE(before.empty() || before.size() + 1 + word > 79) << before << "\n" << line;
         }
     }
 }
@@ -141,7 +160,9 @@ TEST(CommandLine, HelpAndVersionAreWordsToo) {
     EXPECT_EQ(space.run({"help", "tdf", "list"}).output, space.run({"tdf", "list", "-h"}).output);
     EXPECT_EQ(space.run({"version"}).output, space.run({"--version"}).output);
     EXPECT_EQ(space.run({"-V"}).output, space.run({"--version"}).output);
-    EXPECT_THAT(space.run({"help", "exit-codes"}).output, HasSubstr("10  done, faults were found"));
+    const std::string codes = space.run({"help", "exit-codes"}).output;
+    EXPECT_THAT(codes, HasSubstr("10  done, faults were found"));
+    EXPECT_TRUE(codes.ends_with('\n'));
     const std::string options = space.run({"help", "options"}).output;
     for (const char* option :
          {"--names LIST|FILE", "--color WHEN", "--force", "--strict", "--json", "--set NAME=VALUE"}) {

@@ -179,7 +179,7 @@ TEST(ChecksFile, EveryCountHasAKeyOfItsOwn) {
 
 TEST(ChecksFile, UnknownKeysAreIgnoredAndMissingOnesLeaveADefault) {
     const RunChecks read =
-        parseRunChecks(R"({"schema":9,"new":[1],"words":[{"bits":5,"more":{}}],"recordings":[{"stream":null}]})", "x");
+        parseRunChecks(R"({"schema":1,"new":[1],"words":[{"bits":5,"more":{}}],"recordings":[{"stream":null}]})", "x");
     EXPECT_EQ(read.code, toolkit::ExitCode::Done);
     ASSERT_EQ(read.words.size(), 1U);
     EXPECT_EQ(read.words[0].bits, 5U);
@@ -190,6 +190,8 @@ TEST(ChecksFile, UnknownKeysAreIgnoredAndMissingOnesLeaveADefault) {
 TEST(ChecksFile, DamageNamesTheFileAndTheKey) {
     EXPECT_THAT(failureOf(""), HasSubstr("run.checks.json: no JSON"));
     EXPECT_THAT(failureOf("[]"), HasSubstr("an object"));
+    EXPECT_THAT(failureOf(R"({"schema":2})"),
+                HasSubstr("another version of orvtrace wrote it, schema 2; this version reads schema 1"));
     EXPECT_THAT(failureOf(R"({"exitCode":11})"), HasSubstr("exitCode"));
     EXPECT_THAT(failureOf(R"({"exitCode":-1})"), HasSubstr("exitCode"));
     EXPECT_THAT(failureOf(R"({"words":{}})"), HasSubstr("words"));

@@ -205,7 +205,8 @@ TEST(Page, FilesWithNothingMeasuredGiveAPageToo) {
     for (const char* name : {"no-clock", "too-fast"}) {
         const BenchFiles files(namedScenario(name));
         const std::string page = pageOf(files.read());
-        EXPECT_THAT(page, AllOf(HasSubstr("The burst shows no running clock"), HasSubstr("Registers of the unit")))
+        EXPECT_THAT(page, AllOf(HasSubstr("No setting was tried, so that no burst shows the pins"),
+                                HasSubstr("Registers of the unit")))
             << name;
     }
 }
@@ -215,7 +216,7 @@ TEST(Page, WhatWasNotJudgedIsNotCalledSound) {
     const std::string page = pageOf(given.read());
     EXPECT_THAT(page, AllOf(HasSubstr(">unknown</span>"), HasSubstr("finding plain"), HasSubstr("No burst was taken")));
     EXPECT_THAT(page, AllOf(Not(HasSubstr("Nothing is broken")), Not(HasSubstr("badge good")),
-                            Not(HasSubstr("no running clock"))));
+                            Not(HasSubstr("No setting was tried"))));
 
     const BenchFiles few(namedScenario("clean"));
     auto set = few.read();
@@ -228,11 +229,27 @@ TEST(Page, WhatWasNotJudgedIsNotCalledSound) {
                       HasSubstr("2 kinds of files are missing: burst (.cap.txt) and verification (.ver)")));
 }
 
+TEST(Page, GivenValuesAreShownWithTheirBurst) {
+    const BenchFiles files(namedScenario("clean"));
+    auto set = files.read();
+    set.properties = diagnosis::parseProperties("[Channel 0]\ncalMode=manual\n", "x");
+    EXPECT_THAT(pageOf(set), AllOf(HasSubstr("These are the given values; the margins are those of a burst with them."),
+                                   HasSubstr("-eyes\""), Not(HasSubstr("No burst was taken"))));
+    for (auto* group : {&set.base, &set.attempts.back()}) {
+        if (group->burst) {
+            group->burst->pins.front().levels.assign(group->burst->pins.front().levels.size(), 0);
+        }
+    }
+    EXPECT_THAT(pageOf(set),
+                AllOf(HasSubstr("Nothing was measured: these are the given values."), HasSubstr("No burst was taken")));
+}
+
 TEST(Page, WhatWasNotMeasuredShowsNoFigures) {
     const BenchFiles files(namedScenario("slow"));
     const std::string page = pageOf(files.read());
     EXPECT_THAT(page, AllOf(HasSubstr("Below 10.1 MHz the receiver measures nothing on the pins"),
-                            HasSubstr("not measured"), Not(HasSubstr("0.000"))));
+                            Not(HasSubstr("class=\"bar\"")), Not(HasSubstr("0.000"))))
+        << "no bar where there is no margin";
 }
 
 TEST(Page, TheMarginsAreTheEyesAndTheReceiversSumIsNamedAsItsRule) {
