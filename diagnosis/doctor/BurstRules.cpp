@@ -26,7 +26,7 @@ constexpr double clearlyMoreJitter = 1.4;
 /// In bits rms: less costs a setting no margin that it needs.
 constexpr double leastNoise = 0.06;
 /// In samples rms: rounding alone can make up half a sample.
-constexpr double leastNoiseAlone = 0.6;
+constexpr double leastNoiseInSamples = 0.55;
 /// A pin's changes are apart from those of others by so many bits at least, and so much farther than these are among
 /// each other.
 constexpr double leastApart = 0.2;
@@ -128,11 +128,16 @@ double clockJitter(const Burst& burst) {
     return std::sqrt(std::max(0.0, variance) / 2.0) / (burst.rates.oversampling / 2.0);
 }
 
+/// In bits rms.
+double noiseFloor(const Burst& burst) {
+    return std::max(leastNoise, leastNoiseInSamples / (burst.rates.oversampling / 2.0));
+}
+
 /// Whether the only data pin jitters, and not the clock that its changes are measured against.
 bool isNoisyAlone(const Burst& burst, const LanePlace& place) {
     const double clock = clockJitter(burst);
     const double own = std::sqrt(std::max(0.0, place.jitter * place.jitter - clock * clock));
-    return own > std::max({leastNoise, leastNoiseAlone / (burst.rates.oversampling / 2.0), clearlyMoreJitter * clock});
+    return own > std::max(noiseFloor(burst), clearlyMoreJitter * clock);
 }
 
 /// The data pin that jitters beyond all others, from 0.
@@ -145,7 +150,7 @@ std::optional<std::size_t> noisyLane(const Burst& burst, const std::vector<LaneP
     }
     const auto worst = std::max_element(places.begin(), places.end(),
                                         [](const auto& a, const auto& b) { return a.jitter < b.jitter; });
-    double others = leastNoise;
+    double others = noiseFloor(burst);
     for (auto lane = places.begin(); lane != places.end(); ++lane) {
         others = std::max(others, lane == worst ? 0.0 : clearlyMoreJitter * lane->jitter);
     }

@@ -19,6 +19,11 @@ constexpr std::size_t tooShort = 3;
 /// The share of a pin's intervals that have to be that short.
 constexpr std::size_t shortShare = 10;
 constexpr std::size_t fewestShort = 3;
+/// Clock edges in a burst, by the rate that was counted, of which less than a tenth is no clock; and data changes that
+/// show that the target sends.
+constexpr double fewestCounted = 20.0;
+constexpr double clearlyFewer = 10.0;
+constexpr std::size_t fewestSent = 8;
 /// Changes of a sound pin are no more frequent than its clock's edges; the ends of the burst may add some.
 constexpr double mostForClock = 1.5;
 
@@ -59,6 +64,21 @@ std::size_t pinTooFast(const Burst& burst) {
     return 0;
 }
 
+/// How often the data change in a burst without the clock's edges: the target sends, and it is the unit that removes
+/// them. 0 where the clock is there, or where nothing is sent.
+std::size_t changesWithoutClock(const Burst& burst) {
+    const double counted = 2.0 * static_cast<double>(burst.samples()) / burst.rates.oversampling;
+    const std::size_t edges = edgesOf(burst.pins[0].levels, burstStart).size();
+    if (counted < fewestCounted || static_cast<double>(edges) * clearlyFewer > counted) {
+        return 0;
+    }
+    std::size_t changes = 0;
+    for (const std::size_t proc : dataProcs(burst.dataPins())) {
+        changes = std::max(changes, edgesOf(burst.pins[proc].levels, burstStart).size());
+    }
+    return changes >= fewestSent && changes > edges ? changes : 0;
+}
+
 void addTooFast(Case& given, std::string evidence) {
     given.add(FindingId::ClockLosesPulses, {0}).evidence.push_back(std::move(evidence));
 }
@@ -78,6 +98,11 @@ void findLostClockPulses(Case& given) {
         if (proc != 0) {
             addTooFast(given, burstOf(*attempt) + given.title(proc) + " changes within " + std::to_string(tooShort) +
                                   " samples and less; at 120 MHz a bit lasts 5.8");
+        } else if (const std::size_t changes = usable ? changesWithoutClock(*attempt->burst) : 0; changes != 0) {
+            addTooFast(given, burstOf(*attempt) + "the data change up to " + std::to_string(changes) +
+                                  " times and the clock hardly ever, although it was counted: its pulses are shorter "
+                                  "than the debounce of " +
+                                  std::to_string(attempt->burst->pins[0].debounce));
         }
     }
     if (!given.findings.empty()) {

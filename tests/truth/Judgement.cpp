@@ -30,6 +30,12 @@ std::string describe(const bench::Scenario& scenario, const bench::RecordingTrut
         std::snprintf(item, sizeof item, " proc %u: slot %s, eye %.2f, at %.2f to %.2f, errors %.2g;", pin.proc,
                       std::to_string(pin.slot).c_str(), pin.eye, pin.fractionMin, pin.fractionMax, pin.errorRate);
         text += item;
+        const std::size_t emu = scenario.pins + 1 - pin.proc; // data pins have 1 and up, the top bit the highest
+        if (emu < scenario.wiring.pins.size() && scenario.wiring.pins[emu].memory != 0.0) {
+            std::snprintf(item, sizeof item, " memory %.2f, coupling %.2f;", scenario.wiring.pins[emu].memory,
+                          scenario.wiring.pins[emu].coupling);
+            text += item;
+        }
     }
     return text;
 }
