@@ -30,10 +30,9 @@ constexpr std::array table{
                noClock},
     FindingRow{Id::ClockNotMeasured, Kind::ClockDead, "clock-dead", Rule::Fault,
                "no trace clock was measured at the <pin> pin",
-               "Did the transmitter refuse? The receiver's log names it. If not, no clock arrives, or one so "
-               "fast that the unit removes all of its pulses as too short, above some 250 MHz: Is the target "
+               "Did the transmitter refuse? The receiver's log names it. If not, no clock arrives: Is the target "
                "powered and its trace export enabled? Does the pin map name the right clock pin? Is its wire "
-               "connected?"},
+               "connected? A clock above some 250 MHz counts as none, too: the unit removes its pulses as too short."},
     FindingRow{Id::ClockTooFast, Kind::ClockTooFast, "clock-too-fast", Rule::Fault,
                "the target's slowest setting, <rate>, is faster than the 120 MHz that the unit records",
                "Lower the clock that the target's trace export is derived from (its PLL)."},

@@ -105,6 +105,12 @@ std::optional<OddLane> oddLaneOf(const std::vector<double>& lateness) {
 } // namespace
 
 bool addSequenceShift(Case& given, const FileGroup& attempt, const Burst& burst) {
+    // A pin that does not follow the clock shows sequences by chance.
+    for (const std::size_t proc : dataProcs(burst.dataPins())) {
+        if (given.has(FindingKind::PinGarbled, proc) || given.has(FindingKind::PinStuck, proc)) {
+            return false;
+        }
+    }
     const auto odd = oddLaneOf(wireLateness(burst));
     if (!odd) {
         return false;

@@ -78,10 +78,8 @@ std::vector<LaneRow> laneRows(const DiagnosticSet& set, const FileGroup& attempt
         row.place = set.lane(proc);
         row.label = pinLabel(set, proc);
         row.title = pinTitle(set, proc);
-        // An attempt that ended before its margins were measured has a burst without its own delays. Below the lowest
-        // analysed clock the burst has the kept ones, and the report has no margins.
-        const bool measured = (pin.setupMargin && pin.holdMargin) || attempt.rates().belowAnalysis();
-        if (proc != 0 && measured) {
+        // An attempt that ended before its margins were measured has a burst without its own delays.
+        if (proc != 0 && pin.setupMargin && pin.holdMargin) {
             row.margins = judgedLane(attempt, proc, errorRate);
         }
         row.sampleNanoseconds = 1e9 / set.sampleRate();
