@@ -92,7 +92,7 @@ public:
     Verification(const VerifiedChannel& used, PatternTransmitter& ordered, WordCheck& filled)
         : target(used), transmitter(ordered), words(filled), inAll(diagnosis::bitsThatExclude(filled.askedErrorRate)) {}
 
-    /// Until a share of all bits is compared, those of earlier patterns included.
+    /// Until a share of all bits is compared with this pattern.
     void run(const char* patternName, double share, ProgressLine& line);
 
 private:
@@ -158,7 +158,7 @@ void Verification::recordOnce() {
 
 void Verification::run(const char* patternName, double share, ProgressLine& line) {
     pattern = patternName;
-    needed = static_cast<std::uint64_t>(share * static_cast<double>(inAll) + 0.5);
+    needed = words.bits + static_cast<std::uint64_t>(share * static_cast<double>(inAll) + 0.5);
     const InterruptAnswer answer("stopping the verification");
     const ProgressFollower follower([this] { return step(); }, line);
     while (words.bits < needed && words.failure.empty()) {
@@ -233,14 +233,14 @@ void verifyPatterns(const VerifiedChannel& target, PatternTransmitter& transmitt
     try {
         const PatternOrder order(transmitter, opposedPattern);
         check.pattern = first + " and " + opposedName;
-        verification.run(opposedName, 1.0, line);
+        verification.run(opposedName, 0.5, line);
     } catch (const toolkit::Failure&) {
         if (transmitter.refusal() == 0) {
             throw;
         }
         check.pattern = first;
         const PatternOrder order(transmitter, usualPattern);
-        verification.run(first.c_str(), 1.0, line);
+        verification.run(first.c_str(), 0.5, line);
     }
 }
 
