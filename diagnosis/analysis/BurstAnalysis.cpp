@@ -1,6 +1,7 @@
 #include "diagnosis/analysis/BurstAnalysis.h"
 
 #include <algorithm>
+#include <cmath>
 #include <complex>
 #include <numbers>
 
@@ -134,6 +135,7 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
     }
     const std::vector<Edge> edges = edgesOf(burst.pins[proc].levels, burstStart);
     double sums[2] = {0.0, 0.0};
+    double squares[2] = {0.0, 0.0};
     std::size_t counts[2] = {0, 0};
     for (std::size_t i = 0; i + 1 < edges.size(); ++i) {
         const auto length = static_cast<double>(edges[i + 1].at - edges[i].at);
@@ -147,13 +149,24 @@ std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc) {
             continue;
         }
         sums[edges[i].rise ? 1 : 0] += length;
+        squares[edges[i].rise ? 1 : 0] += length * length;
         ++counts[edges[i].rise ? 1 : 0];
     }
     if (counts[0] == 0 || counts[1] == 0) {
         return std::nullopt;
     }
-    return Duty{sums[1] / static_cast<double>(counts[1]), sums[0] / static_cast<double>(counts[0]),
-                counts[0] + counts[1]};
+    Duty duty;
+    duty.high = sums[1] / static_cast<double>(counts[1]);
+    duty.low = sums[0] / static_cast<double>(counts[0]);
+    duty.runs = counts[0] + counts[1];
+    double variance = 0.0;
+    for (const std::size_t level : {std::size_t{0}, std::size_t{1}}) {
+        const auto count = static_cast<double>(counts[level]);
+        const double mean = sums[level] / count;
+        variance += std::max(0.0, squares[level] / count - mean * mean) / count;
+    }
+    duty.error = std::sqrt(2.0 * variance);
+    return duty;
 }
 
 namespace {

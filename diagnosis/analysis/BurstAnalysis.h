@@ -60,6 +60,7 @@ EyeOpening narrower(const EyeOpening& one, const EyeOpening& other);
 struct Duty {
     double high = 0.0, low = 0.0; ///< means
     std::size_t runs = 0;
+    double error = 0.0; ///< standard error of high - low; a one and the zero next to it share an edge
 };
 std::optional<Duty> dutyOf(const Burst& burst, std::size_t proc);
 

@@ -16,6 +16,8 @@ namespace {
 
 /// Ones and zeros that differ by less than this are alike: half of what one step of the stretch changes.
 constexpr double dutyTolerance = 0.5;
+/// Standard errors by which a duty error has to exceed that, as ones and zeros of a noisy pin vary.
+constexpr double surely = 3.0;
 /// A pin follows the clock worse than the others do when its concentration is lower by this.
 constexpr double clearlyWorse = 0.25;
 
@@ -23,6 +25,8 @@ constexpr double clearlyWorse = 0.25;
 constexpr double clearlyMoreJitter = 1.4;
 /// In bits rms: less costs a setting no margin that it needs.
 constexpr double leastNoise = 0.06;
+/// In samples rms: rounding alone can make up half a sample.
+constexpr double leastNoiseInSamples = 0.55;
 /// A pin's changes are apart from those of others by so many bits at least, and so much farther than these are among
 /// each other.
 constexpr double leastApart = 0.2;
@@ -74,7 +78,7 @@ void judgeDuty(Case& given, const FileGroup& attempt, const Burst& burst, std::s
     }
     // Each step of the stretch makes ones half a sample longer and zeros half a sample shorter.
     const double raw = duty->high - duty->low - stretch;
-    if (std::abs(raw) <= limits::highestStretch + dutyTolerance) {
+    if (std::abs(raw) <= limits::highestStretch + dutyTolerance + surely * duty->error) {
         return;
     }
     given.add(FindingId::DutyBeyondCorrection, {proc}, {given.title(proc)}, {raw < 0.0 ? "shorter" : "longer"})
@@ -104,14 +108,49 @@ std::vector<LanePlace> placesOf(const Burst& burst) {
     return places;
 }
 
+/// What the clock's own edges vary by, in bits, the rounding to samples included: whole periods, which a duty error does
+/// not change, have twice the variance of an edge.
+double clockJitter(const Burst& burst) {
+    const std::vector<Edge> edges = edgesOf(burst.pins[0].levels, burstStart);
+    double sum = 0.0;
+    double squares = 0.0;
+    const std::size_t count = edges.size() < 3 ? 0 : edges.size() - 2;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double away = static_cast<double>(edges[i + 2].at - edges[i].at) - burst.rates.oversampling;
+        sum += away;
+        squares += away * away;
+    }
+    if (count == 0) {
+        return 0.0;
+    }
+    const double mean = sum / static_cast<double>(count);
+    const double variance = squares / static_cast<double>(count) - mean * mean;
+    return std::sqrt(std::max(0.0, variance) / 2.0) / (burst.rates.oversampling / 2.0);
+}
+
+/// In bits rms.
+double noiseFloor(const Burst& burst) {
+    return std::max(leastNoise, leastNoiseInSamples / (burst.rates.oversampling / 2.0));
+}
+
+/// Whether the only data pin jitters, and not the clock that its changes are measured against.
+bool isNoisyAlone(const Burst& burst, const LanePlace& place) {
+    const double clock = clockJitter(burst);
+    const double own = std::sqrt(std::max(0.0, place.jitter * place.jitter - clock * clock));
+    return own > std::max(noiseFloor(burst), clearlyMoreJitter * clock);
+}
+
 /// The data pin that jitters beyond all others, from 0.
 std::optional<std::size_t> noisyLane(const Burst& burst, const std::vector<LanePlace>& places) {
-    if (places.empty() || (places.size() == 1 && !dataLessRegular(burst))) {
+    if (places.size() == 1) {
+        return isNoisyAlone(burst, places.front()) ? std::optional<std::size_t>(0) : std::nullopt;
+    }
+    if (places.empty()) {
         return std::nullopt;
     }
     const auto worst = std::max_element(places.begin(), places.end(),
                                         [](const auto& a, const auto& b) { return a.jitter < b.jitter; });
-    double others = leastNoise;
+    double others = noiseFloor(burst);
     for (auto lane = places.begin(); lane != places.end(); ++lane) {
         others = std::max(others, lane == worst ? 0.0 : clearlyMoreJitter * lane->jitter);
     }
@@ -153,7 +192,7 @@ void addNoisy(Case& given, const FileGroup& attempt, const std::vector<LanePlace
         .evidence.push_back(burstOf(attempt) + "its changes vary by " +
                             toolkit::fixedText(places[lane].jitter * bit, 1) + " samples rms" +
                             (places.size() == 1
-                                 ? std::string(", while the clock is regular")
+                                 ? ", those of the clock by " + toolkit::fixedText(clockJitter(*attempt.burst) * bit, 1)
                                  : ", those of others by " + toolkit::fixedText(others * bit, 1) + " at most"));
 }
 
@@ -225,8 +264,10 @@ void findPinsApart(Case& given) {
         const std::vector<LanePlace> places = placesOf(*burst);
         if (const auto noisy = noisyLane(*burst, places); noisy && !given.has(FindingKind::PinGarbled, *noisy + 1)) {
             addNoisy(given, attempt, places, *noisy);
-        } else if (const auto apart = noisy ? std::nullopt : laneApart(places)) {
-            addApart(given, attempt, places, *apart);
+        } else if (!noisy && !addSequenceShift(given, attempt, *burst)) {
+            if (const auto apart = laneApart(places)) {
+                addApart(given, attempt, places, *apart);
+            }
         }
     }
 }

@@ -11,6 +11,9 @@ namespace diagnosis::rules {
 
 namespace {
 
+/// A burst of fewer clock periods may be without a clock edge.
+constexpr double fewestPeriods = 2.0;
+
 /// No setting was measured: the files do not distinguish a missing clock from a transmitter that refused.
 bool nothingMeasured(const DiagnosticSet& set) {
     return set.attempts.empty() && set.base.cal && !set.base.cal->rates.known();
@@ -39,9 +42,15 @@ void addTransmitterFailure(Case& given) {
     }
 }
 
+/// Whether a burst is long enough to show a clock of the rate that was counted.
+bool wouldShowClock(const Burst& burst) {
+    return !burst.rates.known() || static_cast<double>(burst.samples()) >= fewestPeriods * burst.rates.oversampling;
+}
+
 void addClockDead(Case& given) {
     for (const FileGroup* attempt : given.attempts) {
-        if (!attempt->burst || !attempt->burst->taken() || liveBurst(*attempt) != nullptr) {
+        if (!attempt->burst || !attempt->burst->taken() || liveBurst(*attempt) != nullptr ||
+            !wouldShowClock(*attempt->burst)) {
             continue;
         }
         given.add(FindingId::ClockDead, {0}, {given.title(0)})
@@ -110,7 +119,10 @@ void findClockFaults(Case& given) {
         return;
     }
     addTransmitterFailure(given);
-    addClockDead(given);
+    findLostClockPulses(given);
+    if (!given.has(FindingKind::ClockTooFast, 0)) {
+        addClockDead(given);
+    }
     addUnusableClock(given);
 }
 

@@ -110,10 +110,13 @@ Diagnosis diagnose(const DiagnosticSet& set) {
     rules::findMissing(given, diagnosis);
     diagnosis.findings = std::move(given.findings);
     diagnosis.limits = std::move(given.limits);
-    // A pin that is shifted for its duty error comes after that.
+    // A pin that is shifted for its duty error comes after that. Of two pins, the other one then looks shifted as well.
+    const bool arePair = !set.attempts.empty() && set.attempts.back().pins() == 3;
     std::stable_partition(diagnosis.findings.begin(), diagnosis.findings.end(),
-                          [dutyPins = dutyFaultsOf(diagnosis.findings)](const Finding& finding) {
-                              return !isShift(finding.kind) || !dutyPins.contains(finding.pins.front());
+                          [arePair, dutyPins = dutyFaultsOf(diagnosis.findings)](const Finding& finding) {
+                              const bool ofDuty = dutyPins.contains(finding.pins.empty() ? 0 : finding.pins.front()) ||
+                                                  (arePair && !dutyPins.empty());
+                              return !isShift(finding.kind) || !ofDuty;
                           });
     std::stable_sort(diagnosis.findings.begin(), diagnosis.findings.end(),
                      [](const Finding& left, const Finding& right) { return left.severity < right.severity; });

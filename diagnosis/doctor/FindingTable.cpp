@@ -32,9 +32,12 @@ constexpr std::array table{
                "no trace clock was measured at the <pin> pin",
                "Did the transmitter refuse? The receiver's log names it. If not, no clock arrives: Is the target "
                "powered and its trace export enabled? Does the pin map name the right clock pin? Is its wire "
-               "connected?"},
+               "connected? A clock above some 250 MHz counts as none, too: the unit removes its pulses as too short."},
     FindingRow{Id::ClockTooFast, Kind::ClockTooFast, "clock-too-fast", Rule::Fault,
                "the target's slowest setting, <rate>, is faster than the 120 MHz that the unit records",
+               "Lower the clock that the target's trace export is derived from (its PLL)."},
+    FindingRow{Id::ClockLosesPulses, Kind::ClockTooFast, "clock-too-fast", Rule::Fault,
+               "the target's clock is faster than the unit records, which counts only some of its pulses",
                "Lower the clock that the target's trace export is derived from (its PLL)."},
     FindingRow{Id::TooManyBits, Kind::TooManyBits, "too-many-bits", Rule::Fault,
                "the pins carry <rate> Mbit/s, more than the 960 that the unit records",

@@ -41,6 +41,7 @@ enum class FindingId {
     ClockDead,
     ClockNotMeasured,
     ClockTooFast,
+    ClockLosesPulses,
     TooManyBits,
     ClockUnusable,
     ClockSuspect,

@@ -199,8 +199,8 @@ Finding* sharedFinding(const Mismatch& mismatch) {
     }
     auto& findings = mismatch.given.findings;
     const auto found = std::find_if(findings.begin(), findings.end(), [](const Finding& finding) {
-        return finding.kind == FindingKind::ClockSuspect || finding.kind == FindingKind::PinsNoisy ||
-               finding.kind == FindingKind::PinsSilent;
+        return finding.kind == FindingKind::ClockSuspect || finding.kind == FindingKind::ClockTooFast ||
+               finding.kind == FindingKind::PinsNoisy || finding.kind == FindingKind::PinsSilent;
     });
     return found == findings.end() ? nullptr : &*found;
 }

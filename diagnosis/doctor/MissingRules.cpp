@@ -50,9 +50,10 @@ void findMissing(Case& given, Diagnosis& diagnosis) {
         diagnosis.missing.emplace_back("verification (.ver)");
     }
     if (groups.back()->rates().belowAnalysis() && groups.back()->setting && !given.has(FindingKind::ClockSuspect, 0)) {
-        given.limits.emplace_back("Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's "
-                                  "default settings: there are no margins and no correlations, and only the "
-                                  "verification shows whether they fit.");
+        given.limits.emplace_back(
+            "Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's "
+            "default settings: its report has no margins and no correlations. The verdict's margins "
+            "are those of the burst, where it has enough changes.");
     }
 }
 

@@ -43,6 +43,8 @@ bool changesRarely(std::size_t changes, std::size_t clockChanges, std::size_t da
 bool patternWasHeld(const Case& given, const FileGroup& attempt);
 
 void findClockFaults(Case& given);
+/// A clock of which the unit counts only some pulses: fills `withSharedFault`.
+void findLostClockPulses(Case& given);
 /// Fills `withSharedFault`; runs before the rules about single pins.
 void findSharedFaults(Case& given);
 void findStuckPins(Case& given);
@@ -61,8 +63,9 @@ void findMissing(Case& given, Diagnosis& diagnosis);
 
 /// Evidence for a clock whose edges are less regular than the data's; empty when they are not.
 std::string irregularClock(const DiagnosticSet& set, const FileGroup& attempt);
-/// Whether the changes of the first data pin are less regular than the clock's.
-bool dataLessRegular(const Burst& burst);
+/// Names the wire that is late or early against the others, by the synchronisation sequences of the burst. False without
+/// one.
+bool addSequenceShift(Case& given, const FileGroup& attempt, const Burst& burst);
 /// The burst of an attempt in which the clock runs; null without one, since no pin can be judged then.
 const Burst* liveBurst(const FileGroup& group);
 /// "burst of setting 3 (95 MHz): ".

@@ -184,10 +184,6 @@ void add(SharedFault fault, Case& given, const FileGroup& attempt, const LaneAli
 
 } // namespace
 
-bool dataLessRegular(const Burst& burst) {
-    return intervalRange(burst, 1).width() > 2 * intervalRange(burst, 0).width() + 2;
-}
-
 std::string irregularClock(const DiagnosticSet& set, const FileGroup& attempt) {
     const Burst* burst = liveBurst(attempt);
     if (burst == nullptr || burst->dataPins() == 0) {
@@ -204,7 +200,7 @@ void findSharedFaults(Case& given) {
         if (burst == nullptr || burst->dataPins() < 2) {
             continue;
         }
-        if (patternWasHeld(given, *attempt)) {
+        if (patternWasHeld(given, *attempt) || given.withSharedFault.contains(attempt)) {
             continue;
         }
         const LaneAlignment alignment = alignmentOf(*burst);

@@ -139,7 +139,7 @@ std::string whyNotMeasured(const DiagnosticSet& set, const FileGroup& attempt) {
             "p", "hint",
             "Below 10.1 MHz the receiver measures nothing on the pins and keeps the unit's default settings. "
             "The values are those of the register dump: what the report lists, including a clock delay of 31, is not "
-            "written to the unit. Only the verification shows whether they fit.");
+            "written to the unit. The verdict's margins are those of the burst.");
     }
     if (attempt.cal->figuresLeftOut) {
         return element("p", "hint",

@@ -12,8 +12,10 @@ constexpr double shareOfDrift = 0.97;       ///< of them that show the neighbour
 constexpr double chanceOfNoise = 7.0;       ///< natural logarithm: noise looks so in one case of a thousand
 constexpr std::uint64_t fewestOfStuck = 16; ///< words
 constexpr std::uint64_t clearer = 3;        ///< times as many bits of one neighbour as of the other
-/// Words after the first damage that decide its kind.
+/// Words after the first damage that decide its kind, and more until there are so many wrong bits with a known neighbour:
+/// a drift begins with single ones, far apart, which look like noise.
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
+constexpr std::uint64_t enoughOfKind = 64;
 
 std::uint64_t countOf(unsigned bits) {
     return static_cast<std::uint64_t>(std::popcount(bits));
@@ -80,7 +82,7 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
             own.firstWord = place;
         }
         own.wrongBits += countOf(bad);
-        if (own.wrongBits == 0 || own.wordsSince > wordsOfKind) {
+        if (own.wrongBits == 0 || (own.wordsSince > wordsOfKind && own.known >= enoughOfKind)) {
             continue;
         }
         own.known += countOf(bad & known);

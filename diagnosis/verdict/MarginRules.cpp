@@ -77,11 +77,8 @@ void judgeMargins(Judgement& judged) {
         judged.show("margins", false, "no setting was kept, and there is nothing to measure them on");
         return;
     }
-    if (attempt->rates().belowAnalysis() && !judged.measuredGiven()) {
-        missing("margins-not-measured", "below 10.1 MHz the receiver measures no margins",
-                "choose a setting of the target from 10.1 MHz on");
-        return;
-    }
+    // Below its lowest analysed clock the receiver measures nothing, but its burst is taken with the kept settings.
+    const bool isSlow = attempt->rates().belowAnalysis() && !judged.measuredGiven();
     std::vector<JudgedLane> lanes;
     const double asked = askedErrorRate(judged.set);
     for (std::size_t pin = 1; pin < attempt->pins(); ++pin) {
@@ -89,7 +86,12 @@ void judgeMargins(Judgement& judged) {
             lanes.push_back(*lane);
         }
     }
-    if (lanes.empty() || lanes.size() + 1 < attempt->pins()) {
+    const bool isIncomplete = lanes.empty() || lanes.size() + 1 < attempt->pins();
+    if (isIncomplete && isSlow) {
+        missing("margins-not-measured",
+                "below 10.1 MHz the receiver measures no margins, and the burst shows too few changes",
+                "choose a faster setting of the target");
+    } else if (isIncomplete) {
         missing("margins-missing", "the files do not show the margins of every lane",
                 "keep the burst (.cap.txt) and the report (.cal.txt) of the calibration");
     }

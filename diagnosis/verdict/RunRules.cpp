@@ -40,9 +40,13 @@ std::string wrongWords(const DiagnosticSet& set, const WordCheck& check) {
         const auto worst = std::max_element(
             lanes.begin(), lanes.end(), [](const LaneErrors& a, const LaneErrors& b) { return a.errors < b.errors; });
         text += (lanes.size() == 1 ? ", on " : ", most on ") + laneTitle(set, worst->lane);
-        if (worst->early > worst->errors / 2) {
+        // Half of the bits may be of a pattern whose lanes alternate, where both neighbours are alike.
+        const auto mostly = [&](std::uint64_t one, std::uint64_t other) {
+            return one > worst->errors / 4 && one > 3 * other;
+        };
+        if (mostly(worst->early, worst->late)) {
             text += ", with the next slot's bit";
-        } else if (worst->late > worst->errors / 2) {
+        } else if (mostly(worst->late, worst->early)) {
             text += ", with the preceding slot's bit";
         }
     }

@@ -19,6 +19,8 @@ using diagnosis::WordCheck;
 
 /// usualPattern by its name.
 constexpr const char* targetPattern = "walk";
+/// opposedPattern by its name.
+constexpr const char* opposedName = "a5";
 /// What the unit's own generator sends in any recording.
 constexpr const char* generatorPattern = "ramp1";
 constexpr unsigned bitsOfWord = 16;
@@ -88,10 +90,10 @@ void add(WordCheck& words, const StreamCheck& stream) {
 class Verification {
 public:
     Verification(const VerifiedChannel& used, PatternTransmitter& ordered, WordCheck& filled)
-        : target(used), transmitter(ordered), words(filled), needed(diagnosis::bitsThatExclude(filled.askedErrorRate)) {
-    }
+        : target(used), transmitter(ordered), words(filled), inAll(diagnosis::bitsThatExclude(filled.askedErrorRate)) {}
 
-    void run(ProgressLine& line);
+    /// Until a share of all bits is compared with this pattern.
+    void run(const char* patternName, double share, ProgressLine& line);
 
 private:
     RecordingPlan nextPlan() const;
@@ -101,7 +103,9 @@ private:
     const VerifiedChannel& target;
     PatternTransmitter& transmitter;
     WordCheck& words;
-    std::uint64_t needed;
+    std::uint64_t inAll;
+    std::uint64_t needed = 0; ///< until the pattern's end
+    const char* pattern = "";
     std::atomic<std::uint64_t> compared{0};    ///< bits, for the progress
     ProgressLine silent{ProgressStyle::Quiet}; ///< a recording's own phases are too short to be shown
 };
@@ -109,7 +113,7 @@ private:
 ProgressStep Verification::step() const {
     ProgressStep now;
     now.phase = words.when == WordCheck::When::After ? "verifying after the recording" : "verifying known words";
-    now.fraction = std::min(1.0, static_cast<double>(compared) / static_cast<double>(needed));
+    now.fraction = std::min(1.0, static_cast<double>(compared) / static_cast<double>(inAll));
     now.fractionWord = "compared";
     return now;
 }
@@ -135,7 +139,7 @@ void Verification::recordOnce() {
         return;
     }
     diagnosis::StreamForm form = traceForm(target);
-    form.pattern = words.pattern;
+    form.pattern = pattern;
     ReadBack back;
     const StreamCheck stream =
         readBackChecked(target.channel, silent, form, [](std::span<const std::uint64_t>) {}, back);
@@ -147,12 +151,14 @@ void Verification::recordOnce() {
     if (stream.wordsCompared == 0 && !interrupted()) {
         words.failure = stream.words == 0 ? "the target sent no words of its test pattern"
                                           : "the recorded words are none of the test pattern's";
-    } else if (2 * errorsOf(stream) > stream.wordsCompared && words.bits < needed) {
+    } else if (2 * errorsOf(stream) > stream.wordsCompared && words.bits < inAll) {
         words.failure = "ended early, there are too many errors for a rate"; // more of them show nothing else
     }
 }
 
-void Verification::run(ProgressLine& line) {
+void Verification::run(const char* patternName, double share, ProgressLine& line) {
+    pattern = patternName;
+    needed = words.bits + static_cast<std::uint64_t>(share * static_cast<double>(inAll) + 0.5);
     const InterruptAnswer answer("stopping the verification");
     const ProgressFollower follower([this] { return step(); }, line);
     while (words.bits < needed && words.failure.empty()) {
@@ -208,6 +214,38 @@ diagnosis::StreamForm traceForm(const VerifiedChannel& target) {
     return form;
 }
 
+namespace {
+
+/// Records half of the bits of each pattern. Where only one is known, or the library refuses the other, all of it.
+void verifyPatterns(const VerifiedChannel& target, PatternTransmitter& transmitter, WordCheck& check,
+                    ProgressLine& line) {
+    Verification verification(target, transmitter, check);
+    const std::string first = verificationPattern(target);
+    const bool hasBoth =
+        !target.ownGenerator && target.dataPins > 1 && diagnosis::hasCheckedPattern(opposedName, target.dataPins);
+    {
+        const PatternOrder order(transmitter, usualPattern);
+        verification.run(first.c_str(), hasBoth ? 0.5 : 1.0, line);
+    }
+    if (!hasBoth || !check.failure.empty()) {
+        return;
+    }
+    try {
+        const PatternOrder order(transmitter, opposedPattern);
+        check.pattern = first + " and " + opposedName;
+        verification.run(opposedName, 0.5, line);
+    } catch (const toolkit::Failure&) {
+        if (transmitter.refusal() == 0) {
+            throw;
+        }
+        check.pattern = first;
+        const PatternOrder order(transmitter, usualPattern);
+        verification.run(first.c_str(), 0.5, line);
+    }
+}
+
+} // namespace
+
 void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter, WordCheck& check, ProgressLine& line) {
     check.pattern = verificationPattern(target);
     check.failure = verificationObstacle(target);
@@ -217,8 +255,7 @@ void verifyWords(const VerifiedChannel& target, PatternTransmitter& transmitter,
     }
     try {
         const FileAside aside(target.file, target.leftovers);
-        const PatternOrder order(transmitter, usualPattern);
-        Verification(target, transmitter, check).run(line);
+        verifyPatterns(target, transmitter, check, line);
     } catch (const toolkit::Failure& failure) {
         check.failure = failure.what();
         if (transmitter.refusal() != 0) {

@@ -37,7 +37,10 @@ struct VerifiedChannel {
 /// What a target is made to send: every lane shows single ones, with a long and a short run of zeros between; a bit of
 /// any neighbour differs.
 inline constexpr auto usualPattern = PatternTransmitter::Pattern::Walk;
-/// The name of the pattern that a verification records.
+/// The other half of a verification on two lanes and more: every lane changes in every slot, against its neighbours, so
+/// that what couples from one to the next is at its worst.
+inline constexpr auto opposedPattern = PatternTransmitter::Pattern::A5;
+/// The name of the pattern that a verification records first, and a scan alone.
 std::string verificationPattern(const VerifiedChannel& target);
 /// Why no words of it are known; empty if they are.
 std::string verificationObstacle(const VerifiedChannel& target);
@@ -47,8 +50,9 @@ diagnosis::StreamForm traceForm(const VerifiedChannel& target);
 
 VerifiedChannel verifiedChannel(Session& session, const SessionResult& result);
 
-/// Fills `check`, whose `when` and `askedErrorRate` are set: records the pattern until so many bits are compared that the
-/// rate is excluded, in as many recordings as the buffer needs; the user's interruption ends it. What cannot be verified
+/// Fills `check`, whose `when` and `askedErrorRate` are set: records the patterns until so many bits are compared that the
+/// rate is excluded, half of them of each, in as many recordings as the buffer needs; the user's interruption ends it.
+/// Where the library refuses the second pattern, the first one has all bits. What cannot be verified
 /// says why in `check.failure` and is no Failure. A recording that fails is one, and leaves what was measured.
 ///
 /// The samples that the receiver holds afterwards are those of the pattern.

@@ -23,8 +23,10 @@ struct Cause {
     bool isHarmless = false; ///< nothing is said, and nothing is wrong: the calibration has taken the fault out
 };
 
-/// Calibrates, records trace where the fault needs it, and judges the files. Those of the run are in `folder`.
-Cause causeOf(const FaultyWiring& wiring, const std::filesystem::path& folder);
+/// Calibrates, records trace where the fault needs it, and judges the files, which are in `folder` meanwhile. A copy of
+/// them stays in `kept`.
+Cause causeOf(const FaultyWiring& wiring, const std::filesystem::path& folder,
+              const std::optional<std::filesystem::path>& kept = std::nullopt);
 
 /// The clock, in Hz, that a wiring's calibration keeps where it is right and its verdict sound; nothing otherwise, as a
 /// thin margin would be a cause of its own.
@@ -51,7 +53,8 @@ private:
 };
 
 /// Plants a fault into the first `count` sound wirings that have a place for it, from a seed on, and that are not right
-/// all the same.
-void judgeCauses(Fault fault, std::uint64_t firstSeed, unsigned count, CauseTable& table);
+/// all the same. With a folder the files of every run with another cause stay there, by fault and seed.
+void judgeCauses(Fault fault, std::uint64_t firstSeed, unsigned count, CauseTable& table,
+                 const std::optional<std::filesystem::path>& kept = std::nullopt);
 
 } // namespace truth

@@ -1,10 +1,12 @@
 #include "tests/truth/FaultyWirings.h"
 
 #include "bench/signal/Random.h"
+#include "bench/unit/EdgeChances.h"
 #include "bench/unit/Unit.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace truth {
 
@@ -145,6 +147,17 @@ bool plantDrift(Plan& plan, double hertz) {
     return true;
 }
 
+/// In samples: the debounce of 4 with which the receiver begins to count.
+constexpr double leastDebounce = 2.0;
+constexpr double countedSeconds = 0.0114;
+
+/// Whether not one pulse of the clock is expected to last that long while the rate is counted.
+bool vanishes(const bench::PinWiring& clock, double jitter, double hertz) {
+    const double shorter = bench::Unit::sampleRate / (2.0 * hertz) - std::abs(clock.lateFall);
+    const double kept = 1.0 - bench::chanceBelow(shorter, std::numbers::sqrt2 * jitter, leastDebounce);
+    return kept * hertz * countedSeconds < 0.5;
+}
+
 bool plantWrongRate(Plan& plan, double) {
     auto& rates = plan.made.scenario.transmitter.frequencies;
     for (double& rate : rates) {
@@ -152,6 +165,8 @@ bool plantWrongRate(Plan& plan, double) {
     }
     std::sort(rates.begin(), rates.end());
     plan.made.pins.clear();
+    // The receiver ends its scan at the first setting without a clock.
+    plan.made.clockVanishes = vanishes(plan.pin(0), plan.made.scenario.wiring.jitter, rates.front());
     return true;
 }
 

@@ -36,6 +36,9 @@ struct FaultyWiring {
     std::vector<std::size_t> pins; ///< procs that the cause has to name; 0 is the clock
     /// With two data pins one late wire is the same as the other one early.
     bool eitherPin = false;
+    /// A wrong rate whose clock the unit does not have at all: even its least debounce removes every pulse, which the
+    /// counter reports as 0 Hz. No file distinguishes that from a dead clock.
+    bool clockVanishes = false;
     /// Seconds of trace to record after the calibration; 0 for none.
     double seconds = 0.0;
 };

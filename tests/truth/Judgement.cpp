@@ -1,5 +1,6 @@
 #include "tests/truth/Judgement.h"
 
+#include "bench/wiring/ContentShift.h"
 #include "common/source/Exception.h"
 #include "tests/support/bench_client/BenchRig.h"
 
@@ -20,6 +21,15 @@ constexpr double highestCentral = 0.85;
 /// A probability below which no real recording has a wrong bit.
 constexpr double never = 1e-9;
 
+/// In samples: less shows in no error rate.
+constexpr double noLateness = 0.02;
+
+/// Of a data pin; EMU pins have 1 and up, the top bit the highest. Null where the scenario says nothing about it.
+const bench::PinWiring* wiringOf(const bench::Scenario& scenario, unsigned proc) {
+    const std::size_t emu = scenario.pins + 1 - proc;
+    return emu < scenario.wiring.pins.size() ? &scenario.wiring.pins[emu] : nullptr;
+}
+
 std::string describe(const bench::Scenario& scenario, const bench::RecordingTruth& truth) {
     char item[200];
     std::snprintf(item, sizeof item, "%u pins at %.1f MHz, %.2f samples in half a period, jitter %.2f, %s-aligned;",
@@ -30,6 +40,10 @@ std::string describe(const bench::Scenario& scenario, const bench::RecordingTrut
         std::snprintf(item, sizeof item, " proc %u: slot %s, eye %.2f, at %.2f to %.2f, errors %.2g;", pin.proc,
                       std::to_string(pin.slot).c_str(), pin.eye, pin.fractionMin, pin.fractionMax, pin.errorRate);
         text += item;
+        if (const bench::PinWiring* wiring = wiringOf(scenario, pin.proc); wiring != nullptr && wiring->memory != 0.0) {
+            std::snprintf(item, sizeof item, " memory %.2f, coupling %.2f;", wiring->memory, wiring->coupling);
+            text += item;
+        }
     }
     return text;
 }
@@ -113,7 +127,10 @@ Verdict calibrateAndJudge(const bench::Scenario& scenario, const std::filesystem
     std::vector<EyePosition> eyes;
     for (const bench::PinTruth& pin : rig.truth->pins) {
         eyes.push_back({pin.slot, pin.eye, pin.fractionMin, pin.fractionMax});
-        verdict.lanes.push_back({pin.slot, pin.errorRate});
+        const bench::PinWiring* wiring = wiringOf(scenario, pin.proc);
+        const double memory = wiring == nullptr ? 0.0 : wiring->memory;
+        const bool isCoupled = bench::LineMemory(memory, rig.truth->halfPeriod).latest() < noLateness;
+        verdict.lanes.push_back({pin.slot, pin.errorRate, isCoupled});
     }
     verdict.position = positionOf(eyes);
     // The eyes are those of the worst content. They can be so small that their middle is no margin by itself.

@@ -46,7 +46,8 @@ Position positionOf(std::span<const EyePosition> pins);
 /// What the bench knows of a lane, the one with the top bit first.
 struct LaneTruth {
     std::int64_t slot = 0;
-    double errorRate = 0.0; ///< of a bit that differs from its neighbours
+    double errorRate = 0.0; ///< of a bit that differs from its neighbours, in the worst content
+    bool isCoupled = false; ///< that content is neighbours that change the other way, whatever was before
 };
 
 struct Verdict {

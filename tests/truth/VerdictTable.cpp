@@ -17,8 +17,8 @@ namespace {
 
 using Kind = diagnosis::RunVerdict::Kind;
 
-constexpr double shareOfKindBoard = 1.0 / 2.0;
-constexpr double shareOfUnkindBoard = 1.0 / 128.0;
+constexpr double shareOfWorst = 1.0 / 128.0;
+constexpr double shareOfOpposed = 1.0 / 2.0;
 constexpr double exactlyDrawn = 30.0;       ///< above it a Poisson value is its mean, for this purpose
 constexpr std::uint64_t draws = 0x76657264; ///< apart from the draws of the wirings
 
@@ -56,20 +56,31 @@ bool isOdd(Knowledge known, Kind said) {
     return true;
 }
 
+/// Bits of a single lane that differ from a neighbour in the first half, which has a one and two or four zeros in turn, and
+/// all of the second; a single lane has alternating bits only.
+double shareOfChanges(std::size_t lanes) {
+    return lanes == 1 ? 1.0 : (lanes == 2 ? 2.0 / 3.0 : 2.0 / 5.0) / 2.0 + shareOfOpposed;
+}
+
+double shareOf(const LaneTruth& lane, std::size_t lanes, const Board& board) {
+    return !board.unkind() ? shareOfChanges(lanes) : lane.isCoupled ? shareOfOpposed : shareOfWorst;
+}
+
 } // namespace
 
-diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const Verdict& known, const Board& board) {
+diagnosis::WordCheck drawWordCheck(std::uint64_t seed, const Verdict& known, const Board& board,
+                                   std::uint64_t comparedBits) {
     const std::vector<LaneTruth>& lanes = known.lanes;
     diagnosis::WordCheck check;
-    check.pattern = "lfsr";
+    check.pattern = lanes.size() > 1 ? "walk and a5" : "walk";
     check.askedErrorRate = diagnosis::usualErrorRate;
     check.bits = comparedBits;
     const double bits = static_cast<double>(comparedBits) / static_cast<double>(lanes.size());
-    const double share = board.unkind() ? shareOfUnkindBoard : shareOfKindBoard;
     for (std::size_t i = 0; i < lanes.size(); ++i) {
         const bool astray = lanes[i].slot != lanes.front().slot;
         const double lost = i == 0 ? known.clockLoss : 0.0;
-        const double mean = bits * (astray ? 0.5 : std::min(0.5, share * lanes[i].errorRate + lost));
+        const double mean =
+            bits * (astray ? 0.5 : std::min(0.5, shareOf(lanes[i], lanes.size(), board) * lanes[i].errorRate + lost));
         diagnosis::LaneErrors errors;
         errors.lane = static_cast<unsigned>(i);
         errors.errors = poissonOf(mean, bench::uniformOf(seed ^ draws, i));

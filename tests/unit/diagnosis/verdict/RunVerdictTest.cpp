@@ -179,10 +179,33 @@ TEST(RunVerdict, TheVerificationOfATpiuExportComparesNoWords) {
     EXPECT_EQ(judged(with(set, compared(3'000'000'000))).kind, Kind::Sound);
 }
 
-TEST(RunVerdict, MarginsThatWereNotMeasuredAreUnknownWhateverTheWordsSay) {
+/// The run at a clock that the receiver does not analyse: its report then has no margins.
+DiagnosticSet keptAtASlowClock() {
     DiagnosticSet set = kept();
-    set.attempts.front().cal->rates.exportFrequency = 10e6;
-    set.attempts.front().burst->rates.exportFrequency = 10e6;
+    FileGroup& attempt = set.attempts.front();
+    attempt.cal->rates.exportFrequency = 10e6;
+    attempt.burst->rates.exportFrequency = 10e6;
+    for (CalPin& pin : attempt.cal->pins) {
+        pin.setupMargin.reset();
+        pin.holdMargin.reset();
+    }
+    return set;
+}
+
+TEST(RunVerdict, MarginsOfASlowClockAreThoseOfItsBurst) {
+    const RunVerdict verdict = judged(with(keptAtASlowClock(), compared(3'000'000'000)));
+    EXPECT_EQ(verdict.kind, Kind::Sound);
+    EXPECT_TRUE(verdict.worstMargin.has_value());
+}
+
+TEST(RunVerdict, MarginsThatNothingShowsAreUnknownWhateverTheWordsSay) {
+    DiagnosticSet set = keptAtASlowClock();
+    for (BurstPin& pin : set.attempts.front().burst->pins) {
+        // The clock hardly changes in the whole burst.
+        std::fill(pin.levels.begin(), pin.levels.end(), std::uint8_t{0});
+        std::fill(pin.levels.begin() + static_cast<std::ptrdiff_t>(pin.levels.size() / 2), pin.levels.end(),
+                  std::uint8_t{1});
+    }
     const RunVerdict verdict = judged(with(set, compared(3'000'000'000)));
     EXPECT_EQ(verdict.kind, Kind::Unknown);
     EXPECT_EQ(firstOf(verdict), "margins-not-measured");

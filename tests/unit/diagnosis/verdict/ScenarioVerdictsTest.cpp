@@ -22,7 +22,6 @@ const std::map<std::string, std::pair<std::string, std::string>> expected{
     {"coupling", {"thin", "margin-thin"}}, // which is why trace has wrong words there
     {"memory", {"thin", "margin-thin"}},
     {"no-clock", {"fault", "clock-dead"}},
-    {"slow", {"unknown", "margins-not-measured"}},
     {"stuck-pin", {"fault", "pin-stuck"}},
     {"swapped-pins", {"fault", "pins-swapped"}},
     {"too-fast", {"fault", "clock-too-fast"}},

@@ -5,9 +5,11 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <span>
 #include <sstream>
 
 // What is compared, how much, and what is said where nothing can be.
@@ -19,15 +21,16 @@ using diagnosis::WordCheck;
 using testing::HasSubstr;
 
 constexpr std::uint16_t walk[] = {0x0124, 0x8012, 0x4801, 0x2480, 0x1248};
+constexpr std::uint16_t opposed[] = {0x5A5A};
 constexpr std::size_t packetWords = 256;
 
-/// Packets of the walking one on four data pins.
-std::vector<std::uint64_t> walkPackets(std::size_t packets) {
+/// Packets of a pattern on four data pins.
+std::vector<std::uint64_t> packetsOf(std::span<const std::uint16_t> pattern, std::size_t packets) {
     std::vector<std::uint16_t> words;
     std::size_t place = 0;
     for (std::size_t packet = 0; packet < packets; ++packet) {
         for (std::size_t i = 0; i + 1 < packetWords; ++i) {
-            words.push_back(walk[place++ % std::size(walk)]);
+            words.push_back(pattern[place++ % pattern.size()]);
         }
         words.push_back(0x08FF);
     }
@@ -36,17 +39,23 @@ std::vector<std::uint64_t> walkPackets(std::size_t packets) {
     return samples;
 }
 
+std::vector<std::uint64_t> walkPackets(std::size_t packets) {
+    return packetsOf(walk, packets);
+}
+
 /// A transmitter library that takes everything, or refuses test modes.
 class Target : public testing::NiceMock<transmitter_test::MockXmtrLibrary> {
 public:
     Target() {
         ON_CALL(*this, setTestMode).WillByDefault([this](unsigned, unsigned, unsigned mode) {
             modes.push_back(mode);
-            return answer;
+            return mode == refusedMode ? refusal : answer;
         });
     }
     std::vector<unsigned> modes;
     int answer = 0;
+    unsigned refusedMode = 99;
+    int refusal = 0;
 };
 
 /// A channel that programs the target at each start, as the receiver does.
@@ -64,9 +73,11 @@ public:
             }
         }
         transmitter.programChannel(0);
+        sendOrdered();
         atStart();
     }
     bool modes = true;
+    std::function<void()> sendOrdered = [] {};
     std::function<void()> atStart = [] {};
     PatternTransmitter& transmitter;
 };
@@ -82,12 +93,21 @@ struct Bench {
 
     Bench() {
         transmitter.attach(target);
-        give(walkPackets(64));
+        channel.sendOrdered = [this] { give(sent()); };
         verified.exportKind = "pti";
         verified.dataPins = 4;
         verified.bufferBytes = 32768;
         verified.file = folder.path / "run.bin";
         check.askedErrorRate = 1e-5;
+    }
+    std::vector<std::uint64_t> sent() const {
+        const bool isOpposed = !target.modes.empty() && target.modes.back() == 0;
+        return isOpposed ? packetsOf(opposed, 64) : walkPackets(64);
+    }
+    /// In every recording, whatever is ordered.
+    void giveAlways(std::vector<std::uint64_t> samples) {
+        channel.sendOrdered = [] {};
+        give(std::move(samples));
     }
     void give(std::vector<std::uint64_t> samples) {
         channel.samples = std::move(samples);
@@ -100,13 +120,34 @@ TEST(WordVerification, RecordsUntilTheBitsExcludeTheRate) {
     Bench bench;
     bench.verify();
     EXPECT_EQ(bench.check.failure, "");
-    EXPECT_EQ(bench.check.pattern, "walk");
+    EXPECT_EQ(bench.check.pattern, "walk and a5") << "half of the bits of each";
     EXPECT_EQ(bench.check.errors, 0U);
     // 64 packets of 255 words of 16 bits are 261120 bits; 300000 are asked for.
     EXPECT_EQ(bench.check.bits, 2U * 64 * 255 * 16);
     EXPECT_LE(bench.check.bound(), 1e-5);
     EXPECT_EQ(bench.channel.starts, 2U);
+    EXPECT_EQ(bench.target.modes, (std::vector<unsigned>{1, 0}));
+}
+
+TEST(WordVerification, ASinglePinHasOnePattern) {
+    Bench bench;
+    bench.verified.dataPins = 1;
+    bench.giveAlways(packetsOf(std::array<std::uint16_t, 1>{0x5555}, 64));
+    bench.verify();
+    EXPECT_EQ(bench.check.failure, "");
+    EXPECT_EQ(bench.check.pattern, "walk");
     EXPECT_EQ(bench.target.modes, (std::vector<unsigned>{1, 1}));
+}
+
+TEST(WordVerification, WhereTheSecondPatternIsRefusedTheFirstHasAllBits) {
+    Bench bench;
+    bench.target.refusedMode = 0;
+    bench.target.refusal = 4;
+    bench.channel.sendOrdered = [&] { bench.give(walkPackets(64)); };
+    bench.verify();
+    EXPECT_EQ(bench.check.failure, "");
+    EXPECT_EQ(bench.check.pattern, "walk");
+    EXPECT_EQ(bench.check.bits, 2U * 64 * 255 * 16);
 }
 
 TEST(WordVerification, TheOrderEndsWithIt) {
@@ -119,9 +160,12 @@ TEST(WordVerification, TheOrderEndsWithIt) {
 
 TEST(WordVerification, AWrongBitIsCountedOnItsLane) {
     Bench bench;
-    std::vector<std::uint64_t> samples = walkPackets(64);
-    samples[100] ^= 0x4000; // the first slot of a word: its second lane
-    bench.give(samples);
+    unsigned starts = 0;
+    bench.channel.atStart = [&] {
+        std::vector<std::uint64_t> samples = bench.sent();
+        samples[100] ^= starts++ == 0 ? 0x4000U : 0U; // the first slot of a word: its second lane
+        bench.give(samples);
+    };
     bench.check.askedErrorRate = 1e-4;
     bench.verify();
     EXPECT_EQ(bench.check.errors, 1U);
@@ -137,7 +181,7 @@ TEST(WordVerification, ErrorsOfSeveralRecordingsAddUpLaneByLane) {
     Bench bench;
     unsigned starts = 0;
     bench.channel.atStart = [&] {
-        std::vector<std::uint64_t> samples = walkPackets(64);
+        std::vector<std::uint64_t> samples = bench.sent();
         samples[100] ^= starts == 0 ? 0x4000 : 0x5000;
         bench.give(samples);
         ++starts;
@@ -158,7 +202,7 @@ TEST(WordVerification, WhereNothingFitsItEndsAfterOneRecording) {
     for (std::uint64_t& sample : samples) {
         sample |= 0x000F'000F'000F'000F; // the last slot of each word, packets' trailers included
     }
-    bench.give(samples);
+    bench.giveAlways(samples);
     bench.check.askedErrorRate = 1e-7;
     bench.verify();
     EXPECT_EQ(bench.channel.starts, 1U);
@@ -225,7 +269,7 @@ TEST(WordVerification, WithoutTheOrderedPatternNothingIsCompared) {
 
 TEST(WordVerification, AnEmptyRecordingEndsIt) {
     Bench bench;
-    bench.give({});
+    bench.giveAlways({});
     bench.verify();
     EXPECT_EQ(bench.check.failure, "the target sent no words of its test pattern");
 }
@@ -254,7 +298,7 @@ TEST(WordVerification, TheUnitsOwnGeneratorSendsItsRamp) {
     }
     std::vector<std::uint64_t> samples(words.size() / 4);
     std::memcpy(samples.data(), words.data(), words.size() * sizeof words.front());
-    bench.give(samples);
+    bench.giveAlways(samples);
     bench.check.askedErrorRate = 1.5e-5;
     bench.channel.modes = false;
     bench.verify();
