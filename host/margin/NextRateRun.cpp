@@ -14,9 +14,22 @@ namespace {
 using diagnosis::RateScan;
 using diagnosis::faster::RefusedRate;
 
-constexpr unsigned capturedBursts = 4;
+constexpr unsigned capturedBursts = 6;
 /// That the words of the search exclude: they only show which slot each lane is in.
 constexpr double slotErrorRate = 1e-7;
+
+/// A session's board that compares no more words than that takes, also where a search without margins asks for more.
+class BriefBoard final : public diagnosis::tune::Board {
+public:
+    explicit BriefBoard(SessionBoard& used) : board(used) {}
+    diagnosis::Burst burst(const diagnosis::tune::Values& values) override { return board.burst(values); }
+    diagnosis::tune::Words words(const diagnosis::tune::Values& values, double errorRate) override {
+        return board.words(values, std::max(errorRate, slotErrorRate));
+    }
+
+private:
+    SessionBoard& board;
+};
 
 /// Properties with which the calibration is another one than the computed one.
 bool isUsualCalibration(const std::vector<SetProperty>& properties) {
@@ -56,7 +69,8 @@ RefusedRate measured(const RateScan& scanned, ChosenValues& values, const Sessio
     task.half = period / 2.0;
     task.pattern = diagnosis::tune::patternOfBursts(task.lanes);
     task.wordsErrorRate = slotErrorRate;
-    rate.found = diagnosis::tune::search(board, task);
+    BriefBoard brief(board);
+    rate.found = diagnosis::tune::search(brief, task);
     return rate;
 }
 
