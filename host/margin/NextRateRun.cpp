@@ -77,7 +77,10 @@ RefusedRate measured(const RateScan& scanned, ChosenValues& values, const Sessio
 } // namespace
 
 void findNextRate(Session& session, MarginResult& result, PatternTransmitter& transmitter, ProgressLine& line) {
+    // A rate that is too slow to be analysed may be the kept one.
     const RateScan* fastest = diagnosis::fastestSound(result.rates);
+    const auto kept = std::ranges::find(result.rates, true, &RateScan::kept);
+    fastest = fastest == nullptr && kept != result.rates.end() ? &*kept : fastest;
     const std::vector<RateScan*> above =
         fastest != nullptr ? ratesAbove(result.rates, fastest->hertz) : std::vector<RateScan*>();
     if (above.empty() || !isUsualCalibration(session.userProperties()) ||
