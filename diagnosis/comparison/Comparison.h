@@ -56,7 +56,10 @@ bool isWorse(const Comparison& comparison, double allowed);
 std::string comparisonText(const Comparison& comparison, std::size_t columns);
 /// "a", "b", "lanes", "shrink", "sameRate", "tolerance", "equal", "differences".
 nlohmann::json comparisonJson(const Comparison& comparison);
-std::string comparisonPage(const Comparison& comparison);
+/// `further` is markup after the pins.
+std::string comparisonPage(const Comparison& comparison, const std::string& further = {});
+/// A page of such parts.
+std::string comparisonPageOf(const std::string& title, const std::string& body);
 
 /// "0.8 samples (0.6 ns)".
 std::string lengthText(const KeptCalibration& kept, double samples);

@@ -104,7 +104,7 @@ std::string conclusionOf(const Comparison& comparison) {
 
 } // namespace
 
-std::string comparisonPage(const Comparison& comparison) {
+std::string comparisonPage(const Comparison& comparison, const std::string& further) {
     const std::string title = comparison.equal ? "Two calibrations: equal" : "Two calibrations: different";
     std::string body = element("h1", "", title) + pageHeadOf("A", comparison.a) + pageHeadOf("B", comparison.b) +
                        conclusionOf(comparison);
@@ -114,11 +114,15 @@ std::string comparisonPage(const Comparison& comparison) {
             "p", "legend",
             "Lengths in samples of the unit. In the picture A is above B, and the line is the clock edge: data stable "
             "before it (setup) to the left, after it (hold) to the right. Moved: with delays and stretches taken out.");
-    body += element("footer", "", "Made by orvtrace from the diagnostic files alone.");
+    return comparisonPageOf(title, body + further);
+}
+
+std::string comparisonPageOf(const std::string& title, const std::string& body) {
+    const std::string footer = element("footer", "", "Made by orvtrace from the diagnostic files alone.");
     return "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
            "<meta name=\"viewport\" content=\"width=device-width,initial-scale=1\">"
            "<meta name=\"color-scheme\" content=\"light dark\"><link rel=\"icon\" href=\"data:,\"><title>" +
-           title + "</title><style>" + page::styleSheet() + "</style></head><body><main>" + body +
+           escaped(title) + "</title><style>" + page::styleSheet() + "</style></head><body><main>" + body + footer +
            "</main></body></html>\n";
 }
 

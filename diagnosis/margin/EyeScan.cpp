@@ -46,6 +46,8 @@ private:
     bool allReached(Side side) const;
     bool mayFollow(int offset) const;
     void take(LaneScan& lane, std::size_t index, int offset, const TapCount& count, bool nextSlot);
+    bool isNextSlot(const TapCount& count, int offset) const;
+    bool mayBeNextSlot(int offset) const;
     bool isPast(std::size_t index, int offset) const;
     bool isInside(std::size_t index, int offset) const;
     void show(double share) const {
@@ -82,18 +84,6 @@ bool& reachedOf(LaneScan& lane, Side side) {
     return side == setupSide ? lane.setupReached : lane.holdReached;
 }
 
-/// Lanes that sample too late show the next slot's bits. If the wrong bits are those of the other neighbour, the unit has
-/// followed most lanes into the next slot.
-bool isNextSlot(const TapCount& count, int offset) {
-    std::uint64_t toNext = 0;
-    std::uint64_t toPreceding = 0;
-    for (const LaneCount& lane : count.lanes) {
-        toNext += lane.early;
-        toPreceding += lane.late;
-    }
-    return offset > 0 ? toPreceding > toNext : offset < 0 && toNext > toPreceding;
-}
-
 /// A unit follows most lanes to the slot that they show, so that many wrong bits in all of them come from words that were
 /// compared with the wrong place of the pattern.
 bool isLost(const TapCount& count, double transitionShare) {
@@ -116,15 +106,69 @@ bool Scan::isInside(std::size_t index, int offset) const {
     return expected && (offset > 0 ? offset < expected->hold : -offset < expected->setup);
 }
 
+/// The unit follows most lanes. It stays in the own slot as long as the burst shows fewer than half of them at their wall.
+bool Scan::mayBeNextSlot(int offset) const {
+    std::size_t inside = 0;
+    for (std::size_t i = 0; i < plan.expected.size(); ++i) {
+        inside += plan.expected[i] && isInside(i, offset + (offset > 0 ? 1 : -1)) ? 1U : 0U;
+    }
+    return 2 * inside <= result.lanes.size();
+}
+
+/// Wrong bits of all lanes that are the neighbour's on the side that the sampling point leaves.
+struct Opposite {
+    std::uint64_t errors = 0, bits = 0;
+};
+
+/// The same at a tap that was counted in the own slot.
+Opposite oppositeAt(const EyeScanResult& result, int offset, bool isHold) {
+    Opposite sum;
+    for (const LaneScan& lane : result.lanes) {
+        const LaneTap* tap = findTap(lane, offset);
+        if (tap != nullptr && !tap->beyond && !tap->nextSlot) {
+            sum.errors += isHold ? tap->late : tap->early;
+            sum.bits += tap->bits;
+        }
+    }
+    return sum;
+}
+
+/// Lanes that sample too late show the next slot's bits. If the wrong bits are those of the other neighbour, the unit has
+/// followed most lanes into the next slot; unless the burst shows them in their own one, or the errors are those that
+/// jitter at the opposite wall causes, fewer than a tap before.
+bool Scan::isNextSlot(const TapCount& count, int offset) const {
+    if (offset == 0 || !mayBeNextSlot(offset)) {
+        return false;
+    }
+    const bool isHold = offset > 0;
+    std::uint64_t towards = 0;
+    Opposite now;
+    for (const LaneCount& lane : count.lanes) {
+        towards += isHold ? lane.early : lane.late;
+        now.errors += isHold ? lane.late : lane.early;
+        now.bits += count.bits;
+    }
+    if (now.errors <= towards) {
+        return false;
+    }
+    const Opposite inner = oppositeAt(result, offset - (isHold ? 1 : -1), isHold);
+    const double innerRate =
+        inner.bits == 0 ? 0.0 : static_cast<double>(inner.errors) / static_cast<double>(inner.bits);
+    const bool hasMore = static_cast<double>(now.errors) > innerRate * static_cast<double>(now.bits);
+    return inner.errors == 0 || (hasMore && hasMoved(inner.errors, inner.bits, now.errors, now.bits));
+}
+
 void Scan::take(LaneScan& lane, std::size_t index, int offset, const TapCount& count, bool nextSlot) {
     const Side side = offset < 0 ? setupSide : holdSide;
     const bool lost = isLost(count, plan.transitionShare);
-    if (lost && isInside(index, offset)) {
+    const LaneTap* before = findTap(lane, offset);
+    const bool contradicts = before != nullptr && before->bits != 0 && before->nextSlot != nextSlot;
+    if ((lost || contradicts) && isInside(index, offset)) {
         return; // another lane is to blame; this one's bits are unknown here
     }
     LaneTap& tap = tapOf(lane, offset);
     const LaneCount& own = count.lanes[index];
-    if (lost || (tap.bits != 0 && tap.nextSlot != nextSlot)) {
+    if (lost || contradicts) {
         tap.beyond = tap.beyond || offset != 0;
     } else {
         tap.bits += count.bits;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr double middleRate = 0.25;
 constexpr double holeRate = 1e-3;
+constexpr double elsewhere = 3.0; ///< samples between a wall and where the burst shows it
 
 const LaneTap* tapAt(const LaneScan& scan, int offset) {
     const auto at = std::ranges::find_if(scan.taps, [=](const LaneTap& tap) { return tap.offset == offset; });
@@ -48,6 +49,12 @@ bool hasHole(const LaneScan& scan, int step, double share) {
     return false;
 }
 
+/// The burst shows the wall at another place: counts and burst do not describe the same eye.
+bool isElsewhere(const LaneWall& wall, const ScanPlan& plan, std::size_t lane, bool isSetup) {
+    const auto& expected = lane < plan.expected.size() ? plan.expected[lane] : std::nullopt;
+    return expected && wall.middle && std::abs(*wall.middle - (isSetup ? expected->setup : expected->hold)) > elsewhere;
+}
+
 double deepestOf(const LaneScan& scan, int step, double share) {
     double deepest = 1.0;
     for (const LaneTap& tap : scan.taps) {
@@ -65,7 +72,7 @@ void claim(LaneWall& wall) {
     wall.at1e12 = ClaimedMargin{-fit.at(claimedRates[1]), fit.halfWidthAt(claimedRates[1])};
 }
 
-LaneWall wallOf(const LaneScan& scan, const ScanPlan& plan, bool isSetup, bool isClosed) {
+LaneWall wallOf(const LaneScan& scan, const ScanPlan& plan, std::size_t lane, bool isSetup, bool isClosed) {
     const double share = plan.transitionShare;
     const int step = isSetup ? -1 : 1;
     LaneWall wall;
@@ -87,7 +94,8 @@ LaneWall wallOf(const LaneScan& scan, const ScanPlan& plan, bool isSetup, bool i
         wall.margin = wall.margin ? wall.margin : std::optional<double>(wall.clean);
         return wall;
     }
-    if ((isSetup ? scan.setupMoved : scan.holdMoved) || hasHole(scan, step, share)) {
+    if ((isSetup ? scan.setupMoved : scan.holdMoved) || hasHole(scan, step, share) ||
+        isElsewhere(wall, plan, lane, isSetup)) {
         wall.state = WallState::Unstable;
         return wall;
     }
@@ -165,8 +173,8 @@ LaneEye eyeOf(unsigned lane, const LaneScan& scan, const ScanPlan& plan) {
         eye.keptErrors = kept->errors;
         isClosed = kept->beyond || countOf(*kept, plan.transitionShare).rate() > holeRate;
     }
-    eye.setup = wallOf(scan, plan, true, isClosed);
-    eye.hold = wallOf(scan, plan, false, isClosed);
+    eye.setup = wallOf(scan, plan, lane, true, isClosed);
+    eye.hold = wallOf(scan, plan, lane, false, isClosed);
     return eye;
 }
 

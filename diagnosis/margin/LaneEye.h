@@ -17,7 +17,7 @@ enum class WallState {
     BoundOnly,    ///< between two taps; lower rates are not known
     Clipped,      ///< the range of delays ends before it: the margin is at least this
     Closed,       ///< the lane has errors at the kept values
-    Unstable,     ///< it moved during the scan, or has a hole
+    Unstable,     ///< it moved during the scan, has a hole, or is far from where the burst shows it
     NotMeasured,  ///< the scan ended before
 };
 /// "measured", "extrapolated", "bound-only" and so on.

@@ -13,6 +13,9 @@ std::string nanosecondsText(const RateScan& rate, double samples) {
 }
 
 std::string refusedText(const RateScan& rate) {
+    if (rate.next) {
+        return faster::nextRateText(*rate.next, rate.titles);
+    }
     return toolkit::frequencyText(rate.hertz) + " is not scanned: " + rate.refusal;
 }
 
@@ -98,7 +101,8 @@ std::string marginAnswer(const MarginScan& scan) {
     const RateScan* fastest = fastestSound(scan);
     std::string text;
     if (fastest != nullptr) {
-        text += scannedText(*fastest) + "\n";
+        text += scannedText(*fastest) +
+                (fastest->isFastest ? "; the target has no faster rate that the unit records" : "") + "\n";
     }
     for (const RateScan& rate : scan) {
         if (fastest != nullptr && rate.hertz <= fastest->hertz && (isSound(rate) || &rate == fastest)) {

@@ -81,6 +81,22 @@ json laneJson(const RateScan& rate, std::size_t index) {
             {"points", pointsJson(rate, rate.scan.lanes[index])}};
 }
 
+json nextJson(const RateScan& rate) {
+    if (!rate.next) {
+        return nullptr;
+    }
+    json move;
+    if (const auto& found = rate.next->move) {
+        move = {{"lane", found->lane},
+                {"samples", found->samples},
+                {"nanoseconds", found->samples * 1e9 / found->sampleRate},
+                {"hertz", found->hertz},
+                {"marginSamples", found->margin},
+                {"marginPicoseconds", found->margin * 1e12 / found->sampleRate}};
+    }
+    return {{"limit", rate.next->limit}, {"tuned", rate.next->tuned}, {"move", move}};
+}
+
 json rateJson(const RateScan& rate) {
     json lanes = json::array();
     for (std::size_t i = 0; i < rate.eyes.size(); ++i) {
@@ -90,6 +106,8 @@ json rateJson(const RateScan& rate) {
             {"hertz", rate.hertz},
             {"kept", rate.kept},
             {"refusal", orNull(rate.refusal)},
+            {"isFastest", rate.isFastest},
+            {"next", nextJson(rate)},
             {"sampleRate", rate.sampleRate},
             {"bitSamples", rate.plan.bitSamples},
             {"pattern", orNull(rate.pattern)},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "diagnosis/analysis/LaneMargins.h"
+#include "diagnosis/faster/NextRate.h"
 #include "diagnosis/margin/LaneEye.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -27,9 +28,11 @@ struct RateScan {
     std::vector<std::optional<LaneMargins>> bursts; ///< of the calibration, by lane; also of a refused one
     ScanPlan plan;
     EyeScanResult scan;
-    std::vector<LaneEye> eyes; ///< by lane; empty if nothing was scanned
-    double startSeconds = 0.0; ///< since the first calibration
-    double seconds = 0.0;      ///< that the scan took
+    std::vector<LaneEye> eyes;            ///< by lane; empty if nothing was scanned
+    std::optional<faster::NextRate> next; ///< of the slowest refused rate above the fastest sound one
+    bool isFastest = false;               ///< the target has no faster rate that the unit records
+    double startSeconds = 0.0;            ///< since the first calibration
+    double seconds = 0.0;                 ///< that the scan took
 
     bool isScanned() const { return !eyes.empty(); }
     double picoseconds(double samples) const { return samples * 1e12 / sampleRate; }

@@ -27,6 +27,7 @@ public:
     Found run();
 
 private:
+    void searchValues();
     bool measure();
     Values plainValues(int clockStretch, int laneStretch) const;
     std::optional<RawPlaces> placesWith(const Values& values);
@@ -130,9 +131,14 @@ void SearchRun::check() {
 }
 
 Found SearchRun::run() {
-    if (!measure()) {
-        return found;
+    if (measure()) {
+        searchValues();
+        found.places = places;
     }
+    return found;
+}
+
+void SearchRun::searchValues() {
     for (int attempt = 0; attempt <= mostCorrections; ++attempt) {
         found.choice = choose(places, task.errorRate);
         for (int again = 0; again < 2; ++again) {
@@ -149,23 +155,22 @@ Found SearchRun::run() {
             " are needed");
         constexpr double hopeless = -1.5;
         if (found.choice.spare < hopeless) {
-            return found;
+            return;
         }
         // Where margins do not show it, the words have to.
         const bool hasMargin = found.choice.spare >= 0.0;
         found.words = board.words(found.choice.values, hasMargin ? task.wordsErrorRate : task.errorRate);
         if (found.words.sound()) {
             found.kind = hasMargin ? Found::Kind::Sound : Found::Kind::Thin;
-            return found;
+            return;
         }
         say(found.words.bits == 0 ? std::string("no word could be compared")
                                   : "known words come back with " + toolkit::countText(found.words.errors, "error") +
                                         " in " + toolkit::countText(found.words.bits, "bit"));
         if (!correct(found.words)) {
-            return found;
+            return;
         }
     }
-    return found;
 }
 
 } // namespace

@@ -57,6 +57,7 @@ struct Found {
     std::vector<std::string> steps; ///< what was seen and done, a sentence each
     Words words;
     std::size_t bursts = 0;
+    std::optional<RawPlaces> places; ///< of the board's edges, as last measured; nothing if bursts do not show them
 };
 
 /// Of two settings, the first of them faster: whether the second one is the better. Sound beats thin, a sound faster one a

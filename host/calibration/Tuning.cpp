@@ -2,7 +2,7 @@
 
 #include "diagnosis/Diagnosis.h"
 #include "diagnosis/tune/Refusal.h"
-#include "host/platform/Platform.h"
+#include "host/calibration/SessionBoard.h"
 #include "toolkit/Format.h"
 
 #include <algorithm>
@@ -12,56 +12,7 @@ namespace host {
 namespace {
 
 using diagnosis::tune::Found;
-using diagnosis::tune::Values;
 using Pattern = PatternTransmitter::Pattern;
-
-PinValues pinValuesOf(const Values& chosen) {
-    PinValues values;
-    for (const diagnosis::tune::PinValue& pin : chosen) {
-        values.delays.push_back(static_cast<unsigned>(pin.delay));
-        values.stretches.push_back(pin.stretch);
-        values.plateaus.push_back(static_cast<unsigned>(pin.plateau));
-        values.debounces.push_back(static_cast<unsigned>(pin.debounce));
-        values.filters.push_back(static_cast<unsigned>(pin.filter));
-    }
-    return values;
-}
-
-void stopIfInterrupted() {
-    if (interrupted()) {
-        throw toolkit::Failure(toolkit::ExitCode::Interrupted, "interrupted during the search for values");
-    }
-}
-
-/// The session's channel, with given values.
-class SessionBoard final : public diagnosis::tune::Board {
-public:
-    explicit SessionBoard(ChosenValues& used) : values(used) {}
-
-    diagnosis::Burst burst(const Values& chosen) override {
-        stopIfInterrupted();
-        return values.set(pinValuesOf(chosen), Pattern::Walk);
-    }
-
-    diagnosis::tune::Words words(const Values& chosen, double errorRate) override {
-        stopIfInterrupted();
-        values.set(pinValuesOf(chosen), Pattern::F0);
-        const diagnosis::WordCheck check = values.compareWords(diagnosis::WordCheck::When::Alone, errorRate);
-        diagnosis::tune::Words words;
-        words.bits = check.failure.empty() || check.errors != 0 ? check.bits : 0;
-        words.errors = check.errors;
-        words.lanes.resize(chosen.size() - 1);
-        for (const diagnosis::LaneErrors& lane : check.lanes) {
-            if (lane.lane < words.lanes.size()) {
-                words.lanes[lane.lane] = {lane.errors, lane.early, lane.late};
-            }
-        }
-        return words;
-    }
-
-private:
-    ChosenValues& values;
-};
 
 /// One search for values after a calibration.
 class TuneRun {

@@ -1,9 +1,11 @@
 #include "host/margin/MarginRun.h"
 
 #include "diagnosis/Diagnosis.h"
+#include "host/margin/NextRateRun.h"
 #include "host/platform/InterruptAnswer.h"
 #include "toolkit/FilePath.h"
 #include "toolkit/Format.h"
+#include "toolkit/JsonText.h"
 #include "toolkit/OutputFiles.h"
 #include "toolkit/Text.h"
 
@@ -81,6 +83,9 @@ void MarginRun::run() {
     try {
         session.calibrate(line);
         scanRates();
+        if (!options.quick && options.hertz <= 0.0 && !interrupted()) {
+            findNextRate(session, result, transmitter, line);
+        }
         calibrateAgain(session, result, {}, line);
     } catch (const toolkit::Failure& failure) {
         throw session.explained(failure);
@@ -148,6 +153,10 @@ RateScan MarginRun::describe(const FrequencySetting& setting) const {
     RateScan rate;
     rate.setting = setting.setting;
     rate.hertz = setting.hertz;
+    rate.isFastest = std::ranges::none_of(result.log.frequencies, [&](const FrequencySetting& other) {
+        return other.setting > setting.setting && other.unused.empty() &&
+               other.hertz <= diagnosis::limits::highestClock;
+    });
     rate.startSeconds = secondsSince(start);
     const diagnosis::DiagnosticSet set = diagnosis::readDiagnostics(session.fileStem());
     rate.sampleRate = set.sampleRate();
@@ -314,6 +323,9 @@ void MarginRun::writeOutputs() {
         result.files.push_back({key, label, path.string()});
     };
     const std::string& name = result.scenario.empty() ? result.cpu : result.scenario;
+    // Beside the files of the calibration, where orvtrace diff finds it.
+    toolkit::writeOutputFile(toolkit::filePath(session.fileStem().string() + ".margin.json"),
+                             [&](std::ostream& out) { out << toolkit::jsonText(marginResultJson(result)); });
     write(options.page, "page", "page", options.page.empty() ? "" : diagnosis::marginPage(result.rates, name));
     write(options.pinned, "pinned", "pinned", options.pinned.empty() ? "" : pinnedProperties(result));
 }

@@ -37,6 +37,7 @@ const std::vector<Area>& messageAreas() {
         {"diagnosis/verdict/", Scope::reported, "reasons and evidence, explained on a page of their own"},
         {"diagnosis/report/", Scope::reported, "a page with its own legends"},
         {"diagnosis/tune/", Scope::reported, "steps of a search, explained on a page of their own"},
+        {"diagnosis/faster/", Scope::reported, "what limits a rate, explained on a page of its own"},
         {"diagnosis/comparison/", Scope::reported, "results with their own legends"},
         {"host/calibration/Reuse.cpp", Scope::reported, "what does not fit, explained on a page of its own"},
         {"host/results/", Scope::reported, "results with their own legends"},

@@ -22,6 +22,17 @@ TEST(MarginScans, OfRandomWiringsFindTheWallsThatTheBenchKnows) {
     }
 }
 
+TEST(MarginScans, JitterThatReachesTheKeptValuesMovesNoWall) {
+    // Their setup walls still spoil bits at the kept values; in the hold walls that was once taken for the next slot.
+    for (const std::uint64_t seed : {720564U, 720706U}) {
+        const MarginTable table = judgeMargins(seed, 1, 3.0);
+        EXPECT_EQ(table.walls, table.within1) << seed << '\n' << table.text();
+        EXPECT_GE(table.walls, 4U) << seed;
+        EXPECT_EQ(table.boundsBroken, 0U) << seed;
+        EXPECT_EQ(table.others, 0U) << seed;
+    }
+}
+
 TEST(MarginScans, OfAScanAfterAScanHaveTheSameTruth) {
     const bench::Scenario scenario = drawScenario(705003, bench::ExportKind::Pti);
     const auto first = scanWiring(scenario, 1);

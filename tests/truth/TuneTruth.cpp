@@ -96,6 +96,16 @@ void RigBoard::set(const Values& values) {
 diagnosis::Burst RigBoard::burst(const Values& values) {
     set(values);
     send();
+    return captured(values);
+}
+
+diagnosis::Burst RigBoard::laterBurst(const Values& values) {
+    constexpr std::uint64_t wait = 3141593; // ns, no multiple of any clock's period
+    rig.time.pass(wait);
+    return captured(values);
+}
+
+diagnosis::Burst RigBoard::captured(const Values& values) {
     rig.inside().captureOvs();
     diagnosis::Burst burst;
     for (std::size_t proc = 0; proc < values.size(); ++proc) {

@@ -21,6 +21,8 @@ public:
     RigBoard(bench_client::BenchRig& used, unsigned setting, const char* burstPattern = "walk");
 
     diagnosis::Burst burst(const diagnosis::tune::Values& values) override;
+    /// Another one, of the same transmission some milliseconds later.
+    diagnosis::Burst laterBurst(const diagnosis::tune::Values& values);
     /// Counts drawn from what the bench knows: a recording's wrong bits come from the same chances.
     diagnosis::tune::Words words(const diagnosis::tune::Values& values, double errorRate) override;
 
@@ -29,6 +31,7 @@ public:
 
 private:
     void send();
+    diagnosis::Burst captured(const diagnosis::tune::Values& values);
 
     bench_client::BenchRig& rig;
     unsigned programmed;

@@ -79,6 +79,21 @@ TEST(EarlierCalibration, OfABoardThatHasDriftedIsReplacedAndSaysWhatHasMoved) {
     EXPECT_THAT(strict.json.at("recordings"), IsEmpty());
 }
 
+TEST(EarlierCalibration, OfTheColdBoardNamesTheLaneThatIsLateWhenItIsWarm) {
+    const RunSpace space;
+    ASSERT_EQ(record(space, "late-lane-cold", "cold").code, 0);
+    const Outcome warm = record(space, "late-lane", "warm", {"--calibration", space.file("cold").string()});
+    ASSERT_EQ(warm.code, 0) << warm.errors;
+    const json earlier = warm.json.at("earlierCalibration");
+    EXPECT_EQ(earlier.at("reused"), false);
+    const std::regex drift(R"(D1 .EMU2. has drifted by (5\.[5-9]|6\.[0-5]) samples .* later since .*)");
+    EXPECT_TRUE(std::regex_match(earlier.at("reasons").at(0).get<std::string>(), drift)) << earlier.at("reasons");
+    EXPECT_EQ(warm.json.at("verdict").at("kind"), "sound") << "calibrated anew";
+    const Outcome moved = space.run({"diff", "--json", space.file("cold").string(), space.file("warm").string()});
+    ASSERT_EQ(moved.code, 0) << moved.errors;
+    EXPECT_NEAR(moved.json.at("lanes").at(2).at("moved").get<double>(), 6.0, 0.5);
+}
+
 TEST(EarlierCalibration, OfAnotherRateOrNoneIsNotUsed) {
     const RunSpace space;
     ASSERT_EQ(record(space, space.write("board.toml", board(0.0)), "first").code, 0);

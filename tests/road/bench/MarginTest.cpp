@@ -126,11 +126,49 @@ TEST(Margin, NamesARefusedRateWithItsReason) {
     EXPECT_TRUE(rate.at("lanes").empty());
 }
 
+TEST(Margin, SaysWhatWouldBuyTheNextRate) {
+    const RunSpace space;
+    const Outcome run = space.run(
+        {"margin", "--json", "--scenario", "step-down", "--error-rate", "1e-6", "--out", space.file("run").string()});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    const json rates = run.json.at("rates");
+    ASSERT_EQ(rates.size(), 4U);
+    EXPECT_TRUE(rates.at(1).at("next").is_null());
+    const json next = rates.at(2).at("next");
+    ASSERT_TRUE(next.is_object());
+    EXPECT_THAT(next.at("limit").get<std::string>(), Not(IsEmpty()));
+    EXPECT_THAT(run.json.at("answer").get<std::string>(), HasSubstr("\n114 MHz fails: "));
+    EXPECT_EQ(run.json.at("verdict").at("hertz"), 50e6);
+}
+
 TEST(Margin, ARateThatTheTargetDoesNotHaveIsBadInput) {
     const RunSpace space;
     const Outcome run = scan(space, "two-pin", {"--rate", "33MHz"});
     EXPECT_EQ(run.code, 3) << run.errors;
     EXPECT_THAT(run.errors, HasSubstr("the target has no usable rate of 33 MHz; it has 25 MHz, 50 MHz\n"));
+}
+
+TEST(Margin, TwoScansAreComparedFromTheirRunsOrTheirJson) {
+    const RunSpace space;
+    const Outcome first = scan(space, "two-pin");
+    ASSERT_EQ(first.code, 0) << first.errors;
+    const fs::path printed = space.write("first.json", first.output);
+    const std::string run = space.file("run").string();
+    const Outcome runs = space.run({"diff", run, run, "--json", "--allow", "0"});
+    ASSERT_EQ(runs.code, 0) << runs.errors << runs.output;
+    ASSERT_EQ(runs.json.at("margins").at("rates").size(), 1U);
+    EXPECT_TRUE(runs.json.at("equal").get<bool>());
+    const Outcome mixed = space.run({"diff", printed.string(), run, "--json", "--allow", "0"});
+    ASSERT_EQ(mixed.code, 0) << mixed.errors << mixed.output;
+    EXPECT_TRUE(mixed.json.at("margins").at("shrink").is_null());
+    std::string worse = first.output;
+    const std::string errors = "\"errors\": 0";
+    const std::size_t at = worse.find(errors);
+    ASSERT_NE(at, std::string::npos);
+    worse.replace(at, errors.size(), "\"errors\": 7");
+    const Outcome lost = space.run({"diff", run, space.write("worse.json", worse).string(), "--allow", "3"});
+    EXPECT_EQ(lost.code, 10) << lost.output << lost.errors;
+    EXPECT_THAT(lost.output, HasSubstr("lost: 50 MHz is sound in A and not in B"));
 }
 
 TEST(Margin, ShowsAnswerTableAndPictureOnATerminal) {

@@ -156,11 +156,12 @@ TEST_P(Scenarios, EndAsTheirAuthorSays) {
     }
 }
 
-const std::vector<const char*> tested{"clean",    "bench-cable",   "step-down",        "slow",         "one-pin",
-                                      "two-pin",  "tpiu",          "tpiulite",         "self-test",    "no-clock",
-                                      "too-fast", "too-many-bits", "stuck-pin",        "swapped-pins", "glitches",
-                                      "wrap",     "stop-on-full",  "stop-by-user",     "trigger-file", "bad-memory",
-                                      "memory",   "coupling",      "half-period-peak", "cut-window",   "late-lane"};
+const std::vector<const char*> tested{
+    "clean",        "bench-cable",   "step-down", "slow",     "one-pin",          "two-pin",
+    "tpiu",         "tpiulite",      "self-test", "no-clock", "too-fast",         "too-many-bits",
+    "stuck-pin",    "swapped-pins",  "glitches",  "wrap",     "stop-on-full",     "stop-by-user",
+    "trigger-file", "bad-memory",    "memory",    "coupling", "half-period-peak", "cut-window",
+    "late-lane",    "late-lane-cold"};
 
 INSTANTIATE_TEST_SUITE_P(Bench, Scenarios, testing::ValuesIn(tested),
                          [](const testing::TestParamInfo<const char*>& scenario) {

@@ -91,6 +91,37 @@ TEST(EyeScan, ALaneThatFollowsLaterIsNotBlamedForTheOthers) {
     EXPECT_NEAR(*scanned.eyes[3].hold.margin, 6.4, 1.0);
 }
 
+TEST(EyeScan, JitterOfTheOppositeWallIsNotTakenForTheNextSlot) {
+    // With so much jitter the setup wall still spoils a few bits past the kept values.
+    const std::vector<SimulatedLane> lanes{{3.3, 13.0, 1.0}, {3.4, 13.0, 1.0}, {5.0, 13.0, 1.0}, {3.3, 13.0, 1.0}};
+    for (const bool hasBurst : {true, false}) {
+        ScanPlan plan = planFor(lanes, {10, {0, 0, 0, 0}});
+        if (!hasBurst) {
+            plan.expected.clear();
+        }
+        for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+            SimulatedLanes target(plan, lanes, seed);
+            const Scanned scanned =
+                scan(plan, [&](const Delays& delays, std::uint64_t bits) { return target.measure(delays, bits); });
+            for (const LaneEye& eye : scanned.eyes) {
+                ASSERT_TRUE(eye.hold.margin);
+                EXPECT_NEAR(*eye.hold.margin, 13.0 - 3.09 * 1.0, 1.0) << seed << (hasBurst ? "" : ", without a burst");
+            }
+        }
+    }
+}
+
+TEST(EyeScan, AWallFarFromWhereTheBurstShowsItIsUnstable) {
+    const std::vector<SimulatedLane> lanes{{8.0, 6.0, 0.3}};
+    ScanPlan plan = planFor(lanes, {15, {0}});
+    plan.expected[0]->hold = 9.5;
+    SimulatedLanes target(plan, lanes, 1);
+    const Scanned scanned =
+        scan(plan, [&](const Delays& delays, std::uint64_t bits) { return target.measure(delays, bits); });
+    EXPECT_EQ(scanned.eyes[0].hold.state, WallState::Unstable);
+    EXPECT_EQ(scanned.eyes[0].setup.state, WallState::BoundOnly);
+}
+
 TEST(EyeScan, ErrorsAtTheKeptValuesCloseTheEye) {
     const Scanned scanned = scan({{6.0, 0.3, 0.5}, {6.0, 6.0, 0.3}}, {12, {0, 0}});
     EXPECT_EQ(scanned.eyes[0].hold.state, WallState::Closed);
