@@ -15,7 +15,7 @@ namespace {
 
 // No section begins below this offset: no identifier is shorter.
 constexpr std::uint32_t smallestIdentifier = 4;
-constexpr const char* badFileName = "File name passed to save file is not valid.";
+constexpr const char* badNameToSave = "File name passed to save file is not valid.";
 constexpr const char* sizeNotWritten = "Write error - size of TDF header.";
 
 bool fits(std::uint64_t end, std::string_view sectionName, std::uint64_t dataBytes) {
@@ -26,7 +26,7 @@ bool fits(std::uint64_t end, std::string_view sectionName, std::uint64_t dataByt
 // thousands of chunks. Null for a file that can only be read.
 File openForUpdate(const char* fileName) {
     File file(fileName != nullptr && *fileName != '\0' ? open(fileName, "r+b") : nullptr);
-    require(file != nullptr || isReadable(fileName), badFileName);
+    require(file != nullptr || isReadable(fileName), badNameToSave);
     // Unbuffered, since the writes are a few words and large blocks: a buffer would copy the blocks, and read a page at
     // each seek.
     if (file != nullptr) {

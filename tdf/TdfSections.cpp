@@ -16,7 +16,7 @@ using namespace TdfStream;
 namespace {
 
 constexpr std::uint32_t foreignIdentifierSize = 4;
-constexpr const char* badFileName = "File name passed to load is not valid.";
+constexpr const char* badNameToLoad = "File name passed to load is not valid.";
 constexpr const char* badFormat = "Invalid TDF format.";
 constexpr const char* badData = "Read I/O error - section data corrupted.";
 
@@ -76,7 +76,7 @@ private:
 };
 
 void checkFileName(const char* fileName) {
-    require(isReadable(fileName), badFileName);
+    require(isReadable(fileName), badNameToLoad);
     require(hasExtension(fileName), "TDF file extension must be .tdf.");
 }
 

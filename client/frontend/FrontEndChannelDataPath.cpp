@@ -38,7 +38,6 @@ void FrontEndChannel_1::freeSelf() {
 void FrontEndChannel_1::rotateDataFile() {
     const std::string from = stem() + ".bin";
     std::string to = stem();
-    constexpr bool appended = true;
     uString::toText(settings.archive, to, appended, ".%d.bin");
     --settings.archive;
     std::rename(from.c_str(), to.c_str());

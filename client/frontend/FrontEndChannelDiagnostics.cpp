@@ -22,9 +22,6 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-constexpr bool withSymbol = true;
-constexpr bool appended = true;
-
 constexpr std::array deletedSuffixes{".bin", ".ver", ".cap.txt", ".reg.txt", ".cal.txt", ".trg.txt"};
 
 /// Fails with eFILE unless the file is opened and written completely.

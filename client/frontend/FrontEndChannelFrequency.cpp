@@ -20,9 +20,6 @@ constexpr std::uint32_t lastDebounce = 8;
 constexpr std::uint32_t fullFilter = 7;
 constexpr int pairsTried = 10;
 
-constexpr bool withSymbol = true;
-constexpr bool appended = true;
-
 analysis::UnitClock unitClock(const FrontEnd_1& frontEnd) {
     const PllSettings& pll = frontEnd.pll();
     return {pll.refFrequency, pll.multiplier, pll.divider};

@@ -25,12 +25,6 @@ constexpr std::uint32_t requestGranularity = 16384;
 
 constexpr std::uint32_t samplesDepth = 512; // words in a proc's FIFO
 
-constexpr bool appended = true;
-
-void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
-    logEntry(frontEndUnit, function, location);
-}
-
 /// The text of an exception, never empty.
 const char* textOf(const std::exception& e) {
     return e.what() != nullptr && *e.what() != '\0' ? e.what() : "unknown exception";
@@ -39,7 +33,7 @@ const char* textOf(const std::exception& e) {
 } // namespace
 
 void FrontEndChannel_1::applySettings() {
-    entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::applySettings");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::applySettings");
     terminateThread(); // before the lock: the thread needs the lock to end
     uMutexLock lock(*mutex);
     if (control.state == Recording) {
@@ -122,7 +116,7 @@ void FrontEndChannel_1::close() {
 }
 
 void FrontEndChannel_1::start(bool) {
-    entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::start");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::start");
     uMutexLock lock(*mutex);
     do {
         if (control.state == Recording) {
@@ -265,12 +259,12 @@ void FrontEndChannel_1::readBytesReady() {
 }
 
 void FrontEndChannel_1::stop() {
-    entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::stop");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::stop");
     signalStop(Stopped, nullptr);
 }
 
 void FrontEndChannel_1::endTransmission(bool flag) {
-    entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::endTransmission");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::endTransmission");
     uMutexLock lock(*mutex);
     transmitter->end(flag);
 }
@@ -334,7 +328,7 @@ void FrontEndChannel_1::run() {
 }
 
 void FrontEndChannel_1::controlLoop() {
-    entry("VX_QRS::ORV::CLIENT::FrontEndChannel_1::run");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEndChannel_1::run");
     Run run;
     if (!control.dataFile.isOpen()) {
         // The lock is not taken: a thread that keeps it must not keep an old file in place.

@@ -26,8 +26,6 @@ namespace {
 /// Bytes that a wrapping buffer loses.
 constexpr std::uint32_t wrapBlock = 16384;
 
-constexpr bool appended = true;
-
 template <class Item>
 const char* join(std::string& out, std::span<const Item> items, const char* format) {
     out.clear();

@@ -27,10 +27,6 @@ constexpr std::uint32_t dataServerPort = 55760;
 FrontEnd_1* singleton = nullptr;
 std::uint32_t useCount = 0;
 
-void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
-    logEntry(frontEndUnit, function, location);
-}
-
 std::unique_ptr<uDll> makeLibrary() {
     try {
         return std::make_unique<uDll>();
@@ -42,7 +38,7 @@ std::unique_ptr<uDll> makeLibrary() {
 } // namespace
 
 FrontEnd* createFrontEnd() {
-    entry("VX_QRS::ORV::CLIENT::createFrontEnd");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::createFrontEnd");
     if (singleton == nullptr) {
         try {
             singleton = new FrontEnd_1;
@@ -55,7 +51,7 @@ FrontEnd* createFrontEnd() {
 }
 
 void destroyFrontEnd(FrontEnd* frontEnd) {
-    entry("VX_QRS::ORV::CLIENT::destroyFrontEnd");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::destroyFrontEnd");
     if (useCount == 0) {
         return;
     }
@@ -70,7 +66,7 @@ void destroyFrontEnd(FrontEnd* frontEnd) {
 
 FrontEnd_1::FrontEnd_1(DataClientFactory factory, Waits& waits)
     : clientFactory(factory), library(makeLibrary()), waiting(waits) {
-    entry("VX_QRS::ORV::CLIENT::FrontEnd_1::FrontEnd_1");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEnd_1::FrontEnd_1");
     parser = createPropertyParser();
     dataClient = clientFactory.create(dataServerPort);
     if (dataClient == nullptr) {
@@ -80,7 +76,7 @@ FrontEnd_1::FrontEnd_1(DataClientFactory factory, Waits& waits)
 }
 
 FrontEnd_1::~FrontEnd_1() {
-    entry("VX_QRS::ORV::CLIENT::FrontEnd_1::~FrontEnd_1");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEnd_1::~FrontEnd_1");
     for (FrontEndChannel* channel : channels) {
         delete channel;
     }
@@ -147,7 +143,7 @@ void FrontEnd_1::lookUp(const char* name, const char** value) {
 FrontEndChannel* FrontEnd_1::alloc(const char* cpuName, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
                                    std::uint32_t xmtrChannel, std::uint32_t xmtrCookie, std::uint32_t adapterKind,
                                    const ChannelSettings* traceSetup) {
-    entry("VX_QRS::ORV::CLIENT::FrontEnd_1::alloc");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEnd_1::alloc");
     try {
         channels.reserve(channels.size() + 1);
     } catch (const std::bad_alloc&) {
@@ -167,7 +163,7 @@ FrontEndChannel* FrontEnd_1::alloc(const char* cpuName, Vx::Qrs::Trace::IXmtrLib
 }
 
 void FrontEnd_1::release(FrontEndChannel* channel) {
-    entry("VX_QRS::ORV::CLIENT::FrontEnd_1::release");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEnd_1::release");
     if (channel == nullptr) {
         return;
     }
@@ -195,7 +191,7 @@ DataClient* FrontEnd_1::getDataClient() {
 }
 
 void FrontEnd_1::applySettings() {
-    entry("VX_QRS::ORV::CLIENT::FrontEnd_1::applySettings");
+    logEntry(frontEndUnit, "VX_QRS::ORV::CLIENT::FrontEnd_1::applySettings");
     parser->setSection("Global");
     parser->apply(this);
     logStep(here(), "connecting to orv url %s", url.c_str());

@@ -14,8 +14,6 @@ using Vx::Qrs::Trace::limits::syncZeros;
 constexpr std::uint32_t keptErrors = 10;
 constexpr std::uint32_t reportedItems = 5;
 
-constexpr bool appended = true;
-
 } // namespace
 
 PatternVerifier::PatternVerifier(Pattern& checked, FrameFormat frameFormat)

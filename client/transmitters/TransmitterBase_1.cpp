@@ -12,10 +12,6 @@ namespace {
 
 constexpr const char* defaultExport = exportPti;
 
-void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
-    logEntry(transmitterUnit, function, location);
-}
-
 FrontEnd* needed(FrontEnd* frontEnd) {
     if (frontEnd == nullptr) {
         fail(transmitterUnit, eNULL);
@@ -40,16 +36,16 @@ void readPins(std::vector<std::uint32_t>& pins, const char* list) {
 
 TransmitterBase_1::TransmitterBase_1(FrontEnd* unit, std::uint32_t channel)
     : frontEnd(needed(unit)), xmtrChannel(channel), channelNumber(unit->numChannels()), parser(createPropertyParser()) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::TransmitterBase_1");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::TransmitterBase_1");
 }
 
 TransmitterBase_1::~TransmitterBase_1() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::~TransmitterBase_1");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::~TransmitterBase_1");
     destroyPropertyParser(parser);
 }
 
 void TransmitterBase_1::setProperty(const char* name, const char* value) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::setProperty");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::setProperty");
     if (name == nullptr || value == nullptr) {
         fail(transmitterUnit, eNULL, "property name or storage");
     }
@@ -71,7 +67,7 @@ void TransmitterBase_1::setProperty(const char* name, const char* value) {
 }
 
 void TransmitterBase_1::getProperty(const char* name, const char** value) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::getProperty");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::getProperty");
     if (name == nullptr || value == nullptr) {
         fail(transmitterUnit, eNULL, "property name or storage");
     }
@@ -88,7 +84,7 @@ void TransmitterBase_1::getProperty(const char* name, const char** value) {
 }
 
 void TransmitterBase_1::applySettings() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::applySettings");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::applySettings");
     parser->setSection("Global");
     parser->apply(this);
     // A channel applies its own section to its transmitter together with its settings.
@@ -100,37 +96,37 @@ void TransmitterBase_1::applySettings() {
 }
 
 void TransmitterBase_1::program(const char*, std::uint32_t) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::program");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::program");
 }
 
 void TransmitterBase_1::end(bool) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::end");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::end");
 }
 
 void TransmitterBase_1::flush() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::flush");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::flush");
 }
 
 void TransmitterBase_1::shutdown() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::shutdown");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::shutdown");
 }
 
 void TransmitterBase_1::reset() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::reset");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::reset");
 }
 
 std::uint32_t TransmitterBase_1::numFrequencySettings() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::numFrequencySettings");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::numFrequencySettings");
     return 1;
 }
 
 bool TransmitterBase_1::hasTriggered() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::hasTriggered");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::hasTriggered");
     return false;
 }
 
 Pattern* TransmitterBase_1::getPattern() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterBase_1::getPattern");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterBase_1::getPattern");
     if (pattern == nullptr) {
         fail(transmitterUnit, eSEQUENCE, "no pattern programmed");
     }

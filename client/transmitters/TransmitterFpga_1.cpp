@@ -13,13 +13,13 @@ namespace VX_QRS::ORV::CLIENT {
 
 namespace {
 
-struct Program {
+struct GeneratorProgram {
     std::string_view name;
     std::uint32_t code; // of the unit's generator
     const char* pattern;
 };
 
-constexpr Program programs[] = {
+constexpr GeneratorProgram generatorPrograms[] = {
     {"f0", 5, patternF0},          {"calibration", 5, patternF0},         {"a5", 6, patternA5},
     {"ramp", 7, patternRampFrom1}, {"verification", 7, patternRampFrom1}, {"none", 7, patternRampFrom1},
 };
@@ -59,9 +59,9 @@ void TransmitterFpga_1::program(const char* name, std::uint32_t) {
     if (name != nullptr) {
         progName = name;
     }
-    const auto found = std::find_if(std::begin(programs), std::end(programs),
-                                    [this](const Program& entry) { return entry.name == progName; });
-    if (found == std::end(programs)) {
+    const auto found = std::find_if(std::begin(generatorPrograms), std::end(generatorPrograms),
+                                    [this](const GeneratorProgram& entry) { return entry.name == progName; });
+    if (found == std::end(generatorPrograms)) {
         fail(transmitterUnit, eVALUE, "invalid program for transmitter type");
     }
     progName = found->pattern;

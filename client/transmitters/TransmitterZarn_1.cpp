@@ -42,13 +42,13 @@ constexpr ExportKind exportKinds[] = {
     {5, exportTpiulite, 18, 19, 3, 1},
 };
 
-struct Program {
+struct TestModeProgram {
     std::string_view name;
     std::optional<std::uint32_t> testMode;
     const char* pattern;
 };
 
-constexpr Program programs[] = {
+constexpr TestModeProgram testModePrograms[] = {
     {"a5", 0, patternA5},          {"walk", 1, patternWalk},
     {"ramp", 2, patternRampFrom0}, {"verification", 2, patternRampFrom0},
     {"lfsr", 3, patternLfsr},      {"f0", 4, patternF0},
@@ -63,10 +63,6 @@ void checkResult(int code, const char* text, const SourceLocation& location = So
     }
 }
 
-void entry(const char* function, const SourceLocation& location = SourceLocation::current()) {
-    logEntry(transmitterUnit, function, location);
-}
-
 } // namespace
 
 TransmitterZarn_1::TransmitterZarn_1(FrontEnd* unit, const char* name, Vx::Qrs::Trace::IXmtrLibrary* xmtrLibrary,
@@ -74,7 +70,7 @@ TransmitterZarn_1::TransmitterZarn_1(FrontEnd* unit, const char* name, Vx::Qrs::
                                      const ChannelSettings* setup)
     : TransmitterBase_1(unit, channel), cpuName(name != nullptr ? name : ""), library(xmtrLibrary), xmtrCookie(cookie),
       adapterKind(kind), traceSetup(setup) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::TransmitterZarn_1");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::TransmitterZarn_1");
     if (library == nullptr) {
         ownLibrary.load(cpuName);
         library = ownLibrary.library();
@@ -82,7 +78,7 @@ TransmitterZarn_1::TransmitterZarn_1(FrontEnd* unit, const char* name, Vx::Qrs::
 }
 
 TransmitterZarn_1::~TransmitterZarn_1() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::~TransmitterZarn_1");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::~TransmitterZarn_1");
     try {
         closeLink();
     } catch (const std::exception& e) {
@@ -93,7 +89,7 @@ TransmitterZarn_1::~TransmitterZarn_1() {
 }
 
 void TransmitterZarn_1::applySettings() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::applySettings");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::applySettings");
     if (!dirty) {
         return;
     }
@@ -134,7 +130,7 @@ void TransmitterZarn_1::closeLink() {
 }
 
 void TransmitterZarn_1::program(const char* name, std::uint32_t frequencySetting) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::program");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::program");
     if (pins.empty()) {
         fail(transmitterUnit, eSEQUENCE, "pins not set");
     }
@@ -143,9 +139,9 @@ void TransmitterZarn_1::program(const char* name, std::uint32_t frequencySetting
     }
     logMessage("%s %s progName=%s, frequencySetting=%d", programLabel, "TransmitterZarn_1::program", progName.c_str(),
                static_cast<int>(frequencySetting));
-    const auto found = std::find_if(std::begin(programs), std::end(programs),
-                                    [this](const Program& known) { return known.name == progName; });
-    if (found == std::end(programs)) {
+    const auto found = std::find_if(std::begin(testModePrograms), std::end(testModePrograms),
+                                    [this](const TestModeProgram& known) { return known.name == progName; });
+    if (found == std::end(testModePrograms)) {
         fail(transmitterUnit, eXMTR, "invalid program");
     }
     progName = found->pattern;
@@ -219,22 +215,22 @@ void TransmitterZarn_1::applyTraceSetup() {
 }
 
 void TransmitterZarn_1::end(bool flag) {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::end");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::end");
     checkResult(library->applyEnd(xmtrChannel, flag), "failed applying end of trace");
 }
 
 void TransmitterZarn_1::flush() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::flush");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::flush");
     checkResult(library->flushBuffer(xmtrChannel), "failed flushing buffer");
 }
 
 void TransmitterZarn_1::shutdown() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::shutdown");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::shutdown");
     checkResult(library->shutdownPort(xmtrChannel), "failed shutting down port");
 }
 
 void TransmitterZarn_1::reset() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::reset");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::reset");
     constexpr const char* failure = "failed resetting trace status";
     std::uint32_t status = 0;
     checkResult(library->getTraceStatus(xmtrChannel, &status), failure);
@@ -244,14 +240,14 @@ void TransmitterZarn_1::reset() {
 }
 
 std::uint32_t TransmitterZarn_1::numFrequencySettings() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::numFrequencySettings");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::numFrequencySettings");
     unsigned count = 0;
     checkResult(library->getNumFrequencySettings(xmtrChannel, &count), "failed getting transmitter character");
     return count;
 }
 
 bool TransmitterZarn_1::hasTriggered() {
-    entry("VX_QRS::ORV::CLIENT::TransmitterZarn_1::hasTriggered");
+    logEntry(transmitterUnit, "VX_QRS::ORV::CLIENT::TransmitterZarn_1::hasTriggered");
     std::uint32_t status = 0;
     checkResult(library->getTraceStatus(xmtrChannel, &status), "failed getting trace status");
     if ((status & statusTriggered) == 0) {

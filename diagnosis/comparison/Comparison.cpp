@@ -9,12 +9,6 @@ namespace diagnosis {
 
 namespace {
 
-constexpr double sameRateShare = 5e-3; ///< the receiver's own two counts may differ by as much
-
-bool isSameRate(const KeptCalibration& a, const KeptCalibration& b) {
-    return a.hertz && b.hertz && std::abs(*a.hertz - *b.hertz) <= sameRateShare * *a.hertz;
-}
-
 std::string rateOf(const KeptCalibration& kept) {
     return kept.hertz ? toolkit::frequencyText(*kept.hertz) : std::string("an unknown rate");
 }
@@ -97,7 +91,7 @@ Comparison compare(const KeptCalibration& a, const KeptCalibration& b, double to
     comparison.a = a;
     comparison.b = b;
     comparison.tolerance = tolerance;
-    comparison.sameRate = isSameRate(a, b);
+    comparison.sameRate = a.hertz && b.hertz && isSameRate(*a.hertz, *b.hertz);
     describeRun(comparison);
     for (std::size_t proc = 1; proc < std::min(a.pins.size(), b.pins.size()); ++proc) {
         comparison.lanes.push_back(changeOf(comparison, proc));

@@ -80,6 +80,10 @@ bool KeptCalibration::hasValues() const {
     });
 }
 
+bool isSameRate(double hertz, double other) {
+    return std::abs(hertz - other) <= 5e-3 * hertz;
+}
+
 double movedBy(double from, double to, double half) {
     return half > 0.0 ? std::remainder(to - from, half) : to - from;
 }

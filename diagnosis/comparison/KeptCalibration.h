@@ -41,6 +41,9 @@ struct KeptCalibration {
     double nanoseconds(double samples) const { return samples * 1e9 / sampleRate; }
 };
 
+/// The receiver's own two counts of one clock differ by less.
+bool isSameRate(double hertz, double other);
+
 /// `place` is only named.
 KeptCalibration keptCalibrationOf(const DiagnosticSet& set, const std::string& place);
 

@@ -14,7 +14,6 @@ constexpr double worthANote = 1.0; ///< samples
 /// What bursts of the same board differ by: positions are known to half a sample where the clock's period is a whole
 /// number of samples.
 constexpr double unmoved = 0.5;
-constexpr double sameRateShare = 5e-3;
 
 std::string since(const KeptCalibration& kept) {
     return kept.date.empty() ? std::string() : " since " + kept.date;
@@ -82,7 +81,7 @@ void judgeLane(const KeptCalibration& kept, const Lane& lane, KeptFit& fit) {
 
 KeptFit fitOf(const KeptCalibration& kept, const std::vector<KeptPin>& now, double hertz, double errorRate) {
     KeptFit fit;
-    if (kept.hertz && std::abs(hertz - *kept.hertz) > sameRateShare * *kept.hertz) {
+    if (kept.hertz && !isSameRate(*kept.hertz, hertz)) {
         fit.reasons.push_back("the clock has " + toolkit::frequencyText(hertz) + " instead of " +
                               toolkit::frequencyText(*kept.hertz) + since(kept));
         return fit; // margins at another rate are others

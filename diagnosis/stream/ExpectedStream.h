@@ -22,6 +22,7 @@ enum class SequenceKind {
 /// A half-word synchronisation may be anywhere between the words of a frame, and is none of them.
 inline constexpr std::uint16_t halfSynchronisation = 0x7FFF;
 inline constexpr std::uint16_t frameStart = 0xFFFF; ///< its word before the last
+inline constexpr std::size_t frameWords = 8;        ///< without half-word synchronisations
 
 /// The words without half-word synchronisations; the second half of a full one stays. `previous` is the word before them.
 std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, std::uint16_t previous = 0);

@@ -11,7 +11,6 @@ namespace {
 constexpr std::uint16_t fullStart = 0xFFFF;
 constexpr std::size_t mostDoubtful = 16; ///< half-word synchronisations with wrong bits between two sequences
 constexpr int mostWrongOfHalf = 3;       ///< bits
-constexpr std::size_t frameWords = 8;
 constexpr std::uint64_t certainFrames =
     4; ///< synchronisations with whole frames between them; by chance there are none
 

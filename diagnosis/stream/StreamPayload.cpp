@@ -13,7 +13,6 @@ namespace diagnosis {
 
 namespace {
 
-constexpr std::size_t frameWords = 8;
 constexpr unsigned firstReservedSource = 0x70;
 constexpr std::size_t searchedWords = std::size_t{1} << 18;
 

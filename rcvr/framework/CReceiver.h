@@ -52,7 +52,9 @@ public:
     /// owned and has to live until ReleaseChannel; null is accepted here but makes SetConfiguration fail. `xmtrChannel`
     /// and `xmtrCookie` are handed to it as they are. Blocks while the target adapter is asked for the CPU. Returns
     /// null when a failure below was only logged; throws where it has a text, and for a null `cpuName`. The channel
-    /// belongs to the receiver and lives until ReleaseChannel, or the last DestroyRcvr.
+    /// belongs to the receiver and lives until ReleaseChannel, or the last DestroyRcvr. Without memory to list it, the
+    /// channel is returned all the same: ReleaseChannel does not know it then, GetNumAttachedCpus does not count it,
+    /// and it is the caller's to delete.
     virtual CChannelDriver* AllocateChannel(const char* cpuName, IXmtrLibrary* xmtrLibrary, unsigned xmtrChannel,
                                             unsigned xmtrCookie) = 0;
     /// Ends a channel: breaks off its recording or upload, joins its thread, and closes its files; blocks until a

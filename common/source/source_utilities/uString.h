@@ -12,6 +12,10 @@
 
 namespace VX_QRS {
 
+/// Names for the switches of the conversions, where a call gives them.
+inline constexpr bool appended = true;
+inline constexpr bool withSymbol = true;
+
 /// Conversions between text and values. Stateless and thread-safe. Failures are uString::error.
 class uString {
 public:

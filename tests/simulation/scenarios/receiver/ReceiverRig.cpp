@@ -77,6 +77,7 @@ ReceiverRig::~ReceiverRig() {
         create();
         expect(isReady(), "no recovery", "no receiver without a fault");
     }
+    deleteUnlisted();
     attempt("DestroyRcvr", [&] { DestroyRcvr(object); });
     substituteServer(nullptr);
     expect(settingsAreKept(), "settings lost", "no file has the user's settings any more");
@@ -182,8 +183,15 @@ void ReceiverRig::readWhileUploading() {
 }
 
 void ReceiverRig::release() {
+    deleteUnlisted();
     attempt("ReleaseChannel", [&] { object->ReleaseChannel(driver); });
     driver = nullptr;
+}
+
+void ReceiverRig::deleteUnlisted() {
+    if (driver != nullptr && Faults::instance().haveFailed() && object->GetNumAttachedCpus() == 0) {
+        attempt("delete", [&] { delete std::exchange(driver, nullptr); });
+    }
 }
 
 } // namespace simulation

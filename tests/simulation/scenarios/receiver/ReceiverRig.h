@@ -49,6 +49,8 @@ private:
     void create();
     std::vector<std::uint8_t> readAll();
     void judge(const std::vector<std::uint8_t>& bytes, const char* what);
+    /// Deletes a channel that the receiver had no memory to list.
+    void deleteUnlisted();
 
     BenchDouble bench;
     RequestPoints client;
