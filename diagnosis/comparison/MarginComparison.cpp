@@ -1,20 +1,17 @@
 #include "diagnosis/comparison/MarginComparison.h"
 
+#include "diagnosis/comparison/KeptCalibration.h"
 #include "toolkit/ExitCode.h"
 #include "toolkit/Format.h"
 #include "toolkit/JsonText.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace diagnosis {
 
 namespace {
 
 using nlohmann::json;
-
-/// Two counts of the receiver may differ by as much.
-constexpr double sameMarginRate = 5e-3;
 
 [[noreturn]] void notAResult(const std::string& file, const std::string& what) {
     throw toolkit::Failure(toolkit::ExitCode::BadInput, file + ": no result of orvtrace margin --json: " + what);
@@ -78,8 +75,8 @@ ScannedRate scannedRateOf(const json& object, const ResultReader& read) {
 }
 
 const ScannedRate* rateNear(const ScannedMargins& margins, double hertz) {
-    const auto found = std::ranges::find_if(
-        margins, [=](const ScannedRate& rate) { return std::abs(rate.hertz - hertz) <= sameMarginRate * hertz; });
+    const auto found =
+        std::ranges::find_if(margins, [=](const ScannedRate& rate) { return isSameRate(rate.hertz, hertz); });
     return found == margins.end() ? nullptr : &*found;
 }
 

@@ -36,6 +36,18 @@ TEST(CalibrationOnTheBench, ALongerWindowIsWaitedForInFull) {
     EXPECT_EQ(rig.time.waited, 10U * (45U + 10U)); // 45.7 ms
 }
 
+TEST(CalibrationOnTheBench, WithGivenValuesWaitsForNothingSoThatAPointOfAScanWaitsForItsRecordingOnly) {
+    const test_support::TemporaryFolder folder;
+    BenchRig rig(fiveRates(), folder.path, "verifyCal=false\n");
+    rig.channel->calibrate();
+    rig.channel->setProperty("calMode", "manual");
+    rig.time.waited = 0;
+    rig.time.waits = 0;
+    rig.channel->calibrate();
+    EXPECT_EQ(rig.time.waits, 0U);
+    EXPECT_EQ(rig.time.waited, 0U);
+}
+
 TEST(CalibrationOnTheBench, AVerificationWaitsForTheBufferInPassesOfFiveMilliseconds) {
     const test_support::TemporaryFolder folder;
     BenchRig rig(fiveRates(), folder.path);
