@@ -149,6 +149,15 @@ void Recorder::seek(Cursor& cursor, std::uint64_t word) const {
     }
 }
 
+bool Recorder::isContinued(std::size_t index) const {
+    if (index + 1 >= pieces.size()) {
+        return false;
+    }
+    const Segment& segment = pieces[index].segment;
+    const Segment& next = pieces[index + 1].segment;
+    return next.transmission == segment.transmission && next.firstWord == segment.firstWord + pieces[index].words;
+}
+
 void Recorder::readBlock(Cursor& cursor) const {
     makeBlock(cursor);
     // A buffer that wraps starts again at its first byte.
@@ -168,7 +177,7 @@ void Recorder::makeBlock(Cursor& cursor) const {
             cursor.done += count;
         }
         if (cursor.done == piece.words) {
-            if (filled != 0) {
+            if (filled != 0 && !isContinued(cursor.piece)) {
                 mendCutSequence(piece.segment, piece.words, payload[filled - 1]);
             }
             ++cursor.piece;

@@ -100,6 +100,9 @@ private:
     std::uint64_t capacityWords() const;
     std::uint64_t firstBlock() const; ///< of a finished recording
     std::uint64_t lastBlock() const;  ///< one past the last
+    /// Whether the next piece begins with the word that follows this one's last, as it does where only the wiring or its
+    /// conditioning has changed.
+    bool isContinued(std::size_t index) const;
     void readBlock(Cursor& cursor) const;
     void makeBlock(Cursor& cursor) const; ///< as recorded
     std::size_t copyOut(Cursor& cursor, std::uint64_t left, std::span<std::uint8_t> out) const;

@@ -56,6 +56,24 @@ TEST_F(Recording, ASequenceIsNeverCutAtTheEndOfTheBuffer) {
     EXPECT_EQ(payload, expected);
 }
 
+TEST_F(Recording, ASequenceIsNotCutWhereOnlyTheWiringChanges) {
+    PinWiring pin;
+    pin.emu = 1;
+    pin.drift = 1e-6;
+    scenario.wiring.pins = {pin};
+    scenario.transmitter.syncEvery = 1; // one word in eight follows a mark
+    make();
+    setProcs(4);
+    beginRecording(0x1000000, 0);
+    program("none");
+    for (int step = 0; step < 60; ++step) {
+        pass(0.0201 + step * 17e-9);
+        unit->status(); // a step of the drift
+    }
+    const auto payload = payloadOf(wordsOf(fetchAll()));
+    EXPECT_EQ(payload, sent("none", payload.size()));
+}
+
 TEST_F(Recording, WithoutPacketsEveryWordIsPayload) {
     scenario.kind = ExportKind::Tpiu;
     recordFor(0.1, "ramp", smallest, 0, Framing::Words);
