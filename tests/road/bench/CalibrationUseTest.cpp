@@ -69,7 +69,8 @@ TEST(EarlierCalibration, OfABoardThatHasDriftedIsReplacedAndSaysWhatHasMoved) {
     const json earlier = run.json.at("earlierCalibration");
     EXPECT_EQ(earlier.at("reused"), false);
     ASSERT_EQ(earlier.at("reasons").size(), 1U);
-    const std::regex drift(R"(D1 .EMU2. has drifted by (5\.[5-9]|6\.[0-5]) samples .* later since .*)");
+    // By 6 samples; each position is known to half a sample, as the clock's period is a whole number of them.
+    const std::regex drift(R"(D1 .EMU2. has drifted by (5\.[0-9]|6\.[0-9]|7\.0) samples .* later since .*)");
     EXPECT_TRUE(std::regex_match(earlier.at("reasons").at(0).get<std::string>(), drift)) << earlier.at("reasons");
     EXPECT_EQ(run.json.at("verdict").at("kind"), "sound") << "calibrated anew";
     EXPECT_EQ(run.json.at("calibration").at("setting"), 1);
@@ -91,7 +92,7 @@ TEST(EarlierCalibration, OfTheColdBoardNamesTheLaneThatIsLateWhenItIsWarm) {
     EXPECT_EQ(warm.json.at("verdict").at("kind"), "sound") << "calibrated anew";
     const Outcome moved = space.run({"diff", "--json", space.file("cold").string(), space.file("warm").string()});
     ASSERT_EQ(moved.code, 0) << moved.errors;
-    EXPECT_NEAR(moved.json.at("lanes").at(2).at("moved").get<double>(), 6.0, 0.5);
+    EXPECT_NEAR(moved.json.at("lanes").at(2).at("moved").get<double>(), 6.0, 1.0);
 }
 
 TEST(EarlierCalibration, OfAnotherRateOrNoneIsNotUsed) {
