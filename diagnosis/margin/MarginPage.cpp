@@ -92,9 +92,9 @@ std::string rateSection(const RateScan& rate) {
 }
 
 constexpr const char* legend =
-    "A margin is the distance from the kept sampling point (purple) to the wall, where one bit in a thousand is wrong, "
-    "of "
-    "those that differ from their neighbour. Filled circles are counted rates, open triangles the rates that a delay "
+    "A margin is the distance from the kept sampling point (purple) to the wall, where one bit in a thousand of "
+    "those that differ from their neighbour is wrong. Filled circles are counted rates, open triangles the rates that "
+    "a delay "
     "without errors excludes with 95 % confidence, a cross is a delay past the wall. The line is the fitted tail, "
     "dashed "
     "where it goes on below the counts; it assumes Gaussian tails. Where no tail is claimed, the wall is known to a "
