@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* bathtubLegend =
     "Offsets of the sampling point in samples, 0 the kept values. - no error, 1 to 9 errors of about\n"
-    "1e-1 to 1e-9 per opportunity, # past the wall, blank not measured, | end of the range.\n";
+    "1e-1 to 1e-9 per place, # past the wall, blank not measured, | end of the range.\n";
 constexpr const char* shmooLegend =
     "The worst lane at each offset: - no error, x errors, . not measured, / out of the range.\n";
 constexpr const char* assumption = "Rates of 1e-9 and 1e-12 assume Gaussian tails.\n";
