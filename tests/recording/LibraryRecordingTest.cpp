@@ -133,8 +133,8 @@ TEST(TriggerFile, EndsARecordingAsAStopDoes) {
 
 TEST(ErrorWhileRecording, OfTheUnitEndsItWithoutAnUpload) {
     Target target;
-    target.speed = 0.1; // far from full by then
-    target.more = "[unit]\nerror_b = 0x4000\nerror_after = 0.3\n";
+    target.speed = 0.1;                                                            // far from full by then
+    target.more = "[unit]\nerror_b = 0x4000\nerror_after = 0.3\nerror_from = 2\n"; // past the verification
     LibrarySession session(target);
     session.configure(9);
     session.start();
