@@ -11,7 +11,9 @@ constexpr std::uint64_t fewestOfDrift = 4;  ///< wrong bits
 constexpr double shareOfDrift = 0.97;       ///< of them that show the neighbour's bit
 constexpr double chanceOfNoise = 7.0;       ///< natural logarithm: noise looks so in one case of a thousand
 constexpr std::uint64_t fewestOfStuck = 16; ///< words
-constexpr std::uint64_t clearer = 3;        ///< times as many bits of one neighbour as of the other
+/// Words. Wrong ones at equal distances of so many, farther than any pattern's period, are a cell of the unit's memory.
+constexpr std::uint64_t fewestOfMemory = 256;
+constexpr std::uint64_t clearer = 3; ///< times as many bits of one neighbour as of the other
 /// Words after the first damage that decide its kind, and more until there are so many wrong bits with a known neighbour:
 /// a drift begins with single ones, far apart, which look like noise.
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
@@ -40,6 +42,9 @@ DamageKind LaneFigures::kind(std::uint16_t mask) const {
             return DamageKind::StuckAt0;
         }
     }
+    if (equalDistances && distance >= fewestOfMemory) {
+        return DamageKind::Noise;
+    }
     const double late = againstNoise(likePreceding, known, unlikePreceding, bits);
     const double early = againstNoise(likeNext, known, unlikeNext, bits);
     // On a lane whose bits alternate only the sequences tell one neighbour from the other.
@@ -47,6 +52,17 @@ DamageKind LaneFigures::kind(std::uint16_t mask) const {
         return DamageKind::DriftLate;
     }
     return early >= chanceOfNoise && onlyNext > clearer * onlyPreceding ? DamageKind::DriftEarly : DamageKind::Noise;
+}
+
+void LaneFigures::addWrongWord(std::uint64_t place) {
+    if (wrongBits == 0) {
+        firstWord = place;
+    } else if (distance == 0) {
+        distance = place - lastWrongWord;
+    } else {
+        equalDistances = equalDistances && place - lastWrongWord == distance;
+    }
+    lastWrongWord = place;
 }
 
 LaneTally::LaneTally(unsigned laneCount) : lanes(laneCount) {
@@ -78,8 +94,8 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
         const unsigned ofLane = masks[lane];
         const unsigned bad = wrong & ofLane;
         LaneFigures& own = figures[lane];
-        if (bad != 0 && own.wrongBits == 0) {
-            own.firstWord = place;
+        if (bad != 0) {
+            own.addWrongWord(place);
         }
         own.wrongBits += countOf(bad);
         if (own.wrongBits == 0 || (own.wordsSince > wordsOfKind && own.known >= enoughOfKind)) {

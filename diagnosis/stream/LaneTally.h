@@ -19,11 +19,15 @@ struct LaneFigures {
     /// Bits since the first wrong one with a known neighbour, and of those the ones that may differ from a neighbour.
     std::uint64_t bits = 0, unlikePreceding = 0, unlikeNext = 0;
     std::uint64_t firstWord = 0;
+    std::uint64_t lastWrongWord = 0;
+    std::uint64_t distance = 0; ///< between the first two wrong words
+    bool equalDistances = true; ///< so far are all others apart
     std::uint64_t wordsSince = 0;
     std::uint16_t ones = 0, zeros = 0; ///< levels seen since, by bit
 
     /// Noise, drift or stuck.
     DamageKind kind(std::uint16_t mask) const;
+    void addWrongWord(std::uint64_t place);
 };
 
 /// Follows the wrong bits of a stream, lane by lane.

@@ -93,6 +93,26 @@ TEST(StreamCheck, AWrongBitIsNoiseOfItsLane) {
     EXPECT_EQ(check.wrongWords, 1U);
 }
 
+TEST(StreamCheck, AMemoryCellThatShowsTheNeighboursBitIsNoDrift) {
+    // Each wrong bit has the preceding slot's value, as those of a late lane have.
+    for (const bool isCell : {true, false}) {
+        Words words = rampWords(120000);
+        std::size_t wrong = 0;
+        for (std::size_t i = 20000; i < words.size(); i += isCell ? 8 * 71 * 12 : 8 * 71 * (11 + wrong % 3)) {
+            std::size_t at = i;
+            while (words[at] != 0x4567 || words[at - 1] != 0x0123) {
+                ++at;
+            }
+            words[at] ^= 0x4000;
+            ++wrong;
+        }
+        ASSERT_GE(wrong, 12U);
+        const StreamCheck check = checked(words);
+        ASSERT_TRUE(check.firstDamage);
+        EXPECT_EQ(check.firstDamage->kind, isCell ? DamageKind::Noise : DamageKind::DriftLate) << isCell;
+    }
+}
+
 TEST(StreamCheck, APlaceHasATimeWhenTheClockIsKnown) {
     Words words = rampWords(length);
     words[place] ^= 0x0040;
