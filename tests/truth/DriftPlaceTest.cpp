@@ -60,7 +60,9 @@ Wrong firstWrong(const BenchRig& rig, const std::string& file) {
         if (at % bench::packetBytes == bench::packetBytes - 2) {
             continue; // the packet's trailer
         }
-        const unsigned found = static_cast<unsigned char>(bytes[at]) | static_cast<unsigned char>(bytes[at + 1]) << 8;
+        const auto low = static_cast<unsigned char>(bytes[at]);
+        const unsigned high = static_cast<unsigned char>(bytes[at + 1]);
+        const unsigned found = low | high << 8;
         if (found != sent.at(word++)) {
             return {at, bytes.size()};
         }

@@ -272,7 +272,8 @@ private:
                 return false;
             }
         }
-        for (const auto& [slot, unused] : all.front()) {
+        for (const auto& first : all.front()) {
+            const auto& slot = first.first;
             for (int delay = 0; delay <= 31; ++delay) {
                 const bool fits = std::ranges::all_of(all, [&](const Distances& lane) {
                     const auto found = lane.find(slot);

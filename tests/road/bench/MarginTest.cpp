@@ -145,7 +145,7 @@ TEST(Margin, ARateThatTheTargetDoesNotHaveIsBadInput) {
     const RunSpace space;
     const Outcome run = scan(space, "two-pin", {"--rate", "33MHz"});
     EXPECT_EQ(run.code, 3) << run.errors;
-    EXPECT_THAT(run.errors, HasSubstr("the target has no usable rate of 33 MHz; it has 25 MHz, 50 MHz\n"));
+    EXPECT_THAT(run.errors, HasSubstr("the target has no usable rate of 33 MHz; it has 25 MHz, 50 MHz"));
 }
 
 TEST(Margin, TwoScansAreComparedFromTheirRunsOrTheirJson) {
