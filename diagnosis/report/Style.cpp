@@ -108,7 +108,7 @@ p{margin:4px 0}.hint,.legend,.finding ul,dl,.registers div{font-size:9.5px}.find
 gap:6px}table{font-size:9px;break-inside:avoid}td,th{padding:2px 5px 2px 0}svg.bar{width:118px;height:16px}
 svg.waveform,svg.strip,.finding,.keep{break-inside:avoid}details::details-content{content-visibility:visible;block-size:auto}summary{display:none}.hint{break-after:avoid}@page{size:A4;margin:13mm}}
 @media screen and (max-width:1100px){table.lanes{font-size:12.5px}table.lanes td,table.lanes th{padding-right:9px}}
-@media screen and (max-width:1000px){.eyes{grid-template-columns:repeat(auto-fit,minmax(300px,1fr))}.eyes>svg{max-width:none}}
+@media screen and (max-width:1000px){.eyes{grid-template-columns:repeat(auto-fit,minmax(300px,1fr))}.eyes>svg{max-width:500px}}
 @media screen and (max-width:860px){.facts{grid-template-columns:repeat(3,1fr)}}
 @media screen and (max-width:700px){main{padding:14px}h1{font-size:21px;overflow-wrap:anywhere}.registers{columns:1}table.lanes{min-width:860px}
 table.attempts,table.attempts tbody{display:block}table.attempts tr:first-child{display:none}
