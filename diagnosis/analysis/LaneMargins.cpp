@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <complex>
 #include <numbers>
 #include <vector>
 
@@ -67,6 +68,54 @@ struct Direction {
         return sum / count;
     }
 };
+
+/// A change of a data pin, with the number of the clock edge before it.
+struct ClockedEdge {
+    Edge edge;
+    std::size_t before = 0;
+};
+
+std::vector<ClockedEdge> clockedEdges(const std::vector<Edge>& data, const std::vector<Edge>& clock) {
+    std::vector<ClockedEdge> all;
+    std::size_t next = 0;
+    for (const Edge& edge : data) {
+        while (next < clock.size() && clock[next].at <= edge.at) {
+            ++next;
+        }
+        if (next != 0 && next != clock.size()) {
+            all.push_back({edge, next - 1});
+        }
+    }
+    return all;
+}
+
+double distanceFrom(const Edge& clock, const Edge& data) {
+    return static_cast<double>(data.at) - static_cast<double>(clock.at);
+}
+
+/// The mean distance of one direction's changes from the clock edge before them, on the circle of half a clock period: from
+/// 0 up to that.
+double usualDistance(const std::vector<ClockedEdge>& edges, bool isRise, const std::vector<Edge>& clock, double half) {
+    std::complex<double> sum;
+    for (const ClockedEdge& each : edges) {
+        if (each.edge.rise != isRise) {
+            continue;
+        }
+        sum += std::polar(1.0, 2.0 * std::numbers::pi * distanceFrom(clock[each.before], each.edge) / half);
+    }
+    const double turn = std::arg(sum) / (2.0 * std::numbers::pi);
+    return half * (turn < 0.0 ? turn + 1.0 : turn);
+}
+
+/// The clock edge that a change belongs to: jitter takes changes that come near a clock edge to its other side.
+std::size_t nearestReference(const ClockedEdge& edge, const std::vector<Edge>& clock, double usual) {
+    const auto away = [&](std::size_t index) { return std::abs(distanceFrom(clock[index], edge.edge) - usual); };
+    std::size_t nearest = edge.before;
+    if (edge.before != 0 && away(edge.before - 1) < away(nearest)) {
+        nearest = edge.before - 1;
+    }
+    return away(edge.before + 1) < away(nearest) ? edge.before + 1 : nearest;
+}
 
 /// The variance that rounding adds to a distance whose jitter around the mean is this much.
 double roundingVariance(double mean, double jitter) {
@@ -148,17 +197,14 @@ std::optional<LaneMargins> measureLane(const Burst& burst, std::size_t proc) {
         return std::nullopt;
     }
     std::array<Direction, 2> directions{}; // falls and rises
-    std::size_t next = 0;
     LaneMargins lane;
-    for (const Edge& edge : edgesOf(burst.pins[proc].levels, burstStart)) {
-        while (next < clock.size() && clock[next].at <= edge.at) {
-            ++next;
-        }
-        if (next == 0 || next == clock.size()) {
-            continue;
-        }
-        const Edge& before = clock[next - 1];
-        directions[edge.rise ? 1 : 0].after[before.rise ? 1 : 0].add(static_cast<double>(edge.at - before.at));
+    const std::vector<ClockedEdge> edges = clockedEdges(edgesOf(burst.pins[proc].levels, burstStart), clock);
+    const double usual[] = {usualDistance(edges, false, clock, shape->half),
+                            usualDistance(edges, true, clock, shape->half)};
+    for (const ClockedEdge& edge : edges) {
+        const std::size_t direction = edge.edge.rise ? 1 : 0;
+        const Edge& reference = clock[nearestReference(edge, clock, usual[direction])];
+        directions[direction].after[reference.rise ? 1 : 0].add(distanceFrom(reference, edge.edge));
         ++lane.changes;
     }
     const auto fall = directions[0].place(*shape);
