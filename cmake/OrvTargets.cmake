@@ -131,11 +131,6 @@ function(orv_loadable name)
     endif()
     # Debian asks every library to name the C library, also one that reaches it through the C++ library only.
     target_link_libraries(${name} PRIVATE -Wl,--push-state,--no-as-needed,-lc,--pop-state)
-    if(ORV_SANITIZE)
-      # What a library keeps for the process's life is reachable from its data only. LeakSanitizer looks at the end, and
-      # would not find a library that has been unloaded by then; nor could a report name its functions.
-      target_link_options(${name} PRIVATE -Wl,-z,nodelete)
-    endif()
   endif()
 endfunction()
 
