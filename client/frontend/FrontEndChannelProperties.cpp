@@ -144,7 +144,7 @@ struct FrontEndChannel_1::Properties {
     /// Fails to compile for a name that no property has.
     static consteval const ChannelProperty* named(std::string_view name) {
         const auto property = std::ranges::find(channelProperties, name, &ChannelProperty::name);
-        return property != channelProperties.end() ? property : throw std::logic_error("no such property");
+        return property != channelProperties.end() ? property : throw std::logic_error(std::string(name));
     }
 
     static const Entry table[channelProperties.size()];
