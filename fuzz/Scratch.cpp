@@ -43,7 +43,7 @@ std::string scratchFile(const std::string& name, std::string_view bytes) {
     std::string path = (scratchFolder() / name).string();
     std::FILE* const file = std::fopen(path.c_str(), "wb");
     require(file != nullptr, "a file can be written");
-    const bool whole = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    const bool whole = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
     require(std::fclose(file) == 0 && whole, "a file can be written");
     return path;
 }
