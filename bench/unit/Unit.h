@@ -158,7 +158,8 @@ private:
     std::optional<unsigned> capturingChannel() const;
     enum class Inputs { Same, Changed };
     /// Brings the recorder up to date. Inputs of recording (transmitters, settings) may have changed since.
-    void update(Inputs inputs = Inputs::Same);
+    void update(Inputs inputs = Inputs::Same) { updateAt(sampleNow(), inputs); }
+    void updateAt(std::int64_t now, Inputs inputs);
     void finishRecording(std::int64_t now);
     void takeAhead();
     void beginSegment(unsigned channel, std::int64_t now, bool goesOn);

@@ -76,13 +76,15 @@ void Unit::programTarget(const TargetProgram& program) {
     targetPins = program.pins;
     targetPattern = program.pattern;
     targetSendsTrace = isTrace;
+    // One time for both: a unit that waits for it misses nothing of what the target sends.
+    const std::int64_t now = sampleNow();
     if (rates[program.frequency] > 0.0) {
         next.halfPeriod = halfPeriodOf(rates[program.frequency]);
-        next.start = sampleNow();
+        next.start = now;
         next.phase = uniformOf(scenario.wiring.seed, phasePlace);
         target = std::make_shared<Transmission>(next);
     }
-    update(Inputs::Changed);
+    updateAt(now, Inputs::Changed);
 }
 
 double Unit::secondsOfTrace() const {
@@ -103,18 +105,19 @@ void Unit::shutdownTarget() {
 void Unit::programGenerator(std::uint16_t control) {
     const auto pattern = generatorPatternOf(control);
     const unsigned pins = generatorPinsOf(control);
+    const std::int64_t now = sampleNow();
     generator.reset();
     if (pattern && pins != 0) {
         Transmission next;
         next.dataPins = pins;
         next.halfPeriod = halfPeriodOf(scenario.unit.generatorFrequency);
-        next.start = sampleNow();
+        next.start = now;
         next.phase = uniformOf(scenario.wiring.seed, phasePlace);
         next.words = WordStream(makePattern(*pattern, pins), 0);
         generator = std::make_shared<Transmission>(next);
         generatorPattern = patternText(*pattern);
     }
-    update(Inputs::Changed);
+    updateAt(now, Inputs::Changed);
 }
 
 Line Unit::lineOf(unsigned channel, unsigned proc) const {
@@ -168,8 +171,7 @@ std::optional<unsigned> Unit::capturingChannel() const {
     return std::nullopt;
 }
 
-void Unit::update(Inputs inputs) {
-    const std::int64_t now = sampleNow();
+void Unit::updateAt(std::int64_t now, Inputs inputs) {
     if (started && !recorder.finished() && recorder.full(static_cast<double>(now))) {
         finishRecording(now);
         stoppedByItself = true;

@@ -171,7 +171,8 @@ TEST(Tune, FindsTheValuesOfALaneThatTheReceiverTakesForItsNeighbour) {
     EXPECT_EQ(tune.at("settings").at(0).at("outcome"), "sound") << tune;
     EXPECT_THAT(tune.at("settings").at(0).at("rule").get<std::string>(), HasSubstr("its "));
     EXPECT_EQ(tuned.json.at("verdict").at("kind"), "sound") << tuned.json.at("verdict");
-    for (const json& pin : truthOf(tuned).back().at("pins")) {
+    const json last = truthOf(tuned).back();
+    for (const json& pin : last.at("pins")) {
         EXPECT_EQ(pin.at("slot"), 0) << "every lane in the same slot";
         EXPECT_LT(pin.at("error_rate").get<double>(), 1e-9);
     }

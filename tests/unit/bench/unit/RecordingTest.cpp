@@ -39,6 +39,13 @@ TEST_F(Recording, PtiHasPacketsAndThePatternContinuesAcrossThemAndAcrossSequence
     EXPECT_EQ(truths[0].pins.size(), 4U);
 }
 
+TEST_F(Recording, OnASlowMachineItBeginsWithTheFirstWordSentToo) {
+    perLook = 20'000;
+    recordFor(0.1, "none", smallest, 0);
+    const auto payload = payloadOf(wordsOf(fetchAll()));
+    EXPECT_EQ(payload, sent("none", payload.size()));
+}
+
 TEST_F(Recording, ASequenceIsNeverCutAtTheEndOfTheBuffer) {
     // A distance for which the last word that fits is a sequence's mark.
     for (unsigned every = 1; every < 3000 && scenario.transmitter.syncEvery != 0; ++every) {

@@ -19,7 +19,7 @@ inline constexpr std::uint32_t smallest = 0x40000;
 class UnitFixture : public testing::Test, public RecordSink {
 protected:
     void make(std::optional<std::vector<std::uint8_t>> play = std::nullopt) {
-        unit.emplace(scenario, [this] { return now; }, std::move(play));
+        unit.emplace(scenario, [this] { return now += perLook; }, std::move(play));
         unit->onRecording = [this](const RecordingTruth& truth) { truths.push_back(truth); };
     }
 
@@ -99,7 +99,8 @@ protected:
     void onStatus(std::uint32_t value) override { statuses.push_back(value); }
 
     Scenario scenario;
-    std::uint64_t now = 1000;
+    std::uint64_t now = 1000;  ///< nanoseconds
+    std::uint64_t perLook = 0; ///< that pass with each look at the time
     std::optional<Unit> unit;
     std::vector<RecordingTruth> truths;
     std::vector<std::uint8_t> data;
