@@ -1,6 +1,5 @@
 #include "diagnosis/stream/LaneTally.h"
 
-#include <bit>
 #include <cmath>
 
 namespace diagnosis {
@@ -19,8 +18,12 @@ constexpr std::uint64_t clearer = 3; ///< times as many bits of one neighbour as
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
 constexpr std::uint64_t enoughOfKind = 64;
 
+/// Of sixteen bits. std::popcount calls a library's function where the processor may lack the instruction.
 std::uint64_t countOf(unsigned bits) {
-    return static_cast<std::uint64_t>(std::popcount(bits));
+    bits -= bits >> 1 & 0x5555U;
+    bits = (bits & 0x3333U) + (bits >> 2 & 0x3333U);
+    bits = (bits + (bits >> 4)) & 0x0F0FU;
+    return (bits + (bits >> 8)) & 0x1FU;
 }
 
 /// How unlikely noise puts so many of its wrong bits where they show a neighbour's bit. Negative: they do not.
@@ -96,16 +99,18 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
         LaneFigures& own = figures[lane];
         if (bad != 0) {
             own.addWrongWord(place);
+            own.wrongBits += countOf(bad);
         }
-        own.wrongBits += countOf(bad);
         if (own.wrongBits == 0 || (own.wordsSince > wordsOfKind && own.known >= enoughOfKind)) {
             continue;
         }
-        own.known += countOf(bad & known);
-        own.likePreceding += countOf(bad & unlikePreceding);
-        own.likeNext += countOf(bad & unlikeNext);
-        own.onlyPreceding += countOf(bad & unlikePreceding & ~unlikeNext);
-        own.onlyNext += countOf(bad & unlikeNext & ~unlikePreceding);
+        if (bad != 0) {
+            own.known += countOf(bad & known);
+            own.likePreceding += countOf(bad & unlikePreceding);
+            own.likeNext += countOf(bad & unlikeNext);
+            own.onlyPreceding += countOf(bad & unlikePreceding & ~unlikeNext);
+            own.onlyNext += countOf(bad & unlikeNext & ~unlikePreceding);
+        }
         own.bits += countOf(ofLane & known);
         own.unlikePreceding += countOf(ofLane & unlikePreceding);
         own.unlikeNext += countOf(ofLane & unlikeNext);
