@@ -297,9 +297,9 @@ void WordChecker::countJudged(const ExpectedWord& here, bool sound) {
     }
 }
 
-/// Whether a wrong word may be more than that: its turn has come to be explained, or padding may begin.
+/// Whether a wrong word may be more than that: its turn has come to be explained, or it begins padding or a sequence.
 bool WordChecker::needsResolving(std::uint16_t word, const ExpectedWord& here) const {
-    return position >= nextAnalysis || word == 0 || here.further || !expected.regular();
+    return position >= nextAnalysis || word == 0 || here.further;
 }
 
 /// A word that differs from what it should be.
