@@ -45,9 +45,18 @@ struct FrontEndChannel_1::Properties {
     using Channel = FrontEndChannel_1;
 
     struct Entry {
+        using Set = void (*)(Channel&, const char*);
+        using Get = const char* (*)(Channel&);
+        consteval Entry(const ChannelProperty* which, Set setter, Get getter)
+            : property(which), set(setter), get(getter) {}
+        consteval Entry(const ChannelProperty* which, std::nullptr_t, Get getter)
+            : property(which), get(getter), isReadOnly(true) {}
+
         const ChannelProperty* property;
-        void (*set)(Channel&, const char*); // null: read only
-        const char* (*get)(Channel&);       // null: read from the file
+        Set set = nullptr;
+        Get get; // null: read from the file
+        // Not `set == nullptr`: no constant in a build with sanitizers, as no comparison of an address with null is.
+        bool isReadOnly = false;
     };
 
     template <std::string Settings::* field>
@@ -133,9 +142,9 @@ struct FrontEndChannel_1::Properties {
     }
 
     /// Fails to compile for a name that no property has.
-    static consteval const ChannelProperty* named(const char* name) {
-        const ChannelProperty* property = findChannelProperty(name);
-        return property != nullptr ? property : throw std::logic_error(name);
+    static consteval const ChannelProperty* named(std::string_view name) {
+        const auto property = std::ranges::find(channelProperties, name, &ChannelProperty::name);
+        return property != channelProperties.end() ? property : throw std::logic_error(std::string(name));
     }
 
     static const Entry table[channelProperties.size()];
@@ -144,7 +153,7 @@ struct FrontEndChannel_1::Properties {
     static constexpr bool fits(std::span<const Entry> entries) {
         return std::ranges::all_of(channelProperties, [&](const ChannelProperty& property) {
             return std::ranges::count_if(entries, [&](const Entry& entry) {
-                       return entry.property == &property && (entry.set == nullptr) == property.isReadOnly;
+                       return entry.property == &property && entry.isReadOnly == property.isReadOnly;
                    }) == 1;
         });
     }
@@ -239,7 +248,7 @@ void FrontEndChannel_1::setProperty(const char* name, const char* value) {
     }
     static_assert(Properties::fits(Properties::table));
     const Properties::Entry* entry = Properties::find(name);
-    if (entry == nullptr || entry->set == nullptr) {
+    if (entry == nullptr || entry->isReadOnly) {
         fail(frontEndUnit, eNAME, name);
     }
     const ChannelProperty& property = *entry->property;

@@ -261,27 +261,41 @@ bool WordChecker::reorderLanes() {
         return false;
     }
     const bool further = expected.at(cursor).further;
+    const auto differsFromNow = [&](const LaneOrder& other) {
+        unsigned differing = 0;
+        for (unsigned lane = 0; lane < lanes; ++lane) {
+            differing += static_cast<unsigned>(other[lane] != order[lane]);
+        }
+        return differing;
+    };
+    // Lanes that carry the same bits fit in several orders: two that were swapped are likelier than three that moved.
+    LaneOrder likeliest = order;
+    unsigned fewest = lanes + 1;
     LaneOrder tried = straightLanes;
-    while (std::next_permutation(tried.begin(), tried.begin() + lanes)) {
-        const Fit fit = further ? fitOfFurther(tried) : fitFrom(position, cursor, tried, windowWords);
-        if (fit.judged < windowSequences || !fit.holds() || tried == order) {
+    do {
+        const unsigned differing = differsFromNow(tried);
+        if (differing == 0 || differing >= fewest) {
             continue;
         }
-        for (unsigned lane = 0; lane < lanes; ++lane) {
-            if (tried[lane] != order[lane]) {
-                Damage damage;
-                damage.kind = DamageKind::Swapped;
-                damage.place.byte = window.byteOf(position);
-                damage.lane = tried[lane];
-                damage.carries = lane;
-                damage.amount = 1;
-                addDamage(check, damage);
-            }
+        const Fit fit = further ? fitOfFurther(tried) : fitFrom(position, cursor, tried, windowWords);
+        if (fit.judged >= windowSequences && fit.holds()) {
+            likeliest = tried;
+            fewest = differing;
         }
-        order = tried;
-        return true;
+    } while (std::next_permutation(tried.begin(), tried.begin() + lanes));
+    for (unsigned lane = 0; lane < lanes; ++lane) {
+        if (likeliest[lane] != order[lane]) {
+            Damage damage;
+            damage.kind = DamageKind::Swapped;
+            damage.place.byte = window.byteOf(position);
+            damage.lane = likeliest[lane];
+            damage.carries = lane;
+            damage.amount = 1;
+            addDamage(check, damage);
+        }
     }
-    return false;
+    order = likeliest;
+    return fewest <= lanes;
 }
 
 } // namespace diagnosis

@@ -37,6 +37,9 @@ std::string damageText(const FileCheck& recording, const Damage& damage) {
     case DamageKind::StuckAt1:
         return bits("is stuck at 1");
     case DamageKind::Swapped:
+        if (damage.lane == damage.carries) {
+            return lane + " carries its own bits again";
+        }
         return fmt::format("{} carries the bits of {}", lane, laneText(recording, damage.carries.value_or(0)));
     case DamageKind::LostWords:
         return fmt::format("{} lost{}{}", toolkit::countText(damage.amount, "word"),

@@ -109,6 +109,23 @@ TEST(FileCheck, AFileWithoutARunIsJudgedByItself) {
     EXPECT_THROW(diagnosis::checkRecording(folder.path / "alone.raw", folder.path / "missing"), toolkit::Failure);
 }
 
+TEST(FileCheck, LanesThatAreSwappedBackAreSaidToBeSo) {
+    FileCheck recording;
+    recording.check.form.lanes = 2;
+    diagnosis::Damage damage;
+    damage.kind = diagnosis::DamageKind::Swapped;
+    damage.lane = 0;
+    damage.carries = 1;
+    recording.check.damages.push_back(damage);
+    damage.place.byte = 4096;
+    damage.carries = 0;
+    recording.check.damages.push_back(damage);
+    recording.check.firstDamage = recording.check.damages.front();
+    const std::string text = diagnosis::recordingText(recording);
+    EXPECT_THAT(text, HasSubstr("D1 carries the bits of D0"));
+    EXPECT_THAT(text, HasSubstr("D1 carries its own bits again"));
+}
+
 TEST(FileCheck, TextAndJsonSayTheSame) {
     const test_support::TemporaryFolder folder;
     folder.write("run.cfg", properties);

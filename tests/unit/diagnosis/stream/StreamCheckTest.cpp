@@ -198,6 +198,27 @@ TEST(StreamCheck, SwappedLanesAreNamedBoth) {
     EXPECT_EQ(check.lanes[1].carries, 0U);
 }
 
+TEST(StreamCheck, LanesThatAreSwappedBackAreFoundWithoutAPatternToo) {
+    Words words = rampWords(length);
+    const std::size_t back = place + 71 * 40;
+    ASSERT_LT(back + 71 * 40, words.size());
+    for (std::size_t i = place; i < back; ++i) {
+        const unsigned word = words[i];
+        words[i] = static_cast<std::uint16_t>((word & 0x6666) | (word & 0x8888) >> 3 | (word & 0x1111) << 3);
+    }
+    StreamForm form = rampForm();
+    form.pattern.clear();
+    const StreamCheck check = stream_test::checkOf(packed(words), form);
+    // In the further words lanes 0 and 1 carry the same bits, so that lane 1 could have moved, too.
+    std::vector<std::pair<unsigned, unsigned>> swaps;
+    for (const auto& damage : check.damages) {
+        EXPECT_EQ(damage.kind, DamageKind::Swapped);
+        swaps.emplace_back(damage.lane.value(), damage.carries.value());
+    }
+    EXPECT_THAT(swaps, testing::UnorderedElementsAre(std::pair(0U, 3U), std::pair(3U, 0U), std::pair(0U, 0U),
+                                                     std::pair(3U, 3U)));
+}
+
 TEST(StreamCheck, ACutPacketIsFoundByTheTrailersThatFollow) {
     std::vector<std::uint8_t> bytes = packed(rampWords(length));
     bytes.erase(bytes.begin() + placeByte, bytes.begin() + placeByte + 33);
