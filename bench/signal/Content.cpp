@@ -28,9 +28,16 @@ public:
 
     void fill(std::uint64_t first, std::span<std::uint16_t> out) const override {
         std::size_t position = first % words.size();
-        for (std::uint16_t& word : out) {
+        std::size_t filled = std::min(out.size(), words.size());
+        for (std::uint16_t& word : out.first(filled)) {
             word = words[position];
             position = position + 1 == words.size() ? 0 : position + 1;
+        }
+        // Whole cycles, twice as many each time.
+        while (filled < out.size()) {
+            const std::size_t count = std::min(filled, out.size() - filled);
+            std::copy_n(out.begin(), count, out.begin() + static_cast<std::ptrdiff_t>(filled));
+            filled += count;
         }
     }
 

@@ -36,11 +36,27 @@ double RandomSequence::uniform() {
     return unit(next());
 }
 
-std::uint64_t RandomSequence::failuresBeforeSuccess(double probability) {
-    if (probability >= 1.0) {
+Trials::Trials(double probability) : failing(1.0 - probability), logarithm(std::log1p(-probability)) {}
+
+std::uint64_t Trials::failuresBeforeSuccess(RandomSequence& random) const {
+    if (failing <= 0.0) {
         return 0;
     }
-    const double count = std::log(1.0 - uniform()) / std::log1p(-probability);
+    const double drawn = 1.0 - random.uniform();
+    // A few failures are found without a logarithm, unless its rounding decides.
+    constexpr std::uint64_t fewFailures = 6;
+    constexpr double rounding = 1e-12;
+    double reached = 1.0;
+    for (std::uint64_t failures = 0; failures < fewFailures; ++failures) {
+        reached *= failing;
+        if (drawn > reached * (1.0 + rounding)) {
+            return failures;
+        }
+        if (drawn > reached * (1.0 - rounding)) {
+            break;
+        }
+    }
+    const double count = std::log(drawn) / logarithm;
     constexpr double outOfReach = 1e18;
     return static_cast<std::uint64_t>(count < outOfReach ? count : outOfReach);
 }

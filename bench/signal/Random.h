@@ -38,12 +38,21 @@ public:
     std::uint64_t next();
     double uniform(); ///< in [0, 1)
 
-    /// Number of failures before the next success when each trial succeeds with `probability` (above 0); a very
-    /// large number when no recording is long enough for a success.
-    std::uint64_t failuresBeforeSuccess(double probability);
-
 private:
     std::uint64_t state;
+};
+
+/// Trials that succeed with one probability, above 0.
+class Trials {
+public:
+    explicit Trials(double probability);
+
+    /// Number of failures before the next success; a very large number when no recording is long enough for a success.
+    std::uint64_t failuresBeforeSuccess(RandomSequence& random) const;
+
+private:
+    double failing; ///< the chance of a failure
+    double logarithm;
 };
 
 } // namespace bench

@@ -58,8 +58,9 @@ public:
                 pin.content = std::make_unique<ContentChances>(*segment.transmission, path);
             }
         }
-        plain = std::all_of(lines.begin(), lines.end(),
-                            [](const Pin& pin) { return !pin.constant && pin.shift == 0 && pin.faults.empty(); });
+        faultless = std::all_of(lines.begin(), lines.end(), [](const Pin& pin) { return pin.faults.empty(); });
+        straight = std::all_of(lines.begin(), lines.end(),
+                               [&](const Pin& pin) { return !pin.constant && pin.shift == lines.front().shift; });
     }
 
     void fill(std::span<std::uint16_t> out) override {
@@ -80,6 +81,7 @@ private:
     // An event that happens in a slot with a given probability.
     struct Event {
         double chance = 0.0;
+        Trials trials{1.0};
         RandomSequence random{0};
         std::uint64_t slot = never;
     };
@@ -106,16 +108,16 @@ private:
     static constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max() / 16;
 
     Event makeEvent(double chance, std::uint64_t seed) const {
-        Event event{chance, RandomSequence(seed), bit / pins};
+        Event event{chance, Trials(chance), RandomSequence(seed), bit / pins};
         if (chance < negligibleChance) {
             event.slot = never;
         } else {
-            event.slot += event.random.failuresBeforeSuccess(chance);
+            event.slot += event.trials.failuresBeforeSuccess(event.random);
         }
         return event;
     }
 
-    static void advance(Event& event) { event.slot += 1 + event.random.failuresBeforeSuccess(event.chance); }
+    static void advance(Event& event) { event.slot += 1 + event.trials.failuresBeforeSuccess(event.random); }
 
     void addFault(Pin& pin, FaultKind kind, double chance, std::int64_t move, std::uint64_t seed) {
         const Event event = makeEvent(chance, hashOf(seed, pin.faults.size()));
@@ -185,16 +187,45 @@ private:
 
     // Words from the present bit on; only the first `bits` bits have faults.
     void fillRun(std::span<std::uint16_t> out, std::uint64_t bits) {
-        if (plain && !slipped()) {
-            stream.fill(bit / wordBits, out);
-            return;
+        if (straight) {
+            fillLines(out);
+        } else {
+            std::fill(out.begin(), out.end(), std::uint16_t{0});
         }
-        std::fill(out.begin(), out.end(), std::uint16_t{0});
         for (unsigned line = 0; line < pins; ++line) {
-            fillLine(line, out);
+            if (!straight) {
+                fillLine(line, out);
+            }
             for (Fault& fault : lines[line].faults) {
                 putFault(line, fault, out, bits);
             }
+        }
+    }
+
+    // Source words for as many recorded ones, from a distance in bits; returns the bits to skip in the first.
+    unsigned fetch(std::int64_t shift, std::size_t words) {
+        const std::int64_t from = static_cast<std::int64_t>(bit) + shift;
+        firstSource = floorDivide(from, wordBits);
+        source.resize(words + 1);
+        fillSigned(stream, firstSource, source);
+        return static_cast<unsigned>(from - firstSource * wordBits);
+    }
+
+    std::uint16_t movedWord(std::size_t index, unsigned bitShift) const {
+        const unsigned both = (static_cast<unsigned>(source[index]) << wordBits) | source[index + 1];
+        return static_cast<std::uint16_t>((both >> (wordBits - bitShift)) & 0xFFFFU);
+    }
+
+    // All lines at once, where they are equally far from what was sent.
+    void fillLines(std::span<std::uint16_t> out) {
+        const std::int64_t from = static_cast<std::int64_t>(bit) + lines.front().shift;
+        if (faultless && from % wordBits == 0) {
+            fillSigned(stream, floorDivide(from, wordBits), out);
+            return;
+        }
+        const unsigned bitShift = fetch(lines.front().shift, out.size());
+        for (std::size_t index = 0; index < out.size(); ++index) {
+            out[index] = movedWord(index, bitShift);
         }
     }
 
@@ -214,15 +245,9 @@ private:
             }
             return;
         }
-        const std::int64_t from = static_cast<std::int64_t>(bit) + pin.shift;
-        const std::int64_t firstWord = floorDivide(from, wordBits);
-        const auto bitShift = static_cast<unsigned>(from - firstWord * wordBits);
-        source.resize(out.size() + 1);
-        fillSigned(stream, firstWord, source);
+        const unsigned bitShift = fetch(pin.shift, out.size());
         for (std::size_t index = 0; index < out.size(); ++index) {
-            const unsigned both = (static_cast<unsigned>(source[index]) << wordBits) | source[index + 1];
-            const unsigned moved = (both >> (wordBits - bitShift)) & 0xFFFFU;
-            out[index] = static_cast<std::uint16_t>(out[index] | (moved & masks[phase]));
+            out[index] = static_cast<std::uint16_t>(out[index] | (movedWord(index, bitShift) & masks[phase]));
             nextPhase();
         }
     }
@@ -232,7 +257,10 @@ private:
             return false;
         }
         const auto place = static_cast<std::uint64_t>(at);
-        return ((stream.at(place / wordBits) >> (wordBits - 1 - place % wordBits)) & 1) != 0;
+        const std::uint64_t word = place / wordBits;
+        const std::uint64_t fetched = word - static_cast<std::uint64_t>(firstSource);
+        const std::uint16_t bits = fetched < source.size() ? source[fetched] : stream.at(word);
+        return ((bits >> (wordBits - 1 - place % wordBits)) & 1) != 0;
     }
 
     bool faulty(const Pin& pin, const Fault& fault, std::int64_t at, bool value) const {
@@ -291,8 +319,10 @@ private:
     Event addedPulse;
     unsigned repeats = 0; // groups left to record a second time
     std::vector<Pin> lines;
-    std::vector<std::uint16_t> source;
-    bool plain = false;
+    std::vector<std::uint16_t> source; // words of the stream, the last that were fetched
+    std::int64_t firstSource = 0;      // their place in it
+    bool faultless = false;
+    bool straight = false; // all lines show bits at one distance
 };
 
 bool needsSlots(const Segment& segment) {

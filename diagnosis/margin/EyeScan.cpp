@@ -242,7 +242,12 @@ std::uint64_t Scan::missingOf(const LaneScan& lane, int offset, Side side) const
     if (ended) {
         return 0;
     }
-    const double most = std::max(growth * static_cast<double>(tap->bits), static_cast<double>(plan.coarseBits));
+    // Without an error so far there are at most three in as many bits, with 95 % confidence: more than `growth` times as
+    // many bits are needed for the wanted ones.
+    constexpr double excluded = 3.0;
+    const double times = count.errors == 0 ? static_cast<double>(plan.wantedErrors) / excluded : growth;
+    const double most =
+        std::max(std::max(times, growth) * static_cast<double>(tap->bits), static_cast<double>(plan.coarseBits));
     return std::min(plan.wallBits - tap->bits, static_cast<std::uint64_t>(most));
 }
 

@@ -38,7 +38,41 @@ std::string scannedText(const RateScan& rate) {
            (least->byBurst ? ", by the calibration's burst: the range of delays ends before that wall" : "");
 }
 
+/// Of a lane's sampling point: the clock's delay against its own.
+int pointOf(const Delays& delays, std::size_t lane) {
+    return static_cast<int>(delays.clock) - static_cast<int>(delays.lanes[lane]);
+}
+
+constexpr int equivalentMove = 1; ///< samples: what one burst differs from the next
+
 } // namespace
+
+std::string movedSince(const RateScan& rate, const Delays& now, const std::vector<int>& stretches) {
+    const Delays& kept = rate.plan.kept;
+    const bool isSameChannel = now.lanes.size() == kept.lanes.size() && rate.eyes.size() == kept.lanes.size() &&
+                               stretches.size() == rate.stretches.size() && stretches.size() == kept.lanes.size() + 1;
+    if (!isSameChannel) {
+        return "their number is another";
+    }
+    const auto stretched = [&](std::size_t pin) { return std::abs(stretches[pin] - rate.stretches[pin]); };
+    for (std::size_t lane = 0; lane < kept.lanes.size(); ++lane) {
+        const LaneEye& eye = rate.eyes[lane];
+        const int offset = pointOf(now, lane) - pointOf(kept, lane);
+        const int around = stretched(0) + stretched(lane + 1);
+        const bool isNear = std::abs(offset) + around <= equivalentMove;
+        const bool isClean =
+            eye.keptErrors == 0 && offset - around >= -eye.setup.clean && offset + around <= eye.hold.clean;
+        if ((offset == 0 && around == 0) || (isNear && isClean)) {
+            continue;
+        }
+        const std::string& title = rate.titles[lane];
+        return offset == 0 ? "the stretches that " + title + " is sampled with are others"
+                           : "the sampling point of " + title + " is " +
+                                 toolkit::countText(static_cast<std::size_t>(std::abs(offset)), "sample") +
+                                 (offset > 0 ? " later" : " earlier");
+    }
+    return {};
+}
 
 bool isSound(const RateScan& rate) {
     return rate.isScanned() &&

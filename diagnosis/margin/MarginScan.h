@@ -50,6 +50,11 @@ inline constexpr double agreement = 1.0;
 /// Where wall and burst differ: "setup margin 3.1 samples, by the calibration's burst 5.2"; empty where they agree.
 std::string disagreementOf(const RateScan& rate, std::size_t lane);
 
+/// Whether other values sample a lane where the scan does not show the same: "the sampling point of data 1 is 2 samples
+/// later". Empty where no point is more than a sample away, and all are among the clean taps; a stretch moves half of the
+/// edges, and counts as a sample in either direction.
+std::string movedSince(const RateScan& rate, const Delays& now, const std::vector<int>& stretches);
+
 /// The smallest margin of a rate: of the walls at wallRate. A burst shows more of a wall that is cut off.
 struct LeastMargin {
     std::size_t lane = 0;

@@ -150,7 +150,13 @@ Regularity learnRegularity(SequenceKind kind, std::span<const std::uint16_t> wor
 }
 
 ExpectedStream::ExpectedStream(const Regularity& known, std::optional<Pattern> content)
-    : regularity(known), pattern(content) {}
+    : regularity(known), pattern(content) {
+    if (pattern && regular()) {
+        for (std::size_t i = 0; i < regularity.period + pattern->words.size(); ++i) {
+            repeated.push_back(pattern->words[i % pattern->words.size()]);
+        }
+    }
+}
 
 ExpectedWord ExpectedStream::at(const Cursor& cursor) const {
     ExpectedWord word;
@@ -224,6 +230,18 @@ void ExpectedStream::skip(Cursor& cursor, std::uint32_t words) const {
     if (cursor.inPeriod == regularity.period) {
         cursor.inPeriod = 0;
     }
+}
+
+std::span<const std::uint16_t> ExpectedStream::patternFrom(const Cursor& cursor) const {
+    if (repeated.empty() || cursor.inPeriod < regularity.length()) {
+        return {};
+    }
+    return std::span(repeated).subspan(cursor.phase, regularity.period - cursor.inPeriod);
+}
+
+void ExpectedStream::skipPattern(Cursor& cursor, std::uint32_t words) const {
+    cursor.phase = static_cast<std::uint32_t>((cursor.phase + words) % pattern->words.size());
+    skip(cursor, words);
 }
 
 Cursor ExpectedStream::atDistance(std::uint64_t position, std::uint64_t mark) const {

@@ -89,6 +89,11 @@ public:
     /// Past so many words of a period, none of them the pattern's.
     void skip(Cursor& cursor, std::uint32_t words) const;
 
+    /// The pattern's words from here to the next sequence; none at a sequence, or where these are irregular.
+    std::span<const std::uint16_t> patternFrom(const Cursor& cursor) const;
+    /// Past so many of them.
+    void skipPattern(Cursor& cursor, std::uint32_t words) const;
+
     /// The cursor of the word at `position` when the mark of a sequence is at `mark`.
     Cursor atDistance(std::uint64_t position, std::uint64_t mark) const;
 
@@ -100,6 +105,10 @@ public:
     }
     bool hasPattern() const { return pattern.has_value(); }
     const Regularity& learned() const { return regularity; }
+    /// Its words; none without one.
+    std::span<const std::uint16_t> patternWords() const {
+        return pattern ? pattern->words : std::span<const std::uint16_t>();
+    }
     std::size_t patternLength() const { return pattern ? pattern->words.size() : 0; }
     /// After so many words everything repeats; 0 if nothing is known.
     std::uint64_t cycle() const;
@@ -107,6 +116,7 @@ public:
 private:
     Regularity regularity;
     std::optional<Pattern> pattern;
+    std::vector<std::uint16_t> repeated; ///< the pattern, from each of its words for as long as sequences are apart
 };
 
 } // namespace diagnosis

@@ -1,6 +1,6 @@
 #include "diagnosis/stream/LaneTally.h"
 
-#include <bit>
+#include <algorithm>
 #include <cmath>
 
 namespace diagnosis {
@@ -19,8 +19,12 @@ constexpr std::uint64_t clearer = 3; ///< times as many bits of one neighbour as
 constexpr std::uint64_t wordsOfKind = std::uint64_t{1} << 16;
 constexpr std::uint64_t enoughOfKind = 64;
 
+/// Of sixteen bits. std::popcount calls a library's function where the processor may lack the instruction.
 std::uint64_t countOf(unsigned bits) {
-    return static_cast<std::uint64_t>(std::popcount(bits));
+    bits -= bits >> 1 & 0x5555U;
+    bits = (bits & 0x3333U) + (bits >> 2 & 0x3333U);
+    bits = (bits + (bits >> 4)) & 0x0F0FU;
+    return (bits + (bits >> 8)) & 0x1FU;
 }
 
 /// How unlikely noise puts so many of its wrong bits where they show a neighbour's bit. Negative: they do not.
@@ -71,12 +75,8 @@ LaneTally::LaneTally(unsigned laneCount) : lanes(laneCount) {
     }
 }
 
-void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,
-                     const ExpectedWord& after) {
-    if (lanes == 0) {
-        return;
-    }
-    damaged = damaged || wrong != 0;
+LaneTally::Neighbours LaneTally::neighbours(const ExpectedWord& before, const ExpectedWord& here,
+                                            const ExpectedWord& after) const {
     // The word as it would be with every lane a slot late, and a slot early; the masks likewise.
     const auto later = [&](std::uint16_t previous, std::uint16_t own) {
         return ((static_cast<unsigned>(previous) << 16 | own) >> lanes) & 0xFFFFU;
@@ -88,27 +88,46 @@ void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWor
     const unsigned knownNext = earlier(here.mask, after.mask);
     // A neighbour that is not known may differ; one that is known and equal cannot explain a wrong bit.
     const unsigned known = here.mask & (knownPreceding | knownNext);
-    const unsigned unlikePreceding = ((here.value ^ later(before.value, here.value)) | ~knownPreceding) & known;
-    const unsigned unlikeNext = ((here.value ^ earlier(here.value, after.value)) | ~knownNext) & known;
+    return {known, ((here.value ^ later(before.value, here.value)) | ~knownPreceding) & known,
+            ((here.value ^ earlier(here.value, after.value)) | ~knownNext) & known};
+}
+
+/// Whether a lane has seen enough to decide its kind, so many words from here.
+bool LaneTally::isDecided(const LaneFigures& lane, std::size_t wordsOn) const {
+    return lane.wordsSince + wordsOn > wordsOfKind && lane.known >= enoughOfKind;
+}
+
+void LaneTally::addSound(LaneFigures& lane, std::uint16_t mask, const Neighbours& word, std::uint64_t times) const {
+    lane.bits += times * countOf(mask & word.known);
+    lane.unlikePreceding += times * countOf(mask & word.unlikePreceding);
+    lane.unlikeNext += times * countOf(mask & word.unlikeNext);
+}
+
+void LaneTally::take(std::uint64_t place, std::uint16_t wrong, const ExpectedWord& before, const ExpectedWord& here,
+                     const ExpectedWord& after) {
+    if (lanes == 0) {
+        return;
+    }
+    damaged = damaged || wrong != 0;
+    const Neighbours word = neighbours(before, here, after);
     for (unsigned lane = 0; lane < lanes; ++lane) {
-        const unsigned ofLane = masks[lane];
-        const unsigned bad = wrong & ofLane;
+        const unsigned bad = wrong & masks[lane];
         LaneFigures& own = figures[lane];
         if (bad != 0) {
             own.addWrongWord(place);
+            own.wrongBits += countOf(bad);
         }
-        own.wrongBits += countOf(bad);
-        if (own.wrongBits == 0 || (own.wordsSince > wordsOfKind && own.known >= enoughOfKind)) {
+        if (own.wrongBits == 0 || isDecided(own, 0)) {
             continue;
         }
-        own.known += countOf(bad & known);
-        own.likePreceding += countOf(bad & unlikePreceding);
-        own.likeNext += countOf(bad & unlikeNext);
-        own.onlyPreceding += countOf(bad & unlikePreceding & ~unlikeNext);
-        own.onlyNext += countOf(bad & unlikeNext & ~unlikePreceding);
-        own.bits += countOf(ofLane & known);
-        own.unlikePreceding += countOf(ofLane & unlikePreceding);
-        own.unlikeNext += countOf(ofLane & unlikeNext);
+        if (bad != 0) {
+            own.known += countOf(bad & word.known);
+            own.likePreceding += countOf(bad & word.unlikePreceding);
+            own.likeNext += countOf(bad & word.unlikeNext);
+            own.onlyPreceding += countOf(bad & word.unlikePreceding & ~word.unlikeNext);
+            own.onlyNext += countOf(bad & word.unlikeNext & ~word.unlikePreceding);
+        }
+        addSound(own, masks[lane], word, 1);
     }
 }
 
@@ -121,6 +140,47 @@ void LaneTally::follow(std::uint16_t word) {
             ++own.wordsSince;
         }
     }
+}
+
+void LaneTally::expect(std::span<const std::uint16_t> pattern) {
+    const auto wordAt = [&](std::size_t at) {
+        ExpectedWord word;
+        word.value = pattern[at % pattern.size()];
+        word.mask = 0xFFFF;
+        return word;
+    };
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        repeated.push_back(neighbours(wordAt(i + pattern.size() - 1), wordAt(i), wordAt(i + 1)));
+    }
+}
+
+bool LaneTally::takeRun(std::size_t phase, std::span<const std::uint16_t> sound) {
+    const auto isSplit = [&](const LaneFigures& lane) {
+        return lane.wrongBits != 0 && !isDecided(lane, 0) && isDecided(lane, sound.size());
+    };
+    if (repeated.empty() || std::any_of(figures.begin(), figures.begin() + lanes, isSplit)) {
+        return false;
+    }
+    std::uint16_t ones = 0;
+    std::uint16_t zeros = 0;
+    for (const std::uint16_t word : sound) {
+        ones |= word;
+        zeros |= static_cast<std::uint16_t>(~word);
+    }
+    for (unsigned lane = 0; lane < lanes; ++lane) {
+        LaneFigures& own = figures[lane];
+        if (own.wrongBits == 0) {
+            continue;
+        }
+        for (std::size_t i = 0; i < repeated.size() && !isDecided(own, 0); ++i) {
+            const std::size_t times = (sound.size() + repeated.size() - 1 - i) / repeated.size();
+            addSound(own, masks[lane], repeated[(phase + i) % repeated.size()], times);
+        }
+        own.ones |= ones;
+        own.zeros |= zeros;
+        own.wordsSince += sound.size();
+    }
+    return true;
 }
 
 } // namespace diagnosis

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <vector>
 
 namespace diagnosis {
 
@@ -40,6 +42,12 @@ public:
               const ExpectedWord& after);
     /// Every word, once there were wrong bits.
     void follow(std::uint16_t word);
+
+    /// What repeats between sequences.
+    void expect(std::span<const std::uint16_t> pattern);
+    /// take() and follow() of sound words of the pattern from one of its words on, with others of it before and after
+    /// them. False, and nothing is taken, where only some of them would count.
+    bool takeRun(std::size_t phase, std::span<const std::uint16_t> sound);
     bool any() const { return damaged; }
 
     unsigned count() const { return lanes; }
@@ -48,9 +56,18 @@ public:
     DamageKind kindOf(unsigned lane) const { return figures[lane].kind(masks[lane]); }
 
 private:
+    /// The bits of a word that have a known neighbour, and that differ from it or may do so.
+    struct Neighbours {
+        unsigned known, unlikePreceding, unlikeNext;
+    };
+    Neighbours neighbours(const ExpectedWord& before, const ExpectedWord& here, const ExpectedWord& after) const;
+    bool isDecided(const LaneFigures& lane, std::size_t wordsOn) const;
+    void addSound(LaneFigures& lane, std::uint16_t mask, const Neighbours& word, std::uint64_t times) const;
+
     unsigned lanes;
     std::array<std::uint16_t, 16> masks{};
     bool damaged = false;
+    std::vector<Neighbours> repeated; ///< of the pattern's words
     std::array<LaneFigures, 16> figures{};
 };
 

@@ -38,7 +38,9 @@ void addDamage(StreamCheck& check, const Damage& damage) {
 }
 
 WordChecker::WordChecker(WordWindow& words, const ExpectedStream& stream, StreamCheck& result)
-    : window(words), expected(stream), check(result), tally(result.form.lanes) {}
+    : window(words), expected(stream), check(result), tally(result.form.lanes) {
+    tally.expect(expected.patternWords());
+}
 
 std::uint16_t WordChecker::seen(std::uint16_t word) const {
     return order == straightLanes ? word : reordered(word, order, tally.count());
@@ -141,9 +143,40 @@ void WordChecker::advance(const ExpectedWord& here) {
     ++position;
 }
 
+/// Takes the words of a pattern that are sound, to the next sequence; returns their number.
+std::size_t WordChecker::takePattern(Words words) {
+    Words sent = expected.patternFrom(cursor);
+    if (tally.any() && !sent.empty()) {
+        // Those between two others of the pattern.
+        const bool follows = before.mask != 0 && !before.sequence;
+        sent = follows ? sent.first(sent.size() - 1) : Words();
+    }
+    if (sent.empty() || order != straightLanes) {
+        return 0;
+    }
+    const std::size_t most = std::min(words.size(), sent.size());
+    const auto differs = std::mismatch(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(most), sent.begin());
+    const auto taken = static_cast<std::uint32_t>(differs.first - words.begin());
+    if (taken == 0 || (tally.any() && !tally.takeRun(cursor.phase, words.first(taken)))) {
+        return 0;
+    }
+    // What countJudged and advance would add up, word by word.
+    check.wordsJudged += taken;
+    check.wordsCompared += taken;
+    expected.skipPattern(cursor, taken - 1);
+    before = expected.at(cursor);
+    expected.step(cursor);
+    last = words[taken - 1];
+    position += taken;
+    return taken;
+}
+
 /// Takes sequences that are sound, and the words between them where any content is right; returns their number. The next
 /// word is one to look at.
 std::size_t WordChecker::takeSound(Words words) {
+    if (expected.hasPattern()) {
+        return takePattern(words);
+    }
     if (expected.learned().kind != SequenceKind::Zeros || tally.any()) {
         return 0;
     }
@@ -207,8 +240,15 @@ bool WordChecker::scan(Words words) {
         }
         if (here.mask != 0 || tally.any()) {
             const std::uint16_t word = seen(raw);
-            if (((word ^ here.value) & here.mask) != 0) {
+            const auto wrong = static_cast<std::uint16_t>((word ^ here.value) & here.mask);
+            if (wrong != 0 && needsResolving(raw, here)) {
                 return true;
+            }
+            if (wrong != 0) {
+                takeWrong(word, wrong, here);
+                last = raw;
+                advance(here);
+                continue;
             }
             if (tally.any()) {
                 Cursor next = cursor;
@@ -257,6 +297,11 @@ void WordChecker::countJudged(const ExpectedWord& here, bool sound) {
     }
 }
 
+/// Whether a wrong word may be more than that: its turn has come to be explained, or it begins padding or a sequence.
+bool WordChecker::needsResolving(std::uint16_t word, const ExpectedWord& here) const {
+    return position >= nextAnalysis || word == 0 || here.further;
+}
+
 /// A word that differs from what it should be.
 void WordChecker::resolve() {
     const ExpectedWord here = expected.at(cursor);
@@ -292,14 +337,13 @@ void WordChecker::resolve() {
 
 void WordChecker::takeWrong(std::uint16_t word, std::uint16_t wrong, const ExpectedWord& here) {
     if (wrong != 0) {
-        const std::uint64_t byte = window.byteOf(position);
         for (unsigned lane = 0; lane < tally.count(); ++lane) {
             if (tally.of(lane).wrongBits == 0 && (wrong & tally.maskOf(lane)) != 0) {
-                firstBytes[lane] = byte;
+                firstBytes[lane] = window.byteOf(position);
             }
         }
         if (tally.count() == 0 && check.wrongWords == 0) {
-            firstBytes[0] = byte;
+            firstBytes[0] = window.byteOf(position);
         }
         Cursor next = cursor;
         expected.step(next);

@@ -47,10 +47,12 @@ private:
     void start();
     std::uint64_t startOfFrames(std::size_t counted);
     void choosePhase(Words words);
+    std::size_t takePattern(Words words);
     std::size_t takeSound(Words words);
     bool takeSequence(Words words);
     std::size_t takeUnknown(Words words);
     bool scan(Words words);
+    bool needsResolving(std::uint16_t word, const ExpectedWord& here) const;
     void resolve();
     void advance(const ExpectedWord& here);
     void takeWrong(std::uint16_t word, std::uint16_t wrong, const ExpectedWord& here);

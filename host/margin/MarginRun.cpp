@@ -296,7 +296,9 @@ void MarginRun::keepCounts() {
     }
     const diagnosis::Delays now{values->delays.front(), {values->delays.begin() + 1, values->delays.end()}};
     if (now != rate->plan.kept || values->stretches != rate->stretches) {
-        result.notes.emplace_back("the calibration at the end has other values than the scanned ones");
+        if (const std::string moved = diagnosis::movedSince(*rate, now, values->stretches); !moved.empty()) {
+            result.notes.emplace_back("the calibration at the end has other values than the scanned ones: " + moved);
+        }
         return;
     }
     diagnosis::WordCheck& check = result.checks.words.emplace_back();

@@ -8,7 +8,7 @@
 #include "toolkit/TextFile.h"
 
 #include <algorithm>
-#include <ostream>
+#include <fstream>
 
 namespace host {
 
@@ -85,17 +85,22 @@ OtherProperties::~OtherProperties() {
     fs::remove(file, failed);
 }
 
+/// In place: nothing but the receiver's next configuration reads it, and a scan has one for every point.
 void OtherProperties::use(const std::vector<SetProperty>& changed) {
-    toolkit::writeOutputFile(file, [&](std::ostream& out) {
-        for (const auto& [name, value] : own) {
-            if (!isSet(changed, name)) {
-                out << name << "=" << value << "\n";
-            }
-        }
-        for (const auto& [name, value] : changed) {
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    for (const auto& [name, value] : own) {
+        if (!isSet(changed, name)) {
             out << name << "=" << value << "\n";
         }
-    });
+    }
+    for (const auto& [name, value] : changed) {
+        out << name << "=" << value << "\n";
+    }
+    out.close();
+    if (!out) {
+        throw toolkit::Failure(toolkit::ExitCode::OutputUnwritable,
+                               file.string() + " cannot be written; is the disk full?");
+    }
     setEnvironment(addedPropertiesVariable, file.string());
 }
 
@@ -115,7 +120,9 @@ GivenValues::~GivenValues() {
 }
 
 void GivenValues::set(const PinValues& values) {
-    properties.use(propertiesOf(values));
+    std::vector<SetProperty> all = propertiesOf(values);
+    all.push_back({"archive", "0"}); // recordings with these values are none of the user's
+    properties.use(all);
     guarded(toolkit::ExitCode::CalibrationRefused,
             [&] { used.receiver().channel().SetConfiguration(settings.c_str()); });
 }

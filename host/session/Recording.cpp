@@ -25,8 +25,13 @@ constexpr bool unusedFlag = false; ///< argument of StartRecording()
 constexpr unsigned chunk = 8192;   ///< samples that are read back at once
 constexpr std::string_view uploadedMark = "upload complete";
 constexpr double errorGrace = 2.0; // seconds
-/// An upload is short, and a status costs little without a running transmitter to ask.
-constexpr std::chrono::milliseconds uploadPoll(1);
+/// While it records: a status then costs the transmitter a question.
+constexpr std::chrono::milliseconds recordingPoll(10);
+
+/// Short against the wait so far: a short upload does not last longer by it, and a long one costs little.
+Clock::duration uploadPoll(Clock::duration waited) {
+    return std::clamp<Clock::duration>(waited / 64, std::chrono::microseconds(100), std::chrono::milliseconds(1));
+}
 
 double secondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -48,7 +53,7 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
     const InterruptAnswer answer("stopping the recording");
     bool triggered = false;
     const std::optional<double> expected = plan.untilFull ? std::nullopt : std::optional(plan.seconds);
-    while (statusOf(channel, progress, expected).stoppable) {
+    for (;;) {
         const bool due = !plan.untilFull && secondsSince(start) >= plan.seconds;
         if (interrupted() || (due && plan.triggerFile.empty())) {
             guarded(ExitCode::RecordingError, [&] { channel.StopRecording(); });
@@ -56,18 +61,22 @@ void waitForEnd(CChannelDriver& channel, const RecordingPlan& plan, ProgressLine
             std::ofstream(plan.triggerFile).put('\n');
             triggered = true;
         }
-        std::this_thread::sleep_for(plan.poll);
+        if (!statusOf(channel, progress, expected).stoppable) {
+            return;
+        }
+        const std::chrono::duration<double> rest(due || plan.untilFull ? 1.0 : plan.seconds - secondsSince(start));
+        std::this_thread::sleep_for(std::min<std::chrono::duration<double>>(recordingPoll, rest));
     }
 }
 
 /// The code alone does not show the end of the upload: before its first byte it looks finished. But after an error without
 /// a byte the upload may never end, as when the system refused the receiver its thread.
-ChannelStatus waitForUpload(CChannelDriver& channel, std::chrono::milliseconds poll, ProgressLine& progress) {
+ChannelStatus waitForUpload(CChannelDriver& channel, ProgressLine& progress) {
     const auto begin = Clock::now();
     ChannelStatus status = statusOf(channel, progress);
     while (status.text.find(uploadedMark) == std::string::npos &&
            (status.code != ChannelStatus::eError || secondsSince(begin) < errorGrace)) {
-        std::this_thread::sleep_for(poll);
+        std::this_thread::sleep_for(uploadPoll(Clock::now() - begin));
         status = statusOf(channel, progress);
     }
     return status;
@@ -96,7 +105,7 @@ RecordingEnd runRecording(CChannelDriver& channel, const RecordingPlan& plan, Pr
     waitForEnd(channel, plan, progress, start);
     end.seconds = secondsSince(start);
     const InterruptAnswer answer("stopping when what was captured is uploaded");
-    const ChannelStatus status = waitForUpload(channel, std::min(plan.poll, uploadPoll), progress);
+    const ChannelStatus status = waitForUpload(channel, progress);
     progress.clear();
     end.state = status.text;
     end.error = reasonIn(status.text);

@@ -5,7 +5,6 @@
 #include "rcvr/framework/CChannelDriver.h"
 #include "toolkit/ExitCode.h"
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -21,7 +20,6 @@ struct RecordingPlan {
     double seconds = 1.0;
     bool untilFull = false;            ///< only the unit ends it
     std::filesystem::path triggerFile; ///< not empty: created after the seconds, instead of a stop
-    std::chrono::milliseconds poll{10};
 };
 
 struct RecordingEnd {

@@ -12,7 +12,6 @@ namespace {
 
 using diagnosis::StreamCheck;
 
-constexpr auto quickPoll = std::chrono::milliseconds(1);
 /// More errors than this share of the words show nothing else when there are more of them.
 constexpr double hopelessShare = 0.5;
 
@@ -79,9 +78,19 @@ PointRecorder::~PointRecorder() {
 
 void PointRecorder::restore() {
     if (moved) {
-        given.set(keptValues);
+        set(keptValues);
         moved = false;
     }
+}
+
+/// Every configuration of the receiver takes a burst; values that the unit holds already are left alone.
+void PointRecorder::set(const PinValues& values) {
+    if (held == values) {
+        return;
+    }
+    held.reset();
+    given.set(values);
+    held = values;
 }
 
 Point PointRecorder::measure(const PinValues& values, std::uint64_t bitsOfEachLane) {
@@ -91,7 +100,7 @@ Point PointRecorder::measure(const PinValues& values, std::uint64_t bitsOfEachLa
         point.lanes.push_back({lane});
     }
     moved = true;
-    given.set(values);
+    set(values);
     const PatternOrder order(sender, usualPattern);
     do {
         recordInto(point, bitsOfEachLane - std::min(point.bits, bitsOfEachLane));
@@ -103,7 +112,6 @@ Point PointRecorder::measure(const PinValues& values, std::uint64_t bitsOfEachLa
 void PointRecorder::recordInto(Point& point, std::uint64_t missing) {
     constexpr double reserve = 1.02; // packets have a word that is none of the pattern's
     RecordingPlan plan;
-    plan.poll = quickPoll;
     const double capacity = 8.0 * static_cast<double>(target.bufferBytes) / target.dataPins;
     const double bits = std::min(static_cast<double>(missing) * reserve, capacity);
     plan.seconds = target.clockHertz > 0.0 ? bits / (2.0 * target.clockHertz) : 0.0;

@@ -4,6 +4,7 @@
 #include "host/verification/WordVerification.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,7 @@ public:
     const std::string& pattern() const { return patternName; }
 
 private:
+    void set(const PinValues& values);
     void recordInto(Point& point, std::uint64_t missing);
 
     VerifiedChannel target;
@@ -64,7 +66,8 @@ private:
     FileAside samples;
     std::string patternName;
     double share = 0.0;
-    bool moved = false; ///< the unit holds other values than the kept ones
+    bool moved = false;            ///< the unit may hold other values than the kept ones
+    std::optional<PinValues> held; ///< by the unit, as far as they were set here
     ProgressLine silent{ProgressStyle::Quiet};
 };
 

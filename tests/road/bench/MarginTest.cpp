@@ -61,6 +61,31 @@ TEST(Margin, LeavesTheFilesOfAnOrdinaryCalibration) {
     EXPECT_THAT(doctor.json.at("verdict").at("kind").get<std::string>(), Not("unknown"));
 }
 
+TEST(Margin, ConfiguresTheReceiverOnceForEveryNewValue) {
+    const RunSpace space;
+    const Outcome run = scan(space, "two-pin");
+    ASSERT_EQ(run.code, 0) << run.errors;
+    const std::string log = readBytes(run.json.at("files").at("log").get<std::string>());
+    const std::string configured = "calling applySettings";
+    std::size_t times = 0;
+    for (std::size_t at = log.find(configured); at != std::string::npos; at = log.find(configured, at + 1)) {
+        ++times;
+    }
+    // The calibrations at the beginning and at the end. The last recording is one of the kept values.
+    EXPECT_LE(times, run.json.at("rates").at(0).at("recordings").get<std::size_t>() + 2);
+    EXPECT_GT(times, 10U);
+}
+
+TEST(Margin, KeepsNoRecordingOfItsOwnInAnArchive) {
+    const RunSpace space;
+    const Outcome run = space.run({"margin", "--json", "--scenario", "two-pin", "--rate", "50MHz", "--error-rate",
+                                   "1e-6", "--set", "archive=9", "--out", space.file("run").string()});
+    ASSERT_EQ(run.code, 0) << run.errors;
+    for (const auto& entry : fs::recursive_directory_iterator(space.file("run"))) {
+        EXPECT_THAT(entry.path().filename().string(), Not(testing::EndsWith(".bin")));
+    }
+}
+
 TEST(Margin, MarksAWindowThatTheDelaysCutOff) {
     const RunSpace space;
     const Outcome run = scan(space, "cut-window");

@@ -157,11 +157,23 @@ TEST(Random, FailuresBeforeSuccessHaveTheirMean) {
     double sum = 0.0;
     constexpr int count = 20000;
     for (int index = 0; index < count; ++index) {
-        sum += static_cast<double>(random.failuresBeforeSuccess(0.01));
+        sum += static_cast<double>(Trials(0.01).failuresBeforeSuccess(random));
     }
     EXPECT_NEAR(sum / count, 99.0, 4.0);
-    EXPECT_EQ(random.failuresBeforeSuccess(1.0), 0U);
-    EXPECT_GT(random.failuresBeforeSuccess(1e-15), 1000000U);
+    EXPECT_EQ(Trials(1.0).failuresBeforeSuccess(random), 0U);
+    EXPECT_GT(Trials(1e-15).failuresBeforeSuccess(random), 1000000U);
+}
+
+TEST(Random, FewFailuresAreThoseOfTheLogarithm) {
+    for (const double probability : {0.0009, 0.05, 0.3, 0.5, 0.75, 0.999}) {
+        const Trials trials(probability);
+        RandomSequence random(11);
+        RandomSequence same(11);
+        for (int index = 0; index < 20000; ++index) {
+            const double failures = std::floor(std::log(1.0 - same.uniform()) / std::log1p(-probability));
+            ASSERT_EQ(trials.failuresBeforeSuccess(random), static_cast<std::uint64_t>(failures)) << probability;
+        }
+    }
 }
 
 } // namespace

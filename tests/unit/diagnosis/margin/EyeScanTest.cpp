@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <map>
 #include <vector>
 
 namespace diagnosis {
@@ -163,6 +165,26 @@ TEST(EyeScan, CountsInFullOnlyWhereItDecides) {
     SimulatedLanes target(plan, lanes, 1);
     scan(plan, [&](const Delays& delays, std::uint64_t bits) { return target.measure(delays, bits); });
     EXPECT_LT(target.recorded, 6 * plan.wallBits); // of about 20 taps
+}
+
+/// A sharp wall has taps without an error and taps past it, no others.
+TEST(EyeScan, ATapWithoutAnErrorIsCountedInOneFurtherRecording) {
+    const std::vector<SimulatedLane> lanes{{4.2, 4.2, 0.01}};
+    ScanPlan plan = planFor(lanes, {15, {0}});
+    plan.wallBits = 34 * plan.coarseBits;
+    SimulatedLanes target(plan, lanes, 1);
+    std::map<unsigned, unsigned> recordings; // by the clock's delay
+    const Scanned scanned = scan(plan, [&](const Delays& delays, std::uint64_t bits) {
+        ++recordings[delays.clock];
+        return target.measure(delays, bits);
+    });
+    EXPECT_EQ(recordings[11], 2U);
+    EXPECT_EQ(recordings[19], 2U);
+    for (const LaneTap& tap : scanned.result.lanes[0].taps) {
+        if (std::abs(tap.offset) == 4) {
+            EXPECT_EQ(tap.bits, plan.wallBits) << tap.offset;
+        }
+    }
 }
 
 } // namespace
