@@ -41,7 +41,7 @@ WordChecker::WordChecker(WordWindow& words, const ExpectedStream& stream, Stream
     : window(words), expected(stream), check(result), tally(result.form.lanes) {}
 
 std::uint16_t WordChecker::seen(std::uint16_t word) const {
-    return order == straightLanes ? word : reordered(word, order, tally.count());
+    return straight ? word : reordered(word, order, tally.count());
 }
 
 /// Where the stream begins: after the quiet of a transmitter that has not begun, at the first sequence of a content that
