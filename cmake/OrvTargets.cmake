@@ -167,14 +167,33 @@ set(ORV_QUICK_BUILD $<$<CONFIG:Release>:-O0>)
 # Tests that also run where time is short (`./test --reduced`).
 add_custom_target(reduced_tests)
 
-# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [ISOLATED] [COMPUTES] [REDUCED sanitizer...]): a
-# GoogleTest program.
-# Natively each case is a test of its own. Starting a process under Wine costs more than most cases do, so there
-# the whole program is one test, unless ISOLATED says that its cases need a fresh process each. COMPUTES is for a program
-# that spends its time in its own code rather than in the product's. REDUCED names the sanitizers, address or thread, under
-# which it belongs to the reduced set.
+# orv_suites(<name> PROPERTIES ...): each suite of a program is a test, which ctest finds out when it runs
+# (OrvSuites.cmake).
+function(orv_suites name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "PROPERTIES")
+  get_target_property(launcher ${name} CROSSCOMPILING_EMULATOR)
+  if(NOT launcher)
+    set(launcher "")
+  endif()
+  set(file ${CMAKE_CURRENT_BINARY_DIR}/${name}-suites.cmake)
+  string(JOIN " " words ${launcher} "$<TARGET_FILE:${name}>")
+  string(JOIN " " properties ${ARG_PROPERTIES})
+  file(GENERATE OUTPUT ${file} CONTENT "include(${CMAKE_SOURCE_DIR}/cmake/OrvSuites.cmake)
+orv_add_suites(${name} $<TARGET_FILE:${name}> ${CMAKE_CURRENT_BINARY_DIR}
+  COMMAND ${words} PROPERTIES ${properties})
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${file})
+endfunction()
+
+# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [COST n] [ISOLATED] [COMPUTES]
+# [REDUCED sanitizer...]): a GoogleTest program.
+# Natively each suite is a test of its own. Starting a process under Wine costs more than most suites do, so there the whole
+# program is one test. ISOLATED says that its cases need a fresh process each, on both systems. COMPUTES is for a program
+# that spends its time in its own code rather than in the product's. COST orders a first run, in which ctest knows no
+# times yet: seconds of its longest suite, for those above ten. REDUCED names the sanitizers, address or thread, under which
+# it belongs to the reduced set.
 function(orv_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK" "SOURCES;DEPENDS;REDUCED")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK;COST" "SOURCES;DEPENDS;REDUCED")
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
@@ -190,6 +209,9 @@ function(orv_test name)
     target_precompile_headers(${name} REUSE_FROM orv_test_headers_quick_build)
   endif()
   set(properties TIMEOUT ${ARG_TIMEOUT})
+  if(ARG_COST)
+    list(APPEND properties COST ${ARG_COST})
+  endif()
   foreach(sanitizer ${ARG_REDUCED})
     if(ORV_SANITIZE MATCHES "${sanitizer}")
       list(APPEND properties LABELS reduced)
@@ -202,12 +224,14 @@ function(orv_test name)
   elseif(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
   endif()
-  if(WIN32 AND NOT ARG_ISOLATED)
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES ${properties})
-  else()
+  if(ARG_ISOLATED)
     include(GoogleTest)
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT ${discovery}
                          PROPERTIES ${properties})
+  elseif(WIN32)
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES ${properties})
+  else()
+    orv_suites(${name} PROPERTIES ${properties})
   endif()
 endfunction()
