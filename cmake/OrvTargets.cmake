@@ -14,6 +14,8 @@ target_compile_options(orv_flags INTERFACE
   $<$<AND:${together},$<CXX_COMPILER_ID:GNU>>:-Wshadow=local$<SEMICOLON>-Wno-subobject-linkage>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(orv_flags INTERFACE -Wduplicated-cond -Wlogical-op -Wuseless-cast)
+  # A compilation here needs half a gigabyte. Collecting garbage sooner than at 256 MiB takes a tenth of its time.
+  target_compile_options(orv_flags INTERFACE --param=ggc-min-heapsize=262144)
   # GCC 12 sees an overlap in "literal" + std::string that is not there.
   target_compile_options(orv_flags INTERFACE -Wno-restrict)
 endif()
@@ -81,7 +83,9 @@ set(standard_headers <algorithm> <array> <filesystem> <functional> <map> <memory
 orv_headers(orv_library_headers HEADERS ${standard_headers})
 # What waits for files and for the unit takes longer to compile than more optimisation saves.
 set(ORV_QUICK_RUN $<$<CONFIG:Release>:-O1>)
-orv_headers(orv_program_headers HEADERS ${standard_headers} <fmt/core.h> <nlohmann/json.hpp> OPTIONS ${ORV_QUICK_RUN}
+# Commands and reports are a fraction of a second of templates that are called once: inlining them is what takes long.
+set(ORV_PROGRAM_RUN $<$<CONFIG:Release>:-Og>)
+orv_headers(orv_program_headers HEADERS ${standard_headers} <fmt/core.h> <nlohmann/json.hpp> OPTIONS ${ORV_PROGRAM_RUN}
             DEPENDS orv_header_packages)
 
 # orv_static(<name> SOURCES ... [DEPENDS ...]): one folder of the tree as a static library. With ORV_PRECOMPILED, it uses
@@ -164,14 +168,33 @@ set(ORV_QUICK_BUILD $<$<CONFIG:Release>:-O0>)
 # Tests that also run where time is short (`./test --reduced`).
 add_custom_target(reduced_tests)
 
-# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [ISOLATED] [COMPUTES] [REDUCED sanitizer...]): a
-# GoogleTest program.
-# Natively each case is a test of its own. Starting a process under Wine costs more than most cases do, so there
-# the whole program is one test, unless ISOLATED says that its cases need a fresh process each. COMPUTES is for a program
-# that spends its time in its own code rather than in the product's. REDUCED names the sanitizers, address or thread, under
-# which it belongs to the reduced set.
+# orv_suites(<name> PROPERTIES ...): each suite of a program is a test, which ctest finds out when it runs
+# (OrvSuites.cmake).
+function(orv_suites name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "PROPERTIES")
+  get_target_property(launcher ${name} CROSSCOMPILING_EMULATOR)
+  if(NOT launcher)
+    set(launcher "")
+  endif()
+  set(file ${CMAKE_CURRENT_BINARY_DIR}/${name}-suites.cmake)
+  string(JOIN " " words ${launcher} "$<TARGET_FILE:${name}>")
+  string(JOIN " " properties ${ARG_PROPERTIES})
+  file(GENERATE OUTPUT ${file} CONTENT "include(${CMAKE_SOURCE_DIR}/cmake/OrvSuites.cmake)
+orv_add_suites(${name} $<TARGET_FILE:${name}> ${CMAKE_CURRENT_BINARY_DIR}
+  COMMAND ${words} PROPERTIES ${properties})
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${file})
+endfunction()
+
+# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [COST n] [ISOLATED] [COMPUTES]
+# [REDUCED sanitizer...]): a GoogleTest program.
+# Natively each suite is a test of its own. Starting a process under Wine costs more than most suites do, so there the whole
+# program is one test. ISOLATED says that its cases need a fresh process each, on both systems. COMPUTES is for a program
+# that spends its time in its own code rather than in the product's. COST orders a first run, in which ctest knows no
+# times yet: seconds of its longest suite, for those above ten. REDUCED names the sanitizers, address or thread, under which
+# it belongs to the reduced set.
 function(orv_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK" "SOURCES;DEPENDS;REDUCED")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK;COST" "SOURCES;DEPENDS;REDUCED")
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
@@ -187,6 +210,9 @@ function(orv_test name)
     target_precompile_headers(${name} REUSE_FROM orv_test_headers_quick_build)
   endif()
   set(properties TIMEOUT ${ARG_TIMEOUT})
+  if(ARG_COST)
+    list(APPEND properties COST ${ARG_COST})
+  endif()
   foreach(sanitizer ${ARG_REDUCED})
     if(ORV_SANITIZE MATCHES "${sanitizer}")
       list(APPEND properties LABELS reduced)
@@ -199,12 +225,14 @@ function(orv_test name)
   elseif(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
   endif()
-  if(WIN32 AND NOT ARG_ISOLATED)
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES ${properties})
-  else()
+  if(ARG_ISOLATED)
     include(GoogleTest)
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT ${discovery}
                          PROPERTIES ${properties})
+  elseif(WIN32)
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES ${properties})
+  else()
+    orv_suites(${name} PROPERTIES ${properties})
   endif()
 endfunction()

@@ -117,16 +117,16 @@ std::vector<std::uint16_t> withoutHalves(std::span<const std::uint16_t> words, s
     return kept;
 }
 
-bool isMarkAt(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask) {
+bool isMarkPreceded(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask) {
     switch (kind) {
     case SequenceKind::None:
         return false;
     case SequenceKind::Frame:
-        return at > 0 && ((words[at] ^ frameSecond) & mask) == 0 && ((words[at - 1] ^ frameFirst) & mask) == 0;
+        return at > 0 && ((words[at - 1] ^ frameFirst) & mask) == 0;
     case SequenceKind::Zeros:
         break;
     }
-    if (at < limits::syncZeros || ((words[at] ^ limits::syncWord) & mask) != 0) {
+    if (at < limits::syncZeros) {
         return false;
     }
     const auto before = words.subspan(at - limits::syncZeros, limits::syncZeros);

@@ -42,8 +42,14 @@ struct Regularity {
     std::uint32_t length() const { return zeros + 1 + trailing; }
 };
 
-/// Whether the mark of a sequence is at `at`. Bits outside of the mask are ignored.
-bool isMarkAt(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask);
+/// Whether the words of a sequence before its mark end at `at`. Bits outside of the mask are ignored.
+bool isMarkPreceded(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask);
+
+/// Whether the mark of a sequence is at `at`, which few words are. Bits outside of the mask are ignored.
+inline bool isMarkAt(SequenceKind kind, std::span<const std::uint16_t> words, std::size_t at, std::uint16_t mask) {
+    const std::uint16_t mark = kind == SequenceKind::Frame ? halfSynchronisation : limits::syncWord;
+    return ((words[at] ^ mark) & mask) == 0 && isMarkPreceded(kind, words, at, mask);
+}
 
 /// Frames are without half-word synchronisations. `patternWords`: the content has no zeros of its own. Lanes are tried without one of them where that alone shows the
 /// sequences; 0: unknown.

@@ -120,9 +120,10 @@ bool WordChecker::explain(const ExpectedWord& here) {
 
 /// With the lanes in their places, and without half-word synchronisations.
 std::vector<std::uint16_t> WordChecker::wordsAhead() {
-    std::vector<std::uint16_t> words;
-    for (const std::uint16_t word : window.from(position, farthest())) {
-        words.push_back(seen(word));
+    const Words raw = window.from(position, farthest());
+    std::vector<std::uint16_t> words(raw.begin(), raw.end());
+    if (!straight) {
+        std::transform(words.begin(), words.end(), words.begin(), [&](std::uint16_t word) { return seen(word); });
     }
     return expected.learned().kind == SequenceKind::Frame ? withoutHalves(words, last) : words;
 }
@@ -295,6 +296,7 @@ bool WordChecker::reorderLanes() {
         }
     }
     order = likeliest;
+    straight = order == straightLanes;
     return fewest <= lanes;
 }
 

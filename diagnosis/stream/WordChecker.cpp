@@ -43,7 +43,7 @@ WordChecker::WordChecker(WordWindow& words, const ExpectedStream& stream, Stream
 }
 
 std::uint16_t WordChecker::seen(std::uint16_t word) const {
-    return order == straightLanes ? word : reordered(word, order, tally.count());
+    return straight ? word : reordered(word, order, tally.count());
 }
 
 /// Where the stream begins: after the quiet of a transmitter that has not begun, at the first sequence of a content that
@@ -151,7 +151,7 @@ std::size_t WordChecker::takePattern(Words words) {
         const bool follows = before.mask != 0 && !before.sequence;
         sent = follows ? sent.first(sent.size() - 1) : Words();
     }
-    if (sent.empty() || order != straightLanes) {
+    if (sent.empty() || !straight) {
         return 0;
     }
     const std::size_t most = std::min(words.size(), sent.size());
@@ -191,7 +191,7 @@ std::size_t WordChecker::takeSound(Words words) {
 /// A whole sequence at once; false if it is not sound, or the position is not at the first word of one.
 bool WordChecker::takeSequence(Words words) {
     const Regularity& learned = expected.learned();
-    if (!expected.beginsSequence(cursor) || expected.hasPattern() || order != straightLanes ||
+    if (!expected.beginsSequence(cursor) || expected.hasPattern() || !straight ||
         words.size() < learned.length()) {
         return false;
     }

@@ -90,6 +90,7 @@ private:
     LaneTally tally;
     std::array<std::uint64_t, 16> firstBytes{};
     LaneOrder order = straightLanes;
+    bool straight = true; ///< whether that is the order; asked at every word
     std::uint64_t position = 0;
     Cursor cursor;
     ExpectedWord before;

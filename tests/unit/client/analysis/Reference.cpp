@@ -2,6 +2,8 @@
 
 #include <cmath>
 #include <cstring>
+#include <span>
+#include <vector>
 
 namespace reference {
 
@@ -96,12 +98,40 @@ double countCommonOnes(Samples a, Samples b, std::uint32_t start, std::uint32_t 
     return ones;
 }
 
-double correlateBits(Samples a, Samples b, std::uint32_t start, std::uint32_t count, std::int32_t lag) {
-    const double n = count;
-    const double sa = countOnes(a, start, count, 0);
-    const double sb = countOnes(b, start, count, lag);
-    const double sab = countCommonOnes(a, b, start, count, lag);
+namespace {
+
+/// One byte for each sample, 0 or 1.
+using Levels = std::vector<std::uint8_t>;
+
+Levels levelsOf(Samples samples, std::uint32_t start, std::uint32_t count) {
+    Levels levels(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        levels[i] = level(samples, start + i) == 1 ? 1 : 0;
+    }
+    return levels;
+}
+
+/// Of as many samples as `a` has.
+double correlate(const Levels& a, std::span<const std::uint8_t> b) {
+    const double n = static_cast<double>(a.size());
+    std::uint32_t onesOfA = 0;
+    std::uint32_t onesOfB = 0;
+    std::uint32_t common = 0;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        onesOfA += a[i];
+        onesOfB += b[i];
+        common += a[i] == 1 ? b[i] : 0U;
+    }
+    const double sa = onesOfA;
+    const double sb = onesOfB;
+    const double sab = common;
     return (n * sab - sa * sb) / std::sqrt(n * sa - sa * sa) / std::sqrt(n * sb - sb * sb);
+}
+
+} // namespace
+
+double correlateBits(Samples a, Samples b, std::uint32_t start, std::uint32_t count, std::int32_t lag) {
+    return correlate(levelsOf(a, start, count), levelsOf(b, start + static_cast<std::uint32_t>(lag), count));
 }
 
 const char* samplingPosition(std::uint32_t centerCount, std::uint32_t edgeCount) {
@@ -262,11 +292,13 @@ bool align(const Burst& burst, std::uint32_t strategy, const char* samplingPos, 
         const std::uint32_t start = burst.bitSamples + burst.skip;
         const std::uint32_t range = burst.bitSamples < 32 ? burst.bitSamples : 31;
         const auto r = static_cast<std::int32_t>(range);
+        const Levels fixed = levelsOf(burst.pin[referencePin], start, burst.length - start);
         for (std::uint32_t p = 1; p < burst.numPins; ++p) {
             m.proc[p].correlation.fill(0.0);
+            const Levels moved = levelsOf(burst.pin[p], start - range, burst.length - start + 2 * range);
             for (std::int32_t k = -r; k <= r; ++k) {
                 m.proc[p].correlation[static_cast<std::size_t>(k + 31)] =
-                    correlateBits(burst.pin[referencePin], burst.pin[p], start, burst.length - start, k);
+                    correlate(fixed, std::span(moved).subspan(static_cast<std::size_t>(k + r)));
             }
         }
         for (std::uint32_t p = 1; p < burst.numPins; ++p) {

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <regex>
+
 // The page in a real browser. What it has drawn is asked of the browser itself, by a script that only these tests add:
 // the size of every drawing, and which of its strokes and fills can be seen.
 
@@ -38,6 +40,7 @@ addEventListener('load', () => {
   say('traces', document.querySelectorAll('svg.eye path.trace').length);
   say('waves', document.querySelectorAll('svg.waveform path.wave').length);
   say('scripts', document.scripts.length);
+  say('width', innerWidth);
   say('resources', performance.getEntriesByType('resource').filter(e => !e.name.startsWith('data:')).length);
   say('wide', document.documentElement.scrollWidth > innerWidth);
   say('scrolled', [...document.querySelectorAll('.scroll')].filter(box => box.scrollWidth > box.clientWidth).length);
@@ -98,21 +101,45 @@ TEST(Browser, DrawsEveryPictureOfTheReportWithoutAnError) {
     EXPECT_EQ(seen(outcome, "wide"), "false") << "nothing is cut off at the right";
 }
 
+/// The page in a frame of each width, which it takes for its window: one start of the browser shows all. Keys begin with
+/// the width and a full stop.
+std::string framed(const std::string& page, std::initializer_list<const char*> widths) {
+    const std::string quoted =
+        std::regex_replace(std::regex_replace(page, std::regex("&"), "&amp;"), std::regex("\""), "&quot;");
+    std::string whole = "<!DOCTYPE html><body>";
+    for (const char* width : widths) {
+        whole += std::string("<iframe style='border:0' height='1200' width='") + width + "' srcdoc=\"" + quoted +
+                 "\"></iframe>";
+    }
+    return whole + R"js(<script>
+addEventListener('load', () => {
+  const lines = [];
+  for (const frame of [...document.querySelectorAll('iframe')]) {
+    const seen = frame.contentDocument.documentElement.getAttribute('data-seen');
+    lines.push(seen.replace(/(\w+)=/g, frame.width + '.$1='));
+    frame.remove();
+  }
+  document.documentElement.setAttribute('data-seen', lines.join(''));
+});
+</script>)js";
+}
+
 TEST(Browser, ShowsTheWholeLaneTableFrom900PixelsOn) {
     const Browser browser;
-    const std::string page = inspected(pageOf("bench-cable"));
-    for (const char* width : {"900", "1000", "1400"}) {
-        const Browser::Outcome outcome = browser.open(page, {std::string("--window-size=") + width + ",1200"});
-        EXPECT_EQ(seen(outcome, "wide"), "false") << width;
-        EXPECT_EQ(seen(outcome, "scrolled"), "0") << width;
-        EXPECT_EQ(seen(outcome, "tilerows"), "1") << width;
+    const auto outcome = browser.open(framed(inspected(pageOf("bench-cable")), {"900", "1000", "1400", "500", "360"}));
+    for (const std::string width : {"900", "1000", "1400"}) {
+        EXPECT_EQ(seen(outcome, width + ".width"), width);
+        EXPECT_EQ(seen(outcome, width + ".wide"), "false") << width;
+        EXPECT_EQ(seen(outcome, width + ".scrolled"), "0") << width;
+        EXPECT_EQ(seen(outcome, width + ".tilerows"), "1") << width;
     }
-    for (const char* width : {"500", "360"}) {
-        const Browser::Outcome narrow = browser.open(page, {std::string("--window-size=") + width + ",1200"});
-        EXPECT_EQ(seen(narrow, "wide"), "false") << "tables scroll, the page does not";
-        EXPECT_EQ(seen(narrow, "beside"), "0");
-        EXPECT_EQ(seen(narrow, "scrolled"), "6") << "lanes and waveforms of three attempts";
+    for (const std::string width : {"500", "360"}) {
+        EXPECT_EQ(seen(outcome, width + ".width"), width);
+        EXPECT_EQ(seen(outcome, width + ".wide"), "false") << "tables scroll, the page does not";
+        EXPECT_EQ(seen(outcome, width + ".beside"), "0");
     }
+    EXPECT_EQ(seen(outcome, "500.scrolled"), "6") << "lanes and waveforms of three attempts";
+    EXPECT_EQ(seen(outcome, "360.scrolled"), "7") << "one table more";
 }
 
 TEST(Browser, FollowsTheReadersChoiceOfDarkAndLight) {
