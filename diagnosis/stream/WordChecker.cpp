@@ -191,8 +191,7 @@ std::size_t WordChecker::takeSound(Words words) {
 /// A whole sequence at once; false if it is not sound, or the position is not at the first word of one.
 bool WordChecker::takeSequence(Words words) {
     const Regularity& learned = expected.learned();
-    if (!expected.beginsSequence(cursor) || expected.hasPattern() || !straight ||
-        words.size() < learned.length()) {
+    if (!expected.beginsSequence(cursor) || expected.hasPattern() || !straight || words.size() < learned.length()) {
         return false;
     }
     const Words zeros = words.first(learned.zeros);
