@@ -27,7 +27,7 @@ struct ChannelMetrics {
     std::int32_t state = Uncalibrated;
     bool threadDone = false; ///< the control thread has finished; never set before one has run
     bool hasError = false;
-    const char* errorText = ""; ///< never null; valid until the next recording starts
+    const char* errorText = ""; ///< never null; as long as the channel lives
     double wordClockFrequency = 0.0;
     double exportFrequency = 0.0;
     double dataFrequency = 0.0;

@@ -297,10 +297,7 @@ void FrontEndChannel_1::recordError(const char* text) {
     }
     try {
         control.errorText = text;
-        std::string& published = control.publishedTexts[control.nextPublished];
-        control.nextPublished = (control.nextPublished + 1) % control.publishedTexts.size();
-        published = text;
-        control.publishedError = published.c_str();
+        control.publishedError = control.publishedTexts.emplace(text).first->c_str();
     } catch (const std::bad_alloc&) {
         // The recording has to end all the same, or the thread would fail again at every pass.
         control.publishedError = "out of memory";

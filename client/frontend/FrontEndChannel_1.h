@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -298,9 +299,8 @@ private:
         bool dataFileRefused = false;         ///< the recording's file could not be opened, which has been signalled
         std::atomic<bool> hasError{false};
         std::string errorText; ///< first error wins; under the mutex
-        /// Copies of errorText for status: the newest and the one before it, which a reader may still hold.
-        std::array<std::string, 2> publishedTexts;
-        std::size_t nextPublished = 0;
+        /// Every errorText so far, each once: another thread may still hold what status gave it, however slow it is.
+        std::set<std::string> publishedTexts;
         std::atomic<const char*> publishedError{""};
         std::atomic<std::uint32_t> verifyTimeoutTicks{0}; ///< passes; 0 for no limit
         OutputFile dataFile; ///< open from the start of a recording or a verification to the end of run

@@ -491,7 +491,7 @@ TEST_F(LifecycleTest, ErrorOutsideARecordingIsKeptAndLeavesTheState) {
     EXPECT_STREQ(status().errorText, "data server error (5)");
 }
 
-TEST_F(LifecycleTest, TextOfAnErrorOutlivesTheStartOfTheNextRecording) {
+TEST_F(LifecycleTest, TextOfAnErrorOutlivesTheRecordingsThatFollow) {
     openChannel();
     beginRecording();
     channel->onError(1, nullptr, nullptr);
@@ -501,6 +501,9 @@ TEST_F(LifecycleTest, TextOfAnErrorOutlivesTheStartOfTheNextRecording) {
     EXPECT_STREQ(held, "data server error (1)");
     channel->onError(2, nullptr, nullptr);
     EXPECT_STREQ(status().errorText, "data server error (2)");
+    beginRecording();
+    channel->onError(3, nullptr, nullptr);
+    EXPECT_STREQ(status().errorText, "data server error (3)");
     EXPECT_STREQ(held, "data server error (1)");
 }
 
