@@ -10,11 +10,12 @@ function(orv_add_suites name executable folder)
   # Programs are asked again only after they have changed.
   set(list ${folder}/${name}-suites.txt)
   if(${executable} IS_NEWER_THAN ${list})
-    execute_process(COMMAND ${executable} --gtest_list_tests WORKING_DIRECTORY ${folder}
+    execute_process(COMMAND ${ARG_COMMAND} --gtest_list_tests WORKING_DIRECTORY ${folder}
                     OUTPUT_VARIABLE output RESULT_VARIABLE result)
     if(NOT result EQUAL 0)
       message(FATAL_ERROR "${executable} does not list its tests (${result}):\n${output}")
     endif()
+    string(REPLACE "\r" "" output "${output}")
     file(WRITE ${list} "${output}")
   endif()
   # A suite's line ends with a full stop, perhaps followed by the type that it is for; those of its cases are indented.

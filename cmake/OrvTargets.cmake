@@ -139,14 +139,17 @@ function(orv_loadable name)
   endif()
 endfunction()
 
-# Natively a test that takes the lock data_server_port runs in namespaces of its own, beside others. Where the system
-# does not permit them, it runs alone.
+# A test that takes the lock data_server_port runs in namespaces of its own, beside others; under Wine with a server of
+# Wine's of its own, too. Where the system does not permit namespaces, it runs alone.
 set(ORV_OWN_NAMESPACES "")
-if(NOT WIN32)
+if(NOT CMAKE_HOST_WIN32)
   execute_process(COMMAND ${CMAKE_SOURCE_DIR}/tools/run-in-namespace true
                   RESULT_VARIABLE refused OUTPUT_QUIET ERROR_QUIET TIMEOUT 20)
   if(refused EQUAL 0)
     set(ORV_OWN_NAMESPACES ${CMAKE_SOURCE_DIR}/tools/run-in-namespace)
+    if(WIN32)
+      list(APPEND ORV_OWN_NAMESPACES ${CMAKE_CROSSCOMPILING_EMULATOR} --own-server)
+    endif()
   else()
     message(STATUS "No namespaces here: tests that start the data server run one after another")
   endif()
@@ -164,6 +167,17 @@ function(orv_test_headers target)
 endfunction()
 # A test is compiled more often than it is run.
 set(ORV_QUICK_BUILD $<$<CONFIG:Release>:-O0>)
+
+# GNU's linker for Windows takes a time that grows with the square of an object's functions: half a minute for the
+# largest test, which LLVM's links in half a second. GNU's links what is shipped, and tests that replace functions of the C
+# or C++ library: with LLVM's these crash.
+set(ORV_TEST_LINKER "")
+if(WIN32 AND CMAKE_CROSSCOMPILING)
+  find_program(ORV_LLD ld.lld NO_CMAKE_FIND_ROOT_PATH)
+  if(ORV_LLD)
+    set(ORV_TEST_LINKER -B${CMAKE_SOURCE_DIR}/cmake/windows/lld/)
+  endif()
+endif()
 
 # Tests that also run where time is short (`./test --reduced`).
 add_custom_target(reduced_tests)
@@ -186,15 +200,16 @@ orv_add_suites(${name} $<TARGET_FILE:${name}> ${CMAKE_CURRENT_BINARY_DIR}
   set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${file})
 endfunction()
 
-# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [COST n] [ISOLATED] [COMPUTES]
-# [REDUCED sanitizer...]): a GoogleTest program.
+# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [COST n] [SUITES] [ISOLATED]
+# [COMPUTES] [REPLACES] [REDUCED sanitizer...]): a GoogleTest program.
 # Natively each suite is a test of its own. Starting a process under Wine costs more than most suites do, so there the whole
-# program is one test. ISOLATED says that its cases need a fresh process each, on both systems. COMPUTES is for a program
-# that spends its time in its own code rather than in the product's. COST orders a first run, in which ctest knows no
+# program is one test, unless SUITES says that they are long. ISOLATED says that its cases need a fresh process each, on both systems. COMPUTES is for a program
+# that spends its time in its own code rather than in the product's. REPLACES is for one that replaces functions of the C or
+# C++ library, by --wrap or with an operator new of its own. COST orders a first run, in which ctest knows no
 # times yet: seconds of its longest suite, for those above ten. REDUCED names the sanitizers, address or thread, under which
 # it belongs to the reduced set.
 function(orv_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "ISOLATED;COMPUTES" "TIMEOUT;LOCK;COST" "SOURCES;DEPENDS;REDUCED")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "SUITES;ISOLATED;COMPUTES;REPLACES" "TIMEOUT;LOCK;COST" "SOURCES;DEPENDS;REDUCED")
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
@@ -202,6 +217,9 @@ function(orv_test name)
   math(EXPR discovery "60 * ${ORV_TIME_FACTOR}")
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE orv_flags ${ARG_DEPENDS} GTest::gmock_main)
+  if(NOT ARG_REPLACES)
+    target_link_options(${name} PRIVATE ${ORV_TEST_LINKER})
+  endif()
   if(ARG_COMPUTES)
     target_compile_options(${name} PRIVATE ${ORV_QUICK_RUN} ${ORV_TEST_WARNINGS})
     target_precompile_headers(${name} REUSE_FROM orv_test_headers_quick_run)
@@ -221,7 +239,8 @@ function(orv_test name)
   endforeach()
   if(ARG_LOCK AND ORV_OWN_NAMESPACES)
     # The only launcher that CTest knows before CMake 3.29.
-    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR ${ORV_OWN_NAMESPACES})
+    set(launcher ${ORV_OWN_NAMESPACES} ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${launcher}")
   elseif(ARG_LOCK)
     list(APPEND properties RESOURCE_LOCK ${ARG_LOCK})
   endif()
@@ -229,7 +248,7 @@ function(orv_test name)
     include(GoogleTest)
     gtest_discover_tests(${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT ${discovery}
                          PROPERTIES ${properties})
-  elseif(WIN32)
+  elseif(WIN32 AND NOT ARG_SUITES)
     add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES ${properties})
   else()
