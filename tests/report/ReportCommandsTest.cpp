@@ -34,6 +34,11 @@ protected:
         return space->file("run") / ".VX-trace" / "data" / name;
     }
 
+    /// A page but for the minute in which it was made.
+    static std::string undated(const std::string& page) {
+        return std::regex_replace(page, std::regex(R"(\d{4}-\d{2}-\d{2} \d{2}:\d{2} UTC)"), "UTC");
+    }
+
     static RunSpace* space;
     static RunSpace* refused;
 };
@@ -68,7 +73,7 @@ TEST_F(ARun, IsReportedOn) {
     EXPECT_EQ(json.json.at("files").at("report"), elsewhere);
     EXPECT_EQ(json.json.at("calibrated"), true);
     EXPECT_EQ(json.json.at("attempts").size(), 3U);
-    EXPECT_EQ(readBytes(elsewhere), page) << "the same page for the same files";
+    EXPECT_EQ(undated(readBytes(elsewhere)), undated(page)) << "the same page for the same files";
 }
 
 TEST_F(ARun, IsDiagnosed) {
