@@ -200,14 +200,14 @@ orv_add_suites(${name} $<TARGET_FILE:${name}> ${CMAKE_CURRENT_BINARY_DIR}
   set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${file})
 endfunction()
 
-# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [COST n] [SUITES] [ISOLATED]
-# [COMPUTES] [REPLACES] [REDUCED sanitizer...]): a GoogleTest program.
+# orv_test(<name> SOURCES ... [DEPENDS ...] [TIMEOUT s] [LOCK resource] [COST n] [SUITES] [ISOLATED] [COMPUTES]
+# [REPLACES] [REDUCED sanitizer...]): a GoogleTest program.
 # Natively each suite is a test of its own. Starting a process under Wine costs more than most suites do, so there the whole
-# program is one test, unless SUITES says that they are long. ISOLATED says that its cases need a fresh process each, on both systems. COMPUTES is for a program
-# that spends its time in its own code rather than in the product's. REPLACES is for one that replaces functions of the C or
-# C++ library, by --wrap or with an operator new of its own. COST orders a first run, in which ctest knows no
-# times yet: seconds of its longest suite, for those above ten. REDUCED names the sanitizers, address or thread, under which
-# it belongs to the reduced set.
+# program is one test, unless SUITES says that they are long. ISOLATED says that its cases need a fresh process each, on
+# both systems. COMPUTES is for a program that spends its time in its own code rather than in the product's. REPLACES is for
+# one that replaces functions of the C or C++ library, by --wrap or with an operator new of its own. COST orders a first run,
+# in which ctest knows no times yet: seconds of its longest suite, for those above ten. REDUCED names the sanitizers, address
+# or thread, under which it belongs to the reduced set.
 function(orv_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "SUITES;ISOLATED;COMPUTES;REPLACES" "TIMEOUT;LOCK;COST" "SOURCES;DEPENDS;REDUCED")
   if(NOT ARG_TIMEOUT)
